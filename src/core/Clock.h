@@ -1,0 +1,24 @@
+#pragma once
+// The one clock behind every wait the system prescribes (rests, answer waits, pauses,
+// time-outs). The durations in the code stay as stated; the scale shrinks them all at once
+// (BULKSMS_CLOCK_SCALE=0.01 makes each wait last 1% of its time), so tests and end-to-end
+// runs are fast without skipping a single tick.
+#include <chrono>
+#include <functional>
+
+namespace Clock {
+
+using Duration = std::chrono::milliseconds;
+
+double scale();
+void setScale(double scale);
+
+// The real time a prescribed duration lasts under the current scale.
+std::chrono::microseconds scaled(Duration prescribed);
+
+void sleep(Duration prescribed);
+
+// Sleeps, waking early when stop() turns true. Returns false when woken by stop().
+bool sleepUnless(Duration prescribed, const std::function<bool()>& stop);
+
+} // namespace Clock

@@ -1,0 +1,106 @@
+#include "DataFolder.h"
+
+#include "AppState.h"
+#include "FileUtils.h"
+#include "Log.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <fcntl.h>
+#include <mutex>
+#include <unistd.h>
+
+#ifndef BULKSMS_INSTALLED_RESOURCES
+#define BULKSMS_INSTALLED_RESOURCES ""
+#endif
+#ifndef BULKSMS_SOURCE_RESOURCES
+#define BULKSMS_SOURCE_RESOURCES ""
+#endif
+
+QString Resource_Path;
+QString Created_Resource_Path;
+QString Bulk_SMS_Data_Folder_Path;
+QString SentItem_File_Path;
+QString SentItemAnd_File_Path;
+QString Templates_File_Path;
+QString AppExclusion_File_Path;
+QString Exclusion_Folder_Path;
+QString ExListIndex_File_Path;
+QString Troubleshooting_Log_Path;
+
+namespace {
+std::mutex g_layoutMutex;
+
+QString dataHome() {
+    const QString override = qEnvironmentVariable("BULKSMS_DATA_HOME");
+    if (!override.isEmpty())
+        return override;
+    const QString xdg = qEnvironmentVariable("XDG_DATA_HOME");
+    if (!xdg.isEmpty())
+        return xdg;
+    return QDir::homePath() + QStringLiteral("/.local/share");
+}
+
+bool ensureFolder(const QString& path) {
+    return QFileInfo::exists(path) || Create_Folder(path);
+}
+
+bool ensureEmptyFile(const QString& path) {
+    return QFileInfo::exists(path) || createEmptyFile(path);
+}
+
+void truncateTroubleshootingLog() {
+    const int fd = ::open(QFile::encodeName(Troubleshooting_Log_Path).constData(),
+                          O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (fd >= 0)
+        ::close(fd);
+}
+} // namespace
+
+QString locateResourcePath() {
+    const QString override = qEnvironmentVariable("BULKSMS_RESOURCES");
+    if (!override.isEmpty())
+        return override;
+    const QString installed = QStringLiteral(BULKSMS_INSTALLED_RESOURCES);
+    if (!installed.isEmpty() && QFileInfo(installed).isDir())
+        return installed;
+    return QStringLiteral(BULKSMS_SOURCE_RESOURCES);
+}
+
+void computeDataPaths() {
+    Created_Resource_Path = QDir::cleanPath(dataHome() + QLatin1Char('/') + kApplicationName);
+    Bulk_SMS_Data_Folder_Path = Created_Resource_Path + QStringLiteral("/BULK_SMS_DATA");
+    SentItem_File_Path = Bulk_SMS_Data_Folder_Path + QStringLiteral("/SentItem.OSTREL");
+    SentItemAnd_File_Path = Bulk_SMS_Data_Folder_Path + QStringLiteral("/SentItemAnd.OSTREL");
+    Templates_File_Path = Bulk_SMS_Data_Folder_Path + QStringLiteral("/Templates.OSTREL");
+    AppExclusion_File_Path = Bulk_SMS_Data_Folder_Path + QStringLiteral("/AppExclusion.OSTREL");
+    Exclusion_Folder_Path = Bulk_SMS_Data_Folder_Path + QStringLiteral("/Exclusion");
+    ExListIndex_File_Path = Exclusion_Folder_Path + QStringLiteral("/ExListIndex.OSTREL");
+    Troubleshooting_Log_Path = Created_Resource_Path + QStringLiteral("/Troubleshooting_Log.txt");
+}
+
+bool Check_Path_And_Create_Files() {
+    std::lock_guard lock(g_layoutMutex);
+    // Each step runs only when its item is missing; the first failure stops the rest,
+    // and the next call tries again.
+    const bool complete = ensureFolder(Bulk_SMS_Data_Folder_Path) && ensureEmptyFile(SentItem_File_Path) &&
+                          ensureEmptyFile(SentItemAnd_File_Path) && ensureEmptyFile(Templates_File_Path) &&
+                          ensureEmptyFile(AppExclusion_File_Path) && ensureFolder(Exclusion_Folder_Path) &&
+                          ensureEmptyFile(ExListIndex_File_Path);
+    truncateTroubleshootingLog();
+    return complete;
+}
+
+void Write_In_Troubleshoot_File(const QString& text) {
+    const int fd = ::open(QFile::encodeName(Troubleshooting_Log_Path).constData(),
+                          O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    if (fd < 0)
+        return;
+    const QByteArray bytes = text.toUtf8();
+    if (::write(fd, bytes.constData(), static_cast<size_t>(bytes.size())) < 0) {
+        // an unwritable log is skipped silently
+    }
+    ::close(fd);
+}

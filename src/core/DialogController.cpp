@@ -1,0 +1,14 @@
+#include "DialogController.h"
+
+DialogController::DialogController(QObject* parent) : QObject(parent) {}
+
+void DialogController::beginModal() {
+    m_ended = false;
+    m_code = NoCode;
+}
+
+void DialogController::endModal(int code) {
+    m_ended = true;
+    m_code = code;
+    emit ended(code);
+}

@@ -1,0 +1,37 @@
+#include "Launch.h"
+
+#include "AppState.h"
+#include "DataFolder.h"
+#include "FileUtils.h"
+#include "MainWindowController.h"
+#include "Mobile_Sel_Wnd.h"
+#include "Operator.h"
+
+bool Launch_Application(Operator& op, MainWindowController& androidWindow, MainWindowController& gsmWindow) {
+    Main_App_wnd = &androidWindow;
+    GSM_App_wnd = &gsmWindow;
+
+    androidWindow.windowDidLoad();
+    Resource_Path = locateResourcePath();
+    if (!Create_Folder(Resource_Path)) {
+        op.Show_MessageBox(QStringLiteral("Can not access Bulk sms Data file."));
+        op.quitApplication();
+        return false;
+    }
+    computeDataPaths();
+    Create_Folder(Created_Resource_Path);
+    Check_Path_And_Create_Files();
+    gsmWindow.windowDidLoad();
+
+    text_change_notifications_on = true;
+    gsmWindow.bringToFront();
+    androidWindow.hide();
+    gsm_and_none = 1;
+    return true;
+}
+
+int Show_Device_Kind_Selection(Operator& op, MainWindowController& gsmWindow,
+                               MainWindowController& androidWindow) {
+    Mobile_Sel_Wnd dialog(gsmWindow, androidWindow);
+    return op.runModal(dialog);
+}

@@ -1,0 +1,56 @@
+#include "Log.h"
+
+#include "TextUtils.h"
+
+#include <cstdio>
+#include <mutex>
+#include <syslog.h>
+#include <vector>
+
+namespace {
+std::mutex& captureMutex() {
+    static std::mutex m;
+    return m;
+}
+std::vector<LogCapture*>& captures() {
+    static std::vector<LogCapture*> list;
+    return list;
+}
+} // namespace
+
+void Show_NSLog_Message(const QString& text) {
+    const QString line = Trim_Str(QStringLiteral("NSLOG : %1").arg(text));
+    if (line.size() <= 7)
+        return; // only the prefix: the text was blank
+    const QByteArray utf8 = line.toUtf8();
+    syslog(LOG_NOTICE, "%s", utf8.constData());
+    std::fprintf(stderr, "%s\n", utf8.constData());
+    std::lock_guard lock(captureMutex());
+    for (LogCapture* capture : captures())
+        capture->append(line);
+}
+
+LogCapture::LogCapture() {
+    std::lock_guard lock(captureMutex());
+    captures().push_back(this);
+}
+
+LogCapture::~LogCapture() {
+    std::lock_guard lock(captureMutex());
+    std::erase(captures(), this);
+}
+
+QStringList LogCapture::lines() const {
+    std::lock_guard lock(captureMutex());
+    return m_lines;
+}
+
+bool LogCapture::contains(const QString& fragment) const {
+    std::lock_guard lock(captureMutex());
+    for (const QString& line : m_lines)
+        if (line.contains(fragment))
+            return true;
+    return false;
+}
+
+void LogCapture::append(const QString& line) { m_lines.append(line); }

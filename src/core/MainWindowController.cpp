@@ -1,0 +1,80 @@
+#include "MainWindowController.h"
+
+#include "AppState.h"
+#include "Operator.h"
+
+MainWindowController::MainWindowController(Kind kind, Operator& op, QObject* parent)
+    : QObject(parent), m_kind(kind), m_op(op), m_deviceCaption(kNoDeviceSelectedCaption) {}
+
+void MainWindowController::bringToFront() {
+    m_visible = true;
+    emit changed();
+}
+
+void MainWindowController::hide() {
+    m_visible = false;
+    emit changed();
+}
+
+QString MainWindowController::currentDeviceChoice() const {
+    return m_deviceChoiceIndex >= 0 && m_deviceChoiceIndex < m_deviceChoices.size()
+               ? m_deviceChoices.at(m_deviceChoiceIndex)
+               : QString();
+}
+
+void MainWindowController::setDeviceChoiceIndex(int index) {
+    m_deviceChoiceIndex = (index >= 0 && index < m_deviceChoices.size()) ? index : -1;
+    emit changed();
+}
+
+bool MainWindowController::searchForDevices() {
+    sel_port_name_str.clear();
+    sel_port_bsd_str.clear();
+    m_deviceChoices.clear();
+    m_deviceChoiceIndex = -1;
+    m_deviceCaption = kNoDeviceSelectedCaption;
+    m_noDeviceNoticeVisible = false;
+    emit changed();
+
+    const bool reportedSuccess = openDeviceSearchWindow();
+    showSelectionResult();
+    return reportedSuccess;
+}
+
+void MainWindowController::showSelectionResult() {
+    if (sel_port_name_str.isEmpty()) {
+        m_deviceCaption = kNoDeviceSelectedCaption;
+        m_noDeviceNoticeVisible = true;
+        emit changed();
+        return;
+    }
+    m_noDeviceNoticeVisible = false;
+    const qsizetype selected = port_val_str_array.size();
+    const bool several = m_kind == Kind::Gsm && selected >= 2;
+    if (several) {
+        m_deviceCaption = QStringLiteral("%1 Mobile Device selected.").arg(selected);
+        port_val_str_array.append(kAllDeviceChoice);
+    } else {
+        m_deviceCaption = sel_port_name_str;
+    }
+    m_deviceChoices = port_val_str_array;
+    if (m_deviceChoices.isEmpty())
+        m_deviceChoiceIndex = -1;
+    else
+        m_deviceChoiceIndex = several ? int(m_deviceChoices.size() - 1) : 0;
+    emit changed();
+}
+
+void MainWindowController::connectDevice() {
+    if (runConnectionSteps() == 0)
+        return;
+    searchForDevices();
+}
+
+void MainWindowController::Exit_App() {
+    if (m_op.Show_YES_NO_MessageBox(QStringLiteral("\nDo you really want to exit from '%1'?").arg(kApplicationName))) {
+        m_op.quitApplication();
+        return;
+    }
+    text_change_notifications_on = false;
+}

@@ -1,0 +1,72 @@
+#pragma once
+// What both main windows (GSM and Android) share at the level of the application:
+// being in front or hidden, the device caption with its no-device notice and device
+// drop-down, the device selection sequence, and the way out.
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+class Operator;
+
+class MainWindowController : public QObject {
+    Q_OBJECT
+public:
+    enum class Kind { Gsm = 1, Android = 2 };
+
+    MainWindowController(Kind kind, Operator& op, QObject* parent = nullptr);
+
+    Kind kind() const { return m_kind; }
+    Operator& op() const { return m_op; }
+    virtual QString title() const = 0;
+
+    // Initialisation when the window is loaded (launch steps 2 and 5-7).
+    virtual void windowDidLoad() {}
+
+    bool isVisible() const { return m_visible; }
+    void bringToFront();
+    void hide();
+
+    // Device caption ("No Mobile Phone Device is selected.", a name, or a count).
+    QString deviceCaption() const { return m_deviceCaption; }
+    bool noDeviceNoticeVisible() const { return m_noDeviceNoticeVisible; }
+    QStringList deviceChoices() const { return m_deviceChoices; }
+    int deviceChoiceIndex() const { return m_deviceChoiceIndex; }
+    QString currentDeviceChoice() const;
+    void setDeviceChoiceIndex(int index);
+
+    // Shows this kind's connection-steps dialog; 1 continue, 0 cancel, else back.
+    virtual int runConnectionSteps() = 0;
+
+    // Clears the selection, opens this kind's device search window and shows what was
+    // selected. Returns whether the search window reported success.
+    bool searchForDevices();
+
+    // The connect button and the no-device notice: connection steps, then (unless
+    // cancelled) the device search.
+    void connectDevice();
+
+    // Closing the window and its Exit button.
+    void Exit_App();
+
+signals:
+    void changed();
+
+protected:
+    // Runs the device search window of this kind; returns whether it reported success.
+    // Until a kind has its search window, nothing gets selected and the choice ends.
+    virtual bool openDeviceSearchWindow() { return true; }
+
+private:
+    void showSelectionResult();
+
+    Kind m_kind;
+    Operator& m_op;
+    bool m_visible = false;
+    QString m_deviceCaption;
+    bool m_noDeviceNoticeVisible = true;
+    QStringList m_deviceChoices;
+    int m_deviceChoiceIndex = -1;
+};
+
+inline const QString kNoDeviceSelectedCaption = QStringLiteral("No Mobile Phone Device is selected.");
+inline const QString kAllDeviceChoice = QStringLiteral("All Device");

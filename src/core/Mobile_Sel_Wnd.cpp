@@ -1,0 +1,40 @@
+#include "Mobile_Sel_Wnd.h"
+
+#include "AppState.h"
+#include "MainWindowController.h"
+
+Mobile_Sel_Wnd::Mobile_Sel_Wnd(MainWindowController& gsmWindow, MainWindowController& androidWindow,
+                               QObject* parent)
+    : DialogController(parent), m_gsm(gsmWindow), m_android(androidWindow) {}
+
+void Mobile_Sel_Wnd::GSM_Btn() { choose(m_gsm, m_android); }
+
+void Mobile_Sel_Wnd::Android_Btn() { choose(m_android, m_gsm); }
+
+void Mobile_Sel_Wnd::Cancel_Btn() {
+    setPanelVisible(false);
+    endModal(0);
+}
+
+void Mobile_Sel_Wnd::choose(MainWindowController& chosen, MainWindowController& other) {
+    gsm_and_none = static_cast<int>(chosen.kind());
+    chosen.bringToFront();
+    other.hide();
+    setPanelVisible(false);
+
+    const int code = chosen.runConnectionSteps();
+    if (code == 0) {
+        endModal(0);
+        return;
+    }
+    if (code == 1 && chosen.searchForDevices()) {
+        endModal(1);
+        return;
+    }
+    setPanelVisible(true); // back, or a search that did not succeed: choose again
+}
+
+void Mobile_Sel_Wnd::setPanelVisible(bool visible) {
+    m_panelVisible = visible;
+    emit changed();
+}

@@ -1,0 +1,29 @@
+#pragma once
+// The device-kind dialog shown at launch: GSM modem or Android phone, or cancel.
+// A choice brings that kind's window to the front, runs its connection steps and device
+// search, and either closes this dialog or shows it again.
+#include "DialogController.h"
+
+class MainWindowController;
+
+class Mobile_Sel_Wnd : public DialogController {
+    Q_OBJECT
+public:
+    Mobile_Sel_Wnd(MainWindowController& gsmWindow, MainWindowController& androidWindow,
+                   QObject* parent = nullptr);
+
+    void GSM_Btn();
+    void Android_Btn();
+    void Cancel_Btn();
+
+    // False while a choice runs its dialogs (the panel is hidden behind them).
+    bool panelVisible() const { return m_panelVisible; }
+
+private:
+    void choose(MainWindowController& chosen, MainWindowController& other);
+    void setPanelVisible(bool visible);
+
+    MainWindowController& m_gsm;
+    MainWindowController& m_android;
+    bool m_panelVisible = true;
+};

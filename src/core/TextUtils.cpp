@@ -1,0 +1,127 @@
+#include "TextUtils.h"
+
+#include "Log.h"
+
+#include <exception>
+
+namespace {
+
+// Whitespace and newlines: Unicode Z* categories, tab, LF, VT, FF, CR and NEL.
+bool isWhitespaceOrNewline(QChar c) { return c.isSpace(); }
+
+// Control characters: the Cc and Cf categories.
+bool isControl(QChar c) {
+    const auto cat = c.category();
+    return cat == QChar::Other_Control || cat == QChar::Other_Format;
+}
+
+template <typename Pred> QString trimBothEnds(const QString& s, Pred drop) {
+    qsizetype begin = 0;
+    qsizetype end = s.size();
+    while (begin < end && drop(s.at(begin)))
+        ++begin;
+    while (end > begin && drop(s.at(end - 1)))
+        --end;
+    return s.mid(begin, end - begin);
+}
+
+QString replaceAll(const QString& s, const QString& find, const QString& repl, Qt::CaseSensitivity cs) {
+    if (find.isEmpty())
+        return s; // nothing to look for: an empty pattern would otherwise match between every character
+    QString out = s;
+    out.replace(find, repl, cs);
+    return out;
+}
+
+bool findIn(const char* name, const QString& hay, const QString& needle, Qt::CaseSensitivity cs) {
+    try {
+        if (hay.isNull() || needle.isNull() || needle.isEmpty())
+            return false;
+        return hay.contains(needle, cs);
+    } catch (const std::exception& e) {
+        Show_NSLog_Message(QStringLiteral("%1 exception").arg(QLatin1String(name)));
+        Show_NSLog_Message(hay);
+        Show_NSLog_Message(needle);
+        Show_NSLog_Message(QString::fromUtf8(e.what()));
+        return false;
+    }
+}
+
+} // namespace
+
+QString Trim_Str(const QString& s) {
+    try {
+        return trimBothEnds(trimBothEnds(s, isWhitespaceOrNewline), isControl);
+    } catch (const std::exception& e) {
+        Show_NSLog_Message(QString::fromUtf8(e.what()));
+        return QString();
+    }
+}
+
+QString MakeUpper(const QString& s) {
+    const QString trimmed = Trim_Str(s);
+    if (trimmed.isEmpty())
+        return QString();
+    return Trim_Str(trimmed.toUpper());
+}
+
+QString MakeLower(const QString& s) {
+    const QString trimmed = Trim_Str(s);
+    if (trimmed.isEmpty())
+        return QString();
+    return Trim_Str(trimmed.toLower());
+}
+
+QString Replace_char_in_string(const QString& s, const QString& find, const QString& repl) {
+    return replaceAll(s, find, repl, Qt::CaseSensitive);
+}
+
+QString Replace_char_in_string_Case_Insensitive(const QString& s, const QString& find, const QString& repl) {
+    return replaceAll(s, find, repl, Qt::CaseInsensitive);
+}
+
+bool Find_Str(const QString& hay, const QString& needle) {
+    return findIn("Find_Str", hay, needle, Qt::CaseSensitive);
+}
+
+bool Find_Str_Case_Insensitive(const QString& hay, const QString& needle) {
+    return findIn("Find_Str_Case_Insensitive", hay, needle, Qt::CaseInsensitive);
+}
+
+QString Left_Str_substringToIndex(const QString& s, int n) {
+    n = qMax(n, 0);
+    return n >= s.size() ? s : s.left(n);
+}
+
+QString Right_Str_substringFromIndex(const QString& s, int n) {
+    n = qMax(n, 0);
+    return n >= s.size() ? s : s.right(n);
+}
+
+QString Read_Str_FromIndex(const QString& s, int i) {
+    if (i < 0 || i > s.size())
+        return QString();
+    return s.mid(i);
+}
+
+QString Read_Str_Upto_Index(const QString& s, int i) {
+    if (i < 0 || i > s.size())
+        return QString();
+    return s.left(i);
+}
+
+QString Replace_Char_For_Valid_Number(const QString& s) {
+    static const char* const kNoise[] = {"-", " ", "(", ")", ".", ",", "[", "]"};
+    QString out = s;
+    for (const char* noise : kNoise)
+        out.remove(QLatin1String(noise));
+    return Trim_Str(out);
+}
+
+QString Replace_Sent_Item_and_Template_New_Line_with_Seprator(const QString& s) {
+    return replaceAll(s, QStringLiteral("\n"), kStoredNewLineSeparator, Qt::CaseSensitive);
+}
+
+QString Replace_Sent_Item_and_Template_Seprator_With_New_Line(const QString& s) {
+    return replaceAll(s, kStoredNewLineSeparator, QStringLiteral("\n"), Qt::CaseSensitive);
+}

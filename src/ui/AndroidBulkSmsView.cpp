@@ -1,0 +1,14 @@
+#include "AndroidBulkSmsView.h"
+
+#include "android/Bulk_SMSAppDelegate.h"
+
+#include <QHBoxLayout>
+#include <QPushButton>
+
+AndroidBulkSmsView::AndroidBulkSmsView(Bulk_SMSAppDelegate& controller, QWidget* parent)
+    : MainWindowView(controller, parent) {
+    setObjectName(QStringLiteral("Bulk_SMSAppDelegate"));
+    auto* connectButton = new QPushButton(QStringLiteral("Connect Phone"), this);
+    deviceBar()->addWidget(connectButton);
+    connect(connectButton, &QPushButton::clicked, this, [&controller] { controller.connectDevice(); });
+}

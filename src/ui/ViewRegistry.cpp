@@ -1,0 +1,38 @@
+#include "ViewRegistry.h"
+
+#include "ConnectionInfoView.h"
+#include "GsmDevConnStepView.h"
+#include "MobileSelView.h"
+#include "core/DialogController.h"
+
+#include <QByteArray>
+#include <QHash>
+
+namespace ViewRegistry {
+namespace {
+QHash<QByteArray, Factory>& factories() {
+    static QHash<QByteArray, Factory> table;
+    return table;
+}
+
+template <typename View, typename Controller> void addView() {
+    add(Controller::staticMetaObject.className(), [](DialogController& dialog, QWidget* parent) -> QDialog* {
+        return new View(static_cast<Controller&>(dialog), parent);
+    });
+}
+} // namespace
+
+void add(const char* className, Factory factory) { factories().insert(QByteArray(className), std::move(factory)); }
+
+QDialog* createView(DialogController& dialog, QWidget* parent) {
+    const auto it = factories().constFind(QByteArray(dialog.metaObject()->className()));
+    return it == factories().constEnd() ? nullptr : (*it)(dialog, parent);
+}
+
+void registerStandardViews() {
+    addView<MobileSelView, Mobile_Sel_Wnd>();
+    addView<GsmDevConnStepView, GSM_DEV_Conn_Step_Wnd>();
+    addView<ConnectionInfoView, Connection_Info>();
+}
+
+} // namespace ViewRegistry

@@ -1,0 +1,33 @@
+#include "core/Clock.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+namespace {
+
+TEST(Clock, ScaleShrinksPrescribedWaits) {
+    const double saved = Clock::scale();
+    Clock::setScale(0.01);
+    EXPECT_EQ(Clock::scaled(std::chrono::seconds(2)), std::chrono::milliseconds(20));
+    Clock::setScale(0); // ignored: a wait never becomes instant by accident
+    EXPECT_EQ(Clock::scale(), 0.01);
+    Clock::setScale(saved);
+}
+
+TEST(Clock, SleepUnlessWakesWhenStopped) {
+    const double saved = Clock::scale();
+    Clock::setScale(1.0);
+    std::atomic<bool> stop{false};
+    std::thread stopper([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        stop = true;
+    });
+    const bool completed = Clock::sleepUnless(std::chrono::seconds(60), [&] { return stop.load(); });
+    stopper.join();
+    Clock::setScale(saved);
+    EXPECT_FALSE(completed);
+}
+
+} // namespace
