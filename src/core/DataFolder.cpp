@@ -15,8 +15,8 @@
 #ifndef BULKSMS_INSTALLED_RESOURCES
 #define BULKSMS_INSTALLED_RESOURCES ""
 #endif
-#ifndef BULKSMS_SOURCE_RESOURCES
-#define BULKSMS_SOURCE_RESOURCES ""
+#ifndef BULKSMS_BUILD_RESOURCES
+#define BULKSMS_BUILD_RESOURCES ""
 #endif
 
 QString Resource_Path;
@@ -66,7 +66,7 @@ QString locateResourcePath() {
     const QString installed = QStringLiteral(BULKSMS_INSTALLED_RESOURCES);
     if (!installed.isEmpty() && QFileInfo(installed).isDir())
         return installed;
-    return QStringLiteral(BULKSMS_SOURCE_RESOURCES);
+    return QStringLiteral(BULKSMS_BUILD_RESOURCES);
 }
 
 void computeDataPaths() {
