@@ -1,0 +1,62 @@
+// Launch order: paths fixed, data folder laid out, GSM window in front.
+#include "core/AppState.h"
+#include "core/DataFolder.h"
+#include "core/Launch.h"
+#include "core/MainWindowController.h"
+
+#include "ScriptedOperator.h"
+#include "TestEnvironment.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class PlainWindow : public MainWindowController {
+public:
+    using MainWindowController::MainWindowController;
+    QString title() const override { return "window"; }
+    int runConnectionSteps() override { return 0; }
+    void windowDidLoad() override { loaded = true; }
+    bool loaded = false;
+};
+
+TEST(Launch, LaysOutTheDataFolderAndBringsTheGsmWindowToTheFront) {
+    TestDataHome home;
+    ScriptedOperator op;
+    PlainWindow android(MainWindowController::Kind::Android, op);
+    PlainWindow gsm(MainWindowController::Kind::Gsm, op);
+    android.bringToFront();
+    gsm_and_none = 2;
+
+    ASSERT_TRUE(Launch_Application(op, android, gsm));
+    EXPECT_EQ(Resource_Path, home.resources());
+    EXPECT_TRUE(QFileInfo::exists(ExListIndex_File_Path));
+    EXPECT_TRUE(android.loaded && gsm.loaded);
+    EXPECT_TRUE(gsm.isVisible());
+    EXPECT_FALSE(android.isVisible());
+    EXPECT_EQ(gsm_and_none, 1);
+    EXPECT_EQ(Main_App_wnd, &android);
+    EXPECT_EQ(GSM_App_wnd, &gsm);
+    EXPECT_TRUE(op.alerts().isEmpty());
+}
+
+TEST(Launch, AnInaccessibleResourceFolderEndsTheApplication) {
+    TestDataHome home;
+    QFile blocker(home.root() + "/file");
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    qputenv("BULKSMS_RESOURCES", QFile::encodeName(home.root() + "/file/resources"));
+    ScriptedOperator op;
+    PlainWindow android(MainWindowController::Kind::Android, op);
+    PlainWindow gsm(MainWindowController::Kind::Gsm, op);
+
+    EXPECT_FALSE(Launch_Application(op, android, gsm));
+    EXPECT_EQ(op.alerts(), QStringList{"\nCan not access Bulk sms Data file."});
+    EXPECT_TRUE(op.quitRequested());
+    EXPECT_FALSE(gsm.loaded); // nothing after the failing step ran
+}
+
+} // namespace

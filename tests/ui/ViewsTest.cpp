@@ -1,0 +1,123 @@
+// The views show their controllers' state and forward clicks; they run headless.
+#include "android/Bulk_SMSAppDelegate.h"
+#include "android/Connection_Info.h"
+#include "core/AppState.h"
+#include "core/Mobile_Sel_Wnd.h"
+#include "gsm/GSM_DEV_Conn_Step_Wnd.h"
+#include "sending/Gsm_Bulk_Sms_Wnd.h"
+#include "ui/AndroidBulkSmsView.h"
+#include "ui/GsmBulkSmsView.h"
+#include "ui/UiHelpers.h"
+#include "ui/ViewRegistry.h"
+
+#include "ScriptedOperator.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QDialog>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+
+TEST(Views, EveryDialogControllerHasAView) {
+    ViewRegistry::registerStandardViews();
+    ScriptedOperator op;
+    Gsm_Bulk_Sms_Wnd gsm(op);
+    Bulk_SMSAppDelegate android(op);
+    Mobile_Sel_Wnd selection(gsm, android);
+    GSM_DEV_Conn_Step_Wnd gsmSteps;
+    Connection_Info androidSteps;
+    for (DialogController* dialog : std::initializer_list<DialogController*>{&selection, &gsmSteps, &androidSteps}) {
+        std::unique_ptr<QDialog> view(ViewRegistry::createView(*dialog, nullptr));
+        ASSERT_NE(view, nullptr) << dialog->metaObject()->className();
+        EXPECT_FALSE(view->grab().isNull());
+    }
+}
+
+TEST(Views, StepButtonsEndTheDialogWithTheirCodes) {
+    ViewRegistry::registerStandardViews();
+    const struct {
+        const char* button;
+        int code;
+    } cases[] = {{"Continue", 1}, {"Cancel", 0}, {"Back", DialogController::NoCode}};
+    for (const auto& c : cases) {
+        GSM_DEV_Conn_Step_Wnd steps;
+        std::unique_ptr<QDialog> view(ViewRegistry::createView(steps, nullptr));
+        for (QPushButton* b : view->findChildren<QPushButton*>())
+            if (b->text() == c.button)
+                b->click();
+        EXPECT_TRUE(steps.isEnded()) << c.button;
+        EXPECT_EQ(steps.endCode(), c.code) << c.button;
+    }
+}
+
+TEST(Views, MainWindowFollowsItsController) {
+    ScriptedOperator op;
+    Gsm_Bulk_Sms_Wnd gsm(op);
+    GsmBulkSmsView view(gsm);
+    gsm.bringToFront();
+    EXPECT_TRUE(view.isVisible());
+    EXPECT_EQ(view.windowTitle(), gsm.title());
+
+    port_val_str_array = QStringList{"/dev/ttyUSB0", "/dev/ttyUSB1"};
+    sel_port_name_str = "/dev/ttyUSB0";
+    auto* devices = view.findChild<QComboBox*>("_cb_ports_ComboBox");
+    ASSERT_NE(devices, nullptr);
+    op.onModal([](DialogController& d) { d.endModal(1); });
+    // Searching clears the selection first; the search window is not there yet, so nothing is chosen.
+    gsm.connectDevice();
+    EXPECT_EQ(devices->count(), 0);
+    EXPECT_TRUE(view.findChild<QPushButton*>("_NO_Device_Ticker")->isVisibleTo(&view));
+    EXPECT_EQ(view.findChild<QPushButton*>("_Device_Name_Ticker")->text(), "No Mobile Phone Device is selected.");
+
+    gsm.hide();
+    EXPECT_FALSE(view.isVisible());
+    clearDeviceSelection();
+}
+
+TEST(Views, ClosingTheWindowAsksBeforeQuitting) {
+    ScriptedOperator op;
+    Bulk_SMSAppDelegate android(op);
+    AndroidBulkSmsView view(android);
+    android.bringToFront();
+    op.answerNo();
+    EXPECT_FALSE(view.close());
+    EXPECT_FALSE(op.quitRequested());
+    EXPECT_EQ(op.questions(), QStringList{"\nDo you really want to exit from 'Ostrel Bulk SMS'?"});
+}
+
+TEST(UiHelpers, GroupBoxesSwitchTheirDirectControlsOnly) {
+    QGroupBox group;
+    auto* layout = new QVBoxLayout(&group);
+    auto* edit = new QLineEdit(&group);
+    auto* label = new QLabel("Total", &group);
+    auto* inner = new QGroupBox(&group);
+    auto* deep = new QLineEdit(inner);
+    layout->addWidget(edit);
+    layout->addWidget(label);
+    layout->addWidget(inner);
+
+    SetObjEnabled(&group, false);
+    EXPECT_TRUE(group.isEnabled());
+    EXPECT_FALSE(edit->isEnabled());
+    EXPECT_FALSE(label->isEnabled());
+    EXPECT_TRUE(deep->isEnabled()); // one level deep only
+    SetObjEnabled(&group, true);
+    EXPECT_TRUE(edit->isEnabled());
+}
+
+TEST(UiHelpers, HyperlinkEscapesItsText) {
+    EXPECT_EQ(hyperlinkText("a<b", "http://x/?a=1&b=2"),
+              "<a href=\"http://x/?a=1&amp;b=2\" style=\"color:blue; text-decoration:underline;\">a&lt;b</a>");
+}
+
+} // namespace
