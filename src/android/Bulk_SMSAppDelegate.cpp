@@ -5,7 +5,7 @@
 #include "core/Operator.h"
 
 Bulk_SMSAppDelegate::Bulk_SMSAppDelegate(Operator& op, QObject* parent)
-    : MainWindowController(Kind::Android, op, parent) {}
+    : BulkSmsWindow(Kind::Android, op, parent) {}
 
 QString Bulk_SMSAppDelegate::title() const { return kApplicationName + QStringLiteral(" - Android Phone"); }
 

@@ -1,8 +1,8 @@
 #pragma once
 // The Android main window's controller, which is also the application delegate.
-#include "core/MainWindowController.h"
+#include "list/BulkSmsWindow.h"
 
-class Bulk_SMSAppDelegate : public MainWindowController {
+class Bulk_SMSAppDelegate : public BulkSmsWindow {
     Q_OBJECT
 public:
     explicit Bulk_SMSAppDelegate(Operator& op, QObject* parent = nullptr);

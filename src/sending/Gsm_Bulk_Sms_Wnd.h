@@ -1,8 +1,8 @@
 #pragma once
 // The GSM main window's controller.
-#include "core/MainWindowController.h"
+#include "list/BulkSmsWindow.h"
 
-class Gsm_Bulk_Sms_Wnd : public MainWindowController {
+class Gsm_Bulk_Sms_Wnd : public BulkSmsWindow {
     Q_OBJECT
 public:
     explicit Gsm_Bulk_Sms_Wnd(Operator& op, QObject* parent = nullptr);

@@ -1,0 +1,276 @@
+#include "BulkSmsWindow.h"
+
+#include "LoadCounters.h"
+#include "NumberRules.h"
+#include "Update_Num_SMS.h"
+#include "core/AppState.h"
+#include "core/DataFolder.h"
+#include "core/Log.h"
+#include "core/Operator.h"
+#include "core/TextUtils.h"
+
+#include <QFile>
+
+#include <algorithm>
+
+namespace {
+const QString kInvalidNumber = QStringLiteral("Please enter a valid phone number.");
+const QString kListEmpty = QStringLiteral("Phone numbers-Messages list is empty.");
+const QString kSelectRecord =
+    QStringLiteral("Please select at least one record from the phone numbers-messages list to continue.");
+
+// Lines of a UTF-8 data file, without line ends; a missing file has none.
+QStringList readLines(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
+}
+} // namespace
+
+BulkSmsWindow::BulkSmsWindow(Kind kind, Operator& op, QObject* parent)
+    : MainWindowController(kind, op, parent), m_list({kNumberKey, kMessageKey}), m_exclusionSet({kNumberKey}) {
+    connect(&m_list, &RecordTable::inserted, this, &BulkSmsWindow::Update_List_Count);
+    connect(&m_list, &RecordTable::wasReset, this, &BulkSmsWindow::Update_List_Count);
+}
+
+void BulkSmsWindow::windowDidLoad() {
+    m_messageTypeIndex = 1;
+    m_fillButtonTitle = QStringLiteral("Apply this\r\nmessage to\r\nlist items");
+    m_delayedDeliveryEnabled = true;
+    emit changed();
+}
+
+BulkSmsWindow* activeBulkSmsWindow() {
+    return qobject_cast<BulkSmsWindow*>(gsm_and_none == 1 ? GSM_App_wnd : Main_App_wnd);
+}
+
+// ---- number field and list ----
+
+void BulkSmsWindow::setNumberField(const QString& text) {
+    QString cut = text;
+    if (text_change_notifications_on && cut.size() > kMaxNumberLength)
+        cut = cut.left(kMaxNumberLength);
+    if (cut == m_numberField)
+        return;
+    m_numberField = cut;
+    emit changed();
+}
+
+QString BulkSmsWindow::countLabel() const { return QStringLiteral("Total Numbers : %1").arg(m_list.size()); }
+
+void BulkSmsWindow::Update_List_Count() { emit changed(); }
+
+bool BulkSmsWindow::Check_Ph_Number(const QString& number, bool test_flag) const {
+    return ::Check_Ph_Number(number, test_flag);
+}
+
+QString BulkSmsWindow::Num_Able_To_insert(const QString& raw) {
+    const QString s = Replace_Char_For_Valid_Number(raw);
+    if (s.isEmpty())
+        return QString();
+    ++TOT_PROC;
+    if (::Check_Ph_Number(s, false) || hasMisplacedPlus(s))
+        return QString();
+    ++TOT;
+    if (m_skipDuplicates && Check_Duplicate_Number(s)) {
+        ++SKPD;
+        return QString();
+    }
+    if (m_exclusion && Check_Exclusion_Number(s)) {
+        ++EXLD;
+        return QString();
+    }
+    return s;
+}
+
+bool BulkSmsWindow::Check_Duplicate_Number(const QString& number) const { return m_list.containsNumber(number); }
+
+bool BulkSmsWindow::Check_Exclusion_Number(const QString& number) const {
+    return m_exclusionSet.containsNumber(number);
+}
+
+void BulkSmsWindow::Create_Num_Msg_List(const QString& number, const QString& message) {
+    const QString trimmed = Trim_Str(number);
+    if (trimmed.isEmpty())
+        return;
+    m_list.prepend(recipientRecord(trimmed, message));
+    if (!m_composerText.isEmpty() && prev_composer_msg.isEmpty() && prev_composer_msg != m_composerText)
+        prev_composer_msg = m_composerText;
+}
+
+void BulkSmsWindow::Create_Exclusion_List(const QString& number) {
+    const QString trimmed = Trim_Str(number);
+    if (!trimmed.isEmpty())
+        m_exclusionSet.append(Record{{kNumberKey, trimmed}});
+}
+
+void BulkSmsWindow::Fill_Exclusion_Num_List() {
+    if (!m_exclusion)
+        return;
+    m_exclusionSet.clear();
+    Check_Path_And_Create_Files();
+    for (QString name : readLines(AppExclusion_File_Path)) {
+        if (name.endsWith(QLatin1Char('\r')))
+            name.chop(1);
+        // A list name is a plain file name; anything that could leave the folder is ignored.
+        if (name.isEmpty() || name.contains(QLatin1Char('/')) || name == QLatin1String("..") ||
+            name == QLatin1String(".")) {
+            if (!name.isEmpty())
+                Show_NSLog_Message(QStringLiteral("Ignored exclusion list name: %1").arg(name));
+            continue;
+        }
+        for (const QString& number : readLines(Exclusion_Folder_Path + QLatin1Char('/') + name + QStringLiteral(".OSTREL")))
+            Create_Exclusion_List(number);
+    }
+}
+
+void BulkSmsWindow::rejectTypedNumber(const QString& message) {
+    op().Show_MessageBox(message);
+    requestFocus(Focus::NumberField);
+}
+
+void BulkSmsWindow::Add_number_To_List() {
+    const QString s = Replace_Char_For_Valid_Number(m_numberField);
+    if (validTypedNumber(m_numberField).isEmpty()) {
+        rejectTypedNumber(kInvalidNumber);
+        return;
+    }
+    if (m_skipDuplicates && Check_Duplicate_Number(s)) {
+        rejectTypedNumber(QStringLiteral("Entered number already exists."));
+        return;
+    }
+    if (m_exclusion && Check_Exclusion_Number(s)) {
+        rejectTypedNumber(QStringLiteral("Entered number is in exclusion list."));
+        return;
+    }
+    Create_Num_Msg_List(s, m_composerText);
+    m_numberField.clear();
+    emit changed();
+    requestFocus(Focus::NumberField);
+}
+
+bool BulkSmsWindow::Add_Number_In_List_First() {
+    if (Trim_Str(m_numberField).isEmpty())
+        return false;
+    op().Show_MessageBox(QStringLiteral("Please insert entered number to the list."));
+    return true;
+}
+
+void BulkSmsWindow::setSelectedRows(QList<int> rows) {
+    std::sort(rows.begin(), rows.end());
+    rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
+    m_selectedRows = std::move(rows);
+}
+
+bool BulkSmsWindow::isRowSelected(int row) const {
+    return std::binary_search(m_selectedRows.cbegin(), m_selectedRows.cend(), row);
+}
+
+void BulkSmsWindow::Clear_Sel_Btn() {
+    if (m_list.isEmpty()) {
+        op().Show_MessageBox(kListEmpty);
+        return;
+    }
+    if (m_selectedRows.isEmpty()) {
+        op().Show_MessageBox(kSelectRecord);
+        return;
+    }
+    m_list.removeRows(m_selectedRows);
+    setSelectedRows(m_list.isEmpty() ? QList<int>{} : QList<int>{0});
+    Update_List_Count();
+}
+
+void BulkSmsWindow::Clear_All_Btn() {
+    if (m_list.isEmpty()) {
+        op().Show_MessageBox(kListEmpty);
+        return;
+    }
+    if (!op().Show_YES_NO_MessageBox(QStringLiteral("\nThis option will clear the entire list contents. Are you "
+                                                    "sure you want to continue clearing the entire list?")))
+        return;
+    m_list.clear();
+    m_selectedRows.clear();
+}
+
+void BulkSmsWindow::Reset_Btn() {
+    if (!op().Show_YES_NO_MessageBox(QStringLiteral("\nAre you sure you want to continue to reset?")))
+        return;
+    text_change_notifications_on = true;
+    prev_composer_msg.clear();
+    m_numberField.clear();
+    m_composerText.clear();
+    m_list.clear();
+    m_selectedRows.clear();
+    m_characterCounter = QStringLiteral("0 Characters");
+    m_messageTypeIndex = 1;
+    m_delayedDelivery = false;
+    m_delayedDeliveryEnabled = true;
+    m_delayedChoicesEnabled = false;
+    m_delayedCountChoice.clear();
+    m_delayedTimeChoice.clear();
+    m_exclusion = false;
+    m_saveSentItems = false;
+    m_saveTemplates = false;
+    m_skipDuplicates = false;
+    m_unicode = false;
+    resetSendingOptions();
+    Update_List_Count();
+    requestFocus(Focus::NumberField);
+}
+
+void BulkSmsWindow::doubleClickInTable(int row) {
+    if (m_selectedRows.size() > 1) {
+        op().Show_MessageBox(QStringLiteral("Please select only one record to update."));
+        return;
+    }
+    if (row < 0 || row >= m_list.size())
+        return;
+    Update_Num_SMS dialog(*this, row);
+    op().runModal(dialog);
+}
+
+// ---- options ----
+
+void BulkSmsWindow::setSkipDuplicates(bool on) {
+    m_skipDuplicates = on;
+    emit changed();
+}
+
+void BulkSmsWindow::Exclusion_Chk(bool on) {
+    m_exclusion = on;
+    if (on)
+        Fill_Exclusion_Num_List();
+    emit changed();
+}
+
+void BulkSmsWindow::setSaveSentItems(bool on) {
+    m_saveSentItems = on;
+    emit changed();
+}
+
+void BulkSmsWindow::setSaveTemplates(bool on) {
+    m_saveTemplates = on;
+    emit changed();
+}
+
+void BulkSmsWindow::setDelayedDelivery(bool on) {
+    m_delayedDelivery = on;
+    m_delayedChoicesEnabled = on;
+    emit changed();
+}
+
+void BulkSmsWindow::setDelayedDeliveryEnabled(bool enabled) {
+    m_delayedDeliveryEnabled = enabled;
+    emit changed();
+}
+
+void BulkSmsWindow::setDelayedCountChoice(const QString& text) {
+    m_delayedCountChoice = text;
+    emit changed();
+}
+
+void BulkSmsWindow::setDelayedTimeChoice(const QString& text) {
+    m_delayedTimeChoice = text;
+    emit changed();
+}

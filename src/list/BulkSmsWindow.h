@@ -1,0 +1,134 @@
+#pragma once
+// The part both main windows share: the recipient list with its number field, filters and
+// counters, and the composer with its options. GSM and Android windows derive from it.
+#include "NumberList.h"
+#include "core/MainWindowController.h"
+
+#include <QList>
+#include <QStringList>
+
+class BulkSmsWindow : public MainWindowController {
+    Q_OBJECT
+public:
+    enum class Focus { NumberField, Composer };
+
+    BulkSmsWindow(Kind kind, Operator& op, QObject* parent = nullptr);
+
+    void windowDidLoad() override;
+
+    NumberList& list() { return m_list; }
+    const NumberList& list() const { return m_list; }
+    const NumberList& exclusionSet() const { return m_exclusionSet; }
+
+    // --- Number field and list operations ---
+    QString numberField() const { return m_numberField; }
+    void setNumberField(const QString& text);
+    QString countLabel() const;
+
+    bool Check_Ph_Number(const QString& number, bool test_flag) const;
+    QString Num_Able_To_insert(const QString& raw);
+    bool Check_Duplicate_Number(const QString& number) const;
+    bool Check_Exclusion_Number(const QString& number) const;
+    void Create_Num_Msg_List(const QString& number, const QString& message);
+    void Create_Exclusion_List(const QString& number);
+    void Fill_Exclusion_Num_List();
+
+    void Add_number_To_List();
+    bool Add_Number_In_List_First();
+    void Clear_Sel_Btn();
+    void Clear_All_Btn();
+    void Reset_Btn();
+    void doubleClickInTable(int row);
+    void Update_List_Count();
+
+    // Rows selected in the table, ascending; the view keeps this up to date.
+    void setSelectedRows(QList<int> rows);
+    const QList<int>& selectedRows() const { return m_selectedRows; }
+    bool isRowSelected(int row) const;
+
+    int prev_list_item = 0;
+    QString prev_composer_msg;
+
+    // --- Composer ---
+    QString composerText() const { return m_composerText; }
+    void setComposerText(const QString& text);
+    QString characterCounterText() const { return m_characterCounter; }
+    QString fillButtonTitle() const { return m_fillButtonTitle; }
+    QString currentMessage() const { return m_currentMessage; }
+
+    static QStringList messageTypes();
+    int messageTypeIndex() const { return m_messageTypeIndex; }
+    void setMessageTypeIndex(int index);
+    bool isFlashMessage() const; // the entry "Notification"
+
+    bool Blank_Msg_Chk() const;
+    void Fill_Msg_Btn();
+    void Update_Sel_Msgs_Btn();
+    // The question before sending: false when the operator abandons the send.
+    bool Send_Msg_Info_Check();
+
+    // --- Options (check boxes) ---
+    bool unicode() const { return m_unicode; }
+    void setUnicode(bool on);
+    bool skipDuplicates() const { return m_skipDuplicates; }
+    void setSkipDuplicates(bool on);
+    bool exclusion() const { return m_exclusion; }
+    void Exclusion_Chk(bool on);
+    bool saveSentItems() const { return m_saveSentItems; }
+    void setSaveSentItems(bool on);
+    bool saveTemplates() const { return m_saveTemplates; }
+    void setSaveTemplates(bool on);
+
+    // Delayed delivery: the check box and its two choices (count and pause length).
+    bool delayedDelivery() const { return m_delayedDelivery; }
+    bool delayedDeliveryEnabled() const { return m_delayedDeliveryEnabled; }
+    bool delayedChoicesEnabled() const { return m_delayedChoicesEnabled; }
+    QString delayedCountChoice() const { return m_delayedCountChoice; }
+    QString delayedTimeChoice() const { return m_delayedTimeChoice; }
+    void setDelayedDelivery(bool on);
+    void setDelayedDeliveryEnabled(bool enabled);
+    void setDelayedCountChoice(const QString& text);
+    void setDelayedTimeChoice(const QString& text);
+
+    // The captured message written by copy operations; set when an apply or send starts.
+    void captureCurrentMessage();
+    // Replaces the record at row by one with the same number and the given message.
+    void replaceMessage(int row, const QString& message);
+
+signals:
+    void focusRequested(BulkSmsWindow::Focus target);
+
+protected:
+    // What a window restores beyond the shared controls on Reset.
+    virtual void resetSendingOptions() {}
+    void requestFocus(Focus target) { emit focusRequested(target); }
+
+private:
+    void rejectTypedNumber(const QString& message);
+    void applyComposerCut();
+
+    NumberList m_list;
+    NumberList m_exclusionSet;
+    QList<int> m_selectedRows;
+    QString m_numberField;
+
+    QString m_composerText;
+    QString m_characterCounter = QStringLiteral("0 Characters");
+    QString m_fillButtonTitle;
+    QString m_currentMessage;
+    int m_messageTypeIndex = 1;
+
+    bool m_unicode = false;
+    bool m_skipDuplicates = false;
+    bool m_exclusion = false;
+    bool m_saveSentItems = false;
+    bool m_saveTemplates = false;
+    bool m_delayedDelivery = false;
+    bool m_delayedDeliveryEnabled = true;
+    bool m_delayedChoicesEnabled = false;
+    QString m_delayedCountChoice;
+    QString m_delayedTimeChoice;
+};
+
+// The main window the shared dialogs act on: GSM when gsm_and_none is 1, else Android.
+BulkSmsWindow* activeBulkSmsWindow();

@@ -1,0 +1,110 @@
+// The composer half of the main windows: text with its 1600-character cut and counter,
+// message options, and the operations that copy the composed text into the list.
+#include "BulkSmsWindow.h"
+
+#include "Fill_Msg_In_List.h"
+#include "NumberRules.h"
+#include "Send_Msg_Info.h"
+#include "Update_Sel_Num_SMS.h"
+#include "core/AppState.h"
+#include "core/Clock.h"
+#include "core/Operator.h"
+
+void BulkSmsWindow::setComposerText(const QString& text) {
+    if (text == m_composerText)
+        return;
+    m_composerText = text;
+    if (text_change_notifications_on)
+        applyComposerCut();
+    emit changed();
+}
+
+void BulkSmsWindow::applyComposerCut() {
+    if (m_composerText.size() > kMaxMessageLength)
+        m_composerText = m_composerText.left(kMaxMessageLength);
+    m_characterCounter = QStringLiteral("%1 Characters").arg(m_composerText.size());
+}
+
+void BulkSmsWindow::setUnicode(bool on) {
+    m_unicode = on;
+    applyComposerCut();
+    emit changed();
+}
+
+QStringList BulkSmsWindow::messageTypes() {
+    // Index 1 is the default; "Notification" is the flash message.
+    return {QStringLiteral("Text"), QStringLiteral("Standard"), QStringLiteral("Notification")};
+}
+
+void BulkSmsWindow::setMessageTypeIndex(int index) {
+    if (index < 0 || index >= messageTypes().size())
+        return;
+    m_messageTypeIndex = index;
+    emit changed();
+}
+
+bool BulkSmsWindow::isFlashMessage() const {
+    return messageTypes().value(m_messageTypeIndex) == QLatin1String("Notification");
+}
+
+bool BulkSmsWindow::Blank_Msg_Chk() const {
+    for (const Record& r : m_list.records())
+        if (!r.value(kMessageKey).isEmpty())
+            return false;
+    return kind() == Kind::Gsm ? m_composerText.isEmpty() : true;
+}
+
+void BulkSmsWindow::captureCurrentMessage() { m_currentMessage = m_composerText.left(kMaxMessageLength); }
+
+void BulkSmsWindow::replaceMessage(int row, const QString& message) {
+    if (row >= 0 && row < m_list.size())
+        m_list.replace(row, recipientRecord(m_list.at(row).value(kNumberKey), message));
+}
+
+void BulkSmsWindow::Fill_Msg_Btn() {
+    if (m_list.isEmpty()) {
+        op().Show_MessageBox(QStringLiteral("Phone numbers-Messages list is empty."));
+        requestFocus(Focus::NumberField);
+        return;
+    }
+    if (m_composerText.isEmpty()) {
+        op().Show_MessageBox(QStringLiteral("Please enter some text message."));
+        requestFocus(Focus::Composer);
+        return;
+    }
+    if (m_composerText.size() > kMaxMessageLength) {
+        m_composerText = m_composerText.left(kMaxMessageLength);
+        emit changed();
+    }
+    captureCurrentMessage();
+    Fill_Msg_In_List dialog(*this);
+    if (op().runModal(dialog) == 1)
+        prev_composer_msg = m_currentMessage;
+}
+
+void BulkSmsWindow::Update_Sel_Msgs_Btn() {
+    if (m_list.isEmpty()) {
+        op().Show_MessageBox(QStringLiteral("Phone numbers-Messages list is empty."));
+        return;
+    }
+    if (m_selectedRows.isEmpty()) {
+        op().Show_MessageBox(
+            QStringLiteral("Please select at least one record from the phone numbers-messages list to continue."));
+        return;
+    }
+    Update_Sel_Num_SMS dialog(*this);
+    dialog.startCollecting();
+    Clock::sleep(std::chrono::seconds(1)); // the dialog opens a second after the collection starts
+    op().runModal(dialog);
+}
+
+bool BulkSmsWindow::Send_Msg_Info_Check() {
+    const QString composer = m_composerText.left(kMaxMessageLength);
+    if (composer.isEmpty() || composer == prev_composer_msg)
+        return true;
+    prev_composer_msg = composer;
+    captureCurrentMessage();
+    Send_Msg_Info dialog(*this);
+    const int code = op().runModal(dialog);
+    return code == 1 || code == 0;
+}

@@ -1,0 +1,24 @@
+#include "LoadCounters.h"
+
+std::atomic<int> TOT_PROC{0};
+std::atomic<int> TOT{0};
+std::atomic<int> SKPD{0};
+std::atomic<int> EXLD{0};
+
+void assign_format_skip_exclude_var() {
+    TOT_PROC = 0;
+    TOT = 0;
+    SKPD = 0;
+    EXLD = 0;
+}
+
+QString format_skip_exclude_str() {
+    const QString rule = QStringLiteral("==========================");
+    return QStringLiteral("No contacts have been imported to the list.") + QStringLiteral("\n\n\n") +
+           QStringLiteral("Here is the summary:\n\n") + rule + QStringLiteral("\n") +
+           QStringLiteral("Total readable records = ") + QString::number(TOT_PROC.load()) + QStringLiteral("\n\n") +
+           QStringLiteral("Valid numbers = ") + QString::number(TOT.load()) + QStringLiteral("\n\n") +
+           QStringLiteral("Skipped due to user settings = ") + QString::number(SKPD.load()) + QStringLiteral("\n\n") +
+           QStringLiteral("Excluded due to user settings = ") + QString::number(EXLD.load()) + QStringLiteral("\n") +
+           rule + QStringLiteral("\n");
+}

@@ -1,0 +1,69 @@
+#include "Update_Num_SMS.h"
+
+#include "BulkSmsWindow.h"
+#include "NumberRules.h"
+#include "core/Operator.h"
+#include "core/TextUtils.h"
+
+Update_Num_SMS::Update_Num_SMS(BulkSmsWindow& window, int row, QObject* parent)
+    : DialogController(parent), m_window(window), m_row(row) {
+    const Record record = window.list().at(row);
+    m_originalNumber = record.value(kNumberKey);
+    m_number = m_originalNumber;
+    m_message = record.value(kMessageKey);
+}
+
+void Update_Num_SMS::setNumber(const QString& text) {
+    m_number = text.left(kMaxNumberLength);
+    emit changed();
+}
+
+void Update_Num_SMS::setMessage(const QString& text) {
+    m_message = text.left(kMaxMessageLength);
+    emit changed();
+}
+
+QString Update_Num_SMS::characterCounterText() const {
+    return QStringLiteral("%1 Characters").arg(m_message.size());
+}
+
+void Update_Num_SMS::OKPressed() {
+    const QString message = m_message.left(kMaxMessageLength);
+    NumberList& list = m_window.list();
+    if (m_row < 0 || m_row >= list.size()) {
+        CancelPressed(); // the row went away meanwhile: nothing to update
+        return;
+    }
+    if (m_number == m_originalNumber) {
+        list.replace(m_row, recipientRecord(m_number, message));
+    } else {
+        const QString s = validTypedNumber(m_number);
+        Operator& op = m_window.op();
+        if (s.isEmpty()) {
+            op.Show_MessageBox(QStringLiteral("Please enter a valid phone number."));
+            return;
+        }
+        if (m_window.skipDuplicates() && m_window.Check_Duplicate_Number(s)) {
+            op.Show_MessageBox(QStringLiteral("Entered number already exists."));
+            return;
+        }
+        if (m_window.exclusion() && m_window.Check_Exclusion_Number(s)) {
+            op.Show_MessageBox(QStringLiteral("Entered number is in exclusion list."));
+            return;
+        }
+        list.replace(m_row, recipientRecord(s, message));
+    }
+    clearFields();
+    endModal(1);
+}
+
+void Update_Num_SMS::CancelPressed() {
+    clearFields();
+    endModal(0);
+}
+
+void Update_Num_SMS::clearFields() {
+    m_number.clear();
+    m_message.clear();
+    emit changed();
+}

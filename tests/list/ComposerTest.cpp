@@ -1,0 +1,227 @@
+// The composer and the dialogs that copy its text into the list.
+#include "list/Fill_Msg_In_List.h"
+#include "list/GsmAlphabet.h"
+#include "list/Send_Msg_Info.h"
+#include "list/Update_Num_SMS.h"
+#include "list/Update_Sel_Num_SMS.h"
+
+#include "ScriptedOperator.h"
+#include "TestEnvironment.h"
+#include "TestWindows.h"
+#include "core/AppState.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Kind = MainWindowController::Kind;
+
+TEST(GsmAlphabet, EveryCharacterOfBothTablesIsSevenBit) {
+    const QString defaultTable = QString::fromUtf8(
+        "@£$¥èéùìòÇ\nØø\rÅåΔ_ΦΓΛΩΠΨΣΘΞÆæßÉ !\"#¤%&'()*+,-./0123456789:;<=>?¡ABCDEFGHIJKLMNOPQRSTUVWXYZÄÖÑÜ§¿"
+        "abcdefghijklmnopqrstuvwxyzäöñüà");
+    const QString extensionTable = QString::fromUtf8("\f^{}\\[~]|€");
+    for (QChar c : defaultTable + extensionTable)
+        EXPECT_TRUE(isGsm7Character(c)) << "U+" << std::hex << int(c.unicode());
+    EXPECT_EQ(defaultTable.size(), 127); // the 128 default characters less the escape code
+}
+
+TEST(GsmAlphabet, OtherCharactersNeedUnicode) {
+    const struct {
+        const char* text;
+        bool unicode;
+    } cases[] = {
+        {"Hello {World} €5", false},
+        {"Größe", false},
+        {"Привет", true},
+        {"ç", true},
+        {"Ç", false},
+        {"`", true},
+        {"\x1B", true},   // the escape code itself is not a character
+        {"\t", true},
+        {"á", true},
+        {"", false},
+        {"\xF0\x9F\x98\x80", true},   // outside the BMP
+        {"\xC2\xA0", true},           // no-break space
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(Check_UNICODE_Message(QString::fromUtf8(c.text)), c.unicode) << c.text;
+}
+
+class ComposerTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        text_change_notifications_on = true;
+        for (const char* n : {"1", "2", "3"})
+            window.add(n); // list: 3, 2, 1
+    }
+    ScriptedOperator op;
+    TestBulkSmsWindow window{Kind::Android, op};
+};
+
+TEST_F(ComposerTest, ComposerIsCutTo1600AndCounted) {
+    window.setComposerText(QString(2000, 'x'));
+    EXPECT_EQ(window.composerText().size(), 1600);
+    EXPECT_EQ(window.characterCounterText(), "1600 Characters");
+    window.setComposerText(QString::fromUtf8("\xF0\x9F\x98\x80"));
+    EXPECT_EQ(window.characterCounterText(), "2 Characters"); // UTF-16 units
+}
+
+TEST_F(ComposerTest, FillAllAsksThenCopiesToEveryRecord) {
+    window.setComposerText("promo");
+    op.onModal<Fill_Msg_In_List>([](Fill_Msg_In_List& d) {
+        d.OKPressed(); // No: stays open
+        EXPECT_FALSE(d.isEnded());
+        d.OKPressed(); // Yes
+    });
+    op.answerNo().answerYes();
+    window.Fill_Msg_Btn();
+    EXPECT_EQ(window.messages(), QStringList(3, "promo"));
+    EXPECT_EQ(window.prev_composer_msg, "promo");
+    EXPECT_EQ(op.questions().first(),
+              "This action will copy the message of composer box to all numbers in the list.\n\nDo you want to continue?");
+}
+
+TEST_F(ComposerTest, FillSelectedNeedsASelection) {
+    window.setComposerText("sel");
+    op.onModal<Fill_Msg_In_List>([this](Fill_Msg_In_List& d) {
+        d.setChoice(Fill_Msg_In_List::Choice::Selected);
+        d.OKPressed();
+        window.setSelectedRows({2, 0});
+        d.OKPressed();
+        EXPECT_EQ(d.choice(), Fill_Msg_In_List::Choice::All);
+    });
+    op.answerYes();
+    window.Fill_Msg_Btn();
+    EXPECT_EQ(window.messages(), (QStringList{"sel", "", "sel"}));
+    EXPECT_EQ(op.alerts(),
+              QStringList{"\nPlease select at least one record from the phone numbers-messages list to continue."});
+}
+
+TEST_F(ComposerTest, FillBlankTouchesOnlyEmptyMessages) {
+    window.replaceMessage(1, "kept");
+    window.setComposerText("new");
+    op.onModal<Fill_Msg_In_List>([](Fill_Msg_In_List& d) {
+        d.setChoice(Fill_Msg_In_List::Choice::Blank);
+        d.OKPressed();
+    });
+    op.answerYes();
+    window.Fill_Msg_Btn();
+    EXPECT_EQ(window.messages(), (QStringList{"new", "kept", "new"}));
+
+    window.setComposerText("again");
+    op.onModal<Fill_Msg_In_List>([](Fill_Msg_In_List& d) {
+        d.setChoice(Fill_Msg_In_List::Choice::Blank);
+        d.OKPressed();
+        d.CancelPressed();
+    });
+    window.Fill_Msg_Btn();
+    EXPECT_EQ(op.alerts(), QStringList{"\nThere is no blank message in the phone numbers-messages list."});
+    EXPECT_EQ(window.prev_composer_msg, "new"); // a cancelled dialog remembers nothing
+}
+
+TEST_F(ComposerTest, FillNeedsAListAndAText) {
+    window.Fill_Msg_Btn();
+    TestBulkSmsWindow empty(Kind::Gsm, op);
+    empty.setComposerText("x");
+    empty.Fill_Msg_Btn();
+    EXPECT_EQ(op.alerts(), (QStringList{"\nPlease enter some text message.", "\nPhone numbers-Messages list is empty."}));
+}
+
+TEST_F(ComposerTest, BlankRulesDifferBetweenTheWindows) {
+    TestBulkSmsWindow gsm(Kind::Gsm, op);
+    gsm.add("1");
+    gsm.setComposerText("text");
+    window.setComposerText("text");
+    EXPECT_FALSE(gsm.Blank_Msg_Chk());
+    EXPECT_TRUE(window.Blank_Msg_Chk());
+    gsm.setComposerText("");
+    EXPECT_TRUE(gsm.Blank_Msg_Chk());
+    window.replaceMessage(0, "m");
+    EXPECT_FALSE(window.Blank_Msg_Chk());
+}
+
+TEST_F(ComposerTest, QuestionBeforeSendingComesOncePerNewText) {
+    window.prev_composer_msg.clear();
+    window.setComposerText("offer");
+    op.onModal<Send_Msg_Info>([](Send_Msg_Info& d) {
+        d.setChoice(Send_Msg_Info::Choice::Blank);
+        d.OKPressed();
+    });
+    EXPECT_TRUE(window.Send_Msg_Info_Check());
+    EXPECT_EQ(window.messages(), QStringList(3, "offer"));
+    EXPECT_TRUE(window.Send_Msg_Info_Check()); // same text: no second question
+    EXPECT_EQ(op.dialogs().size(), 1);
+
+    window.setComposerText("other");
+    op.onModal<Send_Msg_Info>([](Send_Msg_Info& d) { d.ContinuePressed(); });
+    EXPECT_TRUE(window.Send_Msg_Info_Check());
+    EXPECT_EQ(window.messages(), QStringList(3, "offer"));
+
+    window.setComposerText("third");
+    op.onModal<Send_Msg_Info>([](Send_Msg_Info& d) { d.CancelPressed(); });
+    EXPECT_FALSE(window.Send_Msg_Info_Check());
+}
+
+TEST_F(ComposerTest, UpdateSelectedWaitsForTheCollectionThenApplies) {
+    window.Update_Sel_Msgs_Btn(); // nothing selected
+    window.setSelectedRows({0, 2});
+    op.onModal<Update_Sel_Num_SMS>([](Update_Sel_Num_SMS& d) {
+        ASSERT_TRUE(spinUntil([&] { return d.buttonsEnabled(); }));
+        EXPECT_EQ(d.numbers(), (QStringList{"3", "1"}));
+        EXPECT_EQ(d.totalLabel(), "Total Selected Numbers : 2");
+        d.ApplyPressed(); // empty message
+        d.setMessage(QString(1700, 'y'));
+        EXPECT_EQ(d.characterCounterText(), "1600 Characters");
+        d.ApplyPressed();
+        EXPECT_EQ(d.characterCounterText(), "0 Characters");
+    });
+    op.answerYes();
+    window.Update_Sel_Msgs_Btn();
+    EXPECT_EQ(window.messages(), (QStringList{QString(1600, 'y'), "", QString(1600, 'y')}));
+    EXPECT_EQ(op.alerts(), (QStringList{"\nPlease select at least one record from the phone numbers-messages list to continue.",
+                                        "\nPlease enter some text message."}));
+}
+
+TEST_F(ComposerTest, SingleUpdateRevalidatesAChangedNumber) {
+    window.setSkipDuplicates(true);
+    window.setSelectedRows({1});
+    op.onModal<Update_Num_SMS>([](Update_Num_SMS& d) {
+        EXPECT_EQ(d.originalNumber(), "2");
+        d.setNumber("2a");
+        d.OKPressed();
+        d.setNumber("3");
+        d.OKPressed();
+        d.setNumber(" +44 (20) 1");
+        d.setMessage("hi");
+        d.OKPressed();
+        EXPECT_TRUE(d.number().isEmpty());
+    });
+    window.doubleClickInTable(1);
+    EXPECT_EQ(window.numbers(), (QStringList{"3", "+44201", "1"}));
+    EXPECT_EQ(window.messages(), (QStringList{"", "hi", ""}));
+    EXPECT_EQ(op.alerts(), (QStringList{"\nPlease enter a valid phone number.", "\nEntered number already exists."}));
+
+    window.setSelectedRows({0, 1});
+    window.doubleClickInTable(0);
+    EXPECT_EQ(op.alerts().last(), "\nPlease select only one record to update.");
+}
+
+TEST_F(ComposerTest, UnchangedNumberKeepsItsTextAsShown) {
+    op.onModal<Update_Num_SMS>([](Update_Num_SMS& d) {
+        d.setMessage("only the message");
+        d.OKPressed();
+    });
+    window.doubleClickInTable(2);
+    EXPECT_EQ(window.list().at(2), recipientRecord("1", "only the message"));
+}
+
+TEST_F(ComposerTest, MessageTypeNotificationMeansFlash) {
+    EXPECT_EQ(window.messageTypeIndex(), 1);
+    EXPECT_FALSE(window.isFlashMessage());
+    EXPECT_NE(BulkSmsWindow::messageTypes().value(0), "Notification");
+    window.setMessageTypeIndex(int(BulkSmsWindow::messageTypes().indexOf("Notification")));
+    EXPECT_TRUE(window.isFlashMessage());
+}
+
+} // namespace

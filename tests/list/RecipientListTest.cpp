@@ -1,0 +1,216 @@
+// Filling the list by hand and by loaders: validation, placement, filters, counters.
+#include "list/LoadCounters.h"
+
+#include "ScriptedOperator.h"
+#include "TestEnvironment.h"
+#include "TestWindows.h"
+#include "core/AppState.h"
+#include "core/DataFolder.h"
+#include "core/FileUtils.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class RecipientListTest : public ::testing::Test {
+protected:
+    void SetUp() override { text_change_notifications_on = true; }
+    ScriptedOperator op;
+    TestBulkSmsWindow window{MainWindowController::Kind::Android, op};
+};
+
+TEST_F(RecipientListTest, NewNumbersGoOnTopWithTheComposerText) {
+    window.setComposerText("hello");
+    window.add("111");
+    window.add("222");
+    window.add("333");
+    EXPECT_EQ(window.numbers(), (QStringList{"333", "222", "111"}));
+    EXPECT_EQ(window.messages(), QStringList(3, "hello"));
+    EXPECT_EQ(window.countLabel(), "Total Numbers : 3");
+    EXPECT_TRUE(window.numberField().isEmpty());
+    EXPECT_TRUE(op.alerts().isEmpty());
+}
+
+TEST_F(RecipientListTest, InvalidNumbersAreRefusedWithOneMessage) {
+    for (const char* bad : {"", " ( ) ", "91+9876543210", "abc"}) {
+        window.setNumberField(bad);
+        window.Add_number_To_List();
+    }
+    EXPECT_EQ(op.alerts(), QStringList(4, "\nPlease enter a valid phone number."));
+    EXPECT_TRUE(window.list().isEmpty());
+}
+
+TEST_F(RecipientListTest, NumberFieldIsCutToTwentyCharacters) {
+    window.setNumberField("123456789012345678901");
+    EXPECT_EQ(window.numberField(), "12345678901234567890");
+    window.Add_number_To_List();
+    EXPECT_EQ(window.numbers(), QStringList{"12345678901234567890"});
+}
+
+TEST_F(RecipientListTest, DuplicatesAreAllowedUntilSkippingIsOn) {
+    window.add("555");
+    window.add("555");
+    EXPECT_EQ(window.list().size(), 2);
+    window.setSkipDuplicates(true);
+    window.add("555");
+    EXPECT_EQ(op.alerts(), QStringList{"\nEntered number already exists."});
+    EXPECT_EQ(window.numberField(), "555"); // kept for correction
+    window.setNumberField("+555");
+    window.Add_number_To_List(); // '+555' and '555' are different numbers
+    EXPECT_EQ(window.list().size(), 3);
+}
+
+TEST_F(RecipientListTest, RemovedNumbersAreNoLongerDuplicates) {
+    window.setSkipDuplicates(true);
+    window.add("1");
+    window.add("2");
+    window.setSelectedRows({0});
+    window.Clear_Sel_Btn();
+    window.add("2");
+    EXPECT_EQ(window.numbers(), (QStringList{"2", "1"}));
+    EXPECT_TRUE(op.alerts().isEmpty());
+}
+
+class ExclusionTest : public RecipientListTest {
+protected:
+    void applyList(const QString& name, const QByteArray& numbers) {
+        Check_Path_And_Create_Files();
+        ASSERT_TRUE(writeFileAtomically(Exclusion_Folder_Path + "/" + name + ".OSTREL", numbers));
+        ASSERT_TRUE(appendToFile(AppExclusion_File_Path, name.toUtf8() + "\n"));
+    }
+    TestDataHome home;
+};
+
+TEST_F(ExclusionTest, AppliedListsRefuseTheirNumbers) {
+    applyList("VIP", "999\n+4477\n");
+    applyList("Staff", " 888 \r\n");
+    window.Exclusion_Chk(true);
+    EXPECT_EQ(window.exclusionSet().size(), 3);
+    for (const char* n : {"999", "+4477", "888"})
+        window.add(n);
+    EXPECT_EQ(op.alerts(), QStringList(3, "\nEntered number is in exclusion list."));
+    window.add("777");
+    EXPECT_EQ(window.numbers(), QStringList{"777"});
+}
+
+TEST_F(ExclusionTest, NothingIsExcludedWithoutAppliedListsOrWithTheOptionOff) {
+    window.Exclusion_Chk(true);
+    window.add("999");
+    applyList("VIP", "123\n");
+    window.Exclusion_Chk(false);
+    window.add("123");
+    EXPECT_EQ(window.list().size(), 2);
+    EXPECT_TRUE(op.alerts().isEmpty());
+}
+
+TEST_F(ExclusionTest, ListNamesCannotLeaveTheExclusionFolder) {
+    Check_Path_And_Create_Files();
+    ASSERT_TRUE(writeFileAtomically(Bulk_SMS_Data_Folder_Path + "/Secret.OSTREL", "444\n"));
+    ASSERT_TRUE(appendToFile(AppExclusion_File_Path, "../Secret\n"));
+    window.Exclusion_Chk(true);
+    EXPECT_EQ(window.exclusionSet().size(), 0);
+}
+
+TEST_F(ExclusionTest, LoaderCountersForAMixedBatch) {
+    applyList("Block", "700\n");
+    window.setSkipDuplicates(true);
+    window.Exclusion_Chk(true);
+    window.Create_Num_Msg_List("100", "");
+    window.Create_Num_Msg_List("200", "");
+    assign_format_skip_exclude_var();
+    // 10 readable lines: 2 invalid, 3 duplicates (two of the list, one of the batch), 1 excluded.
+    const QStringList batch = {"300", "abc", "100", "400", "200", "12+3", "500", "700", "300", "600"};
+    for (const QString& raw : batch) {
+        const QString n = window.Num_Able_To_insert(raw);
+        if (!n.isEmpty())
+            window.Create_Num_Msg_List(n, "");
+    }
+    EXPECT_EQ(TOT_PROC, 10);
+    EXPECT_EQ(TOT, 8);
+    EXPECT_EQ(SKPD, 3);
+    EXPECT_EQ(EXLD, 1);
+    EXPECT_EQ(window.numbers(), (QStringList{"600", "500", "400", "300", "200", "100"}));
+}
+
+TEST_F(RecipientListTest, BlankLinesAreNotCountedAndDuplicateAndExcludedCountsOnce) {
+    assign_format_skip_exclude_var();
+    EXPECT_EQ(window.Num_Able_To_insert(" - ( ) "), "");
+    EXPECT_EQ(TOT_PROC, 0);
+    EXPECT_EQ(format_skip_exclude_str(),
+              "No contacts have been imported to the list.\n\n\nHere is the summary:\n\n==========================\n"
+              "Total readable records = 0\n\nValid numbers = 0\n\nSkipped due to user settings = 0\n\n"
+              "Excluded due to user settings = 0\n==========================\n");
+}
+
+TEST_F(RecipientListTest, ClearingAsksAndReportsAnEmptyList) {
+    window.Clear_Sel_Btn();
+    window.Clear_All_Btn();
+    window.add("1");
+    window.add("2");
+    window.add("3");
+    window.Clear_Sel_Btn();
+    window.setSelectedRows({2, 0});
+    window.Clear_Sel_Btn();
+    EXPECT_EQ(window.numbers(), QStringList{"2"});
+    EXPECT_EQ(window.selectedRows(), QList<int>{0});
+
+    op.answerNo().answerYes();
+    window.Clear_All_Btn();
+    EXPECT_EQ(window.list().size(), 1);
+    window.Clear_All_Btn();
+    EXPECT_TRUE(window.list().isEmpty());
+    EXPECT_EQ(op.alerts(), (QStringList{"\nPhone numbers-Messages list is empty.", "\nPhone numbers-Messages list is empty.",
+                                        "\nPlease select at least one record from the phone numbers-messages list to continue."}));
+    EXPECT_EQ(op.questions(), QStringList(2, "\nThis option will clear the entire list contents. Are you sure you want "
+                                             "to continue clearing the entire list?"));
+}
+
+TEST_F(RecipientListTest, ResetRestoresEveryControl) {
+    window.setComposerText("draft");
+    window.add("1");
+    window.setSkipDuplicates(true);
+    window.setUnicode(true);
+    window.setSaveSentItems(true);
+    window.setSaveTemplates(true);
+    window.setMessageTypeIndex(2);
+    window.setDelayedDelivery(true);
+    window.setDelayedCountChoice("10");
+    window.prev_composer_msg = "draft";
+    text_change_notifications_on = false;
+
+    op.answerNo();
+    window.Reset_Btn();
+    EXPECT_EQ(window.list().size(), 1);
+
+    op.answerYes();
+    window.Reset_Btn();
+    EXPECT_TRUE(window.list().isEmpty());
+    EXPECT_TRUE(window.composerText().isEmpty());
+    EXPECT_EQ(window.characterCounterText(), "0 Characters");
+    EXPECT_EQ(window.messageTypeIndex(), 1);
+    EXPECT_FALSE(window.skipDuplicates() || window.unicode() || window.saveSentItems() || window.saveTemplates() ||
+                 window.exclusion() || window.delayedDelivery());
+    EXPECT_TRUE(window.delayedDeliveryEnabled());
+    EXPECT_FALSE(window.delayedChoicesEnabled());
+    EXPECT_TRUE(window.delayedCountChoice().isEmpty());
+    EXPECT_TRUE(window.prev_composer_msg.isEmpty());
+    EXPECT_TRUE(text_change_notifications_on);
+    EXPECT_EQ(op.questions(), QStringList(2, "\nAre you sure you want to continue to reset?"));
+}
+
+TEST_F(RecipientListTest, LoadsAndSendsWaitForATypedNumber) {
+    EXPECT_FALSE(window.Add_Number_In_List_First());
+    window.setNumberField("123");
+    EXPECT_TRUE(window.Add_Number_In_List_First());
+    EXPECT_EQ(op.alerts(), QStringList{"\nPlease insert entered number to the list."});
+}
+
+TEST_F(RecipientListTest, FirstAddRemembersTheComposerTextOnce) {
+    window.setComposerText("first");
+    window.add("1");
+    window.setComposerText("second");
+    window.add("2");
+    EXPECT_EQ(window.prev_composer_msg, "first");
+}
+
+} // namespace
