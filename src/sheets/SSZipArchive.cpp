@@ -1,0 +1,338 @@
+#include "SSZipArchive.h"
+
+#include "core/Log.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <unzip.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <ctime>
+#include <fcntl.h>
+#include <mutex>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int kUnzipChunk = 4096;
+constexpr int kZipChunk = 16384;
+
+std::mutex g_limitsMutex;
+SSZipLimits g_limits;
+
+void report(SSZipError* error, int code, const QString& description) {
+    Show_NSLog_Message(QStringLiteral("%1 (%2)").arg(description).arg(code));
+    if (!error)
+        return;
+    error->domain = kSSZipArchiveErrorDomain;
+    error->code = code;
+    error->description = description;
+}
+
+// An entry may only name a place inside the destination: no absolute path, no ".."
+// component, no NUL that would cut the name short at the system call.
+bool isSafeEntryName(const QString& name) {
+    if (name.isEmpty() || name.startsWith(QLatin1Char('/')) || name.contains(QChar(0)))
+        return false;
+    const QStringList parts = name.split(QLatin1Char('/'));
+    return std::none_of(parts.begin(), parts.end(), [](const QString& p) { return p == QLatin1String(".."); });
+}
+
+bool pathExists(const QString& path) {
+    struct stat st;
+    return ::lstat(QFile::encodeName(path).constData(), &st) == 0;
+}
+
+bool isRegularFolder(const QString& path) {
+    struct stat st;
+    return ::lstat(QFile::encodeName(path).constData(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+void setModificationTime(const QString& path, const tm_unz& date) {
+    struct tm t {};
+    t.tm_sec = int(date.tm_sec);
+    t.tm_min = int(date.tm_min);
+    t.tm_hour = int(date.tm_hour);
+    t.tm_mday = int(date.tm_mday);
+    t.tm_mon = int(date.tm_mon);
+    t.tm_year = int(date.tm_year) - 1900;
+    t.tm_isdst = -1;
+    const time_t when = ::mktime(&t);
+    if (when == time_t(-1))
+        return;
+    const struct timespec times[2] = {{when, 0}, {when, 0}};
+    ::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, AT_SYMLINK_NOFOLLOW);
+}
+
+// Bytes inflated so far, checked against the caps after every chunk.
+class InflateBudget {
+public:
+    explicit InflateBudget(const SSZipLimits& limits) : m_limits(limits) {}
+    void startEntry(qint64 compressedSize) {
+        m_entry = 0;
+        m_compressed = std::max<qint64>(compressedSize, 1);
+    }
+    // False when the chunk just read breaks a cap.
+    bool add(qint64 bytes) {
+        m_entry += bytes;
+        m_total += bytes;
+        if (m_entry > m_limits.maxEntryBytes || m_total > m_limits.maxTotalBytes)
+            return false;
+        return m_entry <= m_limits.ratioCheckFromBytes || m_entry / m_compressed <= m_limits.maxRatio;
+    }
+
+private:
+    SSZipLimits m_limits;
+    qint64 m_entry = 0;
+    qint64 m_total = 0;
+    qint64 m_compressed = 1;
+};
+
+enum class CopyOutcome { Written, NotWritten, ReadFailed, OverBudget };
+
+// Streams the open entry into target. The target is never followed through a symbolic link.
+CopyOutcome copyEntryTo(unzFile zip, const QString& target, InflateBudget& budget) {
+    const int fd = ::open(QFile::encodeName(target).constData(),
+                          O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0644);
+    if (fd < 0)
+        return CopyOutcome::NotWritten;
+    char buffer[kUnzipChunk];
+    CopyOutcome outcome = CopyOutcome::Written;
+    for (;;) {
+        const int got = unzReadCurrentFile(zip, buffer, kUnzipChunk);
+        if (got < 0) {
+            outcome = CopyOutcome::ReadFailed;
+            break;
+        }
+        if (got < 1)
+            break;
+        if (!budget.add(got)) {
+            outcome = CopyOutcome::OverBudget;
+            break;
+        }
+        if (::write(fd, buffer, size_t(got)) != got) {
+            outcome = CopyOutcome::NotWritten;
+            break;
+        }
+    }
+    ::close(fd);
+    if (outcome == CopyOutcome::ReadFailed || outcome == CopyOutcome::OverBudget)
+        ::unlink(QFile::encodeName(target).constData());
+    return outcome;
+}
+
+QString currentEntryName(unzFile zip, unz_file_info& info, bool& ok) {
+    ok = unzGetCurrentFileInfo(zip, &info, nullptr, 0, nullptr, 0, nullptr, 0) == UNZ_OK;
+    if (!ok)
+        return {};
+    QByteArray name(int(info.size_filename) + 1, '\0');
+    ok = unzGetCurrentFileInfo(zip, &info, name.data(), uLong(name.size()), nullptr, 0, nullptr, 0) == UNZ_OK;
+    name.truncate(int(info.size_filename));
+    return QString::fromUtf8(name);
+}
+
+} // namespace
+
+SSZipLimits SSZipArchive::limits() {
+    std::lock_guard lock(g_limitsMutex);
+    return g_limits;
+}
+
+void SSZipArchive::setLimits(const SSZipLimits& limits) {
+    std::lock_guard lock(g_limitsMutex);
+    g_limits = limits;
+}
+
+bool SSZipArchive::unzipFileAtPath(const QString& path, const QString& toDestination) {
+    return unzipFileAtPath(path, toDestination, true, QString(), nullptr);
+}
+
+bool SSZipArchive::unzipFileAtPath(const QString& path, const QString& toDestination, bool overwrite,
+                                   const QString& password, SSZipError* error) {
+    unzFile zip = unzOpen(QFile::encodeName(path).constData());
+    if (!zip) {
+        report(error, OpenFailed, QStringLiteral("failed to open zip file"));
+        return false;
+    }
+    unz_global_info globalInfo;
+    unzGetGlobalInfo(zip, &globalInfo);
+    if (unzGoToFirstFile(zip) != UNZ_OK) {
+        report(error, NoFirstEntry, QStringLiteral("failed to open first file in zip file"));
+        unzClose(zip);
+        return false;
+    }
+
+    InflateBudget budget(limits());
+    const QByteArray passwordBytes = password.toLatin1();
+    bool success = true;
+    do {
+        unz_file_info info;
+        bool infoOk = false;
+        QString name = currentEntryName(zip, info, infoOk);
+        if (!infoOk) {
+            success = false;
+            break;
+        }
+        // Without a password an encrypted entry would inflate garbage: treat it as unopenable.
+        // (Distribution builds of minizip also refuse every password, so such entries never open.)
+        const bool encrypted = (info.flag & 1) != 0;
+        const int opened = !password.isEmpty() ? unzOpenCurrentFilePassword(zip, passwordBytes.constData())
+                           : encrypted         ? UNZ_PARAMERROR
+                                               : unzOpenCurrentFile(zip);
+        if (opened != UNZ_OK) {
+            success = false;
+            break;
+        }
+
+        const bool isFolder = name.endsWith(QLatin1Char('/')) || name.endsWith(QLatin1Char('\\'));
+        name.replace(QLatin1Char('\\'), QLatin1Char('/'));
+        if (!isSafeEntryName(name)) {
+            report(error, UnsafeEntryName, QStringLiteral("refused zip entry outside the destination: ") + name);
+            unzCloseCurrentFile(zip);
+            success = false;
+            break;
+        }
+
+        const QString target = toDestination + QLatin1Char('/') + name;
+        QDir().mkpath(isFolder ? target : QFileInfo(target).path());
+
+        if (!pathExists(target) || isFolder || overwrite) {
+            budget.startEntry(qint64(info.compressed_size));
+            const CopyOutcome outcome = isFolder && isRegularFolder(target) ? CopyOutcome::NotWritten
+                                                                             : copyEntryTo(zip, target, budget);
+            if (outcome == CopyOutcome::OverBudget) {
+                report(error, SizeLimitExceeded, QStringLiteral("zip entry inflates beyond the size limit: ") + name);
+                success = false;
+            } else if (outcome == CopyOutcome::ReadFailed) {
+                report(error, EntryReadFailed, QStringLiteral("failed to read zip entry: ") + name);
+                success = false;
+            } else if (outcome == CopyOutcome::Written && info.dosDate != 0) {
+                setModificationTime(target, info.tmu_date);
+            }
+        }
+        unzCloseCurrentFile(zip);
+        if (!success)
+            break;
+    } while (unzGoToNextFile(zip) == UNZ_OK);
+
+    unzClose(zip);
+    return success;
+}
+
+bool SSZipArchive::createZipFileAtPath(const QString& path, const QStringList& withFilesAtPaths) {
+    SSZipArchive archive(path);
+    if (!archive.open())
+        return false;
+    for (QString item : withFilesAtPaths) {
+        if (item.endsWith(QLatin1Char('/')))
+            item.chop(1);
+        const int slash = item.lastIndexOf(QLatin1Char('/'));
+        const QString base = slash < 0 ? QString() : item.left(slash);
+        archive.writeFile(item.mid(slash + 1), base.isEmpty() && slash == 0 ? QStringLiteral("/") : base);
+    }
+    return archive.close();
+}
+
+SSZipArchive::SSZipArchive(const QString& path) : _path(path) {}
+
+SSZipArchive::~SSZipArchive() {
+    if (_zip)
+        zipClose(_zip, nullptr);
+}
+
+bool SSZipArchive::open() {
+    if (_zip) {
+        Show_NSLog_Message(QStringLiteral("Attempting open an archive which is already open"));
+        return false;
+    }
+    _zip = zipOpen(QFile::encodeName(_path).constData(), APPEND_STATUS_CREATE);
+    return _zip != nullptr;
+}
+
+bool SSZipArchive::writeFile(const QString& relativeName, const QString& basePath) {
+    if (!_zip) {
+        Show_NSLog_Message(QStringLiteral("Attempting to write to an archive which was never opened"));
+        return false;
+    }
+    const QString fullPath = basePath.isEmpty() ? relativeName : basePath + QLatin1Char('/') + relativeName;
+    const QFileInfo info(fullPath);
+    if (!info.isDir() || info.isSymLink())
+        return addFileEntry(relativeName, fullPath);
+
+    // Byte-wise name order, so packing the same tree twice gives the same archive.
+    QStringList children = QDir(fullPath).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden |
+                                                    QDir::System, QDir::Unsorted);
+    std::sort(children.begin(), children.end(),
+              [](const QString& a, const QString& b) { return a.toUtf8() < b.toUtf8(); });
+    if (children.isEmpty())
+        return addEmptyFolderEntry(relativeName + QLatin1Char('/'));
+    for (const QString& child : children) {
+        if (!writeFile(relativeName + QLatin1Char('/') + child, basePath))
+            return false;
+    }
+    return true;
+}
+
+bool SSZipArchive::close() {
+    if (!_zip) {
+        Show_NSLog_Message(QStringLiteral("Attempting to close an archive which was never opened"));
+        return true;
+    }
+    zipClose(_zip, nullptr);
+    _zip = nullptr;
+    return true;
+}
+
+bool SSZipArchive::addEmptyFolderEntry(const QString& entryName) {
+    const QByteArray name = entryName.toUtf8();
+    if (zipOpenNewFileInZip(_zip, name.constData(), nullptr, nullptr, 0, nullptr, 0, nullptr, Z_DEFLATED,
+                            Z_DEFAULT_COMPRESSION) != ZIP_OK)
+        return false;
+    return zipCloseFileInZip(_zip) == ZIP_OK;
+}
+
+bool SSZipArchive::addFileEntry(const QString& entryName, const QString& fullPath) {
+    QFile file(fullPath);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray name = entryName.toUtf8();
+    if (zipOpenNewFileInZip(_zip, name.constData(), nullptr, nullptr, 0, nullptr, 0, nullptr, Z_DEFLATED,
+                            Z_DEFAULT_COMPRESSION) != ZIP_OK)
+        return false;
+    bool ok = true;
+    char buffer[kZipChunk];
+    for (;;) {
+        const qint64 got = file.read(buffer, kZipChunk);
+        if (got < 0) {
+            ok = false;
+            break;
+        }
+        if (got == 0)
+            break;
+        if (zipWriteInFileInZip(_zip, buffer, unsigned(got)) != ZIP_OK) {
+            ok = false;
+            break;
+        }
+    }
+    return zipCloseFileInZip(_zip) == ZIP_OK && ok;
+}
+
+void SSZipArchive::zipInfo(zip_fileinfo* info, const QDateTime& setDate) {
+    if (!info)
+        return;
+    const QDateTime local = setDate.toLocalTime();
+    info->tmz_date.tm_sec = uInt(local.time().second());
+    info->tmz_date.tm_min = uInt(local.time().minute());
+    info->tmz_date.tm_hour = uInt(local.time().hour());
+    info->tmz_date.tm_mday = uInt(local.date().day());
+    info->tmz_date.tm_mon = uInt(local.date().month() - 1);
+    info->tmz_date.tm_year = uInt(local.date().year());
+}
+
+QDateTime SSZipArchive::_dateFor1980() {
+    return QDateTime(QDate(1980, 1, 1), QTime(0, 0, 0), Qt::LocalTime);
+}

@@ -1,0 +1,84 @@
+#pragma once
+// Zip access for workbooks: unpack a whole archive into a folder, or pack files and folders
+// into a new archive. minizip does the format work; this class decides which entries are
+// made, how names map onto folders, and what is reported.
+//
+// Archives come from strangers, so unpacking also refuses entries whose name is absolute
+// or climbs out with "..", and stops once the bytes actually inflated pass a cap (see
+// SSZipLimits). Nothing here throws; failures are logged and reported by the result.
+#include <QDateTime>
+#include <QString>
+#include <QStringList>
+
+#include <zip.h>
+
+// An error as callers and logs see it: a domain, a code and a description.
+struct SSZipError {
+    QString domain;
+    int code = 0;
+    QString description;
+};
+
+inline const QString kSSZipArchiveErrorDomain = QStringLiteral("SSZipArchiveErrorDomain");
+
+// Caps on what one unpacking may inflate. The defaults leave room for workbooks of a million
+// rows (a sheet part of several hundred megabytes) while stopping zip bombs early: a part
+// that passes ratioCheckFromBytes must stay below maxRatio times its compressed size.
+// The ratio only applies past that floor because small, repetitive parts (styles) easily
+// compress a hundredfold.
+struct SSZipLimits {
+    qint64 maxEntryBytes = qint64(512) << 20;     // 512 MiB per entry
+    qint64 maxTotalBytes = qint64(1024) << 20;    // 1 GiB per archive
+    qint64 ratioCheckFromBytes = qint64(16) << 20; // 16 MiB
+    qint64 maxRatio = 500;
+};
+
+class SSZipArchive {
+public:
+    // Error codes beyond "cannot open" (-1) and "no first entry" (-2).
+    enum ErrorCode {
+        OpenFailed = -1,
+        NoFirstEntry = -2,
+        UnsafeEntryName = -3,
+        SizeLimitExceeded = -4,
+        EntryReadFailed = -5,
+    };
+
+    // Unpacks every entry in archive order. password may be empty. error may be null.
+    static bool unzipFileAtPath(const QString& path, const QString& toDestination, bool overwrite,
+                                const QString& password, SSZipError* error);
+    // The same with overwrite on, no password and no error report.
+    static bool unzipFileAtPath(const QString& path, const QString& toDestination);
+
+    // Creates (replaces) the archive at path from the given files and folders, each placed
+    // at the root of the archive under its last path component.
+    static bool createZipFileAtPath(const QString& path, const QStringList& withFilesAtPaths);
+
+    // Current caps of unpacking; process-wide, change them only while nothing unpacks.
+    static SSZipLimits limits();
+    static void setLimits(const SSZipLimits& limits);
+
+    // The archive-writer object underneath createZipFileAtPath.
+    explicit SSZipArchive(const QString& path); // initWithPath:
+    ~SSZipArchive();
+    SSZipArchive(const SSZipArchive&) = delete;
+    SSZipArchive& operator=(const SSZipArchive&) = delete;
+
+    bool open();
+    // Adds basePath/relativeName: a file becomes one entry, a folder its files (recursively),
+    // an empty folder one entry named relativeName + "/".
+    bool writeFile(const QString& relativeName, const QString& basePath);
+    bool close();
+
+    // Fills a minizip date record from a calendar date (month counted from 0).
+    static void zipInfo(zip_fileinfo* info, const QDateTime& setDate);
+    // 1 January 1980, 00:00:00 local time: the epoch of the DOS dates zip entries carry.
+    static QDateTime _dateFor1980();
+
+private:
+    bool addFileEntry(const QString& entryName, const QString& fullPath);
+    bool addEmptyFolderEntry(const QString& entryName);
+
+    QString _path;
+    zipFile _zip = nullptr;
+};
