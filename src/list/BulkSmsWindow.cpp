@@ -32,6 +32,13 @@ BulkSmsWindow::BulkSmsWindow(Kind kind, Operator& op, QObject* parent)
     : MainWindowController(kind, op, parent), m_list({kNumberKey, kMessageKey}), m_exclusionSet({kNumberKey}) {
     connect(&m_list, &RecordTable::inserted, this, &BulkSmsWindow::Update_List_Count);
     connect(&m_list, &RecordTable::wasReset, this, &BulkSmsWindow::Update_List_Count);
+    // Selected rows follow their records when rows are inserted above them; a reset drops them.
+    connect(&m_list, &RecordTable::aboutToInsert, this, [this](int first, int last) {
+        for (int& row : m_selectedRows)
+            if (row >= first)
+                row += last - first + 1;
+    });
+    connect(&m_list, &RecordTable::aboutToReset, this, [this] { m_selectedRows.clear(); });
 }
 
 void BulkSmsWindow::windowDidLoad() {

@@ -1,8 +1,12 @@
 #include "ViewRegistry.h"
 
 #include "ConnectionInfoView.h"
+#include "FillMsgInListView.h"
 #include "GsmDevConnStepView.h"
 #include "MobileSelView.h"
+#include "SendMsgInfoView.h"
+#include "UpdateNumSmsView.h"
+#include "UpdateSelNumSmsView.h"
 #include "core/DialogController.h"
 
 #include <QByteArray>
@@ -33,6 +37,10 @@ void registerStandardViews() {
     addView<MobileSelView, Mobile_Sel_Wnd>();
     addView<GsmDevConnStepView, GSM_DEV_Conn_Step_Wnd>();
     addView<ConnectionInfoView, Connection_Info>();
+    addView<FillMsgInListView, Fill_Msg_In_List>();
+    addView<SendMsgInfoView, Send_Msg_Info>();
+    addView<UpdateNumSmsView, Update_Num_SMS>();
+    addView<UpdateSelNumSmsView, Update_Sel_Num_SMS>();
 }
 
 } // namespace ViewRegistry

@@ -121,3 +121,57 @@ TEST(UiHelpers, HyperlinkEscapesItsText) {
 }
 
 } // namespace
+
+// ---- the recipient panel ----
+#include "ui/RecipientPanel.h"
+
+#include <QPlainTextEdit>
+#include <QTableView>
+#include <QTest>
+
+namespace {
+
+TEST(RecipientPanel, TypedNumbersAppearOnTopAndAreCounted) {
+    ScriptedOperator op;
+    Gsm_Bulk_Sms_Wnd gsm(op);
+    gsm.windowDidLoad();
+    RecipientPanel panel(gsm);
+    auto* number = panel.findChild<QLineEdit*>("_numberEdit");
+    auto* composer = panel.findChild<QPlainTextEdit*>("_messageEdit");
+    ASSERT_TRUE(number && composer);
+
+    QTest::keyClicks(composer, "Hi");
+    for (const char* n : {"111", "222"}) {
+        QTest::keyClicks(number, n);
+        QTest::keyClick(number, Qt::Key_Return);
+    }
+    QTest::keyClick(number, Qt::Key_Return); // blank field: Return does nothing
+    EXPECT_TRUE(op.alerts().isEmpty());
+    EXPECT_TRUE(number->text().isEmpty());
+    EXPECT_EQ(panel.table()->model()->rowCount(), 2);
+    EXPECT_EQ(panel.table()->model()->index(0, 0).data().toString(), "222");
+    EXPECT_EQ(panel.table()->model()->index(0, 1).data().toString(), "Hi");
+    bool counted = false;
+    for (QLabel* label : panel.findChildren<QLabel*>())
+        counted |= label->text() == "Total Numbers : 2";
+    EXPECT_TRUE(counted);
+
+    QTest::keyClicks(number, "12a");
+    QTest::keyClick(number, Qt::Key_Return);
+    EXPECT_EQ(op.alerts(), QStringList{"\nPlease enter a valid phone number."});
+}
+
+TEST(RecipientPanel, TableSelectionReachesTheControllerAndFollowsInserts) {
+    ScriptedOperator op;
+    Gsm_Bulk_Sms_Wnd gsm(op);
+    RecipientPanel panel(gsm);
+    for (const char* n : {"1", "2", "3"})
+        gsm.Create_Num_Msg_List(n, "");
+    panel.table()->selectRow(1); // "2"
+    EXPECT_EQ(gsm.selectedRows(), QList<int>{1});
+    gsm.Create_Num_Msg_List("4", "");
+    EXPECT_EQ(gsm.selectedRows(), QList<int>{2}); // still the record "2"
+    EXPECT_EQ(panel.table()->selectionModel()->selectedRows().value(0).row(), 2);
+}
+
+} // namespace

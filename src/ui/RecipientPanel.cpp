@@ -1,0 +1,198 @@
+#include "RecipientPanel.h"
+
+#include "RecordTableModel.h"
+#include "list/BulkSmsWindow.h"
+#include "list/NumberRules.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QItemSelectionModel>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QSignalBlocker>
+#include <QSplitter>
+#include <QTableView>
+#include <QVBoxLayout>
+
+RecipientPanel::RecipientPanel(BulkSmsWindow& window, QWidget* parent) : QWidget(parent), m_window(window) {
+    auto* layout = new QHBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    auto* splitter = new QSplitter(Qt::Horizontal, this);
+    splitter->addWidget(buildListSide());
+    splitter->addWidget(buildComposerSide());
+    splitter->setStretchFactor(0, 3);
+    splitter->setStretchFactor(1, 2);
+    layout->addWidget(splitter);
+
+    connect(&m_window, &MainWindowController::changed, this, &RecipientPanel::refresh);
+    connect(&m_window, &BulkSmsWindow::focusRequested, this, [this](BulkSmsWindow::Focus target) {
+        (target == BulkSmsWindow::Focus::Composer ? static_cast<QWidget*>(m_composer) : m_number)->setFocus();
+    });
+    refresh();
+}
+
+QWidget* RecipientPanel::buildListSide() {
+    auto* side = new QGroupBox(QStringLiteral("Phone numbers - Messages"), this);
+    auto* layout = new QVBoxLayout(side);
+
+    auto* entry = new QHBoxLayout();
+    m_number = new QLineEdit(side);
+    m_number->setObjectName(QStringLiteral("_numberEdit"));
+    m_number->setPlaceholderText(QStringLiteral("Phone number"));
+    auto* add = new QPushButton(QStringLiteral("Add"), side);
+    entry->addWidget(m_number, 1);
+    entry->addWidget(add);
+    layout->addLayout(entry);
+
+    m_model = new RecordTableModel(m_window.list(), this);
+    m_table = new QTableView(side);
+    m_table->setModel(m_model);
+    m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_table->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_table->setWordWrap(false);
+    m_table->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed); // constant cost at any row count
+    m_table->verticalHeader()->setDefaultSectionSize(m_table->fontMetrics().height() + 6);
+    m_table->horizontalHeader()->setStretchLastSection(true);
+    m_table->setColumnWidth(0, 170);
+    layout->addWidget(m_table, 1);
+
+    auto* buttons = new QHBoxLayout();
+    m_count = new QLabel(side);
+    auto* clearSelected = new QPushButton(QStringLiteral("Clear Selected"), side);
+    auto* clearAll = new QPushButton(QStringLiteral("Clear All"), side);
+    auto* reset = new QPushButton(QStringLiteral("Reset"), side);
+    buttons->addWidget(m_count);
+    buttons->addStretch();
+    buttons->addWidget(clearSelected);
+    buttons->addWidget(clearAll);
+    buttons->addWidget(reset);
+    layout->addLayout(buttons);
+
+    connect(m_number, &QLineEdit::textEdited, this, [this](const QString& text) { m_window.setNumberField(text); });
+    connect(m_number, &QLineEdit::returnPressed, this, [this] {
+        if (!m_number->text().trimmed().isEmpty())
+            m_window.Add_number_To_List();
+    });
+    connect(add, &QPushButton::clicked, this, [this] { m_window.Add_number_To_List(); });
+    // The selection model may report half-updated selections while rows are being inserted
+    // or reset; the controller hears about the selection once the model is settled.
+    connect(m_table->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
+        if (!m_modelChanging)
+            pushSelection();
+    });
+    connect(m_model, &QAbstractItemModel::rowsAboutToBeInserted, this, [this] { m_modelChanging = true; });
+    connect(m_model, &QAbstractItemModel::modelAboutToBeReset, this, [this] { m_modelChanging = true; });
+    connect(m_model, &QAbstractItemModel::rowsInserted, this, [this] {
+        m_modelChanging = false;
+        pushSelection();
+    });
+    connect(m_model, &QAbstractItemModel::modelReset, this, [this] {
+        m_modelChanging = false;
+        pushSelection();
+    });
+    connect(m_table, &QTableView::doubleClicked, this,
+            [this](const QModelIndex& index) { m_window.doubleClickInTable(index.row()); });
+    connect(clearSelected, &QPushButton::clicked, this, [this] {
+        m_window.Clear_Sel_Btn();
+        selectFirstRowIfAny();
+    });
+    connect(clearAll, &QPushButton::clicked, this, [this] { m_window.Clear_All_Btn(); });
+    connect(reset, &QPushButton::clicked, this, [this] { m_window.Reset_Btn(); });
+    return side;
+}
+
+QWidget* RecipientPanel::buildComposerSide() {
+    auto* side = new QGroupBox(QStringLiteral("Message"), this);
+    auto* layout = new QVBoxLayout(side);
+
+    m_composer = new QPlainTextEdit(side);
+    m_composer->setObjectName(QStringLiteral("_messageEdit"));
+    m_composer->setPlaceholderText(QStringLiteral("Type the message here"));
+    layout->addWidget(m_composer, 1);
+
+    auto* typeRow = new QHBoxLayout();
+    m_counter = new QLabel(side);
+    m_unicode = new QCheckBox(QStringLiteral("Unicode"), side);
+    m_messageType = new QComboBox(side);
+    m_messageType->addItems(BulkSmsWindow::messageTypes());
+    typeRow->addWidget(m_counter);
+    typeRow->addStretch();
+    typeRow->addWidget(m_unicode);
+    typeRow->addWidget(new QLabel(QStringLiteral("Type:"), side));
+    typeRow->addWidget(m_messageType);
+    layout->addLayout(typeRow);
+
+    auto* actions = new QHBoxLayout();
+    m_fill = new QPushButton(side);
+    m_fill->setMinimumHeight(m_fill->fontMetrics().height() * 3 + 12);
+    auto* updateSelected = new QPushButton(QStringLiteral("Update\nselected\nmessages"), side);
+    updateSelected->setMinimumHeight(m_fill->minimumHeight());
+    actions->addWidget(m_fill);
+    actions->addWidget(updateSelected);
+    layout->addLayout(actions);
+
+    auto* options = new QGroupBox(QStringLiteral("Options"), side);
+    auto* optionsLayout = new QVBoxLayout(options);
+    m_skipDuplicates = new QCheckBox(QStringLiteral("Skip duplicate numbers"), options);
+    m_exclusion = new QCheckBox(QStringLiteral("Apply exclusion lists"), options);
+    m_saveSentItems = new QCheckBox(QStringLiteral("Save to sent items"), options);
+    m_saveTemplates = new QCheckBox(QStringLiteral("Save message as template"), options);
+    for (QCheckBox* box : {m_skipDuplicates, m_exclusion, m_saveSentItems, m_saveTemplates})
+        optionsLayout->addWidget(box);
+    layout->addWidget(options);
+
+    connect(m_composer, &QPlainTextEdit::textChanged, this,
+            [this] { m_window.setComposerText(m_composer->toPlainText()); });
+    connect(m_unicode, &QCheckBox::toggled, this, [this](bool on) { m_window.setUnicode(on); });
+    connect(m_messageType, &QComboBox::currentIndexChanged, this,
+            [this](int index) { m_window.setMessageTypeIndex(index); });
+    connect(m_fill, &QPushButton::clicked, this, [this] { m_window.Fill_Msg_Btn(); });
+    connect(updateSelected, &QPushButton::clicked, this, [this] { m_window.Update_Sel_Msgs_Btn(); });
+    connect(m_skipDuplicates, &QCheckBox::toggled, this, [this](bool on) { m_window.setSkipDuplicates(on); });
+    connect(m_exclusion, &QCheckBox::toggled, this, [this](bool on) { m_window.Exclusion_Chk(on); });
+    connect(m_saveSentItems, &QCheckBox::toggled, this, [this](bool on) { m_window.setSaveSentItems(on); });
+    connect(m_saveTemplates, &QCheckBox::toggled, this, [this](bool on) { m_window.setSaveTemplates(on); });
+    return side;
+}
+
+void RecipientPanel::pushSelection() {
+    QList<int> rows;
+    for (const QModelIndex& index : m_table->selectionModel()->selectedRows())
+        rows << index.row();
+    m_window.setSelectedRows(rows);
+}
+
+void RecipientPanel::selectFirstRowIfAny() {
+    if (m_window.list().isEmpty())
+        return;
+    m_table->selectRow(0);
+}
+
+void RecipientPanel::refresh() {
+    if (m_number->text() != m_window.numberField()) {
+        const QSignalBlocker block(m_number);
+        m_number->setText(m_window.numberField());
+    }
+    if (m_composer->toPlainText() != m_window.composerText()) {
+        const QSignalBlocker block(m_composer);
+        m_composer->setPlainText(m_window.composerText());
+        m_composer->moveCursor(QTextCursor::End);
+    }
+    m_count->setText(m_window.countLabel());
+    m_counter->setText(m_window.characterCounterText());
+    m_fill->setText(m_window.fillButtonTitle().replace(QStringLiteral("\r\n"), QStringLiteral("\n")));
+    const QSignalBlocker b1(m_unicode), b2(m_messageType), b3(m_skipDuplicates), b4(m_exclusion), b5(m_saveSentItems),
+        b6(m_saveTemplates);
+    m_unicode->setChecked(m_window.unicode());
+    m_messageType->setCurrentIndex(m_window.messageTypeIndex());
+    m_skipDuplicates->setChecked(m_window.skipDuplicates());
+    m_exclusion->setChecked(m_window.exclusion());
+    m_saveSentItems->setChecked(m_window.saveSentItems());
+    m_saveTemplates->setChecked(m_window.saveTemplates());
+}

@@ -1,0 +1,45 @@
+#pragma once
+// The working area both main windows share: number field and recipient table on the
+// left, the composer and the list options on the right.
+#include <QWidget>
+
+class BulkSmsWindow;
+class QCheckBox;
+class QComboBox;
+class QLabel;
+class QLineEdit;
+class QPlainTextEdit;
+class QPushButton;
+class QTableView;
+class RecordTableModel;
+
+class RecipientPanel : public QWidget {
+    Q_OBJECT
+public:
+    explicit RecipientPanel(BulkSmsWindow& window, QWidget* parent = nullptr);
+
+    QTableView* table() const { return m_table; }
+
+private:
+    QWidget* buildListSide();
+    QWidget* buildComposerSide();
+    void refresh();
+    void selectFirstRowIfAny();
+    void pushSelection();
+
+    BulkSmsWindow& m_window;
+    RecordTableModel* m_model = nullptr;
+    QLineEdit* m_number = nullptr;
+    QTableView* m_table = nullptr;
+    QLabel* m_count = nullptr;
+    QPlainTextEdit* m_composer = nullptr;
+    QLabel* m_counter = nullptr;
+    QCheckBox* m_unicode = nullptr;
+    QComboBox* m_messageType = nullptr;
+    QPushButton* m_fill = nullptr;
+    QCheckBox* m_skipDuplicates = nullptr;
+    QCheckBox* m_exclusion = nullptr;
+    QCheckBox* m_saveSentItems = nullptr;
+    QCheckBox* m_saveTemplates = nullptr;
+    bool m_modelChanging = false;
+};

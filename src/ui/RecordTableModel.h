@@ -1,0 +1,26 @@
+#pragma once
+// The one table model of the application: shows any RecordTable, one column per record
+// key. It follows the table's change signals, so inserting at the top of 100,000 rows
+// costs the view one row, not a reload.
+#include <QAbstractTableModel>
+#include <QHash>
+
+class RecordTable;
+
+class RecordTableModel : public QAbstractTableModel {
+    Q_OBJECT
+public:
+    explicit RecordTableModel(const RecordTable& table, QObject* parent = nullptr);
+
+    // Column titles shown instead of the keys, where they differ.
+    void setColumnTitle(const QString& key, const QString& title);
+
+    int rowCount(const QModelIndex& parent = {}) const override;
+    int columnCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
+
+private:
+    const RecordTable& m_table;
+    QHash<QString, QString> m_titles;
+};
