@@ -1,0 +1,113 @@
+#pragma once
+// A modem session: owns the serial port of one device at a time, sends AT commands, reads
+// and judges the answers, offers the small AT procedures, and submits messages in PDU or
+// text mode. One thread uses a session at a time; sessions of different devices run at once.
+//
+// Every AT operation takes the descriptor of the open port only to label its log lines;
+// the traffic always goes through the session's port.
+#include "AMSerialPort.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <termios.h>
+
+class MFCSMS {
+public:
+    MFCSMS();
+    ~MFCSMS();
+    MFCSMS(const MFCSMS&) = delete;
+    MFCSMS& operator=(const MFCSMS&) = delete;
+
+    // --- Line set-up: open with fixed raw-mode settings to prove the device works, then
+    // close restoring what was found. -1 means the device is not working.
+    int OpenSerialPort(const QString& bsdPath);
+    void CloseSerialPort(int fileDescriptor);
+
+    // --- The session port.
+    // Opens an AMSerialPort on the path unless the session's port is already on it; the new
+    // descriptor goes to the out argument only on success.
+    void initPort_with_decp(const QString& path, int& return_file_descp);
+    void initPort(const QString& path);
+    void setPort(std::unique_ptr<AMSerialPort> newPort);
+    AMSerialPort* port() const { return m_port.get(); }
+    // Closes the session port and drops it.
+    void closePort();
+    QString portName() const { return m_port_name; }
+
+    // --- The exchange.
+    bool Write_Command(int fd, const QString& command_str);
+    // One port read; the trimmed text becomes the last response. True when it holds the
+    // expected text and no "ERROR".
+    bool Read_Command(int fd, const QString& response_str);
+    static QByteArray NString_To_Command_Char(const QString& text) { return text.toUtf8(); }
+    QString lastResponse() const { return m_sLastResponse; }
+    void setLastResponse(const QString& text) { m_sLastResponse = text; }
+
+    // --- AT procedures.
+    bool Check_Connection(int fd);
+    bool Check_Connection_For_Read(int fd, int try_count);
+    void ATZ_reset_Modem(int fd);
+    void Set_CMEE_Error(int fd);
+    bool Prepare_Modem_For_PDU_SMS(int fd);
+    bool Prepare_Modem_For_Text_SMS(int fd);
+    bool Set_Text_Mode_SMS_Param(int fd, bool flash_sms, bool unicode_sms);
+    int PDU_or_Text_SMS(int fd);
+    QString Get_Selected_CMGF_Mode(int fd);
+    void SET_CMGF_PDU_MODE(int fd);
+    void SET_CMGF_TEXT_MODE(int fd);
+    QString GET_CSCS_Response(int fd);
+    QString GET_CSCS_SUPPORTEDResponse(int fd);
+    bool More_SMS_Comnd(int fd);
+    void SET_Custom_SMSC_Number(const QString& number, int fileDescriptor);
+    // Sets the port's default SMSC back after a message sent through a custom one.
+    void GET_And_SET_Cus_SMSC(const QString& number, int fileDescriptor, const QString& port_name_str);
+    static QString Get_SMS_Error(const QString& answer);
+
+    // Where GET_And_SET_Cus_SMSC finds a port's "DefSMSC": the GSM main window's device list
+    // lives above this layer, so its owner installs the lookup (port path -> default SMSC).
+    using DefaultSmscLookup = std::function<QString(const QString& portPath)>;
+    void setDefaultSmscLookup(DefaultSmscLookup lookup) { m_defaultSmscOf = std::move(lookup); }
+
+    // --- Submission (status texts in ModemAnswers.h).
+    bool Send_PDU_SMS(int fd, const QString& number, const QString& message, const QString& smsc_num,
+                      bool flash_sms, bool unicode_sms, QString& return_status, const QString& sms_det);
+    bool Send_Text_SMS(int fd, const QString& number, const QString& message, const QString& smsc_num,
+                       bool flash_sms, bool unicode_sms, const QString& port_name_str, QString& return_status,
+                       const QString& sms_det);
+
+    // The answer wait after a message body: 5 seconds, over as soon as the modem's final
+    // result line has arrived.
+    static constexpr std::chrono::milliseconds kAnswerWait{5000};
+    static constexpr std::chrono::milliseconds kRetryRest{1000};
+
+    // --- Device values gathered by the probe and copied into the device record.
+    QString Com_Port, Port_Det, Port_stat, Port_IMEI, Manuf, Model, battery, signal_str, oprator, revision,
+        def_smsc, cus_smsc, use_cus_smsc, sms_mode, sup_sms_mode, sms_capblts;
+
+private:
+    struct Exchange; // one submission's bookkeeping (MFCSMS_Submission.cpp)
+
+    // Writes a command and reads its answer expecting OK; false at the first failure.
+    bool commandExpectingOk(int fd, const QString& command);
+    void waitForAnswer();
+    bool sendOneMessage(Exchange& exchange, const QString& cmgsCommand, const QString& body);
+    void collectAnswer(Exchange& exchange, bool lastPart);
+    bool sendLongPdu(Exchange& exchange, const QString& message, bool unicode);
+    bool sendTextPieces(Exchange& exchange, const QString& message, bool unicode, bool hexBody);
+
+    std::unique_ptr<AMSerialPort> m_port;
+    QString m_sLastResponse;
+    QString m_port_name;
+    QByteArray m_pendingAnswer; // arrived during the answer wait, read with the next read
+    DefaultSmscLookup m_defaultSmscOf;
+    std::map<int, termios> m_lineSetupOriginals; // per descriptor opened by OpenSerialPort
+    std::mutex m_readLock;
+    std::mutex m_writeLock;
+    std::mutex m_closeLock;
+};

@@ -1,0 +1,104 @@
+// The line set-up pair: proves that a device can be opened and configured (8 data bits,
+// even parity, RTS/CTS, 19200 baud, DTR pulsed), then releases it with the attributes it had.
+#include "MFCSMS.h"
+
+#include "core/Log.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace {
+
+void logFailure(const char* format, const QByteArray& path) {
+    const int savedErrno = errno;
+    Show_NSLog_Message(QString::asprintf(format, path.constData(), std::strerror(savedErrno), savedErrno));
+}
+
+// The four handshake lines the set-up raises together (mask 294).
+constexpr int kHandshakeLines = TIOCM_DTR | TIOCM_RTS | TIOCM_CTS | TIOCM_DSR;
+static_assert(kHandshakeLines == 294);
+
+} // namespace
+
+int MFCSMS::OpenSerialPort(const QString& bsdPath) {
+    m_port_name = bsdPath;
+    const QByteArray path = bsdPath.toUtf8();
+    int fd = -1;
+    const auto fail = [&]() {
+        if (fd >= 0) {
+            ::ioctl(fd, TIOCNXCL);
+            ::close(fd);
+        }
+        return -1;
+    };
+
+    fd = ::open(path.constData(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+    if (fd < 0) {
+        logFailure("Error opening serial port %s - %s(%d).\n", path);
+        return fail();
+    }
+    if (::ioctl(fd, TIOCEXCL) != 0) {
+        logFailure("Error setting TIOCEXCL on %s - %s(%d).\n", path);
+        return fail();
+    }
+    if (::fcntl(fd, F_SETFL, 0) != 0) {
+        logFailure("Error clearing O_NONBLOCK %s - %s(%d).\n", path);
+        return fail();
+    }
+    termios original{};
+    if (::tcgetattr(fd, &original) != 0) {
+        logFailure("Error getting tty attributes %s - %s(%d).\n", path);
+        return fail();
+    }
+    {
+        std::lock_guard lock(m_closeLock);
+        m_lineSetupOriginals[fd] = original;
+    }
+
+    termios options = original;
+    ::cfmakeraw(&options);
+    options.c_cc[VMIN] = 1;
+    options.c_cc[VTIME] = 10;
+    ::cfsetspeed(&options, B19200);
+    // CS7 lies inside the CS8 that raw mode set: the line stays at 8 data bits, even parity.
+    options.c_cflag |= CS7 | PARENB | CRTSCTS;
+    // Linux has no request for an arbitrary speed: the attributes' 19200 baud is the speed.
+    if (::tcsetattr(fd, TCSANOW, &options) != 0) {
+        logFailure("Error setting tty attributes %s - %s(%d).\n", path);
+        std::lock_guard lock(m_closeLock);
+        m_lineSetupOriginals.erase(fd);
+        return fail();
+    }
+
+    int dtr = TIOCM_DTR;
+    if (::ioctl(fd, TIOCMBIS, &dtr) != 0)
+        logFailure("Error asserting DTR %s - %s(%d).\n", path);
+    if (::ioctl(fd, TIOCMBIC, &dtr) != 0)
+        logFailure("Error clearing DTR %s - %s(%d).\n", path);
+    int handshake = kHandshakeLines;
+    if (::ioctl(fd, TIOCMSET, &handshake) != 0)
+        logFailure("Error setting handshake lines %s - %s(%d).\n", path);
+    if (::ioctl(fd, TIOCMGET, &handshake) != 0)
+        logFailure("Error getting handshake lines %s - %s(%d).\n", path);
+    // Linux has no receive-latency request either; the raw line already hands every byte over.
+    return fd;
+}
+
+void MFCSMS::CloseSerialPort(int fileDescriptor) {
+    if (fileDescriptor < 0)
+        return;
+    std::lock_guard lock(m_closeLock);
+    ::fcntl(fileDescriptor, F_SETFL, ::fcntl(fileDescriptor, F_GETFL) | O_NONBLOCK);
+    ::tcdrain(fileDescriptor);
+    if (const auto saved = m_lineSetupOriginals.find(fileDescriptor); saved != m_lineSetupOriginals.end()) {
+        ::tcsetattr(fileDescriptor, TCSANOW, &saved->second);
+        m_lineSetupOriginals.erase(saved);
+    }
+    // The exclusive claim would outlive this descriptor on Linux while the line stays open
+    // elsewhere, and keep the session's own port from opening the device next.
+    ::ioctl(fileDescriptor, TIOCNXCL);
+    ::close(fileDescriptor);
+}

@@ -1,0 +1,49 @@
+#pragma once
+// Judging what a modem answered: pure functions, text in and value out, kept apart from the
+// port so that every rule can be checked against recorded answers.
+#include <QString>
+
+namespace ModemAnswers {
+
+// The rule of every AT read: the trimmed answer is non-empty, holds no "ERROR" anywhere and
+// holds the expected text (itself trimmed). Case-sensitive.
+bool answerHolds(const QString& answer, const QString& expected);
+
+// The modem's error text in an answer, or "" when it reports none: a bare "ERROR" stays
+// "ERROR", "+CMS ERROR..." and "+CME ERROR..." are kept from there on, and any other text
+// holding "ERROR" becomes "+CMS ERROR:500".
+QString smsErrorText(const QString& answer);
+
+// Answer to "AT+CMGF=?": 0 no format, 1 PDU only, 2 text only, 3 both.
+int supportedSmsFormats(const QString& answer);
+
+// Answer to "AT+CMGF?": "0", "1", "2" (both digits seen) or "".
+QString selectedSmsFormat(const QString& answer);
+
+// True once an answer has reached its final result line ("OK" or an error), so that the
+// wait for a submission's answer can end as soon as the modem has replied. Only whole lines
+// count: a line still arriving may be longer than it looks.
+bool holdsFinalResult(const QString& answer);
+
+// A recorded status that is the modem's refusal: "ERROR", or "CMS"/"CME" in its first four characters.
+bool isRefusal(const QString& status);
+
+inline const QString kStatusSent = QStringLiteral("Message sent successfully.");
+inline const QString kStatusSentToDevice = QStringLiteral("Message sent to device.");
+inline const QString kStatusConnectionError = QStringLiteral("Device Connection Error!");
+inline const QString kStatusNoError = QStringLiteral("NONE_ERROR");
+inline const QString kCapabilityNotDetected = QStringLiteral("Not Detected");
+
+// The status text a submission ends with.
+QString submissionStatus(bool dialogueCompleted, const QString& recorded, const QString& sms_det);
+
+// "AT+CSMP=17,255,0,<dcs>\r\n" for the flags.
+QString textModeParametersCommand(bool flash_sms, bool unicode_sms);
+
+// "AT+CSCS=..." to send for the listed character sets, or "" when none fits.
+QString characterSetCommand(const QString& supportedAnswer, bool unicode_sms);
+
+// "AT+CSCA=\"<number>\",145\r\n" for an international number, ",129" otherwise.
+QString serviceCentreCommand(const QString& number);
+
+} // namespace ModemAnswers

@@ -1,0 +1,287 @@
+#include "PDU.h"
+
+#include "core/Log.h"
+
+#include <algorithm>
+#include <exception>
+
+namespace {
+
+struct CodePoint {
+    char16_t character;
+    int code;
+};
+
+// GSM 7-bit default alphabet where it differs from the character's own code.
+constexpr CodePoint kDefaultAlphabet[] = {
+    {u'@', 0},       {u'\u00A3', 1},  {u'$', 2},       {u'\u00A5', 3},  {u'\u00E8', 4},  {u'\u00E9', 5},
+    {u'\u00F9', 6},  {u'\u00EC', 7},  {u'\u00F2', 8},  {u'\u00C7', 9},  {u'\u00D8', 11}, {u'\u00F8', 12},
+    {u'\u00C5', 14}, {u'\u00E5', 15}, {u'\u0394', 16}, {u'_', 17},      {u'\u03A6', 18}, {u'\u0393', 19},
+    {u'\u039B', 20}, {u'\u03A9', 21}, {u'\u03A0', 22}, {u'\u03A8', 23}, {u'\u03A3', 24}, {u'\u0398', 25},
+    {u'\u039E', 26}, {u'\u00C6', 28}, {u'\u00E6', 29}, {u'\u00DF', 30}, {u'\u00C9', 31}, {u'\u00A4', 36},
+    {u'\u00A1', 64}, {u'\u00C4', 91}, {u'\u00D6', 92}, {u'\u00D1', 93}, {u'\u00DC', 94}, {u'\u00A7', 95},
+    {u'\u00BF', 96}, {u'\u00E4', 123}, {u'\u00F6', 124}, {u'\u00F1', 125}, {u'\u00FC', 126}, {u'\u00E0', 127},
+    // Word processors replace plain quotes with typographic ones; send them as the plain ones.
+    {u'\u201C', 34}, {u'\u2018', 39},
+};
+
+// The extension table: each is sent as the escape septet 27 followed by this code.
+constexpr CodePoint kExtensionTable[] = {
+    {u'\f', 10}, {u'^', 20},  {u'{', 40},  {u'}', 41},  {u'\\', 47},
+    {u'[', 60},  {u'~', 61},  {u']', 62},  {u'|', 64},  {u'\u20AC', 101},
+};
+
+constexpr int kEscapeSeptet = 27;
+constexpr int kHexDigitsPer7BitPart = PDU::kOctetsPerPart * 2;
+constexpr int kHexDigitsPerUcs2Part = PDU::kUnitsPerPart * 4;
+// 06 header length, 08 concatenation with a 16-bit reference, 04 element length, reference 0.
+const QString kConcatenationHeaderStart = QStringLiteral("0608040000");
+constexpr int kHeaderOctets = 7;
+
+QString hexOctet(int value) { return PDU::BCDEncode(value & 0xFF); }
+
+} // namespace
+
+std::atomic<PDU*> PDU::s_lastCreated{nullptr};
+
+PDU::PDU() { s_lastCreated.store(this); }
+
+PDU::~PDU() {
+    PDU* self = this;
+    s_lastCreated.compare_exchange_strong(self, nullptr);
+}
+
+PDU* PDU::defaultInstance() { return s_lastCreated.load(); }
+
+QString PDU::dcsFor(bool flash_msg, bool unicode) {
+    if (unicode)
+        return flash_msg ? QStringLiteral("18") : QStringLiteral("08");
+    return flash_msg ? QStringLiteral("10") : QStringLiteral("00");
+}
+
+QString PDU::EncodePDU(const QString& message, const QString& strDestinationAddress,
+                       const QString& strSMSCAddress, int /*intActualPDULength*/, bool blnIncludeSMSC,
+                       bool flash_msg, bool unicode) {
+    try {
+        if (!blnIncludeSMSC)
+            return {};
+        QString pdu = EncodeSMSCAddress(strSMSCAddress);
+        pdu += QStringLiteral("11") + QStringLiteral("00") + EncodeDestinationAddress(strDestinationAddress);
+        pdu += QStringLiteral("00") + dcsFor(flash_msg, unicode) + QStringLiteral("FF");
+        if (unicode) {
+            pdu += hexOctet(2 * static_cast<int>(message.size()));
+            pdu += EncodeUserData_16_bit(message);
+        } else {
+            const QList<int> septets = MapTo7BitAlphabet(message);
+            // An extension character counts two septets: the escape and its code.
+            pdu += hexOctet(static_cast<int>(std::max(message.size(), septets.size())));
+            pdu += EncodeUserData(septets);
+        }
+        return pdu;
+    } catch (const std::exception& e) {
+        Show_NSLog_Message(QStringLiteral("EncodePDU failed: %1").arg(QString::fromUtf8(e.what())));
+        return {};
+    }
+}
+
+QString PDU::Encode_UDH_PDU(const QString& message, const QString& strDestinationAddress,
+                            const QString& strSMSCAddress, int /*intActualPDULength*/, bool blnIncludeSMSC,
+                            bool flash_msg, int tot_msg, int curr_msg, bool unicode) {
+    try {
+        if (!blnIncludeSMSC || tot_msg < 1 || tot_msg > 255 || curr_msg < 1 || curr_msg > tot_msg)
+            return {};
+        if (curr_msg == 1 || m_cachedUserData.isEmpty())
+            m_cachedUserData = unicode ? EncodeUserData_16_bit(message) : EncodeUserData(MapTo7BitAlphabet(message));
+
+        const int hexPerPart = unicode ? kHexDigitsPerUcs2Part : kHexDigitsPer7BitPart;
+        const QString partData = Mid_String(m_cachedUserData, hexPerPart * (curr_msg - 1), hexPerPart);
+        if (partData.isEmpty())
+            return {};
+        const int octets = static_cast<int>(partData.size() / 2);
+        // 133 octets hold exactly 152 septets, so a part never needs fill bits after the header.
+        const int userDataLength = unicode ? octets + kHeaderOctets : (octets + kHeaderOctets) * 8 / 7;
+
+        QString pdu = EncodeSMSCAddress(strSMSCAddress);
+        pdu += QStringLiteral("51") + QStringLiteral("00") + EncodeDestinationAddress(strDestinationAddress);
+        pdu += QStringLiteral("00") + dcsFor(flash_msg, unicode) + QStringLiteral("FF");
+        pdu += hexOctet(userDataLength);
+        pdu += kConcatenationHeaderStart + hexOctet(tot_msg) + hexOctet(curr_msg);
+        pdu += partData;
+        return pdu;
+    } catch (const std::exception& e) {
+        Show_NSLog_Message(QStringLiteral("Encode_UDH_PDU failed: %1").arg(QString::fromUtf8(e.what())));
+        return {};
+    }
+}
+
+QString PDU::EncodeAddress(const QString& number, bool bInCountBytes) {
+    if (number.isEmpty())
+        return QStringLiteral("00");
+    const bool international = number.startsWith(QLatin1Char('+'));
+    QString digits = international ? number.mid(1) : number;
+    const int digitCount = static_cast<int>(digits.size());
+    if (digits.size() % 2 != 0)
+        digits += QLatin1Char('F');
+    QString swapped;
+    swapped.reserve(digits.size());
+    for (qsizetype i = 0; i + 1 < digits.size(); i += 2) {
+        swapped += digits.at(i + 1);
+        swapped += digits.at(i);
+    }
+    const int length = bInCountBytes ? static_cast<int>(digits.size() / 2) + 1 : digitCount;
+    return hexOctet(length) + (international ? QStringLiteral("91") : QStringLiteral("81")) + swapped.toUpper();
+}
+
+int PDU::MapChar(QChar c, bool& blnEscapeChar) {
+    const char16_t u = c.unicode();
+    blnEscapeChar = false;
+    for (const CodePoint& entry : kDefaultAlphabet)
+        if (entry.character == u)
+            return entry.code;
+    for (const CodePoint& entry : kExtensionTable)
+        if (entry.character == u) {
+            blnEscapeChar = true;
+            return entry.code;
+        }
+    return u; // shared with ASCII, or outside the alphabet: only the low 7 bits are sent
+}
+
+QList<int> PDU::MapTo7BitAlphabet(const QString& text) {
+    QList<int> septets;
+    septets.reserve(text.size());
+    for (QChar c : text) {
+        bool escape = false;
+        const int code = MapChar(c, escape);
+        if (escape)
+            septets.append(kEscapeSeptet);
+        septets.append(code);
+    }
+    return septets;
+}
+
+QString PDU::EncodeUserData(const QList<int>& septets) {
+    QString hex;
+    hex.reserve((septets.size() * 7 / 8 + 1) * 2);
+    quint32 pending = 0;
+    int pendingBits = 0;
+    for (int septet : septets) {
+        pending |= static_cast<quint32>(septet & 0x7F) << pendingBits;
+        pendingBits += 7;
+        while (pendingBits >= 8) {
+            hex += hexOctet(static_cast<int>(pending & 0xFF));
+            pending >>= 8;
+            pendingBits -= 8;
+        }
+    }
+    if (pendingBits > 0)
+        hex += hexOctet(static_cast<int>(pending & 0xFF));
+    return hex;
+}
+
+QString PDU::EncodeUserData_16_bit(const QString& text) {
+    QString hex;
+    hex.reserve(text.size() * 4);
+    for (QChar c : text)
+        hex += PadZero(Hex(c.unicode()), 4);
+    return hex;
+}
+
+QList<int> PDU::DecodeUserData(const QString& hex, int septetCount) {
+    QList<int> septets;
+    quint32 pending = 0;
+    int pendingBits = 0;
+    for (qsizetype i = 0; i + 1 < hex.size() && septets.size() < septetCount; i += 2) {
+        bool ok = false;
+        const uint octet = hex.mid(i, 2).toUInt(&ok, 16);
+        if (!ok)
+            break;
+        pending |= octet << pendingBits;
+        pendingBits += 8;
+        while (pendingBits >= 7 && septets.size() < septetCount) {
+            septets.append(static_cast<int>(pending & 0x7F));
+            pending >>= 7;
+            pendingBits -= 7;
+        }
+    }
+    return septets;
+}
+
+QString PDU::DecodeUserData_16_bit(const QString& hex) {
+    QString text;
+    for (qsizetype i = 0; i + 3 < hex.size(); i += 4) {
+        bool ok = false;
+        const uint unit = hex.mid(i, 4).toUInt(&ok, 16);
+        if (!ok)
+            break;
+        text += QChar(static_cast<char16_t>(unit));
+    }
+    return text;
+}
+
+int PDU::smscInformationOctets(const QString& pdu) {
+    bool ok = false;
+    const int lengthOctet = pdu.left(2).toInt(&ok, 16);
+    return ok && pdu.size() >= 2 ? lengthOctet + 1 : -1;
+}
+
+int PDU::actualPduLength(const QString& pdu) {
+    const int smsc = smscInformationOctets(pdu);
+    return smsc < 0 ? 0 : static_cast<int>(pdu.size() / 2) - smsc;
+}
+
+int PDU::partCount(const QString& message, bool unicode) {
+    const int units = unicode ? static_cast<int>(message.size()) : static_cast<int>(MapTo7BitAlphabet(message).size());
+    const int perPart = unicode ? kUnitsPerPart : kSeptetsPerPart;
+    return (units + perPart - 1) / perPart;
+}
+
+QString PDU::BCDEncode(int value) { return PadZero(Hex(value & 0xFF), 2); }
+
+QString PDU::PadZero(const QString& text, int bytLength) {
+    return text.size() >= bytLength ? text : QString(bytLength - text.size(), QLatin1Char('0')) + text;
+}
+
+QString PDU::reverseString(const QString& text) {
+    QString reversed;
+    reversed.reserve(text.size());
+    for (qsizetype i = text.size() - 1; i >= 0; --i)
+        reversed += text.at(i);
+    return reversed;
+}
+
+QString PDU::Mid_String(const QString& text, int iFirst, int nCount) {
+    if (iFirst < 0)
+        iFirst = 0;
+    if (iFirst >= text.size() || nCount <= 0)
+        return {};
+    return text.mid(iFirst, nCount);
+}
+
+int PDU::hex2int(const QString& hex) {
+    bool ok = false;
+    const int value = hex.toInt(&ok, 16);
+    return ok ? value : 0;
+}
+
+QString PDU::ConvertToBinary(int value, int bits) {
+    QString binary;
+    for (int bit = bits - 1; bit >= 0; --bit)
+        binary += (value >> bit) & 1 ? QLatin1Char('1') : QLatin1Char('0');
+    return binary;
+}
+
+int PDU::BinToDec(const QString& binary) {
+    int value = 0;
+    for (QChar c : binary) {
+        if (c != QLatin1Char('0') && c != QLatin1Char('1'))
+            return 0;
+        value = value * 2 + (c == QLatin1Char('1') ? 1 : 0);
+    }
+    return value;
+}
+
+QString Hex(int value) { return QString::number(static_cast<uint>(value), 16).toUpper(); }
+
+int Asc(const QString& text) { return text.isEmpty() ? 0 : text.at(0).unicode() & 0xFF; }
+
+int AscW(const QString& text) { return text.isEmpty() ? 0 : text.at(0).unicode(); }
