@@ -1,0 +1,217 @@
+#include "PtyPair.h"
+#include "QStringPrinting.h"
+
+#include "core/Log.h"
+#include "gsm/AMSerialPort.h"
+#include "gsm/MFCSMS.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <fcntl.h>
+#include <termios.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+// Prescribed seconds that last long enough in real time, under the tests' shrunken clock,
+// for a pseudo-terminal to pass data across: reads end only after this much quiet.
+constexpr double kQuietSeconds = 300.0;
+
+bool sameAttributes(const termios& a, const termios& b) {
+    return a.c_iflag == b.c_iflag && a.c_oflag == b.c_oflag && a.c_cflag == b.c_cflag && a.c_lflag == b.c_lflag &&
+           std::memcmp(a.c_cc, b.c_cc, sizeof a.c_cc) == 0 && cfgetispeed(&a) == cfgetispeed(&b) &&
+           cfgetospeed(&a) == cfgetospeed(&b);
+}
+
+class SerialPortTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(pty.ok());
+        // A second slave descriptor lets the test read the line's attributes independently.
+        observer = ::open(pty.slavePath().toUtf8().constData(), O_RDWR | O_NOCTTY);
+        ASSERT_GE(observer, 0);
+        ASSERT_EQ(::tcgetattr(observer, &before), 0);
+    }
+    void TearDown() override {
+        if (observer >= 0)
+            ::close(observer);
+    }
+    termios currentAttributes() const {
+        termios now{};
+        ::tcgetattr(observer, &now);
+        return now;
+    }
+    std::unique_ptr<AMSerialPort> openPort(double timeout = kQuietSeconds) {
+        auto port = std::make_unique<AMSerialPort>(pty.slavePath(), pty.slavePath(), "IOModemSerialStream");
+        EXPECT_TRUE(port->open());
+        port->setReadTimeout(timeout);
+        return port;
+    }
+
+    PtyPair pty;
+    int observer = -1;
+    termios before{};
+};
+
+TEST_F(SerialPortTest, ReadsEndByTheirRules) {
+    const QByteArray full(5000, 'x');
+    const struct {
+        const char* name;
+        QByteArray modemSends;
+        qint64 byteCount; // 0: no byte-count condition
+        char stopChar;    // 0: no stop character
+        QByteArray expected;
+        int code;
+        std::optional<int> endCode;
+    } cases[] = {
+        {"quiet line ends with a time-out", "OK\r\n", 0, 0, "OK\r\n", AMSerialPort::kReadTimeout, std::nullopt},
+        {"stop character", "\r\n> ", 0, ' ', "\r\n> ", 0, AMSerialPort::kEndStopChar},
+        {"byte count reached", "abcdef", 3, 0, "abc", 0, AMSerialPort::kEndByteCountReached},
+        {"buffer full", full, 0, 0, full.left(AMSerialPort::kBufferSize), AMSerialPort::kBufferFull, std::nullopt},
+    };
+    for (const auto& c : cases) {
+        auto port = openPort();
+        pty.write(c.modemSends);
+        SerialError error;
+        const std::optional<QByteArray> got =
+            port->readAndStopAfterBytes(c.byteCount > 0, c.byteCount, c.stopChar != 0, c.stopChar, &error);
+        ASSERT_TRUE(got.has_value()) << c.name;
+        EXPECT_EQ(*got, c.expected) << c.name;
+        EXPECT_EQ(error.code, c.code) << c.name;
+        EXPECT_EQ(error.endCode, c.endCode) << c.name;
+        EXPECT_EQ(error.bytesRead, c.expected.size()) << c.name;
+        port->close();
+        pty.drain();
+        ::tcflush(observer, TCIOFLUSH);
+    }
+}
+
+TEST_F(SerialPortTest, ZeroTimeoutReturnsNothingAtOnce) {
+    auto port = openPort(0.0);
+    pty.write("OK\r\n");
+    SerialError error;
+    EXPECT_FALSE(port->readAndReturnError(&error).has_value());
+    EXPECT_EQ(error.code, AMSerialPort::kReadTimeout);
+}
+
+TEST_F(SerialPortTest, AnswerInTwoBurstsComesBackFromOneRead) {
+    auto port = openPort();
+    std::thread modem([this] {
+        pty.write("AT\r\r\n");
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        pty.write("OK\r\n");
+    });
+    const std::optional<QString> got = port->readStringUsingEncoding();
+    modem.join();
+    ASSERT_TRUE(got.has_value());
+    EXPECT_EQ(*got, "AT\r\r\nOK\r\n");
+}
+
+TEST_F(SerialPortTest, LineIsRawWhileOpen) {
+    auto port = openPort();
+    // A prompt without a line end arrives, CR LF arrive untranslated, nothing is echoed back.
+    pty.write("\r\n> ");
+    EXPECT_EQ(port->readStringUsingEncoding().value_or("<nothing>"), "\r\n> ");
+    pty.write("OK\r\n");
+    EXPECT_EQ(port->readStringUsingEncoding().value_or("<nothing>"), "OK\r\n");
+    EXPECT_TRUE(pty.drain().isEmpty());
+    const termios open = currentAttributes();
+    EXPECT_EQ(open.c_lflag & (ECHO | ICANON), 0u);
+    EXPECT_EQ(open.c_cflag & CSIZE, static_cast<tcflag_t>(CS8));
+    EXPECT_EQ(cfgetospeed(&open), cfgetospeed(&before));
+}
+
+TEST_F(SerialPortTest, CloseRestoresAttributesAndMayReopen) {
+    auto port = openPort();
+    port->close();
+    EXPECT_FALSE(port->isOpen());
+    EXPECT_TRUE(sameAttributes(currentAttributes(), before));
+    port->close(); // closing twice does nothing
+    EXPECT_TRUE(port->open());
+    EXPECT_TRUE(port->isOpen());
+}
+
+TEST_F(SerialPortTest, WritesGoOutWholeOrReportWhy) {
+    auto port = openPort();
+    SerialError error;
+    EXPECT_TRUE(port->writeString("AT\r\n", QStringConverter::Utf8, &error));
+    EXPECT_EQ(error.bytesWritten, 4);
+    EXPECT_EQ(pty.drain(), "AT\r\n");
+
+    EXPECT_FALSE(port->writeString("", QStringConverter::Utf8, &error));
+    EXPECT_EQ(error.code, AMSerialPort::kNothingToWrite);
+    EXPECT_FALSE(error.bytesWritten.has_value());
+    EXPECT_TRUE(pty.drain().isEmpty());
+
+    EXPECT_TRUE(port->writeString(QString::fromUtf8("\xC3\xA9"), QStringConverter::Utf8, &error));
+    EXPECT_EQ(pty.drain(), "\xC3\xA9"); // UTF-8 on the wire
+
+    port->close();
+    EXPECT_FALSE(port->writeString("AT\r\n", QStringConverter::Utf8, &error));
+    EXPECT_EQ(error.code, AMSerialPort::kReadFailed);
+}
+
+TEST_F(SerialPortTest, UnpluggedLineFailsReadsAndWrites) {
+    auto port = openPort();
+    ::close(observer);
+    observer = -1;
+    pty.unplug();
+    SerialError error;
+    EXPECT_FALSE(port->readAndReturnError(&error).has_value());
+    EXPECT_EQ(error.code, AMSerialPort::kReadFailed);
+    EXPECT_FALSE(port->writeString("AT\r\n", QStringConverter::Utf8, &error));
+    EXPECT_EQ(error.code, AMSerialPort::kReadFailed);
+}
+
+TEST_F(SerialPortTest, LineSetupLeavesTheDeviceAsItWas) {
+    MFCSMS session;
+    const int fd = session.OpenSerialPort(pty.slavePath());
+    ASSERT_GE(fd, 0);
+    const termios during = currentAttributes();
+    // A pseudo-terminal keeps 8 bits without parity whatever it is told; hardware flow
+    // control, speed and the read timer do stick.
+    EXPECT_NE(during.c_cflag & CRTSCTS, 0u);
+    EXPECT_EQ(during.c_lflag & (ECHO | ICANON), 0u);
+    EXPECT_EQ(cfgetospeed(&during), static_cast<speed_t>(B19200));
+    EXPECT_EQ(during.c_cc[VTIME], 10);
+    session.CloseSerialPort(fd);
+    EXPECT_TRUE(sameAttributes(currentAttributes(), before));
+    EXPECT_EQ(session.portName(), pty.slavePath());
+    // The session's own port can take the device next.
+    auto port = openPort();
+    EXPECT_TRUE(port->isOpen());
+}
+
+TEST(SerialLineSetup, UnusableDevicesGiveMinusOneWithTheReason) {
+    const struct {
+        QString path;
+        QString logged;
+    } cases[] = {
+        {"/nonexistent/tty", "Error opening serial port /nonexistent/tty - No such file or directory(2)."},
+        {"/dev/null", "Error setting TIOCEXCL on /dev/null - Inappropriate ioctl for device(25)."},
+    };
+    for (const auto& c : cases) {
+        LogCapture log;
+        MFCSMS session;
+        EXPECT_EQ(session.OpenSerialPort(c.path), -1) << c.path.toStdString();
+        EXPECT_TRUE(log.contains(c.logged)) << log.lines().join('\n').toStdString();
+    }
+    MFCSMS session;
+    session.CloseSerialPort(-1); // nothing to do, nothing to crash
+}
+
+TEST(SerialLineSetup, DeviceHeldExclusivelyIsRefused) {
+    if (::geteuid() == 0)
+        GTEST_SKIP() << "the superuser may open a tty held exclusively";
+    PtyPair pty;
+    AMSerialPort holder(pty.slavePath(), pty.slavePath(), "IOModemSerialStream");
+    ASSERT_TRUE(holder.openExclusively());
+    LogCapture log;
+    MFCSMS session;
+    EXPECT_EQ(session.OpenSerialPort(pty.slavePath()), -1);
+    EXPECT_TRUE(log.contains("Error opening serial port"));
+}
+
+} // namespace
