@@ -1,0 +1,11 @@
+#pragma once
+// Flags every sending run shares across its threads (modem workers, the Android sender,
+// the pause countdown). Atomic: they are polled without a lock.
+#include <atomic>
+
+// 1 once the operator has asked the current run to stop.
+extern std::atomic<bool> Stop_SMS_Sending_Now;
+// 1 while a delayed-delivery pause is in progress.
+extern std::atomic<bool> Pause_Timer_Running;
+// Messages finished since the last pause, over all ports together.
+extern std::atomic<int> msg_cnt;
