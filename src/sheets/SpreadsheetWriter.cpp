@@ -1,0 +1,170 @@
+#include "SpreadsheetWriter.h"
+
+#include "ColumnNames.h"
+#include "OdsReader.h"
+#include "SSZipArchive.h"
+#include "Xml2003Reader.h"
+#include "XlsxPartsWriter.h"
+#include "XlsxSheetReader.h"
+#include "XlsxWorkbookParts.h"
+#include "core/DataFolder.h"
+#include "core/Log.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <algorithm>
+
+void (*SpreadsheetWriter::writeFailureBeep)() = nullptr;
+
+namespace {
+
+QString templatePackage() {
+    const QString resources = Resource_Path.isEmpty() ? locateResourcePath() : Resource_Path;
+    return resources + QStringLiteral("/Template.xlsx");
+}
+
+void reportUnwritablePart(const QString& location) {
+    if (SpreadsheetWriter::writeFailureBeep)
+        SpreadsheetWriter::writeFailureBeep();
+    Show_NSLog_Message(QStringLiteral("Error when writing file %1").arg(location));
+}
+
+} // namespace
+
+SpreadsheetWriter::SpreadsheetWriter() : m_workDir(QDir::tempPath() + QStringLiteral("/ziptmp-XXXXXX")) {
+    // A private folder per process (created 0700), never a fixed shared name in /tmp.
+    if (m_workDir.isValid())
+        tmpDir = m_workDir.path();
+    else
+        Show_NSLog_Message(QStringLiteral("Error: cannot create the spreadsheet working folder: %1").arg(m_workDir.errorString()));
+}
+
+SpreadsheetWriter& SpreadsheetWriter::shared() {
+    if (!spreadsheet)
+        spreadsheet = new SpreadsheetWriter; // kept for the life of the process
+    return *spreadsheet;
+}
+
+bool SpreadsheetWriter::clearWorkingFolder() const {
+    if (tmpDir.isEmpty())
+        return false;
+    QDir folder(tmpDir);
+    bool ok = true;
+    for (const QFileInfo& item : folder.entryInfoList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System)) {
+        if (item.isDir() && !item.isSymLink())
+            ok = QDir(item.filePath()).removeRecursively() && ok;
+        else
+            ok = folder.remove(item.fileName()) && ok;
+    }
+    return ok;
+}
+
+QString SpreadsheetWriter::sheetPartLocation(int sheetNumber) const {
+    return locateSheetPart(tmpDir, sheetNumber);
+}
+
+// ---- reading ----
+
+SpreadsheetData SpreadsheetWriter::ReadWorkbook(const QString& location, bool only_col) {
+    if (!only_col) {
+        SpreadsheetWriter& self = shared();
+        return self.ReadData(self.sheetPartLocation(Excel_Sheet_Number));
+    }
+    Excel_Sheet_Columns = 1;
+    SpreadsheetWriter& self = shared();
+    self.sharedStrings.clear();
+    self.Styles.clear();
+    self.Styles_Fmt_Code.clear();
+    self.date1904 = false;
+    // Parts an earlier workbook left behind must never be read as this one's.
+    if (!self.clearWorkingFolder())
+        return self.data;
+    SSZipArchive::unzipFileAtPath(location, self.tmpDir, true, QString(), nullptr);
+    self.sharedStrings = readSharedStrings(self.tmpDir + QStringLiteral("/xl/sharedStrings.xml"));
+    readStyles(self.tmpDir + QStringLiteral("/xl/styles.xml"), self.Styles, self.Styles_Fmt_Code);
+    self.date1904 = readsDates1904(self.tmpDir + QStringLiteral("/xl/workbook.xml"));
+    return self.data;
+}
+
+QStringList SpreadsheetWriter::Read_Sheet_Name() {
+    SpreadsheetWriter& self = shared();
+    if (self.tmpDir.isEmpty())
+        return {};
+    return readSheetNames(self.tmpDir + QStringLiteral("/xl/workbook.xml"));
+}
+
+SpreadsheetData SpreadsheetWriter::ReadData_only_column() {
+    SpreadsheetWriter& self = shared();
+    self.data.clear();
+    if (self.tmpDir.isEmpty())
+        return self.data;
+    const XlsxSheetReader reader({self.sharedStrings, self.Styles, self.Styles_Fmt_Code, self.date1904});
+    self.data = reader.readHeader(self.sheetPartLocation(Excel_Sheet_Number), Excel_Sheet_Columns);
+    return self.data;
+}
+
+SpreadsheetData SpreadsheetWriter::ReadData(const QString& location) {
+    data.clear();
+    if (tmpDir.isEmpty())
+        return data;
+    const XlsxSheetReader reader({sharedStrings, Styles, Styles_Fmt_Code, date1904});
+    data = reader.readAll(location, Excel_Sheet_Columns);
+    return data;
+}
+
+QString SpreadsheetWriter::Get_Date_Time_Format_String(int numFmtId) const {
+    const XlsxSheetReader reader({sharedStrings, Styles, Styles_Fmt_Code, date1904});
+    return reader.datePatternFor(numFmtId);
+}
+
+SpreadsheetData SpreadsheetWriter::ReadODS(const QString& location) {
+    SpreadsheetWriter& self = shared();
+    if (!self.clearWorkingFolder())
+        return {};
+    SSZipArchive::unzipFileAtPath(location, self.tmpDir, true, QString(), nullptr);
+    return OdsReader::readContent(self.tmpDir + QStringLiteral("/content.xml"));
+}
+
+SpreadsheetData SpreadsheetWriter::ReadWorksheetXML2004(const QString& location) {
+    return Xml2003Reader::read(location);
+}
+
+// ---- writing ----
+
+QString SpreadsheetWriter::ColumnIndexToName(int column) {
+    return columnLettersFromNumber(column);
+}
+
+bool SpreadsheetWriter::WriteWorksheetData(const QString& location) {
+    sharedStrings.clear();
+    if (writeWorksheetPart(location, data, sharedStrings))
+        return true;
+    reportUnwritablePart(location);
+    return false;
+}
+
+bool SpreadsheetWriter::WriteSharedStringsXML(const QString& location) {
+    if (writeSharedStringsPart(location, sharedStrings))
+        return true;
+    reportUnwritablePart(location);
+    return false;
+}
+
+bool SpreadsheetWriter::WriteWorkbook(const QString& location, const SpreadsheetData& withData, bool hasTitleRow) {
+    Q_UNUSED(hasTitleRow)
+    SpreadsheetWriter& self = shared();
+    self.data = withData;
+    if (!self.clearWorkingFolder() || !QDir(self.tmpDir).mkpath(QStringLiteral("xl/worksheets")))
+        return false;
+    SSZipArchive::unzipFileAtPath(templatePackage(), self.tmpDir, true, QString(), nullptr);
+    // The worksheet collects the shared strings, so it goes first.
+    self.WriteWorksheetData(self.tmpDir + QStringLiteral("/xl/worksheets/sheet1.xml"));
+    self.WriteSharedStringsXML(self.tmpDir + QStringLiteral("/xl/sharedStrings.xml"));
+
+    QStringList items = QDir(self.tmpDir).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden, QDir::Unsorted);
+    std::sort(items.begin(), items.end(), [](const QString& a, const QString& b) { return a.toUtf8() < b.toUtf8(); });
+    for (QString& item : items)
+        item.prepend(self.tmpDir + QLatin1Char('/'));
+    return SSZipArchive::createZipFileAtPath(location, items);
+}

@@ -1,0 +1,67 @@
+#pragma once
+// Spreadsheet reading and writing behind one class.
+//
+// Reading an XLSX workbook takes four calls in a fixed order, driven by the import windows:
+// prepare (ReadWorkbook with only_col true: unpack, read shared strings and styles), list
+// the sheets (Read_Sheet_Name), read the chosen sheet's header row (ReadData_only_column,
+// which fixes Excel_Sheet_Columns), then read all its rows (ReadWorkbook with only_col
+// false). ReadODS and ReadWorksheetXML2004 return rows directly. WriteWorkbook exports a
+// table as a one-sheet workbook built from the shipped "Template.xlsx".
+//
+// The class-level operations work on the process-wide object `spreadsheet`, created on
+// first use. Its working folder is private to the user and to this process. Nothing here
+// throws: failures are logged and the result is empty (or false).
+#include "SheetState.h"
+#include "SpreadsheetData.h"
+
+#include <QList>
+#include <QPair>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+class SpreadsheetWriter {
+public:
+    // The process-wide object (creates `spreadsheet` when it does not exist yet).
+    static SpreadsheetWriter& shared();
+
+    // ---- reading ----
+    static SpreadsheetData ReadWorkbook(const QString& location, bool only_col);
+    static QStringList Read_Sheet_Name();
+    static SpreadsheetData ReadData_only_column();
+    static SpreadsheetData ReadODS(const QString& location);
+    static SpreadsheetData ReadWorksheetXML2004(const QString& location);
+
+    // ---- writing ----
+    // Every caller passes hasTitleRow false; it does not change the output.
+    static bool WriteWorkbook(const QString& location, const SpreadsheetData& withData, bool hasTitleRow);
+    static QString ColumnIndexToName(int column);
+
+    // Full read of one worksheet part into `data`.
+    SpreadsheetData ReadData(const QString& location);
+    // The two generated parts of a written workbook; the worksheet collects sharedStrings.
+    bool WriteWorksheetData(const QString& location);
+    bool WriteSharedStringsXML(const QString& location);
+
+    // Unicode date pattern of a custom number format, "" when the id has none.
+    QString Get_Date_Time_Format_String(int numFmtId) const;
+
+    // Working folder; empty when it could not be created (every operation then fails).
+    QString tmpDir;
+    QStringList sharedStrings;
+    QStringList Styles;                          // numFmtId of each cell format, in order
+    QList<QPair<QString, QString>> Styles_Fmt_Code; // (numFmtId, formatCode) of custom formats
+    SpreadsheetData data;
+    bool date1904 = false;                       // the workbook counts days from 1904
+
+    // Called when a generated part cannot be written (the UI makes it beep).
+    static void (*writeFailureBeep)();
+
+private:
+    SpreadsheetWriter();
+    bool clearWorkingFolder() const;
+    QString sheetPartLocation(int sheetNumber) const;
+    void readWorkbookProperties();
+
+    QTemporaryDir m_workDir;
+};

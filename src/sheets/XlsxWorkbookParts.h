@@ -1,0 +1,24 @@
+#pragma once
+// The workbook-wide parts of an unpacked XLSX package: shared strings, cell formats,
+// sheet names, the date system, and where each sheet's part lies.
+#include <QList>
+#include <QPair>
+#include <QString>
+#include <QStringList>
+
+// Text of every "si" in order, rich-text runs merged, "_xHHHH_" escapes decoded.
+QStringList readSharedStrings(const QString& location);
+
+// numFmtId of every cell format, and (numFmtId, formatCode) of every custom format.
+void readStyles(const QString& location, QStringList& styles, QList<QPair<QString, QString>>& formatCodes);
+
+// Sheet names from the workbook part, in workbook order.
+QStringList readSheetNames(const QString& workbookLocation);
+
+// True when the workbook counts dates from 1904 ("date1904" is "1" or "true").
+bool readsDates1904(const QString& workbookLocation);
+
+// The part of sheet number (1-based) inside the unpacked package at root:
+// "xl/worksheets/sheet<n>.xml" when it exists, else the part the workbook's relationships
+// name for the n-th sheet, provided it stays inside root; else the conventional path.
+QString locateSheetPart(const QString& root, int sheetNumber);

@@ -1,0 +1,130 @@
+#include "sheets/SpreadsheetWriter.h"
+
+#include "WorkbookFixture.h"
+#include "ZipTestSupport.h"
+#include "core/Log.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QRegularExpression>
+
+namespace {
+
+using SpreadsheetWriterTest = WorkbookTest;
+
+// The part with indentation removed, so expectations read like the markup itself.
+QByteArray flatten(QByteArray xml) {
+    return QString::fromUtf8(xml).replace(QRegularExpression(">\\s+<"), "><").toUtf8();
+}
+
+TEST(SpreadsheetWriterColumns, ColumnIndexToNameFollowsTheLetterSequence) {
+    const std::pair<int, const char*> cases[] = {{1, "A"},    {2, "B"},     {26, "Z"},    {27, "AA"},  {28, "AB"},
+                                                 {52, "AZ"},  {53, "BA"},   {702, "ZZ"},  {703, "AAA"}, {16384, "XFD"},
+                                                 {0, ""},     {-3, ""}};
+    for (const auto& [column, name] : cases)
+        EXPECT_EQ(SpreadsheetWriter::ColumnIndexToName(column), QString(name)) << column;
+}
+
+TEST_F(SpreadsheetWriterTest, TextCellsEachGetTheirOwnSharedStringAndNumbersStayNumeric) {
+    const QString out = path("report.xlsx");
+    ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(out, {{"Date", "Number", "Message"},
+                                                       {"01-02-2024", "5550100", "Hello"},
+                                                       {"02-02-2024", "5550100", "Hello"}},
+                                                 false));
+    const QByteArray sheet = flatten(zipEntryData(out, "xl/worksheets/sheet1.xml"));
+    const QByteArray expectedFragments[] = {
+        R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?>)",
+        R"(<worksheet xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main" xmlns:r="http://schemas.openxmlformats.org/officeDocument/2006/relationships" xmlns:mc="http://schemas.openxmlformats.org/markup-compatibility/2006" xmlns:x14ac="http://schemas.microsoft.com/office/spreadsheetml/2009/9/ac" mc:Ignorable="x14ac"><dimension ref="A1:C3"/>)",
+        R"(<sheetViews><sheetView tabSelected="1" workbookViewId="0"><selection activeCell="C3" sqref="C3"/></sheetView></sheetViews>)",
+        R"(<sheetFormatPr baseColWidth="10" defaultRowHeight="15" x14ac:dyDescent="0"/>)",
+        R"(<row r="1" spans="1:3"><c r="A1" t="s"><v>0</v></c><c r="B1" t="s"><v>1</v></c><c r="C1" t="s"><v>2</v></c></row>)",
+        R"(<row r="2" spans="1:3"><c r="A2" t="s"><v>3</v></c><c r="B2"><v>5550100</v></c><c r="C2" t="s"><v>4</v></c></row>)",
+        R"(<row r="3" spans="1:3"><c r="A3" t="s"><v>5</v></c><c r="B3"><v>5550100</v></c><c r="C3" t="s"><v>6</v></c></row>)",
+        R"(<pageMargins left="0.75" right="0.75" top="1" bottom="0.5" header="0.5" footer="0.5"/>)",
+        R"(<extLst><ext xmlns:mx="http://schemas.microsoft.com/office/mac/excel/2008/main" uri="{64002731-A6B0-56B0-2670-7721B7C09600}"><mx:PLV Mode="0" OnePage="0" WScale="0"/></ext></extLst></worksheet>)",
+    };
+    for (const QByteArray& fragment : expectedFragments)
+        EXPECT_TRUE(sheet.contains(fragment)) << fragment.toStdString() << "\nin\n" << sheet.toStdString();
+
+    // Equal texts are appended again, not shared: seven text cells, seven strings.
+    EXPECT_EQ(flatten(zipEntryData(out, "xl/sharedStrings.xml")).toStdString(),
+              R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?>)"
+              R"(<sst xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main" count="7" uniqueCount="7">)"
+              R"(<si><t>Date</t></si><si><t>Number</t></si><si><t>Message</t></si><si><t>01-02-2024</t></si>)"
+              R"(<si><t>Hello</t></si><si><t>02-02-2024</t></si><si><t>Hello</t></si></sst>)"
+              "\n");
+}
+
+TEST_F(SpreadsheetWriterTest, WideAndRaggedTablesUseTheFirstRowForTheDimension) {
+    QStringList heading;
+    for (int i = 1; i <= 27; ++i)
+        heading << QString("H%1").arg(i);
+    const QString out = path("wide.xlsx");
+    ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(out, {heading, {"1"}, {"1", "2", "3"}}, false));
+    const QByteArray sheet = flatten(zipEntryData(out, "xl/worksheets/sheet1.xml"));
+    for (const char* fragment : {R"(<dimension ref="A1:AA3"/>)", R"(<c r="AA1" t="s"><v>26</v></c>)",
+                                 R"(<row r="2" spans="1:27"><c r="A2"><v>1</v></c></row>)",
+                                 R"(<row r="3" spans="1:27"><c r="A3"><v>1</v></c><c r="B3"><v>2</v></c><c r="C3"><v>3</v></c></row>)"})
+        EXPECT_TRUE(sheet.contains(fragment)) << fragment;
+}
+
+TEST_F(SpreadsheetWriterTest, EmptyTableGivesAnSstWithoutCounts) {
+    const QString out = path("empty.xlsx");
+    ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(out, {{"1", "2"}}, false));
+    EXPECT_TRUE(flatten(zipEntryData(out, "xl/sharedStrings.xml"))
+                    .contains(R"(<sst xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main"/>)"));
+}
+
+TEST_F(SpreadsheetWriterTest, ArchiveIsTheTemplateTreeWithTwoPartsReplacedAndRepeatable) {
+    const SpreadsheetData table = {{"Number", "Message"}, {"5550100", "Hi"}};
+    const QString first = path("a.xlsx"), second = path("b.xlsx");
+    ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(first, table, false));
+    ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(second, table, false));
+    EXPECT_EQ(readFileBytes(first), readFileBytes(second));
+    EXPECT_EQ(zipEntryNames(first), (QStringList{"[Content_Types].xml", "_rels/.rels", "xl/_rels/workbook.xml.rels",
+                                                 "xl/sharedStrings.xml", "xl/styles.xml", "xl/workbook.xml",
+                                                 "xl/worksheets/sheet1.xml"}));
+    EXPECT_EQ(zipEntryData(first, "xl/styles.xml"), readFileBytes(QStringLiteral(BULKSMS_TEMPLATE_XLSX)).isEmpty()
+                                                        ? QByteArray("<template missing>")
+                                                        : zipEntryData(QStringLiteral(BULKSMS_TEMPLATE_XLSX), "xl/styles.xml"));
+}
+
+TEST_F(SpreadsheetWriterTest, WhatWeWriteReadsBackUnchanged) {
+    const SpreadsheetData table = {
+        {"Number", "Message", "Status"},
+        {"5550100", "Hello, world", "Message sent successfully."},
+        {"0123", "Two\nlines", " padded "},
+        {"+15550100", "Ünïcødé и 中文 🎉", "12.50"},
+        {"-42.5", "tab\tand\r\ncrlf", "bell\007 and _x0041_ literally"},
+        {"12345678901234567890", "<b>&amp;</b>", ""},
+    };
+    const QString out = path("roundtrip.xlsx");
+    ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(out, table, false));
+    SpreadsheetData header;
+    EXPECT_EQ(importFirstSheet(out, &header), table);
+    EXPECT_EQ(header, SpreadsheetData{table.first()});
+    EXPECT_EQ(SpreadsheetWriter::Read_Sheet_Name(), QStringList{"Sheet1"});
+}
+
+TEST_F(SpreadsheetWriterTest, UnwritablePartIsLoggedAndBeeps) {
+    static int beeps = 0;
+    SpreadsheetWriter::writeFailureBeep = [] { ++beeps; };
+    LogCapture log;
+    SpreadsheetWriter& writer = SpreadsheetWriter::shared();
+    writer.data = {{"a"}};
+    const QString nowhere = path("missing-folder/sheet1.xml");
+    EXPECT_FALSE(writer.WriteWorksheetData(nowhere));
+    EXPECT_FALSE(writer.WriteSharedStringsXML(nowhere));
+    EXPECT_EQ(beeps, 2);
+    EXPECT_TRUE(log.contains("Error when writing file " + nowhere));
+    SpreadsheetWriter::writeFailureBeep = nullptr;
+}
+
+TEST_F(SpreadsheetWriterTest, UnwritableTargetFailsWithoutTouchingTheWorkingFolderOutside) {
+    EXPECT_FALSE(SpreadsheetWriter::WriteWorkbook(path("no/such/dir/x.xlsx"), {{"a"}}, false));
+    EXPECT_TRUE(SpreadsheetWriter::shared().tmpDir.startsWith(QDir::tempPath() + "/ziptmp-"));
+    EXPECT_EQ(QFileInfo(SpreadsheetWriter::shared().tmpDir).permissions() & (QFile::ReadGroup | QFile::ReadOther | QFile::WriteOther),
+              QFile::Permissions());
+}
+
+} // namespace

@@ -1,0 +1,62 @@
+#include "WorkbookFixture.h"
+
+#include "ZipTestSupport.h"
+
+#include <QFile>
+
+#include <unicode/locid.h>
+
+#include <vector>
+
+void WorkbookTest::SetUp() {
+    ASSERT_TRUE(QFile::copy(QStringLiteral(BULKSMS_TEMPLATE_XLSX), m_home.resources() + QStringLiteral("/Template.xlsx")));
+    UErrorCode status = U_ZERO_ERROR;
+    icu::Locale::setDefault(icu::Locale("en_US"), status);
+    Excel_Sheet_Number = 1;
+    Excel_Sheet_Columns = 1;
+}
+
+QString WorkbookTest::packWorkbook(const QString& name, const QMap<QString, QByteArray>& parts) const {
+    std::vector<ZipEntrySpec> entries;
+    for (auto it = parts.begin(); it != parts.end(); ++it)
+        entries.push_back({it.key(), it.value()});
+    const QString location = path(name);
+    EXPECT_TRUE(buildZip(location, entries));
+    return location;
+}
+
+QString WorkbookTest::sheetWorkbook(const QString& name, const QByteArray& sheetBody, const QByteArray& sharedStrings,
+                                    const QByteArray& styles) const {
+    QMap<QString, QByteArray> parts{
+        {"xl/workbook.xml", R"(<workbook xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><sheets><sheet name="Data"/></sheets></workbook>)"},
+        {"xl/worksheets/sheet1.xml", sheetBody},
+    };
+    if (!sharedStrings.isEmpty())
+        parts.insert("xl/sharedStrings.xml", sharedStrings);
+    parts.insert("xl/styles.xml", styles.isEmpty() ? QByteArray(R"(<styleSheet><cellXfs><xf numFmtId="0"/></cellXfs></styleSheet>)") : styles);
+    return packWorkbook(name, parts);
+}
+
+SpreadsheetData WorkbookTest::importFirstSheet(const QString& workbook, SpreadsheetData* header) const {
+    SpreadsheetWriter::ReadWorkbook(workbook, true);
+    if (SpreadsheetWriter::Read_Sheet_Name().isEmpty())
+        return {{"<no sheet>"}};
+    Excel_Sheet_Number = 1;
+    const SpreadsheetData head = SpreadsheetWriter::ReadData_only_column();
+    if (header)
+        *header = head;
+    return SpreadsheetWriter::ReadWorkbook(workbook, false);
+}
+
+QByteArray sheetXml(const QByteArray& body, const QByteArray& dimension) {
+    const QByteArray dim = dimension.isEmpty() ? QByteArray() : "<dimension ref=\"" + dimension + "\"/>";
+    return R"(<?xml version="1.0" encoding="UTF-8"?><worksheet xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main">)" +
+           dim + "<sheetData>" + body + "</sheetData></worksheet>";
+}
+
+QByteArray sharedStringsXml(const QStringList& strings) {
+    QByteArray xml = R"(<sst xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main">)";
+    for (const QString& s : strings)
+        xml += "<si><t>" + s.toUtf8() + "</t></si>";
+    return xml + "</sst>";
+}
