@@ -4,6 +4,9 @@
 #include <QMetaObject>
 #include <QThread>
 
+#include <condition_variable>
+#include <mutex>
+
 namespace MainThread {
 
 bool isCurrent() {
@@ -25,7 +28,22 @@ void invokeAndWaitVoid(const std::function<void()>& fn) {
         fn();
         return;
     }
-    QMetaObject::invokeMethod(QCoreApplication::instance(), fn, Qt::BlockingQueuedConnection);
+    // Our own hand-shake rather than a blocking queued call: the waiting is then visible to
+    // the thread sanitizer, which cannot see inside the Qt libraries.
+    std::mutex mutex;
+    std::condition_variable done;
+    bool finished = false;
+    QMetaObject::invokeMethod(
+        QCoreApplication::instance(),
+        [&] {
+            fn();
+            std::lock_guard lock(mutex);
+            finished = true;
+            done.notify_one();
+        },
+        Qt::QueuedConnection);
+    std::unique_lock lock(mutex);
+    done.wait(lock, [&] { return finished; });
 }
 
 } // namespace MainThread

@@ -261,10 +261,27 @@ void BulkSmsWindow::setSaveTemplates(bool on) {
     emit changed();
 }
 
-void BulkSmsWindow::setDelayedDelivery(bool on) {
+void BulkSmsWindow::Delayed_Delivery_Chk(bool on) {
     m_delayedDelivery = on;
     m_delayedChoicesEnabled = on;
+    m_delayedCountChoice = on ? delayedCountEntries().at(kDefaultDelayedCountIndex) : QString();
+    m_delayedTimeChoice = on ? delayedTimeEntries().at(kDefaultDelayedTimeIndex) : QString();
     emit changed();
+}
+
+bool BulkSmsWindow::Check_Delayed_Delivery_Choices() {
+    if (!m_delayedDelivery)
+        return true;
+    const bool countEmpty = Trim_Str(m_delayedCountChoice).isEmpty();
+    if (!countEmpty && !Trim_Str(m_delayedTimeChoice).isEmpty())
+        return true;
+    op().Show_MessageBox(QStringLiteral("No values have been selected in 'Delayed Delivery Options'."));
+    requestFocus(countEmpty ? Focus::DelayedCount : Focus::DelayedTime);
+    return false;
+}
+
+DelaySchedule BulkSmsWindow::delaySchedule() const {
+    return parseDelaySchedule(m_delayedDelivery, m_delayedCountChoice, m_delayedTimeChoice);
 }
 
 void BulkSmsWindow::setDelayedDeliveryEnabled(bool enabled) {

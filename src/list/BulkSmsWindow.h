@@ -1,6 +1,7 @@
 #pragma once
 // The part both main windows share: the recipient list with its number field, filters and
 // counters, and the composer with its options. GSM and Android windows derive from it.
+#include "DelaySchedule.h"
 #include "NumberList.h"
 #include "core/MainWindowController.h"
 
@@ -10,7 +11,7 @@
 class BulkSmsWindow : public MainWindowController {
     Q_OBJECT
 public:
-    enum class Focus { NumberField, Composer };
+    enum class Focus { NumberField, Composer, DelayedCount, DelayedTime };
 
     BulkSmsWindow(Kind kind, Operator& op, QObject* parent = nullptr);
 
@@ -85,10 +86,15 @@ public:
     bool delayedChoicesEnabled() const { return m_delayedChoicesEnabled; }
     QString delayedCountChoice() const { return m_delayedCountChoice; }
     QString delayedTimeChoice() const { return m_delayedTimeChoice; }
-    void setDelayedDelivery(bool on);
+    // The check box: on selects "15" messages and " 2  Minutes"; off disables and empties both.
+    void Delayed_Delivery_Chk(bool on);
     void setDelayedDeliveryEnabled(bool enabled);
     void setDelayedCountChoice(const QString& text);
     void setDelayedTimeChoice(const QString& text);
+    // Before a run: false (with the message, focus on the empty choice) when the schedule
+    // is on but a choice is empty.
+    bool Check_Delayed_Delivery_Choices();
+    DelaySchedule delaySchedule() const;
 
     // The captured message written by copy operations; set when an apply or send starts.
     void captureCurrentMessage();

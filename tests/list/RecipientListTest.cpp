@@ -173,7 +173,7 @@ TEST_F(RecipientListTest, ResetRestoresEveryControl) {
     window.setSaveSentItems(true);
     window.setSaveTemplates(true);
     window.setMessageTypeIndex(2);
-    window.setDelayedDelivery(true);
+    window.Delayed_Delivery_Chk(true);
     window.setDelayedCountChoice("10");
     window.prev_composer_msg = "draft";
     text_change_notifications_on = false;

@@ -1,0 +1,71 @@
+#include "DelayedDeliveryPause.h"
+
+#include "PauseCountdown.h"
+#include "core/Clock.h"
+#include "core/SendingFlags.h"
+
+#include <limits>
+
+using namespace std::chrono_literals;
+
+namespace {
+void call(const std::function<void()>& hook) {
+    if (hook)
+        hook();
+}
+} // namespace
+
+DelayedDeliveryPause::DelayedDeliveryPause(DelaySchedule schedule, PauseCountdown& countdown,
+                                           std::atomic<int>& finishedCounter, Hooks hooks)
+    : m_schedule(std::move(schedule)), m_countdown(countdown), m_counter(finishedCounter), m_hooks(std::move(hooks)) {}
+
+void DelayedDeliveryPause::afterMessageFinished(bool allFinished, bool portFailed, bool somethingPending) {
+    // Count the message, never beyond the schedule's count (with the schedule off it stays 0).
+    int seen = m_counter.load();
+    while (!m_counter.compare_exchange_weak(seen, qMin(seen + 1, m_schedule.count))) {
+    }
+    if (!m_schedule.enabled)
+        return;
+    call(m_hooks.redrawList);
+
+    if (m_counter != m_schedule.count || m_schedule.noPause || allFinished || portFailed || !somethingPending ||
+        !m_schedule.takesPauses())
+        return;
+    // Only the thread that turns the flag on carries the pause; the others see it and wait.
+    bool expected = false;
+    if (!Pause_Timer_Running.compare_exchange_strong(expected, true))
+        return;
+    pause(m_schedule.pauseMilliseconds());
+}
+
+void DelayedDeliveryPause::pause(qint64 totalMs) {
+    const int total = int(qMin<qint64>(totalMs, std::numeric_limits<int>::max()));
+    m_countdown.GSM_Pause_Delay_Time = total;
+    m_countdown.Calculate_Pause_Time(total);
+    if (m_hooks.showCurrentMessageLabel)
+        m_hooks.showCurrentMessageLabel(false);
+    call(m_hooks.stopActivity);
+    call(m_hooks.resetProgress);
+
+    m_countdown.GSM_Pause_Delay_Time = total - 1000;
+    Pause_Timer_Running = true;
+    m_countdown.startCountdown();
+
+    // The whole pause passes on this thread: a second at a time, ending early on a stop.
+    const auto stopAsked = [] { return Stop_SMS_Sending_Now.load(); };
+    for (int left = total - 1000; left > 0 && !Stop_SMS_Sending_Now && m_countdown.GSM_Pause_Delay_Time != 0;
+         left -= 1000)
+        Clock::sleepUnless(1s, stopAsked);
+    if (!Stop_SMS_Sending_Now)
+        Clock::sleepUnless(1s, stopAsked);
+
+    m_countdown.endCountdown();
+    m_countdown.GSM_Pause_Delay_Time = 0;
+    if (m_hooks.showCurrentMessageLabel)
+        m_hooks.showCurrentMessageLabel(true);
+    m_counter = 0;
+    m_countdown.clearLabel();
+    Pause_Timer_Running = false;
+    call(m_hooks.startActivity);
+    m_countdown.clearLabel();
+}

@@ -1,0 +1,251 @@
+// Delayed delivery: the lists, the parser, the countdown texts, and pauses during a run.
+#include "list/ActivityIndicator.h"
+#include "list/DelaySchedule.h"
+#include "list/DelayedDeliveryPause.h"
+#include "list/PauseCountdown.h"
+
+#include "ScriptedOperator.h"
+#include "TestWindows.h"
+#include "core/SendingFlags.h"
+
+#include <gtest/gtest.h>
+
+#include <mutex>
+#include <thread>
+
+namespace {
+
+TEST(DelaySchedule, ListsHoldTheirEntriesInOrder) {
+    EXPECT_EQ(delayedCountEntries().size(), 19);
+    EXPECT_EQ(delayedCountEntries().at(kDefaultDelayedCountIndex), "15");
+    EXPECT_EQ(delayedTimeEntries().size(), 32);
+    EXPECT_EQ(delayedTimeEntries().at(kDefaultDelayedTimeIndex), " 2  Minutes");
+    EXPECT_EQ(delayedTimeEntries().at(11), " 1  Minute");
+    EXPECT_EQ(delayedTimeEntries().at(25), " 1  Hour");
+    EXPECT_EQ(delayedTimeEntries().last(), "12 Hours");
+}
+
+TEST(DelaySchedule, TextsParseIntoCountUnitAndPause) {
+    const struct {
+        const char* count;
+        const char* time;
+        int parsedCount;
+        const char* unit;
+        qint64 pauseMs;
+        bool pauses;
+    } cases[] = {
+        {"15", " 2  Minutes", 15, "M", 120000, true},
+        {"1", "5  Seconds", 1, "S", 5000, true},
+        {"10", "10 Seconds", 10, "S", 10000, true},
+        {"1000", " 1  Hour", 1000, "H", 3600000, true},
+        {"5", "12 Hours", 5, "H", 12 * 3600000LL, true},
+        {"5", "No Pause", 5, "P", 0, false},
+        {"abc", "10 Seconds", 0, "S", 10000, true}, // count 0 is never reached: no pause in practice
+        {"5", "", 5, "", 0, false},
+        {"5", "7 Days", 5, "a", 0, false},           // the unit is whatever stands at index 3
+        {" 25 ", "90 Seconds", 25, "S", 90000, true},
+    };
+    for (const auto& c : cases) {
+        const DelaySchedule s = parseDelaySchedule(true, c.count, c.time);
+        EXPECT_EQ(s.count, c.parsedCount) << c.count << " / " << c.time;
+        EXPECT_EQ(s.unit, c.unit) << c.time;
+        EXPECT_EQ(s.pauseMilliseconds(), c.pauseMs) << c.time;
+        EXPECT_EQ(s.takesPauses(), c.pauses) << c.time;
+    }
+    EXPECT_FALSE(parseDelaySchedule(false, "1", "5  Seconds").takesPauses());
+}
+
+TEST(DelaySchedule, CountdownTextsUseSingularForZeroAndOne) {
+    const struct {
+        int seconds;
+        const char* text;
+    } cases[] = {
+        {3600, "Pausing the process for 1 Hour 0 Minute 0 Second."},
+        {10, "Pausing the process for 10 Seconds."},
+        {1, "Pausing the process for 1 Second."},
+        {0, "Pausing the process for 0 Second."},
+        {120, "Pausing the process for 2 Minutes 0 Second."},
+        {7322, "Pausing the process for 2 Hours 2 Minutes 2 Seconds."},
+        {61, "Pausing the process for 1 Minute 1 Second."},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(pauseCountdownText(c.seconds), c.text);
+}
+
+TEST(DelaySchedule, CheckBoxSelectsDefaultsAndEmptiesWhenOff) {
+    ScriptedOperator op;
+    TestBulkSmsWindow window(MainWindowController::Kind::Gsm, op);
+    window.Delayed_Delivery_Chk(true);
+    EXPECT_EQ(window.delayedCountChoice(), "15");
+    EXPECT_EQ(window.delayedTimeChoice(), " 2  Minutes");
+    EXPECT_TRUE(window.delayedChoicesEnabled());
+    EXPECT_TRUE(window.Check_Delayed_Delivery_Choices());
+
+    window.setDelayedTimeChoice("  ");
+    EXPECT_FALSE(window.Check_Delayed_Delivery_Choices());
+    EXPECT_EQ(op.alerts(), QStringList{"\nNo values have been selected in 'Delayed Delivery Options'."});
+
+    window.Delayed_Delivery_Chk(false);
+    EXPECT_FALSE(window.delayedChoicesEnabled());
+    EXPECT_TRUE(window.delayedCountChoice().isEmpty() && window.delayedTimeChoice().isEmpty());
+    EXPECT_TRUE(window.Check_Delayed_Delivery_Choices()); // off: nothing to check
+}
+
+// Records the pause label as it changes, from whichever thread writes it.
+class LabelLog {
+public:
+    std::function<void(const QString&)> sink() {
+        return [this](const QString& text) {
+            std::lock_guard lock(m_mutex);
+            if (m_texts.isEmpty() || m_texts.last() != text)
+                m_texts << text;
+        };
+    }
+    QStringList texts() const {
+        std::lock_guard lock(m_mutex);
+        return m_texts;
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    QStringList m_texts;
+};
+
+class PauseTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        Stop_SMS_Sending_Now = false;
+        Pause_Timer_Running = false;
+        counter = 0;
+    }
+    void TearDown() override { Stop_SMS_Sending_Now = false; }
+    std::atomic<int> counter{0};
+    LabelLog labels;
+};
+
+TEST_F(PauseTest, CountdownTicksDownToTheSingularThenClears) {
+    PauseCountdown countdown(PauseCountdown::Variant::SendingJob, labels.sink());
+    Pause_Timer_Running = true;
+    countdown.GSM_Pause_Delay_Time = 5000;
+    countdown.Calculate_Pause_Time(5000);
+    countdown.GSM_Pause_Delay_Time = 4000;
+    int ticks = 0;
+    while (countdown.Pause_Timer_Func())
+        ++ticks;
+    EXPECT_EQ(ticks, 3);
+    EXPECT_EQ(labels.texts(), (QStringList{"Pausing the process for 5 Seconds.", "Pausing the process for 4 Seconds.",
+                                           "Pausing the process for 3 Seconds.", "Pausing the process for 2 Seconds.",
+                                           "Pausing the process for 1 Second.", ""}));
+    EXPECT_FALSE(Pause_Timer_Running);
+    EXPECT_EQ(countdown.GSM_Pause_Delay_Time, 0);
+}
+
+TEST_F(PauseTest, AndroidCountdownShowsZeroBeforeClearingAndIgnoresStop) {
+    PauseCountdown countdown(PauseCountdown::Variant::AndroidWindow, labels.sink());
+    Stop_SMS_Sending_Now = true;
+    countdown.GSM_Pause_Delay_Time = 1000;
+    EXPECT_FALSE(countdown.Pause_Timer_Func());
+    EXPECT_EQ(labels.texts(), (QStringList{"Pausing the process for 1 Second.", "Pausing the process for 0 Second.", ""}));
+}
+
+TEST_F(PauseTest, APauseLastsItsLengthWithTheCountdownShown) {
+    PauseCountdown countdown(PauseCountdown::Variant::SendingJob, labels.sink());
+    int stops = 0, starts = 0;
+    DelayedDeliveryPause pause(parseDelaySchedule(true, "1", "5  Seconds"), countdown, counter,
+                               {{}, {}, [&] { ++stops; }, [&] { ++starts; }, {}});
+    pause.afterMessageFinished(false, false, true);
+    EXPECT_FALSE(Pause_Timer_Running);
+    EXPECT_EQ(counter, 0);
+    EXPECT_EQ(stops, 1);
+    EXPECT_EQ(starts, 1);
+    const QStringList texts = labels.texts();
+    ASSERT_GE(texts.size(), 2);
+    EXPECT_EQ(texts.first(), "Pausing the process for 5 Seconds."); // the whole length at once
+    EXPECT_EQ(texts.last(), "");
+}
+
+TEST_F(PauseTest, NoPauseAfterTheLastItemOrWithoutPendingItemsOrAfterAFailedPort) {
+    PauseCountdown countdown(PauseCountdown::Variant::SendingJob, labels.sink());
+    DelayedDeliveryPause pause(parseDelaySchedule(true, "1", "10 Seconds"), countdown, counter, {});
+    pause.afterMessageFinished(true, false, true);
+    pause.afterMessageFinished(false, false, false);
+    pause.afterMessageFinished(false, true, true);
+    EXPECT_TRUE(labels.texts().isEmpty());
+    EXPECT_EQ(counter, 1); // capped at the count
+}
+
+TEST_F(PauseTest, CounterStaysZeroWithTheScheduleOff) {
+    PauseCountdown countdown(PauseCountdown::Variant::SendingJob, labels.sink());
+    DelayedDeliveryPause pause(parseDelaySchedule(false, "", ""), countdown, counter, {});
+    for (int i = 0; i < 5; ++i)
+        pause.afterMessageFinished(false, false, true);
+    EXPECT_EQ(counter, 0);
+}
+
+TEST_F(PauseTest, PauseComesAfterEveryCountMessages) {
+    PauseCountdown countdown(PauseCountdown::Variant::SendingJob, labels.sink());
+    int pauses = 0;
+    DelayedDeliveryPause pause(parseDelaySchedule(true, "3", "5  Seconds"), countdown, counter,
+                               {{}, {}, [&] { ++pauses; }, {}, {}});
+    for (int i = 0; i < 7; ++i)
+        pause.afterMessageFinished(false, false, true);
+    EXPECT_EQ(pauses, 2);
+    EXPECT_EQ(counter, 1);
+}
+
+TEST_F(PauseTest, StopEndsALongPauseAtOnce) {
+    PauseCountdown countdown(PauseCountdown::Variant::SendingJob, labels.sink());
+    Clock::setScale(0.01); // ten minutes would take six seconds without the stop
+    DelayedDeliveryPause pause(parseDelaySchedule(true, "1", "10 Minutes"), countdown, counter, {});
+    std::thread stopper([] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        Stop_SMS_Sending_Now = true;
+    });
+    const auto started = std::chrono::steady_clock::now();
+    pause.afterMessageFinished(false, false, true);
+    const auto took = std::chrono::steady_clock::now() - started;
+    stopper.join();
+    Clock::setScale(0.001);
+    EXPECT_LT(took, std::chrono::seconds(3));
+    EXPECT_FALSE(Pause_Timer_Running);
+    EXPECT_EQ(labels.texts().last(), "");
+}
+
+TEST_F(PauseTest, OtherThreadsWaitWhileOnePortPauses) {
+    PauseCountdown countdown(PauseCountdown::Variant::SendingJob, labels.sink());
+    DelayedDeliveryPause pause(parseDelaySchedule(true, "2", "20 Seconds"), countdown, counter, {});
+    std::atomic<int> pausesTaken{0};
+    std::vector<std::thread> ports;
+    for (int p = 0; p < 3; ++p)
+        ports.emplace_back([&] {
+            for (int i = 0; i < 4; ++i) {
+                while (Pause_Timer_Running)
+                    Clock::sleep(std::chrono::seconds(1)); // the other ports rest meanwhile
+                const bool wasIdle = !Pause_Timer_Running;
+                pause.afterMessageFinished(false, false, true);
+                if (wasIdle && counter == 0)
+                    ++pausesTaken;
+            }
+        });
+    for (auto& t : ports)
+        t.join();
+    EXPECT_FALSE(Pause_Timer_Running);
+    EXPECT_GE(pausesTaken, 1);
+}
+
+TEST(ActivityIndicator, AdvancesUntilStoppedAndWrapsAfterAHundred) {
+    std::atomic<int> ticks{0};
+    ActivityIndicator indicator([&] { ++ticks; });
+    indicator.startTimerThread();
+    while (ticks < 3)
+        std::this_thread::yield();
+    indicator.stop();
+    const int after = ticks;
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    EXPECT_EQ(ticks, after);
+    EXPECT_EQ(nextActivityValue(0), 20);
+    EXPECT_EQ(nextActivityValue(80), 100);
+    EXPECT_EQ(nextActivityValue(100), 20);
+}
+
+} // namespace
