@@ -2,6 +2,7 @@
 
 #include "RecordTableModel.h"
 #include "list/BulkSmsWindow.h"
+#include "list/DelaySchedule.h"
 #include "list/NumberRules.h"
 
 #include <QCheckBox>
@@ -31,7 +32,12 @@ RecipientPanel::RecipientPanel(BulkSmsWindow& window, QWidget* parent) : QWidget
 
     connect(&m_window, &MainWindowController::changed, this, &RecipientPanel::refresh);
     connect(&m_window, &BulkSmsWindow::focusRequested, this, [this](BulkSmsWindow::Focus target) {
-        (target == BulkSmsWindow::Focus::Composer ? static_cast<QWidget*>(m_composer) : m_number)->setFocus();
+        switch (target) {
+        case BulkSmsWindow::Focus::NumberField: m_number->setFocus(); break;
+        case BulkSmsWindow::Focus::Composer: m_composer->setFocus(); break;
+        case BulkSmsWindow::Focus::DelayedCount: m_delayedCount->setFocus(); break;
+        case BulkSmsWindow::Focus::DelayedTime: m_delayedTime->setFocus(); break;
+        }
     });
     refresh();
 }
@@ -146,6 +152,7 @@ QWidget* RecipientPanel::buildComposerSide() {
     for (QCheckBox* box : {m_skipDuplicates, m_exclusion, m_saveSentItems, m_saveTemplates})
         optionsLayout->addWidget(box);
     layout->addWidget(options);
+    layout->addWidget(buildDelayedDelivery(side));
 
     connect(m_composer, &QPlainTextEdit::textChanged, this,
             [this] { m_window.setComposerText(m_composer->toPlainText()); });
@@ -159,6 +166,32 @@ QWidget* RecipientPanel::buildComposerSide() {
     connect(m_saveSentItems, &QCheckBox::toggled, this, [this](bool on) { m_window.setSaveSentItems(on); });
     connect(m_saveTemplates, &QCheckBox::toggled, this, [this](bool on) { m_window.setSaveTemplates(on); });
     return side;
+}
+
+QWidget* RecipientPanel::buildDelayedDelivery(QWidget* parent) {
+    auto* group = new QGroupBox(QStringLiteral("Delayed Delivery Options"), parent);
+    auto* layout = new QHBoxLayout(group);
+    m_delayedDelivery = new QCheckBox(QStringLiteral("Pause after every"), group);
+    m_delayedDelivery->setObjectName(QStringLiteral("_Delayed_Delivry_Chk"));
+    m_delayedCount = new QComboBox(group);
+    m_delayedCount->setObjectName(QStringLiteral("_delayed_msg_count_combo"));
+    m_delayedCount->setEditable(true); // typed values are accepted too
+    m_delayedCount->addItems(delayedCountEntries());
+    m_delayedTime = new QComboBox(group);
+    m_delayedTime->setObjectName(QStringLiteral("_delayed_time_combo"));
+    m_delayedTime->setEditable(true);
+    m_delayedTime->addItems(delayedTimeEntries());
+    layout->addWidget(m_delayedDelivery);
+    layout->addWidget(m_delayedCount);
+    layout->addWidget(new QLabel(QStringLiteral("messages for"), group));
+    layout->addWidget(m_delayedTime, 1);
+
+    connect(m_delayedDelivery, &QCheckBox::toggled, this, [this](bool on) { m_window.Delayed_Delivery_Chk(on); });
+    connect(m_delayedCount, &QComboBox::currentTextChanged, this,
+            [this](const QString& text) { m_window.setDelayedCountChoice(text); });
+    connect(m_delayedTime, &QComboBox::currentTextChanged, this,
+            [this](const QString& text) { m_window.setDelayedTimeChoice(text); });
+    return group;
 }
 
 void RecipientPanel::pushSelection() {
@@ -195,4 +228,19 @@ void RecipientPanel::refresh() {
     m_exclusion->setChecked(m_window.exclusion());
     m_saveSentItems->setChecked(m_window.saveSentItems());
     m_saveTemplates->setChecked(m_window.saveTemplates());
+
+    const QSignalBlocker b7(m_delayedDelivery), b8(m_delayedCount), b9(m_delayedTime);
+    m_delayedDelivery->setChecked(m_window.delayedDelivery());
+    m_delayedDelivery->setEnabled(m_window.delayedDeliveryEnabled());
+    m_delayedCount->setEnabled(m_window.delayedChoicesEnabled());
+    m_delayedTime->setEnabled(m_window.delayedChoicesEnabled());
+    for (auto [box, text] : {std::pair{m_delayedCount, m_window.delayedCountChoice()},
+                             std::pair{m_delayedTime, m_window.delayedTimeChoice()}}) {
+        if (box->currentText() == text)
+            continue;
+        const int index = box->findText(text);
+        box->setCurrentIndex(index); // -1 deselects
+        if (index < 0)
+            box->setEditText(text);
+    }
 }

@@ -23,6 +23,7 @@ public:
 private:
     QWidget* buildListSide();
     QWidget* buildComposerSide();
+    QWidget* buildDelayedDelivery(QWidget* parent);
     void refresh();
     void selectFirstRowIfAny();
     void pushSelection();
@@ -41,5 +42,8 @@ private:
     QCheckBox* m_exclusion = nullptr;
     QCheckBox* m_saveSentItems = nullptr;
     QCheckBox* m_saveTemplates = nullptr;
+    QCheckBox* m_delayedDelivery = nullptr;
+    QComboBox* m_delayedCount = nullptr;
+    QComboBox* m_delayedTime = nullptr;
     bool m_modelChanging = false;
 };

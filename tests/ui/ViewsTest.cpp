@@ -13,6 +13,7 @@
 #include "ScriptedOperator.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QDialog>
@@ -172,6 +173,32 @@ TEST(RecipientPanel, TableSelectionReachesTheControllerAndFollowsInserts) {
     gsm.Create_Num_Msg_List("4", "");
     EXPECT_EQ(gsm.selectedRows(), QList<int>{2}); // still the record "2"
     EXPECT_EQ(panel.table()->selectionModel()->selectedRows().value(0).row(), 2);
+}
+
+} // namespace
+
+namespace {
+
+TEST(RecipientPanel, DelayedDeliveryBoxShowsItsDefaults) {
+    ScriptedOperator op;
+    Gsm_Bulk_Sms_Wnd gsm(op);
+    gsm.windowDidLoad();
+    RecipientPanel panel(gsm);
+    auto* box = panel.findChild<QCheckBox*>("_Delayed_Delivry_Chk");
+    auto* count = panel.findChild<QComboBox*>("_delayed_msg_count_combo");
+    auto* time = panel.findChild<QComboBox*>("_delayed_time_combo");
+    ASSERT_TRUE(box && count && time);
+    EXPECT_FALSE(count->isEnabled());
+    EXPECT_TRUE(gsm.delayedCountChoice().isEmpty()); // filling the lists chose nothing
+    box->click();
+    EXPECT_TRUE(count->isEnabled());
+    EXPECT_EQ(count->currentText(), "15");
+    EXPECT_EQ(time->currentText(), " 2  Minutes");
+    time->setCurrentIndex(0);
+    EXPECT_EQ(gsm.delaySchedule().pauseMilliseconds(), 5000);
+    box->click();
+    EXPECT_TRUE(count->currentText().isEmpty());
+    EXPECT_FALSE(time->isEnabled());
 }
 
 } // namespace
