@@ -96,7 +96,7 @@ private:
     // Writes a command and reads its answer expecting OK; false at the first failure.
     bool commandExpectingOk(int fd, const QString& command);
     void waitForAnswer();
-    bool sendOneMessage(Exchange& exchange, const QString& cmgsCommand, const QString& body);
+    bool sendOneMessage(Exchange& exchange, const QString& cmgsCommand, const QString& body, bool lastPart);
     void collectAnswer(Exchange& exchange, bool lastPart);
     bool sendLongPdu(Exchange& exchange, const QString& message, bool unicode);
     bool sendTextPieces(Exchange& exchange, const QString& message, bool unicode, bool hexBody);

@@ -1,0 +1,9 @@
+#pragma once
+// The pool of modem sessions the GSM sending job gives one port each.
+#include <array>
+
+class MFCSMS;
+
+inline constexpr int kModemSessionSlots = 32;
+// A port's slot index selects its session. The sessions live as long as the process.
+extern const std::array<MFCSMS*, kModemSessionSlots> mfc_sms_obj_arr;

@@ -1,0 +1,150 @@
+// Judging answers as modems give them: echoes, blank lines, unsolicited lines, error forms
+// and lines cut short.
+#include "QStringPrinting.h"
+
+#include "gsm/MFCSMS.h"
+#include "gsm/ModemAnswers.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace ModemAnswers;
+
+TEST(ModemAnswers, ReadRule) {
+    const struct {
+        const char* name;
+        QString answer;
+        QString expected;
+        bool holds;
+    } cases[] = {
+        {"plain OK", "\r\nOK\r\n", "\r\nOK\r\n", true},
+        {"echo, blank line, OK", "AT\r\r\n\r\nOK\r\n", "\r\nOK\r\n", true},
+        {"unsolicited line before OK", "\r\n+CREG: 1\r\n\r\nOK\r\n", "\r\nOK\r\n", true},
+        {"prompt", "\r\n> ", ">\r\n", true},
+        {"echoed command then prompt", "AT+CMGS=23\r\r\n> ", ">\r\n", true},
+        {"ERROR fails whatever was expected", "\r\nERROR\r\n", "ERROR", false},
+        {"ERROR fails a prompt read", "\r\n> \r\n+CMS ERROR: 304\r\n", ">\r\n", false},
+        {"CME error", "\r\n+CME ERROR: 10\r\n", "\r\nOK\r\n", false},
+        {"empty", "", "\r\nOK\r\n", false},
+        {"blank lines only", "\r\n\r\n", "\r\nOK\r\n", false},
+        {"truncated before OK", "\r\n+CMGS: 12\r\n", "\r\nOK\r\n", false},
+        {"case matters", "\r\nok\r\n", "\r\nOK\r\n", false},
+        {"only an echo", "AT\r", "\r\nOK\r\n", false},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(answerHolds(c.answer, c.expected), c.holds) << c.name;
+}
+
+TEST(ModemAnswers, ErrorText) {
+    const struct {
+        QString answer;
+        QString expected;
+    } cases[] = {
+        {"ERROR", "ERROR"},
+        {"\r\nERROR\r\n", "ERROR"},
+        {"+CMS ERROR: 38", "+CMS ERROR: 38"},
+        {"AT+CMGS=23\r\r\n> 0011000B\r\n+CMS ERROR: 38\r\n", "+CMS ERROR: 38"},
+        {"+CME ERROR: SIM not inserted", "+CME ERROR: SIM not inserted"},
+        {"+CMS ERROR: 500 +CME ERROR: 3", "+CMS ERROR: 500 +CME ERROR: 3"},
+        {"COMMAND ERROR", "+CMS ERROR:500"},
+        {"\r\n+CMGS: 7\r\n\r\nERROR", "+CMS ERROR:500"},
+        {"\r\n+CMGS: 7\r\n\r\nOK\r\n", ""},
+        {"> ", ""},
+        {"", ""},
+        {"error", ""},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(smsErrorText(c.answer), c.expected) << c.answer.toStdString();
+        EXPECT_EQ(MFCSMS::Get_SMS_Error(c.answer), c.expected);
+    }
+}
+
+TEST(ModemAnswers, MessageFormats) {
+    const struct {
+        QString answer;
+        int supported;
+        QString selected;
+    } cases[] = {
+        {"+CMGF: (0,1)\r\n\r\nOK", 3, "2"},
+        {"+CMGF: (0-1)\r\n\r\nOK", 3, "2"},
+        {"AT+CMGF=?\r\r\n+CMGF: (0)\r\n\r\nOK", 1, "0"},
+        {"+CMGF: (1)\r\n\r\nOK", 2, "1"},
+        {"+CMGF: 1\r\n\r\nOK", 2, "1"},
+        {"+CMGF: 0\r\n\r\nOK", 1, "0"},
+        {"OK", 0, ""},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(supportedSmsFormats(c.answer), c.supported) << c.answer.toStdString();
+        EXPECT_EQ(selectedSmsFormat(c.answer), c.selected) << c.answer.toStdString();
+    }
+}
+
+TEST(ModemAnswers, FinalResultEndsTheAnswerWait) {
+    const struct {
+        const char* name;
+        QString arrived;
+        bool final;
+    } cases[] = {
+        {"nothing yet", "", false},
+        {"message reference, no result yet", "\r\n+CMGS: 12\r\n", false},
+        {"reference and OK", "\r\n+CMGS: 12\r\n\r\nOK\r\n", true},
+        {"OK still arriving", "\r\n+CMGS: 12\r\n\r\nOK", false},
+        {"refusal", "\r\n+CMS ERROR: 38\r\n", true},
+        {"equipment error", "\r\n+CME ERROR: 3\r\n", true},
+        {"bare error", "\r\nERROR\r\n", true},
+        {"vendor error", "COMMAND ERROR\r\n", true},
+        {"echoed body then Ctrl-Z", "hello world\x1A", false},
+        {"echoed body that reads OK mid-line", "it is OK now\r\n", false},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(holdsFinalResult(c.arrived), c.final) << c.name;
+}
+
+TEST(ModemAnswers, SubmissionStatus) {
+    const struct {
+        const char* name;
+        bool completed;
+        QString recorded;
+        QString capability;
+        QString expected;
+    } cases[] = {
+        {"line failed", false, "NONE_ERROR", "Yes", "Device Connection Error!"},
+        {"line failed after a refusal", false, "+CMS ERROR: 38", "Yes", "Device Connection Error!"},
+        {"accepted", true, "NONE_ERROR", "Yes", "Message sent successfully."},
+        {"accepted by an unproven device", true, "NONE_ERROR", "Not Detected", "Message sent to device."},
+        {"refused", true, "+CMS ERROR: 38", "Yes", "+CMS ERROR: 38"},
+        {"refused by an unproven device", true, "+CMS ERROR: 38", "Not Detected", "+CMS ERROR: 38"},
+        {"equipment error", true, "+CME ERROR: 3", "Yes", "+CME ERROR: 3"},
+        {"bare error", true, "ERROR", "Yes", "ERROR"},
+        {"vendor error judged earlier", true, "+CMS ERROR:500", "Yes", "+CMS ERROR:500"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(submissionStatus(c.completed, c.recorded, c.capability), c.expected) << c.name;
+}
+
+TEST(ModemAnswers, CommandsBuiltFromSettings) {
+    EXPECT_EQ(textModeParametersCommand(false, false), "AT+CSMP=17,255,0,0\r\n");
+    EXPECT_EQ(textModeParametersCommand(false, true), "AT+CSMP=17,255,0,8\r\n");
+    EXPECT_EQ(textModeParametersCommand(true, false), "AT+CSMP=17,255,0,16\r\n");
+    EXPECT_EQ(textModeParametersCommand(true, true), "AT+CSMP=17,255,0,24\r\n");
+    EXPECT_EQ(serviceCentreCommand("+447785016005"), "AT+CSCA=\"+447785016005\",145\r\n");
+    EXPECT_EQ(serviceCentreCommand("07785016005"), "AT+CSCA=\"07785016005\",129\r\n");
+
+    const struct {
+        QString supported;
+        bool unicode;
+        QString expected;
+    } sets[] = {
+        {"+CSCS: (\"IRA\",\"GSM\",\"UCS2\")", true, "AT+CSCS=\"UCS2\"\r\n"},
+        {"+CSCS: (\"IRA\",\"GSM\",\"UCS2\")", false, "AT+CSCS=\"GSM\"\r\n"},
+        {"+CSCS: (\"IRA\",\"HEX\")", true, "AT+CSCS=\"HEX\"\r\n"},
+        {"+CSCS: (\"IRA\",\"HEX\")", false, "AT+CSCS=\"IRA\"\r\n"},
+        {"+CSCS: (\"8859-1\")", true, ""},
+        {"", false, ""},
+    };
+    for (const auto& c : sets)
+        EXPECT_EQ(characterSetCommand(c.supported, c.unicode), c.expected) << c.supported.toStdString();
+}
+
+} // namespace

@@ -1,0 +1,50 @@
+#include "ScriptedLine.h"
+
+#include <chrono>
+#include <poll.h>
+#include <unistd.h>
+
+ScriptedLine::ScriptedLine(Responder responder) : m_responder(std::move(responder)) {
+    m_thread = std::thread([this] { serve(); });
+}
+
+ScriptedLine::~ScriptedLine() {
+    m_stop = true;
+    m_thread.join();
+}
+
+QByteArrayList ScriptedLine::commands() const {
+    std::lock_guard lock(m_mutex);
+    return m_commands;
+}
+
+void ScriptedLine::serve() {
+    QByteArray pending;
+    while (!m_stop) {
+        pollfd entry{m_pty.master(), POLLIN, 0};
+        if (::poll(&entry, 1, 10) <= 0 || !(entry.revents & POLLIN))
+            continue; // nothing yet, or no port open on the other side
+        char chunk[1024];
+        const ssize_t n = ::read(m_pty.master(), chunk, sizeof chunk);
+        if (n <= 0)
+            continue;
+        pending.append(chunk, n);
+        qsizetype end;
+        while ((end = pending.indexOf('\r')) >= 0) {
+            QByteArray command = pending.left(end);
+            pending.remove(0, end + 1);
+            while (command.startsWith('\n'))
+                command.remove(0, 1);
+            {
+                std::lock_guard lock(m_mutex);
+                m_commands.append(command);
+            }
+            const QByteArrayList bursts = m_responder(command);
+            for (qsizetype i = 0; i < bursts.size(); ++i) {
+                if (i > 0)
+                    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+                m_pty.write(bursts.at(i));
+            }
+        }
+    }
+}
