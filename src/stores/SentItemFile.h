@@ -1,0 +1,26 @@
+#pragma once
+// The sent-items files: one line per sent message, "\a<Number>\v<Message>\a<Date>\v<Status>\n",
+// line feeds inside the message stored as the separator. GSM keeps the send result as
+// status; the Android file keeps it empty.
+#include "core/Record.h"
+
+#include <QString>
+
+struct SentItem {
+    QString number;
+    QString message;
+    QString date;   // "dd/MM/yyyy" of the sending run
+    QString status; // "" for the Android window
+};
+
+// The line (with its "\n") that stores the item.
+QByteArray formatSentItemLine(const SentItem& item);
+
+// The items of a file's content, in file order; malformed lines are skipped.
+QList<SentItem> parseSentItems(const QByteArray& content);
+
+// Appends one item to the file (after making sure the data files exist). Thread-safe.
+bool appendSentItem(const QString& path, const SentItem& item);
+
+// Today's date as a run records it.
+QString sentItemDate();
