@@ -74,7 +74,7 @@ TEST(MainThread, PostRunsLaterOnTheMainThread) {
 }
 
 TEST(MainThread, InvokeAndWaitReturnsTheValue) {
-    int value = 0;
+    std::atomic<int> value{0};
     std::thread worker([&] { value = MainThread::invokeAndWait([] { return MainThread::isCurrent() ? 42 : -1; }); });
     ASSERT_TRUE(spinUntil([&] { return value != 0; }));
     worker.join();
