@@ -1,0 +1,119 @@
+#include "ModemDiscovery.h"
+
+#include "core/Log.h"
+
+#include <algorithm>
+#include <libudev.h>
+
+namespace ModemDiscovery {
+namespace {
+
+// Kernel drivers whose tty ports are modems or sit in front of one.
+const QStringList kModemDrivers = {
+    "cdc_acm", "option", "option1", "qcserial", "qcaux", "sierra", "usb_wwan", "hso", "nozomi", "moto_modem",
+    // USB-serial adapters: GSM boards (SIM800 and the like) are usually attached through them.
+    "ftdi_sio", "pl2303", "cp210x", "ch341", "ch341-uart"};
+
+// Compares runs of digits by their value and everything else as text.
+bool naturalLess(const QString& a, const QString& b) {
+    qsizetype i = 0, j = 0;
+    while (i < a.size() && j < b.size()) {
+        if (a.at(i).isDigit() && b.at(j).isDigit()) {
+            qsizetype ei = i, ej = j;
+            while (ei < a.size() && a.at(ei).isDigit())
+                ++ei;
+            while (ej < b.size() && b.at(ej).isDigit())
+                ++ej;
+            const qulonglong na = a.mid(i, ei - i).toULongLong(), nb = b.mid(j, ej - j).toULongLong();
+            if (na != nb)
+                return na < nb;
+            i = ei;
+            j = ej;
+        } else {
+            if (a.at(i) != b.at(j))
+                return a.at(i) < b.at(j);
+            ++i;
+            ++j;
+        }
+    }
+    return a.size() - i < b.size() - j;
+}
+
+QString driverOf(const DeviceProperties& p) {
+    const QString usbDriver = p.value("ID_USB_DRIVER");
+    return usbDriver.isEmpty() ? p.value("DRIVER_OF_INTERFACE") : usbDriver;
+}
+
+} // namespace
+
+bool isModemPort(const DeviceProperties& p) {
+    if (p.value("SUBSYSTEM") != QLatin1String("tty") || !p.value("DEVNAME").startsWith(QLatin1String("/dev/")))
+        return false;
+    if (p.value("ID_MM_PORT_IGNORE") == QLatin1String("1") || p.value("ID_MM_DEVICE_IGNORE") == QLatin1String("1"))
+        return false;
+    if (p.value("ID_MM_CANDIDATE") == QLatin1String("1"))
+        return true;
+    return p.value("ID_BUS") == QLatin1String("usb") && kModemDrivers.contains(driverOf(p));
+}
+
+QStringList modemPortsAmong(const QList<DeviceProperties>& devices) {
+    QStringList paths;
+    for (const DeviceProperties& device : devices)
+        if (isModemPort(device))
+            paths << device.value("DEVNAME");
+    // Natural order: ttyACM2 before ttyACM10, and the same order on every search.
+    std::sort(paths.begin(), paths.end(), naturalLess);
+    paths.removeDuplicates();
+    return paths;
+}
+
+QStringList extraModemPorts() {
+    QStringList paths;
+    for (const QString& path : qEnvironmentVariable("BULKSMS_EXTRA_MODEMS").split(QLatin1Char(':'), Qt::SkipEmptyParts))
+        if (!paths.contains(path.trimmed()))
+            paths << path.trimmed();
+    return paths;
+}
+
+QStringList modemPorts() {
+    QList<DeviceProperties> devices;
+    if (udev* context = udev_new()) {
+        udev_enumerate* enumerate = udev_enumerate_new(context);
+        udev_enumerate_add_match_subsystem(enumerate, "tty");
+        udev_enumerate_scan_devices(enumerate);
+        udev_list_entry* entry = nullptr;
+        udev_list_entry_foreach(entry, udev_enumerate_get_list_entry(enumerate)) {
+            udev_device* device = udev_device_new_from_syspath(context, udev_list_entry_get_name(entry));
+            if (device == nullptr)
+                continue;
+            DeviceProperties properties;
+            udev_list_entry* property = nullptr;
+            udev_list_entry_foreach(property, udev_device_get_properties_list_entry(device)) {
+                properties.insert(QString::fromUtf8(udev_list_entry_get_name(property)),
+                                  QString::fromUtf8(udev_list_entry_get_value(property)));
+            }
+            // Without udev's USB database the interface's driver still tells what the port is.
+            if (udev_device* interface = udev_device_get_parent_with_subsystem_devtype(device, "usb", "usb_interface"))
+                if (const char* driver = udev_device_get_driver(interface)) {
+                    properties.insert("DRIVER_OF_INTERFACE", QString::fromUtf8(driver));
+                    properties.insert("ID_BUS", "usb");
+                }
+            devices << properties;
+            udev_device_unref(device);
+        }
+        udev_enumerate_unref(enumerate);
+        udev_unref(context);
+    }
+    QStringList paths = modemPortsAmong(devices);
+    for (const QString& extra : extraModemPorts())
+        if (!paths.contains(extra))
+            paths << extra;
+    return paths;
+}
+
+} // namespace ModemDiscovery
+
+int FindModems(ModemIterator& iterator) {
+    iterator.paths = ModemDiscovery::modemPorts();
+    return 0;
+}

@@ -1,0 +1,35 @@
+#pragma once
+// Which serial devices are modems. On Linux the device registry is udev: tty devices of USB
+// modems (CDC-ACM, the usb-serial modem drivers, and USB-serial adapters that GSM boards
+// commonly sit behind), in a stable order, followed by the paths named in
+// BULKSMS_EXTRA_MODEMS (colon-separated; how virtual modems are attached).
+#include <QMap>
+#include <QString>
+#include <QStringList>
+
+namespace ModemDiscovery {
+
+using DeviceProperties = QMap<QString, QString>; // udev properties of one tty device
+
+// Whether a tty device with these properties is a modem port worth probing.
+bool isModemPort(const DeviceProperties& properties);
+
+// Device paths of the modem ports now attached, registry order then extra paths.
+QStringList modemPorts();
+
+// The same choice over a given set of devices (what the registry reported), sorted by path.
+QStringList modemPortsAmong(const QList<DeviceProperties>& devices);
+
+// The paths of BULKSMS_EXTRA_MODEMS.
+QStringList extraModemPorts();
+
+} // namespace ModemDiscovery
+
+// The restartable sequence the device search walks: FindModems fills it, the search reads
+// it twice (count, then probe).
+struct ModemIterator {
+    QStringList paths;
+};
+
+// 0 on success; logs "IOServiceGetMatchingServices returned %d\n" on failure.
+int FindModems(ModemIterator& iterator);
