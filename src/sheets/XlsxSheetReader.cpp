@@ -2,6 +2,7 @@
 
 #include "ColumnNames.h"
 #include "DateFormatConverter.h"
+#include "SheetRowStream.h"
 #include "XlsxText.h"
 #include "XmlDocument.h"
 #include "core/Log.h"
@@ -13,8 +14,6 @@
 #include <optional>
 
 namespace {
-
-const char* const kRowsPath = "/worksheet[1]/sheetData[1]/row";
 
 // The integer at the start of the text, 0 when there is none.
 qint64 leadingInteger(const QString& text) {
@@ -49,28 +48,10 @@ QList<xmlNodePtr> cellsOf(const xmlNode* row) {
     return cells;
 }
 
-// Column count from the sheet's dimension, when the sheet has one.
-std::optional<qint32> dimensionColumns(const XmlDocument& doc) {
-    for (const xmlNode* child : XmlDocument::childElements(doc.root())) {
-        if (!XmlDocument::isNamed(child, "dimension"))
-            continue;
-        const QString ref = XmlDocument::attribute(child, "ref");
-        const qsizetype colon = ref.indexOf(QLatin1Char(':'));
-        if (colon < 0)
-            return 0;
-        return Get_Col_index(Get_Column_Char_Str(ref.mid(colon + 1)), 64);
-    }
-    return std::nullopt;
-}
-
-qint32 widestRow(const QList<xmlNodePtr>& rows) {
-    int widest = 0;
-    for (const xmlNode* row : rows) {
-        CellColumns columns;
-        for (const xmlNode* cell : cellsOf(row))
-            widest = std::max(widest, columns.next(cell) + 1);
-    }
-    return widest;
+// Column count of a dimension reference: the end cell's column number, 0 without a range.
+qint32 dimensionColumns(const QString& ref) {
+    const qsizetype colon = ref.indexOf(QLatin1Char(':'));
+    return colon < 0 ? 0 : Get_Col_index(Get_Column_Char_Str(ref.mid(colon + 1)), 64);
 }
 
 struct ReadFailure {
@@ -98,100 +79,106 @@ QString XlsxSheetReader::datePatternFor(int numFmtId) const {
 }
 
 SpreadsheetData XlsxSheetReader::readHeader(const QString& location, qint32& columns) const {
-    SpreadsheetData result;
-    XmlDocument doc(location, XmlDocument::Names::Local);
-    if (!doc.isValid())
-        return result;
-    const QList<xmlNodePtr> rows = doc.select(kRowsPath);
-    if (const std::optional<qint32> declared = dimensionColumns(doc))
-        columns = *declared;
-    else
-        columns = widestRow(rows); // services that export no dimension: the widest row decides
-    if (columns <= 0 || rows.isEmpty())
-        return result;
+    std::optional<QString> dimension;
+    QList<QPair<int, QString>> firstRow;
+    bool anyRow = false;
+    int widest = 0;
+    const bool readable = SheetRowStream::read(location, [&](const xmlNode* row) {
+        CellColumns cellColumns;
+        for (const xmlNode* cell : cellsOf(row)) {
+            const int index = cellColumns.next(cell);
+            widest = std::max(widest, index + 1);
+            if (anyRow)
+                continue;
+            const QString value = XmlDocument::attribute(cell, "t") == QLatin1String("s")
+                                      ? sharedString(XmlDocument::wholeText(XmlDocument::firstChildElement(cell)))
+                                      : decodeXlsxEscapes(XmlDocument::wholeText(cell));
+            if (!value.isEmpty())
+                firstRow.append({index, value});
+        }
+        anyRow = true;
+        return true;
+    }, &dimension);
+    if (!readable)
+        return {};
 
+    // Services that export no dimension: the widest row decides.
+    columns = dimension ? dimensionColumns(*dimension) : widest;
+    if (columns <= 0 || !anyRow)
+        return {};
     QStringList header;
     header.reserve(columns);
     for (int i = 1; i <= columns; ++i)
         header.append(QStringLiteral("Untitled Column %1").arg(i));
-    CellColumns cellColumns;
-    for (const xmlNode* cell : cellsOf(rows.first())) {
-        const int index = cellColumns.next(cell);
-        const QString value = XmlDocument::attribute(cell, "t") == QLatin1String("s")
-                                  ? sharedString(XmlDocument::wholeText(XmlDocument::firstChildElement(cell)))
-                                  : decodeXlsxEscapes(XmlDocument::wholeText(cell));
-        if (value.isEmpty())
-            continue;
+    for (const auto& [index, value] : firstRow) {
         if (index < 0 || index >= columns) {
-            Show_NSLog_Message(QStringLiteral("Error: header cell outside the sheet's %1 columns in %2").arg(columns).arg(location));
-            return result;
+            Show_NSLog_Message(QStringLiteral("Error: header cell outside the sheet's %1 columns (%2)").arg(columns).arg(location));
+            return {};
         }
         header[index] = value;
     }
-    result.append(header);
-    return result;
+    return {header};
+}
+
+QString XlsxSheetReader::cellValue(const xmlNode* cell, ExcelDateFormatter& dates, QHash<int, QString>& patterns) const {
+    const QString type = XmlDocument::attribute(cell, "t");
+    if (type == QLatin1String("s"))
+        return sharedString(XmlDocument::wholeText(XmlDocument::firstChildElement(cell)));
+    if (type == QLatin1String("b"))
+        return leadingInteger(XmlDocument::wholeText(XmlDocument::firstChildElement(cell))) == 1 ? QStringLiteral("true")
+                                                                                                : QStringLiteral("false");
+    QString value = XmlDocument::wholeText(cell);
+    if (type == QLatin1String("inlineStr") || type == QLatin1String("str"))
+        value = decodeXlsxEscapes(value);
+    if (value.isEmpty())
+        return value;
+    // A cell without a style in a workbook without cell formats is plain "General".
+    const bool general = !XmlDocument::hasAttribute(cell, "s") && m_tables.styles.isEmpty();
+    const qint64 style = leadingInteger(XmlDocument::attribute(cell, "s"));
+    if (!general && (style < 0 || style >= m_tables.styles.size()))
+        throw ReadFailure{QStringLiteral("style %1 outside the %2 cell formats").arg(style).arg(m_tables.styles.size())};
+    const int formatId = general ? 0 : int(leadingInteger(m_tables.styles.at(style)));
+    if (!isDateFormatId(formatId))
+        return value;
+    auto pattern = patterns.find(formatId);
+    if (pattern == patterns.end())
+        pattern = patterns.insert(formatId, datePatternFor(formatId));
+    const QString date = dates.format(value, *pattern);
+    return date.isEmpty() ? value : date;
 }
 
 SpreadsheetData XlsxSheetReader::readAll(const QString& location, qint32 columns) const {
-    XmlDocument doc(location, XmlDocument::Names::Local);
-    if (!doc.isValid())
-        return {};
-    const QList<xmlNodePtr> rows = doc.select(kRowsPath);
-    if (qint64(rows.size()) * std::max<qint32>(columns, 0) > kMaxCells) {
-        Show_NSLog_Message(QStringLiteral("Error: sheet of %1 rows and %2 columns is too large (%3)")
-                               .arg(rows.size()).arg(columns).arg(location));
-        return {};
-    }
-
     ExcelDateFormatter dates(m_tables.date1904);
     QHash<int, QString> patterns;
     const QStringList emptyRow(std::max<qint32>(columns, 0), QString());
     SpreadsheetData result;
-    result.reserve(rows.size());
-    try {
-        for (const xmlNode* row : rows) {
-            QStringList values = emptyRow;
-            CellColumns cellColumns;
+    std::optional<ReadFailure> failure;
+    SheetRowStream::read(location, [&](const xmlNode* row) {
+        if (qint64(result.size() + 1) * emptyRow.size() > kMaxCells) {
+            failure = ReadFailure{QStringLiteral("sheet of more than %1 rows of %2 columns is too large").arg(result.size()).arg(columns)};
+            return false;
+        }
+        QStringList values = emptyRow;
+        CellColumns cellColumns;
+        try {
             for (const xmlNode* cell : cellsOf(row)) {
                 const int index = cellColumns.next(cell);
-                const QString type = XmlDocument::attribute(cell, "t");
-                QString value;
-                if (type == QLatin1String("s")) {
-                    value = sharedString(XmlDocument::wholeText(XmlDocument::firstChildElement(cell)));
-                } else if (type == QLatin1String("b")) {
-                    value = leadingInteger(XmlDocument::wholeText(XmlDocument::firstChildElement(cell))) == 1
-                                ? QStringLiteral("true")
-                                : QStringLiteral("false");
-                } else {
-                    value = XmlDocument::wholeText(cell);
-                    if (type == QLatin1String("inlineStr") || type == QLatin1String("str"))
-                        value = decodeXlsxEscapes(value);
-                    if (!value.isEmpty()) {
-                        const qint64 style = leadingInteger(XmlDocument::attribute(cell, "s"));
-                        const bool general = !XmlDocument::hasAttribute(cell, "s") && m_tables.styles.isEmpty();
-                        if (!general && (style < 0 || style >= m_tables.styles.size()))
-                            throw ReadFailure{QStringLiteral("style %1 outside the %2 cell formats").arg(style).arg(m_tables.styles.size())};
-                        const int formatId = general ? 0 : int(leadingInteger(m_tables.styles.at(style)));
-                        if (isDateFormatId(formatId)) {
-                            auto pattern = patterns.find(formatId);
-                            if (pattern == patterns.end())
-                                pattern = patterns.insert(formatId, datePatternFor(formatId));
-                            const QString date = dates.format(value, *pattern);
-                            if (!date.isEmpty())
-                                value = date;
-                        }
-                    }
-                }
+                const QString value = cellValue(cell, dates, patterns);
                 if (value.isEmpty())
                     continue;
                 if (index < 0 || index >= values.size())
                     throw ReadFailure{QStringLiteral("cell in column %1 outside the sheet's %2 columns").arg(index + 1).arg(columns)};
                 values[index] = value;
             }
-            result.append(values);
+        } catch (const ReadFailure& f) {
+            failure = f;
+            return false;
         }
-    } catch (const ReadFailure& failure) {
-        Show_NSLog_Message(QStringLiteral("Error: %1 (%2)").arg(failure.reason, location));
+        result.append(values);
+        return true;
+    });
+    if (failure) {
+        Show_NSLog_Message(QStringLiteral("Error: %1 (%2)").arg(failure->reason, location));
         return {};
     }
     return result;

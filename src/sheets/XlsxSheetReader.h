@@ -1,12 +1,16 @@
 #pragma once
 // Reads one worksheet part of an unpacked XLSX package: its header row (which fixes the
 // column count) or all its rows, with shared strings, booleans and dates resolved.
+#include "DateFormatConverter.h"
 #include "SpreadsheetData.h"
 
+#include <QHash>
 #include <QList>
 #include <QPair>
 #include <QString>
 #include <QStringList>
+
+#include <libxml/tree.h>
 
 struct XlsxWorkbookTables {
     const QStringList& sharedStrings;
@@ -35,6 +39,8 @@ public:
     QString datePatternFor(int numFmtId) const;
 
 private:
+    // One cell's value; throws ReadFailure (caught inside the reads) on a style out of range.
+    QString cellValue(const xmlNode* cell, ExcelDateFormatter& dates, QHash<int, QString>& patterns) const;
     QString sharedString(const QString& indexText) const;
     const XlsxWorkbookTables& m_tables;
 };

@@ -1,0 +1,21 @@
+#pragma once
+// Streams the rows of a worksheet part ("/worksheet[1]/sheetData[1]/row", names matched by
+// local name) one at a time, so a sheet of any length costs the memory of one row. Each row
+// arrives as a small element tree; it is freed as soon as the next one is read.
+#include <QString>
+
+#include <libxml/tree.h>
+
+#include <functional>
+#include <optional>
+
+class SheetRowStream {
+public:
+    // Called per row in document order; return false to stop.
+    using RowVisitor = std::function<bool(const xmlNode* row)>;
+
+    // Reads the part leniently (no network, no DTD, no entity substitution). False when the
+    // part could not be read at all; the reason is logged as "Error: ...". A part that
+    // breaks off midway keeps the rows before the break (the reason is logged too).
+    static bool read(const QString& location, const RowVisitor& visitor, std::optional<QString>* dimensionRef = nullptr);
+};
