@@ -1,0 +1,342 @@
+#include "ModemCommands.h"
+
+#include "TextCharset.h"
+
+namespace sim {
+namespace {
+
+using Kind = AtCommand::Kind;
+
+CommandResult ok(QStringList information = {}) {
+    CommandResult result;
+    result.information = std::move(information);
+    return result;
+}
+
+CommandResult failure(const QString& line) {
+    CommandResult result;
+    result.final = CommandResult::Final::Error;
+    result.error = line;
+    return result;
+}
+
+CommandResult plainError() { return failure(QStringLiteral("ERROR")); }
+
+// A whole-number parameter within [low, high]; false when absent or out of range.
+bool numberIn(const QString& text, int low, int high, int* value) {
+    bool parsed = false;
+    const int v = text.trimmed().toInt(&parsed);
+    if (!parsed || v < low || v > high)
+        return false;
+    *value = v;
+    return true;
+}
+
+bool isIdentityCommand(const QString& name) {
+    static const QStringList names = {"+GMI", "+CGMI", "+GMM", "+CGMM", "+GMR", "+CGMR",
+                                      "+GSN", "+CGSN", "+GCAP", "+CIMI", "I"};
+    return names.contains(name);
+}
+
+bool isStatusCommand(const QString& name) {
+    static const QStringList names = {"+CBC", "+CSQ", "+COPS", "+CFUN", "+CPIN", "+CREG",
+                                      "+CGREG", "+CMEE"};
+    return names.contains(name);
+}
+
+} // namespace
+
+ModemSettings ModemCommands::factorySettings(const ModemIdentity& identity,
+                                             const ModemBehaviour& behaviour) {
+    ModemSettings settings;
+    settings.echo = behaviour.echo;
+    settings.cmgf = behaviour.modes == ModemBehaviour::Modes::TextOnly ? 1 : 0;
+    settings.smsc = identity.smsc;
+    return settings;
+}
+
+QString ModemCommands::cmeError(int code) const {
+    if (m_settings.cmee == 0)
+        return QStringLiteral("ERROR");
+    if (m_settings.cmee == 2) {
+        switch (code) {
+        case 3: return QStringLiteral("+CME ERROR: operation not allowed");
+        case 4: return QStringLiteral("+CME ERROR: operation not supported");
+        default: return QStringLiteral("+CME ERROR: unknown");
+        }
+    }
+    return QStringLiteral("+CME ERROR: %1").arg(code);
+}
+
+CommandResult ModemCommands::run(const AtCommand& command, const ModemBehaviour& behaviour) {
+    const QString& name = command.name;
+    if (isIdentityCommand(name))
+        return identification(command, behaviour);
+    if (isStatusCommand(name))
+        return status(command);
+    if (name.startsWith(u'+'))
+        return messaging(command, behaviour);
+    return basic(command, behaviour);
+}
+
+CommandResult ModemCommands::basic(const AtCommand& command, const ModemBehaviour& behaviour) {
+    const QString& name = command.name;
+    if (name == u"E") {
+        int value = 0;
+        if (!command.argument.isEmpty() && !numberIn(command.argument, 0, 1, &value))
+            return plainError();
+        m_settings.echo = value == 1;
+        return ok();
+    }
+    if (name == u"Z" || name == u"&F") {
+        m_settings = factorySettings(m_identity, behaviour);
+        m_settings.echo = true; // the stored and factory profiles both echo
+        return ok();
+    }
+    if (name == u"Q" || name == u"V" || name == u"X" || name == u"&C" || name == u"&D"
+        || name == u"&K" || name == u"&W" || name == u"&V")
+        return ok();
+    if (name.startsWith(u'S') && name.size() > 1) {
+        if (command.kind == Kind::Read) {
+            const int reg = name.mid(1).toInt();
+            const int value = reg == 3 ? 13 : reg == 4 ? 10 : reg == 5 ? 8 : 0;
+            return ok({QStringLiteral("%1").arg(value, 3, 10, QLatin1Char('0'))});
+        }
+        return ok();
+    }
+    return plainError(); // dialling, answering and everything else a data-less modem lacks
+}
+
+CommandResult ModemCommands::identification(const AtCommand& command,
+                                            const ModemBehaviour& behaviour) {
+    const QString& name = command.name;
+    if (command.kind == Kind::Test)
+        return ok();
+    if (command.kind != Kind::Action)
+        return plainError();
+    const bool shortForm = name == u"+GMI" || name == u"+GMM" || name == u"+GMR" || name == u"+GSN";
+    if (shortForm && behaviour.undefinedIdentity)
+        return ok({QStringLiteral("Undefined")});
+    if (name.endsWith(u"MI"))
+        return ok({m_identity.manufacturer});
+    if (name.endsWith(u"MM"))
+        return ok({m_identity.model});
+    if (name.endsWith(u"MR"))
+        return ok({m_identity.revision});
+    if (name.endsWith(u"SN"))
+        return ok({m_identity.imei});
+    if (name == u"+GCAP")
+        return ok({QStringLiteral("+GCAP: +CGSM")});
+    if (name == u"+CIMI")
+        return ok({QStringLiteral("001010123456789")});
+    // "ATI": one block, as many modems print it
+    return ok({QStringLiteral("Manufacturer: %1").arg(m_identity.manufacturer),
+               QStringLiteral("Model: %1").arg(m_identity.model),
+               QStringLiteral("Revision: %1").arg(m_identity.revision),
+               QStringLiteral("IMEI: %1").arg(m_identity.imei),
+               QStringLiteral("+GCAP: +CGSM")});
+}
+
+CommandResult ModemCommands::status(const AtCommand& command) {
+    const QString& name = command.name;
+    const Kind kind = command.kind;
+    if (name == u"+CMEE") {
+        if (kind == Kind::Read)
+            return ok({QStringLiteral("+CMEE: %1").arg(m_settings.cmee)});
+        if (kind == Kind::Test)
+            return ok({QStringLiteral("+CMEE: (0-2)")});
+        if (kind == Kind::Set && numberIn(command.value(0), 0, 2, &m_settings.cmee))
+            return ok();
+        return failure(cmeError(4));
+    }
+    if (name == u"+CBC" || name == u"+CSQ") {
+        const bool battery = name == u"+CBC";
+        if (kind == Kind::Test)
+            return ok({battery ? QStringLiteral("+CBC: (0-3),(0-100)")
+                               : QStringLiteral("+CSQ: (0-31,99),(0-7,99)")});
+        if (kind != Kind::Action)
+            return failure(cmeError(4));
+        if (battery)
+            return ok({QStringLiteral("+CBC: %1,%2").arg(m_identity.batteryState).arg(m_identity.batteryCharge)});
+        return ok({QStringLiteral("+CSQ: %1,99").arg(m_identity.rssi)});
+    }
+    if (name == u"+COPS") {
+        if (kind == Kind::Read) {
+            if (m_identity.operatorName.isEmpty() || m_settings.cfun != 1)
+                return ok({QStringLiteral("+COPS: 0")});
+            return ok({QStringLiteral("+COPS: 0,0,\"%1\",0").arg(m_identity.operatorName)});
+        }
+        if (kind == Kind::Test)
+            return ok({QStringLiteral("+COPS: (2,\"%1\",\"%1\",\"00101\",0),,(0-4),(0-2)")
+                           .arg(m_identity.operatorName)});
+        int mode = 0;
+        if (kind == Kind::Set && numberIn(command.value(0), 0, 4, &mode))
+            return ok();
+        return failure(cmeError(4));
+    }
+    if (name == u"+CFUN") {
+        if (kind == Kind::Read)
+            return ok({QStringLiteral("+CFUN: %1").arg(m_settings.cfun)});
+        if (kind == Kind::Test)
+            return ok({QStringLiteral("+CFUN: (0,1,4),(0-1)")});
+        int level = 0;
+        if (kind == Kind::Set && numberIn(command.value(0), 0, 4, &level) && level != 2 && level != 3) {
+            m_settings.cfun = level;
+            return ok();
+        }
+        return failure(cmeError(4));
+    }
+    if (name == u"+CPIN") {
+        if (kind == Kind::Read)
+            return ok({QStringLiteral("+CPIN: READY")});
+        if (kind == Kind::Test)
+            return ok();
+        return failure(cmeError(3)); // no PIN is asked for
+    }
+    // +CREG, +CGREG: registered on the home network
+    if (kind == Kind::Read)
+        return ok({QStringLiteral("%1: %2,%3").arg(name).arg(m_settings.creg).arg(m_settings.cfun == 1 ? 1 : 0)});
+    if (kind == Kind::Test)
+        return ok({QStringLiteral("%1: (0-2)").arg(name)});
+    if (kind == Kind::Set && numberIn(command.value(0), 0, 2, &m_settings.creg))
+        return ok();
+    return failure(cmeError(4));
+}
+
+QString ModemCommands::smscAnswer() const {
+    const QString& number = m_settings.smsc;
+    const int type = number.startsWith(u'+') ? 145 : 129;
+    const QString shown = m_identity.smscAsUcs2 ? TextCharset::encodeParameter(number, QStringLiteral("UCS2"))
+                                                : TextCharset::encodeParameter(number, m_settings.cscs);
+    return QStringLiteral("+CSCA: \"%1\",%2").arg(shown).arg(type);
+}
+
+CommandResult ModemCommands::messaging(const AtCommand& command, const ModemBehaviour& behaviour) {
+    const QString& name = command.name;
+    const Kind kind = command.kind;
+    if (name == u"+CMGS")
+        return messageSubmit(command, behaviour);
+    if (name == u"+CSCA") {
+        if (kind == Kind::Read)
+            return ok({smscAnswer()});
+        if (kind == Kind::Test)
+            return ok();
+        if (kind != Kind::Set || command.value(0).isEmpty())
+            return failure(cmsError(304));
+        QString number = TextCharset::decodeParameter(command.value(0), m_settings.cscs);
+        int type = 0;
+        if (!command.value(1).isEmpty() && !numberIn(command.value(1), 0, 255, &type))
+            return failure(cmsError(304));
+        if (type == 145 && !number.startsWith(u'+'))
+            number.prepend(u'+');
+        m_settings.smsc = number;
+        return ok();
+    }
+    if (name == u"+CSMS") {
+        if (kind == Kind::Read)
+            return ok({QStringLiteral("+CSMS: 0,1,1,1")});
+        if (kind == Kind::Test)
+            return ok({QStringLiteral("+CSMS: (0,1)")});
+        int service = 0;
+        if (kind == Kind::Set && numberIn(command.value(0), 0, 1, &service))
+            return ok({QStringLiteral("+CSMS: 1,1,1")});
+        return failure(cmsError(303));
+    }
+    if (name == u"+CMGF") {
+        const bool pdu = behaviour.modes != ModemBehaviour::Modes::TextOnly;
+        const bool text = behaviour.modes != ModemBehaviour::Modes::PduOnly;
+        if (kind == Kind::Read)
+            return ok({QStringLiteral("+CMGF: %1").arg(m_settings.cmgf)});
+        if (kind == Kind::Test)
+            return ok({pdu && text ? QStringLiteral("+CMGF: (0,1)")
+                       : pdu       ? QStringLiteral("+CMGF: (0)")
+                                   : QStringLiteral("+CMGF: (1)")});
+        int mode = 0;
+        if (kind == Kind::Set && numberIn(command.value(0), 0, 1, &mode) && (mode == 0 ? pdu : text)) {
+            m_settings.cmgf = mode;
+            return ok();
+        }
+        return failure(cmsError(303));
+    }
+    if (name == u"+CSCS") {
+        if (kind == Kind::Read)
+            return ok({QStringLiteral("+CSCS: \"%1\"").arg(m_settings.cscs)});
+        if (kind == Kind::Test)
+            return ok({QStringLiteral("+CSCS: (\"%1\")").arg(TextCharset::supported().join(QStringLiteral("\",\"")))});
+        if (kind == Kind::Set && TextCharset::isSupported(command.value(0))) {
+            m_settings.cscs = command.value(0).toUpper();
+            return ok();
+        }
+        return failure(cmeError(4));
+    }
+    if (name == u"+CSMP") {
+        if (kind == Kind::Read)
+            return ok({QStringLiteral("+CSMP: %1,%2,%3,%4").arg(m_settings.csmpFirstOctet)
+                           .arg(m_settings.csmpValidity).arg(m_settings.csmpPid).arg(m_settings.csmpDcs)});
+        if (kind == Kind::Test)
+            return ok();
+        const QStringList values = command.values();
+        if (kind != Kind::Set || values.isEmpty() || values.size() > 4)
+            return failure(cmsError(305));
+        ModemSettings changed = m_settings;
+        int* fields[] = {&changed.csmpFirstOctet, &changed.csmpValidity, &changed.csmpPid, &changed.csmpDcs};
+        for (int i = 0; i < values.size(); ++i)
+            if (!values.at(i).isEmpty() && !numberIn(values.at(i), 0, 255, fields[i]))
+                return failure(cmsError(305));
+        m_settings = changed;
+        return ok();
+    }
+    if (name == u"+CMMS") {
+        if (kind == Kind::Read)
+            return ok({QStringLiteral("+CMMS: %1").arg(m_settings.cmms)});
+        if (kind == Kind::Test)
+            return ok({QStringLiteral("+CMMS: (0-2)")});
+        if (kind == Kind::Set && numberIn(command.value(0), 0, 2, &m_settings.cmms))
+            return ok();
+        return failure(cmsError(302));
+    }
+    if (name == u"+CNMI") {
+        if (kind == Kind::Read)
+            return ok({QStringLiteral("+CNMI: 0,0,0,0,0")});
+        if (kind == Kind::Test)
+            return ok({QStringLiteral("+CNMI: (0-2),(0-3),(0,2),(0-2),(0,1)")});
+        return ok();
+    }
+    if (name == u"+CPMS") {
+        if (kind == Kind::Read)
+            return ok({QStringLiteral("+CPMS: \"SM\",0,30,\"SM\",0,30,\"SM\",0,30")});
+        if (kind == Kind::Test)
+            return ok({QStringLiteral("+CPMS: (\"SM\",\"ME\"),(\"SM\",\"ME\"),(\"SM\",\"ME\")")});
+        return ok({QStringLiteral("+CPMS: 0,30,0,30,0,30")});
+    }
+    if (name == u"+CSDH" || name == u"+CSAS" || name == u"+CRES" || name == u"+CMGD"
+        || name == u"+CMGL")
+        return ok(); // nothing stored: empty lists, nothing to delete
+    return plainError();
+}
+
+CommandResult ModemCommands::messageSubmit(const AtCommand& command, const ModemBehaviour& behaviour) {
+    if (command.kind == Kind::Test)
+        return behaviour.cmgsTestAnswersError ? plainError() : ok();
+    if (command.kind != Kind::Set)
+        return plainError();
+    if (m_settings.cfun != 1)
+        return failure(cmsError(331)); // radio off: no network service
+    CommandResult result;
+    if (m_settings.cmgf == 0) {
+        if (!numberIn(command.value(0), 7, 164, &result.pduLength))
+            return failure(cmsError(304));
+        result.final = CommandResult::Final::PromptPdu;
+        return result;
+    }
+    if (!command.quoted(0) || command.value(0).isEmpty())
+        return failure(cmsError(305));
+    int type = 0;
+    if (!command.value(1).isEmpty() && !numberIn(command.value(1), 0, 255, &type))
+        return failure(cmsError(305));
+    result.number = TextCharset::decodeParameter(command.value(0), m_settings.cscs);
+    result.final = CommandResult::Final::PromptText;
+    return result;
+}
+
+} // namespace sim

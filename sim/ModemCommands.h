@@ -1,0 +1,63 @@
+#pragma once
+// The AT commands of the virtual modem other than message input: identification, status,
+// and the settings of 3GPP TS 27.007 / 27.005 that a session reads and changes. Each command
+// gives information lines and a final result; "+CMGS=" answers with a prompt request that
+// the session carries out.
+#include "AtParser.h"
+#include "ModemConfig.h"
+
+#include <QString>
+#include <QStringList>
+
+namespace sim {
+
+struct ModemSettings {
+    bool echo = true;
+    int cmee = 0;               // 0: plain "ERROR", 1: numeric, 2: verbose "+CME ERROR"
+    int cmgf = 0;               // 0 PDU, 1 text
+    QString cscs = QStringLiteral("IRA");
+    int csmpFirstOctet = 17, csmpValidity = 167, csmpPid = 0, csmpDcs = 0;
+    int cmms = 0;
+    int cfun = 1;
+    int creg = 0;
+    QString smsc;               // the service centre in use ("+CSCA")
+};
+
+struct CommandResult {
+    enum class Final { Ok, Error, PromptPdu, PromptText };
+    QStringList information;    // lines sent before the final result
+    Final final = Final::Ok;
+    QString error;              // the error line when final is Error
+    int pduLength = 0;          // PromptPdu: the length given
+    QString number;             // PromptText: the destination
+};
+
+class ModemCommands {
+public:
+    ModemCommands(const ModemIdentity& identity, ModemSettings& settings)
+        : m_identity(identity), m_settings(settings) {}
+
+    // Runs one command under the current behaviour.
+    CommandResult run(const AtCommand& command, const ModemBehaviour& behaviour);
+
+    // The settings after "ATZ"/"AT&F" for a modem of this behaviour.
+    static ModemSettings factorySettings(const ModemIdentity& identity,
+                                         const ModemBehaviour& behaviour);
+
+    // Error lines as the current "+CMEE" setting words them.
+    QString cmeError(int code) const;
+    static QString cmsError(int code) { return QStringLiteral("+CMS ERROR: %1").arg(code); }
+
+private:
+    CommandResult identification(const AtCommand& command, const ModemBehaviour& behaviour);
+    CommandResult status(const AtCommand& command);
+    CommandResult messaging(const AtCommand& command, const ModemBehaviour& behaviour);
+    CommandResult messageSubmit(const AtCommand& command, const ModemBehaviour& behaviour);
+    CommandResult basic(const AtCommand& command, const ModemBehaviour& behaviour);
+    QString smscAnswer() const;
+
+    const ModemIdentity& m_identity;
+    ModemSettings& m_settings;
+};
+
+} // namespace sim

@@ -1,0 +1,46 @@
+#pragma once
+// What a virtual modem says about itself and how it behaves on the line.
+#include <QMap>
+#include <QString>
+#include <QStringList>
+
+namespace sim {
+
+struct ModemIdentity {
+    QString manufacturer = QStringLiteral("Virtual");
+    QString model = QStringLiteral("VM-100");
+    QString revision = QStringLiteral("1.0.0");
+    QString imei = QStringLiteral("490154203237518");
+    QString operatorName = QStringLiteral("Net One");
+    QString smsc = QStringLiteral("+447700900123");
+    bool smscAsUcs2 = false;   // "+CSCA:" reports the number as UCS2 hex, as some modems do
+    int batteryState = 0;      // "+CBC: <state>,<charge>"
+    int batteryCharge = 80;
+    int rssi = 20;             // "+CSQ: <rssi>,99"
+};
+
+struct ModemBehaviour {
+    enum class Modes { PduOnly, TextOnly, Both } modes = Modes::Both;
+    bool echo = true;                       // ATE1 by default, as real modems
+    int answerBursts = 1;                   // answers split into this many writes, with small gaps
+    int networkDelayMs = 200;               // before +CMGS: <mr> / OK, through Clock (scaled)
+    QMap<QString, int> cmsErrorForNumber;   // destination number -> "+CMS ERROR: n"
+    bool cmgsTestAnswersError = false;      // "AT+CMGS=?" -> "ERROR"
+    bool undefinedIdentity = false;         // AT+GMI/GMM/GMR/GSN -> "Undefined"
+    bool silent = false;                    // answers nothing at all
+    int unplugAfterParts = -1;              // close the line after this many accepted parts (-1 never)
+};
+
+// One accepted message, as the network received it. A concatenated message becomes one
+// entry; while parts are missing it stays incomplete (complete == false, parts counts the
+// parts that arrived).
+struct ReceivedMessage {
+    QString device, number, text, smsc, mode;  // mode "PDU" or "TEXT"
+    int parts = 1;
+    int dcs = 0;
+    QStringList pduHex;   // raw hex of every part exactly as received (PDU mode), in part order
+    bool complete = true;
+    int totalParts = 1;   // parts announced by the concatenation header
+};
+
+} // namespace sim

@@ -1,0 +1,262 @@
+#include "ModemSession.h"
+
+#include "Gsm7Decoder.h"
+#include "TextCharset.h"
+#include "core/Log.h"
+
+namespace sim {
+namespace {
+
+constexpr char kCarriageReturn = '\r';
+constexpr char kLineFeed = '\n';
+constexpr char kBackspace = '\b';
+constexpr char kCtrlZ = 0x1A;
+constexpr char kEscape = 0x1B;
+const QByteArray kPrompt = QByteArrayLiteral("\r\n> ");
+
+QByteArray framed(const QString& line) { return "\r\n" + line.toUtf8() + "\r\n"; }
+
+// What a 7-bit channel carries of a text: characters outside the alphabet arrive as "?".
+QString asCarriedBy7Bit(const QString& text, int* septets) {
+    QString carried;
+    *septets = 0;
+    for (const QChar c : text) {
+        const int width = Gsm7Decoder::septetsFor(c);
+        carried.append(width == 0 ? QChar(u'?') : c);
+        *septets += width == 0 ? 1 : width;
+    }
+    return carried;
+}
+
+} // namespace
+
+ModemSession::ModemSession(ModemIdentity identity, std::function<ModemBehaviour()> behaviour,
+                           ModemLine& line, QString device)
+    : m_identity(std::move(identity)), m_behaviour(std::move(behaviour)), m_line(line),
+      m_device(std::move(device)), m_commands(m_identity, m_settings) {
+    const ModemBehaviour initial = m_behaviour();
+    m_settings = ModemCommands::factorySettings(m_identity, initial);
+    m_lastBehaviourEcho = initial.echo;
+}
+
+void ModemSession::feed(const QByteArray& bytes) {
+    ModemBehaviour behaviour = m_behaviour();
+    if (behaviour.echo != m_lastBehaviourEcho) { // a changed behaviour switches echo as ATE would
+        m_settings.echo = behaviour.echo;
+        m_lastBehaviourEcho = behaviour.echo;
+    }
+    QByteArray echoed;
+    for (qsizetype i = 0; i < bytes.size(); ++i) {
+        const char byte = bytes.at(i);
+        if (m_input == Input::Command) {
+            const bool lineFeedFollows = byte == kCarriageReturn && i + 1 < bytes.size()
+                                      && bytes.at(i + 1) == kLineFeed;
+            commandByte(byte, echoed, behaviour, lineFeedFollows);
+            if (lineFeedFollows)
+                ++i;
+        } else {
+            bodyByte(byte, echoed, behaviour);
+        }
+        if (byte == kCarriageReturn || byte == kCtrlZ)
+            behaviour = m_behaviour(); // each command sees the behaviour of its moment
+    }
+    if (!echoed.isEmpty())
+        m_line.echo(echoed);
+}
+
+void ModemSession::commandByte(char byte, QByteArray& echoed, const ModemBehaviour& behaviour,
+                               bool lineFeedFollows) {
+    const bool echoOn = m_settings.echo && !behaviour.silent;
+    if (echoOn)
+        echoed.append(byte);
+    if (byte == kCarriageReturn) {
+        // a line feed typed right behind the carriage return is echoed before the answer:
+        // a modem's echo runs ahead of its command processing
+        if (lineFeedFollows && echoOn)
+            echoed.append(kLineFeed);
+        if (!echoed.isEmpty()) {
+            m_line.echo(echoed);
+            echoed.clear();
+        }
+        const QByteArray line = m_lineBuffer;
+        m_lineBuffer.clear();
+        runLine(line, behaviour);
+        return;
+    }
+    if (byte == kLineFeed)
+        return;
+    if (byte == kBackspace) {
+        m_lineBuffer.chop(1);
+        return;
+    }
+    if (m_lineBuffer.size() < kMaxInput)
+        m_lineBuffer.append(byte);
+}
+
+void ModemSession::bodyByte(char byte, QByteArray& echoed, const ModemBehaviour& behaviour) {
+    const bool gsmText = m_input == Input::TextBody && m_settings.cscs == u"GSM";
+    if (byte == kCtrlZ) {
+        if (!echoed.isEmpty()) {
+            m_line.echo(echoed);
+            echoed.clear();
+        }
+        const Input input = m_input;
+        m_input = Input::Command;
+        if (input == Input::PduBody)
+            submitPdu(behaviour);
+        else
+            submitText(behaviour);
+        m_body.clear();
+        return;
+    }
+    if (byte == kEscape && !gsmText) { // escape abandons the message
+        m_input = Input::Command;
+        m_body.clear();
+        m_line.answer(framed(QStringLiteral("OK")));
+        return;
+    }
+    if (m_settings.echo && !behaviour.silent)
+        echoed.append(byte);
+    if (m_input == Input::PduBody) {
+        if (byte == kCarriageReturn || byte == kLineFeed || byte == ' ')
+            return;
+    } else if (byte == kCarriageReturn && !behaviour.silent) {
+        echoed.append(kPrompt.mid(1)); // each new line of text gets its own prompt
+    }
+    if (m_body.size() < kMaxInput)
+        m_body.append(byte);
+}
+
+void ModemSession::runLine(const QByteArray& rawLine, const ModemBehaviour& behaviour) {
+    const QString text = QString::fromUtf8(rawLine);
+    if (!text.trimmed().isEmpty())
+        m_line.commandLine(text);
+    if (behaviour.silent)
+        return;
+    const AtLine line = AtParser::parse(text);
+    if (!line.isCommand)
+        return; // modems skip anything that does not start with "AT"
+    if (!line.syntaxOk) {
+        sendFinal({}, QStringLiteral("ERROR"));
+        return;
+    }
+    QStringList information;
+    for (const AtCommand& command : line.commands) {
+        const CommandResult result = m_commands.run(command, behaviour);
+        information += result.information;
+        switch (result.final) {
+        case CommandResult::Final::Ok:
+            continue;
+        case CommandResult::Final::Error:
+            sendFinal(information, result.error);
+            return;
+        case CommandResult::Final::PromptPdu:
+        case CommandResult::Final::PromptText:
+            // the prompt ends the line: what follows it is message input
+            if (!information.isEmpty())
+                m_line.answer(framed(information.join(QStringLiteral("\r\n"))));
+            m_input = result.final == CommandResult::Final::PromptPdu ? Input::PduBody : Input::TextBody;
+            m_pduLength = result.pduLength;
+            m_textNumber = result.number;
+            m_body.clear();
+            m_line.answer(kPrompt);
+            return;
+        }
+    }
+    sendFinal(information, QStringLiteral("OK"));
+}
+
+void ModemSession::sendFinal(const QStringList& information, const QString& final) {
+    QByteArray bytes;
+    for (const QString& line : information)
+        bytes += framed(line);
+    bytes += framed(final);
+    m_line.answer(bytes);
+}
+
+int ModemSession::refusalFor(const QString& number, const ModemBehaviour& behaviour) const {
+    const QString bare = number.startsWith(u'+') ? number.mid(1) : number;
+    for (const QString& candidate : {number, bare, QStringLiteral("+") + bare})
+        if (behaviour.cmsErrorForNumber.contains(candidate))
+            return behaviour.cmsErrorForNumber.value(candidate);
+    return 0;
+}
+
+void ModemSession::refuse(int cmsCode, const ModemBehaviour& behaviour, bool afterNetwork) {
+    if (afterNetwork && !m_line.waitForNetwork(std::chrono::milliseconds(behaviour.networkDelayMs)))
+        return;
+    sendFinal({}, ModemCommands::cmsError(cmsCode));
+}
+
+void ModemSession::submitPdu(const ModemBehaviour& behaviour) {
+    const QString hex = QString::fromLatin1(m_body);
+    const DecodedPdu pdu = PduDecoder::decode(hex, m_pduLength);
+    if (!pdu.ok) {
+        Show_NSLog_Message(QStringLiteral("virtual modem %1: PDU refused (%2): %3").arg(m_device, pdu.error, hex));
+        refuse(304, behaviour, false);
+        return;
+    }
+    if (const int code = refusalFor(pdu.number, behaviour)) {
+        refuse(code, behaviour, true);
+        return;
+    }
+    ReceivedMessage part;
+    part.device = m_device;
+    part.number = pdu.number;
+    part.text = pdu.text;
+    part.smsc = pdu.smsc.isEmpty() ? m_settings.smsc : pdu.smsc;
+    part.mode = QStringLiteral("PDU");
+    part.dcs = pdu.dcs;
+    part.pduHex = QStringList{hex};
+    part.totalParts = pdu.concatenation.total;
+    accept(part, pdu.concatenation, behaviour);
+}
+
+void ModemSession::submitText(const ModemBehaviour& behaviour) {
+    const int dcs = m_settings.csmpDcs;
+    const bool generalCoding = (dcs & 0xC0) == 0;
+    const bool ucs2 = generalCoding ? ((dcs >> 2) & 3) == 2 : (dcs & 0xF0) == 0xE0;
+    const bool eightBit = generalCoding ? ((dcs >> 2) & 3) == 1 : (dcs & 0xF4) == 0xF4;
+    bool decoded = false;
+    QString text = TextCharset::decodeBody(m_body, m_settings.cscs, ucs2, &decoded);
+    if (!decoded) {
+        Show_NSLog_Message(QStringLiteral("virtual modem %1: text not valid in %2").arg(m_device, m_settings.cscs));
+        refuse(305, behaviour, false);
+        return;
+    }
+    int units = int(text.size());
+    if (!ucs2 && !eightBit)
+        text = asCarriedBy7Bit(text, &units);
+    const int limit = ucs2 ? 70 : eightBit ? 140 : 160;
+    if (units > limit) {
+        Show_NSLog_Message(QStringLiteral("virtual modem %1: text of %2 units exceeds one message").arg(m_device).arg(units));
+        refuse(305, behaviour, false);
+        return;
+    }
+    if (const int code = refusalFor(m_textNumber, behaviour)) {
+        refuse(code, behaviour, true);
+        return;
+    }
+    ReceivedMessage message;
+    message.device = m_device;
+    message.number = m_textNumber;
+    message.text = text;
+    message.smsc = m_settings.smsc;
+    message.mode = QStringLiteral("TEXT");
+    message.dcs = dcs;
+    accept(message, Concatenation{}, behaviour);
+}
+
+void ModemSession::accept(const ReceivedMessage& part, const Concatenation& concatenation,
+                          const ModemBehaviour& behaviour) {
+    if (!m_line.waitForNetwork(std::chrono::milliseconds(behaviour.networkDelayMs)))
+        return;
+    m_messageReference = (m_messageReference + 1) % 256;
+    m_line.acceptedPart(part, concatenation);
+    sendFinal({QStringLiteral("+CMGS: %1").arg(m_messageReference)}, QStringLiteral("OK"));
+    ++m_acceptedParts;
+    if (behaviour.unplugAfterParts >= 0 && m_acceptedParts >= behaviour.unplugAfterParts)
+        m_line.hangUp();
+}
+
+} // namespace sim

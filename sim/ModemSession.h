@@ -1,0 +1,75 @@
+#pragma once
+// One modem's side of the serial line: reads what the computer types byte by byte, echoes
+// it, runs command lines, takes message input after the "> " prompt up to Ctrl-Z, and
+// answers with "\r\n"-framed lines and final results as GSM modems do.
+#include "MessageAssembler.h"
+#include "ModemCommands.h"
+#include "ModemConfig.h"
+#include "PduDecoder.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <chrono>
+#include <functional>
+
+namespace sim {
+
+// What the session needs from the wire it serves.
+class ModemLine {
+public:
+    virtual ~ModemLine() = default;
+    virtual void echo(const QByteArray& bytes) = 0;           // typed bytes sent straight back
+    virtual void answer(const QByteArray& bytes) = 0;         // one answer (may go in bursts)
+    virtual bool waitForNetwork(std::chrono::milliseconds delay) = 0; // false: line closing
+    virtual void commandLine(const QString& line) = 0;
+    virtual void acceptedPart(const ReceivedMessage& part, const Concatenation& concatenation) = 0;
+    virtual void hangUp() = 0;
+};
+
+class ModemSession {
+public:
+    ModemSession(ModemIdentity identity, std::function<ModemBehaviour()> behaviour,
+                 ModemLine& line, QString device);
+
+    void feed(const QByteArray& bytes);
+
+    const ModemSettings& settings() const { return m_settings; }
+
+    // Longest command line or message input kept; longer input is cut off, as modem
+    // buffers are finite.
+    static constexpr qsizetype kMaxInput = 2048;
+
+private:
+    enum class Input { Command, PduBody, TextBody };
+
+    void commandByte(char byte, QByteArray& echoed, const ModemBehaviour& behaviour,
+                     bool lineFeedFollows);
+    void bodyByte(char byte, QByteArray& echoed, const ModemBehaviour& behaviour);
+    void runLine(const QByteArray& line, const ModemBehaviour& behaviour);
+    void submitPdu(const ModemBehaviour& behaviour);
+    void submitText(const ModemBehaviour& behaviour);
+    void accept(const ReceivedMessage& part, const Concatenation& concatenation,
+                const ModemBehaviour& behaviour);
+    void refuse(int cmsCode, const ModemBehaviour& behaviour, bool afterNetwork);
+    void sendFinal(const QStringList& information, const QString& final);
+    int refusalFor(const QString& number, const ModemBehaviour& behaviour) const;
+
+    ModemIdentity m_identity;
+    std::function<ModemBehaviour()> m_behaviour;
+    ModemLine& m_line;
+    QString m_device;
+    ModemSettings m_settings;
+    ModemCommands m_commands;
+    bool m_lastBehaviourEcho = true;
+
+    Input m_input = Input::Command;
+    QByteArray m_lineBuffer;
+    QByteArray m_body;
+    int m_pduLength = 0;
+    QString m_textNumber;
+    int m_messageReference = 0;
+    int m_acceptedParts = 0;
+};
+
+} // namespace sim

@@ -1,0 +1,136 @@
+#include "SimOptions.h"
+
+#include <QCommandLineParser>
+
+namespace sim::SimOptionsParser {
+namespace {
+
+struct Flags {
+    QCommandLineOption manufacturer{"manufacturer", "Maker name (+CGMI).", "name"};
+    QCommandLineOption model{"model", "Model name (+CGMM).", "name"};
+    QCommandLineOption revision{"revision", "Firmware revision (+CGMR).", "text"};
+    QCommandLineOption imei{"imei", "IMEI (+CGSN).", "digits"};
+    QCommandLineOption operatorName{"operator", "Network name (+COPS?); empty: not registered.", "name"};
+    QCommandLineOption smsc{"smsc", "Service centre number (+CSCA?).", "number"};
+    QCommandLineOption smscUcs2{"smsc-ucs2", "Report the service centre as UCS2 hex."};
+    QCommandLineOption battery{"battery", "Battery state and charge (+CBC), e.g. 1,80.", "state,charge"};
+    QCommandLineOption signal{"signal", "Signal strength rssi (+CSQ), 0-31 or 99.", "rssi"};
+    QCommandLineOption modes{"modes", "Message formats offered: pdu, text or both.", "pdu|text|both"};
+    QCommandLineOption noEcho{"no-echo", "Start with echo off (ATE0)."};
+    QCommandLineOption bursts{"bursts", "Split every answer into N writes.", "N"};
+    QCommandLineOption networkDelay{"network-delay-ms", "Delay before the +CMGS answer (scaled clock).", "ms"};
+    QCommandLineOption cmsError{"cms-error", "Refuse messages to NUMBER with +CMS ERROR: N (repeatable).", "NUMBER=N"};
+    QCommandLineOption cmgsTestError{"cmgs-test-error", "Answer ERROR to AT+CMGS=?."};
+    QCommandLineOption undefinedIdentity{"undefined-identity", "Answer Undefined to AT+GMI/GMM/GMR/GSN."};
+    QCommandLineOption silent{"silent", "Answer nothing at all."};
+    QCommandLineOption unplugAfterParts{"unplug-after-parts", "Close the line after N accepted parts.", "N"};
+    QCommandLineOption log{"log", "Append one JSON line per received message to FILE.", "FILE"};
+    QCommandLineOption count{"count", "Serve N modems at once (one path printed per line).", "N"};
+    QCommandLineOption help{QStringList{"h", "help"}, "Show this help."};
+
+    QList<QCommandLineOption> all() const {
+        return {manufacturer, model, revision, imei, operatorName, smsc, smscUcs2, battery, signal,
+                modes, noEcho, bursts, networkDelay, cmsError, cmgsTestError, undefinedIdentity,
+                silent, unplugAfterParts, log, count, help};
+    }
+};
+
+void setupParser(QCommandLineParser& parser, const Flags& flags) {
+    parser.setApplicationDescription(QStringLiteral(
+        "Virtual GSM modem on a pseudo-terminal. Prints the device path(s) to open, one per line,\n"
+        "and answers AT commands there until interrupted. BULKSMS_CLOCK_SCALE shrinks its delays."));
+    parser.addOptions(flags.all());
+}
+
+bool readInt(const QString& text, int low, int high, int* out) {
+    bool ok = false;
+    const int value = text.toInt(&ok);
+    if (!ok || value < low || value > high)
+        return false;
+    *out = value;
+    return true;
+}
+
+} // namespace
+
+QString usage() {
+    QCommandLineParser parser;
+    Flags flags;
+    setupParser(parser, flags);
+    return parser.helpText();
+}
+
+SimOptions parse(const QStringList& arguments) {
+    SimOptions options;
+    QCommandLineParser parser;
+    Flags flags;
+    setupParser(parser, flags);
+    if (!parser.parse(arguments)) {
+        options.error = parser.errorText();
+        return options;
+    }
+    if (!parser.positionalArguments().isEmpty()) {
+        options.error = QStringLiteral("Unexpected argument: %1").arg(parser.positionalArguments().first());
+        return options;
+    }
+    options.help = parser.isSet(flags.help);
+    ModemIdentity& id = options.identity;
+    ModemBehaviour& b = options.behaviour;
+    const auto text = [&](const QCommandLineOption& o, QString& field) {
+        if (parser.isSet(o))
+            field = parser.value(o);
+    };
+    text(flags.manufacturer, id.manufacturer);
+    text(flags.model, id.model);
+    text(flags.revision, id.revision);
+    text(flags.imei, id.imei);
+    text(flags.operatorName, id.operatorName);
+    text(flags.smsc, id.smsc);
+    text(flags.log, options.logPath);
+    id.smscAsUcs2 = parser.isSet(flags.smscUcs2);
+    b.echo = !parser.isSet(flags.noEcho);
+    b.cmgsTestAnswersError = parser.isSet(flags.cmgsTestError);
+    b.undefinedIdentity = parser.isSet(flags.undefinedIdentity);
+    b.silent = parser.isSet(flags.silent);
+
+    const auto number = [&](const QCommandLineOption& o, int low, int high, int& field) {
+        if (parser.isSet(o) && !readInt(parser.value(o), low, high, &field) && options.error.isEmpty())
+            options.error = QStringLiteral("--%1 needs a number from %2 to %3, not \"%4\"")
+                                .arg(o.names().constFirst()).arg(low).arg(high).arg(parser.value(o));
+    };
+    number(flags.signal, 0, 99, id.rssi);
+    number(flags.bursts, 1, 64, b.answerBursts);
+    number(flags.networkDelay, 0, 600000, b.networkDelayMs);
+    number(flags.unplugAfterParts, 0, 1000000, b.unplugAfterParts);
+    number(flags.count, 1, 32, options.count);
+
+    if (parser.isSet(flags.battery)) {
+        const QStringList pair = parser.value(flags.battery).split(u',');
+        if (pair.size() != 2 || !readInt(pair.at(0), 0, 3, &id.batteryState)
+            || !readInt(pair.at(1), 0, 100, &id.batteryCharge))
+            options.error = QStringLiteral("--battery needs STATE,CHARGE such as 0,80");
+    }
+    if (parser.isSet(flags.modes)) {
+        const QString m = parser.value(flags.modes).toLower();
+        if (m == u"pdu")
+            b.modes = ModemBehaviour::Modes::PduOnly;
+        else if (m == u"text")
+            b.modes = ModemBehaviour::Modes::TextOnly;
+        else if (m == u"both")
+            b.modes = ModemBehaviour::Modes::Both;
+        else
+            options.error = QStringLiteral("--modes is pdu, text or both, not \"%1\"").arg(m);
+    }
+    for (const QString& rule : parser.values(flags.cmsError)) {
+        const qsizetype eq = rule.lastIndexOf(u'=');
+        int code = 0;
+        if (eq <= 0 || !readInt(rule.mid(eq + 1), 0, 999, &code)) {
+            options.error = QStringLiteral("--cms-error needs NUMBER=CODE, not \"%1\"").arg(rule);
+            break;
+        }
+        b.cmsErrorForNumber.insert(rule.left(eq), code);
+    }
+    return options;
+}
+
+} // namespace sim::SimOptionsParser

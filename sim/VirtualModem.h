@@ -1,0 +1,42 @@
+#pragma once
+// A GSM modem on a pseudo-terminal: the computer opens devicePath() as it would a USB modem's
+// serial port and talks AT to it. The modem never changes the line settings of that side,
+// so a client that leaves the terminal in canonical mode with echo sees exactly the trouble
+// it would see on a real modem line.
+//
+// Messages: received() lists every accepted message, concatenated ones joined by their
+// header; a message whose parts are still missing is listed with complete == false. The
+// JSON-lines log (when logPath is set) gets a line when a message is complete, and a line
+// for each incomplete one when the modem stops or is unplugged, or when a new message
+// reusing its reference displaces it.
+#include "ModemConfig.h"
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+namespace sim {
+
+class VirtualModem {
+public:
+    VirtualModem(ModemIdentity identity = {}, ModemBehaviour behaviour = {}, QString logPath = {});
+    ~VirtualModem();                 // stops and closes the line
+    VirtualModem(const VirtualModem&) = delete;
+    VirtualModem& operator=(const VirtualModem&) = delete;
+
+    bool start();                    // opens the pty pair (posix_openpt), serves on its own thread
+    QString devicePath() const;      // the slave path to open, e.g. /dev/pts/7
+    void unplug();                   // closes the line now
+    bool isPlugged() const;          // started and not unplugged (by unplug() or by behaviour)
+    QList<ReceivedMessage> received() const;   // thread-safe
+    QStringList commandLog() const;  // every command line received, in order (for session tests)
+    void setBehaviour(const ModemBehaviour&);  // takes effect for the next command
+
+private:
+    class Line;
+    std::unique_ptr<Line> m_line;
+};
+
+} // namespace sim
