@@ -13,7 +13,10 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <libxml/parser.h>
+
 #include <algorithm>
+#include <memory>
 
 void (*SpreadsheetWriter::writeFailureBeep)() = nullptr;
 
@@ -41,8 +44,14 @@ SpreadsheetWriter::SpreadsheetWriter() : m_workDir(QDir::tempPath() + QStringLit
 }
 
 SpreadsheetWriter& SpreadsheetWriter::shared() {
-    if (!spreadsheet)
-        spreadsheet = new SpreadsheetWriter; // kept for the life of the process
+    // Kept for the life of the process; destroyed at exit so the working folder, which holds
+    // the operator's contacts, does not outlive it.
+    static std::unique_ptr<SpreadsheetWriter> owner;
+    if (!spreadsheet) {
+        xmlInitParser();
+        owner.reset(new SpreadsheetWriter);
+        spreadsheet = owner.get();
+    }
     return *spreadsheet;
 }
 
