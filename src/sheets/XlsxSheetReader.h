@@ -42,5 +42,5 @@ private:
     // One cell's value; throws ReadFailure (caught inside the reads) on a style out of range.
     QString cellValue(const xmlNode* cell, ExcelDateFormatter& dates, QHash<int, QString>& patterns) const;
     QString sharedString(const QString& indexText) const;
-    const XlsxWorkbookTables& m_tables;
+    XlsxWorkbookTables m_tables; // refers to tables that outlive the reader
 };
