@@ -1,0 +1,304 @@
+// Messages handed to the virtual modem in both modes: what the network received (decoded on
+// the modem's side, independently of our encoder), the status texts, stops and unplugging.
+#include "QStringPrinting.h"
+
+#include "core/Log.h"
+#include "core/SendingFlags.h"
+#include "gsm/MFCSMS.h"
+#include "sim/VirtualModem.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+namespace {
+
+// Reads end after this much quiet (prescribed seconds; real milliseconds under the tests' clock).
+constexpr double kQuietSeconds = 30.0;
+
+const QString kNumber = QStringLiteral("+447700900001");
+const QString kRefusedNumber = QStringLiteral("+447700900999");
+const QString kDefaultSmsc = QStringLiteral("+447700900123");
+
+QString gsmText(int length) {
+    const QString pattern = QStringLiteral("The quick brown fox jumps over the lazy dog 0123456789. ");
+    QString text;
+    while (text.size() < length)
+        text += pattern;
+    return text.left(length);
+}
+
+QString cyrillicText(int length) {
+    QString text;
+    for (int i = 0; i < length; ++i)
+        text += QChar(0x0410 + i % 32);
+    return text;
+}
+
+enum class Mode { Pdu, Text };
+
+struct ModemUnderTest {
+    explicit ModemUnderTest(sim::ModemBehaviour behaviour = {}) : modem({}, behaviour) {
+        started = modem.start();
+        session.initPort_with_decp(modem.devicePath(), fd);
+        if (session.port())
+            session.port()->setReadTimeout(kQuietSeconds);
+        session.setDefaultSmscLookup([](const QString&) { return kDefaultSmsc; });
+    }
+
+    bool prepare(Mode mode) {
+        return started && session.Check_Connection(fd) &&
+               (mode == Mode::Pdu ? session.Prepare_Modem_For_PDU_SMS(fd) : session.Prepare_Modem_For_Text_SMS(fd));
+    }
+
+    bool send(Mode mode, const QString& number, const QString& message, QString& status, bool unicode = false,
+              bool flash = false, const QString& smsc = {}, const QString& capability = "Yes") {
+        return mode == Mode::Pdu
+                   ? session.Send_PDU_SMS(fd, number, message, smsc, flash, unicode, status, capability)
+                   : session.Send_Text_SMS(fd, number, message, smsc, flash, unicode, modem.devicePath(), status,
+                                           capability);
+    }
+
+    int commandCount(const QString& prefix) const {
+        int count = 0;
+        for (const QString& line : modem.commandLog())
+            count += line.startsWith(prefix) ? 1 : 0;
+        return count;
+    }
+
+    sim::VirtualModem modem;
+    bool started = false;
+    MFCSMS session;
+    int fd = -1;
+};
+
+// "AT+CMGS=\"<number>\"\r\n" ends the command at CR; modems start the text at their prompt,
+// so the LF that follows the CR is no part of it. A virtual modem that takes it into the text
+// cannot show whether text mode delivers the exact text: those checks are skipped, visibly.
+bool lineFeedAfterCommandEntersText() {
+    ModemUnderTest m;
+    QString status;
+    if (!m.prepare(Mode::Text) || !m.send(Mode::Text, kNumber, "probe", status) || m.modem.received().isEmpty())
+        return false;
+    return m.modem.received().constFirst().text == QLatin1String("\nprobe");
+}
+
+#define SKIP_IF_TEXT_MODE_CANNOT_BE_JUDGED()                                                                   \
+    if (lineFeedAfterCommandEntersText())                                                                      \
+    GTEST_SKIP() << "the virtual modem takes the LF after the AT+CMGS command line into the message text"
+
+class StopFlagReset : public ::testing::Test {
+protected:
+    void SetUp() override { Stop_SMS_Sending_Now = false; }
+    void TearDown() override { Stop_SMS_Sending_Now = false; }
+};
+using MFCSMSSubmission = StopFlagReset;
+
+TEST_F(MFCSMSSubmission, PduModeDeliversTheExactText) {
+    const struct {
+        const char* name;
+        QString message;
+        bool unicode;
+        bool flash;
+        QString smsc;
+        int parts;
+        int dcs;
+    } cases[] = {
+        {"short", "Hello from the test", false, false, "", 1, 0x00},
+        {"extension characters", "Braces {x} [y] ~ | \\ ^ cost 5\u20AC", false, false, "", 1, 0x00},
+        {"160 characters stay single", gsmText(160), false, false, "", 1, 0x00},
+        {"300 characters in two parts", gsmText(300), false, false, "", 2, 0x00},
+        {"flash", "Flash!", false, true, "", 1, 0x10},
+        {"custom service centre", "Via another centre", false, false, "+15550001", 1, 0x00},
+        {"UCS2 single", cyrillicText(70), true, false, "", 1, 0x08},
+        {"UCS2 in two parts", cyrillicText(71), true, false, "", 2, 0x08},
+        {"UCS2 flash", cyrillicText(10), true, true, "", 1, 0x18},
+    };
+    for (const auto& c : cases) {
+        ModemUnderTest m;
+        ASSERT_TRUE(m.prepare(Mode::Pdu)) << c.name;
+        QString status;
+        EXPECT_TRUE(m.send(Mode::Pdu, kNumber, c.message, status, c.unicode, c.flash, c.smsc)) << c.name;
+        EXPECT_EQ(status, "Message sent successfully.") << c.name;
+        const QList<sim::ReceivedMessage> received = m.modem.received();
+        ASSERT_EQ(received.size(), 1) << c.name;
+        EXPECT_EQ(received[0].text, c.message) << c.name;
+        EXPECT_EQ(received[0].number, kNumber) << c.name;
+        EXPECT_EQ(received[0].mode, "PDU") << c.name;
+        EXPECT_EQ(received[0].parts, c.parts) << c.name;
+        EXPECT_EQ(received[0].dcs, c.dcs) << c.name;
+        EXPECT_TRUE(received[0].complete) << c.name;
+        if (!c.smsc.isEmpty()) {
+            EXPECT_EQ(received[0].smsc, c.smsc) << c.name;
+        }
+        EXPECT_EQ(m.commandCount("AT+CMGS="), c.parts) << c.name;
+    }
+}
+
+TEST_F(MFCSMSSubmission, TextModeSendsIndependentPieces) {
+    SKIP_IF_TEXT_MODE_CANNOT_BE_JUDGED();
+    const QString gsm300 = gsmText(300);
+    const QString cyrillic71 = cyrillicText(71);
+    const struct {
+        const char* name;
+        QString message;
+        bool unicode;
+        QStringList pieces;
+    } cases[] = {
+        {"short", "Hello in text mode", false, {"Hello in text mode"}},
+        {"300 characters as two messages of 150", gsm300, false, {gsm300.left(150), gsm300.mid(150)}},
+        {"UCS2 single", cyrillicText(20), true, {cyrillicText(20)}},
+        {"UCS2 71 characters as 64 and 7", cyrillic71, true, {cyrillic71.left(64), cyrillic71.mid(64)}},
+    };
+    for (const auto& c : cases) {
+        ModemUnderTest m;
+        ASSERT_TRUE(m.prepare(Mode::Text)) << c.name;
+        QString status;
+        EXPECT_TRUE(m.send(Mode::Text, kNumber, c.message, status, c.unicode)) << c.name;
+        EXPECT_EQ(status, "Message sent successfully.") << c.name;
+        const QList<sim::ReceivedMessage> received = m.modem.received();
+        ASSERT_EQ(received.size(), c.pieces.size()) << c.name;
+        for (qsizetype i = 0; i < received.size(); ++i) {
+            EXPECT_EQ(received[i].text, c.pieces[i]) << c.name << " piece " << i;
+            EXPECT_EQ(received[i].number, kNumber) << c.name;
+            EXPECT_EQ(received[i].mode, "TEXT") << c.name;
+        }
+        EXPECT_EQ(m.commandCount(c.unicode ? "AT+CSCS=\"UCS2\"" : "AT+CSCS=\"GSM\""), 1) << c.name;
+    }
+}
+
+TEST_F(MFCSMSSubmission, TextModeUsesACustomCentreForOneMessageOnly) {
+    ModemUnderTest m;
+    ASSERT_TRUE(m.prepare(Mode::Text));
+    QString status;
+    EXPECT_TRUE(m.send(Mode::Text, kNumber, "Through a custom centre", status, false, false, "+15550001"));
+    EXPECT_EQ(status, "Message sent successfully.");
+    const QStringList log = m.modem.commandLog();
+    const qsizetype custom = log.indexOf("AT+CSCA=\"+15550001\",145");
+    const qsizetype send = log.indexOf(QStringLiteral("AT+CMGS=\"%1\"").arg(kNumber));
+    const qsizetype restore = log.indexOf(QStringLiteral("AT+CSCA=\"%1\",145").arg(kDefaultSmsc));
+    ASSERT_GE(custom, 0);
+    EXPECT_LT(custom, send);
+    EXPECT_GT(restore, send);
+    ASSERT_EQ(m.modem.received().size(), 1);
+    EXPECT_EQ(m.modem.received()[0].smsc, "+15550001");
+}
+
+TEST_F(MFCSMSSubmission, FormatIsSwitchedBackBeforeEachMessage) {
+    SKIP_IF_TEXT_MODE_CANNOT_BE_JUDGED();
+    ModemUnderTest m;
+    ASSERT_TRUE(m.prepare(Mode::Pdu)); // the modem is left in PDU format
+    QString status;
+    EXPECT_TRUE(m.send(Mode::Text, kNumber, "Text after PDU", status));
+    ASSERT_EQ(m.modem.received().size(), 1);
+    EXPECT_EQ(m.modem.received()[0].text, "Text after PDU");
+    EXPECT_EQ(m.commandCount("AT+CMGF=1"), 1);
+}
+
+TEST_F(MFCSMSSubmission, StatusTexts) {
+    const struct {
+        const char* name;
+        Mode mode;
+        QString number;
+        QString capability;
+        QString message;
+        bool fallsSilent; // after the preparation
+        QString expected;
+    } cases[] = {
+        {"refused in PDU mode", Mode::Pdu, kRefusedNumber, "Yes", "Hi", false, "+CMS ERROR: 38"},
+        {"refused in text mode", Mode::Text, kRefusedNumber, "Yes", "Hi", false, "+CMS ERROR: 38"},
+        {"refused long message", Mode::Pdu, kRefusedNumber, "Yes", gsmText(200), false, "+CMS ERROR: 38"},
+        {"unproven device, PDU", Mode::Pdu, kNumber, "Not Detected", "Hi", false, "Message sent to device."},
+        {"unproven device, text", Mode::Text, kNumber, "Not Detected", "Hi", false, "Message sent to device."},
+        {"unproven device refused", Mode::Pdu, kRefusedNumber, "Not Detected", "Hi", false, "+CMS ERROR: 38"},
+        // Neither OK nor an error: nothing says the message failed.
+        {"no answer at all", Mode::Pdu, kNumber, "Yes", "Hi", true, "Message sent successfully."},
+    };
+    for (const auto& c : cases) {
+        sim::ModemBehaviour behaviour;
+        behaviour.cmsErrorForNumber.insert(kRefusedNumber, 38);
+        ModemUnderTest m(behaviour);
+        ASSERT_TRUE(m.prepare(c.mode)) << c.name;
+        if (c.fallsSilent) {
+            behaviour.silent = true;
+            m.modem.setBehaviour(behaviour);
+        }
+        QString status;
+        EXPECT_TRUE(m.send(c.mode, c.number, c.message, status, false, false, {}, c.capability)) << c.name;
+        EXPECT_EQ(status, c.expected) << c.name;
+    }
+}
+
+TEST_F(MFCSMSSubmission, SilentModemFailsTheConnectionCheck) {
+    sim::ModemBehaviour behaviour;
+    behaviour.silent = true;
+    ModemUnderTest m(behaviour);
+    LogCapture log;
+    EXPECT_FALSE(m.session.Check_Connection(m.fd));
+    EXPECT_EQ(m.commandCount("AT"), 6);
+    EXPECT_TRUE(log.contains("Check_Connection FAIL m_sLastResponse not OK"));
+}
+
+TEST_F(MFCSMSSubmission, SlowOrChattyModemsAreWaitedFor) {
+    const struct {
+        const char* name;
+        int bursts;
+        int networkDelayMs;
+        bool echo;
+    } cases[] = {
+        {"answers in bursts", 4, 200, true},
+        {"slow network", 1, 4000, true}, // most of the answer wait
+        {"no echo", 1, 200, false},
+    };
+    for (const auto& c : cases) {
+        sim::ModemBehaviour behaviour;
+        behaviour.answerBursts = c.bursts;
+        behaviour.networkDelayMs = c.networkDelayMs;
+        behaviour.echo = c.echo;
+        ModemUnderTest m(behaviour);
+        ASSERT_TRUE(m.prepare(Mode::Pdu)) << c.name;
+        QString status;
+        EXPECT_TRUE(m.send(Mode::Pdu, kNumber, gsmText(300), status)) << c.name;
+        EXPECT_EQ(status, "Message sent successfully.") << c.name;
+        ASSERT_EQ(m.modem.received().size(), 1) << c.name;
+        EXPECT_EQ(m.modem.received()[0].text, gsmText(300)) << c.name;
+    }
+}
+
+TEST_F(MFCSMSSubmission, StopEndsALongMessageAfterTheCurrentPart) {
+    for (Mode mode : {Mode::Pdu, Mode::Text}) {
+        Stop_SMS_Sending_Now = false;
+        ModemUnderTest m;
+        ASSERT_TRUE(m.prepare(mode));
+        // The operator presses Stop while the modem is taking the first part.
+        std::atomic<bool> done{false};
+        std::thread operatorThread([&] {
+            while (!done && m.modem.received().isEmpty())
+                std::this_thread::sleep_for(std::chrono::microseconds(200));
+            Stop_SMS_Sending_Now = true;
+        });
+        QString status;
+        const bool result = m.send(mode, kNumber, gsmText(400), status);
+        done = true;
+        operatorThread.join();
+        EXPECT_TRUE(result);
+        EXPECT_EQ(m.commandCount("AT+CMGS="), 1);
+        const QList<sim::ReceivedMessage> received = m.modem.received();
+        ASSERT_EQ(received.size(), 1);
+        EXPECT_EQ(received[0].parts, 1);
+    }
+}
+
+TEST_F(MFCSMSSubmission, UnpluggedModemGivesAConnectionError) {
+    for (Mode mode : {Mode::Pdu, Mode::Text}) {
+        sim::ModemBehaviour behaviour;
+        behaviour.unplugAfterParts = 1;
+        ModemUnderTest m(behaviour);
+        ASSERT_TRUE(m.prepare(mode));
+        QString status;
+        EXPECT_FALSE(m.send(mode, kNumber, gsmText(300), status));
+        EXPECT_EQ(status, "Device Connection Error!");
+    }
+}
+
+} // namespace
