@@ -7,6 +7,11 @@
 #include "gsm/MFCSMS.h"
 #include "sim/VirtualModem.h"
 
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+
 #include <gtest/gtest.h>
 
 #include <thread>
@@ -38,7 +43,8 @@ QString cyrillicText(int length) {
 enum class Mode { Pdu, Text };
 
 struct ModemUnderTest {
-    explicit ModemUnderTest(sim::ModemBehaviour behaviour = {}) : modem({}, behaviour) {
+    explicit ModemUnderTest(sim::ModemBehaviour behaviour = {}, const QString& logPath = {})
+        : modem({}, behaviour, logPath) {
         started = modem.start();
         session.initPort_with_decp(modem.devicePath(), fd);
         if (session.port())
@@ -148,6 +154,31 @@ TEST_F(MFCSMSSubmission, TextModeSendsIndependentPieces) {
             EXPECT_EQ(received[i].mode, "TEXT") << c.name;
         }
         EXPECT_EQ(m.commandCount(c.unicode ? "AT+CSCS=\"UCS2\"" : "AT+CSCS=\"GSM\""), 1) << c.name;
+    }
+}
+
+TEST_F(MFCSMSSubmission, NetworkLogShowsTheExactText) {
+    const QString text = gsmText(300);
+    for (Mode mode : {Mode::Pdu, Mode::Text}) {
+        QTemporaryDir dir;
+        const QString logPath = dir.filePath("network.jsonl");
+        {
+            ModemUnderTest m({}, logPath);
+            ASSERT_TRUE(m.prepare(mode));
+            QString status;
+            EXPECT_TRUE(m.send(mode, kNumber, text, status));
+        }
+        QFile log(logPath);
+        ASSERT_TRUE(log.open(QIODevice::ReadOnly));
+        QString delivered; // text mode sends independent pieces, one line each
+        for (const QByteArray& line : log.readAll().split('\n')) {
+            if (line.trimmed().isEmpty())
+                continue;
+            const QJsonObject entry = QJsonDocument::fromJson(line).object();
+            EXPECT_EQ(entry.value("number").toString(), kNumber);
+            delivered += entry.value("text").toString();
+        }
+        EXPECT_EQ(delivered, text) << (mode == Mode::Pdu ? "PDU" : "text");
     }
 }
 
