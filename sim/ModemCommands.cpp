@@ -90,7 +90,6 @@ CommandResult ModemCommands::basic(const AtCommand& command, const ModemBehaviou
     }
     if (name == u"Z" || name == u"&F") {
         m_settings = factorySettings(m_identity, behaviour);
-        m_settings.echo = true; // the stored and factory profiles both echo
         return ok();
     }
     if (name == u"Q" || name == u"V" || name == u"X" || name == u"&C" || name == u"&D"
@@ -117,6 +116,10 @@ CommandResult ModemCommands::identification(const AtCommand& command,
     const bool shortForm = name == u"+GMI" || name == u"+GMM" || name == u"+GMR" || name == u"+GSN";
     if (shortForm && behaviour.undefinedIdentity)
         return ok({QStringLiteral("Undefined")});
+    if (name == u"+GCAP")
+        return ok({QStringLiteral("+GCAP: +CGSM")});
+    if (name == u"+CIMI")
+        return ok({QStringLiteral("001010123456789")});
     if (name.endsWith(u"MI"))
         return ok({m_identity.manufacturer});
     if (name.endsWith(u"MM"))
@@ -125,10 +128,6 @@ CommandResult ModemCommands::identification(const AtCommand& command,
         return ok({m_identity.revision});
     if (name.endsWith(u"SN"))
         return ok({m_identity.imei});
-    if (name == u"+GCAP")
-        return ok({QStringLiteral("+GCAP: +CGSM")});
-    if (name == u"+CIMI")
-        return ok({QStringLiteral("001010123456789")});
     // "ATI": one block, as many modems print it
     return ok({QStringLiteral("Manufacturer: %1").arg(m_identity.manufacturer),
                QStringLiteral("Model: %1").arg(m_identity.model),

@@ -115,13 +115,14 @@ void ModemSession::bodyByte(char byte, QByteArray& echoed, const ModemBehaviour&
         m_line.answer(framed(QStringLiteral("OK")));
         return;
     }
-    if (m_settings.echo && !behaviour.silent)
+    const bool echoOn = m_settings.echo && !behaviour.silent;
+    if (echoOn)
         echoed.append(byte);
     if (m_input == Input::PduBody) {
         if (byte == kCarriageReturn || byte == kLineFeed || byte == ' ')
             return;
     } else if (byte == kCarriageReturn && !behaviour.silent) {
-        echoed.append(kPrompt.mid(1)); // each new line of text gets its own prompt
+        echoed.append(echoOn ? kPrompt.mid(1) : kPrompt); // each new line of text gets a prompt
     }
     if (m_body.size() < kMaxInput)
         m_body.append(byte);

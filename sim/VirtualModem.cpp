@@ -3,6 +3,7 @@
 #include "MessageAssembler.h"
 #include "MessageLog.h"
 #include "ModemSession.h"
+#include "PtyPair.h"
 #include "core/Clock.h"
 #include "core/Log.h"
 
@@ -13,21 +14,18 @@
 #include <mutex>
 #include <thread>
 
-#include <fcntl.h>
 #include <poll.h>
-#include <stdlib.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
 namespace sim {
 namespace {
 
-// While no one holds the terminal side open the master reports a hang-up on every poll;
-// this is how often the modem looks again for a new client.
-constexpr std::chrono::milliseconds kIdleLook{5};
 // A client that stops reading (a terminal left in canonical mode, for one) fills the line;
-// what the modem cannot hand over within this time is lost, as on a real line.
-constexpr int kWriteGiveUpMs = 1000;
+// what the modem cannot hand over within this time is lost, as on a real line. The same
+// bound applies to letting a client read the last answer before the line is pulled.
+constexpr std::chrono::milliseconds kHandOverLimit{1000};
+constexpr std::chrono::milliseconds kHandOverPoll{2};
 // Gap between the bursts of one answer, on the scaled clock.
 constexpr Clock::Duration kBurstGap{40};
 
@@ -61,8 +59,8 @@ private:
     ModemBehaviour behaviour() const;
     void serve();
     void writeAll(const QByteArray& bytes);
+    void letClientReadTheRest();
     void closeLine();
-    void record(const QList<ReceivedMessage>& messages);
 
     const ModemIdentity m_identity;
     mutable std::mutex m_mutex;      // guards the behaviour, the logs and the messages
@@ -72,11 +70,12 @@ private:
     QList<ReceivedMessage> m_messages;
     QStringList m_commandLog;
 
+    PtyPair m_pty;                   // used by the serving thread only, once started
     QString m_devicePath;
-    int m_master = -1;
     int m_wake = -1;
     bool m_started = false;
     std::atomic<bool> m_stopping{false};
+    std::atomic<bool> m_closing{false};
     std::atomic<bool> m_closed{false};
     std::atomic<bool> m_hangUpRequested{false};
     std::unique_ptr<ModemSession> m_session;
@@ -86,22 +85,15 @@ private:
 bool VirtualModem::Line::start() {
     if (m_started)
         return !m_closed;
-    m_master = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    if (m_master < 0) {
-        Show_NSLog_Message(QStringLiteral("virtual modem: posix_openpt failed: %1").arg(errnoText()));
+    if (!m_pty.open())
         return false;
-    }
-    char name[128] = {};
-    if (::grantpt(m_master) != 0 || ::unlockpt(m_master) != 0
-        || ::ptsname_r(m_master, name, sizeof name) != 0) {
-        Show_NSLog_Message(QStringLiteral("virtual modem: cannot prepare the terminal side: %1").arg(errnoText()));
-        ::close(m_master);
-        m_master = -1;
-        return false;
-    }
-    ::fcntl(m_master, F_SETFL, ::fcntl(m_master, F_GETFL) | O_NONBLOCK);
     m_wake = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    m_devicePath = QString::fromLocal8Bit(name);
+    if (m_wake < 0) {
+        Show_NSLog_Message(QStringLiteral("virtual modem: eventfd failed: %1").arg(errnoText()));
+        m_pty.close();
+        return false;
+    }
+    m_devicePath = m_pty.devicePath();
     m_session = std::make_unique<ModemSession>(m_identity, [this] { return behaviour(); }, *this, m_devicePath);
     m_started = true;
     m_thread = std::thread([this] { serve(); });
@@ -116,7 +108,7 @@ void VirtualModem::Line::stop() {
         const quint64 one = 1;
         [[maybe_unused]] const ssize_t ignored = ::write(m_wake, &one, sizeof one);
     }
-    if (m_thread.joinable() && m_thread.get_id() != std::this_thread::get_id())
+    if (m_thread.joinable())
         m_thread.join();
     closeLine();
     if (m_wake >= 0) {
@@ -126,26 +118,26 @@ void VirtualModem::Line::stop() {
 }
 
 void VirtualModem::Line::closeLine() {
-    if (m_closed.exchange(true))
+    if (m_closing.exchange(true))
         return;
-    if (m_master >= 0) {
-        ::close(m_master);
-        m_master = -1;
+    m_pty.close();
+    {
+        std::lock_guard lock(m_mutex);
+        const QList<ReceivedMessage> unfinished = m_assembler.takePending();
+        for (const ReceivedMessage& message : unfinished) {
+            m_messages.append(message);
+            m_log.append(message);
+        }
     }
-    std::lock_guard lock(m_mutex);
-    const QList<ReceivedMessage> unfinished = m_assembler.takePending();
-    for (const ReceivedMessage& message : unfinished) {
-        m_messages.append(message);
-        m_log.append(message);
-    }
+    m_closed = true; // only now: whoever sees the line closed finds the log complete
 }
 
 void VirtualModem::Line::serve() {
     char buffer[4096];
-    while (!m_stopping) {
-        pollfd fds[2] = {{m_master, POLLIN, 0}, {m_wake, POLLIN, 0}};
-        const int ready = ::poll(fds, 2, -1);
-        if (ready < 0) {
+    while (!m_stopping && !m_hangUpRequested) {
+        pollfd fds[3] = {{m_pty.master(), POLLIN, 0}, {m_wake, POLLIN, 0},
+                         {m_pty.openCloseEvents(), POLLIN, 0}};
+        if (::poll(fds, 3, -1) < 0) {
             if (errno == EINTR)
                 continue;
             Show_NSLog_Message(QStringLiteral("virtual modem %1: poll failed: %2").arg(m_devicePath, errnoText()));
@@ -153,53 +145,57 @@ void VirtualModem::Line::serve() {
         }
         if (m_stopping)
             break;
-        if (!(fds[0].revents & POLLIN)) {
-            std::this_thread::sleep_for(kIdleLook); // no client on the line
+        if (fds[2].revents & POLLIN)
+            m_pty.updateClients();
+        if (!(fds[0].revents & POLLIN))
             continue;
-        }
-        const ssize_t count = ::read(m_master, buffer, sizeof buffer);
-        if (count <= 0) {
-            if (count < 0 && errno != EAGAIN && errno != EINTR && errno != EIO)
-                Show_NSLog_Message(QStringLiteral("virtual modem %1: read failed: %2").arg(m_devicePath, errnoText()));
-            std::this_thread::sleep_for(kIdleLook);
-            continue;
-        }
-        m_session->feed(QByteArray(buffer, count));
-        if (m_hangUpRequested)
-            break;
+        const ssize_t count = ::read(m_pty.master(), buffer, sizeof buffer);
+        if (count > 0)
+            m_session->feed(QByteArray(buffer, count));
+        else if (count < 0 && errno != EAGAIN && errno != EINTR)
+            Show_NSLog_Message(QStringLiteral("virtual modem %1: read failed: %2").arg(m_devicePath, errnoText()));
     }
-    if (m_hangUpRequested)
+    if (m_hangUpRequested && !m_stopping) {
+        letClientReadTheRest();
         closeLine();
+    }
+}
+
+void VirtualModem::Line::letClientReadTheRest() {
+    const auto deadline = std::chrono::steady_clock::now() + kHandOverLimit;
+    while (std::chrono::steady_clock::now() < deadline && !m_stopping && m_pty.updateClients() > 0
+           && m_pty.unreadByClient() > 0)
+        std::this_thread::sleep_for(kHandOverPoll);
 }
 
 void VirtualModem::Line::writeAll(const QByteArray& bytes) {
-    if (bytes.isEmpty() || m_stopping || m_hangUpRequested || m_master < 0)
+    if (bytes.isEmpty() || m_stopping || !m_pty.isOpen())
         return;
+    if (m_pty.updateClients() == 0)
+        return; // nobody holds the port open: the bytes go nowhere, as on a real line
     qsizetype sent = 0;
-    int waitedMs = 0;
+    const auto deadline = std::chrono::steady_clock::now() + kHandOverLimit;
     while (sent < bytes.size() && !m_stopping) {
-        const ssize_t n = ::write(m_master, bytes.constData() + sent, size_t(bytes.size() - sent));
+        const ssize_t n = ::write(m_pty.master(), bytes.constData() + sent, size_t(bytes.size() - sent));
         if (n > 0) {
             sent += n;
             continue;
         }
         if (n < 0 && errno != EAGAIN && errno != EINTR)
-            return; // nobody on the line: the bytes go nowhere
-        if (waitedMs >= kWriteGiveUpMs)
             return;
-        pollfd out = {m_master, POLLOUT, 0};
-        ::poll(&out, 1, 10);
-        waitedMs += 10;
+        if (std::chrono::steady_clock::now() >= deadline)
+            return;
+        pollfd out = {m_pty.master(), POLLOUT, 0};
+        ::poll(&out, 1, int(kHandOverPoll.count()));
     }
 }
 
 void VirtualModem::Line::answer(const QByteArray& bytes) {
-    const int bursts = std::clamp(behaviour().answerBursts, 1, int(std::max<qsizetype>(1, bytes.size())));
-    const qsizetype size = (bytes.size() + bursts - 1) / bursts;
-    for (qsizetype offset = 0; offset < bytes.size(); offset += size) {
-        if (offset > 0 && !Clock::sleepUnless(kBurstGap, [this] { return m_stopping.load(); }))
+    const QList<QByteArray> bursts = splitIntoBursts(bytes, behaviour().answerBursts);
+    for (qsizetype i = 0; i < bursts.size(); ++i) {
+        if (i > 0 && !Clock::sleepUnless(kBurstGap, [this] { return m_stopping.load(); }))
             return;
-        writeAll(bytes.mid(offset, size));
+        writeAll(bursts.at(i));
     }
 }
 
@@ -238,6 +234,18 @@ QList<ReceivedMessage> VirtualModem::Line::received() const {
 QStringList VirtualModem::Line::commandLog() const {
     std::lock_guard lock(m_mutex);
     return m_commandLog;
+}
+
+QList<QByteArray> VirtualModem::splitIntoBursts(const QByteArray& answer, int bursts) {
+    QList<QByteArray> pieces;
+    const qsizetype count = std::clamp<qsizetype>(bursts, 1, std::max<qsizetype>(1, answer.size()));
+    qsizetype offset = 0;
+    for (qsizetype i = 0; i < count; ++i) {
+        const qsizetype end = answer.size() * (i + 1) / count; // sizes differ by one at most
+        pieces.append(answer.mid(offset, end - offset));
+        offset = end;
+    }
+    return pieces;
 }
 
 VirtualModem::VirtualModem(ModemIdentity identity, ModemBehaviour behaviour, QString logPath)

@@ -34,6 +34,9 @@ public:
     QStringList commandLog() const;  // every command line received, in order (for session tests)
     void setBehaviour(const ModemBehaviour&);  // takes effect for the next command
 
+    // How an answer is cut into `bursts` writes (at least one byte each).
+    static QList<QByteArray> splitIntoBursts(const QByteArray& answer, int bursts);
+
 private:
     class Line;
     std::unique_ptr<Line> m_line;

@@ -2,9 +2,17 @@
 #include "sim/MessageLog.h"
 #include "sim/VirtualModem.h"
 
+#include "TestEnvironment.h"
+#include "core/Clock.h"
+
+#include <QFile>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <sys/ioctl.h>
+#include <termios.h>
+#include <unistd.h>
 
 namespace {
 
@@ -52,6 +60,178 @@ TEST(VirtualModemLine, SubmitsAPduAndRecordsWhatTheNetworkReceived) {
     ASSERT_EQ(logged.size(), 1);
     EXPECT_EQ(logged.at(0).text, QStringLiteral("A"));
     EXPECT_EQ(logged.at(0).pduHex, received.at(0).pduHex);
+}
+
+// Two parts of one message to +12345, "Hi" each, joined by a 16-bit reference header.
+const QByteArray kPart1 = "00510005912143F50000FF0A06080400000201C834";
+const QByteArray kPart2 = "00510005912143F50000FF0A06080400000202C834";
+
+TEST(VirtualModemLine, AnswersSplitIntoBurstsArriveWhole) {
+    const struct { QByteArray answer; int bursts; QList<QByteArray> pieces; } cases[] = {
+        {"\r\nOK\r\n", 1, {"\r\nOK\r\n"}},
+        {"\r\nOK\r\n", 2, {"\r\nO", "K\r\n"}},
+        {"\r\nOK\r\n", 3, {"\r\n", "OK", "\r\n"}},
+        {"OK", 5, {"O", "K"}},              // never an empty write
+        {"OK", 0, {"OK"}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(VirtualModem::splitIntoBursts(c.answer, c.bursts), c.pieces) << c.bursts;
+
+    ModemBehaviour b = quietBehaviour();
+    b.answerBursts = 4;
+    VirtualModem modem({}, b);
+    ASSERT_TRUE(modem.start());
+    PtyClient client(modem.devicePath());
+    EXPECT_EQ(client.command("AT+CSQ;+CBC\r"), QByteArray("\r\n+CSQ: 20,99\r\n\r\n+CBC: 0,80\r\n\r\nOK\r\n"));
+}
+
+TEST(VirtualModemLine, ConcatenatedPartsBecomeOneLoggedMessage) {
+    QTemporaryDir dir;
+    const QString logPath = dir.filePath("log.jsonl");
+    VirtualModem modem({}, quietBehaviour(), logPath);
+    ASSERT_TRUE(modem.start());
+    PtyClient client(modem.devicePath());
+    client.command("AT+CMGS=20\r");
+    EXPECT_TRUE(client.command(kPart1 + "\x1a").contains("+CMGS: 1"));
+    ASSERT_EQ(modem.received().size(), 1);
+    EXPECT_FALSE(modem.received().at(0).complete);      // visible while waiting for part 2
+    EXPECT_TRUE(sim::MessageLog::read(logPath).isEmpty()); // but not logged yet
+    client.command("AT+CMGS=20\r");
+    EXPECT_TRUE(client.command(kPart2 + "\x1a").contains("+CMGS: 2"));
+    const QList<sim::ReceivedMessage> logged = sim::MessageLog::read(logPath);
+    ASSERT_EQ(logged.size(), 1);
+    EXPECT_EQ(logged.at(0).text, QStringLiteral("HiHi"));
+    EXPECT_EQ(logged.at(0).parts, 2);
+    EXPECT_TRUE(logged.at(0).complete);
+    EXPECT_EQ(logged.at(0).pduHex, (QStringList{kPart1, kPart2}));
+    EXPECT_EQ(modem.received().size(), 1);
+}
+
+TEST(VirtualModemLine, UnpluggingMidMessageClosesTheLineAndLogsWhatArrived) {
+    QTemporaryDir dir;
+    const QString logPath = dir.filePath("log.jsonl");
+    ModemBehaviour b = quietBehaviour();
+    b.unplugAfterParts = 1;
+    VirtualModem modem({}, b, logPath);
+    ASSERT_TRUE(modem.start());
+    const QString path = modem.devicePath();
+    {
+        PtyClient client(path);
+        client.command("AT+CMGS=20\r");
+        // the client still gets the answer of the part that went through
+        const QByteArray lastAnswer = client.command(kPart1 + "\x1a");
+        EXPECT_TRUE(lastAnswer.contains("\r\n+CMGS: 1\r\n\r\nOK\r\n")) << lastAnswer.toStdString();
+        ASSERT_TRUE(spinUntil([&] { return !modem.isPlugged(); }));
+        EXPECT_TRUE(client.readFor(std::chrono::milliseconds(100)).isEmpty());
+        EXPECT_FALSE(client.send("AT+CMGS=20\r"));
+    }
+    EXPECT_FALSE(QFile::exists(path)); // once let go, the device node is gone for good
+    const QList<sim::ReceivedMessage> logged = sim::MessageLog::read(logPath);
+    ASSERT_EQ(logged.size(), 1);
+    EXPECT_FALSE(logged.at(0).complete);
+    EXPECT_EQ(logged.at(0).parts, 1);
+    EXPECT_EQ(logged.at(0).totalParts, 2);
+    EXPECT_EQ(logged.at(0).text, QStringLiteral("Hi"));
+}
+
+TEST(VirtualModemLine, UnplugInterruptsTheNetworkWait) {
+    ModemBehaviour b = quietBehaviour();
+    b.networkDelayMs = 3600 * 1000; // an hour, scaled: long enough to be inside it when unplugged
+    VirtualModem modem({}, b);
+    ASSERT_TRUE(modem.start());
+    PtyClient client(modem.devicePath());
+    client.command("AT+CMGS=12\r");
+    client.send("00110005912143F50000FF0141\x1a");
+    client.readFor(std::chrono::milliseconds(50));
+    modem.unplug();
+    EXPECT_FALSE(modem.isPlugged());
+    EXPECT_TRUE(modem.received().isEmpty()); // never accepted: the network did not answer
+}
+
+TEST(VirtualModemLine, RefusesChosenNumbersAndHonoursBehaviourChanges) {
+    ModemBehaviour b = quietBehaviour();
+    b.cmsErrorForNumber.insert("+12345", 38);
+    VirtualModem modem({}, b);
+    ASSERT_TRUE(modem.start());
+    PtyClient client(modem.devicePath());
+    client.command("AT+CMGS=12\r");
+    EXPECT_EQ(client.command("00110005912143F50000FF0141\x1a"), QByteArray("\r\n+CMS ERROR: 38\r\n"));
+    EXPECT_EQ(client.command("AT+CMGS=?\r"), QByteArray("\r\nOK\r\n"));
+    b.cmgsTestAnswersError = true;
+    b.cmsErrorForNumber.clear();
+    modem.setBehaviour(b);
+    EXPECT_EQ(client.command("AT+CMGS=?\r"), QByteArray("\r\nERROR\r\n"));
+    client.command("AT+CMGS=12\r");
+    EXPECT_TRUE(client.command("00110005912143F50000FF0141\x1a").contains("+CMGS: 1"));
+    EXPECT_EQ(modem.received().size(), 1);
+}
+
+TEST(VirtualModemLine, SilentModemHearsButNeverAnswers) {
+    ModemBehaviour b;
+    b.silent = true;
+    VirtualModem modem({}, b);
+    ASSERT_TRUE(modem.start());
+    PtyClient client(modem.devicePath());
+    client.send("AT\r\n");
+    EXPECT_TRUE(client.readFor(std::chrono::milliseconds(100)).isEmpty());
+    ASSERT_TRUE(spinUntil([&] { return modem.commandLog() == QStringList{"AT"}; }));
+}
+
+// A terminal nobody put in raw mode echoes whatever the modem sends straight back to it and
+// keeps the "> " prompt from the program until a line end arrives.
+TEST(VirtualModemLine, ClientThatForgetsRawModeSeesTheLineFault) {
+    VirtualModem modem;
+    ASSERT_TRUE(modem.start());
+    {
+        PtyClient canonical(modem.devicePath(), false);
+        ASSERT_TRUE(canonical.isOpen());
+        termios options{};
+        ASSERT_EQ(::tcgetattr(canonical.fd(), &options), 0);
+        ASSERT_TRUE(options.c_lflag & ICANON) << "a fresh terminal starts canonical";
+        canonical.send("ATE0\r");
+        // the modem's own echo and answer come back to it as if typed
+        ASSERT_TRUE(spinUntil([&] { return modem.commandLog().contains(QStringLiteral("OK")); }))
+            << modem.commandLog().join('|').toStdString();
+        EXPECT_GE(modem.commandLog().count(QStringLiteral("ATE0")), 2);
+        canonical.send("AT+CMGS=12\r");
+        EXPECT_FALSE(canonical.readFor(std::chrono::milliseconds(300)).contains("> "));
+    }
+    VirtualModem clean;
+    ASSERT_TRUE(clean.start());
+    PtyClient raw(clean.devicePath());
+    raw.command("ATE0\r");
+    EXPECT_TRUE(raw.command("AT+CMGS=12\r").endsWith("> "));
+    EXPECT_EQ(clean.commandLog(), (QStringList{"ATE0", "AT+CMGS=12"}));
+}
+
+TEST(VirtualModemLine, ReopeningTheDeviceFindsTheSameModem) {
+    VirtualModem modem({}, quietBehaviour());
+    ASSERT_TRUE(modem.start());
+    {
+        PtyClient first(modem.devicePath());
+        EXPECT_EQ(first.command("AT+CMGF=1\r"), QByteArray("\r\nOK\r\n"));
+    }
+    PtyClient second(modem.devicePath());
+    EXPECT_EQ(second.command("AT+CMGF?\r"), QByteArray("\r\n+CMGF: 1\r\n\r\nOK\r\n"));
+}
+
+// A real serial device forgets its exclusive-use flag when its last user closes it; a bare
+// pty would keep it for as long as the modem lives and lock every later non-root open out.
+TEST(VirtualModemLine, ExclusiveUseEndsWithTheLastClose) {
+    VirtualModem modem({}, quietBehaviour());
+    ASSERT_TRUE(modem.start());
+    {
+        PtyClient holder(modem.devicePath());
+        ASSERT_EQ(::ioctl(holder.fd(), TIOCEXCL), 0);
+        int exclusive = 0;
+        ASSERT_EQ(::ioctl(holder.fd(), TIOCGEXCL, &exclusive), 0);
+        EXPECT_EQ(exclusive, 1);
+    }
+    EXPECT_TRUE(spinUntil([&] {
+        PtyClient next(modem.devicePath());
+        int exclusive = 1;
+        return next.isOpen() && ::ioctl(next.fd(), TIOCGEXCL, &exclusive) == 0 && exclusive == 0;
+    }));
 }
 
 } // namespace

@@ -1,0 +1,47 @@
+#pragma once
+// The pseudo-terminal behind a virtual modem, made to behave like a serial device node:
+// the modem holds a terminal-side descriptor of its own (so the line survives clients
+// coming and going) and watches the node's opens and closes. When the last client closes,
+// what it left unread is dropped and its exclusive-use flag is lifted, as the kernel does
+// when a real serial device is released; the terminal settings themselves are never touched.
+#include <QString>
+
+namespace sim {
+
+class PtyPair {
+public:
+    PtyPair() = default;
+    ~PtyPair() { close(); }
+    PtyPair(const PtyPair&) = delete;
+    PtyPair& operator=(const PtyPair&) = delete;
+
+    bool open();                  // false (and a log line) when the system has no pty to give
+    void close();                 // the device node disappears
+    bool isOpen() const { return m_master >= 0; }
+
+    QString devicePath() const { return m_path; }
+    int master() const { return m_master; }      // non-blocking
+    int openCloseEvents() const { return m_watch; } // readable when clients open or close
+
+    // Reads the pending open/close notifications; returns the number of clients now holding
+    // the device open. Releases the device when that number drops to zero.
+    int updateClients();
+    int clients() const { return m_clients; }
+
+    // Bytes the modem sent that the client has not read yet (complete lines only, when the
+    // client reads line by line).
+    int unreadByClient() const;
+    // Drops what no client will read (called while no client holds the device).
+    void discardUnread();
+
+private:
+    void release();
+
+    QString m_path;
+    int m_master = -1;
+    int m_keeper = -1;
+    int m_watch = -1;
+    int m_clients = 0;
+};
+
+} // namespace sim
