@@ -243,6 +243,25 @@ TEST_F(MFCSMSSubmission, StatusTexts) {
     }
 }
 
+TEST_F(MFCSMSSubmission, DeviceOpenedInTheCallersOrderWorksEveryTime) {
+    // Line set-up to prove the device, release it, then the session port; closed and again.
+    sim::VirtualModem modem;
+    ASSERT_TRUE(modem.start());
+    MFCSMS session;
+    for (int round = 1; round <= 3; ++round) {
+        const int lineFd = session.OpenSerialPort(modem.devicePath());
+        ASSERT_GE(lineFd, 0) << round;
+        session.CloseSerialPort(lineFd);
+        int fd = -1;
+        session.initPort_with_decp(modem.devicePath(), fd);
+        ASSERT_NE(session.port(), nullptr) << round;
+        session.port()->setReadTimeout(kQuietSeconds);
+        EXPECT_TRUE(session.Check_Connection(fd)) << round;
+        EXPECT_TRUE(session.Prepare_Modem_For_PDU_SMS(fd)) << round;
+        session.closePort();
+    }
+}
+
 TEST_F(MFCSMSSubmission, SilentModemFailsTheConnectionCheck) {
     sim::ModemBehaviour behaviour;
     behaviour.silent = true;
