@@ -9,4 +9,7 @@ public:
 
     QString title() const override;
     int runConnectionSteps() override;
+
+protected:
+    bool openDeviceSearchWindow() override;
 };

@@ -3,10 +3,15 @@
 #include "RecipientPanel.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 
+#include <QHBoxLayout>
+#include <QPushButton>
 #include <QVBoxLayout>
 
 GsmBulkSmsView::GsmBulkSmsView(Gsm_Bulk_Sms_Wnd& controller, QWidget* parent)
     : MainWindowView(controller, parent) {
     setObjectName(QStringLiteral("Gsm_Bulk_Sms_Wnd"));
     contentArea()->addWidget(new RecipientPanel(controller, this));
+    auto* search = new QPushButton(QStringLiteral("Search Device"), this);
+    deviceBar()->addWidget(search);
+    connect(search, &QPushButton::clicked, this, [&controller] { controller.connectDevice(); });
 }

@@ -24,7 +24,13 @@ int RecordTableModel::columnCount(const QModelIndex& parent) const {
 QVariant RecordTableModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid() || index.row() >= m_table.size() || index.column() >= columnCount())
         return {};
-    const QString value = m_table.at(index.row()).value(m_table.columns().at(index.column()));
+    const QString key = m_table.columns().at(index.column());
+    const QString value = m_table.at(index.row()).value(key);
+    if (key == m_checkKey) {
+        if (role == Qt::CheckStateRole)
+            return value == QLatin1String("1") ? Qt::Checked : Qt::Unchecked;
+        return {};
+    }
     switch (role) {
     case Qt::DisplayRole: {
         // One line per row keeps 100,000 rows at a fixed height; the tooltip shows it whole.
@@ -37,6 +43,26 @@ QVariant RecordTableModel::data(const QModelIndex& index, int role) const {
     default:
         return {};
     }
+}
+
+void RecordTableModel::setCheckColumn(const QString& key, std::function<void(int, bool)> onToggle) {
+    m_checkKey = key;
+    m_onToggle = std::move(onToggle);
+}
+
+Qt::ItemFlags RecordTableModel::flags(const QModelIndex& index) const {
+    Qt::ItemFlags f = QAbstractTableModel::flags(index);
+    if (index.isValid() && m_table.columns().value(index.column()) == m_checkKey)
+        f |= Qt::ItemIsUserCheckable;
+    return f;
+}
+
+bool RecordTableModel::setData(const QModelIndex& index, const QVariant& value, int role) {
+    if (role != Qt::CheckStateRole || !index.isValid() || m_table.columns().value(index.column()) != m_checkKey ||
+        !m_onToggle)
+        return false;
+    m_onToggle(index.row(), value.toInt() == Qt::Checked);
+    return true;
 }
 
 QVariant RecordTableModel::headerData(int section, Qt::Orientation orientation, int role) const {

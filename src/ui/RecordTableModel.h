@@ -5,6 +5,8 @@
 #include <QAbstractTableModel>
 #include <QHash>
 
+#include <functional>
+
 class RecordTable;
 
 class RecordTableModel : public QAbstractTableModel {
@@ -14,13 +16,19 @@ public:
 
     // Column titles shown instead of the keys, where they differ.
     void setColumnTitle(const QString& key, const QString& title);
+    // Shows the column as a tick box ("1" ticked); a click calls onToggle(row, ticked).
+    void setCheckColumn(const QString& key, std::function<void(int row, bool ticked)> onToggle);
 
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
+    Qt::ItemFlags flags(const QModelIndex& index) const override;
+    bool setData(const QModelIndex& index, const QVariant& value, int role = Qt::EditRole) override;
 
 private:
     const RecordTable& m_table;
     QHash<QString, QString> m_titles;
+    QString m_checkKey;
+    std::function<void(int, bool)> m_onToggle;
 };

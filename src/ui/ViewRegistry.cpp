@@ -3,6 +3,7 @@
 #include "ConnectionInfoView.h"
 #include "FillMsgInListView.h"
 #include "GsmDevConnStepView.h"
+#include "GsmDeviceListView.h"
 #include "MobileSelView.h"
 #include "SendMsgInfoView.h"
 #include "UpdateNumSmsView.h"
@@ -36,6 +37,7 @@ QDialog* createView(DialogController& dialog, QWidget* parent) {
 void registerStandardViews() {
     addView<MobileSelView, Mobile_Sel_Wnd>();
     addView<GsmDevConnStepView, GSM_DEV_Conn_Step_Wnd>();
+    addView<GsmDeviceListView, GSM_Device_List_Wnd>();
     addView<ConnectionInfoView, Connection_Info>();
     addView<FillMsgInListView, Fill_Msg_In_List>();
     addView<SendMsgInfoView, Send_Msg_Info>();

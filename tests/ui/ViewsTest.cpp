@@ -4,6 +4,7 @@
 #include "core/AppState.h"
 #include "core/Mobile_Sel_Wnd.h"
 #include "gsm/GSM_DEV_Conn_Step_Wnd.h"
+#include "gsm/GSM_Device_List_Wnd.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 #include "ui/AndroidBulkSmsView.h"
 #include "ui/GsmBulkSmsView.h"
@@ -37,7 +38,9 @@ TEST(Views, EveryDialogControllerHasAView) {
     Mobile_Sel_Wnd selection(gsm, android);
     GSM_DEV_Conn_Step_Wnd gsmSteps;
     Connection_Info androidSteps;
-    for (DialogController* dialog : std::initializer_list<DialogController*>{&selection, &gsmSteps, &androidSteps}) {
+    GSM_Device_List_Wnd devices(op);
+    for (DialogController* dialog :
+         std::initializer_list<DialogController*>{&selection, &gsmSteps, &androidSteps, &devices}) {
         std::unique_ptr<QDialog> view(ViewRegistry::createView(*dialog, nullptr));
         ASSERT_NE(view, nullptr) << dialog->metaObject()->className();
         EXPECT_FALSE(view->grab().isNull());
@@ -63,24 +66,24 @@ TEST(Views, StepButtonsEndTheDialogWithTheirCodes) {
 
 TEST(Views, MainWindowFollowsItsController) {
     ScriptedOperator op;
-    Gsm_Bulk_Sms_Wnd gsm(op);
-    GsmBulkSmsView view(gsm);
-    gsm.bringToFront();
+    Bulk_SMSAppDelegate android(op);
+    AndroidBulkSmsView view(android);
+    android.bringToFront();
     EXPECT_TRUE(view.isVisible());
-    EXPECT_EQ(view.windowTitle(), gsm.title());
+    EXPECT_EQ(view.windowTitle(), android.title());
 
-    port_val_str_array = QStringList{"/dev/ttyUSB0", "/dev/ttyUSB1"};
-    sel_port_name_str = "/dev/ttyUSB0";
+    port_val_str_array = QStringList{"Pixel", "Galaxy"};
+    sel_port_name_str = "Pixel";
     auto* devices = view.findChild<QComboBox*>("_cb_ports_ComboBox");
     ASSERT_NE(devices, nullptr);
     op.onModal([](DialogController& d) { d.endModal(1); });
-    // Searching clears the selection first; the search window is not there yet, so nothing is chosen.
-    gsm.connectDevice();
+    // Searching clears the selection first; the phone search window is not there yet, so nothing is chosen.
+    android.connectDevice();
     EXPECT_EQ(devices->count(), 0);
     EXPECT_TRUE(view.findChild<QPushButton*>("_NO_Device_Ticker")->isVisibleTo(&view));
     EXPECT_EQ(view.findChild<QPushButton*>("_Device_Name_Ticker")->text(), "No Mobile Phone Device is selected.");
 
-    gsm.hide();
+    android.hide();
     EXPECT_FALSE(view.isVisible());
     clearDeviceSelection();
 }

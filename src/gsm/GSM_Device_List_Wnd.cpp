@@ -1,0 +1,237 @@
+#include "GSM_Device_List_Wnd.h"
+
+#include "core/AppState.h"
+#include "core/MainThread.h"
+#include "core/Operator.h"
+#include "core/TextUtils.h"
+#include "list/NumberRules.h"
+
+#include <QCoreApplication>
+#include <QThread>
+
+QString Cus_SMS_Num_STR;
+
+namespace {
+const QStringList kShownColumns = {QStringLiteral("State"), QStringLiteral("COM_PORT")};
+const QString kPath = QStringLiteral("PORT_DETAL");
+} // namespace
+
+GSM_Device_List_Wnd::GSM_Device_List_Wnd(Operator& op, QObject* parent)
+    : DialogController(parent), m_op(op), m_ports(kShownColumns) {}
+
+GSM_Device_List_Wnd::~GSM_Device_List_Wnd() {
+    Stop_Modem_SRCH = true;
+    waitForWorkers();
+}
+
+GSM_Device_List_Wnd& GSM_Device_List_Wnd::defaultInstance(Operator& op) {
+    // Kept for the life of the process: its device list is what the whole GSM side uses.
+    static auto* instance = new GSM_Device_List_Wnd(op);
+    return *instance;
+}
+
+void GSM_Device_List_Wnd::onMain(const std::function<void()>& change) {
+    MainThread::invokeAndWait([&] {
+        change();
+        emit changed();
+    });
+}
+
+void GSM_Device_List_Wnd::joinWorker() {
+    if (m_worker.joinable() && m_worker.get_id() != std::this_thread::get_id())
+        m_worker.join();
+}
+
+void GSM_Device_List_Wnd::waitForWorkers() {
+    // The worker hands its changes to this thread, so wait with the event loop turning.
+    while (m_workerRunning) {
+        if (QCoreApplication::instance() != nullptr && MainThread::isCurrent())
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        QThread::msleep(1);
+    }
+    joinWorker();
+}
+
+// ---- records ----
+
+int GSM_Device_List_Wnd::rowOf(const QString& path) const {
+    for (int row = 0; row < m_ports.size(); ++row)
+        if (m_ports.at(row).value(kPath) == path)
+            return row;
+    return -1;
+}
+
+QString GSM_Device_List_Wnd::Get_Sel_Port_Details(const QString& path, const QString& key) const {
+    const int row = rowOf(path);
+    return row < 0 ? QString() : m_ports.at(row).value(key);
+}
+
+void GSM_Device_List_Wnd::Update_Column_Value(const QString& path, const QString& key, const QString& value) {
+    const int row = rowOf(path);
+    if (row < 0)
+        return;
+    Record copy = m_ports.at(row);
+    copy.insert(key, value);
+    m_ports.replace(row, copy);
+}
+
+void GSM_Device_List_Wnd::Update_Column_Value_For_Main_array(const QString& path, const QString& key,
+                                                            const QString& value) {
+    for (Record& record : port_det_str_array)
+        if (record.value(kPath) == path)
+            record.insert(key, value);
+}
+
+void GSM_Device_List_Wnd::Set_SMSC_Use_Status(const QString& path, const QString& status, const QString& smsc) {
+    Update_Column_Value(path, QStringLiteral("UseCusSMSC"), status);
+    Update_Column_Value(path, QStringLiteral("CusSMSC"), smsc);
+    Update_Column_Value_For_Main_array(path, QStringLiteral("UseCusSMSC"), status);
+    Update_Column_Value_For_Main_array(path, QStringLiteral("CusSMSC"), smsc);
+}
+
+void GSM_Device_List_Wnd::setRowTicked(int row, bool ticked) {
+    if (row < 0 || row >= m_ports.size())
+        return;
+    Record copy = m_ports.at(row);
+    copy.insert(QStringLiteral("State"), ticked ? QStringLiteral("1") : QStringLiteral("0"));
+    m_ports.replace(row, copy);
+}
+
+// ---- showing a device ----
+
+void GSM_Device_List_Wnd::showDevice(int row) {
+    if (row < 0 || row >= m_ports.size() || m_workerRunning)
+        return;
+    m_prevIndex = row;
+    const Record record = m_ports.at(row);
+    const QString path = record.value(kPath);
+    m_comPortField = record.value(QStringLiteral("COM_PORT"));
+    m_pathField = path;
+    m_detailsText.clear();
+    m_defaultSmscField.clear();
+    m_heading.clear();
+    emit changed();
+
+    joinWorker();
+    m_workerRunning = true;
+    m_worker = std::thread([this, path] {
+        onMain([this] {
+            m_progressSheet = true;
+            m_customSmscText.clear();
+        });
+        if (OnGetSelected(path))
+            onMain([this, path] { Get_And_Fill_Details(path); });
+        m_session.closePort();
+        onMain([this] { m_progressSheet = false; });
+        m_workerRunning = false;
+    });
+}
+
+bool GSM_Device_List_Wnd::OnGetSelected(const QString& path) {
+    const int portFd = openForCheck(path);
+    if (portFd == -1 && m_session.port() == nullptr) {
+        m_op.Show_MessageBox(QStringLiteral("Selected device is not working properly.\nCould not open device.\n"));
+        return false;
+    }
+    if (portFd < 0 || !m_session.Check_Connection(portFd)) {
+        m_op.Show_MessageBox(QStringLiteral("Selected device is not working properly."));
+        return false;
+    }
+    return true;
+}
+
+void GSM_Device_List_Wnd::Get_And_Fill_Details(const QString& path) {
+    const int row = rowOf(path);
+    if (row < 0)
+        return;
+    const Record r = m_ports.at(row);
+    const QString supported = r.value("SUPSMSMode");
+    QString modes = QStringLiteral("None");
+    if (supported.contains(QStringLiteral("PDU")) && supported.contains(QStringLiteral("Text")))
+        modes = QStringLiteral("PDU Mode & Text Mode");
+    else if (supported.contains(QStringLiteral("Text")))
+        modes = QStringLiteral("Text Mode");
+    else if (supported.contains(QStringLiteral("PDU")))
+        modes = QStringLiteral("PDU Mode");
+    m_detailsText = QStringLiteral("COM Port : %1\r\nManufacturer : %2\r\nModel : %3\r\nRevision : %4\r\nSupported SMS "
+                                   "Mode : %5\r\nBattery : %6\r\nDefault SMSC No. : %7\r\nOperator Code : %8\r\n"
+                                   "Signal Quality : %9\r\n")
+                        .arg(r.value("COM_PORT"), r.value("Manufacture"), r.value("Model"), r.value("Revision"), modes,
+                             r.value("Battery"), r.value("DefSMSC"), r.value("Operator"), r.value("Signal"));
+    m_defaultSmscField = r.value("DefSMSC");
+    m_customSmscChecked = r.value("UseCusSMSC") == QLatin1String("Y");
+    m_customSmscText = m_customSmscChecked ? r.value("CusSMSC") : QString();
+    if (r.value("SMSMode") == QLatin1String("PDU Mode"))
+        m_modeSelection = 1;
+    else if (r.value("SMSMode") == QLatin1String("Text Mode"))
+        m_modeSelection = 2;
+    m_heading = QStringLiteral("SMS settings of %1 %2 at %3").arg(r.value("Manufacture"), r.value("Model"), r.value("COM_PORT"));
+    m_settingsEnabled = true;
+}
+
+// ---- modes and service centre ----
+
+void GSM_Device_List_Wnd::setMode(int mode, const QString& modeText) {
+    if (m_customSmscChecked)
+        update_custom_smsc();
+    m_modeSelection = mode;
+    if (m_prevIndex >= 0 && m_prevIndex < m_ports.size())
+        Update_Column_Value(m_ports.at(m_prevIndex).value(kPath), QStringLiteral("SMSMode"), modeText);
+    emit changed();
+}
+
+void GSM_Device_List_Wnd::PDU_Mode_Radio() { setMode(1, QStringLiteral("PDU Mode")); }
+
+void GSM_Device_List_Wnd::Text_Mode_Radio() {
+    m_op.Show_MessageBox(QStringLiteral(
+        "Information:\n\nYou have selected 'Text Mode' for sending Messages.\n\nSome Devices may not support "
+        "non-English (Unicode) SMS using this mode.\n\nIf you face difficulties in sending Unicode SMS using 'Text "
+        "Mode', select 'PDU Mode'."));
+    setMode(2, QStringLiteral("Text Mode"));
+}
+
+bool GSM_Device_List_Wnd::validSmsc(const QString& number) {
+    const QString s = Replace_Char_For_Valid_Number(number);
+    if (s.isEmpty() || s.size() > kMaxNumberLength || hasMisplacedPlus(s) || Check_Ph_Number(s, false)) {
+        m_op.Show_MessageBox(
+            QStringLiteral("The SMSC number does not seem to be valid. Please enter a valid SMSC number."));
+        emit customSmscFocusRequested();
+        return false;
+    }
+    return true;
+}
+
+bool GSM_Device_List_Wnd::update_custom_smsc() {
+    if (!validSmsc(m_customSmscText))
+        return false;
+    if (m_prevIndex >= 0 && m_prevIndex < m_ports.size())
+        Set_SMSC_Use_Status(m_ports.at(m_prevIndex).value(kPath), QStringLiteral("Y"), m_customSmscText);
+    return true;
+}
+
+void GSM_Device_List_Wnd::Custom_SMSC_Pressed(bool on) {
+    m_customSmscChecked = on;
+    emit changed();
+    if (on) {
+        update_custom_smsc();
+        return;
+    }
+    if (m_prevIndex >= 0 && m_prevIndex < m_ports.size())
+        Set_SMSC_Use_Status(m_ports.at(m_prevIndex).value(kPath), QStringLiteral("N"), m_defaultSmscField);
+}
+
+// ---- stopping ----
+
+void GSM_Device_List_Wnd::Stopmodem_Searching_pressed() {
+    if (m_op.Show_YES_NO_MessageBox(QStringLiteral("\nTerminating the current process will stop scanning connected "
+                                                   "device. Are you sure you want to continue?")))
+        Stop_Modem_SRCH = true;
+}
+
+void GSM_Device_List_Wnd::ContinueOfflinePressed() {
+    if (!m_op.Show_YES_NO_MessageBox(QStringLiteral("\nTerminating the current process will stop scanning connected "
+                                                    "device. Are you sure you want to continue?")))
+        return;
+    Stop_Modem_SRCH = true;
+    endModal(0);
+}

@@ -1,0 +1,126 @@
+#pragma once
+// The GSM device window: finds the modems attached, shows each with its details, lets the
+// operator choose a mode and a custom service centre per device, and selects the devices
+// to send with (handed back through the selection globals). It ends with 1 when devices
+// were selected and 0 to go on without a device.
+//
+// Searching and reading a device's details run on worker threads through the window's one
+// modem session; every change the view sees is made on the main thread.
+#include "MFCSMS.h"
+#include "core/DialogController.h"
+#include "core/RecordTable.h"
+
+#include <atomic>
+#include <memory>
+#include <thread>
+
+class Operator;
+
+// The custom service centre chosen with the selection ("" when the box was off).
+extern QString Cus_SMS_Num_STR;
+
+class GSM_Device_List_Wnd : public DialogController {
+    Q_OBJECT
+public:
+    explicit GSM_Device_List_Wnd(Operator& op, QObject* parent = nullptr);
+    ~GSM_Device_List_Wnd() override;
+
+    // The window kept for the life of the process (created on first use).
+    static GSM_Device_List_Wnd& defaultInstance(Operator& op);
+
+    // The device list: one record per modem, in discovery order.
+    RecordTable& nsPortListData() { return m_ports; }
+    const RecordTable& nsPortListData() const { return m_ports; }
+
+    // --- Operations of the window.
+    void Search_dev_Pressed();
+    void Stopmodem_Searching_pressed();
+    void ContinueOfflinePressed();
+    void Sel_Device_Pressed() { Multi_Phone_Selected_Func(); }
+    void setRowTicked(int row, bool ticked);
+    void showDevice(int row); // a row chosen in the list
+    void PDU_Mode_Radio();
+    void Text_Mode_Radio();
+    void Custom_SMSC_Pressed(bool on);
+    void setCustomSmscText(const QString& text) { m_customSmscText = text; }
+    // Validates the custom service centre and stores it for the shown device.
+    bool update_custom_smsc();
+
+    void Multi_Phone_Selected_Func();
+
+    // --- Record access by device path.
+    int rowOf(const QString& path) const;
+    QString Get_Sel_Port_Details(const QString& path, const QString& key) const;
+    void Update_Column_Value(const QString& path, const QString& key, const QString& value);
+    static void Update_Column_Value_For_Main_array(const QString& path, const QString& key, const QString& value);
+    // Both lists at once, as the custom service centre tick box does.
+    void Set_SMSC_Use_Status(const QString& path, const QString& status, const QString& smsc);
+
+    // --- What the view shows.
+    bool searching() const { return m_searching; }
+    bool controlsEnabled() const { return m_controlsEnabled; }
+    int Prev_Index() const { return m_prevIndex; }
+    int PDU_TEXT_MODE_SEL() const { return m_modeSelection; }
+    QString heading() const { return m_heading; }
+    QString comPortField() const { return m_comPortField; }
+    QString pathField() const { return m_pathField; }
+    QString detailsText() const { return m_detailsText; }
+    QString defaultSmscField() const { return m_defaultSmscField; }
+    QString customSmscText() const { return m_customSmscText; }
+    bool customSmscChecked() const { return m_customSmscChecked; }
+    bool settingsEnabled() const { return m_settingsEnabled; }
+    int progressMaximum() const { return m_progressMax; }
+    int progressValue() const { return m_progressValue; }
+    bool progressSheetShown() const { return m_progressSheet; }
+
+    // Waits (spinning the event loop) until no worker of this window runs.
+    void waitForWorkers();
+
+    // The search pass over the given device paths (also used by tests). 0 when a device
+    // record was completed, 5 otherwise.
+    int GetModemPath(const QStringList& paths);
+
+signals:
+    // The focus goes back to the custom service centre field.
+    void customSmscFocusRequested();
+
+private:
+    void Find_Ph_Thread();
+    void Find_Ph_List();
+    bool OnGetSelected(const QString& path);
+    void Get_And_Fill_Details(const QString& path);
+    bool Find_IMEI_already_listed(const QString& imei) const;
+    Record deviceRecordFromSession() const;
+    bool validSmsc(const QString& number);
+    void setMode(int mode, const QString& modeText);
+    void onMain(const std::function<void()>& change);
+    void joinWorker();
+    // Opens a device as every check does (line set-up, session port, 1 s read time-out);
+    // the session descriptor, or -1.
+    int openForCheck(const QString& path);
+    // One check of the selection; the failure message, or "" when the device may be used.
+    enum class Verdict { Accept, Skip, Stop };
+    Verdict checkForSelection(const Record& record, int ticked);
+
+    Operator& m_op;
+    MFCSMS m_session;
+    RecordTable m_ports;
+    std::thread m_worker;
+    std::atomic<bool> m_workerRunning{false};
+    std::atomic<bool> Stop_Modem_SRCH{false};
+
+    bool m_searching = false;
+    bool m_controlsEnabled = true;
+    bool m_settingsEnabled = false;
+    bool m_progressSheet = false;
+    int m_prevIndex = -1;
+    int m_modeSelection = 1;
+    int m_progressMax = 0;
+    int m_progressValue = 0;
+    QString m_heading;
+    QString m_comPortField, m_pathField, m_detailsText, m_defaultSmscField, m_customSmscText;
+    bool m_customSmscChecked = false;
+};
+
+inline const QString kDeviceListEmpty = QStringLiteral("Device list is empty.");
+inline const QString kSelectDevice = QStringLiteral("Please select device from list.");

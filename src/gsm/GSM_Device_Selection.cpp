@@ -1,0 +1,119 @@
+// Selecting the ticked devices of the GSM device window for sending: each is checked
+// (service centre, mode, a working connection) and the accepted ones are handed back
+// through the selection globals.
+#include "GSM_Device_List_Wnd.h"
+
+#include "core/AppState.h"
+#include "core/Operator.h"
+
+namespace {
+const QString kDefaultSmscMissing = QStringLiteral(
+    "Default SMSC Number could not be located for this device.\nPlease enter SMSC number manually in 'Custom SMSC "
+    "no.' Field for this Device.\n\nYou can find SMSC Number in 'SMS Service Center' Details in the SMS Settings of "
+    "your Mobile Device.");
+const QString kCustomSmscMissing = QStringLiteral(
+    "Custom SMSC Number could not be located for this device.\nPlease enter SMSC number manually in 'Custom SMSC "
+    "no.' Field for this Device.\n\nYou can find SMSC Number in 'SMS Service Center' Details in the SMS Settings of "
+    "your Mobile Device.");
+} // namespace
+
+int GSM_Device_List_Wnd::openForCheck(const QString& path) {
+    const int lineFd = m_session.OpenSerialPort(path);
+    if (lineFd == -1)
+        return -1;
+    m_session.CloseSerialPort(lineFd);
+    int fd = -1;
+    m_session.initPort_with_decp(path, fd);
+    if (m_session.port() != nullptr)
+        m_session.port()->setReadTimeout(1.0);
+    return fd;
+}
+
+void GSM_Device_List_Wnd::Multi_Phone_Selected_Func() {
+    if (m_workerRunning)
+        return; // the session is busy with a search or a device's details
+    if (m_ports.isEmpty()) {
+        m_op.Show_MessageBox(kDeviceListEmpty);
+        return;
+    }
+    QList<int> ticked;
+    for (int row = 0; row < m_ports.size(); ++row)
+        if (m_ports.at(row).value(QStringLiteral("State")) == QLatin1String("1"))
+            ticked << row;
+    if (ticked.isEmpty()) {
+        m_op.Show_MessageBox(kSelectDevice);
+        return;
+    }
+    if (m_customSmscChecked && m_prevIndex >= 0 && !update_custom_smsc())
+        return;
+
+    m_progressSheet = true;
+    emit changed();
+    port_val_str_array.clear();
+    port_det_str_array.clear();
+    int accepted = 0;
+    for (int row : ticked) {
+        const Record record = m_ports.at(row); // read again: the checks above may have changed it
+        const Verdict verdict = checkForSelection(record, int(ticked.size()));
+        m_session.closePort();
+        if (verdict == Verdict::Stop)
+            break;
+        if (verdict == Verdict::Accept)
+            ++accepted;
+    }
+    m_progressSheet = false;
+    emit changed();
+    if (accepted > 0)
+        endModal(1);
+}
+
+GSM_Device_List_Wnd::Verdict GSM_Device_List_Wnd::checkForSelection(const Record& record, int ticked) {
+    const auto refuse = [&](const QString& message) {
+        if (ticked == 1) {
+            m_op.Show_MessageBox(message);
+            return Verdict::Stop;
+        }
+        return m_op.Show_YES_NO_MessageBox(message +
+                                           QStringLiteral("\n\nAre you sure you want to continue without selecting device?"))
+                   ? Verdict::Skip
+                   : Verdict::Stop;
+    };
+    const QString path = record.value(QStringLiteral("PORT_DETAL"));
+    const bool useCustom = record.value(QStringLiteral("UseCusSMSC")) == QLatin1String("Y");
+    const QString customSmsc = record.value(QStringLiteral("CusSMSC"));
+    const QString defaultSmsc = record.value(QStringLiteral("DefSMSC"));
+
+    if ((useCustom ? customSmsc : QString()).isEmpty() && defaultSmsc.isEmpty())
+        return refuse(kDefaultSmscMissing);
+    const QString mode = record.value(QStringLiteral("SMSMode"));
+    if (mode != QLatin1String("PDU Mode") && mode != QLatin1String("Text Mode"))
+        return refuse(QStringLiteral("SMS Mode details should not be blanked."));
+
+    const int fd = openForCheck(path);
+    bool working = fd >= 0;
+    if (working) {
+        m_session.ATZ_reset_Modem(fd);
+        working = m_session.Check_Connection(fd);
+    }
+    if (!working)
+        return refuse(QStringLiteral(
+            "Either no Mobile Device is connected on this port or selected device is not working properly."));
+
+    if (record.value(QStringLiteral("SMS_CAPABLE")) == QLatin1String("Not Detected") &&
+        !m_op.Show_YES_NO_MessageBox(QStringLiteral("This Device cannot be used for sending Text messages as it does "
+                                                    "not seem to have SMS Sending capabilities.\n\nAre you sure you "
+                                                    "want to continue?")))
+        return Verdict::Skip;
+    if (useCustom && customSmsc.isEmpty())
+        return refuse(kCustomSmscMissing);
+    if (!useCustom && defaultSmsc.isEmpty())
+        return refuse(kDefaultSmscMissing);
+
+    m_session.More_SMS_Comnd(fd);
+    sel_port_name_str = record.value(QStringLiteral("COM_PORT"));
+    sel_port_bsd_str = path;
+    port_val_str_array.append(path);
+    port_det_str_array.append(record);
+    Cus_SMS_Num_STR = m_customSmscChecked ? m_customSmscText : QString();
+    return Verdict::Accept;
+}

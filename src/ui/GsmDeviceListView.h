@@ -1,0 +1,47 @@
+#pragma once
+// The GSM device window: the device list with tick boxes on the left, the shown device's
+// details and settings on the right, search and selection buttons below.
+#include "gsm/GSM_Device_List_Wnd.h"
+
+#include <QDialog>
+
+class QCheckBox;
+class QLabel;
+class QLineEdit;
+class QPlainTextEdit;
+class QProgressBar;
+class QPushButton;
+class QRadioButton;
+class QTableView;
+
+class GsmDeviceListView : public QDialog {
+    Q_OBJECT
+public:
+    GsmDeviceListView(GSM_Device_List_Wnd& controller, QWidget* parent);
+
+protected:
+    void reject() override; // closing the window goes on without a device, after asking
+
+private:
+    QWidget* buildDeviceList();
+    QWidget* buildSettings();
+    void refresh();
+
+    GSM_Device_List_Wnd& m_controller;
+    QTableView* m_list = nullptr;
+    QPushButton* m_search = nullptr;
+    QPushButton* m_stop = nullptr;
+    QPushButton* m_select = nullptr;
+    QProgressBar* m_progress = nullptr;
+    QLabel* m_busy = nullptr;
+    QLabel* m_heading = nullptr;
+    QLineEdit* m_comPort = nullptr;
+    QLineEdit* m_path = nullptr;
+    QPlainTextEdit* m_details = nullptr;
+    QRadioButton* m_pdu = nullptr;
+    QRadioButton* m_text = nullptr;
+    QLineEdit* m_defaultSmsc = nullptr;
+    QCheckBox* m_useCustomSmsc = nullptr;
+    QLineEdit* m_customSmsc = nullptr;
+    QWidget* m_settings = nullptr;
+};

@@ -1,0 +1,208 @@
+// The GSM device window against virtual modems on pseudo-terminals: the search, the
+// device records, the settings and the selection with its checks and questions.
+#include "gsm/GSM_Device_List_Wnd.h"
+
+#include "ScriptedOperator.h"
+#include "TestEnvironment.h"
+#include "core/AppState.h"
+#include "core/Clock.h"
+#include "core/Log.h"
+#include "sim/VirtualModem.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+
+using sim::ModemBehaviour;
+using sim::ModemIdentity;
+using sim::VirtualModem;
+
+ModemBehaviour behaving(const std::function<void(ModemBehaviour&)>& change) {
+    ModemBehaviour b;
+    change(b);
+    return b;
+}
+
+ModemIdentity identity(const char* imei, const char* maker = "Virtual") {
+    ModemIdentity id;
+    id.imei = imei;
+    id.manufacturer = maker;
+    return id;
+}
+
+class DeviceWindowTest : public ::testing::Test {
+protected:
+    VirtualModem& attach(ModemIdentity id, ModemBehaviour behaviour = {}) {
+        behaviour.networkDelayMs = 0;
+        modems.push_back(std::make_unique<VirtualModem>(id, behaviour));
+        EXPECT_TRUE(modems.back()->start());
+        return *modems.back();
+    }
+    QStringList paths() const {
+        QStringList out;
+        for (const auto& m : modems)
+            out << m->devicePath();
+        return out;
+    }
+    // Runs the search pass on a worker, as the window does, and waits for it.
+    int search() {
+        std::atomic<int> result{-1};
+        std::thread worker([&] { result = window.GetModemPath(paths()); });
+        EXPECT_TRUE(spinUntil([&] { return result != -1; }, std::chrono::seconds(60)));
+        worker.join();
+        return result;
+    }
+    Record record(int row) const { return window.nsPortListData().at(row); }
+    void SetUp() override {
+        clearDeviceSelection();
+        // Read time-outs must leave the virtual modem's thread time to answer.
+        Clock::setScale(0.05);
+    }
+    void TearDown() override { Clock::setScale(0.001); }
+
+    std::vector<std::unique_ptr<VirtualModem>> modems;
+    ScriptedOperator op;
+    GSM_Device_List_Wnd window{op};
+};
+
+TEST_F(DeviceWindowTest, TwoModemsAreFoundInOrderWithTheirDetails) {
+    attach(identity("111111111111111", "Alpha"));
+    ModemIdentity second = identity("222222222222222", "Beta");
+    second.smsc = "+15550001111";
+    second.smscAsUcs2 = true;
+    second.rssi = 14;
+    attach(second, behaving([](ModemBehaviour& b) { b.modes = ModemBehaviour::Modes::TextOnly; }));
+
+    EXPECT_EQ(search(), 0);
+    ASSERT_EQ(window.nsPortListData().size(), 2);
+    const Record first = record(0);
+    EXPECT_EQ(first.value("PORT_DETAL"), paths().at(0));
+    EXPECT_EQ(first.value("COM_PORT"), paths().at(0).mid(8));
+    EXPECT_EQ(first.value("Manufacture"), "Alpha");
+    EXPECT_EQ(first.value("IMEI"), "111111111111111");
+    EXPECT_EQ(first.value("SMSMode"), "PDU Mode");
+    EXPECT_EQ(first.value("SUPSMSMode"), ";PDU Mode;Text Mode;");
+    EXPECT_EQ(first.value("DefSMSC"), "+447700900123");
+    EXPECT_EQ(first.value("CusSMSC"), "+447700900123");
+    EXPECT_EQ(first.value("UseCusSMSC"), "N");
+    EXPECT_EQ(first.value("SMS_CAPABLE"), "Yes");
+    EXPECT_EQ(first.value("Operator"), "Net One");
+    const Record other = record(1);
+    EXPECT_EQ(other.value("Manufacture"), "Beta");
+    EXPECT_EQ(other.value("SMSMode"), "Text Mode");
+    EXPECT_EQ(other.value("SUPSMSMode"), ";Text Mode;");
+    EXPECT_EQ(other.value("DefSMSC"), "+15550001111"); // reported as UCS2 hex
+    EXPECT_EQ(other.value("Signal"), "Medium (14)");
+    EXPECT_TRUE(op.alerts().isEmpty());
+}
+
+TEST_F(DeviceWindowTest, TwoPortsOfOneModemGiveOneRecordAndNonSendersAreLeftOut) {
+    attach(identity("333333333333333"));
+    attach(identity("333333333333333"));                   // the same modem's second port
+    attach(identity("444444444444444"), behaving([](ModemBehaviour& b) { b.cmgsTestAnswersError = true; }));
+    EXPECT_EQ(search(), 0);
+    ASSERT_EQ(window.nsPortListData().size(), 1);
+    EXPECT_EQ(record(0).value("PORT_DETAL"), paths().at(0));
+}
+
+TEST_F(DeviceWindowTest, NothingFoundSaysSo) {
+    EXPECT_EQ(search(), 5);
+    EXPECT_EQ(op.alerts(), QStringList{"\nGSM device not found."});
+}
+
+class SelectionTest : public DeviceWindowTest {
+protected:
+    void SetUp() override {
+        DeviceWindowTest::SetUp();
+        attach(identity("555555555555555", "Good"));
+        attach(identity("666666666666666", "Flaky"));
+        ASSERT_EQ(search(), 0);
+        ASSERT_EQ(window.nsPortListData().size(), 2);
+    }
+};
+
+TEST_F(SelectionTest, OneFailingDeviceShowsThePlainMessageAndStays) {
+    window.setRowTicked(1, true);
+    modems.at(1)->setBehaviour(behaving([](ModemBehaviour& b) { b.silent = true; }));
+    window.Multi_Phone_Selected_Func();
+    EXPECT_EQ(op.alerts(), QStringList{"\nEither no Mobile Device is connected on this port or selected device is "
+                                       "not working properly."});
+    EXPECT_FALSE(window.isEnded());
+    EXPECT_TRUE(port_val_str_array.isEmpty());
+}
+
+TEST_F(SelectionTest, TwoTickedWithOneFailingAsksAndKeepsTheOther) {
+    window.setRowTicked(0, true);
+    window.setRowTicked(1, true);
+    modems.at(1)->setBehaviour(behaving([](ModemBehaviour& b) { b.silent = true; }));
+    op.answerYes();
+    window.beginModal();
+    window.Multi_Phone_Selected_Func();
+    EXPECT_EQ(op.questions(),
+              QStringList{"Either no Mobile Device is connected on this port or selected device is not working "
+                          "properly.\n\nAre you sure you want to continue without selecting device?"});
+    EXPECT_TRUE(window.isEnded());
+    EXPECT_EQ(window.endCode(), 1);
+    EXPECT_EQ(port_val_str_array, QStringList{paths().at(0)});
+    EXPECT_EQ(sel_port_bsd_str, paths().at(0));
+    EXPECT_EQ(port_det_str_array.size(), 1);
+    EXPECT_TRUE(modems.at(0)->commandLog().contains("AT+CMMS=2"));
+}
+
+TEST_F(SelectionTest, ADeviceWithoutAModeCannotBeSelected) {
+    window.Update_Column_Value(paths().at(0), "SMSMode", "NONE");
+    window.setRowTicked(0, true);
+    window.Multi_Phone_Selected_Func();
+    EXPECT_EQ(op.alerts(), QStringList{"\nSMS Mode details should not be blanked."});
+    EXPECT_FALSE(window.isEnded());
+}
+
+TEST_F(SelectionTest, NothingTickedOrNothingListed) {
+    window.Multi_Phone_Selected_Func();
+    GSM_Device_List_Wnd empty(op);
+    empty.Multi_Phone_Selected_Func();
+    EXPECT_EQ(op.alerts(), (QStringList{"\nPlease select device from list.", "\nDevice list is empty."}));
+}
+
+TEST_F(SelectionTest, ShownDeviceGetsDetailsModesAndAValidatedCustomSmsc) {
+    window.showDevice(1);
+    ASSERT_TRUE(spinUntil([&] { return !window.progressSheetShown() && !window.detailsText().isEmpty(); }));
+    EXPECT_TRUE(window.detailsText().startsWith("COM Port : " + paths().at(1).mid(8) + "\r\nManufacturer : Flaky\r\n"));
+    EXPECT_TRUE(window.detailsText().contains("Supported SMS Mode : PDU Mode & Text Mode\r\n"));
+    EXPECT_EQ(window.heading(), "SMS settings of Flaky VM-100 at " + paths().at(1).mid(8));
+
+    window.Text_Mode_Radio();
+    EXPECT_EQ(record(1).value("SMSMode"), "Text Mode");
+    EXPECT_TRUE(op.alerts().last().startsWith("\nInformation:\n\nYou have selected 'Text Mode'"));
+
+    window.setCustomSmscText("+44+7700");
+    window.Custom_SMSC_Pressed(true);
+    EXPECT_EQ(op.alerts().last(), "\nThe SMSC number does not seem to be valid. Please enter a valid SMSC number.");
+    EXPECT_EQ(record(1).value("UseCusSMSC"), "N");
+    window.setCustomSmscText("+44 7700 900999");
+    EXPECT_TRUE(window.update_custom_smsc());
+    EXPECT_EQ(record(1).value("UseCusSMSC"), "Y");
+    EXPECT_EQ(record(1).value("CusSMSC"), "+44 7700 900999");
+
+    window.Custom_SMSC_Pressed(false);
+    EXPECT_EQ(record(1).value("UseCusSMSC"), "N");
+    EXPECT_EQ(record(1).value("CusSMSC"), "+447700900123");
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(SelectionTest, AShownDeviceCanBeSelectedAfterwards) {
+    window.showDevice(0);
+    ASSERT_TRUE(spinUntil([&] { return !window.progressSheetShown() && !window.detailsText().isEmpty(); }));
+    window.setRowTicked(0, true);
+    window.beginModal();
+    window.Multi_Phone_Selected_Func();
+    EXPECT_TRUE(op.alerts().isEmpty());
+    EXPECT_EQ(window.endCode(), 1);
+}
+
+} // namespace
