@@ -5,8 +5,10 @@
 #include <QFile>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <stdlib.h>
 #include <sys/inotify.h>
@@ -54,24 +56,50 @@ void PtyPair::close() {
 
 int PtyPair::updateClients() {
     alignas(inotify_event) char buffer[4096];
-    while (m_watch >= 0) {
-        const ssize_t n = ::read(m_watch, buffer, sizeof buffer);
-        if (n <= 0)
-            break;
-        for (ssize_t offset = 0; offset < n;) {
-            const auto* event = reinterpret_cast<const inotify_event*>(buffer + offset);
-            if (event->mask & IN_OPEN)
-                ++m_clients;
-            if (event->mask & (IN_CLOSE_WRITE | IN_CLOSE_NOWRITE))
-                m_clients = std::max(0, m_clients - 1);
-            if (event->mask & IN_Q_OVERFLOW)
-                m_clients = 0; // lost count: assume the line is free rather than stuck busy
-            offset += ssize_t(sizeof(inotify_event)) + event->len;
-        }
+    bool changed = false;
+    while (m_watch >= 0 && ::read(m_watch, buffer, sizeof buffer) > 0)
+        changed = true;
+    // The notifications only say that something opened or closed the node: identical
+    // ones are merged, so the holders are counted afresh rather than added up.
+    if (changed) {
+        m_clients = countHolders();
+        if (m_clients == 0)
+            release();
     }
-    if (m_clients == 0)
-        release();
     return m_clients;
+}
+
+int PtyPair::countHolders() const {
+    const QByteArray target = QFile::encodeName(m_path);
+    const pid_t self = ::getpid();
+    int holders = 0;
+    DIR* processes = ::opendir("/proc");
+    if (!processes)
+        return 1; // cannot tell: assume someone is there rather than drop their answers
+    while (const dirent* process = ::readdir(processes)) {
+        char* end = nullptr;
+        const long pid = std::strtol(process->d_name, &end, 10);
+        if (*end != '\0' || pid <= 0)
+            continue;
+        const QByteArray fdFolder = "/proc/" + QByteArray(process->d_name) + "/fd";
+        DIR* descriptors = ::opendir(fdFolder.constData());
+        if (!descriptors)
+            continue; // gone, or another user's: that user could not open our terminal anyway
+        while (const dirent* fd = ::readdir(descriptors)) {
+            if (fd->d_name[0] == '.')
+                continue;
+            if (pid == self && std::atoi(fd->d_name) == m_keeper)
+                continue;
+            char link[256];
+            const QByteArray entry = fdFolder + '/' + fd->d_name;
+            const ssize_t length = ::readlink(entry.constData(), link, sizeof link);
+            if (length == target.size() && std::memcmp(link, target.constData(), size_t(length)) == 0)
+                ++holders;
+        }
+        ::closedir(descriptors);
+    }
+    ::closedir(processes);
+    return holders;
 }
 
 void PtyPair::release() {

@@ -1,7 +1,8 @@
 #pragma once
 // The pseudo-terminal behind a virtual modem, made to behave like a serial device node:
 // the modem holds a terminal-side descriptor of its own (so the line survives clients
-// coming and going) and watches the node's opens and closes. When the last client closes,
+// coming and going) and watches the node's opens and closes, counting the descriptors that
+// processes hold on it (from /proc) whenever one opens or closes. When the last closes,
 // what it left unread is dropped and its exclusive-use flag is lifted, as the kernel does
 // when a real serial device is released; the terminal settings themselves are never touched.
 #include <QString>
@@ -23,8 +24,8 @@ public:
     int master() const { return m_master; }      // non-blocking
     int openCloseEvents() const { return m_watch; } // readable when clients open or close
 
-    // Reads the pending open/close notifications; returns the number of clients now holding
-    // the device open. Releases the device when that number drops to zero.
+    // Reads the pending open/close notifications; returns the number of descriptors that
+    // clients now hold on the device. Releases the device when that number drops to zero.
     int updateClients();
     int clients() const { return m_clients; }
 
@@ -36,6 +37,7 @@ public:
 
 private:
     void release();
+    int countHolders() const;
 
     QString m_path;
     int m_master = -1;

@@ -1,0 +1,73 @@
+// An SMS tool written elsewhere talks to the virtual modem: if it can identify the modem and
+// send through it, the modem answers as modems do and not only as our own code expects.
+#include "sim/VirtualModem.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class GammuCrossCheck : public testing::Test {
+protected:
+    void SetUp() override {
+        m_gammu = QStandardPaths::findExecutable(QStringLiteral("gammu"));
+        if (m_gammu.isEmpty())
+            GTEST_SKIP() << "gammu is not installed: cross-check skipped";
+        ASSERT_TRUE(m_modem.start());
+        QFile rc(m_dir.filePath("gammurc"));
+        ASSERT_TRUE(rc.open(QIODevice::WriteOnly));
+        rc.write("[gammu]\ndevice = " + QFile::encodeName(m_modem.devicePath()) + "\nconnection = at\n");
+    }
+
+    // Runs gammu with the test's configuration; returns its output, "" when it failed.
+    QString gammu(const QStringList& arguments) {
+        QProcess process;
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(m_gammu, QStringList{"-c", m_dir.filePath("gammurc")} + arguments);
+        const bool finished = process.waitForFinished(60000);
+        const QString output = QString::fromUtf8(process.readAll());
+        EXPECT_TRUE(finished && process.exitCode() == 0) << arguments.join(' ').toStdString() << "\n"
+                                                          << output.toStdString();
+        return finished && process.exitCode() == 0 ? output : QString();
+    }
+
+    QString m_gammu;
+    QTemporaryDir m_dir;
+    sim::VirtualModem m_modem{sim::ModemIdentity{}, sim::ModemBehaviour{}};
+};
+
+TEST_F(GammuCrossCheck, IdentifiesTheModem) {
+    const QString output = gammu({"identify"});
+    EXPECT_TRUE(output.contains(QStringLiteral("Virtual"))) << output.toStdString();
+    EXPECT_TRUE(output.contains(QStringLiteral("VM-100"))) << output.toStdString();
+    EXPECT_TRUE(output.contains(QStringLiteral("490154203237518"))) << output.toStdString();
+    EXPECT_TRUE(output.contains(QStringLiteral("001010123456789"))) << output.toStdString();
+}
+
+TEST_F(GammuCrossCheck, SendsTextsTheModemDecodesExactly) {
+    // gammu paces itself (about four seconds a run), so each run checks several things
+    const QString longText = QStringLiteral("Long {text} with 5€ [and] ~escapes~ ").repeated(6);
+    const struct { QStringList arguments; QString number; QString text; int parts; int dcs; } cases[] = {
+        {{"+447700900556", "-autolen", "300", "-text", longText}, "+447700900556", longText, 2, 0},
+        {{"07700900", "-unicode", "-flash", "-text", "Привет мир"}, "07700900", "Привет мир", 1, 0x18},
+    };
+    for (const auto& c : cases) {
+        const qsizetype before = m_modem.received().size();
+        gammu(QStringList{"sendsms", "TEXT"} + c.arguments);
+        const QList<sim::ReceivedMessage> received = m_modem.received();
+        ASSERT_EQ(received.size(), before + 1) << c.text.toStdString();
+        const sim::ReceivedMessage& m = received.last();
+        EXPECT_EQ(m.number, c.number);
+        EXPECT_EQ(m.text, c.text);
+        EXPECT_EQ(m.parts, c.parts) << c.text.toStdString();
+        EXPECT_TRUE(m.complete);
+        EXPECT_EQ(m.dcs & 0x1C, c.dcs & 0x1C) << c.text.toStdString(); // alphabet and class
+        EXPECT_EQ(m.mode, QStringLiteral("PDU"));
+    }
+}
+
+} // namespace

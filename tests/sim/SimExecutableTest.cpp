@@ -1,0 +1,79 @@
+// The program as a person or an end-to-end run starts it.
+#include "PtyClient.h"
+#include "sim/MessageLog.h"
+
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class SimProcess {
+public:
+    explicit SimProcess(const QStringList& arguments) {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("BULKSMS_CLOCK_SCALE", "0.001");
+        m_process.setProcessEnvironment(env);
+        m_process.start(QStringLiteral(BULKSMS_MODEM_SIM), arguments);
+    }
+    ~SimProcess() {
+        if (m_process.state() != QProcess::NotRunning) {
+            m_process.kill();
+            m_process.waitForFinished(5000);
+        }
+    }
+    QStringList readPaths(int count) {
+        QStringList paths;
+        while (paths.size() < count && m_process.waitForReadyRead(10000))
+            while (m_process.canReadLine())
+                paths.append(QString::fromLocal8Bit(m_process.readLine()).trimmed());
+        return paths;
+    }
+    int terminate() {
+        m_process.terminate();
+        m_process.waitForFinished(10000);
+        return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
+    }
+    QProcess& process() { return m_process; }
+
+private:
+    QProcess m_process;
+};
+
+TEST(SimExecutable, ServesSeveralModemsAndLogsUntilTerminated) {
+    QTemporaryDir dir;
+    const QString log = dir.filePath("network.jsonl");
+    SimProcess sim({"--count", "2", "--log", log, "--no-echo", "--imei", "490154203237518"});
+    const QStringList paths = sim.readPaths(2);
+    ASSERT_EQ(paths.size(), 2);
+    EXPECT_NE(paths.at(0), paths.at(1));
+
+    PtyClient first(paths.at(0));
+    PtyClient second(paths.at(1));
+    EXPECT_NE(first.command("AT+CGSN\r"), second.command("AT+CGSN\r")); // told apart by IMEI
+    first.command("AT+CMGS=12\r");
+    EXPECT_TRUE(first.command("00110005912143F50000FF0141\x1a").contains("+CMGS: 1"));
+    // a message still waiting for its second part is logged as incomplete at shutdown
+    second.command("AT+CMGS=20\r");
+    EXPECT_TRUE(second.command("00510005912143F50000FF0A06080400000201C834\x1a").contains("+CMGS: 1"));
+
+    EXPECT_EQ(sim.terminate(), 0);
+    const QList<sim::ReceivedMessage> logged = sim::MessageLog::read(log);
+    ASSERT_EQ(logged.size(), 2);
+    EXPECT_EQ(logged.at(0).device, paths.at(0));
+    EXPECT_EQ(logged.at(0).text, QStringLiteral("A"));
+    EXPECT_TRUE(logged.at(0).complete);
+    EXPECT_EQ(logged.at(1).device, paths.at(1));
+    EXPECT_FALSE(logged.at(1).complete);
+}
+
+TEST(SimExecutable, RefusesBadFlagsWithoutServing) {
+    SimProcess sim({"--modes", "fast"});
+    ASSERT_TRUE(sim.process().waitForFinished(10000));
+    EXPECT_EQ(sim.process().exitCode(), 2);
+    EXPECT_TRUE(sim.process().readAllStandardOutput().isEmpty());
+    EXPECT_TRUE(sim.process().readAllStandardError().contains("--modes"));
+}
+
+} // namespace
