@@ -41,6 +41,9 @@ public:
     // selected. Returns whether the search window reported success.
     bool searchForDevices();
 
+    // Shows the devices the selection globals hold: caption, notice and drop-down.
+    void applyDeviceSelection() { showSelectionResult(); }
+
     // The connect button and the no-device notice: connection steps, then (unless
     // cancelled) the device search.
     void connectDevice();

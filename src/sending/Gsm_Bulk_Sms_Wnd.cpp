@@ -1,11 +1,25 @@
 #include "Gsm_Bulk_Sms_Wnd.h"
 
+#include "SMS_Sending.h"
 #include "core/AppState.h"
 #include "core/Operator.h"
 #include "gsm/GSM_DEV_Conn_Step_Wnd.h"
 #include "gsm/GSM_Device_List_Wnd.h"
+#include "gsm/ModemSessionPool.h"
 
-Gsm_Bulk_Sms_Wnd::Gsm_Bulk_Sms_Wnd(Operator& op, QObject* parent) : BulkSmsWindow(Kind::Gsm, op, parent) {}
+Gsm_Bulk_Sms_Wnd::Gsm_Bulk_Sms_Wnd(Operator& op, QObject* parent) : BulkSmsWindow(Kind::Gsm, op, parent) {
+    // Text mode sets a port's default service centre back after a custom one: from its record.
+    const auto defaultSmsc = [this](const QString& path) { return deviceDetail(path, QStringLiteral("DefSMSC")); };
+    for (MFCSMS* session : mfc_sms_obj_arr)
+        session->setDefaultSmscLookup(defaultSmsc);
+    mfc_sms_obj.setDefaultSmscLookup(defaultSmsc);
+}
+
+Gsm_Bulk_Sms_Wnd::~Gsm_Bulk_Sms_Wnd() {
+    m_job.reset();
+    for (MFCSMS* session : mfc_sms_obj_arr)
+        session->setDefaultSmscLookup({});
+}
 
 QString Gsm_Bulk_Sms_Wnd::title() const { return kApplicationName + QStringLiteral(" - GSM Modem"); }
 
@@ -21,4 +35,27 @@ bool Gsm_Bulk_Sms_Wnd::openDeviceSearchWindow() {
     // window otherwise lets the operator choose again.
     const int code = op().runModal(devices);
     return code == 1 || code == 0;
+}
+
+SMS_Sending& Gsm_Bulk_Sms_Wnd::sendingJob() {
+    if (!m_job)
+        m_job = std::make_unique<SMS_Sending>(*this, op());
+    return *m_job;
+}
+
+QString Gsm_Bulk_Sms_Wnd::deviceDetail(const QString& path, const QString& key) const {
+    for (const Record& record : port_det_str_array)
+        if (record.value(QStringLiteral("PORT_DETAL")) == path)
+            return record.value(key);
+    return GSM_Device_List_Wnd::defaultInstance(op()).Get_Sel_Port_Details(path, key);
+}
+
+void Gsm_Bulk_Sms_Wnd::close_all_ports() {
+    for (MFCSMS* session : mfc_sms_obj_arr)
+        session->closePort();
+}
+
+void Gsm_Bulk_Sms_Wnd::setPleaseWait(bool shown) {
+    m_pleaseWait = shown;
+    emit changed();
 }

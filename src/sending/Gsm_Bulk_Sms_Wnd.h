@@ -1,15 +1,52 @@
 #pragma once
-// The GSM main window's controller.
+// The GSM main window's controller: the shared list and composer, the device choice, and
+// the Send flow that checks everything, verifies the chosen ports and opens the sending job.
+#include "gsm/MFCSMS.h"
 #include "list/BulkSmsWindow.h"
+
+#include <memory>
+
+class SMS_Sending;
 
 class Gsm_Bulk_Sms_Wnd : public BulkSmsWindow {
     Q_OBJECT
 public:
     explicit Gsm_Bulk_Sms_Wnd(Operator& op, QObject* parent = nullptr);
+    ~Gsm_Bulk_Sms_Wnd() override;
 
     QString title() const override;
     int runConnectionSteps() override;
 
+    // --- Sending.
+    void Send_SMS_Btn() { Send_SMS_BY_Multi_Port(); }
+    void Send_SMS_BY_Multi_Port();
+    void GSM_Chk_Port_And_Send_Msg();
+    static void close_all_ports();
+
+    // The ports verified for the run (`_cb_ports_ComboBox_Sending`) and the one chosen.
+    const QStringList& sendingPorts() const { return m_sendingPorts; }
+    QString sendingPortChoice() const { return m_sendingPortChoice; }
+    QString Message_IS() const { return m_messageIs; }
+    bool pleaseWaitShown() const { return m_pleaseWait; }
+
+    // A value of a device's record, by its path: the selected devices first, then the
+    // device window's list.
+    QString deviceDetail(const QString& path, const QString& key) const;
+
+    SMS_Sending& sendingJob();
+
 protected:
     bool openDeviceSearchWindow() override;
+
+private:
+    bool testPort(const QString& path);
+    QString describeDevice(const QString& path) const;
+    void setPleaseWait(bool shown);
+
+    MFCSMS mfc_sms_obj; // the window's own session, for verifying ports
+    std::unique_ptr<SMS_Sending> m_job;
+    QStringList m_sendingPorts;
+    QString m_sendingPortChoice;
+    QString m_messageIs;
+    bool m_pleaseWait = false;
 };

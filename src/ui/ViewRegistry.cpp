@@ -6,6 +6,7 @@
 #include "GsmDeviceListView.h"
 #include "MobileSelView.h"
 #include "SendMsgInfoView.h"
+#include "SendingJobView.h"
 #include "UpdateNumSmsView.h"
 #include "UpdateSelNumSmsView.h"
 #include "core/DialogController.h"
@@ -41,6 +42,7 @@ void registerStandardViews() {
     addView<ConnectionInfoView, Connection_Info>();
     addView<FillMsgInListView, Fill_Msg_In_List>();
     addView<SendMsgInfoView, Send_Msg_Info>();
+    addView<SendingJobView, SMS_Sending>();
     addView<UpdateNumSmsView, Update_Num_SMS>();
     addView<UpdateSelNumSmsView, Update_Sel_Num_SMS>();
 }

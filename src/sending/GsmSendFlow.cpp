@@ -1,0 +1,137 @@
+// The GSM window's Send button: every check in order, the question before sending, the
+// verification of the chosen ports, and the opening of the sending job.
+#include "Gsm_Bulk_Sms_Wnd.h"
+
+#include "SMS_Sending.h"
+#include "core/AppState.h"
+#include "core/Clock.h"
+#include "core/Log.h"
+#include "core/Operator.h"
+#include "core/SendingFlags.h"
+#include "core/TextUtils.h"
+
+using namespace std::chrono_literals;
+
+void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
+    try {
+        if (sel_port_bsd_str.isEmpty() || port_val_str_array.isEmpty()) {
+            op().Show_MessageBox(QStringLiteral(
+                "Either Mobile Device is not connected properly or No Mobile Phone Device is selected.\n\nPlease use "
+                "Mobile Phone Connection Wizard for finding device or establishing connection."));
+            return;
+        }
+        if (deviceChoices().isEmpty()) {
+            op().Show_MessageBox(QStringLiteral("Please select a device for sms sending."));
+            return;
+        }
+        if (!Trim_Str(numberField()).isEmpty()) {
+            op().Show_MessageBox(QStringLiteral("Please insert entered number to the list."));
+            requestFocus(Focus::NumberField);
+            return;
+        }
+        if (list().isEmpty()) {
+            op().Show_MessageBox(QStringLiteral("Phone numbers-Messages list is empty."));
+            requestFocus(Focus::NumberField);
+            return;
+        }
+        m_messageIs = composerText();
+        if (!Check_Delayed_Delivery_Choices())
+            return;
+        if (Blank_Msg_Chk() &&
+            !op().Show_YES_NO_MessageBox(QStringLiteral(
+                "\nYou have composed no text message yet for any of the contacts in the entire list. This action will "
+                "send blank message to all the contacts in list.\n\nAre you sure you want to continue?")))
+            return;
+        if (!Send_Msg_Info_Check())
+            return;
+        if (exclusion())
+            Fill_Exclusion_Num_List();
+        Stop_SMS_Sending_Now = false;
+        GSM_Chk_Port_And_Send_Msg();
+    } catch (const std::exception& e) {
+        Show_NSLog_Message(QString::fromUtf8(e.what()));
+    }
+}
+
+QString Gsm_Bulk_Sms_Wnd::describeDevice(const QString& path) const {
+    return QStringLiteral("%1 Device connected on %2 ")
+        .arg(deviceDetail(path, QStringLiteral("Model")), deviceDetail(path, QStringLiteral("COM_PORT")));
+}
+
+bool Gsm_Bulk_Sms_Wnd::testPort(const QString& path) {
+    bool works = false;
+    const int lineFd = mfc_sms_obj.OpenSerialPort(path);
+    if (lineFd != -1) {
+        mfc_sms_obj.CloseSerialPort(lineFd);
+        int fd = -1;
+        if (mfc_sms_obj.port() == nullptr || !mfc_sms_obj.port()->isOpen()) {
+            mfc_sms_obj.initPort_with_decp(path, fd);
+            if (mfc_sms_obj.port() != nullptr)
+                mfc_sms_obj.port()->setReadTimeout(1.0);
+        } else {
+            fd = mfc_sms_obj.port()->fileDescriptor();
+        }
+        works = fd >= 0 && mfc_sms_obj.Check_Connection(fd);
+    }
+    if (works)
+        m_sendingPorts.append(path);
+    mfc_sms_obj.closePort();
+    return works;
+}
+
+void Gsm_Bulk_Sms_Wnd::GSM_Chk_Port_And_Send_Msg() {
+    const QString chosen = currentDeviceChoice();
+    setPleaseWait(true);
+    m_sendingPorts.clear();
+    m_sendingPortChoice.clear();
+    close_all_ports();
+
+    if (chosen != kAllDeviceChoice) {
+        if (port_val_str_array.contains(chosen) && !testPort(chosen)) {
+            setPleaseWait(false);
+            op().Show_MessageBox(describeDevice(chosen) +
+                                 QStringLiteral("\nDevice is not connected properly or Device is not functioning.\n\n"
+                                                "Please use Mobile Phone Connection Wizard for finding device or "
+                                                "establishing connection."));
+            return;
+        }
+    } else {
+        QString failures;
+        int devices = 0;
+        int failed = 0;
+        for (const QString& path : port_val_str_array) {
+            if (path == kAllDeviceChoice)
+                continue;
+            ++devices;
+            if (!testPort(path)) {
+                ++failed;
+                failures += describeDevice(path) + QLatin1Char('\n');
+            }
+        }
+        setPleaseWait(false);
+        if (failed > 0 && failed < devices &&
+            !op().Show_YES_NO_MessageBox(
+                failures + QStringLiteral("\nDevice not connected properly or Device is not functioning.\n\nPlease use "
+                                          "Mobile Phone Connection Wizard for finding device or establishing "
+                                          "connection.\n\nOR\n\nDo you want to continue sending process with other "
+                                          "connected device?")))
+            return;
+        if (failed > 0 && failed == devices)
+            op().Show_MessageBox(failures + QStringLiteral("\n All Device not connected properly or Device is not "
+                                                           "functioning.\n\nPlease use Mobile Phone Connection Wizard "
+                                                           "for finding device or establishing connection."));
+    }
+    setPleaseWait(false);
+
+    if (m_sendingPorts.size() < 2) {
+        m_sendingPortChoice = m_sendingPorts.value(0);
+    } else {
+        m_sendingPorts.append(kAllDeviceChoice);
+        m_sendingPortChoice = chosen == kAllDeviceChoice || !m_sendingPorts.contains(chosen) ? kAllDeviceChoice : chosen;
+        if (chosen != kAllDeviceChoice && !m_sendingPorts.contains(chosen))
+            m_sendingPortChoice = m_sendingPorts.first();
+    }
+    emit changed();
+    Clock::sleep(1s);
+    sendingJob().Open_SMS_Sending_Dialog();
+}

@@ -1,0 +1,294 @@
+#include "SMS_Sending.h"
+
+#include "Gsm_Bulk_Sms_Wnd.h"
+#include "core/AppState.h"
+#include "core/Clock.h"
+#include "core/Log.h"
+#include "core/MainThread.h"
+#include "core/Operator.h"
+#include "core/SendingFlags.h"
+#include "core/TextUtils.h"
+#include "list/DelayedDeliveryPause.h"
+
+#include <QCoreApplication>
+#include <QMetaObject>
+
+using namespace std::chrono_literals;
+
+namespace {
+const QString kNotice = QStringLiteral(
+    "Please do not operate your mobile device while message sending process is going on. Operating the mobile "
+    "device functions during the messaging process may interrupt the execution and may result errors in process.");
+const QStringList kItemColumns = {"Number", "Message", "Current Status", "Status", "Use Port"};
+
+Record recordOf(const SendingItem& item) {
+    return Record{{"Number", item.number},        {"Message", item.message},
+                  {"Use Port", item.usePort},     {"Use Status", item.useStatus},
+                  {"Current Status", item.currentStatus}, {"Status", item.status},
+                  {"Retry", "0"},                 {"Sent item", "0"}};
+}
+} // namespace
+
+SMS_Sending::SMS_Sending(Gsm_Bulk_Sms_Wnd& window, Operator& op, QObject* parent)
+    : DialogController(parent), m_window(window), m_op(op), m_table(kItemColumns),
+      m_pause(PauseCountdown::Variant::SendingJob,
+              [this](const QString& text) { ui([this, text] { m_pauseLabel = text; }); }),
+      m_activity([this] { ui([this] { m_activityValue = nextActivityValue(m_activityValue); }); }) {}
+
+SMS_Sending::~SMS_Sending() {
+    Stop_SMS_Sending_Now = true;
+    m_activity.stop();
+    m_pause.endCountdown();
+    joinThreads();
+}
+
+// ---- threads ----
+
+void SMS_Sending::ui(std::function<void()> change) {
+    QMetaObject::invokeMethod(
+        this,
+        [this, change = std::move(change)] {
+            change();
+            emit changed();
+        },
+        Qt::QueuedConnection);
+}
+
+void SMS_Sending::uiWait(std::function<void()> change) {
+    MainThread::invokeAndWait([&] {
+        change();
+        emit changed();
+    });
+}
+
+void SMS_Sending::spawn(std::function<void()> body) {
+    std::lock_guard lock(m_threadsMutex);
+    ++m_threadsRunning;
+    m_threads.emplace_back([this, body = std::move(body)] {
+        body();
+        --m_threadsRunning;
+    });
+}
+
+void SMS_Sending::joinThreads() {
+    // Threads hand work to the main thread: keep its events flowing while they finish.
+    while (m_threadsRunning > 0) {
+        if (MainThread::isCurrent() && QCoreApplication::instance() != nullptr)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        std::this_thread::sleep_for(1ms);
+    }
+    std::lock_guard lock(m_threadsMutex);
+    for (std::thread& t : m_threads)
+        if (t.joinable())
+            t.join();
+    m_threads.clear();
+}
+
+// ---- opening and loading ----
+
+void SMS_Sending::Open_SMS_Sending_Dialog() {
+    try {
+        joinThreads(); // the threads of an earlier run have ended by now
+        m_dlgClose = false;
+        m_exportVisible = false;
+        m_stopEnabled = false;
+        m_closeEnabled = true;
+        curr_send_item_4_th = 0;
+        wait_to_fins_running = false;
+        const RecordList rows = m_window.list().records();
+        tot_main_list_count = int(rows.size());
+        m_items.reset({});
+        m_table.clear();
+        m_overallMax = int(rows.size());
+        m_overallValue = 0;
+        m_activityValue = 0;
+        m_activityVisible = false;
+        m_stopVisible = true;
+        m_pauseLabel.clear();
+        m_statusLine = kPopulating;
+        m_notice = QStringLiteral("It may take a while, Please wait...\n\n") + kNotice;
+        m_title = kSendingTitle;
+        m_totalLabel = QString::number(rows.size());
+        Show_curr_msg_count(int(rows.size()), 1);
+
+        m_options.schedule = m_window.delaySchedule();
+        m_options.unicode = m_window.unicode();
+        m_options.flash = m_window.isFlashMessage();
+        m_options.skipDuplicates = m_window.skipDuplicates();
+        m_options.exclusion = m_window.exclusion();
+        m_options.saveSentItems = m_window.saveSentItems();
+        m_options.saveTemplates = m_window.saveTemplates();
+        emit changed();
+
+        const QString selectedPath = sel_port_bsd_str;
+        spawn([this, rows, selectedPath] { Load_Thread(rows, selectedPath); });
+        Clock::sleep(1s);
+        if (Stop_SMS_Sending_Now)
+            return;
+        m_op.runModal(*this);
+    } catch (const std::exception& e) {
+        Show_NSLog_Message(QStringLiteral("sms sending Open_SMS_Sending_Dialog exception \n") + QString::fromUtf8(e.what()));
+    }
+}
+
+void SMS_Sending::Load_Thread(RecordList rows, QString selectedPath) {
+    QList<SendingItem> items;
+    QSet<QString> numbers;
+    int finished = 0;
+    for (const Record& row : rows) {
+        if (Stop_SMS_Sending_Now)
+            break;
+        SendingItem item;
+        item.number = Trim_Str(row.value("Number"));
+        item.message = row.value("Message");
+        if (item.number.isEmpty())
+            continue;
+        const bool excluded = m_options.exclusion && m_window.Check_Exclusion_Number(item.number);
+        const bool duplicate = m_options.skipDuplicates && numbers.contains(item.number);
+        if (excluded || duplicate) {
+            item.status = excluded ? kExcluded : kSkipped;
+            item.useStatus = item.currentStatus = kDone;
+            item.usePort = selectedPath;
+            ++finished;
+        }
+        numbers.insert(item.number);
+        items << item;
+        if (items.size() % 1000 == 0)
+            ui([this, count = int(items.size())] { Show_curr_msg_count(tot_main_list_count, count); });
+    }
+    curr_send_item_4_th = finished;
+    m_items.reset(items);
+    RecordList records;
+    records.reserve(items.size());
+    for (const SendingItem& item : items)
+        records << recordOf(item);
+    uiWait([this, records] {
+        m_table.setRecords(records);
+        Show_curr_msg_count(tot_main_list_count, int(records.size()));
+    });
+    afterLoading();
+}
+
+void SMS_Sending::afterLoading() {
+    uiWait([this] {
+        wait_to_fins_running = false;
+        m_stopVisible = true;
+        m_activityVisible = true;
+        m_statusLine = kSendingTitle;
+        m_title = kSendingTitle;
+        m_notice = QStringLiteral("It may take a while, Please wait...\n\n") + kNotice;
+        m_totalLabel = QString::number(tot_main_list_count);
+        Show_curr_msg_count(tot_main_list_count, curr_send_item_4_th);
+    });
+    if (!m_items.anyWaiting() || Stop_SMS_Sending_Now)
+        Show_NSLog_Message(QStringLiteral("No item waits for sending, or a stop was asked."));
+    m_activity.startTimerThread();
+    m_runHolders = 1; // the dispatcher holds the run open until it has started every port
+    m_startedWorkers = 0;
+    spawn([this] { GSM_Send_Multi_Phone_Msg_Function(); });
+}
+
+// ---- what the window shows ----
+
+void SMS_Sending::showItem(int index, const SendingItem& item, bool counted) {
+    const Record record = recordOf(item);
+    const bool stopped = item.status == kStopped;
+    uiWait([this, index, record, counted, stopped] {
+        m_table.replace(index, record);
+        if (counted) {
+            ++curr_send_item_4_th;
+            if (!stopped)
+                Show_curr_msg_count(tot_main_list_count, curr_send_item_4_th);
+        }
+    });
+}
+
+void SMS_Sending::Show_curr_msg_count(int total, int current) {
+    if (total <= 0)
+        return;
+    current = qBound(1, current, total);
+    const int percent = current * 100 / total;
+    m_progressText = QStringLiteral("%1 / %2 Message or %3%").arg(current).arg(total).arg(QString::number(percent, 'f', 2));
+    m_overallValue = current;
+    emit changed();
+    if (current == total && !Check_Current_Running_Status())
+        Check_curr_tot_msg_Count();
+}
+
+bool SMS_Sending::Check_Current_Running_Status() {
+    const bool running = m_items.anyWaitingOrSending();
+    if (!running && MainThread::isCurrent()) {
+        m_closeEnabled = m_statusLine == kFinish || m_statusLine.contains(QStringLiteral("Populating"));
+        emit changed();
+    }
+    return running;
+}
+
+void SMS_Sending::Check_curr_tot_msg_Count() {
+    if (m_statusLine.contains(QStringLiteral("Populating")))
+        return;
+    const QStringList parts = m_progressText.section(QStringLiteral("Message"), 0, 0).split(QLatin1Char('/'));
+    if (parts.size() != 2 || parts.at(0).trimmed() != parts.at(1).trimmed())
+        return;
+    if (wait_to_fins_running || m_statusLine == kFinish)
+        return;
+    spawn([this] {
+        Clock::sleep(2s);
+        startCompletion();
+    });
+}
+
+// ---- stop and close ----
+
+void SMS_Sending::endPause() {
+    m_pause.endCountdown();
+    m_pause.GSM_Pause_Delay_Time = 0;
+    m_pauseLabel.clear();
+    Pause_Timer_Running = false;
+    emit changed();
+}
+
+void SMS_Sending::stop_SMS_Sending(const QString& closeWindow) {
+    if (!m_op.Show_YES_NO_MessageBox(QStringLiteral("\nTerminating the current process will stop sending text messages "
+                                                    "to the remaining contact. Are you sure you want to continue?"))) {
+        m_dlgClose = false;
+        return;
+    }
+    m_dlgClose = closeWindow == QLatin1String("YES");
+    Stop_SMS_Sending_Now = true;
+    endPause();
+    if (!wait_to_fins_running && m_statusLine != kFinish) {
+        m_closeEnabled = false;
+        emit changed();
+        spawn([this] { startCompletion(); });
+    }
+}
+
+void SMS_Sending::Stop_Btn() {
+    if (Check_Current_Running_Status()) {
+        stop_SMS_Sending(QStringLiteral("NO"));
+    } else if (Pause_Timer_Running) {
+        if (m_op.Show_YES_NO_MessageBox(QStringLiteral("Are you sure you want to continue?"))) {
+            Stop_SMS_Sending_Now = true;
+            endPause();
+        }
+    } else {
+        Check_curr_tot_msg_Count();
+    }
+}
+
+void SMS_Sending::CancelPressed() {
+    if (m_statusLine.contains(QStringLiteral("Populating")) || Check_Current_Running_Status()) {
+        stop_SMS_Sending(QStringLiteral("YES"));
+    } else if (Pause_Timer_Running) {
+        if (m_op.Show_YES_NO_MessageBox(QStringLiteral("Are you sure you want to continue?"))) {
+            m_dlgClose = true;
+            Stop_SMS_Sending_Now = true;
+            endPause();
+            if (m_statusLine == kFinish)
+                endModal(1);
+        }
+    } else if (m_statusLine == kFinish) {
+        endModal(1);
+    }
+}

@@ -1,0 +1,128 @@
+#pragma once
+// The GSM sending job: copies the GSM window's list into its own items, opens every chosen
+// port into a session slot (two seconds apart) and runs one worker per working port until
+// no item is left, with live statuses, delayed-delivery pauses, Stop and Close, and the
+// closing messages. One instance, shown modally by the GSM window.
+#include "SendingItems.h"
+#include "core/DialogController.h"
+#include "core/RecordTable.h"
+#include "list/ActivityIndicator.h"
+#include "list/DelaySchedule.h"
+#include "list/PauseCountdown.h"
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+class Gsm_Bulk_Sms_Wnd;
+class MFCSMS;
+class Operator;
+
+class SMS_Sending : public DialogController {
+    Q_OBJECT
+public:
+    SMS_Sending(Gsm_Bulk_Sms_Wnd& window, Operator& op, QObject* parent = nullptr);
+    ~SMS_Sending() override;
+
+    // Starts a run over the window's list and shows the job until it is closed.
+    void Open_SMS_Sending_Dialog();
+
+    // The item table the view shows (updated on the main thread).
+    const RecordTable& itemTable() const { return m_table; }
+    const SendingItems& items() const { return m_items; }
+
+    // --- Window state.
+    QString statusLine() const { return m_statusLine; }
+    QString notice() const { return m_notice; }
+    QString title() const { return m_title; }
+    QString totalLabel() const { return m_totalLabel; }
+    QString progressText() const { return m_progressText; }
+    int overallMaximum() const { return m_overallMax; }
+    int overallValue() const { return m_overallValue; }
+    int activityValue() const { return m_activityValue; }
+    bool activityVisible() const { return m_activityVisible; }
+    QString pauseLabel() const { return m_pauseLabel; }
+    bool stopEnabled() const { return m_stopEnabled; }
+    bool stopVisible() const { return m_stopVisible; }
+    bool closeEnabled() const { return m_closeEnabled; }
+    bool exportVisible() const { return m_exportVisible; }
+    bool pleaseWaitShown() const { return m_pleaseWait; }
+    bool progressTextVisible() const { return m_progressTextVisible; }
+
+    // --- Buttons.
+    void Stop_Btn();
+    void CancelPressed();
+
+    // True while the run's threads are still at work (tests wait on it).
+    bool running() const { return m_threadsRunning > 0; }
+
+    // --- Parts of the run (names as the job's steps are called).
+    void Show_curr_msg_count(int total, int current);
+    bool Check_Current_Running_Status();
+    void Check_curr_tot_msg_Count();
+
+    static constexpr int kMaxPorts = 32;
+
+private:
+    struct PortJob {
+        QString portName;
+        int slot = 0;
+        int mode = 0; // 1 PDU, 2 text, 0 unknown
+        QString smsc;
+        int fd = -1;
+    };
+    struct RunOptions {
+        DelaySchedule schedule;
+        bool unicode = false, flash = false, skipDuplicates = false, exclusion = false;
+        bool saveSentItems = false, saveTemplates = false;
+    };
+
+    void Load_Thread(RecordList rows, QString selectedPath);
+    void afterLoading();
+    void GSM_Send_Multi_Phone_Msg_Function();
+    bool openPort(int slot, const QString& path, PortJob& job);
+    void Send_To_All_SMS_Func(PortJob job);
+    void releaseRun(int portMode); // the last holder of the run ends it
+    void Mark_Stopped_On_Curr_port_Th();
+    void Wait_to_finish_Th();
+    void startCompletion();
+    void stop_SMS_Sending(const QString& closeWindow);
+    void endPause();
+
+    void showItem(int index, const SendingItem& item, bool counted);
+    void ui(std::function<void()> change);      // on the main thread, without waiting
+    void uiWait(std::function<void()> change);  // on the main thread, waiting
+    void spawn(std::function<void()> body);
+    void joinThreads();
+
+    Gsm_Bulk_Sms_Wnd& m_window;
+    Operator& m_op;
+    SendingItems m_items;
+    RecordTable m_table;
+    RunOptions m_options;
+    PauseCountdown m_pause;
+    ActivityIndicator m_activity;
+
+    std::mutex m_threadsMutex;
+    std::vector<std::thread> m_threads;
+    std::atomic<int> m_threadsRunning{0};
+    std::atomic<int> m_runHolders{0}; // the dispatcher and every started worker
+    std::atomic<int> m_startedWorkers{0};
+    std::atomic<bool> wait_to_fins_running{false};
+    std::atomic<int> curr_send_item_4_th{0};
+    std::atomic<int> tot_main_list_count{0};
+    std::atomic<bool> m_dlgClose{false}; // dlg_close "YES"
+
+    // Window state (main thread).
+    QString m_statusLine, m_notice, m_title, m_totalLabel, m_progressText, m_pauseLabel;
+    bool m_progressTextVisible = true;
+    int m_overallMax = 0, m_overallValue = 0, m_activityValue = 0;
+    bool m_activityVisible = false, m_stopEnabled = false, m_stopVisible = true, m_closeEnabled = true;
+    bool m_exportVisible = false, m_pleaseWait = false;
+};
+
+inline const QString kFinish = QStringLiteral("Finish.");
+inline const QString kPopulating = QStringLiteral("Populating Phone Numbers and Message List, Please wait...");
+inline const QString kSendingTitle = QStringLiteral("Sending Messages, Please wait...");

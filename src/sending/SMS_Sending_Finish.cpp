@@ -1,0 +1,97 @@
+// The end of a sending run: the last port (or the dispatcher, when no port started) marks
+// the untaken items stopped; the completion thread then waits for the last item, tells the
+// operator how the run ended, and closes the window when the operator asked to.
+#include "SMS_Sending.h"
+
+#include "core/Clock.h"
+#include "core/Operator.h"
+#include "core/SendingFlags.h"
+
+using namespace std::chrono_literals;
+
+void SMS_Sending::releaseRun(int portMode) {
+    if (--m_runHolders > 0)
+        return;
+    // Exactly one caller gets here: the run is over on every port.
+    m_activity.stop();
+    m_pause.endCountdown();
+    m_pause.GSM_Pause_Delay_Time = 0;
+    ui([this] {
+        m_pauseLabel.clear();
+        m_activityValue = 100;
+    });
+    if (portMode == 0)
+        m_op.Show_MessageBox(QStringLiteral("Selected device is not working properly.Could not initialize device.\n"));
+    Mark_Stopped_On_Curr_port_Th();
+}
+
+void SMS_Sending::Mark_Stopped_On_Curr_port_Th() {
+    const QList<int> marked = m_items.markStopped();
+    if (!marked.isEmpty()) {
+        QList<std::pair<int, SendingItem>> rows;
+        for (int index : marked)
+            rows.append({index, m_items.at(index)});
+        uiWait([this, rows] {
+            for (const auto& [index, item] : rows) {
+                m_table.replace(index, Record{{"Number", item.number},
+                                              {"Message", item.message},
+                                              {"Use Port", item.usePort},
+                                              {"Use Status", item.useStatus},
+                                              {"Current Status", item.currentStatus},
+                                              {"Status", item.status},
+                                              {"Retry", "0"},
+                                              {"Sent item", "0"}});
+                ++curr_send_item_4_th;
+            }
+        });
+    }
+    Clock::sleep(2s);
+    if (!marked.isEmpty() && m_items.anyWaitingOrSending()) {
+        ui([this] { Check_curr_tot_msg_Count(); });
+        return;
+    }
+    startCompletion();
+}
+
+void SMS_Sending::startCompletion() {
+    bool alreadyFinished = false;
+    uiWait([this, &alreadyFinished] { alreadyFinished = m_statusLine == kFinish; });
+    if (alreadyFinished)
+        return;
+    bool idle = false;
+    if (!wait_to_fins_running.compare_exchange_strong(idle, true))
+        return;
+    uiWait([this] {
+        m_closeEnabled = false;
+        m_pleaseWait = true;
+    });
+    Wait_to_finish_Th();
+}
+
+void SMS_Sending::Wait_to_finish_Th() {
+    Clock::sleep(2s);
+    while (m_items.anyWaitingOrSending())
+        Clock::sleep(1s);
+    m_activity.stop();
+    uiWait([this] {
+        m_pleaseWait = false;
+        m_stopVisible = false;
+        m_activityVisible = false;
+        m_overallValue = m_items.size();
+        m_statusLine = kFinish;
+        m_notice = QStringLiteral("Sending Process, Finished.\n\nPlease do not operate your mobile device while message "
+                                  "sending process is going on. Operating the mobile device functions during the "
+                                  "messaging process may interrupt the execution and may result errors in process.");
+        m_title = QStringLiteral("Sending Process, Finished.");
+        m_closeEnabled = true;
+    });
+    wait_to_fins_running = false;
+    if (m_dlgClose) {
+        m_op.Show_MessageBox(QStringLiteral("SMS Sending process is stopped."));
+        ui([this] { endModal(1); });
+    } else if (Stop_SMS_Sending_Now) {
+        m_op.Show_MessageBox(QStringLiteral("SMS Sending process is stopped"));
+    } else {
+        m_op.Show_MessageBox(QStringLiteral("SMS Sending process is finished."));
+    }
+}

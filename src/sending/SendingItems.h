@@ -1,0 +1,73 @@
+#pragma once
+// The items of one sending run and the only two things workers do to them: claim the next
+// waiting item, and write an item's final state. Both happen under one lock, so an item is
+// taken by exactly one port; the claim walks forward from a cursor, so a run stays linear
+// in its length however many ports share it. The views see the items through a table that
+// the job updates on the main thread.
+#include <QList>
+#include <QSet>
+#include <QString>
+
+#include <functional>
+#include <mutex>
+#include <optional>
+
+inline const QString kWaitToDispatch = QStringLiteral("Wait to dispatch...");
+inline const QString kSendingUse = QStringLiteral("Sending...");
+inline const QString kDone = QStringLiteral("Done");
+inline const QString kStoppedUse = QStringLiteral("Stopped");
+inline const QString kStopped = QStringLiteral("Stopped.");
+inline const QString kExcluded = QStringLiteral("Excluded.");
+inline const QString kSkipped = QStringLiteral("Skipped.");
+
+struct SendingItem {
+    QString number;
+    QString message;
+    QString usePort;
+    QString useStatus = kWaitToDispatch;
+    QString currentStatus = kWaitToDispatch;
+    QString status; // final outcome; empty while not finished
+};
+
+class SendingItems {
+public:
+    // Starts a run over these items (already marked at loading where due).
+    void reset(QList<SendingItem> items);
+
+    int size() const;
+    SendingItem at(int index) const;
+    QList<SendingItem> all() const;
+
+    // What the claim found at an index: an item to send, or one it finished as excluded or
+    // skipped instead (the caller shows it).
+    struct Claim {
+        enum class Kind { Send, Excluded, Skipped } kind;
+        int index;
+        SendingItem item;
+    };
+    // The next waiting, untaken item from the cursor on, taken for the port; items on the
+    // way that must not be sent are finished and reported through finishedOnTheWay.
+    std::optional<Claim> claimNext(const QString& portName, bool skipDuplicates,
+                                   const std::function<bool(const QString&)>& isExcluded,
+                                   const std::function<void(const Claim&)>& finishedOnTheWay);
+
+    // Writes an item's final state once; false when it already had one.
+    bool finish(int index, const QString& status, const QString& useStatus, const QString& currentStatus);
+
+    // Marks every waiting item "Stopped."; returns the indexes marked.
+    QList<int> markStopped();
+
+    int finishedCount() const;
+    bool anyWaiting() const;             // an item still waits for a port
+    bool anyWaitingOrSending() const;    // work is left
+    bool allFinished() const;
+
+private:
+    mutable std::mutex m_mutex;
+    QList<SendingItem> m_items;
+    QList<int> m_firstIndexOfNumber; // per item: the lowest index holding its number
+    int m_cursor = 0;
+    int m_waiting = 0;
+    int m_sending = 0;
+    int m_finished = 0;
+};

@@ -1,0 +1,94 @@
+#include "SendingJobView.h"
+
+#include "RecordTableModel.h"
+
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QTableView>
+#include <QVBoxLayout>
+
+SendingJobView::SendingJobView(SMS_Sending& controller, QWidget* parent) : QDialog(parent), m_controller(controller) {
+    auto* layout = new QVBoxLayout(this);
+    m_status = new QLabel(this);
+    QFont bold = m_status->font();
+    bold.setBold(true);
+    bold.setPointSizeF(bold.pointSizeF() * 1.2);
+    m_status->setFont(bold);
+    m_notice = new QLabel(this);
+    m_notice->setWordWrap(true);
+    layout->addWidget(m_status);
+    layout->addWidget(m_notice);
+
+    auto* counts = new QHBoxLayout();
+    m_total = new QLabel(this);
+    m_progressText = new QLabel(this);
+    m_pause = new QLabel(this);
+    m_pause->setStyleSheet(QStringLiteral("color: #a05000; font-weight: bold;"));
+    counts->addWidget(new QLabel(QStringLiteral("Total:"), this));
+    counts->addWidget(m_total);
+    counts->addStretch();
+    counts->addWidget(m_pause);
+    counts->addStretch();
+    counts->addWidget(m_progressText);
+    layout->addLayout(counts);
+
+    m_overall = new QProgressBar(this);
+    m_activity = new QProgressBar(this);
+    m_activity->setRange(0, 100);
+    m_activity->setTextVisible(false);
+    m_activity->setMaximumHeight(8);
+    layout->addWidget(m_overall);
+    layout->addWidget(m_activity);
+
+    auto* model = new RecordTableModel(controller.itemTable(), this);
+    model->setColumnTitle(QStringLiteral("Use Port"), QStringLiteral("Port"));
+    m_table = new QTableView(this);
+    m_table->setModel(model);
+    m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_table->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    m_table->verticalHeader()->setDefaultSectionSize(m_table->fontMetrics().height() + 6);
+    m_table->horizontalHeader()->setStretchLastSection(true);
+    m_table->setColumnWidth(0, 140);
+    m_table->setColumnWidth(1, 260);
+    m_table->setColumnWidth(2, 200);
+    m_table->setColumnWidth(3, 200);
+    layout->addWidget(m_table, 1);
+
+    auto* buttons = new QHBoxLayout();
+    m_pleaseWait = new QLabel(QStringLiteral("Please wait while the last messages finish..."), this);
+    m_stop = new QPushButton(QStringLiteral("Stop"), this);
+    m_close = new QPushButton(QStringLiteral("Close"), this);
+    buttons->addWidget(m_pleaseWait);
+    buttons->addStretch();
+    buttons->addWidget(m_stop);
+    buttons->addWidget(m_close);
+    layout->addLayout(buttons);
+    resize(980, 600);
+
+    connect(m_stop, &QPushButton::clicked, this, [this] { m_controller.Stop_Btn(); });
+    connect(m_close, &QPushButton::clicked, this, [this] { m_controller.CancelPressed(); });
+    connect(&controller, &DialogController::changed, this, &SendingJobView::refresh);
+    refresh();
+}
+
+void SendingJobView::refresh() {
+    setWindowTitle(m_controller.title());
+    m_status->setText(m_controller.statusLine());
+    m_notice->setText(m_controller.notice());
+    m_total->setText(m_controller.totalLabel());
+    m_progressText->setText(m_controller.progressText());
+    m_progressText->setVisible(m_controller.progressTextVisible());
+    m_pause->setText(m_controller.pauseLabel());
+    m_overall->setRange(0, qMax(1, m_controller.overallMaximum()));
+    m_overall->setValue(m_controller.overallValue());
+    m_activity->setValue(m_controller.activityValue());
+    m_activity->setVisible(m_controller.activityVisible());
+    m_stop->setEnabled(m_controller.stopEnabled());
+    m_stop->setVisible(m_controller.stopVisible());
+    m_close->setEnabled(m_controller.closeEnabled());
+    m_pleaseWait->setVisible(m_controller.pleaseWaitShown());
+}

@@ -1,0 +1,254 @@
+// Whole sending runs from the GSM window's Send button to the closing message, against
+// virtual modems on pseudo-terminals: what "the network" received, item by item.
+#include "sending/Gsm_Bulk_Sms_Wnd.h"
+#include "sending/SMS_Sending.h"
+
+#include "ScriptedOperator.h"
+#include "TestEnvironment.h"
+#include "core/AppState.h"
+#include "core/Clock.h"
+#include "core/DataFolder.h"
+#include "core/SendingFlags.h"
+#include "sim/VirtualModem.h"
+
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+
+using sim::ModemBehaviour;
+using sim::VirtualModem;
+
+class SendingRunTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        Clock::setScale(0.02); // a second is 20 ms; read time-outs leave the modems time to answer
+        clearDeviceSelection();
+        Stop_SMS_Sending_Now = false;
+        Pause_Timer_Running = false;
+        text_change_notifications_on = true;
+        window.windowDidLoad();
+    }
+    void TearDown() override {
+        Clock::setScale(0.001);
+        clearDeviceSelection();
+    }
+
+    VirtualModem& attach(const QString& mode = "PDU Mode", ModemBehaviour behaviour = {}) {
+        behaviour.networkDelayMs = 0;
+        sim::ModemIdentity id;
+        id.imei = QString::number(356000000000000LL + qint64(modems.size()));
+        modems.push_back(std::make_unique<VirtualModem>(id, behaviour));
+        EXPECT_TRUE(modems.back()->start());
+        const QString path = modems.back()->devicePath();
+        port_val_str_array << path;
+        port_det_str_array << Record{{"PORT_DETAL", path}, {"COM_PORT", path.mid(8)}, {"Model", "VM-100"},
+                                     {"SMSMode", mode},    {"UseCusSMSC", "N"},       {"CusSMSC", "+447700900123"},
+                                     {"DefSMSC", "+447700900123"}, {"SMS_CAPABLE", "Yes"}};
+        sel_port_name_str = path.mid(8);
+        sel_port_bsd_str = path;
+        return *modems.back();
+    }
+    void chooseDevices() { window.applyDeviceSelection(); }
+    void addRecipients(const QStringList& numbers, const QString& message) {
+        for (const QString& n : numbers)
+            window.Create_Num_Msg_List(n, message);
+    }
+
+    // Presses Send and lets the run go to its end; `during` runs on the job once it sends.
+    void send(const std::function<void(SMS_Sending&)>& during = {}) {
+        op.onModal<SMS_Sending>([&](SMS_Sending& job) {
+            ASSERT_TRUE(spinUntil([&] { return job.statusLine() == kSendingTitle || job.statusLine() == kFinish; }));
+            if (during)
+                during(job);
+            ASSERT_TRUE(spinUntil([&] { return job.statusLine() == kFinish && !job.pleaseWaitShown(); },
+                                  std::chrono::seconds(60)));
+            ASSERT_TRUE(spinUntil([&] { return !job.running(); }, std::chrono::seconds(30)));
+            if (!job.isEnded())
+                job.CancelPressed();
+        });
+        window.Send_SMS_Btn();
+    }
+    QList<SendingItem> items() { return window.sendingJob().items().all(); }
+    QStringList receivedNumbers() const {
+        QStringList out;
+        for (const auto& m : modems)
+            for (const auto& r : m->received())
+                out << r.number;
+        out.sort();
+        return out;
+    }
+
+    TestDataHome home;
+    ScriptedOperator op;
+    Gsm_Bulk_Sms_Wnd window{op};
+    std::vector<std::unique_ptr<VirtualModem>> modems;
+};
+
+QStringList numbers(int count, int first = 100) {
+    QStringList out;
+    for (int i = 0; i < count; ++i)
+        out << QStringLiteral("+4477009%1").arg(first + i);
+    return out;
+}
+
+TEST_F(SendingRunTest, TwoPortsSendEveryItemExactlyOnce) {
+    attach();
+    attach("Text Mode");
+    chooseDevices();
+    ASSERT_EQ(window.currentDeviceChoice(), "All Device");
+    addRecipients(numbers(10), "Hello from the test");
+    window.prev_composer_msg = window.composerText();
+
+    send();
+    QStringList expected = numbers(10);
+    expected.sort();
+    EXPECT_EQ(receivedNumbers(), expected);
+    int byFirst = 0;
+    for (const SendingItem& item : items()) {
+        EXPECT_EQ(item.status, "Message sent successfully.") << item.number.toStdString();
+        EXPECT_EQ(item.currentStatus, "Done (" + item.usePort + ")");
+        byFirst += item.usePort == modems.at(0)->devicePath();
+    }
+    EXPECT_GT(byFirst, 0);
+    EXPECT_LT(byFirst, 10); // both ports took part
+    for (const auto& m : modems)
+        for (const auto& r : m->received())
+            EXPECT_EQ(r.text, "Hello from the test");
+    EXPECT_EQ(op.alerts().last(), "\nSMS Sending process is finished.");
+    EXPECT_EQ(window.sendingJob().progressText(), "10 / 10 Message or 100.00%");
+}
+
+TEST_F(SendingRunTest, DuplicatesExclusionsAndLongMessages) {
+    attach();
+    chooseDevices();
+    window.setSkipDuplicates(true);
+    addRecipients({"111", "222", "111"}, QString(2000, 'x'));
+    window.prev_composer_msg = window.composerText();
+    send();
+    const QList<SendingItem> all = items();
+    ASSERT_EQ(all.size(), 3);
+    EXPECT_EQ(all.at(2).status, "Skipped."); // the list holds 111, 222, 111 top down
+    EXPECT_EQ(all.at(2).currentStatus, "Done");
+    EXPECT_EQ(modems.at(0)->received().size(), 2);
+    for (const auto& r : modems.at(0)->received())
+        EXPECT_EQ(r.text, QString(1600, 'x'));
+}
+
+TEST_F(SendingRunTest, UnknownModeEndsEveryItemWithTheErrorAndSaysSo) {
+    attach("NONE");
+    chooseDevices();
+    addRecipients({"111", "222"}, "hi");
+    window.prev_composer_msg = window.composerText();
+    send();
+    for (const SendingItem& item : items())
+        EXPECT_EQ(item.status, "Error : +CMS ERROR: 500.");
+    EXPECT_TRUE(op.alerts().contains("\nSelected device is not working properly.Could not initialize device.\n"));
+    EXPECT_TRUE(modems.at(0)->received().isEmpty());
+}
+
+TEST_F(SendingRunTest, ARefusingPortKeepsSendingAndRecordsEachRefusal) {
+    ModemBehaviour refusing;
+    for (const QString& n : numbers(6))
+        refusing.cmsErrorForNumber.insert(n, 38);
+    attach("PDU Mode", refusing);
+    attach();
+    chooseDevices();
+    addRecipients(numbers(6), "x");
+    window.prev_composer_msg = window.composerText();
+    send();
+    int refused = 0;
+    for (const SendingItem& item : items()) {
+        const bool onRefusingPort = item.usePort == modems.at(0)->devicePath();
+        refused += onRefusingPort;
+        EXPECT_EQ(item.status, onRefusingPort ? "+CMS ERROR: 38" : "Message sent successfully.") << item.number.toStdString();
+    }
+    EXPECT_GE(refused, 1);
+    EXPECT_EQ(modems.at(1)->received().size(), 6 - refused);
+}
+
+TEST_F(SendingRunTest, AnUnpluggedPortStopsAndTheOtherFinishesWithNothingSentTwice) {
+    ModemBehaviour unplugging;
+    unplugging.unplugAfterParts = 1;
+    attach("PDU Mode", unplugging);
+    attach();
+    chooseDevices();
+    addRecipients(numbers(8), "y");
+    window.prev_composer_msg = window.composerText();
+    send();
+    int onFirst = 0;
+    for (const SendingItem& item : items()) {
+        if (item.usePort == modems.at(0)->devicePath()) {
+            ++onFirst;
+            EXPECT_TRUE(item.status == "Message sent successfully." || item.status == "Device Connection Error!")
+                << item.status.toStdString();
+        } else {
+            EXPECT_EQ(item.status, "Message sent successfully.");
+        }
+    }
+    EXPECT_LE(onFirst, 2); // the item it sent, and the one whose write failed
+    QStringList got = receivedNumbers();
+    got.removeDuplicates();
+    EXPECT_EQ(got.size(), receivedNumbers().size());
+    EXPECT_GE(got.size(), 7);
+}
+
+TEST_F(SendingRunTest, StopLeavesUntakenItemsStoppedAndSaysSo) {
+    attach();
+    chooseDevices();
+    addRecipients(numbers(30), "m");
+    window.prev_composer_msg = window.composerText();
+    op.answerYes();
+    send([](SMS_Sending& job) {
+        ASSERT_TRUE(spinUntil([&] { return job.items().finishedCount() >= 2; }));
+        job.Stop_Btn();
+    });
+    int stopped = 0;
+    for (const SendingItem& item : items())
+        stopped += item.status == "Stopped." && item.useStatus == "Stopped" && item.currentStatus == "Stopped";
+    EXPECT_GT(stopped, 20);
+    EXPECT_EQ(modems.at(0)->received().size(), 30 - stopped);
+    EXPECT_EQ(op.alerts().last(), "\nSMS Sending process is stopped");
+}
+
+TEST_F(SendingRunTest, SentItemsAndTemplatesAreWrittenOncePerMessage) {
+    attach();
+    attach();
+    chooseDevices();
+    window.setSaveSentItems(true);
+    window.setSaveTemplates(true);
+    addRecipients(numbers(4), "Two\nlines");
+    window.prev_composer_msg = window.composerText();
+    send();
+    QFile sent(SentItem_File_Path);
+    ASSERT_TRUE(sent.open(QIODevice::ReadOnly));
+    const QList<QByteArray> lines = sent.readAll().split('\n');
+    ASSERT_EQ(lines.size(), 5);
+    for (int i = 0; i < 4; ++i)
+        EXPECT_TRUE(lines[i].startsWith("\a+4477009") && lines[i].contains("\vTwo|AP*|DX/lines\a") &&
+                    lines[i].endsWith("\vMessage sent successfully."))
+            << lines[i].toStdString();
+    QFile templates(Templates_File_Path);
+    ASSERT_TRUE(templates.open(QIODevice::ReadOnly));
+    EXPECT_EQ(templates.readAll(), "Two|AP*|DX/lines\n");
+}
+
+TEST_F(SendingRunTest, SendRefusesWithoutDevicesOrRecipients) {
+    window.Send_SMS_Btn();
+    attach();
+    chooseDevices();
+    window.Send_SMS_Btn();
+    window.setNumberField("123");
+    window.Send_SMS_Btn();
+    EXPECT_EQ(op.alerts(), (QStringList{
+                               "\nEither Mobile Device is not connected properly or No Mobile Phone Device is selected."
+                               "\n\nPlease use Mobile Phone Connection Wizard for finding device or establishing "
+                               "connection.",
+                               "\nPhone numbers-Messages list is empty.",
+                               "\nPlease insert entered number to the list."}));
+}
+
+} // namespace
