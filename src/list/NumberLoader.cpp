@@ -1,0 +1,199 @@
+#include "NumberLoader.h"
+
+#include "BulkSmsWindow.h"
+#include "LoadCounters.h"
+#include "Load_Num_Info.h"
+#include "Manually_Add_Num.h"
+#include "NumberCandidates.h"
+#include "NumberRules.h"
+#include "RtfConverter.h"
+#include "SpreadsheetLoads.h"
+#include "TextFileDecoder.h"
+#include "core/Log.h"
+#include "core/MainThread.h"
+#include "core/Operator.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+
+namespace {
+// Candidates filtered and inserted per hand-over to the main thread: large enough to keep
+// the hand-over cost small, small enough to keep the interface responsive.
+constexpr qsizetype kBatch = 2000;
+// A file larger than this is not a list of numbers.
+constexpr qint64 kMaxFileSize = qint64(256) * 1024 * 1024;
+} // namespace
+
+NumberLoader& NumberLoader::of(BulkSmsWindow& window) {
+    if (auto* loader = window.findChild<NumberLoader*>(QString(), Qt::FindDirectChildrenOnly))
+        return *loader;
+    return *new NumberLoader(window);
+}
+
+NumberLoader::NumberLoader(BulkSmsWindow& window) : QObject(&window), m_window(window) {}
+
+NumberLoader::~NumberLoader() {
+    m_stopping = true;
+    // The worker may be waiting for the main thread (this one): keep serving it until it ends.
+    while (m_loading && QCoreApplication::instance() != nullptr)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    if (m_thread.joinable())
+        m_thread.join();
+}
+
+QStringList NumberLoader::fileExtensions() {
+    return {QStringLiteral("txt"), QStringLiteral("TXT"), QStringLiteral("rtf"), QStringLiteral("RTF"),
+            QStringLiteral("csv"), QStringLiteral("CSV"), QStringLiteral("xlsx"), QStringLiteral("XLSX")};
+}
+
+QString NumberLoader::corruptedFileMessage() {
+    return QStringLiteral("Either file is corrupted or selected file contains invalid characters.\n\nOR\n\nRecipient "
+                          "number is skipped because of using 'Skip Duplicate Numbers' or 'Exclusion List' option.");
+}
+
+bool NumberLoader::beginBulkLoad() {
+    if (m_window.Add_Number_In_List_First())
+        return false;
+    m_window.setNumberField(QString());
+    if (m_window.list().isEmpty())
+        return true;
+    Load_Num_Info question;
+    const int code = m_window.op().runModal(question);
+    if (code == 1) {
+        m_window.list().clear();
+        m_window.setSelectedRows({});
+        return true;
+    }
+    return code == 0;
+}
+
+void NumberLoader::Load_Number() {
+    if (m_loading)
+        return;
+    if (!beginBulkLoad())
+        return;
+    const QString path = m_window.op().chooseFileToOpen(fileExtensions());
+    if (path.isEmpty())
+        return;
+    if (QFileInfo(path).suffix().toLower() == QLatin1String("xlsx")) {
+        m_window.prev_list_item = m_window.list().size();
+        SpreadsheetLoads* loads = SpreadsheetLoads::installed();
+        if (loads == nullptr) {
+            Show_NSLog_Message(QStringLiteral("No column import available for %1").arg(path));
+            return;
+        }
+        loads->openColumnImport(path, m_window.kind() == MainWindowController::Kind::Android ? QStringLiteral("AND")
+                                                                                            : QStringLiteral("GSM"));
+        m_window.Update_List_Count();
+        return;
+    }
+    startFileLoad(path);
+}
+
+void NumberLoader::startFileLoad(const QString& path) {
+    if (m_thread.joinable())
+        m_thread.join();
+    setLoading(true);
+    m_thread = std::thread([this, path] {
+        Load_Num_Func(path);
+        MainThread::post([this] { setLoading(false); });
+    });
+}
+
+void NumberLoader::setLoading(bool loading) {
+    if (m_loading.exchange(loading) != loading)
+        emit loadingChanged(loading);
+}
+
+void NumberLoader::setPleaseWait(bool visible) {
+    MainThread::invokeAndWait([this, visible] {
+        if (m_pleaseWait.exchange(visible) != visible)
+            emit pleaseWaitChanged(visible);
+    });
+}
+
+void NumberLoader::Load_Num_Func(const QString& path) {
+    try {
+        const QString message = MainThread::invokeAndWait([this] {
+            m_window.prev_list_item = m_window.list().size();
+            assign_format_skip_exclude_var();
+            return m_window.composerText().left(kMaxMessageLength);
+        });
+        setPleaseWait(true);
+
+        const QString extension = QFileInfo(path).suffix().toUpper();
+        QFile file(path);
+        QString text;
+        bool readable = file.open(QIODevice::ReadOnly) && file.size() <= kMaxFileSize;
+        if (readable) {
+            const QByteArray bytes = file.readAll();
+            if (extension == QLatin1String("RTF"))
+                text = RtfConverter::toPlainText(bytes);
+            else
+                readable = TextFileDecoder::decode(bytes, text);
+        }
+        if (!readable || text.isEmpty()) {
+            setPleaseWait(false);
+            m_window.op().Show_MessageBox(corruptedFileMessage());
+            return;
+        }
+
+        const QStringList candidates = extension == QLatin1String("CSV") ? NumberCandidates::fromCsv(text)
+                                                                         : NumberCandidates::fromTextLines(text);
+        for (qsizetype first = 0; first < candidates.size() && !m_stopping; first += kBatch) {
+            const QStringList batch = candidates.mid(first, kBatch);
+            MainThread::invokeAndWait([&] { insertCandidates(batch, message); });
+        }
+        setPleaseWait(false);
+        reportIfNothingAdded();
+    } catch (...) {
+        Show_NSLog_Message(QStringLiteral("Loading numbers from %1 failed").arg(path));
+        setPleaseWait(false);
+    }
+}
+
+void NumberLoader::insertCandidates(const QStringList& candidates, const QString& message) {
+    for (const QString& candidate : candidates) {
+        const QString number = m_window.Num_Able_To_insert(candidate);
+        if (!number.isEmpty())
+            m_window.Create_Num_Msg_List(number, message);
+    }
+}
+
+void NumberLoader::reportIfNothingAdded() {
+    const bool nothingAdded = MainThread::invokeAndWait(
+        [this] { return m_window.list().isEmpty() || m_window.list().size() == m_window.prev_list_item; });
+    if (nothingAdded)
+        m_window.op().Show_MessageBox(format_skip_exclude_str());
+}
+
+void NumberLoader::Manually_Add_Btn() {
+    if (!beginBulkLoad())
+        return;
+    m_window.prev_list_item = m_window.list().size();
+    Manually_Add_Num dialog(m_window);
+    if (m_window.op().runModal(dialog) == 1)
+        reportIfNothingAdded();
+}
+
+void NumberLoader::Excel_Msg_Load_Btn() {
+    if (!beginBulkLoad())
+        return;
+    SpreadsheetLoads* loads = SpreadsheetLoads::installed();
+    if (loads == nullptr) {
+        Show_NSLog_Message(QStringLiteral("No spreadsheet message window available"));
+        return;
+    }
+    loads->openDynamicMessages();
+    m_window.Update_List_Count();
+}
+
+// ---- the hand-over to the spreadsheet windows ----
+
+namespace {
+std::atomic<SpreadsheetLoads*> g_spreadsheetLoads{nullptr};
+}
+
+void SpreadsheetLoads::install(SpreadsheetLoads* loads) { g_spreadsheetLoads = loads; }
+SpreadsheetLoads* SpreadsheetLoads::installed() { return g_spreadsheetLoads; }

@@ -1,0 +1,275 @@
+// Bulk loads into a window's list: files of every kind, pasted blocks, the keep-or-replace
+// question, the summary of a load that added nothing, and the spreadsheet hand-over.
+#include "list/LoadCounters.h"
+#include "list/Load_Num_Info.h"
+#include "list/Manually_Add_Num.h"
+#include "list/NumberLoader.h"
+#include "list/SpreadsheetLoads.h"
+
+#include "ScriptedOperator.h"
+#include "TestEnvironment.h"
+#include "TestWindows.h"
+#include "core/AppState.h"
+
+#include <QFile>
+#include <QStringEncoder>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+const QString kCorrupted = "\n" + NumberLoader::corruptedFileMessage();
+
+class NumberLoadingTest : public ::testing::Test {
+protected:
+    void SetUp() override { text_change_notifications_on = true; }
+
+    QString writeFile(const QString& name, const QByteArray& bytes) {
+        const QString path = home.root() + "/" + name;
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+        return path;
+    }
+
+    // Load button, file chooser answered with the file; waits for the loading thread.
+    void loadFile(const QString& name, const QByteArray& bytes) {
+        op.chooseFile(writeFile(name, bytes));
+        loader().Load_Number();
+        ASSERT_TRUE(spinUntil([&] { return !loader().isLoading(); }));
+    }
+
+    NumberLoader& loader() { return NumberLoader::of(window); }
+    static QList<int> counters() { return {TOT_PROC, TOT, SKPD, EXLD}; }
+
+    TestDataHome home;
+    ScriptedOperator op;
+    TestBulkSmsWindow window{MainWindowController::Kind::Android, op};
+};
+
+struct FileCase {
+    const char* name;
+    const char* fileName;
+    QByteArray bytes;
+    QStringList numbers; // top of the list first
+    QList<int> counters; // readable, valid, skipped, excluded
+};
+
+class FileLoads : public NumberLoadingTest, public ::testing::WithParamInterface<FileCase> {};
+
+TEST_P(FileLoads, InsertTheAcceptedNumbersOnTop) {
+    const FileCase& c = GetParam();
+    window.setComposerText("Hi");
+    loadFile(c.fileName, c.bytes);
+    EXPECT_EQ(window.numbers(), c.numbers);
+    EXPECT_EQ(window.messages(), QStringList(c.numbers.size(), "Hi"));
+    EXPECT_EQ(counters(), c.counters);
+    EXPECT_EQ(op.alerts().isEmpty(), !c.numbers.isEmpty()) << op.alerts().join("|").toStdString();
+}
+
+const QString kUnicodeSample = QString::fromUtf8("Zoë\r\n+441234567890\r\n0044 (555) 1234\r\n");
+const QStringList kSampleNumbers{"00445551234", "+441234567890"};
+
+QByteArray withBom(QStringConverter::Encoding encoding, const QString& text) {
+    return QStringEncoder(encoding, QStringConverter::Flag::WriteBom)(text);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, FileLoads,
+    ::testing::Values(
+        FileCase{"TxtWindowsLineEnds", "a.txt", "111\r\n222\r\n333\r\n", {"333", "222", "111"}, {3, 3, 0, 0}},
+        FileCase{"TxtMarkupRemoved", "a.TXT", "{\\111}\n2-2 2\n", {"222", "111"}, {2, 2, 0, 0}},
+        FileCase{"TxtInvalidLinesCounted", "a.txt", "Name\n12a\n+1+2\n555\n", {"555"}, {4, 1, 0, 0}},
+        FileCase{"CsvCellsOfOneLine", "a.csv", "Name,+441234567890,Note\r", {"+441234567890"}, {3, 1, 0, 0}},
+        FileCase{"CsvLineFeedsOnlyJoinCells", "a.CSV", "x,111,222\ny,333,444", {"444", "333", "111"}, {5, 3, 0, 0}},
+        FileCase{"CsvLinesWithoutCommaIgnored", "a.csv", "111\r222\r333,444\r", {"444", "333"}, {2, 2, 0, 0}},
+        FileCase{"RtfParagraphs", "a.rtf", "{\\rtf1\\ansi{\\fonttbl{\\f0 Arial 999;}}\\f0 111\\par 222\\par}",
+                 {"222", "111"}, {2, 2, 0, 0}},
+        FileCase{"Utf8", "u.txt", kUnicodeSample.toUtf8(), kSampleNumbers, {3, 2, 0, 0}},
+        FileCase{"Utf8Bom", "u.txt", withBom(QStringConverter::Utf8, kUnicodeSample), kSampleNumbers, {3, 2, 0, 0}},
+        FileCase{"Utf16LeBom", "u.txt", withBom(QStringConverter::Utf16LE, kUnicodeSample), kSampleNumbers,
+                 {3, 2, 0, 0}},
+        FileCase{"Windows1252", "u.txt", kUnicodeSample.toLatin1(), kSampleNumbers, {3, 2, 0, 0}},
+        FileCase{"NothingValid", "n.txt", "abc\r\ndef\r\n", {}, {2, 0, 0, 0}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(NumberLoadingTest, UnreadableFilesGiveTheCorruptedFileMessageAndChangeNothing) {
+    window.add("999");
+    for (const auto& [name, bytes] : {std::pair{"bin.txt", QByteArray("\x89PNG\r\n\x1a\n\x00\x00\x00\rIHDR", 16)},
+                                      std::pair{"empty.txt", QByteArray()}, std::pair{"empty.rtf", QByteArray()}}) {
+        op.onModal<Load_Num_Info>([](Load_Num_Info& q) { q.NoPressed(); });
+        loadFile(name, bytes);
+    }
+    op.onModal<Load_Num_Info>([](Load_Num_Info& q) { q.NoPressed(); });
+    op.chooseFile(home.root() + "/missing.txt");
+    loader().Load_Number();
+    ASSERT_TRUE(spinUntil([&] { return !loader().isLoading(); }));
+    EXPECT_EQ(op.alerts(), QStringList(4, kCorrupted));
+    EXPECT_EQ(window.numbers(), QStringList{"999"});
+    EXPECT_FALSE(loader().pleaseWaitVisible());
+}
+
+TEST_F(NumberLoadingTest, KeepOrReplaceQuestion) {
+    struct Case {
+        const char* name;
+        std::function<void(Load_Num_Info&)> answer;
+        QStringList numbers;
+    };
+    const QList<Case> cases{{"No keeps the old rows below", [](Load_Num_Info& q) { q.NoPressed(); }, {"2", "1", "old"}},
+                            {"Yes replaces the list", [](Load_Num_Info& q) { q.YesPressed(); }, {"2", "1"}},
+                            {"Cancel loads nothing", [](Load_Num_Info& q) { q.CancelPressed(); }, {"old"}}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        window.list().clear();
+        window.list().prepend(recipientRecord("old", ""));
+        op.onModal<Load_Num_Info>(c.answer);
+        if (c.numbers.size() > 1)
+            op.chooseFile(writeFile("k.txt", "1\n2\n"));
+        loader().Load_Number();
+        ASSERT_TRUE(spinUntil([&] { return !loader().isLoading(); }));
+        EXPECT_EQ(window.numbers(), c.numbers);
+    }
+    EXPECT_EQ(op.dialogs(), QStringList(3, "Load_Num_Info"));
+}
+
+TEST_F(NumberLoadingTest, ATypedNumberStopsEveryLoadButton) {
+    window.setNumberField("123");
+    loader().Load_Number();
+    loader().Manually_Add_Btn();
+    loader().Excel_Msg_Load_Btn();
+    EXPECT_EQ(op.alerts(), QStringList(3, "\nPlease insert entered number to the list."));
+    EXPECT_TRUE(op.dialogs().isEmpty());
+}
+
+TEST_F(NumberLoadingTest, AllDuplicatesShowTheSummaryWithItsCounters) {
+    window.setSkipDuplicates(true);
+    loadFile("a.txt", "111\n");
+    op.onModal<Load_Num_Info>([](Load_Num_Info& q) { q.NoPressed(); });
+    loadFile("b.txt", "111\n111\nbad\n");
+    EXPECT_EQ(window.numbers(), QStringList{"111"});
+    EXPECT_EQ(op.alerts(), QStringList{"\n" + format_skip_exclude_str()});
+    EXPECT_EQ(counters(), (QList<int>{3, 2, 2, 0}));
+}
+
+TEST_F(NumberLoadingTest, DuplicatesInsideOneFileAreSkippedOnlyWhenAsked) {
+    loadFile("a.txt", "5\n5\n");
+    EXPECT_EQ(window.numbers(), (QStringList{"5", "5"}));
+    window.list().clear();
+    window.setSkipDuplicates(true);
+    loadFile("a.txt", "5\n5\n");
+    EXPECT_EQ(window.numbers(), QStringList{"5"});
+    EXPECT_EQ(counters(), (QList<int>{2, 2, 1, 0}));
+}
+
+TEST_F(NumberLoadingTest, TheChooserOffersNumberFilesAndCancellingEndsTheLoad) {
+    op.chooseFile(QString());
+    loader().Load_Number();
+    EXPECT_FALSE(loader().isLoading());
+    ASSERT_EQ(op.events().size(), 1);
+    EXPECT_EQ(op.events().at(0).text, "txt,TXT,rtf,RTF,csv,CSV,xlsx,XLSX");
+}
+
+TEST_F(NumberLoadingTest, ALargeFileKeepsItsOrderAcrossHandOvers) {
+    QByteArray bytes;
+    for (int i = 0; i < 5000; ++i)
+        bytes += QByteArray::number(100000 + i) + "\r\n";
+    loadFile("big.txt", bytes);
+    ASSERT_EQ(window.list().size(), 5000);
+    EXPECT_EQ(window.numbers().first(), "104999");
+    EXPECT_EQ(window.numbers().last(), "100000");
+}
+
+// ---- spreadsheet hand-over ----
+
+class RecordingSpreadsheetLoads : public SpreadsheetLoads {
+public:
+    int openColumnImport(const QString& path, const QString& mode) override {
+        calls << "import " + path.section('/', -1) + " " + mode;
+        return 1;
+    }
+    int openDynamicMessages() override {
+        calls << "dynamic";
+        return 1;
+    }
+    QStringList calls;
+};
+
+TEST_F(NumberLoadingTest, WorkbooksGoToTheColumnImportWithTheWindowKind) {
+    RecordingSpreadsheetLoads loads;
+    SpreadsheetLoads::install(&loads);
+    TestBulkSmsWindow gsm{MainWindowController::Kind::Gsm, op};
+    op.chooseFile(home.root() + "/book.XLSX").chooseFile(home.root() + "/other.xlsx");
+    loader().Load_Number();
+    gsm.list().prepend(recipientRecord("1", ""));
+    op.onModal<Load_Num_Info>([](Load_Num_Info& q) { q.NoPressed(); });
+    NumberLoader::of(gsm).Load_Number();
+    loader().Excel_Msg_Load_Btn();
+    SpreadsheetLoads::install(nullptr);
+    EXPECT_EQ(loads.calls, (QStringList{"import book.XLSX AND", "import other.xlsx GSM", "dynamic"}));
+    EXPECT_EQ(gsm.prev_list_item, 1);
+}
+
+// ---- paste dialog ----
+
+class PasteTest : public NumberLoadingTest {
+protected:
+    // Opens the paste dialog, types text, presses OK (and Cancel after a refusal).
+    void paste(const QString& text) {
+        op.onModal<Manually_Add_Num>([text](Manually_Add_Num& d) {
+            d.setText(text);
+            d.OKPressed();
+            if (!d.isEnded())
+                d.CancelPressed();
+        });
+        loader().Manually_Add_Btn();
+    }
+};
+
+TEST_F(PasteTest, TabsSplitCellsAndLinesGoOnTopInOrder) {
+    window.setComposerText("msg");
+    window.add("999");
+    op.onModal<Load_Num_Info>([](Load_Num_Info& q) { q.NoPressed(); });
+    paste("111\t222\n333");
+    EXPECT_EQ(window.numbers(), (QStringList{"333", "222", "111", "999"}));
+    EXPECT_EQ(window.messages(), QStringList(4, "msg"));
+    EXPECT_TRUE(op.alerts().isEmpty());
+}
+
+TEST_F(PasteTest, RefusalsAndSummary) {
+    struct Case {
+        const char* name;
+        QString text;
+        std::function<QStringList()> alerts; // read after the paste: the summary shows its counters
+    };
+    const QList<Case> cases{
+        {"blank", " \n\t ", [] { return QStringList{"\nNo item to insert in list."}; }},
+        {"lone surrogate", QString("12") + QChar(0xD800), [] { return QStringList{kCorrupted}; }},
+        {"nothing valid", "abc\ndef", [] { return QStringList{"\n" + format_skip_exclude_str()}; }},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        op.clearTranscript();
+        paste(c.text);
+        EXPECT_EQ(op.alerts(), c.alerts());
+
+        EXPECT_TRUE(window.list().isEmpty());
+    }
+}
+
+TEST_F(PasteTest, LineCounterAndEmptiedTextBox) {
+    Manually_Add_Num dialog(window);
+    EXPECT_EQ(dialog.lineCounter(), "1");
+    for (const auto& [text, lines] : {std::pair{"", "1"}, std::pair{"1", "1"}, std::pair{"1\n", "2"},
+                                      std::pair{"1\n2\n3", "3"}}) {
+        dialog.setText(text);
+        EXPECT_EQ(dialog.lineCounter(), lines) << text;
+    }
+    const int generation = dialog.clearGeneration();
+    dialog.CancelPressed();
+    EXPECT_EQ(dialog.endCode(), 0);
+    EXPECT_EQ(dialog.text(), "");
+    EXPECT_EQ(dialog.lineCounter(), "1");
+    EXPECT_GT(dialog.clearGeneration(), generation);
+}
+
+} // namespace
