@@ -1,5 +1,5 @@
-// The desktop application: both main windows, the GSM one in front, and the
-// device-kind dialog over it.
+// bulksms: the desktop application, or with "send"/"devices" the command-line tool.
+#include "CommandLine.h"
 #include "android/Bulk_SMSAppDelegate.h"
 #include "core/AppState.h"
 #include "core/Launch.h"
@@ -10,9 +10,12 @@
 #include "ui/ViewRegistry.h"
 
 #include <QApplication>
+#include <QCoreApplication>
 #include <QTimer>
 
-int main(int argc, char* argv[]) {
+namespace {
+
+int runDesktop(int argc, char* argv[]) {
     QApplication app(argc, argv);
     QApplication::setApplicationName(kApplicationName);
     QApplication::setApplicationDisplayName(kApplicationName);
@@ -31,4 +34,18 @@ int main(int argc, char* argv[]) {
         return 1;
     QTimer::singleShot(0, &app, [&] { Show_Device_Kind_Selection(op, gsmWindow, androidWindow); });
     return app.exec();
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+    if (isCommandLine(arguments)) {
+        QCoreApplication app(argc, argv);
+        QCoreApplication::setApplicationName(QStringLiteral("bulksms"));
+        return runCommandLine(arguments);
+    }
+    return runDesktop(argc, argv);
 }

@@ -2,6 +2,7 @@
 
 #include "TextUtils.h"
 
+#include <atomic>
 #include <cstdio>
 #include <mutex>
 #include <syslog.h>
@@ -12,6 +13,8 @@ std::mutex& captureMutex() {
     static std::mutex m;
     return m;
 }
+std::atomic<bool> g_toStandardError{true};
+
 std::vector<LogCapture*>& captures() {
     static std::vector<LogCapture*> list;
     return list;
@@ -24,11 +27,14 @@ void Show_NSLog_Message(const QString& text) {
         return; // only the prefix: the text was blank
     const QByteArray utf8 = line.toUtf8();
     syslog(LOG_NOTICE, "%s", utf8.constData());
-    std::fprintf(stderr, "%s\n", utf8.constData());
+    if (g_toStandardError)
+        std::fprintf(stderr, "%s\n", utf8.constData());
     std::lock_guard lock(captureMutex());
     for (LogCapture* capture : captures())
         capture->append(line);
 }
+
+void setLogToStandardError(bool on) { g_toStandardError = on; }
 
 LogCapture::LogCapture() {
     std::lock_guard lock(captureMutex());

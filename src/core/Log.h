@@ -6,6 +6,10 @@
 // Writes "NSLOG : text" (trimmed) to syslog and stderr; a blank text writes nothing.
 void Show_NSLog_Message(const QString& text);
 
+// Whether log lines are copied to stderr (on by default; the command-line tool keeps its
+// terminal for the operator unless asked to be verbose).
+void setLogToStandardError(bool on);
+
 // Collects every line written through Show_NSLog_Message while it lives (for tests and
 // diagnostics). Captures may nest and may be read from any thread.
 class LogCapture {
