@@ -29,6 +29,8 @@ struct ModemBehaviour {
     bool undefinedIdentity = false;         // AT+GMI/GMM/GMR/GSN -> "Undefined"
     bool silent = false;                    // answers nothing at all
     int unplugAfterParts = -1;              // close the line after this many accepted parts (-1 never)
+    bool echoOnly = false;                  // echoes what it hears (when echo is on), answers nothing
+    QMap<QString, QByteArray> scriptedAnswers; // command line as typed -> exact bytes sent instead
 };
 
 // One accepted message, as the network received it. A concatenated message becomes one

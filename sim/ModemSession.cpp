@@ -132,8 +132,13 @@ void ModemSession::runLine(const QByteArray& rawLine, const ModemBehaviour& beha
     const QString text = QString::fromUtf8(rawLine);
     if (!text.trimmed().isEmpty())
         m_line.commandLine(text);
-    if (behaviour.silent)
+    if (behaviour.silent || behaviour.echoOnly)
         return;
+    const auto scripted = behaviour.scriptedAnswers.constFind(text.trimmed());
+    if (scripted != behaviour.scriptedAnswers.constEnd()) {
+        m_line.answer(*scripted);
+        return;
+    }
     const AtLine line = AtParser::parse(text);
     if (!line.isCommand)
         return; // modems skip anything that does not start with "AT"

@@ -23,6 +23,7 @@ struct Flags {
     QCommandLineOption cmgsTestError{"cmgs-test-error", "Answer ERROR to AT+CMGS=?."};
     QCommandLineOption undefinedIdentity{"undefined-identity", "Answer Undefined to AT+GMI/GMM/GMR/GSN."};
     QCommandLineOption silent{"silent", "Answer nothing at all."};
+    QCommandLineOption echoOnly{"echo-only", "Echo commands but never answer them."};
     QCommandLineOption unplugAfterParts{"unplug-after-parts", "Close the line after N accepted parts.", "N"};
     QCommandLineOption log{"log", "Append one JSON line per received message to FILE.", "FILE"};
     QCommandLineOption count{"count", "Serve N modems at once (one path printed per line).", "N"};
@@ -31,7 +32,7 @@ struct Flags {
     QList<QCommandLineOption> all() const {
         return {manufacturer, model, revision, imei, operatorName, smsc, smscUcs2, battery, signal,
                 modes, noEcho, bursts, networkDelay, cmsError, cmgsTestError, undefinedIdentity,
-                silent, unplugAfterParts, log, count, help};
+                silent, echoOnly, unplugAfterParts, log, count, help};
     }
 };
 
@@ -92,6 +93,7 @@ SimOptions parse(const QStringList& arguments) {
     b.cmgsTestAnswersError = parser.isSet(flags.cmgsTestError);
     b.undefinedIdentity = parser.isSet(flags.undefinedIdentity);
     b.silent = parser.isSet(flags.silent);
+    b.echoOnly = parser.isSet(flags.echoOnly);
 
     const auto number = [&](const QCommandLineOption& o, int low, int high, int& field) {
         if (parser.isSet(o) && !readInt(parser.value(o), low, high, &field) && options.error.isEmpty())

@@ -131,6 +131,12 @@ TEST(ModemSessionCommands, BehaviourAndIdentityChangeTheAnswers) {
         {with([](auto& b) { b.modes = ModemBehaviour::Modes::TextOnly; }), {}, "AT+CMGF=0\r", "\r\n+CMS ERROR: 303\r\n"},
         {with([](auto& b) { b.silent = true; }), {}, "AT\r", ""},
         {with([](auto& b) { b.silent = true; }), {}, "AT+CMGS=12\r", ""},
+        {with([](auto& b) { b.echoOnly = true; b.echo = true; }), {}, "AT\r\n", "AT\r\n"},
+        {with([](auto& b) { b.scriptedAnswers.insert("AT+CMGS=?", "\r\nCOMMAND ERROR\r\n"); }), {},
+         "AT+CMGS=?\r", "\r\nCOMMAND ERROR\r\n"},
+        {with([](auto& b) { b.scriptedAnswers.insert("AT+CSQ", "\r\n+CSQ: 1"); }), {},
+         "AT+CSQ\r", "\r\n+CSQ: 1"},                                     // a truncated answer
+        {with([](auto& b) { b.scriptedAnswers.insert("AT+CSQ", "x"); }), {}, "AT+CBC\r", ok("+CBC: 0,80")},
         {Modem::quiet(), ucs2Smsc, "AT+CSCA?\r", ok("+CSCA: \"002B00340034\",145")},
         {Modem::quiet(), unregistered, "AT+COPS?\r", ok("+COPS: 0")},
         {Modem::quiet(), unregistered, "AT+CBC\r", ok("+CBC: 1,80")},

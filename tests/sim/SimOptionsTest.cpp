@@ -49,10 +49,10 @@ TEST(SimOptions, FlagsMirrorIdentityAndBehaviour) {
                  && o.behaviour.cmsErrorForNumber.value("555") == 500
                  && o.behaviour.cmsErrorForNumber.size() == 2;
          }},
-        {{"--cmgs-test-error", "--undefined-identity", "--silent", "--unplug-after-parts", "0"},
+        {{"--cmgs-test-error", "--undefined-identity", "--silent", "--echo-only", "--unplug-after-parts", "0"},
          [](const SimOptions& o) {
              return o.behaviour.cmgsTestAnswersError && o.behaviour.undefinedIdentity && o.behaviour.silent
-                 && o.behaviour.unplugAfterParts == 0;
+                 && o.behaviour.echoOnly && o.behaviour.unplugAfterParts == 0;
          }},
         {{"--log", "/tmp/x.jsonl", "--count", "4"},
          [](const SimOptions& o) { return o.logPath == u"/tmp/x.jsonl" && o.count == 4; }},
