@@ -1,0 +1,315 @@
+#include "Excel_Dynamic_Msg.h"
+
+#include "SpreadsheetWriter.h"
+#include "WorkbookPreparation.h"
+#include "core/Log.h"
+#include "core/Operator.h"
+#include "list/BulkSmsWindow.h"
+#include "list/LoadCounters.h"
+#include "list/NumberRules.h"
+
+#include <QRegularExpression>
+
+namespace {
+const QString kState = QStringLiteral("State");
+const QString kExtension = QStringLiteral("Extension");
+const QString kBlankTemplate = QStringLiteral("Please enter some text message.");
+const QString kNotes = QStringLiteral("\n\nNote:\n1. Maximum of 50,000 records in a single sheet are supported at a "
+                                      "time.\n2. Each message may be of maximum 1600 characters.");
+
+QString placeholder(int column) { return QStringLiteral("<COL-%1>").arg(column); }
+} // namespace
+
+Excel_Dynamic_Msg::Excel_Dynamic_Msg(BulkSmsWindow& window, QObject* parent)
+    : DialogController(parent), m_window(window), m_columns({kState, kExtension}),
+      m_placeholders({QStringLiteral("Number"), QStringLiteral("Message"), QStringLiteral("Date")}) {}
+
+void Excel_Dynamic_Msg::setMode(int mode) {
+    if (m_step != 0)
+        return;
+    m_mode = mode == 1 ? 1 : 0;
+    emit changed();
+}
+
+QString Excel_Dynamic_Msg::leftButtonTitle() const {
+    return m_step == 0 ? QStringLiteral("Close") : QStringLiteral("Back");
+}
+
+QString Excel_Dynamic_Msg::rightButtonTitle() const {
+    if (m_step == 0)
+        return QStringLiteral("Continue");
+    if (m_step == 1 && m_mode == 1)
+        return QStringLiteral("Next");
+    return QStringLiteral("Finish");
+}
+
+QString Excel_Dynamic_Msg::fileStepText() const {
+    return m_mode == 0 ? QStringLiteral("Browse the location of Excel file to import contact numbers and their "
+                                        "respective SMS texts.") + kNotes
+                       : QStringLiteral("Browse the location of Excel file which you want to create dynamic and "
+                                        "personalized message for each contact by using data of its various columns.") +
+                             kNotes;
+}
+
+QString Excel_Dynamic_Msg::sheetLabel() const {
+    return m_mode == 0 ? QStringLiteral("Please select the sheet containing phone numbers and messages :")
+                       : QStringLiteral("Select the sheet containing phone numbers and data to create dynamic messages :");
+}
+
+void Excel_Dynamic_Msg::setPleaseWait(bool visible) {
+    m_pleaseWait = visible;
+    emit changed();
+}
+
+void Excel_Dynamic_Msg::leftButtonPressed() {
+    if (m_step == 0) {
+        resetForm();
+        endModal(0);
+        return;
+    }
+    --m_step;
+    emit changed();
+}
+
+void Excel_Dynamic_Msg::rightButtonPressed() {
+    if (m_step == 0) {
+        m_step = 1;
+        emit changed();
+        return;
+    }
+    if (m_step == 1 && m_mode == 0) {
+        if (!fileStepChecks(QStringLiteral("Please select a valid sheet there is no column.")))
+            return;
+        if (m_numberCol < 0) {
+            m_window.op().Show_MessageBox(QStringLiteral("Please select a column for Mobile number."));
+            return;
+        }
+        if (m_msgCol < 0) {
+            m_window.op().Show_MessageBox(QStringLiteral("Please select a column for Message."));
+            return;
+        }
+        finish();
+        return;
+    }
+    if (m_step == 1) {
+        if (!fileStepChecks(QStringLiteral("There is no column.")))
+            return;
+        bool anyTicked = false;
+        for (const Record& r : m_columns.records())
+            anyTicked = anyTicked || r.value(kState) == QLatin1String("1");
+        if (!anyTicked) {
+            m_window.op().Show_MessageBox(QStringLiteral("No column is selected."));
+            return;
+        }
+        RecordList rows;
+        int number = 0;
+        for (const QString& name : m_header) {
+            if (name.trimmed().isEmpty())
+                continue;
+            ++number;
+            rows << Record{{QStringLiteral("Number"), QString::number(number)},
+                           {QStringLiteral("Message"), name},
+                           {QStringLiteral("Date"), placeholder(number)}};
+        }
+        m_placeholders.setRecords(rows);
+        m_step = 2;
+        emit changed();
+        return;
+    }
+    if (m_template.trimmed().isEmpty()) {
+        m_window.op().Show_MessageBox(kBlankTemplate);
+        return;
+    }
+    finish();
+}
+
+bool Excel_Dynamic_Msg::fileStepChecks(const QString& noColumnMessage) {
+    QString message;
+    if (m_path.trimmed().isEmpty())
+        message = QStringLiteral("Please select a valid file path.");
+    else if (m_sheets.isEmpty())
+        message = QStringLiteral("Please select a valid excel file there is no sheet.");
+    else if (m_sheetIndex < 0)
+        message = QStringLiteral("Please select a sheet.");
+    else if (m_header.isEmpty())
+        message = noColumnMessage;
+    if (message.isEmpty())
+        return true;
+    m_window.op().Show_MessageBox(message);
+    return false;
+}
+
+void Excel_Dynamic_Msg::clearWorkbook() {
+    m_sheets.clear();
+    m_sheetIndex = -1;
+    m_header.clear();
+    m_numberCol = -1;
+    m_msgCol = -1;
+    m_columns.clear();
+    m_placeholders.clear();
+    m_template.clear();
+    excel_content.clear();
+}
+
+void Excel_Dynamic_Msg::Browse() {
+    const QString path = m_window.op().chooseFileToOpen({QStringLiteral("xlsx"), QStringLiteral("XLSX")});
+    if (path.isEmpty())
+        return;
+    m_path = path;
+    clearWorkbook();
+    setPleaseWait(true);
+    m_sheets = WorkbookPreparation::prepareAndListSheets(path);
+    setPleaseWait(false);
+}
+
+void Excel_Dynamic_Msg::Sheet_ComboBox_changed(int index) {
+    if (index < 0 || index >= m_sheets.size())
+        return;
+    m_sheetIndex = index;
+    m_header = WorkbookPreparation::headerOfSheet(index);
+    m_numberCol = -1;
+    m_msgCol = -1;
+    RecordList columns;
+    for (const QString& name : m_header)
+        if (!name.trimmed().isEmpty())
+            columns << Record{{kState, QStringLiteral("0")}, {kExtension, name}};
+    m_columns.setRecords(columns);
+    emit changed();
+}
+
+void Excel_Dynamic_Msg::Number_ComboBox_changed(int index) {
+    m_numberCol = index < m_header.size() ? index : -1;
+    emit changed();
+}
+
+void Excel_Dynamic_Msg::Message_ComboBox_changed(int index) {
+    m_msgCol = index < m_header.size() ? index : -1;
+    emit changed();
+}
+
+void Excel_Dynamic_Msg::setColumnTicked(int column, bool ticked) {
+    if (column < 0 || column >= m_columns.size())
+        return;
+    Record r = m_columns.at(column);
+    r.insert(kState, ticked ? QStringLiteral("1") : QStringLiteral("0"));
+    m_columns.replace(column, r);
+}
+
+void Excel_Dynamic_Msg::setTemplateText(const QString& text) {
+    if (text == m_template)
+        return;
+    m_template = text;
+    emit changed();
+}
+
+int Excel_Dynamic_Msg::Use_Column(const QList<int>& selectedRows, int selectionStart, int selectionEnd,
+                                  bool byDoubleClick) {
+    Operator& op = m_window.op();
+    if (m_placeholders.isEmpty()) {
+        op.Show_MessageBox(QStringLiteral("Column list is empty."));
+        return -1;
+    }
+    if (selectedRows.isEmpty()) {
+        op.Show_MessageBox(QStringLiteral("Please select at least one record from the column list to continue."));
+        return -1;
+    }
+    if (selectedRows.size() > 1) {
+        op.Show_MessageBox(byDoubleClick ? QStringLiteral("Please select only one record to update.")
+                                         : QStringLiteral("Please select only one record to continue."));
+        return -1;
+    }
+    const int row = selectedRows.first();
+    if (row < 0 || row >= m_placeholders.size())
+        return -1;
+    const QString text = m_placeholders.at(row).value(QStringLiteral("Date"));
+    const int start = qBound(0, qMin(selectionStart, selectionEnd), int(m_template.size()));
+    const int end = qBound(start, qMax(selectionStart, selectionEnd), int(m_template.size()));
+    m_template.replace(start, end - start, text);
+    emit changed();
+    return start + int(text.size());
+}
+
+QString Excel_Dynamic_Msg::fillTemplate(const QString& templ, const QStringList& values) {
+    static const QRegularExpression pattern(QStringLiteral("<COL-([0-9]+)>"),
+                                            QRegularExpression::CaseInsensitiveOption);
+    QString out;
+    qsizetype last = 0;
+    for (auto it = pattern.globalMatch(templ); it.hasNext();) {
+        const QRegularExpressionMatch match = it.next();
+        const QString digits = match.captured(1);
+        bool ok = false;
+        const int column = digits.toInt(&ok);
+        // Only the written form of a column number is a placeholder (<COL-01> is text).
+        if (!ok || column < 1 || column > values.size() || QString::number(column) != digits)
+            continue;
+        out += QStringView(templ).mid(last, match.capturedStart() - last);
+        out += values.at(column - 1);
+        last = match.capturedEnd();
+    }
+    out += QStringView(templ).mid(last);
+    return out;
+}
+
+void Excel_Dynamic_Msg::Preview() {
+    if (m_template.trimmed().isEmpty()) {
+        m_window.op().Show_MessageBox(kBlankTemplate);
+        return;
+    }
+    m_window.op().Show_MessageBox(fillTemplate(m_template, m_header));
+}
+
+void Excel_Dynamic_Msg::Example() {
+    Excel_SMS_Example example;
+    m_window.op().runModal(example);
+}
+
+void Excel_Dynamic_Msg::finish() {
+    insertRows();
+    resetForm();
+    endModal(1);
+}
+
+void Excel_Dynamic_Msg::insertRows() {
+    bool sheetHadRows = false;
+    try {
+        assign_format_skip_exclude_var();
+        setPleaseWait(true);
+        excel_content = SpreadsheetWriter::ReadWorkbook(m_path, false);
+        if (excel_content.size() > kMaxRows)
+            excel_content.resize(kMaxRows);
+        sheetHadRows = !excel_content.isEmpty();
+        m_window.prev_list_item = m_window.list().size();
+        const QString templ = m_template;
+        QList<int> ticked;
+        for (int i = 0; i < m_columns.size(); ++i)
+            if (m_columns.at(i).value(kState) == QLatin1String("1"))
+                ticked << i;
+        for (const QStringList& row : std::as_const(excel_content)) {
+            if (m_mode == 0) {
+                const QString number = m_window.Num_Able_To_insert(row.value(m_numberCol));
+                if (!number.isEmpty())
+                    m_window.Create_Num_Msg_List(number, row.value(m_msgCol).left(kMaxMessageLength));
+                continue;
+            }
+            for (int column : ticked) {
+                const QString number = m_window.Num_Able_To_insert(row.value(column));
+                if (!number.isEmpty())
+                    m_window.Create_Num_Msg_List(number, fillTemplate(templ, row).left(kMaxMessageLength));
+            }
+        }
+    } catch (...) {
+        Show_NSLog_Message(QStringLiteral("Inserting rows of %1 failed").arg(m_path));
+    }
+    m_window.Update_List_Count();
+    setPleaseWait(false);
+    if (!(sheetHadRows && m_window.list().size() != m_window.prev_list_item))
+        m_window.op().Show_MessageBox(format_skip_exclude_str());
+}
+
+void Excel_Dynamic_Msg::resetForm() {
+    m_mode = 0;
+    m_step = 0;
+    m_path.clear();
+    clearWorkbook();
+    emit changed();
+}

@@ -1,0 +1,90 @@
+#pragma once
+// The wizard behind "messages from a spreadsheet". Per-row mode (0): one column gives the
+// number, another the message of each row. Dynamic mode (1): the ticked columns give the
+// numbers and one template with <COL-n> placeholders gives each row its own message.
+// Steps: 0 mode choice, 1 file and sheet, 2 template (dynamic mode only).
+#include "core/DialogController.h"
+#include "core/RecordTable.h"
+#include "sheets/SpreadsheetData.h"
+
+#include <QString>
+#include <QStringList>
+
+class BulkSmsWindow;
+
+class Excel_Dynamic_Msg : public DialogController {
+    Q_OBJECT
+public:
+    static constexpr int kMaxRows = 50000;
+
+    explicit Excel_Dynamic_Msg(BulkSmsWindow& window, QObject* parent = nullptr);
+
+    // ---- state shown by the view ----
+    int EXEL_OR_DYN_SMS() const { return m_mode; }
+    void setMode(int mode);
+    int next_counter() const { return m_step; }
+    QString leftButtonTitle() const;
+    QString rightButtonTitle() const;
+    QString fileStepText() const;
+    QString sheetLabel() const;
+    QString file_path() const { return m_path; }
+    QStringList sheetNames() const { return m_sheets; }
+    int sheetIndex() const { return m_sheetIndex; }
+    QStringList columnNames() const { return m_header; } // both column drop-downs
+    int number_col() const { return m_numberCol; }
+    int msg_col() const { return m_msgCol; }
+    RecordTable& ListData() { return m_columns; }         // {"State", "Extension"}
+    RecordTable& DynSMSListData() { return m_placeholders; } // {"Number", "Message", "Date"}
+    QString templateText() const { return m_template; }
+    bool pleaseWaitVisible() const { return m_pleaseWait; }
+
+    // ---- operations ----
+    void leftButtonPressed();  // "Close" on the mode choice, else "Back"
+    void rightButtonPressed(); // "Continue", "Next" or "Finish"
+    void Browse();
+    void Sheet_ComboBox_changed(int index);
+    void Number_ComboBox_changed(int index);
+    void Message_ComboBox_changed(int index);
+    void setColumnTicked(int column, bool ticked);
+    void setTemplateText(const QString& text);
+    // Inserts the placeholder of the one selected placeholder row at the cursor, replacing
+    // the selection [selectionStart, selectionEnd). Returns the cursor position after the
+    // insertion, or -1 when a message was shown instead.
+    int Use_Column(const QList<int>& selectedRows, int selectionStart, int selectionEnd, bool byDoubleClick = false);
+    void Preview();
+    void Example();
+
+    // The template with every <COL-n> (any case, 1 <= n <= values) replaced by values[n-1].
+    static QString fillTemplate(const QString& templ, const QStringList& values);
+
+private:
+    void finish();
+    bool fileStepChecks(const QString& noColumnMessage);
+    void insertRows();
+    void resetForm();
+    void clearWorkbook();
+    void setPleaseWait(bool visible);
+
+    BulkSmsWindow& m_window;
+    int m_mode = 0;
+    int m_step = 0;
+    QString m_path;
+    QStringList m_sheets;
+    int m_sheetIndex = -1;
+    QStringList m_header;
+    int m_numberCol = -1;
+    int m_msgCol = -1;
+    RecordTable m_columns;
+    RecordTable m_placeholders;
+    QString m_template;
+    bool m_pleaseWait = false;
+    SpreadsheetData excel_content;
+};
+
+// The example window of the wizard: an illustration and an OK button.
+class Excel_SMS_Example : public DialogController {
+    Q_OBJECT
+public:
+    using DialogController::DialogController;
+    void OKPressed() { endModal(1); }
+};

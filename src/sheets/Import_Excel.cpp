@@ -1,0 +1,163 @@
+#include "Import_Excel.h"
+
+#include "ImportTargets.h"
+#include "SpreadsheetWriter.h"
+#include "WorkbookPreparation.h"
+#include "core/AppState.h"
+#include "core/Clock.h"
+#include "core/Log.h"
+#include "core/MainThread.h"
+#include "core/Operator.h"
+#include "list/BulkSmsWindow.h"
+#include "list/LoadCounters.h"
+#include "list/NumberRules.h"
+
+namespace {
+const QString kState = QStringLiteral("State");
+const QString kExtension = QStringLiteral("Extension");
+
+BulkSmsWindow* windowOfMode(const QString& mode) {
+    if (mode == QLatin1String("AND"))
+        return qobject_cast<BulkSmsWindow*>(Main_App_wnd);
+    if (mode == QLatin1String("GSM"))
+        return qobject_cast<BulkSmsWindow*>(GSM_App_wnd);
+    return nullptr;
+}
+} // namespace
+
+Import_Excel::Import_Excel(Operator& op, QObject* parent)
+    : DialogController(parent), m_op(op), m_columns({kState, kExtension}) {}
+
+int Import_Excel::Open_excel_Wnd(const QString& path, const QString& mode) {
+    MainThread::invokeAndWait([&] { prepareWindow(path, mode); });
+    Clock::sleep(std::chrono::seconds(1));
+    return m_op.runModal(*this);
+}
+
+void Import_Excel::prepareWindow(const QString& path, const QString& mode) {
+    m_mode = mode;
+    m_path = path;
+    m_containsHeader = true;
+    m_columns.clear();
+    m_sheets.clear();
+    m_sheetIndex = -1;
+    setPleaseWait(true);
+    m_sheets = WorkbookPreparation::prepareAndListSheets(path);
+    if (!m_sheets.isEmpty())
+        Sheet_ComboBox_changed(0);
+    setPleaseWait(false);
+    emit changed();
+}
+
+void Import_Excel::setPleaseWait(bool visible) {
+    m_pleaseWait = visible;
+    emit changed();
+}
+
+void Import_Excel::setContainsHeader(bool on) {
+    m_containsHeader = on;
+    emit changed();
+}
+
+void Import_Excel::Sheet_ComboBox_changed(int index) {
+    if (index < 0 || index >= m_sheets.size())
+        return;
+    m_sheetIndex = index;
+    const QStringList header = WorkbookPreparation::headerOfSheet(index);
+    if (!header.isEmpty()) {
+        m_columns.clear();
+        for (const QString& name : header)
+            Create_List(name, false);
+    }
+    emit changed();
+}
+
+bool Import_Excel::Get_Selection_State(int column) const {
+    return column >= 0 && column < m_columns.size() && m_columns.at(column).value(kState) == QLatin1String("1");
+}
+
+bool Import_Excel::Check_For_One_Extension_Selection() const {
+    for (int i = 0; i < m_columns.size(); ++i)
+        if (Get_Selection_State(i))
+            return true;
+    return false;
+}
+
+void Import_Excel::Create_List(const QString& name, bool state) {
+    if (name.trimmed().isEmpty())
+        return;
+    m_columns.append(Record{{kState, state ? QStringLiteral("1") : QStringLiteral("0")}, {kExtension, name}});
+}
+
+void Import_Excel::setColumnTicked(int column, bool ticked) {
+    if (column < 0 || column >= m_columns.size())
+        return;
+    Record r = m_columns.at(column);
+    r.insert(kState, ticked ? QStringLiteral("1") : QStringLiteral("0"));
+    m_columns.replace(column, r);
+}
+
+void Import_Excel::rebuildColumns(bool ticked) {
+    RecordList rebuilt = m_columns.records();
+    for (Record& r : rebuilt)
+        r.insert(kState, ticked ? QStringLiteral("1") : QStringLiteral("0"));
+    m_columns.setRecords(rebuilt);
+}
+
+void Import_Excel::Select_All() { rebuildColumns(true); }
+void Import_Excel::Clear_All() { rebuildColumns(false); }
+
+void Import_Excel::OKPressed() {
+    if (m_columns.isEmpty()) {
+        m_op.Show_MessageBox(QStringLiteral("There is no column."));
+        return;
+    }
+    if (!Check_For_One_Extension_Selection()) {
+        m_op.Show_MessageBox(QStringLiteral("No column is selected."));
+        return;
+    }
+    importRows();
+}
+
+void Import_Excel::importRows() {
+    BulkSmsWindow* window = windowOfMode(m_mode);
+    bool sheetHadRows = false;
+    try {
+        assign_format_skip_exclude_var();
+        setPleaseWait(true);
+        const SpreadsheetData rows = SpreadsheetWriter::ReadWorkbook(m_path, false);
+        sheetHadRows = !rows.isEmpty();
+        for (const char* mode : {"AND", "GSM"})
+            if (BulkSmsWindow* w = windowOfMode(QLatin1String(mode)))
+                w->prev_list_item = w->list().size();
+        const QString message = window != nullptr ? window->composerText().left(kMaxMessageLength) : QString();
+        for (qsizetype r = m_containsHeader ? 1 : 0; r < rows.size(); ++r) {
+            const QStringList& row = rows.at(r);
+            for (int column = 0; column < row.size(); ++column)
+                if (Get_Selection_State(column))
+                    passValue(window, row.at(column), message);
+        }
+    } catch (...) {
+        Show_NSLog_Message(QStringLiteral("Importing columns of %1 failed").arg(m_path));
+    }
+    setPleaseWait(false);
+    if (window != nullptr && !(sheetHadRows && window->list().size() != window->prev_list_item))
+        m_op.Show_MessageBox(format_skip_exclude_str());
+    endModal(1);
+}
+
+void Import_Excel::passValue(BulkSmsWindow* window, const QString& value, const QString& message) {
+    if (window != nullptr) {
+        const QString number = window->Num_Able_To_insert(value);
+        if (!number.isEmpty())
+            window->Create_Num_Msg_List(number, message);
+    } else if (m_mode == QLatin1String("EX")) {
+        if (m_exclusionTarget != nullptr)
+            m_exclusionTarget->chk_and_insert_validation(value);
+    } else if (m_mode == QLatin1String("TEMP")) {
+        if (m_templateTarget != nullptr && !m_templateTarget->Check_Duplicate_Template(value))
+            m_templateTarget->Create_Template_List(value);
+    }
+}
+
+void Import_Excel::CancelPressed() { endModal(0); }

@@ -1,0 +1,66 @@
+#pragma once
+// The column import: values of the ticked columns of one sheet of a workbook, row by row,
+// go to a recipient list ("AND": Android window, "GSM": GSM window), the exclusion list
+// being edited ("EX") or the template store ("TEMP").
+#include "core/DialogController.h"
+#include "core/RecordTable.h"
+
+#include <QString>
+#include <QStringList>
+
+class BulkSmsWindow;
+class ExclusionImportTarget;
+class Operator;
+class TemplateImportTarget;
+
+class Import_Excel : public DialogController {
+    Q_OBJECT
+public:
+    explicit Import_Excel(Operator& op, QObject* parent = nullptr);
+
+    void setExclusionTarget(ExclusionImportTarget* target) { m_exclusionTarget = target; }
+    void setTemplateTarget(TemplateImportTarget* target) { m_templateTarget = target; }
+
+    // Prepares the workbook, waits one second and runs the window; returns its end code.
+    int Open_excel_Wnd(const QString& path, const QString& mode);
+    // The opening without running the window: mode, path, sheets, first sheet's columns.
+    void prepareWindow(const QString& path, const QString& mode);
+
+    QString Load_Mode_str() const { return m_mode; }
+    QString file_path() const { return m_path; }
+    bool contains_header() const { return m_containsHeader; }
+    void setContainsHeader(bool on);
+    QStringList sheetNames() const { return m_sheets; }
+    int sheetIndex() const { return m_sheetIndex; }
+    void Sheet_ComboBox_changed(int index);
+    bool pleaseWaitVisible() const { return m_pleaseWait; }
+
+    // One row per column: "State" ("1" ticked, "0" not) and "Extension" (the column name).
+    RecordTable& ListData() { return m_columns; }
+    bool Get_Selection_State(int column) const;
+    bool Check_For_One_Extension_Selection() const;
+    void Create_List(const QString& name, bool state);
+    void setColumnTicked(int column, bool ticked);
+    void Select_All();
+    void Clear_All();
+
+    void OKPressed();
+    void CancelPressed();
+
+private:
+    void setPleaseWait(bool visible);
+    void rebuildColumns(bool ticked);
+    void importRows();
+    void passValue(BulkSmsWindow* window, const QString& value, const QString& message);
+
+    Operator& m_op;
+    QString m_mode;
+    QString m_path;
+    bool m_containsHeader = true;
+    QStringList m_sheets;
+    int m_sheetIndex = -1;
+    bool m_pleaseWait = false;
+    RecordTable m_columns;
+    ExclusionImportTarget* m_exclusionTarget = nullptr;
+    TemplateImportTarget* m_templateTarget = nullptr;
+};

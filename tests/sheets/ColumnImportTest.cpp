@@ -1,0 +1,171 @@
+// The column import: which values of which rows reach which destination, and what the
+// operator is told.
+#include "ImportFixture.h"
+
+#include "list/LoadCounters.h"
+#include "sheets/ImportTargets.h"
+#include "sheets/Import_Excel.h"
+#include "sheets/SheetState.h"
+
+namespace {
+
+const SpreadsheetData kPhones{{"Name", "Phone", "Mobile"}, {"Ann", "111", "222"}, {"Bob", "333", ""}, {"Cy", "444", "555"}};
+
+class ColumnImportTest : public ImportTest {
+protected:
+    // Opens the window on the workbook and ticks the given columns.
+    void open(Import_Excel& dialog, const QString& workbook, const QString& mode, QList<int> ticked) {
+        dialog.prepareWindow(workbook, mode);
+        for (int column : ticked)
+            dialog.setColumnTicked(column, true);
+    }
+};
+
+TEST_F(ColumnImportTest, HeaderRowTickedColumnsAndOrder) {
+    struct Case {
+        const char* name;
+        bool header;
+        QList<int> ticked;
+        QStringList numbers;   // top first
+        QList<int> counters;   // readable, valid, skipped, excluded
+    };
+    const QList<Case> cases{
+        {"header skipped", true, {1}, {"444", "333", "111"}, {3, 3, 0, 0}},
+        {"header imported as a value", false, {1}, {"444", "333", "111"}, {4, 3, 0, 0}},
+        {"two columns row by row", true, {1, 2}, {"555", "444", "333", "222", "111"}, {5, 5, 0, 0}},
+        {"a text column", true, {0}, {}, {3, 0, 0, 0}},
+    };
+    const QString workbook = tableWorkbook("phones.xlsx", {kPhones});
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        android.list().clear();
+        op.clearTranscript();
+        Import_Excel dialog(op);
+        open(dialog, workbook, "AND", c.ticked);
+        dialog.setContainsHeader(c.header);
+        dialog.OKPressed();
+        EXPECT_EQ(dialog.endCode(), 1);
+        EXPECT_EQ(android.numbers(), c.numbers);
+        EXPECT_EQ(counters(), c.counters);
+        EXPECT_EQ(op.alerts().size(), c.numbers.isEmpty() ? 1 : 0);
+    }
+}
+
+TEST_F(ColumnImportTest, ValuesGoToTheWindowOfTheModeWithItsComposerText) {
+    android.setComposerText("android text");
+    gsm.setComposerText("gsm text");
+    gsm.list().prepend(recipientRecord("9", ""));
+    android.list().prepend(recipientRecord("8", ""));
+    Import_Excel dialog(op);
+    open(dialog, tableWorkbook("p.xlsx", {kPhones}), "GSM", {2});
+    dialog.OKPressed();
+    EXPECT_EQ(gsm.numbers(), (QStringList{"555", "222", "9"}));
+    EXPECT_EQ(gsm.messages(), (QStringList{"gsm text", "gsm text", ""}));
+    EXPECT_EQ(android.numbers(), QStringList{"8"});
+    EXPECT_EQ(gsm.prev_list_item, 1);
+    EXPECT_EQ(android.prev_list_item, 1);
+}
+
+TEST_F(ColumnImportTest, AllDuplicatesShowTheSummary) {
+    android.setSkipDuplicates(true);
+    for (const char* n : {"111", "333", "444"})
+        android.list().prepend(recipientRecord(n, ""));
+    Import_Excel dialog(op);
+    open(dialog, tableWorkbook("p.xlsx", {kPhones}), "AND", {1});
+    dialog.OKPressed();
+    EXPECT_EQ(android.list().size(), 3);
+    EXPECT_EQ(op.alerts(), QStringList{"\n" + format_skip_exclude_str()});
+    EXPECT_EQ(counters(), (QList<int>{3, 3, 3, 0}));
+    EXPECT_EQ(dialog.endCode(), 1);
+}
+
+TEST_F(ColumnImportTest, SheetChoiceReadsThatSheetsPart) {
+    const QString workbook =
+        tableWorkbook("three.xlsx", {{{"A"}, {"1"}}, {{"B", "C"}, {"2", "3"}}, {{"Third", "Col"}, {"777", "888"}}});
+    Import_Excel dialog(op);
+    dialog.prepareWindow(workbook, "AND");
+    EXPECT_EQ(dialog.sheetNames(), (QStringList{"Sheet1", "Sheet2", "Sheet3"}));
+    EXPECT_EQ(dialog.ListData().size(), 1); // the first sheet is chosen on opening
+    dialog.Sheet_ComboBox_changed(2);
+    EXPECT_EQ(Excel_Sheet_Number, 3);
+    ASSERT_EQ(dialog.ListData().size(), 2);
+    EXPECT_EQ(dialog.ListData().at(0).value("Extension"), "Third");
+    dialog.Select_All();
+    EXPECT_TRUE(dialog.Get_Selection_State(0) && dialog.Get_Selection_State(1));
+    dialog.Clear_All();
+    EXPECT_FALSE(dialog.Check_For_One_Extension_Selection());
+    dialog.setColumnTicked(1, true);
+    dialog.OKPressed();
+    EXPECT_EQ(android.numbers(), QStringList{"888"});
+}
+
+TEST_F(ColumnImportTest, OperatorErrorsKeepTheWindowOpen) {
+    const QString notAWorkbook = path("plain.xlsx");
+    QFile file(notAWorkbook);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("just text");
+    file.close();
+    Import_Excel dialog(op);
+    dialog.prepareWindow(notAWorkbook, "AND");
+    EXPECT_TRUE(dialog.sheetNames().isEmpty());
+    dialog.OKPressed();
+    dialog.prepareWindow(tableWorkbook("p.xlsx", {kPhones}), "AND");
+    dialog.OKPressed();
+    EXPECT_EQ(op.alerts(), (QStringList{"\nThere is no column.", "\nNo column is selected."}));
+    EXPECT_FALSE(dialog.isEnded());
+    EXPECT_TRUE(dialog.contains_header());
+}
+
+TEST_F(ColumnImportTest, BlankColumnNamesAreNotListed) {
+    Import_Excel dialog(op);
+    dialog.Create_List("  ", true);
+    dialog.Create_List("Name", false);
+    EXPECT_EQ(dialog.ListData().size(), 1);
+    EXPECT_FALSE(dialog.Get_Selection_State(0));
+    EXPECT_FALSE(dialog.Get_Selection_State(7));
+}
+
+class FakeExclusions : public ExclusionImportTarget {
+public:
+    void chk_and_insert_validation(const QString& value) override { values << value; }
+    QStringList values;
+};
+
+class FakeTemplates : public TemplateImportTarget {
+public:
+    bool Check_Duplicate_Template(const QString& text) override { return texts.contains(text); }
+    void Create_Template_List(const QString& text) override { texts << text; }
+    QStringList texts;
+};
+
+TEST_F(ColumnImportTest, ExclusionAndTemplateDestinationsTakeEveryValueWithoutSummary) {
+    const QString workbook = tableWorkbook("t.xlsx", {{{"Text"}, {"Hello"}, {""}, {"Hello"}, {"Bye"}}});
+    FakeExclusions exclusions;
+    FakeTemplates templates;
+    for (const char* mode : {"EX", "TEMP"}) {
+        Import_Excel dialog(op);
+        dialog.setExclusionTarget(&exclusions);
+        dialog.setTemplateTarget(&templates);
+        open(dialog, workbook, mode, {0});
+        dialog.OKPressed();
+        EXPECT_EQ(dialog.endCode(), 1);
+    }
+    EXPECT_EQ(exclusions.values, (QStringList{"Hello", "", "Hello", "Bye"}));
+    EXPECT_EQ(templates.texts, (QStringList{"Hello", "", "Bye"}));
+    EXPECT_TRUE(op.alerts().isEmpty());
+    EXPECT_TRUE(android.list().isEmpty());
+}
+
+TEST_F(ColumnImportTest, OpenRunsTheWindowAndReturnsItsCode) {
+    const QString workbook = tableWorkbook("p.xlsx", {kPhones});
+    op.onModal<Import_Excel>([](Import_Excel& d) {
+          d.setColumnTicked(1, true);
+          d.OKPressed();
+      }).onModal<Import_Excel>([](Import_Excel& d) { d.CancelPressed(); });
+    Import_Excel first(op), second(op);
+    EXPECT_EQ(first.Open_excel_Wnd(workbook, "AND"), 1);
+    EXPECT_EQ(second.Open_excel_Wnd(workbook, "AND"), 0);
+    EXPECT_EQ(android.numbers(), (QStringList{"444", "333", "111"}));
+}
+
+} // namespace

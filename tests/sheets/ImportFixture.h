@@ -1,0 +1,29 @@
+#pragma once
+// Workbooks written from tables of strings, and main-window stand-ins for the imports.
+#include "WorkbookFixture.h"
+
+#include "ScriptedOperator.h"
+#include "list/BulkSmsWindow.h"
+
+class ImportTestWindow : public BulkSmsWindow {
+public:
+    ImportTestWindow(Kind kind, Operator& op) : BulkSmsWindow(kind, op) { windowDidLoad(); }
+    QString title() const override { return "test"; }
+    int runConnectionSteps() override { return 0; }
+    QStringList numbers() const;
+    QStringList messages() const;
+};
+
+class ImportTest : public WorkbookTest {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // A workbook whose sheets hold the given rows (inline strings, dimension from the widest row).
+    QString tableWorkbook(const QString& name, const QList<SpreadsheetData>& sheets) const;
+    static QList<int> counters();
+
+    ScriptedOperator op;
+    ImportTestWindow android{MainWindowController::Kind::Android, op};
+    ImportTestWindow gsm{MainWindowController::Kind::Gsm, op};
+};
