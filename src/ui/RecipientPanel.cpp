@@ -3,6 +3,7 @@
 #include "RecordTableModel.h"
 #include "list/BulkSmsWindow.h"
 #include "list/DelaySchedule.h"
+#include "list/NumberLoader.h"
 #include "list/NumberRules.h"
 
 #include <QCheckBox>
@@ -54,6 +55,26 @@ QWidget* RecipientPanel::buildListSide() {
     entry->addWidget(m_number, 1);
     entry->addWidget(add);
     layout->addLayout(entry);
+
+    // Bulk loads: files, pasted numbers and messages from a spreadsheet.
+    auto* loads = new QHBoxLayout();
+    auto* loadFile = new QPushButton(QStringLiteral("Load Numbers..."), side);
+    auto* paste = new QPushButton(QStringLiteral("Paste Numbers..."), side);
+    auto* excelMessages = new QPushButton(QStringLiteral("Messages from Excel..."), side);
+    auto* loading = new QLabel(QStringLiteral("Please wait..."), side);
+    loading->hide();
+    loads->addWidget(loadFile);
+    loads->addWidget(paste);
+    loads->addWidget(excelMessages);
+    loads->addWidget(loading);
+    loads->addStretch();
+    layout->addLayout(loads);
+    NumberLoader& loader = NumberLoader::of(m_window);
+    connect(loadFile, &QPushButton::clicked, this, [this] { NumberLoader::of(m_window).Load_Number(); });
+    connect(paste, &QPushButton::clicked, this, [this] { NumberLoader::of(m_window).Manually_Add_Btn(); });
+    connect(excelMessages, &QPushButton::clicked, this, [this] { NumberLoader::of(m_window).Excel_Msg_Load_Btn(); });
+    connect(&loader, &NumberLoader::pleaseWaitChanged, loading, &QLabel::setVisible);
+    connect(&loader, &NumberLoader::loadingChanged, loadFile, &QPushButton::setDisabled);
 
     m_model = new RecordTableModel(m_window.list(), this);
     m_table = new QTableView(side);

@@ -1,15 +1,21 @@
 #include "ViewRegistry.h"
 
 #include "ConnectionInfoView.h"
+#include "ExcelDynamicMsgView.h"
+#include "ExcelSmsExampleView.h"
 #include "FillMsgInListView.h"
 #include "GsmDevConnStepView.h"
 #include "GsmDeviceListView.h"
+#include "ImportExcelView.h"
+#include "LoadNumInfoView.h"
+#include "ManuallyAddNumView.h"
 #include "MobileSelView.h"
 #include "SendMsgInfoView.h"
 #include "SendingJobView.h"
 #include "UpdateNumSmsView.h"
 #include "UpdateSelNumSmsView.h"
 #include "core/DialogController.h"
+#include "sheets/SpreadsheetWindows.h"
 
 #include <QByteArray>
 #include <QHash>
@@ -45,6 +51,13 @@ void registerStandardViews() {
     addView<SendingJobView, SMS_Sending>();
     addView<UpdateNumSmsView, Update_Num_SMS>();
     addView<UpdateSelNumSmsView, Update_Sel_Num_SMS>();
+    addView<LoadNumInfoView, Load_Num_Info>();
+    addView<ManuallyAddNumView, Manually_Add_Num>();
+    addView<ImportExcelView, Import_Excel>();
+    addView<ExcelDynamicMsgView, Excel_Dynamic_Msg>();
+    addView<ExcelSmsExampleView, Excel_SMS_Example>();
+    // The list's load buttons reach the spreadsheet windows through this hand-over.
+    SpreadsheetWindows::install();
 }
 
 } // namespace ViewRegistry
