@@ -1,0 +1,101 @@
+// Messages from a 50,000-row workbook in per-row mode (and in template mode) into a list
+// with skip duplicates on; prints time and peak memory of each run.
+// Usage: bench_dynamic_messages [rows]
+#include "core/DataFolder.h"
+#include "core/Operator.h"
+#include "list/BulkSmsWindow.h"
+#include "sheets/Excel_Dynamic_Msg.h"
+#include "sheets/SpreadsheetWriter.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+class BenchOperator : public Operator {
+public:
+    QString file;
+
+protected:
+    void showAlert(const QString& text) override { std::printf("  alert: %s\n", qPrintable(text.left(60))); }
+    bool askYesNo(const QString&) override { return false; }
+    int showModal(DialogController&) override { return 0; }
+    QString openFileDialog(const QStringList&) override { return file; }
+    QString saveFileDialog(const QStringList&) override { return {}; }
+    void openFile(const QString&) override {}
+    void quit() override {}
+};
+
+class BenchWindow : public BulkSmsWindow {
+public:
+    using BulkSmsWindow::BulkSmsWindow;
+    QString title() const override { return {}; }
+    int runConnectionSteps() override { return 0; }
+};
+
+double peakMiB() {
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray& line : status.readAll().split('\n'))
+        if (line.startsWith("VmHWM:"))
+            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
+    return -1;
+}
+
+void resetPeak() {
+    QFile clear(QStringLiteral("/proc/self/clear_refs"));
+    if (clear.open(QIODevice::WriteOnly))
+        clear.write("5");
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication app(argc, argv);
+    const int rows = argc > 1 ? std::atoi(argv[1]) : 50000;
+    Resource_Path = qEnvironmentVariableIsSet("BULKSMS_RESOURCES") ? locateResourcePath()
+                                                                   : QStringLiteral(BULKSMS_BUILD_RESOURCES);
+    SpreadsheetData table;
+    table.append({QStringLiteral("Phone"), QStringLiteral("Text"), QStringLiteral("Name")});
+    for (int i = 0; i < rows; ++i)
+        table.append({QString::number(447700000000LL + i), QStringLiteral("Dear customer %1, your order is ready.").arg(i),
+                      QStringLiteral("Customer %1").arg(i)});
+    QTemporaryDir dir;
+    BenchOperator op;
+    op.file = dir.path() + QStringLiteral("/bench.xlsx");
+    if (!SpreadsheetWriter::WriteWorkbook(op.file, table, false))
+        return 1;
+    table.clear();
+    std::printf("%d rows x 3 columns, skip duplicates on\n", rows);
+
+    for (int mode : {0, 1}) {
+        BenchWindow window(MainWindowController::Kind::Gsm, op);
+        window.setSkipDuplicates(true);
+        Excel_Dynamic_Msg wizard(window);
+        resetPeak();
+        QElapsedTimer timer;
+        timer.start();
+        wizard.setMode(mode);
+        wizard.rightButtonPressed();
+        wizard.Browse();
+        wizard.Sheet_ComboBox_changed(0);
+        if (mode == 0) {
+            wizard.Number_ComboBox_changed(0);
+            wizard.Message_ComboBox_changed(1);
+        } else {
+            wizard.setColumnTicked(0, true);
+            wizard.rightButtonPressed();
+            wizard.setTemplateText(QStringLiteral("Hello <COL-3>, <COL-2>"));
+        }
+        wizard.rightButtonPressed();
+        std::printf("%-22s %6lld ms   peak %6.1f MiB   rows %d\n", mode == 0 ? "per-row messages" : "template messages",
+                    static_cast<long long>(timer.elapsed()), peakMiB(), window.list().size());
+    }
+    return 0;
+}
