@@ -31,12 +31,26 @@ constexpr Clock::Duration kBurstGap{40};
 
 QString errnoText() { return QString::fromLocal8Bit(std::strerror(errno)); }
 
+// Containers handed between the serving thread and its callers are deep copies: Qt's shared
+// data checks its reference count without ordering, so two threads must never share one.
+template <typename Container>
+Container unshared(Container copy) {
+    copy.detach();
+    return copy;
+}
+
+ModemBehaviour unshared(ModemBehaviour copy) {
+    copy.cmsErrorForNumber.detach();
+    copy.scriptedAnswers.detach();
+    return copy;
+}
+
 } // namespace
 
 class VirtualModem::Line final : public ModemLine {
 public:
     Line(ModemIdentity identity, ModemBehaviour behaviour, QString logPath)
-        : m_identity(std::move(identity)), m_behaviour(std::move(behaviour)), m_log(std::move(logPath)) {}
+        : m_identity(std::move(identity)), m_behaviour(unshared(std::move(behaviour))), m_log(std::move(logPath)) {}
     ~Line() override { stop(); }
 
     bool start();
@@ -218,22 +232,22 @@ void VirtualModem::Line::acceptedPart(const ReceivedMessage& part, const Concate
 
 ModemBehaviour VirtualModem::Line::behaviour() const {
     std::lock_guard lock(m_mutex);
-    return m_behaviour;
+    return unshared(m_behaviour);
 }
 
 void VirtualModem::Line::setBehaviour(const ModemBehaviour& behaviour) {
     std::lock_guard lock(m_mutex);
-    m_behaviour = behaviour;
+    m_behaviour = unshared(behaviour);
 }
 
 QList<ReceivedMessage> VirtualModem::Line::received() const {
     std::lock_guard lock(m_mutex);
-    return m_messages + m_assembler.pending();
+    return unshared(m_messages + m_assembler.pending());
 }
 
 QStringList VirtualModem::Line::commandLog() const {
     std::lock_guard lock(m_mutex);
-    return m_commandLog;
+    return unshared(m_commandLog);
 }
 
 QList<QByteArray> VirtualModem::splitIntoBursts(const QByteArray& answer, int bursts) {
