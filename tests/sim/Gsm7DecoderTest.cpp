@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 namespace {
 
 using namespace sim::Gsm7Decoder;
@@ -17,8 +19,9 @@ TEST(Gsm7Unpack, SeptetsCrossOctetBoundariesLeastSignificantFirst) {
         {"41", 2, 0, {'A'}},                   // the octets run out
         {"", 3, 0, {}},
     };
+    const auto values = [](const QList<quint8>& list) { return std::vector<int>(list.begin(), list.end()); };
     for (const auto& c : cases)
-        EXPECT_EQ(unpack(QByteArray::fromHex(c.hex), c.count, c.skip), c.septets) << c.hex;
+        EXPECT_EQ(values(unpack(QByteArray::fromHex(c.hex), c.count, c.skip)), values(c.septets)) << c.hex;
 }
 
 TEST(Gsm7Text, DefaultAndExtensionTables) {
