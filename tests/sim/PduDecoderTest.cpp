@@ -47,6 +47,10 @@ const Accepted kAccepted[] = {
      "", "+12345", 0, Alphabet::Gsm7, false, "Hi", 0, 2, 1},
     {"concatenated, 8-bit reference, one fill bit", "00510005912143F50000FF09050003AA02029069", 19,
      "", "+12345", 0, Alphabet::Gsm7, false, "Hi", 0xAA, 2, 2},
+    // TP-UDL counted from whole octets: seven septets fill seven octets, which the length
+    // then calls eight septets; the pad bits arrive as "@", as handsets show them
+    {"last part whose padding reads as an extra septet", "00510005912143F50000FF10060804000002" "0261F1985C369F01", -1,
+     "", "+12345", 0, Alphabet::Gsm7, false, "abcdefg@", 0, 2, 2},
     {"concatenated UCS2", "00510005912143F50008FF09060804000003030041", -1,
      "", "+12345", 8, Alphabet::Ucs2, false, "A", 0, 3, 3},
 };
