@@ -7,6 +7,8 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
+#include <memory>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -17,10 +19,14 @@ protected:
         m_gammu = QStandardPaths::findExecutable(QStringLiteral("gammu"));
         if (m_gammu.isEmpty())
             GTEST_SKIP() << "gammu is not installed: cross-check skipped";
-        ASSERT_TRUE(m_modem.start());
+    }
+
+    void startModem(const sim::ModemBehaviour& behaviour = {}) {
+        m_modem = std::make_unique<sim::VirtualModem>(sim::ModemIdentity{}, behaviour);
+        ASSERT_TRUE(m_modem->start());
         QFile rc(m_dir.filePath("gammurc"));
         ASSERT_TRUE(rc.open(QIODevice::WriteOnly));
-        rc.write("[gammu]\ndevice = " + QFile::encodeName(m_modem.devicePath()) + "\nconnection = at\n");
+        rc.write("[gammu]\ndevice = " + QFile::encodeName(m_modem->devicePath()) + "\nconnection = at\n");
     }
 
     // Runs gammu with the test's configuration; returns its output, "" when it failed.
@@ -37,10 +43,11 @@ protected:
 
     QString m_gammu;
     QTemporaryDir m_dir;
-    sim::VirtualModem m_modem{sim::ModemIdentity{}, sim::ModemBehaviour{}};
+    std::unique_ptr<sim::VirtualModem> m_modem;
 };
 
 TEST_F(GammuCrossCheck, IdentifiesTheModem) {
+    ASSERT_NO_FATAL_FAILURE(startModem());
     const QString output = gammu({"identify"});
     EXPECT_TRUE(output.contains(QStringLiteral("Virtual"))) << output.toStdString();
     EXPECT_TRUE(output.contains(QStringLiteral("VM-100"))) << output.toStdString();
@@ -49,6 +56,7 @@ TEST_F(GammuCrossCheck, IdentifiesTheModem) {
 }
 
 TEST_F(GammuCrossCheck, SendsTextsTheModemDecodesExactly) {
+    ASSERT_NO_FATAL_FAILURE(startModem());
     // gammu paces itself (about four seconds a run), so each run checks several things
     const QString longText = QStringLiteral("Long {text} with 5€ [and] ~escapes~ ").repeated(6);
     const struct { QStringList arguments; QString number; QString text; int parts; int dcs; } cases[] = {
@@ -56,9 +64,9 @@ TEST_F(GammuCrossCheck, SendsTextsTheModemDecodesExactly) {
         {{"07700900", "-unicode", "-flash", "-text", "Привет мир"}, "07700900", "Привет мир", 1, 0x18},
     };
     for (const auto& c : cases) {
-        const qsizetype before = m_modem.received().size();
+        const qsizetype before = m_modem->received().size();
         gammu(QStringList{"sendsms", "TEXT"} + c.arguments);
-        const QList<sim::ReceivedMessage> received = m_modem.received();
+        const QList<sim::ReceivedMessage> received = m_modem->received();
         ASSERT_EQ(received.size(), before + 1) << c.text.toStdString();
         const sim::ReceivedMessage& m = received.last();
         EXPECT_EQ(m.number, c.number);
@@ -68,6 +76,21 @@ TEST_F(GammuCrossCheck, SendsTextsTheModemDecodesExactly) {
         EXPECT_EQ(m.dcs & 0x1C, c.dcs & 0x1C) << c.text.toStdString(); // alphabet and class
         EXPECT_EQ(m.mode, QStringLiteral("PDU"));
     }
+}
+
+// A modem without PDU mode makes gammu fall back to text mode with its own choice of
+// character set ("HEX" of GSM codes) and parameters.
+TEST_F(GammuCrossCheck, FallsBackToTextModeOnATextOnlyModem) {
+    sim::ModemBehaviour textOnly;
+    textOnly.modes = sim::ModemBehaviour::Modes::TextOnly;
+    ASSERT_NO_FATAL_FAILURE(startModem(textOnly));
+    const QString text = QStringLiteral("Text mode {ok} @ 5€");
+    gammu({"sendsms", "TEXT", "+447700900555", "-text", text});
+    const QList<sim::ReceivedMessage> received = m_modem->received();
+    ASSERT_EQ(received.size(), 1);
+    EXPECT_EQ(received.at(0).mode, QStringLiteral("TEXT"));
+    EXPECT_EQ(received.at(0).number, QStringLiteral("+447700900555"));
+    EXPECT_EQ(received.at(0).text, text);
 }
 
 } // namespace
