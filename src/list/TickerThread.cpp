@@ -1,7 +1,10 @@
 #include "TickerThread.h"
 
 void TickerThread::start(Clock::Duration interval, Tick tick) {
-    stop();
+    std::lock_guard lock(m_control);
+    m_stop = true;
+    if (m_thread.joinable() && m_thread.get_id() != std::this_thread::get_id())
+        m_thread.join();
     m_stop = false;
     m_running = true;
     m_thread = std::thread([this, interval, tick = std::move(tick)] {
@@ -13,6 +16,7 @@ void TickerThread::start(Clock::Duration interval, Tick tick) {
 }
 
 void TickerThread::stop() {
+    std::lock_guard lock(m_control);
     m_stop = true;
     if (m_thread.joinable() && m_thread.get_id() != std::this_thread::get_id())
         m_thread.join();

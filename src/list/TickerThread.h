@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <functional>
+#include <mutex>
 #include <thread>
 
 class TickerThread {
@@ -19,14 +20,16 @@ public:
     TickerThread& operator=(const TickerThread&) = delete;
 
     void start(Clock::Duration interval, Tick tick);
-    // Asks the ticker to end; a tick in progress finishes first. Safe from any thread but
-    // the ticker's own, where requestStop() is the way.
+    // Asks the ticker to end and waits for it; a tick in progress finishes first. Starting
+    // and stopping may come from several threads at once (they are serialised); from the
+    // ticker's own thread, requestStop() is the way.
     void stop();
     void requestStop() { m_stop = true; }
     bool stopRequested() const { return m_stop; }
     bool isRunning() const { return m_running; }
 
 private:
+    std::mutex m_control; // start and stop, one at a time
     std::thread m_thread;
     std::atomic<bool> m_stop{false};
     std::atomic<bool> m_running{false};

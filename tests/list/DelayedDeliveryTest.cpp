@@ -249,3 +249,27 @@ TEST(ActivityIndicator, AdvancesUntilStoppedAndWrapsAfterAHundred) {
 }
 
 } // namespace
+
+namespace {
+
+TEST(TickerThread, StartsAndStopsFromSeveralThreadsAtOnce) {
+    // A pause restarts the activity ticker on one port while the run's end stops it on another.
+    std::atomic<int> ticks{0};
+    ActivityIndicator indicator([&] { ++ticks; });
+    std::vector<std::thread> controllers;
+    for (int t = 0; t < 4; ++t)
+        controllers.emplace_back([&, t] {
+            for (int i = 0; i < 50; ++i) {
+                if ((i + t) % 2 == 0)
+                    indicator.startTimerThread();
+                else
+                    indicator.stop();
+            }
+        });
+    for (auto& c : controllers)
+        c.join();
+    indicator.stop();
+    EXPECT_FALSE(indicator.isRunning());
+}
+
+} // namespace

@@ -236,6 +236,42 @@ TEST_F(SendingRunTest, SentItemsAndTemplatesAreWrittenOncePerMessage) {
     EXPECT_EQ(templates.readAll(), "Two|AP*|DX/lines\n");
 }
 
+TEST_F(SendingRunTest, CloseDuringSendingStopsAndClosesTheWindow) {
+    attach();
+    chooseDevices();
+    addRecipients(numbers(30), "c");
+    window.prev_composer_msg = window.composerText();
+    op.answerYes();
+    send([](SMS_Sending& job) {
+        ASSERT_TRUE(spinUntil([&] { return job.items().finishedCount() >= 1; }));
+        job.CancelPressed();
+    });
+    EXPECT_TRUE(window.sendingJob().isEnded());
+    EXPECT_EQ(op.questions(), QStringList{"\nTerminating the current process will stop sending text messages to the "
+                                          "remaining contact. Are you sure you want to continue?"});
+    EXPECT_EQ(op.alerts().last(), "\nSMS Sending process is stopped.");
+}
+
+TEST_F(SendingRunTest, PausesAfterEveryMessageButNotAfterTheLast) {
+    attach();
+    chooseDevices();
+    window.Delayed_Delivery_Chk(true);
+    window.setDelayedCountChoice("1");
+    window.setDelayedTimeChoice("5  Seconds");
+    addRecipients(numbers(3), "p");
+    window.prev_composer_msg = window.composerText();
+    QStringList labels;
+    send([&](SMS_Sending& job) {
+        QObject::connect(&job, &DialogController::changed, &job, [&] {
+            if (labels.isEmpty() || labels.last() != job.pauseLabel())
+                labels << job.pauseLabel();
+        });
+    });
+    EXPECT_EQ(labels.count("Pausing the process for 5 Seconds."), 2) << labels.join(" | ").toStdString();
+    EXPECT_EQ(modems.at(0)->received().size(), 3);
+    EXPECT_FALSE(Pause_Timer_Running);
+}
+
 TEST_F(SendingRunTest, SendRefusesWithoutDevicesOrRecipients) {
     window.Send_SMS_Btn();
     attach();
