@@ -31,15 +31,44 @@ NumberLoader& NumberLoader::of(BulkSmsWindow& window) {
     return *new NumberLoader(window);
 }
 
-NumberLoader::NumberLoader(BulkSmsWindow& window) : QObject(&window), m_window(window) {}
+NumberLoader::NumberLoader(BulkSmsWindow& window) : QObject(&window), m_window(window) {
+    m_pump.setInterval(1);
+    connect(&m_pump, &QTimer::timeout, this, &NumberLoader::runPendingTask);
+}
 
 NumberLoader::~NumberLoader() {
     m_stopping = true;
-    // The worker may be waiting for the main thread (this one): keep serving it until it ends.
-    while (m_loading && QCoreApplication::instance() != nullptr)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    // The loading thread may be waiting for the main thread (this one): serve it until it ends.
+    while (m_loading) {
+        runPendingTask();
+        std::this_thread::yield();
+    }
     if (m_thread.joinable())
         m_thread.join();
+}
+
+void NumberLoader::runOnMain(const std::function<void()>& fn) {
+    if (MainThread::isCurrent()) {
+        fn();
+        return;
+    }
+    std::unique_lock lock(m_taskMutex);
+    m_task = &fn;
+    m_taskDone.wait(lock, [this] { return m_task == nullptr; });
+}
+
+void NumberLoader::runPendingTask() {
+    std::unique_lock lock(m_taskMutex);
+    if (m_task == nullptr || m_taskRunning)
+        return; // nothing waiting, or a message box of the task is spinning the event loop
+    m_taskRunning = true;
+    const std::function<void()>* task = m_task;
+    lock.unlock();
+    (*task)();
+    lock.lock();
+    m_taskRunning = false;
+    m_task = nullptr;
+    m_taskDone.notify_all();
 }
 
 QStringList NumberLoader::fileExtensions() {
@@ -95,9 +124,13 @@ void NumberLoader::startFileLoad(const QString& path) {
     if (m_thread.joinable())
         m_thread.join();
     setLoading(true);
+    m_pump.start();
     m_thread = std::thread([this, path] {
         Load_Num_Func(path);
-        MainThread::post([this] { setLoading(false); });
+        runOnMain([this] {
+            m_pump.stop();
+            setLoading(false);
+        });
     });
 }
 
@@ -107,7 +140,7 @@ void NumberLoader::setLoading(bool loading) {
 }
 
 void NumberLoader::setPleaseWait(bool visible) {
-    MainThread::invokeAndWait([this, visible] {
+    runOnMain([this, visible] {
         if (m_pleaseWait.exchange(visible) != visible)
             emit pleaseWaitChanged(visible);
     });
@@ -115,10 +148,11 @@ void NumberLoader::setPleaseWait(bool visible) {
 
 void NumberLoader::Load_Num_Func(const QString& path) {
     try {
-        const QString message = MainThread::invokeAndWait([this] {
+        QString message;
+        runOnMain([&] {
             m_window.prev_list_item = m_window.list().size();
             assign_format_skip_exclude_var();
-            return m_window.composerText().left(kMaxMessageLength);
+            message = m_window.composerText().left(kMaxMessageLength);
         });
         setPleaseWait(true);
 
@@ -135,7 +169,7 @@ void NumberLoader::Load_Num_Func(const QString& path) {
         }
         if (!readable || text.isEmpty()) {
             setPleaseWait(false);
-            m_window.op().Show_MessageBox(corruptedFileMessage());
+            runOnMain([this] { m_window.op().Show_MessageBox(corruptedFileMessage()); });
             return;
         }
 
@@ -143,7 +177,7 @@ void NumberLoader::Load_Num_Func(const QString& path) {
                                                                          : NumberCandidates::fromTextLines(text);
         for (qsizetype first = 0; first < candidates.size() && !m_stopping; first += kBatch) {
             const QStringList batch = candidates.mid(first, kBatch);
-            MainThread::invokeAndWait([&] { insertCandidates(batch, message); });
+            runOnMain([&] { insertCandidates(batch, message); });
         }
         setPleaseWait(false);
         reportIfNothingAdded();
@@ -162,10 +196,10 @@ void NumberLoader::insertCandidates(const QStringList& candidates, const QString
 }
 
 void NumberLoader::reportIfNothingAdded() {
-    const bool nothingAdded = MainThread::invokeAndWait(
-        [this] { return m_window.list().isEmpty() || m_window.list().size() == m_window.prev_list_item; });
-    if (nothingAdded)
-        m_window.op().Show_MessageBox(format_skip_exclude_str());
+    runOnMain([this] {
+        if (!m_stopping && (m_window.list().isEmpty() || m_window.list().size() == m_window.prev_list_item))
+            m_window.op().Show_MessageBox(format_skip_exclude_str());
+    });
 }
 
 void NumberLoader::Manually_Add_Btn() {

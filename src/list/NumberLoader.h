@@ -5,8 +5,12 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 
 #include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
 #include <thread>
 
 class BulkSmsWindow;
@@ -45,12 +49,21 @@ private:
     void startFileLoad(const QString& path);
     void setPleaseWait(bool visible);
     void setLoading(bool loading);
+    // Runs fn on the main thread while the calling thread waits. The hand-over is a mutex and
+    // a timer of the main thread, so every step is visible to the thread sanitizer.
+    void runOnMain(const std::function<void()>& fn);
+    void runPendingTask();
     void insertCandidates(const QStringList& candidates, const QString& message);
     // After a load: the summary when nothing was added.
     void reportIfNothingAdded();
 
     BulkSmsWindow& m_window;
     std::thread m_thread; // Load_NUM_Thread
+    QTimer m_pump;        // main thread: runs the loading thread's pending task
+    std::mutex m_taskMutex;
+    std::condition_variable m_taskDone;
+    const std::function<void()>* m_task = nullptr;
+    bool m_taskRunning = false;
     std::atomic<bool> m_loading{false};
     std::atomic<bool> m_pleaseWait{false};
     std::atomic<bool> m_stopping{false};
