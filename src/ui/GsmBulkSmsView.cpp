@@ -3,7 +3,9 @@
 #include "RecipientPanel.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 
+#include <QComboBox>
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -19,4 +21,24 @@ GsmBulkSmsView::GsmBulkSmsView(Gsm_Bulk_Sms_Wnd& controller, QWidget* parent)
     send->setMinimumWidth(120);
     bottomBar()->insertWidget(0, send);
     connect(send, &QPushButton::clicked, this, [&controller] { controller.Send_SMS_Btn(); });
+
+    // The ports verified for the last run; the job reads the choice, so it is shown, not edited.
+    auto* ports = new QComboBox(this);
+    ports->setObjectName(QStringLiteral("_cb_ports_ComboBox_Sending"));
+    ports->setEnabled(false);
+    ports->setMinimumWidth(180);
+    bottomBar()->insertWidget(1, new QLabel(QStringLiteral("Sending through:"), this));
+    bottomBar()->insertWidget(2, ports);
+    auto* wait = new QLabel(QStringLiteral("Checking the devices, please wait..."), this);
+    bottomBar()->insertWidget(3, wait);
+    const auto refresh = [ports, wait, &controller] {
+        if (ports->count() != controller.sendingPorts().size()) {
+            ports->clear();
+            ports->addItems(controller.sendingPorts());
+        }
+        ports->setCurrentIndex(int(controller.sendingPorts().indexOf(controller.sendingPortChoice())));
+        wait->setVisible(controller.pleaseWaitShown());
+    };
+    connect(&controller, &MainWindowController::changed, this, refresh);
+    refresh();
 }
