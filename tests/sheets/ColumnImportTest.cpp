@@ -6,6 +6,10 @@
 #include "sheets/ImportTargets.h"
 #include "sheets/Import_Excel.h"
 #include "sheets/SheetState.h"
+#include "sheets/SpreadsheetWindows.h"
+#include "sheets/Excel_Dynamic_Msg.h"
+#include "core/AppState.h"
+#include "list/NumberLoader.h"
 
 namespace {
 
@@ -166,6 +170,45 @@ TEST_F(ColumnImportTest, OpenRunsTheWindowAndReturnsItsCode) {
     EXPECT_EQ(first.Open_excel_Wnd(workbook, "AND"), 1);
     EXPECT_EQ(second.Open_excel_Wnd(workbook, "AND"), 0);
     EXPECT_EQ(android.numbers(), (QStringList{"444", "333", "111"}));
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(ColumnImportTest, TheLoadButtonHandsWorkbooksToTheImportOfItsWindow) {
+    SpreadsheetWindows::install();
+    gsm.setComposerText("from gsm");
+    op.chooseFile(tableWorkbook("p.XLSX", {kPhones}));
+    op.onModal<Import_Excel>([](Import_Excel& d) {
+        EXPECT_EQ(d.Load_Mode_str(), "GSM");
+        d.setColumnTicked(2, true);
+        d.OKPressed();
+    });
+    NumberLoader::of(gsm).Load_Number();
+    SpreadsheetLoads::install(nullptr);
+    EXPECT_EQ(gsm.numbers(), (QStringList{"555", "222"}));
+    EXPECT_EQ(gsm.messages(), QStringList(2, "from gsm"));
+    EXPECT_TRUE(android.list().isEmpty());
+}
+
+TEST_F(ColumnImportTest, TheMessagesButtonOpensTheWizardOnTheActiveWindow) {
+    SpreadsheetWindows::install();
+    gsm_and_none = 1;
+    const QString workbook = tableWorkbook("m.xlsx", {{{"Phone", "Text"}, {"123", "hello"}}});
+    op.onModal<Excel_Dynamic_Msg>([&](Excel_Dynamic_Msg& w) {
+        w.rightButtonPressed();
+        op.chooseFile(workbook);
+        w.Browse();
+        w.Sheet_ComboBox_changed(0);
+        w.Number_ComboBox_changed(0);
+        w.Message_ComboBox_changed(1);
+        w.rightButtonPressed();
+    });
+    NumberLoader::of(android).Excel_Msg_Load_Btn(); // the button of either window acts on the active one
+    SpreadsheetLoads::install(nullptr);
+    EXPECT_EQ(gsm.numbers(), QStringList{"123"});
+    EXPECT_EQ(gsm.messages(), QStringList{"hello"});
 }
 
 } // namespace
