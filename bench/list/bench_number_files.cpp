@@ -67,7 +67,8 @@ int main(int argc, char** argv) {
     QString csv;
     QByteArray rtf = "{\\rtf1\\ansi\\ansicpg1252{\\fonttbl{\\f0 Arial;}}\\f0 ";
     for (int i = 0; i < lines; ++i) {
-        const QString number = QStringLiteral("+44 7700 %1").arg(i % 10 == 9 ? i - 5 : i, 6, 10, QLatin1Char('0'));
+        const QString number =
+            QStringLiteral("+44 7700 %1").arg(i % 10 == 9 ? i - 5 : i, 6, 10, QLatin1Char('0'));
         text += number + QStringLiteral("\r\n");
         csv += QStringLiteral("Name %1,%2,Note\r").arg(i).arg(number);
         rtf += number.toLatin1() + "\\par\r\n";
@@ -79,7 +80,8 @@ int main(int argc, char** argv) {
         QByteArray bytes;
     } files[] = {
         {"TXT UTF-8", "n.txt", text.toUtf8()},
-        {"TXT UTF-16LE with BOM", "n16.txt", QStringEncoder(QStringConverter::Utf16LE, QStringConverter::Flag::WriteBom)(text)},
+        {"TXT UTF-16LE with BOM", "n16.txt",
+         QStringEncoder(QStringConverter::Utf16LE, QStringConverter::Flag::WriteBom)(text)},
         {"TXT windows-1252 (detected)", "n1252.txt", (text + QStringLiteral("Jos\u00e9\r\n")).toLatin1()},
         {"CSV (3 cells a line)", "n.csv", csv.toUtf8()},
         {"RTF", "n.rtf", rtf},

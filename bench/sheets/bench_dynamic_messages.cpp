@@ -64,7 +64,8 @@ int main(int argc, char** argv) {
     SpreadsheetData table;
     table.append({QStringLiteral("Phone"), QStringLiteral("Text"), QStringLiteral("Name")});
     for (int i = 0; i < rows; ++i)
-        table.append({QString::number(447700000000LL + i), QStringLiteral("Dear customer %1, your order is ready.").arg(i),
+        table.append({QString::number(447700000000LL + i),
+                      QStringLiteral("Dear customer %1, your order is ready.").arg(i),
                       QStringLiteral("Customer %1").arg(i)});
     QTemporaryDir dir;
     BenchOperator op;
@@ -94,7 +95,8 @@ int main(int argc, char** argv) {
             wizard.setTemplateText(QStringLiteral("Hello <COL-3>, <COL-2>"));
         }
         wizard.rightButtonPressed();
-        std::printf("%-22s %6lld ms   peak %6.1f MiB   rows %d\n", mode == 0 ? "per-row messages" : "template messages",
+        std::printf("%-22s %6lld ms   peak %6.1f MiB   rows %d\n",
+                    mode == 0 ? "per-row messages" : "template messages",
                     static_cast<long long>(timer.elapsed()), peakMiB(), window.list().size());
     }
     return 0;

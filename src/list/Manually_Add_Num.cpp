@@ -26,7 +26,8 @@ bool encodableAsUtf8(const QString& text) {
 }
 } // namespace
 
-Manually_Add_Num::Manually_Add_Num(BulkSmsWindow& window, QObject* parent) : DialogController(parent), m_window(window) {}
+Manually_Add_Num::Manually_Add_Num(BulkSmsWindow& window, QObject* parent)
+    : DialogController(parent), m_window(window) {}
 
 void Manually_Add_Num::setText(const QString& text) {
     m_text = text;

@@ -72,13 +72,14 @@ void NumberLoader::runPendingTask() {
 }
 
 QStringList NumberLoader::fileExtensions() {
-    return {QStringLiteral("txt"), QStringLiteral("TXT"), QStringLiteral("rtf"), QStringLiteral("RTF"),
+    return {QStringLiteral("txt"), QStringLiteral("TXT"), QStringLiteral("rtf"),  QStringLiteral("RTF"),
             QStringLiteral("csv"), QStringLiteral("CSV"), QStringLiteral("xlsx"), QStringLiteral("XLSX")};
 }
 
 QString NumberLoader::corruptedFileMessage() {
-    return QStringLiteral("Either file is corrupted or selected file contains invalid characters.\n\nOR\n\nRecipient "
-                          "number is skipped because of using 'Skip Duplicate Numbers' or 'Exclusion List' option.");
+    return QStringLiteral(
+        "Either file is corrupted or selected file contains invalid characters.\n\nOR\n\nRecipient "
+        "number is skipped because of using 'Skip Duplicate Numbers' or 'Exclusion List' option.");
 }
 
 bool NumberLoader::beginBulkLoad() {
@@ -112,8 +113,9 @@ void NumberLoader::Load_Number() {
             Show_NSLog_Message(QStringLiteral("No column import available for %1").arg(path));
             return;
         }
-        loads->openColumnImport(path, m_window.kind() == MainWindowController::Kind::Android ? QStringLiteral("AND")
-                                                                                            : QStringLiteral("GSM"));
+        loads->openColumnImport(path, m_window.kind() == MainWindowController::Kind::Android
+                                          ? QStringLiteral("AND")
+                                          : QStringLiteral("GSM"));
         m_window.Update_List_Count();
         return;
     }
@@ -173,8 +175,9 @@ void NumberLoader::Load_Num_Func(const QString& path) {
             return;
         }
 
-        const QStringList candidates = extension == QLatin1String("CSV") ? NumberCandidates::fromCsv(text)
-                                                                         : NumberCandidates::fromTextLines(text);
+        const QStringList candidates = extension == QLatin1String("CSV")
+                                           ? NumberCandidates::fromCsv(text)
+                                           : NumberCandidates::fromTextLines(text);
         for (qsizetype first = 0; first < candidates.size() && !m_stopping; first += kBatch) {
             const QStringList batch = candidates.mid(first, kBatch);
             runOnMain([&] { insertCandidates(batch, message); });
@@ -229,5 +232,9 @@ namespace {
 std::atomic<SpreadsheetLoads*> g_spreadsheetLoads{nullptr};
 }
 
-void SpreadsheetLoads::install(SpreadsheetLoads* loads) { g_spreadsheetLoads = loads; }
-SpreadsheetLoads* SpreadsheetLoads::installed() { return g_spreadsheetLoads; }
+void SpreadsheetLoads::install(SpreadsheetLoads* loads) {
+    g_spreadsheetLoads = loads;
+}
+SpreadsheetLoads* SpreadsheetLoads::installed() {
+    return g_spreadsheetLoads;
+}

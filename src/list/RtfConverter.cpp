@@ -12,14 +12,22 @@ namespace {
 
 // Destinations whose content is never text of the document.
 const QSet<QByteArray>& skippedDestinations() {
-    static const QSet<QByteArray> names{
-        "fonttbl",   "colortbl",  "stylesheet", "info",       "pict",      "object",      "fldinst",
-        "listtable", "listoverridetable",       "revtbl",     "rsidtbl",   "generator",   "xmlnstbl",
-        "themedata", "colorschememapping",      "datastore",  "latentstyles", "filetbl",  "pgdsctbl",
-        "header",    "headerl",   "headerr",    "headerf",    "footer",    "footerl",     "footerr",
-        "footerf",   "footnote",  "annotation", "mmathPr",    "bkmkstart", "bkmkend",     "operator",
-        "author",    "title",     "subject",    "keywords",   "comment",   "doccomm",     "nonshppict",
-        "shppict",   "blipuid",   "atnid",      "atnauthor",  "protusertbl", "background", "xe", "tc"};
+    static const QSet<QByteArray> names{"fonttbl",    "colortbl",     "stylesheet",
+                                        "info",       "pict",         "object",
+                                        "fldinst",    "listtable",    "listoverridetable",
+                                        "revtbl",     "rsidtbl",      "generator",
+                                        "xmlnstbl",   "themedata",    "colorschememapping",
+                                        "datastore",  "latentstyles", "filetbl",
+                                        "pgdsctbl",   "header",       "headerl",
+                                        "headerr",    "headerf",      "footer",
+                                        "footerl",    "footerr",      "footerf",
+                                        "footnote",   "annotation",   "mmathPr",
+                                        "bkmkstart",  "bkmkend",      "operator",
+                                        "author",     "title",        "subject",
+                                        "keywords",   "comment",      "doccomm",
+                                        "nonshppict", "shppict",      "blipuid",
+                                        "atnid",      "atnauthor",    "protusertbl",
+                                        "background", "xe",           "tc"};
     return names;
 }
 
@@ -163,7 +171,8 @@ private:
         const qsizetype numStart = m_pos;
         if (m_pos < m_in.size() && m_in.at(m_pos) == '-')
             ++m_pos;
-        while (m_pos < m_in.size() && std::isdigit(static_cast<unsigned char>(m_in.at(m_pos))) && m_pos - numStart < 11)
+        while (m_pos < m_in.size() && std::isdigit(static_cast<unsigned char>(m_in.at(m_pos))) &&
+               m_pos - numStart < 11)
             ++m_pos;
         if (m_pos > numStart && !(m_pos == numStart + 1 && m_in.at(numStart) == '-')) {
             param = m_in.mid(numStart, m_pos - numStart).toLongLong(&hasParam);
@@ -239,7 +248,9 @@ private:
 
 } // namespace
 
-bool RtfConverter::looksLikeRtf(const QByteArray& bytes) { return bytes.startsWith("{\\rtf"); }
+bool RtfConverter::looksLikeRtf(const QByteArray& bytes) {
+    return bytes.startsWith("{\\rtf");
+}
 
 QString RtfConverter::toPlainText(const QByteArray& rtf) {
     try {

@@ -45,7 +45,8 @@ bool looksBinary(const QByteArray& bytes) {
         const auto c = static_cast<unsigned char>(ch);
         if (c == 0)
             return true;
-        if (c < 0x20 && c != '\t' && c != '\n' && c != '\r' && c != '\f' && c != '\v' && c != 0x1A && c != 0x1B)
+        if (c < 0x20 && c != '\t' && c != '\n' && c != '\r' && c != '\f' && c != '\v' && c != 0x1A &&
+            c != 0x1B)
             ++controls;
     }
     return controls * 10 > bytes.size();
@@ -94,7 +95,8 @@ bool TextFileDecoder::decode(const QByteArray& bytes, QString& text) {
         const QString encoding = detectEncoding(bytes);
         if (encoding.isEmpty())
             return false;
-        text = encoding == QLatin1String("UTF-8") ? QString::fromUtf8(bytes) : CodePageDecoder::decode(bytes, encoding);
+        text = encoding == QLatin1String("UTF-8") ? QString::fromUtf8(bytes)
+                                                  : CodePageDecoder::decode(bytes, encoding);
         return true;
     } catch (...) {
         Show_NSLog_Message(QStringLiteral("Text file could not be decoded"));

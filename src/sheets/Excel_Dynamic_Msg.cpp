@@ -14,10 +14,13 @@ namespace {
 const QString kState = QStringLiteral("State");
 const QString kExtension = QStringLiteral("Extension");
 const QString kBlankTemplate = QStringLiteral("Please enter some text message.");
-const QString kNotes = QStringLiteral("\n\nNote:\n1. Maximum of 50,000 records in a single sheet are supported at a "
-                                      "time.\n2. Each message may be of maximum 1600 characters.");
+const QString kNotes =
+    QStringLiteral("\n\nNote:\n1. Maximum of 50,000 records in a single sheet are supported at a "
+                   "time.\n2. Each message may be of maximum 1600 characters.");
 
-QString placeholder(int column) { return QStringLiteral("<COL-%1>").arg(column); }
+QString placeholder(int column) {
+    return QStringLiteral("<COL-%1>").arg(column);
+}
 } // namespace
 
 Excel_Dynamic_Msg::Excel_Dynamic_Msg(BulkSmsWindow& window, QObject* parent)
@@ -44,16 +47,21 @@ QString Excel_Dynamic_Msg::rightButtonTitle() const {
 }
 
 QString Excel_Dynamic_Msg::fileStepText() const {
-    return m_mode == 0 ? QStringLiteral("Browse the location of Excel file to import contact numbers and their "
-                                        "respective SMS texts.") + kNotes
-                       : QStringLiteral("Browse the location of Excel file which you want to create dynamic and "
-                                        "personalized message for each contact by using data of its various columns.") +
-                             kNotes;
+    return m_mode == 0
+               ? QStringLiteral("Browse the location of Excel file to import contact numbers and their "
+                                "respective SMS texts.") +
+                     kNotes
+               : QStringLiteral(
+                     "Browse the location of Excel file which you want to create dynamic and "
+                     "personalized message for each contact by using data of its various columns.") +
+                     kNotes;
 }
 
 QString Excel_Dynamic_Msg::sheetLabel() const {
-    return m_mode == 0 ? QStringLiteral("Please select the sheet containing phone numbers and messages :")
-                       : QStringLiteral("Select the sheet containing phone numbers and data to create dynamic messages :");
+    return m_mode == 0
+               ? QStringLiteral("Please select the sheet containing phone numbers and messages :")
+               : QStringLiteral(
+                     "Select the sheet containing phone numbers and data to create dynamic messages :");
 }
 
 void Excel_Dynamic_Msg::setPleaseWait(bool visible) {
@@ -210,7 +218,8 @@ int Excel_Dynamic_Msg::Use_Column(const QList<int>& selectedRows, int selectionS
         return -1;
     }
     if (selectedRows.isEmpty()) {
-        op.Show_MessageBox(QStringLiteral("Please select at least one record from the column list to continue."));
+        op.Show_MessageBox(
+            QStringLiteral("Please select at least one record from the column list to continue."));
         return -1;
     }
     if (selectedRows.size() > 1) {

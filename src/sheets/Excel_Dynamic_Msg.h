@@ -33,7 +33,7 @@ public:
     QStringList columnNames() const { return m_header; } // both column drop-downs
     int number_col() const { return m_numberCol; }
     int msg_col() const { return m_msgCol; }
-    RecordTable& ListData() { return m_columns; }         // {"State", "Extension"}
+    RecordTable& ListData() { return m_columns; }            // {"State", "Extension"}
     RecordTable& DynSMSListData() { return m_placeholders; } // {"Number", "Message", "Date"}
     QString templateText() const { return m_template; }
     bool pleaseWaitVisible() const { return m_pleaseWait; }
@@ -50,7 +50,8 @@ public:
     // Inserts the placeholder of the one selected placeholder row at the cursor, replacing
     // the selection [selectionStart, selectionEnd). Returns the cursor position after the
     // insertion, or -1 when a message was shown instead.
-    int Use_Column(const QList<int>& selectedRows, int selectionStart, int selectionEnd, bool byDoubleClick = false);
+    int Use_Column(const QList<int>& selectedRows, int selectionStart, int selectionEnd,
+                   bool byDoubleClick = false);
     void Preview();
     void Example();
 

@@ -73,7 +73,8 @@ void Import_Excel::Sheet_ComboBox_changed(int index) {
 }
 
 bool Import_Excel::Get_Selection_State(int column) const {
-    return column >= 0 && column < m_columns.size() && m_columns.at(column).value(kState) == QLatin1String("1");
+    return column >= 0 && column < m_columns.size() &&
+           m_columns.at(column).value(kState) == QLatin1String("1");
 }
 
 bool Import_Excel::Check_For_One_Extension_Selection() const {
@@ -104,8 +105,12 @@ void Import_Excel::rebuildColumns(bool ticked) {
     m_columns.setRecords(rebuilt);
 }
 
-void Import_Excel::Select_All() { rebuildColumns(true); }
-void Import_Excel::Clear_All() { rebuildColumns(false); }
+void Import_Excel::Select_All() {
+    rebuildColumns(true);
+}
+void Import_Excel::Clear_All() {
+    rebuildColumns(false);
+}
 
 void Import_Excel::OKPressed() {
     if (m_columns.isEmpty()) {
@@ -130,7 +135,8 @@ void Import_Excel::importRows() {
         for (const char* mode : {"AND", "GSM"})
             if (BulkSmsWindow* w = windowOfMode(QLatin1String(mode)))
                 w->prev_list_item = w->list().size();
-        const QString message = window != nullptr ? window->composerText().left(kMaxMessageLength) : QString();
+        const QString message =
+            window != nullptr ? window->composerText().left(kMaxMessageLength) : QString();
         for (qsizetype r = m_containsHeader ? 1 : 0; r < rows.size(); ++r) {
             const QStringList& row = rows.at(r);
             for (int column = 0; column < row.size(); ++column)
@@ -160,4 +166,6 @@ void Import_Excel::passValue(BulkSmsWindow* window, const QString& value, const 
     }
 }
 
-void Import_Excel::CancelPressed() { endModal(0); }
+void Import_Excel::CancelPressed() {
+    endModal(0);
+}

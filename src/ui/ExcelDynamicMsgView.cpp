@@ -59,9 +59,11 @@ QWidget* ExcelDynamicMsgView::buildModePage() {
     auto* page = new QWidget(this);
     auto* layout = new QVBoxLayout(page);
     layout->addWidget(new QLabel(QStringLiteral("How are the messages given in the sheet?"), page));
-    m_perRow = new QRadioButton(QStringLiteral("Each row has its phone number and its own message text"), page);
+    m_perRow =
+        new QRadioButton(QStringLiteral("Each row has its phone number and its own message text"), page);
     m_dynamic = new QRadioButton(
-        QStringLiteral("Create a dynamic, personalised message for each row from the data of its columns"), page);
+        QStringLiteral("Create a dynamic, personalised message for each row from the data of its columns"),
+        page);
     layout->addWidget(m_perRow);
     layout->addWidget(m_dynamic);
     layout->addStretch();
@@ -100,7 +102,8 @@ QWidget* ExcelDynamicMsgView::buildFilePage() {
     m_tickColumns = new QWidget(page);
     auto* tickLayout = new QVBoxLayout(m_tickColumns);
     tickLayout->setContentsMargins(0, 0, 0, 0);
-    tickLayout->addWidget(new QLabel(QStringLiteral("Tick the column(s) holding phone numbers:"), m_tickColumns));
+    tickLayout->addWidget(
+        new QLabel(QStringLiteral("Tick the column(s) holding phone numbers:"), m_tickColumns));
     auto* model = new RecordTableModel(m_controller.ListData(), m_tickColumns);
     model->setColumnTitle(QStringLiteral("State"), QString());
     model->setColumnTitle(QStringLiteral("Extension"), QStringLiteral("Column"));
@@ -117,7 +120,8 @@ QWidget* ExcelDynamicMsgView::buildFilePage() {
     layout->addStretch();
 
     connect(browse, &QPushButton::clicked, this, [this] { m_controller.Browse(); });
-    connect(m_sheets, &QComboBox::activated, this, [this](int index) { m_controller.Sheet_ComboBox_changed(index); });
+    connect(m_sheets, &QComboBox::activated, this,
+            [this](int index) { m_controller.Sheet_ComboBox_changed(index); });
     connect(m_numberColumn, &QComboBox::activated, this,
             [this](int index) { m_controller.Number_ComboBox_changed(index); });
     connect(m_messageColumn, &QComboBox::activated, this,
@@ -128,7 +132,8 @@ QWidget* ExcelDynamicMsgView::buildFilePage() {
 QWidget* ExcelDynamicMsgView::buildTemplatePage() {
     auto* page = new QWidget(this);
     auto* layout = new QVBoxLayout(page);
-    layout->addWidget(new QLabel(QStringLiteral("Columns (double-click or \"Use Column\" to insert a placeholder):"), page));
+    layout->addWidget(new QLabel(
+        QStringLiteral("Columns (double-click or \"Use Column\" to insert a placeholder):"), page));
     auto* model = new RecordTableModel(m_controller.DynSMSListData(), page);
     model->setColumnTitle(QStringLiteral("Number"), QStringLiteral("No."));
     model->setColumnTitle(QStringLiteral("Message"), QStringLiteral("Column"));
@@ -165,7 +170,8 @@ void ExcelDynamicMsgView::useColumn(bool byDoubleClick) {
     for (const QModelIndex& index : m_placeholders->selectionModel()->selectedRows())
         rows << index.row();
     const QTextCursor cursor = m_template->textCursor();
-    const int position = m_controller.Use_Column(rows, cursor.selectionStart(), cursor.selectionEnd(), byDoubleClick);
+    const int position =
+        m_controller.Use_Column(rows, cursor.selectionStart(), cursor.selectionEnd(), byDoubleClick);
     if (position < 0)
         return;
     QTextCursor moved = m_template->textCursor();

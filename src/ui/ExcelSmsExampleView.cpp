@@ -26,10 +26,11 @@ ExcelSmsExampleView::ExcelSmsExampleView(Excel_SMS_Example& controller, QWidget*
     table->setEditTriggers(QAbstractItemView::NoEditTriggers);
     layout->addWidget(table);
     layout->addWidget(new QLabel(
-        QStringLiteral("Tick the column Phone and write the template:\n    Dear <COL-1>, your balance is <COL-3>\n\n"
-                       "The list then gets:\n    5550100   Dear Ann, your balance is 12.50\n"
-                       "    5550111   Dear Bob, your balance is 7.25\n\n"
-                       "Per-row mode instead takes the number and the whole message from two columns."),
+        QStringLiteral(
+            "Tick the column Phone and write the template:\n    Dear <COL-1>, your balance is <COL-3>\n\n"
+            "The list then gets:\n    5550100   Dear Ann, your balance is 12.50\n"
+            "    5550111   Dear Bob, your balance is 7.25\n\n"
+            "Per-row mode instead takes the number and the whole message from two columns."),
         this));
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok, this);
     layout->addWidget(buttons);

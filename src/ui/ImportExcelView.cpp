@@ -16,7 +16,8 @@
 #include <QTableView>
 #include <QVBoxLayout>
 
-ImportExcelView::ImportExcelView(Import_Excel& controller, QWidget* parent) : QDialog(parent), m_controller(controller) {
+ImportExcelView::ImportExcelView(Import_Excel& controller, QWidget* parent)
+    : QDialog(parent), m_controller(controller) {
     setWindowTitle(kApplicationName + QStringLiteral(" - Import from Excel"));
     resize(520, 480);
     auto* layout = new QVBoxLayout(this);
@@ -61,7 +62,8 @@ ImportExcelView::ImportExcelView(Import_Excel& controller, QWidget* parent) : QD
     bottom->addWidget(buttons);
     layout->addLayout(bottom);
 
-    connect(m_sheets, &QComboBox::activated, this, [this](int index) { m_controller.Sheet_ComboBox_changed(index); });
+    connect(m_sheets, &QComboBox::activated, this,
+            [this](int index) { m_controller.Sheet_ComboBox_changed(index); });
     connect(m_header, &QCheckBox::toggled, this, [this](bool on) { m_controller.setContainsHeader(on); });
     connect(selectAll, &QPushButton::clicked, this, [this] { m_controller.Select_All(); });
     connect(clearAll, &QPushButton::clicked, this, [this] { m_controller.Clear_All(); });

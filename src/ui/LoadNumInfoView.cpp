@@ -7,7 +7,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-LoadNumInfoView::LoadNumInfoView(Load_Num_Info& controller, QWidget* parent) : QDialog(parent), m_controller(controller) {
+LoadNumInfoView::LoadNumInfoView(Load_Num_Info& controller, QWidget* parent)
+    : QDialog(parent), m_controller(controller) {
     setWindowTitle(kApplicationName);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(new QLabel(controller.questionText(), this));

@@ -14,9 +14,10 @@ ManuallyAddNumView::ManuallyAddNumView(Manually_Add_Num& controller, QWidget* pa
     setWindowTitle(kApplicationName);
     resize(420, 420);
     auto* layout = new QVBoxLayout(this);
-    layout->addWidget(new QLabel(QStringLiteral("Paste or type phone numbers, one per line (tab-separated cells are "
-                                                "read one by one):"),
-                                 this));
+    layout->addWidget(
+        new QLabel(QStringLiteral("Paste or type phone numbers, one per line (tab-separated cells are "
+                                  "read one by one):"),
+                   this));
     m_text = new QPlainTextEdit(this);
     m_text->setObjectName(QStringLiteral("_pasteEdit"));
     m_text->setLineWrapMode(QPlainTextEdit::NoWrap);
@@ -32,7 +33,8 @@ ManuallyAddNumView::ManuallyAddNumView(Manually_Add_Num& controller, QWidget* pa
     bottom->addWidget(buttons);
     layout->addLayout(bottom);
 
-    connect(m_text, &QPlainTextEdit::textChanged, this, [this] { m_controller.setText(m_text->toPlainText()); });
+    connect(m_text, &QPlainTextEdit::textChanged, this,
+            [this] { m_controller.setText(m_text->toPlainText()); });
     connect(&controller, &DialogController::changed, this, &ManuallyAddNumView::refresh);
     connect(buttons, &QDialogButtonBox::accepted, this, [this] { m_controller.OKPressed(); });
     connect(buttons, &QDialogButtonBox::rejected, this, [this] { m_controller.CancelPressed(); });

@@ -81,13 +81,27 @@ INSTANTIATE_TEST_SUITE_P(
         FileCase{"TxtMarkupRemoved", "a.TXT", "{\\111}\n2-2 2\n", {"222", "111"}, {2, 2, 0, 0}},
         FileCase{"TxtInvalidLinesCounted", "a.txt", "Name\n12a\n+1+2\n555\n", {"555"}, {4, 1, 0, 0}},
         FileCase{"CsvCellsOfOneLine", "a.csv", "Name,+441234567890,Note\r", {"+441234567890"}, {3, 1, 0, 0}},
-        FileCase{"CsvLineFeedsOnlyJoinCells", "a.CSV", "x,111,222\ny,333,444", {"444", "333", "111"}, {5, 3, 0, 0}},
+        FileCase{"CsvLineFeedsOnlyJoinCells",
+                 "a.CSV",
+                 "x,111,222\ny,333,444",
+                 {"444", "333", "111"},
+                 {5, 3, 0, 0}},
         FileCase{"CsvLinesWithoutCommaIgnored", "a.csv", "111\r222\r333,444\r", {"444", "333"}, {2, 2, 0, 0}},
-        FileCase{"RtfParagraphs", "a.rtf", "{\\rtf1\\ansi{\\fonttbl{\\f0 Arial 999;}}\\f0 111\\par 222\\par}",
-                 {"222", "111"}, {2, 2, 0, 0}},
+        FileCase{"RtfParagraphs",
+                 "a.rtf",
+                 "{\\rtf1\\ansi{\\fonttbl{\\f0 Arial 999;}}\\f0 111\\par 222\\par}",
+                 {"222", "111"},
+                 {2, 2, 0, 0}},
         FileCase{"Utf8", "u.txt", kUnicodeSample.toUtf8(), kSampleNumbers, {3, 2, 0, 0}},
-        FileCase{"Utf8Bom", "u.txt", withBom(QStringConverter::Utf8, kUnicodeSample), kSampleNumbers, {3, 2, 0, 0}},
-        FileCase{"Utf16LeBom", "u.txt", withBom(QStringConverter::Utf16LE, kUnicodeSample), kSampleNumbers,
+        FileCase{"Utf8Bom",
+                 "u.txt",
+                 withBom(QStringConverter::Utf8, kUnicodeSample),
+                 kSampleNumbers,
+                 {3, 2, 0, 0}},
+        FileCase{"Utf16LeBom",
+                 "u.txt",
+                 withBom(QStringConverter::Utf16LE, kUnicodeSample),
+                 kSampleNumbers,
                  {3, 2, 0, 0}},
         FileCase{"Windows1252", "u.txt", kUnicodeSample.toLatin1(), kSampleNumbers, {3, 2, 0, 0}},
         FileCase{"NothingValid", "n.txt", "abc\r\ndef\r\n", {}, {2, 0, 0, 0}}),
@@ -95,8 +109,9 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(NumberLoadingTest, UnreadableFilesGiveTheCorruptedFileMessageAndChangeNothing) {
     window.add("999");
-    for (const auto& [name, bytes] : {std::pair{"bin.txt", QByteArray("\x89PNG\r\n\x1a\n\x00\x00\x00\rIHDR", 16)},
-                                      std::pair{"empty.txt", QByteArray()}, std::pair{"empty.rtf", QByteArray()}}) {
+    for (const auto& [name, bytes] :
+         {std::pair{"bin.txt", QByteArray("\x89PNG\r\n\x1a\n\x00\x00\x00\rIHDR", 16)},
+          std::pair{"empty.txt", QByteArray()}, std::pair{"empty.rtf", QByteArray()}}) {
         op.onModal<Load_Num_Info>([](Load_Num_Info& q) { q.NoPressed(); });
         loadFile(name, bytes);
     }
@@ -115,9 +130,10 @@ TEST_F(NumberLoadingTest, KeepOrReplaceQuestion) {
         std::function<void(Load_Num_Info&)> answer;
         QStringList numbers;
     };
-    const QList<Case> cases{{"No keeps the old rows below", [](Load_Num_Info& q) { q.NoPressed(); }, {"2", "1", "old"}},
-                            {"Yes replaces the list", [](Load_Num_Info& q) { q.YesPressed(); }, {"2", "1"}},
-                            {"Cancel loads nothing", [](Load_Num_Info& q) { q.CancelPressed(); }, {"old"}}};
+    const QList<Case> cases{
+        {"No keeps the old rows below", [](Load_Num_Info& q) { q.NoPressed(); }, {"2", "1", "old"}},
+        {"Yes replaces the list", [](Load_Num_Info& q) { q.YesPressed(); }, {"2", "1"}},
+        {"Cancel loads nothing", [](Load_Num_Info& q) { q.CancelPressed(); }, {"old"}}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         window.list().clear();
@@ -259,8 +275,8 @@ TEST_F(PasteTest, RefusalsAndSummary) {
 TEST_F(PasteTest, LineCounterAndEmptiedTextBox) {
     Manually_Add_Num dialog(window);
     EXPECT_EQ(dialog.lineCounter(), "1");
-    for (const auto& [text, lines] : {std::pair{"", "1"}, std::pair{"1", "1"}, std::pair{"1\n", "2"},
-                                      std::pair{"1\n2\n3", "3"}}) {
+    for (const auto& [text, lines] :
+         {std::pair{"", "1"}, std::pair{"1", "1"}, std::pair{"1\n", "2"}, std::pair{"1\n2\n3", "3"}}) {
         dialog.setText(text);
         EXPECT_EQ(dialog.lineCounter(), lines) << text;
     }

@@ -2,18 +2,19 @@
 // operator is told.
 #include "ImportFixture.h"
 
+#include "core/AppState.h"
 #include "list/LoadCounters.h"
+#include "list/NumberLoader.h"
+#include "sheets/Excel_Dynamic_Msg.h"
 #include "sheets/ImportTargets.h"
 #include "sheets/Import_Excel.h"
 #include "sheets/SheetState.h"
 #include "sheets/SpreadsheetWindows.h"
-#include "sheets/Excel_Dynamic_Msg.h"
-#include "core/AppState.h"
-#include "list/NumberLoader.h"
 
 namespace {
 
-const SpreadsheetData kPhones{{"Name", "Phone", "Mobile"}, {"Ann", "111", "222"}, {"Bob", "333", ""}, {"Cy", "444", "555"}};
+const SpreadsheetData kPhones{
+    {"Name", "Phone", "Mobile"}, {"Ann", "111", "222"}, {"Bob", "333", ""}, {"Cy", "444", "555"}};
 
 class ColumnImportTest : public ImportTest {
 protected:
@@ -30,8 +31,8 @@ TEST_F(ColumnImportTest, HeaderRowTickedColumnsAndOrder) {
         const char* name;
         bool header;
         QList<int> ticked;
-        QStringList numbers;   // top first
-        QList<int> counters;   // readable, valid, skipped, excluded
+        QStringList numbers; // top first
+        QList<int> counters; // readable, valid, skipped, excluded
     };
     const QList<Case> cases{
         {"header skipped", true, {1}, {"444", "333", "111"}, {3, 3, 0, 0}},
@@ -84,8 +85,8 @@ TEST_F(ColumnImportTest, AllDuplicatesShowTheSummary) {
 }
 
 TEST_F(ColumnImportTest, SheetChoiceReadsThatSheetsPart) {
-    const QString workbook =
-        tableWorkbook("three.xlsx", {{{"A"}, {"1"}}, {{"B", "C"}, {"2", "3"}}, {{"Third", "Col"}, {"777", "888"}}});
+    const QString workbook = tableWorkbook(
+        "three.xlsx", {{{"A"}, {"1"}}, {{"B", "C"}, {"2", "3"}}, {{"Third", "Col"}, {"777", "888"}}});
     Import_Excel dialog(op);
     dialog.prepareWindow(workbook, "AND");
     EXPECT_EQ(dialog.sheetNames(), (QStringList{"Sheet1", "Sheet2", "Sheet3"}));

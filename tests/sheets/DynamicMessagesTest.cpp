@@ -24,7 +24,9 @@ const QStringList kTen{"v1", "v2", "v3", "v4", "v5", "v6", "v7", "v8", "v9", "v1
 INSTANTIATE_TEST_SUITE_P(
     Templates, TemplateFilling,
     ::testing::Values(
-        FillCase{"Example", "Dear <COL-1>, your balance is <col-3>", {"Ann", "5550100", "12.50"},
+        FillCase{"Example",
+                 "Dear <COL-1>, your balance is <col-3>",
+                 {"Ann", "5550100", "12.50"},
                  "Dear Ann, your balance is 12.50"},
         FillCase{"OneDoesNotDisturbTen", "<COL-1>|<COL-10>|<COL-1>0", kTen, "v1|v10|v10"},
         FillCase{"BeyondTheRowKept", "Hi <COL-9> <COL-5>", {"a", "b", "c", "d", "e"}, "Hi <COL-9> e"},
@@ -49,7 +51,8 @@ protected:
 };
 
 TEST_F(DynamicMessagesTest, PerRowMessagesWithAHeaderCountedAsInvalid) {
-    openFileStep(0, tableWorkbook("rows.xlsx", {{{"Phone", "Text"}, {"111", "one"}, {"222", "two"}, {"333", ""}}}));
+    openFileStep(
+        0, tableWorkbook("rows.xlsx", {{{"Phone", "Text"}, {"111", "one"}, {"222", "two"}, {"333", ""}}}));
     EXPECT_EQ(wizard.columnNames(), (QStringList{"Phone", "Text"}));
     wizard.Number_ComboBox_changed(0);
     wizard.Message_ComboBox_changed(1);
@@ -72,7 +75,8 @@ TEST_F(DynamicMessagesTest, TemplateWithSeveralTickedColumns) {
     wizard.rightButtonPressed();
     ASSERT_EQ(wizard.next_counter(), 2);
     ASSERT_EQ(wizard.DynSMSListData().size(), 4);
-    EXPECT_EQ(wizard.DynSMSListData().at(2), (Record{{"Number", "3"}, {"Message", "Balance"}, {"Date", "<COL-3>"}}));
+    EXPECT_EQ(wizard.DynSMSListData().at(2),
+              (Record{{"Number", "3"}, {"Message", "Balance"}, {"Date", "<COL-3>"}}));
     wizard.setTemplateText("Dear <COL-1>, your balance is <col-3>");
     wizard.rightButtonPressed();
     EXPECT_EQ(android.numbers(), (QStringList{"5550199", "5550100"}));
@@ -91,12 +95,31 @@ TEST_F(DynamicMessagesTest, StepChecksInOrder) {
     const QString empty = tableWorkbook("e.xlsx", {{}});
     const QList<Case> cases{
         {"no path", 0, [] {}, "Please select a valid file path."},
-        {"no sheet", 0, [&] { op.chooseFile(path("missing.xlsx")); wizard.Browse(); },
+        {"no sheet", 0,
+         [&] {
+             op.chooseFile(path("missing.xlsx"));
+             wizard.Browse();
+         },
          "Please select a valid excel file there is no sheet."},
-        {"sheet not chosen", 0, [&] { op.chooseFile(book); wizard.Browse(); }, "Please select a sheet."},
-        {"no columns", 0, [&] { op.chooseFile(empty); wizard.Browse(); wizard.Sheet_ComboBox_changed(0); },
+        {"sheet not chosen", 0,
+         [&] {
+             op.chooseFile(book);
+             wizard.Browse();
+         },
+         "Please select a sheet."},
+        {"no columns", 0,
+         [&] {
+             op.chooseFile(empty);
+             wizard.Browse();
+             wizard.Sheet_ComboBox_changed(0);
+         },
          "Please select a valid sheet there is no column."},
-        {"no number column", 0, [&] { op.chooseFile(book); wizard.Browse(); wizard.Sheet_ComboBox_changed(0); },
+        {"no number column", 0,
+         [&] {
+             op.chooseFile(book);
+             wizard.Browse();
+             wizard.Sheet_ComboBox_changed(0);
+         },
          "Please select a column for Mobile number."},
         {"no message column", 0,
          [&] {
@@ -107,9 +130,18 @@ TEST_F(DynamicMessagesTest, StepChecksInOrder) {
          },
          "Please select a column for Message."},
         {"dynamic: no columns", 1,
-         [&] { op.chooseFile(empty); wizard.Browse(); wizard.Sheet_ComboBox_changed(0); }, "There is no column."},
+         [&] {
+             op.chooseFile(empty);
+             wizard.Browse();
+             wizard.Sheet_ComboBox_changed(0);
+         },
+         "There is no column."},
         {"dynamic: none ticked", 1,
-         [&] { op.chooseFile(book); wizard.Browse(); wizard.Sheet_ComboBox_changed(0); },
+         [&] {
+             op.chooseFile(book);
+             wizard.Browse();
+             wizard.Sheet_ComboBox_changed(0);
+         },
          "No column is selected."},
     };
     for (const Case& c : cases) {
@@ -132,7 +164,8 @@ TEST_F(DynamicMessagesTest, ButtonTitlesAndTextsFollowTheSteps) {
     EXPECT_EQ(wizard.leftButtonTitle() + "/" + wizard.rightButtonTitle(), "Close/Continue");
     wizard.rightButtonPressed();
     EXPECT_EQ(wizard.leftButtonTitle() + "/" + wizard.rightButtonTitle(), "Back/Finish");
-    EXPECT_TRUE(wizard.sheetLabel().startsWith("Please select the sheet containing phone numbers and messages"));
+    EXPECT_TRUE(
+        wizard.sheetLabel().startsWith("Please select the sheet containing phone numbers and messages"));
     wizard.leftButtonPressed();
     wizard.setMode(1);
     wizard.rightButtonPressed();
@@ -162,11 +195,12 @@ TEST_F(DynamicMessagesTest, UsingAColumnInsertsItsPlaceholderAtTheCursor) {
     wizard.setTemplateText(" ");
     wizard.Preview();
     wizard.rightButtonPressed();
-    EXPECT_EQ(op.alerts(), (QStringList{"\nColumn list is empty.",
-                                        "\nPlease select at least one record from the column list to continue.",
-                                        "\nPlease select only one record to continue.",
-                                        "\nPlease select only one record to update.", "\nHi Name!Phone",
-                                        "\nPlease enter some text message.", "\nPlease enter some text message."}));
+    EXPECT_EQ(op.alerts(),
+              (QStringList{"\nColumn list is empty.",
+                           "\nPlease select at least one record from the column list to continue.",
+                           "\nPlease select only one record to continue.",
+                           "\nPlease select only one record to update.", "\nHi Name!Phone",
+                           "\nPlease enter some text message.", "\nPlease enter some text message."}));
     EXPECT_FALSE(wizard.isEnded());
 }
 

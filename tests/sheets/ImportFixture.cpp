@@ -6,7 +6,9 @@
 #include "sheets/SpreadsheetWriter.h"
 
 namespace {
-QByteArray escaped(const QString& s) { return s.toHtmlEscaped().toUtf8(); }
+QByteArray escaped(const QString& s) {
+    return s.toHtmlEscaped().toUtf8();
+}
 } // namespace
 
 QStringList ImportTestWindow::numbers() const {
@@ -49,19 +51,22 @@ QString ImportTest::tableWorkbook(const QString& name, const QList<SpreadsheetDa
             body += "<row r=\"" + QByteArray::number(r + 1) + "\">";
             for (int c = 0; c < row.size(); ++c)
                 if (!row[c].isEmpty())
-                    body += "<c r=\"" + columnLettersFromNumber(c + 1).toLatin1() + QByteArray::number(r + 1) +
-                            "\" t=\"inlineStr\"><is><t>" + escaped(row[c]) + "</t></is></c>";
+                    body += "<c r=\"" + columnLettersFromNumber(c + 1).toLatin1() +
+                            QByteArray::number(r + 1) + "\" t=\"inlineStr\"><is><t>" + escaped(row[c]) +
+                            "</t></is></c>";
             body += "</row>";
         }
-        const QByteArray end =
-            columnLettersFromNumber(int(width)).toLatin1() + QByteArray::number(qMax(1, int(sheets[s].size())));
+        const QByteArray end = columnLettersFromNumber(int(width)).toLatin1() +
+                               QByteArray::number(qMax(1, int(sheets[s].size())));
         parts.insert("xl/worksheets/sheet" + QString::number(s + 1) + ".xml", sheetXml(body, "A1:" + end));
     }
     parts.insert("xl/workbook.xml",
-                 R"(<workbook xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><sheets>)" + names +
-                     "</sheets></workbook>");
+                 R"(<workbook xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><sheets>)" +
+                     names + "</sheets></workbook>");
     parts.insert("xl/styles.xml", R"(<styleSheet><cellXfs><xf numFmtId="0"/></cellXfs></styleSheet>)");
     return packWorkbook(name, parts);
 }
 
-QList<int> ImportTest::counters() { return {TOT_PROC, TOT, SKPD, EXLD}; }
+QList<int> ImportTest::counters() {
+    return {TOT_PROC, TOT, SKPD, EXLD};
+}
