@@ -1,6 +1,7 @@
 #include "GsmBulkSmsView.h"
 
 #include "RecipientPanel.h"
+#include "list/NumberLoader.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 
 #include <QComboBox>
@@ -21,6 +22,8 @@ GsmBulkSmsView::GsmBulkSmsView(Gsm_Bulk_Sms_Wnd& controller, QWidget* parent)
     send->setMinimumWidth(120);
     bottomBar()->insertWidget(0, send);
     connect(send, &QPushButton::clicked, this, [&controller] { controller.Send_SMS_Btn(); });
+    // A file load fills the list from a worker: no sending until it is done.
+    connect(&NumberLoader::of(controller), &NumberLoader::loadingChanged, send, &QPushButton::setDisabled);
 
     // The ports verified for the last run; the job reads the choice, so it is shown, not edited.
     auto* ports = new QComboBox(this);
