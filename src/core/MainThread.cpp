@@ -1,13 +1,58 @@
 #include "MainThread.h"
 
 #include <QCoreApplication>
-#include <QMetaObject>
+#include <QEvent>
+#include <QObject>
 #include <QThread>
 
 #include <condition_variable>
+#include <deque>
 #include <mutex>
 
 namespace MainThread {
+namespace {
+
+// Work handed to the main thread waits in our own queue under our own lock; Qt only
+// carries an empty wake-up event. The hand-over is then visible to the thread sanitizer,
+// which cannot see the locks inside the Qt libraries, and the order of posts is kept.
+std::mutex g_queueMutex;
+std::deque<std::function<void()>> g_queue;
+
+void drain() {
+    while (true) {
+        std::function<void()> next;
+        {
+            std::lock_guard lock(g_queueMutex);
+            if (g_queue.empty())
+                return;
+            next = std::move(g_queue.front());
+            g_queue.pop_front();
+        }
+        next();
+    }
+}
+
+class Dispatcher : public QObject {
+public:
+    bool event(QEvent* e) override {
+        if (e->type() != QEvent::User)
+            return QObject::event(e);
+        drain();
+        return true;
+    }
+};
+
+Dispatcher* dispatcher(QCoreApplication* app) {
+    static Dispatcher* instance = [app] {
+        auto* d = new Dispatcher;
+        d->moveToThread(app->thread());
+        d->setParent(app); // goes with the application
+        return d;
+    }();
+    return instance;
+}
+
+} // namespace
 
 bool isCurrent() {
     QCoreApplication* app = QCoreApplication::instance();
@@ -20,7 +65,11 @@ void post(std::function<void()> fn) {
         fn();
         return;
     }
-    QMetaObject::invokeMethod(app, std::move(fn), Qt::QueuedConnection);
+    {
+        std::lock_guard lock(g_queueMutex);
+        g_queue.push_back(std::move(fn));
+    }
+    QCoreApplication::postEvent(dispatcher(app), new QEvent(QEvent::User));
 }
 
 void invokeAndWaitVoid(const std::function<void()>& fn) {
@@ -28,20 +77,15 @@ void invokeAndWaitVoid(const std::function<void()>& fn) {
         fn();
         return;
     }
-    // Our own hand-shake rather than a blocking queued call: the waiting is then visible to
-    // the thread sanitizer, which cannot see inside the Qt libraries.
     std::mutex mutex;
     std::condition_variable done;
     bool finished = false;
-    QMetaObject::invokeMethod(
-        QCoreApplication::instance(),
-        [&] {
-            fn();
-            std::lock_guard lock(mutex);
-            finished = true;
-            done.notify_one();
-        },
-        Qt::QueuedConnection);
+    post([&] {
+        fn();
+        std::lock_guard lock(mutex);
+        finished = true;
+        done.notify_one();
+    });
     std::unique_lock lock(mutex);
     done.wait(lock, [&] { return finished; });
 }

@@ -4,7 +4,7 @@
 #include "NumberRules.h"
 #include "core/Operator.h"
 
-#include <QMetaObject>
+#include "core/MainThread.h"
 
 Update_Sel_Num_SMS::Update_Sel_Num_SMS(BulkSmsWindow& window, QObject* parent)
     : DialogController(parent), m_window(window) {}
@@ -12,6 +12,7 @@ Update_Sel_Num_SMS::Update_Sel_Num_SMS(BulkSmsWindow& window, QObject* parent)
 Update_Sel_Num_SMS::~Update_Sel_Num_SMS() {
     if (m_collector.joinable())
         m_collector.join();
+    *m_alive = false;
 }
 
 void Update_Sel_Num_SMS::startCollecting() {
@@ -28,14 +29,13 @@ void Update_Sel_Num_SMS::startCollecting() {
         for (int row : rows)
             if (row >= 0 && row < records.size())
                 numbers << records.at(row).value(kNumberKey);
-        QMetaObject::invokeMethod(
-            this,
-            [this, numbers] {
-                m_numbers = numbers;
-                m_collecting = false;
-                emit changed();
-            },
-            Qt::QueuedConnection);
+        MainThread::post([this, alive = m_alive, numbers] {
+            if (!*alive)
+                return; // the dialog is gone
+            m_numbers = numbers;
+            m_collecting = false;
+            emit changed();
+        });
     });
 }
 

@@ -5,6 +5,7 @@
 
 #include <QStringList>
 
+#include <memory>
 #include <thread>
 
 class BulkSmsWindow;
@@ -34,6 +35,7 @@ signals:
 private:
     BulkSmsWindow& m_window;
     std::thread m_collector;
+    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true); // read and written on the main thread only
     bool m_collecting = false;
     QStringList m_numbers;
     QString m_message;

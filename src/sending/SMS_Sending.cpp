@@ -45,13 +45,10 @@ SMS_Sending::~SMS_Sending() {
 // ---- threads ----
 
 void SMS_Sending::ui(std::function<void()> change) {
-    QMetaObject::invokeMethod(
-        this,
-        [this, change = std::move(change)] {
-            change();
-            emit changed();
-        },
-        Qt::QueuedConnection);
+    MainThread::post([this, change = std::move(change)] {
+        change();
+        emit changed();
+    });
 }
 
 void SMS_Sending::uiWait(std::function<void()> change) {
