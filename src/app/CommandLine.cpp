@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include "CommandLineInputs.h"
 #include "ConsoleOperator.h"
 #include "android/Bulk_SMSAppDelegate.h"
 #include "core/AppState.h"
@@ -14,7 +15,6 @@
 
 #include <QCommandLineParser>
 #include <QFile>
-#include <QRegularExpression>
 
 #include <cstdio>
 
@@ -28,15 +28,6 @@ void out(const QString& text) {
 void err(const QString& text) {
     std::fprintf(stderr, "%s\n", text.toLocal8Bit().constData());
     std::fflush(stderr);
-}
-
-// The pieces of a numbers file that may be phone numbers: lines, and cells of CSV/TSV lines.
-QStringList numbersInFile(const QString& path, bool& ok) {
-    QFile file(path);
-    ok = file.open(QIODevice::ReadOnly);
-    if (!ok)
-        return {};
-    return QString::fromUtf8(file.readAll()).split(QRegularExpression(QStringLiteral("[\\r\\n,;\\t]+")), Qt::SkipEmptyParts);
 }
 
 struct Session {
@@ -84,8 +75,22 @@ int runSend(const QStringList& arguments) {
         "--verbose copies the log (every AT command and answer) to standard error."));
     parser.addHelpOption();
     const QCommandLineOption to(QStringLiteral("to"), QStringLiteral("A recipient (repeatable)."), QStringLiteral("number"));
-    const QCommandLineOption numbersFile(QStringLiteral("numbers"), QStringLiteral("Recipients from a TXT or CSV file."),
-                                         QStringLiteral("file"));
+    const QCommandLineOption numbersFile(
+        QStringLiteral("numbers"), QStringLiteral("Recipients from a TXT, CSV or RTF file, or a workbook (XLSX, ODS, XML)."),
+        QStringLiteral("file"));
+    const QCommandLineOption sheet(QStringLiteral("sheet"), QStringLiteral("Workbook: the sheet to read (from 1)."),
+                                   QStringLiteral("N"), QStringLiteral("1"));
+    const QCommandLineOption header(QStringLiteral("header"), QStringLiteral("Workbook: the first row holds column titles."));
+    const QCommandLineOption numberColumn(
+        QStringLiteral("number-column"),
+        QStringLiteral("Workbook: a column of numbers, by letters or title (repeatable; default A)."), QStringLiteral("column"));
+    const QCommandLineOption messageColumn(QStringLiteral("message-column"),
+                                           QStringLiteral("Workbook: each row's message from this column."),
+                                           QStringLiteral("column"));
+    const QCommandLineOption templateText(
+        QStringLiteral("template"),
+        QStringLiteral("Workbook: each row's message from this text, <COL-n> replaced by the row's n-th cell."),
+        QStringLiteral("text"));
     const QCommandLineOption message(QStringLiteral("message"), QStringLiteral("The message text."), QStringLiteral("text"));
     const QCommandLineOption messageFile(QStringLiteral("message-file"), QStringLiteral("The message text from a UTF-8 file."),
                                          QStringLiteral("file"));
@@ -106,7 +111,7 @@ int runSend(const QStringList& arguments) {
     const QCommandLineOption yes(QStringLiteral("yes"), QStringLiteral("Answer Yes to every question."));
     const QCommandLineOption dryRun(QStringLiteral("dry-run"),
                                     QStringLiteral("Print the final list without opening any device."));
-    parser.addOptions({to, numbersFile, message, messageFile, device, unicode, flash, skip, exclusion, pauseEvery, pauseFor,
+    parser.addOptions({to, numbersFile, sheet, header, numberColumn, messageColumn, templateText, message, messageFile, device, unicode, flash, skip, exclusion, pauseEvery, pauseFor,
                        saveSent, saveTemplates, yes, dryRun});
     parser.process(arguments.mid(1));
 
@@ -119,12 +124,19 @@ int runSend(const QStringList& arguments) {
         }
         text = QString::fromUtf8(file.readAll());
     }
-    QStringList raw = parser.values(to);
+    QList<Recipient> raw;
+    for (const QString& number : parser.values(to))
+        raw.append({number, text});
     if (parser.isSet(numbersFile)) {
-        bool ok = false;
-        raw += numbersInFile(parser.value(numbersFile), ok);
-        if (!ok) {
-            err(QStringLiteral("Cannot read %1").arg(parser.value(numbersFile)));
+        WorkbookInput workbook;
+        workbook.sheet = parser.value(sheet).toInt();
+        workbook.header = parser.isSet(header);
+        workbook.numberColumns = parser.values(numberColumn);
+        workbook.messageColumn = parser.value(messageColumn);
+        workbook.templateText = parser.value(templateText);
+        QString reason;
+        if (!recipientsFromFile(parser.value(numbersFile), text, workbook, raw, reason)) {
+            err(reason);
             return 2;
         }
     }
@@ -135,16 +147,16 @@ int runSend(const QStringList& arguments) {
     Gsm_Bulk_Sms_Wnd& gsm = session.gsm;
     // Only validity filters the list; duplicates and exclusions are marked by the run itself.
     assign_format_skip_exclude_var();
-    QStringList valid;
-    for (const QString& r : raw) {
-        const QString n = gsm.Num_Able_To_insert(r);
+    QList<Recipient> valid;
+    for (const Recipient& r : raw) {
+        const QString n = gsm.Num_Able_To_insert(r.number);
         if (n.isEmpty())
-            err(QStringLiteral("Not a valid phone number: %1").arg(r.trimmed()));
+            err(QStringLiteral("Not a valid phone number: %1").arg(r.number.trimmed()));
         else
-            valid << n;
+            valid.append({n, r.message.left(kMaxMessageLength)});
     }
     for (auto it = valid.crbegin(); it != valid.crend(); ++it)
-        gsm.Create_Num_Msg_List(*it, text.left(kMaxMessageLength)); // first given ends on top
+        gsm.Create_Num_Msg_List(it->number, it->message); // the first given ends on top
     if (gsm.list().isEmpty()) {
         err(QStringLiteral("No recipients."));
         return 2;

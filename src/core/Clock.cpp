@@ -16,6 +16,12 @@ double scaleFromEnvironment() {
     return ok && parsed > 0 ? parsed : 1.0;
 }
 
+double slowdownFromEnvironment() {
+    bool ok = false;
+    const double parsed = qgetenv("BULKSMS_CLOCK_SLOWDOWN").toDouble(&ok);
+    return ok && parsed >= 1 ? parsed : 1.0;
+}
+
 std::atomic<double>& currentScale() {
     static std::atomic<double> value{scaleFromEnvironment()};
     return value;
@@ -24,7 +30,10 @@ std::atomic<double>& currentScale() {
 constexpr std::chrono::microseconds kStopPollInterval{2000};
 } // namespace
 
-double scale() { return currentScale().load(); }
+double scale() {
+    static const double slowdown = slowdownFromEnvironment();
+    return qMin(1.0, currentScale().load() * slowdown);
+}
 
 void setScale(double s) {
     if (s > 0)

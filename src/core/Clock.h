@@ -10,6 +10,8 @@ namespace Clock {
 
 using Duration = std::chrono::milliseconds;
 
+// The scale in force: the one set (or BULKSMS_CLOCK_SCALE) times BULKSMS_CLOCK_SLOWDOWN, a
+// factor for slow builds (sanitizers) that stretches every shrunk wait alike.
 double scale();
 void setScale(double scale);
 

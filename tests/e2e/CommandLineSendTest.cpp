@@ -1,6 +1,9 @@
 // The command-line tool against virtual modems: what it prints agrees with what the
 // modems received, and its exit status tells whether everything went out.
+#include "sheets/SpreadsheetWriter.h"
 #include "sim/VirtualModem.h"
+
+#include <QFile>
 
 #include <QProcess>
 #include <QProcessEnvironment>
@@ -31,15 +34,17 @@ protected:
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert("BULKSMS_DATA_HOME", home.path());
         env.insert("BULKSMS_RESOURCES", home.path() + "/resources");
-        env.insert("BULKSMS_CLOCK_SCALE", "0.02");
+        env.insert("BULKSMS_CLOCK_SCALE", "0.05"); // read time-outs long enough for a busy machine
         env.insert("BULKSMS_EXTRA_MODEMS", modems.at(0)->devicePath() + ":" + modems.at(1)->devicePath());
         process.setProcessEnvironment(env);
         process.start(QStringLiteral(BULKSMS_EXECUTABLE), arguments);
         EXPECT_TRUE(process.waitForFinished(120000));
         exitCode = process.exitCode();
+        errors = QString::fromUtf8(process.readAllStandardError());
         return QString::fromUtf8(process.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
     }
     QTemporaryDir home;
+    QString errors; // what the last run wrote to standard error
     std::vector<std::unique_ptr<sim::VirtualModem>> modems;
 };
 
@@ -75,6 +80,39 @@ TEST_F(CommandLineSendTest, DryRunOpensNoDeviceAndMarksDuplicates) {
     EXPECT_TRUE(modems.at(0)->commandLog().isEmpty());
 }
 
+TEST_F(CommandLineSendTest, WorkbookRowsGiveNumbersAndTheirOwnMessages) {
+    qputenv("BULKSMS_RESOURCES", QFile::encodeName(QStringLiteral(BULKSMS_RESOURCES_DIR)));
+    const QString book = home.path() + "/contacts.xlsx";
+    ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(
+        book, {{"Name", "Phone", "Balance"}, {"Ann", "+447700900001", "12.50"}, {"Bob", "447700900002", "3"}}, false));
+    int exitCode = -1;
+    QStringList lines = run({"send", "--numbers", book, "--header", "--number-column", "Phone", "--template",
+                             "Dear <COL-1>, you owe <col-3>.", "--dry-run"},
+                            exitCode);
+    EXPECT_EQ(exitCode, 0);
+    EXPECT_EQ(lines, (QStringList{"+447700900001\tsend\tDear Ann, you owe 12.50.", "447700900002\tsend\tDear Bob, you owe 3."}));
+    lines = run({"send", "--numbers", book, "--number-column", "B", "--message-column", "A", "--dry-run"}, exitCode);
+    EXPECT_EQ(lines, (QStringList{"+447700900001\tsend\tAnn", "447700900002\tsend\tBob"})); // the title row is no number
+}
+
+TEST_F(CommandLineSendTest, RtfAndCsvFilesAreCutAsTheWindowsCutThem) {
+    const QString rtf = home.path() + "/numbers.rtf";
+    QFile f(rtf);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write("{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 111\\par 222\\par}");
+    f.close();
+    int exitCode = -1;
+    EXPECT_EQ(run({"send", "--numbers", rtf, "--message", "r", "--dry-run"}, exitCode),
+              (QStringList{"111\tsend\tr", "222\tsend\tr"}));
+    const QString csv = home.path() + "/numbers.csv";
+    QFile c(csv);
+    ASSERT_TRUE(c.open(QIODevice::WriteOnly));
+    c.write("Name,+441234567890,Note\r");
+    c.close();
+    EXPECT_EQ(run({"send", "--numbers", csv, "--message", "c", "--dry-run"}, exitCode),
+              QStringList{"+441234567890\tsend\tc"});
+}
+
 TEST_F(CommandLineSendTest, RefusedRecipientsMakeTheExitStatusNonZero) {
     sim::ModemBehaviour refusing;
     refusing.networkDelayMs = 0;
@@ -83,7 +121,7 @@ TEST_F(CommandLineSendTest, RefusedRecipientsMakeTheExitStatusNonZero) {
     int exitCode = -1;
     const QStringList lines =
         run({"send", "--to", "222", "--message", "x", "--device", modems.at(0)->devicePath()}, exitCode);
-    EXPECT_EQ(exitCode, 1);
+    EXPECT_EQ(exitCode, 1) << errors.toStdString();
     EXPECT_EQ(lines.last(), "0 of 1 recipients sent.");
 }
 
