@@ -32,14 +32,11 @@ void drain() {
     }
 }
 
+// Qt hands our wake-up event (QEvent::User) to customEvent; the event itself is never
+// read here, it only says that the queue may hold work.
 class Dispatcher : public QObject {
-public:
-    bool event(QEvent* e) override {
-        if (e->type() != QEvent::User)
-            return QObject::event(e);
-        drain();
-        return true;
-    }
+protected:
+    void customEvent(QEvent*) override { drain(); }
 };
 
 Dispatcher* dispatcher(QCoreApplication* app) {
