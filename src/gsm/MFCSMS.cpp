@@ -50,22 +50,8 @@ void MFCSMS::initPort_with_decp(const QString& path, int& return_file_descp) {
 }
 
 void MFCSMS::initPort(const QString& path) {
-    try {
-        m_port_name = path;
-        if (m_port && m_port->bsdPath() == path)
-            return;
-        closePort();
-        auto newPort = std::make_unique<AMSerialPort>(path, path, kModemStreamType);
-        newPort->setDelegate(this);
-        if (newPort->open()) {
-            m_port = std::move(newPort);
-            Show_NSLog_Message(QStringLiteral("Port ( %1 ) is OPENED").arg(path));
-        } else {
-            Show_NSLog_Message(QStringLiteral("Port ( %1 ) is NOT OPEN").arg(path));
-        }
-    } catch (const std::exception& e) {
-        Show_NSLog_Message(QStringLiteral("initPort: %1").arg(QString::fromUtf8(e.what())));
-    }
+    int unused = -1; // the caller of this form does not keep the descriptor
+    initPort_with_decp(path, unused);
 }
 
 void MFCSMS::setPort(std::unique_ptr<AMSerialPort> newPort) {

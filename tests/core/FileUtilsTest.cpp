@@ -1,5 +1,7 @@
 #include "core/FileUtils.h"
 
+#include "TestEnvironment.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -11,17 +13,6 @@
 #include <vector>
 
 namespace {
-
-mode_t permissionsOf(const QString& path) {
-    struct stat st {};
-    ::stat(QFile::encodeName(path).constData(), &st);
-    return st.st_mode & 07777;
-}
-
-QByteArray readAll(const QString& path) {
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<unreadable>");
-}
 
 TEST(FileUtils, CreateFolderMakesEveryMissingLevelOpenToAll) {
     QTemporaryDir dir;

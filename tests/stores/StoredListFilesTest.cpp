@@ -15,11 +15,6 @@
 
 namespace {
 
-QByteArray readAll(const QString& path) {
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
 TEST(SentItemFile, RecordIsOneLineWithBellAndVerticalTab) {
     const QByteArray line = formatSentItemLine({"5550100", "Hi\nthere", "01/02/2025", "Message sent successfully."});
     EXPECT_EQ(line, "\a5550100\vHi|AP*|DX/there\a01/02/2025\vMessage sent successfully.\n");

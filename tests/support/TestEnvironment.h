@@ -1,6 +1,7 @@
 #pragma once
 // Test helpers: a private data home and resource folder per test, and waiting on the
 // main thread's event loop for something a worker does.
+#include <QByteArray>
 #include <QTemporaryDir>
 
 #include <chrono>
@@ -19,6 +20,10 @@ public:
 private:
     QTemporaryDir m_dir;
 };
+
+// A file's permission bits, and its bytes ("<unreadable>" when it cannot be read).
+unsigned permissionsOf(const QString& path);
+QByteArray readAll(const QString& path);
 
 // Processes events until condition() holds or the time-out passes; returns condition().
 bool spinUntil(const std::function<bool()>& condition,
