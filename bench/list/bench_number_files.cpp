@@ -1,6 +1,7 @@
 // Loads a 100,000-line number file into a list with skip duplicates on, through the load
 // button and its loading thread, in each file kind; prints time and peak memory per kind.
 // Usage: bench_number_files [lines]
+#include "BenchSupport.h"
 #include "core/Operator.h"
 #include "list/BulkSmsWindow.h"
 #include "list/LoadCounters.h"
@@ -15,47 +16,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace {
-
-// Answers the file chooser with the file of the run; says No to the keep-or-replace question.
-class BenchOperator : public Operator {
-public:
-    QString file;
-
-protected:
-    void showAlert(const QString& text) override { std::printf("  alert: %s\n", qPrintable(text.left(60))); }
-    bool askYesNo(const QString&) override { return false; }
-    int showModal(DialogController&) override { return 0; }
-    QString openFileDialog(const QStringList&) override { return file; }
-    QString saveFileDialog(const QStringList&) override { return {}; }
-    void openFile(const QString&) override {}
-    void quit() override {}
-};
-
-class BenchWindow : public BulkSmsWindow {
-public:
-    using BulkSmsWindow::BulkSmsWindow;
-    QString title() const override { return {}; }
-    int runConnectionSteps() override { return 0; }
-};
-
-double peakMiB() {
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray& line : status.readAll().split('\n'))
-        if (line.startsWith("VmHWM:"))
-            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
-    return -1;
-}
-
-void resetPeak() {
-    QFile clear(QStringLiteral("/proc/self/clear_refs"));
-    if (clear.open(QIODevice::WriteOnly))
-        clear.write("5");
-}
-
-} // namespace
+using namespace bench; // answers the file chooser with the file of the run, No to questions
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);

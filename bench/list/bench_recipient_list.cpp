@@ -9,25 +9,11 @@
 
 #include <cstdio>
 
+#include "BenchSupport.h"
+
+using namespace bench;
+
 namespace {
-class SilentOperator : public Operator {
-protected:
-    void showAlert(const QString&) override {}
-    bool askYesNo(const QString&) override { return false; }
-    int showModal(DialogController&) override { return 0; }
-    QString openFileDialog(const QStringList&) override { return {}; }
-    QString saveFileDialog(const QStringList&) override { return {}; }
-    void openFile(const QString&) override {}
-    void quit() override {}
-};
-
-class BenchWindow : public BulkSmsWindow {
-public:
-    using BulkSmsWindow::BulkSmsWindow;
-    QString title() const override { return {}; }
-    int runConnectionSteps() override { return 0; }
-};
-
 double load(BenchWindow& window, int count) {
     QElapsedTimer timer;
     timer.start();
@@ -42,7 +28,7 @@ double load(BenchWindow& window, int count) {
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
-    SilentOperator op;
+    BenchOperator op;
     for (int count : {25000, 50000, 100000}) {
         BenchWindow window(MainWindowController::Kind::Gsm, op);
         window.setSkipDuplicates(true);

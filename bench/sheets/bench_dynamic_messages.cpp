@@ -2,6 +2,7 @@
 // with skip duplicates on; prints time and peak memory of each run.
 // Usage: bench_dynamic_messages [rows]
 #include "core/DataFolder.h"
+#include "BenchSupport.h"
 #include "core/Operator.h"
 #include "list/BulkSmsWindow.h"
 #include "sheets/Excel_Dynamic_Msg.h"
@@ -15,46 +16,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace {
-
-class BenchOperator : public Operator {
-public:
-    QString file;
-
-protected:
-    void showAlert(const QString& text) override { std::printf("  alert: %s\n", qPrintable(text.left(60))); }
-    bool askYesNo(const QString&) override { return false; }
-    int showModal(DialogController&) override { return 0; }
-    QString openFileDialog(const QStringList&) override { return file; }
-    QString saveFileDialog(const QStringList&) override { return {}; }
-    void openFile(const QString&) override {}
-    void quit() override {}
-};
-
-class BenchWindow : public BulkSmsWindow {
-public:
-    using BulkSmsWindow::BulkSmsWindow;
-    QString title() const override { return {}; }
-    int runConnectionSteps() override { return 0; }
-};
-
-double peakMiB() {
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray& line : status.readAll().split('\n'))
-        if (line.startsWith("VmHWM:"))
-            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
-    return -1;
-}
-
-void resetPeak() {
-    QFile clear(QStringLiteral("/proc/self/clear_refs"));
-    if (clear.open(QIODevice::WriteOnly))
-        clear.write("5");
-}
-
-} // namespace
+using namespace bench;
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);

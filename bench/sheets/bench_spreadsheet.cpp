@@ -12,25 +12,14 @@
 
 #include <cstdio>
 
+#include "BenchSupport.h"
+
+using bench::peakMiB;
+using bench::resetPeak;
+
 namespace {
 
 // Peak resident memory in MiB since the last reset (VmHWM).
-double peakMiB() {
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray& line : status.readAll().split('\n')) {
-        if (line.startsWith("VmHWM:"))
-            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
-    }
-    return -1;
-}
-
-void resetPeak() {
-    QFile clear(QStringLiteral("/proc/self/clear_refs"));
-    if (clear.open(QIODevice::WriteOnly))
-        clear.write("5");
-}
 
 void report(const char* phase, qint64 ms) {
     std::printf("%-34s %7lld ms   peak %7.1f MiB\n", phase, static_cast<long long>(ms), peakMiB());
