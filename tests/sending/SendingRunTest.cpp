@@ -11,6 +11,7 @@
 #include "core/SendingFlags.h"
 #include "sim/VirtualModem.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 
 #include <gtest/gtest.h>
@@ -270,6 +271,48 @@ TEST_F(SendingRunTest, PausesAfterEveryMessageButNotAfterTheLast) {
     EXPECT_EQ(labels.count("Pausing the process for 5 Seconds."), 2) << labels.join(" | ").toStdString();
     EXPECT_EQ(modems.at(0)->received().size(), 3);
     EXPECT_FALSE(Pause_Timer_Running);
+}
+
+TEST_F(SendingRunTest, StopDuringALongPauseEndsTheRunAtOnce) {
+    attach();
+    chooseDevices();
+    window.Delayed_Delivery_Chk(true);
+    window.setDelayedCountChoice("1");
+    window.setDelayedTimeChoice("10 Minutes"); // 12 s at this scale: the run would outlast the test
+    addRecipients(numbers(4), "s");
+    window.prev_composer_msg = window.composerText();
+    op.answerYes();
+    send([](SMS_Sending& job) {
+        ASSERT_TRUE(spinUntil([&] { return Pause_Timer_Running.load(); }));
+        job.Stop_Btn();
+    });
+    EXPECT_EQ(modems.at(0)->received().size(), 1);
+    int stopped = 0;
+    for (const SendingItem& item : items())
+        stopped += item.status == "Stopped.";
+    EXPECT_EQ(stopped, 3);
+    EXPECT_EQ(op.alerts().last(), "\nSMS Sending process is stopped");
+}
+
+TEST_F(SendingRunTest, PortsStartTwoSecondsApart) {
+    attach();
+    attach();
+    chooseDevices();
+    addRecipients(numbers(6), "t");
+    window.prev_composer_msg = window.composerText();
+    QMap<QString, qint64> firstTaken; // port -> when it took its first item
+    QElapsedTimer clock;
+    clock.start();
+    send([&](SMS_Sending& job) {
+        QObject::connect(&job.itemTable(), &RecordTable::rowChanged, &job, [&](int row) {
+            const QString port = job.itemTable().at(row).value("Use Port");
+            if (!port.isEmpty() && !firstTaken.contains(port))
+                firstTaken.insert(port, clock.elapsed());
+        });
+    });
+    ASSERT_EQ(firstTaken.size(), 2);
+    const qint64 gap = firstTaken.value(modems.at(1)->devicePath()) - firstTaken.value(modems.at(0)->devicePath());
+    EXPECT_GE(gap, Clock::scaled(std::chrono::seconds(2)).count() / 1000); // at least the prescribed 2 s, shrunk
 }
 
 TEST_F(SendingRunTest, SendRefusesWithoutDevicesOrRecipients) {
