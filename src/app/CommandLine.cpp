@@ -191,8 +191,8 @@ int runSend(const QStringList& arguments) {
     // Devices: search, apply each one's settings, tick and select them as the window does.
     GSM_Device_List_Wnd& devices = searchDevices(session.op);
     QStringList wanted;
-    for (const QString& spec : parser.values(device)) {
-        const QStringList parts = spec.split(QLatin1Char(','));
+    for (const QString& deviceArgument : parser.values(device)) {
+        const QStringList parts = deviceArgument.split(QLatin1Char(','));
         const QString path = parts.first();
         if (devices.rowOf(path) < 0) {
             err(QStringLiteral("Device %1 was not found or cannot send messages.").arg(path));

@@ -13,11 +13,11 @@
 namespace {
 
 // A column given as letters or as a header title; -1 when there is none such.
-int columnIndex(const QString& spec, const QStringList& header) {
-    const qsizetype titled = header.indexOf(spec);
+int columnIndex(const QString& column, const QStringList& header) {
+    const qsizetype titled = header.indexOf(column);
     if (titled >= 0)
         return int(titled);
-    const QString letters = spec.trimmed().toUpper();
+    const QString letters = column.trimmed().toUpper();
     for (QChar c : letters)
         if (c < u'A' || c > u'Z')
             return -1;
@@ -49,10 +49,10 @@ bool fromWorkbook(const QString& path, const QString& message, const WorkbookInp
     }
     const QStringList header = in.header ? rows.first() : QStringList();
     QList<int> numberColumns;
-    for (const QString& spec : in.numberColumns.isEmpty() ? QStringList{QStringLiteral("A")} : in.numberColumns) {
-        const int column = columnIndex(spec, header);
+    for (const QString& name : in.numberColumns.isEmpty() ? QStringList{QStringLiteral("A")} : in.numberColumns) {
+        const int column = columnIndex(name, header);
         if (column < 0) {
-            reason = QStringLiteral("No column %1.").arg(spec);
+            reason = QStringLiteral("No column %1.").arg(name);
             return false;
         }
         numberColumns << column;
