@@ -3,6 +3,7 @@
 #include "core/Log.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <libxml/xmlreader.h>
 
@@ -27,6 +28,10 @@ void recordError(void* context, xmlErrorPtr error) {
 } // namespace
 
 bool SheetRowStream::read(const QString& location, const RowVisitor& visitor, std::optional<QString>* dimensionRef) {
+    if (!QFileInfo(location).isFile()) {
+        Show_NSLog_Message(QStringLiteral("Error: missing part %1").arg(location));
+        return false;
+    }
     QString firstError;
     std::unique_ptr<xmlTextReader, decltype(&xmlFreeTextReader)> reader(
         xmlReaderForFile(QFile::encodeName(location).constData(), nullptr, kParseOptions), xmlFreeTextReader);

@@ -3,6 +3,7 @@
 #include "core/Log.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <libxml/parser.h>
 #include <libxml/xpath.h>
@@ -44,6 +45,12 @@ void appendText(const xmlNode* node, QByteArray& out) {
 } // namespace
 
 XmlDocument::XmlDocument(const QString& location, Names names) {
+    // A part missing from the package is logged here; libxml2 would print its own I/O
+    // warning to the terminal whatever the parse options say.
+    if (!QFileInfo(location).isFile()) {
+        Show_NSLog_Message(QStringLiteral("Error: missing part %1").arg(location));
+        return;
+    }
     xmlParserCtxtPtr context = xmlNewParserCtxt();
     if (!context) {
         Show_NSLog_Message(QStringLiteral("Error: out of memory while parsing %1").arg(location));
