@@ -5,7 +5,7 @@
 #include "BenchSupport.h"
 #include "core/Operator.h"
 #include "list/BulkSmsWindow.h"
-#include "sheets/Excel_Dynamic_Msg.h"
+#include "sheets/windows/Excel_Dynamic_Msg.h"
 #include "sheets/SpreadsheetWriter.h"
 
 #include <QCoreApplication>

@@ -6,10 +6,10 @@
 #include "core/AppState.h"
 #include "core/Launch.h"
 #include "core/Log.h"
-#include "gsm/GSM_Device_List_Wnd.h"
+#include "gsm/windows/GSM_Device_List_Wnd.h"
 #include "gsm/ModemDiscovery.h"
 #include "list/LoadCounters.h"
-#include "list/NumberRules.h"
+#include "text/NumberRules.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 #include "sending/SMS_Sending.h"
 

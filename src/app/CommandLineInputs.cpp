@@ -1,10 +1,10 @@
 #include "CommandLineInputs.h"
 
 #include "list/NumberCandidates.h"
-#include "list/RtfConverter.h"
-#include "list/TextFileDecoder.h"
+#include "text/RtfConverter.h"
+#include "text/TextFileDecoder.h"
 #include "sheets/ColumnNames.h"
-#include "sheets/Excel_Dynamic_Msg.h"
+#include "sheets/windows/Excel_Dynamic_Msg.h"
 #include "sheets/SpreadsheetWriter.h"
 
 #include <QFile>

@@ -8,7 +8,7 @@
 #include "core/Log.h"
 #include "core/SendingFlags.h"
 #include "core/TextUtils.h"
-#include "list/GsmAlphabet.h"
+#include "text/GsmAlphabet.h"
 
 #include <exception>
 

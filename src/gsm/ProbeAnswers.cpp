@@ -1,7 +1,7 @@
 #include "ProbeAnswers.h"
 
 #include "core/TextUtils.h"
-#include "list/NumberRules.h"
+#include "text/NumberRules.h"
 
 namespace ProbeAnswers {
 

@@ -1,7 +1,7 @@
 #include "BulkSmsWindow.h"
 
 #include "LoadCounters.h"
-#include "NumberRules.h"
+#include "text/NumberRules.h"
 #include "Update_Num_SMS.h"
 #include "core/AppState.h"
 #include "core/DataFolder.h"

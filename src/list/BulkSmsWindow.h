@@ -1,7 +1,7 @@
 #pragma once
 // The part both main windows share: the recipient list with its number field, filters and
 // counters, and the composer with its options. GSM and Android windows derive from it.
-#include "DelaySchedule.h"
+#include "delivery/DelaySchedule.h"
 #include "NumberList.h"
 #include "core/MainWindowController.h"
 

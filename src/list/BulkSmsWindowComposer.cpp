@@ -3,7 +3,7 @@
 #include "BulkSmsWindow.h"
 
 #include "Fill_Msg_In_List.h"
-#include "NumberRules.h"
+#include "text/NumberRules.h"
 #include "Send_Msg_Info.h"
 #include "Update_Sel_Num_SMS.h"
 #include "core/AppState.h"

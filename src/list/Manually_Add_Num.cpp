@@ -4,7 +4,7 @@
 #include "LoadCounters.h"
 #include "NumberCandidates.h"
 #include "NumberLoader.h"
-#include "NumberRules.h"
+#include "text/NumberRules.h"
 #include "core/Log.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"

@@ -1,7 +1,7 @@
 #include "Update_Num_SMS.h"
 
 #include "BulkSmsWindow.h"
-#include "NumberRules.h"
+#include "text/NumberRules.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
 

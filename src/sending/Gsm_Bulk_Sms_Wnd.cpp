@@ -3,8 +3,8 @@
 #include "SMS_Sending.h"
 #include "core/AppState.h"
 #include "core/Operator.h"
-#include "gsm/GSM_DEV_Conn_Step_Wnd.h"
-#include "gsm/GSM_Device_List_Wnd.h"
+#include "gsm/windows/GSM_DEV_Conn_Step_Wnd.h"
+#include "gsm/windows/GSM_Device_List_Wnd.h"
 #include "gsm/ModemSessionPool.h"
 
 Gsm_Bulk_Sms_Wnd::Gsm_Bulk_Sms_Wnd(Operator& op, QObject* parent) : BulkSmsWindow(Kind::Gsm, op, parent) {

@@ -8,7 +8,7 @@
 #include "core/Operator.h"
 #include "core/SendingFlags.h"
 #include "core/TextUtils.h"
-#include "list/DelayedDeliveryPause.h"
+#include "delivery/DelayedDeliveryPause.h"
 
 #include <QCoreApplication>
 #include <QMetaObject>

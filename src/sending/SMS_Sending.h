@@ -6,9 +6,9 @@
 #include "SendingItems.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
-#include "list/ActivityIndicator.h"
-#include "list/DelaySchedule.h"
-#include "list/PauseCountdown.h"
+#include "delivery/ActivityIndicator.h"
+#include "delivery/DelaySchedule.h"
+#include "delivery/PauseCountdown.h"
 
 #include <atomic>
 #include <memory>

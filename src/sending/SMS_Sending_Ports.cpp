@@ -11,8 +11,8 @@
 #include "core/SendingFlags.h"
 #include "gsm/MFCSMS.h"
 #include "gsm/ModemSessionPool.h"
-#include "list/DelayedDeliveryPause.h"
-#include "list/NumberRules.h"
+#include "delivery/DelayedDeliveryPause.h"
+#include "text/NumberRules.h"
 #include "stores/SentItemFile.h"
 #include "stores/TemplateFile.h"
 

@@ -1,5 +1,5 @@
 #pragma once
-#include "sheets/Excel_Dynamic_Msg.h"
+#include "sheets/windows/Excel_SMS_Example.h"
 
 #include <QDialog>
 

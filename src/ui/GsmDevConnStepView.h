@@ -1,6 +1,6 @@
 #pragma once
 #include "StepsDialog.h"
-#include "gsm/GSM_DEV_Conn_Step_Wnd.h"
+#include "gsm/windows/GSM_DEV_Conn_Step_Wnd.h"
 
 class GsmDevConnStepView : public StepsDialog {
     Q_OBJECT

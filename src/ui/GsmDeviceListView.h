@@ -1,7 +1,7 @@
 #pragma once
 // The GSM device window: the device list with tick boxes on the left, the shown device's
 // details and settings on the right, search and selection buttons below.
-#include "gsm/GSM_Device_List_Wnd.h"
+#include "gsm/windows/GSM_Device_List_Wnd.h"
 
 #include <QDialog>
 

@@ -1,5 +1,5 @@
 #pragma once
-#include "sheets/Import_Excel.h"
+#include "sheets/windows/Import_Excel.h"
 
 #include <QDialog>
 

@@ -2,9 +2,9 @@
 
 #include "RecordTableModel.h"
 #include "list/BulkSmsWindow.h"
-#include "list/DelaySchedule.h"
+#include "delivery/DelaySchedule.h"
 #include "list/NumberLoader.h"
-#include "list/NumberRules.h"
+#include "text/NumberRules.h"
 
 #include <QCheckBox>
 #include <QComboBox>

@@ -1,7 +1,7 @@
 #include "UpdateNumSmsView.h"
 
 #include "core/AppState.h"
-#include "list/NumberRules.h"
+#include "text/NumberRules.h"
 
 #include <QDialogButtonBox>
 #include <QFormLayout>

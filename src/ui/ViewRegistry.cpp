@@ -15,7 +15,7 @@
 #include "UpdateNumSmsView.h"
 #include "UpdateSelNumSmsView.h"
 #include "core/DialogController.h"
-#include "sheets/SpreadsheetWindows.h"
+#include "sheets/windows/SpreadsheetWindows.h"
 
 #include <QByteArray>
 #include <QHash>

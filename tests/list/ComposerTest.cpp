@@ -1,6 +1,6 @@
 // The composer and the dialogs that copy its text into the list.
 #include "list/Fill_Msg_In_List.h"
-#include "list/GsmAlphabet.h"
+#include "text/GsmAlphabet.h"
 #include "list/Send_Msg_Info.h"
 #include "list/Update_Num_SMS.h"
 #include "list/Update_Sel_Num_SMS.h"
@@ -222,6 +222,25 @@ TEST_F(ComposerTest, MessageTypeNotificationMeansFlash) {
     EXPECT_NE(BulkSmsWindow::messageTypes().value(0), "Notification");
     window.setMessageTypeIndex(int(BulkSmsWindow::messageTypes().indexOf("Notification")));
     EXPECT_TRUE(window.isFlashMessage());
+}
+
+TEST(DelaySchedule, CheckBoxSelectsDefaultsAndEmptiesWhenOff) {
+    ScriptedOperator op;
+    TestBulkSmsWindow window(MainWindowController::Kind::Gsm, op);
+    window.Delayed_Delivery_Chk(true);
+    EXPECT_EQ(window.delayedCountChoice(), "15");
+    EXPECT_EQ(window.delayedTimeChoice(), " 2  Minutes");
+    EXPECT_TRUE(window.delayedChoicesEnabled());
+    EXPECT_TRUE(window.Check_Delayed_Delivery_Choices());
+
+    window.setDelayedTimeChoice("  ");
+    EXPECT_FALSE(window.Check_Delayed_Delivery_Choices());
+    EXPECT_EQ(op.alerts(), QStringList{"\nNo values have been selected in 'Delayed Delivery Options'."});
+
+    window.Delayed_Delivery_Chk(false);
+    EXPECT_FALSE(window.delayedChoicesEnabled());
+    EXPECT_TRUE(window.delayedCountChoice().isEmpty() && window.delayedTimeChoice().isEmpty());
+    EXPECT_TRUE(window.Check_Delayed_Delivery_Choices()); // off: nothing to check
 }
 
 } // namespace

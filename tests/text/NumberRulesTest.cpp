@@ -1,4 +1,4 @@
-#include "list/NumberRules.h"
+#include "text/NumberRules.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,8 @@
 #include "ImportFixture.h"
 
 #include "list/LoadCounters.h"
-#include "sheets/Excel_Dynamic_Msg.h"
+#include "sheets/windows/Excel_Dynamic_Msg.h"
+#include "sheets/windows/Excel_SMS_Example.h"
 
 namespace {
 

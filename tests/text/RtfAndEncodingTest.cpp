@@ -1,7 +1,7 @@
 // RTF to text and the encodings plain text files arrive in.
-#include "list/CodePageDecoder.h"
-#include "list/RtfConverter.h"
-#include "list/TextFileDecoder.h"
+#include "text/CodePageDecoder.h"
+#include "text/RtfConverter.h"
+#include "text/TextFileDecoder.h"
 
 #include <QList>
 #include <QStringEncoder>

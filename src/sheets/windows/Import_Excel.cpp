@@ -1,7 +1,7 @@
 #include "Import_Excel.h"
 
 #include "ImportTargets.h"
-#include "SpreadsheetWriter.h"
+#include "sheets/SpreadsheetWriter.h"
 #include "WorkbookPreparation.h"
 #include "core/AppState.h"
 #include "core/Clock.h"
@@ -10,7 +10,7 @@
 #include "core/Operator.h"
 #include "list/BulkSmsWindow.h"
 #include "list/LoadCounters.h"
-#include "list/NumberRules.h"
+#include "text/NumberRules.h"
 
 namespace {
 const QString kState = QStringLiteral("State");

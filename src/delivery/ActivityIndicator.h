@@ -1,6 +1,6 @@
 #pragma once
 // The activity bar of a sending run: every half second it asks for one step forward.
-#include "TickerThread.h"
+#include "core/TickerThread.h"
 
 #include <functional>
 

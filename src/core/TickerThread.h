@@ -2,7 +2,7 @@
 // A thread that calls a function at a fixed prescribed interval (through the scaled clock)
 // until it is stopped or the function asks to finish. The repeating timers of a sending
 // run (activity bar, pause countdown) run on these.
-#include "core/Clock.h"
+#include "Clock.h"
 
 #include <atomic>
 #include <functional>

@@ -6,7 +6,7 @@
 //
 // Searching and reading a device's details run on worker threads through the window's one
 // modem session; every change the view sees is made on the main thread.
-#include "MFCSMS.h"
+#include "gsm/MFCSMS.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
 

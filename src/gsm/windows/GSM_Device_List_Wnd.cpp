@@ -4,7 +4,7 @@
 #include "core/MainThread.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
-#include "list/NumberRules.h"
+#include "text/NumberRules.h"
 
 #include <QCoreApplication>
 #include <QThread>

@@ -82,10 +82,3 @@ private:
     SpreadsheetData excel_content;
 };
 
-// The example window of the wizard: an illustration and an OK button.
-class Excel_SMS_Example : public DialogController {
-    Q_OBJECT
-public:
-    using DialogController::DialogController;
-    void OKPressed() { endModal(1); }
-};

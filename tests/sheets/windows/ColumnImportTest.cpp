@@ -5,11 +5,11 @@
 #include "core/AppState.h"
 #include "list/LoadCounters.h"
 #include "list/NumberLoader.h"
-#include "sheets/Excel_Dynamic_Msg.h"
-#include "sheets/ImportTargets.h"
-#include "sheets/Import_Excel.h"
+#include "sheets/windows/Excel_Dynamic_Msg.h"
+#include "sheets/windows/ImportTargets.h"
+#include "sheets/windows/Import_Excel.h"
 #include "sheets/SheetState.h"
-#include "sheets/SpreadsheetWindows.h"
+#include "sheets/windows/SpreadsheetWindows.h"
 
 namespace {
 

@@ -1,12 +1,13 @@
 #include "Excel_Dynamic_Msg.h"
+#include "Excel_SMS_Example.h"
 
-#include "SpreadsheetWriter.h"
+#include "sheets/SpreadsheetWriter.h"
 #include "WorkbookPreparation.h"
 #include "core/Log.h"
 #include "core/Operator.h"
 #include "list/BulkSmsWindow.h"
 #include "list/LoadCounters.h"
-#include "list/NumberRules.h"
+#include "text/NumberRules.h"
 
 #include <QRegularExpression>
 

@@ -1,7 +1,7 @@
 #include "WorkbookPreparation.h"
 
-#include "SheetState.h"
-#include "SpreadsheetWriter.h"
+#include "sheets/SheetState.h"
+#include "sheets/SpreadsheetWriter.h"
 #include "core/Log.h"
 
 #include <QDir>

@@ -1,6 +1,6 @@
 // The GSM device window against virtual modems on pseudo-terminals: the search, the
 // device records, the settings and the selection with its checks and questions.
-#include "gsm/GSM_Device_List_Wnd.h"
+#include "gsm/windows/GSM_Device_List_Wnd.h"
 
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"

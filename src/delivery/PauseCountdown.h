@@ -2,7 +2,7 @@
 // One owner's pause state: the remaining pause time, the one-second countdown thread and
 // the label it writes ("Pausing the process for ..."). The GSM sending job and the Android
 // window each own one; they differ only as Variant says.
-#include "TickerThread.h"
+#include "core/TickerThread.h"
 
 #include <QString>
 

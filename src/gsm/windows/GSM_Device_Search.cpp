@@ -2,8 +2,8 @@
 // can send messages and for its IMEI, and described in one record per device.
 #include "GSM_Device_List_Wnd.h"
 
-#include "ModemDiscovery.h"
-#include "ModemProbe.h"
+#include "gsm/ModemDiscovery.h"
+#include "gsm/ModemProbe.h"
 #include "core/Log.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"

@@ -1,11 +1,9 @@
 // Delayed delivery: the lists, the parser, the countdown texts, and pauses during a run.
-#include "list/ActivityIndicator.h"
-#include "list/DelaySchedule.h"
-#include "list/DelayedDeliveryPause.h"
-#include "list/PauseCountdown.h"
+#include "delivery/ActivityIndicator.h"
+#include "delivery/DelaySchedule.h"
+#include "delivery/DelayedDeliveryPause.h"
+#include "delivery/PauseCountdown.h"
 
-#include "ScriptedOperator.h"
-#include "TestWindows.h"
 #include "core/SendingFlags.h"
 
 #include <gtest/gtest.h>
@@ -70,25 +68,6 @@ TEST(DelaySchedule, CountdownTextsUseSingularForZeroAndOne) {
     };
     for (const auto& c : cases)
         EXPECT_EQ(pauseCountdownText(c.seconds), c.text);
-}
-
-TEST(DelaySchedule, CheckBoxSelectsDefaultsAndEmptiesWhenOff) {
-    ScriptedOperator op;
-    TestBulkSmsWindow window(MainWindowController::Kind::Gsm, op);
-    window.Delayed_Delivery_Chk(true);
-    EXPECT_EQ(window.delayedCountChoice(), "15");
-    EXPECT_EQ(window.delayedTimeChoice(), " 2  Minutes");
-    EXPECT_TRUE(window.delayedChoicesEnabled());
-    EXPECT_TRUE(window.Check_Delayed_Delivery_Choices());
-
-    window.setDelayedTimeChoice("  ");
-    EXPECT_FALSE(window.Check_Delayed_Delivery_Choices());
-    EXPECT_EQ(op.alerts(), QStringList{"\nNo values have been selected in 'Delayed Delivery Options'."});
-
-    window.Delayed_Delivery_Chk(false);
-    EXPECT_FALSE(window.delayedChoicesEnabled());
-    EXPECT_TRUE(window.delayedCountChoice().isEmpty() && window.delayedTimeChoice().isEmpty());
-    EXPECT_TRUE(window.Check_Delayed_Delivery_Choices()); // off: nothing to check
 }
 
 // Records the pause label as it changes, from whichever thread writes it.
