@@ -19,8 +19,8 @@ int main() {
     for (const QString& n : numbers)
         total += Replace_Char_For_Valid_Number(n).size();
     const double ms = timer.nsecsElapsed() / 1e6;
-    std::printf("Replace_Char_For_Valid_Number: %d numbers in %.1f ms (%.0f ns/number, %lld chars)\n", kNumbers, ms,
-                ms * 1e6 / kNumbers, static_cast<long long>(total));
+    std::printf("Replace_Char_For_Valid_Number: %d numbers in %.1f ms (%.0f ns/number, %lld chars)\n",
+                kNumbers, ms, ms * 1e6 / kNumbers, static_cast<long long>(total));
 
     timer.restart();
     total = 0;

@@ -4,8 +4,8 @@ namespace sim {
 namespace {
 
 bool isNameCharacter(QChar c) {
-    return c.isLetterOrNumber() || c == u'!' || c == u'%' || c == u'-' || c == u'.' || c == u'/'
-        || c == u':' || c == u'_';
+    return c.isLetterOrNumber() || c == u'!' || c == u'%' || c == u'-' || c == u'.' || c == u'/' ||
+           c == u':' || c == u'_';
 }
 
 QString unquote(const QString& value) {

@@ -9,17 +9,17 @@
 namespace sim {
 
 struct AtCommand {
-    enum class Kind { Action, Read, Test, Set };  // "+X", "+X?", "+X=?", "+X=..."
-    QString name;        // upper case: "+CMGF", "E", "&F", "S7"
+    enum class Kind { Action, Read, Test, Set }; // "+X", "+X?", "+X=?", "+X=..."
+    QString name;                                // upper case: "+CMGF", "E", "&F", "S7"
     Kind kind = Kind::Action;
-    QString argument;    // raw text after "=" (Set), or the number of a basic command
-    QStringList values() const;  // argument split at commas outside quotes, quotes removed
+    QString argument;           // raw text after "=" (Set), or the number of a basic command
+    QStringList values() const; // argument split at commas outside quotes, quotes removed
     QString value(int index) const { return values().value(index); }
     bool quoted(int index) const; // whether that value was written between quotes
 };
 
 struct AtLine {
-    bool isCommand = false;    // the line begins with "AT" (any case)
+    bool isCommand = false; // the line begins with "AT" (any case)
     bool syntaxOk = true;
     QList<AtCommand> commands; // empty for a bare "AT"
 };

@@ -4,6 +4,7 @@ namespace sim::Gsm7Decoder {
 namespace {
 
 // Default alphabet, code order 0..127.
+// clang-format off
 constexpr char16_t kDefault[128] = {
     u'@',    u'\u00A3', u'$',     u'\u00A5', u'\u00E8', u'\u00E9', u'\u00F9', u'\u00EC',
     u'\u00F2', u'\u00C7', u'\n',  u'\u00D8', u'\u00F8', u'\r',     u'\u00C5', u'\u00E5',
@@ -22,6 +23,7 @@ constexpr char16_t kDefault[128] = {
     u'p', u'q', u'r', u's', u't', u'u', u'v', u'w',
     u'x', u'y', u'z', u'\u00E4', u'\u00F6', u'\u00F1', u'\u00FC', u'\u00E0',
 };
+// clang-format on
 
 constexpr quint8 kEscape = 27;
 

@@ -3,8 +3,8 @@
 // tied by destination, reference and total, as receiving phones tie them. A part whose
 // number already arrived starts a new message (senders reuse references) and closes the
 // earlier one as incomplete.
-#include "PduDecoder.h"
 #include "ModemConfig.h"
+#include "PduDecoder.h"
 
 #include <QList>
 #include <QMap>
@@ -28,7 +28,7 @@ private:
     struct Pending {
         quint64 order = 0;
         ReceivedMessage first;
-        QMap<int, ReceivedMessage> parts;  // by sequence number
+        QMap<int, ReceivedMessage> parts; // by sequence number
         int total = 1;
     };
     static ReceivedMessage join(const Pending& pending);

@@ -31,8 +31,8 @@ bool MessageLog::append(const ReceivedMessage& message) const {
     if (!enabled())
         return true;
     const QByteArray line = toJson(message) + '\n';
-    const int fd = ::open(QFile::encodeName(m_path).constData(),
-                          O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+    const int fd =
+        ::open(QFile::encodeName(m_path).constData(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
     if (fd >= 0) {
         const ssize_t written = ::write(fd, line.constData(), size_t(line.size()));
         ::close(fd);

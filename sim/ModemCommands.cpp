@@ -33,21 +33,19 @@ bool numberIn(const QString& text, int low, int high, int* value) {
 }
 
 bool isIdentityCommand(const QString& name) {
-    static const QStringList names = {"+GMI", "+CGMI", "+GMM", "+CGMM", "+GMR", "+CGMR",
+    static const QStringList names = {"+GMI", "+CGMI", "+GMM",  "+CGMM", "+GMR", "+CGMR",
                                       "+GSN", "+CGSN", "+GCAP", "+CIMI", "I"};
     return names.contains(name);
 }
 
 bool isStatusCommand(const QString& name) {
-    static const QStringList names = {"+CBC", "+CSQ", "+COPS", "+CFUN", "+CPIN", "+CREG",
-                                      "+CGREG", "+CMEE"};
+    static const QStringList names = {"+CBC", "+CSQ", "+COPS", "+CFUN", "+CPIN", "+CREG", "+CGREG", "+CMEE"};
     return names.contains(name);
 }
 
 } // namespace
 
-ModemSettings ModemCommands::factorySettings(const ModemIdentity& identity,
-                                             const ModemBehaviour& behaviour) {
+ModemSettings ModemCommands::factorySettings(const ModemIdentity& identity, const ModemBehaviour& behaviour) {
     ModemSettings settings;
     settings.echo = behaviour.echo;
     settings.cmgf = behaviour.modes == ModemBehaviour::Modes::TextOnly ? 1 : 0;
@@ -92,8 +90,8 @@ CommandResult ModemCommands::basic(const AtCommand& command, const ModemBehaviou
         m_settings = factorySettings(m_identity, behaviour);
         return ok();
     }
-    if (name == u"Q" || name == u"V" || name == u"X" || name == u"&C" || name == u"&D"
-        || name == u"&K" || name == u"&W" || name == u"&V")
+    if (name == u"Q" || name == u"V" || name == u"X" || name == u"&C" || name == u"&D" || name == u"&K" ||
+        name == u"&W" || name == u"&V")
         return ok();
     if (name.startsWith(u'S') && name.size() > 1) {
         if (command.kind == Kind::Read) {
@@ -106,8 +104,7 @@ CommandResult ModemCommands::basic(const AtCommand& command, const ModemBehaviou
     return plainError(); // dialling, answering and everything else a data-less modem lacks
 }
 
-CommandResult ModemCommands::identification(const AtCommand& command,
-                                            const ModemBehaviour& behaviour) {
+CommandResult ModemCommands::identification(const AtCommand& command, const ModemBehaviour& behaviour) {
     const QString& name = command.name;
     if (command.kind == Kind::Test)
         return ok();
@@ -132,8 +129,7 @@ CommandResult ModemCommands::identification(const AtCommand& command,
     return ok({QStringLiteral("Manufacturer: %1").arg(m_identity.manufacturer),
                QStringLiteral("Model: %1").arg(m_identity.model),
                QStringLiteral("Revision: %1").arg(m_identity.revision),
-               QStringLiteral("IMEI: %1").arg(m_identity.imei),
-               QStringLiteral("+GCAP: +CGSM")});
+               QStringLiteral("IMEI: %1").arg(m_identity.imei), QStringLiteral("+GCAP: +CGSM")});
 }
 
 CommandResult ModemCommands::status(const AtCommand& command) {
@@ -156,7 +152,8 @@ CommandResult ModemCommands::status(const AtCommand& command) {
         if (kind != Kind::Action)
             return failure(cmeError(4));
         if (battery)
-            return ok({QStringLiteral("+CBC: %1,%2").arg(m_identity.batteryState).arg(m_identity.batteryCharge)});
+            return ok(
+                {QStringLiteral("+CBC: %1,%2").arg(m_identity.batteryState).arg(m_identity.batteryCharge)});
         return ok({QStringLiteral("+CSQ: %1,99").arg(m_identity.rssi)});
     }
     if (name == u"+COPS") {
@@ -194,7 +191,8 @@ CommandResult ModemCommands::status(const AtCommand& command) {
     }
     // +CREG, +CGREG: registered on the home network
     if (kind == Kind::Read)
-        return ok({QStringLiteral("%1: %2,%3").arg(name).arg(m_settings.creg).arg(m_settings.cfun == 1 ? 1 : 0)});
+        return ok(
+            {QStringLiteral("%1: %2,%3").arg(name).arg(m_settings.creg).arg(m_settings.cfun == 1 ? 1 : 0)});
     if (kind == Kind::Test)
         return ok({QStringLiteral("%1: (0-2)").arg(name)});
     if (kind == Kind::Set && numberIn(command.value(0), 0, 2, &m_settings.creg))
@@ -261,7 +259,8 @@ CommandResult ModemCommands::messaging(const AtCommand& command, const ModemBeha
         if (kind == Kind::Read)
             return ok({QStringLiteral("+CSCS: \"%1\"").arg(m_settings.cscs)});
         if (kind == Kind::Test)
-            return ok({QStringLiteral("+CSCS: (\"%1\")").arg(TextCharset::supported().join(QStringLiteral("\",\"")))});
+            return ok({QStringLiteral("+CSCS: (\"%1\")")
+                           .arg(TextCharset::supported().join(QStringLiteral("\",\"")))});
         if (kind == Kind::Set && TextCharset::isSupported(command.value(0))) {
             m_settings.cscs = command.value(0).toUpper();
             return ok();
@@ -270,8 +269,11 @@ CommandResult ModemCommands::messaging(const AtCommand& command, const ModemBeha
     }
     if (name == u"+CSMP") {
         if (kind == Kind::Read)
-            return ok({QStringLiteral("+CSMP: %1,%2,%3,%4").arg(m_settings.csmpFirstOctet)
-                           .arg(m_settings.csmpValidity).arg(m_settings.csmpPid).arg(m_settings.csmpDcs)});
+            return ok({QStringLiteral("+CSMP: %1,%2,%3,%4")
+                           .arg(m_settings.csmpFirstOctet)
+                           .arg(m_settings.csmpValidity)
+                           .arg(m_settings.csmpPid)
+                           .arg(m_settings.csmpDcs)});
         if (kind == Kind::Test)
             return ok();
         const QStringList values = command.values();
@@ -308,8 +310,7 @@ CommandResult ModemCommands::messaging(const AtCommand& command, const ModemBeha
             return ok({QStringLiteral("+CPMS: (\"SM\",\"ME\"),(\"SM\",\"ME\"),(\"SM\",\"ME\")")});
         return ok({QStringLiteral("+CPMS: 0,30,0,30,0,30")});
     }
-    if (name == u"+CSDH" || name == u"+CSAS" || name == u"+CRES" || name == u"+CMGD"
-        || name == u"+CMGL")
+    if (name == u"+CSDH" || name == u"+CSAS" || name == u"+CRES" || name == u"+CMGD" || name == u"+CMGL")
         return ok(); // nothing stored: empty lists, nothing to delete
     return plainError();
 }

@@ -13,23 +13,23 @@ namespace sim {
 
 struct ModemSettings {
     bool echo = true;
-    int cmee = 0;               // 0: plain "ERROR", 1: numeric, 2: verbose "+CME ERROR"
-    int cmgf = 0;               // 0 PDU, 1 text
+    int cmee = 0; // 0: plain "ERROR", 1: numeric, 2: verbose "+CME ERROR"
+    int cmgf = 0; // 0 PDU, 1 text
     QString cscs = QStringLiteral("IRA");
     int csmpFirstOctet = 17, csmpValidity = 167, csmpPid = 0, csmpDcs = 0;
     int cmms = 0;
     int cfun = 1;
     int creg = 0;
-    QString smsc;               // the service centre in use ("+CSCA")
+    QString smsc; // the service centre in use ("+CSCA")
 };
 
 struct CommandResult {
     enum class Final { Ok, Error, PromptPdu, PromptText };
-    QStringList information;    // lines sent before the final result
+    QStringList information; // lines sent before the final result
     Final final = Final::Ok;
-    QString error;              // the error line when final is Error
-    int pduLength = 0;          // PromptPdu: the length given
-    QString number;             // PromptText: the destination
+    QString error;     // the error line when final is Error
+    int pduLength = 0; // PromptPdu: the length given
+    QString number;    // PromptText: the destination
 };
 
 class ModemCommands {
@@ -41,8 +41,7 @@ public:
     CommandResult run(const AtCommand& command, const ModemBehaviour& behaviour);
 
     // The settings after "ATZ"/"AT&F" for a modem of this behaviour.
-    static ModemSettings factorySettings(const ModemIdentity& identity,
-                                         const ModemBehaviour& behaviour);
+    static ModemSettings factorySettings(const ModemIdentity& identity, const ModemBehaviour& behaviour);
 
     // Error lines as the current "+CMEE" setting words them.
     QString cmeError(int code) const;

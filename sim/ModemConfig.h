@@ -13,23 +13,23 @@ struct ModemIdentity {
     QString imei = QStringLiteral("490154203237518");
     QString operatorName = QStringLiteral("Net One");
     QString smsc = QStringLiteral("+447700900123");
-    bool smscAsUcs2 = false;   // "+CSCA:" reports the number as UCS2 hex, as some modems do
-    int batteryState = 0;      // "+CBC: <state>,<charge>"
+    bool smscAsUcs2 = false; // "+CSCA:" reports the number as UCS2 hex, as some modems do
+    int batteryState = 0;    // "+CBC: <state>,<charge>"
     int batteryCharge = 80;
-    int rssi = 20;             // "+CSQ: <rssi>,99"
+    int rssi = 20; // "+CSQ: <rssi>,99"
 };
 
 struct ModemBehaviour {
     enum class Modes { PduOnly, TextOnly, Both } modes = Modes::Both;
-    bool echo = true;                       // ATE1 by default, as real modems
-    int answerBursts = 1;                   // answers split into this many writes, with small gaps
-    int networkDelayMs = 200;               // before +CMGS: <mr> / OK, through Clock (scaled)
-    QMap<QString, int> cmsErrorForNumber;   // destination number -> "+CMS ERROR: n"
-    bool cmgsTestAnswersError = false;      // "AT+CMGS=?" -> "ERROR"
-    bool undefinedIdentity = false;         // AT+GMI/GMM/GMR/GSN -> "Undefined"
-    bool silent = false;                    // answers nothing at all
-    int unplugAfterParts = -1;              // close the line after this many accepted parts (-1 never)
-    bool echoOnly = false;                  // echoes what it hears (when echo is on), answers nothing
+    bool echo = true;                          // ATE1 by default, as real modems
+    int answerBursts = 1;                      // answers split into this many writes, with small gaps
+    int networkDelayMs = 200;                  // before +CMGS: <mr> / OK, through Clock (scaled)
+    QMap<QString, int> cmsErrorForNumber;      // destination number -> "+CMS ERROR: n"
+    bool cmgsTestAnswersError = false;         // "AT+CMGS=?" -> "ERROR"
+    bool undefinedIdentity = false;            // AT+GMI/GMM/GMR/GSN -> "Undefined"
+    bool silent = false;                       // answers nothing at all
+    int unplugAfterParts = -1;                 // close the line after this many accepted parts (-1 never)
+    bool echoOnly = false;                     // echoes what it hears (when echo is on), answers nothing
     QMap<QString, QByteArray> scriptedAnswers; // command line as typed -> exact bytes sent instead
 };
 
@@ -37,12 +37,12 @@ struct ModemBehaviour {
 // entry; while parts are missing it stays incomplete (complete == false, parts counts the
 // parts that arrived).
 struct ReceivedMessage {
-    QString device, number, text, smsc, mode;  // mode "PDU" or "TEXT"
+    QString device, number, text, smsc, mode; // mode "PDU" or "TEXT"
     int parts = 1;
     int dcs = 0;
-    QStringList pduHex;   // raw hex of every part exactly as received (PDU mode), in part order
+    QStringList pduHex; // raw hex of every part exactly as received (PDU mode), in part order
     bool complete = true;
-    int totalParts = 1;   // parts announced by the concatenation header
+    int totalParts = 1; // parts announced by the concatenation header
 };
 
 } // namespace sim

@@ -30,8 +30,8 @@ QString asCarriedBy7Bit(const QString& text, int* septets) {
 
 } // namespace
 
-ModemSession::ModemSession(ModemIdentity identity, std::function<ModemBehaviour()> behaviour,
-                           ModemLine& line, QString device)
+ModemSession::ModemSession(ModemIdentity identity, std::function<ModemBehaviour()> behaviour, ModemLine& line,
+                           QString device)
     : m_identity(std::move(identity)), m_behaviour(std::move(behaviour)), m_line(line),
       m_device(std::move(device)), m_commands(m_identity, m_settings) {
     const ModemBehaviour initial = m_behaviour();
@@ -49,8 +49,8 @@ void ModemSession::feed(const QByteArray& bytes) {
     for (qsizetype i = 0; i < bytes.size(); ++i) {
         const char byte = bytes.at(i);
         if (m_input == Input::Command) {
-            const bool lineFeedFollows = byte == kCarriageReturn && i + 1 < bytes.size()
-                                      && bytes.at(i + 1) == kLineFeed;
+            const bool lineFeedFollows =
+                byte == kCarriageReturn && i + 1 < bytes.size() && bytes.at(i + 1) == kLineFeed;
             commandByte(byte, echoed, behaviour, lineFeedFollows);
             if (lineFeedFollows)
                 ++i;
@@ -151,11 +151,8 @@ void ModemSession::runLine(const QByteArray& rawLine, const ModemBehaviour& beha
         const CommandResult result = m_commands.run(command, behaviour);
         information += result.information;
         switch (result.final) {
-        case CommandResult::Final::Ok:
-            continue;
-        case CommandResult::Final::Error:
-            sendFinal(information, result.error);
-            return;
+        case CommandResult::Final::Ok: continue;
+        case CommandResult::Final::Error: sendFinal(information, result.error); return;
         case CommandResult::Final::PromptPdu:
         case CommandResult::Final::PromptText:
             // the prompt ends the line: what follows it is message input
@@ -198,7 +195,8 @@ void ModemSession::submitPdu(const ModemBehaviour& behaviour) {
     const QString hex = QString::fromLatin1(m_body);
     const DecodedPdu pdu = PduDecoder::decode(hex, m_pduLength);
     if (!pdu.ok) {
-        Show_NSLog_Message(QStringLiteral("virtual modem %1: PDU refused (%2): %3").arg(m_device, pdu.error, hex));
+        Show_NSLog_Message(
+            QStringLiteral("virtual modem %1: PDU refused (%2): %3").arg(m_device, pdu.error, hex));
         refuse(304, behaviour, false);
         return;
     }
@@ -226,7 +224,8 @@ void ModemSession::submitText(const ModemBehaviour& behaviour) {
     bool decoded = false;
     QString text = TextCharset::decodeBody(m_body, m_settings.cscs, ucs2, &decoded);
     if (!decoded) {
-        Show_NSLog_Message(QStringLiteral("virtual modem %1: text not valid in %2").arg(m_device, m_settings.cscs));
+        Show_NSLog_Message(
+            QStringLiteral("virtual modem %1: text not valid in %2").arg(m_device, m_settings.cscs));
         refuse(305, behaviour, false);
         return;
     }
@@ -235,7 +234,9 @@ void ModemSession::submitText(const ModemBehaviour& behaviour) {
         text = asCarriedBy7Bit(text, &units);
     const int limit = ucs2 ? 70 : eightBit ? 140 : 160;
     if (units > limit) {
-        Show_NSLog_Message(QStringLiteral("virtual modem %1: text of %2 units exceeds one message").arg(m_device).arg(units));
+        Show_NSLog_Message(QStringLiteral("virtual modem %1: text of %2 units exceeds one message")
+                               .arg(m_device)
+                               .arg(units));
         refuse(305, behaviour, false);
         return;
     }

@@ -19,8 +19,8 @@ namespace sim {
 class ModemLine {
 public:
     virtual ~ModemLine() = default;
-    virtual void echo(const QByteArray& bytes) = 0;           // typed bytes sent straight back
-    virtual void answer(const QByteArray& bytes) = 0;         // one answer (may go in bursts)
+    virtual void echo(const QByteArray& bytes) = 0;                   // typed bytes sent straight back
+    virtual void answer(const QByteArray& bytes) = 0;                 // one answer (may go in bursts)
     virtual bool waitForNetwork(std::chrono::milliseconds delay) = 0; // false: line closing
     virtual void commandLine(const QString& line) = 0;
     virtual void acceptedPart(const ReceivedMessage& part, const Concatenation& concatenation) = 0;
@@ -29,8 +29,8 @@ public:
 
 class ModemSession {
 public:
-    ModemSession(ModemIdentity identity, std::function<ModemBehaviour()> behaviour,
-                 ModemLine& line, QString device);
+    ModemSession(ModemIdentity identity, std::function<ModemBehaviour()> behaviour, ModemLine& line,
+                 QString device);
 
     void feed(const QByteArray& bytes);
 
@@ -43,8 +43,7 @@ public:
 private:
     enum class Input { Command, PduBody, TextBody };
 
-    void commandByte(char byte, QByteArray& echoed, const ModemBehaviour& behaviour,
-                     bool lineFeedFollows);
+    void commandByte(char byte, QByteArray& echoed, const ModemBehaviour& behaviour, bool lineFeedFollows);
     void bodyByte(char byte, QByteArray& echoed, const ModemBehaviour& behaviour);
     void runLine(const QByteArray& line, const ModemBehaviour& behaviour);
     void submitPdu(const ModemBehaviour& behaviour);

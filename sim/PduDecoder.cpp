@@ -46,9 +46,7 @@ void readCodingScheme(DecodedPdu& pdu, bool* compressed) {
     if ((dcs & 0x80) == 0) { // general data coding (with or without automatic deletion)
         *compressed = (dcs & 0x20) != 0;
         const int alphabet = (dcs >> 2) & 3;
-        pdu.alphabet = alphabet == 1 ? Alphabet::EightBit
-                     : alphabet == 2 ? Alphabet::Ucs2
-                                     : Alphabet::Gsm7;
+        pdu.alphabet = alphabet == 1 ? Alphabet::EightBit : alphabet == 2 ? Alphabet::Ucs2 : Alphabet::Gsm7;
         if (dcs & 0x10)
             messageClass = dcs & 3;
     } else if ((dcs & 0xF0) == 0xE0) {
@@ -83,8 +81,8 @@ bool readHeader(DecodedPdu& pdu, QString* reason) {
             pdu.concatenation.reference = refOctets == 1 ? at(0) : (at(0) << 8) | at(1);
             pdu.concatenation.total = at(refOctets);
             pdu.concatenation.sequence = at(refOctets + 1);
-            if (pdu.concatenation.total == 0 || pdu.concatenation.sequence == 0
-                || pdu.concatenation.sequence > pdu.concatenation.total) {
+            if (pdu.concatenation.total == 0 || pdu.concatenation.sequence == 0 ||
+                pdu.concatenation.sequence > pdu.concatenation.total) {
                 *reason = QStringLiteral("concatenation part %1 of %2")
                               .arg(pdu.concatenation.sequence)
                               .arg(pdu.concatenation.total);
@@ -106,8 +104,7 @@ QByteArray octetsFromHex(const QString& hex, bool* ok) {
     if (hex.size() % 2 != 0)
         return {};
     for (const QChar c : hex) {
-        const bool digit = (c >= u'0' && c <= u'9') || (c >= u'A' && c <= u'F')
-                        || (c >= u'a' && c <= u'f');
+        const bool digit = (c >= u'0' && c <= u'9') || (c >= u'A' && c <= u'F') || (c >= u'a' && c <= u'f');
         if (!digit)
             return {};
     }
@@ -150,8 +147,8 @@ DecodedPdu decode(const QString& hex, int declaredLength) {
     }
     const qsizetype tpduLength = octets.size() - in.position();
     if (declaredLength >= 0 && tpduLength != declaredLength)
-        return refuse(pdu, QStringLiteral("length %1 given, TPDU has %2 octets")
-                               .arg(declaredLength).arg(tpduLength));
+        return refuse(
+            pdu, QStringLiteral("length %1 given, TPDU has %2 octets").arg(declaredLength).arg(tpduLength));
 
     if (!in.has(3))
         return refuse(pdu, QStringLiteral("TPDU too short"));
@@ -168,8 +165,8 @@ DecodedPdu decode(const QString& hex, int declaredLength) {
     if (!in.has(1 + addressOctets + 2))
         return refuse(pdu, QStringLiteral("truncated destination"));
     const int addressType = in.next();
-    pdu.number = addressDigits == 0 ? QString()
-                                    : addressText(addressType, in.take(addressOctets), addressDigits);
+    pdu.number =
+        addressDigits == 0 ? QString() : addressText(addressType, in.take(addressOctets), addressDigits);
     if (addressDigits == 0)
         in.take(addressOctets);
     pdu.pid = in.next();
@@ -191,7 +188,9 @@ DecodedPdu decode(const QString& hex, int declaredLength) {
     const qsizetype expectedOctets = septets ? (pdu.userDataLength * 7 + 7) / 8 : pdu.userDataLength;
     if (userData.size() != expectedOctets)
         return refuse(pdu, QStringLiteral("TP-UDL %1 needs %2 octets, %3 given")
-                               .arg(pdu.userDataLength).arg(expectedOctets).arg(userData.size()));
+                               .arg(pdu.userDataLength)
+                               .arg(expectedOctets)
+                               .arg(userData.size()));
     if (septets ? pdu.userDataLength > 160 : pdu.userDataLength > 140)
         return refuse(pdu, QStringLiteral("TP-UDL %1 exceeds one message").arg(pdu.userDataLength));
 
@@ -221,8 +220,8 @@ DecodedPdu decode(const QString& hex, int declaredLength) {
                 return refuse(pdu, QStringLiteral("odd number of UCS2 octets"));
             QString text;
             for (qsizetype i = 0; i < body.size(); i += 2)
-                text.append(QChar(char16_t((static_cast<quint8>(body.at(i)) << 8)
-                                           | static_cast<quint8>(body.at(i + 1)))));
+                text.append(QChar(
+                    char16_t((static_cast<quint8>(body.at(i)) << 8) | static_cast<quint8>(body.at(i + 1)))));
             pdu.text = text;
         } else {
             pdu.text = QString::fromLatin1(body);

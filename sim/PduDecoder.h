@@ -8,7 +8,7 @@
 namespace sim {
 
 struct Concatenation {
-    int reference = -1;   // -1: not a part of a concatenated message
+    int reference = -1; // -1: not a part of a concatenated message
     int total = 1;
     int sequence = 1;
 };
@@ -17,17 +17,17 @@ enum class Alphabet { Gsm7, EightBit, Ucs2 };
 
 struct DecodedPdu {
     bool ok = false;
-    QString error;              // why the PDU was refused (empty when ok)
-    QString smsc;               // "" when the PDU carries no SMSC ("00")
+    QString error; // why the PDU was refused (empty when ok)
+    QString smsc;  // "" when the PDU carries no SMSC ("00")
     int firstOctet = 0;
     int messageReference = 0;
-    QString number;             // destination, "+" in front of international numbers
+    QString number; // destination, "+" in front of international numbers
     int pid = 0;
     int dcs = 0;
     Alphabet alphabet = Alphabet::Gsm7;
-    bool flash = false;         // message class 0
-    int userDataLength = 0;     // TP-UDL as declared (septets or octets)
-    QByteArray userDataHeader;  // without its length octet
+    bool flash = false;        // message class 0
+    int userDataLength = 0;    // TP-UDL as declared (septets or octets)
+    QByteArray userDataHeader; // without its length octet
     Concatenation concatenation;
     QString text;
 };

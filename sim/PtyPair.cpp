@@ -26,8 +26,8 @@ bool PtyPair::open() {
         return true;
     m_master = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
     char name[128] = {};
-    if (m_master < 0 || ::grantpt(m_master) != 0 || ::unlockpt(m_master) != 0
-        || ::ptsname_r(m_master, name, sizeof name) != 0) {
+    if (m_master < 0 || ::grantpt(m_master) != 0 || ::unlockpt(m_master) != 0 ||
+        ::ptsname_r(m_master, name, sizeof name) != 0) {
         Show_NSLog_Message(QStringLiteral("virtual modem: no pseudo-terminal: %1").arg(errnoText()));
         close();
         return false;
@@ -36,8 +36,8 @@ bool PtyPair::open() {
     // Opened before the watch starts, so the modem's own descriptor is never counted.
     m_keeper = ::open(name, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     m_watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-    if (m_keeper < 0 || m_watch < 0
-        || ::inotify_add_watch(m_watch, name, IN_OPEN | IN_CLOSE_WRITE | IN_CLOSE_NOWRITE) < 0) {
+    if (m_keeper < 0 || m_watch < 0 ||
+        ::inotify_add_watch(m_watch, name, IN_OPEN | IN_CLOSE_WRITE | IN_CLOSE_NOWRITE) < 0) {
         Show_NSLog_Message(QStringLiteral("virtual modem: cannot watch %1: %2").arg(m_path, errnoText()));
         close();
         return false;

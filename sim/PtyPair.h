@@ -16,12 +16,12 @@ public:
     PtyPair(const PtyPair&) = delete;
     PtyPair& operator=(const PtyPair&) = delete;
 
-    bool open();                  // false (and a log line) when the system has no pty to give
-    void close();                 // the device node disappears
+    bool open();  // false (and a log line) when the system has no pty to give
+    void close(); // the device node disappears
     bool isOpen() const { return m_master >= 0; }
 
     QString devicePath() const { return m_path; }
-    int master() const { return m_master; }      // non-blocking
+    int master() const { return m_master; }         // non-blocking
     int openCloseEvents() const { return m_watch; } // readable when clients open or close
 
     // Reads the pending open/close notifications; returns the number of descriptors that

@@ -18,8 +18,10 @@ struct Flags {
     QCommandLineOption modes{"modes", "Message formats offered: pdu, text or both.", "pdu|text|both"};
     QCommandLineOption noEcho{"no-echo", "Start with echo off (ATE0)."};
     QCommandLineOption bursts{"bursts", "Split every answer into N writes.", "N"};
-    QCommandLineOption networkDelay{"network-delay-ms", "Delay before the +CMGS answer (scaled clock).", "ms"};
-    QCommandLineOption cmsError{"cms-error", "Refuse messages to NUMBER with +CMS ERROR: N (repeatable).", "NUMBER=N"};
+    QCommandLineOption networkDelay{"network-delay-ms", "Delay before the +CMGS answer (scaled clock).",
+                                    "ms"};
+    QCommandLineOption cmsError{"cms-error", "Refuse messages to NUMBER with +CMS ERROR: N (repeatable).",
+                                "NUMBER=N"};
     QCommandLineOption cmgsTestError{"cmgs-test-error", "Answer ERROR to AT+CMGS=?."};
     QCommandLineOption undefinedIdentity{"undefined-identity", "Answer Undefined to AT+GMI/GMM/GMR/GSN."};
     QCommandLineOption silent{"silent", "Answer nothing at all."};
@@ -30,9 +32,12 @@ struct Flags {
     QCommandLineOption help{QStringList{"h", "help"}, "Show this help."};
 
     QList<QCommandLineOption> all() const {
-        return {manufacturer, model, revision, imei, operatorName, smsc, smscUcs2, battery, signal,
-                modes, noEcho, bursts, networkDelay, cmsError, cmgsTestError, undefinedIdentity,
-                silent, echoOnly, unplugAfterParts, log, count, help};
+        return {manufacturer, model,    revision,         imei,
+                operatorName, smsc,     smscUcs2,         battery,
+                signal,       modes,    noEcho,           bursts,
+                networkDelay, cmsError, cmgsTestError,    undefinedIdentity,
+                silent,       echoOnly, unplugAfterParts, log,
+                count,        help};
     }
 };
 
@@ -98,7 +103,10 @@ SimOptions parse(const QStringList& arguments) {
     const auto number = [&](const QCommandLineOption& o, int low, int high, int& field) {
         if (parser.isSet(o) && !readInt(parser.value(o), low, high, &field) && options.error.isEmpty())
             options.error = QStringLiteral("--%1 needs a number from %2 to %3, not \"%4\"")
-                                .arg(o.names().constFirst()).arg(low).arg(high).arg(parser.value(o));
+                                .arg(o.names().constFirst())
+                                .arg(low)
+                                .arg(high)
+                                .arg(parser.value(o));
     };
     number(flags.signal, 0, 99, id.rssi);
     number(flags.bursts, 1, 64, b.answerBursts);
@@ -108,8 +116,8 @@ SimOptions parse(const QStringList& arguments) {
 
     if (parser.isSet(flags.battery)) {
         const QStringList pair = parser.value(flags.battery).split(u',');
-        if (pair.size() != 2 || !readInt(pair.at(0), 0, 3, &id.batteryState)
-            || !readInt(pair.at(1), 0, 100, &id.batteryCharge))
+        if (pair.size() != 2 || !readInt(pair.at(0), 0, 3, &id.batteryState) ||
+            !readInt(pair.at(1), 0, 100, &id.batteryCharge))
             options.error = QStringLiteral("--battery needs STATE,CHARGE such as 0,80");
     }
     if (parser.isSet(flags.modes)) {

@@ -13,7 +13,7 @@ struct SimOptions {
     QString logPath;
     int count = 1;
     bool help = false;
-    QString error;     // empty when the arguments were understood
+    QString error; // empty when the arguments were understood
 };
 
 namespace SimOptionsParser {

@@ -35,15 +35,15 @@ bool isHexText(const QByteArray& bytes) {
 QString utf16FromOctets(const QByteArray& octets) {
     QString text;
     for (qsizetype i = 0; i + 1 < octets.size(); i += 2)
-        text.append(QChar(char16_t((static_cast<quint8>(octets.at(i)) << 8)
-                                   | static_cast<quint8>(octets.at(i + 1)))));
+        text.append(QChar(
+            char16_t((static_cast<quint8>(octets.at(i)) << 8) | static_cast<quint8>(octets.at(i + 1)))));
     return text;
 }
 
 } // namespace
 
 QStringList supported() {
-    return {QStringLiteral("GSM"), QStringLiteral("IRA"), QStringLiteral("8859-1"),
+    return {QStringLiteral("GSM"),   QStringLiteral("IRA"),  QStringLiteral("8859-1"),
             QStringLiteral("UTF-8"), QStringLiteral("UCS2"), QStringLiteral("HEX")};
 }
 
@@ -82,8 +82,7 @@ QString decodeBody(const QByteArray& bytes, const QString& charset, bool ucs2Cod
 }
 
 QString decodeParameter(const QString& value, const QString& charset) {
-    if (charset.compare(u"UCS2", Qt::CaseInsensitive) != 0 || value.size() % 4 != 0
-        || value.isEmpty())
+    if (charset.compare(u"UCS2", Qt::CaseInsensitive) != 0 || value.size() % 4 != 0 || value.isEmpty())
         return value;
     const QByteArray latin = value.toLatin1();
     if (!isHexText(latin))

@@ -33,8 +33,7 @@ QString errnoText() { return QString::fromLocal8Bit(std::strerror(errno)); }
 
 // Containers handed between the serving thread and its callers are deep copies: Qt's shared
 // data checks its reference count without ordering, so two threads must never share one.
-template <typename Container>
-Container unshared(Container copy) {
+template <typename Container> Container unshared(Container copy) {
     copy.detach();
     return copy;
 }
@@ -50,7 +49,8 @@ ModemBehaviour unshared(ModemBehaviour copy) {
 class VirtualModem::Line final : public ModemLine {
 public:
     Line(ModemIdentity identity, ModemBehaviour behaviour, QString logPath)
-        : m_identity(std::move(identity)), m_behaviour(unshared(std::move(behaviour))), m_log(std::move(logPath)) {}
+        : m_identity(std::move(identity)), m_behaviour(unshared(std::move(behaviour))),
+          m_log(std::move(logPath)) {}
     ~Line() override { stop(); }
 
     bool start();
@@ -77,14 +77,14 @@ private:
     void closeLine();
 
     const ModemIdentity m_identity;
-    mutable std::mutex m_mutex;      // guards the behaviour, the logs and the messages
+    mutable std::mutex m_mutex; // guards the behaviour, the logs and the messages
     ModemBehaviour m_behaviour;
     MessageLog m_log;
     MessageAssembler m_assembler;
     QList<ReceivedMessage> m_messages;
     QStringList m_commandLog;
 
-    PtyPair m_pty;                   // used by the serving thread only, once started
+    PtyPair m_pty; // used by the serving thread only, once started
     QString m_devicePath;
     int m_wake = -1;
     bool m_started = false;
@@ -108,7 +108,8 @@ bool VirtualModem::Line::start() {
         return false;
     }
     m_devicePath = m_pty.devicePath();
-    m_session = std::make_unique<ModemSession>(m_identity, [this] { return behaviour(); }, *this, m_devicePath);
+    m_session = std::make_unique<ModemSession>(
+        m_identity, [this] { return behaviour(); }, *this, m_devicePath);
     m_started = true;
     m_thread = std::thread([this] { serve(); });
     return true;
@@ -149,12 +150,13 @@ void VirtualModem::Line::closeLine() {
 void VirtualModem::Line::serve() {
     char buffer[4096];
     while (!m_stopping && !m_hangUpRequested) {
-        pollfd fds[3] = {{m_pty.master(), POLLIN, 0}, {m_wake, POLLIN, 0},
-                         {m_pty.openCloseEvents(), POLLIN, 0}};
+        pollfd fds[3] = {
+            {m_pty.master(), POLLIN, 0}, {m_wake, POLLIN, 0}, {m_pty.openCloseEvents(), POLLIN, 0}};
         if (::poll(fds, 3, -1) < 0) {
             if (errno == EINTR)
                 continue;
-            Show_NSLog_Message(QStringLiteral("virtual modem %1: poll failed: %2").arg(m_devicePath, errnoText()));
+            Show_NSLog_Message(
+                QStringLiteral("virtual modem %1: poll failed: %2").arg(m_devicePath, errnoText()));
             break;
         }
         if (m_stopping)
@@ -167,7 +169,8 @@ void VirtualModem::Line::serve() {
         if (count > 0)
             m_session->feed(QByteArray(buffer, count));
         else if (count < 0 && errno != EAGAIN && errno != EINTR)
-            Show_NSLog_Message(QStringLiteral("virtual modem %1: read failed: %2").arg(m_devicePath, errnoText()));
+            Show_NSLog_Message(
+                QStringLiteral("virtual modem %1: read failed: %2").arg(m_devicePath, errnoText()));
     }
     if (m_hangUpRequested && !m_stopping) {
         letClientReadTheRest();
@@ -177,8 +180,8 @@ void VirtualModem::Line::serve() {
 
 void VirtualModem::Line::letClientReadTheRest() {
     const auto deadline = std::chrono::steady_clock::now() + kHandOverLimit;
-    while (std::chrono::steady_clock::now() < deadline && !m_stopping && m_pty.updateClients() > 0
-           && m_pty.unreadByClient() > 0)
+    while (std::chrono::steady_clock::now() < deadline && !m_stopping && m_pty.updateClients() > 0 &&
+           m_pty.unreadByClient() > 0)
         std::this_thread::sleep_for(kHandOverPoll);
 }
 

@@ -22,17 +22,17 @@ namespace sim {
 class VirtualModem {
 public:
     VirtualModem(ModemIdentity identity = {}, ModemBehaviour behaviour = {}, QString logPath = {});
-    ~VirtualModem();                 // stops and closes the line
+    ~VirtualModem(); // stops and closes the line
     VirtualModem(const VirtualModem&) = delete;
     VirtualModem& operator=(const VirtualModem&) = delete;
 
-    bool start();                    // opens the pty pair (posix_openpt), serves on its own thread
-    QString devicePath() const;      // the slave path to open, e.g. /dev/pts/7
-    void unplug();                   // closes the line now
-    bool isPlugged() const;          // started and not unplugged (by unplug() or by behaviour)
-    QList<ReceivedMessage> received() const;   // thread-safe
-    QStringList commandLog() const;  // every command line received, in order (for session tests)
-    void setBehaviour(const ModemBehaviour&);  // takes effect for the next command
+    bool start();                             // opens the pty pair (posix_openpt), serves on its own thread
+    QString devicePath() const;               // the slave path to open, e.g. /dev/pts/7
+    void unplug();                            // closes the line now
+    bool isPlugged() const;                   // started and not unplugged (by unplug() or by behaviour)
+    QList<ReceivedMessage> received() const;  // thread-safe
+    QStringList commandLog() const;           // every command line received, in order (for session tests)
+    void setBehaviour(const ModemBehaviour&); // takes effect for the next command
 
     // How an answer is cut into `bursts` writes (at least one byte each).
     static QList<QByteArray> splitIntoBursts(const QByteArray& answer, int bursts);

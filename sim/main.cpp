@@ -35,8 +35,9 @@ int main(int argc, char** argv) {
     for (int i = 0; i < options.count; ++i) {
         sim::ModemIdentity identity = options.identity;
         if (options.count > 1 && identity.imei.size() >= 2) // modems of one run differ by IMEI
-            identity.imei = identity.imei.left(identity.imei.size() - 2)
-                          + QStringLiteral("%1").arg((identity.imei.right(2).toInt() + i) % 100, 2, 10, QLatin1Char('0'));
+            identity.imei =
+                identity.imei.left(identity.imei.size() - 2) +
+                QStringLiteral("%1").arg((identity.imei.right(2).toInt() + i) % 100, 2, 10, QLatin1Char('0'));
         auto modem = std::make_unique<sim::VirtualModem>(identity, options.behaviour, options.logPath);
         if (!modem->start()) {
             std::fprintf(stderr, "bulksms-modem-sim: cannot open a pseudo-terminal\n");

@@ -24,7 +24,10 @@ void measure(const char* name, const QString& message, bool unicode, int rounds)
         PDU encoder; // one per message, as a sending call does
         const int total = PDU::partCount(message, unicode);
         for (int part = 1; part <= total; ++part)
-            octets += encoder.Encode_UDH_PDU(message, "+447700900001", "", 0, true, false, total, part, unicode).size() / 2;
+            octets +=
+                encoder.Encode_UDH_PDU(message, "+447700900001", "", 0, true, false, total, part, unicode)
+                    .size() /
+                2;
         parts += total;
     }
     const double ms = timer.nsecsElapsed() / 1e6;
@@ -46,7 +49,11 @@ int main() {
     qsizetype octets = 0;
     for (int i = 0; i < 100000; ++i) {
         PDU encoder;
-        octets += encoder.EncodePDU(QStringLiteral("Your code is %1").arg(i), "+447700900001", "", 0, true, false, false).size() / 2;
+        octets += encoder
+                      .EncodePDU(QStringLiteral("Your code is %1").arg(i), "+447700900001", "", 0, true,
+                                 false, false)
+                      .size() /
+                  2;
     }
     const double ms = timer.nsecsElapsed() / 1e6;
     std::printf("short single messages: 100000 in %.1f ms (%.2f us/message, %lld octets)\n", ms, ms / 100,

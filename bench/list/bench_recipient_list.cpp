@@ -18,7 +18,8 @@ double load(BenchWindow& window, int count) {
     QElapsedTimer timer;
     timer.start();
     for (int i = 0; i < count; ++i) {
-        const QString number = window.Num_Able_To_insert(QStringLiteral("+44 7700 %1").arg(i, 6, 10, QLatin1Char('0')));
+        const QString number =
+            window.Num_Able_To_insert(QStringLiteral("+44 7700 %1").arg(i, 6, 10, QLatin1Char('0')));
         if (!number.isEmpty())
             window.Create_Num_Msg_List(number, QStringLiteral("Hello"));
     }
@@ -35,8 +36,8 @@ int main(int argc, char** argv) {
         assign_format_skip_exclude_var();
         const double fresh = load(window, count);
         const double again = load(window, count);
-        std::printf("%6d numbers: insert %7.1f ms, duplicates %7.1f ms (list %d, skipped %d)\n", count, fresh, again,
-                    window.list().size(), SKPD.load());
+        std::printf("%6d numbers: insert %7.1f ms, duplicates %7.1f ms (list %d, skipped %d)\n", count, fresh,
+                    again, window.list().size(), SKPD.load());
     }
     return 0;
 }

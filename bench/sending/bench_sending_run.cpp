@@ -52,8 +52,9 @@ double run(int recipients, std::vector<std::unique_ptr<sim::VirtualModem>>& mode
     for (const auto& modem : modems) {
         const QString path = modem->devicePath();
         port_val_str_array << path;
-        port_det_str_array << Record{{"PORT_DETAL", path}, {"COM_PORT", path.mid(8)}, {"Model", "VM"},
-                                     {"SMSMode", "PDU Mode"}, {"UseCusSMSC", "N"}, {"DefSMSC", "+447700900123"},
+        port_det_str_array << Record{{"PORT_DETAL", path},  {"COM_PORT", path.mid(8)},
+                                     {"Model", "VM"},       {"SMSMode", "PDU Mode"},
+                                     {"UseCusSMSC", "N"},   {"DefSMSC", "+447700900123"},
                                      {"SMS_CAPABLE", "Yes"}};
         sel_port_bsd_str = path;
         sel_port_name_str = path.mid(8);
@@ -61,7 +62,8 @@ double run(int recipients, std::vector<std::unique_ptr<sim::VirtualModem>>& mode
     window.applyDeviceSelection();
     RecordList rows;
     for (int i = 0; i < recipients; ++i)
-        rows << Record{{"Number", QStringLiteral("+4477%1").arg(i, 8, 10, QLatin1Char('0'))}, {"Message", "Bench"}};
+        rows << Record{{"Number", QStringLiteral("+4477%1").arg(i, 8, 10, QLatin1Char('0'))},
+                       {"Message", "Bench"}};
     window.list().setRecords(rows);
     QElapsedTimer timer;
     timer.start();
@@ -81,7 +83,9 @@ double run(int recipients, std::vector<std::unique_ptr<sim::VirtualModem>>& mode
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     setLogToStandardError(qEnvironmentVariableIsSet("BENCH_VERBOSE"));
-    Clock::setScale(qEnvironmentVariableIntValue("BENCH_SCALE_MICRO") > 0 ? qEnvironmentVariableIntValue("BENCH_SCALE_MICRO") / 1e6 : 0.0005);
+    Clock::setScale(qEnvironmentVariableIntValue("BENCH_SCALE_MICRO") > 0
+                        ? qEnvironmentVariableIntValue("BENCH_SCALE_MICRO") / 1e6
+                        : 0.0005);
     QTemporaryDir home;
     qputenv("BULKSMS_DATA_HOME", QFile::encodeName(home.path()));
     Resource_Path = home.path();

@@ -1,12 +1,12 @@
 // Messages from a 50,000-row workbook in per-row mode (and in template mode) into a list
 // with skip duplicates on; prints time and peak memory of each run.
 // Usage: bench_dynamic_messages [rows]
-#include "core/DataFolder.h"
 #include "BenchSupport.h"
+#include "core/DataFolder.h"
 #include "core/Operator.h"
 #include "list/BulkSmsWindow.h"
-#include "sheets/windows/Excel_Dynamic_Msg.h"
 #include "sheets/SpreadsheetWriter.h"
+#include "sheets/windows/Excel_Dynamic_Msg.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -30,13 +30,15 @@ void report(const char* phase, qint64 ms) {
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     const int rows = argc > 1 ? std::atoi(argv[1]) : 50000;
-    Resource_Path = qEnvironmentVariableIsSet("BULKSMS_RESOURCES") ? locateResourcePath() : QStringLiteral(BULKSMS_BUILD_RESOURCES);
+    Resource_Path = qEnvironmentVariableIsSet("BULKSMS_RESOURCES") ? locateResourcePath()
+                                                                   : QStringLiteral(BULKSMS_BUILD_RESOURCES);
 
     SpreadsheetData table;
     table.reserve(rows + 1);
     table.append({QStringLiteral("Number"), QStringLiteral("Message"), QStringLiteral("Status")});
     for (int i = 0; i < rows; ++i)
-        table.append({QString::number(5550100 + i), QStringLiteral("Dear customer %1, your order is ready.").arg(i),
+        table.append({QString::number(5550100 + i),
+                      QStringLiteral("Dear customer %1, your order is ready.").arg(i),
                       i % 3 ? QStringLiteral("Message sent successfully.") : QStringLiteral("Stopped.")});
 
     QTemporaryDir dir;

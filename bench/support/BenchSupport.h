@@ -17,7 +17,9 @@ public:
     bool answer = false;
 
 protected:
-    void showAlert(const QString& text) override { std::printf("  alert: %s\n", qPrintable(text.trimmed().left(60))); }
+    void showAlert(const QString& text) override {
+        std::printf("  alert: %s\n", qPrintable(text.trimmed().left(60)));
+    }
     bool askYesNo(const QString&) override { return answer; }
     int showModal(DialogController&) override { return 0; }
     QString openFileDialog(const QStringList&) override { return file; }

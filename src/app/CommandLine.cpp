@@ -6,12 +6,12 @@
 #include "core/AppState.h"
 #include "core/Launch.h"
 #include "core/Log.h"
-#include "gsm/windows/GSM_Device_List_Wnd.h"
 #include "gsm/ModemDiscovery.h"
+#include "gsm/windows/GSM_Device_List_Wnd.h"
 #include "list/LoadCounters.h"
-#include "text/NumberRules.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 #include "sending/SMS_Sending.h"
+#include "text/NumberRules.h"
 
 #include <QCommandLineParser>
 #include <QFile>
@@ -58,9 +58,11 @@ int runDevices(const QStringList& arguments) {
         return 2;
     const RecordTable& list = searchDevices(session.op).nsPortListData();
     for (const Record& r : list.records())
-        out(QStringLiteral("%1\tmaker: %2\tmodel: %3\tIMEI: %4\tsignal: %5\tbattery: %6\toperator: %7\tSMSC: %8\tmodes: %9")
-                .arg(r.value("PORT_DETAL"), r.value("Manufacture"), r.value("Model"), r.value("IMEI"), r.value("Signal"),
-                     r.value("Battery"), r.value("Operator"), r.value("DefSMSC"), r.value("SUPSMSMode")));
+        out(QStringLiteral("%1\tmaker: %2\tmodel: %3\tIMEI: %4\tsignal: %5\tbattery: %6\toperator: %7\tSMSC: "
+                           "%8\tmodes: %9")
+                .arg(r.value("PORT_DETAL"), r.value("Manufacture"), r.value("Model"), r.value("IMEI"),
+                     r.value("Signal"), r.value("Battery"), r.value("Operator"), r.value("DefSMSC"),
+                     r.value("SUPSMSMode")));
     return list.isEmpty() ? 1 : 0;
 }
 
@@ -74,45 +76,60 @@ int runSend(const QStringList& arguments) {
         "Exit status: 0 when every recipient was sent, 1 otherwise, 2 on bad input.\n"
         "--verbose copies the log (every AT command and answer) to standard error."));
     parser.addHelpOption();
-    const QCommandLineOption to(QStringLiteral("to"), QStringLiteral("A recipient (repeatable)."), QStringLiteral("number"));
+    const QCommandLineOption to(QStringLiteral("to"), QStringLiteral("A recipient (repeatable)."),
+                                QStringLiteral("number"));
     const QCommandLineOption numbersFile(
-        QStringLiteral("numbers"), QStringLiteral("Recipients from a TXT, CSV or RTF file, or a workbook (XLSX, ODS, XML)."),
+        QStringLiteral("numbers"),
+        QStringLiteral("Recipients from a TXT, CSV or RTF file, or a workbook (XLSX, ODS, XML)."),
         QStringLiteral("file"));
-    const QCommandLineOption sheet(QStringLiteral("sheet"), QStringLiteral("Workbook: the sheet to read (from 1)."),
+    const QCommandLineOption sheet(QStringLiteral("sheet"),
+                                   QStringLiteral("Workbook: the sheet to read (from 1)."),
                                    QStringLiteral("N"), QStringLiteral("1"));
-    const QCommandLineOption header(QStringLiteral("header"), QStringLiteral("Workbook: the first row holds column titles."));
+    const QCommandLineOption header(QStringLiteral("header"),
+                                    QStringLiteral("Workbook: the first row holds column titles."));
     const QCommandLineOption numberColumn(
         QStringLiteral("number-column"),
-        QStringLiteral("Workbook: a column of numbers, by letters or title (repeatable; default A)."), QStringLiteral("column"));
+        QStringLiteral("Workbook: a column of numbers, by letters or title (repeatable; default A)."),
+        QStringLiteral("column"));
     const QCommandLineOption messageColumn(QStringLiteral("message-column"),
                                            QStringLiteral("Workbook: each row's message from this column."),
                                            QStringLiteral("column"));
     const QCommandLineOption templateText(
         QStringLiteral("template"),
-        QStringLiteral("Workbook: each row's message from this text, <COL-n> replaced by the row's n-th cell."),
+        QStringLiteral(
+            "Workbook: each row's message from this text, <COL-n> replaced by the row's n-th cell."),
         QStringLiteral("text"));
-    const QCommandLineOption message(QStringLiteral("message"), QStringLiteral("The message text."), QStringLiteral("text"));
-    const QCommandLineOption messageFile(QStringLiteral("message-file"), QStringLiteral("The message text from a UTF-8 file."),
+    const QCommandLineOption message(QStringLiteral("message"), QStringLiteral("The message text."),
+                                     QStringLiteral("text"));
+    const QCommandLineOption messageFile(QStringLiteral("message-file"),
+                                         QStringLiteral("The message text from a UTF-8 file."),
                                          QStringLiteral("file"));
-    const QCommandLineOption device(QStringLiteral("device"),
-                                    QStringLiteral("A device path, with optional ,mode=pdu|text and ,smsc=NUMBER (repeatable)."),
-                                    QStringLiteral("path"));
+    const QCommandLineOption device(
+        QStringLiteral("device"),
+        QStringLiteral("A device path, with optional ,mode=pdu|text and ,smsc=NUMBER (repeatable)."),
+        QStringLiteral("path"));
     const QCommandLineOption unicode(QStringLiteral("unicode"), QStringLiteral("Send as Unicode."));
     const QCommandLineOption flash(QStringLiteral("flash"), QStringLiteral("Send as a flash message."));
     const QCommandLineOption skip(QStringLiteral("skip-duplicates"), QStringLiteral("Send a number once."));
-    const QCommandLineOption exclusion(QStringLiteral("exclusion"), QStringLiteral("Leave out the applied exclusion lists' numbers."));
-    const QCommandLineOption pauseEvery(QStringLiteral("pause-every"), QStringLiteral("Pause after every N messages."),
-                                        QStringLiteral("N"));
-    const QCommandLineOption pauseFor(QStringLiteral("pause-for"),
-                                      QStringLiteral("Pause length, as the window offers it (\"10 Seconds\", \" 2  Minutes\")."),
-                                      QStringLiteral("length"));
-    const QCommandLineOption saveSent(QStringLiteral("save-sent-items"), QStringLiteral("Log every message in the sent items."));
-    const QCommandLineOption saveTemplates(QStringLiteral("save-templates"), QStringLiteral("Keep the message as a template."));
+    const QCommandLineOption exclusion(QStringLiteral("exclusion"),
+                                       QStringLiteral("Leave out the applied exclusion lists' numbers."));
+    const QCommandLineOption pauseEvery(QStringLiteral("pause-every"),
+                                        QStringLiteral("Pause after every N messages."), QStringLiteral("N"));
+    const QCommandLineOption pauseFor(
+        QStringLiteral("pause-for"),
+        QStringLiteral("Pause length, as the window offers it (\"10 Seconds\", \" 2  Minutes\")."),
+        QStringLiteral("length"));
+    const QCommandLineOption saveSent(QStringLiteral("save-sent-items"),
+                                      QStringLiteral("Log every message in the sent items."));
+    const QCommandLineOption saveTemplates(QStringLiteral("save-templates"),
+                                           QStringLiteral("Keep the message as a template."));
     const QCommandLineOption yes(QStringLiteral("yes"), QStringLiteral("Answer Yes to every question."));
     const QCommandLineOption dryRun(QStringLiteral("dry-run"),
                                     QStringLiteral("Print the final list without opening any device."));
-    parser.addOptions({to, numbersFile, sheet, header, numberColumn, messageColumn, templateText, message, messageFile, device, unicode, flash, skip, exclusion, pauseEvery, pauseFor,
-                       saveSent, saveTemplates, yes, dryRun});
+    parser.addOptions({to,           numbersFile, sheet,       header,   numberColumn, messageColumn,
+                       templateText, message,     messageFile, device,   unicode,      flash,
+                       skip,         exclusion,   pauseEvery,  pauseFor, saveSent,     saveTemplates,
+                       yes,          dryRun});
     parser.process(arguments.mid(1));
 
     QString text = parser.value(message);
@@ -162,7 +179,8 @@ int runSend(const QStringList& arguments) {
         return 2;
     }
     gsm.setUnicode(parser.isSet(unicode));
-    gsm.setMessageTypeIndex(parser.isSet(flash) ? int(BulkSmsWindow::messageTypes().indexOf(QStringLiteral("Notification"))) : 1);
+    gsm.setMessageTypeIndex(
+        parser.isSet(flash) ? int(BulkSmsWindow::messageTypes().indexOf(QStringLiteral("Notification"))) : 1);
     gsm.setSkipDuplicates(parser.isSet(skip));
     gsm.Exclusion_Chk(parser.isSet(exclusion));
     gsm.setSaveSentItems(parser.isSet(saveSent));
@@ -247,7 +265,8 @@ int runSend(const QStringList& arguments) {
 } // namespace
 
 bool isCommandLine(const QStringList& arguments) {
-    return arguments.size() > 1 && (arguments.at(1) == QLatin1String("send") || arguments.at(1) == QLatin1String("devices"));
+    return arguments.size() > 1 &&
+           (arguments.at(1) == QLatin1String("send") || arguments.at(1) == QLatin1String("devices"));
 }
 
 int runCommandLine(const QStringList& arguments) {

@@ -1,11 +1,11 @@
 #include "CommandLineInputs.h"
 
 #include "list/NumberCandidates.h"
+#include "sheets/ColumnNames.h"
+#include "sheets/SpreadsheetWriter.h"
+#include "sheets/windows/Excel_Dynamic_Msg.h"
 #include "text/RtfConverter.h"
 #include "text/TextFileDecoder.h"
-#include "sheets/ColumnNames.h"
-#include "sheets/windows/Excel_Dynamic_Msg.h"
-#include "sheets/SpreadsheetWriter.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -36,7 +36,8 @@ bool fromWorkbook(const QString& path, const QString& message, const WorkbookInp
         SpreadsheetWriter::ReadWorkbook(path, true);
         const QStringList sheets = SpreadsheetWriter::Read_Sheet_Name();
         if (in.sheet < 1 || in.sheet > sheets.size()) {
-            reason = QStringLiteral("The workbook has no sheet %1 (it has %2).").arg(in.sheet).arg(sheets.size());
+            reason =
+                QStringLiteral("The workbook has no sheet %1 (it has %2).").arg(in.sheet).arg(sheets.size());
             return false;
         }
         Excel_Sheet_Number = in.sheet;
@@ -49,7 +50,8 @@ bool fromWorkbook(const QString& path, const QString& message, const WorkbookInp
     }
     const QStringList header = in.header ? rows.first() : QStringList();
     QList<int> numberColumns;
-    for (const QString& name : in.numberColumns.isEmpty() ? QStringList{QStringLiteral("A")} : in.numberColumns) {
+    for (const QString& name :
+         in.numberColumns.isEmpty() ? QStringList{QStringLiteral("A")} : in.numberColumns) {
         const int column = columnIndex(name, header);
         if (column < 0) {
             reason = QStringLiteral("No column %1.").arg(name);
@@ -99,7 +101,8 @@ bool recipientsFromFile(const QString& path, const QString& message, const Workb
             reason = QStringLiteral("%1 is not a text file.").arg(path);
             return false;
         }
-        candidates = ext == QLatin1String("csv") ? NumberCandidates::fromCsv(text) : NumberCandidates::fromTextLines(text);
+        candidates = ext == QLatin1String("csv") ? NumberCandidates::fromCsv(text)
+                                                 : NumberCandidates::fromTextLines(text);
     }
     for (const QString& candidate : candidates)
         if (!candidate.isEmpty())

@@ -12,11 +12,11 @@ struct Recipient {
 };
 
 struct WorkbookInput {
-    int sheet = 1;              // 1-based
-    bool header = false;        // the first row holds column titles
-    QStringList numberColumns;  // letters ("B") or header titles
-    QString messageColumn;      // per-row messages
-    QString templateText;       // dynamic messages: <COL-n> replaced by the row's n-th cell
+    int sheet = 1;             // 1-based
+    bool header = false;       // the first row holds column titles
+    QStringList numberColumns; // letters ("B") or header titles
+    QString messageColumn;     // per-row messages
+    QString templateText;      // dynamic messages: <COL-n> replaced by the row's n-th cell
 };
 
 // Recipients of a file by its extension; false (with a reason) when it cannot be read.

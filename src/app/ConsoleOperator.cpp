@@ -20,14 +20,16 @@ void printLine(FILE* stream, const QString& text) {
 void ConsoleOperator::showAlert(const QString& fullText) { printLine(stderr, Trim_Str(fullText)); }
 
 bool ConsoleOperator::askYesNo(const QString& text) {
-    printLine(stderr, Trim_Str(text) + (m_answerYes ? QStringLiteral(" [yes: --yes]") : QStringLiteral(" [no: pass --yes to agree]")));
+    printLine(stderr, Trim_Str(text) + (m_answerYes ? QStringLiteral(" [yes: --yes]")
+                                                    : QStringLiteral(" [no: pass --yes to agree]")));
     return m_answerYes;
 }
 
 int ConsoleOperator::showModal(DialogController& dialog) {
     auto* job = qobject_cast<SMS_Sending*>(&dialog);
     if (job == nullptr) {
-        printLine(stderr, QStringLiteral("(a window that needs a person: %1)").arg(QLatin1String(dialog.metaObject()->className())));
+        printLine(stderr, QStringLiteral("(a window that needs a person: %1)")
+                              .arg(QLatin1String(dialog.metaObject()->className())));
         return 0;
     }
     // The job's window as lines: a bar redrawn in place on a terminal, a line per step otherwise.
@@ -40,10 +42,13 @@ int ConsoleOperator::showModal(DialogController& dialog) {
             return;
         last = progress;
         const int width = 30;
-        const int filled = job->overallMaximum() > 0 ? width * job->overallValue() / job->overallMaximum() : 0;
-        const QString bar = QStringLiteral("[") + QString(filled, u'#') + QString(width - filled, u'.') + QStringLiteral("] ");
+        const int filled =
+            job->overallMaximum() > 0 ? width * job->overallValue() / job->overallMaximum() : 0;
+        const QString bar = QStringLiteral("[") + QString(filled, u'#') + QString(width - filled, u'.') +
+                            QStringLiteral("] ");
         if (terminal)
-            std::fprintf(stderr, "\r%s%s   ", bar.toLocal8Bit().constData(), progress.toLocal8Bit().constData());
+            std::fprintf(stderr, "\r%s%s   ", bar.toLocal8Bit().constData(),
+                         progress.toLocal8Bit().constData());
         else
             printLine(stderr, progress);
     };

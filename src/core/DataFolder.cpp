@@ -43,13 +43,9 @@ QString dataHome() {
     return QDir::homePath() + QStringLiteral("/.local/share");
 }
 
-bool ensureFolder(const QString& path) {
-    return QFileInfo::exists(path) || Create_Folder(path);
-}
+bool ensureFolder(const QString& path) { return QFileInfo::exists(path) || Create_Folder(path); }
 
-bool ensureEmptyFile(const QString& path) {
-    return QFileInfo::exists(path) || createEmptyFile(path);
-}
+bool ensureEmptyFile(const QString& path) { return QFileInfo::exists(path) || createEmptyFile(path); }
 
 void truncateTroubleshootingLog() {
     const int fd = ::open(QFile::encodeName(Troubleshooting_Log_Path).constData(),

@@ -14,11 +14,11 @@ extern QString Resource_Path;
 extern QString Created_Resource_Path;
 extern QString Bulk_SMS_Data_Folder_Path;
 
-extern QString SentItem_File_Path;      // sent items of the GSM window
-extern QString SentItemAnd_File_Path;   // sent items of the Android window
+extern QString SentItem_File_Path;    // sent items of the GSM window
+extern QString SentItemAnd_File_Path; // sent items of the Android window
 extern QString Templates_File_Path;
-extern QString AppExclusion_File_Path;  // names of the exclusion lists applied
-extern QString Exclusion_Folder_Path;   // one file per exclusion list
+extern QString AppExclusion_File_Path; // names of the exclusion lists applied
+extern QString Exclusion_Folder_Path;  // one file per exclusion list
 extern QString ExListIndex_File_Path;
 extern QString Troubleshooting_Log_Path;
 

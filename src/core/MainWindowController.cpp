@@ -72,7 +72,8 @@ void MainWindowController::connectDevice() {
 }
 
 void MainWindowController::Exit_App() {
-    if (m_op.Show_YES_NO_MessageBox(QStringLiteral("\nDo you really want to exit from '%1'?").arg(kApplicationName))) {
+    if (m_op.Show_YES_NO_MessageBox(
+            QStringLiteral("\nDo you really want to exit from '%1'?").arg(kApplicationName))) {
         m_op.quitApplication();
         return;
     }

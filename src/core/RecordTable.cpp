@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-RecordTable::RecordTable(QStringList columns, QObject* parent) : QObject(parent), m_columns(std::move(columns)) {}
+RecordTable::RecordTable(QStringList columns, QObject* parent)
+    : QObject(parent), m_columns(std::move(columns)) {}
 
 void RecordTable::prepend(const Record& record) {
     emit aboutToInsert(0, 0);

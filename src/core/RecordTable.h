@@ -23,7 +23,7 @@ public:
     void prepend(const RecordList& newestFirst); // newestFirst.at(0) ends up at row 0
     void append(const Record& record);
     void replace(int row, const Record& record);
-    void removeRows(QList<int> rows);             // any order, duplicates ignored
+    void removeRows(QList<int> rows); // any order, duplicates ignored
     void setRecords(RecordList records);
     void clear() { setRecords({}); }
 

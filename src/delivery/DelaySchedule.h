@@ -12,9 +12,9 @@ inline constexpr int kDefaultDelayedTimeIndex = 12; // " 2  Minutes"
 
 struct DelaySchedule {
     bool enabled = false;
-    int count = 0;  // messages between pauses
-    QString unit;   // "S", "M", "H", or anything else for no pause
-    int amount = 0; // seconds for "S"; minutes for "M" and "H" (hours already turned into minutes)
+    int count = 0;        // messages between pauses
+    QString unit;         // "S", "M", "H", or anything else for no pause
+    int amount = 0;       // seconds for "S"; minutes for "M" and "H" (hours already turned into minutes)
     bool noPause = false; // the length text reads "No Pause"
 
     // Whether this schedule ever pauses, and for how long each time.

@@ -17,7 +17,8 @@ void call(const std::function<void()>& hook) {
 
 DelayedDeliveryPause::DelayedDeliveryPause(DelaySchedule schedule, PauseCountdown& countdown,
                                            std::atomic<int>& finishedCounter, Hooks hooks)
-    : m_schedule(std::move(schedule)), m_countdown(countdown), m_counter(finishedCounter), m_hooks(std::move(hooks)) {}
+    : m_schedule(std::move(schedule)), m_countdown(countdown), m_counter(finishedCounter),
+      m_hooks(std::move(hooks)) {}
 
 void DelayedDeliveryPause::afterMessageFinished(bool allFinished, bool portFailed, bool somethingPending) {
     // Count the message, never beyond the schedule's count (with the schedule off it stays 0).
@@ -28,8 +29,8 @@ void DelayedDeliveryPause::afterMessageFinished(bool allFinished, bool portFaile
         return;
     call(m_hooks.redrawList);
 
-    if (m_counter != m_schedule.count || m_schedule.noPause || allFinished || portFailed || !somethingPending ||
-        !m_schedule.takesPauses())
+    if (m_counter != m_schedule.count || m_schedule.noPause || allFinished || portFailed ||
+        !somethingPending || !m_schedule.takesPauses())
         return;
     // Only the thread that turns the flag on carries the pause; the others see it and wait.
     bool expected = false;

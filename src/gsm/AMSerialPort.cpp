@@ -28,7 +28,8 @@ int waitReadable(int fd, std::chrono::microseconds timeout) {
     pollfd entry{fd, POLLIN, 0};
     const auto deadline = SteadyClock::now() + timeout;
     while (true) {
-        const auto left = std::max<SteadyClock::duration>(deadline - SteadyClock::now(), SteadyClock::duration(0));
+        const auto left =
+            std::max<SteadyClock::duration>(deadline - SteadyClock::now(), SteadyClock::duration(0));
         const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(left).count();
         timespec ts{static_cast<time_t>(micros / 1000000), static_cast<long>((micros % 1000000) * 1000)};
         const int ready = ::ppoll(&entry, 1, &ts, nullptr);
@@ -176,13 +177,15 @@ std::optional<QByteArray> AMSerialPort::readBytesUpToChar(qint64 count, char sto
     return readAndStopAfterBytes(true, count, true, stopChar, error);
 }
 
-std::optional<QByteArray> AMSerialPort::readAndStopAfterBytes(bool stopAfterBytes, qint64 bytes, bool stopAtChar,
-                                                              char stopChar, SerialError* error) {
+std::optional<QByteArray> AMSerialPort::readAndStopAfterBytes(bool stopAfterBytes, qint64 bytes,
+                                                              bool stopAtChar, char stopChar,
+                                                              SerialError* error) {
     std::lock_guard lock(m_readLock);
     const auto timeout = realDuration(readTimeout());
     const auto start = SteadyClock::now();
     auto remaining = std::chrono::duration_cast<SteadyClock::duration>(timeout);
-    const qint64 limit = stopAfterBytes ? std::min<qint64>(std::max<qint64>(bytes, 0), kBufferSize) : kBufferSize;
+    const qint64 limit =
+        stopAfterBytes ? std::min<qint64>(std::max<qint64>(bytes, 0), kBufferSize) : kBufferSize;
     qint64 held = 0;
     SerialError result;
     const int fd = fileDescriptor();

@@ -18,16 +18,16 @@ class MFCSMS;
 // Error record of the serial domain (codes below), filled when the caller asks for it.
 struct SerialError {
     int code = 0;
-    std::optional<int> endCode;      // set when no error code ended the read
-    std::optional<qint64> bytesRead; // reads only
+    std::optional<int> endCode;         // set when no error code ended the read
+    std::optional<qint64> bytesRead;    // reads only
     std::optional<qint64> bytesWritten; // writes that sent at least one byte
-    int posixError = 0;              // errno behind a code 99, if any
+    int posixError = 0;                 // errno behind a code 99, if any
 };
 
 class AMSerialPort {
 public:
     // Error codes of reads and writes.
-    static constexpr int kReadFailed = 99;      // also: write failed
+    static constexpr int kReadFailed = 99; // also: write failed
     static constexpr int kReadTimeout = 100;
     static constexpr int kBufferFull = 101;
     static constexpr int kNothingToWrite = 200;
@@ -69,8 +69,9 @@ public:
     bool writeData(const QByteArray& data, SerialError* error = nullptr);
     bool writeBytes(const char* bytes, qint64 length, SerialError* error = nullptr);
 
-    std::optional<QString> readStringUsingEncoding(QStringConverter::Encoding encoding = QStringConverter::Utf8,
-                                                   SerialError* error = nullptr);
+    std::optional<QString>
+    readStringUsingEncoding(QStringConverter::Encoding encoding = QStringConverter::Utf8,
+                            SerialError* error = nullptr);
     std::optional<QByteArray> readAndReturnError(SerialError* error = nullptr);
     std::optional<QByteArray> readBytes(qint64 count, SerialError* error = nullptr);
     std::optional<QByteArray> readUpToChar(char stopChar, SerialError* error = nullptr);

@@ -13,11 +13,13 @@ struct BaudEntry {
     speed_t code;
 };
 
+// clang-format off
 constexpr BaudEntry kBaudRates[] = {
     {300, B300},       {1200, B1200},     {2400, B2400},     {4800, B4800},     {9600, B9600},
     {19200, B19200},   {38400, B38400},   {57600, B57600},   {115200, B115200}, {230400, B230400},
     {460800, B460800}, {921600, B921600},
 };
+// clang-format on
 
 void setFlag(tcflag_t& flags, tcflag_t bit, bool on) {
     if (on)

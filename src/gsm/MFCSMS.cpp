@@ -39,8 +39,10 @@ void MFCSMS::initPort_with_decp(const QString& path, int& return_file_descp) {
         if (newPort->open()) {
             m_port = std::move(newPort);
             return_file_descp = m_port->fileDescriptor();
-            Show_NSLog_Message(
-                QStringLiteral("Port ( %1 ) is OPENED with descp= (%2:%3)").arg(path).arg(return_file_descp).arg(return_file_descp));
+            Show_NSLog_Message(QStringLiteral("Port ( %1 ) is OPENED with descp= (%2:%3)")
+                                   .arg(path)
+                                   .arg(return_file_descp)
+                                   .arg(return_file_descp));
         } else {
             Show_NSLog_Message(QStringLiteral("Port ( %1 ) is NOT OPEN").arg(path));
         }
@@ -111,7 +113,8 @@ void MFCSMS::waitForAnswer() {
         if (left <= std::chrono::steady_clock::duration::zero())
             return;
         SerialError error;
-        m_pendingAnswer += m_port->readAvailable(std::chrono::duration_cast<std::chrono::microseconds>(left), &error);
+        m_pendingAnswer +=
+            m_port->readAvailable(std::chrono::duration_cast<std::chrono::microseconds>(left), &error);
         if (error.code == AMSerialPort::kReadFailed)
             return; // the line is gone; the next write or read reports it
     }

@@ -46,7 +46,8 @@ bool MFCSMS::Check_Connection(int fd) {
         }
         if (m_sLastResponse.contains(QLatin1String("OK")))
             return true;
-        Show_NSLog_Message(QStringLiteral("Check_Connection FAIL m_sLastResponse not OK %1").arg(m_sLastResponse));
+        Show_NSLog_Message(
+            QStringLiteral("Check_Connection FAIL m_sLastResponse not OK %1").arg(m_sLastResponse));
         return false;
     } catch (const std::exception& e) {
         logException("Check_Connection", e);
@@ -60,12 +61,14 @@ bool MFCSMS::Check_Connection_For_Read(int fd, int try_count) {
         for (int attempt = 0; attempt < try_count; ++attempt) {
             Clock::sleep(kRetryRest);
             if (!Write_Command(fd, kAt)) {
-                Show_NSLog_Message(QStringLiteral("Check_Connection_For_Read FAIL write AT again in read at"));
+                Show_NSLog_Message(
+                    QStringLiteral("Check_Connection_For_Read FAIL write AT again in read at"));
                 return false;
             }
             if (Read_Command(fd, kOk) || m_sLastResponse == QLatin1String("AT"))
                 return true;
-            Show_NSLog_Message(QStringLiteral("Check_Connection_For_Read FAIL Read AT %1").arg(m_sLastResponse));
+            Show_NSLog_Message(
+                QStringLiteral("Check_Connection_For_Read FAIL Read AT %1").arg(m_sLastResponse));
         }
         return true;
     } catch (const std::exception& e) {

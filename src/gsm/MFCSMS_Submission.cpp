@@ -30,7 +30,8 @@ struct Kind {
     const char* responsePrefix;
 };
 constexpr Kind kLongPduUnicode{"1 = Long PDU SMS  = UNICODE", "UNICODE Long SMS PDU Response:: "};
-constexpr Kind kSinglePduUnicode{"2 = Standard PDU SMS  = UNICODE", "UNICODE Standard Short SMS PDU Response:: "};
+constexpr Kind kSinglePduUnicode{"2 = Standard PDU SMS  = UNICODE",
+                                 "UNICODE Standard Short SMS PDU Response:: "};
 constexpr Kind kLongPdu{"3 = Long PDU SMS", "Long SMS PDU Response:: "};
 constexpr Kind kSinglePdu{"4 = Standard PDU SMS", "Standard Short SMS PDU Response:: "};
 constexpr Kind kLongTextUnicode{"5 = Long Text SMS  = UNICODE", "UNICODE Long SMS Text Response:: "};
@@ -145,7 +146,8 @@ bool MFCSMS::Send_PDU_SMS(int fd, const QString& number, const QString& message,
     bool completed = true;
     try {
         GET_CSCS_Response(fd);
-        const QString single = ex.encoder.EncodePDU(message, number, smsc_num, 0, true, flash_sms, unicode_sms);
+        const QString single =
+            ex.encoder.EncodePDU(message, number, smsc_num, 0, true, flash_sms, unicode_sms);
         if (single.isEmpty()) {
             completed = false;
         } else if (fitsSingleMessage(single, message, unicode_sms)) {
@@ -166,8 +168,8 @@ bool MFCSMS::Send_PDU_SMS(int fd, const QString& number, const QString& message,
 }
 
 bool MFCSMS::Send_Text_SMS(int fd, const QString& number, const QString& message, const QString& smsc_num,
-                           bool flash_sms, bool unicode_sms, const QString& port_name_str, QString& return_status,
-                           const QString& sms_det) {
+                           bool flash_sms, bool unicode_sms, const QString& port_name_str,
+                           QString& return_status, const QString& sms_det) {
     return_status = ModemAnswers::kStatusNoError;
     Exchange ex(fd, false, number, smsc_num, flash_sms);
     bool completed = true;
@@ -186,9 +188,10 @@ bool MFCSMS::Send_Text_SMS(int fd, const QString& number, const QString& message
         }
         if (completed) {
             GET_CSCS_Response(fd);
-            const bool hexBody =
-                unicode && (supportedSets.contains(QLatin1String("UCS2")) || supportedSets.contains(QLatin1String("HEX")));
-            const QString single = ex.encoder.EncodePDU(message, number, smsc_num, 0, true, flash_sms, unicode);
+            const bool hexBody = unicode && (supportedSets.contains(QLatin1String("UCS2")) ||
+                                             supportedSets.contains(QLatin1String("HEX")));
+            const QString single =
+                ex.encoder.EncodePDU(message, number, smsc_num, 0, true, flash_sms, unicode);
             if (fitsSingleMessage(single, message, unicode)) {
                 ex.kind = unicode ? kSingleTextUnicode : kSingleText;
                 Show_NSLog_Message(QLatin1String(ex.kind.announcement));

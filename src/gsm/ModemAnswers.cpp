@@ -55,9 +55,11 @@ QString selectedSmsFormat(const QString& answer) {
 
 bool holdsFinalResult(const QString& answer) {
     QString complete = answer;
-    const qsizetype lastEnd = std::max(complete.lastIndexOf(QLatin1Char('\n')), complete.lastIndexOf(QLatin1Char('\r')));
+    const qsizetype lastEnd =
+        std::max(complete.lastIndexOf(QLatin1Char('\n')), complete.lastIndexOf(QLatin1Char('\r')));
     complete.truncate(lastEnd < 0 ? 0 : lastEnd);
-    const QStringList lines = complete.split(QRegularExpression(QStringLiteral("[\r\n]")), Qt::SkipEmptyParts);
+    const QStringList lines =
+        complete.split(QRegularExpression(QStringLiteral("[\r\n]")), Qt::SkipEmptyParts);
     for (const QString& raw : lines) {
         const QString line = Trim_Str(raw);
         if (line == QLatin1String("OK") || line.startsWith(kError) || line.startsWith(kCmsError) ||

@@ -47,9 +47,11 @@ QString driverOf(const DeviceProperties& p) {
 } // namespace
 
 bool isModemPort(const DeviceProperties& p) {
-    if (p.value("SUBSYSTEM") != QLatin1String("tty") || !p.value("DEVNAME").startsWith(QLatin1String("/dev/")))
+    if (p.value("SUBSYSTEM") != QLatin1String("tty") ||
+        !p.value("DEVNAME").startsWith(QLatin1String("/dev/")))
         return false;
-    if (p.value("ID_MM_PORT_IGNORE") == QLatin1String("1") || p.value("ID_MM_DEVICE_IGNORE") == QLatin1String("1"))
+    if (p.value("ID_MM_PORT_IGNORE") == QLatin1String("1") ||
+        p.value("ID_MM_DEVICE_IGNORE") == QLatin1String("1"))
         return false;
     if (p.value("ID_MM_CANDIDATE") == QLatin1String("1"))
         return true;
@@ -69,7 +71,8 @@ QStringList modemPortsAmong(const QList<DeviceProperties>& devices) {
 
 QStringList extraModemPorts() {
     QStringList paths;
-    for (const QString& path : qEnvironmentVariable("BULKSMS_EXTRA_MODEMS").split(QLatin1Char(':'), Qt::SkipEmptyParts))
+    for (const QString& path :
+         qEnvironmentVariable("BULKSMS_EXTRA_MODEMS").split(QLatin1Char(':'), Qt::SkipEmptyParts))
         if (!paths.contains(path.trimmed()))
             paths << path.trimmed();
     return paths;
@@ -93,7 +96,8 @@ QStringList modemPorts() {
                                   QString::fromUtf8(udev_list_entry_get_value(property)));
             }
             // Without udev's USB database the interface's driver still tells what the port is.
-            if (udev_device* interface = udev_device_get_parent_with_subsystem_devtype(device, "usb", "usb_interface"))
+            if (udev_device* interface =
+                    udev_device_get_parent_with_subsystem_devtype(device, "usb", "usb_interface"))
                 if (const char* driver = udev_device_get_driver(interface)) {
                     properties.insert("DRIVER_OF_INTERFACE", QString::fromUtf8(driver));
                     properties.insert("ID_BUS", "usb");

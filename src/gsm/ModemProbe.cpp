@@ -32,7 +32,8 @@ public:
     }
 
     // The answer of the first command, or of the fallback when the first says "Undefined".
-    std::optional<QString> askWithFallback(const QString& command, const QString& fallback, const QStringList& words,
+    std::optional<QString> askWithFallback(const QString& command, const QString& fallback,
+                                           const QStringList& words,
                                            QString (*read)(const QString&) = nullptr) {
         std::optional<QString> answer = ask(command, words);
         if (answer && read)
@@ -59,7 +60,8 @@ bool Check_Msg_Sending_Supported(MFCSMS& session, int fd) {
         };
         const auto refused = [&] {
             const QString answer = session.lastResponse();
-            return answer.contains(QStringLiteral("COMMAND NOT SUPPORT")) || answer.contains(QStringLiteral("ERROR"));
+            return answer.contains(QStringLiteral("COMMAND NOT SUPPORT")) ||
+                   answer.contains(QStringLiteral("ERROR"));
         };
         if (!askOk(QStringLiteral("AT\r\n")) || !askOk(QStringLiteral("AT+CSMS=?\r")) || refused())
             return false;
@@ -77,7 +79,8 @@ QString Get_IMEI_Number(MFCSMS& session, int fd) {
                 return QString();
             return imeiDigits(clean(session.lastResponse(), kImeiWords));
         };
-        if (!session.Write_Command(fd, QStringLiteral("AT\r\n")) || !session.Read_Command(fd, QStringLiteral("OK")))
+        if (!session.Write_Command(fd, QStringLiteral("AT\r\n")) ||
+            !session.Read_Command(fd, QStringLiteral("OK")))
             return QString();
         QString imei = read(QStringLiteral("AT+CGSN\r"));
         if (imei == kUndefined)
@@ -97,12 +100,14 @@ bool Read_Ph_Values_NEW(MFCSMS& session, int fd) {
             return false;
         session.Read_Command(fd, QStringLiteral("OK"));
 
-        if (auto maker = probe.askWithFallback(QStringLiteral("AT+GMI\r\n"), QStringLiteral("AT+CGMI\r"), kMakerWords))
+        if (auto maker =
+                probe.askWithFallback(QStringLiteral("AT+GMI\r\n"), QStringLiteral("AT+CGMI\r"), kMakerWords))
             session.Manuf = *maker;
-        if (auto model = probe.askWithFallback(QStringLiteral("AT+GMM\r"), QStringLiteral("AT+CGMM\r"), kModelWords))
+        if (auto model =
+                probe.askWithFallback(QStringLiteral("AT+GMM\r"), QStringLiteral("AT+CGMM\r"), kModelWords))
             session.Model = modelName(*model);
-        if (auto imei = probe.askWithFallback(QStringLiteral("AT+CGSN\r"), QStringLiteral("AT+GSN\r"), kImeiWords,
-                                              &imeiDigits))
+        if (auto imei = probe.askWithFallback(QStringLiteral("AT+CGSN\r"), QStringLiteral("AT+GSN\r"),
+                                              kImeiWords, &imeiDigits))
             session.Port_IMEI = *imei;
         const auto battery = probe.ask(QStringLiteral("AT+CBC\r"), kBatteryWords);
         session.battery = battery ? batteryText(*battery) : kNoBattery;
@@ -110,8 +115,8 @@ bool Read_Ph_Values_NEW(MFCSMS& session, int fd) {
             session.signal_str = signalText(*signal);
         if (auto op = probe.ask(QStringLiteral("AT+COPS?\r"), kOperatorWords, true))
             session.oprator = firstQuoted(*op);
-        if (auto revision =
-                probe.askWithFallback(QStringLiteral("AT+GMR\r"), QStringLiteral("AT+CGMR\r"), kRevisionWords))
+        if (auto revision = probe.askWithFallback(QStringLiteral("AT+GMR\r"), QStringLiteral("AT+CGMR\r"),
+                                                  kRevisionWords))
             session.revision = *revision;
 
         const auto smsc = probe.ask(QStringLiteral("AT+CSCA?\r"), kSmscWords, true);

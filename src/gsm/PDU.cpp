@@ -13,6 +13,7 @@ struct CodePoint {
 };
 
 // GSM 7-bit default alphabet where it differs from the character's own code.
+// clang-format off
 constexpr CodePoint kDefaultAlphabet[] = {
     {u'@', 0},       {u'\u00A3', 1},  {u'$', 2},       {u'\u00A5', 3},  {u'\u00E8', 4},  {u'\u00E9', 5},
     {u'\u00F9', 6},  {u'\u00EC', 7},  {u'\u00F2', 8},  {u'\u00C7', 9},  {u'\u00D8', 11}, {u'\u00F8', 12},
@@ -24,12 +25,15 @@ constexpr CodePoint kDefaultAlphabet[] = {
     // Word processors replace plain quotes with typographic ones; send them as the plain ones.
     {u'\u201C', 34}, {u'\u2018', 39},
 };
+// clang-format on
 
 // The extension table: each is sent as the escape septet 27 followed by this code.
+// clang-format off
 constexpr CodePoint kExtensionTable[] = {
     {u'\f', 10}, {u'^', 20},  {u'{', 40},  {u'}', 41},  {u'\\', 47},
     {u'[', 60},  {u'~', 61},  {u']', 62},  {u'|', 64},  {u'\u20AC', 101},
 };
+// clang-format on
 
 constexpr int kEscapeSeptet = 27;
 constexpr int kHexDigitsPer7BitPart = PDU::kOctetsPerPart * 2;
@@ -91,7 +95,8 @@ QString PDU::Encode_UDH_PDU(const QString& message, const QString& strDestinatio
         if (!blnIncludeSMSC || tot_msg < 1 || tot_msg > 255 || curr_msg < 1 || curr_msg > tot_msg)
             return {};
         if (curr_msg == 1 || m_cachedUserData.isEmpty())
-            m_cachedUserData = unicode ? EncodeUserData_16_bit(message) : EncodeUserData(MapTo7BitAlphabet(message));
+            m_cachedUserData =
+                unicode ? EncodeUserData_16_bit(message) : EncodeUserData(MapTo7BitAlphabet(message));
 
         const int hexPerPart = unicode ? kHexDigitsPerUcs2Part : kHexDigitsPer7BitPart;
         const QString partData = Mid_String(m_cachedUserData, hexPerPart * (curr_msg - 1), hexPerPart);
@@ -129,7 +134,8 @@ QString PDU::EncodeAddress(const QString& number, bool bInCountBytes) {
         swapped += digits.at(i);
     }
     const int length = bInCountBytes ? static_cast<int>(digits.size() / 2) + 1 : digitCount;
-    return hexOctet(length) + (international ? QStringLiteral("91") : QStringLiteral("81")) + swapped.toUpper();
+    return hexOctet(length) + (international ? QStringLiteral("91") : QStringLiteral("81")) +
+           swapped.toUpper();
 }
 
 int PDU::MapChar(QChar c, bool& blnEscapeChar) {
@@ -230,7 +236,8 @@ int PDU::actualPduLength(const QString& pdu) {
 }
 
 int PDU::partCount(const QString& message, bool unicode) {
-    const int units = unicode ? static_cast<int>(message.size()) : static_cast<int>(MapTo7BitAlphabet(message).size());
+    const int units =
+        unicode ? static_cast<int>(message.size()) : static_cast<int>(MapTo7BitAlphabet(message).size());
     const int perPart = unicode ? kUnitsPerPart : kSeptetsPerPart;
     return (units + perPart - 1) / perPart;
 }

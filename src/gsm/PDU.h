@@ -19,8 +19,9 @@ public:
 
     // One whole message. The length argument is not used; without the SMSC information
     // (blnIncludeSMSC false) the result is empty.
-    QString EncodePDU(const QString& message, const QString& strDestinationAddress, const QString& strSMSCAddress,
-                      int intActualPDULength, bool blnIncludeSMSC, bool flash_msg, bool unicode);
+    QString EncodePDU(const QString& message, const QString& strDestinationAddress,
+                      const QString& strSMSCAddress, int intActualPDULength, bool blnIncludeSMSC,
+                      bool flash_msg, bool unicode);
 
     // Part curr_msg (from 1) of tot_msg. Parts are asked for in order: part 1 encodes the
     // whole message once and the later parts cut their share from that.

@@ -116,8 +116,8 @@ QString decodePacked7BitHex(const QString& hex) {
             carry >>= 7;
             carryBits -= 7;
             // Digits, "+", "*" and "#" share their codes with ASCII; nothing else matters here.
-            const bool numberCharacter = (septet >= '0' && septet <= '9') || septet == '+' || septet == '*' ||
-                                         septet == '#';
+            const bool numberCharacter =
+                (septet >= '0' && septet <= '9') || septet == '+' || septet == '*' || septet == '#';
             out.append(numberCharacter ? QChar(septet) : QChar(u'?'));
             lastSeptet = septet;
         }

@@ -1,13 +1,13 @@
 #include "BulkSmsWindow.h"
 
 #include "LoadCounters.h"
-#include "text/NumberRules.h"
 #include "Update_Num_SMS.h"
 #include "core/AppState.h"
 #include "core/DataFolder.h"
 #include "core/Log.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
+#include "text/NumberRules.h"
 
 #include <QFile>
 
@@ -29,7 +29,8 @@ QStringList readLines(const QString& path) {
 } // namespace
 
 BulkSmsWindow::BulkSmsWindow(Kind kind, Operator& op, QObject* parent)
-    : MainWindowController(kind, op, parent), m_list({kNumberKey, kMessageKey}), m_exclusionSet({kNumberKey}) {
+    : MainWindowController(kind, op, parent), m_list({kNumberKey, kMessageKey}),
+      m_exclusionSet({kNumberKey}) {
     connect(&m_list, &RecordTable::inserted, this, &BulkSmsWindow::Update_List_Count);
     connect(&m_list, &RecordTable::wasReset, this, &BulkSmsWindow::Update_List_Count);
     // Selected rows follow their records when rows are inserted above them; a reset drops them.
@@ -91,7 +92,9 @@ QString BulkSmsWindow::Num_Able_To_insert(const QString& raw) {
     return s;
 }
 
-bool BulkSmsWindow::Check_Duplicate_Number(const QString& number) const { return m_list.containsNumber(number); }
+bool BulkSmsWindow::Check_Duplicate_Number(const QString& number) const {
+    return m_list.containsNumber(number);
+}
 
 bool BulkSmsWindow::Check_Exclusion_Number(const QString& number) const {
     return m_exclusionSet.containsNumber(number);
@@ -127,7 +130,8 @@ void BulkSmsWindow::Fill_Exclusion_Num_List() {
                 Show_NSLog_Message(QStringLiteral("Ignored exclusion list name: %1").arg(name));
             continue;
         }
-        for (const QString& number : readLines(Exclusion_Folder_Path + QLatin1Char('/') + name + QStringLiteral(".OSTREL")))
+        for (const QString& number :
+             readLines(Exclusion_Folder_Path + QLatin1Char('/') + name + QStringLiteral(".OSTREL")))
             Create_Exclusion_List(number);
     }
 }
@@ -193,8 +197,9 @@ void BulkSmsWindow::Clear_All_Btn() {
         op().Show_MessageBox(kListEmpty);
         return;
     }
-    if (!op().Show_YES_NO_MessageBox(QStringLiteral("\nThis option will clear the entire list contents. Are you "
-                                                    "sure you want to continue clearing the entire list?")))
+    if (!op().Show_YES_NO_MessageBox(
+            QStringLiteral("\nThis option will clear the entire list contents. Are you "
+                           "sure you want to continue clearing the entire list?")))
         return;
     m_list.clear();
     m_selectedRows.clear();

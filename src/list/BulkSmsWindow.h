@@ -1,9 +1,9 @@
 #pragma once
 // The part both main windows share: the recipient list with its number field, filters and
 // counters, and the composer with its options. GSM and Android windows derive from it.
-#include "delivery/DelaySchedule.h"
 #include "NumberList.h"
 #include "core/MainWindowController.h"
+#include "delivery/DelaySchedule.h"
 
 #include <QList>
 #include <QStringList>

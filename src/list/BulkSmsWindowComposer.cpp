@@ -3,12 +3,12 @@
 #include "BulkSmsWindow.h"
 
 #include "Fill_Msg_In_List.h"
-#include "text/NumberRules.h"
 #include "Send_Msg_Info.h"
 #include "Update_Sel_Num_SMS.h"
 #include "core/AppState.h"
 #include "core/Clock.h"
 #include "core/Operator.h"
+#include "text/NumberRules.h"
 
 void BulkSmsWindow::setComposerText(const QString& text) {
     if (text == m_composerText)
@@ -88,8 +88,8 @@ void BulkSmsWindow::Update_Sel_Msgs_Btn() {
         return;
     }
     if (m_selectedRows.isEmpty()) {
-        op().Show_MessageBox(
-            QStringLiteral("Please select at least one record from the phone numbers-messages list to continue."));
+        op().Show_MessageBox(QStringLiteral(
+            "Please select at least one record from the phone numbers-messages list to continue."));
         return;
     }
     Update_Sel_Num_SMS dialog(*this);

@@ -3,7 +3,8 @@
 #include "BulkSmsWindow.h"
 #include "core/Operator.h"
 
-Fill_Msg_In_List::Fill_Msg_In_List(BulkSmsWindow& window, QObject* parent) : DialogController(parent), m_window(window) {}
+Fill_Msg_In_List::Fill_Msg_In_List(BulkSmsWindow& window, QObject* parent)
+    : DialogController(parent), m_window(window) {}
 
 void Fill_Msg_In_List::setChoice(Choice choice) {
     m_choice = choice;
@@ -16,8 +17,9 @@ void Fill_Msg_In_List::OKPressed() {
     const QString message = m_window.currentMessage();
     switch (m_choice) {
     case Choice::All:
-        if (!op.Show_YES_NO_MessageBox(QStringLiteral("This action will copy the message of composer box to all "
-                                                      "numbers in the list.\n\nDo you want to continue?")))
+        if (!op.Show_YES_NO_MessageBox(
+                QStringLiteral("This action will copy the message of composer box to all "
+                               "numbers in the list.\n\nDo you want to continue?")))
             return;
         for (int row = 0; row < list.size(); ++row)
             m_window.replaceMessage(row, message);
@@ -41,7 +43,8 @@ void Fill_Msg_In_List::OKPressed() {
             if (list.at(row).value(kMessageKey).isEmpty())
                 blanks << row;
         if (blanks.isEmpty()) {
-            op.Show_MessageBox(QStringLiteral("There is no blank message in the phone numbers-messages list."));
+            op.Show_MessageBox(
+                QStringLiteral("There is no blank message in the phone numbers-messages list."));
             return;
         }
         if (!op.Show_YES_NO_MessageBox(QStringLiteral(

@@ -16,9 +16,10 @@ QString format_skip_exclude_str() {
     const QString rule = QStringLiteral("==========================");
     return QStringLiteral("No contacts have been imported to the list.") + QStringLiteral("\n\n\n") +
            QStringLiteral("Here is the summary:\n\n") + rule + QStringLiteral("\n") +
-           QStringLiteral("Total readable records = ") + QString::number(TOT_PROC.load()) + QStringLiteral("\n\n") +
-           QStringLiteral("Valid numbers = ") + QString::number(TOT.load()) + QStringLiteral("\n\n") +
-           QStringLiteral("Skipped due to user settings = ") + QString::number(SKPD.load()) + QStringLiteral("\n\n") +
-           QStringLiteral("Excluded due to user settings = ") + QString::number(EXLD.load()) + QStringLiteral("\n") +
-           rule + QStringLiteral("\n");
+           QStringLiteral("Total readable records = ") + QString::number(TOT_PROC.load()) +
+           QStringLiteral("\n\n") + QStringLiteral("Valid numbers = ") + QString::number(TOT.load()) +
+           QStringLiteral("\n\n") + QStringLiteral("Skipped due to user settings = ") +
+           QString::number(SKPD.load()) + QStringLiteral("\n\n") +
+           QStringLiteral("Excluded due to user settings = ") + QString::number(EXLD.load()) +
+           QStringLiteral("\n") + rule + QStringLiteral("\n");
 }

@@ -4,10 +4,10 @@
 #include "LoadCounters.h"
 #include "NumberCandidates.h"
 #include "NumberLoader.h"
-#include "text/NumberRules.h"
 #include "core/Log.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
+#include "text/NumberRules.h"
 
 namespace {
 // Lone surrogates cannot be written as UTF-8: such text did not come from a real source.

@@ -10,7 +10,8 @@ inline const QString kMessageKey = QStringLiteral("Message");
 
 class NumberList : public RecordTable {
 public:
-    explicit NumberList(QStringList columns, QObject* parent = nullptr) : RecordTable(std::move(columns), parent) {}
+    explicit NumberList(QStringList columns, QObject* parent = nullptr)
+        : RecordTable(std::move(columns), parent) {}
 
     bool containsNumber(const QString& number) const { return m_index.contains(number); }
 

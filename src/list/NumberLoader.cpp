@@ -5,13 +5,13 @@
 #include "Load_Num_Info.h"
 #include "Manually_Add_Num.h"
 #include "NumberCandidates.h"
-#include "text/NumberRules.h"
-#include "text/RtfConverter.h"
 #include "SpreadsheetLoads.h"
-#include "text/TextFileDecoder.h"
 #include "core/Log.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
+#include "text/NumberRules.h"
+#include "text/RtfConverter.h"
+#include "text/TextFileDecoder.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -232,9 +232,5 @@ namespace {
 std::atomic<SpreadsheetLoads*> g_spreadsheetLoads{nullptr};
 }
 
-void SpreadsheetLoads::install(SpreadsheetLoads* loads) {
-    g_spreadsheetLoads = loads;
-}
-SpreadsheetLoads* SpreadsheetLoads::installed() {
-    return g_spreadsheetLoads;
-}
+void SpreadsheetLoads::install(SpreadsheetLoads* loads) { g_spreadsheetLoads = loads; }
+SpreadsheetLoads* SpreadsheetLoads::installed() { return g_spreadsheetLoads; }

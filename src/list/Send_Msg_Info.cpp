@@ -2,7 +2,8 @@
 
 #include "BulkSmsWindow.h"
 
-Send_Msg_Info::Send_Msg_Info(BulkSmsWindow& window, QObject* parent) : DialogController(parent), m_window(window) {}
+Send_Msg_Info::Send_Msg_Info(BulkSmsWindow& window, QObject* parent)
+    : DialogController(parent), m_window(window) {}
 
 void Send_Msg_Info::setChoice(Choice choice) {
     m_choice = choice;

@@ -1,9 +1,9 @@
 #include "Update_Num_SMS.h"
 
 #include "BulkSmsWindow.h"
-#include "text/NumberRules.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
+#include "text/NumberRules.h"
 
 Update_Num_SMS::Update_Num_SMS(BulkSmsWindow& window, int row, QObject* parent)
     : DialogController(parent), m_window(window), m_row(row) {

@@ -1,8 +1,8 @@
 #include "Update_Sel_Num_SMS.h"
 
 #include "BulkSmsWindow.h"
-#include "text/NumberRules.h"
 #include "core/Operator.h"
+#include "text/NumberRules.h"
 
 #include "core/MainThread.h"
 
@@ -63,9 +63,10 @@ void Update_Sel_Num_SMS::ApplyPressed() {
         op.Show_MessageBox(QStringLiteral("Please enter some text message."));
         return;
     }
-    if (!op.Show_YES_NO_MessageBox(QStringLiteral("This action will copy the above message to the selected numbers "
-                                                  "in the list. The messages of rest of the numbers remain "
-                                                  "unchanged.\n\nDo you want to continue?")))
+    if (!op.Show_YES_NO_MessageBox(
+            QStringLiteral("This action will copy the above message to the selected numbers "
+                           "in the list. The messages of rest of the numbers remain "
+                           "unchanged.\n\nDo you want to continue?")))
         return;
     for (int row : m_window.selectedRows())
         m_window.replaceMessage(row, m_message);

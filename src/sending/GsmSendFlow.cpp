@@ -16,7 +16,8 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
     try {
         if (sel_port_bsd_str.isEmpty() || port_val_str_array.isEmpty()) {
             op().Show_MessageBox(QStringLiteral(
-                "Either Mobile Device is not connected properly or No Mobile Phone Device is selected.\n\nPlease use "
+                "Either Mobile Device is not connected properly or No Mobile Phone Device is "
+                "selected.\n\nPlease use "
                 "Mobile Phone Connection Wizard for finding device or establishing connection."));
             return;
         }
@@ -39,7 +40,8 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
             return;
         if (Blank_Msg_Chk() &&
             !op().Show_YES_NO_MessageBox(QStringLiteral(
-                "\nYou have composed no text message yet for any of the contacts in the entire list. This action will "
+                "\nYou have composed no text message yet for any of the contacts in the entire list. This "
+                "action will "
                 "send blank message to all the contacts in list.\n\nAre you sure you want to continue?")))
             return;
         if (!Send_Msg_Info_Check())
@@ -89,10 +91,11 @@ void Gsm_Bulk_Sms_Wnd::GSM_Chk_Port_And_Send_Msg() {
     if (chosen != kAllDeviceChoice) {
         if (port_val_str_array.contains(chosen) && !testPort(chosen)) {
             setPleaseWait(false);
-            op().Show_MessageBox(describeDevice(chosen) +
-                                 QStringLiteral("\nDevice is not connected properly or Device is not functioning.\n\n"
-                                                "Please use Mobile Phone Connection Wizard for finding device or "
-                                                "establishing connection."));
+            op().Show_MessageBox(
+                describeDevice(chosen) +
+                QStringLiteral("\nDevice is not connected properly or Device is not functioning.\n\n"
+                               "Please use Mobile Phone Connection Wizard for finding device or "
+                               "establishing connection."));
             return;
         }
     } else {
@@ -111,15 +114,17 @@ void Gsm_Bulk_Sms_Wnd::GSM_Chk_Port_And_Send_Msg() {
         setPleaseWait(false);
         if (failed > 0 && failed < devices &&
             !op().Show_YES_NO_MessageBox(
-                failures + QStringLiteral("\nDevice not connected properly or Device is not functioning.\n\nPlease use "
-                                          "Mobile Phone Connection Wizard for finding device or establishing "
-                                          "connection.\n\nOR\n\nDo you want to continue sending process with other "
-                                          "connected device?")))
+                failures +
+                QStringLiteral("\nDevice not connected properly or Device is not functioning.\n\nPlease use "
+                               "Mobile Phone Connection Wizard for finding device or establishing "
+                               "connection.\n\nOR\n\nDo you want to continue sending process with other "
+                               "connected device?")))
             return;
         if (failed > 0 && failed == devices)
-            op().Show_MessageBox(failures + QStringLiteral("\n All Device not connected properly or Device is not "
-                                                           "functioning.\n\nPlease use Mobile Phone Connection Wizard "
-                                                           "for finding device or establishing connection."));
+            op().Show_MessageBox(failures +
+                                 QStringLiteral("\n All Device not connected properly or Device is not "
+                                                "functioning.\n\nPlease use Mobile Phone Connection Wizard "
+                                                "for finding device or establishing connection."));
     }
     setPleaseWait(false);
 
@@ -127,7 +132,8 @@ void Gsm_Bulk_Sms_Wnd::GSM_Chk_Port_And_Send_Msg() {
         m_sendingPortChoice = m_sendingPorts.value(0);
     } else {
         m_sendingPorts.append(kAllDeviceChoice);
-        m_sendingPortChoice = chosen == kAllDeviceChoice || !m_sendingPorts.contains(chosen) ? kAllDeviceChoice : chosen;
+        m_sendingPortChoice =
+            chosen == kAllDeviceChoice || !m_sendingPorts.contains(chosen) ? kAllDeviceChoice : chosen;
         if (chosen != kAllDeviceChoice && !m_sendingPorts.contains(chosen))
             m_sendingPortChoice = m_sendingPorts.first();
     }

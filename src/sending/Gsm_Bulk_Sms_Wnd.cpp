@@ -3,13 +3,15 @@
 #include "SMS_Sending.h"
 #include "core/AppState.h"
 #include "core/Operator.h"
+#include "gsm/ModemSessionPool.h"
 #include "gsm/windows/GSM_DEV_Conn_Step_Wnd.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"
-#include "gsm/ModemSessionPool.h"
 
 Gsm_Bulk_Sms_Wnd::Gsm_Bulk_Sms_Wnd(Operator& op, QObject* parent) : BulkSmsWindow(Kind::Gsm, op, parent) {
     // Text mode sets a port's default service centre back after a custom one: from its record.
-    const auto defaultSmsc = [this](const QString& path) { return deviceDetail(path, QStringLiteral("DefSMSC")); };
+    const auto defaultSmsc = [this](const QString& path) {
+        return deviceDetail(path, QStringLiteral("DefSMSC"));
+    };
     for (MFCSMS* session : mfc_sms_obj_arr)
         session->setDefaultSmscLookup(defaultSmsc);
     mfc_sms_obj.setDefaultSmscLookup(defaultSmsc);

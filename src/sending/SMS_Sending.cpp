@@ -16,16 +16,21 @@
 using namespace std::chrono_literals;
 
 namespace {
-const QString kNotice = QStringLiteral(
-    "Please do not operate your mobile device while message sending process is going on. Operating the mobile "
-    "device functions during the messaging process may interrupt the execution and may result errors in process.");
+const QString kNotice = QStringLiteral("Please do not operate your mobile device while message sending "
+                                       "process is going on. Operating the mobile "
+                                       "device functions during the messaging process may interrupt the "
+                                       "execution and may result errors in process.");
 const QStringList kItemColumns = {"Number", "Message", "Current Status", "Status", "Use Port"};
 
 Record recordOf(const SendingItem& item) {
-    return Record{{"Number", item.number},        {"Message", item.message},
-                  {"Use Port", item.usePort},     {"Use Status", item.useStatus},
-                  {"Current Status", item.currentStatus}, {"Status", item.status},
-                  {"Retry", "0"},                 {"Sent item", "0"}};
+    return Record{{"Number", item.number},
+                  {"Message", item.message},
+                  {"Use Port", item.usePort},
+                  {"Use Status", item.useStatus},
+                  {"Current Status", item.currentStatus},
+                  {"Status", item.status},
+                  {"Retry", "0"},
+                  {"Sent item", "0"}};
 }
 } // namespace
 
@@ -124,7 +129,8 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
             return;
         m_op.runModal(*this);
     } catch (const std::exception& e) {
-        Show_NSLog_Message(QStringLiteral("sms sending Open_SMS_Sending_Dialog exception \n") + QString::fromUtf8(e.what()));
+        Show_NSLog_Message(QStringLiteral("sms sending Open_SMS_Sending_Dialog exception \n") +
+                           QString::fromUtf8(e.what()));
     }
 }
 
@@ -205,7 +211,10 @@ void SMS_Sending::Show_curr_msg_count(int total, int current) {
         return;
     current = qBound(1, current, total);
     const int percent = current * 100 / total;
-    m_progressText = QStringLiteral("%1 / %2 Message or %3%").arg(current).arg(total).arg(QString::number(percent, 'f', 2));
+    m_progressText = QStringLiteral("%1 / %2 Message or %3%")
+                         .arg(current)
+                         .arg(total)
+                         .arg(QString::number(percent, 'f', 2));
     m_overallValue = current;
     emit changed();
     if (current == total && !Check_Current_Running_Status())
@@ -246,8 +255,9 @@ void SMS_Sending::endPause() {
 }
 
 void SMS_Sending::stop_SMS_Sending(const QString& closeWindow) {
-    if (!m_op.Show_YES_NO_MessageBox(QStringLiteral("\nTerminating the current process will stop sending text messages "
-                                                    "to the remaining contact. Are you sure you want to continue?"))) {
+    if (!m_op.Show_YES_NO_MessageBox(
+            QStringLiteral("\nTerminating the current process will stop sending text messages "
+                           "to the remaining contact. Are you sure you want to continue?"))) {
         m_dlgClose = false;
         return;
     }

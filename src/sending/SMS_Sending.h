@@ -92,8 +92,8 @@ private:
     void endPause();
 
     void showItem(int index, const SendingItem& item, bool counted);
-    void ui(std::function<void()> change);      // on the main thread, without waiting
-    void uiWait(std::function<void()> change);  // on the main thread, waiting
+    void ui(std::function<void()> change);     // on the main thread, without waiting
+    void uiWait(std::function<void()> change); // on the main thread, waiting
     void spawn(std::function<void()> body);
     void joinThreads();
 
@@ -124,5 +124,6 @@ private:
 };
 
 inline const QString kFinish = QStringLiteral("Finish.");
-inline const QString kPopulating = QStringLiteral("Populating Phone Numbers and Message List, Please wait...");
+inline const QString kPopulating =
+    QStringLiteral("Populating Phone Numbers and Message List, Please wait...");
 inline const QString kSendingTitle = QStringLiteral("Sending Messages, Please wait...");

@@ -21,7 +21,8 @@ void SMS_Sending::releaseRun(int portMode) {
         m_activityValue = 100;
     });
     if (portMode == 0)
-        m_op.Show_MessageBox(QStringLiteral("Selected device is not working properly.Could not initialize device.\n"));
+        m_op.Show_MessageBox(
+            QStringLiteral("Selected device is not working properly.Could not initialize device.\n"));
     Mark_Stopped_On_Curr_port_Th();
 }
 
@@ -79,9 +80,10 @@ void SMS_Sending::Wait_to_finish_Th() {
         m_activityVisible = false;
         m_overallValue = m_items.size();
         m_statusLine = kFinish;
-        m_notice = QStringLiteral("Sending Process, Finished.\n\nPlease do not operate your mobile device while message "
-                                  "sending process is going on. Operating the mobile device functions during the "
-                                  "messaging process may interrupt the execution and may result errors in process.");
+        m_notice = QStringLiteral(
+            "Sending Process, Finished.\n\nPlease do not operate your mobile device while message "
+            "sending process is going on. Operating the mobile device functions during the "
+            "messaging process may interrupt the execution and may result errors in process.");
         m_title = QStringLiteral("Sending Process, Finished.");
         m_closeEnabled = true;
     });

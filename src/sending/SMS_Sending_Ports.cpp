@@ -9,12 +9,12 @@
 #include "core/Log.h"
 #include "core/Operator.h"
 #include "core/SendingFlags.h"
+#include "delivery/DelayedDeliveryPause.h"
 #include "gsm/MFCSMS.h"
 #include "gsm/ModemSessionPool.h"
-#include "delivery/DelayedDeliveryPause.h"
-#include "text/NumberRules.h"
 #include "stores/SentItemFile.h"
 #include "stores/TemplateFile.h"
+#include "text/NumberRules.h"
 
 using namespace std::chrono_literals;
 
@@ -135,22 +135,23 @@ void SMS_Sending::Send_To_All_SMS_Func(PortJob job) {
         DelayedDeliveryPause pause(
             options.schedule, m_pause, msg_cnt,
             {[this] { ui([] {}); },
-             [this](bool visible) {
-                 ui([this, visible] { m_progressTextVisible = visible; });
-             },
+             [this](bool visible) { ui([this, visible] { m_progressTextVisible = visible; }); },
              [this] { m_activity.stop(); }, [this] { m_activity.startTimerThread(); },
              [this] { ui([this] { m_activityValue = 0; }); }});
         const auto excluded = [this, &options](const QString& number) {
             return options.exclusion && m_window.Check_Exclusion_Number(number);
         };
-        const auto finishedOnTheWay = [this](const SendingItems::Claim& c) { showItem(c.index, c.item, true); };
+        const auto finishedOnTheWay = [this](const SendingItems::Claim& c) {
+            showItem(c.index, c.item, true);
+        };
 
         while (m_items.anyWaitingOrSending() && !Stop_SMS_Sending_Now && !failed) {
             if (Pause_Timer_Running) {
                 Clock::sleep(1s);
                 continue;
             }
-            const auto claim = m_items.claimNext(job.portName, options.skipDuplicates, excluded, finishedOnTheWay);
+            const auto claim =
+                m_items.claimNext(job.portName, options.skipDuplicates, excluded, finishedOnTheWay);
             if (!claim)
                 break; // every item is taken; the other ports finish theirs
             showItem(claim->index, claim->item, false);
@@ -163,11 +164,12 @@ void SMS_Sending::Send_To_All_SMS_Func(PortJob job) {
                 status = QStringLiteral("Error : +CMS ERROR: 500.");
             } else {
                 try {
-                    ok = job.mode == 2 ? session.Send_Text_SMS(job.fd, claim->item.number, message, job.smsc,
-                                                               options.flash, options.unicode, job.portName, status,
-                                                               capability)
-                                       : session.Send_PDU_SMS(job.fd, claim->item.number, message, job.smsc,
-                                                              options.flash, options.unicode, status, capability);
+                    ok = job.mode == 2
+                             ? session.Send_Text_SMS(job.fd, claim->item.number, message, job.smsc,
+                                                     options.flash, options.unicode, job.portName, status,
+                                                     capability)
+                             : session.Send_PDU_SMS(job.fd, claim->item.number, message, job.smsc,
+                                                    options.flash, options.unicode, status, capability);
                 } catch (const std::exception& e) {
                     Show_NSLog_Message(QStringLiteral("send to all sms function"));
                     Show_NSLog_Message(QString::fromUtf8(e.what()));

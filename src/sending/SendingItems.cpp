@@ -34,9 +34,10 @@ QList<SendingItem> SendingItems::all() const {
     return m_items;
 }
 
-std::optional<SendingItems::Claim> SendingItems::claimNext(const QString& portName, bool skipDuplicates,
-                                                           const std::function<bool(const QString&)>& isExcluded,
-                                                           const std::function<void(const Claim&)>& finishedOnTheWay) {
+std::optional<SendingItems::Claim>
+SendingItems::claimNext(const QString& portName, bool skipDuplicates,
+                        const std::function<bool(const QString&)>& isExcluded,
+                        const std::function<void(const Claim&)>& finishedOnTheWay) {
     std::unique_lock lock(m_mutex);
     for (; m_cursor < m_items.size(); ++m_cursor) {
         SendingItem& item = m_items[m_cursor];
@@ -67,7 +68,8 @@ std::optional<SendingItems::Claim> SendingItems::claimNext(const QString& portNa
     return std::nullopt;
 }
 
-bool SendingItems::finish(int index, const QString& status, const QString& useStatus, const QString& currentStatus) {
+bool SendingItems::finish(int index, const QString& status, const QString& useStatus,
+                          const QString& currentStatus) {
     std::lock_guard lock(m_mutex);
     if (index < 0 || index >= m_items.size())
         return false;

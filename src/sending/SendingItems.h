@@ -58,8 +58,8 @@ public:
     QList<int> markStopped();
 
     int finishedCount() const;
-    bool anyWaiting() const;             // an item still waits for a port
-    bool anyWaitingOrSending() const;    // work is left
+    bool anyWaiting() const;          // an item still waits for a port
+    bool anyWaitingOrSending() const; // work is left
     bool allFinished() const;
 
 private:

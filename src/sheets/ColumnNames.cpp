@@ -8,16 +8,12 @@ QString Get_Column_Char_Str(const QString& reference) {
     return reference;
 }
 
-int Asc_Val(const QString& s) {
-    return s.isEmpty() ? 0 : (s.at(0).unicode() & 0xFF);
-}
+int Asc_Val(const QString& s) { return s.isEmpty() ? 0 : (s.at(0).unicode() & 0xFF); }
 
 int Get_Col_index(const QString& letters, int base) {
     switch (letters.size()) {
-    case 1:
-        return Asc_Val(letters) - base;
-    case 2:
-        return (Asc_Val(letters) - 64) * 26 + Asc_Val(letters.mid(1)) - base;
+    case 1: return Asc_Val(letters) - base;
+    case 2: return (Asc_Val(letters) - 64) * 26 + Asc_Val(letters.mid(1)) - base;
     case 3: {
         // Beyond ZZ: only proper capital letters, so a hostile reference cannot make a
         // row wider than the widest sheet (XFD, 16,384 columns).
@@ -29,8 +25,7 @@ int Get_Col_index(const QString& letters, int base) {
                            letters.at(2).unicode() - 64;
         return number > 16384 ? -1 : number - (base - 64);
     }
-    default:
-        return -1;
+    default: return -1;
     }
 }
 

@@ -33,10 +33,12 @@ double leadingNumber(const QString& text) {
 bool hasDateOrTimeLetter(const QString& pattern) {
     for (const QChar c : pattern) {
         switch (c.toLower().unicode()) {
-        case u'd': case u'm': case u'y': case u's': case u'h':
-            return true;
-        default:
-            break;
+        case u'd':
+        case u'm':
+        case u'y':
+        case u's':
+        case u'h': return true;
+        default: break;
         }
     }
     return false;
@@ -86,7 +88,8 @@ icu::SimpleDateFormat* ExcelDateFormatter::formatterFor(const QString& pattern) 
     if (it != m_formatters.end())
         return it->get();
     UErrorCode status = U_ZERO_ERROR;
-    auto formatter = std::make_shared<icu::SimpleDateFormat>(toIcu(pattern), icu::Locale::getDefault(), status);
+    auto formatter =
+        std::make_shared<icu::SimpleDateFormat>(toIcu(pattern), icu::Locale::getDefault(), status);
     if (U_FAILURE(status))
         formatter.reset();
     m_formatters.insert(pattern, formatter);
@@ -124,7 +127,8 @@ QString ExcelDateFormatter::format(const QString& text, const QString& pattern) 
     m_utc->setTime(instant, status);
     const int32_t utcYear = m_utc->get(UCAL_YEAR, status);
     if (U_SUCCESS(status) && (utcYear == 1899 || utcYear == 1900))
-        output = pattern.isEmpty() ? QStringLiteral("hh:mm:ss a") : pattern; // a pure time shows only its time
+        output =
+            pattern.isEmpty() ? QStringLiteral("hh:mm:ss a") : pattern; // a pure time shows only its time
 
     icu::SimpleDateFormat* formatter = formatterFor(output);
     if (!formatter)

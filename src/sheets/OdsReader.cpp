@@ -22,7 +22,8 @@ SpreadsheetData OdsReader::readContent(const QString& contentLocation) {
             times = std::clamp<qint64>(times, 0, kMaxRowCells - values.size());
             total += times;
             if (total > kMaxCells) {
-                Show_NSLog_Message(QStringLiteral("Error: more than %1 cells in %2").arg(kMaxCells).arg(contentLocation));
+                Show_NSLog_Message(
+                    QStringLiteral("Error: more than %1 cells in %2").arg(kMaxCells).arg(contentLocation));
                 return {};
             }
             for (qint64 i = 0; i < times; ++i)

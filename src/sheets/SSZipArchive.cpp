@@ -39,7 +39,8 @@ bool isSafeEntryName(const QString& name) {
     if (name.isEmpty() || name.startsWith(QLatin1Char('/')) || name.contains(QChar(0)))
         return false;
     const QStringList parts = name.split(QLatin1Char('/'));
-    return std::none_of(parts.begin(), parts.end(), [](const QString& p) { return p == QLatin1String(".."); });
+    return std::none_of(parts.begin(), parts.end(),
+                        [](const QString& p) { return p == QLatin1String(".."); });
 }
 
 bool pathExists(const QString& path) {
@@ -191,7 +192,8 @@ bool SSZipArchive::unzipFileAtPath(const QString& path, const QString& toDestina
         const bool isFolder = name.endsWith(QLatin1Char('/')) || name.endsWith(QLatin1Char('\\'));
         name.replace(QLatin1Char('\\'), QLatin1Char('/'));
         if (!isSafeEntryName(name)) {
-            report(error, UnsafeEntryName, QStringLiteral("refused zip entry outside the destination: ") + name);
+            report(error, UnsafeEntryName,
+                   QStringLiteral("refused zip entry outside the destination: ") + name);
             unzCloseCurrentFile(zip);
             success = false;
             break;
@@ -202,10 +204,12 @@ bool SSZipArchive::unzipFileAtPath(const QString& path, const QString& toDestina
 
         if (!pathExists(target) || isFolder || overwrite) {
             budget.startEntry(qint64(info.compressed_size));
-            const CopyOutcome outcome = isFolder && isRegularFolder(target) ? CopyOutcome::NotWritten
-                                                                             : copyEntryTo(zip, target, budget);
+            const CopyOutcome outcome = isFolder && isRegularFolder(target)
+                                            ? CopyOutcome::NotWritten
+                                            : copyEntryTo(zip, target, budget);
             if (outcome == CopyOutcome::OverBudget) {
-                report(error, SizeLimitExceeded, QStringLiteral("zip entry inflates beyond the size limit: ") + name);
+                report(error, SizeLimitExceeded,
+                       QStringLiteral("zip entry inflates beyond the size limit: ") + name);
                 success = false;
             } else if (outcome == CopyOutcome::ReadFailed) {
                 report(error, EntryReadFailed, QStringLiteral("failed to read zip entry: ") + name);
@@ -264,8 +268,8 @@ bool SSZipArchive::writeFile(const QString& relativeName, const QString& basePat
         return addFileEntry(relativeName, fullPath);
 
     // Byte-wise name order, so packing the same tree twice gives the same archive.
-    QStringList children = QDir(fullPath).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden |
-                                                    QDir::System, QDir::Unsorted);
+    QStringList children = QDir(fullPath).entryList(
+        QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System, QDir::Unsorted);
     std::sort(children.begin(), children.end(),
               [](const QString& a, const QString& b) { return a.toUtf8() < b.toUtf8(); });
     if (children.isEmpty())
@@ -333,6 +337,4 @@ void SSZipArchive::zipInfo(zip_fileinfo* info, const QDateTime& setDate) {
     info->tmz_date.tm_year = uInt(local.date().year());
 }
 
-QDateTime SSZipArchive::_dateFor1980() {
-    return QDateTime(QDate(1980, 1, 1), QTime(0, 0, 0), Qt::LocalTime);
-}
+QDateTime SSZipArchive::_dateFor1980() { return QDateTime(QDate(1980, 1, 1), QTime(0, 0, 0), Qt::LocalTime); }

@@ -27,8 +27,8 @@ inline const QString kSSZipArchiveErrorDomain = QStringLiteral("SSZipArchiveErro
 // The ratio only applies past that floor because small, repetitive parts (styles) easily
 // compress a hundredfold.
 struct SSZipLimits {
-    qint64 maxEntryBytes = qint64(512) << 20;     // 512 MiB per entry
-    qint64 maxTotalBytes = qint64(1024) << 20;    // 1 GiB per archive
+    qint64 maxEntryBytes = qint64(512) << 20;      // 512 MiB per entry
+    qint64 maxTotalBytes = qint64(1024) << 20;     // 1 GiB per archive
     qint64 ratioCheckFromBytes = qint64(16) << 20; // 16 MiB
     qint64 maxRatio = 500;
 };

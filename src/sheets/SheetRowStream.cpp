@@ -27,7 +27,8 @@ void recordError(void* context, xmlErrorPtr error) {
 
 } // namespace
 
-bool SheetRowStream::read(const QString& location, const RowVisitor& visitor, std::optional<QString>* dimensionRef) {
+bool SheetRowStream::read(const QString& location, const RowVisitor& visitor,
+                          std::optional<QString>* dimensionRef) {
     if (!QFileInfo(location).isFile()) {
         Show_NSLog_Message(QStringLiteral("Error: missing part %1").arg(location));
         return false;
@@ -82,8 +83,9 @@ bool SheetRowStream::read(const QString& location, const RowVisitor& visitor, st
         status = xmlTextReaderRead(r);
     }
     if (status < 0 || !anyNode) {
-        Show_NSLog_Message(QStringLiteral("Error: %1 (%2)")
-                               .arg(firstError.isEmpty() ? QStringLiteral("cannot parse") : firstError, location));
+        Show_NSLog_Message(
+            QStringLiteral("Error: %1 (%2)")
+                .arg(firstError.isEmpty() ? QStringLiteral("cannot parse") : firstError, location));
         return anyNode;
     }
     return true;

@@ -17,5 +17,6 @@ public:
     // Reads the part leniently (no network, no DTD, no entity substitution). False when the
     // part could not be read at all; the reason is logged as "Error: ...". A part that
     // breaks off midway keeps the rows before the break (the reason is logged too).
-    static bool read(const QString& location, const RowVisitor& visitor, std::optional<QString>* dimensionRef = nullptr);
+    static bool read(const QString& location, const RowVisitor& visitor,
+                     std::optional<QString>* dimensionRef = nullptr);
 };

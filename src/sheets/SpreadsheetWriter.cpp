@@ -3,10 +3,10 @@
 #include "ColumnNames.h"
 #include "OdsReader.h"
 #include "SSZipArchive.h"
-#include "Xml2003Reader.h"
 #include "XlsxPartsWriter.h"
 #include "XlsxSheetReader.h"
 #include "XlsxWorkbookParts.h"
+#include "Xml2003Reader.h"
 #include "core/DataFolder.h"
 #include "core/Log.h"
 
@@ -40,7 +40,8 @@ SpreadsheetWriter::SpreadsheetWriter() : m_workDir(QDir::tempPath() + QStringLit
     if (m_workDir.isValid())
         tmpDir = m_workDir.path();
     else
-        Show_NSLog_Message(QStringLiteral("Error: cannot create the spreadsheet working folder: %1").arg(m_workDir.errorString()));
+        Show_NSLog_Message(QStringLiteral("Error: cannot create the spreadsheet working folder: %1")
+                               .arg(m_workDir.errorString()));
 }
 
 SpreadsheetWriter& SpreadsheetWriter::shared() {
@@ -60,7 +61,8 @@ bool SpreadsheetWriter::clearWorkingFolder() const {
         return false;
     QDir folder(tmpDir);
     bool ok = true;
-    for (const QFileInfo& item : folder.entryInfoList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System)) {
+    for (const QFileInfo& item :
+         folder.entryInfoList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System)) {
         if (item.isDir() && !item.isSymLink())
             ok = QDir(item.filePath()).removeRecursively() && ok;
         else
@@ -141,9 +143,7 @@ SpreadsheetData SpreadsheetWriter::ReadWorksheetXML2004(const QString& location)
 
 // ---- writing ----
 
-QString SpreadsheetWriter::ColumnIndexToName(int column) {
-    return columnLettersFromNumber(column);
-}
+QString SpreadsheetWriter::ColumnIndexToName(int column) { return columnLettersFromNumber(column); }
 
 bool SpreadsheetWriter::WriteWorksheetData(const QString& location) {
     sharedStrings.clear();
@@ -160,7 +160,8 @@ bool SpreadsheetWriter::WriteSharedStringsXML(const QString& location) {
     return false;
 }
 
-bool SpreadsheetWriter::WriteWorkbook(const QString& location, const SpreadsheetData& withData, bool hasTitleRow) {
+bool SpreadsheetWriter::WriteWorkbook(const QString& location, const SpreadsheetData& withData,
+                                      bool hasTitleRow) {
     Q_UNUSED(hasTitleRow)
     SpreadsheetWriter& self = shared();
     self.data = withData;
@@ -171,8 +172,10 @@ bool SpreadsheetWriter::WriteWorkbook(const QString& location, const Spreadsheet
     self.WriteWorksheetData(self.tmpDir + QStringLiteral("/xl/worksheets/sheet1.xml"));
     self.WriteSharedStringsXML(self.tmpDir + QStringLiteral("/xl/sharedStrings.xml"));
 
-    QStringList items = QDir(self.tmpDir).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden, QDir::Unsorted);
-    std::sort(items.begin(), items.end(), [](const QString& a, const QString& b) { return a.toUtf8() < b.toUtf8(); });
+    QStringList items =
+        QDir(self.tmpDir).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden, QDir::Unsorted);
+    std::sort(items.begin(), items.end(),
+              [](const QString& a, const QString& b) { return a.toUtf8() < b.toUtf8(); });
     for (QString& item : items)
         item.prepend(self.tmpDir + QLatin1Char('/'));
     return SSZipArchive::createZipFileAtPath(location, items);

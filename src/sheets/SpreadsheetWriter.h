@@ -49,10 +49,10 @@ public:
     // Working folder; empty when it could not be created (every operation then fails).
     QString tmpDir;
     QStringList sharedStrings;
-    QStringList Styles;                          // numFmtId of each cell format, in order
+    QStringList Styles;                             // numFmtId of each cell format, in order
     QList<QPair<QString, QString>> Styles_Fmt_Code; // (numFmtId, formatCode) of custom formats
     SpreadsheetData data;
-    bool date1904 = false;                       // the workbook counts days from 1904
+    bool date1904 = false; // the workbook counts days from 1904
 
     // Called when a generated part cannot be written (the UI makes it beep).
     static void (*writeFailureBeep)();

@@ -67,15 +67,14 @@ private:
     bool m_ok = false;
 };
 
-bool hasOuterSpace(const QString& s) {
-    return !s.isEmpty() && (s.front().isSpace() || s.back().isSpace());
-}
+bool hasOuterSpace(const QString& s) { return !s.isEmpty() && (s.front().isSpace() || s.back().isSpace()); }
 
 } // namespace
 
 bool writeWorksheetPart(const QString& location, const SpreadsheetData& data, QStringList& sharedStrings) {
     const qsizetype columns = data.isEmpty() ? 0 : data.first().size();
-    const QByteArray lastCell = (columnLettersFromNumber(int(columns)) + QString::number(data.size())).toLatin1();
+    const QByteArray lastCell =
+        (columnLettersFromNumber(int(columns)) + QString::number(data.size())).toLatin1();
 
     PartWriter w(location);
     w.start("worksheet");

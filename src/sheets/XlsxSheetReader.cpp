@@ -83,22 +83,26 @@ SpreadsheetData XlsxSheetReader::readHeader(const QString& location, qint32& col
     QList<QPair<int, QString>> firstRow;
     bool anyRow = false;
     int widest = 0;
-    const bool readable = SheetRowStream::read(location, [&](const xmlNode* row) {
-        CellColumns cellColumns;
-        for (const xmlNode* cell : cellsOf(row)) {
-            const int index = cellColumns.next(cell);
-            widest = std::max(widest, index + 1);
-            if (anyRow)
-                continue;
-            const QString value = XmlDocument::attribute(cell, "t") == QLatin1String("s")
-                                      ? sharedString(XmlDocument::wholeText(XmlDocument::firstChildElement(cell)))
-                                      : decodeXlsxEscapes(XmlDocument::wholeText(cell));
-            if (!value.isEmpty())
-                firstRow.append({index, value});
-        }
-        anyRow = true;
-        return true;
-    }, &dimension);
+    const bool readable = SheetRowStream::read(
+        location,
+        [&](const xmlNode* row) {
+            CellColumns cellColumns;
+            for (const xmlNode* cell : cellsOf(row)) {
+                const int index = cellColumns.next(cell);
+                widest = std::max(widest, index + 1);
+                if (anyRow)
+                    continue;
+                const QString value =
+                    XmlDocument::attribute(cell, "t") == QLatin1String("s")
+                        ? sharedString(XmlDocument::wholeText(XmlDocument::firstChildElement(cell)))
+                        : decodeXlsxEscapes(XmlDocument::wholeText(cell));
+                if (!value.isEmpty())
+                    firstRow.append({index, value});
+            }
+            anyRow = true;
+            return true;
+        },
+        &dimension);
     if (!readable)
         return {};
 
@@ -112,7 +116,9 @@ SpreadsheetData XlsxSheetReader::readHeader(const QString& location, qint32& col
         header.append(QStringLiteral("Untitled Column %1").arg(i));
     for (const auto& [index, value] : firstRow) {
         if (index < 0 || index >= columns) {
-            Show_NSLog_Message(QStringLiteral("Error: header cell outside the sheet's %1 columns (%2)").arg(columns).arg(location));
+            Show_NSLog_Message(QStringLiteral("Error: header cell outside the sheet's %1 columns (%2)")
+                                   .arg(columns)
+                                   .arg(location));
             return {};
         }
         header[index] = value;
@@ -120,13 +126,15 @@ SpreadsheetData XlsxSheetReader::readHeader(const QString& location, qint32& col
     return {header};
 }
 
-QString XlsxSheetReader::cellValue(const xmlNode* cell, ExcelDateFormatter& dates, QHash<int, QString>& patterns) const {
+QString XlsxSheetReader::cellValue(const xmlNode* cell, ExcelDateFormatter& dates,
+                                   QHash<int, QString>& patterns) const {
     const QString type = XmlDocument::attribute(cell, "t");
     if (type == QLatin1String("s"))
         return sharedString(XmlDocument::wholeText(XmlDocument::firstChildElement(cell)));
     if (type == QLatin1String("b"))
-        return leadingInteger(XmlDocument::wholeText(XmlDocument::firstChildElement(cell))) == 1 ? QStringLiteral("true")
-                                                                                                : QStringLiteral("false");
+        return leadingInteger(XmlDocument::wholeText(XmlDocument::firstChildElement(cell))) == 1
+                   ? QStringLiteral("true")
+                   : QStringLiteral("false");
     QString value = XmlDocument::wholeText(cell);
     if (type == QLatin1String("inlineStr") || type == QLatin1String("str"))
         value = decodeXlsxEscapes(value);
@@ -136,7 +144,8 @@ QString XlsxSheetReader::cellValue(const xmlNode* cell, ExcelDateFormatter& date
     const bool general = !XmlDocument::hasAttribute(cell, "s") && m_tables.styles.isEmpty();
     const qint64 style = leadingInteger(XmlDocument::attribute(cell, "s"));
     if (!general && (style < 0 || style >= m_tables.styles.size()))
-        throw ReadFailure{QStringLiteral("style %1 outside the %2 cell formats").arg(style).arg(m_tables.styles.size())};
+        throw ReadFailure{
+            QStringLiteral("style %1 outside the %2 cell formats").arg(style).arg(m_tables.styles.size())};
     const int formatId = general ? 0 : int(leadingInteger(m_tables.styles.at(style)));
     if (!isDateFormatId(formatId))
         return value;
@@ -155,7 +164,9 @@ SpreadsheetData XlsxSheetReader::readAll(const QString& location, qint32 columns
     std::optional<ReadFailure> failure;
     SheetRowStream::read(location, [&](const xmlNode* row) {
         if (qint64(result.size() + 1) * emptyRow.size() > kMaxCells) {
-            failure = ReadFailure{QStringLiteral("sheet of more than %1 rows of %2 columns is too large").arg(result.size()).arg(columns)};
+            failure = ReadFailure{QStringLiteral("sheet of more than %1 rows of %2 columns is too large")
+                                      .arg(result.size())
+                                      .arg(columns)};
             return false;
         }
         QStringList values = emptyRow;
@@ -167,7 +178,9 @@ SpreadsheetData XlsxSheetReader::readAll(const QString& location, qint32 columns
                 if (value.isEmpty())
                     continue;
                 if (index < 0 || index >= values.size())
-                    throw ReadFailure{QStringLiteral("cell in column %1 outside the sheet's %2 columns").arg(index + 1).arg(columns)};
+                    throw ReadFailure{QStringLiteral("cell in column %1 outside the sheet's %2 columns")
+                                          .arg(index + 1)
+                                          .arg(columns)};
                 values[index] = value;
             }
         } catch (const ReadFailure& f) {

@@ -35,7 +35,8 @@ bool xmlCanCarry(char16_t u) {
 }
 
 QString escapeOf(char16_t u) {
-    return QStringLiteral("_x%1_").arg(QString::number(uint(u), 16).toUpper().rightJustified(4, QLatin1Char('0')));
+    return QStringLiteral("_x%1_").arg(
+        QString::number(uint(u), 16).toUpper().rightJustified(4, QLatin1Char('0')));
 }
 
 } // namespace
@@ -63,8 +64,9 @@ QString encodeXlsxEscapes(const QString& text) {
     out.reserve(text.size());
     for (qsizetype i = 0; i < text.size(); ++i) {
         const QChar c = text.at(i);
-        const bool pairedSurrogate = (c.isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate()) ||
-                                     (c.isLowSurrogate() && i > 0 && text.at(i - 1).isHighSurrogate());
+        const bool pairedSurrogate =
+            (c.isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate()) ||
+            (c.isLowSurrogate() && i > 0 && text.at(i - 1).isHighSurrogate());
         if (escapeAt(text, i) >= 0)
             out.append(QLatin1String("_x005F"));
         if (!xmlCanCarry(c.unicode()) || (c.isSurrogate() && !pairedSurrogate))

@@ -26,7 +26,8 @@ void readStyles(const QString& location, QStringList& styles, QList<QPair<QStrin
     }
     for (const xmlNode* table : doc.select("//numFmts")) {
         for (const xmlNode* format : XmlDocument::childElements(table))
-            formatCodes.append({XmlDocument::attribute(format, "numFmtId"), XmlDocument::attribute(format, "formatCode")});
+            formatCodes.append(
+                {XmlDocument::attribute(format, "numFmtId"), XmlDocument::attribute(format, "formatCode")});
     }
 }
 
@@ -79,8 +80,8 @@ QString locateSheetPart(const QString& root, int sheetNumber) {
     if (target.isEmpty())
         return conventional;
     // Targets are relative to the workbook part's folder, or absolute within the package.
-    const QString resolved = QDir::cleanPath(target.startsWith(QLatin1Char('/')) ? root + target
-                                                                                 : root + QStringLiteral("/xl/") + target);
+    const QString resolved = QDir::cleanPath(
+        target.startsWith(QLatin1Char('/')) ? root + target : root + QStringLiteral("/xl/") + target);
     if (!resolved.startsWith(QDir::cleanPath(root) + QLatin1Char('/')))
         return conventional;
     return resolved;

@@ -33,9 +33,7 @@ void appendText(const xmlNode* node, QByteArray& out) {
             if (child->content)
                 out.append(reinterpret_cast<const char*>(child->content));
             break;
-        case XML_ELEMENT_NODE:
-            appendText(child, out);
-            break;
+        case XML_ELEMENT_NODE: appendText(child, out); break;
         default: // entity references, comments, processing instructions carry no cell text
             break;
         }
@@ -58,8 +56,9 @@ XmlDocument::XmlDocument(const QString& location, Names names) {
     }
     m_doc = xmlCtxtReadFile(context, QFile::encodeName(location).constData(), nullptr, kParseOptions);
     if (!m_doc || !xmlDocGetRootElement(m_doc)) {
-        const QString reason = context->lastError.message ? QString::fromUtf8(context->lastError.message).trimmed()
-                                                          : QStringLiteral("cannot parse");
+        const QString reason = context->lastError.message
+                                   ? QString::fromUtf8(context->lastError.message).trimmed()
+                                   : QStringLiteral("cannot parse");
         Show_NSLog_Message(QStringLiteral("Error: %1 (%2)").arg(reason, location));
         if (m_doc)
             xmlFreeDoc(m_doc);
@@ -75,9 +74,7 @@ XmlDocument::~XmlDocument() {
         xmlFreeDoc(m_doc);
 }
 
-xmlNodePtr XmlDocument::root() const {
-    return m_doc ? xmlDocGetRootElement(m_doc) : nullptr;
-}
+xmlNodePtr XmlDocument::root() const { return m_doc ? xmlDocGetRootElement(m_doc) : nullptr; }
 
 void XmlDocument::registerNamespace(const char* prefix, const char* uri) {
     m_namespaces.append({QByteArray(prefix), QByteArray(uri)});

@@ -12,7 +12,8 @@ constexpr QChar kVt(0x0B);
 } // namespace
 
 QByteArray formatSentItemLine(const SentItem& item) {
-    const QString record = QString(kBel) + item.number + kVt + item.message + kBel + item.date + kVt + item.status;
+    const QString record =
+        QString(kBel) + item.number + kVt + item.message + kBel + item.date + kVt + item.status;
     return (Replace_Sent_Item_and_Template_New_Line_with_Seprator(record) + QLatin1Char('\n')).toUtf8();
 }
 
@@ -27,8 +28,8 @@ QList<SentItem> parseSentItems(const QByteArray& content) {
         const QStringList second = halves.at(2).split(kVt);
         if (first.size() != 2 || second.size() != 2)
             continue;
-        items.append({first.at(0), Replace_Sent_Item_and_Template_Seprator_With_New_Line(first.at(1)), second.at(0),
-                      Replace_Sent_Item_and_Template_Seprator_With_New_Line(second.at(1))});
+        items.append({first.at(0), Replace_Sent_Item_and_Template_Seprator_With_New_Line(first.at(1)),
+                      second.at(0), Replace_Sent_Item_and_Template_Seprator_With_New_Line(second.at(1))});
     }
     return items;
 }

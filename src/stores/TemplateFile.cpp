@@ -80,7 +80,8 @@ bool appendTemplateIfNew(const QString& text) {
     if (cache().contains(Trim_Str(text)))
         return false;
     Check_Path_And_Create_Files();
-    const QByteArray line = (Replace_Sent_Item_and_Template_New_Line_with_Seprator(text) + QLatin1Char('\n')).toUtf8();
+    const QByteArray line =
+        (Replace_Sent_Item_and_Template_New_Line_with_Seprator(text) + QLatin1Char('\n')).toUtf8();
     if (!appendToFile(Templates_File_Path, line))
         return false;
     cache().added(text);

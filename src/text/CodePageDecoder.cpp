@@ -29,24 +29,15 @@ QString decodeWith(const QByteArray& bytes, const char* name, bool* ok) {
 
 QString CodePageDecoder::charsetOfCodePage(int codePage) {
     switch (codePage) {
-    case 437:
-        return QStringLiteral("ibm-437");
-    case 850:
-        return QStringLiteral("ibm-850");
-    case 932:
-        return QStringLiteral("Shift_JIS");
-    case 936:
-        return QStringLiteral("GBK");
-    case 949:
-        return QStringLiteral("windows-949");
-    case 950:
-        return QStringLiteral("Big5");
-    case 10000:
-        return QStringLiteral("macintosh");
-    case 65001:
-        return QStringLiteral("UTF-8");
-    default:
-        break;
+    case 437: return QStringLiteral("ibm-437");
+    case 850: return QStringLiteral("ibm-850");
+    case 932: return QStringLiteral("Shift_JIS");
+    case 936: return QStringLiteral("GBK");
+    case 949: return QStringLiteral("windows-949");
+    case 950: return QStringLiteral("Big5");
+    case 10000: return QStringLiteral("macintosh");
+    case 65001: return QStringLiteral("UTF-8");
+    default: break;
     }
     if (codePage >= 1250 && codePage <= 1258)
         return QStringLiteral("windows-%1").arg(codePage);

@@ -3,6 +3,7 @@
 namespace {
 // The default alphabet's characters outside the contiguous ASCII ranges below, and the
 // extension table (form feed, ^ { } \ [ ~ ] | and the euro sign).
+// clang-format off
 constexpr char16_t kGsmSpecials[] = {
     u'@',    u'\u00A3', u'$',      u'\u00A5', u'\u00E8', u'\u00E9', u'\u00F9', u'\u00EC', u'\u00F2', u'\u00C7',
     u'\n',   u'\u00D8', u'\u00F8', u'\r',     u'\u00C5', u'\u00E5', u'\u0394', u'_',      u'\u03A6', u'\u0393',
@@ -12,6 +13,7 @@ constexpr char16_t kGsmSpecials[] = {
     // extension table
     u'\f',   u'^',      u'{',      u'}',      u'\\',     u'[',      u'~',      u']',      u'|',      u'\u20AC',
 };
+// clang-format on
 } // namespace
 
 bool isGsm7Character(QChar c) {

@@ -56,15 +56,10 @@ public:
                     m_groups.pop_back();
                 m_pendingSkip = 0;
                 break;
-            case '\\':
-                controlSequence();
-                break;
+            case '\\': controlSequence(); break;
             case '\r':
-            case '\n':
-                break; // line ends of the RTF source are not text
-            default:
-                textByte(c);
-                break;
+            case '\n': break; // line ends of the RTF source are not text
+            default: textByte(c); break;
             }
         }
         flushBytes();
@@ -135,14 +130,10 @@ private:
             }
             return;
         }
-        case '*':
-            group().skip = true;
-            return;
+        case '*': group().skip = true; return;
         case '\\':
         case '{':
-        case '}':
-            textByte(c);
-            return;
+        case '}': textByte(c); return;
         case '~':
             if (!swallowedAsFallback())
                 emitText(QString(QChar(0x00A0)));
@@ -248,9 +239,7 @@ private:
 
 } // namespace
 
-bool RtfConverter::looksLikeRtf(const QByteArray& bytes) {
-    return bytes.startsWith("{\\rtf");
-}
+bool RtfConverter::looksLikeRtf(const QByteArray& bytes) { return bytes.startsWith("{\\rtf"); }
 
 QString RtfConverter::toPlainText(const QByteArray& rtf) {
     try {

@@ -48,7 +48,8 @@ GsmDeviceListView::GsmDeviceListView(GSM_Device_List_Wnd& controller, QWidget* p
     connect(offline, &QPushButton::clicked, this, [this] { m_controller.ContinueOfflinePressed(); });
     connect(m_select, &QPushButton::clicked, this, [this] { m_controller.Sel_Device_Pressed(); });
     connect(&controller, &DialogController::changed, this, &GsmDeviceListView::refresh);
-    connect(&controller, &GSM_Device_List_Wnd::customSmscFocusRequested, this, [this] { m_customSmsc->setFocus(); });
+    connect(&controller, &GSM_Device_List_Wnd::customSmscFocusRequested, this,
+            [this] { m_customSmsc->setFocus(); });
     refresh();
 }
 
@@ -58,7 +59,8 @@ QWidget* GsmDeviceListView::buildDeviceList() {
     auto* model = new RecordTableModel(m_controller.nsPortListData(), this);
     model->setColumnTitle(QStringLiteral("State"), QString());
     model->setColumnTitle(QStringLiteral("COM_PORT"), QStringLiteral("Device"));
-    model->setCheckColumn(QStringLiteral("State"), [this](int row, bool ticked) { m_controller.setRowTicked(row, ticked); });
+    model->setCheckColumn(QStringLiteral("State"),
+                          [this](int row, bool ticked) { m_controller.setRowTicked(row, ticked); });
     m_list = new QTableView(group);
     m_list->setModel(model);
     m_list->setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -128,8 +130,10 @@ QWidget* GsmDeviceListView::buildSettings() {
 
     connect(m_pdu, &QRadioButton::clicked, this, [this] { m_controller.PDU_Mode_Radio(); });
     connect(m_text, &QRadioButton::clicked, this, [this] { m_controller.Text_Mode_Radio(); });
-    connect(m_useCustomSmsc, &QCheckBox::clicked, this, [this](bool on) { m_controller.Custom_SMSC_Pressed(on); });
-    connect(m_customSmsc, &QLineEdit::textEdited, this, [this](const QString& t) { m_controller.setCustomSmscText(t); });
+    connect(m_useCustomSmsc, &QCheckBox::clicked, this,
+            [this](bool on) { m_controller.Custom_SMSC_Pressed(on); });
+    connect(m_customSmsc, &QLineEdit::textEdited, this,
+            [this](const QString& t) { m_controller.setCustomSmscText(t); });
     connect(m_customSmsc, &QLineEdit::editingFinished, this, [this] {
         if (m_useCustomSmsc->isChecked() && m_customSmsc->isModified()) {
             m_customSmsc->setModified(false);

@@ -71,8 +71,7 @@ void MainWindowView::refresh() {
     m_noDeviceNotice->setVisible(m_controller.noDeviceNoticeVisible());
     {
         const QSignalBlocker block(m_devices);
-        if (m_devices->count() != m_controller.deviceChoices().size() ||
-            [&] {
+        if (m_devices->count() != m_controller.deviceChoices().size() || [&] {
                 for (int i = 0; i < m_devices->count(); ++i)
                     if (m_devices->itemText(i) != m_controller.deviceChoices().at(i))
                         return true;

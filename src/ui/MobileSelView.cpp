@@ -22,15 +22,18 @@ MobileSelView::MobileSelView(Mobile_Sel_Wnd& controller, QWidget* parent)
     : QDialog(parent), m_controller(controller) {
     setWindowTitle(kApplicationName);
     auto* layout = new QVBoxLayout(this);
-    auto* question = new QLabel(QStringLiteral("Which kind of device do you want to send messages with?"), this);
+    auto* question =
+        new QLabel(QStringLiteral("Which kind of device do you want to send messages with?"), this);
     QFont font = question->font();
     font.setBold(true);
     question->setFont(font);
     layout->addWidget(question);
 
     auto* choices = new QHBoxLayout();
-    QPushButton* gsm = choiceButton(QStringLiteral("GSM Modem"), QStringLiteral("USB modem or phone with AT commands"), this);
-    QPushButton* android = choiceButton(QStringLiteral("Android Phone"), QStringLiteral("phone with USB debugging"), this);
+    QPushButton* gsm = choiceButton(QStringLiteral("GSM Modem"),
+                                    QStringLiteral("USB modem or phone with AT commands"), this);
+    QPushButton* android =
+        choiceButton(QStringLiteral("Android Phone"), QStringLiteral("phone with USB debugging"), this);
     choices->addWidget(gsm);
     choices->addWidget(android);
     layout->addLayout(choices);

@@ -46,7 +46,8 @@ bool QtOperator::askYesNo(const QString& text) {
 int QtOperator::showModal(DialogController& dialog) {
     QPointer<QDialog> view = ViewRegistry::createView(dialog, dialogParent());
     if (!view) {
-        Show_NSLog_Message(QStringLiteral("No view for dialog %1").arg(QLatin1String(dialog.metaObject()->className())));
+        Show_NSLog_Message(
+            QStringLiteral("No view for dialog %1").arg(QLatin1String(dialog.metaObject()->className())));
         return 0;
     }
     QObject::connect(&dialog, &DialogController::ended, view, [view](int code) {
@@ -66,7 +67,8 @@ QString QtOperator::saveFileDialog(const QStringList& types) {
     QStringList filters;
     for (const QString& type : types)
         filters << filterFor({type});
-    return QFileDialog::getSaveFileName(dialogParent(), QString(), QString(), filters.join(QStringLiteral(";;")));
+    return QFileDialog::getSaveFileName(dialogParent(), QString(), QString(),
+                                        filters.join(QStringLiteral(";;")));
 }
 
 void QtOperator::openFile(const QString& path) { QDesktopServices::openUrl(QUrl::fromLocalFile(path)); }

@@ -1,8 +1,8 @@
 #include "RecipientPanel.h"
 
 #include "RecordTableModel.h"
-#include "list/BulkSmsWindow.h"
 #include "delivery/DelaySchedule.h"
+#include "list/BulkSmsWindow.h"
 #include "list/NumberLoader.h"
 #include "text/NumberRules.h"
 
@@ -72,7 +72,8 @@ QWidget* RecipientPanel::buildListSide() {
     NumberLoader& loader = NumberLoader::of(m_window);
     connect(loadFile, &QPushButton::clicked, this, [this] { NumberLoader::of(m_window).Load_Number(); });
     connect(paste, &QPushButton::clicked, this, [this] { NumberLoader::of(m_window).Manually_Add_Btn(); });
-    connect(excelMessages, &QPushButton::clicked, this, [this] { NumberLoader::of(m_window).Excel_Msg_Load_Btn(); });
+    connect(excelMessages, &QPushButton::clicked, this,
+            [this] { NumberLoader::of(m_window).Excel_Msg_Load_Btn(); });
     connect(&loader, &NumberLoader::pleaseWaitChanged, loading, &QLabel::setVisible);
     connect(&loader, &NumberLoader::loadingChanged, loadFile, &QPushButton::setDisabled);
 
@@ -101,7 +102,8 @@ QWidget* RecipientPanel::buildListSide() {
     buttons->addWidget(reset);
     layout->addLayout(buttons);
 
-    connect(m_number, &QLineEdit::textEdited, this, [this](const QString& text) { m_window.setNumberField(text); });
+    connect(m_number, &QLineEdit::textEdited, this,
+            [this](const QString& text) { m_window.setNumberField(text); });
     connect(m_number, &QLineEdit::returnPressed, this, [this] {
         if (!m_number->text().trimmed().isEmpty())
             m_window.Add_number_To_List();
@@ -207,7 +209,8 @@ QWidget* RecipientPanel::buildDelayedDelivery(QWidget* parent) {
     layout->addWidget(new QLabel(QStringLiteral("messages for"), group));
     layout->addWidget(m_delayedTime, 1);
 
-    connect(m_delayedDelivery, &QCheckBox::toggled, this, [this](bool on) { m_window.Delayed_Delivery_Chk(on); });
+    connect(m_delayedDelivery, &QCheckBox::toggled, this,
+            [this](bool on) { m_window.Delayed_Delivery_Chk(on); });
     connect(m_delayedCount, &QComboBox::currentTextChanged, this,
             [this](const QString& text) { m_window.setDelayedCountChoice(text); });
     connect(m_delayedTime, &QComboBox::currentTextChanged, this,
@@ -241,8 +244,8 @@ void RecipientPanel::refresh() {
     m_count->setText(m_window.countLabel());
     m_counter->setText(m_window.characterCounterText());
     m_fill->setText(m_window.fillButtonTitle().replace(QStringLiteral("\r\n"), QStringLiteral("\n")));
-    const QSignalBlocker b1(m_unicode), b2(m_messageType), b3(m_skipDuplicates), b4(m_exclusion), b5(m_saveSentItems),
-        b6(m_saveTemplates);
+    const QSignalBlocker b1(m_unicode), b2(m_messageType), b3(m_skipDuplicates), b4(m_exclusion),
+        b5(m_saveSentItems), b6(m_saveTemplates);
     m_unicode->setChecked(m_window.unicode());
     m_messageType->setCurrentIndex(m_window.messageTypeIndex());
     m_skipDuplicates->setChecked(m_window.skipDuplicates());

@@ -13,9 +13,13 @@ RecordTableModel::RecordTableModel(const RecordTable& table, QObject* parent)
             [this](int row) { emit dataChanged(index(row, 0), index(row, columnCount() - 1)); });
 }
 
-void RecordTableModel::setColumnTitle(const QString& key, const QString& title) { m_titles.insert(key, title); }
+void RecordTableModel::setColumnTitle(const QString& key, const QString& title) {
+    m_titles.insert(key, title);
+}
 
-int RecordTableModel::rowCount(const QModelIndex& parent) const { return parent.isValid() ? 0 : m_table.size(); }
+int RecordTableModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : m_table.size();
+}
 
 int RecordTableModel::columnCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : int(m_table.columns().size());
@@ -38,10 +42,8 @@ QVariant RecordTableModel::data(const QModelIndex& index, int role) const {
         line.replace(QLatin1Char('\n'), QLatin1Char(' ')).replace(QLatin1Char('\r'), QLatin1Char(' '));
         return line;
     }
-    case Qt::ToolTipRole:
-        return value.isEmpty() ? QVariant() : QVariant(value);
-    default:
-        return {};
+    case Qt::ToolTipRole: return value.isEmpty() ? QVariant() : QVariant(value);
+    default: return {};
     }
 }
 
@@ -58,8 +60,8 @@ Qt::ItemFlags RecordTableModel::flags(const QModelIndex& index) const {
 }
 
 bool RecordTableModel::setData(const QModelIndex& index, const QVariant& value, int role) {
-    if (role != Qt::CheckStateRole || !index.isValid() || m_table.columns().value(index.column()) != m_checkKey ||
-        !m_onToggle)
+    if (role != Qt::CheckStateRole || !index.isValid() ||
+        m_table.columns().value(index.column()) != m_checkKey || !m_onToggle)
         return false;
     m_onToggle(index.row(), value.toInt() == Qt::Checked);
     return true;

@@ -13,9 +13,10 @@ SendMsgInfoView::SendMsgInfoView(Send_Msg_Info& controller, QWidget* parent)
     using Choice = Send_Msg_Info::Choice;
     setWindowTitle(kApplicationName);
     auto* layout = new QVBoxLayout(this);
-    auto* question = new QLabel(QStringLiteral("The message in the composer has not been applied to the list.\n"
-                                               "Apply it before sending?"),
-                                this);
+    auto* question =
+        new QLabel(QStringLiteral("The message in the composer has not been applied to the list.\n"
+                                  "Apply it before sending?"),
+                   this);
     layout->addWidget(question);
     auto* all = new QRadioButton(QStringLiteral("Apply to all numbers"), this);
     auto* blank = new QRadioButton(QStringLiteral("Apply to numbers without a message"), this);

@@ -10,7 +10,8 @@
 #include <QTableView>
 #include <QVBoxLayout>
 
-SendingJobView::SendingJobView(SMS_Sending& controller, QWidget* parent) : QDialog(parent), m_controller(controller) {
+SendingJobView::SendingJobView(SMS_Sending& controller, QWidget* parent)
+    : QDialog(parent), m_controller(controller) {
     auto* layout = new QVBoxLayout(this);
     m_status = new QLabel(this);
     QFont bold = m_status->font();

@@ -41,8 +41,10 @@ UpdateNumSmsView::UpdateNumSmsView(Update_Num_SMS& controller, QWidget* parent)
     };
     sync();
     connect(&controller, &DialogController::changed, this, sync);
-    connect(number, &QLineEdit::textEdited, this, [this](const QString& text) { m_controller.setNumber(text); });
-    connect(message, &QPlainTextEdit::textChanged, this, [this, message] { m_controller.setMessage(message->toPlainText()); });
+    connect(number, &QLineEdit::textEdited, this,
+            [this](const QString& text) { m_controller.setNumber(text); });
+    connect(message, &QPlainTextEdit::textChanged, this,
+            [this, message] { m_controller.setMessage(message->toPlainText()); });
     connect(buttons, &QDialogButtonBox::accepted, this, [this] { m_controller.OKPressed(); });
     connect(buttons, &QDialogButtonBox::rejected, this, [this] { m_controller.CancelPressed(); });
 }

@@ -48,7 +48,8 @@ UpdateSelNumSmsView::UpdateSelNumSmsView(Update_Sel_Num_SMS& controller, QWidget
     };
     sync();
     connect(&controller, &DialogController::changed, this, sync);
-    connect(message, &QPlainTextEdit::textChanged, this, [this, message] { m_controller.setMessage(message->toPlainText()); });
+    connect(message, &QPlainTextEdit::textChanged, this,
+            [this, message] { m_controller.setMessage(message->toPlainText()); });
     connect(apply, &QPushButton::clicked, this, [this] { m_controller.ApplyPressed(); });
     connect(cancel, &QPushButton::clicked, this, [this] { m_controller.CancelPressed(); });
 }

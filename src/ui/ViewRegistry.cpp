@@ -34,7 +34,9 @@ template <typename View, typename Controller> void addView() {
 }
 } // namespace
 
-void add(const char* className, Factory factory) { factories().insert(QByteArray(className), std::move(factory)); }
+void add(const char* className, Factory factory) {
+    factories().insert(QByteArray(className), std::move(factory));
+}
 
 QDialog* createView(DialogController& dialog, QWidget* parent) {
     const auto it = factories().constFind(QByteArray(dialog.metaObject()->className()));

@@ -1,7 +1,7 @@
 // Launch order: paths fixed, data folder laid out, GSM window in front.
+#include "core/Launch.h"
 #include "core/AppState.h"
 #include "core/DataFolder.h"
-#include "core/Launch.h"
 #include "core/MainWindowController.h"
 
 #include "ScriptedOperator.h"

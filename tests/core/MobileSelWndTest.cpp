@@ -67,7 +67,8 @@ TEST_F(MobileSelWndTest, GsmWithThreeModemsShowsTheCountAndAllDevice) {
 
     EXPECT_EQ(run(), 1);
     EXPECT_EQ(gsm.deviceCaption(), "3 Mobile Device selected.");
-    EXPECT_EQ(gsm.deviceChoices(), (QStringList{"/dev/ttyUSB0", "/dev/ttyUSB2", "/dev/ttyACM0", "All Device"}));
+    EXPECT_EQ(gsm.deviceChoices(),
+              (QStringList{"/dev/ttyUSB0", "/dev/ttyUSB2", "/dev/ttyACM0", "All Device"}));
     EXPECT_EQ(gsm.currentDeviceChoice(), "All Device");
     EXPECT_FALSE(gsm.noDeviceNoticeVisible());
     EXPECT_TRUE(gsm.isVisible());
@@ -105,10 +106,10 @@ TEST_F(MobileSelWndTest, CancelledStepsCloseTheDialogWithTheChosenWindowInFront)
 TEST_F(MobileSelWndTest, BackOrAFailedSearchShowsTheChoiceAgain) {
     gsm.search = selects({}, false);
     op.onModal<Mobile_Sel_Wnd>([this](Mobile_Sel_Wnd& d) {
-        d.GSM_Btn();                       // steps: back
+        d.GSM_Btn(); // steps: back
         EXPECT_TRUE(d.panelVisible());
         EXPECT_FALSE(d.isEnded());
-        d.GSM_Btn();                       // steps: continue, search fails
+        d.GSM_Btn(); // steps: continue, search fails
         EXPECT_TRUE(d.panelVisible());
         EXPECT_FALSE(d.isEnded());
         EXPECT_EQ(gsm.deviceCaption(), "No Mobile Phone Device is selected.");
@@ -135,7 +136,10 @@ TEST_F(MobileSelWndTest, ANewSearchClearsThePreviousChoice) {
 
 TEST_F(MobileSelWndTest, ConnectStopsOnCancelOnly) {
     int searches = 0;
-    android.search = [&] { ++searches; return true; };
+    android.search = [&] {
+        ++searches;
+        return true;
+    };
     op.onModal(endWith(0)).onModal(endWith(DialogController::NoCode)).onModal(endWith(1));
     android.connectDevice();
     android.connectDevice();

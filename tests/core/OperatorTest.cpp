@@ -75,7 +75,8 @@ TEST(MainThread, PostRunsLaterOnTheMainThread) {
 
 TEST(MainThread, InvokeAndWaitReturnsTheValue) {
     std::atomic<int> value{0};
-    std::thread worker([&] { value = MainThread::invokeAndWait([] { return MainThread::isCurrent() ? 42 : -1; }); });
+    std::thread worker(
+        [&] { value = MainThread::invokeAndWait([] { return MainThread::isCurrent() ? 42 : -1; }); });
     ASSERT_TRUE(spinUntil([&] { return value != 0; }));
     worker.join();
     EXPECT_EQ(value, 42);

@@ -1,5 +1,5 @@
-#include "core/Log.h"
 #include "core/TextUtils.h"
+#include "core/Log.h"
 
 #include <gtest/gtest.h>
 
@@ -53,9 +53,10 @@ TEST(TextUtils, TrimRemovesWhitespaceThenControlCharacters) {
     } cases[] = {
         {"  hello \n", "hello"},
         {"\t\r\nhi\r\n", "hi"},
-        {QString(QChar(0x2028)) + "x" + QChar(0x00A0), "x"},      // line separator, no-break space
-        {QString(QChar(0x0007)) + " a " + QChar(0x200B), " a "}, // BEL and a format character go, the spaces they guarded stay
-        {QString(" ") + QChar(0x0001) + "b", "b"},               // whitespace first, then the control character
+        {QString(QChar(0x2028)) + "x" + QChar(0x00A0), "x"}, // line separator, no-break space
+        {QString(QChar(0x0007)) + " a " + QChar(0x200B),
+         " a "}, // BEL and a format character go, the spaces they guarded stay
+        {QString(" ") + QChar(0x0001) + "b", "b"}, // whitespace first, then the control character
         {"", ""},
         {"   ", ""},
     };
@@ -68,7 +69,9 @@ TEST(TextUtils, CaseConversionTrimsBeforeAndAfter) {
     EXPECT_EQ(MakeUpper("  abc\n"), "ABC");
     EXPECT_EQ(MakeLower("\tAbC "), "abc");
     EXPECT_EQ(MakeUpper(" \n "), "");
-    EXPECT_EQ(MakeUpper(QString::fromUtf8("stra\xC3\x9F" "e")), "STRASSE"); // length may change
+    EXPECT_EQ(MakeUpper(QString::fromUtf8("stra\xC3\x9F"
+                                          "e")),
+              "STRASSE"); // length may change
 }
 
 TEST(TextUtils, ReplaceIsCaseSensitiveOrNotAsNamed) {

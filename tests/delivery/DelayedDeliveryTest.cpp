@@ -40,7 +40,7 @@ TEST(DelaySchedule, TextsParseIntoCountUnitAndPause) {
         {"5", "No Pause", 5, "P", 0, false},
         {"abc", "10 Seconds", 0, "S", 10000, true}, // count 0 is never reached: no pause in practice
         {"5", "", 5, "", 0, false},
-        {"5", "7 Days", 5, "a", 0, false},           // the unit is whatever stands at index 3
+        {"5", "7 Days", 5, "a", 0, false}, // the unit is whatever stands at index 3
         {" 25 ", "90 Seconds", 25, "S", 90000, true},
     };
     for (const auto& c : cases) {
@@ -112,9 +112,10 @@ TEST_F(PauseTest, CountdownTicksDownToTheSingularThenClears) {
     while (countdown.Pause_Timer_Func())
         ++ticks;
     EXPECT_EQ(ticks, 3);
-    EXPECT_EQ(labels.texts(), (QStringList{"Pausing the process for 5 Seconds.", "Pausing the process for 4 Seconds.",
-                                           "Pausing the process for 3 Seconds.", "Pausing the process for 2 Seconds.",
-                                           "Pausing the process for 1 Second.", ""}));
+    EXPECT_EQ(labels.texts(),
+              (QStringList{"Pausing the process for 5 Seconds.", "Pausing the process for 4 Seconds.",
+                           "Pausing the process for 3 Seconds.", "Pausing the process for 2 Seconds.",
+                           "Pausing the process for 1 Second.", ""}));
     EXPECT_FALSE(Pause_Timer_Running);
     EXPECT_EQ(countdown.GSM_Pause_Delay_Time, 0);
 }
@@ -124,7 +125,8 @@ TEST_F(PauseTest, AndroidCountdownShowsZeroBeforeClearingAndIgnoresStop) {
     Stop_SMS_Sending_Now = true;
     countdown.GSM_Pause_Delay_Time = 1000;
     EXPECT_FALSE(countdown.Pause_Timer_Func());
-    EXPECT_EQ(labels.texts(), (QStringList{"Pausing the process for 1 Second.", "Pausing the process for 0 Second.", ""}));
+    EXPECT_EQ(labels.texts(),
+              (QStringList{"Pausing the process for 1 Second.", "Pausing the process for 0 Second.", ""}));
 }
 
 TEST_F(PauseTest, APauseLastsItsLengthWithTheCountdownShown) {

@@ -50,8 +50,8 @@ protected:
 
 TEST_F(CommandLineSendTest, SendsEveryRecipientOnceAndReportsEach) {
     int exitCode = -1;
-    const QStringList lines = run({"send", "--to", "+447700900001", "--to", "447700900002", "--to", "+447700900003",
-                                   "--message", "Headless hello"},
+    const QStringList lines = run({"send", "--to", "+447700900001", "--to", "447700900002", "--to",
+                                   "+447700900003", "--message", "Headless hello"},
                                   exitCode);
     EXPECT_EQ(exitCode, 0);
     ASSERT_EQ(lines.size(), 4) << lines.join('\n').toStdString();
@@ -73,8 +73,8 @@ TEST_F(CommandLineSendTest, SendsEveryRecipientOnceAndReportsEach) {
 
 TEST_F(CommandLineSendTest, DryRunOpensNoDeviceAndMarksDuplicates) {
     int exitCode = -1;
-    const QStringList lines =
-        run({"send", "--to", "111", "--to", "111", "--message", "m", "--skip-duplicates", "--dry-run"}, exitCode);
+    const QStringList lines = run(
+        {"send", "--to", "111", "--to", "111", "--message", "m", "--skip-duplicates", "--dry-run"}, exitCode);
     EXPECT_EQ(exitCode, 0);
     EXPECT_EQ(lines, (QStringList{"111\tsend\tm", "111\tskipped\tm"}));
     EXPECT_TRUE(modems.at(0)->commandLog().isEmpty());
@@ -84,15 +84,19 @@ TEST_F(CommandLineSendTest, WorkbookRowsGiveNumbersAndTheirOwnMessages) {
     qputenv("BULKSMS_RESOURCES", QFile::encodeName(QStringLiteral(BULKSMS_RESOURCES_DIR)));
     const QString book = home.path() + "/contacts.xlsx";
     ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(
-        book, {{"Name", "Phone", "Balance"}, {"Ann", "+447700900001", "12.50"}, {"Bob", "447700900002", "3"}}, false));
+        book, {{"Name", "Phone", "Balance"}, {"Ann", "+447700900001", "12.50"}, {"Bob", "447700900002", "3"}},
+        false));
     int exitCode = -1;
     QStringList lines = run({"send", "--numbers", book, "--header", "--number-column", "Phone", "--template",
                              "Dear <COL-1>, you owe <col-3>.", "--dry-run"},
                             exitCode);
     EXPECT_EQ(exitCode, 0);
-    EXPECT_EQ(lines, (QStringList{"+447700900001\tsend\tDear Ann, you owe 12.50.", "447700900002\tsend\tDear Bob, you owe 3."}));
-    lines = run({"send", "--numbers", book, "--number-column", "B", "--message-column", "A", "--dry-run"}, exitCode);
-    EXPECT_EQ(lines, (QStringList{"+447700900001\tsend\tAnn", "447700900002\tsend\tBob"})); // the title row is no number
+    EXPECT_EQ(lines, (QStringList{"+447700900001\tsend\tDear Ann, you owe 12.50.",
+                                  "447700900002\tsend\tDear Bob, you owe 3."}));
+    lines = run({"send", "--numbers", book, "--number-column", "B", "--message-column", "A", "--dry-run"},
+                exitCode);
+    EXPECT_EQ(lines, (QStringList{"+447700900001\tsend\tAnn",
+                                  "447700900002\tsend\tBob"})); // the title row is no number
 }
 
 TEST_F(CommandLineSendTest, RtfAndCsvFilesAreCutAsTheWindowsCutThem) {

@@ -20,9 +20,9 @@ namespace {
 constexpr double kQuietSeconds = 300.0;
 
 bool sameAttributes(const termios& a, const termios& b) {
-    return a.c_iflag == b.c_iflag && a.c_oflag == b.c_oflag && a.c_cflag == b.c_cflag && a.c_lflag == b.c_lflag &&
-           std::memcmp(a.c_cc, b.c_cc, sizeof a.c_cc) == 0 && cfgetispeed(&a) == cfgetispeed(&b) &&
-           cfgetospeed(&a) == cfgetospeed(&b);
+    return a.c_iflag == b.c_iflag && a.c_oflag == b.c_oflag && a.c_cflag == b.c_cflag &&
+           a.c_lflag == b.c_lflag && std::memcmp(a.c_cc, b.c_cc, sizeof a.c_cc) == 0 &&
+           cfgetispeed(&a) == cfgetispeed(&b) && cfgetospeed(&a) == cfgetospeed(&b);
 }
 
 class SerialPortTest : public ::testing::Test {
@@ -66,10 +66,12 @@ TEST_F(SerialPortTest, ReadsEndByTheirRules) {
         int code;
         std::optional<int> endCode;
     } cases[] = {
-        {"quiet line ends with a time-out", "OK\r\n", 0, 0, "OK\r\n", AMSerialPort::kReadTimeout, std::nullopt},
+        {"quiet line ends with a time-out", "OK\r\n", 0, 0, "OK\r\n", AMSerialPort::kReadTimeout,
+         std::nullopt},
         {"stop character", "\r\n> ", 0, ' ', "\r\n> ", 0, AMSerialPort::kEndStopChar},
         {"byte count reached", "abcdef", 3, 0, "abc", 0, AMSerialPort::kEndByteCountReached},
-        {"buffer full", full, 0, 0, full.left(AMSerialPort::kBufferSize), AMSerialPort::kBufferFull, std::nullopt},
+        {"buffer full", full, 0, 0, full.left(AMSerialPort::kBufferSize), AMSerialPort::kBufferFull,
+         std::nullopt},
     };
     for (const auto& c : cases) {
         auto port = openPort();

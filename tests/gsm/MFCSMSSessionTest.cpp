@@ -42,7 +42,8 @@ TEST(MFCSMSSession, OpensThePortAndReportsTheDescriptor) {
     LogCapture log;
     Session s(line);
     ASSERT_GE(s.fd, 0);
-    EXPECT_TRUE(log.contains(QStringLiteral("Port ( %1 ) is OPENED with descp= (%2:%2)").arg(line.devicePath()).arg(s.fd)));
+    EXPECT_TRUE(log.contains(
+        QStringLiteral("Port ( %1 ) is OPENED with descp= (%2:%2)").arg(line.devicePath()).arg(s.fd)));
     int untouched = 77;
     MFCSMS other;
     other.initPort_with_decp("/nonexistent/tty", untouched);
@@ -145,43 +146,93 @@ TEST(MFCSMSSession, ProceduresSendTheirCommandsAndStopAtTheFirstFailure) {
         QByteArrayList commands;
         QString result;
     } cases[] = {
-        {"prepare PDU", {}, [&](MFCSMS& m, int fd) { return asText(m.Prepare_Modem_For_PDU_SMS(fd)); },
-         {"AT", "AT+CSMS=0", "AT+CMGF=0"}, "true"},
-        {"prepare text refused midway", {{"AT+CSMS=0", {"\r\nERROR\r\n"}}},
-         [&](MFCSMS& m, int fd) { return asText(m.Prepare_Modem_For_Text_SMS(fd)); }, {"AT", "AT+CSMS=0"}, "false"},
-        {"reset", {}, [](MFCSMS& m, int fd) { m.ATZ_reset_Modem(fd); return QString(); },
-         {"AT", "AT&F", "AT+CMEE=1"}, ""},
-        {"text parameters refused still count", {{"AT+CSMP=17,255,0,24", {"\r\nERROR\r\n"}}},
-         [&](MFCSMS& m, int fd) { return asText(m.Set_Text_Mode_SMS_Param(fd, true, true)); },
-         {"AT", "AT+CSMP=17,255,0,24"}, "true"},
-        {"formats offered", {{"AT+CMGF=?", {"\r\n+CMGF: (0-1)\r\n\r\nOK\r\n"}}},
-         [](MFCSMS& m, int fd) { return QString::number(m.PDU_or_Text_SMS(fd)); }, {"AT", "AT+CMGF=?"}, "3"},
-        {"formats unreadable", {{"AT+CMGF=?", {"\r\nERROR\r\n"}}},
-         [](MFCSMS& m, int fd) { return QString::number(m.PDU_or_Text_SMS(fd)); }, {"AT", "AT+CMGF=?"}, "0"},
-        {"format selected", {{"AT+CMGF?", {"\r\n+CMGF: 1\r\n\r\nOK\r\n"}}},
-         [](MFCSMS& m, int fd) { return m.Get_Selected_CMGF_Mode(fd); }, {"AT+CMGF?"}, "1"},
-        {"character sets", {{"AT+CSCS=?", {"\r\n+CSCS: (\"GSM\",\"UCS2\")\r\n\r\nOK\r\n"}}},
-         [](MFCSMS& m, int fd) { return m.GET_CSCS_SUPPORTEDResponse(fd); }, {"AT+CSCS=?"},
-         "+CSCS: (\"GSM\",\"UCS2\")\r\n\r\nOK"},
-        {"character set refused", {{"AT+CSCS?", {"\r\nERROR\r\n"}}},
-         [](MFCSMS& m, int fd) { return m.GET_CSCS_Response(fd); }, {"AT+CSCS?"}, ""},
-        {"keep link open", {}, [&](MFCSMS& m, int fd) { return asText(m.More_SMS_Comnd(fd)); },
-         {"AT", "AT+CMMS=2"}, "true"},
-        {"custom SMSC, international", {},
-         [](MFCSMS& m, int fd) { m.SET_Custom_SMSC_Number("+447700900123", fd); return QString(); },
-         {"AT+CMEE=1", "AT+CSCA=\"+447700900123\",145"}, ""},
-        {"custom SMSC, national", {},
-         [](MFCSMS& m, int fd) { m.SET_Custom_SMSC_Number("07700900123", fd); return QString(); },
-         {"AT+CMEE=1", "AT+CSCA=\"07700900123\",129"}, ""},
-        {"no custom SMSC", {}, [](MFCSMS& m, int fd) { m.SET_Custom_SMSC_Number("", fd); return QString(); }, {},
-         ""},
-        {"default SMSC back", {},
+        {"prepare PDU",
+         {},
+         [&](MFCSMS& m, int fd) { return asText(m.Prepare_Modem_For_PDU_SMS(fd)); },
+         {"AT", "AT+CSMS=0", "AT+CMGF=0"},
+         "true"},
+        {"prepare text refused midway",
+         {{"AT+CSMS=0", {"\r\nERROR\r\n"}}},
+         [&](MFCSMS& m, int fd) { return asText(m.Prepare_Modem_For_Text_SMS(fd)); },
+         {"AT", "AT+CSMS=0"},
+         "false"},
+        {"reset",
+         {},
          [](MFCSMS& m, int fd) {
-             m.setDefaultSmscLookup([](const QString& port) { return port.isEmpty() ? QString() : "+15550001"; });
+             m.ATZ_reset_Modem(fd);
+             return QString();
+         },
+         {"AT", "AT&F", "AT+CMEE=1"},
+         ""},
+        {"text parameters refused still count",
+         {{"AT+CSMP=17,255,0,24", {"\r\nERROR\r\n"}}},
+         [&](MFCSMS& m, int fd) { return asText(m.Set_Text_Mode_SMS_Param(fd, true, true)); },
+         {"AT", "AT+CSMP=17,255,0,24"},
+         "true"},
+        {"formats offered",
+         {{"AT+CMGF=?", {"\r\n+CMGF: (0-1)\r\n\r\nOK\r\n"}}},
+         [](MFCSMS& m, int fd) { return QString::number(m.PDU_or_Text_SMS(fd)); },
+         {"AT", "AT+CMGF=?"},
+         "3"},
+        {"formats unreadable",
+         {{"AT+CMGF=?", {"\r\nERROR\r\n"}}},
+         [](MFCSMS& m, int fd) { return QString::number(m.PDU_or_Text_SMS(fd)); },
+         {"AT", "AT+CMGF=?"},
+         "0"},
+        {"format selected",
+         {{"AT+CMGF?", {"\r\n+CMGF: 1\r\n\r\nOK\r\n"}}},
+         [](MFCSMS& m, int fd) { return m.Get_Selected_CMGF_Mode(fd); },
+         {"AT+CMGF?"},
+         "1"},
+        {"character sets",
+         {{"AT+CSCS=?", {"\r\n+CSCS: (\"GSM\",\"UCS2\")\r\n\r\nOK\r\n"}}},
+         [](MFCSMS& m, int fd) { return m.GET_CSCS_SUPPORTEDResponse(fd); },
+         {"AT+CSCS=?"},
+         "+CSCS: (\"GSM\",\"UCS2\")\r\n\r\nOK"},
+        {"character set refused",
+         {{"AT+CSCS?", {"\r\nERROR\r\n"}}},
+         [](MFCSMS& m, int fd) { return m.GET_CSCS_Response(fd); },
+         {"AT+CSCS?"},
+         ""},
+        {"keep link open",
+         {},
+         [&](MFCSMS& m, int fd) { return asText(m.More_SMS_Comnd(fd)); },
+         {"AT", "AT+CMMS=2"},
+         "true"},
+        {"custom SMSC, international",
+         {},
+         [](MFCSMS& m, int fd) {
+             m.SET_Custom_SMSC_Number("+447700900123", fd);
+             return QString();
+         },
+         {"AT+CMEE=1", "AT+CSCA=\"+447700900123\",145"},
+         ""},
+        {"custom SMSC, national",
+         {},
+         [](MFCSMS& m, int fd) {
+             m.SET_Custom_SMSC_Number("07700900123", fd);
+             return QString();
+         },
+         {"AT+CMEE=1", "AT+CSCA=\"07700900123\",129"},
+         ""},
+        {"no custom SMSC",
+         {},
+         [](MFCSMS& m, int fd) {
+             m.SET_Custom_SMSC_Number("", fd);
+             return QString();
+         },
+         {},
+         ""},
+        {"default SMSC back",
+         {},
+         [](MFCSMS& m, int fd) {
+             m.setDefaultSmscLookup(
+                 [](const QString& port) { return port.isEmpty() ? QString() : "+15550001"; });
              m.GET_And_SET_Cus_SMSC("+4412345", fd, "/dev/ttyUSB0");
              return QString();
          },
-         {"AT+CMEE=1", "AT+CSCA=\"+15550001\",145"}, ""},
+         {"AT+CMEE=1", "AT+CSCA=\"+15550001\",145"},
+         ""},
     };
     for (const auto& c : cases) {
         ScriptedLine line(okExcept(c.answers));

@@ -54,15 +54,16 @@ struct ModemUnderTest {
 
     bool prepare(Mode mode) {
         return started && session.Check_Connection(fd) &&
-               (mode == Mode::Pdu ? session.Prepare_Modem_For_PDU_SMS(fd) : session.Prepare_Modem_For_Text_SMS(fd));
+               (mode == Mode::Pdu ? session.Prepare_Modem_For_PDU_SMS(fd)
+                                  : session.Prepare_Modem_For_Text_SMS(fd));
     }
 
     bool send(Mode mode, const QString& number, const QString& message, QString& status, bool unicode = false,
               bool flash = false, const QString& smsc = {}, const QString& capability = "Yes") {
         return mode == Mode::Pdu
                    ? session.Send_PDU_SMS(fd, number, message, smsc, flash, unicode, status, capability)
-                   : session.Send_Text_SMS(fd, number, message, smsc, flash, unicode, modem.devicePath(), status,
-                                           capability);
+                   : session.Send_Text_SMS(fd, number, message, smsc, flash, unicode, modem.devicePath(),
+                                           status, capability);
     }
 
     int commandCount(const QString& prefix) const {
@@ -223,7 +224,8 @@ TEST_F(MFCSMSSubmission, StatusTexts) {
         {"refused in text mode", Mode::Text, kRefusedNumber, "Yes", "Hi", false, "+CMS ERROR: 38"},
         {"refused long message", Mode::Pdu, kRefusedNumber, "Yes", gsmText(200), false, "+CMS ERROR: 38"},
         {"unproven device, PDU", Mode::Pdu, kNumber, "Not Detected", "Hi", false, "Message sent to device."},
-        {"unproven device, text", Mode::Text, kNumber, "Not Detected", "Hi", false, "Message sent to device."},
+        {"unproven device, text", Mode::Text, kNumber, "Not Detected", "Hi", false,
+         "Message sent to device."},
         {"unproven device refused", Mode::Pdu, kRefusedNumber, "Not Detected", "Hi", false, "+CMS ERROR: 38"},
         // Neither OK nor an error: nothing says the message failed.
         {"no answer at all", Mode::Pdu, kNumber, "Yes", "Hi", true, "Message sent successfully."},

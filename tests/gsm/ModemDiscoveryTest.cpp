@@ -7,7 +7,8 @@ namespace {
 
 using ModemDiscovery::DeviceProperties;
 
-DeviceProperties tty(const char* devname, const char* driver, std::initializer_list<std::pair<QString, QString>> extra = {}) {
+DeviceProperties tty(const char* devname, const char* driver,
+                     std::initializer_list<std::pair<QString, QString>> extra = {}) {
     DeviceProperties p{{"SUBSYSTEM", "tty"}, {"DEVNAME", devname}};
     if (driver != nullptr) {
         p.insert("ID_BUS", "usb");
@@ -20,28 +21,33 @@ DeviceProperties tty(const char* devname, const char* driver, std::initializer_l
 
 TEST(ModemDiscovery, RecordedDevicesAreSortedIntoModemsAndOthers) {
     const QList<DeviceProperties> recorded = {
-        tty("/dev/ttyS0", nullptr),                                   // a motherboard serial port
-        tty("/dev/ttyUSB2", "option"),                                // 3G stick, AT port
-        tty("/dev/ttyUSB0", "option", {{"ID_MM_PORT_IGNORE", "1"}}),  // its diagnostics port
+        tty("/dev/ttyS0", nullptr),                                  // a motherboard serial port
+        tty("/dev/ttyUSB2", "option"),                               // 3G stick, AT port
+        tty("/dev/ttyUSB0", "option", {{"ID_MM_PORT_IGNORE", "1"}}), // its diagnostics port
         tty("/dev/ttyACM10", "cdc_acm"),
         tty("/dev/ttyACM2", "cdc_acm"),
         tty("/dev/ttyUSB5", "qcserial"),
-        tty("/dev/ttyUSB7", "ch341"),                                 // GSM board behind a USB-serial bridge
+        tty("/dev/ttyUSB7", "ch341"), // GSM board behind a USB-serial bridge
         tty("/dev/ttyUSB9", "usbserial_generic_unknown"),
-        tty("/dev/tty1", nullptr),                                    // a console
-        tty("/dev/ttyAMA0", nullptr, {{"ID_MM_CANDIDATE", "1"}}),     // tagged by the modem rules
+        tty("/dev/tty1", nullptr),                                // a console
+        tty("/dev/ttyAMA0", nullptr, {{"ID_MM_CANDIDATE", "1"}}), // tagged by the modem rules
         {{"SUBSYSTEM", "net"}, {"DEVNAME", "/dev/wwan0"}, {"ID_USB_DRIVER", "qmi_wwan"}, {"ID_BUS", "usb"}},
         {{"SUBSYSTEM", "tty"}, {"ID_USB_DRIVER", "option"}, {"ID_BUS", "usb"}}, // no device node
     };
     EXPECT_EQ(ModemDiscovery::modemPortsAmong(recorded),
-              (QStringList{"/dev/ttyACM2", "/dev/ttyACM10", "/dev/ttyAMA0", "/dev/ttyUSB2", "/dev/ttyUSB5", "/dev/ttyUSB7"}));
+              (QStringList{"/dev/ttyACM2", "/dev/ttyACM10", "/dev/ttyAMA0", "/dev/ttyUSB2", "/dev/ttyUSB5",
+                           "/dev/ttyUSB7"}));
 }
 
 TEST(ModemDiscovery, DriverOfTheInterfaceStandsInForTheDatabase) {
-    EXPECT_TRUE(ModemDiscovery::isModemPort(
-        {{"SUBSYSTEM", "tty"}, {"DEVNAME", "/dev/ttyACM0"}, {"ID_BUS", "usb"}, {"DRIVER_OF_INTERFACE", "cdc_acm"}}));
-    EXPECT_FALSE(ModemDiscovery::isModemPort(
-        {{"SUBSYSTEM", "tty"}, {"DEVNAME", "/dev/ttyACM0"}, {"ID_MM_DEVICE_IGNORE", "1"}, {"ID_MM_CANDIDATE", "1"}}));
+    EXPECT_TRUE(ModemDiscovery::isModemPort({{"SUBSYSTEM", "tty"},
+                                             {"DEVNAME", "/dev/ttyACM0"},
+                                             {"ID_BUS", "usb"},
+                                             {"DRIVER_OF_INTERFACE", "cdc_acm"}}));
+    EXPECT_FALSE(ModemDiscovery::isModemPort({{"SUBSYSTEM", "tty"},
+                                              {"DEVNAME", "/dev/ttyACM0"},
+                                              {"ID_MM_DEVICE_IGNORE", "1"},
+                                              {"ID_MM_CANDIDATE", "1"}}));
 }
 
 TEST(ModemDiscovery, ExtraPathsFollowTheRegistryOnce) {

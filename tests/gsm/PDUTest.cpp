@@ -16,12 +16,12 @@ TEST(PDU, AddressEncoding) {
     } cases[] = {
         {kTwelveDigits, false, "0C91198967452301"},
         {kTwelveDigits, true, "0791198967452301"},
-        {"+12345", false, "05912143F5"},      // odd: padded with F before the swap
+        {"+12345", false, "05912143F5"}, // odd: padded with F before the swap
         {"+12345", true, "04912143F5"},
-        {"12345", false, "05812143F5"},       // no "+": unknown numbering plan
+        {"12345", false, "05812143F5"}, // no "+": unknown numbering plan
         {"", false, "00"},
         {"", true, "00"},
-        {"0044", false, "04810044"},          // leading zeros are digits like any other
+        {"0044", false, "04810044"}, // leading zeros are digits like any other
     };
     for (const auto& c : cases)
         EXPECT_EQ(PDU::EncodeAddress(c.number, c.countOctets), c.expected) << c.number.toStdString();
@@ -40,7 +40,10 @@ TEST(PDU, SingleMessageVectors) {
         {"one letter, no SMSC", "A", "+12345", "", false, false, "00110005912143F50000FF0141"},
         {"flash changes only the DCS", "A", "+12345", "", true, false, "00110005912143F50010FF0141"},
         {"with SMSC", "hellohello", kTwelveDigits, kTwelveDigits, false, false,
-         "07911989674523011100" "0C91198967452301" "0000FF0A" "E8329BFD4697D9EC37"},
+         "07911989674523011100"
+         "0C91198967452301"
+         "0000FF0A"
+         "E8329BFD4697D9EC37"},
         {"empty destination", "A", "", "", false, false, "001100000000FF0141"},
         {"empty text", "", "+12345", "", false, false, "00110005912143F50000FF00"},
         {"extension character counts two septets", "Hi\u20AC", "+12345", "", false, false,
@@ -52,7 +55,8 @@ TEST(PDU, SingleMessageVectors) {
     };
     for (const auto& c : cases) {
         PDU encoder;
-        EXPECT_EQ(encoder.EncodePDU(c.message, c.destination, c.smsc, 0, true, c.flash, c.unicode), c.expected)
+        EXPECT_EQ(encoder.EncodePDU(c.message, c.destination, c.smsc, 0, true, c.flash, c.unicode),
+                  c.expected)
             << c.name;
     }
 }
@@ -69,11 +73,11 @@ TEST(PDU, CharacterMapping) {
         int code;
         bool escaped;
     } cases[] = {
-        {u'@', 0, false},  {u'$', 2, false},   {u'_', 17, false},      {u'\u039B', 20, false},
+        {u'@', 0, false},       {u'$', 2, false},       {u'_', 17, false},       {u'\u039B', 20, false},
         {u'\u00A4', 36, false}, {u'\u00A1', 64, false}, {u'\u00E0', 127, false}, {u'a', 97, false},
-        {u'\n', 10, false}, {u'\u201C', 34, false}, {u'\u2018', 39, false},
-        {u'{', 40, true},  {u'\\', 47, true},  {u'|', 64, true},       {u'\u20AC', 101, true},
-        {u'^', 20, true},  {u'~', 61, true},   {u'[', 60, true},       {u']', 62, true},
+        {u'\n', 10, false},     {u'\u201C', 34, false}, {u'\u2018', 39, false},  {u'{', 40, true},
+        {u'\\', 47, true},      {u'|', 64, true},       {u'\u20AC', 101, true},  {u'^', 20, true},
+        {u'~', 61, true},       {u'[', 60, true},       {u']', 62, true},
     };
     for (const auto& c : cases) {
         bool escape = !c.escaped;
@@ -100,8 +104,8 @@ TEST(PDU, AnnouncedLengthExcludesSmscInformation) {
     };
     for (const auto& c : cases) {
         PDU encoder;
-        EXPECT_EQ(PDU::actualPduLength(encoder.EncodePDU(c.message, "+123456789012", c.smsc, 0, true, false,
-                                                         c.unicode)),
+        EXPECT_EQ(PDU::actualPduLength(
+                      encoder.EncodePDU(c.message, "+123456789012", c.smsc, 0, true, false, c.unicode)),
                   c.expected)
             << c.name;
     }

@@ -31,9 +31,9 @@ TEST(ProbeAnswers, SignalClasses) {
         const char* answer;
         const char* text;
     } cases[] = {
-        {"+CSQ: 99,99", "Unknown"}, {"+CSQ: 14,0", "Medium (14)"}, {"+CSQ: 15,0", "Good (15)"},
-        {"+CSQ: 19,0", "High (19)"}, {"+CSQ: 8,99", "Low (8)"},    {"+CSQ: 9,0", "Medium (9)"},
-        {"+CSQ: 18,0", "Good (18)"}, {"+CSQ: 31,0", "High (31)"},  {"+CSQ: ,", "Low (0)"},
+        {"+CSQ: 99,99", "Unknown"},  {"+CSQ: 14,0", "Medium (14)"}, {"+CSQ: 15,0", "Good (15)"},
+        {"+CSQ: 19,0", "High (19)"}, {"+CSQ: 8,99", "Low (8)"},     {"+CSQ: 9,0", "Medium (9)"},
+        {"+CSQ: 18,0", "Good (18)"}, {"+CSQ: 31,0", "High (31)"},   {"+CSQ: ,", "Low (0)"},
     };
     for (const auto& c : cases)
         EXPECT_EQ(signalText(clean(c.answer, kSignalWords)), c.text) << c.answer;
@@ -56,7 +56,8 @@ TEST(ProbeAnswers, BatteryStates) {
 }
 
 TEST(ProbeAnswers, IdentityFields) {
-    EXPECT_EQ(imeiDigits(clean("AT+CGSN\r\r\n+CGSN: IMEI 490154203237518\r\n\r\nOK", kImeiWords)), "490154203237518");
+    EXPECT_EQ(imeiDigits(clean("AT+CGSN\r\r\n+CGSN: IMEI 490154203237518\r\n\r\nOK", kImeiWords)),
+              "490154203237518");
     EXPECT_EQ(imeiDigits(clean("356938035643809\r\nOK", kImeiWords)), "356938035643809");
     EXPECT_EQ(modelName(clean("+CGMM: MODEL=E173", kModelWords)), "E173");
     EXPECT_EQ(modelName(clean("E3372", kModelWords)), "E3372");
@@ -70,11 +71,11 @@ TEST(ProbeAnswers, ServiceCentreNumbers) {
         const char* number;
     } cases[] = {
         {"+CSCA: \"+447700900123\",145", "+447700900123"},
-        {"+CSCA: \"002B00340034\",145", "+44"},                // UCS2 hex
-        {"+CSCA: \"2B1A0D\",145", "+44"},                       // packed 7-bit hex of "+44"
-        {"+CSCA: \"447700900123\", 145", "+447700900123"},      // international type with a space
-        {"+CSCA: \"447700900123\",145", "447700900123"},        // ... without the space: as it stands
-        {"+CSCA: \"0031003200330034\",129", "1234"},            // UCS2 of a national number
+        {"+CSCA: \"002B00340034\",145", "+44"},            // UCS2 hex
+        {"+CSCA: \"2B1A0D\",145", "+44"},                  // packed 7-bit hex of "+44"
+        {"+CSCA: \"447700900123\", 145", "+447700900123"}, // international type with a space
+        {"+CSCA: \"447700900123\",145", "447700900123"},   // ... without the space: as it stands
+        {"+CSCA: \"0031003200330034\",129", "1234"},       // UCS2 of a national number
         {"+CSCA: \"\",145", ""},
     };
     for (const auto& c : cases)

@@ -22,7 +22,8 @@ PtyPair::~PtyPair() { unplug(); }
 void PtyPair::write(const QByteArray& bytes) {
     qsizetype done = 0;
     while (m_master >= 0 && done < bytes.size()) {
-        const ssize_t n = ::write(m_master, bytes.constData() + done, static_cast<size_t>(bytes.size() - done));
+        const ssize_t n =
+            ::write(m_master, bytes.constData() + done, static_cast<size_t>(bytes.size() - done));
         if (n <= 0)
             return;
         done += n;

@@ -1,9 +1,9 @@
 // The composer and the dialogs that copy its text into the list.
 #include "list/Fill_Msg_In_List.h"
-#include "text/GsmAlphabet.h"
 #include "list/Send_Msg_Info.h"
 #include "list/Update_Num_SMS.h"
 #include "list/Update_Sel_Num_SMS.h"
+#include "text/GsmAlphabet.h"
 
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
@@ -37,12 +37,12 @@ TEST(GsmAlphabet, OtherCharactersNeedUnicode) {
         {"ç", true},
         {"Ç", false},
         {"`", true},
-        {"\x1B", true},   // the escape code itself is not a character
+        {"\x1B", true}, // the escape code itself is not a character
         {"\t", true},
         {"á", true},
         {"", false},
-        {"\xF0\x9F\x98\x80", true},   // outside the BMP
-        {"\xC2\xA0", true},           // no-break space
+        {"\xF0\x9F\x98\x80", true}, // outside the BMP
+        {"\xC2\xA0", true},         // no-break space
     };
     for (const auto& c : cases)
         EXPECT_EQ(Check_UNICODE_Message(QString::fromUtf8(c.text)), c.unicode) << c.text;
@@ -78,8 +78,8 @@ TEST_F(ComposerTest, FillAllAsksThenCopiesToEveryRecord) {
     window.Fill_Msg_Btn();
     EXPECT_EQ(window.messages(), QStringList(3, "promo"));
     EXPECT_EQ(window.prev_composer_msg, "promo");
-    EXPECT_EQ(op.questions().first(),
-              "This action will copy the message of composer box to all numbers in the list.\n\nDo you want to continue?");
+    EXPECT_EQ(op.questions().first(), "This action will copy the message of composer box to all numbers in "
+                                      "the list.\n\nDo you want to continue?");
 }
 
 TEST_F(ComposerTest, FillSelectedNeedsASelection) {
@@ -94,8 +94,9 @@ TEST_F(ComposerTest, FillSelectedNeedsASelection) {
     op.answerYes();
     window.Fill_Msg_Btn();
     EXPECT_EQ(window.messages(), (QStringList{"sel", "", "sel"}));
-    EXPECT_EQ(op.alerts(),
-              QStringList{"\nPlease select at least one record from the phone numbers-messages list to continue."});
+    EXPECT_EQ(
+        op.alerts(),
+        QStringList{"\nPlease select at least one record from the phone numbers-messages list to continue."});
 }
 
 TEST_F(ComposerTest, FillBlankTouchesOnlyEmptyMessages) {
@@ -125,7 +126,8 @@ TEST_F(ComposerTest, FillNeedsAListAndAText) {
     TestBulkSmsWindow empty(Kind::Gsm, op);
     empty.setComposerText("x");
     empty.Fill_Msg_Btn();
-    EXPECT_EQ(op.alerts(), (QStringList{"\nPlease enter some text message.", "\nPhone numbers-Messages list is empty."}));
+    EXPECT_EQ(op.alerts(),
+              (QStringList{"\nPlease enter some text message.", "\nPhone numbers-Messages list is empty."}));
 }
 
 TEST_F(ComposerTest, BlankRulesDifferBetweenTheWindows) {
@@ -179,8 +181,10 @@ TEST_F(ComposerTest, UpdateSelectedWaitsForTheCollectionThenApplies) {
     op.answerYes();
     window.Update_Sel_Msgs_Btn();
     EXPECT_EQ(window.messages(), (QStringList{QString(1600, 'y'), "", QString(1600, 'y')}));
-    EXPECT_EQ(op.alerts(), (QStringList{"\nPlease select at least one record from the phone numbers-messages list to continue.",
-                                        "\nPlease enter some text message."}));
+    EXPECT_EQ(
+        op.alerts(),
+        (QStringList{"\nPlease select at least one record from the phone numbers-messages list to continue.",
+                     "\nPlease enter some text message."}));
 }
 
 TEST_F(ComposerTest, SingleUpdateRevalidatesAChangedNumber) {
@@ -200,7 +204,8 @@ TEST_F(ComposerTest, SingleUpdateRevalidatesAChangedNumber) {
     window.doubleClickInTable(1);
     EXPECT_EQ(window.numbers(), (QStringList{"3", "+44201", "1"}));
     EXPECT_EQ(window.messages(), (QStringList{"", "hi", ""}));
-    EXPECT_EQ(op.alerts(), (QStringList{"\nPlease enter a valid phone number.", "\nEntered number already exists."}));
+    EXPECT_EQ(op.alerts(),
+              (QStringList{"\nPlease enter a valid phone number.", "\nEntered number already exists."}));
 
     window.setSelectedRows({0, 1});
     window.doubleClickInTable(0);

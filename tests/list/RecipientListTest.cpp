@@ -137,7 +137,8 @@ TEST_F(RecipientListTest, BlankLinesAreNotCountedAndDuplicateAndExcludedCountsOn
     EXPECT_EQ(window.Num_Able_To_insert(" - ( ) "), "");
     EXPECT_EQ(TOT_PROC, 0);
     EXPECT_EQ(format_skip_exclude_str(),
-              "No contacts have been imported to the list.\n\n\nHere is the summary:\n\n==========================\n"
+              "No contacts have been imported to the list.\n\n\nHere is the "
+              "summary:\n\n==========================\n"
               "Total readable records = 0\n\nValid numbers = 0\n\nSkipped due to user settings = 0\n\n"
               "Excluded due to user settings = 0\n==========================\n");
 }
@@ -159,10 +160,13 @@ TEST_F(RecipientListTest, ClearingAsksAndReportsAnEmptyList) {
     EXPECT_EQ(window.list().size(), 1);
     window.Clear_All_Btn();
     EXPECT_TRUE(window.list().isEmpty());
-    EXPECT_EQ(op.alerts(), (QStringList{"\nPhone numbers-Messages list is empty.", "\nPhone numbers-Messages list is empty.",
-                                        "\nPlease select at least one record from the phone numbers-messages list to continue."}));
-    EXPECT_EQ(op.questions(), QStringList(2, "\nThis option will clear the entire list contents. Are you sure you want "
-                                             "to continue clearing the entire list?"));
+    EXPECT_EQ(op.alerts(),
+              (QStringList{
+                  "\nPhone numbers-Messages list is empty.", "\nPhone numbers-Messages list is empty.",
+                  "\nPlease select at least one record from the phone numbers-messages list to continue."}));
+    EXPECT_EQ(op.questions(),
+              QStringList(2, "\nThis option will clear the entire list contents. Are you sure you want "
+                             "to continue clearing the entire list?"));
 }
 
 TEST_F(RecipientListTest, ResetRestoresEveryControl) {
@@ -188,8 +192,8 @@ TEST_F(RecipientListTest, ResetRestoresEveryControl) {
     EXPECT_TRUE(window.composerText().isEmpty());
     EXPECT_EQ(window.characterCounterText(), "0 Characters");
     EXPECT_EQ(window.messageTypeIndex(), 1);
-    EXPECT_FALSE(window.skipDuplicates() || window.unicode() || window.saveSentItems() || window.saveTemplates() ||
-                 window.exclusion() || window.delayedDelivery());
+    EXPECT_FALSE(window.skipDuplicates() || window.unicode() || window.saveSentItems() ||
+                 window.saveTemplates() || window.exclusion() || window.delayedDelivery());
     EXPECT_TRUE(window.delayedDeliveryEnabled());
     EXPECT_FALSE(window.delayedChoicesEnabled());
     EXPECT_TRUE(window.delayedCountChoice().isEmpty());

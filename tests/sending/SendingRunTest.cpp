@@ -46,8 +46,9 @@ protected:
         EXPECT_TRUE(modems.back()->start());
         const QString path = modems.back()->devicePath();
         port_val_str_array << path;
-        port_det_str_array << Record{{"PORT_DETAL", path}, {"COM_PORT", path.mid(8)}, {"Model", "VM-100"},
-                                     {"SMSMode", mode},    {"UseCusSMSC", "N"},       {"CusSMSC", "+447700900123"},
+        port_det_str_array << Record{{"PORT_DETAL", path},         {"COM_PORT", path.mid(8)},
+                                     {"Model", "VM-100"},          {"SMSMode", mode},
+                                     {"UseCusSMSC", "N"},          {"CusSMSC", "+447700900123"},
                                      {"DefSMSC", "+447700900123"}, {"SMS_CAPABLE", "Yes"}};
         sel_port_name_str = path.mid(8);
         sel_port_bsd_str = path;
@@ -62,7 +63,8 @@ protected:
     // Presses Send and lets the run go to its end; `during` runs on the job once it sends.
     void send(const std::function<void(SMS_Sending&)>& during = {}) {
         op.onModal<SMS_Sending>([&](SMS_Sending& job) {
-            ASSERT_TRUE(spinUntil([&] { return job.statusLine() == kSendingTitle || job.statusLine() == kFinish; }));
+            ASSERT_TRUE(
+                spinUntil([&] { return job.statusLine() == kSendingTitle || job.statusLine() == kFinish; }));
             if (during)
                 during(job);
             ASSERT_TRUE(spinUntil([&] { return job.statusLine() == kFinish && !job.pleaseWaitShown(); },
@@ -147,7 +149,8 @@ TEST_F(SendingRunTest, UnknownModeEndsEveryItemWithTheErrorAndSaysSo) {
     send();
     for (const SendingItem& item : items())
         EXPECT_EQ(item.status, "Error : +CMS ERROR: 500.");
-    EXPECT_TRUE(op.alerts().contains("\nSelected device is not working properly.Could not initialize device.\n"));
+    EXPECT_TRUE(
+        op.alerts().contains("\nSelected device is not working properly.Could not initialize device.\n"));
     EXPECT_TRUE(modems.at(0)->received().isEmpty());
 }
 
@@ -165,7 +168,8 @@ TEST_F(SendingRunTest, ARefusingPortKeepsSendingAndRecordsEachRefusal) {
     for (const SendingItem& item : items()) {
         const bool onRefusingPort = item.usePort == modems.at(0)->devicePath();
         refused += onRefusingPort;
-        EXPECT_EQ(item.status, onRefusingPort ? "+CMS ERROR: 38" : "Message sent successfully.") << item.number.toStdString();
+        EXPECT_EQ(item.status, onRefusingPort ? "+CMS ERROR: 38" : "Message sent successfully.")
+            << item.number.toStdString();
     }
     EXPECT_GE(refused, 1);
     EXPECT_EQ(modems.at(1)->received().size(), 6 - refused);
@@ -184,7 +188,8 @@ TEST_F(SendingRunTest, AnUnpluggedPortStopsAndTheOtherFinishesWithNothingSentTwi
     for (const SendingItem& item : items()) {
         if (item.usePort == modems.at(0)->devicePath()) {
             ++onFirst;
-            EXPECT_TRUE(item.status == "Message sent successfully." || item.status == "Device Connection Error!")
+            EXPECT_TRUE(item.status == "Message sent successfully." ||
+                        item.status == "Device Connection Error!")
                 << item.status.toStdString();
         } else {
             EXPECT_EQ(item.status, "Message sent successfully.");
@@ -209,7 +214,8 @@ TEST_F(SendingRunTest, StopLeavesUntakenItemsStoppedAndSaysSo) {
     });
     int stopped = 0;
     for (const SendingItem& item : items())
-        stopped += item.status == "Stopped." && item.useStatus == "Stopped" && item.currentStatus == "Stopped";
+        stopped +=
+            item.status == "Stopped." && item.useStatus == "Stopped" && item.currentStatus == "Stopped";
     EXPECT_GT(stopped, 20);
     EXPECT_EQ(modems.at(0)->received().size(), 30 - stopped);
     EXPECT_EQ(op.alerts().last(), "\nSMS Sending process is stopped");
@@ -248,8 +254,9 @@ TEST_F(SendingRunTest, CloseDuringSendingStopsAndClosesTheWindow) {
         job.CancelPressed();
     });
     EXPECT_TRUE(window.sendingJob().isEnded());
-    EXPECT_EQ(op.questions(), QStringList{"\nTerminating the current process will stop sending text messages to the "
-                                          "remaining contact. Are you sure you want to continue?"});
+    EXPECT_EQ(op.questions(),
+              QStringList{"\nTerminating the current process will stop sending text messages to the "
+                          "remaining contact. Are you sure you want to continue?"});
     EXPECT_EQ(op.alerts().last(), "\nSMS Sending process is stopped.");
 }
 
@@ -311,8 +318,10 @@ TEST_F(SendingRunTest, PortsStartTwoSecondsApart) {
         });
     });
     ASSERT_EQ(firstTaken.size(), 2);
-    const qint64 gap = firstTaken.value(modems.at(1)->devicePath()) - firstTaken.value(modems.at(0)->devicePath());
-    EXPECT_GE(gap, Clock::scaled(std::chrono::seconds(2)).count() / 1000); // at least the prescribed 2 s, shrunk
+    const qint64 gap =
+        firstTaken.value(modems.at(1)->devicePath()) - firstTaken.value(modems.at(0)->devicePath());
+    EXPECT_GE(gap,
+              Clock::scaled(std::chrono::seconds(2)).count() / 1000); // at least the prescribed 2 s, shrunk
 }
 
 TEST_F(SendingRunTest, SendRefusesWithoutDevicesOrRecipients) {
@@ -322,12 +331,12 @@ TEST_F(SendingRunTest, SendRefusesWithoutDevicesOrRecipients) {
     window.Send_SMS_Btn();
     window.setNumberField("123");
     window.Send_SMS_Btn();
-    EXPECT_EQ(op.alerts(), (QStringList{
-                               "\nEither Mobile Device is not connected properly or No Mobile Phone Device is selected."
-                               "\n\nPlease use Mobile Phone Connection Wizard for finding device or establishing "
-                               "connection.",
-                               "\nPhone numbers-Messages list is empty.",
-                               "\nPlease insert entered number to the list."}));
+    EXPECT_EQ(op.alerts(),
+              (QStringList{
+                  "\nEither Mobile Device is not connected properly or No Mobile Phone Device is selected."
+                  "\n\nPlease use Mobile Phone Connection Wizard for finding device or establishing "
+                  "connection.",
+                  "\nPhone numbers-Messages list is empty.", "\nPlease insert entered number to the list."}));
 }
 
 } // namespace

@@ -30,9 +30,13 @@ SpreadsheetData importAll(const QString& book) {
 TEST_F(HostileWorkbookTest, EscapingEntriesWriteNothingOutsideTheWorkingFolder) {
     const QString marker = "escape-" + QUuid::createUuid().toString(QUuid::WithoutBraces) + ".txt";
     const QString outside = QFileInfo(SpreadsheetWriter::shared().tmpDir).path() + "/" + marker;
-    for (const QString& name : {"../" + marker, QFileInfo(outside).absoluteFilePath(), "xl/../../" + marker, "..\\" + marker}) {
-        const QString book = packWorkbook("slip.xlsx", {{"xl/workbook.xml", kWorkbook}, {name, "owned"},
-                                                        {"xl/worksheets/sheet1.xml", sheetXml("<row><c r=\"A1\"><v>1</v></c></row>", "A1:A1")}});
+    for (const QString& name :
+         {"../" + marker, QFileInfo(outside).absoluteFilePath(), "xl/../../" + marker, "..\\" + marker}) {
+        const QString book = packWorkbook(
+            "slip.xlsx",
+            {{"xl/workbook.xml", kWorkbook},
+             {name, "owned"},
+             {"xl/worksheets/sheet1.xml", sheetXml("<row><c r=\"A1\"><v>1</v></c></row>", "A1:A1")}});
         importAll(book);
         EXPECT_FALSE(QFileInfo::exists(outside)) << name.toStdString();
     }
@@ -70,12 +74,18 @@ TEST_F(HostileWorkbookTest, BrokenContainersGiveNoSheetsAndNoRows) {
 TEST_F(HostileWorkbookTest, EntitiesAreNeitherExpandedNorFetched) {
     QByteArray laughs = R"(<?xml version="1.0"?><!DOCTYPE sst [<!ENTITY l0 "lol">)";
     for (int i = 1; i <= 9; ++i)
-        laughs += QString(R"(<!ENTITY l%1 "&l%2;&l%2;&l%2;&l%2;&l%2;&l%2;&l%2;&l%2;&l%2;&l%2;">)").arg(i).arg(i - 1).toUtf8();
-    laughs += R"(]><sst xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><si><t>a&l9;b</t></si></sst>)";
-    const QByteArray external = R"(<?xml version="1.0"?><!DOCTYPE worksheet [<!ENTITY xxe SYSTEM "file:///etc/passwd">]>)"
-                                R"(<worksheet><dimension ref="A1:B1"/><sheetData><row><c r="A1" t="s"><v>0</v></c>)"
-                                R"(<c r="B1" t="inlineStr"><is><t>&xxe;</t></is></c></row></sheetData></worksheet>)";
-    const QString book = packWorkbook("entities.xlsx", {{"xl/workbook.xml", kWorkbook}, {"xl/sharedStrings.xml", laughs},
+        laughs += QString(R"(<!ENTITY l%1 "&l%2;&l%2;&l%2;&l%2;&l%2;&l%2;&l%2;&l%2;&l%2;&l%2;">)")
+                      .arg(i)
+                      .arg(i - 1)
+                      .toUtf8();
+    laughs +=
+        R"(]><sst xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><si><t>a&l9;b</t></si></sst>)";
+    const QByteArray external =
+        R"(<?xml version="1.0"?><!DOCTYPE worksheet [<!ENTITY xxe SYSTEM "file:///etc/passwd">]>)"
+        R"(<worksheet><dimension ref="A1:B1"/><sheetData><row><c r="A1" t="s"><v>0</v></c>)"
+        R"(<c r="B1" t="inlineStr"><is><t>&xxe;</t></is></c></row></sheetData></worksheet>)";
+    const QString book = packWorkbook("entities.xlsx", {{"xl/workbook.xml", kWorkbook},
+                                                        {"xl/sharedStrings.xml", laughs},
                                                         {"xl/worksheets/sheet1.xml", external}});
     const SpreadsheetData rows = importAll(book);
     ASSERT_EQ(rows.size(), 1);
@@ -89,12 +99,15 @@ TEST_F(HostileWorkbookTest, MalformedMarkupIsRepairedOrRefusedButNeverFatal) {
         "<<<>>>&&&",
         "\xff\xfe\x00<\x00w\x00",
         "<worksheet><sheetData><row><c r=\"\xff\xff\"><v>1</v></c></row></sheetData></worksheet>",
-        "<worksheet><dimension ref=\"A1:\"/><sheetData><row><c r=\"ZZZZ1\"><v>1</v></c></row></sheetData></worksheet>",
+        "<worksheet><dimension ref=\"A1:\"/><sheetData><row><c "
+        "r=\"ZZZZ1\"><v>1</v></c></row></sheetData></worksheet>",
         QByteArray("<a>").repeated(5000),
     };
     for (const QByteArray& part : parts) {
-        const QString book = packWorkbook("bad.xlsx", {{"xl/workbook.xml", kWorkbook}, {"xl/worksheets/sheet1.xml", part},
-                                                       {"xl/styles.xml", part}, {"xl/sharedStrings.xml", part}});
+        const QString book = packWorkbook("bad.xlsx", {{"xl/workbook.xml", kWorkbook},
+                                                       {"xl/worksheets/sheet1.xml", part},
+                                                       {"xl/styles.xml", part},
+                                                       {"xl/sharedStrings.xml", part}});
         const SpreadsheetData rows = importAll(book);
         for (const QStringList& row : rows)
             EXPECT_EQ(row.size(), Excel_Sheet_Columns);

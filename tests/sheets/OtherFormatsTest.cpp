@@ -10,7 +10,8 @@ using OtherFormatsTest = WorkbookTest;
 QByteArray odsContent(const QByteArray& tables) {
     return R"(<?xml version="1.0" encoding="UTF-8"?><office:document-content xmlns:office="urn:oasis:names:tc:opendocument:xmlns:office:1.0" )"
            R"(xmlns:table="urn:oasis:names:tc:opendocument:xmlns:table:1.0" xmlns:text="urn:oasis:names:tc:opendocument:xmlns:text:1.0">)"
-           R"(<office:body><office:spreadsheet>)" + tables + "</office:spreadsheet></office:body></office:document-content>";
+           R"(<office:body><office:spreadsheet>)" +
+           tables + "</office:spreadsheet></office:body></office:document-content>";
 }
 
 TEST_F(OtherFormatsTest, OdsRowsOfTheFirstTableWithRepeatedCellsExpanded) {
@@ -21,13 +22,17 @@ TEST_F(OtherFormatsTest, OdsRowsOfTheFirstTableWithRepeatedCellsExpanded) {
         R"(<table:table-row table:number-rows-repeated="2"><table:table-cell><text:p>line 1</text:p><text:p>line 2</text:p></table:table-cell>)"
         R"(<table:covered-table-cell/><table:table-cell table:number-columns-repeated="0"/></table:table-row>)"
         R"(</table:table><table:table table:name="Two"><table:table-row><table:table-cell><text:p>other</text:p></table:table-cell></table:table-row></table:table>)";
-    const QString ods = packWorkbook("book.ods", {{"mimetype", "application/vnd.oasis.opendocument.spreadsheet"}, {"content.xml", odsContent(tables)}});
+    const QString ods =
+        packWorkbook("book.ods", {{"mimetype", "application/vnd.oasis.opendocument.spreadsheet"},
+                                  {"content.xml", odsContent(tables)}});
     // Repeated rows are not expanded; repeated cells are.
-    EXPECT_EQ(SpreadsheetWriter::ReadODS(ods), (SpreadsheetData{{"Name", "x", "x", "x"}, {"line 1line 2", ""}}));
+    EXPECT_EQ(SpreadsheetWriter::ReadODS(ods),
+              (SpreadsheetData{{"Name", "x", "x", "x"}, {"line 1line 2", ""}}));
 }
 
 TEST_F(OtherFormatsTest, OdsRepeatsAreCappedAndBadFilesGiveNoRows) {
-    const QByteArray huge = R"(<table:table><table:table-row><table:table-cell table:number-columns-repeated="2000000000"/></table:table-row></table:table>)";
+    const QByteArray huge =
+        R"(<table:table><table:table-row><table:table-cell table:number-columns-repeated="2000000000"/></table:table-row></table:table>)";
     const QString ods = packWorkbook("huge.ods", {{"content.xml", odsContent(huge)}});
     const SpreadsheetData rows = SpreadsheetWriter::ReadODS(ods);
     ASSERT_EQ(rows.size(), 1);
@@ -41,7 +46,8 @@ TEST_F(OtherFormatsTest, OdsRepeatsAreCappedAndBadFilesGiveNoRows) {
 }
 
 TEST_F(OtherFormatsTest, Xml2003RowsOfTheFirstWorksheet) {
-    const QByteArray xml = R"(<?xml version="1.0"?><?mso-application progid="Excel.Sheet"?>)"
+    const QByteArray xml =
+        R"(<?xml version="1.0"?><?mso-application progid="Excel.Sheet"?>)"
         R"(<Workbook xmlns="urn:schemas-microsoft-com:office:spreadsheet" xmlns:ss="urn:schemas-microsoft-com:office:spreadsheet">)"
         R"(<Worksheet ss:Name="One"><Table>)"
         R"(<Row><Cell><Data ss:Type="String">Name</Data></Cell><Cell><Data ss:Type="Number">5550100</Data></Cell></Row>)"

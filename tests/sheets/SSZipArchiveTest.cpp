@@ -15,7 +15,9 @@ namespace {
 // Restores the process-wide caps when a test that shrinks them ends.
 class LimitsGuard {
 public:
-    explicit LimitsGuard(const SSZipLimits& limits) : m_saved(SSZipArchive::limits()) { SSZipArchive::setLimits(limits); }
+    explicit LimitsGuard(const SSZipLimits& limits) : m_saved(SSZipArchive::limits()) {
+        SSZipArchive::setLimits(limits);
+    }
     ~LimitsGuard() { SSZipArchive::setLimits(m_saved); }
 
 private:
@@ -27,7 +29,8 @@ QStringList filesUnder(const QString& root) {
     const QDir base(root);
     QDir dir(root);
     const auto walk = [&](auto&& self, const QString& path) -> void {
-        const QFileInfoList items = QDir(path).entryInfoList(QDir::AllEntries | QDir::NoDotAndDotDot, QDir::Name);
+        const QFileInfoList items =
+            QDir(path).entryInfoList(QDir::AllEntries | QDir::NoDotAndDotDot, QDir::Name);
         for (const QFileInfo& item : items) {
             found << base.relativeFilePath(item.filePath()) + (item.isDir() ? "/" : "");
             if (item.isDir())
@@ -99,7 +102,7 @@ TEST(SSZipArchiveWriter, PreconditionsAreLoggedAndRefused) {
 }
 
 TEST(SSZipArchiveWriter, ZipInfoFillsTheDosDateFields) {
-    zip_fileinfo info {};
+    zip_fileinfo info{};
     SSZipArchive::zipInfo(&info, QDateTime(QDate(2021, 3, 9), QTime(14, 5, 59), Qt::LocalTime));
     EXPECT_EQ(info.tmz_date.tm_year, 2021u);
     EXPECT_EQ(info.tmz_date.tm_mon, 2u); // counted from 0
@@ -185,7 +188,8 @@ TEST(SSZipArchiveUnpacking, UnreadableArchivesReportCodeAndText) {
     };
     for (const Case& c : cases) {
         SSZipError error;
-        EXPECT_FALSE(SSZipArchive::unzipFileAtPath(dir.path() + c.file, dir.path() + "/out", true, {}, &error));
+        EXPECT_FALSE(
+            SSZipArchive::unzipFileAtPath(dir.path() + c.file, dir.path() + "/out", true, {}, &error));
         EXPECT_EQ(error.domain, "SSZipArchiveErrorDomain");
         EXPECT_EQ(error.code, c.code) << c.file.toStdString();
         EXPECT_EQ(error.description, c.text);
@@ -211,19 +215,22 @@ TEST(SSZipArchiveUnpacking, TruncatedOrCorruptedArchivesFailWithoutCrashing) {
         damaged[i] = char(damaged[i] ^ 0x5a);
     writeFileBytes(dir.path() + "/bad.zip", damaged);
     SSZipError error;
-    EXPECT_FALSE(SSZipArchive::unzipFileAtPath(dir.path() + "/bad.zip", dir.path() + "/bad", true, {}, &error));
+    EXPECT_FALSE(
+        SSZipArchive::unzipFileAtPath(dir.path() + "/bad.zip", dir.path() + "/bad", true, {}, &error));
     EXPECT_EQ(error.code, SSZipArchive::EntryReadFailed);
 }
 
 TEST(SSZipArchiveUnpacking, EntriesNamingPlacesOutsideTheDestinationAreRefused) {
-    const QStringList hostile = {"../x", "/etc/x", "a/../../x", "..\\x", "a\\..\\..\\x", "ok/..", QString("..") + QChar(0) + "y"};
+    const QStringList hostile = {
+        "../x", "/etc/x", "a/../../x", "..\\x", "a\\..\\..\\x", "ok/..", QString("..") + QChar(0) + "y"};
     for (const QString& name : hostile) {
         QTemporaryDir dir;
         const QString zip = dir.path() + "/x.zip";
         ASSERT_TRUE(buildZip(zip, {{"fine.txt", "F"}, {name, "evil"}}));
         const QStringList before = filesUnder(dir.path());
         SSZipError error;
-        EXPECT_FALSE(SSZipArchive::unzipFileAtPath(zip, dir.path() + "/dest/inner", true, {}, &error)) << name.toStdString();
+        EXPECT_FALSE(SSZipArchive::unzipFileAtPath(zip, dir.path() + "/dest/inner", true, {}, &error))
+            << name.toStdString();
         EXPECT_EQ(error.code, SSZipArchive::UnsafeEntryName);
         QStringList after = filesUnder(dir.path());
         after.removeAll("dest/");
@@ -237,7 +244,8 @@ TEST(SSZipArchiveUnpacking, ZipBombStopsAtTheRatioCapWithDefaults) {
     QTemporaryDir dir;
     const QString zip = dir.path() + "/bomb.zip";
     // 64 MiB of zeros squeeze into about 64 KiB: far past any real part's ratio.
-    ASSERT_TRUE(buildZip(zip, {{"xl/styles.xml", "<styleSheet/>"}, {"xl/worksheets/sheet1.xml", QByteArray(1 << 20, '\0'), {}, {}, 64}}));
+    ASSERT_TRUE(buildZip(zip, {{"xl/styles.xml", "<styleSheet/>"},
+                               {"xl/worksheets/sheet1.xml", QByteArray(1 << 20, '\0'), {}, {}, 64}}));
     SSZipError error;
     EXPECT_FALSE(SSZipArchive::unzipFileAtPath(zip, dir.path() + "/out", true, {}, &error));
     EXPECT_EQ(error.code, SSZipArchive::SizeLimitExceeded);

@@ -18,18 +18,19 @@ QByteArray flatten(QByteArray xml) {
 }
 
 TEST(SpreadsheetWriterColumns, ColumnIndexToNameFollowsTheLetterSequence) {
-    const std::pair<int, const char*> cases[] = {{1, "A"},    {2, "B"},     {26, "Z"},    {27, "AA"},  {28, "AB"},
-                                                 {52, "AZ"},  {53, "BA"},   {702, "ZZ"},  {703, "AAA"}, {16384, "XFD"},
-                                                 {0, ""},     {-3, ""}};
+    const std::pair<int, const char*> cases[] = {{1, "A"},     {2, "B"},       {26, "Z"},  {27, "AA"},
+                                                 {28, "AB"},   {52, "AZ"},     {53, "BA"}, {702, "ZZ"},
+                                                 {703, "AAA"}, {16384, "XFD"}, {0, ""},    {-3, ""}};
     for (const auto& [column, name] : cases)
         EXPECT_EQ(SpreadsheetWriter::ColumnIndexToName(column), QString(name)) << column;
 }
 
 TEST_F(SpreadsheetWriterTest, TextCellsEachGetTheirOwnSharedStringAndNumbersStayNumeric) {
     const QString out = path("report.xlsx");
-    ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(out, {{"Date", "Number", "Message"},
-                                                       {"01-02-2024", "5550100", "Hello"},
-                                                       {"02-02-2024", "5550100", "Hello"}},
+    ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(out,
+                                                 {{"Date", "Number", "Message"},
+                                                  {"01-02-2024", "5550100", "Hello"},
+                                                  {"02-02-2024", "5550100", "Hello"}},
                                                  false));
     const QByteArray sheet = flatten(zipEntryData(out, "xl/worksheets/sheet1.xml"));
     const QByteArray expectedFragments[] = {
@@ -47,12 +48,13 @@ TEST_F(SpreadsheetWriterTest, TextCellsEachGetTheirOwnSharedStringAndNumbersStay
         EXPECT_TRUE(sheet.contains(fragment)) << fragment.toStdString() << "\nin\n" << sheet.toStdString();
 
     // Equal texts are appended again, not shared: seven text cells, seven strings.
-    EXPECT_EQ(flatten(zipEntryData(out, "xl/sharedStrings.xml")).toStdString(),
-              R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?>)"
-              R"(<sst xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main" count="7" uniqueCount="7">)"
-              R"(<si><t>Date</t></si><si><t>Number</t></si><si><t>Message</t></si><si><t>01-02-2024</t></si>)"
-              R"(<si><t>Hello</t></si><si><t>02-02-2024</t></si><si><t>Hello</t></si></sst>)"
-              "\n");
+    EXPECT_EQ(
+        flatten(zipEntryData(out, "xl/sharedStrings.xml")).toStdString(),
+        R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?>)"
+        R"(<sst xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main" count="7" uniqueCount="7">)"
+        R"(<si><t>Date</t></si><si><t>Number</t></si><si><t>Message</t></si><si><t>01-02-2024</t></si>)"
+        R"(<si><t>Hello</t></si><si><t>02-02-2024</t></si><si><t>Hello</t></si></sst>)"
+        "\n");
 }
 
 TEST_F(SpreadsheetWriterTest, WideAndRaggedTablesUseTheFirstRowForTheDimension) {
@@ -62,9 +64,11 @@ TEST_F(SpreadsheetWriterTest, WideAndRaggedTablesUseTheFirstRowForTheDimension) 
     const QString out = path("wide.xlsx");
     ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(out, {heading, {"1"}, {"1", "2", "3"}}, false));
     const QByteArray sheet = flatten(zipEntryData(out, "xl/worksheets/sheet1.xml"));
-    for (const char* fragment : {R"(<dimension ref="A1:AA3"/>)", R"(<c r="AA1" t="s"><v>26</v></c>)",
-                                 R"(<row r="2" spans="1:27"><c r="A2"><v>1</v></c></row>)",
-                                 R"(<row r="3" spans="1:27"><c r="A3"><v>1</v></c><c r="B3"><v>2</v></c><c r="C3"><v>3</v></c></row>)"})
+    for (
+        const char* fragment :
+        {R"(<dimension ref="A1:AA3"/>)", R"(<c r="AA1" t="s"><v>26</v></c>)",
+         R"(<row r="2" spans="1:27"><c r="A2"><v>1</v></c></row>)",
+         R"(<row r="3" spans="1:27"><c r="A3"><v>1</v></c><c r="B3"><v>2</v></c><c r="C3"><v>3</v></c></row>)"})
         EXPECT_TRUE(sheet.contains(fragment)) << fragment;
 }
 
@@ -81,12 +85,14 @@ TEST_F(SpreadsheetWriterTest, ArchiveIsTheTemplateTreeWithTwoPartsReplacedAndRep
     ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(first, table, false));
     ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(second, table, false));
     EXPECT_EQ(readFileBytes(first), readFileBytes(second));
-    EXPECT_EQ(zipEntryNames(first), (QStringList{"[Content_Types].xml", "_rels/.rels", "xl/_rels/workbook.xml.rels",
-                                                 "xl/sharedStrings.xml", "xl/styles.xml", "xl/workbook.xml",
-                                                 "xl/worksheets/sheet1.xml"}));
-    EXPECT_EQ(zipEntryData(first, "xl/styles.xml"), readFileBytes(QStringLiteral(BULKSMS_TEMPLATE_XLSX)).isEmpty()
-                                                        ? QByteArray("<template missing>")
-                                                        : zipEntryData(QStringLiteral(BULKSMS_TEMPLATE_XLSX), "xl/styles.xml"));
+    EXPECT_EQ(zipEntryNames(first),
+              (QStringList{"[Content_Types].xml", "_rels/.rels", "xl/_rels/workbook.xml.rels",
+                           "xl/sharedStrings.xml", "xl/styles.xml", "xl/workbook.xml",
+                           "xl/worksheets/sheet1.xml"}));
+    EXPECT_EQ(zipEntryData(first, "xl/styles.xml"),
+              readFileBytes(QStringLiteral(BULKSMS_TEMPLATE_XLSX)).isEmpty()
+                  ? QByteArray("<template missing>")
+                  : zipEntryData(QStringLiteral(BULKSMS_TEMPLATE_XLSX), "xl/styles.xml"));
 }
 
 TEST_F(SpreadsheetWriterTest, WhatWeWriteReadsBackUnchanged) {
@@ -123,7 +129,8 @@ TEST_F(SpreadsheetWriterTest, UnwritablePartIsLoggedAndBeeps) {
 TEST_F(SpreadsheetWriterTest, UnwritableTargetFailsWithoutTouchingTheWorkingFolderOutside) {
     EXPECT_FALSE(SpreadsheetWriter::WriteWorkbook(path("no/such/dir/x.xlsx"), {{"a"}}, false));
     EXPECT_TRUE(SpreadsheetWriter::shared().tmpDir.startsWith(QDir::tempPath() + "/ziptmp-"));
-    EXPECT_EQ(QFileInfo(SpreadsheetWriter::shared().tmpDir).permissions() & (QFile::ReadGroup | QFile::ReadOther | QFile::WriteOther),
+    EXPECT_EQ(QFileInfo(SpreadsheetWriter::shared().tmpDir).permissions() &
+                  (QFile::ReadGroup | QFile::ReadOther | QFile::WriteOther),
               QFile::Permissions());
 }
 

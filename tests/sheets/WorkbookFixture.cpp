@@ -9,7 +9,8 @@
 #include <vector>
 
 void WorkbookTest::SetUp() {
-    ASSERT_TRUE(QFile::copy(QStringLiteral(BULKSMS_TEMPLATE_XLSX), m_home.resources() + QStringLiteral("/Template.xlsx")));
+    ASSERT_TRUE(QFile::copy(QStringLiteral(BULKSMS_TEMPLATE_XLSX),
+                            m_home.resources() + QStringLiteral("/Template.xlsx")));
     UErrorCode status = U_ZERO_ERROR;
     icu::Locale::setDefault(icu::Locale("en_US"), status);
     Excel_Sheet_Number = 1;
@@ -25,15 +26,19 @@ QString WorkbookTest::packWorkbook(const QString& name, const QMap<QString, QByt
     return location;
 }
 
-QString WorkbookTest::sheetWorkbook(const QString& name, const QByteArray& sheetBody, const QByteArray& sharedStrings,
-                                    const QByteArray& styles) const {
+QString WorkbookTest::sheetWorkbook(const QString& name, const QByteArray& sheetBody,
+                                    const QByteArray& sharedStrings, const QByteArray& styles) const {
     QMap<QString, QByteArray> parts{
-        {"xl/workbook.xml", R"(<workbook xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><sheets><sheet name="Data"/></sheets></workbook>)"},
+        {"xl/workbook.xml",
+         R"(<workbook xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><sheets><sheet name="Data"/></sheets></workbook>)"},
         {"xl/worksheets/sheet1.xml", sheetBody},
     };
     if (!sharedStrings.isEmpty())
         parts.insert("xl/sharedStrings.xml", sharedStrings);
-    parts.insert("xl/styles.xml", styles.isEmpty() ? QByteArray(R"(<styleSheet><cellXfs><xf numFmtId="0"/></cellXfs></styleSheet>)") : styles);
+    parts.insert("xl/styles.xml",
+                 styles.isEmpty()
+                     ? QByteArray(R"(<styleSheet><cellXfs><xf numFmtId="0"/></cellXfs></styleSheet>)")
+                     : styles);
     return packWorkbook(name, parts);
 }
 

@@ -19,8 +19,8 @@ protected:
     QString packWorkbook(const QString& name, const QMap<QString, QByteArray>& parts) const;
 
     // A one-sheet workbook around the given sheetData content, shared strings and styles.
-    QString sheetWorkbook(const QString& name, const QByteArray& sheetBody, const QByteArray& sharedStrings = {},
-                          const QByteArray& styles = {}) const;
+    QString sheetWorkbook(const QString& name, const QByteArray& sheetBody,
+                          const QByteArray& sharedStrings = {}, const QByteArray& styles = {}) const;
 
     // Prepare, list sheets, header, full read of the first sheet: what the import windows do.
     SpreadsheetData importFirstSheet(const QString& workbook, SpreadsheetData* header = nullptr) const;

@@ -11,8 +11,9 @@ namespace {
 
 using XlsxReaderTest = WorkbookTest;
 
-const QByteArray kDateStyles = R"(<styleSheet><numFmts count="1"><numFmt numFmtId="165" formatCode="[$-409]dddd, mmmm dd, yyyy;@"/></numFmts>)"
-                               R"(<cellXfs><xf numFmtId="0"/><xf numFmtId="14"/><xf numFmtId="20"/><xf numFmtId="165"/><xf numFmtId="2"/></cellXfs></styleSheet>)";
+const QByteArray kDateStyles =
+    R"(<styleSheet><numFmts count="1"><numFmt numFmtId="165" formatCode="[$-409]dddd, mmmm dd, yyyy;@"/></numFmts>)"
+    R"(<cellXfs><xf numFmtId="0"/><xf numFmtId="14"/><xf numFmtId="20"/><xf numFmtId="165"/><xf numFmtId="2"/></cellXfs></styleSheet>)";
 
 TEST(XlsxColumnLetters, ReferencesToIndexes) {
     struct Case {
@@ -20,9 +21,16 @@ TEST(XlsxColumnLetters, ReferencesToIndexes) {
         const char* letters;
         int zeroBased, oneBased;
     } cases[] = {
-        {"A1", "A", 0, 1},      {"C7", "C", 2, 3},         {"Z9", "Z", 25, 26},        {"AA10", "AA", 26, 27},
-        {"AB7", "AB", 27, 28},  {"ZZ702", "ZZ", 701, 702}, {"XFD3", "XFD", 16383, 16384},
-        {"XFE1", "XFE", -1, -1}, {"ABCD1", "ABCD", -1, -1}, {"", "", -1, -1},
+        {"A1", "A", 0, 1},
+        {"C7", "C", 2, 3},
+        {"Z9", "Z", 25, 26},
+        {"AA10", "AA", 26, 27},
+        {"AB7", "AB", 27, 28},
+        {"ZZ702", "ZZ", 701, 702},
+        {"XFD3", "XFD", 16383, 16384},
+        {"XFE1", "XFE", -1, -1},
+        {"ABCD1", "ABCD", -1, -1},
+        {"", "", -1, -1},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(Get_Column_Char_Str(c.reference), QString(c.letters)) << c.reference;
@@ -33,22 +41,30 @@ TEST(XlsxColumnLetters, ReferencesToIndexes) {
 }
 
 TEST_F(XlsxReaderTest, HeaderNamesGapsAndFullRowsFollowTheDimension) {
-    const QString book = sheetWorkbook("people.xlsx", sheetXml(
-        R"(<row r="1"><c r="A1" t="s"><v>0</v></c><c r="C1" t="s"><v>1</v></c></row>)"
-        R"(<row r="2"><c r="A2" t="s"><v>2</v></c><c r="B2"><v>5550100</v></c><c r="C2" t="inlineStr"><is><t>x</t></is></c></row>)"
-        R"(<row r="3"><c r="A3"><v>1</v></c><c r="C3"><v>3</v></c></row>)"
-        R"(<row r="5"/>)"
-        R"(<row r="9"><c r="B9" t="s"><v>1</v></c></row>)"), sharedStringsXml({"Name", "Phone", "Ann"}));
+    const QString book = sheetWorkbook(
+        "people.xlsx",
+        sheetXml(
+            R"(<row r="1"><c r="A1" t="s"><v>0</v></c><c r="C1" t="s"><v>1</v></c></row>)"
+            R"(<row r="2"><c r="A2" t="s"><v>2</v></c><c r="B2"><v>5550100</v></c><c r="C2" t="inlineStr"><is><t>x</t></is></c></row>)"
+            R"(<row r="3"><c r="A3"><v>1</v></c><c r="C3"><v>3</v></c></row>)"
+            R"(<row r="5"/>)"
+            R"(<row r="9"><c r="B9" t="s"><v>1</v></c></row>)"),
+        sharedStringsXml({"Name", "Phone", "Ann"}));
     SpreadsheetData header;
     const SpreadsheetData rows = importFirstSheet(book, &header);
     EXPECT_EQ(header, (SpreadsheetData{{"Name", "Untitled Column 2", "Phone"}}));
     EXPECT_EQ(Excel_Sheet_Columns, 3);
     // Row numbers in the file are not used: five row elements, five rows.
-    EXPECT_EQ(rows, (SpreadsheetData{{"Name", "", "Phone"}, {"Ann", "5550100", "x"}, {"1", "", "3"}, {"", "", ""}, {"", "Phone", ""}}));
+    EXPECT_EQ(rows, (SpreadsheetData{{"Name", "", "Phone"},
+                                     {"Ann", "5550100", "x"},
+                                     {"1", "", "3"},
+                                     {"", "", ""},
+                                     {"", "Phone", ""}}));
 }
 
 TEST_F(XlsxReaderTest, CellLandsAtTheIndexOfItsColumnLetters) {
-    const QString book = sheetWorkbook("wide.xlsx", sheetXml(R"(<row><c r="AB7"><v>27</v></c><c r="A7"><v>0</v></c></row>)", "A1:AB7"));
+    const QString book = sheetWorkbook(
+        "wide.xlsx", sheetXml(R"(<row><c r="AB7"><v>27</v></c><c r="A7"><v>0</v></c></row>)", "A1:AB7"));
     const SpreadsheetData rows = importFirstSheet(book);
     ASSERT_EQ(rows.size(), 1);
     ASSERT_EQ(rows[0].size(), 28);
@@ -62,8 +78,8 @@ TEST_F(XlsxReaderTest, SharedStringIndexesBooleansAndFormulas) {
         QString expected;
     } cases[] = {
         {R"(<c r="A1" t="s"><v>1</v></c>)", "second"},
-        {R"(<c r="A1" t="s"><v>3</v></c>)", "third"},  // equal to the count: the last string
-        {R"(<c r="A1" t="s"><v>4</v></c>)", ""},       // beyond: no value
+        {R"(<c r="A1" t="s"><v>3</v></c>)", "third"}, // equal to the count: the last string
+        {R"(<c r="A1" t="s"><v>4</v></c>)", ""},      // beyond: no value
         {R"(<c r="A1" t="s"><v>-1</v></c>)", ""},
         {R"(<c r="A1" t="s"><v>zz</v></c>)", "first"}, // no number reads as 0
         {R"(<c r="A1" t="b"><v>1</v></c>)", "true"},
@@ -75,11 +91,13 @@ TEST_F(XlsxReaderTest, SharedStringIndexesBooleansAndFormulas) {
     };
     int n = 0;
     for (const Case& c : cases) {
-        const QString book = sheetWorkbook(QString("c%1.xlsx").arg(n++), sheetXml("<row>" + c.cell + "</row>", "A1:A1"),
-                                           sharedStringsXml({"first", "second", "third"}));
+        const QString book =
+            sheetWorkbook(QString("c%1.xlsx").arg(n++), sheetXml("<row>" + c.cell + "</row>", "A1:A1"),
+                          sharedStringsXml({"first", "second", "third"}));
         Excel_Sheet_Columns = 1;
         SpreadsheetWriter::ReadWorkbook(book, true);
-        EXPECT_EQ(SpreadsheetWriter::ReadWorkbook(book, false), (SpreadsheetData{{c.expected}})) << c.cell.toStdString();
+        EXPECT_EQ(SpreadsheetWriter::ReadWorkbook(book, false), (SpreadsheetData{{c.expected}}))
+            << c.cell.toStdString();
     }
 }
 
@@ -93,23 +111,31 @@ TEST_F(XlsxReaderTest, DateCellsFollowTheirNumberFormat) {
         {"1", "43831.5", "01-01-2020 12:00:00 PM"},
         {"2", "0.75", "06:00:00 PM"},
         {"3", "43831", "Wednesday, January 01, 2020"},
-        {"4", "43831", "43831"},  // a number format, not a date
+        {"4", "43831", "43831"}, // a number format, not a date
         {"0", "43831", "43831"},
-        {"1", "-3", "-3"},        // before 1900: not a date
+        {"1", "-3", "-3"}, // before 1900: not a date
         {"1", "", ""},
     };
     for (const Case& c : cases) {
-        const QString book = sheetWorkbook("dates.xlsx", sheetXml(QByteArray("<row><c r=\"A1\" s=\"") + c.style + "\"><v>" + c.value + "</v></c></row>", "A1:A1"), {}, kDateStyles);
+        const QString book = sheetWorkbook(
+            "dates.xlsx",
+            sheetXml(QByteArray("<row><c r=\"A1\" s=\"") + c.style + "\"><v>" + c.value + "</v></c></row>",
+                     "A1:A1"),
+            {}, kDateStyles);
         EXPECT_EQ(importFirstSheet(book), (SpreadsheetData{{c.expected}})) << c.style << " " << c.value;
     }
 }
 
 TEST_F(XlsxReaderTest, WorkbooksCountingFrom1904ShiftEveryDate) {
     for (const char* flag : {"1", "true"}) {
-        const QString book = packWorkbook("1904.xlsx", {
-            {"xl/workbook.xml", QByteArray(R"(<workbook><workbookPr date1904=")") + flag + R"("/><sheets><sheet name="S"/></sheets></workbook>)"},
-            {"xl/styles.xml", kDateStyles},
-            {"xl/worksheets/sheet1.xml", sheetXml(R"(<row><c r="A1" s="1"><v>0</v></c><c r="B1" s="1"><v>42369</v></c></row>)", "A1:B1")}});
+        const QString book = packWorkbook(
+            "1904.xlsx",
+            {{"xl/workbook.xml", QByteArray(R"(<workbook><workbookPr date1904=")") + flag +
+                                     R"("/><sheets><sheet name="S"/></sheets></workbook>)"},
+             {"xl/styles.xml", kDateStyles},
+             {"xl/worksheets/sheet1.xml",
+              sheetXml(R"(<row><c r="A1" s="1"><v>0</v></c><c r="B1" s="1"><v>42369</v></c></row>)",
+                       "A1:B1")}});
         EXPECT_EQ(importFirstSheet(book), (SpreadsheetData{{"01-01-1904", "01-01-2020"}})) << flag;
     }
 }
@@ -122,8 +148,8 @@ TEST(XlsxDateFormats, FormatCodesBecomeUnicodePatterns) {
         {"h:mm AM/PM", "h:mm a"},
         {"dd/mm/yyyy hh:mm", "dd/mm/yyyy hh:mm"}, // with hours every "m" stays minutes
         {"yyyy\\-mm\\-dd", "yyyy-MM-dd"},
-        {"ddd d", "ddd d"},                       // "dddd" absent: nothing to replace
-        {"dd;@", "dd;@"},                         // sections are only cut after a "]"
+        {"ddd d", "ddd d"}, // "dddd" absent: nothing to replace
+        {"dd;@", "dd;@"},   // sections are only cut after a "]"
         {" [Red]yyyy ", "yyyy"},
     };
     for (const auto& [code, pattern] : cases)
@@ -140,19 +166,20 @@ TEST(XlsxDateFormats, SerialsBecomeLocalDatesAndTimes) {
     } cases[] = {
         {"1", "dd-MM-yyyy", "31-12-1899"},
         {"2", "dd-MM-yyyy", "01-01-1900"},
-        {"61", "dd-MM-yyyy", "01-03-1900"},     // no 29 February 1900
-        {"2", "", "12:00:00 AM"},               // a 1900 date without pattern shows its time
+        {"61", "dd-MM-yyyy", "01-03-1900"}, // no 29 February 1900
+        {"2", "", "12:00:00 AM"},           // a 1900 date without pattern shows its time
         {"43831.25", "", "01-01-2020 06:00:00 AM"},
         {"43831.99999999", "", "02-01-2020 12:00:00 AM"}, // seconds round up into the next day
         {"0.000011574", "", "12:00:01 AM"},
-        {"43831", "EEEE", "43831"},             // no date or time letter: unchanged
+        {"43831", "EEEE", "43831"}, // no date or time letter: unchanged
         {"43831", "yyyy", "2020"},
         {"4.3831E4", "yyyy-MM-dd", "2020-01-01"},
-        {"abc", "", "12:00:00 AM"},             // no number counts as serial 0
-        {"3000000", "", "3000000"},             // after 9999: unchanged
+        {"abc", "", "12:00:00 AM"}, // no number counts as serial 0
+        {"3000000", "", "3000000"}, // after 9999: unchanged
     };
     for (const Case& c : cases)
-        EXPECT_EQ(Excel_Xml_Date_To_String(c.serial, c.pattern), QString(c.expected)) << c.serial << " " << c.pattern;
+        EXPECT_EQ(Excel_Xml_Date_To_String(c.serial, c.pattern), QString(c.expected))
+            << c.serial << " " << c.pattern;
 }
 
 TEST_F(XlsxReaderTest, ColumnCountWithoutOrWithADegenerateDimension) {
@@ -163,12 +190,18 @@ TEST_F(XlsxReaderTest, ColumnCountWithoutOrWithADegenerateDimension) {
         SpreadsheetData rows;
     } cases[] = {
         {"single-cell dimension: no columns", "A1", {}, {}},
-        {"no dimension: the widest row decides", "", {{"a", "Untitled Column 2", "c"}}, {{"a", "", "c"}, {"", "", ""}, {"x", "y", ""}}},
+        {"no dimension: the widest row decides",
+         "",
+         {{"a", "Untitled Column 2", "c"}},
+         {{"a", "", "c"}, {"", "", ""}, {"x", "y", ""}}},
     };
     for (const Case& c : cases) {
-        const QString book = sheetWorkbook("dim.xlsx", sheetXml(
-            R"(<row><c r="A1" t="inlineStr"><is><t>a</t></is></c><c r="C1" t="inlineStr"><is><t>c</t></is></c></row><row/>)"
-            R"(<row><c t="inlineStr"><is><t>x</t></is></c><c t="inlineStr"><is><t>y</t></is></c></row>)", c.dimension));
+        const QString book = sheetWorkbook(
+            "dim.xlsx",
+            sheetXml(
+                R"(<row><c r="A1" t="inlineStr"><is><t>a</t></is></c><c r="C1" t="inlineStr"><is><t>c</t></is></c></row><row/>)"
+                R"(<row><c t="inlineStr"><is><t>x</t></is></c><c t="inlineStr"><is><t>y</t></is></c></row>)",
+                c.dimension));
         SpreadsheetData header;
         const SpreadsheetData rows = importFirstSheet(book, &header);
         EXPECT_EQ(header, c.header) << c.what;
@@ -179,33 +212,43 @@ TEST_F(XlsxReaderTest, ColumnCountWithoutOrWithADegenerateDimension) {
 }
 
 TEST_F(XlsxReaderTest, PrefixedElementsReadLikePlainOnes) {
-    const QString book = packWorkbook("prefixed.xlsx", {
-        {"xl/workbook.xml", R"(<x:workbook xmlns:x="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><x:sheets><x:sheet name="P"/></x:sheets></x:workbook>)"},
-        {"xl/sharedStrings.xml", R"(<x:sst xmlns:x="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><x:si><x:r><x:t>Rich </x:t></x:r><x:r><x:t>text</x:t></x:r></x:si></x:sst>)"},
-        {"xl/worksheets/sheet1.xml", R"(<x:worksheet xmlns:x="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><x:dimension ref="A1:B1"/><x:sheetData>)"
-                                     R"(<x:row r="1"><x:c r="A1" t="s"><x:v>0</x:v></x:c><x:c r="B1"><x:v>7</x:v></x:c></x:row></x:sheetData></x:worksheet>)"}});
+    const QString book = packWorkbook(
+        "prefixed.xlsx",
+        {{"xl/workbook.xml",
+          R"(<x:workbook xmlns:x="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><x:sheets><x:sheet name="P"/></x:sheets></x:workbook>)"},
+         {"xl/sharedStrings.xml",
+          R"(<x:sst xmlns:x="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><x:si><x:r><x:t>Rich </x:t></x:r><x:r><x:t>text</x:t></x:r></x:si></x:sst>)"},
+         {"xl/worksheets/sheet1.xml",
+          R"(<x:worksheet xmlns:x="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><x:dimension ref="A1:B1"/><x:sheetData>)"
+          R"(<x:row r="1"><x:c r="A1" t="s"><x:v>0</x:v></x:c><x:c r="B1"><x:v>7</x:v></x:c></x:row></x:sheetData></x:worksheet>)"}});
     SpreadsheetData header;
     EXPECT_EQ(importFirstSheet(book, &header), (SpreadsheetData{{"Rich text", "7"}}));
     EXPECT_EQ(SpreadsheetWriter::Read_Sheet_Name(), QStringList{"P"});
 }
 
 TEST_F(XlsxReaderTest, SheetsAreFoundByNumberThenThroughRelationships) {
-    const QByteArray workbook = R"(<workbook xmlns:r="http://schemas.openxmlformats.org/officeDocument/2006/relationships"><sheets>)"
-                                R"(<sheet name="First" r:id="rId7"/><sheet name="Second" r:id="rId8"/><sheet name="Third" r:id="rId9"/></sheets></workbook>)";
-    const QByteArray rels = R"(<Relationships xmlns="http://schemas.openxmlformats.org/package/2006/relationships">)"
-                            R"(<Relationship Id="rId7" Target="worksheets/data_a.xml"/><Relationship Id="rId8" Target="/xl/worksheets/data_b.xml"/>)"
-                            R"(<Relationship Id="rId9" Target="../../../../etc/passwd"/></Relationships>)";
-    const auto cell = [](const char* text) { return sheetXml(QByteArray("<row><c r=\"A1\" t=\"inlineStr\"><is><t>") + text + "</t></is></c></row>", "A1:A1"); };
-    const QString book = packWorkbook("rels.xlsx", {{"xl/workbook.xml", workbook}, {"xl/_rels/workbook.xml.rels", rels},
+    const QByteArray workbook =
+        R"(<workbook xmlns:r="http://schemas.openxmlformats.org/officeDocument/2006/relationships"><sheets>)"
+        R"(<sheet name="First" r:id="rId7"/><sheet name="Second" r:id="rId8"/><sheet name="Third" r:id="rId9"/></sheets></workbook>)";
+    const QByteArray rels =
+        R"(<Relationships xmlns="http://schemas.openxmlformats.org/package/2006/relationships">)"
+        R"(<Relationship Id="rId7" Target="worksheets/data_a.xml"/><Relationship Id="rId8" Target="/xl/worksheets/data_b.xml"/>)"
+        R"(<Relationship Id="rId9" Target="../../../../etc/passwd"/></Relationships>)";
+    const auto cell = [](const char* text) {
+        return sheetXml(QByteArray("<row><c r=\"A1\" t=\"inlineStr\"><is><t>") + text + "</t></is></c></row>",
+                        "A1:A1");
+    };
+    const QString book = packWorkbook("rels.xlsx", {{"xl/workbook.xml", workbook},
+                                                    {"xl/_rels/workbook.xml.rels", rels},
                                                     {"xl/worksheets/data_a.xml", cell("from rels")},
                                                     {"xl/worksheets/data_b.xml", cell("absolute target")},
                                                     {"xl/worksheets/sheet1.xml", cell("by number")}});
     SpreadsheetWriter::ReadWorkbook(book, true);
     EXPECT_EQ(SpreadsheetWriter::Read_Sheet_Name(), (QStringList{"First", "Second", "Third"}));
     const std::pair<int, SpreadsheetData> cases[] = {
-        {1, {{"by number"}}},        // the conventional part wins when it exists
+        {1, {{"by number"}}}, // the conventional part wins when it exists
         {2, {{"absolute target"}}},
-        {3, {}},                     // a target outside the package is never read
+        {3, {}}, // a target outside the package is never read
         {4, {}},
     };
     for (const auto& [number, expected] : cases) {
@@ -217,12 +260,15 @@ TEST_F(XlsxReaderTest, SheetsAreFoundByNumberThenThroughRelationships) {
 
 TEST_F(XlsxReaderTest, ANewPreparationNeverReadsAnEarlierWorkbooksParts) {
     const QByteArray workbook = R"(<workbook><sheets><sheet name="A"/><sheet name="B"/></sheets></workbook>)";
-    const QString two = packWorkbook("two.xlsx", {{"xl/workbook.xml", workbook},
-        {"xl/worksheets/sheet1.xml", sheetXml(R"(<row><c r="A1"><v>1</v></c></row>)", "A1:A1")},
-        {"xl/worksheets/sheet2.xml", sheetXml(R"(<row><c r="A1"><v>2</v></c></row>)", "A1:A1")},
-        {"xl/sharedStrings.xml", sharedStringsXml({"old"})}});
-    const QString one = packWorkbook("one.xlsx", {{"xl/workbook.xml", workbook},
-        {"xl/worksheets/sheet1.xml", sheetXml(R"(<row><c r="A1" t="s"><v>0</v></c></row>)", "A1:A1")}});
+    const QString two = packWorkbook(
+        "two.xlsx", {{"xl/workbook.xml", workbook},
+                     {"xl/worksheets/sheet1.xml", sheetXml(R"(<row><c r="A1"><v>1</v></c></row>)", "A1:A1")},
+                     {"xl/worksheets/sheet2.xml", sheetXml(R"(<row><c r="A1"><v>2</v></c></row>)", "A1:A1")},
+                     {"xl/sharedStrings.xml", sharedStringsXml({"old"})}});
+    const QString one = packWorkbook(
+        "one.xlsx",
+        {{"xl/workbook.xml", workbook},
+         {"xl/worksheets/sheet1.xml", sheetXml(R"(<row><c r="A1" t="s"><v>0</v></c></row>)", "A1:A1")}});
     SpreadsheetWriter::ReadWorkbook(two, true);
     SpreadsheetWriter::ReadWorkbook(one, true);
     EXPECT_TRUE(SpreadsheetWriter::shared().sharedStrings.isEmpty());
@@ -241,8 +287,10 @@ TEST_F(XlsxReaderTest, FailuresInsideAReadGiveNoRowsAndAreLogged) {
         QByteArray dimension;
         const char* logged;
     } cases[] = {
-        {"cell beyond the declared columns", R"(<row><c r="A1"><v>1</v></c><c r="D1"><v>4</v></c></row>)", "A1:C1", "outside the sheet's 3 columns"},
-        {"style outside the cell formats", R"(<row><c r="A1" s="9"><v>1</v></c></row>)", "A1:A1", "style 9 outside"},
+        {"cell beyond the declared columns", R"(<row><c r="A1"><v>1</v></c><c r="D1"><v>4</v></c></row>)",
+         "A1:C1", "outside the sheet's 3 columns"},
+        {"style outside the cell formats", R"(<row><c r="A1" s="9"><v>1</v></c></row>)", "A1:A1",
+         "style 9 outside"},
         {"more cells than a read may hold", QByteArray("<row/>").repeated(600), "A1:XFD1", "too large"},
     };
     for (const Case& c : cases) {

@@ -6,12 +6,29 @@ namespace {
 
 TEST(XlsxText, PlainNumbersAreThoseEveryProgramShowsAsWritten) {
     const std::pair<const char*, bool> cases[] = {
-        {"5550100", true},   {"0", true},        {"-42", true},     {"12.5", true},   {"0.0001", true},
-        {"123456789012345", true},               {"0.123456789012345", true},
-        {"1234567890123456", false},             // a 16th digit would be rounded away
-        {"0123", false},     {"+15550100", false}, {"12.50", false}, {"1e5", false},  {"1.", false},
-        {".5", false},       {"-", false},       {"", false},       {" 12", false},   {"12 ", false},
-        {"-0", false},       {"1,000", false},   {"inf", false},    {"nan", false},   {"٣", false},
+        {"5550100", true},
+        {"0", true},
+        {"-42", true},
+        {"12.5", true},
+        {"0.0001", true},
+        {"123456789012345", true},
+        {"0.123456789012345", true},
+        {"1234567890123456", false}, // a 16th digit would be rounded away
+        {"0123", false},
+        {"+15550100", false},
+        {"12.50", false},
+        {"1e5", false},
+        {"1.", false},
+        {".5", false},
+        {"-", false},
+        {"", false},
+        {" 12", false},
+        {"12 ", false},
+        {"-0", false},
+        {"1,000", false},
+        {"inf", false},
+        {"nan", false},
+        {"٣", false},
     };
     for (const auto& [text, expected] : cases)
         EXPECT_EQ(isPlainNumber(QString::fromUtf8(text)), expected) << text;

@@ -14,10 +14,10 @@ bool buildZip(const QString& path, const std::vector<ZipEntrySpec>& entries) {
         return false;
     bool ok = true;
     for (const ZipEntrySpec& e : entries) {
-        zip_fileinfo info {};
+        zip_fileinfo info{};
         if (e.date.isValid()) {
             const QDateTime d = e.date.toLocalTime();
-            info.tmz_date = {uInt(d.time().second()), uInt(d.time().minute()), uInt(d.time().hour()),
+            info.tmz_date = {uInt(d.time().second()), uInt(d.time().minute()),    uInt(d.time().hour()),
                              uInt(d.date().day()),    uInt(d.date().month() - 1), uInt(d.date().year())};
         }
         const QByteArray name = e.name.toUtf8();
@@ -25,8 +25,9 @@ bool buildZip(const QString& path, const std::vector<ZipEntrySpec>& entries) {
         uLong crc = crc32(0, nullptr, 0);
         for (qint64 i = 0; i < e.repeatData; ++i)
             crc = crc32(crc, reinterpret_cast<const Bytef*>(e.data.constData()), uInt(e.data.size()));
-        ok = ok && zipOpenNewFileInZip3(zip, name.constData(), e.date.isValid() ? &info : nullptr, nullptr, 0, nullptr, 0, nullptr, Z_DEFLATED,
-                                        Z_BEST_COMPRESSION, 0, -MAX_WBITS, DEF_MEM_LEVEL, Z_DEFAULT_STRATEGY,
+        ok = ok && zipOpenNewFileInZip3(zip, name.constData(), e.date.isValid() ? &info : nullptr, nullptr, 0,
+                                        nullptr, 0, nullptr, Z_DEFLATED, Z_BEST_COMPRESSION, 0, -MAX_WBITS,
+                                        DEF_MEM_LEVEL, Z_DEFAULT_STRATEGY,
                                         e.password.isEmpty() ? nullptr : password.constData(), crc) == ZIP_OK;
         for (qint64 i = 0; ok && i < e.repeatData; ++i)
             ok = zipWriteInFileInZip(zip, e.data.constData(), unsigned(e.data.size())) == ZIP_OK;

@@ -11,9 +11,9 @@
 struct ZipEntrySpec {
     QString name;
     QByteArray data;
-    QDateTime date = {};     // invalid: no date (DOS date zero)
-    QString password = {};   // non-empty: encrypted entry
-    qint64 repeatData = 1;   // the data is written this many times (cheap large entries)
+    QDateTime date = {};   // invalid: no date (DOS date zero)
+    QString password = {}; // non-empty: encrypted entry
+    qint64 repeatData = 1; // the data is written this many times (cheap large entries)
 };
 
 bool buildZip(const QString& path, const std::vector<ZipEntrySpec>& entries);

@@ -14,7 +14,10 @@ struct Expected {
 };
 
 TEST(AtParser, SplitsLinesIntoCommands) {
-    const struct { QString line; QList<Expected> commands; } cases[] = {
+    const struct {
+        QString line;
+        QList<Expected> commands;
+    } cases[] = {
         {"AT", {}},
         {"at+cmgf=1", {{"+CMGF", Kind::Set, "1"}}},
         {"AT+CMGF?", {{"+CMGF", Kind::Read, ""}}},
@@ -45,14 +48,18 @@ TEST(AtParser, SplitsLinesIntoCommands) {
 }
 
 TEST(AtParser, LinesThatAreNotCommandsOrAreMalformed) {
-    const struct { QString line; bool isCommand; bool syntaxOk; } cases[] = {
+    const struct {
+        QString line;
+        bool isCommand;
+        bool syntaxOk;
+    } cases[] = {
         {"OK", false, true},
         {"", false, true},
         {"A", false, true},
         {"> 0011", false, true},
-        {"AT+CSCA=\"+4477", true, false},   // unclosed quote
+        {"AT+CSCA=\"+4477", true, false}, // unclosed quote
         {"AT+", true, false},
-        {"AT+CMGF=1 X", true, true},          // a value runs to ";" or the line end
+        {"AT+CMGF=1 X", true, true}, // a value runs to ";" or the line end
         {"AT&", true, false},
         {"AT!", true, false},
     };

@@ -37,7 +37,7 @@ protected:
         const bool finished = process.waitForFinished(60000);
         const QString output = QString::fromUtf8(process.readAll());
         EXPECT_TRUE(finished && process.exitCode() == 0) << arguments.join(' ').toStdString() << "\n"
-                                                          << output.toStdString();
+                                                         << output.toStdString();
         return finished && process.exitCode() == 0 ? output : QString();
     }
 
@@ -59,7 +59,13 @@ TEST_F(GammuCrossCheck, SendsTextsTheModemDecodesExactly) {
     ASSERT_NO_FATAL_FAILURE(startModem());
     // gammu paces itself (about four seconds a run), so each run checks several things
     const QString longText = QStringLiteral("Long {text} with 5€ [and] ~escapes~ ").repeated(6);
-    const struct { QStringList arguments; QString number; QString text; int parts; int dcs; } cases[] = {
+    const struct {
+        QStringList arguments;
+        QString number;
+        QString text;
+        int parts;
+        int dcs;
+    } cases[] = {
         {{"+447700900556", "-autolen", "300", "-text", longText}, "+447700900556", longText, 2, 0},
         {{"07700900", "-unicode", "-flash", "-text", "Привет мир"}, "07700900", "Привет мир", 1, 0x18},
     };

@@ -27,22 +27,36 @@ sim::ReceivedMessage received(const Part& p) {
 
 TEST(MessageAssembler, JoinsPartsTheWayHandsetsTieThem) {
     const struct {
-        const char* name; QList<Part> parts; QList<Outcome> finished; QList<Outcome> pending;
+        const char* name;
+        QList<Part> parts;
+        QList<Outcome> finished;
+        QList<Outcome> pending;
     } cases[] = {
-        {"single messages pass straight through", {{"+1", -1, 1, 1, "a"}, {"+1", -1, 1, 1, "b"}},
-         {{"a", 1, true}, {"b", 1, true}}, {}},
+        {"single messages pass straight through",
+         {{"+1", -1, 1, 1, "a"}, {"+1", -1, 1, 1, "b"}},
+         {{"a", 1, true}, {"b", 1, true}},
+         {}},
         {"parts in order", {{"+1", 0, 2, 1, "ab"}, {"+1", 0, 2, 2, "cd"}}, {{"abcd", 2, true}}, {}},
-        {"parts out of order are put in order", {{"+1", 0, 3, 3, "e"}, {"+1", 0, 3, 1, "a"}, {"+1", 0, 3, 2, "c"}},
-         {{"ace", 3, true}}, {}},
-        {"a missing part keeps the message waiting", {{"+1", 0, 3, 1, "a"}, {"+1", 0, 3, 3, "e"}},
-         {}, {{"ae", 2, false}}},
-        {"different numbers never mix", {{"+1", 0, 2, 1, "a"}, {"+2", 0, 2, 2, "x"}, {"+1", 0, 2, 2, "b"}},
-         {{"ab", 2, true}}, {{"x", 1, false}}},
-        {"different references never mix", {{"+1", 5, 2, 1, "a"}, {"+1", 6, 2, 1, "x"}, {"+1", 5, 2, 2, "b"}},
-         {{"ab", 2, true}}, {{"x", 1, false}}},
+        {"parts out of order are put in order",
+         {{"+1", 0, 3, 3, "e"}, {"+1", 0, 3, 1, "a"}, {"+1", 0, 3, 2, "c"}},
+         {{"ace", 3, true}},
+         {}},
+        {"a missing part keeps the message waiting",
+         {{"+1", 0, 3, 1, "a"}, {"+1", 0, 3, 3, "e"}},
+         {},
+         {{"ae", 2, false}}},
+        {"different numbers never mix",
+         {{"+1", 0, 2, 1, "a"}, {"+2", 0, 2, 2, "x"}, {"+1", 0, 2, 2, "b"}},
+         {{"ab", 2, true}},
+         {{"x", 1, false}}},
+        {"different references never mix",
+         {{"+1", 5, 2, 1, "a"}, {"+1", 6, 2, 1, "x"}, {"+1", 5, 2, 2, "b"}},
+         {{"ab", 2, true}},
+         {{"x", 1, false}}},
         {"a repeated part starts a new message and closes the old one",
          {{"+1", 0, 3, 1, "a"}, {"+1", 0, 3, 1, "A"}, {"+1", 0, 3, 2, "B"}, {"+1", 0, 3, 3, "C"}},
-         {{"a", 1, false}, {"ABC", 3, true}}, {}},
+         {{"a", 1, false}, {"ABC", 3, true}},
+         {}},
         {"a header announcing one part is a whole message", {{"+1", 0, 1, 1, "z"}}, {{"z", 1, true}}, {}},
     };
     for (const auto& c : cases) {

@@ -38,7 +38,8 @@ public:
 
 struct Modem {
     explicit Modem(ModemBehaviour b = quiet(), ModemIdentity id = {})
-        : behaviour(b), session(id, [this] { return behaviour; }, line, QStringLiteral("/dev/pts/99")) {}
+        : behaviour(b), session(
+                            id, [this] { return behaviour; }, line, QStringLiteral("/dev/pts/99")) {}
     static ModemBehaviour quiet() {
         ModemBehaviour b;
         b.echo = false;
@@ -58,7 +59,10 @@ QByteArray ok(const QByteArray& info = {}) {
 }
 
 TEST(ModemSessionCommands, AnswersAsAModemDoes) {
-    const struct { QByteArray command; QByteArray answer; } cases[] = {
+    const struct {
+        QByteArray command;
+        QByteArray answer;
+    } cases[] = {
         {"AT\r", ok()},
         {"at\r", ok()},
         {"AT+CGMI\r", ok("Virtual")},
@@ -85,15 +89,15 @@ TEST(ModemSessionCommands, AnswersAsAModemDoes) {
         {"AT&F\r", ok()},
         {"ATZ\r", ok()},
         {"AT+CSQ;+CBC\r", "\r\n+CSQ: 20,99\r\n\r\n+CBC: 0,80\r\n\r\nOK\r\n"},
-        {"AT+CSQ;+NOPE\r", "\r\n+CSQ: 20,99\r\n\r\nERROR\r\n"},   // the rest of the line is dropped
+        {"AT+CSQ;+NOPE\r", "\r\n+CSQ: 20,99\r\n\r\nERROR\r\n"}, // the rest of the line is dropped
         {"AT+NOPE\r", "\r\nERROR\r\n"},
-        {"ATD123;\r", "\r\nERROR\r\n"},                           // no voice calls
-        {"AT+CSCA=\"+4477\r", "\r\nERROR\r\n"},                   // unclosed quote
+        {"ATD123;\r", "\r\nERROR\r\n"},         // no voice calls
+        {"AT+CSCA=\"+4477\r", "\r\nERROR\r\n"}, // unclosed quote
         {"AT+CMGF=2\r", "\r\n+CMS ERROR: 303\r\n"},
         {"AT+CSMP=17,167,0,300\r", "\r\n+CMS ERROR: 305\r\n"},
-        {"AT+CMGS=3\r", "\r\n+CMS ERROR: 304\r\n"},               // shorter than any TPDU
-        {"AT+CMGS=\"+12345\"\r", "\r\n+CMS ERROR: 304\r\n"},      // a number in PDU mode
-        {"hello\r", ""},                                          // not a command: ignored
+        {"AT+CMGS=3\r", "\r\n+CMS ERROR: 304\r\n"},          // shorter than any TPDU
+        {"AT+CMGS=\"+12345\"\r", "\r\n+CMS ERROR: 304\r\n"}, // a number in PDU mode
+        {"hello\r", ""},                                     // not a command: ignored
         {"\r", ""},
     };
     for (const auto& c : cases) {
@@ -117,25 +121,50 @@ TEST(ModemSessionCommands, BehaviourAndIdentityChangeTheAnswers) {
     unregistered.rssi = 99;
 
     const struct {
-        ModemBehaviour behaviour; ModemIdentity identity; QByteArray command; QByteArray answer;
+        ModemBehaviour behaviour;
+        ModemIdentity identity;
+        QByteArray command;
+        QByteArray answer;
     } cases[] = {
         {with([](auto& b) { b.undefinedIdentity = true; }), {}, "AT+GMI\r", ok("Undefined")},
         {with([](auto& b) { b.undefinedIdentity = true; }), {}, "AT+GSN\r", ok("Undefined")},
         {with([](auto& b) { b.undefinedIdentity = true; }), {}, "AT+CGMI\r", ok("Virtual")},
         {with([](auto& b) { b.undefinedIdentity = true; }), {}, "AT+CGSN\r", ok("490154203237518")},
         {with([](auto& b) { b.cmgsTestAnswersError = true; }), {}, "AT+CMGS=?\r", "\r\nERROR\r\n"},
-        {with([](auto& b) { b.modes = ModemBehaviour::Modes::PduOnly; }), {}, "AT+CMGF=?\r", ok("+CMGF: (0)")},
-        {with([](auto& b) { b.modes = ModemBehaviour::Modes::PduOnly; }), {}, "AT+CMGF=1\r", "\r\n+CMS ERROR: 303\r\n"},
-        {with([](auto& b) { b.modes = ModemBehaviour::Modes::TextOnly; }), {}, "AT+CMGF=?\r", ok("+CMGF: (1)")},
+        {with([](auto& b) { b.modes = ModemBehaviour::Modes::PduOnly; }),
+         {},
+         "AT+CMGF=?\r",
+         ok("+CMGF: (0)")},
+        {with([](auto& b) { b.modes = ModemBehaviour::Modes::PduOnly; }),
+         {},
+         "AT+CMGF=1\r",
+         "\r\n+CMS ERROR: 303\r\n"},
+        {with([](auto& b) { b.modes = ModemBehaviour::Modes::TextOnly; }),
+         {},
+         "AT+CMGF=?\r",
+         ok("+CMGF: (1)")},
         {with([](auto& b) { b.modes = ModemBehaviour::Modes::TextOnly; }), {}, "AT+CMGF?\r", ok("+CMGF: 1")},
-        {with([](auto& b) { b.modes = ModemBehaviour::Modes::TextOnly; }), {}, "AT+CMGF=0\r", "\r\n+CMS ERROR: 303\r\n"},
+        {with([](auto& b) { b.modes = ModemBehaviour::Modes::TextOnly; }),
+         {},
+         "AT+CMGF=0\r",
+         "\r\n+CMS ERROR: 303\r\n"},
         {with([](auto& b) { b.silent = true; }), {}, "AT\r", ""},
         {with([](auto& b) { b.silent = true; }), {}, "AT+CMGS=12\r", ""},
-        {with([](auto& b) { b.echoOnly = true; b.echo = true; }), {}, "AT\r\n", "AT\r\n"},
-        {with([](auto& b) { b.scriptedAnswers.insert("AT+CMGS=?", "\r\nCOMMAND ERROR\r\n"); }), {},
-         "AT+CMGS=?\r", "\r\nCOMMAND ERROR\r\n"},
-        {with([](auto& b) { b.scriptedAnswers.insert("AT+CSQ", "\r\n+CSQ: 1"); }), {},
-         "AT+CSQ\r", "\r\n+CSQ: 1"},                                     // a truncated answer
+        {with([](auto& b) {
+             b.echoOnly = true;
+             b.echo = true;
+         }),
+         {},
+         "AT\r\n",
+         "AT\r\n"},
+        {with([](auto& b) { b.scriptedAnswers.insert("AT+CMGS=?", "\r\nCOMMAND ERROR\r\n"); }),
+         {},
+         "AT+CMGS=?\r",
+         "\r\nCOMMAND ERROR\r\n"},
+        {with([](auto& b) { b.scriptedAnswers.insert("AT+CSQ", "\r\n+CSQ: 1"); }),
+         {},
+         "AT+CSQ\r",
+         "\r\n+CSQ: 1"}, // a truncated answer
         {with([](auto& b) { b.scriptedAnswers.insert("AT+CSQ", "x"); }), {}, "AT+CBC\r", ok("+CBC: 0,80")},
         {Modem::quiet(), ucs2Smsc, "AT+CSCA?\r", ok("+CSCA: \"002B00340034\",145")},
         {Modem::quiet(), unregistered, "AT+COPS?\r", ok("+COPS: 0")},
@@ -149,7 +178,11 @@ TEST(ModemSessionCommands, BehaviourAndIdentityChangeTheAnswers) {
 }
 
 TEST(ModemSessionCommands, SettingsPersistAndResetWithTheFactoryProfile) {
-    const struct { QList<QByteArray> script; QByteArray command; QByteArray answer; } cases[] = {
+    const struct {
+        QList<QByteArray> script;
+        QByteArray command;
+        QByteArray answer;
+    } cases[] = {
         {{"AT+CMGF=1\r"}, "AT+CMGF?\r", ok("+CMGF: 1")},
         {{"AT+CMGF=1\r", "AT&F\r"}, "AT+CMGF?\r", ok("+CMGF: 0")},
         {{"AT+CSCS=\"ucs2\"\r"}, "AT+CSCS?\r", ok("+CSCS: \"UCS2\"")},
@@ -158,7 +191,9 @@ TEST(ModemSessionCommands, SettingsPersistAndResetWithTheFactoryProfile) {
         {{"AT+CSCA=\"0123\",129\r"}, "AT+CSCA?\r", ok("+CSCA: \"0123\",129")},
         // under UCS2 the number travels as hex both ways
         {{"AT+CSCS=\"UCS2\"\r", "AT+CSCA=\"002B0034\",145\r"}, "AT+CSCA?\r", ok("+CSCA: \"002B0034\",145")},
-        {{"AT+CSCS=\"UCS2\"\r", "AT+CSCA=\"002B0034\",145\r", "AT+CSCS=\"IRA\"\r"}, "AT+CSCA?\r", ok("+CSCA: \"+4\",145")},
+        {{"AT+CSCS=\"UCS2\"\r", "AT+CSCA=\"002B0034\",145\r", "AT+CSCS=\"IRA\"\r"},
+         "AT+CSCA?\r",
+         ok("+CSCA: \"+4\",145")},
         {{"AT+CSMP=17,255,0,8\r"}, "AT+CSMP?\r", ok("+CSMP: 17,255,0,8")},
         {{"AT+CMEE=1\r"}, "AT+CSCS=\"KOI8\"\r", "\r\n+CME ERROR: 4\r\n"},
         {{"AT+CMEE=2\r"}, "AT+CSCS=\"KOI8\"\r", "\r\n+CME ERROR: operation not supported\r\n"},
@@ -199,7 +234,7 @@ TEST(ModemSessionPdu, PromptInputAndResult) {
     EXPECT_EQ(modem.send("00110005912143F5"), QByteArray("00110005912143F5"));
     EXPECT_EQ(modem.send("0000FF0141\x1a"), QByteArray("0000FF0141\r\n+CMGS: 1\r\n\r\nOK\r\n"));
     EXPECT_EQ(modem.line.networkWaits, QList<int>{200});
-    EXPECT_EQ(modem.send("\r\n"), QByteArray("\r\n"));  // the line end after Ctrl-Z is an empty line
+    EXPECT_EQ(modem.send("\r\n"), QByteArray("\r\n")); // the line end after Ctrl-Z is an empty line
     ASSERT_EQ(modem.line.parts.size(), 1);
     EXPECT_EQ(modem.line.parts.at(0).pduHex, QStringList{"00110005912143F50000FF0141"});
     EXPECT_EQ(modem.line.lines, (QStringList{"ATE1", "AT+CMGS=12"}));
@@ -208,10 +243,16 @@ TEST(ModemSessionPdu, PromptInputAndResult) {
 TEST(ModemSessionPdu, RefusalsAndReferences) {
     const QByteArray goodPdu = "00110005912143F50000FF0141";
     const struct {
-        const char* name; QByteArray length; QByteArray body; QByteArray answer; int accepted; int waits;
+        const char* name;
+        QByteArray length;
+        QByteArray body;
+        QByteArray answer;
+        int accepted;
+        int waits;
     } cases[] = {
         {"accepted", "12", goodPdu, "\r\n+CMGS: 1\r\n\r\nOK\r\n", 1, 1},
-        {"line breaks inside the hex are skipped", "12", "00110005912143F5\r\n0000FF0141", "\r\n+CMGS: 1\r\n\r\nOK\r\n", 1, 1},
+        {"line breaks inside the hex are skipped", "12", "00110005912143F5\r\n0000FF0141",
+         "\r\n+CMGS: 1\r\n\r\nOK\r\n", 1, 1},
         {"length counts the SMSC octet", "13", goodPdu, "\r\n+CMS ERROR: 304\r\n", 0, 0},
         {"not hex", "12", "00110005912143F50000FF01ZZ", "\r\n+CMS ERROR: 304\r\n", 0, 0},
         {"refused number", "12", "00110005912143F50000FF0141", "\r\n+CMS ERROR: 38\r\n", 0, 1},
@@ -253,24 +294,29 @@ TEST(ModemSessionPdu, UnplugsAfterTheGivenNumberOfAcceptedParts) {
 
 TEST(ModemSessionText, CharacterSetsAndCodingDecideTheText) {
     const struct {
-        const char* cscs; int dcs; QByteArray body; QString text; QByteArray answer;
+        const char* cscs;
+        int dcs;
+        QByteArray body;
+        QString text;
+        QByteArray answer;
     } cases[] = {
         {"IRA", 0, "Hello", "Hello", "\r\n+CMGS: 1\r\n\r\nOK\r\n"},
-        {"GSM", 0, "Price: $5 @ 10_", "Price: ¤5 ¡ 10§", {}},   // bytes are GSM codes, not ASCII
+        {"GSM", 0, "Price: $5 @ 10_", "Price: ¤5 ¡ 10§", {}}, // bytes are GSM codes, not ASCII
         {"GSM", 0, "\x1b\x65 \x01", "€ £", {}},
-        {"GSM", 0, "caf\xc3\xa9", "caf??", {}},               // UTF-8 is not GSM
+        {"GSM", 0, "caf\xc3\xa9", "caf??", {}}, // UTF-8 is not GSM
         {"UTF-8", 0, "caf\xc3\xa9 \xe2\x82\xac", "café €", {}},
-        {"UTF-8", 0, "\xd0\x9f\xd1\x80", "??", {}},           // not in the 7-bit alphabet
+        {"UTF-8", 0, "\xd0\x9f\xd1\x80", "??", {}}, // not in the 7-bit alphabet
         {"8859-1", 0, "\xe9", "é", {}},
         {"UCS2", 8, "041F0440", "Пр", {}},
         {"UCS2", 0, "00480069", "Hi", {}},
         {"HEX", 8, "041F0440", "Пр", {}},
         {"HEX", 0, "48691B65", "Hi€", {}},
         {"IRA", 0, "line1\rline2", "line1\rline2", "\r\n> \r\n+CMGS: 1\r\n\r\nOK\r\n"},
-        {"UCS2", 8, "041F044", "", "\r\n+CMS ERROR: 305\r\n"},        // not whole code units
+        {"UCS2", 8, "041F044", "", "\r\n+CMS ERROR: 305\r\n"}, // not whole code units
         {"IRA", 0, QByteArray(160, 'a'), QString(160, u'a'), {}},
         {"IRA", 0, QByteArray(161, 'a'), "", "\r\n+CMS ERROR: 305\r\n"},
-        {"UTF-8", 0, QByteArray(80, '{').append(QByteArray(1, 'x')), "", "\r\n+CMS ERROR: 305\r\n"}, // 161 septets
+        {"UTF-8", 0, QByteArray(80, '{').append(QByteArray(1, 'x')), "",
+         "\r\n+CMS ERROR: 305\r\n"}, // 161 septets
         {"UCS2", 8, QByteArray(70 * 4, '1'), QString(70, QChar(0x1111)), {}},
         {"UCS2", 8, QByteArray(71 * 4, '1'), "", "\r\n+CMS ERROR: 305\r\n"},
     };
@@ -295,13 +341,23 @@ TEST(ModemSessionText, CharacterSetsAndCodingDecideTheText) {
 }
 
 TEST(ModemSessionText, DestinationAndServiceCentre) {
-    const struct { QList<QByteArray> setup; QByteArray cmgs; QByteArray prompt; QString number; QString smsc; } cases[] = {
+    const struct {
+        QList<QByteArray> setup;
+        QByteArray cmgs;
+        QByteArray prompt;
+        QString number;
+        QString smsc;
+    } cases[] = {
         {{}, "AT+CMGS=\"+447700900555\"\r", "\r\n> ", "+447700900555", "+447700900123"},
         {{}, "AT+CMGS=\"0770\",129\r", "\r\n> ", "0770", "+447700900123"},
         {{"AT+CSCA=\"+15550001\",145\r"}, "AT+CMGS=\"+1\"\r", "\r\n> ", "+1", "+15550001"},
         {{"AT+CSCS=\"UCS2\"\r"}, "AT+CMGS=\"002B0031\"\r", "\r\n> ", "+1", "+447700900123"},
-        {{"AT+CSCS=\"UCS2\"\r"}, "AT+CMGS=\"+4477\"\r", "\r\n> ", "+4477", "+447700900123"},  // plain digits too
-        {{}, "AT+CMGS=+4477\r", "\r\n+CMS ERROR: 305\r\n", "", ""},       // unquoted
+        {{"AT+CSCS=\"UCS2\"\r"},
+         "AT+CMGS=\"+4477\"\r",
+         "\r\n> ",
+         "+4477",
+         "+447700900123"},                                          // plain digits too
+        {{}, "AT+CMGS=+4477\r", "\r\n+CMS ERROR: 305\r\n", "", ""}, // unquoted
         {{}, "AT+CMGS=\"\"\r", "\r\n+CMS ERROR: 305\r\n", "", ""},
     };
     for (const auto& c : cases) {

@@ -53,8 +53,7 @@ QByteArray PtyClient::command(const QByteArray& line) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
     while (std::chrono::steady_clock::now() < deadline) {
         got += readUntil("\n", std::chrono::milliseconds(200));
-        if (got.endsWith("OK\r\n") || (got.contains("ERROR") && got.endsWith("\r\n"))
-            || got.endsWith("> "))
+        if (got.endsWith("OK\r\n") || (got.contains("ERROR") && got.endsWith("\r\n")) || got.endsWith("> "))
             break;
     }
     return got;

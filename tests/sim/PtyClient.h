@@ -19,8 +19,7 @@ public:
     int fd() const { return m_fd; }
     bool send(const QByteArray& bytes);
     // Reads until `needle` has arrived (or `limit` passes); returns everything read.
-    QByteArray readUntil(const QByteArray& needle,
-                         std::chrono::milliseconds limit = std::chrono::seconds(5));
+    QByteArray readUntil(const QByteArray& needle, std::chrono::milliseconds limit = std::chrono::seconds(5));
     // Sends a command and reads up to its final result ("OK", "ERROR" or "> ").
     QByteArray command(const QByteArray& line);
     // Reads whatever arrives during `quiet`.

@@ -18,41 +18,45 @@ TEST(SimOptions, FlagsMirrorIdentityAndBehaviour) {
         QStringList flags;
         std::function<bool(const SimOptions&)> holds;
     } cases[] = {
-        {{}, [](const SimOptions& o) {
-             return o.count == 1 && o.behaviour.echo && o.behaviour.modes == ModemBehaviour::Modes::Both
-                 && o.behaviour.unplugAfterParts == -1 && o.logPath.isEmpty();
+        {{},
+         [](const SimOptions& o) {
+             return o.count == 1 && o.behaviour.echo && o.behaviour.modes == ModemBehaviour::Modes::Both &&
+                    o.behaviour.unplugAfterParts == -1 && o.logPath.isEmpty();
          }},
         {{"--manufacturer", "Acme", "--model", "M1", "--revision", "r2", "--imei", "123"},
          [](const SimOptions& o) {
-             return o.identity.manufacturer == u"Acme" && o.identity.model == u"M1"
-                 && o.identity.revision == u"r2" && o.identity.imei == u"123";
+             return o.identity.manufacturer == u"Acme" && o.identity.model == u"M1" &&
+                    o.identity.revision == u"r2" && o.identity.imei == u"123";
          }},
         {{"--operator", "Net Two", "--smsc", "+15550001", "--smsc-ucs2"},
          [](const SimOptions& o) {
-             return o.identity.operatorName == u"Net Two" && o.identity.smsc == u"+15550001"
-                 && o.identity.smscAsUcs2;
+             return o.identity.operatorName == u"Net Two" && o.identity.smsc == u"+15550001" &&
+                    o.identity.smscAsUcs2;
          }},
         {{"--operator", ""}, [](const SimOptions& o) { return o.identity.operatorName.isEmpty(); }},
         {{"--battery", "1,55", "--signal", "14"},
          [](const SimOptions& o) {
              return o.identity.batteryState == 1 && o.identity.batteryCharge == 55 && o.identity.rssi == 14;
          }},
-        {{"--modes", "pdu"}, [](const SimOptions& o) { return o.behaviour.modes == ModemBehaviour::Modes::PduOnly; }},
-        {{"--modes", "TEXT"}, [](const SimOptions& o) { return o.behaviour.modes == ModemBehaviour::Modes::TextOnly; }},
+        {{"--modes", "pdu"},
+         [](const SimOptions& o) { return o.behaviour.modes == ModemBehaviour::Modes::PduOnly; }},
+        {{"--modes", "TEXT"},
+         [](const SimOptions& o) { return o.behaviour.modes == ModemBehaviour::Modes::TextOnly; }},
         {{"--no-echo", "--bursts", "3", "--network-delay-ms", "0"},
          [](const SimOptions& o) {
              return !o.behaviour.echo && o.behaviour.answerBursts == 3 && o.behaviour.networkDelayMs == 0;
          }},
         {{"--cms-error", "+4477=38", "--cms-error", "555=500"},
          [](const SimOptions& o) {
-             return o.behaviour.cmsErrorForNumber.value("+4477") == 38
-                 && o.behaviour.cmsErrorForNumber.value("555") == 500
-                 && o.behaviour.cmsErrorForNumber.size() == 2;
+             return o.behaviour.cmsErrorForNumber.value("+4477") == 38 &&
+                    o.behaviour.cmsErrorForNumber.value("555") == 500 &&
+                    o.behaviour.cmsErrorForNumber.size() == 2;
          }},
-        {{"--cmgs-test-error", "--undefined-identity", "--silent", "--echo-only", "--unplug-after-parts", "0"},
+        {{"--cmgs-test-error", "--undefined-identity", "--silent", "--echo-only", "--unplug-after-parts",
+          "0"},
          [](const SimOptions& o) {
-             return o.behaviour.cmgsTestAnswersError && o.behaviour.undefinedIdentity && o.behaviour.silent
-                 && o.behaviour.echoOnly && o.behaviour.unplugAfterParts == 0;
+             return o.behaviour.cmgsTestAnswersError && o.behaviour.undefinedIdentity && o.behaviour.silent &&
+                    o.behaviour.echoOnly && o.behaviour.unplugAfterParts == 0;
          }},
         {{"--log", "/tmp/x.jsonl", "--count", "4"},
          [](const SimOptions& o) { return o.logPath == u"/tmp/x.jsonl" && o.count == 4; }},
@@ -60,13 +64,17 @@ TEST(SimOptions, FlagsMirrorIdentityAndBehaviour) {
     };
     for (const auto& c : cases) {
         const SimOptions options = parse(c.flags);
-        EXPECT_TRUE(options.error.isEmpty()) << c.flags.join(' ').toStdString() << ": " << options.error.toStdString();
+        EXPECT_TRUE(options.error.isEmpty())
+            << c.flags.join(' ').toStdString() << ": " << options.error.toStdString();
         EXPECT_TRUE(c.holds(options)) << c.flags.join(' ').toStdString();
     }
 }
 
 TEST(SimOptions, MistakesAreNamedNotGuessed) {
-    const struct { QStringList flags; const char* fragment; } cases[] = {
+    const struct {
+        QStringList flags;
+        const char* fragment;
+    } cases[] = {
         {{"--modes", "fast"}, "--modes"},
         {{"--bursts", "0"}, "--bursts"},
         {{"--bursts", "x"}, "--bursts"},

@@ -1,6 +1,6 @@
+#include "sim/VirtualModem.h"
 #include "PtyClient.h"
 #include "sim/MessageLog.h"
-#include "sim/VirtualModem.h"
 
 #include "TestEnvironment.h"
 #include "core/Clock.h"
@@ -67,11 +67,15 @@ const QByteArray kPart1 = "00510005912143F50000FF0A06080400000201C834";
 const QByteArray kPart2 = "00510005912143F50000FF0A06080400000202C834";
 
 TEST(VirtualModemLine, AnswersSplitIntoBurstsArriveWhole) {
-    const struct { QByteArray answer; int bursts; QList<QByteArray> pieces; } cases[] = {
+    const struct {
+        QByteArray answer;
+        int bursts;
+        QList<QByteArray> pieces;
+    } cases[] = {
         {"\r\nOK\r\n", 1, {"\r\nOK\r\n"}},
         {"\r\nOK\r\n", 2, {"\r\nO", "K\r\n"}},
         {"\r\nOK\r\n", 3, {"\r\n", "OK", "\r\n"}},
-        {"OK", 5, {"O", "K"}},              // never an empty write
+        {"OK", 5, {"O", "K"}}, // never an empty write
         {"OK", 0, {"OK"}},
     };
     for (const auto& c : cases)
@@ -94,7 +98,7 @@ TEST(VirtualModemLine, ConcatenatedPartsBecomeOneLoggedMessage) {
     client.command("AT+CMGS=20\r");
     EXPECT_TRUE(client.command(kPart1 + "\x1a").contains("+CMGS: 1"));
     ASSERT_EQ(modem.received().size(), 1);
-    EXPECT_FALSE(modem.received().at(0).complete);      // visible while waiting for part 2
+    EXPECT_FALSE(modem.received().at(0).complete);         // visible while waiting for part 2
     EXPECT_TRUE(sim::MessageLog::read(logPath).isEmpty()); // but not logged yet
     client.command("AT+CMGS=20\r");
     EXPECT_TRUE(client.command(kPart2 + "\x1a").contains("+CMGS: 2"));

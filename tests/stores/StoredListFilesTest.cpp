@@ -16,14 +16,17 @@
 namespace {
 
 TEST(SentItemFile, RecordIsOneLineWithBellAndVerticalTab) {
-    const QByteArray line = formatSentItemLine({"5550100", "Hi\nthere", "01/02/2025", "Message sent successfully."});
+    const QByteArray line =
+        formatSentItemLine({"5550100", "Hi\nthere", "01/02/2025", "Message sent successfully."});
     EXPECT_EQ(line, "\a5550100\vHi|AP*|DX/there\a01/02/2025\vMessage sent successfully.\n");
-    EXPECT_EQ(formatSentItemLine({"1", "\xE2\x82\xAC", "d", ""}), "\a1\v\xE2\x82\xAC\ad\v\n"); // UTF-8, empty Android status
+    EXPECT_EQ(formatSentItemLine({"1", "\xE2\x82\xAC", "d", ""}),
+              "\a1\v\xE2\x82\xAC\ad\v\n"); // UTF-8, empty Android status
 }
 
 TEST(SentItemFile, AppendedItemsReadBack) {
     TestDataHome home;
-    ASSERT_TRUE(appendSentItem(SentItem_File_Path, {"111", "line one\nline two", "03/04/2025", "Message sent to device."}));
+    ASSERT_TRUE(appendSentItem(SentItem_File_Path,
+                               {"111", "line one\nline two", "03/04/2025", "Message sent to device."}));
     ASSERT_TRUE(appendSentItem(SentItem_File_Path, {"+222", "", "03/04/2025", "+CMS ERROR: 38"}));
     const QList<SentItem> items = parseSentItems(readAll(SentItem_File_Path));
     ASSERT_EQ(items.size(), 2);

@@ -33,9 +33,9 @@ public:
 
     // Transcript.
     QList<Event> events() const;
-    QStringList alerts() const;    // texts as shown, "\n" prefix included
+    QStringList alerts() const; // texts as shown, "\n" prefix included
     QStringList questions() const;
-    QStringList dialogs() const;   // class names of the dialogs run
+    QStringList dialogs() const; // class names of the dialogs run
     bool quitRequested() const;
     void clearTranscript();
 

@@ -15,11 +15,11 @@ TEST(NumberRules, TypedNumbersAreNormalisedOrRefused) {
         {"12345678901234567890", "12345678901234567890"}, // 20 digits
         {"123456789012345678901", ""},                    // 21 digits
         {"++44", ""},
-        {"+", "+"},                                        // a lone plus passes every rule
+        {"+", "+"}, // a lone plus passes every rule
         {"  \t ", ""},
         {"12a4", ""},
         {"12/34", ""},
-        {"\xD9\xA1\xD9\xA2", ""},                          // Arabic-Indic digits are not "0"-"9"
+        {"\xD9\xA1\xD9\xA2", ""}, // Arabic-Indic digits are not "0"-"9"
         {"[+44] 20 7946 0958", "+442079460958"},
     };
     for (const auto& c : cases)

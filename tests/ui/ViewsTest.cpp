@@ -81,7 +81,8 @@ TEST(Views, MainWindowFollowsItsController) {
     android.connectDevice();
     EXPECT_EQ(devices->count(), 0);
     EXPECT_TRUE(view.findChild<QPushButton*>("_NO_Device_Ticker")->isVisibleTo(&view));
-    EXPECT_EQ(view.findChild<QPushButton*>("_Device_Name_Ticker")->text(), "No Mobile Phone Device is selected.");
+    EXPECT_EQ(view.findChild<QPushButton*>("_Device_Name_Ticker")->text(),
+              "No Mobile Phone Device is selected.");
 
     android.hide();
     EXPECT_FALSE(view.isVisible());
@@ -120,8 +121,9 @@ TEST(UiHelpers, GroupBoxesSwitchTheirDirectControlsOnly) {
 }
 
 TEST(UiHelpers, HyperlinkEscapesItsText) {
-    EXPECT_EQ(hyperlinkText("a<b", "http://x/?a=1&b=2"),
-              "<a href=\"http://x/?a=1&amp;b=2\" style=\"color:blue; text-decoration:underline;\">a&lt;b</a>");
+    EXPECT_EQ(
+        hyperlinkText("a<b", "http://x/?a=1&b=2"),
+        "<a href=\"http://x/?a=1&amp;b=2\" style=\"color:blue; text-decoration:underline;\">a&lt;b</a>");
 }
 
 } // namespace

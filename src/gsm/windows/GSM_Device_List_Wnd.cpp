@@ -76,13 +76,14 @@ void GSM_Device_List_Wnd::Update_Column_Value(const QString& path, const QString
 }
 
 void GSM_Device_List_Wnd::Update_Column_Value_For_Main_array(const QString& path, const QString& key,
-                                                            const QString& value) {
+                                                             const QString& value) {
     for (Record& record : port_det_str_array)
         if (record.value(kPath) == path)
             record.insert(key, value);
 }
 
-void GSM_Device_List_Wnd::Set_SMSC_Use_Status(const QString& path, const QString& status, const QString& smsc) {
+void GSM_Device_List_Wnd::Set_SMSC_Use_Status(const QString& path, const QString& status,
+                                              const QString& smsc) {
     Update_Column_Value(path, QStringLiteral("UseCusSMSC"), status);
     Update_Column_Value(path, QStringLiteral("CusSMSC"), smsc);
     Update_Column_Value_For_Main_array(path, QStringLiteral("UseCusSMSC"), status);
@@ -130,7 +131,8 @@ void GSM_Device_List_Wnd::showDevice(int row) {
 bool GSM_Device_List_Wnd::OnGetSelected(const QString& path) {
     const int portFd = openForCheck(path);
     if (portFd == -1 && m_session.port() == nullptr) {
-        m_op.Show_MessageBox(QStringLiteral("Selected device is not working properly.\nCould not open device.\n"));
+        m_op.Show_MessageBox(
+            QStringLiteral("Selected device is not working properly.\nCould not open device.\n"));
         return false;
     }
     if (portFd < 0 || !m_session.Check_Connection(portFd)) {
@@ -153,11 +155,12 @@ void GSM_Device_List_Wnd::Get_And_Fill_Details(const QString& path) {
         modes = QStringLiteral("Text Mode");
     else if (supported.contains(QStringLiteral("PDU")))
         modes = QStringLiteral("PDU Mode");
-    m_detailsText = QStringLiteral("COM Port : %1\r\nManufacturer : %2\r\nModel : %3\r\nRevision : %4\r\nSupported SMS "
-                                   "Mode : %5\r\nBattery : %6\r\nDefault SMSC No. : %7\r\nOperator Code : %8\r\n"
-                                   "Signal Quality : %9\r\n")
-                        .arg(r.value("COM_PORT"), r.value("Manufacture"), r.value("Model"), r.value("Revision"), modes,
-                             r.value("Battery"), r.value("DefSMSC"), r.value("Operator"), r.value("Signal"));
+    m_detailsText =
+        QStringLiteral("COM Port : %1\r\nManufacturer : %2\r\nModel : %3\r\nRevision : %4\r\nSupported SMS "
+                       "Mode : %5\r\nBattery : %6\r\nDefault SMSC No. : %7\r\nOperator Code : %8\r\n"
+                       "Signal Quality : %9\r\n")
+            .arg(r.value("COM_PORT"), r.value("Manufacture"), r.value("Model"), r.value("Revision"), modes,
+                 r.value("Battery"), r.value("DefSMSC"), r.value("Operator"), r.value("Signal"));
     m_defaultSmscField = r.value("DefSMSC");
     m_customSmscChecked = r.value("UseCusSMSC") == QLatin1String("Y");
     m_customSmscText = m_customSmscChecked ? r.value("CusSMSC") : QString();
@@ -165,7 +168,8 @@ void GSM_Device_List_Wnd::Get_And_Fill_Details(const QString& path) {
         m_modeSelection = 1;
     else if (r.value("SMSMode") == QLatin1String("Text Mode"))
         m_modeSelection = 2;
-    m_heading = QStringLiteral("SMS settings of %1 %2 at %3").arg(r.value("Manufacture"), r.value("Model"), r.value("COM_PORT"));
+    m_heading = QStringLiteral("SMS settings of %1 %2 at %3")
+                    .arg(r.value("Manufacture"), r.value("Model"), r.value("COM_PORT"));
     m_settingsEnabled = true;
 }
 
@@ -185,7 +189,8 @@ void GSM_Device_List_Wnd::PDU_Mode_Radio() { setMode(1, QStringLiteral("PDU Mode
 void GSM_Device_List_Wnd::Text_Mode_Radio() {
     m_op.Show_MessageBox(QStringLiteral(
         "Information:\n\nYou have selected 'Text Mode' for sending Messages.\n\nSome Devices may not support "
-        "non-English (Unicode) SMS using this mode.\n\nIf you face difficulties in sending Unicode SMS using 'Text "
+        "non-English (Unicode) SMS using this mode.\n\nIf you face difficulties in sending Unicode SMS using "
+        "'Text "
         "Mode', select 'PDU Mode'."));
     setMode(2, QStringLiteral("Text Mode"));
 }
@@ -223,14 +228,16 @@ void GSM_Device_List_Wnd::Custom_SMSC_Pressed(bool on) {
 // ---- stopping ----
 
 void GSM_Device_List_Wnd::Stopmodem_Searching_pressed() {
-    if (m_op.Show_YES_NO_MessageBox(QStringLiteral("\nTerminating the current process will stop scanning connected "
-                                                   "device. Are you sure you want to continue?")))
+    if (m_op.Show_YES_NO_MessageBox(
+            QStringLiteral("\nTerminating the current process will stop scanning connected "
+                           "device. Are you sure you want to continue?")))
         Stop_Modem_SRCH = true;
 }
 
 void GSM_Device_List_Wnd::ContinueOfflinePressed() {
-    if (!m_op.Show_YES_NO_MessageBox(QStringLiteral("\nTerminating the current process will stop scanning connected "
-                                                    "device. Are you sure you want to continue?")))
+    if (!m_op.Show_YES_NO_MessageBox(
+            QStringLiteral("\nTerminating the current process will stop scanning connected "
+                           "device. Are you sure you want to continue?")))
         return;
     Stop_Modem_SRCH = true;
     endModal(0);

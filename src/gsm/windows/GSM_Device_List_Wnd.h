@@ -6,9 +6,9 @@
 //
 // Searching and reading a device's details run on worker threads through the window's one
 // modem session; every change the view sees is made on the main thread.
-#include "gsm/MFCSMS.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
+#include "gsm/MFCSMS.h"
 
 #include <atomic>
 #include <memory>
@@ -52,7 +52,8 @@ public:
     int rowOf(const QString& path) const;
     QString Get_Sel_Port_Details(const QString& path, const QString& key) const;
     void Update_Column_Value(const QString& path, const QString& key, const QString& value);
-    static void Update_Column_Value_For_Main_array(const QString& path, const QString& key, const QString& value);
+    static void Update_Column_Value_For_Main_array(const QString& path, const QString& key,
+                                                   const QString& value);
     // Both lists at once, as the custom service centre tick box does.
     void Set_SMSC_Use_Status(const QString& path, const QString& status, const QString& smsc);
 

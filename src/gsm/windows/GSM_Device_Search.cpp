@@ -2,12 +2,12 @@
 // can send messages and for its IMEI, and described in one record per device.
 #include "GSM_Device_List_Wnd.h"
 
-#include "gsm/ModemDiscovery.h"
-#include "gsm/ModemProbe.h"
 #include "core/Log.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
+#include "gsm/ModemDiscovery.h"
+#include "gsm/ModemProbe.h"
 
 namespace {
 const QString kPath = QStringLiteral("PORT_DETAL");
@@ -146,7 +146,8 @@ int GSM_Device_List_Wnd::GetModemPath(const QStringList& paths) {
 
             const QString name = Trim_Str(Read_Str_FromIndex(path, 8));
             onMain([this, name, path] {
-                m_ports.append(Record{{"State", "0"}, {"COM_PORT", name}, {kPath, path}, {"PORT_STATUS", ""}, {"IMEI", ""}});
+                m_ports.append(Record{
+                    {"State", "0"}, {"COM_PORT", name}, {kPath, path}, {"PORT_STATUS", ""}, {"IMEI", ""}});
             });
             Show_NSLog_Message(QStringLiteral("Modem found with BSD path: %1\n").arg(path));
             MFCSMS& s = m_session;
@@ -158,10 +159,22 @@ int GSM_Device_List_Wnd::GetModemPath(const QStringList& paths) {
             s.Port_Det = path;
             Read_Ph_Values_NEW(s, fd);
             switch (s.PDU_or_Text_SMS(fd)) {
-            case 1: s.sms_mode = "PDU Mode"; s.sup_sms_mode = ";PDU Mode;"; break;
-            case 2: s.sms_mode = "Text Mode"; s.sup_sms_mode = ";Text Mode;"; break;
-            case 3: s.sms_mode = "PDU Mode"; s.sup_sms_mode = ";PDU Mode;Text Mode;"; break;
-            default: s.sms_mode = "NONE"; s.sup_sms_mode = "NONE"; break;
+            case 1:
+                s.sms_mode = "PDU Mode";
+                s.sup_sms_mode = ";PDU Mode;";
+                break;
+            case 2:
+                s.sms_mode = "Text Mode";
+                s.sup_sms_mode = ";Text Mode;";
+                break;
+            case 3:
+                s.sms_mode = "PDU Mode";
+                s.sup_sms_mode = ";PDU Mode;Text Mode;";
+                break;
+            default:
+                s.sms_mode = "NONE";
+                s.sup_sms_mode = "NONE";
+                break;
             }
             const Record complete = deviceRecordFromSession();
             onMain([this, complete, path] {

@@ -7,14 +7,18 @@
 #include "core/Operator.h"
 
 namespace {
-const QString kDefaultSmscMissing = QStringLiteral(
-    "Default SMSC Number could not be located for this device.\nPlease enter SMSC number manually in 'Custom SMSC "
-    "no.' Field for this Device.\n\nYou can find SMSC Number in 'SMS Service Center' Details in the SMS Settings of "
-    "your Mobile Device.");
-const QString kCustomSmscMissing = QStringLiteral(
-    "Custom SMSC Number could not be located for this device.\nPlease enter SMSC number manually in 'Custom SMSC "
-    "no.' Field for this Device.\n\nYou can find SMSC Number in 'SMS Service Center' Details in the SMS Settings of "
-    "your Mobile Device.");
+const QString kDefaultSmscMissing =
+    QStringLiteral("Default SMSC Number could not be located for this device.\nPlease enter SMSC number "
+                   "manually in 'Custom SMSC "
+                   "no.' Field for this Device.\n\nYou can find SMSC Number in 'SMS Service Center' Details "
+                   "in the SMS Settings of "
+                   "your Mobile Device.");
+const QString kCustomSmscMissing =
+    QStringLiteral("Custom SMSC Number could not be located for this device.\nPlease enter SMSC number "
+                   "manually in 'Custom SMSC "
+                   "no.' Field for this Device.\n\nYou can find SMSC Number in 'SMS Service Center' Details "
+                   "in the SMS Settings of "
+                   "your Mobile Device.");
 } // namespace
 
 int GSM_Device_List_Wnd::openForCheck(const QString& path) {
@@ -73,8 +77,9 @@ GSM_Device_List_Wnd::Verdict GSM_Device_List_Wnd::checkForSelection(const Record
             m_op.Show_MessageBox(message);
             return Verdict::Stop;
         }
-        return m_op.Show_YES_NO_MessageBox(message +
-                                           QStringLiteral("\n\nAre you sure you want to continue without selecting device?"))
+        return m_op.Show_YES_NO_MessageBox(
+                   message +
+                   QStringLiteral("\n\nAre you sure you want to continue without selecting device?"))
                    ? Verdict::Skip
                    : Verdict::Stop;
     };
@@ -100,9 +105,10 @@ GSM_Device_List_Wnd::Verdict GSM_Device_List_Wnd::checkForSelection(const Record
             "Either no Mobile Device is connected on this port or selected device is not working properly."));
 
     if (record.value(QStringLiteral("SMS_CAPABLE")) == QLatin1String("Not Detected") &&
-        !m_op.Show_YES_NO_MessageBox(QStringLiteral("This Device cannot be used for sending Text messages as it does "
-                                                    "not seem to have SMS Sending capabilities.\n\nAre you sure you "
-                                                    "want to continue?")))
+        !m_op.Show_YES_NO_MessageBox(
+            QStringLiteral("This Device cannot be used for sending Text messages as it does "
+                           "not seem to have SMS Sending capabilities.\n\nAre you sure you "
+                           "want to continue?")))
         return Verdict::Skip;
     if (useCustom && customSmsc.isEmpty())
         return refuse(kCustomSmscMissing);

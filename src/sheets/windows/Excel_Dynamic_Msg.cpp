@@ -1,12 +1,12 @@
 #include "Excel_Dynamic_Msg.h"
 #include "Excel_SMS_Example.h"
 
-#include "sheets/SpreadsheetWriter.h"
 #include "WorkbookPreparation.h"
 #include "core/Log.h"
 #include "core/Operator.h"
 #include "list/BulkSmsWindow.h"
 #include "list/LoadCounters.h"
+#include "sheets/SpreadsheetWriter.h"
 #include "text/NumberRules.h"
 
 #include <QRegularExpression>
@@ -19,9 +19,7 @@ const QString kNotes =
     QStringLiteral("\n\nNote:\n1. Maximum of 50,000 records in a single sheet are supported at a "
                    "time.\n2. Each message may be of maximum 1600 characters.");
 
-QString placeholder(int column) {
-    return QStringLiteral("<COL-%1>").arg(column);
-}
+QString placeholder(int column) { return QStringLiteral("<COL-%1>").arg(column); }
 } // namespace
 
 Excel_Dynamic_Msg::Excel_Dynamic_Msg(BulkSmsWindow& window, QObject* parent)

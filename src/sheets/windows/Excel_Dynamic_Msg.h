@@ -81,4 +81,3 @@ private:
     bool m_pleaseWait = false;
     SpreadsheetData excel_content;
 };
-

@@ -1,7 +1,6 @@
 #include "Import_Excel.h"
 
 #include "ImportTargets.h"
-#include "sheets/SpreadsheetWriter.h"
 #include "WorkbookPreparation.h"
 #include "core/AppState.h"
 #include "core/Clock.h"
@@ -10,6 +9,7 @@
 #include "core/Operator.h"
 #include "list/BulkSmsWindow.h"
 #include "list/LoadCounters.h"
+#include "sheets/SpreadsheetWriter.h"
 #include "text/NumberRules.h"
 
 namespace {
@@ -105,12 +105,8 @@ void Import_Excel::rebuildColumns(bool ticked) {
     m_columns.setRecords(rebuilt);
 }
 
-void Import_Excel::Select_All() {
-    rebuildColumns(true);
-}
-void Import_Excel::Clear_All() {
-    rebuildColumns(false);
-}
+void Import_Excel::Select_All() { rebuildColumns(true); }
+void Import_Excel::Clear_All() { rebuildColumns(false); }
 
 void Import_Excel::OKPressed() {
     if (m_columns.isEmpty()) {
@@ -166,6 +162,4 @@ void Import_Excel::passValue(BulkSmsWindow* window, const QString& value, const 
     }
 }
 
-void Import_Excel::CancelPressed() {
-    endModal(0);
-}
+void Import_Excel::CancelPressed() { endModal(0); }

@@ -1,8 +1,8 @@
 #include "WorkbookPreparation.h"
 
+#include "core/Log.h"
 #include "sheets/SheetState.h"
 #include "sheets/SpreadsheetWriter.h"
-#include "core/Log.h"
 
 #include <QDir>
 

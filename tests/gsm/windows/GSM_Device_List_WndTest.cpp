@@ -100,7 +100,7 @@ TEST_F(DeviceWindowTest, TwoModemsAreFoundInOrderWithTheirDetails) {
 
 TEST_F(DeviceWindowTest, TwoPortsOfOneModemGiveOneRecordAndNonSendersAreLeftOut) {
     attach(identity("333333333333333"));
-    attach(identity("333333333333333"));                   // the same modem's second port
+    attach(identity("333333333333333")); // the same modem's second port
     attach(identity("444444444444444"), behaving([](ModemBehaviour& b) { b.cmgsTestAnswersError = true; }));
     EXPECT_EQ(search(), 0);
     ASSERT_EQ(window.nsPortListData().size(), 1);
@@ -127,8 +127,9 @@ TEST_F(SelectionTest, OneFailingDeviceShowsThePlainMessageAndStays) {
     window.setRowTicked(1, true);
     modems.at(1)->setBehaviour(behaving([](ModemBehaviour& b) { b.silent = true; }));
     window.Multi_Phone_Selected_Func();
-    EXPECT_EQ(op.alerts(), QStringList{"\nEither no Mobile Device is connected on this port or selected device is "
-                                       "not working properly."});
+    EXPECT_EQ(op.alerts(),
+              QStringList{"\nEither no Mobile Device is connected on this port or selected device is "
+                          "not working properly."});
     EXPECT_FALSE(window.isEnded());
     EXPECT_TRUE(port_val_str_array.isEmpty());
 }
@@ -140,9 +141,10 @@ TEST_F(SelectionTest, TwoTickedWithOneFailingAsksAndKeepsTheOther) {
     op.answerYes();
     window.beginModal();
     window.Multi_Phone_Selected_Func();
-    EXPECT_EQ(op.questions(),
-              QStringList{"Either no Mobile Device is connected on this port or selected device is not working "
-                          "properly.\n\nAre you sure you want to continue without selecting device?"});
+    EXPECT_EQ(
+        op.questions(),
+        QStringList{"Either no Mobile Device is connected on this port or selected device is not working "
+                    "properly.\n\nAre you sure you want to continue without selecting device?"});
     EXPECT_TRUE(window.isEnded());
     EXPECT_EQ(window.endCode(), 1);
     EXPECT_EQ(port_val_str_array, QStringList{paths().at(0)});
@@ -169,7 +171,8 @@ TEST_F(SelectionTest, NothingTickedOrNothingListed) {
 TEST_F(SelectionTest, ShownDeviceGetsDetailsModesAndAValidatedCustomSmsc) {
     window.showDevice(1);
     ASSERT_TRUE(spinUntil([&] { return !window.progressSheetShown() && !window.detailsText().isEmpty(); }));
-    EXPECT_TRUE(window.detailsText().startsWith("COM Port : " + paths().at(1).mid(8) + "\r\nManufacturer : Flaky\r\n"));
+    EXPECT_TRUE(window.detailsText().startsWith("COM Port : " + paths().at(1).mid(8) +
+                                                "\r\nManufacturer : Flaky\r\n"));
     EXPECT_TRUE(window.detailsText().contains("Supported SMS Mode : PDU Mode & Text Mode\r\n"));
     EXPECT_EQ(window.heading(), "SMS settings of Flaky VM-100 at " + paths().at(1).mid(8));
 
@@ -179,7 +182,8 @@ TEST_F(SelectionTest, ShownDeviceGetsDetailsModesAndAValidatedCustomSmsc) {
 
     window.setCustomSmscText("+44+7700");
     window.Custom_SMSC_Pressed(true);
-    EXPECT_EQ(op.alerts().last(), "\nThe SMSC number does not seem to be valid. Please enter a valid SMSC number.");
+    EXPECT_EQ(op.alerts().last(),
+              "\nThe SMSC number does not seem to be valid. Please enter a valid SMSC number.");
     EXPECT_EQ(record(1).value("UseCusSMSC"), "N");
     window.setCustomSmscText("+44 7700 900999");
     EXPECT_TRUE(window.update_custom_smsc());

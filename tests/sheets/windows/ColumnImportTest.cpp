@@ -5,10 +5,10 @@
 #include "core/AppState.h"
 #include "list/LoadCounters.h"
 #include "list/NumberLoader.h"
+#include "sheets/SheetState.h"
 #include "sheets/windows/Excel_Dynamic_Msg.h"
 #include "sheets/windows/ImportTargets.h"
 #include "sheets/windows/Import_Excel.h"
-#include "sheets/SheetState.h"
 #include "sheets/windows/SpreadsheetWindows.h"
 
 namespace {

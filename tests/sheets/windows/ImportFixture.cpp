@@ -6,9 +6,7 @@
 #include "sheets/SpreadsheetWriter.h"
 
 namespace {
-QByteArray escaped(const QString& s) {
-    return s.toHtmlEscaped().toUtf8();
-}
+QByteArray escaped(const QString& s) { return s.toHtmlEscaped().toUtf8(); }
 } // namespace
 
 QStringList ImportTestWindow::numbers() const {
@@ -67,6 +65,4 @@ QString ImportTest::tableWorkbook(const QString& name, const QList<SpreadsheetDa
     return packWorkbook(name, parts);
 }
 
-QList<int> ImportTest::counters() {
-    return {TOT_PROC, TOT, SKPD, EXLD};
-}
+QList<int> ImportTest::counters() { return {TOT_PROC, TOT, SKPD, EXLD}; }
