@@ -15,6 +15,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <stop_token>
 #include <termios.h>
 
 class MFCSMS {
@@ -74,12 +75,14 @@ public:
     using DefaultSmscLookup = std::function<QString(const QString& portPath)>;
     void setDefaultSmscLookup(DefaultSmscLookup lookup) { m_defaultSmscOf = std::move(lookup); }
 
-    // --- Submission (status texts in ModemAnswers.h).
+    // --- Submission (status texts in ModemAnswers.h). A stop asked through the token ends a
+    // long message before its next part and cuts the answer wait short.
     bool Send_PDU_SMS(int fd, const QString& number, const QString& message, const QString& smsc_num,
-                      bool flash_sms, bool unicode_sms, QString& return_status, const QString& sms_det);
+                      bool flash_sms, bool unicode_sms, QString& return_status, const QString& sms_det,
+                      std::stop_token stop = {});
     bool Send_Text_SMS(int fd, const QString& number, const QString& message, const QString& smsc_num,
                        bool flash_sms, bool unicode_sms, const QString& port_name_str, QString& return_status,
-                       const QString& sms_det);
+                       const QString& sms_det, std::stop_token stop = {});
 
     // The answer wait after a message body: 5 seconds, over as soon as the modem's final
     // result line has arrived.

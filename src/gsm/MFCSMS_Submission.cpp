@@ -6,7 +6,6 @@
 #include "PDU.h"
 #include "core/Clock.h"
 #include "core/Log.h"
-#include "core/SendingFlags.h"
 #include "core/TextUtils.h"
 #include "text/GsmAlphabet.h"
 
@@ -39,8 +38,6 @@ constexpr Kind kSingleTextUnicode{"6 = Standard Text SMS  = UNICODE", "UNICODE S
 constexpr Kind kLongText{"7  = Long Text SMS", "Long SMS Text :: "};
 constexpr Kind kSingleText{"8 = Standard Text SMS", "standard Short SMS Text :: "};
 
-bool stopRequested() { return Stop_SMS_Sending_Now.load(); }
-
 void logPartHeader(int part, int total) {
     Show_NSLog_Message(QStringLiteral("\n------ %1 / %2 of message ------\n").arg(part).arg(total));
 }
@@ -54,14 +51,18 @@ bool fitsSingleMessage(const QString& single, const QString& message, bool unico
 } // namespace
 
 struct MFCSMS::Exchange {
-    Exchange(int fd_, bool pduMode_, const QString& number_, const QString& smsc_, bool flash_)
-        : fd(fd_), pduMode(pduMode_), number(number_), smsc(smsc_), flash(flash_) {}
+    Exchange(int fd_, bool pduMode_, const QString& number_, const QString& smsc_, bool flash_,
+             std::stop_token stop_)
+        : fd(fd_), pduMode(pduMode_), number(number_), smsc(smsc_), flash(flash_), stop(std::move(stop_)) {}
+
+    bool stopRequested() const { return stop.stop_requested(); }
 
     const int fd;
     const bool pduMode;
     const QString number;
     const QString smsc;
     const bool flash;
+    const std::stop_token stop; // the run's Stop: no further part once it is asked
     Kind kind{};
     PDU encoder;
     QString promptLine;
@@ -108,7 +109,7 @@ void MFCSMS::collectAnswer(Exchange& ex, bool lastPart) {
 
 bool MFCSMS::sendLongPdu(Exchange& ex, const QString& message, bool unicode) {
     const int total = PDU::partCount(message, unicode);
-    for (int part = 1; part <= total && !stopRequested(); ++part) {
+    for (int part = 1; part <= total && !ex.stopRequested(); ++part) {
         logPartHeader(part, total);
         const QString pdu =
             ex.encoder.Encode_UDH_PDU(message, ex.number, ex.smsc, 0, true, ex.flash, total, part, unicode);
@@ -118,7 +119,7 @@ bool MFCSMS::sendLongPdu(Exchange& ex, const QString& message, bool unicode) {
         if (!sendOneMessage(ex, cmgs, pdu, part == total))
             return false;
         if (part < total)
-            Clock::sleepUnless(kAnswerWait, stopRequested);
+            Clock::sleepUnless(kAnswerWait, [&ex] { return ex.stopRequested(); });
     }
     return true;
 }
@@ -128,21 +129,22 @@ bool MFCSMS::sendTextPieces(Exchange& ex, const QString& message, bool unicode, 
     const int total = static_cast<int>((message.size() + pieceLength - 1) / pieceLength);
     const QString cmgs = QStringLiteral("AT+CMGS=\"%1\"\r\n").arg(ex.number);
     for (int piece = 1; piece <= total; ++piece) {
-        if (stopRequested())
+        if (ex.stopRequested())
             break;
         logPartHeader(piece, total);
         const QString text = message.mid(static_cast<qsizetype>(piece - 1) * pieceLength, pieceLength);
         if (!sendOneMessage(ex, cmgs, hexBody ? PDU::EncodeUserData_16_bit(text) : text, piece == total))
             return false;
-        Clock::sleepUnless(kAnswerWait, stopRequested);
+        Clock::sleepUnless(kAnswerWait, [&ex] { return ex.stopRequested(); });
     }
     return true;
 }
 
 bool MFCSMS::Send_PDU_SMS(int fd, const QString& number, const QString& message, const QString& smsc_num,
-                          bool flash_sms, bool unicode_sms, QString& return_status, const QString& sms_det) {
+                          bool flash_sms, bool unicode_sms, QString& return_status, const QString& sms_det,
+                          std::stop_token stop) {
     return_status = ModemAnswers::kStatusNoError;
-    Exchange ex(fd, true, number, smsc_num, flash_sms);
+    Exchange ex(fd, true, number, smsc_num, flash_sms, std::move(stop));
     bool completed = true;
     try {
         GET_CSCS_Response(fd);
@@ -169,9 +171,9 @@ bool MFCSMS::Send_PDU_SMS(int fd, const QString& number, const QString& message,
 
 bool MFCSMS::Send_Text_SMS(int fd, const QString& number, const QString& message, const QString& smsc_num,
                            bool flash_sms, bool unicode_sms, const QString& port_name_str,
-                           QString& return_status, const QString& sms_det) {
+                           QString& return_status, const QString& sms_det, std::stop_token stop) {
     return_status = ModemAnswers::kStatusNoError;
-    Exchange ex(fd, false, number, smsc_num, flash_sms);
+    Exchange ex(fd, false, number, smsc_num, flash_sms, std::move(stop));
     bool completed = true;
     try {
         GET_CSCS_Response(fd);

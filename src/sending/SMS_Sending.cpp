@@ -41,7 +41,7 @@ SMS_Sending::SMS_Sending(Gsm_Bulk_Sms_Wnd& window, Operator& op, QObject* parent
       m_activity([this] { ui([this] { m_activityValue = nextActivityValue(m_activityValue); }); }) {}
 
 SMS_Sending::~SMS_Sending() {
-    Stop_SMS_Sending_Now = true;
+    requestStop();
     m_activity.stop();
     m_pause.endCountdown();
     joinThreads();
@@ -91,6 +91,7 @@ void SMS_Sending::joinThreads() {
 void SMS_Sending::Open_SMS_Sending_Dialog() {
     try {
         joinThreads(); // the threads of an earlier run have ended by now
+        m_stop = std::stop_source();
         m_dlgClose = false;
         m_exportVisible = false;
         m_stopEnabled = false;
@@ -254,6 +255,11 @@ void SMS_Sending::endPause() {
     emit changed();
 }
 
+void SMS_Sending::requestStop() {
+    Stop_SMS_Sending_Now = true;
+    m_stop.request_stop();
+}
+
 void SMS_Sending::stop_SMS_Sending(const QString& closeWindow) {
     if (!m_op.Show_YES_NO_MessageBox(
             QStringLiteral("\nTerminating the current process will stop sending text messages "
@@ -262,7 +268,7 @@ void SMS_Sending::stop_SMS_Sending(const QString& closeWindow) {
         return;
     }
     m_dlgClose = closeWindow == QLatin1String("YES");
-    Stop_SMS_Sending_Now = true;
+    requestStop();
     endPause();
     if (!wait_to_fins_running && m_statusLine != kFinish) {
         m_closeEnabled = false;
@@ -276,7 +282,7 @@ void SMS_Sending::Stop_Btn() {
         stop_SMS_Sending(QStringLiteral("NO"));
     } else if (Pause_Timer_Running) {
         if (m_op.Show_YES_NO_MessageBox(QStringLiteral("Are you sure you want to continue?"))) {
-            Stop_SMS_Sending_Now = true;
+            requestStop();
             endPause();
         }
     } else {
@@ -290,7 +296,7 @@ void SMS_Sending::CancelPressed() {
     } else if (Pause_Timer_Running) {
         if (m_op.Show_YES_NO_MessageBox(QStringLiteral("Are you sure you want to continue?"))) {
             m_dlgClose = true;
-            Stop_SMS_Sending_Now = true;
+            requestStop();
             endPause();
             if (m_statusLine == kFinish)
                 endModal(1);

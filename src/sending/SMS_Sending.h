@@ -13,6 +13,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <stop_token>
 #include <thread>
 #include <vector>
 
@@ -72,6 +73,7 @@ private:
         int mode = 0; // 1 PDU, 2 text, 0 unknown
         QString smsc;
         int fd = -1;
+        std::stop_token stop;
     };
     struct RunOptions {
         DelaySchedule schedule;
@@ -90,6 +92,7 @@ private:
     void startCompletion();
     void stop_SMS_Sending(const QString& closeWindow);
     void endPause();
+    void requestStop(); // Stop for this run: the process-wide flag the windows show, and the run's token
 
     void showItem(int index, const SendingItem& item, bool counted);
     void ui(std::function<void()> change);     // on the main thread, without waiting
@@ -114,6 +117,7 @@ private:
     std::atomic<int> curr_send_item_4_th{0};
     std::atomic<int> tot_main_list_count{0};
     std::atomic<bool> m_dlgClose{false}; // dlg_close "YES"
+    std::stop_source m_stop;             // this run's Stop, handed to the modem sessions
 
     // Window state (main thread).
     QString m_statusLine, m_notice, m_title, m_totalLabel, m_progressText, m_pauseLabel;

@@ -55,6 +55,7 @@ bool SMS_Sending::openPort(int slot, const QString& path, PortJob& job) {
     job.portName = path;
     job.slot = slot;
     job.fd = fd;
+    job.stop = m_stop.get_token();
     job.mode = modeOf(m_window.deviceDetail(path, QStringLiteral("SMSMode")));
     job.smsc = m_window.deviceDetail(path, QStringLiteral("UseCusSMSC")) == QLatin1String("N")
                    ? QString()
@@ -164,12 +165,12 @@ void SMS_Sending::Send_To_All_SMS_Func(PortJob job) {
                 status = QStringLiteral("Error : +CMS ERROR: 500.");
             } else {
                 try {
-                    ok = job.mode == 2
-                             ? session.Send_Text_SMS(job.fd, claim->item.number, message, job.smsc,
-                                                     options.flash, options.unicode, job.portName, status,
-                                                     capability)
-                             : session.Send_PDU_SMS(job.fd, claim->item.number, message, job.smsc,
-                                                    options.flash, options.unicode, status, capability);
+                    ok = job.mode == 2 ? session.Send_Text_SMS(job.fd, claim->item.number, message, job.smsc,
+                                                               options.flash, options.unicode, job.portName,
+                                                               status, capability, job.stop)
+                                       : session.Send_PDU_SMS(job.fd, claim->item.number, message, job.smsc,
+                                                              options.flash, options.unicode, status,
+                                                              capability, job.stop);
                 } catch (const std::exception& e) {
                     Show_NSLog_Message(QStringLiteral("send to all sms function"));
                     Show_NSLog_Message(QString::fromUtf8(e.what()));

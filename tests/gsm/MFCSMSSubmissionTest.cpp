@@ -3,7 +3,6 @@
 #include "QStringPrinting.h"
 
 #include "core/Log.h"
-#include "core/SendingFlags.h"
 #include "gsm/MFCSMS.h"
 #include "sim/VirtualModem.h"
 
@@ -14,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include <stop_token>
 #include <thread>
 
 namespace {
@@ -61,9 +61,10 @@ struct ModemUnderTest {
     bool send(Mode mode, const QString& number, const QString& message, QString& status, bool unicode = false,
               bool flash = false, const QString& smsc = {}, const QString& capability = "Yes") {
         return mode == Mode::Pdu
-                   ? session.Send_PDU_SMS(fd, number, message, smsc, flash, unicode, status, capability)
+                   ? session.Send_PDU_SMS(fd, number, message, smsc, flash, unicode, status, capability,
+                                          stop.get_token())
                    : session.Send_Text_SMS(fd, number, message, smsc, flash, unicode, modem.devicePath(),
-                                           status, capability);
+                                           status, capability, stop.get_token());
     }
 
     int commandCount(const QString& prefix) const {
@@ -77,14 +78,10 @@ struct ModemUnderTest {
     bool started = false;
     MFCSMS session;
     int fd = -1;
+    std::stop_source stop; // the run's Stop button
 };
 
-class StopFlagReset : public ::testing::Test {
-protected:
-    void SetUp() override { Stop_SMS_Sending_Now = false; }
-    void TearDown() override { Stop_SMS_Sending_Now = false; }
-};
-using MFCSMSSubmission = StopFlagReset;
+using MFCSMSSubmission = ::testing::Test;
 
 TEST_F(MFCSMSSubmission, PduModeDeliversTheExactText) {
     const struct {
@@ -302,7 +299,6 @@ TEST_F(MFCSMSSubmission, SlowOrChattyModemsAreWaitedFor) {
 
 TEST_F(MFCSMSSubmission, StopEndsALongMessageAfterTheCurrentPart) {
     for (Mode mode : {Mode::Pdu, Mode::Text}) {
-        Stop_SMS_Sending_Now = false;
         ModemUnderTest m;
         ASSERT_TRUE(m.prepare(mode));
         // The operator presses Stop while the modem is taking the first part.
@@ -310,7 +306,7 @@ TEST_F(MFCSMSSubmission, StopEndsALongMessageAfterTheCurrentPart) {
         std::thread operatorThread([&] {
             while (!done && m.modem.received().isEmpty())
                 std::this_thread::sleep_for(std::chrono::microseconds(200));
-            Stop_SMS_Sending_Now = true;
+            m.stop.request_stop();
         });
         QString status;
         const bool result = m.send(mode, kNumber, gsmText(400), status);
