@@ -1,41 +1,23 @@
 #include "PDU.h"
 
-#include "core/Log.h"
+#include "core/Guard.h"
+#include "text/GsmAlphabet.h"
 
 #include <algorithm>
-#include <exception>
 
 namespace {
 
-struct CodePoint {
-    char16_t character;
-    int code;
-};
+// Word processors replace plain quotes with typographic ones. They are not in the alphabet
+// (a text holding them counts as Unicode), but a text sent as 7-bit anyway carries them as
+// the plain quotes rather than as whatever their low bits happen to be.
+QChar plainQuoteFor(QChar c) {
+    switch (c.unicode()) {
+    case u'\u201C': return QLatin1Char('"');
+    case u'\u2018': return QLatin1Char('\'');
+    default: return c;
+    }
+}
 
-// GSM 7-bit default alphabet where it differs from the character's own code.
-// clang-format off
-constexpr CodePoint kDefaultAlphabet[] = {
-    {u'@', 0},       {u'\u00A3', 1},  {u'$', 2},       {u'\u00A5', 3},  {u'\u00E8', 4},  {u'\u00E9', 5},
-    {u'\u00F9', 6},  {u'\u00EC', 7},  {u'\u00F2', 8},  {u'\u00C7', 9},  {u'\u00D8', 11}, {u'\u00F8', 12},
-    {u'\u00C5', 14}, {u'\u00E5', 15}, {u'\u0394', 16}, {u'_', 17},      {u'\u03A6', 18}, {u'\u0393', 19},
-    {u'\u039B', 20}, {u'\u03A9', 21}, {u'\u03A0', 22}, {u'\u03A8', 23}, {u'\u03A3', 24}, {u'\u0398', 25},
-    {u'\u039E', 26}, {u'\u00C6', 28}, {u'\u00E6', 29}, {u'\u00DF', 30}, {u'\u00C9', 31}, {u'\u00A4', 36},
-    {u'\u00A1', 64}, {u'\u00C4', 91}, {u'\u00D6', 92}, {u'\u00D1', 93}, {u'\u00DC', 94}, {u'\u00A7', 95},
-    {u'\u00BF', 96}, {u'\u00E4', 123}, {u'\u00F6', 124}, {u'\u00F1', 125}, {u'\u00FC', 126}, {u'\u00E0', 127},
-    // Word processors replace plain quotes with typographic ones; send them as the plain ones.
-    {u'\u201C', 34}, {u'\u2018', 39},
-};
-// clang-format on
-
-// The extension table: each is sent as the escape septet 27 followed by this code.
-// clang-format off
-constexpr CodePoint kExtensionTable[] = {
-    {u'\f', 10}, {u'^', 20},  {u'{', 40},  {u'}', 41},  {u'\\', 47},
-    {u'[', 60},  {u'~', 61},  {u']', 62},  {u'|', 64},  {u'\u20AC', 101},
-};
-// clang-format on
-
-constexpr int kEscapeSeptet = 27;
 constexpr int kHexDigitsPer7BitPart = PDU::kOctetsPerPart * 2;
 constexpr int kHexDigitsPerUcs2Part = PDU::kUnitsPerPart * 4;
 // 06 header length, 08 concatenation with a 16-bit reference, 04 element length, reference 0.
@@ -46,17 +28,6 @@ QString hexOctet(int value) { return PDU::BCDEncode(value & 0xFF); }
 
 } // namespace
 
-std::atomic<PDU*> PDU::s_lastCreated{nullptr};
-
-PDU::PDU() { s_lastCreated.store(this); }
-
-PDU::~PDU() {
-    PDU* self = this;
-    s_lastCreated.compare_exchange_strong(self, nullptr);
-}
-
-PDU* PDU::defaultInstance() { return s_lastCreated.load(); }
-
 QString PDU::dcsFor(bool flash_msg, bool unicode) {
     if (unicode)
         return flash_msg ? QStringLiteral("18") : QStringLiteral("08");
@@ -66,57 +37,60 @@ QString PDU::dcsFor(bool flash_msg, bool unicode) {
 QString PDU::EncodePDU(const QString& message, const QString& strDestinationAddress,
                        const QString& strSMSCAddress, int /*intActualPDULength*/, bool blnIncludeSMSC,
                        bool flash_msg, bool unicode) {
-    try {
-        if (!blnIncludeSMSC)
-            return {};
-        QString pdu = EncodeSMSCAddress(strSMSCAddress);
-        pdu += QStringLiteral("11") + QStringLiteral("00") + EncodeDestinationAddress(strDestinationAddress);
-        pdu += QStringLiteral("00") + dcsFor(flash_msg, unicode) + QStringLiteral("FF");
-        if (unicode) {
-            pdu += hexOctet(2 * static_cast<int>(message.size()));
-            pdu += EncodeUserData_16_bit(message);
-        } else {
-            const QList<int> septets = MapTo7BitAlphabet(message);
-            // An extension character counts two septets: the escape and its code.
-            pdu += hexOctet(static_cast<int>(std::max(message.size(), septets.size())));
-            pdu += EncodeUserData(septets);
-        }
-        return pdu;
-    } catch (const std::exception& e) {
-        Show_NSLog_Message(QStringLiteral("EncodePDU failed: %1").arg(QString::fromUtf8(e.what())));
+    if (!blnIncludeSMSC)
         return {};
-    }
+    // Building the text of a long message allocates: a failure costs this message only.
+    return Guard::run(
+        "EncodePDU",
+        [&]() -> QString {
+            QString pdu = EncodeSMSCAddress(strSMSCAddress);
+            pdu +=
+                QStringLiteral("11") + QStringLiteral("00") + EncodeDestinationAddress(strDestinationAddress);
+            pdu += QStringLiteral("00") + dcsFor(flash_msg, unicode) + QStringLiteral("FF");
+            if (unicode) {
+                pdu += hexOctet(2 * static_cast<int>(message.size()));
+                pdu += EncodeUserData_16_bit(message);
+            } else {
+                const QList<int> septets = MapTo7BitAlphabet(message);
+                // An extension character counts two septets: the escape and its code.
+                pdu += hexOctet(static_cast<int>(std::max(message.size(), septets.size())));
+                pdu += EncodeUserData(septets);
+            }
+            return pdu;
+        },
+        QString());
 }
 
 QString PDU::Encode_UDH_PDU(const QString& message, const QString& strDestinationAddress,
                             const QString& strSMSCAddress, int /*intActualPDULength*/, bool blnIncludeSMSC,
                             bool flash_msg, int tot_msg, int curr_msg, bool unicode) {
-    try {
-        if (!blnIncludeSMSC || tot_msg < 1 || tot_msg > 255 || curr_msg < 1 || curr_msg > tot_msg)
-            return {};
-        if (curr_msg == 1 || m_cachedUserData.isEmpty())
-            m_cachedUserData =
-                unicode ? EncodeUserData_16_bit(message) : EncodeUserData(MapTo7BitAlphabet(message));
-
-        const int hexPerPart = unicode ? kHexDigitsPerUcs2Part : kHexDigitsPer7BitPart;
-        const QString partData = Mid_String(m_cachedUserData, hexPerPart * (curr_msg - 1), hexPerPart);
-        if (partData.isEmpty())
-            return {};
-        const int octets = static_cast<int>(partData.size() / 2);
-        // 133 octets hold exactly 152 septets, so a part never needs fill bits after the header.
-        const int userDataLength = unicode ? octets + kHeaderOctets : (octets + kHeaderOctets) * 8 / 7;
-
-        QString pdu = EncodeSMSCAddress(strSMSCAddress);
-        pdu += QStringLiteral("51") + QStringLiteral("00") + EncodeDestinationAddress(strDestinationAddress);
-        pdu += QStringLiteral("00") + dcsFor(flash_msg, unicode) + QStringLiteral("FF");
-        pdu += hexOctet(userDataLength);
-        pdu += kConcatenationHeaderStart + hexOctet(tot_msg) + hexOctet(curr_msg);
-        pdu += partData;
-        return pdu;
-    } catch (const std::exception& e) {
-        Show_NSLog_Message(QStringLiteral("Encode_UDH_PDU failed: %1").arg(QString::fromUtf8(e.what())));
+    if (!blnIncludeSMSC || tot_msg < 1 || tot_msg > 255 || curr_msg < 1 || curr_msg > tot_msg)
         return {};
-    }
+    return Guard::run(
+        "Encode_UDH_PDU",
+        [&]() -> QString {
+            if (curr_msg == 1 || m_cachedUserData.isEmpty())
+                m_cachedUserData =
+                    unicode ? EncodeUserData_16_bit(message) : EncodeUserData(MapTo7BitAlphabet(message));
+
+            const int hexPerPart = unicode ? kHexDigitsPerUcs2Part : kHexDigitsPer7BitPart;
+            const QString partData = Mid_String(m_cachedUserData, hexPerPart * (curr_msg - 1), hexPerPart);
+            if (partData.isEmpty())
+                return {};
+            const int octets = static_cast<int>(partData.size() / 2);
+            // 133 octets hold exactly 152 septets, so a part never needs fill bits after the header.
+            const int userDataLength = unicode ? octets + kHeaderOctets : (octets + kHeaderOctets) * 8 / 7;
+
+            QString pdu = EncodeSMSCAddress(strSMSCAddress);
+            pdu +=
+                QStringLiteral("51") + QStringLiteral("00") + EncodeDestinationAddress(strDestinationAddress);
+            pdu += QStringLiteral("00") + dcsFor(flash_msg, unicode) + QStringLiteral("FF");
+            pdu += hexOctet(userDataLength);
+            pdu += kConcatenationHeaderStart + hexOctet(tot_msg) + hexOctet(curr_msg);
+            pdu += partData;
+            return pdu;
+        },
+        QString());
 }
 
 QString PDU::EncodeAddress(const QString& number, bool bInCountBytes) {
@@ -139,17 +113,11 @@ QString PDU::EncodeAddress(const QString& number, bool bInCountBytes) {
 }
 
 int PDU::MapChar(QChar c, bool& blnEscapeChar) {
-    const char16_t u = c.unicode();
-    blnEscapeChar = false;
-    for (const CodePoint& entry : kDefaultAlphabet)
-        if (entry.character == u)
-            return entry.code;
-    for (const CodePoint& entry : kExtensionTable)
-        if (entry.character == u) {
-            blnEscapeChar = true;
-            return entry.code;
-        }
-    return u; // shared with ASCII, or outside the alphabet: only the low 7 bits are sent
+    const QChar sent = plainQuoteFor(c);
+    const std::optional<Gsm7Septet> septet = gsm7SeptetOf(sent);
+    blnEscapeChar = septet && septet->extension;
+    // Outside the alphabet only the low 7 bits of the code unit go out.
+    return septet ? septet->code : sent.unicode();
 }
 
 QList<int> PDU::MapTo7BitAlphabet(const QString& text) {
@@ -159,7 +127,7 @@ QList<int> PDU::MapTo7BitAlphabet(const QString& text) {
         bool escape = false;
         const int code = MapChar(c, escape);
         if (escape)
-            septets.append(kEscapeSeptet);
+            septets.append(kGsm7EscapeSeptet);
         septets.append(code);
     }
     return septets;

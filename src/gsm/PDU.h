@@ -5,17 +5,11 @@
 #include <QList>
 #include <QString>
 
-#include <atomic>
-
 class PDU {
 public:
-    PDU();
-    ~PDU();
+    PDU() = default;
     PDU(const PDU&) = delete;
     PDU& operator=(const PDU&) = delete;
-
-    // The encoder created last (each sending call makes its own).
-    static PDU* defaultInstance();
 
     // One whole message. The length argument is not used; without the SMSC information
     // (blnIncludeSMSC false) the result is empty.
@@ -71,7 +65,6 @@ private:
     static QString dcsFor(bool flash_msg, bool unicode);
 
     QString m_cachedUserData; // hex of the whole message being split into parts
-    static std::atomic<PDU*> s_lastCreated;
 };
 
 // An integer as uppercase hex without a leading zero (5 -> "5", 26 -> "1A").

@@ -1,5 +1,6 @@
 #include "ProbeAnswers.h"
 
+#include "PDU.h"
 #include "core/TextUtils.h"
 #include "text/NumberRules.h"
 
@@ -95,34 +96,21 @@ bool isHex(const QString& text) {
 QString decodeUcs2Hex(const QString& hex) {
     if (hex.isEmpty() || hex.size() % 4 != 0 || !isHex(hex))
         return QString();
-    QString out;
-    for (qsizetype i = 0; i < hex.size(); i += 4)
-        out.append(QChar(char16_t(hex.mid(i, 4).toUShort(nullptr, 16))));
-    return out;
+    return PDU::DecodeUserData_16_bit(hex);
 }
 
 QString decodePacked7BitHex(const QString& hex) {
     if (hex.isEmpty() || hex.size() % 2 != 0 || !isHex(hex))
         return QString();
+    const QList<int> septets = PDU::DecodeUserData(hex, static_cast<int>(hex.size() / 2 * 8 / 7));
     QString out;
-    quint32 carry = 0;
-    int carryBits = 0;
-    int lastSeptet = -1;
-    for (qsizetype i = 0; i < hex.size(); i += 2) {
-        carry |= quint32(hex.mid(i, 2).toUInt(nullptr, 16)) << carryBits;
-        carryBits += 8;
-        while (carryBits >= 7) {
-            const int septet = int(carry & 0x7F);
-            carry >>= 7;
-            carryBits -= 7;
-            // Digits, "+", "*" and "#" share their codes with ASCII; nothing else matters here.
-            const bool numberCharacter =
-                (septet >= '0' && septet <= '9') || septet == '+' || septet == '*' || septet == '#';
-            out.append(numberCharacter ? QChar(septet) : QChar(u'?'));
-            lastSeptet = septet;
-        }
+    for (int septet : septets) {
+        // Digits, "+", "*" and "#" share their codes with ASCII; nothing else matters here.
+        const bool numberCharacter =
+            (septet >= '0' && septet <= '9') || septet == '+' || septet == '*' || septet == '#';
+        out.append(numberCharacter ? QChar(septet) : QChar(u'?'));
     }
-    if (lastSeptet == 0)
+    if (!septets.isEmpty() && septets.last() == 0)
         out.chop(1); // the fill bits of the last octet made one septet of zeros
     return out;
 }
