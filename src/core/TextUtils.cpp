@@ -1,8 +1,6 @@
 #include "TextUtils.h"
 
-#include "Log.h"
-
-#include <exception>
+#include "Guard.h"
 
 namespace {
 
@@ -33,29 +31,19 @@ QString replaceAll(const QString& s, const QString& find, const QString& repl, Q
     return out;
 }
 
-bool findIn(const char* name, const QString& hay, const QString& needle, Qt::CaseSensitivity cs) {
-    try {
-        if (hay.isNull() || needle.isNull() || needle.isEmpty())
-            return false;
-        return hay.contains(needle, cs);
-    } catch (const std::exception& e) {
-        Show_NSLog_Message(QStringLiteral("%1 exception").arg(QLatin1String(name)));
-        Show_NSLog_Message(hay);
-        Show_NSLog_Message(needle);
-        Show_NSLog_Message(QString::fromUtf8(e.what()));
+bool findIn(const QString& hay, const QString& needle, Qt::CaseSensitivity cs) {
+    if (hay.isNull() || needle.isNull() || needle.isEmpty())
         return false;
-    }
+    return hay.contains(needle, cs);
 }
 
 } // namespace
 
 QString Trim_Str(const QString& s) {
-    try {
-        return trimBothEnds(trimBothEnds(s, isWhitespaceOrNewline), isControl);
-    } catch (const std::exception& e) {
-        Show_NSLog_Message(QString::fromUtf8(e.what()));
-        return QString();
-    }
+    // The trimmed text is a copy of any length (a whole file's text, say).
+    return Guard::run(
+        "Trim_Str", [&] { return trimBothEnds(trimBothEnds(s, isWhitespaceOrNewline), isControl); },
+        QString());
 }
 
 QString MakeUpper(const QString& s) {
@@ -80,12 +68,10 @@ QString Replace_char_in_string_Case_Insensitive(const QString& s, const QString&
     return replaceAll(s, find, repl, Qt::CaseInsensitive);
 }
 
-bool Find_Str(const QString& hay, const QString& needle) {
-    return findIn("Find_Str", hay, needle, Qt::CaseSensitive);
-}
+bool Find_Str(const QString& hay, const QString& needle) { return findIn(hay, needle, Qt::CaseSensitive); }
 
 bool Find_Str_Case_Insensitive(const QString& hay, const QString& needle) {
-    return findIn("Find_Str_Case_Insensitive", hay, needle, Qt::CaseInsensitive);
+    return findIn(hay, needle, Qt::CaseInsensitive);
 }
 
 QString Left_Str_substringToIndex(const QString& s, int n) {

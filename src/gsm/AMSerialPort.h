@@ -13,8 +13,6 @@
 #include <optional>
 #include <termios.h>
 
-class MFCSMS;
-
 // Error record of the serial domain (codes below), filled when the caller asks for it.
 struct SerialError {
     int code = 0;
@@ -57,8 +55,6 @@ public:
     QString name() const { return m_serviceName; }
     QString type() const { return m_serviceType; }
     QString description() const;
-    void setDelegate(MFCSMS* owner) { m_delegate = owner; }
-    MFCSMS* delegate() const { return m_delegate; }
 
     // Prescribed seconds; the real wait follows the clock's scale.
     double readTimeout() const { return m_readTimeout.load(); }
@@ -135,7 +131,6 @@ private:
     std::atomic<double> m_readTimeout{0.0};
     int m_lastError = 0;
     bool m_gotError = false;
-    MFCSMS* m_delegate = nullptr;
     std::mutex m_readLock;
     std::mutex m_writeLock;
     std::mutex m_closeLock;

@@ -3,12 +3,12 @@
 
 #include "ModemAnswers.h"
 #include "core/Clock.h"
+#include "core/Guard.h"
 #include "core/Log.h"
 #include "core/TextUtils.h"
 
 #include <QStringDecoder>
 
-#include <exception>
 #include <utility>
 
 namespace {
@@ -29,25 +29,22 @@ MFCSMS::~MFCSMS() {
 }
 
 void MFCSMS::initPort_with_decp(const QString& path, int& return_file_descp) {
-    try {
-        m_port_name = path;
-        if (m_port && m_port->bsdPath() == path)
-            return;
-        closePort();
-        auto newPort = std::make_unique<AMSerialPort>(path, path, kModemStreamType);
-        newPort->setDelegate(this);
-        if (newPort->open()) {
-            m_port = std::move(newPort);
-            return_file_descp = m_port->fileDescriptor();
-            Show_NSLog_Message(QStringLiteral("Port ( %1 ) is OPENED with descp= (%2:%3)")
-                                   .arg(path)
-                                   .arg(return_file_descp)
-                                   .arg(return_file_descp));
-        } else {
-            Show_NSLog_Message(QStringLiteral("Port ( %1 ) is NOT OPEN").arg(path));
-        }
-    } catch (const std::exception& e) {
-        Show_NSLog_Message(QStringLiteral("initPort_with_decp: %1").arg(QString::fromUtf8(e.what())));
+    m_port_name = path;
+    if (m_port && m_port->bsdPath() == path)
+        return;
+    closePort();
+    auto newPort = Guard::run(
+        "initPort_with_decp", [&] { return std::make_unique<AMSerialPort>(path, path, kModemStreamType); },
+        std::unique_ptr<AMSerialPort>());
+    if (newPort && newPort->open()) {
+        m_port = std::move(newPort);
+        return_file_descp = m_port->fileDescriptor();
+        Show_NSLog_Message(QStringLiteral("Port ( %1 ) is OPENED with descp= (%2:%3)")
+                               .arg(path)
+                               .arg(return_file_descp)
+                               .arg(return_file_descp));
+    } else {
+        Show_NSLog_Message(QStringLiteral("Port ( %1 ) is NOT OPEN").arg(path));
     }
 }
 
@@ -59,8 +56,6 @@ void MFCSMS::initPort(const QString& path) {
 void MFCSMS::setPort(std::unique_ptr<AMSerialPort> newPort) {
     closePort();
     m_port = std::move(newPort);
-    if (m_port)
-        m_port->setDelegate(this);
 }
 
 void MFCSMS::closePort() {
@@ -71,37 +66,33 @@ void MFCSMS::closePort() {
 }
 
 bool MFCSMS::Write_Command(int fd, const QString& command_str) {
-    try {
-        std::lock_guard lock(m_writeLock);
-        QString command = command_str;
-        if (command.isEmpty()) {
-            Show_NSLog_Message(QStringLiteral("there is no data to write."));
-            command = QStringLiteral(" ");
-        }
-        Show_NSLog_Message(QStringLiteral("Write (%1) \"%2\"\n").arg(fd).arg(command));
-        return m_port && m_port->writeData(NString_To_Command_Char(command));
-    } catch (const std::exception& e) {
-        Show_NSLog_Message(QStringLiteral("Write_Command: %1").arg(QString::fromUtf8(e.what())));
-        return true;
-    }
+    std::lock_guard lock(m_writeLock);
+    const QString command = command_str.isEmpty() ? QStringLiteral(" ") : command_str;
+    if (command_str.isEmpty())
+        Show_NSLog_Message(QStringLiteral("there is no data to write."));
+    Show_NSLog_Message(QStringLiteral("Write (%1) \"%2\"\n").arg(fd).arg(command));
+    // The command's bytes are a copy of any length; a failure to make them counts as written,
+    // as the session always has: the modem's answer decides.
+    return Guard::run(
+        "Write_Command", [&] { return m_port && m_port->writeData(NString_To_Command_Char(command)); }, true);
 }
 
 bool MFCSMS::Read_Command(int fd, const QString& response_str) {
-    try {
-        std::lock_guard lock(m_readLock);
-        QByteArray bytes = std::exchange(m_pendingAnswer, QByteArray());
-        if (m_port) {
-            if (const std::optional<QByteArray> more = m_port->readAndReturnError())
-                bytes += *more;
-        }
-        m_sLastResponse = Trim_Str(decodeAnswer(bytes));
-        Show_NSLog_Message(QStringLiteral("Read (%1) \"%2\"\n").arg(fd).arg(m_sLastResponse));
-        return ModemAnswers::answerHolds(m_sLastResponse, response_str);
-    } catch (const std::exception& e) {
-        m_sLastResponse = QString::fromUtf8(e.what());
-        Show_NSLog_Message(QStringLiteral("Read_Command: %1").arg(m_sLastResponse));
-        return true;
-    }
+    std::lock_guard lock(m_readLock);
+    // The answer is held and decoded in copies of whatever length the modem sent.
+    return Guard::run(
+        "Read_Command",
+        [&] {
+            QByteArray bytes = std::exchange(m_pendingAnswer, QByteArray());
+            if (m_port) {
+                if (const std::optional<QByteArray> more = m_port->readAndReturnError())
+                    bytes += *more;
+            }
+            m_sLastResponse = Trim_Str(decodeAnswer(bytes));
+            Show_NSLog_Message(QStringLiteral("Read (%1) \"%2\"\n").arg(fd).arg(m_sLastResponse));
+            return ModemAnswers::answerHolds(m_sLastResponse, response_str);
+        },
+        true);
 }
 
 void MFCSMS::waitForAnswer() {

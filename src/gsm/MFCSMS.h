@@ -6,6 +6,7 @@
 // Every AT operation takes the descriptor of the open port only to label its log lines;
 // the traffic always goes through the session's port.
 #include "AMSerialPort.h"
+#include "SmsFormat.h"
 
 #include <QByteArray>
 #include <QString>
@@ -59,7 +60,7 @@ public:
     bool Prepare_Modem_For_Text_SMS(int fd);
     bool Set_Text_Mode_SMS_Param(int fd, bool flash_sms, bool unicode_sms);
     int PDU_or_Text_SMS(int fd);
-    QString Get_Selected_CMGF_Mode(int fd);
+    SmsFormat Get_Selected_CMGF_Mode(int fd);
     void SET_CMGF_PDU_MODE(int fd);
     void SET_CMGF_TEXT_MODE(int fd);
     QString GET_CSCS_Response(int fd);

@@ -5,15 +5,9 @@
 #include "core/Clock.h"
 #include "core/Log.h"
 
-#include <exception>
-
 namespace {
 const QString kOk = QStringLiteral("\r\nOK\r\n");
 const QString kAt = QStringLiteral("AT\r\n");
-
-void logException(const char* where, const std::exception& e) {
-    Show_NSLog_Message(QStringLiteral("%1: %2").arg(QLatin1String(where), QString::fromUtf8(e.what())));
-}
 } // namespace
 
 bool MFCSMS::commandExpectingOk(int fd, const QString& command) {
@@ -23,193 +17,111 @@ bool MFCSMS::commandExpectingOk(int fd, const QString& command) {
 QString MFCSMS::Get_SMS_Error(const QString& answer) { return ModemAnswers::smsErrorText(answer); }
 
 bool MFCSMS::Check_Connection(int fd) {
-    try {
-        m_sLastResponse.clear();
-        if (!Write_Command(fd, kAt)) {
-            Show_NSLog_Message(QStringLiteral("Check_Connection FAIL write AT"));
-            return false;
-        }
-        if (!Read_Command(fd, kOk)) {
-            // A modem that only echoes the command is alive.
-            if (m_sLastResponse == QLatin1String("AT"))
-                return true;
-            for (int attempt = 0; attempt < 5; ++attempt) {
-                Clock::sleep(kRetryRest);
-                if (!Write_Command(fd, kAt)) {
-                    Show_NSLog_Message(QStringLiteral("Check_Connection FAIL write AT again in read at"));
-                    return false;
-                }
-                if (Read_Command(fd, kOk) || m_sLastResponse == QLatin1String("AT"))
-                    return true;
-                Show_NSLog_Message(QStringLiteral("Check_Connection FAIL Read AT %1").arg(m_sLastResponse));
-            }
-        }
-        if (m_sLastResponse.contains(QLatin1String("OK")))
-            return true;
-        Show_NSLog_Message(
-            QStringLiteral("Check_Connection FAIL m_sLastResponse not OK %1").arg(m_sLastResponse));
-        return false;
-    } catch (const std::exception& e) {
-        logException("Check_Connection", e);
+    m_sLastResponse.clear();
+    if (!Write_Command(fd, kAt)) {
+        Show_NSLog_Message(QStringLiteral("Check_Connection FAIL write AT"));
         return false;
     }
-}
-
-bool MFCSMS::Check_Connection_For_Read(int fd, int try_count) {
-    try {
-        m_sLastResponse.clear();
-        for (int attempt = 0; attempt < try_count; ++attempt) {
+    if (!Read_Command(fd, kOk)) {
+        // A modem that only echoes the command is alive.
+        if (m_sLastResponse == QLatin1String("AT"))
+            return true;
+        for (int attempt = 0; attempt < 5; ++attempt) {
             Clock::sleep(kRetryRest);
             if (!Write_Command(fd, kAt)) {
-                Show_NSLog_Message(
-                    QStringLiteral("Check_Connection_For_Read FAIL write AT again in read at"));
+                Show_NSLog_Message(QStringLiteral("Check_Connection FAIL write AT again in read at"));
                 return false;
             }
             if (Read_Command(fd, kOk) || m_sLastResponse == QLatin1String("AT"))
                 return true;
-            Show_NSLog_Message(
-                QStringLiteral("Check_Connection_For_Read FAIL Read AT %1").arg(m_sLastResponse));
+            Show_NSLog_Message(QStringLiteral("Check_Connection FAIL Read AT %1").arg(m_sLastResponse));
         }
-        return true;
-    } catch (const std::exception& e) {
-        logException("Check_Connection_For_Read", e);
-        return false;
     }
+    if (m_sLastResponse.contains(QLatin1String("OK")))
+        return true;
+    Show_NSLog_Message(
+        QStringLiteral("Check_Connection FAIL m_sLastResponse not OK %1").arg(m_sLastResponse));
+    return false;
+}
+
+bool MFCSMS::Check_Connection_For_Read(int fd, int try_count) {
+    m_sLastResponse.clear();
+    for (int attempt = 0; attempt < try_count; ++attempt) {
+        Clock::sleep(kRetryRest);
+        if (!Write_Command(fd, kAt)) {
+            Show_NSLog_Message(QStringLiteral("Check_Connection_For_Read FAIL write AT again in read at"));
+            return false;
+        }
+        if (Read_Command(fd, kOk) || m_sLastResponse == QLatin1String("AT"))
+            return true;
+        Show_NSLog_Message(QStringLiteral("Check_Connection_For_Read FAIL Read AT %1").arg(m_sLastResponse));
+    }
+    return true;
 }
 
 void MFCSMS::ATZ_reset_Modem(int fd) {
-    try {
-        if (commandExpectingOk(fd, kAt) && commandExpectingOk(fd, QStringLiteral("AT&F\r\n")))
-            Set_CMEE_Error(fd);
-    } catch (const std::exception& e) {
-        logException("ATZ_reset_Modem", e);
-    }
+    if (commandExpectingOk(fd, kAt) && commandExpectingOk(fd, QStringLiteral("AT&F\r\n")))
+        Set_CMEE_Error(fd);
 }
 
-void MFCSMS::Set_CMEE_Error(int fd) {
-    try {
-        commandExpectingOk(fd, QStringLiteral("AT+CMEE=1\r\n"));
-    } catch (const std::exception& e) {
-        logException("Set_CMEE_Error", e);
-    }
-}
+void MFCSMS::Set_CMEE_Error(int fd) { commandExpectingOk(fd, QStringLiteral("AT+CMEE=1\r\n")); }
 
 bool MFCSMS::Prepare_Modem_For_PDU_SMS(int fd) {
-    try {
-        return commandExpectingOk(fd, kAt) && commandExpectingOk(fd, QStringLiteral("AT+CSMS=0\r\n")) &&
-               commandExpectingOk(fd, QStringLiteral("AT+CMGF=0\r\n"));
-    } catch (const std::exception& e) {
-        logException("Prepare_Modem_For_PDU_SMS", e);
-        return false;
-    }
+    return commandExpectingOk(fd, kAt) && commandExpectingOk(fd, QStringLiteral("AT+CSMS=0\r\n")) &&
+           commandExpectingOk(fd, QStringLiteral("AT+CMGF=0\r\n"));
 }
 
 bool MFCSMS::Prepare_Modem_For_Text_SMS(int fd) {
-    try {
-        return commandExpectingOk(fd, kAt) && commandExpectingOk(fd, QStringLiteral("AT+CSMS=0\r\n")) &&
-               commandExpectingOk(fd, QStringLiteral("AT+CMGF=1\r\n"));
-    } catch (const std::exception& e) {
-        logException("Prepare_Modem_For_Text_SMS", e);
-        return false;
-    }
+    return commandExpectingOk(fd, kAt) && commandExpectingOk(fd, QStringLiteral("AT+CSMS=0\r\n")) &&
+           commandExpectingOk(fd, QStringLiteral("AT+CMGF=1\r\n"));
 }
 
 bool MFCSMS::Set_Text_Mode_SMS_Param(int fd, bool flash_sms, bool unicode_sms) {
-    try {
-        if (!commandExpectingOk(fd, kAt))
-            return false;
-        if (!Write_Command(fd, ModemAnswers::textModeParametersCommand(flash_sms, unicode_sms)))
-            return false;
-        Read_Command(fd, kOk); // some modems refuse the parameters and still send
-        return true;
-    } catch (const std::exception& e) {
-        logException("Set_Text_Mode_SMS_Param", e);
+    if (!commandExpectingOk(fd, kAt))
         return false;
-    }
+    if (!Write_Command(fd, ModemAnswers::textModeParametersCommand(flash_sms, unicode_sms)))
+        return false;
+    Read_Command(fd, kOk); // some modems refuse the parameters and still send
+    return true;
 }
 
 int MFCSMS::PDU_or_Text_SMS(int fd) {
-    try {
-        if (!commandExpectingOk(fd, kAt) || !commandExpectingOk(fd, QStringLiteral("AT+CMGF=?\r\n")))
-            return 0;
-        return ModemAnswers::supportedSmsFormats(m_sLastResponse);
-    } catch (const std::exception& e) {
-        logException("PDU_or_Text_SMS", e);
+    if (!commandExpectingOk(fd, kAt) || !commandExpectingOk(fd, QStringLiteral("AT+CMGF=?\r\n")))
         return 0;
-    }
+    return ModemAnswers::supportedSmsFormats(m_sLastResponse);
 }
 
-QString MFCSMS::Get_Selected_CMGF_Mode(int fd) {
-    try {
-        if (!commandExpectingOk(fd, QStringLiteral("AT+CMGF?\r\n")))
-            return {};
-        return ModemAnswers::selectedSmsFormat(m_sLastResponse);
-    } catch (const std::exception& e) {
-        logException("Get_Selected_CMGF_Mode", e);
-        return {};
-    }
+SmsFormat MFCSMS::Get_Selected_CMGF_Mode(int fd) {
+    if (!commandExpectingOk(fd, QStringLiteral("AT+CMGF?\r\n")))
+        return SmsFormat::Unknown;
+    return ModemAnswers::selectedSmsFormat(m_sLastResponse);
 }
 
-void MFCSMS::SET_CMGF_PDU_MODE(int fd) {
-    try {
-        commandExpectingOk(fd, QStringLiteral("AT+CMGF=0\r\n"));
-    } catch (const std::exception& e) {
-        logException("SET_CMGF_PDU_MODE", e);
-    }
-}
+void MFCSMS::SET_CMGF_PDU_MODE(int fd) { commandExpectingOk(fd, QStringLiteral("AT+CMGF=0\r\n")); }
 
-void MFCSMS::SET_CMGF_TEXT_MODE(int fd) {
-    try {
-        commandExpectingOk(fd, QStringLiteral("AT+CMGF=1\r\n"));
-    } catch (const std::exception& e) {
-        logException("SET_CMGF_TEXT_MODE", e);
-    }
-}
+void MFCSMS::SET_CMGF_TEXT_MODE(int fd) { commandExpectingOk(fd, QStringLiteral("AT+CMGF=1\r\n")); }
 
 QString MFCSMS::GET_CSCS_Response(int fd) {
-    try {
-        return commandExpectingOk(fd, QStringLiteral("AT+CSCS?\r\n")) ? m_sLastResponse : QString();
-    } catch (const std::exception& e) {
-        logException("GET_CSCS_Response", e);
-        return {};
-    }
+    return commandExpectingOk(fd, QStringLiteral("AT+CSCS?\r\n")) ? m_sLastResponse : QString();
 }
 
 QString MFCSMS::GET_CSCS_SUPPORTEDResponse(int fd) {
-    try {
-        return commandExpectingOk(fd, QStringLiteral("AT+CSCS=?\r\n")) ? m_sLastResponse : QString();
-    } catch (const std::exception& e) {
-        logException("GET_CSCS_SUPPORTEDResponse", e);
-        return {};
-    }
+    return commandExpectingOk(fd, QStringLiteral("AT+CSCS=?\r\n")) ? m_sLastResponse : QString();
 }
 
 bool MFCSMS::More_SMS_Comnd(int fd) {
-    try {
-        return commandExpectingOk(fd, kAt) && commandExpectingOk(fd, QStringLiteral("AT+CMMS=2\r"));
-    } catch (const std::exception& e) {
-        logException("More_SMS_Comnd", e);
-        return false;
-    }
+    return commandExpectingOk(fd, kAt) && commandExpectingOk(fd, QStringLiteral("AT+CMMS=2\r"));
 }
 
 void MFCSMS::SET_Custom_SMSC_Number(const QString& number, int fileDescriptor) {
-    try {
-        if (number.isEmpty())
-            return;
-        Set_CMEE_Error(fileDescriptor);
-        commandExpectingOk(fileDescriptor, ModemAnswers::serviceCentreCommand(number));
-    } catch (const std::exception& e) {
-        logException("SET_Custom_SMSC_Number", e);
-    }
+    if (number.isEmpty())
+        return;
+    Set_CMEE_Error(fileDescriptor);
+    commandExpectingOk(fileDescriptor, ModemAnswers::serviceCentreCommand(number));
 }
 
 void MFCSMS::GET_And_SET_Cus_SMSC(const QString& number, int fileDescriptor, const QString& port_name_str) {
-    try {
-        if (fileDescriptor < 0 || number.isEmpty() || !m_defaultSmscOf)
-            return;
-        SET_Custom_SMSC_Number(m_defaultSmscOf(port_name_str), fileDescriptor);
-    } catch (const std::exception& e) {
-        logException("GET_And_SET_Cus_SMSC", e);
-    }
+    if (fileDescriptor < 0 || number.isEmpty() || !m_defaultSmscOf)
+        return;
+    SET_Custom_SMSC_Number(m_defaultSmscOf(port_name_str), fileDescriptor);
 }

@@ -5,11 +5,10 @@
 #include "ModemAnswers.h"
 #include "PDU.h"
 #include "core/Clock.h"
+#include "core/Guard.h"
 #include "core/Log.h"
 #include "core/TextUtils.h"
 #include "text/GsmAlphabet.h"
-
-#include <exception>
 
 namespace {
 
@@ -71,10 +70,10 @@ struct MFCSMS::Exchange {
 
 bool MFCSMS::sendOneMessage(Exchange& ex, const QString& cmgsCommand, const QString& body, bool lastPart) {
     // The format is checked before every message: another caller may have switched it.
-    const QString selected = Get_Selected_CMGF_Mode(ex.fd);
-    if (ex.pduMode && selected == QLatin1String("1"))
+    const SmsFormat selected = Get_Selected_CMGF_Mode(ex.fd);
+    if (ex.pduMode && selected == SmsFormat::Text)
         SET_CMGF_PDU_MODE(ex.fd);
-    else if (!ex.pduMode && selected == QLatin1String("0"))
+    else if (!ex.pduMode && selected == SmsFormat::Pdu)
         SET_CMGF_TEXT_MODE(ex.fd);
 
     if (!Write_Command(ex.fd, cmgsCommand))
@@ -145,8 +144,10 @@ bool MFCSMS::Send_PDU_SMS(int fd, const QString& number, const QString& message,
                           std::stop_token stop) {
     return_status = ModemAnswers::kStatusNoError;
     Exchange ex(fd, true, number, smsc_num, flash_sms, std::move(stop));
+    // The texts of a long message are built here: a failure to build them ends this
+    // submission as a connection error, never as sent.
     bool completed = true;
-    try {
+    const bool ran = Guard::run("Send_PDU_SMS", [&] {
         GET_CSCS_Response(fd);
         const QString single =
             ex.encoder.EncodePDU(message, number, smsc_num, 0, true, flash_sms, unicode_sms);
@@ -162,9 +163,8 @@ bool MFCSMS::Send_PDU_SMS(int fd, const QString& number, const QString& message,
             Show_NSLog_Message(QLatin1String(ex.kind.announcement));
             completed = sendLongPdu(ex, message, unicode_sms);
         }
-    } catch (const std::exception& e) {
-        Show_NSLog_Message(QStringLiteral("Send_PDU_SMS: %1").arg(QString::fromUtf8(e.what())));
-    }
+    });
+    completed = completed && ran;
     return_status = ModemAnswers::submissionStatus(completed, ex.recorded, sms_det);
     return completed;
 }
@@ -175,7 +175,7 @@ bool MFCSMS::Send_Text_SMS(int fd, const QString& number, const QString& message
     return_status = ModemAnswers::kStatusNoError;
     Exchange ex(fd, false, number, smsc_num, flash_sms, std::move(stop));
     bool completed = true;
-    try {
+    const bool ran = Guard::run("Send_Text_SMS", [&] {
         GET_CSCS_Response(fd);
         const bool unicode = unicode_sms && Check_UNICODE_Message(message);
         SET_Custom_SMSC_Number(smsc_num, fd);
@@ -208,9 +208,8 @@ bool MFCSMS::Send_Text_SMS(int fd, const QString& number, const QString& message
             if (completed && !smsc_num.isEmpty())
                 GET_And_SET_Cus_SMSC(smsc_num, fd, port_name_str);
         }
-    } catch (const std::exception& e) {
-        Show_NSLog_Message(QStringLiteral("Send_Text_SMS: %1").arg(QString::fromUtf8(e.what())));
-    }
+    });
+    completed = completed && ran;
     return_status = ModemAnswers::submissionStatus(completed, ex.recorded, sms_det);
     return completed;
 }

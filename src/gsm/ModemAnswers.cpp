@@ -41,16 +41,16 @@ int supportedSmsFormats(const QString& answer) {
     return (pdu ? 1 : 0) + (text ? 2 : 0);
 }
 
-QString selectedSmsFormat(const QString& answer) {
+SmsFormat selectedSmsFormat(const QString& answer) {
     const bool zero = answer.contains(QLatin1Char('0'));
     const bool one = answer.contains(QLatin1Char('1'));
     if (zero && one)
-        return QStringLiteral("2");
+        return SmsFormat::Both;
     if (one)
-        return QStringLiteral("1");
+        return SmsFormat::Text;
     if (zero)
-        return QStringLiteral("0");
-    return {};
+        return SmsFormat::Pdu;
+    return SmsFormat::Unknown;
 }
 
 bool holdsFinalResult(const QString& answer) {

@@ -1,6 +1,8 @@
 #pragma once
 // Judging what a modem answered: pure functions, text in and value out, kept apart from the
 // port so that every rule can be checked against recorded answers.
+#include "SmsFormat.h"
+
 #include <QString>
 
 namespace ModemAnswers {
@@ -17,8 +19,8 @@ QString smsErrorText(const QString& answer);
 // Answer to "AT+CMGF=?": 0 no format, 1 PDU only, 2 text only, 3 both.
 int supportedSmsFormats(const QString& answer);
 
-// Answer to "AT+CMGF?": "0", "1", "2" (both digits seen) or "".
-QString selectedSmsFormat(const QString& answer);
+// Answer to "AT+CMGF?": the digit 0 or 1 it names, Both when it names both, Unknown when neither.
+SmsFormat selectedSmsFormat(const QString& answer);
 
 // True once an answer has reached its final result line ("OK" or an error), so that the
 // wait for a submission's answer can end as soon as the modem has replied. Only whole lines

@@ -64,15 +64,15 @@ TEST(ModemAnswers, MessageFormats) {
     const struct {
         QString answer;
         int supported;
-        QString selected;
+        SmsFormat selected;
     } cases[] = {
-        {"+CMGF: (0,1)\r\n\r\nOK", 3, "2"},
-        {"+CMGF: (0-1)\r\n\r\nOK", 3, "2"},
-        {"AT+CMGF=?\r\r\n+CMGF: (0)\r\n\r\nOK", 1, "0"},
-        {"+CMGF: (1)\r\n\r\nOK", 2, "1"},
-        {"+CMGF: 1\r\n\r\nOK", 2, "1"},
-        {"+CMGF: 0\r\n\r\nOK", 1, "0"},
-        {"OK", 0, ""},
+        {"+CMGF: (0,1)\r\n\r\nOK", 3, SmsFormat::Both},
+        {"+CMGF: (0-1)\r\n\r\nOK", 3, SmsFormat::Both},
+        {"AT+CMGF=?\r\r\n+CMGF: (0)\r\n\r\nOK", 1, SmsFormat::Pdu},
+        {"+CMGF: (1)\r\n\r\nOK", 2, SmsFormat::Text},
+        {"+CMGF: 1\r\n\r\nOK", 2, SmsFormat::Text},
+        {"+CMGF: 0\r\n\r\nOK", 1, SmsFormat::Pdu},
+        {"OK", 0, SmsFormat::Unknown},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(supportedSmsFormats(c.answer), c.supported) << c.answer.toStdString();
