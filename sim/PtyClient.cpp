@@ -7,6 +7,8 @@
 #include <termios.h>
 #include <unistd.h>
 
+namespace sim {
+
 PtyClient::PtyClient(const QString& path, bool raw) {
     m_fd = ::open(QFile::encodeName(path).constData(), O_RDWR | O_NOCTTY | O_CLOEXEC);
     if (m_fd >= 0 && raw) {
@@ -62,3 +64,5 @@ QByteArray PtyClient::command(const QByteArray& line) {
 QByteArray PtyClient::readFor(std::chrono::milliseconds quiet) {
     return readUntil(QByteArray("\xff\xfe never"), quiet);
 }
+
+} // namespace sim

@@ -1,10 +1,13 @@
 #pragma once
-// The computer's side of a virtual modem line for tests: opens the terminal as a program
-// would, writes commands, and collects what the modem sends back.
+// The computer's side of a virtual modem line (the other end of PtyPair), for tests and
+// checks from outside: opens the terminal as a program would, writes commands, and collects
+// what the modem sends back.
 #include <QByteArray>
 #include <QString>
 
 #include <chrono>
+
+namespace sim {
 
 class PtyClient {
 public:
@@ -28,3 +31,5 @@ public:
 private:
     int m_fd = -1;
 };
+
+} // namespace sim

@@ -10,6 +10,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <stdlib.h>
 #include <sys/inotify.h>
 #include <sys/ioctl.h>
@@ -119,6 +120,36 @@ int PtyPair::unreadByClient() const {
 void PtyPair::discardUnread() {
     if (m_keeper >= 0)
         ::tcflush(m_keeper, TCIFLUSH);
+}
+
+void PtyPair::write(const QByteArray& bytes) {
+    constexpr int kFullLineWaitMs = 1000;
+    qsizetype sent = 0;
+    while (m_master >= 0 && sent < bytes.size()) {
+        const ssize_t n = ::write(m_master, bytes.constData() + sent, size_t(bytes.size() - sent));
+        if (n > 0) {
+            sent += n;
+            continue;
+        }
+        if (n < 0 && errno != EAGAIN && errno != EINTR)
+            return;
+        pollfd out{m_master, POLLOUT, 0};
+        if (::poll(&out, 1, kFullLineWaitMs) <= 0)
+            return;
+    }
+}
+
+QByteArray PtyPair::drain(std::chrono::milliseconds wait) {
+    QByteArray got;
+    pollfd in{m_master, POLLIN, 0};
+    while (m_master >= 0 && ::poll(&in, 1, int(wait.count())) > 0 && (in.revents & POLLIN)) {
+        char chunk[4096];
+        const ssize_t n = ::read(m_master, chunk, sizeof chunk);
+        if (n <= 0)
+            break;
+        got.append(chunk, n);
+    }
+    return got;
 }
 
 } // namespace sim

@@ -5,7 +5,10 @@
 // processes hold on it (from /proc) whenever one opens or closes. When the last closes,
 // what it left unread is dropped and its exclusive-use flag is lifted, as the kernel does
 // when a real serial device is released; the terminal settings themselves are never touched.
+#include <QByteArray>
 #include <QString>
+
+#include <chrono>
 
 namespace sim {
 
@@ -34,6 +37,12 @@ public:
     int unreadByClient() const;
     // Drops what no client will read (called while no client holds the device).
     void discardUnread();
+
+    // For tests that play the modem themselves. write() hands every byte to the client side,
+    // waiting (up to a second) while the line is full; drain() returns what the client sent
+    // within the real time `wait` after its last byte.
+    void write(const QByteArray& bytes);
+    QByteArray drain(std::chrono::milliseconds wait = std::chrono::milliseconds(20));
 
 private:
     void release();

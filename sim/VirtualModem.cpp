@@ -6,12 +6,14 @@
 #include "PtyPair.h"
 #include "core/Clock.h"
 #include "core/Log.h"
+#include "core/WorkerThread.h"
 
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <mutex>
+#include <stop_token>
 #include <thread>
 
 #include <poll.h>
@@ -71,7 +73,8 @@ public:
 
 private:
     ModemBehaviour behaviour() const;
-    void serve();
+    bool stopping() const { return m_stop.stop_requested(); }
+    void serve(std::stop_token stop);
     void writeAll(const QByteArray& bytes);
     void letClientReadTheRest();
     void closeLine();
@@ -86,14 +89,14 @@ private:
 
     PtyPair m_pty; // used by the serving thread only, once started
     QString m_devicePath;
-    int m_wake = -1;
+    int m_wake = -1; // written when a stop is asked, so that the serving thread's poll returns
     bool m_started = false;
-    std::atomic<bool> m_stopping{false};
+    std::stop_token m_stop; // the serving thread's own: read by that thread only
     std::atomic<bool> m_closing{false};
     std::atomic<bool> m_closed{false};
     std::atomic<bool> m_hangUpRequested{false};
     std::unique_ptr<ModemSession> m_session;
-    std::thread m_thread;
+    WorkerThread m_worker{QStringLiteral("virtual modem")};
 };
 
 bool VirtualModem::Line::start() {
@@ -111,20 +114,15 @@ bool VirtualModem::Line::start() {
     m_session = std::make_unique<ModemSession>(
         m_identity, [this] { return behaviour(); }, *this, m_devicePath);
     m_started = true;
-    m_thread = std::thread([this] { serve(); });
+    m_worker.start([this](std::stop_token stop) { serve(std::move(stop)); });
     return true;
 }
 
 void VirtualModem::Line::stop() {
     if (!m_started)
         return;
-    m_stopping = true;
-    if (m_wake >= 0) {
-        const quint64 one = 1;
-        [[maybe_unused]] const ssize_t ignored = ::write(m_wake, &one, sizeof one);
-    }
-    if (m_thread.joinable())
-        m_thread.join();
+    m_worker.requestStop();
+    m_worker.join();
     closeLine();
     if (m_wake >= 0) {
         ::close(m_wake);
@@ -147,9 +145,14 @@ void VirtualModem::Line::closeLine() {
     m_closed = true; // only now: whoever sees the line closed finds the log complete
 }
 
-void VirtualModem::Line::serve() {
+void VirtualModem::Line::serve(std::stop_token stop) {
+    m_stop = std::move(stop);
+    const std::stop_callback wakeUp(m_stop, [this] {
+        const quint64 one = 1;
+        [[maybe_unused]] const ssize_t ignored = ::write(m_wake, &one, sizeof one);
+    });
     char buffer[4096];
-    while (!m_stopping && !m_hangUpRequested) {
+    while (!stopping() && !m_hangUpRequested) {
         pollfd fds[3] = {
             {m_pty.master(), POLLIN, 0}, {m_wake, POLLIN, 0}, {m_pty.openCloseEvents(), POLLIN, 0}};
         if (::poll(fds, 3, -1) < 0) {
@@ -159,7 +162,7 @@ void VirtualModem::Line::serve() {
                 QStringLiteral("virtual modem %1: poll failed: %2").arg(m_devicePath, errnoText()));
             break;
         }
-        if (m_stopping)
+        if (stopping())
             break;
         if (fds[2].revents & POLLIN)
             m_pty.updateClients();
@@ -172,7 +175,7 @@ void VirtualModem::Line::serve() {
             Show_NSLog_Message(
                 QStringLiteral("virtual modem %1: read failed: %2").arg(m_devicePath, errnoText()));
     }
-    if (m_hangUpRequested && !m_stopping) {
+    if (m_hangUpRequested && !stopping()) {
         letClientReadTheRest();
         closeLine();
     }
@@ -180,19 +183,19 @@ void VirtualModem::Line::serve() {
 
 void VirtualModem::Line::letClientReadTheRest() {
     const auto deadline = std::chrono::steady_clock::now() + kHandOverLimit;
-    while (std::chrono::steady_clock::now() < deadline && !m_stopping && m_pty.updateClients() > 0 &&
+    while (std::chrono::steady_clock::now() < deadline && !stopping() && m_pty.updateClients() > 0 &&
            m_pty.unreadByClient() > 0)
         std::this_thread::sleep_for(kHandOverPoll);
 }
 
 void VirtualModem::Line::writeAll(const QByteArray& bytes) {
-    if (bytes.isEmpty() || m_stopping || !m_pty.isOpen())
+    if (bytes.isEmpty() || stopping() || !m_pty.isOpen())
         return;
     if (m_pty.updateClients() == 0)
         return; // nobody holds the port open: the bytes go nowhere, as on a real line
     qsizetype sent = 0;
     const auto deadline = std::chrono::steady_clock::now() + kHandOverLimit;
-    while (sent < bytes.size() && !m_stopping) {
+    while (sent < bytes.size() && !stopping()) {
         const ssize_t n = ::write(m_pty.master(), bytes.constData() + sent, size_t(bytes.size() - sent));
         if (n > 0) {
             sent += n;
@@ -210,14 +213,14 @@ void VirtualModem::Line::writeAll(const QByteArray& bytes) {
 void VirtualModem::Line::answer(const QByteArray& bytes) {
     const QList<QByteArray> bursts = splitIntoBursts(bytes, behaviour().answerBursts);
     for (qsizetype i = 0; i < bursts.size(); ++i) {
-        if (i > 0 && !Clock::sleepUnless(kBurstGap, [this] { return m_stopping.load(); }))
+        if (i > 0 && !Clock::sleepUnless(kBurstGap, [this] { return stopping(); }))
             return;
         writeAll(bursts.at(i));
     }
 }
 
 bool VirtualModem::Line::waitForNetwork(std::chrono::milliseconds delay) {
-    return Clock::sleepUnless(delay, [this] { return m_stopping.load(); });
+    return Clock::sleepUnless(delay, [this] { return stopping(); });
 }
 
 void VirtualModem::Line::commandLine(const QString& line) {

@@ -1,9 +1,9 @@
-#include "PtyPair.h"
 #include "QStringPrinting.h"
 
 #include "core/Log.h"
 #include "gsm/AMSerialPort.h"
 #include "gsm/MFCSMS.h"
+#include "sim/PtyPair.h"
 
 #include <gtest/gtest.h>
 
@@ -28,9 +28,9 @@ bool sameAttributes(const termios& a, const termios& b) {
 class SerialPortTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_TRUE(pty.ok());
+        ASSERT_TRUE(pty.open());
         // A second slave descriptor lets the test read the line's attributes independently.
-        observer = ::open(pty.slavePath().toUtf8().constData(), O_RDWR | O_NOCTTY);
+        observer = ::open(pty.devicePath().toUtf8().constData(), O_RDWR | O_NOCTTY);
         ASSERT_GE(observer, 0);
         ASSERT_EQ(::tcgetattr(observer, &before), 0);
     }
@@ -44,13 +44,13 @@ protected:
         return now;
     }
     std::unique_ptr<AMSerialPort> openPort(double timeout = kQuietSeconds) {
-        auto port = std::make_unique<AMSerialPort>(pty.slavePath(), pty.slavePath(), "IOModemSerialStream");
+        auto port = std::make_unique<AMSerialPort>(pty.devicePath(), pty.devicePath(), "IOModemSerialStream");
         EXPECT_TRUE(port->open());
         port->setReadTimeout(timeout);
         return port;
     }
 
-    PtyPair pty;
+    sim::PtyPair pty;
     int observer = -1;
     termios before{};
 };
@@ -159,7 +159,7 @@ TEST_F(SerialPortTest, UnpluggedLineFailsReadsAndWrites) {
     auto port = openPort();
     ::close(observer);
     observer = -1;
-    pty.unplug();
+    pty.close();
     SerialError error;
     EXPECT_FALSE(port->readAndReturnError(&error).has_value());
     EXPECT_EQ(error.code, AMSerialPort::kReadFailed);
@@ -169,7 +169,7 @@ TEST_F(SerialPortTest, UnpluggedLineFailsReadsAndWrites) {
 
 TEST_F(SerialPortTest, LineSetupLeavesTheDeviceAsItWas) {
     MFCSMS session;
-    const int fd = session.OpenSerialPort(pty.slavePath());
+    const int fd = session.OpenSerialPort(pty.devicePath());
     ASSERT_GE(fd, 0);
     const termios during = currentAttributes();
     // A pseudo-terminal keeps 8 bits without parity whatever it is told; hardware flow
@@ -180,7 +180,7 @@ TEST_F(SerialPortTest, LineSetupLeavesTheDeviceAsItWas) {
     EXPECT_EQ(during.c_cc[VTIME], 10);
     session.CloseSerialPort(fd);
     EXPECT_TRUE(sameAttributes(currentAttributes(), before));
-    EXPECT_EQ(session.portName(), pty.slavePath());
+    EXPECT_EQ(session.portName(), pty.devicePath());
     // The session's own port can take the device next.
     auto port = openPort();
     EXPECT_TRUE(port->isOpen());
@@ -207,12 +207,13 @@ TEST(SerialLineSetup, UnusableDevicesGiveMinusOneWithTheReason) {
 TEST(SerialLineSetup, DeviceHeldExclusivelyIsRefused) {
     if (::geteuid() == 0)
         GTEST_SKIP() << "the superuser may open a tty held exclusively";
-    PtyPair pty;
-    AMSerialPort holder(pty.slavePath(), pty.slavePath(), "IOModemSerialStream");
+    sim::PtyPair pty;
+    ASSERT_TRUE(pty.open());
+    AMSerialPort holder(pty.devicePath(), pty.devicePath(), "IOModemSerialStream");
     ASSERT_TRUE(holder.openExclusively());
     LogCapture log;
     MFCSMS session;
-    EXPECT_EQ(session.OpenSerialPort(pty.slavePath()), -1);
+    EXPECT_EQ(session.OpenSerialPort(pty.devicePath()), -1);
     EXPECT_TRUE(log.contains("Error opening serial port"));
 }
 

@@ -1,16 +1,14 @@
 #include "ScriptedLine.h"
 
 #include <chrono>
+#include <thread>
+
 #include <poll.h>
 #include <unistd.h>
 
 ScriptedLine::ScriptedLine(Responder responder) : m_responder(std::move(responder)) {
-    m_thread = std::thread([this] { serve(); });
-}
-
-ScriptedLine::~ScriptedLine() {
-    m_stop = true;
-    m_thread.join();
+    if (m_pty.open())
+        m_worker.start([this](std::stop_token stop) { serve(stop); });
 }
 
 QByteArrayList ScriptedLine::commands() const {
@@ -18,12 +16,12 @@ QByteArrayList ScriptedLine::commands() const {
     return m_commands;
 }
 
-void ScriptedLine::serve() {
+void ScriptedLine::serve(const std::stop_token& stop) {
     QByteArray pending;
-    while (!m_stop) {
+    while (!stop.stop_requested()) {
         pollfd entry{m_pty.master(), POLLIN, 0};
         if (::poll(&entry, 1, 10) <= 0 || !(entry.revents & POLLIN))
-            continue; // nothing yet, or no port open on the other side
+            continue; // nothing yet
         char chunk[1024];
         const ssize_t n = ::read(m_pty.master(), chunk, sizeof chunk);
         if (n <= 0)

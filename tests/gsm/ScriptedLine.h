@@ -2,35 +2,33 @@
 // The far end of a pseudo-terminal played by a script: every command line the port sends
 // (up to its CR) goes to the responder, whose replies are written back as separate bursts.
 // For answers no real modem model gives on demand: bare echoes, vendor error texts, silence.
-#include "PtyPair.h"
+#include "core/WorkerThread.h"
+#include "sim/PtyPair.h"
 
 #include <QByteArray>
 #include <QByteArrayList>
 #include <QList>
 
-#include <atomic>
 #include <functional>
 #include <mutex>
-#include <thread>
+#include <stop_token>
 
 class ScriptedLine {
 public:
     using Responder = std::function<QByteArrayList(const QByteArray& command)>;
 
     explicit ScriptedLine(Responder responder);
-    ~ScriptedLine();
 
-    QString devicePath() const { return m_pty.slavePath(); }
+    QString devicePath() const { return m_pty.devicePath(); }
     // Command lines received so far, without their line ends.
     QByteArrayList commands() const;
 
 private:
-    void serve();
+    void serve(const std::stop_token& stop);
 
-    PtyPair m_pty;
+    sim::PtyPair m_pty;
     Responder m_responder;
     mutable std::mutex m_mutex;
     QByteArrayList m_commands;
-    std::atomic<bool> m_stop{false};
-    std::thread m_thread;
+    WorkerThread m_worker{QStringLiteral("scripted line")}; // last: stopped before the rest goes
 };

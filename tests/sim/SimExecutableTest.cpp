@@ -1,6 +1,6 @@
 // The program as a person or an end-to-end run starts it.
-#include "PtyClient.h"
 #include "sim/MessageLog.h"
+#include "sim/PtyClient.h"
 
 #include <QProcess>
 #include <QTemporaryDir>
@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+using sim::PtyClient;
 
 class SimProcess {
 public:

@@ -1,6 +1,6 @@
 #include "sim/VirtualModem.h"
-#include "PtyClient.h"
 #include "sim/MessageLog.h"
+#include "sim/PtyClient.h"
 
 #include "TestEnvironment.h"
 #include "core/Clock.h"
@@ -18,6 +18,7 @@ namespace {
 
 using sim::ModemBehaviour;
 using sim::ModemIdentity;
+using sim::PtyClient;
 using sim::VirtualModem;
 
 ModemBehaviour quietBehaviour() {
