@@ -1,23 +1,33 @@
 #include "TickerThread.h"
 
+#include <thread>
+
+using namespace std::chrono_literals;
+
+void TickerThread::endWorker() {
+    m_worker.requestStop();
+    if (m_tickerId.load() == std::this_thread::get_id())
+        return; // from a tick: the ticker ends after it
+    // A tick never waits for the main thread, so the wait does not turn the main thread's
+    // events: an event handled meanwhile could start or stop this very ticker again.
+    while (m_worker.isRunning())
+        std::this_thread::sleep_for(100us);
+    m_worker.join();
+}
+
 void TickerThread::start(Clock::Duration interval, Tick tick) {
     std::lock_guard lock(m_control);
-    m_stop = true;
-    if (m_thread.joinable() && m_thread.get_id() != std::this_thread::get_id())
-        m_thread.join();
-    m_stop = false;
-    m_running = true;
-    m_thread = std::thread([this, interval, tick = std::move(tick)] {
-        while (Clock::sleepUnless(interval, [this] { return m_stop.load(); }))
+    endWorker();
+    m_worker.start([this, interval, tick = std::move(tick)](std::stop_token stop) {
+        m_tickerId = std::this_thread::get_id();
+        while (Clock::sleepUnless(interval, [&stop] { return stop.stop_requested(); }))
             if (!tick())
                 break;
-        m_running = false;
+        m_tickerId = std::thread::id();
     });
 }
 
 void TickerThread::stop() {
     std::lock_guard lock(m_control);
-    m_stop = true;
-    if (m_thread.joinable() && m_thread.get_id() != std::this_thread::get_id())
-        m_thread.join();
+    endWorker();
 }

@@ -3,6 +3,7 @@
 // until it is stopped or the function asks to finish. The repeating timers of a sending
 // run (activity bar, pause countdown) run on these.
 #include "Clock.h"
+#include "WorkerThread.h"
 
 #include <atomic>
 #include <functional>
@@ -14,23 +15,22 @@ public:
     // Return false from the tick to end the ticker from inside.
     using Tick = std::function<bool()>;
 
-    TickerThread() = default;
+    explicit TickerThread(QString name = QStringLiteral("ticker")) : m_worker(std::move(name)) {}
     ~TickerThread() { stop(); }
     TickerThread(const TickerThread&) = delete;
     TickerThread& operator=(const TickerThread&) = delete;
 
     void start(Clock::Duration interval, Tick tick);
     // Asks the ticker to end and waits for it; a tick in progress finishes first. Starting
-    // and stopping may come from several threads at once (they are serialised); from the
-    // ticker's own thread, requestStop() is the way.
+    // and stopping may come from several threads at once (they are serialised). The ticker's
+    // own thread ends it by returning false from the tick.
     void stop();
-    void requestStop() { m_stop = true; }
-    bool stopRequested() const { return m_stop; }
-    bool isRunning() const { return m_running; }
+    bool isRunning() const { return m_worker.isRunning(); }
 
 private:
+    void endWorker();
+
     std::mutex m_control; // start and stop, one at a time
-    std::thread m_thread;
-    std::atomic<bool> m_stop{false};
-    std::atomic<bool> m_running{false};
+    WorkerThread m_worker;
+    std::atomic<std::thread::id> m_tickerId{};
 };

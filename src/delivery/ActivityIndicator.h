@@ -15,5 +15,5 @@ public:
 
 private:
     std::function<void()> m_advance;
-    TickerThread m_timer;
+    TickerThread m_timer{QStringLiteral("activity-bar")};
 };

@@ -2,7 +2,7 @@
 
 #include "PauseCountdown.h"
 #include "core/Clock.h"
-#include "core/SendingFlags.h"
+#include "core/SendingFlags.h" // Pause_Timer_Running
 
 #include <limits>
 
@@ -16,9 +16,10 @@ void call(const std::function<void()>& hook) {
 } // namespace
 
 DelayedDeliveryPause::DelayedDeliveryPause(DelaySchedule schedule, PauseCountdown& countdown,
-                                           std::atomic<int>& finishedCounter, Hooks hooks)
+                                           std::atomic<int>& finishedCounter, Hooks hooks,
+                                           std::stop_token stop)
     : m_schedule(std::move(schedule)), m_countdown(countdown), m_counter(finishedCounter),
-      m_hooks(std::move(hooks)) {}
+      m_hooks(std::move(hooks)), m_stop(std::move(stop)) {}
 
 void DelayedDeliveryPause::afterMessageFinished(bool allFinished, bool portFailed, bool somethingPending) {
     // Count the message, never beyond the schedule's count (with the schedule off it stays 0).
@@ -42,7 +43,7 @@ void DelayedDeliveryPause::afterMessageFinished(bool allFinished, bool portFaile
 void DelayedDeliveryPause::pause(qint64 totalMs) {
     const int total = int(qMin<qint64>(totalMs, std::numeric_limits<int>::max()));
     m_countdown.GSM_Pause_Delay_Time = total;
-    m_countdown.Calculate_Pause_Time(total);
+    m_countdown.Calculate_Pause_Time(total, m_stop);
     if (m_hooks.showCurrentMessageLabel)
         m_hooks.showCurrentMessageLabel(false);
     call(m_hooks.stopActivity);
@@ -50,14 +51,14 @@ void DelayedDeliveryPause::pause(qint64 totalMs) {
 
     m_countdown.GSM_Pause_Delay_Time = total - 1000;
     Pause_Timer_Running = true;
-    m_countdown.startCountdown();
+    m_countdown.startCountdown(m_stop);
 
     // The whole pause passes on this thread: a second at a time, ending early on a stop.
-    const auto stopAsked = [] { return Stop_SMS_Sending_Now.load(); };
-    for (int left = total - 1000; left > 0 && !Stop_SMS_Sending_Now && m_countdown.GSM_Pause_Delay_Time != 0;
+    const auto stopAsked = [this] { return m_stop.stop_requested(); };
+    for (int left = total - 1000; left > 0 && !stopAsked() && m_countdown.GSM_Pause_Delay_Time != 0;
          left -= 1000)
         Clock::sleepUnless(1s, stopAsked);
-    if (!Stop_SMS_Sending_Now)
+    if (!stopAsked())
         Clock::sleepUnless(1s, stopAsked);
 
     m_countdown.endCountdown();

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <functional>
+#include <stop_token>
 
 class PauseCountdown;
 
@@ -20,8 +21,9 @@ public:
         std::function<void()> resetProgress;
     };
 
+    // stop is the run's Stop: it ends a pause at once.
     DelayedDeliveryPause(DelaySchedule schedule, PauseCountdown& countdown, std::atomic<int>& finishedCounter,
-                         Hooks hooks);
+                         Hooks hooks, std::stop_token stop = {});
 
     // allFinished: every item of the run is finished; portFailed: the port that just sent
     // failed; somethingPending: an item is still waiting or being sent.
@@ -36,6 +38,7 @@ private:
     PauseCountdown& m_countdown;
     std::atomic<int>& m_counter;
     Hooks m_hooks;
+    std::stop_token m_stop;
 };
 
 // The activity bar's next value: up by 20, starting over after 100.

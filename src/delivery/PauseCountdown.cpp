@@ -2,7 +2,7 @@
 
 #include "DelaySchedule.h"
 #include "core/Clock.h"
-#include "core/SendingFlags.h"
+#include "core/SendingFlags.h" // Pause_Timer_Running
 
 using namespace std::chrono_literals;
 
@@ -11,9 +11,9 @@ PauseCountdown::PauseCountdown(Variant variant, std::function<void(const QString
 
 PauseCountdown::~PauseCountdown() { m_timer.stop(); }
 
-void PauseCountdown::Calculate_Pause_Time(int milliseconds) {
-    if (m_variant == Variant::SendingJob && (Stop_SMS_Sending_Now || GSM_Pause_Delay_Time == 0)) {
-        m_timer.requestStop();
+void PauseCountdown::Calculate_Pause_Time(int milliseconds, std::stop_token stop) {
+    if (m_variant == Variant::SendingJob && (stop.stop_requested() || GSM_Pause_Delay_Time == 0)) {
+        // The countdown ends here: its tick returns false once this has cleared the time.
         GSM_Pause_Delay_Time = 0;
         clearLabel();
         return;
@@ -21,9 +21,9 @@ void PauseCountdown::Calculate_Pause_Time(int milliseconds) {
     m_showLabel(pauseCountdownText(milliseconds / 1000));
 }
 
-void PauseCountdown::startCountdown() {
+void PauseCountdown::startCountdown(std::stop_token stop) {
     m_endedByOwner = false;
-    m_timer.start(1s, [this] { return Pause_Timer_Func(); });
+    m_timer.start(1s, [this, stop] { return Pause_Timer_Func(stop); });
 }
 
 void PauseCountdown::endCountdown() {
@@ -31,9 +31,9 @@ void PauseCountdown::endCountdown() {
     m_timer.stop();
 }
 
-bool PauseCountdown::Pause_Timer_Func() {
+bool PauseCountdown::Pause_Timer_Func(std::stop_token stop) {
     const bool watchesStop = m_variant == Variant::SendingJob;
-    if ((watchesStop && Stop_SMS_Sending_Now) || GSM_Pause_Delay_Time == 0) {
+    if ((watchesStop && stop.stop_requested()) || GSM_Pause_Delay_Time == 0) {
         GSM_Pause_Delay_Time = 0;
         clearLabel();
         return false;
@@ -50,7 +50,7 @@ bool PauseCountdown::Pause_Timer_Func() {
     const auto stopped = [this] { return m_endedByOwner.load(); };
     if (!Clock::sleepUnless(1s, stopped))
         return false;
-    Calculate_Pause_Time(0);
+    Calculate_Pause_Time(0, stop);
     if (!Clock::sleepUnless(1s, stopped))
         return false;
     clearLabel();

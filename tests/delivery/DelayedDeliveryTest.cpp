@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <mutex>
+#include <stop_token>
 #include <thread>
 
 namespace {
@@ -122,9 +123,10 @@ TEST_F(PauseTest, CountdownTicksDownToTheSingularThenClears) {
 
 TEST_F(PauseTest, AndroidCountdownShowsZeroBeforeClearingAndIgnoresStop) {
     PauseCountdown countdown(PauseCountdown::Variant::AndroidWindow, labels.sink());
-    Stop_SMS_Sending_Now = true;
+    std::stop_source stop;
+    stop.request_stop();
     countdown.GSM_Pause_Delay_Time = 1000;
-    EXPECT_FALSE(countdown.Pause_Timer_Func());
+    EXPECT_FALSE(countdown.Pause_Timer_Func(stop.get_token()));
     EXPECT_EQ(labels.texts(),
               (QStringList{"Pausing the process for 1 Second.", "Pausing the process for 0 Second.", ""}));
 }
@@ -177,10 +179,12 @@ TEST_F(PauseTest, PauseComesAfterEveryCountMessages) {
 TEST_F(PauseTest, StopEndsALongPauseAtOnce) {
     PauseCountdown countdown(PauseCountdown::Variant::SendingJob, labels.sink());
     Clock::setScale(0.01); // ten minutes would take six seconds without the stop
-    DelayedDeliveryPause pause(parseDelaySchedule(true, "1", "10 Minutes"), countdown, counter, {});
-    std::thread stopper([] {
+    std::stop_source runStop;
+    DelayedDeliveryPause pause(parseDelaySchedule(true, "1", "10 Minutes"), countdown, counter, {},
+                               runStop.get_token());
+    std::thread stopper([&runStop] {
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        Stop_SMS_Sending_Now = true;
+        runStop.request_stop();
     });
     const auto started = std::chrono::steady_clock::now();
     pause.afterMessageFinished(false, false, true);
@@ -189,6 +193,22 @@ TEST_F(PauseTest, StopEndsALongPauseAtOnce) {
     Clock::setScale(0.001);
     EXPECT_LT(took, std::chrono::seconds(3));
     EXPECT_FALSE(Pause_Timer_Running);
+    EXPECT_EQ(labels.texts().last(), "");
+}
+
+TEST_F(PauseTest, ACountdownStopsOnItsRunsStopOnly) {
+    // Two runs pause at once (the GSM job and the Android sender): stopping one leaves the
+    // other's countdown going.
+    std::stop_source thisRun, otherRun;
+    PauseCountdown countdown(PauseCountdown::Variant::SendingJob, labels.sink());
+    countdown.GSM_Pause_Delay_Time = 5000;
+    otherRun.request_stop();
+    Stop_SMS_Sending_Now = true; // what the windows show; the countdown does not read it
+    EXPECT_TRUE(countdown.Pause_Timer_Func(thisRun.get_token()));
+    EXPECT_EQ(countdown.GSM_Pause_Delay_Time, 4000);
+    thisRun.request_stop();
+    EXPECT_FALSE(countdown.Pause_Timer_Func(thisRun.get_token()));
+    EXPECT_EQ(countdown.GSM_Pause_Delay_Time, 0);
     EXPECT_EQ(labels.texts().last(), "");
 }
 
