@@ -5,7 +5,7 @@
 #include "SMS_Sending.h"
 #include "core/AppState.h"
 #include "core/Clock.h"
-#include "core/Log.h"
+#include "core/Guard.h"
 #include "core/Operator.h"
 #include "core/SendingFlags.h"
 #include "core/TextUtils.h"
@@ -13,7 +13,7 @@
 using namespace std::chrono_literals;
 
 void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
-    try {
+    Guard::run("Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port", [this] {
         if (sel_port_bsd_str.isEmpty() || port_val_str_array.isEmpty()) {
             op().Show_MessageBox(QStringLiteral(
                 "Either Mobile Device is not connected properly or No Mobile Phone Device is "
@@ -50,9 +50,7 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
             Fill_Exclusion_Num_List();
         Stop_SMS_Sending_Now = false;
         GSM_Chk_Port_And_Send_Msg();
-    } catch (const std::exception& e) {
-        Show_NSLog_Message(QString::fromUtf8(e.what()));
-    }
+    });
 }
 
 QString Gsm_Bulk_Sms_Wnd::describeDevice(const QString& path) const {

@@ -3,15 +3,13 @@
 #include "Gsm_Bulk_Sms_Wnd.h"
 #include "core/AppState.h"
 #include "core/Clock.h"
+#include "core/Guard.h"
 #include "core/Log.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
 #include "core/SendingFlags.h"
 #include "core/TextUtils.h"
 #include "delivery/DelayedDeliveryPause.h"
-
-#include <QCoreApplication>
-#include <QMetaObject>
 
 using namespace std::chrono_literals;
 
@@ -21,18 +19,18 @@ const QString kNotice = QStringLiteral("Please do not operate your mobile device
                                        "device functions during the messaging process may interrupt the "
                                        "execution and may result errors in process.");
 const QStringList kItemColumns = {"Number", "Message", "Current Status", "Status", "Use Port"};
+} // namespace
 
-Record recordOf(const SendingItem& item) {
+Record SMS_Sending::recordOf(const SendingItem& item) {
     return Record{{"Number", item.number},
                   {"Message", item.message},
                   {"Use Port", item.usePort},
-                  {"Use Status", item.useStatus},
+                  {"Use Status", useStatusText(item.useStatus)},
                   {"Current Status", item.currentStatus},
                   {"Status", item.status},
                   {"Retry", "0"},
                   {"Sent item", "0"}};
 }
-} // namespace
 
 SMS_Sending::SMS_Sending(Gsm_Bulk_Sms_Wnd& window, Operator& op, QObject* parent)
     : DialogController(parent), m_window(window), m_op(op), m_table(kItemColumns),
@@ -63,33 +61,38 @@ void SMS_Sending::uiWait(std::function<void()> change) {
     });
 }
 
-void SMS_Sending::spawn(std::function<void()> body) {
+void SMS_Sending::spawn(const QString& name, std::function<void()> body) {
+    // The run's threads stop on the run's token (m_stop), not on their own.
     std::lock_guard lock(m_threadsMutex);
     ++m_threadsRunning;
-    m_threads.emplace_back([this, body = std::move(body)] {
+    m_threads.push_back(std::make_unique<WorkerThread>(name));
+    m_threads.back()->start([this, body = std::move(body)](std::stop_token) {
         body();
         --m_threadsRunning;
     });
 }
 
 void SMS_Sending::joinThreads() {
-    // Threads hand work to the main thread: keep its events flowing while they finish.
-    while (m_threadsRunning > 0) {
-        if (MainThread::isCurrent() && QCoreApplication::instance() != nullptr)
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        std::this_thread::sleep_for(1ms);
+    // A thread may start another while it ends (the dispatcher its ports, a port the
+    // completion): wait until none runs, then join those started so far, outside the lock.
+    for (;;) {
+        waitKeepingEventsFlowing([this] { return m_threadsRunning == 0; });
+        std::vector<std::unique_ptr<WorkerThread>> ended;
+        {
+            std::lock_guard lock(m_threadsMutex);
+            ended.swap(m_threads);
+        }
+        if (ended.empty())
+            return;
+        for (const auto& thread : ended)
+            thread->join();
     }
-    std::lock_guard lock(m_threadsMutex);
-    for (std::thread& t : m_threads)
-        if (t.joinable())
-            t.join();
-    m_threads.clear();
 }
 
 // ---- opening and loading ----
 
 void SMS_Sending::Open_SMS_Sending_Dialog() {
-    try {
+    Guard::run("SMS_Sending::Open_SMS_Sending_Dialog", [this] {
         joinThreads(); // the threads of an earlier run have ended by now
         m_stop = std::stop_source();
         m_dlgClose = false;
@@ -108,50 +111,58 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
         m_activityVisible = false;
         m_stopVisible = true;
         m_pauseLabel.clear();
-        m_statusLine = kPopulating;
+        m_state = RunState::Populating;
         m_notice = QStringLiteral("It may take a while, Please wait...\n\n") + kNotice;
         m_title = kSendingTitle;
         m_totalLabel = QString::number(rows.size());
         Show_curr_msg_count(int(rows.size()), 1);
-
-        m_options.schedule = m_window.delaySchedule();
-        m_options.unicode = m_window.unicode();
-        m_options.flash = m_window.isFlashMessage();
-        m_options.skipDuplicates = m_window.skipDuplicates();
-        m_options.exclusion = m_window.exclusion();
-        m_options.saveSentItems = m_window.saveSentItems();
-        m_options.saveTemplates = m_window.saveTemplates();
+        copyRunOptions();
         emit changed();
 
         const QString selectedPath = sel_port_bsd_str;
-        spawn([this, rows, selectedPath] { Load_Thread(rows, selectedPath); });
+        const std::stop_token stop = m_stop.get_token();
+        spawn(QStringLiteral("sms-load"),
+              [this, rows, selectedPath, stop] { Load_Thread(rows, selectedPath, stop); });
         Clock::sleep(1s);
-        if (Stop_SMS_Sending_Now)
+        if (stop.stop_requested())
             return;
         m_op.runModal(*this);
-    } catch (const std::exception& e) {
-        Show_NSLog_Message(QStringLiteral("sms sending Open_SMS_Sending_Dialog exception \n") +
-                           QString::fromUtf8(e.what()));
-    }
+    });
 }
 
-void SMS_Sending::Load_Thread(RecordList rows, QString selectedPath) {
+void SMS_Sending::copyRunOptions() {
+    m_options.schedule = m_window.delaySchedule();
+    m_options.unicode = m_window.unicode();
+    m_options.flash = m_window.isFlashMessage();
+    m_options.skipDuplicates = m_window.skipDuplicates();
+    m_options.exclusion = m_window.exclusion();
+    m_options.saveSentItems = m_window.saveSentItems();
+    m_options.saveTemplates = m_window.saveTemplates();
+    m_options.excludedNumbers.clear();
+    if (m_options.exclusion)
+        for (const Record& record : m_window.exclusionSet().records())
+            m_options.excludedNumbers.insert(record.value(kNumberKey));
+    copyPortDetails();
+}
+
+void SMS_Sending::Load_Thread(RecordList rows, QString selectedPath, std::stop_token stop) {
     QList<SendingItem> items;
     QSet<QString> numbers;
     int finished = 0;
     for (const Record& row : rows) {
-        if (Stop_SMS_Sending_Now)
+        if (stop.stop_requested())
             break;
         SendingItem item;
         item.number = Trim_Str(row.value("Number"));
         item.message = row.value("Message");
         if (item.number.isEmpty())
             continue;
-        const bool excluded = m_options.exclusion && m_window.Check_Exclusion_Number(item.number);
+        const bool excluded = m_options.exclusion && m_options.excludedNumbers.contains(item.number);
         const bool duplicate = m_options.skipDuplicates && numbers.contains(item.number);
         if (excluded || duplicate) {
             item.status = excluded ? kExcluded : kSkipped;
-            item.useStatus = item.currentStatus = kDone;
+            item.useStatus = UseStatus::Done;
+            item.currentStatus = kDone;
             item.usePort = selectedPath;
             ++finished;
         }
@@ -170,33 +181,43 @@ void SMS_Sending::Load_Thread(RecordList rows, QString selectedPath) {
         m_table.setRecords(records);
         Show_curr_msg_count(tot_main_list_count, int(records.size()));
     });
-    afterLoading();
+    afterLoading(stop);
 }
 
-void SMS_Sending::afterLoading() {
+void SMS_Sending::afterLoading(std::stop_token stop) {
     uiWait([this] {
         wait_to_fins_running = false;
         m_stopVisible = true;
         m_activityVisible = true;
-        m_statusLine = kSendingTitle;
+        m_state = RunState::Sending;
         m_title = kSendingTitle;
         m_notice = QStringLiteral("It may take a while, Please wait...\n\n") + kNotice;
         m_totalLabel = QString::number(tot_main_list_count);
         Show_curr_msg_count(tot_main_list_count, curr_send_item_4_th);
     });
-    if (!m_items.anyWaiting() || Stop_SMS_Sending_Now)
+    if (!m_items.anyWaiting() || stop.stop_requested())
         Show_NSLog_Message(QStringLiteral("No item waits for sending, or a stop was asked."));
     m_activity.startTimerThread();
     m_runHolders = 1; // the dispatcher holds the run open until it has started every port
     m_startedWorkers = 0;
-    spawn([this] { GSM_Send_Multi_Phone_Msg_Function(); });
+    spawn(QStringLiteral("sms-dispatch"), [this, stop] { GSM_Send_Multi_Phone_Msg_Function(stop); });
 }
 
 // ---- what the window shows ----
 
+QString SMS_Sending::statusLine() const {
+    switch (m_state) {
+    case RunState::Populating: return kPopulating;
+    case RunState::Sending: return kSendingTitle;
+    case RunState::Finished: return kFinish;
+    case RunState::Idle: break;
+    }
+    return QString();
+}
+
 void SMS_Sending::showItem(int index, const SendingItem& item, bool counted) {
     const Record record = recordOf(item);
-    const bool stopped = item.status == kStopped;
+    const bool stopped = item.useStatus == UseStatus::Stopped;
     uiWait([this, index, record, counted, stopped] {
         m_table.replace(index, record);
         if (counted) {
@@ -216,6 +237,8 @@ void SMS_Sending::Show_curr_msg_count(int total, int current) {
                          .arg(current)
                          .arg(total)
                          .arg(QString::number(percent, 'f', 2));
+    m_shownCurrent = current;
+    m_shownTotal = total;
     m_overallValue = current;
     emit changed();
     if (current == total && !Check_Current_Running_Status())
@@ -225,21 +248,19 @@ void SMS_Sending::Show_curr_msg_count(int total, int current) {
 bool SMS_Sending::Check_Current_Running_Status() {
     const bool running = m_items.anyWaitingOrSending();
     if (!running && MainThread::isCurrent()) {
-        m_closeEnabled = m_statusLine == kFinish || m_statusLine.contains(QStringLiteral("Populating"));
+        m_closeEnabled = m_state == RunState::Finished || m_state == RunState::Populating;
         emit changed();
     }
     return running;
 }
 
 void SMS_Sending::Check_curr_tot_msg_Count() {
-    if (m_statusLine.contains(QStringLiteral("Populating")))
+    // Completion starts once the progress shows every message counted.
+    if (m_state == RunState::Populating || m_shownTotal <= 0 || m_shownCurrent != m_shownTotal)
         return;
-    const QStringList parts = m_progressText.section(QStringLiteral("Message"), 0, 0).split(QLatin1Char('/'));
-    if (parts.size() != 2 || parts.at(0).trimmed() != parts.at(1).trimmed())
+    if (wait_to_fins_running || m_state == RunState::Finished)
         return;
-    if (wait_to_fins_running || m_statusLine == kFinish)
-        return;
-    spawn([this] {
+    spawn(QStringLiteral("sms-finish"), [this] {
         Clock::sleep(2s);
         startCompletion();
     });
@@ -270,10 +291,10 @@ void SMS_Sending::stop_SMS_Sending(const QString& closeWindow) {
     m_dlgClose = closeWindow == QLatin1String("YES");
     requestStop();
     endPause();
-    if (!wait_to_fins_running && m_statusLine != kFinish) {
+    if (!wait_to_fins_running && m_state != RunState::Finished) {
         m_closeEnabled = false;
         emit changed();
-        spawn([this] { startCompletion(); });
+        spawn(QStringLiteral("sms-finish"), [this] { startCompletion(); });
     }
 }
 
@@ -291,17 +312,17 @@ void SMS_Sending::Stop_Btn() {
 }
 
 void SMS_Sending::CancelPressed() {
-    if (m_statusLine.contains(QStringLiteral("Populating")) || Check_Current_Running_Status()) {
+    if (m_state == RunState::Populating || Check_Current_Running_Status()) {
         stop_SMS_Sending(QStringLiteral("YES"));
     } else if (Pause_Timer_Running) {
         if (m_op.Show_YES_NO_MessageBox(QStringLiteral("Are you sure you want to continue?"))) {
             m_dlgClose = true;
             requestStop();
             endPause();
-            if (m_statusLine == kFinish)
+            if (m_state == RunState::Finished)
                 endModal(1);
         }
-    } else if (m_statusLine == kFinish) {
+    } else if (m_state == RunState::Finished) {
         endModal(1);
     }
 }

@@ -6,15 +6,20 @@
 #include "SendingItems.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
+#include "core/WorkerThread.h"
 #include "delivery/ActivityIndicator.h"
 #include "delivery/DelaySchedule.h"
 #include "delivery/PauseCountdown.h"
+#include "gsm/SmsMode.h"
+
+#include <QHash>
+#include <QSet>
 
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <stop_token>
-#include <thread>
 #include <vector>
 
 class Gsm_Bulk_Sms_Wnd;
@@ -35,7 +40,7 @@ public:
     const SendingItems& items() const { return m_items; }
 
     // --- Window state.
-    QString statusLine() const { return m_statusLine; }
+    QString statusLine() const;
     QString notice() const { return m_notice; }
     QString title() const { return m_title; }
     QString totalLabel() const { return m_totalLabel; }
@@ -67,26 +72,44 @@ public:
     static constexpr int kMaxPorts = 32;
 
 private:
+    // Where the run stands; the status line shows it.
+    enum class RunState { Idle, Populating, Sending, Finished };
+
+    // A port's details from the device records, copied for the run on the main thread.
+    struct PortDetails {
+        SmsMode mode = SmsMode::Unknown;
+        QString smsc; // "" for the modem's own
+        QString capability;
+    };
     struct PortJob {
         QString portName;
         int slot = 0;
-        int mode = 0; // 1 PDU, 2 text, 0 unknown
-        QString smsc;
+        PortDetails details;
         int fd = -1;
         std::stop_token stop;
     };
+    // Everything the run's threads read from the window, copied when the run starts: the
+    // window stays the main thread's.
     struct RunOptions {
         DelaySchedule schedule;
         bool unicode = false, flash = false, skipDuplicates = false, exclusion = false;
         bool saveSentItems = false, saveTemplates = false;
+        QSet<QString> excludedNumbers;
+        QStringList ports;
+        QString portChoice;
+        QHash<QString, PortDetails> portDetails;
     };
 
-    void Load_Thread(RecordList rows, QString selectedPath);
-    void afterLoading();
-    void GSM_Send_Multi_Phone_Msg_Function();
-    bool openPort(int slot, const QString& path, PortJob& job);
+    void copyRunOptions();
+    void copyPortDetails();
+    void Load_Thread(RecordList rows, QString selectedPath, std::stop_token stop);
+    void afterLoading(std::stop_token stop);
+    void GSM_Send_Multi_Phone_Msg_Function(std::stop_token stop);
+    bool openPort(int slot, const QString& path, PortJob& job, std::stop_token stop);
     void Send_To_All_SMS_Func(PortJob job);
-    void releaseRun(int portMode); // the last holder of the run ends it
+    void sendFromPort(const PortJob& job, MFCSMS& session);
+    // The last holder of the run ends it; the dispatcher holds no port (nullopt).
+    void releaseRun(std::optional<SmsMode> portMode);
     void Mark_Stopped_On_Curr_port_Th();
     void Wait_to_finish_Th();
     void startCompletion();
@@ -94,10 +117,11 @@ private:
     void endPause();
     void requestStop(); // Stop for this run: the process-wide flag the windows show, and the run's token
 
+    static Record recordOf(const SendingItem& item); // a row of the item table
     void showItem(int index, const SendingItem& item, bool counted);
     void ui(std::function<void()> change);     // on the main thread, without waiting
     void uiWait(std::function<void()> change); // on the main thread, waiting
-    void spawn(std::function<void()> body);
+    void spawn(const QString& name, std::function<void()> body);
     void joinThreads();
 
     Gsm_Bulk_Sms_Wnd& m_window;
@@ -109,7 +133,7 @@ private:
     ActivityIndicator m_activity;
 
     std::mutex m_threadsMutex;
-    std::vector<std::thread> m_threads;
+    std::vector<std::unique_ptr<WorkerThread>> m_threads;
     std::atomic<int> m_threadsRunning{0};
     std::atomic<int> m_runHolders{0}; // the dispatcher and every started worker
     std::atomic<int> m_startedWorkers{0};
@@ -120,8 +144,10 @@ private:
     std::stop_source m_stop;             // this run's Stop, handed to the modem sessions
 
     // Window state (main thread).
-    QString m_statusLine, m_notice, m_title, m_totalLabel, m_progressText, m_pauseLabel;
+    RunState m_state = RunState::Idle;
+    QString m_notice, m_title, m_totalLabel, m_progressText, m_pauseLabel;
     bool m_progressTextVisible = true;
+    int m_shownCurrent = 0, m_shownTotal = 0; // the counts the progress text shows
     int m_overallMax = 0, m_overallValue = 0, m_activityValue = 0;
     bool m_activityVisible = false, m_stopEnabled = false, m_stopVisible = true, m_closeEnabled = true;
     bool m_exportVisible = false, m_pleaseWait = false;

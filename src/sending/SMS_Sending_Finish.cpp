@@ -5,11 +5,10 @@
 
 #include "core/Clock.h"
 #include "core/Operator.h"
-#include "core/SendingFlags.h"
 
 using namespace std::chrono_literals;
 
-void SMS_Sending::releaseRun(int portMode) {
+void SMS_Sending::releaseRun(std::optional<SmsMode> portMode) {
     if (--m_runHolders > 0)
         return;
     // Exactly one caller gets here: the run is over on every port.
@@ -20,7 +19,7 @@ void SMS_Sending::releaseRun(int portMode) {
         m_pauseLabel.clear();
         m_activityValue = 100;
     });
-    if (portMode == 0)
+    if (portMode == SmsMode::Unknown)
         m_op.Show_MessageBox(
             QStringLiteral("Selected device is not working properly.Could not initialize device.\n"));
     Mark_Stopped_On_Curr_port_Th();
@@ -34,14 +33,7 @@ void SMS_Sending::Mark_Stopped_On_Curr_port_Th() {
             rows.append({index, m_items.at(index)});
         uiWait([this, rows] {
             for (const auto& [index, item] : rows) {
-                m_table.replace(index, Record{{"Number", item.number},
-                                              {"Message", item.message},
-                                              {"Use Port", item.usePort},
-                                              {"Use Status", item.useStatus},
-                                              {"Current Status", item.currentStatus},
-                                              {"Status", item.status},
-                                              {"Retry", "0"},
-                                              {"Sent item", "0"}});
+                m_table.replace(index, recordOf(item));
                 ++curr_send_item_4_th;
             }
         });
@@ -56,7 +48,7 @@ void SMS_Sending::Mark_Stopped_On_Curr_port_Th() {
 
 void SMS_Sending::startCompletion() {
     bool alreadyFinished = false;
-    uiWait([this, &alreadyFinished] { alreadyFinished = m_statusLine == kFinish; });
+    uiWait([this, &alreadyFinished] { alreadyFinished = m_state == RunState::Finished; });
     if (alreadyFinished)
         return;
     bool idle = false;
@@ -79,7 +71,7 @@ void SMS_Sending::Wait_to_finish_Th() {
         m_stopVisible = false;
         m_activityVisible = false;
         m_overallValue = m_items.size();
-        m_statusLine = kFinish;
+        m_state = RunState::Finished;
         m_notice = QStringLiteral(
             "Sending Process, Finished.\n\nPlease do not operate your mobile device while message "
             "sending process is going on. Operating the mobile device functions during the "
@@ -91,7 +83,7 @@ void SMS_Sending::Wait_to_finish_Th() {
     if (m_dlgClose) {
         m_op.Show_MessageBox(QStringLiteral("SMS Sending process is stopped."));
         ui([this] { endModal(1); });
-    } else if (Stop_SMS_Sending_Now) {
+    } else if (m_stop.stop_requested()) {
         m_op.Show_MessageBox(QStringLiteral("SMS Sending process is stopped"));
     } else {
         m_op.Show_MessageBox(QStringLiteral("SMS Sending process is finished."));

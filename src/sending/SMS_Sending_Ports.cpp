@@ -6,9 +6,10 @@
 #include "Gsm_Bulk_Sms_Wnd.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
+#include "core/Guard.h"
 #include "core/Log.h"
 #include "core/Operator.h"
-#include "core/SendingFlags.h"
+#include "core/SendingFlags.h" // msg_cnt, Pause_Timer_Running
 #include "delivery/DelayedDeliveryPause.h"
 #include "gsm/MFCSMS.h"
 #include "gsm/ModemSessionPool.h"
@@ -22,17 +23,27 @@ namespace {
 const QString kPortNotWorking = QStringLiteral(
     "\nSelected device is not working properly. Please use Mobiles Connection Wizard for finding device or "
     "establishing connection.");
-
-int modeOf(const QString& smsMode) {
-    if (smsMode == QLatin1String("PDU Mode"))
-        return 1;
-    if (smsMode == QLatin1String("Text Mode"))
-        return 2;
-    return 0;
-}
+const QString kConnectionError = QStringLiteral("Device Connection Error!");
 } // namespace
 
-bool SMS_Sending::openPort(int slot, const QString& path, PortJob& job) {
+void SMS_Sending::copyPortDetails() {
+    m_options.ports = m_window.sendingPorts();
+    m_options.portChoice = m_window.sendingPortChoice();
+    m_options.portDetails.clear();
+    for (const QString& path : m_options.ports) {
+        if (path == kAllDeviceChoice)
+            continue;
+        PortDetails details;
+        details.mode = smsModeFromText(m_window.deviceDetail(path, QStringLiteral("SMSMode")));
+        details.smsc = m_window.deviceDetail(path, QStringLiteral("UseCusSMSC")) == QLatin1String("N")
+                           ? QString()
+                           : m_window.deviceDetail(path, QStringLiteral("CusSMSC"));
+        details.capability = m_window.deviceDetail(path, QStringLiteral("SMS_CAPABLE"));
+        m_options.portDetails.insert(path, details);
+    }
+}
+
+bool SMS_Sending::openPort(int slot, const QString& path, PortJob& job, std::stop_token stop) {
     MFCSMS& session = *mfc_sms_obj_arr.at(size_t(slot));
     const int lineFd = session.OpenSerialPort(path);
     if (lineFd == -1) {
@@ -55,24 +66,21 @@ bool SMS_Sending::openPort(int slot, const QString& path, PortJob& job) {
     job.portName = path;
     job.slot = slot;
     job.fd = fd;
-    job.stop = m_stop.get_token();
-    job.mode = modeOf(m_window.deviceDetail(path, QStringLiteral("SMSMode")));
-    job.smsc = m_window.deviceDetail(path, QStringLiteral("UseCusSMSC")) == QLatin1String("N")
-                   ? QString()
-                   : m_window.deviceDetail(path, QStringLiteral("CusSMSC"));
+    job.stop = std::move(stop);
+    job.details = m_options.portDetails.value(path);
     return true;
 }
 
-void SMS_Sending::GSM_Send_Multi_Phone_Msg_Function() {
-    try {
+void SMS_Sending::GSM_Send_Multi_Phone_Msg_Function(std::stop_token stop) {
+    Guard::run("SMS_Sending::GSM_Send_Multi_Phone_Msg_Function", [&] {
         msg_cnt = 0;
-        const QStringList ports = m_window.sendingPorts();
-        const QString chosen = m_window.sendingPortChoice();
+        const QStringList& ports = m_options.ports;
+        const QString& chosen = m_options.portChoice;
         const auto startWorker = [this](const PortJob& job) {
             ++m_runHolders;
             const bool first = m_startedWorkers++ == 0;
             Show_NSLog_Message(job.portName + QStringLiteral(" start thread for sending"));
-            spawn([this, job] { Send_To_All_SMS_Func(job); });
+            spawn(QStringLiteral("sms-port-%1").arg(job.slot), [this, job] { Send_To_All_SMS_Func(job); });
             if (first)
                 ui([this] { m_stopEnabled = true; });
         };
@@ -82,7 +90,7 @@ void SMS_Sending::GSM_Send_Multi_Phone_Msg_Function() {
             for (const QString& path : ports) {
                 if (path == kAllDeviceChoice)
                     continue;
-                if (Stop_SMS_Sending_Now || slot + 1 > rows || slot >= kMaxPorts)
+                if (stop.stop_requested() || slot + 1 > rows || slot >= kMaxPorts)
                     break;
                 if (slot > 0)
                     Clock::sleep(2s);
@@ -90,7 +98,7 @@ void SMS_Sending::GSM_Send_Multi_Phone_Msg_Function() {
                 if (!m_items.anyWaitingOrSending() || !m_items.anyWaiting())
                     continue;
                 PortJob job;
-                if (!openPort(thisSlot, path, job))
+                if (!openPort(thisSlot, path, job, stop))
                     continue;
                 if (m_items.anyWaiting()) {
                     startWorker(job);
@@ -101,106 +109,111 @@ void SMS_Sending::GSM_Send_Multi_Phone_Msg_Function() {
             }
         } else if (ports.contains(chosen) && m_items.anyWaitingOrSending()) {
             PortJob job;
-            if (openPort(0, chosen, job))
+            if (openPort(0, chosen, job, stop))
                 startWorker(job);
         }
         ui([this] { m_stopEnabled = true; });
-    } catch (const std::exception& e) {
-        Show_NSLog_Message(QString::fromUtf8(e.what()));
-    }
-    releaseRun(-1);
+    });
+    releaseRun(std::nullopt);
 }
 
 void SMS_Sending::Send_To_All_SMS_Func(PortJob job) {
     MFCSMS& session = *mfc_sms_obj_arr.at(size_t(job.slot));
-    bool failed = false;
-    try {
-        if (Stop_SMS_Sending_Now || !m_items.anyWaitingOrSending() || !m_items.anyWaiting()) {
-            session.closePort();
-            releaseRun(job.mode);
-            return;
-        }
-        ui([this] {
-            m_activityValue = 0;
-            m_pauseLabel.clear();
-        });
-        if (job.mode == 1)
-            session.Prepare_Modem_For_PDU_SMS(job.fd);
-        else if (job.mode == 2)
-            session.Prepare_Modem_For_Text_SMS(job.fd);
-        const QString date = sentItemDate();
-        if (session.port() != nullptr)
-            session.port()->setReadTimeout(1.0);
-        const QString capability = m_window.deviceDetail(job.portName, QStringLiteral("SMS_CAPABLE"));
-        const RunOptions options = m_options;
-        DelayedDeliveryPause pause(
-            options.schedule, m_pause, msg_cnt,
-            {[this] { ui([] {}); },
-             [this](bool visible) { ui([this, visible] { m_progressTextVisible = visible; }); },
-             [this] { m_activity.stop(); }, [this] { m_activity.startTimerThread(); },
-             [this] { ui([this] { m_activityValue = 0; }); }});
-        const auto excluded = [this, &options](const QString& number) {
-            return options.exclusion && m_window.Check_Exclusion_Number(number);
-        };
-        const auto finishedOnTheWay = [this](const SendingItems::Claim& c) {
-            showItem(c.index, c.item, true);
-        };
-
-        while (m_items.anyWaitingOrSending() && !Stop_SMS_Sending_Now && !failed) {
-            if (Pause_Timer_Running) {
-                Clock::sleep(1s);
-                continue;
-            }
-            const auto claim =
-                m_items.claimNext(job.portName, options.skipDuplicates, excluded, finishedOnTheWay);
-            if (!claim)
-                break; // every item is taken; the other ports finish theirs
-            showItem(claim->index, claim->item, false);
-            const QString message = claim->item.message.left(kMaxMessageLength);
-            ui([this] { m_activityValue = 100; });
-
-            QString status;
-            bool ok = true;
-            if (job.mode == 0) {
-                status = QStringLiteral("Error : +CMS ERROR: 500.");
-            } else {
-                try {
-                    ok = job.mode == 2 ? session.Send_Text_SMS(job.fd, claim->item.number, message, job.smsc,
-                                                               options.flash, options.unicode, job.portName,
-                                                               status, capability, job.stop)
-                                       : session.Send_PDU_SMS(job.fd, claim->item.number, message, job.smsc,
-                                                              options.flash, options.unicode, status,
-                                                              capability, job.stop);
-                } catch (const std::exception& e) {
-                    Show_NSLog_Message(QStringLiteral("send to all sms function"));
-                    Show_NSLog_Message(QString::fromUtf8(e.what()));
-                    status = QStringLiteral("Device Connection Error!");
-                }
-            }
-            Clock::sleep(1s);
-            if (!ok)
-                failed = true;
-
-            const QString done = QStringLiteral("Done (%1)").arg(job.portName);
-            if (!m_items.finish(claim->index, status, kDone, done))
-                continue;
-            SendingItem finished = claim->item;
-            finished.status = status;
-            finished.useStatus = kDone;
-            finished.currentStatus = done;
-            showItem(claim->index, finished, true);
-            if (options.saveSentItems)
-                appendSentItem(SentItem_File_Path, {claim->item.number, message, date, status});
-            if (options.saveTemplates)
-                appendTemplateIfNew(message);
-            pause.afterMessageFinished(m_items.allFinished(), failed, m_items.anyWaitingOrSending());
-        }
-        if (m_items.size() == 0)
-            failed = true;
-    } catch (const std::exception& e) {
-        Show_NSLog_Message(QStringLiteral("send to all sms function"));
-        Show_NSLog_Message(QString::fromUtf8(e.what()));
-    }
+    Guard::run("SMS_Sending::Send_To_All_SMS_Func", [&] { sendFromPort(job, session); });
     session.closePort();
-    releaseRun(job.mode);
+    releaseRun(job.details.mode);
+}
+
+void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
+    if (job.stop.stop_requested() || !m_items.anyWaitingOrSending() || !m_items.anyWaiting())
+        return;
+    ui([this] {
+        m_activityValue = 0;
+        m_pauseLabel.clear();
+    });
+    const SmsMode mode = job.details.mode;
+    if (mode == SmsMode::Pdu)
+        session.Prepare_Modem_For_PDU_SMS(job.fd);
+    else if (mode == SmsMode::Text)
+        session.Prepare_Modem_For_Text_SMS(job.fd);
+    const QString date = sentItemDate();
+    if (session.port() != nullptr)
+        session.port()->setReadTimeout(1.0);
+    const RunOptions options = m_options;
+    DelayedDeliveryPause pause(
+        options.schedule, m_pause, msg_cnt,
+        {[this] { ui([] {}); },
+         [this](bool visible) { ui([this, visible] { m_progressTextVisible = visible; }); },
+         [this] { m_activity.stop(); }, [this] { m_activity.startTimerThread(); },
+         [this] { ui([this] { m_activityValue = 0; }); }},
+        job.stop);
+    const auto excluded = [&options](const QString& number) {
+        return options.exclusion && options.excludedNumbers.contains(number);
+    };
+    const auto finishedOnTheWay = [this](const SendingItems::Claim& c) { showItem(c.index, c.item, true); };
+    const QString done = QStringLiteral("Done (%1)").arg(job.portName);
+
+    // One claimed item: sent, finished and shown. False when the port failed.
+    const auto sendClaimed = [&](const SendingItems::Claim& claim) {
+        showItem(claim.index, claim.item, false);
+        const QString message = claim.item.message.left(kMaxMessageLength);
+        ui([this] { m_activityValue = 100; });
+
+        QString status;
+        bool ok = true;
+        if (mode == SmsMode::Unknown) {
+            status = QStringLiteral("Error : +CMS ERROR: 500.");
+        } else if (!Guard::run("SMS_Sending::Send_To_All_SMS_Func send", [&] {
+                       ok = mode == SmsMode::Text
+                                ? session.Send_Text_SMS(job.fd, claim.item.number, message, job.details.smsc,
+                                                        options.flash, options.unicode, job.portName, status,
+                                                        job.details.capability, job.stop)
+                                : session.Send_PDU_SMS(job.fd, claim.item.number, message, job.details.smsc,
+                                                       options.flash, options.unicode, status,
+                                                       job.details.capability, job.stop);
+                   })) {
+            status = kConnectionError;
+        }
+        Clock::sleep(1s);
+
+        if (!m_items.finish(claim.index, status, UseStatus::Done, done))
+            return ok;
+        SendingItem finished = claim.item;
+        finished.status = status;
+        finished.useStatus = UseStatus::Done;
+        finished.currentStatus = done;
+        showItem(claim.index, finished, true);
+        if (options.saveSentItems)
+            appendSentItem(SentItem_File_Path, {claim.item.number, message, date, status});
+        if (options.saveTemplates)
+            appendTemplateIfNew(message);
+        pause.afterMessageFinished(m_items.allFinished(), !ok, m_items.anyWaitingOrSending());
+        return ok;
+    };
+
+    bool failed = false;
+    while (m_items.anyWaitingOrSending() && !job.stop.stop_requested() && !failed) {
+        if (Pause_Timer_Running) {
+            Clock::sleep(1s);
+            continue;
+        }
+        const auto claim =
+            m_items.claimNext(job.portName, options.skipDuplicates, excluded, finishedOnTheWay);
+        if (!claim)
+            break; // every item is taken; the other ports finish theirs
+        bool ok = true;
+        if (!Guard::run("SMS_Sending::Send_To_All_SMS_Func item", [&] { ok = sendClaimed(*claim); })) {
+            // The port ends here; its item does not stay "Sending..." for ever.
+            ok = false;
+            if (m_items.finish(claim->index, kConnectionError, UseStatus::Done, done))
+                Guard::run("SMS_Sending::Send_To_All_SMS_Func item", [&] {
+                    SendingItem finished = claim->item;
+                    finished.status = kConnectionError;
+                    finished.useStatus = UseStatus::Done;
+                    finished.currentStatus = done;
+                    showItem(claim->index, finished, true);
+                });
+        }
+        failed = !ok;
+    }
 }

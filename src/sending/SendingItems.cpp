@@ -2,6 +2,16 @@
 
 #include <QHash>
 
+QString useStatusText(UseStatus status) {
+    switch (status) {
+    case UseStatus::WaitToDispatch: return kWaitToDispatch;
+    case UseStatus::Sending: return QStringLiteral("Sending...");
+    case UseStatus::Done: return kDone;
+    case UseStatus::Stopped: break;
+    }
+    return kStoppedUse;
+}
+
 void SendingItems::reset(QList<SendingItem> items) {
     std::lock_guard lock(m_mutex);
     m_items = std::move(items);
@@ -14,7 +24,7 @@ void SendingItems::reset(QList<SendingItem> items) {
         m_firstIndexOfNumber << *first.insert(item.number, first.value(item.number, i));
         if (!item.status.isEmpty())
             ++m_finished;
-        else if (item.useStatus == kWaitToDispatch)
+        else if (item.useStatus == UseStatus::WaitToDispatch)
             ++m_waiting;
     }
 }
@@ -50,7 +60,7 @@ SendingItems::claimNext(const QString& portName, bool skipDuplicates,
             notSent = Claim::Kind::Skipped;
         if (notSent) {
             item.status = *notSent == Claim::Kind::Excluded ? kExcluded : kSkipped;
-            item.useStatus = kDone;
+            item.useStatus = UseStatus::Done;
             item.currentStatus = QStringLiteral("Done (%1)").arg(portName);
             --m_waiting;
             ++m_finished;
@@ -59,7 +69,7 @@ SendingItems::claimNext(const QString& portName, bool skipDuplicates,
             continue;
         }
         item.usePort = portName;
-        item.useStatus = kSendingUse;
+        item.useStatus = UseStatus::Sending;
         item.currentStatus = QStringLiteral("Sending (%1)").arg(portName);
         --m_waiting;
         ++m_sending;
@@ -68,7 +78,7 @@ SendingItems::claimNext(const QString& portName, bool skipDuplicates,
     return std::nullopt;
 }
 
-bool SendingItems::finish(int index, const QString& status, const QString& useStatus,
+bool SendingItems::finish(int index, const QString& status, UseStatus useStatus,
                           const QString& currentStatus) {
     std::lock_guard lock(m_mutex);
     if (index < 0 || index >= m_items.size())
@@ -76,9 +86,9 @@ bool SendingItems::finish(int index, const QString& status, const QString& useSt
     SendingItem& item = m_items[index];
     if (!item.status.isEmpty())
         return false;
-    if (item.useStatus == kSendingUse)
+    if (item.useStatus == UseStatus::Sending)
         --m_sending;
-    else if (item.useStatus == kWaitToDispatch)
+    else if (item.useStatus == UseStatus::WaitToDispatch)
         --m_waiting;
     item.status = status;
     item.useStatus = useStatus;
@@ -92,9 +102,9 @@ QList<int> SendingItems::markStopped() {
     QList<int> marked;
     for (int i = 0; i < m_items.size(); ++i) {
         SendingItem& item = m_items[i];
-        if (item.status.isEmpty() && item.useStatus == kWaitToDispatch) {
+        if (item.status.isEmpty() && item.useStatus == UseStatus::WaitToDispatch) {
             item.status = kStopped;
-            item.useStatus = kStoppedUse;
+            item.useStatus = UseStatus::Stopped;
             item.currentStatus = kStoppedUse;
             --m_waiting;
             ++m_finished;

@@ -13,18 +13,21 @@
 #include <optional>
 
 inline const QString kWaitToDispatch = QStringLiteral("Wait to dispatch...");
-inline const QString kSendingUse = QStringLiteral("Sending...");
 inline const QString kDone = QStringLiteral("Done");
 inline const QString kStoppedUse = QStringLiteral("Stopped");
 inline const QString kStopped = QStringLiteral("Stopped.");
 inline const QString kExcluded = QStringLiteral("Excluded.");
 inline const QString kSkipped = QStringLiteral("Skipped.");
 
+// Where an item stands in the run; its text ("Use Status") is what the item table shows.
+enum class UseStatus { WaitToDispatch, Sending, Done, Stopped };
+QString useStatusText(UseStatus status);
+
 struct SendingItem {
     QString number;
     QString message;
     QString usePort;
-    QString useStatus = kWaitToDispatch;
+    UseStatus useStatus = UseStatus::WaitToDispatch;
     QString currentStatus = kWaitToDispatch;
     QString status; // final outcome; empty while not finished
 };
@@ -52,7 +55,7 @@ public:
                                    const std::function<void(const Claim&)>& finishedOnTheWay);
 
     // Writes an item's final state once; false when it already had one.
-    bool finish(int index, const QString& status, const QString& useStatus, const QString& currentStatus);
+    bool finish(int index, const QString& status, UseStatus useStatus, const QString& currentStatus);
 
     // Marks every waiting item "Stopped."; returns the indexes marked.
     QList<int> markStopped();

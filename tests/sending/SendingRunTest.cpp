@@ -214,9 +214,13 @@ TEST_F(SendingRunTest, StopLeavesUntakenItemsStoppedAndSaysSo) {
     });
     int stopped = 0;
     for (const SendingItem& item : items())
-        stopped +=
-            item.status == "Stopped." && item.useStatus == "Stopped" && item.currentStatus == "Stopped";
+        stopped += item.status == "Stopped." && item.useStatus == UseStatus::Stopped &&
+                   item.currentStatus == "Stopped";
     EXPECT_GT(stopped, 20);
+    int shownStopped = 0; // the item table shows the use state as its text
+    for (const Record& row : window.sendingJob().itemTable().records())
+        shownStopped += row.value("Use Status") == "Stopped";
+    EXPECT_EQ(shownStopped, stopped);
     EXPECT_EQ(modems.at(0)->received().size(), 30 - stopped);
     EXPECT_EQ(op.alerts().last(), "\nSMS Sending process is stopped");
 }
