@@ -7,6 +7,7 @@
 #include "core/Launch.h"
 #include "core/Log.h"
 #include "gsm/ModemDiscovery.h"
+#include "gsm/SmsMode.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"
 #include "list/LoadCounters.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
@@ -218,9 +219,9 @@ int runSend(const QStringList& arguments) {
         }
         for (const QString& setting : parts.mid(1)) {
             if (setting == QLatin1String("mode=pdu"))
-                devices.Update_Column_Value(path, QStringLiteral("SMSMode"), QStringLiteral("PDU Mode"));
+                devices.Update_Column_Value(path, QStringLiteral("SMSMode"), smsModeText(SmsMode::Pdu));
             else if (setting == QLatin1String("mode=text"))
-                devices.Update_Column_Value(path, QStringLiteral("SMSMode"), QStringLiteral("Text Mode"));
+                devices.Update_Column_Value(path, QStringLiteral("SMSMode"), smsModeText(SmsMode::Text));
             else if (setting.startsWith(QLatin1String("smsc=")))
                 devices.Set_SMSC_Use_Status(path, QStringLiteral("Y"), setting.mid(5));
             else {

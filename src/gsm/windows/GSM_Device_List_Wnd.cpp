@@ -6,9 +6,6 @@
 #include "core/TextUtils.h"
 #include "text/NumberRules.h"
 
-#include <QCoreApplication>
-#include <QThread>
-
 QString Cus_SMS_Num_STR;
 
 namespace {
@@ -21,6 +18,7 @@ GSM_Device_List_Wnd::GSM_Device_List_Wnd(Operator& op, QObject* parent)
 
 GSM_Device_List_Wnd::~GSM_Device_List_Wnd() {
     Stop_Modem_SRCH = true;
+    m_worker.requestStop();
     waitForWorkers();
 }
 
@@ -37,20 +35,7 @@ void GSM_Device_List_Wnd::onMain(const std::function<void()>& change) {
     });
 }
 
-void GSM_Device_List_Wnd::joinWorker() {
-    if (m_worker.joinable() && m_worker.get_id() != std::this_thread::get_id())
-        m_worker.join();
-}
-
-void GSM_Device_List_Wnd::waitForWorkers() {
-    // The worker hands its changes to this thread, so wait with the event loop turning.
-    while (m_workerRunning) {
-        if (QCoreApplication::instance() != nullptr && MainThread::isCurrent())
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        QThread::msleep(1);
-    }
-    joinWorker();
-}
+void GSM_Device_List_Wnd::waitForWorkers() { m_worker.join(); }
 
 // ---- records ----
 
@@ -101,7 +86,7 @@ void GSM_Device_List_Wnd::setRowTicked(int row, bool ticked) {
 // ---- showing a device ----
 
 void GSM_Device_List_Wnd::showDevice(int row) {
-    if (row < 0 || row >= m_ports.size() || m_workerRunning)
+    if (row < 0 || row >= m_ports.size() || m_worker.isRunning())
         return;
     m_prevIndex = row;
     const Record record = m_ports.at(row);
@@ -113,9 +98,7 @@ void GSM_Device_List_Wnd::showDevice(int row) {
     m_heading.clear();
     emit changed();
 
-    joinWorker();
-    m_workerRunning = true;
-    m_worker = std::thread([this, path] {
+    m_worker.start([this, path](std::stop_token) {
         onMain([this] {
             m_progressSheet = true;
             m_customSmscText.clear();
@@ -124,7 +107,6 @@ void GSM_Device_List_Wnd::showDevice(int row) {
             onMain([this, path] { Get_And_Fill_Details(path); });
         m_session.closePort();
         onMain([this] { m_progressSheet = false; });
-        m_workerRunning = false;
     });
 }
 
@@ -164,10 +146,9 @@ void GSM_Device_List_Wnd::Get_And_Fill_Details(const QString& path) {
     m_defaultSmscField = r.value("DefSMSC");
     m_customSmscChecked = r.value("UseCusSMSC") == QLatin1String("Y");
     m_customSmscText = m_customSmscChecked ? r.value("CusSMSC") : QString();
-    if (r.value("SMSMode") == QLatin1String("PDU Mode"))
-        m_modeSelection = 1;
-    else if (r.value("SMSMode") == QLatin1String("Text Mode"))
-        m_modeSelection = 2;
+    const SmsMode mode = smsModeFromText(r.value("SMSMode"));
+    if (mode != SmsMode::Unknown)
+        m_modeSelection = mode == SmsMode::Pdu ? 1 : 2;
     m_heading = QStringLiteral("SMS settings of %1 %2 at %3")
                     .arg(r.value("Manufacture"), r.value("Model"), r.value("COM_PORT"));
     m_settingsEnabled = true;
@@ -175,16 +156,17 @@ void GSM_Device_List_Wnd::Get_And_Fill_Details(const QString& path) {
 
 // ---- modes and service centre ----
 
-void GSM_Device_List_Wnd::setMode(int mode, const QString& modeText) {
+void GSM_Device_List_Wnd::setMode(SmsMode mode) {
     if (m_customSmscChecked)
         update_custom_smsc();
-    m_modeSelection = mode;
+    m_modeSelection = mode == SmsMode::Pdu ? 1 : 2;
     if (m_prevIndex >= 0 && m_prevIndex < m_ports.size())
-        Update_Column_Value(m_ports.at(m_prevIndex).value(kPath), QStringLiteral("SMSMode"), modeText);
+        Update_Column_Value(m_ports.at(m_prevIndex).value(kPath), QStringLiteral("SMSMode"),
+                            smsModeText(mode));
     emit changed();
 }
 
-void GSM_Device_List_Wnd::PDU_Mode_Radio() { setMode(1, QStringLiteral("PDU Mode")); }
+void GSM_Device_List_Wnd::PDU_Mode_Radio() { setMode(SmsMode::Pdu); }
 
 void GSM_Device_List_Wnd::Text_Mode_Radio() {
     m_op.Show_MessageBox(QStringLiteral(
@@ -192,7 +174,7 @@ void GSM_Device_List_Wnd::Text_Mode_Radio() {
         "non-English (Unicode) SMS using this mode.\n\nIf you face difficulties in sending Unicode SMS using "
         "'Text "
         "Mode', select 'PDU Mode'."));
-    setMode(2, QStringLiteral("Text Mode"));
+    setMode(SmsMode::Text);
 }
 
 bool GSM_Device_List_Wnd::validSmsc(const QString& number) {
@@ -230,8 +212,10 @@ void GSM_Device_List_Wnd::Custom_SMSC_Pressed(bool on) {
 void GSM_Device_List_Wnd::Stopmodem_Searching_pressed() {
     if (m_op.Show_YES_NO_MessageBox(
             QStringLiteral("\nTerminating the current process will stop scanning connected "
-                           "device. Are you sure you want to continue?")))
+                           "device. Are you sure you want to continue?"))) {
         Stop_Modem_SRCH = true;
+        m_worker.requestStop();
+    }
 }
 
 void GSM_Device_List_Wnd::ContinueOfflinePressed() {
@@ -240,5 +224,6 @@ void GSM_Device_List_Wnd::ContinueOfflinePressed() {
                            "device. Are you sure you want to continue?")))
         return;
     Stop_Modem_SRCH = true;
+    m_worker.requestStop();
     endModal(0);
 }

@@ -8,11 +8,13 @@
 // modem session; every change the view sees is made on the main thread.
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
+#include "core/WorkerThread.h"
 #include "gsm/MFCSMS.h"
+#include "gsm/SmsMode.h"
 
 #include <atomic>
 #include <memory>
-#include <thread>
+#include <stop_token>
 
 class Operator;
 
@@ -77,25 +79,24 @@ public:
     // Waits (spinning the event loop) until no worker of this window runs.
     void waitForWorkers();
 
-    // The search pass over the given device paths (also used by tests). 0 when a device
-    // record was completed, 5 otherwise.
-    int GetModemPath(const QStringList& paths);
+    // The search pass over the given device paths (also used by tests); it ends early on
+    // stop. 0 when a device record was completed, 5 otherwise.
+    int GetModemPath(const QStringList& paths, std::stop_token stop = {});
 
 signals:
     // The focus goes back to the custom service centre field.
     void customSmscFocusRequested();
 
 private:
-    void Find_Ph_Thread();
-    void Find_Ph_List();
+    void Find_Ph_Thread(std::stop_token stop);
+    void Find_Ph_List(std::stop_token stop);
     bool OnGetSelected(const QString& path);
     void Get_And_Fill_Details(const QString& path);
     bool Find_IMEI_already_listed(const QString& imei) const;
     Record deviceRecordFromSession() const;
     bool validSmsc(const QString& number);
-    void setMode(int mode, const QString& modeText);
+    void setMode(SmsMode mode);
     void onMain(const std::function<void()>& change);
-    void joinWorker();
     // Opens a device as every check does (line set-up, session port, 1 s read time-out);
     // the session descriptor, or -1.
     int openForCheck(const QString& path);
@@ -106,8 +107,8 @@ private:
     Operator& m_op;
     MFCSMS m_session;
     RecordTable m_ports;
-    std::thread m_worker;
-    std::atomic<bool> m_workerRunning{false};
+    WorkerThread m_worker{QStringLiteral("device-search")}; // the search, or a device's details
+    // Stop as the window shows it; the search itself stops on its worker's token.
     std::atomic<bool> Stop_Modem_SRCH{false};
 
     bool m_searching = false;

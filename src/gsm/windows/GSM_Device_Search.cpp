@@ -2,6 +2,7 @@
 // can send messages and for its IMEI, and described in one record per device.
 #include "GSM_Device_List_Wnd.h"
 
+#include "core/Guard.h"
 #include "core/Log.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
@@ -14,23 +15,22 @@ const QString kPath = QStringLiteral("PORT_DETAL");
 } // namespace
 
 void GSM_Device_List_Wnd::Search_dev_Pressed() {
-    if (m_workerRunning)
+    if (m_worker.isRunning())
         return;
-    joinWorker();
-    m_workerRunning = true;
-    m_worker = std::thread([this] { Find_Ph_Thread(); });
+    m_worker.start([this](std::stop_token stop) { Find_Ph_Thread(stop); });
 }
 
-void GSM_Device_List_Wnd::Find_Ph_Thread() {
+void GSM_Device_List_Wnd::Find_Ph_Thread(std::stop_token stop) {
     Stop_Modem_SRCH = false;
     onMain([this] { m_searching = true; });
-    Find_Ph_List();
+    Find_Ph_List(stop);
     onMain([this] { m_searching = false; });
     Stop_Modem_SRCH = false;
-    m_workerRunning = false;
-    // Showing the first device starts the next worker: leave that to the main thread.
+    // Showing the first device starts the next worker: leave that to the main thread, once
+    // this one has returned. It only waits: the one joining this worker may be a wait of
+    // the main thread that is handling this very event.
     MainThread::post([this] {
-        joinWorker();
+        waitKeepingEventsFlowing([this] { return !m_worker.isRunning(); });
         if (!m_ports.isEmpty()) {
             showDevice(0);
         } else {
@@ -40,7 +40,7 @@ void GSM_Device_List_Wnd::Find_Ph_Thread() {
     });
 }
 
-void GSM_Device_List_Wnd::Find_Ph_List() {
+void GSM_Device_List_Wnd::Find_Ph_List(std::stop_token stop) {
     onMain([this] {
         m_prevIndex = -1;
         m_controlsEnabled = false;
@@ -55,7 +55,7 @@ void GSM_Device_List_Wnd::Find_Ph_List() {
     });
     ModemIterator iterator;
     if (FindModems(iterator) == 0)
-        GetModemPath(iterator.paths);
+        GetModemPath(iterator.paths, stop);
     onMain([this] { m_controlsEnabled = true; });
 }
 
@@ -91,9 +91,9 @@ Record GSM_Device_List_Wnd::deviceRecordFromSession() const {
                   {"Last_SMSC", ""}};
 }
 
-int GSM_Device_List_Wnd::GetModemPath(const QStringList& paths) {
+int GSM_Device_List_Wnd::GetModemPath(const QStringList& paths, std::stop_token stop) {
     int result = 5;
-    try {
+    const bool completed = Guard::run("GSM_Device_List_Wnd::GetModemPath", [&] {
         int count = 0;
         for (const QString& path : paths)
             Show_NSLog_Message(QStringLiteral("modem %1: %2\n").arg(++count).arg(path));
@@ -107,7 +107,7 @@ int GSM_Device_List_Wnd::GetModemPath(const QStringList& paths) {
         if (count == 0) {
             m_op.Show_MessageBox(QStringLiteral("GSM device not found."));
             onMain([this, count] { m_progressValue = count; });
-            return 5;
+            return;
         }
 
         int opened = 0;
@@ -160,21 +160,19 @@ int GSM_Device_List_Wnd::GetModemPath(const QStringList& paths) {
             Read_Ph_Values_NEW(s, fd);
             switch (s.PDU_or_Text_SMS(fd)) {
             case 1:
-                s.sms_mode = "PDU Mode";
-                s.sup_sms_mode = ";PDU Mode;";
+                s.sms_mode = smsModeText(SmsMode::Pdu);
+                s.sup_sms_mode = QStringLiteral(";%1;").arg(smsModeText(SmsMode::Pdu));
                 break;
             case 2:
-                s.sms_mode = "Text Mode";
-                s.sup_sms_mode = ";Text Mode;";
+                s.sms_mode = smsModeText(SmsMode::Text);
+                s.sup_sms_mode = QStringLiteral(";%1;").arg(smsModeText(SmsMode::Text));
                 break;
             case 3:
-                s.sms_mode = "PDU Mode";
-                s.sup_sms_mode = ";PDU Mode;Text Mode;";
+                s.sms_mode = smsModeText(SmsMode::Pdu);
+                s.sup_sms_mode =
+                    QStringLiteral(";%1;%2;").arg(smsModeText(SmsMode::Pdu), smsModeText(SmsMode::Text));
                 break;
-            default:
-                s.sms_mode = "NONE";
-                s.sup_sms_mode = "NONE";
-                break;
+            default: s.sms_mode = s.sup_sms_mode = smsModeText(SmsMode::Unknown); break;
             }
             const Record complete = deviceRecordFromSession();
             onMain([this, complete, path] {
@@ -184,13 +182,12 @@ int GSM_Device_List_Wnd::GetModemPath(const QStringList& paths) {
             });
             nextDevice();
             result = 0;
-            if (Stop_Modem_SRCH)
+            if (stop.stop_requested())
                 break;
         }
         onMain([this, opened] { m_progressValue = opened + 1; });
-    } catch (const std::exception& e) {
-        Show_NSLog_Message(QString::fromUtf8(e.what()));
+    });
+    if (!completed)
         m_session.closePort();
-    }
     return result;
 }

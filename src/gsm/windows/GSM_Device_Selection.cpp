@@ -34,7 +34,7 @@ int GSM_Device_List_Wnd::openForCheck(const QString& path) {
 }
 
 void GSM_Device_List_Wnd::Multi_Phone_Selected_Func() {
-    if (m_workerRunning)
+    if (m_worker.isRunning())
         return; // the session is busy with a search or a device's details
     if (m_ports.isEmpty()) {
         m_op.Show_MessageBox(kDeviceListEmpty);
@@ -90,8 +90,7 @@ GSM_Device_List_Wnd::Verdict GSM_Device_List_Wnd::checkForSelection(const Record
 
     if ((useCustom ? customSmsc : QString()).isEmpty() && defaultSmsc.isEmpty())
         return refuse(kDefaultSmscMissing);
-    const QString mode = record.value(QStringLiteral("SMSMode"));
-    if (mode != QLatin1String("PDU Mode") && mode != QLatin1String("Text Mode"))
+    if (smsModeFromText(record.value(QStringLiteral("SMSMode"))) == SmsMode::Unknown)
         return refuse(QStringLiteral("SMS Mode details should not be blanked."));
 
     const int fd = openForCheck(path);

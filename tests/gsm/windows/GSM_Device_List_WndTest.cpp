@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <stop_token>
 
 namespace {
 
@@ -47,9 +48,9 @@ protected:
         return out;
     }
     // Runs the search pass on a worker, as the window does, and waits for it.
-    int search() {
+    int search(std::stop_token stop = {}) {
         std::atomic<int> result{-1};
-        std::thread worker([&] { result = window.GetModemPath(paths()); });
+        std::thread worker([&] { result = window.GetModemPath(paths(), stop); });
         EXPECT_TRUE(spinUntil([&] { return result != -1; }, std::chrono::seconds(60)));
         worker.join();
         return result;
@@ -105,6 +106,16 @@ TEST_F(DeviceWindowTest, TwoPortsOfOneModemGiveOneRecordAndNonSendersAreLeftOut)
     EXPECT_EQ(search(), 0);
     ASSERT_EQ(window.nsPortListData().size(), 1);
     EXPECT_EQ(record(0).value("PORT_DETAL"), paths().at(0));
+}
+
+TEST_F(DeviceWindowTest, AStoppedSearchEndsAfterTheDeviceItIsDescribing) {
+    attach(identity("777777777777777"));
+    attach(identity("888888888888888"));
+    std::stop_source stop;
+    stop.request_stop();
+    EXPECT_EQ(search(stop.get_token()), 0);
+    ASSERT_EQ(window.nsPortListData().size(), 1);
+    EXPECT_EQ(record(0).value("IMEI"), "777777777777777");
 }
 
 TEST_F(DeviceWindowTest, NothingFoundSaysSo) {
