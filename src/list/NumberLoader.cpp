@@ -6,6 +6,7 @@
 #include "Manually_Add_Num.h"
 #include "NumberCandidates.h"
 #include "SpreadsheetLoads.h"
+#include "core/Guard.h"
 #include "core/Log.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
@@ -43,8 +44,7 @@ NumberLoader::~NumberLoader() {
         runPendingTask();
         std::this_thread::yield();
     }
-    if (m_thread.joinable())
-        m_thread.join();
+    m_thread.join();
 }
 
 void NumberLoader::runOnMain(const std::function<void()>& fn) {
@@ -123,11 +123,9 @@ void NumberLoader::Load_Number() {
 }
 
 void NumberLoader::startFileLoad(const QString& path) {
-    if (m_thread.joinable())
-        m_thread.join();
     setLoading(true);
     m_pump.start();
-    m_thread = std::thread([this, path] {
+    m_thread.start([this, path](std::stop_token) {
         Load_Num_Func(path);
         runOnMain([this] {
             m_pump.stop();
@@ -149,7 +147,7 @@ void NumberLoader::setPleaseWait(bool visible) {
 }
 
 void NumberLoader::Load_Num_Func(const QString& path) {
-    try {
+    const bool loaded = Guard::run("NumberLoader::Load_Num_Func", [&] {
         QString message;
         runOnMain([&] {
             m_window.prev_list_item = m_window.list().size();
@@ -184,7 +182,8 @@ void NumberLoader::Load_Num_Func(const QString& path) {
         }
         setPleaseWait(false);
         reportIfNothingAdded();
-    } catch (...) {
+    });
+    if (!loaded) {
         Show_NSLog_Message(QStringLiteral("Loading numbers from %1 failed").arg(path));
         setPleaseWait(false);
     }

@@ -7,11 +7,12 @@
 #include <QStringList>
 #include <QTimer>
 
+#include "core/WorkerThread.h"
+
 #include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
-#include <thread>
 
 class BulkSmsWindow;
 
@@ -58,8 +59,8 @@ private:
     void reportIfNothingAdded();
 
     BulkSmsWindow& m_window;
-    std::thread m_thread; // Load_NUM_Thread
-    QTimer m_pump;        // main thread: runs the loading thread's pending task
+    WorkerThread m_thread{QStringLiteral("Load_NUM_Thread")};
+    QTimer m_pump; // main thread: runs the loading thread's pending task
     std::mutex m_taskMutex;
     std::condition_variable m_taskDone;
     const std::function<void()>* m_task = nullptr;

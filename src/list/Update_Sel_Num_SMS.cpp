@@ -10,20 +10,18 @@ Update_Sel_Num_SMS::Update_Sel_Num_SMS(BulkSmsWindow& window, QObject* parent)
     : DialogController(parent), m_window(window) {}
 
 Update_Sel_Num_SMS::~Update_Sel_Num_SMS() {
-    if (m_collector.joinable())
-        m_collector.join();
+    // First: the join keeps events flowing, and the collector's result must not land here.
     *m_alive = false;
+    m_collector.join();
 }
 
 void Update_Sel_Num_SMS::startCollecting() {
-    if (m_collector.joinable())
-        m_collector.join();
     m_collecting = true;
     emit changed();
     // The worker reads copies: the list is shared, never modified, while it runs.
     const RecordList records = m_window.list().records();
     const QList<int> rows = m_window.selectedRows();
-    m_collector = std::thread([this, records, rows] {
+    m_collector.start([this, records, rows](std::stop_token) {
         QStringList numbers;
         numbers.reserve(rows.size());
         for (int row : rows)

@@ -2,11 +2,11 @@
 // Gives every selected record of a window's list a new message typed in this dialog.
 // The selected numbers are collected on a worker thread; Apply and Cancel wait for it.
 #include "core/DialogController.h"
+#include "core/WorkerThread.h"
 
 #include <QStringList>
 
 #include <memory>
-#include <thread>
 
 class BulkSmsWindow;
 
@@ -34,7 +34,7 @@ signals:
 
 private:
     BulkSmsWindow& m_window;
-    std::thread m_collector;
+    WorkerThread m_collector{QStringLiteral("collect-numbers")};
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true); // read and written on the main thread only
     bool m_collecting = false;
     QStringList m_numbers;

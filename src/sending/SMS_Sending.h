@@ -63,6 +63,8 @@ public:
 
     // True while the run's threads are still at work (tests wait on it).
     bool running() const { return m_threadsRunning > 0; }
+    // True once the run has come to its end (the status line shows kFinish).
+    bool finished() const { return m_state == RunState::Finished; }
 
     // --- Parts of the run (names as the job's steps are called).
     void Show_curr_msg_count(int total, int current);
