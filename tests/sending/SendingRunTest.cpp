@@ -8,6 +8,7 @@
 #include "core/AppState.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
+#include "core/FileUtils.h"
 #include "core/SendingFlags.h"
 #include "sim/VirtualModem.h"
 
@@ -139,6 +140,28 @@ TEST_F(SendingRunTest, DuplicatesExclusionsAndLongMessages) {
     EXPECT_EQ(modems.at(0)->received().size(), 2);
     for (const auto& r : modems.at(0)->received())
         EXPECT_EQ(r.text, QString(1600, 'x'));
+}
+
+TEST_F(SendingRunTest, ExcludedNumbersAreNotSentEvenWhenListedBeforeTheExclusion) {
+    attach();
+    attach();
+    chooseDevices();
+    addRecipients(numbers(6), "e"); // listed first: the run itself must leave them out
+    Check_Path_And_Create_Files();
+    ASSERT_TRUE(writeFileAtomically(Exclusion_Folder_Path + "/VIP.OSTREL",
+                                    (numbers(1, 101).first() + "\n" + numbers(1, 104).first()).toUtf8()));
+    ASSERT_TRUE(appendToFile(AppExclusion_File_Path, "VIP\n"));
+    window.Exclusion_Chk(true);
+    window.prev_composer_msg = window.composerText();
+    send();
+    QStringList excluded;
+    for (const SendingItem& item : items())
+        if (item.status == "Excluded.")
+            excluded << item.number;
+    excluded.sort();
+    EXPECT_EQ(excluded, (QStringList{numbers(1, 101).first(), numbers(1, 104).first()}));
+    EXPECT_EQ(receivedNumbers().size(), 4);
+    EXPECT_FALSE(receivedNumbers().contains(numbers(1, 101).first()));
 }
 
 TEST_F(SendingRunTest, UnknownModeEndsEveryItemWithTheErrorAndSaysSo) {
