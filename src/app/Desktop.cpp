@@ -1,0 +1,34 @@
+#include "Desktop.h"
+
+#include "android/Bulk_SMSAppDelegate.h"
+#include "core/AppState.h"
+#include "core/Launch.h"
+#include "sending/Gsm_Bulk_Sms_Wnd.h"
+#include "ui/AndroidBulkSmsView.h"
+#include "ui/GsmBulkSmsView.h"
+#include "ui/QtOperator.h"
+#include "ui/ViewRegistry.h"
+
+#include <QApplication>
+#include <QTimer>
+
+int runDesktop(int argc, char* argv[]) {
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(kApplicationName);
+    QApplication::setApplicationDisplayName(kApplicationName);
+    QApplication::setDesktopFileName(QStringLiteral("ostrel-bulk-sms"));
+    QApplication::setQuitOnLastWindowClosed(false); // only Exit_App ends the program
+
+    QtOperator op;
+    ViewRegistry::registerStandardViews();
+
+    Bulk_SMSAppDelegate androidWindow(op);
+    Gsm_Bulk_Sms_Wnd gsmWindow(op);
+    AndroidBulkSmsView androidView(androidWindow);
+    GsmBulkSmsView gsmView(gsmWindow);
+
+    if (!Launch_Application(op, androidWindow, gsmWindow))
+        return 1;
+    QTimer::singleShot(0, &app, [&] { Show_Device_Kind_Selection(op, gsmWindow, androidWindow); });
+    return app.exec();
+}
