@@ -63,7 +63,7 @@ QList<ReceivedMessage> MessageLog::read(const QString& path) {
         m.dcs = o.value(u"dcs").toInt();
         m.smsc = o.value(u"smsc").toString();
         m.mode = o.value(u"mode").toString();
-        for (const QJsonValue& v : o.value(u"pdus").toArray())
+        for (const auto& v : o.value(u"pdus").toArray())
             m.pduHex.append(v.toString());
         messages.append(m);
     }

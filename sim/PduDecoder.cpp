@@ -11,7 +11,7 @@ public:
     bool has(qsizetype count) const { return m_pos + count <= m_octets.size(); }
     int next() { return static_cast<quint8>(m_octets.at(m_pos++)); }
     QByteArray take(qsizetype count) {
-        const QByteArray part = m_octets.mid(m_pos, count);
+        QByteArray part = m_octets.mid(m_pos, count);
         m_pos += count;
         return part;
     }

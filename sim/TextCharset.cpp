@@ -87,7 +87,7 @@ QString decodeParameter(const QString& value, const QString& charset) {
     const QByteArray latin = value.toLatin1();
     if (!isHexText(latin))
         return value;
-    const QString decoded = utf16FromOctets(QByteArray::fromHex(latin));
+    QString decoded = utf16FromOctets(QByteArray::fromHex(latin));
     for (const QChar c : decoded)
         if (!(c.isDigit() || c == u'+' || c == u'*' || c == u'#'))
             return value; // digits that merely look like hex

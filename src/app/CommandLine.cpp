@@ -212,7 +212,7 @@ int runSend(const QStringList& arguments) {
     QStringList wanted;
     for (const QString& deviceArgument : parser.values(device)) {
         const QStringList parts = deviceArgument.split(QLatin1Char(','));
-        const QString path = parts.first();
+        const QString& path = parts.first();
         if (devices.rowOf(path) < 0) {
             err(QStringLiteral("Device %1 was not found or cannot send messages.").arg(path));
             return 2;

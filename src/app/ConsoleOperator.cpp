@@ -57,7 +57,7 @@ int ConsoleOperator::showModal(DialogController& dialog) {
     // Nobody presses Close here: the run ends the window once it is finished.
     QTimer poll;
     QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-        if (job->statusLine() == kFinish && !job->running() && !job->isEnded())
+        if (job->finished() && !job->running() && !job->isEnded())
             job->CancelPressed();
     });
     poll.start(20);

@@ -34,10 +34,10 @@ namespace {
 std::mutex g_layoutMutex;
 
 QString dataHome() {
-    const QString override = qEnvironmentVariable("BULKSMS_DATA_HOME");
+    QString override = qEnvironmentVariable("BULKSMS_DATA_HOME");
     if (!override.isEmpty())
         return override;
-    const QString xdg = qEnvironmentVariable("XDG_DATA_HOME");
+    QString xdg = qEnvironmentVariable("XDG_DATA_HOME");
     if (!xdg.isEmpty())
         return xdg;
     return QDir::homePath() + QStringLiteral("/.local/share");
@@ -56,10 +56,10 @@ void truncateTroubleshootingLog() {
 } // namespace
 
 QString locateResourcePath() {
-    const QString override = qEnvironmentVariable("BULKSMS_RESOURCES");
+    QString override = qEnvironmentVariable("BULKSMS_RESOURCES");
     if (!override.isEmpty())
         return override;
-    const QString installed = QStringLiteral(BULKSMS_INSTALLED_RESOURCES);
+    QString installed = QStringLiteral(BULKSMS_INSTALLED_RESOURCES);
     if (!installed.isEmpty() && QFileInfo(installed).isDir())
         return installed;
     return QStringLiteral(BULKSMS_BUILD_RESOURCES);

@@ -39,5 +39,7 @@ void WorkerThread::join() {
     if (!m_thread.joinable() || m_thread.get_id() == std::this_thread::get_id())
         return;
     waitKeepingEventsFlowing([this] { return !m_running; });
-    m_thread.join();
+    // Events handled during the wait may have joined this thread already.
+    if (m_thread.joinable())
+        m_thread.join();
 }

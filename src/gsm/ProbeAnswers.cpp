@@ -52,7 +52,7 @@ QString batteryText(const QString& cleaned) {
     if (cleaned.isEmpty())
         return QString();
     const QChar state = cleaned.at(0);
-    const QString charge = cleaned.size() > 1 && cleaned.at(1) == u',' ? cleaned.mid(2) : QString();
+    QString charge = cleaned.size() > 1 && cleaned.at(1) == u',' ? cleaned.mid(2) : QString();
     switch (state.unicode()) {
     case u'0': return charge + QStringLiteral("%");
     case u'1': return charge + QStringLiteral("% ( Charging )");

@@ -74,7 +74,7 @@ bool BulkSmsWindow::Check_Ph_Number(const QString& number, bool test_flag) const
 }
 
 QString BulkSmsWindow::Num_Able_To_insert(const QString& raw) {
-    const QString s = Replace_Char_For_Valid_Number(raw);
+    QString s = Replace_Char_For_Valid_Number(raw);
     if (s.isEmpty())
         return QString();
     ++TOT_PROC;

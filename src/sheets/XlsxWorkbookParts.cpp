@@ -73,14 +73,14 @@ QString relationshipTarget(const QString& root, int sheetNumber) {
 } // namespace
 
 QString locateSheetPart(const QString& root, int sheetNumber) {
-    const QString conventional = root + QStringLiteral("/xl/worksheets/sheet%1.xml").arg(sheetNumber);
+    QString conventional = root + QStringLiteral("/xl/worksheets/sheet%1.xml").arg(sheetNumber);
     if (QFileInfo::exists(conventional))
         return conventional;
     const QString target = relationshipTarget(root, sheetNumber);
     if (target.isEmpty())
         return conventional;
     // Targets are relative to the workbook part's folder, or absolute within the package.
-    const QString resolved = QDir::cleanPath(
+    QString resolved = QDir::cleanPath(
         target.startsWith(QLatin1Char('/')) ? root + target : root + QStringLiteral("/xl/") + target);
     if (!resolved.startsWith(QDir::cleanPath(root) + QLatin1Char('/')))
         return conventional;

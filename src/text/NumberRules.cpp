@@ -23,7 +23,7 @@ bool hasMisplacedPlus(const QString& number) {
 }
 
 QString validTypedNumber(const QString& raw) {
-    const QString s = Replace_Char_For_Valid_Number(raw);
+    QString s = Replace_Char_For_Valid_Number(raw);
     if (s.isEmpty() || hasMisplacedPlus(s) || Check_Ph_Number(s, false))
         return QString();
     return s;

@@ -34,9 +34,7 @@ template <typename View, typename Controller> void addView() {
 }
 } // namespace
 
-void add(const char* className, Factory factory) {
-    factories().insert(QByteArray(className), std::move(factory));
-}
+void add(const char* className, Factory factory) { factories().insert(QByteArray(className), factory); }
 
 QDialog* createView(DialogController& dialog, QWidget* parent) {
     const auto it = factories().constFind(QByteArray(dialog.metaObject()->className()));
