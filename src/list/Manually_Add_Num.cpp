@@ -4,7 +4,7 @@
 #include "LoadCounters.h"
 #include "NumberCandidates.h"
 #include "NumberLoader.h"
-#include "core/Log.h"
+#include "core/Guard.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
 #include "text/NumberRules.h"
@@ -55,16 +55,14 @@ void Manually_Add_Num::OKPressed() {
     assign_format_skip_exclude_var();
     m_pleaseWait = true;
     emit changed();
-    try {
+    Guard::run("Inserting pasted numbers failed", [&] {
         const QString message = m_window.composerText().left(kMaxMessageLength);
         for (const QString& candidate : NumberCandidates::fromPaste(text)) {
             const QString number = m_window.Num_Able_To_insert(candidate);
             if (!number.isEmpty())
                 m_window.Create_Num_Msg_List(number, message);
         }
-    } catch (...) {
-        Show_NSLog_Message(QStringLiteral("Inserting pasted numbers failed"));
-    }
+    });
     m_pleaseWait = false;
     clearText();
     endModal(1);

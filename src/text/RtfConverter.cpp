@@ -1,5 +1,7 @@
 #include "RtfConverter.h"
 
+#include "core/Guard.h"
+
 #include "CodePageDecoder.h"
 
 #include <QSet>
@@ -242,9 +244,6 @@ private:
 bool RtfConverter::looksLikeRtf(const QByteArray& bytes) { return bytes.startsWith("{\\rtf"); }
 
 QString RtfConverter::toPlainText(const QByteArray& rtf) {
-    try {
-        return Converter(rtf).run();
-    } catch (...) {
-        return QString();
-    }
+    return Guard::run(
+        "RTF could not be converted", [&] { return Converter(rtf).run(); }, QString());
 }

@@ -1,7 +1,7 @@
 #include "TextFileDecoder.h"
 
 #include "CodePageDecoder.h"
-#include "core/Log.h"
+#include "core/Guard.h"
 
 #include <QStringDecoder>
 
@@ -86,21 +86,23 @@ QString TextFileDecoder::detectEncoding(const QByteArray& bytes) {
 
 bool TextFileDecoder::decode(const QByteArray& bytes, QString& text) {
     text.clear();
-    try {
-        if (const Bom* bom = markOf(bytes)) {
-            QStringDecoder decoder(bom->encoding, QStringConverter::Flag::Stateless);
-            text = decoder(bytes.mid(bom->bytes.size()));
+    const bool decoded = Guard::run(
+        "Text file could not be decoded",
+        [&] {
+            if (const Bom* bom = markOf(bytes)) {
+                QStringDecoder decoder(bom->encoding, QStringConverter::Flag::Stateless);
+                text = decoder(bytes.mid(bom->bytes.size()));
+                return true;
+            }
+            const QString encoding = detectEncoding(bytes);
+            if (encoding.isEmpty())
+                return false;
+            text = encoding == QLatin1String("UTF-8") ? QString::fromUtf8(bytes)
+                                                      : CodePageDecoder::decode(bytes, encoding);
             return true;
-        }
-        const QString encoding = detectEncoding(bytes);
-        if (encoding.isEmpty())
-            return false;
-        text = encoding == QLatin1String("UTF-8") ? QString::fromUtf8(bytes)
-                                                  : CodePageDecoder::decode(bytes, encoding);
-        return true;
-    } catch (...) {
-        Show_NSLog_Message(QStringLiteral("Text file could not be decoded"));
+        },
+        false);
+    if (!decoded)
         text.clear();
-        return false;
-    }
+    return decoded;
 }

@@ -2,7 +2,7 @@
 #include "Excel_SMS_Example.h"
 
 #include "WorkbookPreparation.h"
-#include "core/Log.h"
+#include "core/Guard.h"
 #include "core/Operator.h"
 #include "list/BulkSmsWindow.h"
 #include "list/LoadCounters.h"
@@ -279,7 +279,7 @@ void Excel_Dynamic_Msg::finish() {
 
 void Excel_Dynamic_Msg::insertRows() {
     bool sheetHadRows = false;
-    try {
+    Guard::run("Inserting the rows of a workbook failed", [&] {
         assign_format_skip_exclude_var();
         setPleaseWait(true);
         excel_content = SpreadsheetWriter::ReadWorkbook(m_path, false);
@@ -305,9 +305,7 @@ void Excel_Dynamic_Msg::insertRows() {
                     m_window.Create_Num_Msg_List(number, fillTemplate(templ, row).left(kMaxMessageLength));
             }
         }
-    } catch (...) {
-        Show_NSLog_Message(QStringLiteral("Inserting rows of %1 failed").arg(m_path));
-    }
+    });
     m_window.Update_List_Count();
     setPleaseWait(false);
     if (!(sheetHadRows && m_window.list().size() != m_window.prev_list_item))

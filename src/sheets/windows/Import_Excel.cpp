@@ -4,7 +4,7 @@
 #include "WorkbookPreparation.h"
 #include "core/AppState.h"
 #include "core/Clock.h"
-#include "core/Log.h"
+#include "core/Guard.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
 #include "list/BulkSmsWindow.h"
@@ -123,7 +123,7 @@ void Import_Excel::OKPressed() {
 void Import_Excel::importRows() {
     BulkSmsWindow* window = windowOfMode(m_mode);
     bool sheetHadRows = false;
-    try {
+    Guard::run("Importing the columns of a workbook failed", [&] {
         assign_format_skip_exclude_var();
         setPleaseWait(true);
         const SpreadsheetData rows = SpreadsheetWriter::ReadWorkbook(m_path, false);
@@ -139,9 +139,7 @@ void Import_Excel::importRows() {
                 if (Get_Selection_State(column))
                     passValue(window, row.at(column), message);
         }
-    } catch (...) {
-        Show_NSLog_Message(QStringLiteral("Importing columns of %1 failed").arg(m_path));
-    }
+    });
     setPleaseWait(false);
     if (window != nullptr && !(sheetHadRows && window->list().size() != window->prev_list_item))
         m_op.Show_MessageBox(format_skip_exclude_str());
