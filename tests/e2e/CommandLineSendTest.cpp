@@ -126,6 +126,7 @@ TEST_F(CommandLineSendTest, RefusedRecipientsMakeTheExitStatusNonZero) {
     const QStringList lines =
         run({"send", "--to", "222", "--message", "x", "--device", modems.at(0)->devicePath()}, exitCode);
     EXPECT_EQ(exitCode, 1) << errors.toStdString();
+    ASSERT_FALSE(lines.isEmpty()) << errors.toStdString();
     EXPECT_EQ(lines.last(), "0 of 1 recipients sent.");
 }
 
