@@ -54,10 +54,6 @@ qint32 dimensionColumns(const QString& ref) {
     return colon < 0 ? 0 : Get_Col_index(Get_Column_Char_Str(ref.mid(colon + 1)), 64);
 }
 
-struct ReadFailure {
-    QString reason;
-};
-
 } // namespace
 
 QString XlsxSheetReader::sharedString(const QString& indexText) const {
@@ -127,7 +123,7 @@ SpreadsheetData XlsxSheetReader::readHeader(const QString& location, qint32& col
 }
 
 QString XlsxSheetReader::cellValue(const xmlNode* cell, ExcelDateFormatter& dates,
-                                   QHash<int, QString>& patterns) const {
+                                   QHash<int, QString>& patterns, QString& failure) const {
     const QString type = XmlDocument::attribute(cell, "t");
     if (type == QLatin1String("s"))
         return sharedString(XmlDocument::wholeText(XmlDocument::firstChildElement(cell)));
@@ -143,9 +139,11 @@ QString XlsxSheetReader::cellValue(const xmlNode* cell, ExcelDateFormatter& date
     // A cell without a style in a workbook without cell formats is plain "General".
     const bool general = !XmlDocument::hasAttribute(cell, "s") && m_tables.styles.isEmpty();
     const qint64 style = leadingInteger(XmlDocument::attribute(cell, "s"));
-    if (!general && (style < 0 || style >= m_tables.styles.size()))
-        throw ReadFailure{
-            QStringLiteral("style %1 outside the %2 cell formats").arg(style).arg(m_tables.styles.size())};
+    if (!general && (style < 0 || style >= m_tables.styles.size())) {
+        failure =
+            QStringLiteral("style %1 outside the %2 cell formats").arg(style).arg(m_tables.styles.size());
+        return {};
+    }
     const int formatId = general ? 0 : int(leadingInteger(m_tables.styles.at(style)));
     if (!isDateFormatId(formatId))
         return value;
@@ -161,37 +159,36 @@ SpreadsheetData XlsxSheetReader::readAll(const QString& location, qint32 columns
     QHash<int, QString> patterns;
     const QStringList emptyRow(std::max<qint32>(columns, 0), QString());
     SpreadsheetData result;
-    std::optional<ReadFailure> failure;
+    QString failure; // why the sheet cannot be read; the first reason ends the read
     SheetRowStream::read(location, [&](const xmlNode* row) {
         if (qint64(result.size() + 1) * emptyRow.size() > kMaxCells) {
-            failure = ReadFailure{QStringLiteral("sheet of more than %1 rows of %2 columns is too large")
-                                      .arg(result.size())
-                                      .arg(columns)};
+            failure = QStringLiteral("sheet of more than %1 rows of %2 columns is too large")
+                          .arg(result.size())
+                          .arg(columns);
             return false;
         }
         QStringList values = emptyRow;
         CellColumns cellColumns;
-        try {
-            for (const xmlNode* cell : cellsOf(row)) {
-                const int index = cellColumns.next(cell);
-                const QString value = cellValue(cell, dates, patterns);
-                if (value.isEmpty())
-                    continue;
-                if (index < 0 || index >= values.size())
-                    throw ReadFailure{QStringLiteral("cell in column %1 outside the sheet's %2 columns")
-                                          .arg(index + 1)
-                                          .arg(columns)};
-                values[index] = value;
+        for (const xmlNode* cell : cellsOf(row)) {
+            const int index = cellColumns.next(cell);
+            const QString value = cellValue(cell, dates, patterns, failure);
+            if (!failure.isEmpty())
+                return false;
+            if (value.isEmpty())
+                continue;
+            if (index < 0 || index >= values.size()) {
+                failure = QStringLiteral("cell in column %1 outside the sheet's %2 columns")
+                              .arg(index + 1)
+                              .arg(columns);
+                return false;
             }
-        } catch (const ReadFailure& f) {
-            failure = f;
-            return false;
+            values[index] = value;
         }
         result.append(values);
         return true;
     });
-    if (failure) {
-        Show_NSLog_Message(QStringLiteral("Error: %1 (%2)").arg(failure->reason, location));
+    if (!failure.isEmpty()) {
+        Show_NSLog_Message(QStringLiteral("Error: %1 (%2)").arg(failure, location));
         return {};
     }
     return result;

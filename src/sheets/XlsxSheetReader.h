@@ -39,8 +39,9 @@ public:
     QString datePatternFor(int numFmtId) const;
 
 private:
-    // One cell's value; throws ReadFailure (caught inside the reads) on a style out of range.
-    QString cellValue(const xmlNode* cell, ExcelDateFormatter& dates, QHash<int, QString>& patterns) const;
+    // A cell's text; on a cell format the workbook lacks, "" with the reason in failure.
+    QString cellValue(const xmlNode* cell, ExcelDateFormatter& dates, QHash<int, QString>& patterns,
+                      QString& failure) const;
     QString sharedString(const QString& indexText) const;
     XlsxWorkbookTables m_tables; // refers to tables that outlive the reader
 };
