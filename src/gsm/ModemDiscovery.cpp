@@ -2,8 +2,12 @@
 
 #include "core/Log.h"
 
+#include <QFile>
+
 #include <algorithm>
+#include <cerrno>
 #include <libudev.h>
+#include <unistd.h>
 
 namespace ModemDiscovery {
 namespace {
@@ -50,8 +54,10 @@ bool isModemPort(const DeviceProperties& p) {
     if (p.value("SUBSYSTEM") != QLatin1String("tty") ||
         !p.value("DEVNAME").startsWith(QLatin1String("/dev/")))
         return false;
-    if (p.value("ID_MM_PORT_IGNORE") == QLatin1String("1") ||
-        p.value("ID_MM_DEVICE_IGNORE") == QLatin1String("1"))
+    // A port that is not an AT port (diagnostics, GPS) is never one. ID_MM_DEVICE_IGNORE is
+    // different: it asks the system's modem manager to keep off the device, usually so that
+    // a program like ours can have it; it says nothing against probing it.
+    if (p.value("ID_MM_PORT_IGNORE") == QLatin1String("1"))
         return false;
     if (p.value("ID_MM_CANDIDATE") == QLatin1String("1"))
         return true;
@@ -76,6 +82,19 @@ QStringList extraModemPorts() {
         if (!paths.contains(path.trimmed()))
             paths << path.trimmed();
     return paths;
+}
+
+bool lacksPermission(const QString& path) {
+    return ::access(QFile::encodeName(path).constData(), R_OK | W_OK) != 0 && errno == EACCES;
+}
+
+QString noPermissionMessage(const QStringList& paths) {
+    if (paths.isEmpty())
+        return QString();
+    return QStringLiteral("\nYou have no permission to use %1 %2. Add your user to the \"dialout\" group "
+                          "(sudo usermod -aG dialout $USER), log out and in again, then search again.")
+        .arg(paths.size() == 1 ? QStringLiteral("the device") : QStringLiteral("the devices"),
+             paths.join(QStringLiteral(", ")));
 }
 
 QStringList modemPorts() {

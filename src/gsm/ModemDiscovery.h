@@ -23,6 +23,13 @@ QStringList modemPortsAmong(const QList<DeviceProperties>& devices);
 // The paths of BULKSMS_EXTRA_MODEMS.
 QStringList extraModemPorts();
 
+// True when this user may not open the device for reading and writing (on Linux, serial
+// devices belong to the "dialout" group).
+bool lacksPermission(const QString& path);
+
+// The one message for devices the user may not open, naming them and the way out; "" for none.
+QString noPermissionMessage(const QStringList& paths);
+
 } // namespace ModemDiscovery
 
 // The restartable sequence the device search walks: FindModems fills it, the search reads

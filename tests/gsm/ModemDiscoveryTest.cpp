@@ -1,7 +1,11 @@
 // Which tty devices count as modem ports, on property sets as udev reports them.
 #include "gsm/ModemDiscovery.h"
 
+#include <QTemporaryFile>
+
 #include <gtest/gtest.h>
+
+#include <unistd.h>
 
 namespace {
 
@@ -44,10 +48,18 @@ TEST(ModemDiscovery, DriverOfTheInterfaceStandsInForTheDatabase) {
                                              {"DEVNAME", "/dev/ttyACM0"},
                                              {"ID_BUS", "usb"},
                                              {"DRIVER_OF_INTERFACE", "cdc_acm"}}));
-    EXPECT_FALSE(ModemDiscovery::isModemPort({{"SUBSYSTEM", "tty"},
-                                              {"DEVNAME", "/dev/ttyACM0"},
-                                              {"ID_MM_DEVICE_IGNORE", "1"},
-                                              {"ID_MM_CANDIDATE", "1"}}));
+}
+
+TEST(ModemDiscovery, DevicesKeptFromTheModemManagerAreStillOurs) {
+    // The usual udev rule for a modem reserved for one program tags the whole device.
+    EXPECT_TRUE(ModemDiscovery::isModemPort(tty("/dev/ttyUSB3", "ch341", {{"ID_MM_DEVICE_IGNORE", "1"}})));
+    EXPECT_TRUE(ModemDiscovery::isModemPort({{"SUBSYSTEM", "tty"},
+                                             {"DEVNAME", "/dev/ttyACM0"},
+                                             {"ID_MM_DEVICE_IGNORE", "1"},
+                                             {"ID_MM_CANDIDATE", "1"}}));
+    // A port that is not an AT port stays out, reserved or not.
+    EXPECT_FALSE(ModemDiscovery::isModemPort(
+        tty("/dev/ttyUSB4", "option", {{"ID_MM_DEVICE_IGNORE", "1"}, {"ID_MM_PORT_IGNORE", "1"}})));
 }
 
 TEST(ModemDiscovery, ExtraPathsFollowTheRegistryOnce) {
@@ -57,6 +69,19 @@ TEST(ModemDiscovery, ExtraPathsFollowTheRegistryOnce) {
     EXPECT_EQ(FindModems(iterator), 0);
     EXPECT_TRUE(iterator.paths.endsWith("/dev/pts/9"));
     qunsetenv("BULKSMS_EXTRA_MODEMS");
+}
+
+TEST(ModemDiscovery, DevicesTheUserMayNotOpenAreNamedInOneMessage) {
+    EXPECT_TRUE(ModemDiscovery::noPermissionMessage({}).isEmpty());
+    EXPECT_EQ(ModemDiscovery::noPermissionMessage({"/dev/ttyUSB0", "/dev/ttyACM1"}),
+              "\nYou have no permission to use the devices /dev/ttyUSB0, /dev/ttyACM1. Add your user to the "
+              "\"dialout\" group (sudo usermod -aG dialout $USER), log out and in again, then search again.");
+    EXPECT_FALSE(ModemDiscovery::lacksPermission("/dev/null"));
+    EXPECT_FALSE(ModemDiscovery::lacksPermission("/dev/no-such-modem")); // missing is not forbidden
+    QTemporaryFile locked;
+    ASSERT_TRUE(locked.open());
+    locked.setPermissions(QFileDevice::ReadOwner);
+    EXPECT_EQ(ModemDiscovery::lacksPermission(locked.fileName()), ::geteuid() != 0); // root may open anything
 }
 
 } // namespace

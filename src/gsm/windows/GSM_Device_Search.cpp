@@ -111,7 +111,12 @@ int GSM_Device_List_Wnd::GetModemPath(const QStringList& paths, std::stop_token 
         }
 
         int opened = 0;
+        QStringList denied; // ports this user may not open: one message names them all
         for (const QString& path : paths) {
+            if (ModemDiscovery::lacksPermission(path)) {
+                denied << path;
+                continue;
+            }
             const int lineFd = m_session.OpenSerialPort(path);
             if (lineFd == -1)
                 continue;
@@ -186,6 +191,8 @@ int GSM_Device_List_Wnd::GetModemPath(const QStringList& paths, std::stop_token 
                 break;
         }
         onMain([this, opened] { m_progressValue = opened + 1; });
+        if (!denied.isEmpty())
+            m_op.Show_MessageBox(ModemDiscovery::noPermissionMessage(denied));
     });
     if (!completed)
         m_session.closePort();
