@@ -242,6 +242,7 @@ int runSend(const QStringList& arguments) {
         devices.setRowTicked(devices.rowOf(path), true);
     devices.beginModal();
     devices.Multi_Phone_Selected_Func();
+    devices.waitForWorkers();
     if (!devices.isEnded()) {
         err(QStringLiteral("No device could be selected."));
         return 2;

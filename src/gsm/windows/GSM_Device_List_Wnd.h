@@ -48,6 +48,8 @@ public:
     // Validates the custom service centre and stores it for the shown device.
     bool update_custom_smsc();
 
+    // Checks the ticked devices on the window's worker (waitForWorkers() waits for the end)
+    // and ends the window with 1 when one was accepted.
     void Multi_Phone_Selected_Func();
 
     // --- Record access by device path.
@@ -100,9 +102,12 @@ private:
     // Opens a device as every check does (line set-up, session port, 1 s read time-out);
     // the session descriptor, or -1.
     int openForCheck(const QString& path);
-    // One check of the selection; the failure message, or "" when the device may be used.
+    // One device's check for the selection (on the worker): accepted, skipped after a
+    // refusal the operator let pass, or the end of the selection.
     enum class Verdict { Accept, Skip, Stop };
     Verdict checkForSelection(const Record& record, int ticked);
+    // On the main thread: the accepted devices become the selection.
+    void finishSelection(const QList<Record>& accepted, const QString& customSmsc);
 
     Operator& m_op;
     MFCSMS m_session;

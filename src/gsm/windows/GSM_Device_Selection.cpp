@@ -4,6 +4,7 @@
 #include "GSM_Device_List_Wnd.h"
 
 #include "core/AppState.h"
+#include "core/MainThread.h"
 #include "core/Operator.h"
 
 namespace {
@@ -55,19 +56,37 @@ void GSM_Device_List_Wnd::Multi_Phone_Selected_Func() {
     emit changed();
     port_val_str_array.clear();
     port_det_str_array.clear();
-    int accepted = 0;
-    for (int row : ticked) {
-        const Record record = m_ports.at(row); // read again: the checks above may have changed it
-        const Verdict verdict = checkForSelection(record, int(ticked.size()));
-        m_session.closePort();
-        if (verdict == Verdict::Stop)
-            break;
-        if (verdict == Verdict::Accept)
-            ++accepted;
+    QList<Record> records; // read after the custom service centre above was stored
+    for (int row : ticked)
+        records << m_ports.at(row);
+    const QString customSmsc = m_customSmscChecked ? m_customSmscText : QString();
+    // The checks talk to every ticked modem (seconds each): on the worker, behind the progress
+    // sheet, so that the window keeps repainting. The selection is handed back on this thread.
+    m_worker.start([this, records, customSmsc](std::stop_token) {
+        QList<Record> accepted;
+        for (const Record& record : records) {
+            const Verdict verdict = checkForSelection(record, int(records.size()));
+            m_session.closePort();
+            if (verdict == Verdict::Stop)
+                break;
+            if (verdict == Verdict::Accept)
+                accepted << record;
+        }
+        MainThread::invokeAndWait([&] { finishSelection(accepted, customSmsc); });
+    });
+}
+
+void GSM_Device_List_Wnd::finishSelection(const QList<Record>& accepted, const QString& customSmsc) {
+    for (const Record& record : accepted) {
+        sel_port_name_str = record.value(QStringLiteral("COM_PORT"));
+        sel_port_bsd_str = record.value(QStringLiteral("PORT_DETAL"));
+        port_val_str_array.append(sel_port_bsd_str);
+        port_det_str_array.append(record);
+        Cus_SMS_Num_STR = customSmsc;
     }
     m_progressSheet = false;
     emit changed();
-    if (accepted > 0)
+    if (!accepted.isEmpty())
         endModal(1);
 }
 
@@ -115,10 +134,5 @@ GSM_Device_List_Wnd::Verdict GSM_Device_List_Wnd::checkForSelection(const Record
         return refuse(kDefaultSmscMissing);
 
     m_session.More_SMS_Comnd(fd);
-    sel_port_name_str = record.value(QStringLiteral("COM_PORT"));
-    sel_port_bsd_str = path;
-    port_val_str_array.append(path);
-    port_det_str_array.append(record);
-    Cus_SMS_Num_STR = m_customSmscChecked ? m_customSmscText : QString();
     return Verdict::Accept;
 }

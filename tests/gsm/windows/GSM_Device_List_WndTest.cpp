@@ -138,6 +138,7 @@ TEST_F(SelectionTest, OneFailingDeviceShowsThePlainMessageAndStays) {
     window.setRowTicked(1, true);
     modems.at(1)->setBehaviour(behaving([](ModemBehaviour& b) { b.silent = true; }));
     window.Multi_Phone_Selected_Func();
+    window.waitForWorkers();
     EXPECT_EQ(op.alerts(),
               QStringList{"\nEither no Mobile Device is connected on this port or selected device is "
                           "not working properly."});
@@ -152,6 +153,7 @@ TEST_F(SelectionTest, TwoTickedWithOneFailingAsksAndKeepsTheOther) {
     op.answerYes();
     window.beginModal();
     window.Multi_Phone_Selected_Func();
+    window.waitForWorkers();
     EXPECT_EQ(
         op.questions(),
         QStringList{"Either no Mobile Device is connected on this port or selected device is not working "
@@ -164,18 +166,34 @@ TEST_F(SelectionTest, TwoTickedWithOneFailingAsksAndKeepsTheOther) {
     EXPECT_TRUE(modems.at(0)->commandLog().contains("AT+CMMS=2"));
 }
 
+TEST_F(SelectionTest, TheChecksTalkToTheModemsOffTheMainThread) {
+    window.setRowTicked(0, true);
+    window.beginModal();
+    window.Multi_Phone_Selected_Func();
+    // Back at once, behind the progress sheet: the hand-back needs this thread's events.
+    EXPECT_TRUE(window.progressSheetShown());
+    EXPECT_FALSE(window.isEnded());
+    window.waitForWorkers();
+    EXPECT_FALSE(window.progressSheetShown());
+    EXPECT_EQ(window.endCode(), 1);
+    EXPECT_EQ(port_val_str_array, QStringList{paths().at(0)});
+}
+
 TEST_F(SelectionTest, ADeviceWithoutAModeCannotBeSelected) {
     window.Update_Column_Value(paths().at(0), "SMSMode", "NONE");
     window.setRowTicked(0, true);
     window.Multi_Phone_Selected_Func();
+    window.waitForWorkers();
     EXPECT_EQ(op.alerts(), QStringList{"\nSMS Mode details should not be blanked."});
     EXPECT_FALSE(window.isEnded());
 }
 
 TEST_F(SelectionTest, NothingTickedOrNothingListed) {
     window.Multi_Phone_Selected_Func();
+    window.waitForWorkers();
     GSM_Device_List_Wnd empty(op);
     empty.Multi_Phone_Selected_Func();
+    empty.waitForWorkers();
     EXPECT_EQ(op.alerts(), (QStringList{"\nPlease select device from list.", "\nDevice list is empty."}));
 }
 
@@ -216,6 +234,7 @@ TEST_F(SelectionTest, AShownDeviceCanBeSelectedAfterwards) {
     window.setRowTicked(0, true);
     window.beginModal();
     window.Multi_Phone_Selected_Func();
+    window.waitForWorkers();
     EXPECT_TRUE(op.alerts().isEmpty());
     EXPECT_EQ(window.endCode(), 1);
 }
