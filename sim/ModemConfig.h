@@ -31,6 +31,14 @@ struct ModemBehaviour {
     int unplugAfterParts = -1;                 // close the line after this many accepted parts (-1 never)
     bool echoOnly = false;                     // echoes what it hears (when echo is on), answers nothing
     QMap<QString, QByteArray> scriptedAnswers; // command line as typed -> exact bytes sent instead
+
+    // Timing of the answers, as a real modem's processing adds it.
+    // Every answer (not the echo) leaves this long after its command, through Clock (scaled).
+    int answerLatencyMs = 30;
+    // The network answer of a message ("+CMGS: <mr>" / "+CMS ERROR: n" and its OK) is held
+    // back until the next command line arrives and goes out ahead of that command's answer,
+    // as from a modem whose network answered after the computer stopped waiting.
+    bool lateCmgsAnswers = false;
 };
 
 // One accepted message, as the network received it. A concatenated message becomes one

@@ -4,6 +4,8 @@
 #include "TextCharset.h"
 #include "core/Log.h"
 
+#include <utility>
+
 namespace sim {
 namespace {
 
@@ -132,6 +134,8 @@ void ModemSession::runLine(const QByteArray& rawLine, const ModemBehaviour& beha
     const QString text = QString::fromUtf8(rawLine);
     if (!text.trimmed().isEmpty())
         m_line.commandLine(text);
+    if (!m_lateAnswer.isEmpty() && !text.trimmed().isEmpty())
+        m_line.answer(std::exchange(m_lateAnswer, QByteArray())); // ahead of this line's answer
     if (behaviour.silent || behaviour.echoOnly)
         return;
     const auto scripted = behaviour.scriptedAnswers.constFind(text.trimmed());
@@ -177,6 +181,17 @@ void ModemSession::sendFinal(const QStringList& information, const QString& fina
     m_line.answer(bytes);
 }
 
+void ModemSession::sendNetworkAnswer(const QStringList& information, const QString& final,
+                                     const ModemBehaviour& behaviour) {
+    if (!behaviour.lateCmgsAnswers) {
+        sendFinal(information, final);
+        return;
+    }
+    for (const QString& line : information)
+        m_lateAnswer += framed(line);
+    m_lateAnswer += framed(final);
+}
+
 int ModemSession::refusalFor(const QString& number, const ModemBehaviour& behaviour) const {
     const QString bare = number.startsWith(u'+') ? number.mid(1) : number;
     for (const QString& candidate : {number, bare, QStringLiteral("+") + bare})
@@ -188,7 +203,10 @@ int ModemSession::refusalFor(const QString& number, const ModemBehaviour& behavi
 void ModemSession::refuse(int cmsCode, const ModemBehaviour& behaviour, bool afterNetwork) {
     if (afterNetwork && !m_line.waitForNetwork(std::chrono::milliseconds(behaviour.networkDelayMs)))
         return;
-    sendFinal({}, ModemCommands::cmsError(cmsCode));
+    if (afterNetwork)
+        sendNetworkAnswer({}, ModemCommands::cmsError(cmsCode), behaviour);
+    else
+        sendFinal({}, ModemCommands::cmsError(cmsCode));
 }
 
 void ModemSession::submitPdu(const ModemBehaviour& behaviour) {
@@ -260,7 +278,7 @@ void ModemSession::accept(const ReceivedMessage& part, const Concatenation& conc
         return;
     m_messageReference = (m_messageReference + 1) % 256;
     m_line.acceptedPart(part, concatenation);
-    sendFinal({QStringLiteral("+CMGS: %1").arg(m_messageReference)}, QStringLiteral("OK"));
+    sendNetworkAnswer({QStringLiteral("+CMGS: %1").arg(m_messageReference)}, QStringLiteral("OK"), behaviour);
     ++m_acceptedParts;
     if (behaviour.unplugAfterParts >= 0 && m_acceptedParts >= behaviour.unplugAfterParts)
         m_line.hangUp();

@@ -52,6 +52,10 @@ private:
                 const ModemBehaviour& behaviour);
     void refuse(int cmsCode, const ModemBehaviour& behaviour, bool afterNetwork);
     void sendFinal(const QStringList& information, const QString& final);
+    // The answer of a message that went to the network: sent now, or held for the next
+    // command line under lateCmgsAnswers.
+    void sendNetworkAnswer(const QStringList& information, const QString& final,
+                           const ModemBehaviour& behaviour);
     int refusalFor(const QString& number, const ModemBehaviour& behaviour) const;
 
     ModemIdentity m_identity;
@@ -69,6 +73,7 @@ private:
     QString m_textNumber;
     int m_messageReference = 0;
     int m_acceptedParts = 0;
+    QByteArray m_lateAnswer; // a held network answer (lateCmgsAnswers)
 };
 
 } // namespace sim

@@ -20,6 +20,9 @@ struct Flags {
     QCommandLineOption bursts{"bursts", "Split every answer into N writes.", "N"};
     QCommandLineOption networkDelay{"network-delay-ms", "Delay before the +CMGS answer (scaled clock).",
                                     "ms"};
+    QCommandLineOption latency{"latency-ms", "Delay before every answer, not the echo (scaled clock).", "ms"};
+    QCommandLineOption lateAnswers{"late-answers",
+                                   "Hold each message's +CMGS answer until the next command line arrives."};
     QCommandLineOption cmsError{"cms-error", "Refuse messages to NUMBER with +CMS ERROR: N (repeatable).",
                                 "NUMBER=N"};
     QCommandLineOption cmgsTestError{"cmgs-test-error", "Answer ERROR to AT+CMGS=?."};
@@ -37,7 +40,7 @@ struct Flags {
                 signal,       modes,    noEcho,           bursts,
                 networkDelay, cmsError, cmgsTestError,    undefinedIdentity,
                 silent,       echoOnly, unplugAfterParts, log,
-                count,        help};
+                count,        latency,  lateAnswers,      help};
     }
 };
 
@@ -99,6 +102,7 @@ SimOptions parse(const QStringList& arguments) {
     b.undefinedIdentity = parser.isSet(flags.undefinedIdentity);
     b.silent = parser.isSet(flags.silent);
     b.echoOnly = parser.isSet(flags.echoOnly);
+    b.lateCmgsAnswers = parser.isSet(flags.lateAnswers);
 
     const auto number = [&](const QCommandLineOption& o, int low, int high, int& field) {
         if (parser.isSet(o) && !readInt(parser.value(o), low, high, &field) && options.error.isEmpty())
@@ -111,6 +115,7 @@ SimOptions parse(const QStringList& arguments) {
     number(flags.signal, 0, 99, id.rssi);
     number(flags.bursts, 1, 64, b.answerBursts);
     number(flags.networkDelay, 0, 600000, b.networkDelayMs);
+    number(flags.latency, 0, 60000, b.answerLatencyMs);
     number(flags.unplugAfterParts, 0, 1000000, b.unplugAfterParts);
     number(flags.count, 1, 32, options.count);
 

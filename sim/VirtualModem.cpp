@@ -211,7 +211,12 @@ void VirtualModem::Line::writeAll(const QByteArray& bytes) {
 }
 
 void VirtualModem::Line::answer(const QByteArray& bytes) {
-    const QList<QByteArray> bursts = splitIntoBursts(bytes, behaviour().answerBursts);
+    const ModemBehaviour now = behaviour();
+    // a modem's answer trails its echo by its processing time
+    if (now.answerLatencyMs > 0 &&
+        !Clock::sleepUnless(Clock::Duration(now.answerLatencyMs), [this] { return stopping(); }))
+        return;
+    const QList<QByteArray> bursts = splitIntoBursts(bytes, now.answerBursts);
     for (qsizetype i = 0; i < bursts.size(); ++i) {
         if (i > 0 && !Clock::sleepUnless(kBurstGap, [this] { return stopping(); }))
             return;

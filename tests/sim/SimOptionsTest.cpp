@@ -21,7 +21,8 @@ TEST(SimOptions, FlagsMirrorIdentityAndBehaviour) {
         {{},
          [](const SimOptions& o) {
              return o.count == 1 && o.behaviour.echo && o.behaviour.modes == ModemBehaviour::Modes::Both &&
-                    o.behaviour.unplugAfterParts == -1 && o.logPath.isEmpty();
+                    o.behaviour.unplugAfterParts == -1 && o.logPath.isEmpty() &&
+                    o.behaviour.answerLatencyMs > 0 && !o.behaviour.lateCmgsAnswers;
          }},
         {{"--manufacturer", "Acme", "--model", "M1", "--revision", "r2", "--imei", "123"},
          [](const SimOptions& o) {
@@ -46,6 +47,8 @@ TEST(SimOptions, FlagsMirrorIdentityAndBehaviour) {
          [](const SimOptions& o) {
              return !o.behaviour.echo && o.behaviour.answerBursts == 3 && o.behaviour.networkDelayMs == 0;
          }},
+        {{"--latency-ms", "0", "--late-answers"},
+         [](const SimOptions& o) { return o.behaviour.answerLatencyMs == 0 && o.behaviour.lateCmgsAnswers; }},
         {{"--cms-error", "+4477=38", "--cms-error", "555=500"},
          [](const SimOptions& o) {
              return o.behaviour.cmsErrorForNumber.value("+4477") == 38 &&
@@ -79,6 +82,7 @@ TEST(SimOptions, MistakesAreNamedNotGuessed) {
         {{"--bursts", "0"}, "--bursts"},
         {{"--bursts", "x"}, "--bursts"},
         {{"--count", "33"}, "--count"},
+        {{"--latency-ms", "-1"}, "--latency-ms"},
         {{"--cms-error", "4477"}, "--cms-error"},
         {{"--cms-error", "4477=abc"}, "--cms-error"},
         {{"--battery", "80"}, "--battery"},

@@ -153,6 +153,47 @@ TEST(VirtualModemLine, UnplugInterruptsTheNetworkWait) {
     EXPECT_TRUE(modem.received().isEmpty()); // never accepted: the network did not answer
 }
 
+// The answer trails the echo: with a latency no test outlives, the echo is there and the
+// answer is not, and unplugging does not wait the latency out.
+TEST(VirtualModemLine, AnswerLatencyHoldsTheAnswerButNotTheEcho) {
+    ModemBehaviour b;
+    b.answerLatencyMs = 3600 * 1000;
+    VirtualModem modem({}, b);
+    ASSERT_TRUE(modem.start());
+    PtyClient client(modem.devicePath());
+    client.send("AT\r");
+    EXPECT_EQ(client.readUntil("AT\r"), QByteArray("AT\r"));
+    EXPECT_TRUE(client.readFor(std::chrono::milliseconds(50)).isEmpty());
+    modem.unplug();
+    EXPECT_FALSE(modem.isPlugged());
+}
+
+// Under lateCmgsAnswers the network's answer to a message, accepted or refused, comes out
+// only after the next command line, ahead of that command's own answer: a sender that
+// stopped waiting reads it as the start of the next exchange.
+TEST(VirtualModemLine, LateCmgsAnswersComeAheadOfTheNextCommandsAnswer) {
+    ModemBehaviour b = quietBehaviour();
+    b.lateCmgsAnswers = true;
+    VirtualModem modem({}, b);
+    ASSERT_TRUE(modem.start());
+    PtyClient client(modem.devicePath());
+    EXPECT_EQ(client.command("AT+CMGS=12\r"), QByteArray("\r\n> "));
+    client.send("00110005912143F50000FF0141\x1a");
+    ASSERT_TRUE(spinUntil([&] { return modem.received().size() == 1; }));
+    EXPECT_TRUE(client.readFor(std::chrono::milliseconds(50)).isEmpty()); // accepted, answer held
+
+    client.send("AT+CMGS=12\r");
+    EXPECT_EQ(client.readUntil("> "), QByteArray("\r\n+CMGS: 1\r\n\r\nOK\r\n\r\n> "));
+
+    b.cmsErrorForNumber.insert("+12345", 38);
+    modem.setBehaviour(b);
+    client.send("00110005912143F50000FF0141\x1a");
+    EXPECT_TRUE(client.readFor(std::chrono::milliseconds(50)).isEmpty()); // refused, answer held
+    client.send("AT\r");
+    EXPECT_EQ(client.readUntil("OK\r\n"), QByteArray("\r\n+CMS ERROR: 38\r\n\r\nOK\r\n"));
+    EXPECT_EQ(modem.received().size(), 1);
+}
+
 TEST(VirtualModemLine, RefusesChosenNumbersAndHonoursBehaviourChanges) {
     ModemBehaviour b = quietBehaviour();
     b.cmsErrorForNumber.insert("+12345", 38);
