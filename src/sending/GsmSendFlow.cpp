@@ -9,10 +9,14 @@
 #include "core/Operator.h"
 #include "core/SendingFlags.h"
 #include "core/TextUtils.h"
+#include "core/WorkerThread.h"
 
 using namespace std::chrono_literals;
 
 void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
+    if (m_sendInProgress)
+        return; // pressed again while its ports are being checked: this thread's events flow meanwhile
+    m_sendInProgress = true;
     Guard::run("Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port", [this] {
         if (sel_port_bsd_str.isEmpty() || port_val_str_array.isEmpty()) {
             op().Show_MessageBox(QStringLiteral(
@@ -51,11 +55,28 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
         Stop_SMS_Sending_Now = false;
         GSM_Chk_Port_And_Send_Msg();
     });
+    m_sendInProgress = false;
 }
 
 QString Gsm_Bulk_Sms_Wnd::describeDevice(const QString& path) const {
     return QStringLiteral("%1 Device connected on %2 ")
         .arg(deviceDetail(path, QStringLiteral("Model")), deviceDetail(path, QStringLiteral("COM_PORT")));
+}
+
+QList<bool> Gsm_Bulk_Sms_Wnd::testPorts(const QStringList& paths) {
+    // Each check talks to a modem for a second or more: on a worker, while this thread keeps
+    // its events flowing (the window repaints and shows its please-wait text).
+    QList<bool> works(paths.size(), false);
+    WorkerThread checker(QStringLiteral("port-check"));
+    checker.start([&](std::stop_token) {
+        for (qsizetype i = 0; i < paths.size(); ++i)
+            works[i] = testPort(paths.at(i));
+    });
+    checker.join();
+    for (qsizetype i = 0; i < paths.size(); ++i)
+        if (works.at(i))
+            m_sendingPorts.append(paths.at(i));
+    return works;
 }
 
 bool Gsm_Bulk_Sms_Wnd::testPort(const QString& path) {
@@ -73,8 +94,6 @@ bool Gsm_Bulk_Sms_Wnd::testPort(const QString& path) {
         }
         works = fd >= 0 && mfc_sms_obj.Check_Connection(fd);
     }
-    if (works)
-        m_sendingPorts.append(path);
     mfc_sms_obj.closePort();
     return works;
 }
@@ -87,7 +106,7 @@ void Gsm_Bulk_Sms_Wnd::GSM_Chk_Port_And_Send_Msg() {
     close_all_ports();
 
     if (chosen != kAllDeviceChoice) {
-        if (port_val_str_array.contains(chosen) && !testPort(chosen)) {
+        if (port_val_str_array.contains(chosen) && !testPorts({chosen}).first()) {
             setPleaseWait(false);
             op().Show_MessageBox(
                 describeDevice(chosen) +
@@ -97,16 +116,16 @@ void Gsm_Bulk_Sms_Wnd::GSM_Chk_Port_And_Send_Msg() {
             return;
         }
     } else {
+        QStringList paths = port_val_str_array;
+        paths.removeAll(kAllDeviceChoice);
+        const QList<bool> works = testPorts(paths);
         QString failures;
-        int devices = 0;
+        const int devices = int(paths.size());
         int failed = 0;
-        for (const QString& path : port_val_str_array) {
-            if (path == kAllDeviceChoice)
-                continue;
-            ++devices;
-            if (!testPort(path)) {
+        for (qsizetype i = 0; i < paths.size(); ++i) {
+            if (!works.at(i)) {
                 ++failed;
-                failures += describeDevice(path) + QLatin1Char('\n');
+                failures += describeDevice(paths.at(i)) + QLatin1Char('\n');
             }
         }
         setPleaseWait(false);
@@ -136,6 +155,7 @@ void Gsm_Bulk_Sms_Wnd::GSM_Chk_Port_And_Send_Msg() {
             m_sendingPortChoice = m_sendingPorts.first();
     }
     emit changed();
-    Clock::sleep(1s);
+    const auto rested = std::chrono::steady_clock::now() + Clock::scaled(1s);
+    waitKeepingEventsFlowing([&] { return std::chrono::steady_clock::now() >= rested; });
     sendingJob().Open_SMS_Sending_Dialog();
 }

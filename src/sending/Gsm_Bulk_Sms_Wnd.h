@@ -39,6 +39,9 @@ protected:
     bool openDeviceSearchWindow() override;
 
 private:
+    // Checks the ports on a worker (this thread's events keep flowing); the working ones
+    // become the sending ports. One result per path.
+    QList<bool> testPorts(const QStringList& paths);
     bool testPort(const QString& path);
     QString describeDevice(const QString& path) const;
     void setPleaseWait(bool shown);
@@ -49,4 +52,5 @@ private:
     QString m_sendingPortChoice;
     QString m_messageIs;
     bool m_pleaseWait = false;
+    bool m_sendInProgress = false; // Send is running (checks, then the job): a second press is ignored
 };

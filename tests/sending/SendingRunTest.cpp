@@ -9,6 +9,7 @@
 #include "core/Clock.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
+#include "core/MainThread.h"
 #include "core/SendingFlags.h"
 #include "sim/VirtualModem.h"
 
@@ -124,6 +125,20 @@ TEST_F(SendingRunTest, TwoPortsSendEveryItemExactlyOnce) {
             EXPECT_EQ(r.text, "Hello from the test");
     EXPECT_EQ(op.alerts().last(), "\nSMS Sending process is finished.");
     EXPECT_EQ(window.sendingJob().progressText(), "10 / 10 Message or 100.00%");
+}
+
+TEST_F(SendingRunTest, PortsAreCheckedWhileTheWindowKeepsItsEvents) {
+    attach();
+    chooseDevices();
+    addRecipients(numbers(1), "t");
+    window.prev_composer_msg = window.composerText();
+    // Handled at the first turn of this thread's events: during the port check, if the check
+    // leaves the thread free; only after the whole run if the check blocked it.
+    bool handledDuringCheck = false;
+    MainThread::post([&] { handledDuringCheck = window.pleaseWaitShown(); });
+    send();
+    EXPECT_TRUE(handledDuringCheck);
+    EXPECT_EQ(receivedNumbers(), numbers(1));
 }
 
 TEST_F(SendingRunTest, DuplicatesExclusionsAndLongMessages) {
