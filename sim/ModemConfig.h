@@ -39,6 +39,10 @@ struct ModemBehaviour {
     // back until the next command line arrives and goes out ahead of that command's answer,
     // as from a modem whose network answered after the computer stopped waiting.
     bool lateCmgsAnswers = false;
+
+    // Unsolicited result codes ("^RSSI: 14", "+CREG: 1", "RING") sent as lines of their own
+    // ahead of every answer, as modems report signal and registration between answers.
+    QStringList unsolicited;
 };
 
 // One accepted message, as the network received it. A concatenated message becomes one

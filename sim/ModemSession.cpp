@@ -68,6 +68,10 @@ void ModemSession::feed(const QByteArray& bytes) {
 
 void ModemSession::commandByte(char byte, QByteArray& echoed, const ModemBehaviour& behaviour,
                                bool lineFeedFollows) {
+    if (byte == kEscape) { // escape cancels the line typed so far, as at the prompt
+        m_lineBuffer.clear();
+        return;
+    }
     const bool echoOn = m_settings.echo && !behaviour.silent;
     if (echoOn)
         echoed.append(byte);
@@ -138,6 +142,12 @@ void ModemSession::runLine(const QByteArray& rawLine, const ModemBehaviour& beha
         m_line.answer(std::exchange(m_lateAnswer, QByteArray())); // ahead of this line's answer
     if (behaviour.silent || behaviour.echoOnly)
         return;
+    if (!behaviour.unsolicited.isEmpty() && !text.trimmed().isEmpty()) {
+        QByteArray reports; // ahead of the answer, as a modem's reports fall between answers
+        for (const QString& report : behaviour.unsolicited)
+            reports += framed(report);
+        m_line.answer(reports);
+    }
     const auto scripted = behaviour.scriptedAnswers.constFind(text.trimmed());
     if (scripted != behaviour.scriptedAnswers.constEnd()) {
         m_line.answer(*scripted);

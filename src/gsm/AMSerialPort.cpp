@@ -65,7 +65,7 @@ bool AMSerialPort::openWithMode(bool exclusive) {
         return true;
     const QByteArray path = m_bsdPath.toUtf8();
     // Opened non-blocking so that a line without carrier cannot hold the open; blocking
-    // I/O is turned back on below unless the caller asked for exclusive non-blocking use.
+    // I/O is turned back on below, so that a long write goes out whole.
     const int fd = ::open(path.constData(), O_RDWR | O_NOCTTY | O_NONBLOCK);
     if (fd < 0)
         return false;
@@ -89,8 +89,7 @@ bool AMSerialPort::openWithMode(bool exclusive) {
         ::close(fd);
         return false;
     }
-    if (!exclusive)
-        ::fcntl(fd, F_SETFL, 0);
+    ::fcntl(fd, F_SETFL, 0);
     m_originalOptions = original;
     m_options = raw;
     m_fileDescriptor.store(fd);

@@ -45,7 +45,8 @@ public:
     // Opens read-write without becoming the controlling terminal, blocking, and puts the
     // line in raw mode (the original attributes come back at close).
     bool open();
-    // Adds exclusive use and non-blocking I/O to open().
+    // open() with exclusive use (TIOCEXCL): further opens of the device fail while this one
+    // holds it (except for the superuser, whom the kernel lets through).
     bool openExclusively();
     void close();
     bool isOpen() const { return fileDescriptor() >= 0; }

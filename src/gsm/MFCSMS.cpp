@@ -7,17 +7,24 @@
 #include "core/Log.h"
 #include "core/TextUtils.h"
 
-#include <QStringDecoder>
+#include <QStringList>
 
+#include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace {
 const QString kModemStreamType = QStringLiteral("IOModemSerialStream");
 
-QString decodeAnswer(const QByteArray& bytes) {
-    QStringDecoder decoder(QStringConverter::Utf8, QStringDecoder::Flag::Stateless);
-    const QString text = decoder.decode(bytes);
-    return decoder.hasError() ? QString() : text; // not valid UTF-8: nothing was read
+// Lenient: a byte that is not UTF-8 (line noise, a modem's own code page) becomes U+FFFD and
+// the rest of the answer, its final result above all, is still read.
+QString decodeAnswer(const QByteArray& bytes) { return QString::fromUtf8(bytes); }
+
+std::chrono::microseconds readCeiling(const AMSerialPort& port) {
+    const double seconds = port.readTimeout();
+    if (!(seconds > 0))
+        return std::chrono::microseconds(0);
+    return Clock::scaled(Clock::Duration(std::llround(seconds * 1000.0)));
 }
 } // namespace
 
@@ -36,13 +43,15 @@ void MFCSMS::initPort_with_decp(const QString& path, int& return_file_descp) {
     auto newPort = Guard::run(
         "initPort_with_decp", [&] { return std::make_unique<AMSerialPort>(path, path, kModemStreamType); },
         std::unique_ptr<AMSerialPort>());
-    if (newPort && newPort->open()) {
+    // Exclusive: another program writing to the modem would interleave its commands with ours.
+    if (newPort && newPort->openExclusively()) {
         m_port = std::move(newPort);
         return_file_descp = m_port->fileDescriptor();
         Show_NSLog_Message(QStringLiteral("Port ( %1 ) is OPENED with descp= (%2:%3)")
                                .arg(path)
                                .arg(return_file_descp)
                                .arg(return_file_descp));
+        m_sessionStarting = true;
     } else {
         Show_NSLog_Message(QStringLiteral("Port ( %1 ) is NOT OPEN").arg(path));
     }
@@ -56,6 +65,7 @@ void MFCSMS::initPort(const QString& path) {
 void MFCSMS::setPort(std::unique_ptr<AMSerialPort> newPort) {
     closePort();
     m_port = std::move(newPort);
+    m_sessionStarting = m_port != nullptr;
 }
 
 void MFCSMS::closePort() {
@@ -63,13 +73,59 @@ void MFCSMS::closePort() {
         m_port->close();
     m_port.reset();
     m_pendingAnswer.clear();
+    m_lastCommand.clear();
+    m_sessionStarting = false;
+}
+
+void MFCSMS::clearPendingPrompt(int fd) {
+    // A run cut short can leave the modem at its "> " prompt, taking every command as message
+    // text: it would look dead. ESC abandons such a message (a modem at its command line
+    // ignores it); the "AT" behind it gets the line answering again. A modem at its prompt
+    // answers both, so after the first final result the line is drained until it settles:
+    // nothing of this may stand before the answer to the session's first command.
+    // The port's read time-out is known by now (its owner sets it after opening).
+    dropStaleInput(fd);
+    Write_Command(fd, QStringLiteral("\x1B"
+                                     "AT\r"));
+    std::lock_guard lock(m_readLock);
+    const std::chrono::microseconds ceiling =
+        m_port ? std::max(readCeiling(*m_port), Clock::scaled(kWakeWait)) : Clock::scaled(kWakeWait);
+    gatherAnswer(AnswerEnd::FinalResult, ceiling);
+    gatherAnswer(AnswerEnd::Quiet,
+                 std::max(ceiling / 4, std::chrono::microseconds(Clock::scaled(kWakeSettle))));
+    const QString drained = Trim_Str(decodeAnswer(std::exchange(m_pendingAnswer, QByteArray())));
+    Show_NSLog_Message(QStringLiteral("Session start (%1) \"%2\"\n").arg(fd).arg(drained));
+    m_lastCommand.clear();
+}
+
+void MFCSMS::dropStaleInput(int fd) {
+    // An answer that came after its read gave up would be taken for the next command's.
+    std::lock_guard lock(m_readLock);
+    if (!m_port || !m_pendingAnswer.isEmpty())
+        return; // what the answer wait gathered belongs to the command just sent
+    QByteArray stale;
+    while (true) {
+        const QByteArray more = m_port->readAvailable(std::chrono::microseconds(0));
+        if (more.isEmpty())
+            break;
+        stale += more;
+    }
+    if (!stale.isEmpty())
+        Show_NSLog_Message(
+            QStringLiteral("Dropped (%1) \"%2\"\n").arg(fd).arg(Trim_Str(decodeAnswer(stale))));
 }
 
 bool MFCSMS::Write_Command(int fd, const QString& command_str) {
+    if (std::exchange(m_sessionStarting, false))
+        clearPendingPrompt(fd); // before the session's first command
     std::lock_guard lock(m_writeLock);
     const QString command = command_str.isEmpty() ? QStringLiteral(" ") : command_str;
     if (command_str.isEmpty())
         Show_NSLog_Message(QStringLiteral("there is no data to write."));
+    if (command.startsWith(QLatin1String("AT"), Qt::CaseInsensitive)) {
+        dropStaleInput(fd);
+        m_lastCommand = command;
+    }
     Show_NSLog_Message(QStringLiteral("Write (%1) \"%2\"\n").arg(fd).arg(command));
     // The command's bytes are a copy of any length; a failure to make them counts as written,
     // as the session always has: the modem's answer decides.
@@ -83,30 +139,46 @@ bool MFCSMS::Read_Command(int fd, const QString& response_str) {
     return Guard::run(
         "Read_Command",
         [&] {
-            QByteArray bytes = std::exchange(m_pendingAnswer, QByteArray());
-            if (m_port) {
-                if (const std::optional<QByteArray> more = m_port->readAndReturnError())
-                    bytes += *more;
-            }
-            m_sLastResponse = Trim_Str(decodeAnswer(bytes));
+            const QString expected = Trim_Str(response_str);
+            const AnswerEnd end = expected.isEmpty()               ? AnswerEnd::Quiet
+                                  : expected == QLatin1String(">") ? AnswerEnd::Prompt
+                                                                   : AnswerEnd::FinalResult;
+            if (m_port)
+                gatherAnswer(end, readCeiling(*m_port));
+            const QString answer = decodeAnswer(std::exchange(m_pendingAnswer, QByteArray()));
+            QStringList unsolicited;
+            m_sLastResponse = Trim_Str(ModemAnswers::withoutUnsolicited(answer, m_lastCommand, &unsolicited));
+            for (const QString& line : unsolicited)
+                Show_NSLog_Message(QStringLiteral("Unsolicited (%1) \"%2\"\n").arg(fd).arg(line));
             Show_NSLog_Message(QStringLiteral("Read (%1) \"%2\"\n").arg(fd).arg(m_sLastResponse));
             return ModemAnswers::answerHolds(m_sLastResponse, response_str);
         },
         true);
 }
 
-void MFCSMS::waitForAnswer() {
-    const auto deadline = std::chrono::steady_clock::now() + Clock::scaled(kAnswerWait);
+void MFCSMS::gatherAnswer(AnswerEnd end, std::chrono::microseconds ceiling) {
+    auto deadline = std::chrono::steady_clock::now() + ceiling;
     while (m_port && m_port->isOpen()) {
-        if (ModemAnswers::holdsFinalResult(decodeAnswer(m_pendingAnswer)))
+        if (end != AnswerEnd::Quiet &&
+            ModemAnswers::holdsFinalResult(
+                ModemAnswers::withoutUnsolicited(decodeAnswer(m_pendingAnswer), m_lastCommand),
+                end == AnswerEnd::Prompt))
             return; // the modem has replied: no need to sit out the rest of the wait
-        const auto left = deadline - std::chrono::steady_clock::now();
-        if (left <= std::chrono::steady_clock::duration::zero())
+        const auto now = std::chrono::steady_clock::now();
+        if (deadline <= now)
             return;
         SerialError error;
-        m_pendingAnswer +=
-            m_port->readAvailable(std::chrono::duration_cast<std::chrono::microseconds>(left), &error);
+        const QByteArray more = m_port->readAvailable(
+            std::chrono::duration_cast<std::chrono::microseconds>(deadline - now), &error);
         if (error.code == AMSerialPort::kReadFailed)
             return; // the line is gone; the next write or read reports it
+        if (end == AnswerEnd::Quiet && !more.isEmpty())
+            deadline = std::chrono::steady_clock::now() + ceiling;
+        m_pendingAnswer += more;
     }
+}
+
+void MFCSMS::waitForAnswer() {
+    std::lock_guard lock(m_readLock);
+    gatherAnswer(AnswerEnd::FinalResult, Clock::scaled(kAnswerWait));
 }

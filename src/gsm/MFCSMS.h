@@ -44,8 +44,11 @@ public:
 
     // --- The exchange.
     bool Write_Command(int fd, const QString& command_str);
-    // One port read; the trimmed text becomes the last response. True when it holds the
-    // expected text and no "ERROR".
+    // One answer, read until it holds its final result (or the "> " prompt when that is the
+    // expected text), the port's read time-out being the ceiling for a modem that says
+    // nothing. Unsolicited lines are taken out (and logged); the trimmed rest becomes the last
+    // response. True when it holds the expected text and no "ERROR". With nothing expected
+    // there is no final result to wait for: the read ends after a read time-out of quiet.
     bool Read_Command(int fd, const QString& response_str);
     static QByteArray NString_To_Command_Char(const QString& text) { return text.toUtf8(); }
     QString lastResponse() const { return m_sLastResponse; }
@@ -89,6 +92,10 @@ public:
     // result line has arrived.
     static constexpr std::chrono::milliseconds kAnswerWait{5000};
     static constexpr std::chrono::milliseconds kRetryRest{1000};
+    // Session start: the shortest ceiling for the modem's answer to the wake-up, and the
+    // shortest quiet that shows nothing more of it is coming.
+    static constexpr std::chrono::milliseconds kWakeWait{1000};
+    static constexpr std::chrono::milliseconds kWakeSettle{250};
 
     // --- Device values gathered by the probe and copied into the device record.
     QString Com_Port, Port_Det, Port_stat, Port_IMEI, Manuf, Model, battery, signal_str, oprator, revision,
@@ -99,7 +106,14 @@ private:
 
     // Writes a command and reads its answer expecting OK; false at the first failure.
     bool commandExpectingOk(int fd, const QString& command);
+    // How a read knows its answer is complete.
+    enum class AnswerEnd { FinalResult, Prompt, Quiet };
+    // The one reading loop: adds to m_pendingAnswer until it ends as told or the ceiling
+    // (real time) passes; a Quiet read's ceiling starts again with every arrival.
+    void gatherAnswer(AnswerEnd end, std::chrono::microseconds ceiling);
     void waitForAnswer();
+    void clearPendingPrompt(int fd);
+    void dropStaleInput(int fd);
     bool sendOneMessage(Exchange& exchange, const QString& cmgsCommand, const QString& body, bool lastPart);
     void collectAnswer(Exchange& exchange, bool lastPart);
     bool sendLongPdu(Exchange& exchange, const QString& message, bool unicode);
@@ -108,7 +122,9 @@ private:
     std::unique_ptr<AMSerialPort> m_port;
     QString m_sLastResponse;
     QString m_port_name;
-    QByteArray m_pendingAnswer; // arrived during the answer wait, read with the next read
+    QByteArray m_pendingAnswer;     // arrived during the answer wait, read with the next read
+    QString m_lastCommand;          // the AT command line the answer being read belongs to
+    bool m_sessionStarting = false; // a port just opened: the first write wakes the modem first
     DefaultSmscLookup m_defaultSmscOf;
     std::map<int, termios> m_lineSetupOriginals; // per descriptor opened by OpenSerialPort
     std::mutex m_readLock;

@@ -35,6 +35,10 @@ int MFCSMS::OpenSerialPort(const QString& bsdPath) {
         return -1;
     };
 
+    // The session's own port may hold this device exclusively: the set-up is ours too, so
+    // that claim steps aside for it and is taken again when the set-up closes.
+    if (m_port && m_port->isOpen() && m_port->bsdPath() == bsdPath)
+        ::ioctl(m_port->fileDescriptor(), TIOCNXCL);
     fd = ::open(path.constData(), O_RDWR | O_NOCTTY | O_NONBLOCK);
     if (fd < 0) {
         logFailure("Error opening serial port %s - %s(%d).\n", path);
@@ -101,4 +105,6 @@ void MFCSMS::CloseSerialPort(int fileDescriptor) {
     // elsewhere, and keep the session's own port from opening the device next.
     ::ioctl(fileDescriptor, TIOCNXCL);
     ::close(fileDescriptor);
+    if (m_port && m_port->isOpen())
+        ::ioctl(m_port->fileDescriptor(), TIOCEXCL); // the session's port claims its device again
 }

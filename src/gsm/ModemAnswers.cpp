@@ -53,20 +53,85 @@ SmsFormat selectedSmsFormat(const QString& answer) {
     return SmsFormat::Unknown;
 }
 
-bool holdsFinalResult(const QString& answer) {
+namespace {
+
+// Whole lines of an answer, each trimmed; the text after the last line end is left out
+// unless `keepTail` (it may still be arriving).
+QStringList wholeLines(const QString& answer, bool keepTail) {
     QString complete = answer;
-    const qsizetype lastEnd =
-        std::max(complete.lastIndexOf(QLatin1Char('\n')), complete.lastIndexOf(QLatin1Char('\r')));
-    complete.truncate(lastEnd < 0 ? 0 : lastEnd);
-    const QStringList lines =
-        complete.split(QRegularExpression(QStringLiteral("[\r\n]")), Qt::SkipEmptyParts);
-    for (const QString& raw : lines) {
-        const QString line = Trim_Str(raw);
-        if (line == QLatin1String("OK") || line.startsWith(kError) || line.startsWith(kCmsError) ||
-            line.startsWith(kCmeError) || line.endsWith(kError))
-            return true;
+    if (!keepTail) {
+        const qsizetype lastEnd =
+            std::max(complete.lastIndexOf(QLatin1Char('\n')), complete.lastIndexOf(QLatin1Char('\r')));
+        complete.truncate(lastEnd < 0 ? 0 : lastEnd);
     }
-    return false;
+    QStringList lines;
+    for (const QString& raw :
+         complete.split(QRegularExpression(QStringLiteral("[\r\n]")), Qt::SkipEmptyParts))
+        lines << Trim_Str(raw);
+    return lines;
+}
+
+bool isFinalLine(const QString& line) {
+    if (line.startsWith(QLatin1String("AT"), Qt::CaseInsensitive))
+        return false; // our own command echoed back
+    return line == QLatin1String("OK") || line.startsWith(kError) || line.startsWith(kCmsError) ||
+           line.startsWith(kCmeError) || line.endsWith(kError) || line == QLatin1String("NO CARRIER") ||
+           line.startsWith(QLatin1String("COMMAND NOT SUPPORT"));
+}
+
+// Unsolicited result codes: the line starts with one of these. Every "^" line is a vendor's
+// unsolicited report (signal, mode, boot, data flow).
+const QStringList kUnsolicitedPrefixes = {
+    QStringLiteral("^"),        QStringLiteral("+CREG:"), QStringLiteral("+CGREG:"),
+    QStringLiteral("+CEREG:"),  QStringLiteral("+CMTI:"), QStringLiteral("+CDSI:"),
+    QStringLiteral("+CDS:"),    QStringLiteral("+CBMI:"), QStringLiteral("+CUSD:"),
+    QStringLiteral("+CRING:"),  QStringLiteral("+CLIP:"), QStringLiteral("+CIEV:"),
+    QStringLiteral("+CGEV:"),   QStringLiteral("+PACSP"), QStringLiteral("+STIN:"),
+    QStringLiteral("+ZUSIMR:"), QStringLiteral("+ZPASR:")};
+
+bool isUnsolicited(const QString& line, const QString& command) {
+    const bool listed = line == QLatin1String("RING") ||
+                        std::any_of(kUnsolicitedPrefixes.begin(), kUnsolicitedPrefixes.end(),
+                                    [&](const QString& prefix) { return line.startsWith(prefix); });
+    if (!listed || !line.contains(QLatin1Char(':')))
+        return listed;
+    // "+CREG: 0,1" answers "AT+CREG?", "^SYSINFO: ..." answers "AT^SYSINFO": a code the
+    // command names is its own answer.
+    return !command.contains(line.section(QLatin1Char(':'), 0, 0));
+}
+
+} // namespace
+
+bool holdsFinalResult(const QString& answer, bool promptAwaited) {
+    const QStringList lines = wholeLines(answer, false);
+    if (std::any_of(lines.begin(), lines.end(), isFinalLine))
+        return true;
+    if (!promptAwaited)
+        return false;
+    // The prompt is ">" and a space with no line end behind it; some modems end it anyway.
+    const QStringList all = wholeLines(answer, true);
+    return std::any_of(all.begin(), all.end(),
+                       [](const QString& line) { return line == QLatin1String(">"); });
+}
+
+QString withoutUnsolicited(const QString& answer, const QString& command, QStringList* removed) {
+    // Each piece is one line with the line ends that follow it.
+    static const QRegularExpression kLine(QStringLiteral("[^\r\n]*[\r\n]*"));
+    QString kept;
+    kept.reserve(answer.size());
+    for (auto it = kLine.globalMatch(answer); it.hasNext();) {
+        const QString piece = it.next().captured(0);
+        if (piece.isEmpty())
+            continue;
+        const QString line = Trim_Str(piece);
+        if (!line.isEmpty() && isUnsolicited(line, command)) {
+            if (removed)
+                *removed << line;
+            continue;
+        }
+        kept += piece;
+    }
+    return kept;
 }
 
 bool isRefusal(const QString& status) {

@@ -4,6 +4,7 @@
 #include "SmsFormat.h"
 
 #include <QString>
+#include <QStringList>
 
 namespace ModemAnswers {
 
@@ -22,10 +23,21 @@ int supportedSmsFormats(const QString& answer);
 // Answer to "AT+CMGF?": the digit 0 or 1 it names, Both when it names both, Unknown when neither.
 SmsFormat selectedSmsFormat(const QString& answer);
 
-// True once an answer has reached its final result line ("OK" or an error), so that the
-// wait for a submission's answer can end as soon as the modem has replied. Only whole lines
-// count: a line still arriving may be longer than it looks.
-bool holdsFinalResult(const QString& answer);
+// True once an answer has reached its final result, so that a read can end as soon as the
+// modem has replied instead of waiting out its time-out: a whole line "OK", "ERROR" (or a
+// vendor line ending in it), "+CMS ERROR: n", "+CME ERROR: n", "NO CARRIER" or "COMMAND NOT
+// SUPPORT", or, when a prompt is awaited, the "> " prompt (which no line end follows). Only
+// whole lines count: a line still arriving may be longer than it looks. An echoed command
+// line ("AT...") is ours coming back, never a result.
+bool holdsFinalResult(const QString& answer, bool promptAwaited = false);
+
+// The answer without the unsolicited result codes a modem slips between its answers
+// ("^RSSI: 14" and every other "^" line, "+CREG:", "+CMTI:", "RING", ...), each removed with
+// its line end; the lines taken out go to `removed` when given. A code the command itself
+// asked for ("+CREG:" after "AT+CREG?") is its answer and stays: `command` is the command
+// line the answer belongs to, "" when unknown.
+QString withoutUnsolicited(const QString& answer, const QString& command = {},
+                           QStringList* removed = nullptr);
 
 // A recorded status that is the modem's refusal: "ERROR", or "CMS"/"CME" in its first four characters.
 bool isRefusal(const QString& status);

@@ -2,16 +2,20 @@
 #include "QStringPrinting.h"
 #include "ScriptedLine.h"
 
+#include "core/Clock.h"
 #include "core/Log.h"
 #include "gsm/MFCSMS.h"
 
 #include <QMap>
 
+#include <chrono>
+
 #include <gtest/gtest.h>
 
 namespace {
 
-// Reads end after this much quiet (prescribed seconds; real milliseconds under the tests' clock).
+// The ceiling of a read for a modem that says nothing (prescribed seconds; real milliseconds
+// under the tests' clock).
 constexpr double kQuietSeconds = 50.0;
 
 const QByteArray kOkReply = "\r\nOK\r\n";
@@ -76,6 +80,72 @@ TEST(MFCSMSSession, ReadJudgesTheWholeAnswer) {
         EXPECT_EQ(s.session.Read_Command(s.fd, c.expected), c.result) << c.name;
         EXPECT_EQ(MFCSMS::Get_SMS_Error(s.session.lastResponse()), c.error) << c.name;
     }
+}
+
+TEST(MFCSMSSession, ReadEndsAtTheFinalResultNotAtTheCeiling) {
+    // Three bursts 100 ms apart: the answer is whole after about 200 ms, far inside the
+    // ceiling of an hour (prescribed; seconds in real time under the tests' clock).
+    constexpr double kHour = 3600.0;
+    ScriptedLine line(always({"\r\n+CSQ: 20", ",99\r\n", "\r\nOK\r\n"}), Clock::Duration(100));
+    Session s(line);
+    s.session.port()->setReadTimeout(kHour);
+    ASSERT_TRUE(s.session.Write_Command(s.fd, "AT+CSQ\r"));
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(s.session.Read_Command(s.fd, "\r\nOK\r\n"));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, Clock::scaled(std::chrono::seconds(3600)));
+    EXPECT_EQ(s.session.lastResponse(), "+CSQ: 20,99\r\n\r\nOK");
+
+    // The prompt ends a read that awaits it, though no line end follows it.
+    ScriptedLine prompting(always({"\r\n> "}));
+    Session p(prompting);
+    p.session.port()->setReadTimeout(kHour);
+    ASSERT_TRUE(p.session.Write_Command(p.fd, "AT+CMGS=12\r"));
+    const auto promptStart = std::chrono::steady_clock::now();
+    EXPECT_TRUE(p.session.Read_Command(p.fd, ">\r\n"));
+    EXPECT_LT(std::chrono::steady_clock::now() - promptStart, Clock::scaled(std::chrono::seconds(3600)));
+}
+
+TEST(MFCSMSSession, SilentOrEchoingModemFailsAfterTheCeiling) {
+    const struct {
+        const char* name;
+        QByteArrayList reply;
+        QString answer;
+    } cases[] = {
+        {"silent", {}, ""},
+        {"echo is no answer", {"AT+CSQ\r"}, "AT+CSQ"},
+        {"answer cut short", {"\r\n+CSQ: 20,99\r\n\r\nO"}, "+CSQ: 20,99\r\n\r\nO"},
+    };
+    for (const auto& c : cases) {
+        ScriptedLine line(always(c.reply));
+        Session s(line);
+        ASSERT_TRUE(s.session.Write_Command(s.fd, "AT+CSQ\r")) << c.name;
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_FALSE(s.session.Read_Command(s.fd, "\r\nOK\r\n")) << c.name;
+        EXPECT_GE(std::chrono::steady_clock::now() - start, Clock::scaled(std::chrono::seconds(50)))
+            << c.name;
+        EXPECT_EQ(s.session.lastResponse(), c.answer) << c.name;
+    }
+}
+
+TEST(MFCSMSSession, AnswersAreDecodedLeniently) {
+    // An operator name in the modem's own code page: the bytes that are not UTF-8 become
+    // U+FFFD and the rest of the answer, its OK above all, is read.
+    ScriptedLine line(always({"\r\n+COPS: 0,0,\"Caf\xE9 \xFF\"\r\n\r\nOK\r\n"}));
+    Session s(line);
+    ASSERT_TRUE(s.session.Write_Command(s.fd, "AT+COPS?\r"));
+    EXPECT_TRUE(s.session.Read_Command(s.fd, "\r\nOK\r\n"));
+    EXPECT_EQ(s.session.lastResponse(), QStringLiteral(u"+COPS: 0,0,\"Caf\uFFFD \uFFFD\"\r\n\r\nOK"));
+}
+
+TEST(MFCSMSSession, UnsolicitedLinesAreLoggedAndLeftOut) {
+    ScriptedLine line(always({"\r\n^RSSI: 14\r\n", "\r\n+CSQ: 20,99\r\n\r\n+CMTI: \"SM\",2\r\n\r\nOK\r\n"}));
+    Session s(line);
+    LogCapture log;
+    ASSERT_TRUE(s.session.Write_Command(s.fd, "AT+CSQ\r"));
+    EXPECT_TRUE(s.session.Read_Command(s.fd, "\r\nOK\r\n"));
+    EXPECT_EQ(s.session.lastResponse(), "+CSQ: 20,99\r\n\r\nOK");
+    EXPECT_TRUE(log.contains(QStringLiteral("Unsolicited (%1) \"^RSSI: 14\"").arg(s.fd)));
+    EXPECT_TRUE(log.contains(QStringLiteral("Unsolicited (%1) \"+CMTI: \"SM\",2\"").arg(s.fd)));
 }
 
 TEST(MFCSMSSession, EmptyCommandGoesAsOneBlank) {

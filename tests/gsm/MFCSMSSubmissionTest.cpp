@@ -267,7 +267,7 @@ TEST_F(MFCSMSSubmission, SilentModemFailsTheConnectionCheck) {
     ModemUnderTest m(behaviour);
     LogCapture log;
     EXPECT_FALSE(m.session.Check_Connection(m.fd));
-    EXPECT_EQ(m.commandCount("AT"), 6);
+    EXPECT_EQ(m.commandCount("AT"), 7); // the session's wake-up, then six tries
     EXPECT_TRUE(log.contains("Check_Connection FAIL m_sLastResponse not OK"));
 }
 

@@ -96,9 +96,95 @@ TEST(ModemAnswers, FinalResultEndsTheAnswerWait) {
         {"vendor error", "COMMAND ERROR\r\n", true},
         {"echoed body then Ctrl-Z", "hello world\x1A", false},
         {"echoed body that reads OK mid-line", "it is OK now\r\n", false},
+        {"no carrier", "\r\nNO CARRIER\r\n", true},
+        {"command not supported", "AT+CBC\r\r\nCOMMAND NOT SUPPORT\r\n", true},
+        {"echo only", "AT+CMEE=1\r\r\n", false},
+        {"echo of a command naming an error", "AT+CMEE=ERROR\r\r\n", false},
+        {"prompt not awaited", "\r\n> ", false},
     };
     for (const auto& c : cases)
         EXPECT_EQ(holdsFinalResult(c.arrived), c.final) << c.name;
+
+    const struct {
+        const char* name;
+        QString arrived;
+        bool final;
+    } prompts[] = {
+        {"prompt", "\r\n> ", true},
+        {"echo then prompt", "AT+CMGS=23\r\r\n> ", true},
+        {"echo only", "AT+CMGS=23\r", false},
+        {"refused instead", "AT+CMGS=23\r\r\n+CMS ERROR: 302\r\n", true},
+        {"greater-than inside a line", "\r\n+CSCS: >\"GSM\"", false},
+    };
+    for (const auto& c : prompts)
+        EXPECT_EQ(holdsFinalResult(c.arrived, true), c.final) << c.name;
+}
+
+TEST(ModemAnswers, UnsolicitedLinesTakenOut) {
+    const struct {
+        const char* modem;
+        QString command;
+        QString answer;
+        QString kept;
+        QStringList removed;
+    } cases[] = {
+        {"USB stick reporting signal",
+         "AT+CGMI\r",
+         "\r\n^RSSI: 14\r\n\r\nMaker Ltd\r\n\r\nOK\r\n",
+         "\r\nMaker Ltd\r\n\r\nOK\r\n",
+         {"^RSSI: 14"}},
+        {"USB stick, mode and boot reports",
+         "AT\r",
+         "^MODE: 5,4\r\n^BOOT: 1,0,0,4\r\n\r\nOK\r\n",
+         "OK\r\n",
+         {"^MODE: 5,4", "^BOOT: 1,0,0,4"}},
+        {"USB stick asked its own report",
+         "AT^SYSINFO\r",
+         "\r\n^SYSINFO: 2,3,0,5,1\r\n\r\nOK\r\n",
+         "\r\n^SYSINFO: 2,3,0,5,1\r\n\r\nOK\r\n",
+         {}},
+        {"module registering",
+         "AT+CSQ\r",
+         "\r\n+CREG: 1\r\n\r\n+CSQ: 20,99\r\n\r\nOK\r\n",
+         "\r\n+CSQ: 20,99\r\n\r\nOK\r\n",
+         {"+CREG: 1"}},
+        {"module asked its registration",
+         "AT+CREG?\r",
+         "\r\n+CREG: 0,1\r\n\r\nOK\r\n",
+         "\r\n+CREG: 0,1\r\n\r\nOK\r\n",
+         {}},
+        {"phone receiving a call and a message",
+         "AT+CBC\r",
+         "\r\nRING\r\n\r\n+CLIP: \"+447700900001\",145\r\n\r\n+CMTI: \"SM\",3\r\n\r\n+CBC: "
+         "0,80\r\n\r\nOK\r\n",
+         "\r\n+CBC: 0,80\r\n\r\nOK\r\n",
+         {"RING", "+CLIP: \"+447700900001\",145", "+CMTI: \"SM\",3"}},
+        {"report in the middle of a submission answer",
+         "AT+CMGS=23\r",
+         "\r\n+CMGS: 7\r\n\r\n+CDSI: \"SM\",1\r\n\r\nOK\r\n",
+         "\r\n+CMGS: 7\r\n\r\nOK\r\n",
+         {"+CDSI: \"SM\",1"}},
+        {"network message, command unknown",
+         "",
+         "\r\n+CUSD: 0,\"Balance 5\",15\r\n\r\nOK\r\n",
+         "\r\nOK\r\n",
+         {"+CUSD: 0,\"Balance 5\",15"}},
+        {"echo and answer untouched",
+         "AT+CGMM\r",
+         "AT+CGMM\r\r\nVM-100\r\n\r\nOK\r\n",
+         "AT+CGMM\r\r\nVM-100\r\n\r\nOK\r\n",
+         {}},
+        {"a word that merely starts like a report",
+         "AT+CGMI\r",
+         "\r\nRINGTONE Ltd\r\n\r\nOK\r\n",
+         "\r\nRINGTONE Ltd\r\n\r\nOK\r\n",
+         {}},
+    };
+    for (const auto& c : cases) {
+        QStringList removed;
+        EXPECT_EQ(withoutUnsolicited(c.answer, c.command, &removed), c.kept) << c.modem;
+        EXPECT_EQ(removed, c.removed) << c.modem;
+    }
 }
 
 TEST(ModemAnswers, SubmissionStatus) {

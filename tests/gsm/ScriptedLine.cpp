@@ -6,7 +6,8 @@
 #include <poll.h>
 #include <unistd.h>
 
-ScriptedLine::ScriptedLine(Responder responder) : m_responder(std::move(responder)) {
+ScriptedLine::ScriptedLine(Responder responder, std::optional<Clock::Duration> burstGap)
+    : m_responder(std::move(responder)), m_burstGap(burstGap) {
     if (m_pty.open())
         m_worker.start([this](std::stop_token stop) { serve(stop); });
 }
@@ -14,6 +15,11 @@ ScriptedLine::ScriptedLine(Responder responder) : m_responder(std::move(responde
 QByteArrayList ScriptedLine::commands() const {
     std::lock_guard lock(m_mutex);
     return m_commands;
+}
+
+int ScriptedLine::wakeUps() const {
+    std::lock_guard lock(m_mutex);
+    return m_wakeUps;
 }
 
 void ScriptedLine::serve(const std::stop_token& stop) {
@@ -33,13 +39,23 @@ void ScriptedLine::serve(const std::stop_token& stop) {
             pending.remove(0, end + 1);
             while (command.startsWith('\n'))
                 command.remove(0, 1);
+            if (command.startsWith('\x1B')) {
+                {
+                    std::lock_guard lock(m_mutex);
+                    ++m_wakeUps;
+                }
+                m_pty.write("\r\nOK\r\n");
+                continue;
+            }
             {
                 std::lock_guard lock(m_mutex);
                 m_commands.append(command);
             }
             const QByteArrayList bursts = m_responder(command);
             for (qsizetype i = 0; i < bursts.size(); ++i) {
-                if (i > 0)
+                if (i > 0 && m_burstGap)
+                    Clock::sleep(*m_burstGap);
+                else if (i > 0)
                     std::this_thread::sleep_for(std::chrono::milliseconds(5));
                 m_pty.write(bursts.at(i));
             }
