@@ -61,7 +61,9 @@ void perMessage(int networkDelayMs, int messages) {
     MFCSMS session;
     int fd = -1;
     session.initPort_with_decp(modems.front()->devicePath(), fd);
-    if (fd < 0) {
+    if (session.port() != nullptr)
+        session.port()->setReadTimeout(1.0); // as the sending job opens its ports
+    if (fd < 0 || !session.Check_Connection(fd)) {
         std::printf("  L = %d s: the modem could not be opened\n", networkDelayMs / 1000);
         return;
     }
