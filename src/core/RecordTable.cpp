@@ -29,6 +29,14 @@ void RecordTable::append(const Record& record) {
     emit inserted();
 }
 
+void RecordTable::insert(int row, const Record& record) {
+    row = std::clamp(row, 0, size());
+    emit aboutToInsert(row, row);
+    m_records.insert(row, record);
+    recordAdded(record);
+    emit inserted();
+}
+
 void RecordTable::replace(int row, const Record& record) {
     if (row < 0 || row >= size())
         return;

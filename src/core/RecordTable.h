@@ -22,6 +22,7 @@ public:
     void prepend(const Record& record);
     void prepend(const RecordList& newestFirst); // newestFirst.at(0) ends up at row 0
     void append(const Record& record);
+    void insert(int row, const Record& record); // row clamped to 0..size()
     void replace(int row, const Record& record);
     void removeRows(QList<int> rows); // any order, duplicates ignored
     void setRecords(RecordList records);

@@ -12,6 +12,8 @@
 #include "gsm/MFCSMS.h"
 #include "gsm/SmsMode.h"
 
+#include <QHash>
+
 #include <atomic>
 #include <memory>
 #include <stop_token>
@@ -95,7 +97,12 @@ private:
     bool OnGetSelected(const QString& path);
     void Get_And_Fill_Details(const QString& path);
     bool Find_IMEI_already_listed(const QString& imei) const;
-    Record deviceRecordFromSession() const;
+    static Record deviceRecordFromSession(const MFCSMS& session);
+    // Probes one port on the calling worker; true when it described a device.
+    bool probeDevice(int index, const QString& path);
+    // On the main thread: the row of a device found at this discovery index, unless an
+    // earlier port of the same modem (same IMEI) has it. False when it has.
+    bool claimDeviceRow(int index, const QString& path, const QString& imei);
     bool validSmsc(const QString& number);
     void setMode(SmsMode mode);
     void onMain(const std::function<void()>& change);
@@ -115,6 +122,8 @@ private:
     WorkerThread m_worker{QStringLiteral("device-search")}; // the search, or a device's details
     // Stop as the window shows it; the search itself stops on its worker's token.
     std::atomic<bool> Stop_Modem_SRCH{false};
+    static constexpr int kParallelProbes = 4;
+    QHash<QString, int> m_discoveryIndex; // path -> position in the search's path list (main thread)
 
     bool m_searching = false;
     bool m_controlsEnabled = true;

@@ -7,8 +7,13 @@
 #include "core/MainThread.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
+#include "core/WorkerThread.h"
 #include "gsm/ModemDiscovery.h"
 #include "gsm/ModemProbe.h"
+
+#include <memory>
+#include <mutex>
+#include <vector>
 
 namespace {
 const QString kPath = QStringLiteral("PORT_DETAL");
@@ -68,8 +73,7 @@ bool GSM_Device_List_Wnd::Find_IMEI_already_listed(const QString& imei) const {
     return false;
 }
 
-Record GSM_Device_List_Wnd::deviceRecordFromSession() const {
-    const MFCSMS& s = m_session;
+Record GSM_Device_List_Wnd::deviceRecordFromSession(const MFCSMS& s) {
     return Record{{"State", "0"},
                   {"COM_PORT", s.Com_Port},
                   {"PORT_DETAL", s.Port_Det},
@@ -91,18 +95,91 @@ Record GSM_Device_List_Wnd::deviceRecordFromSession() const {
                   {"Last_SMSC", ""}};
 }
 
+bool GSM_Device_List_Wnd::claimDeviceRow(int index, const QString& path, const QString& imei) {
+    for (int row = 0; row < m_ports.size(); ++row) {
+        const QString listed = m_ports.at(row).value(QStringLiteral("IMEI"));
+        if (listed.isEmpty() || !imei.contains(listed))
+            continue;
+        // Two ports of one modem: the one found first in discovery order keeps the row.
+        if (m_discoveryIndex.value(m_ports.at(row).value(kPath), -1) < index)
+            return false;
+        m_ports.removeRows({row});
+        break;
+    }
+    int row = 0;
+    while (row < m_ports.size() && m_discoveryIndex.value(m_ports.at(row).value(kPath), -1) < index)
+        ++row;
+    m_discoveryIndex.insert(path, index);
+    const QString name = Trim_Str(Read_Str_FromIndex(path, 8));
+    m_ports.insert(
+        row, Record{{"State", "0"}, {"COM_PORT", name}, {kPath, path}, {"PORT_STATUS", ""}, {"IMEI", imei}});
+    return true;
+}
+
+bool GSM_Device_List_Wnd::probeDevice(int index, const QString& path) {
+    MFCSMS s; // each probe talks to its own modem through its own session
+    const int lineFd = s.OpenSerialPort(path);
+    if (lineFd == -1)
+        return false;
+    s.CloseSerialPort(lineFd);
+    onMain([this] { ++m_progressValue; });
+
+    int fd = -1;
+    s.initPort_with_decp(path, fd);
+    if (s.port() != nullptr)
+        s.port()->setReadTimeout(0.5);
+    if (fd < 0 || !Check_Msg_Sending_Supported(s, fd)) {
+        Show_NSLog_Message(QStringLiteral("msg sending support fail"));
+        return false;
+    }
+    const QString imei = Get_IMEI_Number(s, fd);
+    Show_NSLog_Message(QStringLiteral("IMEI: %1").arg(imei));
+    if (imei.isEmpty() || !MainThread::invokeAndWait([&] { return claimDeviceRow(index, path, imei); }))
+        return false;
+
+    Show_NSLog_Message(QStringLiteral("Modem found with BSD path: %1\n").arg(path));
+    s.sms_capblts = QStringLiteral("Yes");
+    s.use_cus_smsc = QStringLiteral("N");
+    s.Com_Port = Trim_Str(Read_Str_FromIndex(path, 8));
+    s.Port_Det = path;
+    Read_Ph_Values_NEW(s, fd);
+    switch (s.PDU_or_Text_SMS(fd)) {
+    case 1:
+        s.sms_mode = smsModeText(SmsMode::Pdu);
+        s.sup_sms_mode = QStringLiteral(";%1;").arg(smsModeText(SmsMode::Pdu));
+        break;
+    case 2:
+        s.sms_mode = smsModeText(SmsMode::Text);
+        s.sup_sms_mode = QStringLiteral(";%1;").arg(smsModeText(SmsMode::Text));
+        break;
+    case 3:
+        s.sms_mode = smsModeText(SmsMode::Pdu);
+        s.sup_sms_mode = QStringLiteral(";%1;%2;").arg(smsModeText(SmsMode::Pdu), smsModeText(SmsMode::Text));
+        break;
+    default: s.sms_mode = s.sup_sms_mode = smsModeText(SmsMode::Unknown); break;
+    }
+    const Record complete = deviceRecordFromSession(s);
+    onMain([this, complete, path] {
+        const int row = rowOf(path); // gone when an earlier port of the same modem took over
+        if (row >= 0)
+            m_ports.replace(row, complete);
+    });
+    return true;
+}
+
 int GSM_Device_List_Wnd::GetModemPath(const QStringList& paths, std::stop_token stop) {
     int result = 5;
     const bool completed = Guard::run("GSM_Device_List_Wnd::GetModemPath", [&] {
-        int count = 0;
-        for (const QString& path : paths)
-            Show_NSLog_Message(QStringLiteral("modem %1: %2\n").arg(++count).arg(path));
+        const int count = int(paths.size());
+        for (int i = 0; i < count; ++i)
+            Show_NSLog_Message(QStringLiteral("modem %1: %2\n").arg(i + 1).arg(paths.at(i)));
         Show_NSLog_Message(QStringLiteral("tot modem: %1\n").arg(count));
         if (m_session.port() != nullptr && m_session.port()->isOpen())
             m_session.closePort();
         onMain([this, count] {
             m_progressMax = count;
             m_progressValue = 0;
+            m_discoveryIndex.clear();
         });
         if (count == 0) {
             m_op.Show_MessageBox(QStringLiteral("GSM device not found."));
@@ -110,87 +187,37 @@ int GSM_Device_List_Wnd::GetModemPath(const QStringList& paths, std::stop_token 
             return;
         }
 
-        int opened = 0;
+        // Modems answer at their own pace: a few are probed side by side, each row appears as
+        // its probe ends (in discovery order). A stop lets the probes under way finish and
+        // starts no more.
+        std::mutex lock;
         QStringList denied; // ports this user may not open: one message names them all
-        for (const QString& path : paths) {
-            if (ModemDiscovery::lacksPermission(path)) {
-                denied << path;
-                continue;
+        std::atomic<int> next{0};
+        std::atomic<bool> found{false};
+        const auto probeWhileAny = [&](std::stop_token) {
+            for (int i = next++; i < count; i = next++) {
+                if (i > 0 && stop.stop_requested())
+                    return;
+                const QString& path = paths.at(i);
+                if (ModemDiscovery::lacksPermission(path)) {
+                    std::lock_guard guard(lock);
+                    denied << path;
+                    continue;
+                }
+                if (probeDevice(i, path))
+                    found = true;
             }
-            const int lineFd = m_session.OpenSerialPort(path);
-            if (lineFd == -1)
-                continue;
-            m_session.CloseSerialPort(lineFd);
-            ++opened;
-            onMain([this] { ++m_progressValue; });
-
-            int fd = -1;
-            if (m_session.port() != nullptr && m_session.port()->isOpen()) {
-                m_op.Show_MessageBox(QStringLiteral("port not initialized."));
-                fd = m_session.port()->fileDescriptor();
-            } else {
-                m_session.initPort_with_decp(path, fd);
-                if (m_session.port() != nullptr)
-                    m_session.port()->setReadTimeout(0.5);
-            }
-            const auto nextDevice = [&] { m_session.closePort(); };
-
-            if (fd < 0 || !Check_Msg_Sending_Supported(m_session, fd)) {
-                Show_NSLog_Message(QStringLiteral("msg sending support fail"));
-                nextDevice();
-                continue;
-            }
-            const QString imei = Get_IMEI_Number(m_session, fd);
-            Show_NSLog_Message(QStringLiteral("IMEI: %1").arg(imei));
-            bool listed = false;
-            MainThread::invokeAndWait([&] { listed = Find_IMEI_already_listed(imei); });
-            if (imei.isEmpty() || listed) {
-                nextDevice();
-                continue;
-            }
-
-            const QString name = Trim_Str(Read_Str_FromIndex(path, 8));
-            onMain([this, name, path] {
-                m_ports.append(Record{
-                    {"State", "0"}, {"COM_PORT", name}, {kPath, path}, {"PORT_STATUS", ""}, {"IMEI", ""}});
-            });
-            Show_NSLog_Message(QStringLiteral("Modem found with BSD path: %1\n").arg(path));
-            MFCSMS& s = m_session;
-            s.Port_IMEI = s.Manuf = s.Model = s.battery = s.signal_str = s.oprator = s.revision = s.def_smsc =
-                s.cus_smsc = s.sms_mode = s.sup_sms_mode = s.Port_stat = QString();
-            s.sms_capblts = QStringLiteral("Yes");
-            s.use_cus_smsc = QStringLiteral("N");
-            s.Com_Port = name;
-            s.Port_Det = path;
-            Read_Ph_Values_NEW(s, fd);
-            switch (s.PDU_or_Text_SMS(fd)) {
-            case 1:
-                s.sms_mode = smsModeText(SmsMode::Pdu);
-                s.sup_sms_mode = QStringLiteral(";%1;").arg(smsModeText(SmsMode::Pdu));
-                break;
-            case 2:
-                s.sms_mode = smsModeText(SmsMode::Text);
-                s.sup_sms_mode = QStringLiteral(";%1;").arg(smsModeText(SmsMode::Text));
-                break;
-            case 3:
-                s.sms_mode = smsModeText(SmsMode::Pdu);
-                s.sup_sms_mode =
-                    QStringLiteral(";%1;%2;").arg(smsModeText(SmsMode::Pdu), smsModeText(SmsMode::Text));
-                break;
-            default: s.sms_mode = s.sup_sms_mode = smsModeText(SmsMode::Unknown); break;
-            }
-            const Record complete = deviceRecordFromSession();
-            onMain([this, complete, path] {
-                const int row = rowOf(path);
-                if (row >= 0)
-                    m_ports.replace(row, complete);
-            });
-            nextDevice();
-            result = 0;
-            if (stop.stop_requested())
-                break;
+        };
+        std::vector<std::unique_ptr<WorkerThread>> probes;
+        for (int w = 0; w < std::min(count, kParallelProbes); ++w) {
+            probes.push_back(std::make_unique<WorkerThread>(QStringLiteral("modem-probe")));
+            probes.back()->start(probeWhileAny);
         }
-        onMain([this, opened] { m_progressValue = opened + 1; });
+        for (const auto& probe : probes)
+            probe->join();
+        if (found)
+            result = 0;
+        onMain([this] { ++m_progressValue; }); // one past the ports opened: the search is over
         if (!denied.isEmpty())
             m_op.Show_MessageBox(ModemDiscovery::noPermissionMessage(denied));
     });

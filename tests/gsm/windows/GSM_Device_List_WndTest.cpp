@@ -9,6 +9,9 @@
 #include "core/Log.h"
 #include "sim/VirtualModem.h"
 
+#include <QElapsedTimer>
+#include <QTimer>
+
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -231,12 +234,58 @@ namespace {
 TEST_F(SelectionTest, AShownDeviceCanBeSelectedAfterwards) {
     window.showDevice(0);
     ASSERT_TRUE(spinUntil([&] { return !window.progressSheetShown() && !window.detailsText().isEmpty(); }));
+    window.waitForWorkers(); // the details' worker may still be closing the port
     window.setRowTicked(0, true);
     window.beginModal();
     window.Multi_Phone_Selected_Func();
     window.waitForWorkers();
     EXPECT_TRUE(op.alerts().isEmpty());
     EXPECT_EQ(window.endCode(), 1);
+}
+
+} // namespace
+
+namespace {
+
+// Measures the longest time the main thread went without turning its events.
+class MainThreadWatchdog {
+public:
+    MainThreadWatchdog() {
+        m_sinceLast.start();
+        QObject::connect(&m_timer, &QTimer::timeout,
+                         [this] { m_longest = std::max(m_longest, m_sinceLast.restart()); });
+        m_timer.start(5);
+    }
+    qint64 longestGapMs() const { return std::max(m_longest, m_sinceLast.elapsed()); }
+
+private:
+    QTimer m_timer;
+    QElapsedTimer m_sinceLast;
+    qint64 m_longest = 0;
+};
+
+TEST_F(DeviceWindowTest, EightModemsAreSearchedAndSelectedWhileTheWindowStaysResponsive) {
+    for (int i = 0; i < 8; ++i)
+        attach(identity(QStringLiteral("35000000000010%1").arg(i).toLatin1().constData()));
+    qputenv("BULKSMS_EXTRA_MODEMS", paths().join(QLatin1Char(':')).toUtf8());
+    MainThreadWatchdog watchdog;
+
+    window.Search_dev_Pressed();
+    ASSERT_TRUE(spinUntil([&] { return !window.searching() && !window.detailsText().isEmpty(); },
+                          std::chrono::seconds(60)));
+    window.waitForWorkers(); // the first device's details
+    qunsetenv("BULKSMS_EXTRA_MODEMS");
+    ASSERT_EQ(window.nsPortListData().size(), 8);
+    for (int row = 0; row < 8; ++row)
+        EXPECT_EQ(record(row).value("PORT_DETAL"), paths().at(row)); // discovery order, however probes end
+
+    for (int row = 0; row < 8; ++row)
+        window.setRowTicked(row, true);
+    window.beginModal();
+    window.Multi_Phone_Selected_Func();
+    window.waitForWorkers();
+    EXPECT_EQ(port_val_str_array, paths());
+    EXPECT_LT(watchdog.longestGapMs(), 100);
 }
 
 } // namespace
