@@ -9,6 +9,7 @@
 #include "SmsFormat.h"
 
 #include <QByteArray>
+#include <QList>
 #include <QString>
 
 #include <chrono>
@@ -88,9 +89,15 @@ public:
                        bool flash_sms, bool unicode_sms, const QString& port_name_str, QString& return_status,
                        const QString& sms_det, std::stop_token stop = {});
 
-    // The answer wait after a message body: 5 seconds, over as soon as the modem's final
-    // result line has arrived.
-    static constexpr std::chrono::milliseconds kAnswerWait{5000};
+    // The answer wait after a message body: over as soon as the modem's final result line
+    // has arrived, and long enough for a slow network (the modem answers "+CMGS" only once
+    // the network has taken the message). Nothing is written to the port meanwhile.
+    static constexpr std::chrono::milliseconds kAnswerWait{60000};
+    // The rest between the parts of a long message.
+    static constexpr std::chrono::milliseconds kPartRest{5000};
+
+    // The network's references ("+CMGS: <mr>") of the last submission, one per accepted part.
+    QList<int> lastMessageReferences() const { return m_lastReferences; }
     static constexpr std::chrono::milliseconds kRetryRest{1000};
     // Session start: the shortest ceiling for the modem's answer to the wake-up, and the
     // shortest quiet that shows nothing more of it is coming.
@@ -122,6 +129,7 @@ private:
     std::unique_ptr<AMSerialPort> m_port;
     QString m_sLastResponse;
     QString m_port_name;
+    QList<int> m_lastReferences;
     QByteArray m_pendingAnswer;     // arrived during the answer wait, read with the next read
     QString m_lastCommand;          // the AT command line the answer being read belongs to
     bool m_sessionStarting = false; // a port just opened: the first write wakes the modem first

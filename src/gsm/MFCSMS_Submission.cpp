@@ -66,6 +66,8 @@ struct MFCSMS::Exchange {
     PDU encoder;
     QString promptLine;
     QString recorded = ModemAnswers::kStatusNoError;
+    QList<int> references;   // "+CMGS: <mr>" of every part the network accepted
+    bool unanswered = false; // a part got neither a reference nor a refusal
 };
 
 bool MFCSMS::sendOneMessage(Exchange& ex, const QString& cmgsCommand, const QString& body, bool lastPart) {
@@ -89,7 +91,11 @@ bool MFCSMS::sendOneMessage(Exchange& ex, const QString& cmgsCommand, const QStr
 
 void MFCSMS::collectAnswer(Exchange& ex, bool lastPart) {
     QString error;
-    if (!Read_Command(ex.fd, kOk)) {
+    const bool answeredOk = Read_Command(ex.fd, kOk);
+    // Sent means the network took it: "+CMGS: <reference>" and then "OK", nothing less.
+    const std::optional<int> reference =
+        answeredOk ? ModemAnswers::messageReference(m_sLastResponse) : std::nullopt;
+    if (!answeredOk) {
         Show_NSLog_Message(m_sLastResponse);
         QString answer = Trim_Str(m_sLastResponse);
         if (answer.isEmpty()) {
@@ -102,6 +108,10 @@ void MFCSMS::collectAnswer(Exchange& ex, bool lastPart) {
         if (!error.isEmpty() && lastPart)
             ex.recorded = error;
     }
+    if (reference)
+        ex.references << *reference;
+    else if (error.isEmpty())
+        ex.unanswered = true;
     Show_NSLog_Message(QLatin1String(ex.kind.responsePrefix) + QStringLiteral("{%1} :: ").arg(ex.fd) +
                        (error.isEmpty() ? m_sLastResponse : error));
 }
@@ -118,7 +128,7 @@ bool MFCSMS::sendLongPdu(Exchange& ex, const QString& message, bool unicode) {
         if (!sendOneMessage(ex, cmgs, pdu, part == total))
             return false;
         if (part < total)
-            Clock::sleepUnless(kAnswerWait, [&ex] { return ex.stopRequested(); });
+            Clock::sleepUnless(kPartRest, [&ex] { return ex.stopRequested(); });
     }
     return true;
 }
@@ -134,7 +144,7 @@ bool MFCSMS::sendTextPieces(Exchange& ex, const QString& message, bool unicode, 
         const QString text = message.mid(static_cast<qsizetype>(piece - 1) * pieceLength, pieceLength);
         if (!sendOneMessage(ex, cmgs, hexBody ? PDU::EncodeUserData_16_bit(text) : text, piece == total))
             return false;
-        Clock::sleepUnless(kAnswerWait, [&ex] { return ex.stopRequested(); });
+        Clock::sleepUnless(kPartRest, [&ex] { return ex.stopRequested(); });
     }
     return true;
 }
@@ -143,6 +153,7 @@ bool MFCSMS::Send_PDU_SMS(int fd, const QString& number, const QString& message,
                           bool flash_sms, bool unicode_sms, QString& return_status, const QString& sms_det,
                           std::stop_token stop) {
     return_status = ModemAnswers::kStatusNoError;
+    m_lastReferences.clear();
     Exchange ex(fd, true, number, smsc_num, flash_sms, std::move(stop));
     // The texts of a long message are built here: a failure to build them ends this
     // submission as a connection error, never as sent.
@@ -165,7 +176,8 @@ bool MFCSMS::Send_PDU_SMS(int fd, const QString& number, const QString& message,
         }
     });
     completed = completed && ran;
-    return_status = ModemAnswers::submissionStatus(completed, ex.recorded, sms_det);
+    m_lastReferences = ex.references;
+    return_status = ModemAnswers::submissionStatus(completed, ex.recorded, sms_det, ex.unanswered);
     return completed;
 }
 
@@ -173,6 +185,7 @@ bool MFCSMS::Send_Text_SMS(int fd, const QString& number, const QString& message
                            bool flash_sms, bool unicode_sms, const QString& port_name_str,
                            QString& return_status, const QString& sms_det, std::stop_token stop) {
     return_status = ModemAnswers::kStatusNoError;
+    m_lastReferences.clear();
     Exchange ex(fd, false, number, smsc_num, flash_sms, std::move(stop));
     bool completed = true;
     const bool ran = Guard::run("Send_Text_SMS", [&] {
@@ -210,6 +223,7 @@ bool MFCSMS::Send_Text_SMS(int fd, const QString& number, const QString& message
         }
     });
     completed = completed && ran;
-    return_status = ModemAnswers::submissionStatus(completed, ex.recorded, sms_det);
+    m_lastReferences = ex.references;
+    return_status = ModemAnswers::submissionStatus(completed, ex.recorded, sms_det, ex.unanswered);
     return completed;
 }

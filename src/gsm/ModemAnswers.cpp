@@ -139,12 +139,29 @@ bool isRefusal(const QString& status) {
     return status == kError || head.contains(QLatin1String("CMS")) || head.contains(QLatin1String("CME"));
 }
 
-QString submissionStatus(bool dialogueCompleted, const QString& recorded, const QString& sms_det) {
+QString submissionStatus(bool dialogueCompleted, const QString& recorded, const QString& sms_det,
+                         bool unanswered) {
     if (!dialogueCompleted)
         return kStatusConnectionError;
     if (isRefusal(recorded))
         return recorded;
+    if (unanswered)
+        return kStatusNoAnswer;
     return sms_det == kCapabilityNotDetected ? kStatusSentToDevice : kStatusSent;
+}
+
+std::optional<int> messageReference(const QString& answer) {
+    for (QStringView line : QStringView(answer).split(u'\n')) {
+        line = line.trimmed();
+        if (!line.startsWith(u"+CMGS:"))
+            continue;
+        // "+CMGS: <mr>" or, on phase 2+ modems, "+CMGS: <mr>,<scts>".
+        bool ok = false;
+        const int reference = line.mid(6).split(u',').first().trimmed().toInt(&ok);
+        if (ok && reference >= 0)
+            return reference;
+    }
+    return std::nullopt;
 }
 
 QString textModeParametersCommand(bool flash_sms, bool unicode_sms) {

@@ -4,7 +4,9 @@
 #include "SmsFormat.h"
 
 #include <QString>
+
 #include <QStringList>
+#include <optional>
 
 namespace ModemAnswers {
 
@@ -48,8 +50,17 @@ inline const QString kStatusConnectionError = QStringLiteral("Device Connection 
 inline const QString kStatusNoError = QStringLiteral("NONE_ERROR");
 inline const QString kCapabilityNotDetected = QStringLiteral("Not Detected");
 
-// The status text a submission ends with.
-QString submissionStatus(bool dialogueCompleted, const QString& recorded, const QString& sms_det);
+// A submission the modem neither confirmed ("+CMGS: <mr>" and "OK") nor refused: it may or
+// may not have reached the network, so it never counts as sent.
+inline const QString kStatusNoAnswer = QStringLiteral("No answer from the modem");
+
+// The status text a submission ends with; unanswered: a part got neither a reference nor a
+// refusal within the answer wait.
+QString submissionStatus(bool dialogueCompleted, const QString& recorded, const QString& sms_det,
+                         bool unanswered = false);
+
+// The network's reference in a submission's answer (a line "+CMGS: <mr>"), if there is one.
+std::optional<int> messageReference(const QString& answer);
 
 // "AT+CSMP=17,255,0,<dcs>\r\n" for the flags.
 QString textModeParametersCommand(bool flash_sms, bool unicode_sms);

@@ -224,8 +224,9 @@ TEST_F(MFCSMSSubmission, StatusTexts) {
         {"unproven device, text", Mode::Text, kNumber, "Not Detected", "Hi", false,
          "Message sent to device."},
         {"unproven device refused", Mode::Pdu, kRefusedNumber, "Not Detected", "Hi", false, "+CMS ERROR: 38"},
-        // Neither OK nor an error: nothing says the message failed.
-        {"no answer at all", Mode::Pdu, kNumber, "Yes", "Hi", true, "Message sent successfully."},
+        // Neither a reference nor an error: the network may or may not have it; never "sent".
+        {"no answer at all", Mode::Pdu, kNumber, "Yes", "Hi", true, "No answer from the modem"},
+        {"no answer in text mode", Mode::Text, kNumber, "Yes", "Hi", true, "No answer from the modem"},
     };
     for (const auto& c : cases) {
         sim::ModemBehaviour behaviour;
@@ -240,6 +241,48 @@ TEST_F(MFCSMSSubmission, StatusTexts) {
         EXPECT_TRUE(m.send(c.mode, c.number, c.message, status, false, false, {}, c.capability)) << c.name;
         EXPECT_EQ(status, c.expected) << c.name;
     }
+}
+
+TEST_F(MFCSMSSubmission, EachMessageGetsItsOwnAnswerOnASlowOrLateNetwork) {
+    const struct {
+        const char* name;
+        bool late;          // the modem holds each network answer until the next command line
+        int networkDelayMs; // before the network's answer, on the shrunk clock
+        QStringList expected;
+    } cases[] = {
+        // A slow network answers within the wait: the refusal and the delivery stay apart.
+        {"slow network", false, 20000, {"+CMS ERROR: 38", "Message sent successfully."}},
+        // An answer after its wait must never be read as the next message's answer.
+        {"late answers", true, 0, {"No answer from the modem", "No answer from the modem"}},
+    };
+    for (const auto& c : cases) {
+        for (Mode mode : {Mode::Pdu, Mode::Text}) {
+            sim::ModemBehaviour behaviour;
+            behaviour.cmsErrorForNumber.insert(kRefusedNumber, 38);
+            behaviour.networkDelayMs = c.networkDelayMs;
+            behaviour.lateCmgsAnswers = c.late;
+            ModemUnderTest m(behaviour);
+            ASSERT_TRUE(m.prepare(mode)) << c.name;
+            QStringList statuses;
+            for (const QString& number : {kRefusedNumber, kNumber}) {
+                QString status;
+                m.send(mode, number, "Hi", status);
+                statuses << status;
+            }
+            EXPECT_EQ(statuses, c.expected) << c.name;
+        }
+    }
+}
+
+TEST_F(MFCSMSSubmission, AcceptedMessagesKeepTheirNetworkReferences) {
+    ModemUnderTest m;
+    ASSERT_TRUE(m.prepare(Mode::Pdu));
+    QString status;
+    ASSERT_TRUE(m.send(Mode::Pdu, kNumber, gsmText(300), status));
+    EXPECT_EQ(status, "Message sent successfully.");
+    const QList<int> references = m.session.lastMessageReferences();
+    ASSERT_EQ(references.size(), 2); // one per part
+    EXPECT_NE(references.at(0), references.at(1));
 }
 
 TEST_F(MFCSMSSubmission, DeviceOpenedInTheCallersOrderWorksEveryTime) {

@@ -193,20 +193,43 @@ TEST(ModemAnswers, SubmissionStatus) {
         bool completed;
         QString recorded;
         QString capability;
+        bool unanswered;
         QString expected;
     } cases[] = {
-        {"line failed", false, "NONE_ERROR", "Yes", "Device Connection Error!"},
-        {"line failed after a refusal", false, "+CMS ERROR: 38", "Yes", "Device Connection Error!"},
-        {"accepted", true, "NONE_ERROR", "Yes", "Message sent successfully."},
-        {"accepted by an unproven device", true, "NONE_ERROR", "Not Detected", "Message sent to device."},
-        {"refused", true, "+CMS ERROR: 38", "Yes", "+CMS ERROR: 38"},
-        {"refused by an unproven device", true, "+CMS ERROR: 38", "Not Detected", "+CMS ERROR: 38"},
-        {"equipment error", true, "+CME ERROR: 3", "Yes", "+CME ERROR: 3"},
-        {"bare error", true, "ERROR", "Yes", "ERROR"},
-        {"vendor error judged earlier", true, "+CMS ERROR:500", "Yes", "+CMS ERROR:500"},
+        {"line failed", false, "NONE_ERROR", "Yes", false, "Device Connection Error!"},
+        {"line failed after a refusal", false, "+CMS ERROR: 38", "Yes", false, "Device Connection Error!"},
+        {"accepted", true, "NONE_ERROR", "Yes", false, "Message sent successfully."},
+        {"accepted by an unproven device", true, "NONE_ERROR", "Not Detected", false,
+         "Message sent to device."},
+        {"refused", true, "+CMS ERROR: 38", "Yes", false, "+CMS ERROR: 38"},
+        {"refused by an unproven device", true, "+CMS ERROR: 38", "Not Detected", false, "+CMS ERROR: 38"},
+        {"equipment error", true, "+CME ERROR: 3", "Yes", false, "+CME ERROR: 3"},
+        {"bare error", true, "ERROR", "Yes", false, "ERROR"},
+        {"vendor error judged earlier", true, "+CMS ERROR:500", "Yes", false, "+CMS ERROR:500"},
+        {"no answer", true, "NONE_ERROR", "Yes", true, "No answer from the modem"},
+        {"no answer from an unproven device", true, "NONE_ERROR", "Not Detected", true,
+         "No answer from the modem"},
+        {"refused last part after an unanswered one", true, "+CMS ERROR: 38", "Yes", true, "+CMS ERROR: 38"},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(submissionStatus(c.completed, c.recorded, c.capability), c.expected) << c.name;
+        EXPECT_EQ(submissionStatus(c.completed, c.recorded, c.capability, c.unanswered), c.expected)
+            << c.name;
+}
+
+TEST(ModemAnswers, MessageReferenceOnlyFromTheSubmissionAnswer) {
+    const struct {
+        QString answer;
+        std::optional<int> reference;
+    } cases[] = {
+        {"+CMGS: 17\r\n\r\nOK", 17},
+        {"AT+CMGS=23\r\r\n> \r\n+CMGS: 0\r\nOK", 0},        // echo and prompt before it
+        {"+CMGS: 255,\"26/11/23,12:00:00+00\"\r\nOK", 255}, // phase 2+: the service centre's time
+        {"OK", std::nullopt},
+        {"+CMGS:\r\nOK", std::nullopt},
+        {"+CMGL: 3\r\nOK", std::nullopt},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(messageReference(c.answer), c.reference) << c.answer.toStdString();
 }
 
 TEST(ModemAnswers, CommandsBuiltFromSettings) {
