@@ -11,6 +11,10 @@
 #include "core/TextUtils.h"
 #include "core/WorkerThread.h"
 
+#include <atomic>
+#include <memory>
+#include <vector>
+
 using namespace std::chrono_literals;
 
 void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
@@ -64,15 +68,22 @@ QString Gsm_Bulk_Sms_Wnd::describeDevice(const QString& path) const {
 }
 
 QList<bool> Gsm_Bulk_Sms_Wnd::testPorts(const QStringList& paths) {
-    // Each check talks to a modem for a second or more: on a worker, while this thread keeps
-    // its events flowing (the window repaints and shows its please-wait text).
+    // Each check talks to a modem for a second or more: the ports are checked side by side,
+    // each through a session of its own, while this thread keeps its events flowing (the
+    // window repaints and shows its please-wait text).
     QList<bool> works(paths.size(), false);
-    WorkerThread checker(QStringLiteral("port-check"));
-    checker.start([&](std::stop_token) {
-        for (qsizetype i = 0; i < paths.size(); ++i)
+    std::atomic<qsizetype> next{0};
+    const auto checkWhileAny = [&](std::stop_token) {
+        for (qsizetype i = next++; i < paths.size(); i = next++)
             works[i] = testPort(paths.at(i));
-    });
-    checker.join();
+    };
+    std::vector<std::unique_ptr<WorkerThread>> checkers;
+    for (qsizetype w = 0; w < std::min<qsizetype>(paths.size(), kParallelPortChecks); ++w) {
+        checkers.push_back(std::make_unique<WorkerThread>(QStringLiteral("port-check")));
+        checkers.back()->start(checkWhileAny);
+    }
+    for (const auto& checker : checkers)
+        checker->join();
     for (qsizetype i = 0; i < paths.size(); ++i)
         if (works.at(i))
             m_sendingPorts.append(paths.at(i));
@@ -80,21 +91,17 @@ QList<bool> Gsm_Bulk_Sms_Wnd::testPorts(const QStringList& paths) {
 }
 
 bool Gsm_Bulk_Sms_Wnd::testPort(const QString& path) {
-    bool works = false;
-    const int lineFd = mfc_sms_obj.OpenSerialPort(path);
-    if (lineFd != -1) {
-        mfc_sms_obj.CloseSerialPort(lineFd);
-        int fd = -1;
-        if (mfc_sms_obj.port() == nullptr || !mfc_sms_obj.port()->isOpen()) {
-            mfc_sms_obj.initPort_with_decp(path, fd);
-            if (mfc_sms_obj.port() != nullptr)
-                mfc_sms_obj.port()->setReadTimeout(1.0);
-        } else {
-            fd = mfc_sms_obj.port()->fileDescriptor();
-        }
-        works = fd >= 0 && mfc_sms_obj.Check_Connection(fd);
-    }
-    mfc_sms_obj.closePort();
+    MFCSMS session;
+    const int lineFd = session.OpenSerialPort(path);
+    if (lineFd == -1)
+        return false;
+    session.CloseSerialPort(lineFd);
+    int fd = -1;
+    session.initPort_with_decp(path, fd);
+    if (session.port() != nullptr)
+        session.port()->setReadTimeout(1.0);
+    const bool works = fd >= 0 && session.Check_Connection(fd);
+    session.closePort();
     return works;
 }
 

@@ -14,7 +14,6 @@ Gsm_Bulk_Sms_Wnd::Gsm_Bulk_Sms_Wnd(Operator& op, QObject* parent) : BulkSmsWindo
     };
     for (MFCSMS* session : mfc_sms_obj_arr)
         session->setDefaultSmscLookup(defaultSmsc);
-    mfc_sms_obj.setDefaultSmscLookup(defaultSmsc);
 }
 
 Gsm_Bulk_Sms_Wnd::~Gsm_Bulk_Sms_Wnd() {

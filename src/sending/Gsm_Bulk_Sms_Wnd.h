@@ -42,11 +42,11 @@ private:
     // Checks the ports on a worker (this thread's events keep flowing); the working ones
     // become the sending ports. One result per path.
     QList<bool> testPorts(const QStringList& paths);
-    bool testPort(const QString& path);
+    static bool testPort(const QString& path); // through a session of its own
+    static constexpr int kParallelPortChecks = 8;
     QString describeDevice(const QString& path) const;
     void setPleaseWait(bool shown);
 
-    MFCSMS mfc_sms_obj; // the window's own session, for verifying ports
     std::unique_ptr<SMS_Sending> m_job;
     QStringList m_sendingPorts;
     QString m_sendingPortChoice;
