@@ -84,6 +84,11 @@ QStringList extraModemPorts() {
     return paths;
 }
 
+QString portName(const QString& path) {
+    const QString devices = QStringLiteral("/dev/");
+    return path.startsWith(devices) ? path.mid(devices.size()) : path.section(QLatin1Char('/'), -1);
+}
+
 bool lacksPermission(const QString& path) {
     return ::access(QFile::encodeName(path).constData(), R_OK | W_OK) != 0 && errno == EACCES;
 }

@@ -23,6 +23,9 @@ QStringList modemPortsAmong(const QList<DeviceProperties>& devices);
 // The paths of BULKSMS_EXTRA_MODEMS.
 QStringList extraModemPorts();
 
+// The port's name as a person reads it: the device path below /dev ("ttyUSB0", "pts/3").
+QString portName(const QString& path);
+
 // True when this user may not open the device for reading and writing (on Linux, serial
 // devices belong to the "dialout" group).
 bool lacksPermission(const QString& path);

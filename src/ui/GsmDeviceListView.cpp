@@ -59,6 +59,7 @@ QWidget* GsmDeviceListView::buildDeviceList() {
     auto* model = new RecordTableModel(m_controller.nsPortListData(), this);
     model->setColumnTitle(QStringLiteral("State"), QString());
     model->setColumnTitle(QStringLiteral("COM_PORT"), QStringLiteral("Device"));
+    model->setColumnText(QStringLiteral("COM_PORT"), &GSM_Device_List_Wnd::deviceName);
     model->setCheckColumn(QStringLiteral("State"),
                           [this](int row, bool ticked) { m_controller.setRowTicked(row, ticked); });
     m_list = new QTableView(group);

@@ -29,7 +29,9 @@ QVariant RecordTableModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid() || index.row() >= m_table.size() || index.column() >= columnCount())
         return {};
     const QString key = m_table.columns().at(index.column());
-    const QString value = m_table.at(index.row()).value(key);
+    const auto text = m_texts.constFind(key);
+    const QString value =
+        text != m_texts.cend() ? (*text)(m_table.at(index.row())) : m_table.at(index.row()).value(key);
     if (key == m_checkKey) {
         if (role == Qt::CheckStateRole)
             return value == QLatin1String("1") ? Qt::Checked : Qt::Unchecked;
@@ -45,6 +47,10 @@ QVariant RecordTableModel::data(const QModelIndex& index, int role) const {
     case Qt::ToolTipRole: return value.isEmpty() ? QVariant() : QVariant(value);
     default: return {};
     }
+}
+
+void RecordTableModel::setColumnText(const QString& key, std::function<QString(const Record&)> text) {
+    m_texts.insert(key, text);
 }
 
 void RecordTableModel::setCheckColumn(const QString& key, std::function<void(int, bool)> onToggle) {

@@ -71,6 +71,13 @@ TEST(ModemDiscovery, ExtraPathsFollowTheRegistryOnce) {
     qunsetenv("BULKSMS_EXTRA_MODEMS");
 }
 
+TEST(ModemDiscovery, PortNamesArePathsBelowDev) {
+    EXPECT_EQ(ModemDiscovery::portName("/dev/ttyUSB0"), "ttyUSB0");
+    EXPECT_EQ(ModemDiscovery::portName("/dev/pts/3"), "pts/3");
+    EXPECT_EQ(ModemDiscovery::portName("/dev/serial/by-id/usb-Huawei-if00"), "serial/by-id/usb-Huawei-if00");
+    EXPECT_EQ(ModemDiscovery::portName("/tmp/modem"), "modem");
+}
+
 TEST(ModemDiscovery, DevicesTheUserMayNotOpenAreNamedInOneMessage) {
     EXPECT_TRUE(ModemDiscovery::noPermissionMessage({}).isEmpty());
     EXPECT_EQ(ModemDiscovery::noPermissionMessage({"/dev/ttyUSB0", "/dev/ttyACM1"}),

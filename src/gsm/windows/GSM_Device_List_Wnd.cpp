@@ -39,6 +39,12 @@ void GSM_Device_List_Wnd::waitForWorkers() { m_worker.join(); }
 
 // ---- records ----
 
+QString GSM_Device_List_Wnd::deviceName(const Record& record) {
+    const QString model = record.value(QStringLiteral("Model")).trimmed();
+    const QString port = record.value(QStringLiteral("COM_PORT"));
+    return model.isEmpty() ? port : QStringLiteral("%1 on %2").arg(model, port);
+}
+
 int GSM_Device_List_Wnd::rowOf(const QString& path) const {
     for (int row = 0; row < m_ports.size(); ++row)
         if (m_ports.at(row).value(kPath) == path)

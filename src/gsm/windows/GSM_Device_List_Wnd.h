@@ -54,6 +54,10 @@ public:
     // and ends the window with 1 when one was accepted.
     void Multi_Phone_Selected_Func();
 
+    // How a person reads a device: its model and port ("E173 on ttyUSB0"), the port alone
+    // until the model is known.
+    static QString deviceName(const Record& record);
+
     // --- Record access by device path.
     int rowOf(const QString& path) const;
     QString Get_Sel_Port_Details(const QString& path, const QString& key) const;

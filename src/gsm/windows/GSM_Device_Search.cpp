@@ -6,7 +6,6 @@
 #include "core/Log.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
-#include "core/TextUtils.h"
 #include "core/WorkerThread.h"
 #include "gsm/ModemDiscovery.h"
 #include "gsm/ModemProbe.h"
@@ -110,7 +109,7 @@ bool GSM_Device_List_Wnd::claimDeviceRow(int index, const QString& path, const Q
     while (row < m_ports.size() && m_discoveryIndex.value(m_ports.at(row).value(kPath), -1) < index)
         ++row;
     m_discoveryIndex.insert(path, index);
-    const QString name = Trim_Str(Read_Str_FromIndex(path, 8));
+    const QString name = ModemDiscovery::portName(path);
     m_ports.insert(
         row, Record{{"State", "0"}, {"COM_PORT", name}, {kPath, path}, {"PORT_STATUS", ""}, {"IMEI", imei}});
     return true;
@@ -140,7 +139,7 @@ bool GSM_Device_List_Wnd::probeDevice(int index, const QString& path) {
     Show_NSLog_Message(QStringLiteral("Modem found with BSD path: %1\n").arg(path));
     s.sms_capblts = QStringLiteral("Yes");
     s.use_cus_smsc = QStringLiteral("N");
-    s.Com_Port = Trim_Str(Read_Str_FromIndex(path, 8));
+    s.Com_Port = ModemDiscovery::portName(path);
     s.Port_Det = path;
     Read_Ph_Values_NEW(s, fd);
     switch (s.PDU_or_Text_SMS(fd)) {

@@ -83,7 +83,8 @@ TEST_F(DeviceWindowTest, TwoModemsAreFoundInOrderWithTheirDetails) {
     ASSERT_EQ(window.nsPortListData().size(), 2);
     const Record first = record(0);
     EXPECT_EQ(first.value("PORT_DETAL"), paths().at(0));
-    EXPECT_EQ(first.value("COM_PORT"), paths().at(0).mid(8));
+    EXPECT_EQ(first.value("COM_PORT"), paths().at(0).mid(5)); // "pts/N": the path below /dev
+    EXPECT_EQ(GSM_Device_List_Wnd::deviceName(first), "VM-100 on " + paths().at(0).mid(5));
     EXPECT_EQ(first.value("Manufacture"), "Alpha");
     EXPECT_EQ(first.value("IMEI"), "111111111111111");
     EXPECT_EQ(first.value("SMSMode"), "PDU Mode");
@@ -203,10 +204,10 @@ TEST_F(SelectionTest, NothingTickedOrNothingListed) {
 TEST_F(SelectionTest, ShownDeviceGetsDetailsModesAndAValidatedCustomSmsc) {
     window.showDevice(1);
     ASSERT_TRUE(spinUntil([&] { return !window.progressSheetShown() && !window.detailsText().isEmpty(); }));
-    EXPECT_TRUE(window.detailsText().startsWith("COM Port : " + paths().at(1).mid(8) +
+    EXPECT_TRUE(window.detailsText().startsWith("COM Port : " + paths().at(1).mid(5) +
                                                 "\r\nManufacturer : Flaky\r\n"));
     EXPECT_TRUE(window.detailsText().contains("Supported SMS Mode : PDU Mode & Text Mode\r\n"));
-    EXPECT_EQ(window.heading(), "SMS settings of Flaky VM-100 at " + paths().at(1).mid(8));
+    EXPECT_EQ(window.heading(), "SMS settings of Flaky VM-100 at " + paths().at(1).mid(5));
 
     window.Text_Mode_Radio();
     EXPECT_EQ(record(1).value("SMSMode"), "Text Mode");
