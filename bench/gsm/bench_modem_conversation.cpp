@@ -108,7 +108,7 @@ protected:
         QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
             if (tick)
                 tick();
-            if (job->statusLine() == kFinish && !job->running())
+            if (job->finished() && !job->running())
                 loop.quit();
         });
         poll.start(5);
@@ -117,9 +117,10 @@ protected:
     }
 };
 
-// Send pressed with one recipient per modem: when the network first hears of a message.
-void firstMessage(int modemCount) {
-    Modems modems = startModems(modemCount, 0);
+// Send pressed with the recipients spread over the modems: when the network first hears of a
+// message, and when the run is over. Prints the line's start; the caller adds its goal.
+void sendRun(int modemCount, int recipients, int networkDelayMs, double& first, double& last, double& whole) {
+    Modems modems = startModems(modemCount, networkDelayMs);
     if (modems.empty())
         return;
     SendingOperator op;
@@ -137,35 +138,37 @@ void firstMessage(int modemCount) {
     }
     window.applyDeviceSelection();
     RecordList rows;
-    for (int i = 0; i < modemCount; ++i)
+    for (int i = 0; i < recipients; ++i)
         rows << Record{{"Number", QStringLiteral("+4477%1").arg(i, 8, 10, QLatin1Char('0'))},
                        {"Message", "Bench"}};
     window.list().setRecords(rows);
 
     QElapsedTimer timer;
-    double first = -1;
+    first = -1;
+    last = -1;
     op.tick = [&] {
-        if (first >= 0)
+        if (last >= 0)
             return;
+        qsizetype received = 0;
         for (const auto& modem : modems)
-            if (!modem->received().isEmpty()) {
-                first = timer.nsecsElapsed() / 1e9;
-                return;
-            }
+            received += modem->received().size();
+        if (received > 0 && first < 0)
+            first = timer.nsecsElapsed() / 1e9;
+        if (received >= recipients)
+            last = timer.nsecsElapsed() / 1e9;
     };
     timer.start();
     window.Send_SMS_Btn();
-    const double whole = timer.nsecsElapsed() / 1e9;
+    whole = timer.nsecsElapsed() / 1e9;
     op.tick();
     qsizetype arrived = 0;
     for (const auto& modem : modems)
         arrived += modem->received().size();
-    std::printf("  %d modem%s: first message after %6.2f s (run %6.2f s, %lld of %d arrived)", modemCount,
-                modemCount == 1 ? " " : "s", first, whole, static_cast<long long>(arrived), modemCount);
-    if (modemCount == 8)
-        std::printf("   goal <= 3.0 s: %s", verdict(first >= 0 && first <= 3.0));
-    std::printf("\n");
-    std::fflush(stdout);
+    std::printf("  %d modem%s, %2d recipients, L = %d s: first message after %6.2f s, last after %6.2f s, "
+                "run %6.2f s, "
+                "%lld of %d arrived",
+                modemCount, modemCount == 1 ? " " : "s", recipients, networkDelayMs / 1000, first, last,
+                whole, static_cast<long long>(arrived), recipients);
 }
 
 class SilentOperator : public Operator {
@@ -220,9 +223,15 @@ int main(int argc, char** argv) {
     std::printf("Per message through one modem (%d messages, network delay L):\n", messages);
     for (const int delayMs : {0, 1000, 3000})
         perMessage(delayMs, messages);
-    std::printf("From Send to the first message leaving (sending job, one recipient per modem):\n");
-    firstMessage(1);
-    firstMessage(8);
+    std::printf("From Send (sending job, the recipients spread over the modems):\n");
+    double first = 0, last = 0, whole = 0;
+    sendRun(1, 1, 0, first, last, whole);
+    std::printf("\n");
+    sendRun(8, 8, 0, first, last, whole);
+    std::printf("   goal first <= 3.0 s: %s\n", verdict(first >= 0 && first <= 3.0));
+    sendRun(2, 20, 1000, first, last, whole);
+    std::printf("   goal last <= 30 s: %s\n", verdict(last >= 0 && last <= 30.0));
+    std::fflush(stdout);
     std::printf("Device search:\n");
     search(8);
     std::printf("Whole benchmark: %.1f s\n", all.nsecsElapsed() / 1e9);
