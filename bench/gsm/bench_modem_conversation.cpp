@@ -7,6 +7,7 @@
 //   - the device search over 8 modems (goal: all 8 found within 3 s).
 // Usage: bench_modem_conversation [messages per delay, default 3]
 // BENCH_VERBOSE=1 writes the session log to stderr.
+#include "SendingSetup.h"
 #include "core/AppState.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
@@ -125,23 +126,8 @@ void sendRun(int modemCount, int recipients, int networkDelayMs, double& first, 
         return;
     SendingOperator op;
     Gsm_Bulk_Sms_Wnd window(op);
-    clearDeviceSelection();
-    for (const auto& modem : modems) {
-        const QString path = modem->devicePath();
-        port_val_str_array << path;
-        port_det_str_array << Record{{"PORT_DETAL", path},  {"COM_PORT", path.mid(8)},
-                                     {"Model", "VM"},       {"SMSMode", "PDU Mode"},
-                                     {"UseCusSMSC", "N"},   {"DefSMSC", "+447700900123"},
-                                     {"SMS_CAPABLE", "Yes"}};
-        sel_port_bsd_str = path;
-        sel_port_name_str = path.mid(8);
-    }
-    window.applyDeviceSelection();
-    RecordList rows;
-    for (int i = 0; i < recipients; ++i)
-        rows << Record{{"Number", QStringLiteral("+4477%1").arg(i, 8, 10, QLatin1Char('0'))},
-                       {"Message", "Bench"}};
-    window.list().setRecords(rows);
+    selectVirtualModems(window, modems);
+    fillRecipients(window, recipients);
 
     QElapsedTimer timer;
     first = -1;

@@ -1,6 +1,7 @@
 // A whole sending run: N recipients over 8 virtual modems, the clock shrunk so that the
 // prescribed waits (rests, read time-outs) cost next to nothing. Prints items per second and
 // the time per item for growing N: the product's own cost per item must stay flat.
+#include "SendingSetup.h"
 #include "core/AppState.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
@@ -48,23 +49,8 @@ protected:
 double run(int recipients, std::vector<std::unique_ptr<sim::VirtualModem>>& modems) {
     BenchOperator op;
     Gsm_Bulk_Sms_Wnd window(op);
-    clearDeviceSelection();
-    for (const auto& modem : modems) {
-        const QString path = modem->devicePath();
-        port_val_str_array << path;
-        port_det_str_array << Record{{"PORT_DETAL", path},  {"COM_PORT", path.mid(8)},
-                                     {"Model", "VM"},       {"SMSMode", "PDU Mode"},
-                                     {"UseCusSMSC", "N"},   {"DefSMSC", "+447700900123"},
-                                     {"SMS_CAPABLE", "Yes"}};
-        sel_port_bsd_str = path;
-        sel_port_name_str = path.mid(8);
-    }
-    window.applyDeviceSelection();
-    RecordList rows;
-    for (int i = 0; i < recipients; ++i)
-        rows << Record{{"Number", QStringLiteral("+4477%1").arg(i, 8, 10, QLatin1Char('0'))},
-                       {"Message", "Bench"}};
-    window.list().setRecords(rows);
+    selectVirtualModems(window, modems);
+    fillRecipients(window, recipients);
     QElapsedTimer timer;
     timer.start();
     window.Send_SMS_Btn();

@@ -1,0 +1,33 @@
+#pragma once
+// What the sending benchmarks do before pressing Send: the virtual modems selected as the
+// device window would select them, and a list of numbered recipients.
+#include "core/AppState.h"
+#include "sending/Gsm_Bulk_Sms_Wnd.h"
+#include "sim/VirtualModem.h"
+
+#include <memory>
+#include <vector>
+
+inline void selectVirtualModems(Gsm_Bulk_Sms_Wnd& window,
+                                const std::vector<std::unique_ptr<sim::VirtualModem>>& modems) {
+    clearDeviceSelection();
+    for (const auto& modem : modems) {
+        const QString path = modem->devicePath();
+        port_val_str_array << path;
+        port_det_str_array << Record{{"PORT_DETAL", path},  {"COM_PORT", path.mid(5)},
+                                     {"Model", "VM"},       {"SMSMode", "PDU Mode"},
+                                     {"UseCusSMSC", "N"},   {"DefSMSC", "+447700900123"},
+                                     {"SMS_CAPABLE", "Yes"}};
+        sel_port_bsd_str = path;
+        sel_port_name_str = path.mid(5);
+    }
+    window.applyDeviceSelection();
+}
+
+inline void fillRecipients(Gsm_Bulk_Sms_Wnd& window, int recipients) {
+    RecordList rows;
+    for (int i = 0; i < recipients; ++i)
+        rows << Record{{"Number", QStringLiteral("+4477%1").arg(i, 8, 10, QLatin1Char('0'))},
+                       {"Message", "Bench"}};
+    window.list().setRecords(rows);
+}
