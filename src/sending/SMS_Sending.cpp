@@ -123,7 +123,11 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
         const std::stop_token stop = m_stop.get_token();
         spawn(QStringLiteral("sms-load"),
               [this, rows, selectedPath, stop] { Load_Thread(rows, selectedPath, stop); });
-        Clock::sleep(1s);
+        // The prescribed second before the job shows: the window keeps repainting meanwhile,
+        // and the loader's first rows may already reach the table.
+        const auto shown = std::chrono::steady_clock::now() + Clock::scaled(1s);
+        waitKeepingEventsFlowing(
+            [&] { return stop.stop_requested() || std::chrono::steady_clock::now() >= shown; });
         if (stop.stop_requested())
             return;
         m_op.runModal(*this);

@@ -2,6 +2,7 @@
 // device records, the settings and the selection with its checks and questions.
 #include "gsm/windows/GSM_Device_List_Wnd.h"
 
+#include "MainThreadWatchdog.h"
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
 #include "core/AppState.h"
@@ -247,23 +248,6 @@ TEST_F(SelectionTest, AShownDeviceCanBeSelectedAfterwards) {
 } // namespace
 
 namespace {
-
-// Measures the longest time the main thread went without turning its events.
-class MainThreadWatchdog {
-public:
-    MainThreadWatchdog() {
-        m_sinceLast.start();
-        QObject::connect(&m_timer, &QTimer::timeout,
-                         [this] { m_longest = std::max(m_longest, m_sinceLast.restart()); });
-        m_timer.start(5);
-    }
-    qint64 longestGapMs() const { return std::max(m_longest, m_sinceLast.elapsed()); }
-
-private:
-    QTimer m_timer;
-    QElapsedTimer m_sinceLast;
-    qint64 m_longest = 0;
-};
 
 TEST_F(DeviceWindowTest, EightModemsAreSearchedAndSelectedWhileTheWindowStaysResponsive) {
     for (int i = 0; i < 8; ++i)
