@@ -258,10 +258,12 @@ CommandResult ModemCommands::messaging(const AtCommand& command, const ModemBeha
     if (name == u"+CSCS") {
         if (kind == Kind::Read)
             return ok({QStringLiteral("+CSCS: \"%1\"").arg(m_settings.cscs)});
+        const QStringList offered =
+            behaviour.characterSets.isEmpty() ? TextCharset::supported() : behaviour.characterSets;
         if (kind == Kind::Test)
-            return ok({QStringLiteral("+CSCS: (\"%1\")")
-                           .arg(TextCharset::supported().join(QStringLiteral("\",\"")))});
-        if (kind == Kind::Set && TextCharset::isSupported(command.value(0))) {
+            return ok({QStringLiteral("+CSCS: (\"%1\")").arg(offered.join(QStringLiteral("\",\"")))});
+        if (kind == Kind::Set && offered.contains(command.value(0).toUpper()) &&
+            TextCharset::isSupported(command.value(0))) {
             m_settings.cscs = command.value(0).toUpper();
             return ok();
         }

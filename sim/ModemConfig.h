@@ -31,6 +31,8 @@ struct ModemBehaviour {
     int unplugAfterParts = -1;                 // close the line after this many accepted parts (-1 never)
     bool echoOnly = false;                     // echoes what it hears (when echo is on), answers nothing
     QMap<QString, QByteArray> scriptedAnswers; // command line as typed -> exact bytes sent instead
+    QMap<int, int> cmsErrorForSubmission;      // n-th submitted message or part (from 1) -> "+CMS ERROR: n"
+    QStringList characterSets;                 // "AT+CSCS=?" offers these (empty: every set it knows)
 
     // Timing of the answers, as a real modem's processing adds it.
     // Every answer (not the echo) leaves this long after its command, through Clock (scaled).

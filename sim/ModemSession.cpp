@@ -202,7 +202,9 @@ void ModemSession::sendNetworkAnswer(const QStringList& information, const QStri
     m_lateAnswer += framed(final);
 }
 
-int ModemSession::refusalFor(const QString& number, const ModemBehaviour& behaviour) const {
+int ModemSession::refusalFor(const QString& number, const ModemBehaviour& behaviour) {
+    if (const int code = behaviour.cmsErrorForSubmission.value(++m_submissions))
+        return code;
     const QString bare = number.startsWith(u'+') ? number.mid(1) : number;
     for (const QString& candidate : {number, bare, QStringLiteral("+") + bare})
         if (behaviour.cmsErrorForNumber.contains(candidate))

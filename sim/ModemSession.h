@@ -56,7 +56,8 @@ private:
     // command line under lateCmgsAnswers.
     void sendNetworkAnswer(const QStringList& information, const QString& final,
                            const ModemBehaviour& behaviour);
-    int refusalFor(const QString& number, const ModemBehaviour& behaviour) const;
+    // The "+CMS ERROR" code a submission gets (0: accepted); counts the submission.
+    int refusalFor(const QString& number, const ModemBehaviour& behaviour);
 
     ModemIdentity m_identity;
     std::function<ModemBehaviour()> m_behaviour;
@@ -73,6 +74,7 @@ private:
     QString m_textNumber;
     int m_messageReference = 0;
     int m_acceptedParts = 0;
+    int m_submissions = 0;   // messages and parts handed over, refused or not
     QByteArray m_lateAnswer; // a held network answer (lateCmgsAnswers)
 };
 

@@ -1,5 +1,7 @@
 #include "SimOptions.h"
 
+#include "TextCharset.h"
+
 #include <QCommandLineParser>
 
 namespace sim::SimOptionsParser {
@@ -32,6 +34,8 @@ struct Flags {
     QCommandLineOption unplugAfterParts{"unplug-after-parts", "Close the line after N accepted parts.", "N"};
     QCommandLineOption log{"log", "Append one JSON line per received message to FILE.", "FILE"};
     QCommandLineOption count{"count", "Serve N modems at once (one path printed per line).", "N"};
+    QCommandLineOption charsets{"charsets", "Character sets AT+CSCS=? offers, e.g. GSM,UCS2 (default: all).",
+                                "SET,..."};
     QCommandLineOption help{QStringList{"h", "help"}, "Show this help."};
 
     QList<QCommandLineOption> all() const {
@@ -40,7 +44,8 @@ struct Flags {
                 signal,       modes,    noEcho,           bursts,
                 networkDelay, cmsError, cmgsTestError,    undefinedIdentity,
                 silent,       echoOnly, unplugAfterParts, log,
-                count,        latency,  lateAnswers,      help};
+                count,        latency,  lateAnswers,      charsets,
+                help};
     }
 };
 
@@ -135,6 +140,16 @@ SimOptions parse(const QStringList& arguments) {
             b.modes = ModemBehaviour::Modes::Both;
         else
             options.error = QStringLiteral("--modes is pdu, text or both, not \"%1\"").arg(m);
+    }
+    if (parser.isSet(flags.charsets)) {
+        for (const QString& set : parser.value(flags.charsets).split(u',', Qt::SkipEmptyParts)) {
+            if (!TextCharset::isSupported(set.trimmed())) {
+                options.error = QStringLiteral("--charsets knows %1, not \"%2\"")
+                                    .arg(TextCharset::supported().join(u','), set);
+                break;
+            }
+            b.characterSets << set.trimmed().toUpper();
+        }
     }
     for (const QString& rule : parser.values(flags.cmsError)) {
         const qsizetype eq = rule.lastIndexOf(u'=');

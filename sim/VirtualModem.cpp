@@ -43,6 +43,9 @@ template <typename Container> Container unshared(Container copy) {
 ModemBehaviour unshared(ModemBehaviour copy) {
     copy.cmsErrorForNumber.detach();
     copy.scriptedAnswers.detach();
+    copy.cmsErrorForSubmission.detach();
+    copy.characterSets.detach();
+    copy.unsolicited.detach();
     return copy;
 }
 

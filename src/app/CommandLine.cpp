@@ -13,6 +13,7 @@
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 #include "sending/SMS_Sending.h"
 #include "text/NumberRules.h"
+#include "text/SmsParts.h"
 
 #include <QCommandLineParser>
 #include <QFile>
@@ -111,6 +112,9 @@ int runSend(const QStringList& arguments) {
         QStringLiteral("path"));
     const QCommandLineOption unicode(QStringLiteral("unicode"), QStringLiteral("Send as Unicode."));
     const QCommandLineOption flash(QStringLiteral("flash"), QStringLiteral("Send as a flash message."));
+    const QCommandLineOption plainPunctuation(
+        QStringLiteral("plain-punctuation"),
+        QStringLiteral("Replace typographic quotes and dashes by plain ones (keeps texts in 7-bit)."));
     const QCommandLineOption skip(QStringLiteral("skip-duplicates"), QStringLiteral("Send a number once."));
     const QCommandLineOption exclusion(QStringLiteral("exclusion"),
                                        QStringLiteral("Leave out the applied exclusion lists' numbers."));
@@ -127,10 +131,10 @@ int runSend(const QStringList& arguments) {
     const QCommandLineOption yes(QStringLiteral("yes"), QStringLiteral("Answer Yes to every question."));
     const QCommandLineOption dryRun(QStringLiteral("dry-run"),
                                     QStringLiteral("Print the final list without opening any device."));
-    parser.addOptions({to,           numbersFile, sheet,       header,   numberColumn, messageColumn,
-                       templateText, message,     messageFile, device,   unicode,      flash,
-                       skip,         exclusion,   pauseEvery,  pauseFor, saveSent,     saveTemplates,
-                       yes,          dryRun});
+    parser.addOptions({to,           numbersFile, sheet,           header,   numberColumn, messageColumn,
+                       templateText, message,     messageFile,     device,   unicode,      flash,
+                       skip,         exclusion,   pauseEvery,      pauseFor, saveSent,     saveTemplates,
+                       yes,          dryRun,      plainPunctuation});
     parser.process(arguments.mid(1));
 
     QString text = parser.value(message);
@@ -180,6 +184,7 @@ int runSend(const QStringList& arguments) {
         return 2;
     }
     gsm.setUnicode(parser.isSet(unicode));
+    gsm.setPlainPunctuation(parser.isSet(plainPunctuation));
     gsm.setMessageTypeIndex(
         parser.isSet(flash) ? int(BulkSmsWindow::messageTypes().indexOf(QStringLiteral("Notification"))) : 1);
     gsm.setSkipDuplicates(parser.isSet(skip));
@@ -194,6 +199,7 @@ int runSend(const QStringList& arguments) {
 
     if (parser.isSet(dryRun)) {
         QSet<QString> seen;
+        int messages = 0, parts = 0, unicodeMessages = 0;
         for (const Record& r : gsm.list().records()) {
             const QString number = r.value(QStringLiteral("Number"));
             QString fate = QStringLiteral("send");
@@ -203,7 +209,19 @@ int runSend(const QStringList& arguments) {
                 fate = QStringLiteral("skipped");
             seen.insert(number);
             out(QStringLiteral("%1\t%2\t%3").arg(number, fate, r.value(QStringLiteral("Message"))));
+            if (fate != QLatin1String("send"))
+                continue;
+            const SmsParts::Cost cost =
+                SmsParts::costOf(gsm.textAsSent(r.value(QStringLiteral("Message"))), gsm.unicode());
+            ++messages;
+            parts += cost.parts;
+            unicodeMessages += cost.coding == SmsCoding::Ucs2;
         }
+        // The list stays alone on standard output, for scripts; the cost goes beside it.
+        err(QStringLiteral("%1 messages to send in %2 SMS parts (%3 as Unicode).")
+                .arg(messages)
+                .arg(parts)
+                .arg(unicodeMessages));
         return 0;
     }
 
@@ -260,6 +278,8 @@ int runSend(const QStringList& arguments) {
         sent += ok;
         out(QStringLiteral("%1\t%2\t%3").arg(item.number, item.usePort, item.status));
     }
+    if (!gsm.sendingJob().unicodeSummary().isEmpty())
+        out(gsm.sendingJob().unicodeSummary());
     out(QStringLiteral("%1 of %2 recipients sent.").arg(sent).arg(items.size()));
     return !items.isEmpty() && sent == items.size() ? 0 : 1;
 }

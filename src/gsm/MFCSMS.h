@@ -121,10 +121,12 @@ private:
     void waitForAnswer();
     void clearPendingPrompt(int fd);
     void dropStaleInput(int fd);
-    bool sendOneMessage(Exchange& exchange, const QString& cmgsCommand, const QString& body, bool lastPart);
-    void collectAnswer(Exchange& exchange, bool lastPart);
-    bool sendLongPdu(Exchange& exchange, const QString& message, bool unicode);
-    bool sendTextPieces(Exchange& exchange, const QString& message, bool unicode, bool hexBody);
+    bool sendOneMessage(Exchange& exchange, const QString& cmgsCommand, const QString& body);
+    void collectAnswer(Exchange& exchange);
+    // Sends the bodies as parts 1..n, each after its own "AT+CMGS" command, resting between
+    // them; ends at the first part the network did not accept, and at a Stop between parts.
+    // False when writing to the port failed.
+    bool sendParts(Exchange& exchange, const QStringList& bodies, const std::function<QString(int)>& cmgsFor);
 
     std::unique_ptr<AMSerialPort> m_port;
     QString m_sLastResponse;

@@ -2,13 +2,16 @@
 // single or long, run "AT+CMGS" for every part, wait for and judge the modem's answer.
 #include "MFCSMS.h"
 
+#include "ConcatenationReferences.h"
 #include "ModemAnswers.h"
 #include "PDU.h"
+#include "TextModeCharset.h"
 #include "core/Clock.h"
 #include "core/Guard.h"
 #include "core/Log.h"
 #include "core/TextUtils.h"
 #include "text/GsmAlphabet.h"
+#include "text/SmsParts.h"
 
 namespace {
 
@@ -17,9 +20,9 @@ const QString kPrompt = QStringLiteral(">\r\n");
 // Ctrl-Z ends a message body; it goes as a command of its own.
 const QString kCtrlZ = QStringLiteral("\x1A\r\n");
 
-constexpr int kSingle7BitCharacters = 160;
-constexpr int kSingleUcs2Characters = 70;
 constexpr int kSingleTpduOctets = 154;
+// Text mode has no concatenation: a long text goes as separate messages of at most this many
+// characters (and never more septets than one message holds).
 constexpr int kTextPiece7Bit = 150;
 constexpr int kTextPieceUcs2 = 64;
 
@@ -41,10 +44,9 @@ void logPartHeader(int part, int total) {
     Show_NSLog_Message(QStringLiteral("\n------ %1 / %2 of message ------\n").arg(part).arg(total));
 }
 
-// Single when the text is short enough and its TPDU fits one message.
-bool fitsSingleMessage(const QString& single, const QString& message, bool unicode) {
-    const int limit = unicode ? kSingleUcs2Characters : kSingle7BitCharacters;
-    return message.size() <= limit && PDU::actualPduLength(single) <= kSingleTpduOctets;
+// Single when the text fits one message and its TPDU stays within what the modem takes.
+bool fitsSingleMessage(const QString& single, const QString& message, SmsCoding coding) {
+    return SmsParts::fitsSingle(message, coding) && PDU::actualPduLength(single) <= kSingleTpduOctets;
 }
 
 } // namespace
@@ -65,12 +67,22 @@ struct MFCSMS::Exchange {
     Kind kind{};
     PDU encoder;
     QString promptLine;
-    QString recorded = ModemAnswers::kStatusNoError;
-    QList<int> references;   // "+CMGS: <mr>" of every part the network accepted
-    bool unanswered = false; // a part got neither a reference nor a refusal
+    QList<int> references; // "+CMGS: <mr>" of every part the network accepted
+    int part = 0, total = 1;
+    QString failure;      // why the current part was not accepted ("" while all went well)
+    bool stopped = false; // the run's Stop came between two parts
+
+    // The status the submission ends with, once its dialogue ran to its end.
+    QString status(const QString& sms_det) const {
+        if (!failure.isEmpty())
+            return total > 1 ? ModemAnswers::partFailureStatus(part, total, failure) : failure;
+        if (stopped)
+            return ModemAnswers::stoppedBetweenPartsStatus(part, total);
+        return ModemAnswers::submissionStatus(true, ModemAnswers::kStatusNoError, sms_det);
+    }
 };
 
-bool MFCSMS::sendOneMessage(Exchange& ex, const QString& cmgsCommand, const QString& body, bool lastPart) {
+bool MFCSMS::sendOneMessage(Exchange& ex, const QString& cmgsCommand, const QString& body) {
     // The format is checked before every message: another caller may have switched it.
     const SmsFormat selected = Get_Selected_CMGF_Mode(ex.fd);
     if (ex.pduMode && selected == SmsFormat::Text)
@@ -85,11 +97,11 @@ bool MFCSMS::sendOneMessage(Exchange& ex, const QString& cmgsCommand, const QStr
     if (!Write_Command(ex.fd, body) || !Write_Command(ex.fd, kCtrlZ))
         return false;
     waitForAnswer();
-    collectAnswer(ex, lastPart);
+    collectAnswer(ex);
     return true;
 }
 
-void MFCSMS::collectAnswer(Exchange& ex, bool lastPart) {
+void MFCSMS::collectAnswer(Exchange& ex) {
     QString error;
     const bool answeredOk = Read_Command(ex.fd, kOk);
     // Sent means the network took it: "+CMGS: <reference>" and then "OK", nothing less.
@@ -105,46 +117,32 @@ void MFCSMS::collectAnswer(Exchange& ex, bool lastPart) {
         if (answer.isEmpty())
             answer = ex.promptLine;
         error = Trim_Str(Get_SMS_Error(answer));
-        if (!error.isEmpty() && lastPart)
-            ex.recorded = error;
     }
     if (reference)
         ex.references << *reference;
-    else if (error.isEmpty())
-        ex.unanswered = true;
+    else
+        ex.failure = ModemAnswers::isRefusal(error) ? error : ModemAnswers::kStatusNoAnswer;
     Show_NSLog_Message(QLatin1String(ex.kind.responsePrefix) + QStringLiteral("{%1} :: ").arg(ex.fd) +
                        (error.isEmpty() ? m_sLastResponse : error));
 }
 
-bool MFCSMS::sendLongPdu(Exchange& ex, const QString& message, bool unicode) {
-    const int total = PDU::partCount(message, unicode);
-    for (int part = 1; part <= total && !ex.stopRequested(); ++part) {
-        logPartHeader(part, total);
-        const QString pdu =
-            ex.encoder.Encode_UDH_PDU(message, ex.number, ex.smsc, 0, true, ex.flash, total, part, unicode);
-        if (pdu.isEmpty())
-            return false;
-        const QString cmgs = QStringLiteral("AT+CMGS=%1\r\n").arg(PDU::actualPduLength(pdu));
-        if (!sendOneMessage(ex, cmgs, pdu, part == total))
-            return false;
-        if (part < total)
+bool MFCSMS::sendParts(Exchange& ex, const QStringList& bodies, const std::function<QString(int)>& cmgsFor) {
+    ex.total = static_cast<int>(bodies.size());
+    for (int part = 1; part <= ex.total; ++part) {
+        if (part > 1) {
             Clock::sleepUnless(kPartRest, [&ex] { return ex.stopRequested(); });
-    }
-    return true;
-}
-
-bool MFCSMS::sendTextPieces(Exchange& ex, const QString& message, bool unicode, bool hexBody) {
-    const int pieceLength = unicode ? kTextPieceUcs2 : kTextPiece7Bit;
-    const int total = static_cast<int>((message.size() + pieceLength - 1) / pieceLength);
-    const QString cmgs = QStringLiteral("AT+CMGS=\"%1\"\r\n").arg(ex.number);
-    for (int piece = 1; piece <= total; ++piece) {
-        if (ex.stopRequested())
-            break;
-        logPartHeader(piece, total);
-        const QString text = message.mid(static_cast<qsizetype>(piece - 1) * pieceLength, pieceLength);
-        if (!sendOneMessage(ex, cmgs, hexBody ? PDU::EncodeUserData_16_bit(text) : text, piece == total))
+            if (ex.stopRequested()) {
+                ex.stopped = true;
+                return true;
+            }
+        }
+        ex.part = part;
+        if (ex.total > 1)
+            logPartHeader(part, ex.total);
+        if (!sendOneMessage(ex, cmgsFor(part), bodies.at(part - 1)))
             return false;
-        Clock::sleepUnless(kPartRest, [&ex] { return ex.stopRequested(); });
+        if (!ex.failure.isEmpty())
+            return true; // the message failed: its later parts would arrive as a fragment
     }
     return true;
 }
@@ -155,34 +153,49 @@ bool MFCSMS::Send_PDU_SMS(int fd, const QString& number, const QString& message,
     return_status = ModemAnswers::kStatusNoError;
     m_lastReferences.clear();
     Exchange ex(fd, true, number, smsc_num, flash_sms, std::move(stop));
+    // A text the GSM alphabet cannot carry goes as UCS2 whatever was asked: sent as 7-bit, its
+    // characters would arrive as others.
+    const SmsCoding coding = SmsParts::codingFor(message, unicode_sms);
+    const bool unicode = coding == SmsCoding::Ucs2;
     // The texts of a long message are built here: a failure to build them ends this
     // submission as a connection error, never as sent.
     bool completed = true;
     const bool ran = Guard::run("Send_PDU_SMS", [&] {
         GET_CSCS_Response(fd);
-        const QString single =
-            ex.encoder.EncodePDU(message, number, smsc_num, 0, true, flash_sms, unicode_sms);
+        const QString single = ex.encoder.EncodePDU(message, number, smsc_num, 0, true, flash_sms, unicode);
+        QStringList pdus;
         if (single.isEmpty()) {
             completed = false;
-        } else if (fitsSingleMessage(single, message, unicode_sms)) {
-            ex.kind = unicode_sms ? kSinglePduUnicode : kSinglePdu;
-            Show_NSLog_Message(QLatin1String(ex.kind.announcement));
-            const QString cmgs = QStringLiteral("AT+CMGS=%1\r\n").arg(PDU::actualPduLength(single));
-            completed = sendOneMessage(ex, cmgs, single, true);
-        } else {
-            ex.kind = unicode_sms ? kLongPduUnicode : kLongPdu;
-            Show_NSLog_Message(QLatin1String(ex.kind.announcement));
-            completed = sendLongPdu(ex, message, unicode_sms);
+            return;
         }
+        if (fitsSingleMessage(single, message, coding)) {
+            ex.kind = unicode ? kSinglePduUnicode : kSinglePdu;
+            pdus << single;
+        } else {
+            ex.kind = unicode ? kLongPduUnicode : kLongPdu;
+            ex.encoder.setConcatenationReference(ConcatenationReferences::next(m_port_name));
+            const int total = PDU::partCount(message, unicode);
+            for (int part = 1; part <= total; ++part)
+                pdus << ex.encoder.Encode_UDH_PDU(message, number, smsc_num, 0, true, flash_sms, total, part,
+                                                  unicode);
+            if (pdus.contains(QString())) {
+                completed = false;
+                return;
+            }
+        }
+        Show_NSLog_Message(QLatin1String(ex.kind.announcement));
+        completed = sendParts(ex, pdus, [&pdus](int part) {
+            return QStringLiteral("AT+CMGS=%1\r\n").arg(PDU::actualPduLength(pdus.at(part - 1)));
+        });
     });
     completed = completed && ran;
     m_lastReferences = ex.references;
-    return_status = ModemAnswers::submissionStatus(completed, ex.recorded, sms_det, ex.unanswered);
+    return_status = completed ? ex.status(sms_det) : ModemAnswers::kStatusConnectionError;
     return completed;
 }
 
 bool MFCSMS::Send_Text_SMS(int fd, const QString& number, const QString& message, const QString& smsc_num,
-                           bool flash_sms, bool unicode_sms, const QString& port_name_str,
+                           bool flash_sms, bool /*unicode_sms*/, const QString& port_name_str,
                            QString& return_status, const QString& sms_det, std::stop_token stop) {
     return_status = ModemAnswers::kStatusNoError;
     m_lastReferences.clear();
@@ -190,40 +203,49 @@ bool MFCSMS::Send_Text_SMS(int fd, const QString& number, const QString& message
     bool completed = true;
     const bool ran = Guard::run("Send_Text_SMS", [&] {
         GET_CSCS_Response(fd);
-        const bool unicode = unicode_sms && Check_UNICODE_Message(message);
+        // The character set comes from what the modem offers and what the text holds; a text
+        // that no offered set carries exactly is refused here, before anything is typed.
+        const std::optional<TextModeCharset> charset =
+            TextModeCharsets::choose(TextModeCharsets::offered(GET_CSCS_SUPPORTEDResponse(fd)), message);
+        if (!charset) {
+            Show_NSLog_Message(QStringLiteral("Text mode cannot carry this text on this modem."));
+            return_status = ModemAnswers::kStatusTextModeCannotCarry;
+            return;
+        }
+        const bool unicode = charset->ucs2Coding();
         SET_Custom_SMSC_Number(smsc_num, fd);
         Set_Text_Mode_SMS_Param(fd, flash_sms, unicode);
-
-        const QString supportedSets = GET_CSCS_SUPPORTEDResponse(fd);
-        const QString characterSet = ModemAnswers::characterSetCommand(supportedSets, unicode);
-        if (!characterSet.isEmpty()) {
-            completed = Write_Command(fd, characterSet);
-            if (completed)
-                Read_Command(fd, kOk);
-        }
-        if (completed) {
+        if (!charset->name().isEmpty()) {
+            completed = Write_Command(fd, QStringLiteral("AT+CSCS=\"%1\"\r\n").arg(charset->name()));
+            if (!completed)
+                return;
+            Read_Command(fd, kOk);
             GET_CSCS_Response(fd);
-            const bool hexBody = unicode && (supportedSets.contains(QLatin1String("UCS2")) ||
-                                             supportedSets.contains(QLatin1String("HEX")));
-            const QString single =
-                ex.encoder.EncodePDU(message, number, smsc_num, 0, true, flash_sms, unicode);
-            if (fitsSingleMessage(single, message, unicode)) {
-                ex.kind = unicode ? kSingleTextUnicode : kSingleText;
-                Show_NSLog_Message(QLatin1String(ex.kind.announcement));
-                completed = sendOneMessage(ex, QStringLiteral("AT+CMGS=\"%1\"\r\n").arg(number),
-                                           hexBody ? PDU::EncodeUserData_16_bit(message) : message, true);
-            } else {
-                ex.kind = unicode ? kLongTextUnicode : kLongText;
-                Show_NSLog_Message(QLatin1String(ex.kind.announcement));
-                completed = sendTextPieces(ex, message, unicode, hexBody);
-            }
-            // A custom service centre lasts for this one message only.
-            if (completed && !smsc_num.isEmpty())
-                GET_And_SET_Cus_SMSC(smsc_num, fd, port_name_str);
         }
+
+        const SmsCoding coding = unicode ? SmsCoding::Ucs2 : SmsCoding::Gsm7;
+        const QStringList pieces =
+            SmsParts::fitsSingle(message, coding)
+                ? QStringList{message}
+                : SmsParts::cut(message, coding, unicode ? kTextPieceUcs2 : SmsParts::kSingleSeptets,
+                                unicode ? INT_MAX : kTextPiece7Bit);
+        if (pieces.size() == 1)
+            ex.kind = unicode ? kSingleTextUnicode : kSingleText;
+        else
+            ex.kind = unicode ? kLongTextUnicode : kLongText;
+        Show_NSLog_Message(QLatin1String(ex.kind.announcement));
+        QStringList bodies;
+        for (const QString& piece : pieces)
+            bodies << charset->body(piece);
+        const QString cmgs = QStringLiteral("AT+CMGS=\"%1\"\r\n").arg(charset->number(number));
+        completed = sendParts(ex, bodies, [&cmgs](int) { return cmgs; });
+        // A custom service centre lasts for this one message only.
+        if (completed && !smsc_num.isEmpty())
+            GET_And_SET_Cus_SMSC(smsc_num, fd, port_name_str);
     });
     completed = completed && ran;
     m_lastReferences = ex.references;
-    return_status = ModemAnswers::submissionStatus(completed, ex.recorded, sms_det, ex.unanswered);
+    if (return_status == ModemAnswers::kStatusNoError)
+        return_status = completed ? ex.status(sms_det) : ModemAnswers::kStatusConnectionError;
     return completed;
 }

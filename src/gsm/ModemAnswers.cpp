@@ -169,13 +169,12 @@ QString textModeParametersCommand(bool flash_sms, bool unicode_sms) {
     return QStringLiteral("AT+CSMP=17,255,0,%1\r\n").arg(dcs);
 }
 
-QString characterSetCommand(const QString& supportedAnswer, bool unicode_sms) {
-    const QString preferred = unicode_sms ? QStringLiteral("UCS2") : QStringLiteral("GSM");
-    const QString fallback = unicode_sms ? QStringLiteral("HEX") : QStringLiteral("IRA");
-    for (const QString& set : {preferred, fallback})
-        if (supportedAnswer.contains(set))
-            return QStringLiteral("AT+CSCS=\"%1\"\r\n").arg(set);
-    return {};
+QString partFailureStatus(int part, int total, const QString& failure) {
+    return QStringLiteral("Part %1 of %2: %3").arg(part).arg(total).arg(failure);
+}
+
+QString stoppedBetweenPartsStatus(int sentParts, int total) {
+    return QStringLiteral("Stopped after part %1 of %2.").arg(sentParts).arg(total);
 }
 
 QString serviceCentreCommand(const QString& number) {

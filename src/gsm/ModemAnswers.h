@@ -46,6 +46,8 @@ bool isRefusal(const QString& status);
 
 inline const QString kStatusSent = QStringLiteral("Message sent successfully.");
 inline const QString kStatusSentToDevice = QStringLiteral("Message sent to device.");
+// True for the two statuses that mean the network took the message.
+inline bool isSent(const QString& status) { return status == kStatusSent || status == kStatusSentToDevice; }
 inline const QString kStatusConnectionError = QStringLiteral("Device Connection Error!");
 inline const QString kStatusNoError = QStringLiteral("NONE_ERROR");
 inline const QString kCapabilityNotDetected = QStringLiteral("Not Detected");
@@ -59,14 +61,22 @@ inline const QString kStatusNoAnswer = QStringLiteral("No answer from the modem"
 QString submissionStatus(bool dialogueCompleted, const QString& recorded, const QString& sms_det,
                          bool unanswered = false);
 
+// A long message whose part was refused or not answered: "Part 2 of 3: +CMS ERROR: 38".
+QString partFailureStatus(int part, int total, const QString& failure);
+
+// A long message that Stop ended between its parts: "Stopped after part 1 of 3.".
+QString stoppedBetweenPartsStatus(int sentParts, int total);
+
+// A text that none of the modem's text-mode character sets carries exactly: refused before
+// anything was typed, so nothing garbled reaches the recipient.
+inline const QString kStatusTextModeCannotCarry =
+    QStringLiteral("Not sent: this modem cannot carry these characters in text mode (PDU mode can).");
+
 // The network's reference in a submission's answer (a line "+CMGS: <mr>"), if there is one.
 std::optional<int> messageReference(const QString& answer);
 
 // "AT+CSMP=17,255,0,<dcs>\r\n" for the flags.
 QString textModeParametersCommand(bool flash_sms, bool unicode_sms);
-
-// "AT+CSCS=..." to send for the listed character sets, or "" when none fits.
-QString characterSetCommand(const QString& supportedAnswer, bool unicode_sms);
 
 // "AT+CSCA=\"<number>\",145\r\n" for an international number, ",129" otherwise.
 QString serviceCentreCommand(const QString& number);

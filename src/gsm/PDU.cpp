@@ -2,6 +2,7 @@
 
 #include "core/Guard.h"
 #include "text/GsmAlphabet.h"
+#include "text/SmsParts.h"
 
 #include <algorithm>
 
@@ -18,11 +19,11 @@ QChar plainQuoteFor(QChar c) {
     }
 }
 
-constexpr int kHexDigitsPer7BitPart = PDU::kOctetsPerPart * 2;
-constexpr int kHexDigitsPerUcs2Part = PDU::kUnitsPerPart * 4;
-// 06 header length, 08 concatenation with a 16-bit reference, 04 element length, reference 0.
-const QString kConcatenationHeaderStart = QStringLiteral("0608040000");
+// 06 header length, 08 concatenation with a 16-bit reference, 04 element length; then the
+// reference, the total and this part's number.
+const QString kConcatenationHeaderStart = QStringLiteral("060804");
 constexpr int kHeaderOctets = 7;
+constexpr int kHeaderSeptets = 8; // 7 octets are exactly 8 septets: the text needs no fill bits
 
 QString hexOctet(int value) { return PDU::BCDEncode(value & 0xFF); }
 
@@ -51,9 +52,9 @@ QString PDU::EncodePDU(const QString& message, const QString& strDestinationAddr
                 pdu += hexOctet(2 * static_cast<int>(message.size()));
                 pdu += EncodeUserData_16_bit(message);
             } else {
-                const QList<int> septets = MapTo7BitAlphabet(message);
                 // An extension character counts two septets: the escape and its code.
-                pdu += hexOctet(static_cast<int>(std::max(message.size(), septets.size())));
+                const QList<int> septets = MapTo7BitAlphabet(message);
+                pdu += hexOctet(static_cast<int>(septets.size()));
                 pdu += EncodeUserData(septets);
             }
             return pdu;
@@ -69,24 +70,31 @@ QString PDU::Encode_UDH_PDU(const QString& message, const QString& strDestinatio
     return Guard::run(
         "Encode_UDH_PDU",
         [&]() -> QString {
-            if (curr_msg == 1 || m_cachedUserData.isEmpty())
-                m_cachedUserData =
-                    unicode ? EncodeUserData_16_bit(message) : EncodeUserData(MapTo7BitAlphabet(message));
-
-            const int hexPerPart = unicode ? kHexDigitsPerUcs2Part : kHexDigitsPer7BitPart;
-            const QString partData = Mid_String(m_cachedUserData, hexPerPart * (curr_msg - 1), hexPerPart);
-            if (partData.isEmpty())
+            const SmsCoding coding = unicode ? SmsCoding::Ucs2 : SmsCoding::Gsm7;
+            if (curr_msg == 1 || m_cachedParts.isEmpty())
+                m_cachedParts =
+                    SmsParts::cut(message, coding, unicode ? SmsParts::kPartUnits : SmsParts::kPartSeptets);
+            if (curr_msg > m_cachedParts.size())
                 return {};
-            const int octets = static_cast<int>(partData.size() / 2);
-            // 133 octets hold exactly 152 septets, so a part never needs fill bits after the header.
-            const int userDataLength = unicode ? octets + kHeaderOctets : (octets + kHeaderOctets) * 8 / 7;
+            const QString& part = m_cachedParts.at(curr_msg - 1);
+            QString partData;
+            int userDataLength = 0;
+            if (unicode) {
+                partData = EncodeUserData_16_bit(part);
+                userDataLength = kHeaderOctets + 2 * static_cast<int>(part.size());
+            } else {
+                const QList<int> septets = MapTo7BitAlphabet(part);
+                partData = EncodeUserData(septets);
+                userDataLength = kHeaderSeptets + static_cast<int>(septets.size());
+            }
 
             QString pdu = EncodeSMSCAddress(strSMSCAddress);
             pdu +=
                 QStringLiteral("51") + QStringLiteral("00") + EncodeDestinationAddress(strDestinationAddress);
             pdu += QStringLiteral("00") + dcsFor(flash_msg, unicode) + QStringLiteral("FF");
             pdu += hexOctet(userDataLength);
-            pdu += kConcatenationHeaderStart + hexOctet(tot_msg) + hexOctet(curr_msg);
+            pdu += kConcatenationHeaderStart + hexOctet(m_reference >> 8) + hexOctet(m_reference) +
+                   hexOctet(tot_msg) + hexOctet(curr_msg);
             pdu += partData;
             return pdu;
         },
@@ -204,10 +212,9 @@ int PDU::actualPduLength(const QString& pdu) {
 }
 
 int PDU::partCount(const QString& message, bool unicode) {
-    const int units =
-        unicode ? static_cast<int>(message.size()) : static_cast<int>(MapTo7BitAlphabet(message).size());
-    const int perPart = unicode ? kUnitsPerPart : kSeptetsPerPart;
-    return (units + perPart - 1) / perPart;
+    return static_cast<int>(SmsParts::cut(message, unicode ? SmsCoding::Ucs2 : SmsCoding::Gsm7,
+                                          unicode ? SmsParts::kPartUnits : SmsParts::kPartSeptets)
+                                .size());
 }
 
 QString PDU::BCDEncode(int value) { return PadZero(Hex(value & 0xFF), 2); }

@@ -4,6 +4,7 @@
 // Whether a text goes as GSM 7-bit or UCS2 is decided by the caller.
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 class PDU {
 public:
@@ -17,8 +18,9 @@ public:
                       const QString& strSMSCAddress, int intActualPDULength, bool blnIncludeSMSC,
                       bool flash_msg, bool unicode);
 
-    // Part curr_msg (from 1) of tot_msg. Parts are asked for in order: part 1 encodes the
-    // whole message once and the later parts cut their share from that.
+    // Part curr_msg (from 1) of tot_msg. Parts are asked for in order: part 1 cuts the
+    // message into parts of whole characters once and the later parts take theirs from that.
+    // Every part carries the concatenation reference set last.
     QString Encode_UDH_PDU(const QString& message, const QString& strDestinationAddress,
                            const QString& strSMSCAddress, int intActualPDULength, bool blnIncludeSMSC,
                            bool flash_msg, int tot_msg, int curr_msg, bool unicode);
@@ -45,8 +47,12 @@ public:
     static int smscInformationOctets(const QString& pdu);
     // The TPDU length "AT+CMGS=<n>" announces: the PDU's octets less the SMSC information.
     static int actualPduLength(const QString& pdu);
-    // Parts a long message is cut into (152 septets or 66 code units each).
+    // Parts a long message is cut into (at most 152 septets or 66 code units each).
     static int partCount(const QString& message, bool unicode);
+
+    // The reference that ties the parts of one long message together (0..65535); the handset
+    // joins parts by sender, reference and total, so each long message needs its own.
+    void setConcatenationReference(int reference) { m_reference = reference & 0xFFFF; }
 
     static QString BCDEncode(int value);
     static QString PadZero(const QString& text, int bytLength);
@@ -57,14 +63,11 @@ public:
     static int BinToDec(const QString& binary);
     static int Power2(int exponent) { return 1 << exponent; }
 
-    static constexpr int kSeptetsPerPart = 152;
-    static constexpr int kOctetsPerPart = 133;
-    static constexpr int kUnitsPerPart = 66;
-
 private:
     static QString dcsFor(bool flash_msg, bool unicode);
 
-    QString m_cachedUserData; // hex of the whole message being split into parts
+    QStringList m_cachedParts; // the message being sent in parts, cut once
+    int m_reference = 0;
 };
 
 // An integer as uppercase hex without a leading zero (5 -> "5", 26 -> "1A").

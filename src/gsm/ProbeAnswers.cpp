@@ -1,5 +1,7 @@
 #include "ProbeAnswers.h"
 
+#include <QRegularExpression>
+
 #include "PDU.h"
 #include "core/TextUtils.h"
 #include "text/NumberRules.h"
@@ -128,9 +130,11 @@ QString smscNumber(const QString& cleanedWithQuotes) {
         else if (!ucs2.isEmpty() && !Check_Ph_Number(ucs2, false))
             number = ucs2;
     }
-    const qsizetype quote = cleanedWithQuotes.indexOf(QLatin1Char('"'));
-    const QString afterQuote = quote < 0 ? QString() : cleanedWithQuotes.mid(quote + 1);
-    if (!number.startsWith(QLatin1Char('+')) && afterQuote.contains(QStringLiteral(", 145")))
+    // Type of address 145 is an international number, written with or without a space
+    // after the comma ("...",145 or "...", 145).
+    static const QRegularExpression international(QStringLiteral("\"\\s*,\\s*145(?!\\d)"));
+    if (!number.isEmpty() && !number.startsWith(QLatin1Char('+')) &&
+        international.match(cleanedWithQuotes).hasMatch())
         number.prepend(QLatin1Char('+'));
     return number;
 }

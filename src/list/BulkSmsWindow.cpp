@@ -226,6 +226,7 @@ void BulkSmsWindow::Reset_Btn() {
     m_saveTemplates = false;
     m_skipDuplicates = false;
     m_unicode = false;
+    m_plainPunctuation = false;
     resetSendingOptions();
     Update_List_Count();
     requestFocus(Focus::NumberField);

@@ -68,9 +68,20 @@ public:
     // The question before sending: false when the operator abandons the send.
     bool Send_Msg_Info_Check();
 
+    // What a message costs as it would be sent with the window's options, shown live beside
+    // the character counter: "GSM 7-bit, 1 SMS", "Unicode, 3 SMS parts".
+    QString messageCostText() const { return messageCostOf(m_composerText); }
+    QString messageCostOf(const QString& text) const;
+    // The text as it is sent: with plain punctuation when that option is on.
+    QString textAsSent(const QString& text) const;
+
     // --- Options (check boxes) ---
     bool unicode() const { return m_unicode; }
     void setUnicode(bool on);
+    // "Replace typographic quotes and dashes": ’ ‘ ” “ – — … go as their plain forms, so that
+    // a text from a word processor stays in 7-bit (off by default).
+    bool plainPunctuation() const { return m_plainPunctuation; }
+    void setPlainPunctuation(bool on);
     bool skipDuplicates() const { return m_skipDuplicates; }
     void setSkipDuplicates(bool on);
     bool exclusion() const { return m_exclusion; }
@@ -125,6 +136,7 @@ private:
     int m_messageTypeIndex = 1;
 
     bool m_unicode = false;
+    bool m_plainPunctuation = false;
     bool m_skipDuplicates = false;
     bool m_exclusion = false;
     bool m_saveSentItems = false;

@@ -9,6 +9,7 @@
 #include "core/Clock.h"
 #include "core/Operator.h"
 #include "text/NumberRules.h"
+#include "text/SmsParts.h"
 
 void BulkSmsWindow::setComposerText(const QString& text) {
     if (text == m_composerText)
@@ -29,6 +30,19 @@ void BulkSmsWindow::setUnicode(bool on) {
     m_unicode = on;
     applyComposerCut();
     emit changed();
+}
+
+void BulkSmsWindow::setPlainPunctuation(bool on) {
+    m_plainPunctuation = on;
+    emit changed();
+}
+
+QString BulkSmsWindow::textAsSent(const QString& text) const {
+    return m_plainPunctuation ? SmsParts::withPlainPunctuation(text) : text;
+}
+
+QString BulkSmsWindow::messageCostOf(const QString& text) const {
+    return SmsParts::describe(SmsParts::costOf(textAsSent(text), m_unicode));
 }
 
 QStringList BulkSmsWindow::messageTypes() {

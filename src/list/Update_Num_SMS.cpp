@@ -27,6 +27,8 @@ QString Update_Num_SMS::characterCounterText() const {
     return QStringLiteral("%1 Characters").arg(m_message.size());
 }
 
+QString Update_Num_SMS::messageCostText() const { return m_window.messageCostOf(m_message); }
+
 void Update_Num_SMS::OKPressed() {
     const QString message = m_message.left(kMaxMessageLength);
     NumberList& list = m_window.list();

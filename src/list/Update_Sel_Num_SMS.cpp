@@ -53,6 +53,8 @@ QString Update_Sel_Num_SMS::characterCounterText() const {
     return QStringLiteral("%1 Characters").arg(m_message.size());
 }
 
+QString Update_Sel_Num_SMS::messageCostText() const { return m_window.messageCostOf(m_message); }
+
 void Update_Sel_Num_SMS::ApplyPressed() {
     if (m_collecting)
         return;

@@ -24,6 +24,8 @@ public:
     QString message() const { return m_message; }
     void setMessage(const QString& text); // cut to 1600 characters
     QString characterCounterText() const;
+    // What the message costs as the window would send it ("GSM 7-bit, 1 SMS").
+    QString messageCostText() const;
 
     void ApplyPressed();
     void CancelPressed() { endModal(0); }

@@ -100,6 +100,7 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
         m_stopEnabled = false;
         m_closeEnabled = true;
         curr_send_item_4_th = 0;
+        m_sentAsUnicode = 0;
         wait_to_fins_running = false;
         const RecordList rows = m_window.list().records();
         tot_main_list_count = int(rows.size());
@@ -137,6 +138,7 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
 void SMS_Sending::copyRunOptions() {
     m_options.schedule = m_window.delaySchedule();
     m_options.unicode = m_window.unicode();
+    m_options.plainPunctuation = m_window.plainPunctuation();
     m_options.flash = m_window.isFlashMessage();
     m_options.skipDuplicates = m_window.skipDuplicates();
     m_options.exclusion = m_window.exclusion();

@@ -56,6 +56,10 @@ public:
     bool exportVisible() const { return m_exportVisible; }
     bool pleaseWaitShown() const { return m_pleaseWait; }
     bool progressTextVisible() const { return m_progressTextVisible; }
+    // Messages of the run that went as Unicode although the Unicode option was off, because
+    // the GSM alphabet cannot carry their text; and the line that says so ("" when none).
+    int sentAsUnicode() const { return m_sentAsUnicode; }
+    QString unicodeSummary() const;
 
     // --- Buttons.
     void Stop_Btn();
@@ -95,6 +99,7 @@ private:
     struct RunOptions {
         DelaySchedule schedule;
         bool unicode = false, flash = false, skipDuplicates = false, exclusion = false;
+        bool plainPunctuation = false;
         bool saveSentItems = false, saveTemplates = false;
         QSet<QString> excludedNumbers;
         QStringList ports;
@@ -142,6 +147,7 @@ private:
     std::atomic<bool> wait_to_fins_running{false};
     std::atomic<int> curr_send_item_4_th{0};
     std::atomic<int> tot_main_list_count{0};
+    std::atomic<int> m_sentAsUnicode{0};
     std::atomic<bool> m_dlgClose{false}; // dlg_close "YES"
     std::stop_source m_stop;             // this run's Stop, handed to the modem sessions
 

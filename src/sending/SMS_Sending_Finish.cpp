@@ -61,6 +61,16 @@ void SMS_Sending::startCompletion() {
     Wait_to_finish_Th();
 }
 
+QString SMS_Sending::unicodeSummary() const {
+    const int count = m_sentAsUnicode;
+    if (count == 0)
+        return {};
+    return count == 1
+               ? QStringLiteral("1 message went as Unicode: the GSM alphabet cannot carry its text.")
+               : QStringLiteral("%1 messages went as Unicode: the GSM alphabet cannot carry their text.")
+                     .arg(count);
+}
+
 void SMS_Sending::Wait_to_finish_Th() {
     Clock::sleep(2s);
     while (m_items.anyWaitingOrSending())
@@ -76,6 +86,8 @@ void SMS_Sending::Wait_to_finish_Th() {
             "Sending Process, Finished.\n\nPlease do not operate your mobile device while message "
             "sending process is going on. Operating the mobile device functions during the "
             "messaging process may interrupt the execution and may result errors in process.");
+        if (m_sentAsUnicode > 0)
+            m_notice += QStringLiteral("\n\n") + unicodeSummary();
         m_title = QStringLiteral("Sending Process, Finished.");
         m_closeEnabled = true;
     });

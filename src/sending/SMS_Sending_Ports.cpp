@@ -12,10 +12,13 @@
 #include "core/SendingFlags.h" // msg_cnt, Pause_Timer_Running
 #include "delivery/DelayedDeliveryPause.h"
 #include "gsm/MFCSMS.h"
+#include "gsm/ModemAnswers.h"
 #include "gsm/ModemSessionPool.h"
 #include "stores/SentItemFile.h"
 #include "stores/TemplateFile.h"
+#include "text/GsmAlphabet.h"
 #include "text/NumberRules.h"
+#include "text/SmsParts.h"
 
 using namespace std::chrono_literals;
 
@@ -156,7 +159,9 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
     // One claimed item: sent, finished and shown. False when the port failed.
     const auto sendClaimed = [&](const SendingItems::Claim& claim) {
         showItem(claim.index, claim.item, false);
-        const QString message = claim.item.message.left(kMaxMessageLength);
+        const QString composed = claim.item.message.left(kMaxMessageLength);
+        const QString message =
+            options.plainPunctuation ? SmsParts::withPlainPunctuation(composed) : composed;
         ui([this] { m_activityValue = 100; });
 
         QString status;
@@ -175,6 +180,8 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
             status = kConnectionError;
         }
         Clock::sleep(1s);
+        if (!options.unicode && Check_UNICODE_Message(message) && ModemAnswers::isSent(status))
+            ++m_sentAsUnicode;
 
         if (!m_items.finish(claim.index, status, UseStatus::Done, done))
             return ok;

@@ -147,10 +147,13 @@ QWidget* RecipientPanel::buildComposerSide() {
 
     auto* typeRow = new QHBoxLayout();
     m_counter = new QLabel(side);
+    m_cost = new QLabel(side);
+    m_cost->setObjectName(QStringLiteral("messageCost"));
     m_unicode = new QCheckBox(QStringLiteral("Unicode"), side);
     m_messageType = new QComboBox(side);
     m_messageType->addItems(BulkSmsWindow::messageTypes());
     typeRow->addWidget(m_counter);
+    typeRow->addWidget(m_cost);
     typeRow->addStretch();
     typeRow->addWidget(m_unicode);
     typeRow->addWidget(new QLabel(QStringLiteral("Type:"), side));
@@ -172,7 +175,9 @@ QWidget* RecipientPanel::buildComposerSide() {
     m_exclusion = new QCheckBox(QStringLiteral("Apply exclusion lists"), options);
     m_saveSentItems = new QCheckBox(QStringLiteral("Save to sent items"), options);
     m_saveTemplates = new QCheckBox(QStringLiteral("Save message as template"), options);
-    for (QCheckBox* box : {m_skipDuplicates, m_exclusion, m_saveSentItems, m_saveTemplates})
+    m_plainPunctuation = new QCheckBox(QStringLiteral("Replace typographic quotes and dashes"), options);
+    for (QCheckBox* box :
+         {m_skipDuplicates, m_exclusion, m_saveSentItems, m_saveTemplates, m_plainPunctuation})
         optionsLayout->addWidget(box);
     layout->addWidget(options);
     layout->addWidget(buildDelayedDelivery(side));
@@ -188,6 +193,8 @@ QWidget* RecipientPanel::buildComposerSide() {
     connect(m_exclusion, &QCheckBox::toggled, this, [this](bool on) { m_window.Exclusion_Chk(on); });
     connect(m_saveSentItems, &QCheckBox::toggled, this, [this](bool on) { m_window.setSaveSentItems(on); });
     connect(m_saveTemplates, &QCheckBox::toggled, this, [this](bool on) { m_window.setSaveTemplates(on); });
+    connect(m_plainPunctuation, &QCheckBox::toggled, this,
+            [this](bool on) { m_window.setPlainPunctuation(on); });
     return side;
 }
 
@@ -243,15 +250,17 @@ void RecipientPanel::refresh() {
     }
     m_count->setText(m_window.countLabel());
     m_counter->setText(m_window.characterCounterText());
+    m_cost->setText(QStringLiteral("(%1)").arg(m_window.messageCostText()));
     m_fill->setText(m_window.fillButtonTitle().replace(QStringLiteral("\r\n"), QStringLiteral("\n")));
     const QSignalBlocker b1(m_unicode), b2(m_messageType), b3(m_skipDuplicates), b4(m_exclusion),
-        b5(m_saveSentItems), b6(m_saveTemplates);
+        b5(m_saveSentItems), b6(m_saveTemplates), b10(m_plainPunctuation);
     m_unicode->setChecked(m_window.unicode());
     m_messageType->setCurrentIndex(m_window.messageTypeIndex());
     m_skipDuplicates->setChecked(m_window.skipDuplicates());
     m_exclusion->setChecked(m_window.exclusion());
     m_saveSentItems->setChecked(m_window.saveSentItems());
     m_saveTemplates->setChecked(m_window.saveTemplates());
+    m_plainPunctuation->setChecked(m_window.plainPunctuation());
 
     const QSignalBlocker b7(m_delayedDelivery), b8(m_delayedCount), b9(m_delayedTime);
     m_delayedDelivery->setChecked(m_window.delayedDelivery());

@@ -35,7 +35,9 @@ private:
     QLabel* m_count = nullptr;
     QPlainTextEdit* m_composer = nullptr;
     QLabel* m_counter = nullptr;
+    QLabel* m_cost = nullptr;
     QCheckBox* m_unicode = nullptr;
+    QCheckBox* m_plainPunctuation = nullptr;
     QComboBox* m_messageType = nullptr;
     QPushButton* m_fill = nullptr;
     QCheckBox* m_skipDuplicates = nullptr;

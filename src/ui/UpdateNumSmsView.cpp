@@ -37,7 +37,8 @@ UpdateNumSmsView::UpdateNumSmsView(Update_Num_SMS& controller, QWidget* parent)
             const QSignalBlocker block(message);
             message->setPlainText(m_controller.message());
         }
-        counter->setText(m_controller.characterCounterText());
+        counter->setText(m_controller.characterCounterText() + QStringLiteral("  (") +
+                         m_controller.messageCostText() + QLatin1Char(')'));
     };
     sync();
     connect(&controller, &DialogController::changed, this, sync);

@@ -42,7 +42,8 @@ UpdateSelNumSmsView::UpdateSelNumSmsView(Update_Sel_Num_SMS& controller, QWidget
             const QSignalBlocker block(message);
             message->setPlainText(m_controller.message()); // also drops the undo history
         }
-        counter->setText(m_controller.characterCounterText());
+        counter->setText(m_controller.characterCounterText() + QStringLiteral("  (") +
+                         m_controller.messageCostText() + QLatin1Char(')'));
         apply->setEnabled(m_controller.buttonsEnabled());
         cancel->setEnabled(m_controller.buttonsEnabled());
     };

@@ -4,7 +4,10 @@
 
 #include "core/Log.h"
 #include "gsm/MFCSMS.h"
+#include "gsm/ModemAnswers.h"
+#include "sim/PduDecoder.h"
 #include "sim/VirtualModem.h"
+#include "text/GsmAlphabet.h"
 
 #include <QFile>
 #include <QJsonDocument>
@@ -219,7 +222,8 @@ TEST_F(MFCSMSSubmission, StatusTexts) {
     } cases[] = {
         {"refused in PDU mode", Mode::Pdu, kRefusedNumber, "Yes", "Hi", false, "+CMS ERROR: 38"},
         {"refused in text mode", Mode::Text, kRefusedNumber, "Yes", "Hi", false, "+CMS ERROR: 38"},
-        {"refused long message", Mode::Pdu, kRefusedNumber, "Yes", gsmText(200), false, "+CMS ERROR: 38"},
+        {"refused long message", Mode::Pdu, kRefusedNumber, "Yes", gsmText(200), false,
+         "Part 1 of 2: +CMS ERROR: 38"},
         {"unproven device, PDU", Mode::Pdu, kNumber, "Not Detected", "Hi", false, "Message sent to device."},
         {"unproven device, text", Mode::Text, kNumber, "Not Detected", "Hi", false,
          "Message sent to device."},
@@ -356,6 +360,7 @@ TEST_F(MFCSMSSubmission, StopEndsALongMessageAfterTheCurrentPart) {
         done = true;
         operatorThread.join();
         EXPECT_TRUE(result);
+        EXPECT_EQ(status, "Stopped after part 1 of 3."); // never "sent": the handset has a fragment
         EXPECT_EQ(m.commandCount("AT+CMGS="), 1);
         const QList<sim::ReceivedMessage> received = m.modem.received();
         ASSERT_EQ(received.size(), 1);
@@ -373,6 +378,121 @@ TEST_F(MFCSMSSubmission, UnpluggedModemGivesAConnectionError) {
         EXPECT_FALSE(m.send(mode, kNumber, gsmText(300), status));
         EXPECT_EQ(status, "Device Connection Error!");
     }
+}
+
+// What the network shows for a text: the pieces of a text-mode message joined in order.
+QString deliveredText(const QList<sim::ReceivedMessage>& received) {
+    QString text;
+    for (const sim::ReceivedMessage& message : received)
+        text += message.text;
+    return text;
+}
+
+QString everyGsmCharacter(bool extension) {
+    QString text;
+    for (char16_t u = 0; u <= 0x20AC; ++u) {
+        const std::optional<Gsm7Septet> septet = gsm7SeptetOf(QChar(u));
+        if (septet && septet->extension == extension)
+            text += QChar(u);
+    }
+    return text;
+}
+
+TEST_F(MFCSMSSubmission, EveryTextArrivesAsWrittenOrIsRefusedBeforeSending) {
+    const QStringList texts = {
+        everyGsmCharacter(false),
+        everyGsmCharacter(true),
+        "Price: {5} [ok] \u20AC10 @home $3 caf\u00E9",
+        "\u00E0\u00E8\u00E9\u00EC\u00F2\u00F9\u00C4\u00D6\u00D1\u00DC\u00E4\u00F6\u00F1\u00FC\u00C5\u00E5"
+        "\u00C6"
+        "\u00E6\u00DF\u00C9\u00D8\u00F8\u00C7 and \u00E1\u00ED\u00F3\u00FA\u00E7\u00E3\u00F5",
+        "Ol\u00E1, a\u00E7\u00E3o! \u041F\u0440\u0438\u0432\u0435\u0442",
+        "\u4F60\u597D\uFF0C\u4E16\u754C",
+        "Hi \U0001F600\U0001F44D\U0001F3FD",
+        "\u201Cdon\u2019t\u201D \u2013 ok\u2026",
+        "Plain ASCII only, 100% (safe) #1",
+        gsmText(200) + "{" + gsmText(140), // long, with an extension character near the cut
+        cyrillicText(64) + "\U0001F600" + cyrillicText(10),
+    };
+    // PDU mode with the Unicode option off: every text arrives, as UCS2 where it must.
+    {
+        ModemUnderTest m;
+        ASSERT_TRUE(m.prepare(Mode::Pdu));
+        for (const QString& text : texts) {
+            const qsizetype before = m.modem.received().size();
+            QString status;
+            EXPECT_TRUE(m.send(Mode::Pdu, kNumber, text, status));
+            EXPECT_EQ(status, "Message sent successfully.") << text.toStdString();
+            const QList<sim::ReceivedMessage> received = m.modem.received().mid(before);
+            ASSERT_EQ(received.size(), 1) << text.toStdString();
+            EXPECT_EQ(received[0].text, text);
+            EXPECT_EQ(received[0].dcs, Check_UNICODE_Message(text) ? 0x08 : 0x00) << text.toStdString();
+        }
+    }
+    // Text mode under each set of character sets a modem may offer.
+    const struct {
+        QStringList offered;
+        int refused; // texts that no offered set carries exactly
+    } modems[] = {
+        {{}, 0},
+        {{"UCS2"}, 0},
+        {{"HEX"}, 0},
+        {{"GSM", "UCS2"}, 0},
+        {{"IRA", "GSM", "UCS2"}, 0},
+        {{"GSM"}, 7},  // the Cyrillic, CJK, emoji, accented and typographic texts, and the
+                       // default table itself, whose Xi is the byte that ends a message
+        {{"IRA"}, 10}, // only the plain ASCII text
+        {{"8859-1"}, 11},
+    };
+    for (const auto& modem : modems) {
+        sim::ModemBehaviour behaviour;
+        behaviour.characterSets = modem.offered;
+        ModemUnderTest m(behaviour);
+        ASSERT_TRUE(m.prepare(Mode::Text));
+        int refused = 0;
+        for (const QString& text : texts) {
+            const qsizetype before = m.modem.received().size();
+            QString status;
+            EXPECT_TRUE(m.send(Mode::Text, kNumber, text, status));
+            const QList<sim::ReceivedMessage> received = m.modem.received().mid(before);
+            if (status == ModemAnswers::kStatusTextModeCannotCarry) {
+                ++refused;
+                EXPECT_TRUE(received.isEmpty())
+                    << modem.offered.join(',').toStdString() << ": " << text.toStdString();
+                continue;
+            }
+            EXPECT_EQ(status, "Message sent successfully.")
+                << modem.offered.join(',').toStdString() << ": " << text.toStdString();
+            EXPECT_EQ(deliveredText(received), text) << modem.offered.join(',').toStdString();
+        }
+        EXPECT_EQ(refused, modem.refused) << modem.offered.join(',').toStdString();
+    }
+}
+
+TEST_F(MFCSMSSubmission, LongMessagesHaveTheirOwnReferencesAndFailOnAnyPart) {
+    sim::ModemBehaviour behaviour;
+    behaviour.cmsErrorForSubmission.insert(6, 38); // the second part of the third message
+    ModemUnderTest m(behaviour);
+    ASSERT_TRUE(m.prepare(Mode::Pdu));
+    QStringList statuses;
+    for (int i = 0; i < 3; ++i) {
+        QString status;
+        EXPECT_TRUE(m.send(Mode::Pdu, kNumber, gsmText(300), status));
+        statuses << status;
+    }
+    EXPECT_EQ(statuses, (QStringList{"Message sent successfully.", "Message sent successfully.",
+                                     "Part 2 of 2: +CMS ERROR: 38"}));
+    const QList<sim::ReceivedMessage> received = m.modem.received(); // the third incomplete
+    ASSERT_EQ(received.size(), 3);
+    EXPECT_TRUE(received[0].complete);
+    EXPECT_TRUE(received[1].complete);
+    EXPECT_FALSE(received[2].complete);
+    // The reference sits in the user data header of every part: 06 08 04 <reference> <total> <part>.
+    const auto referenceOf = [](const sim::ReceivedMessage& message) {
+        return sim::PduDecoder::decode(message.pduHex.first()).concatenation.reference;
+    };
+    EXPECT_NE(referenceOf(received[0]), referenceOf(received[1]));
+    EXPECT_NE(referenceOf(received[1]), referenceOf(received[2]));
 }
 
 } // namespace

@@ -239,21 +239,6 @@ TEST(ModemAnswers, CommandsBuiltFromSettings) {
     EXPECT_EQ(textModeParametersCommand(true, true), "AT+CSMP=17,255,0,24\r\n");
     EXPECT_EQ(serviceCentreCommand("+447785016005"), "AT+CSCA=\"+447785016005\",145\r\n");
     EXPECT_EQ(serviceCentreCommand("07785016005"), "AT+CSCA=\"07785016005\",129\r\n");
-
-    const struct {
-        QString supported;
-        bool unicode;
-        QString expected;
-    } sets[] = {
-        {"+CSCS: (\"IRA\",\"GSM\",\"UCS2\")", true, "AT+CSCS=\"UCS2\"\r\n"},
-        {"+CSCS: (\"IRA\",\"GSM\",\"UCS2\")", false, "AT+CSCS=\"GSM\"\r\n"},
-        {"+CSCS: (\"IRA\",\"HEX\")", true, "AT+CSCS=\"HEX\"\r\n"},
-        {"+CSCS: (\"IRA\",\"HEX\")", false, "AT+CSCS=\"IRA\"\r\n"},
-        {"+CSCS: (\"8859-1\")", true, ""},
-        {"", false, ""},
-    };
-    for (const auto& c : sets)
-        EXPECT_EQ(characterSetCommand(c.supported, c.unicode), c.expected) << c.supported.toStdString();
 }
 
 } // namespace

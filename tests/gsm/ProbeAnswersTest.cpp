@@ -74,7 +74,8 @@ TEST(ProbeAnswers, ServiceCentreNumbers) {
         {"+CSCA: \"002B00340034\",145", "+44"},            // UCS2 hex
         {"+CSCA: \"2B1A0D\",145", "+44"},                  // packed 7-bit hex of "+44"
         {"+CSCA: \"447700900123\", 145", "+447700900123"}, // international type with a space
-        {"+CSCA: \"447700900123\",145", "447700900123"},   // ... without the space: as it stands
+        {"+CSCA: \"447700900123\",145", "+447700900123"},  // ... and without it, as most modems write it
+        {"+CSCA: \"447700900123\",129", "447700900123"},   // unknown type: as it stands
         {"+CSCA: \"0031003200330034\",129", "1234"},       // UCS2 of a national number
         {"+CSCA: \"\",145", ""},
     };
