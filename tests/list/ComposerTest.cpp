@@ -67,6 +67,20 @@ TEST_F(ComposerTest, ComposerIsCutTo1600AndCounted) {
     EXPECT_EQ(window.characterCounterText(), "2 Characters"); // UTF-16 units
 }
 
+TEST_F(ComposerTest, CostFollowsTheTextAndTheOptionsAsItIsTyped) {
+    QStringList shown;
+    QObject::connect(&window, &BulkSmsWindow::changed, [&] { shown << window.messageCostText(); });
+    window.setComposerText(QString(160, 'a'));
+    window.setComposerText(QString(161, 'a'));
+    window.setComposerText("\u201Cdon\u2019t\u201D");
+    window.setPlainPunctuation(true);
+    window.setUnicode(true);
+    window.setComposerText("");
+    EXPECT_EQ(shown, (QStringList{"GSM 7-bit, 1 SMS", "GSM 7-bit, 2 SMS parts", "Unicode, 1 SMS",
+                                  "GSM 7-bit, 1 SMS", "Unicode, 1 SMS", "Empty"}));
+    EXPECT_EQ(window.textAsSent("\u201Cdon\u2019t\u201D"), "\"don't\"");
+}
+
 TEST_F(ComposerTest, FillAllAsksThenCopiesToEveryRecord) {
     window.setComposerText("promo");
     op.onModal<Fill_Msg_In_List>([](Fill_Msg_In_List& d) {

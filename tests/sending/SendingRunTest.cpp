@@ -359,6 +359,35 @@ TEST_F(SendingRunTest, StopDuringALongPauseEndsTheRunAtOnce) {
     EXPECT_EQ(op.alerts().last(), "\nSMS Sending process is stopped");
 }
 
+TEST_F(SendingRunTest, TextsTheAlphabetCannotCarryGoAsUnicodeAndTheEndSaysHowMany) {
+    attach();
+    chooseDevices();
+    window.Create_Num_Msg_List("+447700900201", "\u041F\u0440\u0438\u0432\u0435\u0442");
+    window.Create_Num_Msg_List("+447700900202", "\u201CQuoted\u201D \u2013 plain?");
+    window.Create_Num_Msg_List("+447700900203", "Plain {7-bit}");
+    window.prev_composer_msg = window.composerText();
+    send();
+    EXPECT_EQ(window.sendingJob().sentAsUnicode(), 2);
+    EXPECT_TRUE(window.sendingJob().notice().endsWith(
+        "2 messages went as Unicode: the GSM alphabet cannot carry their text."));
+
+    // With typographic punctuation replaced, the quoted text stays in 7-bit.
+    window.setPlainPunctuation(true);
+    send();
+    EXPECT_EQ(window.sendingJob().sentAsUnicode(), 1);
+    QMap<QString, QString> lastText;
+    QMap<QString, int> lastDcs;
+    for (const sim::ReceivedMessage& m : modems.at(0)->received()) {
+        lastText[m.number] = m.text;
+        lastDcs[m.number] = m.dcs;
+    }
+    EXPECT_EQ(lastText.value("+447700900201"), "\u041F\u0440\u0438\u0432\u0435\u0442");
+    EXPECT_EQ(lastDcs.value("+447700900201"), 0x08);
+    EXPECT_EQ(lastText.value("+447700900202"), "\"Quoted\" - plain?");
+    EXPECT_EQ(lastDcs.value("+447700900202"), 0x00);
+    EXPECT_EQ(lastText.value("+447700900203"), "Plain {7-bit}");
+}
+
 TEST_F(SendingRunTest, PortsStartTwoSecondsApart) {
     attach();
     attach();

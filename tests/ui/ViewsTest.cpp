@@ -21,6 +21,7 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -45,6 +46,29 @@ TEST(Views, EveryDialogControllerHasAView) {
         ASSERT_NE(view, nullptr) << dialog->metaObject()->className();
         EXPECT_FALSE(view->grab().isNull());
     }
+}
+
+TEST(Views, ComposerShowsWhatTheMessageCostsAsItIsTyped) {
+    ScriptedOperator op;
+    Gsm_Bulk_Sms_Wnd gsm(op);
+    text_change_notifications_on = true;
+    gsm.windowDidLoad();
+    GsmBulkSmsView view(gsm);
+    view.resize(1100, 760);
+    view.show();
+    auto* composer = view.findChild<QPlainTextEdit*>("_messageEdit");
+    auto* cost = view.findChild<QLabel*>("messageCost");
+    ASSERT_NE(composer, nullptr);
+    ASSERT_NE(cost, nullptr);
+    composer->setPlainText(QString(161, QLatin1Char('a')));
+    EXPECT_EQ(cost->text(), "(GSM 7-bit, 2 SMS parts)");
+    composer->setPlainText("Ol\u00E1, a\u00E7\u00E3o! \u041F\u0440\u0438\u0432\u0435\u0442 {5} \u20AC10");
+    EXPECT_EQ(cost->text(), "(Unicode, 1 SMS)");
+    EXPECT_EQ(gsm.characterCounterText(), QStringLiteral("25 Characters"));
+    // BULKSMS_SCREENSHOT_DIR keeps a picture of the window, to look at it as a person would.
+    const QString pictures = qEnvironmentVariable("BULKSMS_SCREENSHOT_DIR");
+    if (!pictures.isEmpty())
+        view.grab().save(pictures + "/gsm-composer.png");
 }
 
 TEST(Views, StepButtonsEndTheDialogWithTheirCodes) {
