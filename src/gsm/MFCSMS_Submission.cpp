@@ -238,7 +238,7 @@ bool MFCSMS::Send_Text_SMS(int fd, const QString& number, const QString& message
         for (const QString& piece : pieces)
             bodies << charset->body(piece);
         const QString cmgs = QStringLiteral("AT+CMGS=\"%1\"\r\n").arg(charset->number(number));
-        completed = sendParts(ex, bodies, [&cmgs](int) { return cmgs; });
+        completed = sendParts(ex, bodies, [&cmgs](int) { return QString(cmgs); });
         // A custom service centre lasts for this one message only.
         if (completed && !smsc_num.isEmpty())
             GET_And_SET_Cus_SMSC(smsc_num, fd, port_name_str);
