@@ -22,15 +22,14 @@ DelayedDeliveryPause::DelayedDeliveryPause(DelaySchedule schedule, PauseCountdow
       m_hooks(std::move(hooks)), m_stop(std::move(stop)) {}
 
 void DelayedDeliveryPause::afterMessageFinished(bool allFinished, bool portFailed, bool somethingPending) {
-    // Count the message, never beyond the schedule's count (with the schedule off it stays 0).
-    int seen = m_counter.load();
-    while (!m_counter.compare_exchange_weak(seen, qMin(seen + 1, m_schedule.count))) {
-    }
+    // Every port's every message counts, those that finish during a pause too: they count
+    // toward the next pause (with the schedule off the counter stays 0).
     if (!m_schedule.enabled)
         return;
+    ++m_counter;
     call(m_hooks.redrawList);
 
-    if (m_counter != m_schedule.count || m_schedule.noPause || allFinished || portFailed ||
+    if (m_counter < m_schedule.count || m_schedule.noPause || allFinished || portFailed ||
         !somethingPending || !m_schedule.takesPauses())
         return;
     // Only the thread that turns the flag on carries the pause; the others see it and wait.
@@ -65,7 +64,7 @@ void DelayedDeliveryPause::pause(qint64 totalMs) {
     m_countdown.GSM_Pause_Delay_Time = 0;
     if (m_hooks.showCurrentMessageLabel)
         m_hooks.showCurrentMessageLabel(true);
-    m_counter = 0;
+    m_counter -= m_schedule.count; // what finished meanwhile stays counted
     m_countdown.clearLabel();
     Pause_Timer_Running = false;
     call(m_hooks.startActivity);

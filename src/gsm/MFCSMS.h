@@ -98,6 +98,9 @@ public:
 
     // The network's references ("+CMGS: <mr>") of the last submission, one per accepted part.
     QList<int> lastMessageReferences() const { return m_lastReferences; }
+    // Whether the last submission handed a message body to the modem (its Ctrl-Z went out):
+    // when not, a failed line means the message certainly did not leave.
+    bool lastSubmissionHandedOver() const { return m_lastHandedOver; }
     static constexpr std::chrono::milliseconds kRetryRest{1000};
     // Session start: the shortest ceiling for the modem's answer to the wake-up, and the
     // shortest quiet that shows nothing more of it is coming.
@@ -132,6 +135,7 @@ private:
     QString m_sLastResponse;
     QString m_port_name;
     QList<int> m_lastReferences;
+    bool m_lastHandedOver = false;
     QByteArray m_pendingAnswer;     // arrived during the answer wait, read with the next read
     QString m_lastCommand;          // the AT command line the answer being read belongs to
     bool m_sessionStarting = false; // a port just opened: the first write wakes the modem first

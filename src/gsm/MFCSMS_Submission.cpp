@@ -69,8 +69,9 @@ struct MFCSMS::Exchange {
     QString promptLine;
     QList<int> references; // "+CMGS: <mr>" of every part the network accepted
     int part = 0, total = 1;
-    QString failure;      // why the current part was not accepted ("" while all went well)
-    bool stopped = false; // the run's Stop came between two parts
+    QString failure;         // why the current part was not accepted ("" while all went well)
+    bool stopped = false;    // the run's Stop came between two parts
+    bool handedOver = false; // a body went out with its Ctrl-Z
 
     // The status the submission ends with, once its dialogue ran to its end.
     QString status(const QString& sms_det) const {
@@ -96,6 +97,7 @@ bool MFCSMS::sendOneMessage(Exchange& ex, const QString& cmgsCommand, const QStr
     ex.promptLine = m_sLastResponse;
     if (!Write_Command(ex.fd, body) || !Write_Command(ex.fd, kCtrlZ))
         return false;
+    ex.handedOver = true; // from here on the modem may send it, whatever it answers
     waitForAnswer();
     collectAnswer(ex);
     return true;
@@ -190,6 +192,7 @@ bool MFCSMS::Send_PDU_SMS(int fd, const QString& number, const QString& message,
     });
     completed = completed && ran;
     m_lastReferences = ex.references;
+    m_lastHandedOver = ex.handedOver;
     return_status = completed ? ex.status(sms_det) : ModemAnswers::kStatusConnectionError;
     return completed;
 }
@@ -245,6 +248,7 @@ bool MFCSMS::Send_Text_SMS(int fd, const QString& number, const QString& message
     });
     completed = completed && ran;
     m_lastReferences = ex.references;
+    m_lastHandedOver = ex.handedOver;
     if (return_status == ModemAnswers::kStatusNoError)
         return_status = completed ? ex.status(sms_det) : ModemAnswers::kStatusConnectionError;
     return completed;

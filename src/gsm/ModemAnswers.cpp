@@ -169,6 +169,14 @@ QString textModeParametersCommand(bool flash_sms, bool unicode_sms) {
     return QStringLiteral("AT+CSMP=17,255,0,%1\r\n").arg(dcs);
 }
 
+bool isRetryableRefusal(const QString& status) {
+    if (status == kStatusTextModeCannotCarry || isRefusal(status))
+        return true;
+    static const QRegularExpression partRefused(QStringLiteral("^Part \\d+ of \\d+: (.*)$"));
+    const QRegularExpressionMatch match = partRefused.match(status);
+    return match.hasMatch() && isRefusal(match.captured(1));
+}
+
 QString partFailureStatus(int part, int total, const QString& failure) {
     return QStringLiteral("Part %1 of %2: %3").arg(part).arg(total).arg(failure);
 }

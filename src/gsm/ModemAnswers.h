@@ -46,6 +46,11 @@ bool isRefusal(const QString& status);
 
 inline const QString kStatusSent = QStringLiteral("Message sent successfully.");
 inline const QString kStatusSentToDevice = QStringLiteral("Message sent to device.");
+// A status that says the network (or the modem on its behalf) turned the message down, so
+// that another attempt, through another port, may succeed: "+CMS ERROR: 38", "ERROR",
+// "Part 2 of 3: +CMS ERROR: 38", or text mode that cannot carry the text.
+bool isRetryableRefusal(const QString& status);
+
 // True for the two statuses that mean the network took the message.
 inline bool isSent(const QString& status) { return status == kStatusSent || status == kStatusSentToDevice; }
 inline const QString kStatusConnectionError = QStringLiteral("Device Connection Error!");

@@ -60,3 +60,8 @@ void Gsm_Bulk_Sms_Wnd::setPleaseWait(bool shown) {
     m_pleaseWait = shown;
     emit changed();
 }
+
+void Gsm_Bulk_Sms_Wnd::setRetries(int retries) {
+    m_retries = qBound(0, retries, kMaxRetries);
+    emit changed();
+}

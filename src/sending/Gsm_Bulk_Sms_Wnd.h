@@ -35,6 +35,12 @@ public:
 
     SMS_Sending& sendingJob();
 
+    // Further attempts for a message the network refused (on another port where there is
+    // one); 1 by default.
+    int retries() const { return m_retries; }
+    void setRetries(int retries);
+    static constexpr int kMaxRetries = 5;
+
 protected:
     bool openDeviceSearchWindow() override;
 
@@ -52,5 +58,6 @@ private:
     QString m_sendingPortChoice;
     QString m_messageIs;
     bool m_pleaseWait = false;
+    int m_retries = 1;
     bool m_sendInProgress = false; // Send is running (checks, then the job): a second press is ignored
 };

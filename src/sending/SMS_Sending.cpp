@@ -18,7 +18,7 @@ const QString kNotice = QStringLiteral("Please do not operate your mobile device
                                        "process is going on. Operating the mobile "
                                        "device functions during the messaging process may interrupt the "
                                        "execution and may result errors in process.");
-const QStringList kItemColumns = {"Number", "Message", "Current Status", "Status", "Use Port"};
+const QStringList kItemColumns = {"Number", "Message", "Current Status", "Status", "Use Port", "Retry"};
 } // namespace
 
 Record SMS_Sending::recordOf(const SendingItem& item) {
@@ -28,7 +28,7 @@ Record SMS_Sending::recordOf(const SendingItem& item) {
                   {"Use Status", useStatusText(item.useStatus)},
                   {"Current Status", item.currentStatus},
                   {"Status", item.status},
-                  {"Retry", "0"},
+                  {"Retry", QString::number(std::max(0, item.attempts - 1))},
                   {"Sent item", "0"}};
 }
 
@@ -101,6 +101,8 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
         m_closeEnabled = true;
         curr_send_item_4_th = 0;
         m_sentAsUnicode = 0;
+        m_activePorts = 0;
+        m_portStatuses.clear();
         wait_to_fins_running = false;
         const RecordList rows = m_window.list().records();
         tot_main_list_count = int(rows.size());
@@ -139,6 +141,7 @@ void SMS_Sending::copyRunOptions() {
     m_options.schedule = m_window.delaySchedule();
     m_options.unicode = m_window.unicode();
     m_options.plainPunctuation = m_window.plainPunctuation();
+    m_options.retries = m_window.retries();
     m_options.flash = m_window.isFlashMessage();
     m_options.skipDuplicates = m_window.skipDuplicates();
     m_options.exclusion = m_window.exclusion();

@@ -13,9 +13,11 @@
 #include "gsm/SmsMode.h"
 
 #include <QHash>
+#include <QMap>
 #include <QSet>
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -60,6 +62,8 @@ public:
     // the GSM alphabet cannot carry their text; and the line that says so ("" when none).
     int sentAsUnicode() const { return m_sentAsUnicode; }
     QString unicodeSummary() const;
+    // Ports that left the run before its end, and why ("Left the run after 3 refusals ...").
+    QMap<QString, QString> portStatuses() const { return m_portStatuses; }
 
     // --- Buttons.
     void Stop_Btn();
@@ -76,6 +80,10 @@ public:
     void Check_curr_tot_msg_Count();
 
     static constexpr int kMaxPorts = 32;
+    // A port leaves the run after this many refusals in a row, for as many numbers.
+    static constexpr int kRefusalsBeforeAPortLeaves = 3;
+    // The pause before a refused message's next attempt grows by this much per attempt.
+    static constexpr std::chrono::seconds kRetryPause{10};
 
 private:
     // Where the run stands; the status line shows it.
@@ -100,6 +108,7 @@ private:
         DelaySchedule schedule;
         bool unicode = false, flash = false, skipDuplicates = false, exclusion = false;
         bool plainPunctuation = false;
+        int retries = 1; // further attempts for a message the network refused
         bool saveSentItems = false, saveTemplates = false;
         QSet<QString> excludedNumbers;
         QStringList ports;
@@ -115,6 +124,7 @@ private:
     bool openPort(int slot, const QString& path, PortJob& job, std::stop_token stop);
     void Send_To_All_SMS_Func(PortJob job);
     void sendFromPort(const PortJob& job, MFCSMS& session);
+    void leavePort(const QString& port, const QString& why);
     // The last holder of the run ends it; the dispatcher holds no port (nullopt).
     void releaseRun(std::optional<SmsMode> portMode);
     void Mark_Stopped_On_Curr_port_Th();
@@ -144,6 +154,7 @@ private:
     std::atomic<int> m_threadsRunning{0};
     std::atomic<int> m_runHolders{0}; // the dispatcher and every started worker
     std::atomic<int> m_startedWorkers{0};
+    std::atomic<int> m_activePorts{0}; // workers still taking items
     std::atomic<bool> wait_to_fins_running{false};
     std::atomic<int> curr_send_item_4_th{0};
     std::atomic<int> tot_main_list_count{0};
@@ -159,6 +170,7 @@ private:
     int m_overallMax = 0, m_overallValue = 0, m_activityValue = 0;
     bool m_activityVisible = false, m_stopEnabled = false, m_stopVisible = true, m_closeEnabled = true;
     bool m_exportVisible = false, m_pleaseWait = false;
+    QMap<QString, QString> m_portStatuses;
 };
 
 inline const QString kFinish = QStringLiteral("Finish.");

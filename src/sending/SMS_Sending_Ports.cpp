@@ -13,12 +13,14 @@
 #include "delivery/DelayedDeliveryPause.h"
 #include "gsm/MFCSMS.h"
 #include "gsm/ModemAnswers.h"
+
 #include "gsm/ModemSessionPool.h"
 #include "stores/SentItemFile.h"
 #include "stores/TemplateFile.h"
 #include "text/GsmAlphabet.h"
 #include "text/NumberRules.h"
 #include "text/SmsParts.h"
+#include <QSet>
 
 using namespace std::chrono_literals;
 
@@ -81,6 +83,7 @@ void SMS_Sending::GSM_Send_Multi_Phone_Msg_Function(std::stop_token stop) {
         const QString& chosen = m_options.portChoice;
         const auto startWorker = [this](const PortJob& job) {
             ++m_runHolders;
+            ++m_activePorts;
             const bool first = m_startedWorkers++ == 0;
             Show_NSLog_Message(job.portName + QStringLiteral(" start thread for sending"));
             spawn(QStringLiteral("sms-port-%1").arg(job.slot), [this, job] { Send_To_All_SMS_Func(job); });
@@ -124,7 +127,13 @@ void SMS_Sending::Send_To_All_SMS_Func(PortJob job) {
     MFCSMS& session = *mfc_sms_obj_arr.at(size_t(job.slot));
     Guard::run("SMS_Sending::Send_To_All_SMS_Func", [&] { sendFromPort(job, session); });
     session.closePort();
+    --m_activePorts;
     releaseRun(job.details.mode);
+}
+
+void SMS_Sending::leavePort(const QString& port, const QString& why) {
+    Show_NSLog_Message(port + QStringLiteral(": ") + why);
+    ui([this, port, why] { m_portStatuses.insert(port, why); });
 }
 
 void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
@@ -156,7 +165,10 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
     const auto finishedOnTheWay = [this](const SendingItems::Claim& c) { showItem(c.index, c.item, true); };
     const QString done = QStringLiteral("Done (%1)").arg(job.portName);
 
-    // One claimed item: sent, finished and shown. False when the port failed.
+    // One claimed item, submitted; then finished and shown, or given back for another
+    // attempt. False when the port failed.
+    int refusalsInARow = 0;
+    QSet<QString> refusedNumbers; // of the refusals in a row
     const auto sendClaimed = [&](const SendingItems::Claim& claim) {
         showItem(claim.index, claim.item, false);
         const QString composed = claim.item.message.left(kMaxMessageLength);
@@ -178,23 +190,59 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
                                                        job.details.capability, job.stop);
                    })) {
             status = kConnectionError;
+            ok = false;
+        }
+        if (!ok && !session.lastSubmissionHandedOver()) {
+            // The line failed before the message reached the modem: it certainly did not
+            // leave, so another port takes it without it costing an attempt.
+            m_items.requeue(claim.index, {}, job.portName, {}, false);
+            showItem(claim.index, m_items.at(claim.index), false);
+            leavePort(job.portName,
+                      QStringLiteral("Left the run: the device stopped answering (%1).").arg(status));
+            return false;
         }
         Clock::sleep(1s);
-        if (!options.unicode && Check_UNICODE_Message(message) && ModemAnswers::isSent(status))
-            ++m_sentAsUnicode;
 
-        if (!m_items.finish(claim.index, status, UseStatus::Done, done))
+        const bool refused = ModemAnswers::isRetryableRefusal(status);
+        if (refused) {
+            ++refusalsInARow;
+            refusedNumbers.insert(claim.item.number);
+        } else {
+            refusalsInARow = 0;
+            refusedNumbers.clear();
+        }
+        // A port whose modem refuses message after message (no credit, barred SIM) leaves the
+        // run; what it refused goes to the others.
+        const bool portGivesUp = refused && refusalsInARow >= kRefusalsBeforeAPortLeaves &&
+                                 refusedNumbers.size() >= kRefusalsBeforeAPortLeaves;
+        const bool otherPorts = m_activePorts > 1;
+        if (refused && !job.stop.stop_requested() &&
+            (claim.item.attempts <= options.retries || (portGivesUp && otherPorts))) {
+            const auto notBefore =
+                std::chrono::steady_clock::now() + Clock::scaled(kRetryPause * claim.item.attempts);
+            m_items.requeue(claim.index, status, job.portName, notBefore, true);
+            showItem(claim.index, m_items.at(claim.index), false);
+        } else if (!m_items.finish(claim.index, status, UseStatus::Done, done)) {
             return ok;
-        SendingItem finished = claim.item;
-        finished.status = status;
-        finished.useStatus = UseStatus::Done;
-        finished.currentStatus = done;
-        showItem(claim.index, finished, true);
-        if (options.saveSentItems)
-            appendSentItem(SentItem_File_Path, {claim.item.number, message, date, status});
-        if (options.saveTemplates)
-            appendTemplateIfNew(message);
+        } else {
+            const SendingItem finished = m_items.at(claim.index);
+            if (!options.unicode && Check_UNICODE_Message(message) && ModemAnswers::isSent(status))
+                ++m_sentAsUnicode;
+            showItem(claim.index, finished, true);
+            if (options.saveSentItems)
+                appendSentItem(SentItem_File_Path, {claim.item.number, message, date, status});
+            if (options.saveTemplates)
+                appendTemplateIfNew(message);
+        }
+        if (portGivesUp) {
+            leavePort(job.portName, QStringLiteral("Left the run after %1 refusals in a row (last: %2).")
+                                        .arg(refusalsInARow)
+                                        .arg(status));
+            return false;
+        }
         pause.afterMessageFinished(m_items.allFinished(), !ok, m_items.anyWaitingOrSending());
+        if (!ok)
+            leavePort(job.portName, QStringLiteral("Left the run: %1").arg(status));
         return ok;
     };
 
@@ -204,22 +252,22 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
             Clock::sleep(1s);
             continue;
         }
-        const auto claim =
-            m_items.claimNext(job.portName, options.skipDuplicates, excluded, finishedOnTheWay);
-        if (!claim)
-            break; // every item is taken; the other ports finish theirs
+        const auto claim = m_items.claimNext(job.portName, options.skipDuplicates, excluded, finishedOnTheWay,
+                                             m_activePorts <= 1);
+        if (!claim) {
+            if (!m_items.anyWaiting())
+                break; // every item is taken; the other ports finish theirs
+            Clock::sleepUnless(1s, [&job] { return job.stop.stop_requested(); }); // a retry waits
+            continue;
+        }
         bool ok = true;
         if (!Guard::run("SMS_Sending::Send_To_All_SMS_Func item", [&] { ok = sendClaimed(*claim); })) {
             // The port ends here; its item does not stay "Sending..." for ever.
             ok = false;
             if (m_items.finish(claim->index, kConnectionError, UseStatus::Done, done))
-                Guard::run("SMS_Sending::Send_To_All_SMS_Func item", [&] {
-                    SendingItem finished = claim->item;
-                    finished.status = kConnectionError;
-                    finished.useStatus = UseStatus::Done;
-                    finished.currentStatus = done;
-                    showItem(claim->index, finished, true);
-                });
+                Guard::run("SMS_Sending::Send_To_All_SMS_Func item",
+                           [&] { showItem(claim->index, m_items.at(claim->index), true); });
+            leavePort(job.portName, QStringLiteral("Left the run: %1").arg(kConnectionError));
         }
         failed = !ok;
     }

@@ -18,6 +18,7 @@ void SendingItems::reset(QList<SendingItem> items) {
     m_cursor = 0;
     m_waiting = m_sending = m_finished = 0;
     m_firstIndexOfNumber.clear();
+    m_retries.clear();
     QHash<QString, int> first;
     for (int i = 0; i < m_items.size(); ++i) {
         const SendingItem& item = m_items.at(i);
@@ -47,35 +48,79 @@ QList<SendingItem> SendingItems::all() const {
 std::optional<SendingItems::Claim>
 SendingItems::claimNext(const QString& portName, bool skipDuplicates,
                         const std::function<bool(const QString&)>& isExcluded,
-                        const std::function<void(const Claim&)>& finishedOnTheWay) {
-    std::unique_lock lock(m_mutex);
-    for (; m_cursor < m_items.size(); ++m_cursor) {
-        SendingItem& item = m_items[m_cursor];
-        if (!item.status.isEmpty() || !item.usePort.isEmpty())
-            continue;
-        std::optional<Claim::Kind> notSent;
-        if (isExcluded && isExcluded(item.number))
-            notSent = Claim::Kind::Excluded;
-        else if (skipDuplicates && m_firstIndexOfNumber.at(m_cursor) < m_cursor)
-            notSent = Claim::Kind::Skipped;
-        if (notSent) {
+                        const std::function<void(const Claim&)>& finishedOnTheWay, bool onlyPortLeft) {
+    QList<Claim> onTheWay; // reported once the lock is let go: the report waits on the main thread
+    std::optional<Claim> claim;
+    {
+        std::lock_guard lock(m_mutex);
+        const auto take = [&](int index) {
+            SendingItem& item = m_items[index];
+            item.usePort = portName;
+            item.useStatus = UseStatus::Sending;
+            item.currentStatus = QStringLiteral("Sending (%1)").arg(portName);
+            ++item.attempts;
+            --m_waiting;
+            ++m_sending;
+            return Claim{Claim::Kind::Send, index, item};
+        };
+        const auto now = std::chrono::steady_clock::now();
+        for (qsizetype r = 0; r < m_retries.size() && !claim;) {
+            const SendingItem& item = m_items.at(m_retries.at(r));
+            if (!item.status.isEmpty() || item.useStatus != UseStatus::WaitToDispatch)
+                m_retries.removeAt(r); // finished meanwhile (stopped)
+            else if (item.notBefore <= now && (item.avoidPort != portName || onlyPortLeft))
+                claim = take(int(m_retries.takeAt(r)));
+            else
+                ++r;
+        }
+        for (; !claim && m_cursor < m_items.size(); ++m_cursor) {
+            SendingItem& item = m_items[m_cursor];
+            if (!item.status.isEmpty() || !item.usePort.isEmpty())
+                continue;
+            std::optional<Claim::Kind> notSent;
+            if (isExcluded && isExcluded(item.number))
+                notSent = Claim::Kind::Excluded;
+            else if (skipDuplicates && m_firstIndexOfNumber.at(m_cursor) < m_cursor)
+                notSent = Claim::Kind::Skipped;
+            if (!notSent) {
+                claim = take(m_cursor);
+                continue; // the loop's step moves the cursor past the item taken
+            }
             item.status = *notSent == Claim::Kind::Excluded ? kExcluded : kSkipped;
             item.useStatus = UseStatus::Done;
             item.currentStatus = QStringLiteral("Done (%1)").arg(portName);
             --m_waiting;
             ++m_finished;
-            if (finishedOnTheWay)
-                finishedOnTheWay({*notSent, m_cursor, item});
-            continue;
+            onTheWay.append({*notSent, m_cursor, item});
         }
-        item.usePort = portName;
-        item.useStatus = UseStatus::Sending;
-        item.currentStatus = QStringLiteral("Sending (%1)").arg(portName);
-        --m_waiting;
-        ++m_sending;
-        return Claim{Claim::Kind::Send, m_cursor++, item};
     }
-    return std::nullopt;
+    if (finishedOnTheWay)
+        for (const Claim& finished : onTheWay)
+            finishedOnTheWay(finished);
+    return claim;
+}
+
+void SendingItems::requeue(int index, const QString& failure, const QString& avoidPort,
+                           std::chrono::steady_clock::time_point notBefore, bool attemptCounts) {
+    std::lock_guard lock(m_mutex);
+    if (index < 0 || index >= m_items.size())
+        return;
+    SendingItem& item = m_items[index];
+    if (!item.status.isEmpty() || item.useStatus != UseStatus::Sending)
+        return;
+    item.usePort.clear();
+    item.useStatus = UseStatus::WaitToDispatch;
+    item.currentStatus =
+        failure.isEmpty() ? kWaitToDispatch : QStringLiteral("Wait to retry (%1)").arg(failure);
+    if (!failure.isEmpty())
+        item.lastFailure = failure;
+    item.avoidPort = avoidPort;
+    item.notBefore = notBefore;
+    if (!attemptCounts)
+        --item.attempts;
+    --m_sending;
+    ++m_waiting;
+    m_retries.append(index);
 }
 
 bool SendingItems::finish(int index, const QString& status, UseStatus useStatus,
@@ -103,7 +148,8 @@ QList<int> SendingItems::markStopped() {
     for (int i = 0; i < m_items.size(); ++i) {
         SendingItem& item = m_items[i];
         if (item.status.isEmpty() && item.useStatus == UseStatus::WaitToDispatch) {
-            item.status = kStopped;
+            // An item waiting for another attempt keeps what its last attempt got.
+            item.status = item.lastFailure.isEmpty() ? kStopped : item.lastFailure;
             item.useStatus = UseStatus::Stopped;
             item.currentStatus = kStoppedUse;
             --m_waiting;

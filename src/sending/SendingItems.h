@@ -8,6 +8,7 @@
 #include <QSet>
 #include <QString>
 
+#include <chrono>
 #include <functional>
 #include <mutex>
 #include <optional>
@@ -30,6 +31,11 @@ struct SendingItem {
     UseStatus useStatus = UseStatus::WaitToDispatch;
     QString currentStatus = kWaitToDispatch;
     QString status; // final outcome; empty while not finished
+
+    int attempts = 0;    // submissions begun; a retry adds one
+    QString lastFailure; // what the network said to the last attempt, while it waits to retry
+    QString avoidPort;   // the port that failed it: another port takes it where there is one
+    std::chrono::steady_clock::time_point notBefore{}; // a retry waits for its pause
 };
 
 class SendingItems {
@@ -48,11 +54,21 @@ public:
         int index;
         SendingItem item;
     };
-    // The next waiting, untaken item from the cursor on, taken for the port; items on the
-    // way that must not be sent are finished and reported through finishedOnTheWay.
+    // The next item for the port: a retry whose pause is over (one that another port failed
+    // goes to another port, unless this is the only port left), else the next waiting,
+    // untaken item from the cursor on. Items on the way that must not be sent are finished
+    // and reported through finishedOnTheWay, after the lock is let go. Nothing when no item
+    // is ready for this port now; anyWaiting() then tells whether one may be later.
     std::optional<Claim> claimNext(const QString& portName, bool skipDuplicates,
                                    const std::function<bool(const QString&)>& isExcluded,
-                                   const std::function<void(const Claim&)>& finishedOnTheWay);
+                                   const std::function<void(const Claim&)>& finishedOnTheWay,
+                                   bool onlyPortLeft = true);
+
+    // Gives a taken item back to wait for another attempt: after `notBefore`, preferably on
+    // a port other than `avoidPort` (empty: any). `attemptCounts` false when the message never
+    // reached the modem (its line failed before the hand-over), so it costs no attempt.
+    void requeue(int index, const QString& failure, const QString& avoidPort,
+                 std::chrono::steady_clock::time_point notBefore, bool attemptCounts);
 
     // Writes an item's final state once; false when it already had one.
     bool finish(int index, const QString& status, UseStatus useStatus, const QString& currentStatus);
@@ -69,6 +85,7 @@ private:
     mutable std::mutex m_mutex;
     QList<SendingItem> m_items;
     QList<int> m_firstIndexOfNumber; // per item: the lowest index holding its number
+    QList<int> m_retries;            // requeued items, oldest first
     int m_cursor = 0;
     int m_waiting = 0;
     int m_sending = 0;

@@ -8,6 +8,8 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QSignalBlocker>
+#include <QSpinBox>
 #include <QVBoxLayout>
 
 GsmBulkSmsView::GsmBulkSmsView(Gsm_Bulk_Sms_Wnd& controller, QWidget* parent)
@@ -32,9 +34,22 @@ GsmBulkSmsView::GsmBulkSmsView(Gsm_Bulk_Sms_Wnd& controller, QWidget* parent)
     ports->setMinimumWidth(180);
     bottomBar()->insertWidget(1, new QLabel(QStringLiteral("Sending through:"), this));
     bottomBar()->insertWidget(2, ports);
+    auto* retries = new QSpinBox(this);
+    retries->setObjectName(QStringLiteral("retries"));
+    retries->setRange(0, Gsm_Bulk_Sms_Wnd::kMaxRetries);
+    retries->setToolTip(QStringLiteral("Further attempts for a message the network refused, on another "
+                                       "device where there is one."));
+    bottomBar()->insertWidget(3, new QLabel(QStringLiteral("Retries:"), this));
+    bottomBar()->insertWidget(4, retries);
+    connect(retries, &QSpinBox::valueChanged, this,
+            [&controller](int value) { controller.setRetries(value); });
     auto* wait = new QLabel(QStringLiteral("Checking the devices, please wait..."), this);
-    bottomBar()->insertWidget(3, wait);
-    const auto refresh = [ports, wait, &controller] {
+    bottomBar()->insertWidget(5, wait);
+    const auto refresh = [ports, wait, retries, &controller] {
+        if (retries->value() != controller.retries()) {
+            const QSignalBlocker block(retries);
+            retries->setValue(controller.retries());
+        }
         if (ports->count() != controller.sendingPorts().size()) {
             ports->clear();
             ports->addItems(controller.sendingPorts());

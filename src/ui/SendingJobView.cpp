@@ -20,8 +20,12 @@ SendingJobView::SendingJobView(SMS_Sending& controller, QWidget* parent)
     m_status->setFont(bold);
     m_notice = new QLabel(this);
     m_notice->setWordWrap(true);
+    m_ports = new QLabel(this);
+    m_ports->setWordWrap(true);
+    m_ports->setStyleSheet(QStringLiteral("color: #a33;"));
     layout->addWidget(m_status);
     layout->addWidget(m_notice);
+    layout->addWidget(m_ports);
 
     auto* counts = new QHBoxLayout();
     m_total = new QLabel(this);
@@ -80,6 +84,12 @@ void SendingJobView::refresh() {
     setWindowTitle(m_controller.title());
     m_status->setText(m_controller.statusLine());
     m_notice->setText(m_controller.notice());
+    QStringList ports;
+    const QMap<QString, QString> statuses = m_controller.portStatuses();
+    for (auto it = statuses.cbegin(); it != statuses.cend(); ++it)
+        ports << it.key() + QStringLiteral(": ") + it.value();
+    m_ports->setText(ports.join(QLatin1Char('\n')));
+    m_ports->setVisible(!ports.isEmpty());
     m_total->setText(m_controller.totalLabel());
     m_progressText->setText(m_controller.progressText());
     m_progressText->setVisible(m_controller.progressTextVisible());

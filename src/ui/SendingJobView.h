@@ -22,6 +22,7 @@ private:
 
     SMS_Sending& m_controller;
     QLabel* m_status = nullptr;
+    QLabel* m_ports = nullptr;
     QLabel* m_notice = nullptr;
     QLabel* m_total = nullptr;
     QLabel* m_progressText = nullptr;

@@ -154,7 +154,19 @@ TEST_F(PauseTest, NoPauseAfterTheLastItemOrWithoutPendingItemsOrAfterAFailedPort
     pause.afterMessageFinished(false, false, false);
     pause.afterMessageFinished(false, true, true);
     EXPECT_TRUE(labels.texts().isEmpty());
-    EXPECT_EQ(counter, 1); // capped at the count
+    EXPECT_EQ(counter, 3); // the next message that may pause does
+}
+
+TEST_F(PauseTest, AMessageFinishingDuringAPauseCountsTowardTheNext) {
+    PauseCountdown countdown(PauseCountdown::Variant::SendingJob, labels.sink());
+    DelayedDeliveryPause* self = nullptr;
+    // Another port finishes its message while this one pauses.
+    DelayedDeliveryPause pause(parseDelaySchedule(true, "2", "5  Seconds"), countdown, counter,
+                               {{}, {}, [&] { self->afterMessageFinished(false, false, true); }, {}, {}});
+    self = &pause;
+    pause.afterMessageFinished(false, false, true);
+    pause.afterMessageFinished(false, false, true); // the pause, during which one more finishes
+    EXPECT_EQ(counter, 1);
 }
 
 TEST_F(PauseTest, CounterStaysZeroWithTheScheduleOff) {
