@@ -2,10 +2,13 @@
 
 #include "CommandLineInputs.h"
 #include "ConsoleOperator.h"
+#include "RunReport.h"
+#include "StopSignals.h"
 #include "android/Bulk_SMSAppDelegate.h"
 #include "core/AppState.h"
 #include "core/Launch.h"
 #include "core/Log.h"
+#include "delivery/DelaySchedule.h"
 #include "gsm/ModemDiscovery.h"
 #include "gsm/SmsMode.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"
@@ -17,6 +20,7 @@
 
 #include <QCommandLineParser>
 #include <QFile>
+#include <QRegularExpression>
 
 #include <cstdio>
 
@@ -30,6 +34,27 @@ void out(const QString& text) {
 void err(const QString& text) {
     std::fprintf(stderr, "%s\n", text.toLocal8Bit().constData());
     std::fflush(stderr);
+}
+
+// The entry of a drop-down list that reads as the text, spacing aside; "" when none does.
+QString choiceMatching(const QStringList& entries, const QString& text) {
+    for (const QString& entry : entries)
+        if (entry.simplified() == text.simplified())
+            return entry;
+    return {};
+}
+
+QString simplifiedChoices(const QStringList& entries) {
+    QStringList choices;
+    for (const QString& entry : entries)
+        choices << QLatin1Char('"') + entry.simplified() + QLatin1Char('"');
+    return choices.join(QStringLiteral(", "));
+}
+
+// A service centre number: digits, with an optional "+" in front.
+bool isServiceCentreNumber(const QString& number) {
+    static const QRegularExpression pattern(QStringLiteral("^\\+?[0-9]{3,20}$"));
+    return pattern.match(number).hasMatch();
 }
 
 struct Session {
@@ -112,6 +137,16 @@ int runSend(const QStringList& arguments) {
         QStringLiteral("path"));
     const QCommandLineOption unicode(QStringLiteral("unicode"), QStringLiteral("Send as Unicode."));
     const QCommandLineOption flash(QStringLiteral("flash"), QStringLiteral("Send as a flash message."));
+    const QCommandLineOption retries(
+        QStringLiteral("retries"),
+        QStringLiteral("Further attempts for a message the network refused (default 1), on another device "
+                       "where there is one."),
+        QStringLiteral("N"), QStringLiteral("1"));
+    const QCommandLineOption json(
+        QStringLiteral("json"), QStringLiteral("Print one JSON line per recipient as its message finishes."));
+    const QCommandLineOption strict(
+        QStringLiteral("strict"),
+        QStringLiteral("Refuse the whole run (exit status 2) when a number is invalid."));
     const QCommandLineOption plainPunctuation(
         QStringLiteral("plain-punctuation"),
         QStringLiteral("Replace typographic quotes and dashes by plain ones (keeps texts in 7-bit)."));
@@ -131,10 +166,11 @@ int runSend(const QStringList& arguments) {
     const QCommandLineOption yes(QStringLiteral("yes"), QStringLiteral("Answer Yes to every question."));
     const QCommandLineOption dryRun(QStringLiteral("dry-run"),
                                     QStringLiteral("Print the final list without opening any device."));
-    parser.addOptions({to,           numbersFile, sheet,           header,   numberColumn, messageColumn,
-                       templateText, message,     messageFile,     device,   unicode,      flash,
-                       skip,         exclusion,   pauseEvery,      pauseFor, saveSent,     saveTemplates,
-                       yes,          dryRun,      plainPunctuation});
+    parser.addOptions(
+        {to,         numbersFile, sheet,    header,        numberColumn, messageColumn, templateText,
+         message,    messageFile, device,   unicode,       flash,        skip,          exclusion,
+         pauseEvery, pauseFor,    saveSent, saveTemplates, yes,          dryRun,        plainPunctuation,
+         retries,    json,        strict});
     parser.process(arguments.mid(1));
 
     QString text = parser.value(message);
@@ -170,13 +206,18 @@ int runSend(const QStringList& arguments) {
     // Only validity filters the list; duplicates and exclusions are marked by the run itself.
     assign_format_skip_exclude_var();
     QList<Recipient> valid;
+    int invalid = 0;
     for (const Recipient& r : raw) {
         const QString n = gsm.Num_Able_To_insert(r.number);
-        if (n.isEmpty())
+        if (n.isEmpty()) {
             err(QStringLiteral("Not a valid phone number: %1").arg(r.number.trimmed()));
-        else
+            ++invalid;
+        } else {
             valid.append({n, r.message.left(kMaxMessageLength)});
+        }
     }
+    if (invalid > 0 && parser.isSet(strict))
+        return 2;
     for (auto it = valid.crbegin(); it != valid.crend(); ++it)
         gsm.Create_Num_Msg_List(it->number, it->message); // the first given ends on top
     if (gsm.list().isEmpty()) {
@@ -191,10 +232,27 @@ int runSend(const QStringList& arguments) {
     gsm.Exclusion_Chk(parser.isSet(exclusion));
     gsm.setSaveSentItems(parser.isSet(saveSent));
     gsm.setSaveTemplates(parser.isSet(saveTemplates));
+    bool retriesOk = false;
+    const int retryCount = parser.value(retries).toInt(&retriesOk);
+    if (!retriesOk || retryCount < 0 || retryCount > Gsm_Bulk_Sms_Wnd::kMaxRetries) {
+        err(QStringLiteral("--retries takes 0 to %1, not \"%2\"")
+                .arg(Gsm_Bulk_Sms_Wnd::kMaxRetries)
+                .arg(parser.value(retries)));
+        return 2;
+    }
+    gsm.setRetries(retryCount);
     if (parser.isSet(pauseEvery) || parser.isSet(pauseFor)) {
+        // The window's own entries, whatever the spacing typed ("5 Seconds" is "5  Seconds").
+        const QString count = choiceMatching(delayedCountEntries(), parser.value(pauseEvery));
+        const QString length = choiceMatching(delayedTimeEntries(), parser.value(pauseFor));
+        if (count.isEmpty() || length.isEmpty()) {
+            err(QStringLiteral("A pause needs --pause-every (one of %1) and --pause-for (one of %2).")
+                    .arg(simplifiedChoices(delayedCountEntries()), simplifiedChoices(delayedTimeEntries())));
+            return 2;
+        }
         gsm.Delayed_Delivery_Chk(true);
-        gsm.setDelayedCountChoice(parser.value(pauseEvery));
-        gsm.setDelayedTimeChoice(parser.value(pauseFor));
+        gsm.setDelayedCountChoice(count);
+        gsm.setDelayedTimeChoice(length);
     }
 
     if (parser.isSet(dryRun)) {
@@ -240,9 +298,12 @@ int runSend(const QStringList& arguments) {
                 devices.Update_Column_Value(path, QStringLiteral("SMSMode"), smsModeText(SmsMode::Pdu));
             else if (setting == QLatin1String("mode=text"))
                 devices.Update_Column_Value(path, QStringLiteral("SMSMode"), smsModeText(SmsMode::Text));
-            else if (setting.startsWith(QLatin1String("smsc=")))
+            else if (setting.startsWith(QLatin1String("smsc=")) && isServiceCentreNumber(setting.mid(5)))
                 devices.Set_SMSC_Use_Status(path, QStringLiteral("Y"), setting.mid(5));
-            else {
+            else if (setting.startsWith(QLatin1String("smsc="))) {
+                err(QStringLiteral("Not a valid service centre number: %1").arg(setting.mid(5)));
+                return 2;
+            } else {
                 err(QStringLiteral("Unknown device setting: %1").arg(setting));
                 return 2;
             }
@@ -268,20 +329,18 @@ int runSend(const QStringList& arguments) {
     gsm.applyDeviceSelection();
     gsm.prev_composer_msg = gsm.composerText(); // the message is already in every row
 
+    RunReport report(gsm.sendingJob(),
+                     parser.isSet(json) ? RunReport::Format::Json : RunReport::Format::Lines);
+    StopSignals::install([&gsm] {
+        SMS_Sending& job = gsm.sendingJob();
+        if (!job.running() && !job.finished())
+            return false; // not sending yet: the stop waits for the run
+        job.stopNow();
+        return true;
+    });
     gsm.Send_SMS_Btn();
-
-    int sent = 0;
-    const QList<SendingItem> items = gsm.sendingJob().items().all();
-    for (const SendingItem& item : items) {
-        const bool ok = item.status == QLatin1String("Message sent successfully.") ||
-                        item.status == QLatin1String("Message sent to device.");
-        sent += ok;
-        out(QStringLiteral("%1\t%2\t%3").arg(item.number, item.usePort, item.status));
-    }
-    if (!gsm.sendingJob().unicodeSummary().isEmpty())
-        out(gsm.sendingJob().unicodeSummary());
-    out(QStringLiteral("%1 of %2 recipients sent.").arg(sent).arg(items.size()));
-    return !items.isEmpty() && sent == items.size() ? 0 : 1;
+    report.finish();
+    return report.exitStatus();
 }
 
 } // namespace

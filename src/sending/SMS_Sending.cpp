@@ -298,9 +298,13 @@ void SMS_Sending::stop_SMS_Sending(const QString& closeWindow) {
         return;
     }
     m_dlgClose = closeWindow == QLatin1String("YES");
+    stopNow();
+}
+
+void SMS_Sending::stopNow() {
     requestStop();
     endPause();
-    if (!wait_to_fins_running && m_state != RunState::Finished) {
+    if (!wait_to_fins_running && m_state != RunState::Finished && m_state != RunState::Idle) {
         m_closeEnabled = false;
         emit changed();
         spawn(QStringLiteral("sms-finish"), [this] { startCompletion(); });

@@ -68,6 +68,8 @@ public:
     // --- Buttons.
     void Stop_Btn();
     void CancelPressed();
+    // Stop without the question (a script's interrupt): the run ends as after Stop.
+    void stopNow();
 
     // True while the run's threads are still at work (tests wait on it).
     bool running() const { return m_threadsRunning > 0; }

@@ -222,7 +222,8 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
                 std::chrono::steady_clock::now() + Clock::scaled(kRetryPause * claim.item.attempts);
             m_items.requeue(claim.index, status, job.portName, notBefore, true);
             showItem(claim.index, m_items.at(claim.index), false);
-        } else if (!m_items.finish(claim.index, status, UseStatus::Done, done)) {
+        } else if (!m_items.finish(claim.index, status, UseStatus::Done, done,
+                                   session.lastMessageReferences())) {
             return ok;
         } else {
             const SendingItem finished = m_items.at(claim.index);

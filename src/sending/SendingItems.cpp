@@ -123,8 +123,8 @@ void SendingItems::requeue(int index, const QString& failure, const QString& avo
     m_retries.append(index);
 }
 
-bool SendingItems::finish(int index, const QString& status, UseStatus useStatus,
-                          const QString& currentStatus) {
+bool SendingItems::finish(int index, const QString& status, UseStatus useStatus, const QString& currentStatus,
+                          const QList<int>& references) {
     std::lock_guard lock(m_mutex);
     if (index < 0 || index >= m_items.size())
         return false;
@@ -138,6 +138,7 @@ bool SendingItems::finish(int index, const QString& status, UseStatus useStatus,
     item.status = status;
     item.useStatus = useStatus;
     item.currentStatus = currentStatus;
+    item.references = references;
     ++m_finished;
     return true;
 }

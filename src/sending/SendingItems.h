@@ -32,9 +32,10 @@ struct SendingItem {
     QString currentStatus = kWaitToDispatch;
     QString status; // final outcome; empty while not finished
 
-    int attempts = 0;    // submissions begun; a retry adds one
-    QString lastFailure; // what the network said to the last attempt, while it waits to retry
-    QString avoidPort;   // the port that failed it: another port takes it where there is one
+    QList<int> references; // the network's "+CMGS" references of the accepted parts
+    int attempts = 0;      // submissions begun; a retry adds one
+    QString lastFailure;   // what the network said to the last attempt, while it waits to retry
+    QString avoidPort;     // the port that failed it: another port takes it where there is one
     std::chrono::steady_clock::time_point notBefore{}; // a retry waits for its pause
 };
 
@@ -71,7 +72,8 @@ public:
                  std::chrono::steady_clock::time_point notBefore, bool attemptCounts);
 
     // Writes an item's final state once; false when it already had one.
-    bool finish(int index, const QString& status, UseStatus useStatus, const QString& currentStatus);
+    bool finish(int index, const QString& status, UseStatus useStatus, const QString& currentStatus,
+                const QList<int>& references = {});
 
     // Marks every waiting item "Stopped."; returns the indexes marked.
     QList<int> markStopped();

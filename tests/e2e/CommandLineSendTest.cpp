@@ -4,6 +4,9 @@
 #include "sim/VirtualModem.h"
 
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 #include <QProcess>
 #include <QProcessEnvironment>
@@ -12,6 +15,8 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+
+#include <csignal>
 
 namespace {
 
@@ -117,17 +122,113 @@ TEST_F(CommandLineSendTest, RtfAndCsvFilesAreCutAsTheWindowsCutThem) {
               QStringList{"+441234567890\tsend\tc"});
 }
 
-TEST_F(CommandLineSendTest, RefusedRecipientsMakeTheExitStatusNonZero) {
+TEST_F(CommandLineSendTest, ExitStatusTellsWhatWentOut) {
     sim::ModemBehaviour refusing;
     refusing.networkDelayMs = 0;
     refusing.cmsErrorForNumber.insert("222", 38);
     modems.at(0)->setBehaviour(refusing);
+    const QString device = modems.at(0)->devicePath();
+    const struct {
+        const char* name;
+        QStringList arguments;
+        int exitCode;
+        QString lastLine;
+    } cases[] = {
+        {"nothing went out", {"--to", "222"}, 3, "0 of 1 recipients sent."},
+        {"some failed", {"--to", "222", "--to", "333"}, 1, "1 of 2 recipients sent."},
+        // Numbers left out on purpose are no failures.
+        {"duplicates skipped",
+         {"--to", "333", "--to", "333", "--skip-duplicates"},
+         0,
+         "1 of 1 recipients sent."},
+    };
+    for (const auto& c : cases) {
+        int exitCode = -1;
+        const QStringList lines =
+            run(QStringList{"send", "--message", "x", "--retries", "0", "--device", device} + c.arguments,
+                exitCode);
+        EXPECT_EQ(exitCode, c.exitCode) << c.name << "\n" << errors.toStdString();
+        ASSERT_FALSE(lines.isEmpty()) << c.name << "\n" << errors.toStdString();
+        EXPECT_EQ(lines.last(), c.lastLine) << c.name;
+    }
+}
+
+TEST_F(CommandLineSendTest, BadInputIsRefusedBeforeAnythingIsSent) {
+    const QString device = modems.at(0)->devicePath();
+    const struct {
+        const char* name;
+        QStringList arguments;
+    } cases[] = {
+        {"unknown pause length", {"--to", "333", "--pause-every", "1", "--pause-for", "7 Seconds"}},
+        {"pause length without its count", {"--to", "333", "--pause-for", "5 Seconds"}},
+        {"service centre that is no number", {"--to", "333", "--device", device + ",smsc=12+34"}},
+        {"invalid number when strict", {"--to", "333", "--to", "12ab", "--strict"}},
+        {"retries out of range", {"--to", "333", "--retries", "9"}},
+    };
+    for (const auto& c : cases) {
+        int exitCode = -1;
+        run(QStringList{"send", "--message", "x"} + c.arguments, exitCode);
+        EXPECT_EQ(exitCode, 2) << c.name << "\n" << errors.toStdString();
+    }
+    for (const auto& m : modems)
+        EXPECT_TRUE(m->received().isEmpty());
+    // The window's spacing need not be typed: "5 Seconds" is its "5  Seconds".
     int exitCode = -1;
-    const QStringList lines =
-        run({"send", "--to", "222", "--message", "x", "--device", modems.at(0)->devicePath()}, exitCode);
-    EXPECT_EQ(exitCode, 1) << errors.toStdString();
-    ASSERT_FALSE(lines.isEmpty()) << errors.toStdString();
-    EXPECT_EQ(lines.last(), "0 of 1 recipients sent.");
+    run({"send", "--message", "x", "--to", "333", "--device", device, "--pause-every", "1", "--pause-for",
+         "5 Seconds"},
+        exitCode);
+    EXPECT_EQ(exitCode, 0) << errors.toStdString();
+}
+
+TEST_F(CommandLineSendTest, JsonLinesComeAsEachMessageFinishes) {
+    int exitCode = -1;
+    const QStringList lines = run({"send", "--message", "x", "--json", "--device", modems.at(0)->devicePath(),
+                                   "--to", "111", "--to", "222"},
+                                  exitCode);
+    EXPECT_EQ(exitCode, 0) << errors.toStdString();
+    ASSERT_EQ(lines.size(), 2) << lines.join('\n').toStdString();
+    QStringList numbers;
+    for (const QString& line : lines) {
+        const QJsonObject item = QJsonDocument::fromJson(line.toUtf8()).object();
+        numbers << item.value("number").toString();
+        EXPECT_EQ(item.value("status").toString(), "Message sent successfully.");
+        EXPECT_TRUE(item.value("sent").toBool());
+        EXPECT_EQ(item.value("attempts").toInt(), 1);
+        EXPECT_EQ(item.value("references").toArray().size(), 1);
+        EXPECT_EQ(item.value("port").toString(), modems.at(0)->devicePath());
+        EXPECT_FALSE(item.value("time").toString().isEmpty());
+    }
+    numbers.sort();
+    EXPECT_EQ(numbers, (QStringList{"111", "222"}));
+}
+
+TEST_F(CommandLineSendTest, AnInterruptStopsTheRunAndStillPrintsEveryResult) {
+    QProcess process;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert("BULKSMS_DATA_HOME", home.path());
+    env.insert("BULKSMS_RESOURCES", home.path() + "/resources");
+    env.insert("BULKSMS_CLOCK_SCALE", "0.05");
+    env.insert("BULKSMS_EXTRA_MODEMS", modems.at(0)->devicePath());
+    process.setProcessEnvironment(env);
+    QStringList arguments{"send", "--message", "x", "--device", modems.at(0)->devicePath()};
+    for (int i = 0; i < 40; ++i)
+        arguments << "--to" << QStringLiteral("4477009%1").arg(100 + i);
+    process.start(QStringLiteral(BULKSMS_EXECUTABLE), arguments);
+    ASSERT_TRUE(process.waitForStarted());
+    // Interrupted once its first result is out.
+    while (process.state() == QProcess::Running && !process.canReadLine())
+        process.waitForReadyRead(100);
+    ::kill(pid_t(process.processId()), SIGINT);
+    ASSERT_TRUE(process.waitForFinished(60000));
+    const QStringList lines = QString::fromUtf8(process.readAll()).split('\n', Qt::SkipEmptyParts);
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(process.exitCode(), 1);
+    ASSERT_EQ(lines.size(), 41) << lines.join('\n').toStdString(); // every recipient, and the summary
+    int stopped = 0;
+    for (const QString& line : lines.mid(0, 40))
+        stopped += line.endsWith("\tStopped.");
+    EXPECT_GT(stopped, 0);
+    EXPECT_EQ(modems.at(0)->received().size(), 40 - stopped);
 }
 
 } // namespace

@@ -1,0 +1,89 @@
+#include "RunReport.h"
+
+#include "core/RecordTable.h"
+#include "gsm/ModemAnswers.h"
+#include "sending/SMS_Sending.h"
+
+#include <QDateTime>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <cstdio>
+
+namespace {
+
+void printLine(FILE* stream, const QString& text) {
+    std::fprintf(stream, "%s\n", text.toUtf8().constData());
+    std::fflush(stream);
+}
+
+bool leftOutOnPurpose(const SendingItem& item) { return item.status == kSkipped || item.status == kExcluded; }
+
+} // namespace
+
+RunReport::RunReport(SMS_Sending& job, Format format, QObject* parent)
+    : QObject(parent), m_job(job), m_format(format) {
+    // The table changes on this thread as each item moves on; a final status is printed once.
+    connect(&job.itemTable(), &RecordTable::rowChanged, this, [this](int row) {
+        if (!m_job.items().at(row).status.isEmpty())
+            printItem(row);
+    });
+}
+
+void RunReport::printItem(int index) {
+    if (m_printed.contains(index))
+        return;
+    const SendingItem item = m_job.items().at(index);
+    if (item.status.isEmpty())
+        return;
+    m_printed.insert(index);
+    if (m_format == Format::Lines) {
+        printLine(stdout, QStringLiteral("%1\t%2\t%3").arg(item.number, item.usePort, item.status));
+        return;
+    }
+    QJsonArray references;
+    for (int reference : item.references)
+        references.append(reference);
+    const QJsonObject line{
+        {"time", QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs)},
+        {"number", item.number},
+        {"port", item.usePort},
+        {"status", item.status},
+        {"sent", ModemAnswers::isSent(item.status)},
+        {"references", references},
+        {"attempts", item.attempts},
+        {"delivery", QStringLiteral("not requested")},
+    };
+    printLine(stdout, QString::fromUtf8(QJsonDocument(line).toJson(QJsonDocument::Compact)));
+}
+
+void RunReport::finish() {
+    const QList<SendingItem> items = m_job.items().all();
+    for (int i = 0; i < items.size(); ++i)
+        printItem(i);
+    const QMap<QString, QString> ports = m_job.portStatuses();
+    for (auto it = ports.cbegin(); it != ports.cend(); ++it)
+        printLine(stderr, it.key() + QStringLiteral(": ") + it.value());
+    if (m_format == Format::Json)
+        return; // a script reads the lines; the summary would not be JSON
+    int sendable = 0, sent = 0;
+    for (const SendingItem& item : items) {
+        sendable += !leftOutOnPurpose(item);
+        sent += ModemAnswers::isSent(item.status);
+    }
+    if (!m_job.unicodeSummary().isEmpty())
+        printLine(stdout, m_job.unicodeSummary());
+    printLine(stdout, QStringLiteral("%1 of %2 recipients sent.").arg(sent).arg(sendable));
+}
+
+int RunReport::exitStatus() const {
+    int sendable = 0, sent = 0;
+    for (const SendingItem& item : m_job.items().all()) {
+        sendable += !leftOutOnPurpose(item);
+        sent += ModemAnswers::isSent(item.status);
+    }
+    if (sent == sendable)
+        return 0;
+    return sent == 0 ? kNothingSent : kSomeFailed;
+}

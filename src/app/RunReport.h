@@ -1,0 +1,33 @@
+#pragma once
+// What `bulksms send` prints of a run: a line per recipient as soon as its message is
+// finished (tab-separated, or JSON with --json), and at the end a summary and the exit status
+// a script can act on.
+#include <QObject>
+#include <QSet>
+
+class SMS_Sending;
+
+class RunReport : public QObject {
+    Q_OBJECT
+public:
+    enum class Format { Lines, Json };
+    RunReport(SMS_Sending& job, Format format, QObject* parent = nullptr);
+
+    // Prints the items not printed yet (those finished when the list was loaded), the ports
+    // that left the run, and the summary line.
+    void finish();
+
+    // 0: every message that could be sent was (skipped and excluded numbers are no failures);
+    // 1: some failed; 3: none went out.
+    int exitStatus() const;
+
+    static constexpr int kSomeFailed = 1;
+    static constexpr int kNothingSent = 3;
+
+private:
+    void printItem(int index);
+
+    SMS_Sending& m_job;
+    Format m_format;
+    QSet<int> m_printed;
+};

@@ -1,0 +1,35 @@
+#include "StopSignals.h"
+
+#include <QTimer>
+
+#include <atomic>
+#include <csignal>
+#include <unistd.h>
+
+namespace StopSignals {
+namespace {
+
+std::atomic<int> g_signals{0};
+
+void onSignal(int signal) {
+    if (g_signals.fetch_add(1) > 0)
+        ::_exit(128 + signal);
+}
+
+} // namespace
+
+void install(std::function<bool()> stop) {
+    struct sigaction action {};
+    action.sa_handler = onSignal;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+    auto* poll = new QTimer(); // lives as long as the process: the run may end any time
+    QObject::connect(poll, &QTimer::timeout, poll, [stop = std::move(stop), poll] {
+        if (g_signals.load() > 0 && stop())
+            poll->stop();
+    });
+    poll->start(50);
+}
+
+} // namespace StopSignals
