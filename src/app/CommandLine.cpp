@@ -14,6 +14,7 @@
 #include "gsm/windows/GSM_Device_List_Wnd.h"
 #include "list/LoadCounters.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
+#include "sending/ResumeRun.h"
 #include "sending/SMS_Sending.h"
 #include "text/NumberRules.h"
 #include "text/SmsParts.h"
@@ -147,6 +148,14 @@ int runSend(const QStringList& arguments) {
     const QCommandLineOption strict(
         QStringLiteral("strict"),
         QStringLiteral("Refuse the whole run (exit status 2) when a number is invalid."));
+    const QCommandLineOption resume(
+        QStringLiteral("resume"),
+        QStringLiteral("Go on with the run that did not end (its journal in the data "
+                       "folder): who got a message is not sent to again."));
+    const QCommandLineOption resendUnknown(
+        QStringLiteral("resend-unknown"),
+        QStringLiteral(
+            "With --resume: send again the messages that may have gone out when the run broke off."));
     const QCommandLineOption plainPunctuation(
         QStringLiteral("plain-punctuation"),
         QStringLiteral("Replace typographic quotes and dashes by plain ones (keeps texts in 7-bit)."));
@@ -170,7 +179,7 @@ int runSend(const QStringList& arguments) {
         {to,         numbersFile, sheet,    header,        numberColumn, messageColumn, templateText,
          message,    messageFile, device,   unicode,       flash,        skip,          exclusion,
          pauseEvery, pauseFor,    saveSent, saveTemplates, yes,          dryRun,        plainPunctuation,
-         retries,    json,        strict});
+         retries,    json,        strict,   resume,        resendUnknown});
     parser.process(arguments.mid(1));
 
     QString text = parser.value(message);
@@ -203,6 +212,33 @@ int runSend(const QStringList& arguments) {
     if (!session.launch())
         return 2;
     Gsm_Bulk_Sms_Wnd& gsm = session.gsm;
+    ResumePlan resumed;
+    if (parser.isSet(resume)) {
+        const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load();
+        if (!unfinished) {
+            err(QStringLiteral("There is no unfinished run to resume."));
+            return 2;
+        }
+        resumed = planResume(*unfinished, parser.isSet(resendUnknown));
+        err(QStringLiteral("Resuming the unfinished run: %1 of %2 sent, %3 to send.")
+                .arg(resumed.sent)
+                .arg(resumed.total)
+                .arg(resumed.toSend.size()));
+        const bool again = parser.isSet(resendUnknown);
+        for (const RunJournal::Entry& entry : resumed.carried + resumed.toSend)
+            if (entry.unknown)
+                err(QStringLiteral("%1\t%2: %3")
+                        .arg(entry.number, RunJournal::kUnknown,
+                             again ? QStringLiteral("sent again")
+                                   : QStringLiteral("--resend-unknown sends it again")));
+        for (const RunJournal::Entry& entry : resumed.toSend)
+            raw.append({entry.number, entry.message});
+        if (raw.isEmpty()) {
+            RunJournal::discard();
+            out(QStringLiteral("%1 of %2 recipients sent.").arg(resumed.sent).arg(resumed.total));
+            return resumed.sent + resumed.unknown == resumed.total ? 0 : RunReport::kSomeFailed;
+        }
+    }
     // Only validity filters the list; duplicates and exclusions are marked by the run itself.
     assign_format_skip_exclude_var();
     QList<Recipient> valid;
@@ -220,6 +256,7 @@ int runSend(const QStringList& arguments) {
         return 2;
     for (auto it = valid.crbegin(); it != valid.crend(); ++it)
         gsm.Create_Num_Msg_List(it->number, it->message); // the first given ends on top
+    gsm.setCarriedEntries(resumed.carried);
     if (gsm.list().isEmpty()) {
         err(QStringLiteral("No recipients."));
         return 2;

@@ -4,6 +4,7 @@
 #include "core/AppState.h"
 #include "core/Launch.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
+#include "sending/ResumeRun.h"
 #include "ui/AndroidBulkSmsView.h"
 #include "ui/GsmBulkSmsView.h"
 #include "ui/QtOperator.h"
@@ -29,6 +30,9 @@ int runDesktop(int argc, char* argv[]) {
 
     if (!Launch_Application(op, androidWindow, gsmWindow))
         return 1;
-    QTimer::singleShot(0, &app, [&] { Show_Device_Kind_Selection(op, gsmWindow, androidWindow); });
+    QTimer::singleShot(0, &app, [&] {
+        offerToResumeUnfinishedRun(gsmWindow, op);
+        Show_Device_Kind_Selection(op, gsmWindow, androidWindow);
+    });
     return app.exec();
 }

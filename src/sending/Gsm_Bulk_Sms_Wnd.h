@@ -1,10 +1,12 @@
 #pragma once
 // The GSM main window's controller: the shared list and composer, the device choice, and
 // the Send flow that checks everything, verifies the chosen ports and opens the sending job.
+#include "RunJournal.h"
 #include "gsm/MFCSMS.h"
 #include "list/BulkSmsWindow.h"
 
 #include <memory>
+#include <utility>
 
 class SMS_Sending;
 
@@ -41,6 +43,11 @@ public:
     void setRetries(int retries);
     static constexpr int kMaxRetries = 5;
 
+    // Finished entries of an unfinished run this window's next run resumes: its journal
+    // keeps them (taken, and so emptied, when the run starts).
+    void setCarriedEntries(const QList<RunJournal::Entry>& entries) { m_carried = entries; }
+    QList<RunJournal::Entry> takeCarriedEntries() { return std::exchange(m_carried, {}); }
+
 protected:
     bool openDeviceSearchWindow() override;
 
@@ -59,5 +66,6 @@ private:
     QString m_messageIs;
     bool m_pleaseWait = false;
     int m_retries = 1;
+    QList<RunJournal::Entry> m_carried;
     bool m_sendInProgress = false; // Send is running (checks, then the job): a second press is ignored
 };

@@ -142,6 +142,7 @@ void SMS_Sending::copyRunOptions() {
     m_options.unicode = m_window.unicode();
     m_options.plainPunctuation = m_window.plainPunctuation();
     m_options.retries = m_window.retries();
+    m_options.carried = m_window.takeCarriedEntries();
     m_options.flash = m_window.isFlashMessage();
     m_options.skipDuplicates = m_window.skipDuplicates();
     m_options.exclusion = m_window.exclusion();
@@ -182,6 +183,7 @@ void SMS_Sending::Load_Thread(RecordList rows, QString selectedPath, std::stop_t
     }
     curr_send_item_4_th = finished;
     m_items.reset(items);
+    m_journal.begin(items, m_options.carried);
     RecordList records;
     records.reserve(items.size());
     for (const SendingItem& item : items)

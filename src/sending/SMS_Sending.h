@@ -3,6 +3,7 @@
 // port into a session slot (two seconds apart) and runs one worker per working port until
 // no item is left, with live statuses, delayed-delivery pauses, Stop and Close, and the
 // closing messages. One instance, shown modally by the GSM window.
+#include "RunJournal.h"
 #include "SendingItems.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
@@ -110,7 +111,8 @@ private:
         DelaySchedule schedule;
         bool unicode = false, flash = false, skipDuplicates = false, exclusion = false;
         bool plainPunctuation = false;
-        int retries = 1; // further attempts for a message the network refused
+        int retries = 1;                  // further attempts for a message the network refused
+        QList<RunJournal::Entry> carried; // what an unfinished run this one resumes had finished
         bool saveSentItems = false, saveTemplates = false;
         QSet<QString> excludedNumbers;
         QStringList ports;
@@ -149,6 +151,7 @@ private:
     RecordTable m_table;
     RunOptions m_options;
     PauseCountdown m_pause;
+    RunJournal m_journal;
     ActivityIndicator m_activity;
 
     std::mutex m_threadsMutex;

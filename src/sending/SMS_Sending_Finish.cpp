@@ -92,6 +92,7 @@ void SMS_Sending::Wait_to_finish_Th() {
         m_closeEnabled = true;
     });
     wait_to_fins_running = false;
+    m_journal.end(); // the run ended: nothing is left to resume
     if (m_dlgClose) {
         m_op.Show_MessageBox(QStringLiteral("SMS Sending process is stopped."));
         ui([this] { endModal(1); });

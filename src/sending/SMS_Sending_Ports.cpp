@@ -162,7 +162,10 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
     const auto excluded = [&options](const QString& number) {
         return options.exclusion && options.excludedNumbers.contains(number);
     };
-    const auto finishedOnTheWay = [this](const SendingItems::Claim& c) { showItem(c.index, c.item, true); };
+    const auto finishedOnTheWay = [this](const SendingItems::Claim& c) {
+        m_journal.finished(c.index, c.item);
+        showItem(c.index, c.item, true);
+    };
     const QString done = QStringLiteral("Done (%1)").arg(job.portName);
 
     // One claimed item, submitted; then finished and shown, or given back for another
@@ -178,6 +181,7 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
 
         QString status;
         bool ok = true;
+        m_journal.handing(claim.index, job.portName);
         if (mode == SmsMode::Unknown) {
             status = QStringLiteral("Error : +CMS ERROR: 500.");
         } else if (!Guard::run("SMS_Sending::Send_To_All_SMS_Func send", [&] {
@@ -196,6 +200,7 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
             // The line failed before the message reached the modem: it certainly did not
             // leave, so another port takes it without it costing an attempt.
             m_items.requeue(claim.index, {}, job.portName, {}, false);
+            m_journal.waiting(claim.index, status);
             showItem(claim.index, m_items.at(claim.index), false);
             leavePort(job.portName,
                       QStringLiteral("Left the run: the device stopped answering (%1).").arg(status));
@@ -221,12 +226,14 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
             const auto notBefore =
                 std::chrono::steady_clock::now() + Clock::scaled(kRetryPause * claim.item.attempts);
             m_items.requeue(claim.index, status, job.portName, notBefore, true);
+            m_journal.waiting(claim.index, status);
             showItem(claim.index, m_items.at(claim.index), false);
         } else if (!m_items.finish(claim.index, status, UseStatus::Done, done,
                                    session.lastMessageReferences())) {
             return ok;
         } else {
             const SendingItem finished = m_items.at(claim.index);
+            m_journal.finished(claim.index, finished);
             if (!options.unicode && Check_UNICODE_Message(message) && ModemAnswers::isSent(status))
                 ++m_sentAsUnicode;
             showItem(claim.index, finished, true);
@@ -266,8 +273,10 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
             // The port ends here; its item does not stay "Sending..." for ever.
             ok = false;
             if (m_items.finish(claim->index, kConnectionError, UseStatus::Done, done))
-                Guard::run("SMS_Sending::Send_To_All_SMS_Func item",
-                           [&] { showItem(claim->index, m_items.at(claim->index), true); });
+                Guard::run("SMS_Sending::Send_To_All_SMS_Func item", [&] {
+                    m_journal.finished(claim->index, m_items.at(claim->index));
+                    showItem(claim->index, m_items.at(claim->index), true);
+                });
             leavePort(job.portName, QStringLiteral("Left the run: %1").arg(kConnectionError));
         }
         failed = !ok;

@@ -1,0 +1,44 @@
+#include "ResumeRun.h"
+
+#include "Gsm_Bulk_Sms_Wnd.h"
+#include "core/Operator.h"
+
+ResumePlan planResume(const RunJournal::Unfinished& unfinished, bool resendUnknown) {
+    ResumePlan plan;
+    plan.sent = unfinished.sent();
+    plan.total = unfinished.total();
+    for (const RunJournal::Entry& entry : unfinished.entries) {
+        plan.unknown += entry.unknown;
+        const bool send = entry.unknown ? resendUnknown : entry.status.isEmpty();
+        (send ? plan.toSend : plan.carried).append(entry);
+    }
+    return plan;
+}
+
+void applyResume(Gsm_Bulk_Sms_Wnd& window, const ResumePlan& plan) {
+    // New rows go to the top: the last first keeps the run's order.
+    for (auto it = plan.toSend.crbegin(); it != plan.toSend.crend(); ++it)
+        window.Create_Num_Msg_List(it->number, it->message);
+    window.prev_composer_msg = window.composerText(); // every row has its message already
+    window.setCarriedEntries(plan.carried);
+}
+
+void offerToResumeUnfinishedRun(Gsm_Bulk_Sms_Wnd& window, Operator& op) {
+    const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load();
+    if (!unfinished)
+        return;
+    const ResumePlan counted = planResume(*unfinished, false);
+    if (!op.Show_YES_NO_MessageBox(QStringLiteral("Resume the unfinished run (%1 of %2 sent)?")
+                                       .arg(counted.sent)
+                                       .arg(counted.total))) {
+        RunJournal::discard();
+        return;
+    }
+    const bool resendUnknown =
+        counted.unknown > 0 &&
+        op.Show_YES_NO_MessageBox(
+            QStringLiteral("%1 message(s) were being handed to a modem when the run broke off and may have "
+                           "been sent.\n\nSend them again?")
+                .arg(counted.unknown));
+    applyResume(window, planResume(*unfinished, resendUnknown));
+}

@@ -1,0 +1,59 @@
+#pragma once
+// The journal of a sending run, kept in the data folder so that a crash, a power cut or a
+// kill in the middle of a long run never leaves the operator guessing who already got a
+// message. Each line is appended and flushed to the disk before the run goes on: the run's
+// items when it starts, each item just before it is handed to a modem, and its outcome once
+// the modem answered. A run that ends removes its journal; a journal found at start-up
+// belongs to a run that did not end.
+#include "SendingItems.h"
+
+#include <QList>
+#include <QString>
+
+#include <mutex>
+#include <optional>
+
+class RunJournal {
+public:
+    RunJournal() = default;
+    ~RunJournal();
+    RunJournal(const RunJournal&) = delete;
+    RunJournal& operator=(const RunJournal&) = delete;
+
+    static QString path(); // "Run_Journal.jsonl" in the data folder
+
+    // An item of a run that did not end, as its journal tells it.
+    struct Entry {
+        QString number, message;
+        QString status;       // final outcome; "" while it was still to be sent
+        bool unknown = false; // it was being handed to a modem when the run broke off
+    };
+    struct Unfinished {
+        QList<Entry> entries;
+        int sent() const;
+        int total() const { return int(entries.size()); }
+    };
+    // The journal left by a run that did not end, if there is one.
+    static std::optional<Unfinished> load();
+    // Removes a journal left behind (the operator chose not to resume it).
+    static void discard();
+
+    // Starts the journal of a run over these items; `carried` are the finished entries of
+    // the unfinished run this one resumes (they stay in the journal as they were).
+    bool begin(const QList<SendingItem>& items, const QList<Entry>& carried = {});
+    // Before the item is handed to the port's modem.
+    void handing(int index, const QString& port);
+    // The item goes back to wait (refused and to be retried, or its line failed first).
+    void waiting(int index, const QString& why);
+    // The item's final outcome.
+    void finished(int index, const SendingItem& item);
+    // The run came to its end: its journal goes.
+    void end();
+
+    static inline const QString kUnknown = QStringLiteral("Unknown (may have been sent)");
+
+private:
+    void append(const QByteArray& line);
+    std::mutex m_lock; // the run's ports write at once
+    int m_fd = -1;
+};

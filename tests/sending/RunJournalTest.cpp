@@ -1,0 +1,105 @@
+// The run journal read back as a crash leaves it, and the resume built from it.
+#include "sending/RunJournal.h"
+#include "sending/ResumeRun.h"
+
+#include "ScriptedOperator.h"
+#include "TestEnvironment.h"
+#include "core/DataFolder.h"
+#include "core/FileUtils.h"
+#include "sending/Gsm_Bulk_Sms_Wnd.h"
+
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+QList<SendingItem> itemsOf(const QStringList& numbers) {
+    QList<SendingItem> items;
+    for (const QString& n : numbers) {
+        SendingItem item;
+        item.number = n;
+        item.message = QStringLiteral("Hi ") + n;
+        items << item;
+    }
+    return items;
+}
+
+class RunJournalTest : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(Check_Path_And_Create_Files()); }
+    TestDataHome home;
+};
+
+TEST_F(RunJournalTest, ACrashLeavesWhatWasSentWhatWasNotAndWhatMayHaveBeen) {
+    QList<SendingItem> items = itemsOf({"1", "2", "3", "4", "5"});
+    items[4].status = kSkipped; // finished when the list was loaded
+    {
+        RunJournal journal;
+        ASSERT_TRUE(journal.begin(items, {{"9", "Hi 9", "Message sent successfully.", false}}));
+        journal.handing(0, "/dev/pts/1");
+        SendingItem sent = items[0];
+        sent.status = QStringLiteral("Message sent successfully.");
+        journal.finished(0, sent);
+        journal.handing(1, "/dev/pts/1"); // the crash comes while this one is handed over
+        journal.handing(2, "/dev/pts/2");
+        journal.waiting(2, "+CMS ERROR: 38"); // refused, waiting for another attempt
+    }
+    ASSERT_TRUE(appendToFile(RunJournal::path(), "{\"i\":3,\"hand")); // a line the crash cut short
+
+    const std::optional<RunJournal::Unfinished> left = RunJournal::load();
+    ASSERT_TRUE(left);
+    ASSERT_EQ(left->total(), 6);
+    EXPECT_EQ(left->sent(), 2);
+    const ResumePlan plan = planResume(*left, false);
+    QStringList toSend;
+    for (const RunJournal::Entry& e : plan.toSend)
+        toSend << e.number;
+    EXPECT_EQ(toSend, (QStringList{"3", "4"}));
+    EXPECT_EQ(plan.unknown, 1);
+    EXPECT_EQ(plan.carried.size(), 4); // 9 and 1 sent, 2 unknown, 5 skipped
+    EXPECT_EQ(planResume(*left, true).toSend.size(), 3);
+    EXPECT_EQ(plan.toSend.first().message, "Hi 3");
+}
+
+TEST_F(RunJournalTest, ARunThatEndsLeavesNothingToResume) {
+    RunJournal journal;
+    ASSERT_TRUE(journal.begin(itemsOf({"1"})));
+    EXPECT_TRUE(RunJournal::load());
+    journal.end();
+    EXPECT_FALSE(RunJournal::load());
+    EXPECT_FALSE(QFile::exists(RunJournal::path()));
+}
+
+TEST_F(RunJournalTest, StartUpOffersToResumeAndFillsTheListWithWhatIsLeft) {
+    {
+        RunJournal journal;
+        ASSERT_TRUE(journal.begin(itemsOf({"1", "2", "3"})));
+        SendingItem sent = itemsOf({"1"}).first();
+        sent.status = QStringLiteral("Message sent successfully.");
+        journal.finished(0, sent);
+        journal.handing(1, "/dev/pts/1");
+    }
+    ScriptedOperator op;
+    Gsm_Bulk_Sms_Wnd window(op);
+    op.answerYes(); // resume
+    op.answerNo();  // the one of unknown fate is not sent again
+    offerToResumeUnfinishedRun(window, op);
+    EXPECT_EQ(op.questions(),
+              (QStringList{"Resume the unfinished run (1 of 3 sent)?",
+                           "1 message(s) were being handed to a modem when the run broke off and may have "
+                           "been sent.\n\nSend them again?"}));
+    ASSERT_EQ(window.list().size(), 1);
+    EXPECT_EQ(window.list().records().first().value("Number"), "3");
+    EXPECT_EQ(window.takeCarriedEntries().size(), 2);
+
+    // No: the journal goes, and the next start asks nothing.
+    ScriptedOperator other;
+    Gsm_Bulk_Sms_Wnd fresh(other);
+    other.answerNo();
+    offerToResumeUnfinishedRun(fresh, other);
+    EXPECT_TRUE(fresh.list().isEmpty());
+    EXPECT_FALSE(RunJournal::load());
+}
+
+} // namespace
