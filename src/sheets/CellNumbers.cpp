@@ -88,7 +88,7 @@ int fixedDecimals(const QString& formatCode) {
 } // namespace
 
 QString numericCellText(const QString& value, const QString& formatCode) {
-    const QString text = value.trimmed();
+    QString text = value.trimmed();
     bool ok = false;
     const double number = text.toDouble(&ok);
     if (!ok || !std::isfinite(number))

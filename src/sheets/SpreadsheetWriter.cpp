@@ -78,7 +78,7 @@ QString SpreadsheetWriter::sheetPartLocation(int sheetNumber) {
         return {};
     }
     QString failure;
-    const QString location = m_package.sheetFile(sheetNumber, failure);
+    QString location = m_package.sheetFile(sheetNumber, failure);
     if (location.isEmpty())
         readFailure = failure;
     return location;

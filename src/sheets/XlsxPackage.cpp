@@ -58,7 +58,7 @@ QString XlsxPackage::inflate(const QString& partName, QString& failure) {
     if (done != m_inflated.constEnd())
         return *done;
     // Private numbered files: an entry's name never decides where anything is written.
-    const QString local = m_workDir + QStringLiteral("/part%1.xml").arg(m_inflated.size() + 1);
+    QString local = m_workDir + QStringLiteral("/part%1.xml").arg(m_inflated.size() + 1);
     SSZipError error;
     if (!SSZipArchive::unzipEntryAtPath(m_archive, entry, local, m_tally, &error)) {
         failure =

@@ -143,7 +143,7 @@ bool XlsxSheetReader::isDateFormat(int numFmtId) const {
 QString XlsxSheetReader::cellValue(const xmlNode* cell, CellContext& context, QString& failure) const {
     const QString type = XmlDocument::attribute(cell, "t");
     // The stored value; a formula cell keeps its cached result there, never in its formula.
-    const QString stored = XmlDocument::wholeText(XmlDocument::firstChildElement(cell, "v"));
+    QString stored = XmlDocument::wholeText(XmlDocument::firstChildElement(cell, "v"));
     if (type == QLatin1String("s"))
         return sharedString(stored);
     if (type == QLatin1String("b"))

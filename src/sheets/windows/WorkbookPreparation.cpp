@@ -8,13 +8,13 @@ namespace WorkbookPreparation {
 
 QStringList prepareAndListSheets(const QString& path, QString* failure) {
     QString reason;
-    const QStringList sheets = Guard::run(
+    QStringList sheets = Guard::run(
         "Preparing a workbook failed",
         [&] {
             Excel_Sheet_Number = 1;
             SpreadsheetWriter::ReadWorkbook(path, true);
             reason = SpreadsheetWriter::shared().readFailure;
-            const QStringList names = SpreadsheetWriter::Read_Sheet_Name();
+            QStringList names = SpreadsheetWriter::Read_Sheet_Name();
             if (reason.isEmpty() && names.isEmpty())
                 reason = QStringLiteral("This workbook has no sheet.");
             return names;
