@@ -79,15 +79,27 @@ void spreadMergedValues(SpreadsheetData& rows, const QHash<qint64, qsizetype>& r
         const QString value = rows.at(*origin).at(from.column);
         if (value.isEmpty())
             continue;
-        for (auto it = rowIndex.constBegin(); it != rowIndex.constEnd(); ++it) {
-            if (it.key() < from.row || it.key() > to.row)
-                continue;
-            QStringList& row = rows[*it];
+        const auto fill = [&](qsizetype index) {
+            QStringList& row = rows[index];
             const int last = std::min<int>(to.column, int(row.size()) - 1);
             for (int c = from.column; c <= last; ++c) {
                 if (--budget < 0)
-                    return;
+                    return false;
                 row[c] = value;
+            }
+            return true;
+        };
+        // Walk whichever is shorter: the range's rows or the rows the sheet has.
+        if (to.row - from.row < rowIndex.size()) {
+            for (qint64 r = from.row; r <= to.row; ++r) {
+                const auto found = rowIndex.constFind(r);
+                if (--budget < 0 || (found != rowIndex.constEnd() && !fill(*found)))
+                    return;
+            }
+        } else {
+            for (auto it = rowIndex.constBegin(); it != rowIndex.constEnd(); ++it) {
+                if (--budget < 0 || (it.key() >= from.row && it.key() <= to.row && !fill(*it)))
+                    return;
             }
         }
     }

@@ -2,6 +2,7 @@
 
 #include "WorkbookFixture.h"
 #include "core/Log.h"
+#include "sheets/CellNumbers.h"
 #include "sheets/ColumnNames.h"
 #include "sheets/DateFormatConverter.h"
 
@@ -143,6 +144,40 @@ TEST_F(XlsxReaderTest, WorkbooksCountingFrom1904ShiftEveryDate) {
     }
 }
 
+TEST(XlsxCellNumbers, NumericCellsReadAsAPersonSeesThem) {
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+        {"447700900003.0", "", "447700900003"}, // never the decimal text of a double
+        {"5550100.0", "General", "5550100"},
+        {"4.47700900002E11", "", "447700900002"},
+        {"4.4770090000200001E+11", "", "447700900002"},
+        {"7700900004", "00000000000", "07700900004"}, // the padding the format shows
+        {"123", "000-000-0000", "0000000123"},
+        {"7700900004", "0", "7700900004"},
+        {"5", "#,##0", "5"},
+        {"12.5", "0.00", "12.50"},
+        {"1234.5", "#,##0.00", "1234.50"},
+        {"12.5", "", "12.5"},
+        {"1.5E-3", "", "0.0015"},
+        {"-0", "", "0"},
+        {"1e25", "", "1e+25"},
+        {"abc", "", "abc"},
+        {"-42", "00000", "-42"},
+    };
+    for (const auto& [value, code, expected] : cases)
+        EXPECT_EQ(numericCellText(value, code), QString(expected)) << value << " " << code;
+}
+
+TEST(XlsxCellNumbers, DateFormatCodesAreToldByTheirSymbols) {
+    const std::pair<const char*, bool> cases[] = {
+        {"General", false},    {"0.00", false},      {"00000000000", false},
+        {"@", false},          {"0.00E+00", false},  {"\"days\" 0", false},
+        {"[Red]#,##0", false}, {"yyyy-mm-dd", true}, {"[$-409]dddd, mmmm dd", true},
+        {"[h]:mm", true},      {"h:mm AM/PM", true}, {"dd/mm/yy;@", true},
+    };
+    for (const auto& [code, date] : cases)
+        EXPECT_EQ(isDateFormatCode(code), date) << code;
+}
+
 TEST(XlsxDateFormats, FormatCodesBecomeUnicodePatterns) {
     const std::pair<const char*, const char*> cases[] = {
         {"[$-409]dddd, mmmm dd, yyyy;@", "EEEE, MMMM dd, yyyy"},
@@ -214,6 +249,35 @@ TEST_F(XlsxReaderTest, TheDimensionIsOnlyAHintTheCellsDecide) {
         const SpreadsheetData rows = importFirstSheet(book, &header);
         EXPECT_EQ(header, expectedHeader) << c.what;
         EXPECT_EQ(rows, expectedRows) << c.what;
+    }
+}
+
+TEST_F(XlsxReaderTest, MergedRangesGiveEveryCellTheirValue) {
+    const QByteArray body =
+        R"(<row r="1"><c r="A1" t="inlineStr"><is><t>a</t></is></c><c r="C1"><v>1</v></c></row>)"
+        R"(<row r="2"><c r="B2" t="inlineStr"><is><t>b</t></is></c></row>)"
+        R"(<row r="4"><c r="A4"><v>4</v></c></row>)";
+    struct Case {
+        const char* what;
+        QByteArray merges;
+        SpreadsheetData rows;
+    } cases[] = {
+        {"across a row", R"(<mergeCell ref="A1:B1"/>)", {{"a", "a", "1"}, {"", "b", ""}, {"4", "", ""}}},
+        {"down a column, past a missing row",
+         R"(<mergeCell ref="A1:A4"/>)",
+         {{"a", "", "1"}, {"a", "b", ""}, {"a", "", ""}}},
+        {"a block", R"(<mergeCell ref="B2:C9"/>)", {{"a", "", "1"}, {"", "b", "b"}, {"4", "b", "b"}}},
+        {"reaching past the sheet",
+         R"(<mergeCell ref="C1:XFD1048576"/>)",
+         {{"a", "", "1"}, {"", "b", "1"}, {"4", "", "1"}}},
+        {"broken references",
+         R"(<mergeCell ref="B2"/><mergeCell ref="C1:A1"/><mergeCell ref="?:?"/>)",
+         {{"a", "", "1"}, {"", "b", ""}, {"4", "", ""}}},
+    };
+    for (const Case& c : cases) {
+        QByteArray sheet = sheetXml(body, "A1:C4");
+        sheet.replace("</worksheet>", "<mergeCells>" + c.merges + "</mergeCells></worksheet>");
+        EXPECT_EQ(importFirstSheet(sheetWorkbook("merged.xlsx", sheet)), c.rows) << c.what;
     }
 }
 
