@@ -146,6 +146,17 @@ TEST_F(ColumnImportTest, AFileThatIsNoWorkbookEndsTheImportWithItsReason) {
     EXPECT_TRUE(android.list().isEmpty());
 }
 
+TEST_F(ColumnImportTest, ASheetThatCannotBeReadSaysWhy) {
+    const QString workbook =
+        sheetWorkbook("bad.xlsx", sheetXml(R"(<row><c r="A1" t="inlineStr"><is><t>Phone</t></is></c></row>)"
+                                           R"(<row><c r="A2" s="9"><v>07700900111</v></c></row>)"));
+    Import_Excel dialog(op);
+    open(dialog, workbook, "AND", {0});
+    dialog.OKPressed();
+    EXPECT_EQ(dialog.endCode(), 1);
+    EXPECT_EQ(op.alerts(), QStringList{"\nThe sheet could not be read: style 9 outside the 1 cell formats."});
+}
+
 TEST_F(ColumnImportTest, BlankColumnNamesAreNotListed) {
     Import_Excel dialog(op);
     dialog.Create_List("  ", true);
