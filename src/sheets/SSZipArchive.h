@@ -1,8 +1,9 @@
 #pragma once
 // Zip access for workbooks: list an archive and inflate single entries (what the readers
 // use, so only the parts read are ever inflated), unpack a whole archive into a folder (the
-// writer's template), or pack files and folders into a new archive. minizip does the format work; this class decides which entries are
-// made, how names map onto folders, and what is reported.
+// writer's template), or pack files and folders into a new archive. minizip does the format
+// work; this class decides which entries are made, how names map onto folders, and what is
+// reported.
 //
 // Archives come from strangers, so unpacking also refuses entries whose name is absolute
 // or climbs out with "..", and stops once the bytes actually inflated pass a cap (see
