@@ -126,7 +126,17 @@ QChar sniffCsvSeparator(const QString& text) {
 QStringList fromCsv(const QString& text, int* ignored) {
     QStringList out;
     int notPhones = 0;
-    for (const QStringList& record : parseCsv(text, sniffCsvSeparator(text)))
+    // Spreadsheet programs may name the separator on a first line of its own: "sep=;".
+    QStringView body(text);
+    QChar separator;
+    if (text.startsWith(QLatin1String("sep="), Qt::CaseInsensitive) && text.size() > 4 &&
+        (text.size() == 5 || text.at(5) == QLatin1Char('\r') || text.at(5) == QLatin1Char('\n'))) {
+        separator = text.at(4);
+        body = body.mid(5);
+    }
+    const QString records = body.toString();
+    for (const QStringList& record :
+         parseCsv(records, separator.isNull() ? sniffCsvSeparator(records) : separator))
         takePhoneCells(record, out, notPhones);
     if (ignored)
         *ignored = notPhones;

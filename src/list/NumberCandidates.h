@@ -18,9 +18,9 @@ QList<QStringList> parseCsv(const QString& text, QChar separator);
 // records most consistently into more than one field ("," when none does).
 QChar sniffCsvSeparator(const QString& text);
 
-// CSV files: every cell (without "\\", "{", "}") that looks like a phone number, in file
-// order. Cells that do not (names, ids, ages, amounts, dates, headers) are no candidates;
-// ignored, when given, receives their number (blank cells not counted).
+// CSV files (separator sniffed, or named by a first line "sep=;"): every cell (without "\\", "{", "}") that
+// looks like a phone number, in file order. Cells that do not (names, ids, ages, amounts, dates, headers) are
+// no candidates; ignored, when given, receives their number (blank cells not counted).
 QStringList fromCsv(const QString& text, int* ignored = nullptr);
 
 // Pasted blocks: one candidate per line, or, for a line with tabs (a block copied from a
