@@ -35,6 +35,10 @@ bool fromWorkbook(const QString& path, const QString& message, const WorkbookInp
     } else {
         SpreadsheetWriter::ReadWorkbook(path, true);
         const QStringList sheets = SpreadsheetWriter::Read_Sheet_Name();
+        if (!SpreadsheetWriter::shared().readFailure.isEmpty()) {
+            reason = QStringLiteral("%1: %2").arg(path, SpreadsheetWriter::shared().readFailure);
+            return false;
+        }
         if (in.sheet < 1 || in.sheet > sheets.size()) {
             reason =
                 QStringLiteral("The workbook has no sheet %1 (it has %2).").arg(in.sheet).arg(sheets.size());
@@ -45,7 +49,9 @@ bool fromWorkbook(const QString& path, const QString& message, const WorkbookInp
         rows = SpreadsheetWriter::ReadWorkbook(path, false);
     }
     if (rows.isEmpty()) {
-        reason = QStringLiteral("Nothing could be read from %1.").arg(path);
+        const QString why = spreadsheet ? spreadsheet->readFailure : QString();
+        reason = why.isEmpty() ? QStringLiteral("Nothing could be read from %1.").arg(path)
+                               : QStringLiteral("%1: %2").arg(path, why);
         return false;
     }
     const QStringList header = in.header ? rows.first() : QStringList();
@@ -64,7 +70,9 @@ bool fromWorkbook(const QString& path, const QString& message, const WorkbookInp
         reason = QStringLiteral("No column %1.").arg(in.messageColumn);
         return false;
     }
-    for (qsizetype r = in.header ? 1 : 0; r < rows.size() && r <= Excel_Dynamic_Msg::kMaxRows; ++r) {
+    // At most kMaxRows rows of data; a header row does not count toward them.
+    const qsizetype first = in.header ? 1 : 0;
+    for (qsizetype r = first; r < rows.size() && r < first + Excel_Dynamic_Msg::kMaxRows; ++r) {
         const QStringList& row = rows.at(r);
         QString text = message;
         if (messageColumn >= 0)

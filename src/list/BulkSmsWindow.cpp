@@ -74,7 +74,7 @@ bool BulkSmsWindow::Check_Ph_Number(const QString& number, bool test_flag) const
 }
 
 QString BulkSmsWindow::Num_Able_To_insert(const QString& raw) {
-    QString s = Replace_Char_For_Valid_Number(raw);
+    QString s = normaliseNumberText(raw);
     if (s.isEmpty())
         return QString();
     ++TOT_PROC;
@@ -142,7 +142,7 @@ void BulkSmsWindow::rejectTypedNumber(const QString& message) {
 }
 
 void BulkSmsWindow::Add_number_To_List() {
-    const QString s = Replace_Char_For_Valid_Number(m_numberField);
+    const QString s = normaliseNumberText(m_numberField);
     if (validTypedNumber(m_numberField).isEmpty()) {
         rejectTypedNumber(kInvalidNumber);
         return;

@@ -4,13 +4,32 @@ std::atomic<int> TOT_PROC{0};
 std::atomic<int> TOT{0};
 std::atomic<int> SKPD{0};
 std::atomic<int> EXLD{0};
+std::atomic<int> ignoredCells{0};
 
 void assign_format_skip_exclude_var() {
     TOT_PROC = 0;
     TOT = 0;
     SKPD = 0;
     EXLD = 0;
+    ignoredCells = 0;
 }
+
+namespace {
+QString rejectionDetails() {
+    QString details;
+    const int invalid = TOT_PROC.load() - TOT.load();
+    if (invalid > 0)
+        details += QStringLiteral("\nNot valid phone numbers (letters, a misplaced \"+\" or more than 20 "
+                                  "characters) = %1\n")
+                       .arg(invalid);
+    if (ignoredCells.load() > 0)
+        details +=
+            QStringLiteral("\nCells that are not phone numbers (names, ids, amounts, dates), ignored = "
+                           "%1\n")
+                .arg(ignoredCells.load());
+    return details;
+}
+} // namespace
 
 QString format_skip_exclude_str() {
     const QString rule = QStringLiteral("==========================");
@@ -21,5 +40,5 @@ QString format_skip_exclude_str() {
            QStringLiteral("\n\n") + QStringLiteral("Skipped due to user settings = ") +
            QString::number(SKPD.load()) + QStringLiteral("\n\n") +
            QStringLiteral("Excluded due to user settings = ") + QString::number(EXLD.load()) +
-           QStringLiteral("\n") + rule + QStringLiteral("\n");
+           QStringLiteral("\n") + rule + QStringLiteral("\n") + rejectionDetails();
 }

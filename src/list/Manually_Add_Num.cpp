@@ -57,7 +57,10 @@ void Manually_Add_Num::OKPressed() {
     emit changed();
     Guard::run("Inserting pasted numbers failed", [&] {
         const QString message = m_window.composerText().left(kMaxMessageLength);
-        for (const QString& candidate : NumberCandidates::fromPaste(text)) {
+        int ignored = 0;
+        const QStringList candidates = NumberCandidates::fromPaste(text, &ignored);
+        ignoredCells += ignored;
+        for (const QString& candidate : candidates) {
             const QString number = m_window.Num_Able_To_insert(candidate);
             if (!number.isEmpty())
                 m_window.Create_Num_Msg_List(number, message);

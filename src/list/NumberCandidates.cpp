@@ -1,6 +1,9 @@
 #include "NumberCandidates.h"
 
 #include "core/TextUtils.h"
+#include "text/NumberRules.h"
+
+#include <QHash>
 
 namespace {
 // Braces and backslashes are what is left of markup in exported files.
@@ -10,6 +13,21 @@ QString withoutMarkup(QString s) {
     s.remove(QLatin1Char('}'));
     return s;
 }
+
+// Records looked at to tell the separator.
+constexpr int kSniffRecords = 50;
+
+// Adds the phone-like cells to out and counts the others.
+void takePhoneCells(const QStringList& cells, QStringList& out, int& ignored) {
+    for (const QString& raw : cells) {
+        const QString cell = withoutMarkup(raw);
+        if (looksLikePhoneNumber(cell))
+            out << cell;
+        else if (!cell.trimmed().isEmpty())
+            ++ignored;
+    }
+}
+
 } // namespace
 
 namespace NumberCandidates {
@@ -19,29 +37,125 @@ QStringList fromTextLines(const QString& text) {
     const QStringList lines = text.split(QLatin1Char('\n'));
     out.reserve(lines.size());
     for (const QString& line : lines)
-        out << Replace_Char_For_Valid_Number(withoutMarkup(line));
+        out << normaliseNumberText(withoutMarkup(line));
     return out;
 }
 
-QStringList fromCsv(const QString& text) {
-    QStringList out;
-    for (const QString& line : text.split(QLatin1Char('\r'))) {
-        if (!line.contains(QLatin1Char(',')))
+QList<QStringList> parseCsv(const QString& text, QChar separator) {
+    QList<QStringList> records;
+    QStringList record;
+    QString field;
+    bool quoted = false;
+    bool fieldStarted = false; // something (even "") was read for the current record
+    const qsizetype n = text.size();
+    for (qsizetype i = 0; i < n; ++i) {
+        const QChar c = text.at(i);
+        if (quoted) {
+            if (c == QLatin1Char('"')) {
+                if (i + 1 < n && text.at(i + 1) == QLatin1Char('"')) {
+                    field += c;
+                    ++i;
+                } else {
+                    quoted = false;
+                }
+            } else {
+                field += c;
+            }
             continue;
-        for (const QString& cell : line.split(QLatin1Char(',')))
-            out << withoutMarkup(cell);
+        }
+        if (c == QLatin1Char('"') && field.trimmed().isEmpty()) {
+            field.clear(); // spaces before an opening quote are not part of the field
+            quoted = true;
+            fieldStarted = true;
+        } else if (c == separator) {
+            record << field;
+            field.clear();
+            fieldStarted = true;
+        } else if (c == QLatin1Char('\r') || c == QLatin1Char('\n')) {
+            if (c == QLatin1Char('\r') && i + 1 < n && text.at(i + 1) == QLatin1Char('\n'))
+                ++i;
+            if (fieldStarted || !field.isEmpty()) {
+                record << field;
+                records << record;
+            }
+            record.clear();
+            field.clear();
+            fieldStarted = false;
+        } else {
+            field += c;
+            fieldStarted = true;
+        }
     }
+    if (fieldStarted || !field.isEmpty()) {
+        record << field;
+        records << record;
+    }
+    return records;
+}
+
+QChar sniffCsvSeparator(const QString& text) {
+    // Enough of the text for kSniffRecords records, cut at a line end.
+    qsizetype end = 0;
+    for (int lines = 0; lines < kSniffRecords && end >= 0; ++lines)
+        end = text.indexOf(QLatin1Char('\n'), end + 1);
+    const QString head = end < 0 ? text : text.left(end);
+    QChar best = QLatin1Char(',');
+    qsizetype bestAgreeing = 0, bestFields = 0;
+    for (const QChar separator : {QChar(u','), QChar(u';'), QChar(u'\t')}) {
+        // The field count most records share, and how many share it.
+        QHash<qsizetype, qsizetype> counts;
+        for (const QStringList& record : parseCsv(head, separator))
+            if (record.size() > 1)
+                ++counts[record.size()];
+        qsizetype agreeing = 0, fields = 0;
+        for (auto it = counts.constBegin(); it != counts.constEnd(); ++it) {
+            if (it.value() > agreeing || (it.value() == agreeing && it.key() > fields)) {
+                agreeing = it.value();
+                fields = it.key();
+            }
+        }
+        if (agreeing > bestAgreeing || (agreeing == bestAgreeing && agreeing > 0 && fields > bestFields)) {
+            best = separator;
+            bestAgreeing = agreeing;
+            bestFields = fields;
+        }
+    }
+    return best;
+}
+
+QStringList fromCsv(const QString& text, int* ignored) {
+    QStringList out;
+    int notPhones = 0;
+    // Spreadsheet programs may name the separator on a first line of its own: "sep=;".
+    QStringView body(text);
+    QChar separator;
+    if (text.startsWith(QLatin1String("sep="), Qt::CaseInsensitive) && text.size() > 4 &&
+        (text.size() == 5 || text.at(5) == QLatin1Char('\r') || text.at(5) == QLatin1Char('\n'))) {
+        separator = text.at(4);
+        body = body.mid(5);
+    }
+    const QString records = body.toString();
+    for (const QStringList& record :
+         parseCsv(records, separator.isNull() ? sniffCsvSeparator(records) : separator))
+        takePhoneCells(record, out, notPhones);
+    if (ignored)
+        *ignored = notPhones;
     return out;
 }
 
-QStringList fromPaste(const QString& text) {
+QStringList fromPaste(const QString& text, int* ignored) {
     QStringList out;
-    for (const QString& line : text.split(QLatin1Char('\n'))) {
+    int notPhones = 0;
+    for (QString line : text.split(QLatin1Char('\n'))) {
+        if (line.endsWith(QLatin1Char('\r')))
+            line.chop(1);
         if (line.contains(QLatin1Char('\t')))
-            out << line.split(QLatin1Char('\t'));
+            takePhoneCells(line.split(QLatin1Char('\t')), out, notPhones);
         else
             out << line;
     }
+    if (ignored)
+        *ignored = notPhones;
     return out;
 }
 

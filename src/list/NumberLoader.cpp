@@ -173,9 +173,11 @@ void NumberLoader::Load_Num_Func(const QString& path) {
             return;
         }
 
+        int ignored = 0;
         const QStringList candidates = extension == QLatin1String("CSV")
-                                           ? NumberCandidates::fromCsv(text)
+                                           ? NumberCandidates::fromCsv(text, &ignored)
                                            : NumberCandidates::fromTextLines(text);
+        ignoredCells += ignored;
         for (qsizetype first = 0; first < candidates.size() && !m_stopping; first += kBatch) {
             const QStringList batch = candidates.mid(first, kBatch);
             runOnMain([&] { insertCandidates(batch, message); });

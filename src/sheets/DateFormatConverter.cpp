@@ -8,6 +8,7 @@
 #include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -50,24 +51,144 @@ bool isDateFormatId(int id) {
     return (id >= 14 && id <= 17) || (id >= 19 && id <= 22) || (id >= 164 && id <= 167);
 }
 
-QString datePatternFromFormatCode(const QString& formatCode) {
-    QString code = formatCode;
-    const qsizetype bracket = code.indexOf(QLatin1Char(']'));
-    if (bracket >= 0) {
-        code = code.mid(bracket + 1);
-        const qsizetype section = code.indexOf(QLatin1Char(';'));
-        if (section >= 0)
-            code = code.left(section);
+namespace {
+
+struct FormatToken {
+    QChar letter; // d, m, y, h, s (lower case), 'a' for AM/PM, or 0 for literal text
+    int length = 0;
+    QString text; // literal text
+};
+
+// The tokens of a date format code's first section: letter runs, AM/PM, literal text.
+QList<FormatToken> dateTokens(const QString& code) {
+    QList<FormatToken> tokens;
+    const auto literal = [&tokens](const QString& text) {
+        if (!tokens.isEmpty() && tokens.last().letter.isNull())
+            tokens.last().text += text;
+        else
+            tokens.append({QChar(), 0, text});
+    };
+    for (qsizetype i = 0; i < code.size();) {
+        const QChar c = code.at(i);
+        const QChar lower = c.toLower();
+        if (code.mid(i, 5).compare(QLatin1String("AM/PM"), Qt::CaseInsensitive) == 0) {
+            tokens.append({QLatin1Char('a'), 1, {}});
+            i += 5;
+        } else if (code.mid(i, 3).compare(QLatin1String("A/P"), Qt::CaseInsensitive) == 0) {
+            tokens.append({QLatin1Char('a'), 1, {}});
+            i += 3;
+        } else if (QStringLiteral("dmyhs").contains(lower)) {
+            qsizetype j = i;
+            while (j < code.size() && code.at(j).toLower() == lower)
+                ++j;
+            tokens.append({lower, int(j - i), {}});
+            i = j;
+        } else if (c == QLatin1Char('"')) {
+            const qsizetype close = code.indexOf(QLatin1Char('"'), i + 1);
+            literal(code.mid(i + 1, close < 0 ? -1 : close - i - 1));
+            i = close < 0 ? code.size() : close + 1;
+        } else if (c == QLatin1Char('\\') && i + 1 < code.size()) {
+            literal(code.at(i + 1));
+            i += 2;
+        } else if (c == QLatin1Char('[')) {
+            const qsizetype close = code.indexOf(QLatin1Char(']'), i);
+            const QString inside = code.mid(i + 1, close < 0 ? -1 : close - i - 1).toLower();
+            // Elapsed time ("[h]") shows as its unit; colours and locales show nothing.
+            if (!inside.isEmpty() && QStringLiteral("hms").contains(inside.at(0)) &&
+                inside == QString(inside.size(), inside.at(0)))
+                tokens.append({inside.at(0), int(inside.size()), {}});
+            i = close < 0 ? code.size() : close + 1;
+        } else if (c == QLatin1Char('_') || c == QLatin1Char('*')) { // space widths and fills
+            i += 2;
+        } else if (c == QLatin1Char('@')) {
+            ++i;
+        } else {
+            literal(c);
+            ++i;
+        }
     }
-    if (code.contains(QLatin1String("dd")) && code.contains(QLatin1String("dddd")))
-        code.replace(QLatin1String("dddd"), QLatin1String("EEEE"));
-    code.replace(QLatin1String("mmmm"), QLatin1String("MMMM"));
-    code.replace(QLatin1String("mmm"), QLatin1String("MMM"));
-    code.replace(QLatin1String("AM/PM"), QLatin1String("a"));
-    if (!code.contains(QLatin1Char('h')) && !code.contains(QLatin1Char('H')))
-        code.replace(QLatin1Char('m'), QLatin1Char('M'));
-    code.remove(QLatin1Char('\\'));
-    return code.trimmed();
+    return tokens;
+}
+
+// The nearest date or time token before (step -1) or after (step 1) position i.
+QChar neighbour(const QList<FormatToken>& tokens, qsizetype i, int step) {
+    for (qsizetype k = i + step; k >= 0 && k < tokens.size(); k += step) {
+        if (!tokens.at(k).letter.isNull() && tokens.at(k).letter != QLatin1Char('a'))
+            return tokens.at(k).letter;
+    }
+    return {};
+}
+
+// Literal text in a Unicode date pattern: letters quoted, a quote doubled.
+QString quotedLiteral(const QString& text) {
+    QString out;
+    bool open = false;
+    for (const QChar c : text) {
+        if (c == QLatin1Char('\'')) {
+            out += QStringLiteral("''");
+        } else if (c.isLetter()) {
+            if (!open)
+                out += QLatin1Char('\'');
+            open = true;
+            out += c;
+            continue;
+        } else {
+            if (open)
+                out += QLatin1Char('\'');
+            open = false;
+            out += c;
+            continue;
+        }
+    }
+    if (open)
+        out += QLatin1Char('\'');
+    return out;
+}
+
+} // namespace
+
+QString datePatternFromFormatCode(const QString& formatCode) {
+    // Only the first section shows positive values and dates.
+    QString code = formatCode;
+    bool quoted = false;
+    for (qsizetype i = 0; i < code.size(); ++i) {
+        if (code.at(i) == QLatin1Char('"'))
+            quoted = !quoted;
+        else if (!quoted && code.at(i) == QLatin1Char(';')) {
+            code.truncate(i);
+            break;
+        }
+    }
+    const QList<FormatToken> tokens = dateTokens(code);
+    bool twelveHours = false;
+    for (const FormatToken& t : tokens)
+        twelveHours = twelveHours || t.letter == QLatin1Char('a');
+    QString pattern;
+    for (qsizetype i = 0; i < tokens.size(); ++i) {
+        const FormatToken& t = tokens.at(i);
+        const int n = t.length;
+        switch (t.letter.unicode()) {
+        case 0: pattern += quotedLiteral(t.text); break;
+        case u'a': pattern += QLatin1Char('a'); break;
+        case u'd':
+            pattern += n <= 2 ? QString(n, QLatin1Char('d')) : QString(n == 3 ? 3 : 4, QLatin1Char('E'));
+            break;
+        case u'y': pattern += n <= 2 ? QStringLiteral("yy") : QStringLiteral("yyyy"); break;
+        case u'h':
+            pattern += QString(std::min(n, 2), twelveHours ? QLatin1Char('h') : QLatin1Char('H'));
+            break;
+        case u's': pattern += QString(std::min(n, 2), QLatin1Char('s')); break;
+        case u'm': {
+            // Minutes right after hours or right before seconds; months everywhere else.
+            const bool minutes = n <= 2 && (neighbour(tokens, i, -1) == QLatin1Char('h') ||
+                                            neighbour(tokens, i, 1) == QLatin1Char('s'));
+            pattern += minutes ? QString(n, QLatin1Char('m')) : QString(std::min(n, 5), QLatin1Char('M'));
+            break;
+        }
+        default: break;
+        }
+    }
+    return pattern.trimmed();
 }
 
 ExcelDateFormatter::ExcelDateFormatter(bool days1904) : m_days1904(days1904) {

@@ -69,10 +69,12 @@ void setModificationTime(const QString& path, const tm_unz& date) {
     ::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, AT_SYMLINK_NOFOLLOW);
 }
 
-// Bytes inflated so far, checked against the caps after every chunk.
+// Bytes inflated so far, checked against the caps after every chunk. The tally carries the
+// archive's total across entries and across separate extractions.
 class InflateBudget {
 public:
-    explicit InflateBudget(const SSZipLimits& limits) : m_limits(limits) {}
+    InflateBudget(const SSZipLimits& limits, SSZipTally& tally, qint64 archiveBytes)
+        : m_limits(limits), m_tally(tally), m_archive(std::max<qint64>(archiveBytes, 1)) {}
     void startEntry(qint64 compressedSize) {
         m_entry = 0;
         m_compressed = std::max<qint64>(compressedSize, 1);
@@ -80,16 +82,20 @@ public:
     // False when the chunk just read breaks a cap.
     bool add(qint64 bytes) {
         m_entry += bytes;
-        m_total += bytes;
-        if (m_entry > m_limits.maxEntryBytes || m_total > m_limits.maxTotalBytes)
+        m_tally.inflated += bytes;
+        const qint64 total = m_tally.inflated;
+        if (m_entry > m_limits.maxEntryBytes || total > m_limits.maxTotalBytes)
+            return false;
+        if (total > m_limits.ratioCheckFromBytes && total / m_archive > m_limits.maxTotalRatio)
             return false;
         return m_entry <= m_limits.ratioCheckFromBytes || m_entry / m_compressed <= m_limits.maxRatio;
     }
 
 private:
     SSZipLimits m_limits;
+    SSZipTally& m_tally;
+    qint64 m_archive;
     qint64 m_entry = 0;
-    qint64 m_total = 0;
     qint64 m_compressed = 1;
 };
 
@@ -167,7 +173,8 @@ bool SSZipArchive::unzipFileAtPath(const QString& path, const QString& toDestina
         return false;
     }
 
-    InflateBudget budget(limits());
+    SSZipTally tally;
+    InflateBudget budget(limits(), tally, QFileInfo(path).size());
     const QByteArray passwordBytes = password.toLatin1();
     bool success = true;
     do {
@@ -225,6 +232,93 @@ bool SSZipArchive::unzipFileAtPath(const QString& path, const QString& toDestina
 
     unzClose(zip);
     return success;
+}
+
+bool SSZipArchive::entryNamesAtPath(const QString& path, QStringList& names, SSZipError* error) {
+    names.clear();
+    unzFile zip = unzOpen(QFile::encodeName(path).constData());
+    if (!zip) {
+        report(error, OpenFailed, QStringLiteral("failed to open zip file"));
+        return false;
+    }
+    int status = unzGoToFirstFile(zip);
+    if (status != UNZ_OK) {
+        report(error, NoFirstEntry, QStringLiteral("failed to open first file in zip file"));
+        unzClose(zip);
+        return false;
+    }
+    bool ok = true;
+    for (; status == UNZ_OK; status = unzGoToNextFile(zip)) {
+        unz_file_info info;
+        QString name = currentEntryName(zip, info, ok);
+        if (!ok)
+            break;
+        names.append(name.replace(QLatin1Char('\\'), QLatin1Char('/')));
+    }
+    unzClose(zip);
+    if (!ok || status != UNZ_END_OF_LIST_OF_FILE) {
+        report(error, EntryReadFailed, QStringLiteral("failed to list the entries of the zip file"));
+        return false;
+    }
+    return true;
+}
+
+bool SSZipArchive::unzipEntryAtPath(const QString& path, const QString& entryName, const QString& toFile,
+                                    SSZipTally& tally, SSZipError* error) {
+    unzFile zip = unzOpen(QFile::encodeName(path).constData());
+    if (!zip) {
+        report(error, OpenFailed, QStringLiteral("failed to open zip file"));
+        return false;
+    }
+    bool found = false;
+    unz_file_info info;
+    for (int status = unzGoToFirstFile(zip); status == UNZ_OK; status = unzGoToNextFile(zip)) {
+        bool ok = false;
+        QString name = currentEntryName(zip, info, ok);
+        found = ok && name.replace(QLatin1Char('\\'), QLatin1Char('/')) == entryName;
+        if (found)
+            break;
+    }
+    if (!found) {
+        report(error, EntryMissing, QStringLiteral("no entry ") + entryName + QStringLiteral(" in zip file"));
+        unzClose(zip);
+        return false;
+    }
+    if ((info.flag & 1) != 0) {
+        report(error, EntryEncrypted, QStringLiteral("zip entry is encrypted: ") + entryName);
+        unzClose(zip);
+        return false;
+    }
+    if (unzOpenCurrentFile(zip) != UNZ_OK) {
+        report(error, EntryReadFailed, QStringLiteral("failed to read zip entry: ") + entryName);
+        unzClose(zip);
+        return false;
+    }
+    QDir().mkpath(QFileInfo(toFile).path());
+    InflateBudget budget(limits(), tally, QFileInfo(path).size());
+    budget.startEntry(qint64(info.compressed_size));
+    const CopyOutcome outcome = copyEntryTo(zip, toFile, budget);
+    // A damaged entry also shows as a checksum failure when it is closed.
+    const bool crcOk = unzCloseCurrentFile(zip) == UNZ_OK;
+    unzClose(zip);
+    switch (outcome) {
+    case CopyOutcome::Written:
+        if (crcOk)
+            return true;
+        ::unlink(QFile::encodeName(toFile).constData());
+        report(error, EntryReadFailed, QStringLiteral("zip entry is damaged: ") + entryName);
+        return false;
+    case CopyOutcome::OverBudget:
+        report(error, SizeLimitExceeded,
+               QStringLiteral("zip entry inflates beyond the size limit: ") + entryName);
+        return false;
+    case CopyOutcome::ReadFailed:
+        report(error, EntryReadFailed, QStringLiteral("failed to read zip entry: ") + entryName);
+        return false;
+    case CopyOutcome::NotWritten: break;
+    }
+    report(error, EntryReadFailed, QStringLiteral("failed to write zip entry to ") + toFile);
+    return false;
 }
 
 bool SSZipArchive::createZipFileAtPath(const QString& path, const QStringList& withFilesAtPaths) {

@@ -1,7 +1,9 @@
 #pragma once
-// Zip access for workbooks: unpack a whole archive into a folder, or pack files and folders
-// into a new archive. minizip does the format work; this class decides which entries are
-// made, how names map onto folders, and what is reported.
+// Zip access for workbooks: list an archive and inflate single entries (what the readers
+// use, so only the parts read are ever inflated), unpack a whole archive into a folder (the
+// writer's template), or pack files and folders into a new archive. minizip does the format
+// work; this class decides which entries are made, how names map onto folders, and what is
+// reported.
 //
 // Archives come from strangers, so unpacking also refuses entries whose name is absolute
 // or climbs out with "..", and stops once the bytes actually inflated pass a cap (see
@@ -23,14 +25,22 @@ inline const QString kSSZipArchiveErrorDomain = QStringLiteral("SSZipArchiveErro
 
 // Caps on what one unpacking may inflate. The defaults leave room for workbooks of a million
 // rows (a sheet part of several hundred megabytes) while stopping zip bombs early: a part
-// that passes ratioCheckFromBytes must stay below maxRatio times its compressed size.
-// The ratio only applies past that floor because small, repetitive parts (styles) easily
+// that passes ratioCheckFromBytes must stay below maxRatio times its compressed size, and
+// everything inflated from one archive, once past that floor, below maxTotalRatio times the
+// archive's size (so many entries just under the floor cannot add up to a bomb either).
+// The ratios only apply past the floor because small, repetitive parts (styles) easily
 // compress a hundredfold.
 struct SSZipLimits {
     qint64 maxEntryBytes = qint64(512) << 20;      // 512 MiB per entry
     qint64 maxTotalBytes = qint64(1024) << 20;     // 1 GiB per archive
     qint64 ratioCheckFromBytes = qint64(16) << 20; // 16 MiB
     qint64 maxRatio = 500;
+    qint64 maxTotalRatio = 100;
+};
+
+// What has been inflated from one archive so far, across the extractions of its parts.
+struct SSZipTally {
+    qint64 inflated = 0;
 };
 
 class SSZipArchive {
@@ -42,6 +52,8 @@ public:
         UnsafeEntryName = -3,
         SizeLimitExceeded = -4,
         EntryReadFailed = -5,
+        EntryMissing = -6,
+        EntryEncrypted = -7,
     };
 
     // Unpacks every entry in archive order. password may be empty. error may be null.
@@ -49,6 +61,16 @@ public:
                                 const QString& password, SSZipError* error);
     // The same with overwrite on, no password and no error report.
     static bool unzipFileAtPath(const QString& path, const QString& toDestination);
+
+    // The archive's entry names in archive order ("\\" read as "/"); false (with the error)
+    // when the archive cannot be opened or listed.
+    static bool entryNamesAtPath(const QString& path, QStringList& names, SSZipError* error);
+
+    // Inflates the one entry named entryName into the file toFile, with the caps above
+    // applied to it and to tally (everything inflated from this archive so far). A refused,
+    // encrypted, damaged or over-budget entry leaves no file and gives false with the error.
+    static bool unzipEntryAtPath(const QString& path, const QString& entryName, const QString& toFile,
+                                 SSZipTally& tally, SSZipError* error);
 
     // Creates (replaces) the archive at path from the given files and folders, each placed
     // at the root of the archive under its last path component.

@@ -28,7 +28,7 @@ void recordError(void* context, xmlErrorPtr error) {
 } // namespace
 
 bool SheetRowStream::read(const QString& location, const RowVisitor& visitor,
-                          std::optional<QString>* dimensionRef) {
+                          std::optional<QString>* dimensionRef, QStringList* mergedRanges) {
     if (!QFileInfo(location).isFile()) {
         Show_NSLog_Message(QStringLiteral("Error: missing part %1").arg(location));
         return false;
@@ -58,6 +58,16 @@ bool SheetRowStream::read(const QString& location, const RowVisitor& visitor,
                     xmlChar* ref = xmlTextReaderGetAttribute(r, reinterpret_cast<const xmlChar*>("ref"));
                     *dimensionRef = ref ? QString::fromUtf8(reinterpret_cast<const char*>(ref)) : QString();
                     xmlFree(ref);
+                } else if (mergedRanges && isWorksheet && named(name, "mergeCells")) {
+                    const xmlNode* merges = xmlTextReaderExpand(r);
+                    for (const xmlNode* m = merges ? merges->children : nullptr; m; m = m->next) {
+                        if (m->type != XML_ELEMENT_NODE || !named(m->name, "mergeCell"))
+                            continue;
+                        xmlChar* ref = xmlGetProp(m, reinterpret_cast<const xmlChar*>("ref"));
+                        if (ref)
+                            mergedRanges->append(QString::fromUtf8(reinterpret_cast<const char*>(ref)));
+                        xmlFree(ref);
+                    }
                 } else if (isWorksheet && !sheetDataDone && named(name, "sheetData")) {
                     inSheetData = !xmlTextReaderIsEmptyElement(r);
                     sheetDataDone = !inSheetData;

@@ -3,6 +3,7 @@
 // local name) one at a time, so a sheet of any length costs the memory of one row. Each row
 // arrives as a small element tree; it is freed as soon as the next one is read.
 #include <QString>
+#include <QStringList>
 
 #include <libxml/tree.h>
 
@@ -17,6 +18,7 @@ public:
     // Reads the part leniently (no network, no DTD, no entity substitution). False when the
     // part could not be read at all; the reason is logged as "Error: ...". A part that
     // breaks off midway keeps the rows before the break (the reason is logged too).
+    // mergedRanges, when given, receives the "ref" of every merged range ("C2:C4").
     static bool read(const QString& location, const RowVisitor& visitor,
-                     std::optional<QString>* dimensionRef = nullptr);
+                     std::optional<QString>* dimensionRef = nullptr, QStringList* mergedRanges = nullptr);
 };

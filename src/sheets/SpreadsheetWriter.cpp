@@ -71,8 +71,17 @@ bool SpreadsheetWriter::clearWorkingFolder() const {
     return ok;
 }
 
-QString SpreadsheetWriter::sheetPartLocation(int sheetNumber) const {
-    return locateSheetPart(tmpDir, sheetNumber);
+QString SpreadsheetWriter::sheetPartLocation(int sheetNumber) {
+    if (!m_prepared) {
+        if (readFailure.isEmpty())
+            readFailure = XlsxPackage::notAWorkbookMessage();
+        return {};
+    }
+    QString failure;
+    QString location = m_package.sheetFile(sheetNumber, failure);
+    if (location.isEmpty())
+        readFailure = failure;
+    return location;
 }
 
 // ---- reading ----
@@ -88,39 +97,52 @@ SpreadsheetData SpreadsheetWriter::ReadWorkbook(const QString& location, bool on
     self.Styles.clear();
     self.Styles_Fmt_Code.clear();
     self.date1904 = false;
+    self.data.clear();
+    self.m_prepared = false;
+    self.readFailure.clear();
     // Parts an earlier workbook left behind must never be read as this one's.
-    if (!self.clearWorkingFolder())
+    if (!self.clearWorkingFolder()) {
+        self.readFailure = QStringLiteral("The working folder for workbooks cannot be used.");
         return self.data;
-    SSZipArchive::unzipFileAtPath(location, self.tmpDir, true, QString(), nullptr);
-    self.sharedStrings = readSharedStrings(self.tmpDir + QStringLiteral("/xl/sharedStrings.xml"));
-    readStyles(self.tmpDir + QStringLiteral("/xl/styles.xml"), self.Styles, self.Styles_Fmt_Code);
-    self.date1904 = readsDates1904(self.tmpDir + QStringLiteral("/xl/workbook.xml"));
+    }
+    if (!self.m_package.open(location, self.tmpDir, self.readFailure)) {
+        Show_NSLog_Message(QStringLiteral("Error: %1 (%2)").arg(self.readFailure, location));
+        return self.data;
+    }
+    self.m_prepared = true;
+    if (!self.m_package.sharedStringsFile().isEmpty())
+        self.sharedStrings = readSharedStrings(self.m_package.sharedStringsFile());
+    if (!self.m_package.stylesFile().isEmpty())
+        readStyles(self.m_package.stylesFile(), self.Styles, self.Styles_Fmt_Code);
+    self.date1904 = readsDates1904(self.m_package.workbookFile());
     return self.data;
 }
 
 QStringList SpreadsheetWriter::Read_Sheet_Name() {
     SpreadsheetWriter& self = shared();
-    if (self.tmpDir.isEmpty())
-        return {};
-    return readSheetNames(self.tmpDir + QStringLiteral("/xl/workbook.xml"));
+    return self.m_prepared ? self.m_package.sheetNames() : QStringList();
 }
 
 SpreadsheetData SpreadsheetWriter::ReadData_only_column() {
     SpreadsheetWriter& self = shared();
     self.data.clear();
-    if (self.tmpDir.isEmpty())
+    const QString location = self.sheetPartLocation(Excel_Sheet_Number);
+    if (location.isEmpty())
         return self.data;
     const XlsxSheetReader reader({self.sharedStrings, self.Styles, self.Styles_Fmt_Code, self.date1904});
-    self.data = reader.readHeader(self.sheetPartLocation(Excel_Sheet_Number), Excel_Sheet_Columns);
+    self.data = reader.readHeader(location, Excel_Sheet_Columns);
     return self.data;
 }
 
 SpreadsheetData SpreadsheetWriter::ReadData(const QString& location) {
     data.clear();
-    if (tmpDir.isEmpty())
+    if (location.isEmpty())
         return data;
     const XlsxSheetReader reader({sharedStrings, Styles, Styles_Fmt_Code, date1904});
-    data = reader.readAll(location, Excel_Sheet_Columns);
+    QString failure;
+    data = reader.readAll(location, Excel_Sheet_Columns, &failure);
+    if (!failure.isEmpty())
+        readFailure = QStringLiteral("The sheet could not be read: %1.").arg(failure);
     return data;
 }
 
@@ -131,10 +153,15 @@ QString SpreadsheetWriter::Get_Date_Time_Format_String(int numFmtId) const {
 
 SpreadsheetData SpreadsheetWriter::ReadODS(const QString& location) {
     SpreadsheetWriter& self = shared();
+    self.m_prepared = false;
     if (!self.clearWorkingFolder())
         return {};
-    SSZipArchive::unzipFileAtPath(location, self.tmpDir, true, QString(), nullptr);
-    return OdsReader::readContent(self.tmpDir + QStringLiteral("/content.xml"));
+    // Only the content part is read, so only it is inflated.
+    const QString content = self.tmpDir + QStringLiteral("/content.xml");
+    SSZipTally tally;
+    if (!SSZipArchive::unzipEntryAtPath(location, QStringLiteral("content.xml"), content, tally, nullptr))
+        return {};
+    return OdsReader::readContent(content);
 }
 
 SpreadsheetData SpreadsheetWriter::ReadWorksheetXML2004(const QString& location) {
@@ -165,6 +192,7 @@ bool SpreadsheetWriter::WriteWorkbook(const QString& location, const Spreadsheet
     Q_UNUSED(hasTitleRow)
     SpreadsheetWriter& self = shared();
     self.data = withData;
+    self.m_prepared = false; // the working folder is about to hold the export, not a workbook read
     if (!self.clearWorkingFolder() || !QDir(self.tmpDir).mkpath(QStringLiteral("xl/worksheets")))
         return false;
     SSZipArchive::unzipFileAtPath(templatePackage(), self.tmpDir, true, QString(), nullptr);

@@ -2,7 +2,8 @@
 // Spreadsheet reading and writing behind one class.
 //
 // Reading an XLSX workbook takes four calls in a fixed order, driven by the import windows:
-// prepare (ReadWorkbook with only_col true: unpack, read shared strings and styles), list
+// prepare (ReadWorkbook with only_col true: open the package, read shared strings and
+// styles), list
 // the sheets (Read_Sheet_Name), read the chosen sheet's header row (ReadData_only_column,
 // which fixes Excel_Sheet_Columns), then read all its rows (ReadWorkbook with only_col
 // false). ReadODS and ReadWorksheetXML2004 return rows directly. WriteWorkbook exports a
@@ -13,6 +14,7 @@
 // throws: failures are logged and the result is empty (or false).
 #include "SheetState.h"
 #include "SpreadsheetData.h"
+#include "XlsxPackage.h"
 
 #include <QList>
 #include <QPair>
@@ -53,6 +55,11 @@ public:
     QList<QPair<QString, QString>> Styles_Fmt_Code; // (numFmtId, formatCode) of custom formats
     SpreadsheetData data;
     bool date1904 = false; // the workbook counts days from 1904
+    // Why the last preparation or read gave nothing, in words for the operator; "" after one
+    // that succeeded.
+    QString readFailure;
+    // Rows of the last full read (before any window's row limit).
+    qsizetype rowsRead() const { return data.size(); }
 
     // Called when a generated part cannot be written (the UI makes it beep).
     static void (*writeFailureBeep)();
@@ -60,8 +67,11 @@ public:
 private:
     SpreadsheetWriter();
     bool clearWorkingFolder() const;
-    QString sheetPartLocation(int sheetNumber) const;
+    // The inflated part of the sheet; "" with readFailure set when it cannot be had.
+    QString sheetPartLocation(int sheetNumber);
     void readWorkbookProperties();
 
     QTemporaryDir m_workDir;
+    XlsxPackage m_package;
+    bool m_prepared = false;
 };

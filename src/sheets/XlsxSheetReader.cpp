@@ -1,5 +1,6 @@
 #include "XlsxSheetReader.h"
 
+#include "CellNumbers.h"
 #include "ColumnNames.h"
 #include "DateFormatConverter.h"
 #include "SheetRowStream.h"
@@ -11,9 +12,10 @@
 #include <QRegularExpression>
 
 #include <algorithm>
-#include <optional>
 
 namespace {
+
+constexpr qint64 k1904Offset = 1462; // days from 30 December 1899 to 1 January 1904
 
 // The integer at the start of the text, 0 when there is none.
 qint64 leadingInteger(const QString& text) {
@@ -48,13 +50,71 @@ QList<xmlNodePtr> cellsOf(const xmlNode* row) {
     return cells;
 }
 
-// Column count of a dimension reference: the end cell's column number, 0 without a range.
-qint32 dimensionColumns(const QString& ref) {
-    const qsizetype colon = ref.indexOf(QLatin1Char(':'));
-    return colon < 0 ? 0 : Get_Col_index(Get_Column_Char_Str(ref.mid(colon + 1)), 64);
+// A cell reference as (0-based column, 1-based row); row 0 when it has none.
+struct CellRef {
+    int column = -1;
+    qint64 row = 0;
+};
+
+CellRef parseCellRef(const QString& reference) {
+    const QString letters = Get_Column_Char_Str(reference.trimmed());
+    return {Get_Col_index(letters, 65), reference.trimmed().mid(letters.size()).toLongLong()};
+}
+
+// Gives every cell of each merged range the value of its top-left cell, as a spreadsheet
+// program shows a merged block. rowIndex maps a sheet row number to its row in the table.
+void spreadMergedValues(SpreadsheetData& rows, const QHash<qint64, qsizetype>& rowIndex,
+                        const QStringList& ranges) {
+    qint64 budget = XlsxSheetReader::kMaxCells; // hostile overlapping ranges cost no more than a table
+    for (const QString& range : ranges) {
+        const QStringList ends = range.split(QLatin1Char(':'));
+        if (ends.size() != 2)
+            continue;
+        const CellRef from = parseCellRef(ends.at(0));
+        const CellRef to = parseCellRef(ends.at(1));
+        const auto origin = rowIndex.constFind(from.row);
+        if (from.column < 0 || to.column < from.column || from.row < 1 || to.row < from.row ||
+            origin == rowIndex.constEnd() || from.column >= rows.at(*origin).size())
+            continue;
+        const QString value = rows.at(*origin).at(from.column);
+        if (value.isEmpty())
+            continue;
+        const auto fill = [&](qsizetype index) {
+            QStringList& row = rows[index];
+            const int last = std::min<int>(to.column, int(row.size()) - 1);
+            for (int c = from.column; c <= last; ++c) {
+                if (--budget < 0)
+                    return false;
+                row[c] = value;
+            }
+            return true;
+        };
+        // Walk whichever is shorter: the range's rows or the rows the sheet has.
+        if (to.row - from.row < rowIndex.size()) {
+            for (qint64 r = from.row; r <= to.row; ++r) {
+                const auto found = rowIndex.constFind(r);
+                if (--budget < 0 || (found != rowIndex.constEnd() && !fill(*found)))
+                    return;
+            }
+        } else {
+            for (auto it = rowIndex.constBegin(); it != rowIndex.constEnd(); ++it) {
+                if (--budget < 0 || (it.key() >= from.row && it.key() <= to.row && !fill(*it)))
+                    return;
+            }
+        }
+    }
 }
 
 } // namespace
+
+// What one read keeps between cells: the date formatter and the patterns looked up so far.
+class XlsxSheetReader::CellContext {
+public:
+    explicit CellContext(bool date1904) : dates(date1904), date1904(date1904) {}
+    ExcelDateFormatter dates;
+    QHash<int, QString> patterns;
+    bool date1904;
+};
 
 QString XlsxSheetReader::sharedString(const QString& indexText) const {
     const QStringList& strings = m_tables.sharedStrings;
@@ -66,6 +126,14 @@ QString XlsxSheetReader::sharedString(const QString& indexText) const {
     return {};
 }
 
+QString XlsxSheetReader::formatCodeFor(int numFmtId) const {
+    for (const auto& [id, code] : m_tables.formatCodes) {
+        if (leadingInteger(id) == numFmtId)
+            return code;
+    }
+    return {};
+}
+
 QString XlsxSheetReader::datePatternFor(int numFmtId) const {
     for (const auto& [id, code] : m_tables.formatCodes) {
         if (leadingInteger(id) == numFmtId)
@@ -74,68 +142,32 @@ QString XlsxSheetReader::datePatternFor(int numFmtId) const {
     return {};
 }
 
-SpreadsheetData XlsxSheetReader::readHeader(const QString& location, qint32& columns) const {
-    std::optional<QString> dimension;
-    QList<QPair<int, QString>> firstRow;
-    bool anyRow = false;
-    int widest = 0;
-    const bool readable = SheetRowStream::read(
-        location,
-        [&](const xmlNode* row) {
-            CellColumns cellColumns;
-            for (const xmlNode* cell : cellsOf(row)) {
-                const int index = cellColumns.next(cell);
-                widest = std::max(widest, index + 1);
-                if (anyRow)
-                    continue;
-                const QString value =
-                    XmlDocument::attribute(cell, "t") == QLatin1String("s")
-                        ? sharedString(XmlDocument::wholeText(XmlDocument::firstChildElement(cell)))
-                        : decodeXlsxEscapes(XmlDocument::wholeText(cell));
-                if (!value.isEmpty())
-                    firstRow.append({index, value});
-            }
-            anyRow = true;
-            return true;
-        },
-        &dimension);
-    if (!readable)
-        return {};
-
-    // Services that export no dimension: the widest row decides.
-    columns = dimension ? dimensionColumns(*dimension) : widest;
-    if (columns <= 0 || !anyRow)
-        return {};
-    QStringList header;
-    header.reserve(columns);
-    for (int i = 1; i <= columns; ++i)
-        header.append(QStringLiteral("Untitled Column %1").arg(i));
-    for (const auto& [index, value] : firstRow) {
-        if (index < 0 || index >= columns) {
-            Show_NSLog_Message(QStringLiteral("Error: header cell outside the sheet's %1 columns (%2)")
-                                   .arg(columns)
-                                   .arg(location));
-            return {};
-        }
-        header[index] = value;
+bool XlsxSheetReader::isDateFormat(int numFmtId) const {
+    // A custom format is a date by its code, whatever id the writing program gave it:
+    // "00000000000" under id 164 pads phone numbers, "yyyy-mm-dd" under id 170 is a date.
+    for (const auto& [id, code] : m_tables.formatCodes) {
+        if (leadingInteger(id) == numFmtId)
+            return isDateFormatCode(code);
     }
-    return {header};
+    return isDateFormatId(numFmtId) || numFmtId == 18 || (numFmtId >= 45 && numFmtId <= 47);
 }
 
-QString XlsxSheetReader::cellValue(const xmlNode* cell, ExcelDateFormatter& dates,
-                                   QHash<int, QString>& patterns, QString& failure) const {
+QString XlsxSheetReader::cellValue(const xmlNode* cell, CellContext& context, QString& failure) const {
     const QString type = XmlDocument::attribute(cell, "t");
+    // The stored value; a formula cell keeps its cached result there, never in its formula.
+    QString stored = XmlDocument::wholeText(XmlDocument::firstChildElement(cell, "v"));
     if (type == QLatin1String("s"))
-        return sharedString(XmlDocument::wholeText(XmlDocument::firstChildElement(cell)));
+        return sharedString(stored);
     if (type == QLatin1String("b"))
-        return leadingInteger(XmlDocument::wholeText(XmlDocument::firstChildElement(cell))) == 1
-                   ? QStringLiteral("true")
-                   : QStringLiteral("false");
-    QString value = XmlDocument::wholeText(cell);
-    if (type == QLatin1String("inlineStr") || type == QLatin1String("str"))
-        value = decodeXlsxEscapes(value);
-    if (value.isEmpty())
-        return value;
+        return leadingInteger(stored) == 1 ? QStringLiteral("true") : QStringLiteral("false");
+    if (type == QLatin1String("inlineStr"))
+        return decodeXlsxEscapes(
+            XmlDocument::wholeTextSkipping(XmlDocument::firstChildElement(cell, "is"), "rPh"));
+    if (type == QLatin1String("str") || type == QLatin1String("e"))
+        return decodeXlsxEscapes(stored);
+    if (stored.isEmpty())
+        return stored;
+
     // A cell without a style in a workbook without cell formats is plain "General".
     const bool general = !XmlDocument::hasAttribute(cell, "s") && m_tables.styles.isEmpty();
     const qint64 style = leadingInteger(XmlDocument::attribute(cell, "s"));
@@ -145,51 +177,114 @@ QString XlsxSheetReader::cellValue(const xmlNode* cell, ExcelDateFormatter& date
         return {};
     }
     const int formatId = general ? 0 : int(leadingInteger(m_tables.styles.at(style)));
-    if (!isDateFormatId(formatId))
-        return value;
-    auto pattern = patterns.find(formatId);
-    if (pattern == patterns.end())
-        pattern = patterns.insert(formatId, datePatternFor(formatId));
-    const QString date = dates.format(value, *pattern);
-    return date.isEmpty() ? value : date;
+
+    QString serial = stored;
+    if (type == QLatin1String("d")) {
+        serial = isoDateToSerial(stored);
+        if (serial.isEmpty())
+            return stored;
+        if (context.date1904) // the formatter counts this workbook's serials from 1904
+            serial = QString::number(serial.toDouble() - double(k1904Offset), 'f', 8);
+    } else if (!isDateFormat(formatId)) {
+        return numericCellText(stored, formatCodeFor(formatId));
+    }
+    QString pattern;
+    if (isDateFormat(formatId)) {
+        auto found = context.patterns.find(formatId);
+        if (found == context.patterns.end())
+            found = context.patterns.insert(formatId, datePatternFor(formatId));
+        pattern = *found;
+    }
+    const QString date = context.dates.format(serial, pattern);
+    return date.isEmpty() ? stored : date;
 }
 
-SpreadsheetData XlsxSheetReader::readAll(const QString& location, qint32 columns) const {
-    ExcelDateFormatter dates(m_tables.date1904);
-    QHash<int, QString> patterns;
-    const QStringList emptyRow(std::max<qint32>(columns, 0), QString());
-    SpreadsheetData result;
-    QString failure; // why the sheet cannot be read; the first reason ends the read
-    SheetRowStream::read(location, [&](const xmlNode* row) {
-        if (qint64(result.size() + 1) * emptyRow.size() > kMaxCells) {
-            failure = QStringLiteral("sheet of more than %1 rows of %2 columns is too large")
-                          .arg(result.size())
-                          .arg(columns);
-            return false;
-        }
-        QStringList values = emptyRow;
+SpreadsheetData XlsxSheetReader::readHeader(const QString& location, qint32& columns) const {
+    CellContext context(m_tables.date1904);
+    QList<QPair<int, QString>> firstRow;
+    bool anyRow = false;
+    int widest = 0;
+    const bool readable = SheetRowStream::read(location, [&](const xmlNode* row) {
         CellColumns cellColumns;
         for (const xmlNode* cell : cellsOf(row)) {
             const int index = cellColumns.next(cell);
-            const QString value = cellValue(cell, dates, patterns, failure);
-            if (!failure.isEmpty())
-                return false;
-            if (value.isEmpty())
+            if (index < 0)
                 continue;
-            if (index < 0 || index >= values.size()) {
-                failure = QStringLiteral("cell in column %1 outside the sheet's %2 columns")
-                              .arg(index + 1)
-                              .arg(columns);
-                return false;
-            }
-            values[index] = value;
+            widest = std::max(widest, index + 1);
+            if (anyRow)
+                continue;
+            QString failure;
+            const QString value = cellValue(cell, context, failure);
+            if (!value.trimmed().isEmpty())
+                firstRow.append({index, value});
         }
-        result.append(values);
+        anyRow = true;
         return true;
     });
+    if (!readable)
+        return {};
+
+    columns = widest;
+    if (columns <= 0 || !anyRow)
+        return {};
+    QStringList header;
+    header.reserve(columns);
+    for (int i = 1; i <= columns; ++i)
+        header.append(QStringLiteral("Untitled Column %1").arg(i));
+    for (const auto& [index, value] : firstRow)
+        header[index] = value;
+    return {header};
+}
+
+SpreadsheetData XlsxSheetReader::readAll(const QString& location, qint32 columns, QString* failureOut) const {
+    CellContext context(m_tables.date1904);
+    qsizetype width = std::max<qint32>(columns, 0);
+    SpreadsheetData result;
+    QHash<qint64, qsizetype> rowIndex; // sheet row number -> table row
+    QStringList merged;
+    qint64 rowNumber = 0;
+    QString failure; // why the sheet cannot be read; the first reason ends the read
+    const bool readable = SheetRowStream::read(
+        location,
+        [&](const xmlNode* row) {
+            if (qint64(result.size() + 1) * std::max<qsizetype>(width, 1) > kMaxCells) {
+                failure = QStringLiteral("the sheet has more than %1 rows of %2 columns, too many to read")
+                              .arg(result.size())
+                              .arg(width);
+                return false;
+            }
+            const qint64 declared = XmlDocument::attribute(row, "r").trimmed().toLongLong();
+            rowNumber = declared > 0 ? declared : rowNumber + 1;
+            rowIndex.insert(rowNumber, result.size());
+            QStringList values(width, QString());
+            CellColumns cellColumns;
+            for (const xmlNode* cell : cellsOf(row)) {
+                const int index = cellColumns.next(cell);
+                const QString value = cellValue(cell, context, failure);
+                if (!failure.isEmpty())
+                    return false;
+                if (value.isEmpty() || index < 0)
+                    continue;
+                if (index >= values.size()) {
+                    width = index + 1; // the header read missed it: trust the cell, widen the table
+                    values.resize(width);
+                }
+                values[index] = value;
+            }
+            result.append(values);
+            return true;
+        },
+        nullptr, &merged);
+    if (!readable && failure.isEmpty())
+        failure = QStringLiteral("the sheet could not be read");
     if (!failure.isEmpty()) {
         Show_NSLog_Message(QStringLiteral("Error: %1 (%2)").arg(failure, location));
+        if (failureOut)
+            *failureOut = failure;
         return {};
     }
+    for (QStringList& row : result)
+        row.resize(width);
+    spreadMergedValues(result, rowIndex, merged);
     return result;
 }

@@ -12,7 +12,7 @@ QStringList readSharedStrings(const QString& location) {
     const QList<xmlNodePtr> items = doc.select("/sst[1]/si");
     strings.reserve(items.size());
     for (const xmlNode* si : items)
-        strings.append(decodeXlsxEscapes(XmlDocument::wholeText(si)));
+        strings.append(decodeXlsxEscapes(XmlDocument::wholeTextSkipping(si, "rPh"))); // no phonetic guides
     return strings;
 }
 
@@ -47,42 +47,4 @@ bool readsDates1904(const QString& workbookLocation) {
             return true;
     }
     return false;
-}
-
-namespace {
-
-QString relationshipTarget(const QString& root, int sheetNumber) {
-    QString relationshipId;
-    {
-        XmlDocument workbook(root + QStringLiteral("/xl/workbook.xml"), XmlDocument::Names::Local);
-        const QList<xmlNodePtr> sheets = workbook.select("//sheet");
-        if (sheetNumber < 1 || sheetNumber > sheets.size())
-            return {};
-        relationshipId = XmlDocument::attribute(sheets.at(sheetNumber - 1), "id");
-    }
-    if (relationshipId.isEmpty())
-        return {};
-    XmlDocument rels(root + QStringLiteral("/xl/_rels/workbook.xml.rels"), XmlDocument::Names::Local);
-    for (const xmlNode* rel : rels.select("//Relationship")) {
-        if (XmlDocument::attribute(rel, "Id") == relationshipId)
-            return XmlDocument::attribute(rel, "Target");
-    }
-    return {};
-}
-
-} // namespace
-
-QString locateSheetPart(const QString& root, int sheetNumber) {
-    QString conventional = root + QStringLiteral("/xl/worksheets/sheet%1.xml").arg(sheetNumber);
-    if (QFileInfo::exists(conventional))
-        return conventional;
-    const QString target = relationshipTarget(root, sheetNumber);
-    if (target.isEmpty())
-        return conventional;
-    // Targets are relative to the workbook part's folder, or absolute within the package.
-    QString resolved = QDir::cleanPath(
-        target.startsWith(QLatin1Char('/')) ? root + target : root + QStringLiteral("/xl/") + target);
-    if (!resolved.startsWith(QDir::cleanPath(root) + QLatin1Char('/')))
-        return conventional;
-    return resolved;
 }

@@ -1,6 +1,6 @@
 #pragma once
 // The workbook-wide parts of an unpacked XLSX package: shared strings, cell formats,
-// sheet names, the date system, and where each sheet's part lies.
+// sheet names and the date system.
 #include <QList>
 #include <QPair>
 #include <QString>
@@ -17,8 +17,3 @@ QStringList readSheetNames(const QString& workbookLocation);
 
 // True when the workbook counts dates from 1904 ("date1904" is "1" or "true").
 bool readsDates1904(const QString& workbookLocation);
-
-// The part of sheet number (1-based) inside the unpacked package at root:
-// "xl/worksheets/sheet<n>.xml" when it exists, else the part the workbook's relationships
-// name for the n-th sheet, provided it stays inside root; else the conventional path.
-QString locateSheetPart(const QString& root, int sheetNumber);

@@ -25,7 +25,7 @@ void dropElementNamespaces(xmlNodePtr node) {
     }
 }
 
-void appendText(const xmlNode* node, QByteArray& out) {
+void appendText(const xmlNode* node, QByteArray& out, const char* skipped = nullptr) {
     for (const xmlNode* child = node->children; child; child = child->next) {
         switch (child->type) {
         case XML_TEXT_NODE:
@@ -33,7 +33,11 @@ void appendText(const xmlNode* node, QByteArray& out) {
             if (child->content)
                 out.append(reinterpret_cast<const char*>(child->content));
             break;
-        case XML_ELEMENT_NODE: appendText(child, out); break;
+        case XML_ELEMENT_NODE:
+            if (!skipped || !child->name ||
+                std::strcmp(reinterpret_cast<const char*>(child->name), skipped) != 0)
+                appendText(child, out, skipped);
+            break;
         default: // entity references, comments, processing instructions carry no cell text
             break;
         }
@@ -111,6 +115,14 @@ QString XmlDocument::wholeText(const xmlNode* node) {
         return node->content ? QString::fromUtf8(reinterpret_cast<const char*>(node->content)) : QString();
     QByteArray out;
     appendText(node, out);
+    return QString::fromUtf8(out);
+}
+
+QString XmlDocument::wholeTextSkipping(const xmlNode* node, const char* skippedLocalName) {
+    if (!node)
+        return {};
+    QByteArray out;
+    appendText(node, out, skippedLocalName);
     return QString::fromUtf8(out);
 }
 

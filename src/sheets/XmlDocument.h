@@ -35,6 +35,8 @@ public:
 
     // All descendant text joined without separator.
     static QString wholeText(const xmlNode* node);
+    // The same without the text of descendant elements of that local name.
+    static QString wholeTextSkipping(const xmlNode* node, const char* skippedLocalName);
     // Attribute by local name, whatever its prefix; "" when absent.
     static QString attribute(const xmlNode* node, const char* localName);
     static bool hasAttribute(const xmlNode* node, const char* localName);

@@ -2,6 +2,8 @@
 
 #include "core/TextUtils.h"
 
+#include <QRegularExpression>
+
 bool Check_Ph_Number(const QString& number, bool test_flag) {
     const QString s = Trim_Str(number);
     if (s.isEmpty() || s.size() > kMaxNumberLength)
@@ -22,8 +24,80 @@ bool hasMisplacedPlus(const QString& number) {
     return test.contains(u'+');
 }
 
+namespace {
+
+// Spaces and hyphens that only differ from " " and "-" in how lines may break.
+QString withPlainSeparators(QString s) {
+    for (QChar& c : s) {
+        switch (c.unicode()) {
+        case 0x00A0: // no-break space
+        case 0x2007: // figure space
+        case 0x2009: // thin space
+        case 0x202F: // narrow no-break space
+        case 0x2060: // word joiner
+            c = QLatin1Char(' ');
+            break;
+        case 0x2010: // hyphen
+        case 0x2011: // non-breaking hyphen
+        case 0x2012: // figure dash
+        case 0x2013: // en dash
+        case 0x2212: // minus sign
+            c = QLatin1Char('-');
+            break;
+        default: break;
+        }
+    }
+    return s;
+}
+
+// "4.47700900002E11" as its digits; the text unchanged when it is no whole number in
+// E-notation. Worked on the digits, never through a double, so no digit is lost.
+QString expandENotation(const QString& text) {
+    static const QRegularExpression pattern(
+        QStringLiteral(R"(^\s*(\+?)(\d+)(?:\.(\d*))?[eE]\+?(\d{1,2})\s*$)"));
+    const QRegularExpressionMatch m = pattern.match(text);
+    if (!m.hasMatch())
+        return text;
+    QString digits = m.captured(2) + m.captured(3);
+    const int shift = m.captured(4).toInt() - int(m.captured(3).size());
+    if (shift < 0) {
+        // Only zeros may stand behind the decimal point of a whole number.
+        for (qsizetype i = digits.size() + shift; i < digits.size(); ++i)
+            if (digits.at(i) != QLatin1Char('0'))
+                return text;
+        digits.chop(-shift);
+    } else {
+        digits.append(QString(shift, QLatin1Char('0')));
+    }
+    while (digits.size() > 1 && digits.startsWith(QLatin1Char('0')))
+        digits.remove(0, 1);
+    return m.captured(1) + digits;
+}
+
+} // namespace
+
+QString normaliseNumberText(const QString& raw) {
+    QString s = expandENotation(withPlainSeparators(raw));
+    // "+44 (0)20 ..." and "0044 (0)20 ...": the trunk zero is not dialled from abroad.
+    static const QRegularExpression trunkZero(
+        QStringLiteral(R"(^(\s*(?:\+|00)\s*\d{1,4}[\s.\-]*)\(\s*0\s*\))"));
+    s.replace(trunkZero, QStringLiteral("\\1"));
+    return Replace_Char_For_Valid_Number(s);
+}
+
+bool looksLikePhoneNumber(const QString& cell) {
+    const QString text = withPlainSeparators(cell).trimmed();
+    static const QRegularExpression dateOrAmount(QStringLiteral(
+        R"(^(\d{4}[-/.]\d{1,2}[-/.]\d{1,2}([ T].*)?|\d{1,2}[-/.]\d{1,2}[-/.]\d{2,4}( .*)?|[+-]?\d{1,3}([,.' ]\d{3})*[.,]\d{1,2}|[+-]?\d+[.,]\d{1,2})$)"));
+    if (text.isEmpty() || dateOrAmount.match(text).hasMatch())
+        return false;
+    static const QRegularExpression phone(
+        QStringLiteral(R"(^\+?[0-9]{%1,%2}$)").arg(kMinPhoneDigits).arg(kMaxNumberLength));
+    return phone.match(normaliseNumberText(text)).hasMatch();
+}
+
 QString validTypedNumber(const QString& raw) {
-    QString s = Replace_Char_For_Valid_Number(raw);
+    QString s = normaliseNumberText(raw);
     if (s.isEmpty() || hasMisplacedPlus(s) || Check_Ph_Number(s, false))
         return QString();
     return s;

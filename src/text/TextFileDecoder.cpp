@@ -5,6 +5,9 @@
 
 #include <QStringDecoder>
 
+#include <algorithm>
+#include <optional>
+
 #include <unicode/ucsdet.h>
 
 namespace {
@@ -52,6 +55,33 @@ bool looksBinary(const QByteArray& bytes) {
     return controls * 10 > bytes.size();
 }
 
+// UTF-16 without a byte-order mark (as some programs export "Unicode text"): text in the
+// Latin, Greek, Cyrillic or similar ranges has a zero high byte in most characters, so one
+// of the two byte positions is mostly zero and the other almost never.
+std::optional<QStringConverter::Encoding> utf16WithoutMark(const QByteArray& bytes) {
+    const qsizetype n = std::min<qsizetype>(bytes.size(), 4096) & ~qsizetype(1);
+    if (n < 4)
+        return std::nullopt;
+    qsizetype evenZeros = 0, oddZeros = 0;
+    for (qsizetype i = 0; i < n; i += 2) {
+        evenZeros += bytes.at(i) == 0;
+        oddZeros += bytes.at(i + 1) == 0;
+    }
+    const qsizetype units = n / 2;
+    std::optional<QStringConverter::Encoding> guess;
+    if (oddZeros * 10 >= units * 7 && evenZeros * 20 <= units)
+        guess = QStringConverter::Utf16LE;
+    else if (evenZeros * 10 >= units * 7 && oddZeros * 20 <= units)
+        guess = QStringConverter::Utf16BE;
+    if (!guess)
+        return std::nullopt;
+    QStringDecoder decoder(*guess, QStringConverter::Flag::Stateless);
+    const QString text = decoder(bytes.left(bytes.size() & ~qsizetype(1)));
+    if (decoder.hasError() || text.contains(QChar(0)))
+        return std::nullopt;
+    return guess;
+}
+
 // The charset ICU's detector likes best; windows-1252 when it has no opinion.
 QString detectLegacyCharset(const QByteArray& bytes) {
     UErrorCode status = U_ZERO_ERROR;
@@ -77,6 +107,8 @@ QString detectLegacyCharset(const QByteArray& bytes) {
 QString TextFileDecoder::detectEncoding(const QByteArray& bytes) {
     if (const Bom* bom = markOf(bytes))
         return QString::fromLatin1(bom->name);
+    if (const auto utf16 = utf16WithoutMark(bytes))
+        return *utf16 == QStringConverter::Utf16LE ? QStringLiteral("UTF-16LE") : QStringLiteral("UTF-16BE");
     if (looksBinary(bytes))
         return QString();
     if (isValidUtf8(bytes))
@@ -92,6 +124,11 @@ bool TextFileDecoder::decode(const QByteArray& bytes, QString& text) {
             if (const Bom* bom = markOf(bytes)) {
                 QStringDecoder decoder(bom->encoding, QStringConverter::Flag::Stateless);
                 text = decoder(bytes.mid(bom->bytes.size()));
+                return true;
+            }
+            if (const auto utf16 = utf16WithoutMark(bytes)) {
+                QStringDecoder decoder(*utf16, QStringConverter::Flag::Stateless);
+                text = decoder(bytes);
                 return true;
             }
             const QString encoding = detectEncoding(bytes);

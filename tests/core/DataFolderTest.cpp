@@ -18,10 +18,10 @@ void writeBytes(const QString& path, const QByteArray& bytes) {
     f.write(bytes);
 }
 
-const QStringList& layoutFiles() {
-    static const QStringList files = {SentItem_File_Path, SentItemAnd_File_Path, Templates_File_Path,
-                                      AppExclusion_File_Path, ExListIndex_File_Path};
-    return files;
+// Built anew each time: the paths follow each test's own data home.
+QStringList layoutFiles() {
+    return {SentItem_File_Path, SentItemAnd_File_Path, Templates_File_Path, AppExclusion_File_Path,
+            ExListIndex_File_Path};
 }
 
 class DataFolderTest : public ::testing::Test {

@@ -104,6 +104,27 @@ TEST_F(CommandLineSendTest, WorkbookRowsGiveNumbersAndTheirOwnMessages) {
                                   "447700900002\tsend\tBob"})); // the title row is no number
 }
 
+TEST_F(CommandLineSendTest, WorkbooksOfOtherProgramsGiveTheRowsAPersonSees) {
+    int exitCode = -1;
+    const QString book = QStringLiteral(BULKSMS_SHEETS_TEST_DATA "/excel.xlsx"); // tabs moved, one deleted
+    EXPECT_EQ(run({"send", "--numbers", book, "--header", "--number-column", "Phone", "--template",
+                   "Dear <COL-1>: <COL-4>", "--dry-run"},
+                  exitCode),
+              (QStringList{QString::fromUtf8("07700900001\tsend\tDear \u5C71\u7530: Meeting today"),
+                           "07700900002\tsend\tDear Bo: Meeting today",
+                           "447700900003\tsend\tDear Cy: Meeting today"}));
+    EXPECT_EQ(exitCode, 0);
+    const QString notABook = home.path() + "/plain.xlsx";
+    QFile f(notABook);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write("Number,Message\n");
+    f.close();
+    EXPECT_TRUE(run({"send", "--numbers", notABook, "--message", "x", "--dry-run"}, exitCode).isEmpty());
+    EXPECT_NE(exitCode, 0);
+    EXPECT_TRUE(errors.contains("This file is not a workbook (or it is damaged or password-protected)."))
+        << errors.toStdString();
+}
+
 TEST_F(CommandLineSendTest, RtfAndCsvFilesAreCutAsTheWindowsCutThem) {
     const QString rtf = home.path() + "/numbers.rtf";
     QFile f(rtf);

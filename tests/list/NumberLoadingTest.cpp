@@ -80,13 +80,73 @@ INSTANTIATE_TEST_SUITE_P(
         FileCase{"TxtWindowsLineEnds", "a.txt", "111\r\n222\r\n333\r\n", {"333", "222", "111"}, {3, 3, 0, 0}},
         FileCase{"TxtMarkupRemoved", "a.TXT", "{\\111}\n2-2 2\n", {"222", "111"}, {2, 2, 0, 0}},
         FileCase{"TxtInvalidLinesCounted", "a.txt", "Name\n12a\n+1+2\n555\n", {"555"}, {4, 1, 0, 0}},
-        FileCase{"CsvCellsOfOneLine", "a.csv", "Name,+441234567890,Note\r", {"+441234567890"}, {3, 1, 0, 0}},
-        FileCase{"CsvLineFeedsOnlyJoinCells",
+        // CSV: RFC 4180 records, the separator sniffed, only cells that look like phone numbers.
+        FileCase{"CsvCellsOfOneLine", "a.csv", "Name,+441234567890,Note\r", {"+441234567890"}, {1, 1, 0, 0}},
+        FileCase{"CsvLineFeedLineEnds",
                  "a.CSV",
-                 "x,111,222\ny,333,444",
-                 {"444", "333", "111"},
-                 {5, 3, 0, 0}},
-        FileCase{"CsvLinesWithoutCommaIgnored", "a.csv", "111\r222\r333,444\r", {"444", "333"}, {2, 2, 0, 0}},
+                 "x,07700900111,07700900222\ny,07700900333,07700900444",
+                 {"07700900444", "07700900333", "07700900222", "07700900111"},
+                 {4, 4, 0, 0}},
+        FileCase{"CsvMixedLineEnds",
+                 "a.csv",
+                 "a,07700900111\rb,07700900222\r\nc,07700900333\n",
+                 {"07700900333", "07700900222", "07700900111"},
+                 {3, 3, 0, 0}},
+        FileCase{"CsvOneColumn",
+                 "a.csv",
+                 "Phone\r\n07700900111\r\n+44 7700 900222\r\n",
+                 {"+447700900222", "07700900111"},
+                 {2, 2, 0, 0}},
+        FileCase{"CsvQuotedFields",
+                 "a.csv",
+                 "\"Smith, John\",\"+44 7700 900111\"\r\n\"O\"\"Neil, Amy\", \"07700 900222\"\r\n",
+                 {"07700900222", "+447700900111"},
+                 {2, 2, 0, 0}},
+        FileCase{"CsvLineBreakInsideQuotes",
+                 "a.csv",
+                 "Name,Phone,Note\nAnn,07700900111,\"line one\nline two 07700900999\"\nBob,07700900222,x\n",
+                 {"07700900222", "07700900111"},
+                 {2, 2, 0, 0}},
+        FileCase{"CsvSemicolonsAndDecimalCommas",
+                 "a.csv",
+                 "Name;Phone;Amount\nAnn;07700 900111;12,50\nBob;07700 900222;1.250,00\n",
+                 {"07700900222", "07700900111"},
+                 {2, 2, 0, 0}},
+        FileCase{"CsvSeparatorNamedOnTheFirstLine",
+                 "a.csv",
+                 "sep=;\r\nName;Phone\r\n\"Ann, Smith\";07700900111\r\n",
+                 {"07700900111"},
+                 {1, 1, 0, 0}},
+        FileCase{"CsvTabs", "a.csv", "Name\tPhone\nAnn\t07700900111\n", {"07700900111"}, {1, 1, 0, 0}},
+        FileCase{"CsvCrmExportGivesOnlyItsPhoneNumbers",
+                 "crm.csv",
+                 "Id,Name,Age,Phone,Amount,Date\r\n"
+                 "1,Ann Smith,34,+44 7700 900123,1250.00,2024-03-05\r\n"
+                 "2,Bob Jones,41,07700 900456,99.50,05/03/2024\r\n"
+                 "3,Cy Long,29,,1250,2024-03-06\r\n",
+                 {"07700900456", "+447700900123"},
+                 {2, 2, 0, 0}},
+        // Numbers as people write them.
+        FileCase{"TxtNoBreakSpacesAndHyphens",
+                 "a.txt",
+                 QString::fromUtf8("+44\u00A07700\u00A0900123\n0770\u2011090\u20110456\n").toUtf8(),
+                 {"07700900456", "+447700900123"},
+                 {2, 2, 0, 0}},
+        FileCase{"TxtENotationAndTrunkZero",
+                 "a.txt",
+                 "4.47700900002E11\n+44 (0)7700 900003\n",
+                 {"+447700900003", "447700900002"},
+                 {2, 2, 0, 0}},
+        FileCase{"Utf16LeWithoutBom",
+                 "u.txt",
+                 QStringEncoder(QStringConverter::Utf16LE)(kUnicodeSample),
+                 kSampleNumbers,
+                 {3, 2, 0, 0}},
+        FileCase{"Utf16BeWithoutBom",
+                 "u.txt",
+                 QStringEncoder(QStringConverter::Utf16BE)(kUnicodeSample),
+                 kSampleNumbers,
+                 {3, 2, 0, 0}},
         FileCase{"RtfParagraphs",
                  "a.rtf",
                  "{\\rtf1\\ansi{\\fonttbl{\\f0 Arial 999;}}\\f0 111\\par 222\\par}",
@@ -245,8 +305,11 @@ TEST_F(PasteTest, TabsSplitCellsAndLinesGoOnTopInOrder) {
     window.setComposerText("msg");
     window.add("999");
     op.onModal<Load_Num_Info>([](Load_Num_Info& q) { q.NoPressed(); });
-    paste("111\t222\n333");
-    EXPECT_EQ(window.numbers(), (QStringList{"333", "222", "111", "999"}));
+    // Cells of a row copied from a spreadsheet count only when they look like phone numbers.
+    paste("1\tAnn\t34\t07700900111\t07700900222\t1250.00\n333");
+    EXPECT_EQ(window.numbers(), (QStringList{"333", "07700900222", "07700900111", "999"}));
+    EXPECT_EQ(counters(), (QList<int>{3, 3, 0, 0}));
+    EXPECT_EQ(ignoredCells, 4);
     EXPECT_EQ(window.messages(), QStringList(4, "msg"));
     EXPECT_TRUE(op.alerts().isEmpty());
 }
@@ -261,6 +324,12 @@ TEST_F(PasteTest, RefusalsAndSummary) {
         {"blank", " \n\t ", [] { return QStringList{"\nNo item to insert in list."}; }},
         {"lone surrogate", QString("12") + QChar(0xD800), [] { return QStringList{kCorrupted}; }},
         {"nothing valid", "abc\ndef", [] { return QStringList{"\n" + format_skip_exclude_str()}; }},
+        {"no phone cells, said in the summary", "Ann\t34\nBob\t41",
+         [] {
+             EXPECT_TRUE(format_skip_exclude_str().endsWith(
+                 "\nCells that are not phone numbers (names, ids, amounts, dates), ignored = 4\n"));
+             return QStringList{"\n" + format_skip_exclude_str()};
+         }},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);

@@ -53,6 +53,39 @@ TEST_F(HostileWorkbookTest, ZipBombFailsCleanly) {
     EXPECT_FALSE(QFileInfo::exists(SpreadsheetWriter::shared().tmpDir + "/xl/worksheets/sheet1.xml"));
 }
 
+TEST_F(HostileWorkbookTest, ManyEntriesOfABombNeverFillTheDisk) {
+    // Seventy sheets of zeros, each just under the ratio floor (scaled down to 1 MiB). Only
+    // the parts read are inflated, and all of them together stay under the archive's ratio.
+    SSZipLimits limits;
+    limits.ratioCheckFromBytes = qint64(1) << 20;
+    const SSZipLimits saved = SSZipArchive::limits();
+    SSZipArchive::setLimits(limits);
+    QByteArray sheets;
+    std::vector<ZipEntrySpec> entries;
+    for (int i = 1; i <= 70; ++i) {
+        sheets += "<sheet name=\"S" + QByteArray::number(i) + "\"/>";
+        entries.push_back({QString("xl/worksheets/sheet%1.xml").arg(i), QByteArray((1 << 20) - 1, '\0')});
+    }
+    entries.push_back({"xl/workbook.xml", "<workbook><sheets>" + sheets + "</sheets></workbook>"});
+    ASSERT_TRUE(buildZip(path("many.xlsx"), entries));
+
+    SpreadsheetWriter::ReadWorkbook(path("many.xlsx"), true);
+    ASSERT_EQ(SpreadsheetWriter::Read_Sheet_Name().size(), 70);
+    int sheet = 1;
+    for (; sheet <= 70; ++sheet) {
+        Excel_Sheet_Number = sheet;
+        SpreadsheetWriter::ReadData_only_column();
+        if (SpreadsheetWriter::shared().readFailure.contains("far more data"))
+            break;
+    }
+    SSZipArchive::setLimits(saved);
+    EXPECT_LT(sheet, 70);
+    qint64 written = 0;
+    for (const QFileInfo& file : QDir(SpreadsheetWriter::shared().tmpDir).entryInfoList(QDir::Files))
+        written += file.size();
+    EXPECT_LE(written, limits.maxTotalRatio * QFileInfo(path("many.xlsx")).size() + (1 << 20));
+}
+
 TEST_F(HostileWorkbookTest, BrokenContainersGiveNoSheetsAndNoRows) {
     ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(path("good.xlsx"), {{"a", "b"}, {"1", "2"}}, false));
     const QByteArray good = readFileBytes(path("good.xlsx"));
@@ -60,10 +93,17 @@ TEST_F(HostileWorkbookTest, BrokenContainersGiveNoSheetsAndNoRows) {
         {"truncated archive", good.left(good.size() / 2)},
         {"not a zip", "Number,Message\n5550100,Hi\n"},
         {"empty file", ""},
+        {"a zip without a workbook", QByteArray()},
     };
     for (const auto& [what, bytes] : cases) {
-        writeFileBytes(path("bad.xlsx"), bytes);
+        if (QString(what) == "a zip without a workbook")
+            buildZip(path("bad.xlsx"), {{"word/document.xml", "<document/>"}});
+        else
+            writeFileBytes(path("bad.xlsx"), bytes);
         SpreadsheetWriter::ReadWorkbook(path("bad.xlsx"), true);
+        EXPECT_EQ(SpreadsheetWriter::shared().readFailure,
+                  "This file is not a workbook (or it is damaged or password-protected).")
+            << what;
         EXPECT_TRUE(SpreadsheetWriter::Read_Sheet_Name().isEmpty()) << what;
         EXPECT_FALSE(QFileInfo::exists(SpreadsheetWriter::shared().tmpDir + "/xl/worksheets")) << what;
         EXPECT_TRUE(SpreadsheetWriter::ReadData_only_column().isEmpty()) << what;

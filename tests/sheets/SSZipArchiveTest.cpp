@@ -4,6 +4,7 @@
 #include "core/Log.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QTemporaryDir>
 
@@ -276,6 +277,64 @@ TEST(SSZipArchiveUnpacking, PerEntryAndTotalCapsCountInflatedBytes) {
         ASSERT_TRUE(buildZip(zip, {{"a", incompressible}, {"b", incompressible}, {"c", incompressible}}));
         EXPECT_EQ(SSZipArchive::unzipFileAtPath(zip, dir.path() + "/out"), c.ok) << c.what;
     }
+}
+
+qint64 folderBytes(const QString& folder) {
+    qint64 total = 0;
+    for (QDirIterator it(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories); it.hasNext();)
+        total += QFileInfo(it.next()).size();
+    return total;
+}
+
+TEST(SSZipArchiveUnpacking, ManyEntriesJustUnderTheFloorStopAtTheArchiveRatio) {
+    // Scaled down: 70 entries just under a 1 MiB floor each, zeros that squeeze a
+    // thousandfold. Entry by entry each passes; together they break the archive's ratio.
+    SSZipLimits limits;
+    limits.ratioCheckFromBytes = qint64(1) << 20;
+    LimitsGuard guard(limits);
+    QTemporaryDir dir;
+    const QString zip = dir.path() + "/many.zip";
+    std::vector<ZipEntrySpec> entries;
+    for (int i = 1; i <= 70; ++i)
+        entries.push_back({QString("part%1.xml").arg(i), QByteArray((1 << 20) - 1, '\0')});
+    ASSERT_TRUE(buildZip(zip, entries));
+
+    SSZipError error;
+    EXPECT_FALSE(SSZipArchive::unzipFileAtPath(zip, dir.path() + "/out", true, {}, &error));
+    EXPECT_EQ(error.code, SSZipArchive::SizeLimitExceeded);
+    const qint64 archive = QFileInfo(zip).size();
+    EXPECT_LE(folderBytes(dir.path() + "/out"), limits.maxTotalRatio * archive + (1 << 20));
+
+    // Part by part under one tally: the same cap across separate extractions.
+    SSZipTally tally;
+    int extracted = 0;
+    for (int i = 1; i <= 70; ++i) {
+        if (!SSZipArchive::unzipEntryAtPath(zip, QString("part%1.xml").arg(i), dir.path() + "/one.xml", tally,
+                                            &error))
+            break;
+        ++extracted;
+    }
+    EXPECT_EQ(error.code, SSZipArchive::SizeLimitExceeded);
+    EXPECT_LT(extracted, 70);
+    EXPECT_LE(tally.inflated, limits.maxTotalRatio * archive + (1 << 20));
+}
+
+TEST(SSZipArchiveUnpacking, OneEntryIsFoundByItsNameOrReportedMissingOrEncrypted) {
+    QTemporaryDir dir;
+    const QString zip = dir.path() + "/x.zip";
+    ASSERT_TRUE(buildZip(zip, {{"a.xml", "first"}, {"dir\\b.xml", "second"}, {"c.xml", "secret", {}, "pw"}}));
+    SSZipTally tally;
+    SSZipError error;
+    EXPECT_TRUE(SSZipArchive::unzipEntryAtPath(zip, "dir/b.xml", dir.path() + "/b", tally, &error));
+    EXPECT_EQ(readFileBytes(dir.path() + "/b"), "second");
+    EXPECT_FALSE(SSZipArchive::unzipEntryAtPath(zip, "missing.xml", dir.path() + "/m", tally, &error));
+    EXPECT_EQ(error.code, SSZipArchive::EntryMissing);
+    EXPECT_FALSE(SSZipArchive::unzipEntryAtPath(zip, "c.xml", dir.path() + "/c", tally, &error));
+    EXPECT_EQ(error.code, SSZipArchive::EntryEncrypted);
+    EXPECT_FALSE(QFileInfo::exists(dir.path() + "/c"));
+    QStringList names;
+    EXPECT_TRUE(SSZipArchive::entryNamesAtPath(zip, names, nullptr));
+    EXPECT_EQ(names, (QStringList{"a.xml", "dir/b.xml", "c.xml"}));
 }
 
 } // namespace

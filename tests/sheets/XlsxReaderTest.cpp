@@ -2,6 +2,7 @@
 
 #include "WorkbookFixture.h"
 #include "core/Log.h"
+#include "sheets/CellNumbers.h"
 #include "sheets/ColumnNames.h"
 #include "sheets/DateFormatConverter.h"
 
@@ -85,8 +86,11 @@ TEST_F(XlsxReaderTest, SharedStringIndexesBooleansAndFormulas) {
         {R"(<c r="A1" t="b"><v>1</v></c>)", "true"},
         {R"(<c r="A1" t="b"><v>0</v></c>)", "false"},
         {R"(<c r="A1" t="b"><v>yes</v></c>)", "false"},
-        {R"(<c r="A1"><f>SUM(B1:C1)</f><v>3</v></c>)", "SUM(B1:C1)3"},
-        {R"(<c r="A1" t="str"><f>A2</f><v>a_x000D_b</v></c>)", "A2a\rb"},
+        // A formula shows its cached result, never its text.
+        {R"(<c r="A1"><f>SUM(B1:C1)</f><v>3</v></c>)", "3"},
+        {R"(<c r="A1" t="str"><f>A2</f><v>a_x000D_b</v></c>)", "a\rb"},
+        {R"(<c r="A1"><f>B1+1</f></c>)", ""}, // never calculated: nothing to show
+        {R"(<c r="A1" t="inlineStr"><is><t>Bo</t><rPh sb="0" eb="2"><t>ボ</t></rPh></is></c>)", "Bo"},
         {R"(<c r="A1" t="e"><v>#DIV/0!</v></c>)", "#DIV/0!"},
     };
     int n = 0;
@@ -140,17 +144,58 @@ TEST_F(XlsxReaderTest, WorkbooksCountingFrom1904ShiftEveryDate) {
     }
 }
 
+TEST(XlsxCellNumbers, NumericCellsReadAsAPersonSeesThem) {
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+        {"447700900003.0", "", "447700900003"}, // never the decimal text of a double
+        {"5550100.0", "General", "5550100"},
+        {"4.47700900002E11", "", "447700900002"},
+        {"4.4770090000200001E+11", "", "447700900002"},
+        {"7700900004", "00000000000", "07700900004"}, // the padding the format shows
+        {"123", "000-000-0000", "0000000123"},
+        {"7700900004", "0", "7700900004"},
+        {"5", "#,##0", "5"},
+        {"12.5", "0.00", "12.50"},
+        {"1234.5", "#,##0.00", "1234.50"},
+        {"12.5", "", "12.5"},
+        {"1.5E-3", "", "0.0015"},
+        {"-0", "", "0"},
+        {"1e25", "", "1e+25"},
+        {"abc", "", "abc"},
+        {"-42", "00000", "-42"},
+    };
+    for (const auto& [value, code, expected] : cases)
+        EXPECT_EQ(numericCellText(value, code), QString(expected)) << value << " " << code;
+}
+
+TEST(XlsxCellNumbers, DateFormatCodesAreToldByTheirSymbols) {
+    const std::pair<const char*, bool> cases[] = {
+        {"General", false},    {"0.00", false},      {"00000000000", false},
+        {"@", false},          {"0.00E+00", false},  {"\"days\" 0", false},
+        {"[Red]#,##0", false}, {"yyyy-mm-dd", true}, {"[$-409]dddd, mmmm dd", true},
+        {"[h]:mm", true},      {"h:mm AM/PM", true}, {"dd/mm/yy;@", true},
+    };
+    for (const auto& [code, date] : cases)
+        EXPECT_EQ(isDateFormatCode(code), date) << code;
+}
+
 TEST(XlsxDateFormats, FormatCodesBecomeUnicodePatterns) {
     const std::pair<const char*, const char*> cases[] = {
         {"[$-409]dddd, mmmm dd, yyyy;@", "EEEE, MMMM dd, yyyy"},
         {"dd/mm/yyyy", "dd/MM/yyyy"},
         {"mmm d, yy", "MMM d, yy"},
         {"h:mm AM/PM", "h:mm a"},
-        {"dd/mm/yyyy hh:mm", "dd/mm/yyyy hh:mm"}, // with hours every "m" stays minutes
+        // "m" after hours or before seconds is minutes, elsewhere months; hours without
+        // AM/PM count to 24.
+        {"dd/mm/yyyy hh:mm", "dd/MM/yyyy HH:mm"},
+        {"yyyy-mm-dd h:mm:ss", "yyyy-MM-dd H:mm:ss"},
+        {"mm:ss", "mm:ss"},
+        {"[h]:mm:ss", "H:mm:ss"},
         {"yyyy\\-mm\\-dd", "yyyy-MM-dd"},
-        {"ddd d", "ddd d"}, // "dddd" absent: nothing to replace
-        {"dd;@", "dd;@"},   // sections are only cut after a "]"
+        {"ddd d", "EEE d"},
+        {"dd;@", "dd"},
         {" [Red]yyyy ", "yyyy"},
+        {"d \"de\" mmmm", "d 'de' MMMM"},
+        {"yyyy\"年\"m\"月\"d\"日\"", "yyyy'年'M'月'd'日'"},
     };
     for (const auto& [code, pattern] : cases)
         EXPECT_EQ(datePatternFromFormatCode(code), QString(pattern)) << code;
@@ -182,19 +227,17 @@ TEST(XlsxDateFormats, SerialsBecomeLocalDatesAndTimes) {
             << c.serial << " " << c.pattern;
 }
 
-TEST_F(XlsxReaderTest, ColumnCountWithoutOrWithADegenerateDimension) {
+TEST_F(XlsxReaderTest, TheDimensionIsOnlyAHintTheCellsDecide) {
     struct Case {
         const char* what;
         QByteArray dimension;
-        SpreadsheetData header;
-        SpreadsheetData rows;
     } cases[] = {
-        {"single-cell dimension: no columns", "A1", {}, {}},
-        {"no dimension: the widest row decides",
-         "",
-         {{"a", "Untitled Column 2", "c"}},
-         {{"a", "", "c"}, {"", "", ""}, {"x", "y", ""}}},
+        {"single cell, as tools leave it", "A1"},          {"none", ""},
+        {"rows only, as older LibreOffice writes", "1:2"}, {"narrower than the data", "A1:B1"},
+        {"reaching the last column", "A1:XFD1048576"},     {"garbage", "?!"},
     };
+    const SpreadsheetData expectedHeader{{"a", "Untitled Column 2", "c"}};
+    const SpreadsheetData expectedRows{{"a", "", "c"}, {"", "", ""}, {"x", "y", ""}};
     for (const Case& c : cases) {
         const QString book = sheetWorkbook(
             "dim.xlsx",
@@ -204,10 +247,37 @@ TEST_F(XlsxReaderTest, ColumnCountWithoutOrWithADegenerateDimension) {
                 c.dimension));
         SpreadsheetData header;
         const SpreadsheetData rows = importFirstSheet(book, &header);
-        EXPECT_EQ(header, c.header) << c.what;
-        if (!c.header.isEmpty()) {
-            EXPECT_EQ(rows, c.rows) << c.what;
-        }
+        EXPECT_EQ(header, expectedHeader) << c.what;
+        EXPECT_EQ(rows, expectedRows) << c.what;
+    }
+}
+
+TEST_F(XlsxReaderTest, MergedRangesGiveEveryCellTheirValue) {
+    const QByteArray body =
+        R"(<row r="1"><c r="A1" t="inlineStr"><is><t>a</t></is></c><c r="C1"><v>1</v></c></row>)"
+        R"(<row r="2"><c r="B2" t="inlineStr"><is><t>b</t></is></c></row>)"
+        R"(<row r="4"><c r="A4"><v>4</v></c></row>)";
+    struct Case {
+        const char* what;
+        QByteArray merges;
+        SpreadsheetData rows;
+    } cases[] = {
+        {"across a row", R"(<mergeCell ref="A1:B1"/>)", {{"a", "a", "1"}, {"", "b", ""}, {"4", "", ""}}},
+        {"down a column, past a missing row",
+         R"(<mergeCell ref="A1:A4"/>)",
+         {{"a", "", "1"}, {"a", "b", ""}, {"a", "", ""}}},
+        {"a block", R"(<mergeCell ref="B2:C9"/>)", {{"a", "", "1"}, {"", "b", "b"}, {"4", "b", "b"}}},
+        {"reaching past the sheet",
+         R"(<mergeCell ref="C1:XFD1048576"/>)",
+         {{"a", "", "1"}, {"", "b", "1"}, {"4", "", "1"}}},
+        {"broken references",
+         R"(<mergeCell ref="B2"/><mergeCell ref="C1:A1"/><mergeCell ref="?:?"/>)",
+         {{"a", "", "1"}, {"", "b", ""}, {"4", "", ""}}},
+    };
+    for (const Case& c : cases) {
+        QByteArray sheet = sheetXml(body, "A1:C4");
+        sheet.replace("</worksheet>", "<mergeCells>" + c.merges + "</mergeCells></worksheet>");
+        EXPECT_EQ(importFirstSheet(sheetWorkbook("merged.xlsx", sheet)), c.rows) << c.what;
     }
 }
 
@@ -226,7 +296,7 @@ TEST_F(XlsxReaderTest, PrefixedElementsReadLikePlainOnes) {
     EXPECT_EQ(SpreadsheetWriter::Read_Sheet_Name(), QStringList{"P"});
 }
 
-TEST_F(XlsxReaderTest, SheetsAreFoundByNumberThenThroughRelationships) {
+TEST_F(XlsxReaderTest, SheetsAreFoundThroughTheRelationshipsNeverByPartNumber) {
     const QByteArray workbook =
         R"(<workbook xmlns:r="http://schemas.openxmlformats.org/officeDocument/2006/relationships"><sheets>)"
         R"(<sheet name="First" r:id="rId7"/><sheet name="Second" r:id="rId8"/><sheet name="Third" r:id="rId9"/></sheets></workbook>)";
@@ -246,7 +316,7 @@ TEST_F(XlsxReaderTest, SheetsAreFoundByNumberThenThroughRelationships) {
     SpreadsheetWriter::ReadWorkbook(book, true);
     EXPECT_EQ(SpreadsheetWriter::Read_Sheet_Name(), (QStringList{"First", "Second", "Third"}));
     const std::pair<int, SpreadsheetData> cases[] = {
-        {1, {{"by number"}}}, // the conventional part wins when it exists
+        {1, {{"from rels"}}}, // a part named like sheet 1 is not sheet 1 when the relationships say so
         {2, {{"absolute target"}}},
         {3, {}}, // a target outside the package is never read
         {4, {}},
@@ -287,11 +357,10 @@ TEST_F(XlsxReaderTest, FailuresInsideAReadGiveNoRowsAndAreLogged) {
         QByteArray dimension;
         const char* logged;
     } cases[] = {
-        {"cell beyond the declared columns", R"(<row><c r="A1"><v>1</v></c><c r="D1"><v>4</v></c></row>)",
-         "A1:C1", "outside the sheet's 3 columns"},
         {"style outside the cell formats", R"(<row><c r="A1" s="9"><v>1</v></c></row>)", "A1:A1",
          "style 9 outside"},
-        {"more cells than a read may hold", QByteArray("<row/>").repeated(600), "A1:XFD1", "too large"},
+        {"more cells than a read may hold",
+         QByteArray(R"(<row><c r="XFD1"><v>1</v></c></row>)").repeated(600), "A1:XFD1", "too many to read"},
     };
     for (const Case& c : cases) {
         const QString book = sheetWorkbook("fail.xlsx", sheetXml(c.body, c.dimension));

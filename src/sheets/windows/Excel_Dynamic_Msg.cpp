@@ -108,11 +108,10 @@ void Excel_Dynamic_Msg::rightButtonPressed() {
             m_window.op().Show_MessageBox(QStringLiteral("No column is selected."));
             return;
         }
+        // One placeholder per column, numbered by its position in the sheet.
         RecordList rows;
         int number = 0;
         for (const QString& name : m_header) {
-            if (name.trimmed().isEmpty())
-                continue;
             ++number;
             rows << Record{{QStringLiteral("Number"), QString::number(number)},
                            {QStringLiteral("Message"), name},
@@ -165,8 +164,11 @@ void Excel_Dynamic_Msg::Browse() {
     m_path = path;
     clearWorkbook();
     setPleaseWait(true);
-    m_sheets = WorkbookPreparation::prepareAndListSheets(path);
+    QString failure;
+    m_sheets = WorkbookPreparation::prepareAndListSheets(path, &failure);
     setPleaseWait(false);
+    if (!failure.isEmpty())
+        m_window.op().Show_MessageBox(failure);
 }
 
 void Excel_Dynamic_Msg::Sheet_ComboBox_changed(int index) {
@@ -176,10 +178,10 @@ void Excel_Dynamic_Msg::Sheet_ComboBox_changed(int index) {
     m_header = WorkbookPreparation::headerOfSheet(index);
     m_numberCol = -1;
     m_msgCol = -1;
+    // Blank names are already "Untitled Column <n>": entry i is always column i.
     RecordList columns;
     for (const QString& name : m_header)
-        if (!name.trimmed().isEmpty())
-            columns << Record{{kState, QStringLiteral("0")}, {kExtension, name}};
+        columns << Record{{kState, QStringLiteral("0")}, {kExtension, name}};
     m_columns.setRecords(columns);
     emit changed();
 }
@@ -279,12 +281,20 @@ void Excel_Dynamic_Msg::finish() {
 
 void Excel_Dynamic_Msg::insertRows() {
     bool sheetHadRows = false;
+    QString readFailure;
+    qsizetype dropped = 0;
     Guard::run("Inserting the rows of a workbook failed", [&] {
         assign_format_skip_exclude_var();
         setPleaseWait(true);
         excel_content = SpreadsheetWriter::ReadWorkbook(m_path, false);
-        if (excel_content.size() > kMaxRows)
-            excel_content.resize(kMaxRows);
+        if (excel_content.isEmpty())
+            readFailure = WorkbookPreparation::lastReadFailure();
+        // A header row (no digit where the numbers are) does not count toward the limit.
+        const qsizetype limit = kMaxRows + (startsWithHeader() ? 1 : 0);
+        if (excel_content.size() > limit) {
+            dropped = excel_content.size() - limit;
+            excel_content.resize(limit);
+        }
         sheetHadRows = !excel_content.isEmpty();
         m_window.prev_list_item = m_window.list().size();
         const QString templ = m_template;
@@ -308,8 +318,40 @@ void Excel_Dynamic_Msg::insertRows() {
     });
     m_window.Update_List_Count();
     setPleaseWait(false);
+    if (!readFailure.isEmpty()) {
+        m_window.op().Show_MessageBox(readFailure);
+        return;
+    }
+    if (dropped > 0)
+        m_window.op().Show_MessageBox(droppedRowsMessage(dropped));
     if (!(sheetHadRows && m_window.list().size() != m_window.prev_list_item))
         m_window.op().Show_MessageBox(format_skip_exclude_str());
+}
+
+QString Excel_Dynamic_Msg::droppedRowsMessage(qsizetype dropped) {
+    return QStringLiteral("Only the first 50,000 records of a sheet are imported: %L1 more %2 not imported.")
+        .arg(dropped)
+        .arg(dropped == 1 ? QStringLiteral("row was") : QStringLiteral("rows were"));
+}
+
+bool Excel_Dynamic_Msg::startsWithHeader() const {
+    if (excel_content.isEmpty())
+        return false;
+    const QStringList& first = excel_content.first();
+    QList<int> numberColumns;
+    if (m_mode == 0) {
+        numberColumns << m_numberCol;
+    } else {
+        for (int i = 0; i < m_columns.size(); ++i)
+            if (m_columns.at(i).value(kState) == QLatin1String("1"))
+                numberColumns << i;
+    }
+    for (int column : numberColumns) {
+        for (const QChar c : first.value(column))
+            if (c.isDigit())
+                return false;
+    }
+    return true;
 }
 
 void Excel_Dynamic_Msg::resetForm() {

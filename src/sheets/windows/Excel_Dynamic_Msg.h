@@ -57,11 +57,15 @@ public:
 
     // The template with every <COL-n> (any case, 1 <= n <= values) replaced by values[n-1].
     static QString fillTemplate(const QString& templ, const QStringList& values);
+    // What the operator is told when rows past the limit were left out.
+    static QString droppedRowsMessage(qsizetype dropped);
 
 private:
     void finish();
     bool fileStepChecks(const QString& noColumnMessage);
     void insertRows();
+    // True when the first row read holds no digit in the number column(s): a header.
+    bool startsWithHeader() const;
     void resetForm();
     void clearWorkbook();
     void setPleaseWait(bool visible);

@@ -30,6 +30,11 @@ Import_Excel::Import_Excel(Operator& op, QObject* parent)
 
 int Import_Excel::Open_excel_Wnd(const QString& path, const QString& mode) {
     MainThread::invokeAndWait([&] { prepareWindow(path, mode); });
+    if (!m_openFailure.isEmpty()) {
+        // Nothing can be chosen from a file that is no readable workbook: say why and stop.
+        m_op.Show_MessageBox(m_openFailure);
+        return 0;
+    }
     Clock::sleep(std::chrono::seconds(1));
     return m_op.runModal(*this);
 }
@@ -42,7 +47,7 @@ void Import_Excel::prepareWindow(const QString& path, const QString& mode) {
     m_sheets.clear();
     m_sheetIndex = -1;
     setPleaseWait(true);
-    m_sheets = WorkbookPreparation::prepareAndListSheets(path);
+    m_sheets = WorkbookPreparation::prepareAndListSheets(path, &m_openFailure);
     if (!m_sheets.isEmpty())
         Sheet_ComboBox_changed(0);
     setPleaseWait(false);
@@ -66,6 +71,7 @@ void Import_Excel::Sheet_ComboBox_changed(int index) {
     const QStringList header = WorkbookPreparation::headerOfSheet(index);
     if (!header.isEmpty()) {
         m_columns.clear();
+        // Blank names are already "Untitled Column <n>": entry i is always column i.
         for (const QString& name : header)
             Create_List(name, false);
     }
@@ -123,11 +129,14 @@ void Import_Excel::OKPressed() {
 void Import_Excel::importRows() {
     BulkSmsWindow* window = windowOfMode(m_mode);
     bool sheetHadRows = false;
+    QString readFailure;
     Guard::run("Importing the columns of a workbook failed", [&] {
         assign_format_skip_exclude_var();
         setPleaseWait(true);
         const SpreadsheetData rows = SpreadsheetWriter::ReadWorkbook(m_path, false);
         sheetHadRows = !rows.isEmpty();
+        if (!sheetHadRows)
+            readFailure = WorkbookPreparation::lastReadFailure();
         for (const char* mode : {"AND", "GSM"})
             if (BulkSmsWindow* w = windowOfMode(QLatin1String(mode)))
                 w->prev_list_item = w->list().size();
@@ -141,6 +150,11 @@ void Import_Excel::importRows() {
         }
     });
     setPleaseWait(false);
+    if (!readFailure.isEmpty()) {
+        m_op.Show_MessageBox(readFailure);
+        endModal(1);
+        return;
+    }
     if (window != nullptr && !(sheetHadRows && window->list().size() != window->prev_list_item))
         m_op.Show_MessageBox(format_skip_exclude_str());
     endModal(1);

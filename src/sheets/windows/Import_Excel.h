@@ -21,7 +21,8 @@ public:
     void setExclusionTarget(ExclusionImportTarget* target) { m_exclusionTarget = target; }
     void setTemplateTarget(TemplateImportTarget* target) { m_templateTarget = target; }
 
-    // Prepares the workbook, waits one second and runs the window; returns its end code.
+    // Prepares the workbook, waits one second and runs the window; returns its end code. A
+    // file that is no readable workbook gets the reason in a message box and code 0.
     int Open_excel_Wnd(const QString& path, const QString& mode);
     // The opening without running the window: mode, path, sheets, first sheet's columns.
     void prepareWindow(const QString& path, const QString& mode);
@@ -56,6 +57,7 @@ private:
     Operator& m_op;
     QString m_mode;
     QString m_path;
+    QString m_openFailure; // why the workbook could not be opened, "" when it could
     bool m_containsHeader = true;
     QStringList m_sheets;
     int m_sheetIndex = -1;

@@ -4,26 +4,31 @@
 #include "sheets/SheetState.h"
 #include "sheets/SpreadsheetWriter.h"
 
-#include <QDir>
-
 namespace WorkbookPreparation {
 
-QStringList prepareAndListSheets(const QString& path) {
-    return Guard::run(
+QStringList prepareAndListSheets(const QString& path, QString* failure) {
+    QString reason;
+    QStringList sheets = Guard::run(
         "Preparing a workbook failed",
         [&] {
             Excel_Sheet_Number = 1;
             SpreadsheetWriter::ReadWorkbook(path, true);
-            const QString folder = SpreadsheetWriter::shared().tmpDir;
-            if (folder.isEmpty() || !QDir(folder + QStringLiteral("/xl/worksheets")).exists())
-                return QStringList();
-            return SpreadsheetWriter::Read_Sheet_Name();
+            reason = SpreadsheetWriter::shared().readFailure;
+            QStringList names = SpreadsheetWriter::Read_Sheet_Name();
+            if (reason.isEmpty() && names.isEmpty())
+                reason = QStringLiteral("This workbook has no sheet.");
+            return names;
         },
         QStringList());
+    if (sheets.isEmpty() && reason.isEmpty())
+        reason = XlsxPackage::notAWorkbookMessage();
+    if (failure)
+        *failure = sheets.isEmpty() ? reason : QString();
+    return sheets;
 }
 
 QStringList headerOfSheet(int index) {
-    return Guard::run(
+    QStringList header = Guard::run(
         "Reading the header of a sheet failed",
         [&] {
             Excel_Sheet_Number = index + 1;
@@ -31,6 +36,13 @@ QStringList headerOfSheet(int index) {
             return header.isEmpty() ? QStringList() : header.first();
         },
         QStringList());
+    for (qsizetype i = 0; i < header.size(); ++i) {
+        if (header.at(i).trimmed().isEmpty())
+            header[i] = QStringLiteral("Untitled Column %1").arg(i + 1);
+    }
+    return header;
 }
+
+QString lastReadFailure() { return spreadsheet ? spreadsheet->readFailure : QString(); }
 
 } // namespace WorkbookPreparation

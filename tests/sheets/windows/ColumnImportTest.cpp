@@ -121,6 +121,42 @@ TEST_F(ColumnImportTest, OperatorErrorsKeepTheWindowOpen) {
     EXPECT_TRUE(dialog.contains_header());
 }
 
+TEST_F(ColumnImportTest, AHeaderCellOfSpacesKeepsEveryColumnInItsPlace) {
+    const QString workbook = tableWorkbook(
+        "blank.xlsx", {{{"Name", " ", "Phone"}, {"Ann", "12", "07700900111"}, {"Bob", "34", "07700900222"}}});
+    Import_Excel dialog(op);
+    open(dialog, workbook, "AND", {2});
+    ASSERT_EQ(dialog.ListData().size(), 3);
+    EXPECT_EQ(dialog.ListData().at(1).value("Extension"), "Untitled Column 2");
+    EXPECT_EQ(dialog.ListData().at(2).value("Extension"), "Phone");
+    dialog.OKPressed();
+    EXPECT_EQ(android.numbers(), (QStringList{"07700900222", "07700900111"}));
+}
+
+TEST_F(ColumnImportTest, AFileThatIsNoWorkbookEndsTheImportWithItsReason) {
+    const QString notAWorkbook = path("plain.xlsx");
+    QFile file(notAWorkbook);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("Number,Message\n5550100,Hi\n");
+    file.close();
+    Import_Excel dialog(op); // no modal is scripted: the window must not run
+    EXPECT_EQ(dialog.Open_excel_Wnd(notAWorkbook, "AND"), 0);
+    EXPECT_EQ(op.alerts(),
+              QStringList{"\nThis file is not a workbook (or it is damaged or password-protected)."});
+    EXPECT_TRUE(android.list().isEmpty());
+}
+
+TEST_F(ColumnImportTest, ASheetThatCannotBeReadSaysWhy) {
+    const QString workbook =
+        sheetWorkbook("bad.xlsx", sheetXml(R"(<row><c r="A1" t="inlineStr"><is><t>Phone</t></is></c></row>)"
+                                           R"(<row><c r="A2" s="9"><v>07700900111</v></c></row>)"));
+    Import_Excel dialog(op);
+    open(dialog, workbook, "AND", {0});
+    dialog.OKPressed();
+    EXPECT_EQ(dialog.endCode(), 1);
+    EXPECT_EQ(op.alerts(), QStringList{"\nThe sheet could not be read: style 9 outside the 1 cell formats."});
+}
+
 TEST_F(ColumnImportTest, BlankColumnNamesAreNotListed) {
     Import_Excel dialog(op);
     dialog.Create_List("  ", true);

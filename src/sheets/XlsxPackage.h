@@ -1,0 +1,54 @@
+#pragma once
+// An XLSX package as the reader uses it: the workbook part found through the package's
+// relationships, each sheet's part found through the workbook's relationships (the part's
+// file name is only a fallback when those are missing), and only the parts that are read
+// inflated, each into a private file of the working folder, under one inflate budget for
+// the whole workbook.
+#include "SSZipArchive.h"
+
+#include <QHash>
+#include <QString>
+#include <QStringList>
+
+class XlsxPackage {
+public:
+    // What the operator is told when the file cannot be opened as a workbook at all.
+    static QString notAWorkbookMessage();
+
+    // Lists the archive and inflates the workbook part, its relationships, the shared strings
+    // and the styles into workDir (which must be empty). False with a reason to show when the
+    // file is no readable workbook.
+    bool open(const QString& archive, const QString& workDir, QString& failure);
+
+    QString workbookFile() const { return m_workbookFile; }
+    QString sharedStringsFile() const { return m_sharedStringsFile; } // "" when the package has none
+    QString stylesFile() const { return m_stylesFile; }               // "" when the package has none
+    QStringList sheetNames() const { return m_sheetNames; }
+
+    // The inflated part of sheet number (1-based), inflated on first use; "" with a reason
+    // to show when there is no such sheet or its part cannot be read.
+    QString sheetFile(int sheetNumber, QString& failure);
+
+    // The part (package name) of each sheet, in workbook order; "" for a sheet without one.
+    QStringList sheetParts() const { return m_sheetParts; }
+
+private:
+    QString entryFor(const QString& partName) const;
+    QString inflate(const QString& partName, QString& failure);
+    // Targets of a part's relationships whose type ends with typeSuffix (any type when empty),
+    // keyed by relationship id, resolved to package part names.
+    QHash<QString, QString> relationshipTargets(const QString& sourcePart, const QString& typeSuffix,
+                                                QStringList* inOrder = nullptr);
+
+    QString m_archive;
+    QString m_workDir;
+    QHash<QString, QString> m_entries;  // lower-case part name -> entry name in the archive
+    QHash<QString, QString> m_inflated; // entry name -> local file
+    SSZipTally m_tally;
+    QString m_workbookPart;
+    QString m_workbookFile;
+    QString m_sharedStringsFile;
+    QString m_stylesFile;
+    QStringList m_sheetNames;
+    QStringList m_sheetParts;
+};
