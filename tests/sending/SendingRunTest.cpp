@@ -210,22 +210,25 @@ TEST_F(SendingRunTest, UnknownModeEndsEveryItemWithTheErrorAndSaysSo) {
 
 TEST_F(SendingRunTest, ARefusingModemLeavesTheRunAndTheHealthyOneSendsEverything) {
     ModemBehaviour refusing; // no credit: every message refused
-    for (const QString& n : numbers(6))
+    for (const QString& n : numbers(12))
         refusing.cmsErrorForNumber.insert(n, 38);
     attach("PDU Mode", refusing);
-    attach();
+    ModemBehaviour slow; // the refusing modem meets three refusals before this one is through
+    slow.answerLatencyMs = 500;
+    attach("PDU Mode", slow);
     chooseDevices();
-    addRecipients(numbers(6), "x");
+    addRecipients(numbers(12), "x");
     window.prev_composer_msg = window.composerText();
     send();
     int retried = 0;
     for (const SendingItem& item : items()) {
         EXPECT_EQ(item.status, "Message sent successfully.") << item.number.toStdString();
         EXPECT_EQ(item.usePort, modems.at(1)->devicePath());
+        EXPECT_LE(item.attempts, 2);
         retried += item.attempts > 1;
     }
-    EXPECT_EQ(retried, 3); // the three the refusing modem turned down before it left
-    QStringList expected = numbers(6);
+    EXPECT_GE(retried, 3); // at least the three the refusing modem turned down before it left
+    QStringList expected = numbers(12);
     expected.sort();
     EXPECT_EQ(receivedNumbers(), expected);
     EXPECT_TRUE(window.sendingJob()
