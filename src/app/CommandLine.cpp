@@ -1,6 +1,7 @@
 #include "CommandLine.h"
 
 #include "CommandLineInputs.h"
+#include "CommandLineStores.h"
 #include "ConsoleOperator.h"
 #include "android/Bulk_SMSAppDelegate.h"
 #include "core/AppState.h"
@@ -12,6 +13,8 @@
 #include "list/LoadCounters.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 #include "sending/SMS_Sending.h"
+#include "stores/ExportDialogs.h"
+#include "stores/ExportFile.h"
 #include "text/NumberRules.h"
 
 #include <QCommandLineParser>
@@ -127,11 +130,29 @@ int runSend(const QStringList& arguments) {
     const QCommandLineOption yes(QStringLiteral("yes"), QStringLiteral("Answer Yes to every question."));
     const QCommandLineOption dryRun(QStringLiteral("dry-run"),
                                     QStringLiteral("Print the final list without opening any device."));
-    parser.addOptions({to,           numbersFile, sheet,       header,   numberColumn, messageColumn,
-                       templateText, message,     messageFile, device,   unicode,      flash,
-                       skip,         exclusion,   pauseEvery,  pauseFor, saveSent,     saveTemplates,
-                       yes,          dryRun});
+    const QCommandLineOption report(
+        QStringLiteral("report"),
+        QStringLiteral("At the end, write the run's report (.txt, .html or .xlsx)."), QStringLiteral("file"));
+    const QCommandLineOption reportFilter(
+        QStringLiteral("report-filter"),
+        QStringLiteral("The report's items: all, sent or unsent (default all)."), QStringLiteral("group"),
+        QStringLiteral("all"));
+    parser.addOptions({to,           numbersFile, sheet,       header,      numberColumn, messageColumn,
+                       templateText, message,     messageFile, device,      unicode,      flash,
+                       skip,         exclusion,   pauseEvery,  pauseFor,    saveSent,     saveTemplates,
+                       yes,          dryRun,      report,      reportFilter});
     parser.process(arguments.mid(1));
+
+    ExportFormat reportFormat = ExportFormat::Text;
+    const int reportGroup = reportFilterOf(parser.value(reportFilter));
+    if (parser.isSet(report) && !reportFormatOf(parser.value(report), reportFormat)) {
+        err(QStringLiteral("The report file must end in .txt, .html or .xlsx: %1").arg(parser.value(report)));
+        return 2;
+    }
+    if (reportGroup < 0) {
+        err(QStringLiteral("--report-filter is all, sent or unsent."));
+        return 2;
+    }
 
     QString text = parser.value(message);
     if (parser.isSet(messageFile)) {
@@ -261,19 +282,40 @@ int runSend(const QStringList& arguments) {
         out(QStringLiteral("%1\t%2\t%3").arg(item.number, item.usePort, item.status));
     }
     out(QStringLiteral("%1 of %2 recipients sent.").arg(sent).arg(items.size()));
+    if (parser.isSet(report)) {
+        QList<ReportItem> reported;
+        for (const SendingItem& item : items)
+            if (statusPassesFilter(item.status, reportGroup))
+                reported.append({item.number, item.message, item.currentStatus, item.status});
+        if (!writeSendingReport(parser.value(report), reportFormat, reported)) {
+            err(kErrorInFileAccessing);
+            return 1;
+        }
+        out(QStringLiteral("Report written to %1").arg(parser.value(report)));
+    }
     return !items.isEmpty() && sent == items.size() ? 0 : 1;
 }
 
 } // namespace
 
 bool isCommandLine(const QStringList& arguments) {
-    return arguments.size() > 1 &&
-           (arguments.at(1) == QLatin1String("send") || arguments.at(1) == QLatin1String("devices"));
+    // Any first word is a command (an unknown one gets the usage); options alone start the desktop.
+    return arguments.size() > 1 && !arguments.at(1).startsWith(QLatin1Char('-'));
 }
 
 int runCommandLine(const QStringList& arguments) {
     // The modem traffic goes to the system log; --verbose shows it here too.
     QStringList rest = arguments;
     setLogToStandardError(rest.removeAll(QStringLiteral("--verbose")) > 0);
-    return rest.at(1) == QLatin1String("send") ? runSend(rest) : runDevices(rest);
+    const QString command = rest.at(1);
+    if (command == QLatin1String("send"))
+        return runSend(rest);
+    if (command == QLatin1String("devices"))
+        return runDevices(rest);
+    if (command == QLatin1String("sent-items"))
+        return runSentItems(rest);
+    if (command == QLatin1String("templates"))
+        return runTemplates(rest);
+    err(QStringLiteral("bulksms: unknown command \"%1\"\n").arg(command) + commandUsage());
+    return 2;
 }

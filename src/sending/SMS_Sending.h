@@ -60,6 +60,9 @@ public:
     // --- Buttons.
     void Stop_Btn();
     void CancelPressed();
+    // Export of the finished run's report (asks the main thread to run Export_Item_Function).
+    void Export_Btn();
+    void Export_Item_Function();
 
     // True while the run's threads are still at work (tests wait on it).
     bool running() const { return m_threadsRunning > 0; }

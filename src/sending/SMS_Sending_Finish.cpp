@@ -78,6 +78,7 @@ void SMS_Sending::Wait_to_finish_Th() {
             "messaging process may interrupt the execution and may result errors in process.");
         m_title = QStringLiteral("Sending Process, Finished.");
         m_closeEnabled = true;
+        m_exportVisible = true;
     });
     wait_to_fins_running = false;
     if (m_dlgClose) {

@@ -130,10 +130,12 @@ void Exclusion_Wizard::startLoading() {
             a = readListNames(index);
             b = readListNames(applied);
         });
-        if (!stop.stop_requested())
-            MainThread::invokeAndWait([&] { setLoaded(a, b); });
-        m_loading = false;
-        MainThread::post([this] { emit changed(); });
+        MainThread::invokeAndWait([&] {
+            if (!stop.stop_requested())
+                setLoaded(a, b);
+            m_loading = false;
+            emit changed();
+        });
     });
 }
 

@@ -30,7 +30,7 @@ const QString kSelectNumber =
 } // namespace
 
 QString Exclusion_Wizard::validExclusionNumber(const QString& raw) {
-    const QString s = Replace_Char_For_Valid_Number(raw);
+    QString s = Replace_Char_For_Valid_Number(raw);
     if (s.isEmpty() || s.size() > kMaxNumberLength || hasMisplacedPlus(s) || Check_Ph_Number(s, false))
         return {};
     return s;

@@ -10,6 +10,7 @@
 #include "core/Log.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
+#include "core/TextUtils.h"
 #include "list/BulkSmsWindow.h"
 #include "list/LoadCounters.h"
 #include "list/Load_Num_Info.h"
@@ -63,7 +64,7 @@ QList<SentItem> Sent_Items::items() const {
 
 void Sent_Items::Create_Sent_Item_List(const QString& number, const QString& message, const QString& date,
                                        const QString& status) {
-    const QString trimmed = number.trimmed();
+    const QString trimmed = Trim_Str(number);
     if (trimmed.isEmpty())
         return;
     m_table.append(recordOf({trimmed, message, date, status}));
@@ -93,10 +94,14 @@ void Sent_Items::startLoading() {
     m_loader.start([this, path](std::stop_token stop) {
         const QList<SentItem> loaded = Guard::run(
             "Sent_Items load", [&] { return readItems(path); }, QList<SentItem>{});
-        if (!stop.stop_requested())
-            MainThread::invokeAndWait([&] { setLoaded(loaded); });
-        m_loading = false;
-        MainThread::post([this] { emit changed(); });
+        // The end of the load is told from the main thread while the owner waits for this
+        // thread: nothing reaches the controller after it is gone.
+        MainThread::invokeAndWait([&] {
+            if (!stop.stop_requested())
+                setLoaded(loaded);
+            m_loading = false;
+            emit changed();
+        });
     });
 }
 

@@ -96,10 +96,12 @@ void Templates::startLoading() {
     m_loader.start([this, path](std::stop_token stop) {
         const QByteArray content = Guard::run(
             "Templates load", [&] { return readFile(path); }, QByteArray());
-        if (!stop.stop_requested())
-            MainThread::invokeAndWait([&] { loadFrom(content); });
-        m_loading = false;
-        MainThread::post([this] { emit changed(); });
+        MainThread::invokeAndWait([&] {
+            if (!stop.stop_requested())
+                loadFrom(content);
+            m_loading = false;
+            emit changed();
+        });
     });
 }
 
