@@ -71,11 +71,7 @@ void Sent_Items::Create_Sent_Item_List(const QString& number, const QString& mes
     emit changed();
 }
 
-void Sent_Items::setLoaded(const QList<SentItem>& loaded) {
-    RecordList records;
-    records.reserve(loaded.size());
-    for (const SentItem& item : loaded)
-        records << recordOf(item);
+void Sent_Items::setLoaded(RecordList records) {
     m_table.setRecords(std::move(records));
     m_selected.clear();
     emit selectionChanged();
@@ -92,13 +88,23 @@ void Sent_Items::startLoading() {
     emit changed();
     const QString path = filePath();
     m_loader.start([this, path](std::stop_token stop) {
-        const QList<SentItem> loaded = Guard::run(
-            "Sent_Items load", [&] { return readItems(path); }, QList<SentItem>{});
+        // Parsed and made into records here: the main thread only takes the finished table.
+        RecordList loaded = Guard::run(
+            "Sent_Items load",
+            [&] {
+                RecordList records;
+                const QList<SentItem> items = readItems(path);
+                records.reserve(items.size());
+                for (const SentItem& item : items)
+                    records << recordOf(item);
+                return records;
+            },
+            RecordList{});
         // The end of the load is told from the main thread while the owner waits for this
         // thread: nothing reaches the controller after it is gone.
         MainThread::invokeAndWait([&] {
             if (!stop.stop_requested())
-                setLoaded(loaded);
+                setLoaded(std::move(loaded));
             m_loading = false;
             emit changed();
         });

@@ -57,7 +57,7 @@ signals:
     void selectionChanged();
 
 private:
-    void setLoaded(const QList<SentItem>& items);
+    void setLoaded(RecordList records);
     void showDetails(int row);
     void setPleaseWait(bool shown);
     void exportItems();
