@@ -42,8 +42,9 @@ SentItemsView::SentItemsView(Sent_Items& controller, QWidget* parent)
         {QStringLiteral("Clear All"), &Sent_Items::Clear_All_Btn},
         {QStringLiteral("Close"), &Sent_Items::Close_Btn},
     };
-    for (const auto& [title, action] : actions) {
-        auto* button = new QPushButton(title, this);
+    for (const auto& entry : actions) {
+        const auto action = entry.second; // captured by the lambda (a structured binding cannot be)
+        auto* button = new QPushButton(entry.first, this);
         connect(button, &QPushButton::clicked, this, [this, action] { (m_controller.*action)(); });
         row->addWidget(button);
         m_buttons << button;

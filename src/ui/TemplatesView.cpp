@@ -39,8 +39,9 @@ TemplatesView::TemplatesView(Templates& controller, QWidget* parent)
         {QStringLiteral("Export..."), &Templates::Export_Btn},
         {QStringLiteral("Close"), &Templates::Close_Btn},
     };
-    for (const auto& [title, action] : actions) {
-        auto* button = new QPushButton(title, this);
+    for (const auto& entry : actions) {
+        const auto action = entry.second; // captured by the lambda (a structured binding cannot be)
+        auto* button = new QPushButton(entry.first, this);
         connect(button, &QPushButton::clicked, this, [this, action] { (m_controller.*action)(); });
         right->addWidget(button);
         m_buttons << button;
