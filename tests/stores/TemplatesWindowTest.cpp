@@ -115,6 +115,16 @@ TEST_F(TemplatesTest, ImportsTextAndCsvAndReportsAllDuplicates) {
     EXPECT_EQ(op.alerts(), QStringList{"\n" + kTemplateImportFailed});
 }
 
+TEST_F(TemplatesTest, RtfIsReducedToItsTextAndAMissingFileIsRefused) {
+    loaded("");
+    writeFile("t.rtf", "{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 Meeting at {\\b five}\\par See you\\par}");
+    op.chooseFile(path("t.rtf")).chooseFile(path("absent.txt"));
+    window.Import_Btn();
+    EXPECT_EQ(window.templates(), (QStringList{"Meeting at five", "See you"}));
+    window.Import_Btn();
+    EXPECT_EQ(op.alerts(), QStringList{"\nPlease select a valid file."});
+}
+
 TEST_F(TemplatesTest, ATextExportImportsBackToNothingNew) {
     loaded("One two\nThree\n");
     op.onModal<Export_Option>([](Export_Option& d) { d.OKPressed(); })
