@@ -1,6 +1,7 @@
 #include "CommandLine.h"
 
 #include "CommandLineInputs.h"
+#include "CommandLineStores.h"
 #include "ConsoleOperator.h"
 #include "RunReport.h"
 #include "StopSignals.h"
@@ -16,6 +17,8 @@
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 #include "sending/ResumeRun.h"
 #include "sending/SMS_Sending.h"
+#include "stores/ExportDialogs.h"
+#include "stores/ExportFile.h"
 #include "text/NumberRules.h"
 #include "text/SmsParts.h"
 
@@ -175,12 +178,30 @@ int runSend(const QStringList& arguments) {
     const QCommandLineOption yes(QStringLiteral("yes"), QStringLiteral("Answer Yes to every question."));
     const QCommandLineOption dryRun(QStringLiteral("dry-run"),
                                     QStringLiteral("Print the final list without opening any device."));
+    const QCommandLineOption report(
+        QStringLiteral("report"),
+        QStringLiteral("At the end, write the run's report (.txt, .html or .xlsx)."), QStringLiteral("file"));
+    const QCommandLineOption reportFilter(
+        QStringLiteral("report-filter"),
+        QStringLiteral("The report's items: all, sent or unsent (default all)."), QStringLiteral("group"),
+        QStringLiteral("all"));
     parser.addOptions(
-        {to,         numbersFile, sheet,    header,        numberColumn, messageColumn, templateText,
-         message,    messageFile, device,   unicode,       flash,        skip,          exclusion,
-         pauseEvery, pauseFor,    saveSent, saveTemplates, yes,          dryRun,        plainPunctuation,
-         retries,    json,        strict,   resume,        resendUnknown});
+        {to,         numbersFile, sheet,    header,        numberColumn,  messageColumn, templateText,
+         message,    messageFile, device,   unicode,       flash,         skip,          exclusion,
+         pauseEvery, pauseFor,    saveSent, saveTemplates, yes,           dryRun,        plainPunctuation,
+         retries,    json,        strict,   resume,        resendUnknown, report,        reportFilter});
     parser.process(arguments.mid(1));
+
+    ExportFormat reportFormat = ExportFormat::Text;
+    const int reportGroup = reportFilterOf(parser.value(reportFilter));
+    if (parser.isSet(report) && !reportFormatOf(parser.value(report), reportFormat)) {
+        err(QStringLiteral("The report file must end in .txt, .html or .xlsx: %1").arg(parser.value(report)));
+        return 2;
+    }
+    if (reportGroup < 0) {
+        err(QStringLiteral("--report-filter is all, sent or unsent."));
+        return 2;
+    }
 
     QString text = parser.value(message);
     if (parser.isSet(messageFile)) {
@@ -366,8 +387,8 @@ int runSend(const QStringList& arguments) {
     gsm.applyDeviceSelection();
     gsm.prev_composer_msg = gsm.composerText(); // the message is already in every row
 
-    RunReport report(gsm.sendingJob(),
-                     parser.isSet(json) ? RunReport::Format::Json : RunReport::Format::Lines);
+    RunReport results(gsm.sendingJob(),
+                      parser.isSet(json) ? RunReport::Format::Json : RunReport::Format::Lines);
     StopSignals::install([&gsm] {
         SMS_Sending& job = gsm.sendingJob();
         if (!job.running() && !job.finished())
@@ -376,20 +397,41 @@ int runSend(const QStringList& arguments) {
         return true;
     });
     gsm.Send_SMS_Btn();
-    report.finish();
-    return report.exitStatus();
+    results.finish();
+    if (parser.isSet(report)) {
+        QList<ReportItem> reported;
+        for (const SendingItem& item : gsm.sendingJob().items().all())
+            if (statusPassesFilter(item.status, reportGroup))
+                reported.append({item.number, item.message, item.currentStatus, item.status});
+        if (!writeSendingReport(parser.value(report), reportFormat, reported)) {
+            err(kErrorInFileAccessing);
+            return RunReport::kSomeFailed;
+        }
+        err(QStringLiteral("Report written to %1").arg(parser.value(report)));
+    }
+    return results.exitStatus();
 }
 
 } // namespace
 
 bool isCommandLine(const QStringList& arguments) {
-    return arguments.size() > 1 &&
-           (arguments.at(1) == QLatin1String("send") || arguments.at(1) == QLatin1String("devices"));
+    // Any first word is a command (an unknown one gets the usage); options alone start the desktop.
+    return arguments.size() > 1 && !arguments.at(1).startsWith(QLatin1Char('-'));
 }
 
 int runCommandLine(const QStringList& arguments) {
     // The modem traffic goes to the system log; --verbose shows it here too.
     QStringList rest = arguments;
     setLogToStandardError(rest.removeAll(QStringLiteral("--verbose")) > 0);
-    return rest.at(1) == QLatin1String("send") ? runSend(rest) : runDevices(rest);
+    const QString command = rest.at(1);
+    if (command == QLatin1String("send"))
+        return runSend(rest);
+    if (command == QLatin1String("devices"))
+        return runDevices(rest);
+    if (command == QLatin1String("sent-items"))
+        return runSentItems(rest);
+    if (command == QLatin1String("templates"))
+        return runTemplates(rest);
+    err(QStringLiteral("bulksms: unknown command \"%1\"\n").arg(command) + commandUsage());
+    return 2;
 }

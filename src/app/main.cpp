@@ -1,5 +1,7 @@
-// bulksms: the desktop application, or with "send"/"devices" the command-line tool.
+// bulksms: the desktop application, or with a command ("send", "devices", "sent-items",
+// "templates") the command-line tool.
 #include "CommandLine.h"
+#include "CommandLineStores.h"
 
 #include <QCoreApplication>
 
@@ -21,9 +23,8 @@ int main(int argc, char* argv[]) {
 #ifdef BULKSMS_GUI
     return runDesktop(argc, argv);
 #else
-    std::fputs("bulksms: this build has no windows; use \"bulksms send\" or \"bulksms devices\" "
-               "(--help for their options).\n",
-               stderr);
+    std::fprintf(stderr, "bulksms: this build has no windows.\n%s\n",
+                 commandUsage().toLocal8Bit().constData());
     return 2;
 #endif
 }

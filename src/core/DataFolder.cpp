@@ -43,13 +43,24 @@ QString dataHome() {
     return QDir::homePath() + QStringLiteral("/.local/share");
 }
 
-bool ensureFolder(const QString& path) { return QFileInfo::exists(path) || Create_Folder(path); }
+// Items left by earlier versions (created open to all) are narrowed on the way.
+bool ensureFolder(const QString& path) {
+    if (!QFileInfo::exists(path))
+        return Create_Folder(path);
+    makePrivate(path);
+    return true;
+}
 
-bool ensureEmptyFile(const QString& path) { return QFileInfo::exists(path) || createEmptyFile(path); }
+bool ensureEmptyFile(const QString& path) {
+    if (!QFileInfo::exists(path))
+        return createEmptyFile(path);
+    makePrivate(path);
+    return true;
+}
 
 void truncateTroubleshootingLog() {
     const int fd = ::open(QFile::encodeName(Troubleshooting_Log_Path).constData(),
-                          O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+                          O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
     if (fd >= 0)
         ::close(fd);
 }
@@ -91,7 +102,7 @@ bool Check_Path_And_Create_Files() {
 
 void Write_In_Troubleshoot_File(const QString& text) {
     const int fd = ::open(QFile::encodeName(Troubleshooting_Log_Path).constData(),
-                          O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+                          O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
     if (fd < 0)
         return;
     const QByteArray bytes = text.toUtf8();

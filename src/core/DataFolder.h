@@ -28,7 +28,8 @@ QString locateResourcePath();
 // Fixes every data path from Created_Resource_Path (computed from the environment).
 void computeDataPaths();
 
-// Makes sure the data folder layout exists (missing items only, 0777, in a fixed order;
+// Makes sure the data folder layout exists (missing items only, in a fixed order;
+// folders 0700 and files 0600, existing ones narrowed to that;
 // the first failure stops the remaining steps) and then always empties the troubleshooting
 // log. Returns true when the whole layout is in place. Safe to call from any thread.
 bool Check_Path_And_Create_Files();

@@ -14,17 +14,18 @@
 #include <unistd.h>
 
 namespace {
-constexpr mode_t kOpenToAll = 0777;
+// Data files hold other people's numbers and messages: private to the user.
+constexpr mode_t kPrivateFolder = 0700;
+constexpr mode_t kPrivateFile = 0600;
 
 QString errnoText() { return QString::fromLocal8Bit(std::strerror(errno)); }
 
 bool makeOneFolder(const QString& path) {
     const QByteArray native = QFile::encodeName(path);
-    if (::mkdir(native.constData(), kOpenToAll) != 0 && errno != EEXIST) {
+    if (::mkdir(native.constData(), kPrivateFolder) != 0 && errno != EEXIST) {
         Show_NSLog_Message(QStringLiteral("Create_Folder %1: %2").arg(path, errnoText()));
         return false;
     }
-    ::chmod(native.constData(), kOpenToAll); // the umask must not narrow the permissions
     return true;
 }
 } // namespace
@@ -51,17 +52,45 @@ void Delete_File(const QString& path) {
         Show_NSLog_Message(QStringLiteral("Delete_File %1: %2").arg(path, errnoText()));
 }
 
+AtomicFileWriter::AtomicFileWriter(const QString& path) : m_file(std::make_unique<QSaveFile>(path)) {
+    m_ok = m_file->open(QIODevice::WriteOnly);
+    if (m_ok)
+        m_file->setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    else
+        Show_NSLog_Message(QStringLiteral("%1: %2").arg(path, m_file->errorString()));
+}
+
+AtomicFileWriter::~AtomicFileWriter() {
+    if (m_file->isOpen())
+        m_file->cancelWriting(); // never committed: the old file stays as it was
+}
+
+bool AtomicFileWriter::write(const QByteArray& bytes) {
+    if (!m_ok)
+        return false;
+    if (m_file->write(bytes) != bytes.size()) {
+        Show_NSLog_Message(QStringLiteral("%1: %2").arg(m_file->fileName(), m_file->errorString()));
+        m_ok = false;
+    }
+    return m_ok;
+}
+
+bool AtomicFileWriter::commit() {
+    if (!m_ok) {
+        if (m_file->isOpen())
+            m_file->cancelWriting();
+        return false;
+    }
+    m_ok = m_file->commit();
+    if (!m_ok)
+        Show_NSLog_Message(QStringLiteral("%1: %2").arg(m_file->fileName(), m_file->errorString()));
+    return m_ok;
+}
+
 bool writeFileAtomically(const QString& path, const QByteArray& content) {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        Show_NSLog_Message(QStringLiteral("%1: %2").arg(path, file.errorString()));
-        return false;
-    }
-    if (file.write(content) != content.size() || !file.commit()) {
-        Show_NSLog_Message(QStringLiteral("%1: %2").arg(path, file.errorString()));
-        return false;
-    }
-    return true;
+    AtomicFileWriter file(path);
+    file.write(content);
+    return file.commit();
 }
 
 bool appendToFile(const QString& path, const QByteArray& bytes) {
@@ -80,12 +109,21 @@ bool appendToFile(const QString& path, const QByteArray& bytes) {
 
 bool createEmptyFile(const QString& path) {
     const QByteArray native = QFile::encodeName(path);
-    const int fd = ::open(native.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kOpenToAll);
+    const int fd = ::open(native.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kPrivateFile);
     if (fd < 0) {
         Show_NSLog_Message(QStringLiteral("%1: %2").arg(path, errnoText()));
         return false;
     }
-    ::fchmod(fd, kOpenToAll);
     ::close(fd);
     return true;
+}
+
+void makePrivate(const QString& path) {
+    const QByteArray native = QFile::encodeName(path);
+    struct stat st {};
+    if (::lstat(native.constData(), &st) != 0 || S_ISLNK(st.st_mode))
+        return;
+    const mode_t wanted = S_ISDIR(st.st_mode) ? kPrivateFolder : kPrivateFile;
+    if ((st.st_mode & 07777) != wanted && ::chmod(native.constData(), wanted) != 0)
+        Show_NSLog_Message(QStringLiteral("%1: %2").arg(path, errnoText()));
 }

@@ -71,6 +71,9 @@ public:
     void CancelPressed();
     // Stop without the question (a script's interrupt): the run ends as after Stop.
     void stopNow();
+    // Export of the finished run's report (asks the main thread to run Export_Item_Function).
+    void Export_Btn();
+    void Export_Item_Function();
 
     // True while the run's threads are still at work (tests wait on it).
     bool running() const { return m_threadsRunning > 0; }

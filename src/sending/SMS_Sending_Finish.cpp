@@ -90,6 +90,7 @@ void SMS_Sending::Wait_to_finish_Th() {
             m_notice += QStringLiteral("\n\n") + unicodeSummary();
         m_title = QStringLiteral("Sending Process, Finished.");
         m_closeEnabled = true;
+        m_exportVisible = true;
     });
     wait_to_fins_running = false;
     m_journal.end(); // the run ended: nothing is left to resume

@@ -19,19 +19,45 @@ QByteArray formatSentItemLine(const SentItem& item) {
 
 QList<SentItem> parseSentItems(const QByteArray& content) {
     QList<SentItem> items;
-    for (const QString& line : QString::fromUtf8(content).split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
-        // BEL number VT message BEL date VT status
-        const QStringList halves = line.split(kBel);
-        if (halves.size() != 3 || !halves.at(0).isEmpty())
-            continue;
-        const QStringList first = halves.at(1).split(kVt);
-        const QStringList second = halves.at(2).split(kVt);
-        if (first.size() != 2 || second.size() != 2)
-            continue;
-        items.append({first.at(0), Replace_Sent_Item_and_Template_Seprator_With_New_Line(first.at(1)),
-                      second.at(0), Replace_Sent_Item_and_Template_Seprator_With_New_Line(second.at(1))});
+    for (const QString& stored : QString::fromUtf8(content).split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+        // BEL number VT message BEL date VT status; a further BEL in the status starts
+        // another record on the same line.
+        QString rest = Replace_Sent_Item_and_Template_Seprator_With_New_Line(stored);
+        while (true) {
+            const qsizetype vt = rest.indexOf(kVt);
+            if (vt < 0)
+                break;
+            SentItem item;
+            item.number = Trim_Str(rest.left(vt).remove(kBel));
+            const QString afterNumber = rest.mid(vt + 1);
+            const qsizetype bel = afterNumber.indexOf(kBel);
+            item.message = bel < 0 ? afterNumber : afterNumber.left(bel);
+            rest.clear();
+            if (bel >= 0) {
+                const QString afterMessage = afterNumber.mid(bel + 1);
+                const qsizetype vt2 = afterMessage.indexOf(kVt);
+                item.date = vt2 < 0 ? afterMessage : afterMessage.left(vt2);
+                QString status = vt2 < 0 ? QString() : afterMessage.mid(vt2 + 1);
+                const qsizetype further = status.indexOf(kBel);
+                if (further >= 0) {
+                    rest = status.mid(further);
+                    status.truncate(further);
+                }
+                item.status = Trim_Str(status);
+            }
+            if (!item.number.isEmpty())
+                items.append(item);
+        }
     }
     return items;
+}
+
+bool writeSentItemsFile(const QString& path, const QList<SentItem>& items) {
+    AtomicFileWriter file(path);
+    for (const SentItem& item : items)
+        if (!file.write(formatSentItemLine(item)))
+            break;
+    return file.commit();
 }
 
 bool appendSentItem(const QString& path, const SentItem& item) {

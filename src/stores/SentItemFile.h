@@ -16,8 +16,12 @@ struct SentItem {
 // The line (with its "\n") that stores the item.
 QByteArray formatSentItemLine(const SentItem& item);
 
-// The items of a file's content, in file order; malformed lines are skipped.
+// The items of a file's content, in file order. A line without a VT gives nothing; a
+// record without a number is dropped; extra fields run into the next record.
 QList<SentItem> parseSentItems(const QByteArray& content);
+
+// Replaces the file by these items, atomically.
+bool writeSentItemsFile(const QString& path, const QList<SentItem>& items);
 
 // Appends one item to the file (after making sure the data files exist). Thread-safe.
 bool appendSentItem(const QString& path, const SentItem& item);

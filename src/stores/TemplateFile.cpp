@@ -45,7 +45,7 @@ private:
         QFile file(m_path);
         if (file.open(QIODevice::ReadOnly))
             for (const QString& t : parseTemplates(file.readAll()))
-                m_templates.insert(t);
+                m_templates.insert(Trim_Str(t)); // lines stored untrimmed by earlier versions
     }
 
     QString m_path;
@@ -74,16 +74,28 @@ bool Check_Duplicate_Template(const QString& text) {
 }
 
 bool appendTemplateIfNew(const QString& text) {
-    if (Trim_Str(text).isEmpty())
+    // Compared and stored trimmed: a text that differs only in its white space is one template.
+    const QString trimmed = Trim_Str(text);
+    if (trimmed.isEmpty())
         return false;
     std::lock_guard lock(cache().mutex);
-    if (cache().contains(Trim_Str(text)))
+    if (cache().contains(trimmed))
         return false;
     Check_Path_And_Create_Files();
-    const QByteArray line =
-        (Replace_Sent_Item_and_Template_New_Line_with_Seprator(text) + QLatin1Char('\n')).toUtf8();
-    if (!appendToFile(Templates_File_Path, line))
+    if (!appendToFile(Templates_File_Path, formatTemplateLine(trimmed)))
         return false;
-    cache().added(text);
+    cache().added(trimmed);
     return true;
+}
+
+QByteArray formatTemplateLine(const QString& text) {
+    return (Replace_Sent_Item_and_Template_New_Line_with_Seprator(text) + QLatin1Char('\n')).toUtf8();
+}
+
+bool writeTemplatesFile(const QString& path, const QStringList& templates) {
+    AtomicFileWriter file(path);
+    for (const QString& text : templates)
+        if (!file.write(formatTemplateLine(text)))
+            break;
+    return file.commit();
 }

@@ -10,7 +10,13 @@ QStringList parseTemplates(const QByteArray& content);
 // True when the trimmed text equals one of the templates in the file exactly.
 bool Check_Duplicate_Template(const QString& text);
 
-// Appends the text as a template unless it is blank or already there. Returns true when a
-// line was added. The check and the append are one step, so parallel senders of the same
-// text add it once.
+// Appends the trimmed text as a template unless it is blank or already there. Returns true
+// when a line was added. The check and the append are one step, so parallel senders of the
+// same text add it once.
 bool appendTemplateIfNew(const QString& text);
+
+// The stored line of one template, "\n" included.
+QByteArray formatTemplateLine(const QString& text);
+
+// Replaces the file by these templates, atomically.
+bool writeTemplatesFile(const QString& path, const QStringList& templates);

@@ -4,6 +4,10 @@
 #include "delivery/DelaySchedule.h"
 #include "list/BulkSmsWindow.h"
 #include "list/NumberLoader.h"
+#include "stores/ContactListExport.h"
+#include "stores/Exclusion_Wizard.h"
+#include "stores/Sent_Items.h"
+#include "stores/Templates.h"
 #include "text/NumberRules.h"
 
 #include <QCheckBox>
@@ -19,6 +23,7 @@
 #include <QSignalBlocker>
 #include <QSplitter>
 #include <QTableView>
+#include <QTextCursor>
 #include <QVBoxLayout>
 
 RecipientPanel::RecipientPanel(BulkSmsWindow& window, QWidget* parent) : QWidget(parent), m_window(window) {
@@ -41,6 +46,31 @@ RecipientPanel::RecipientPanel(BulkSmsWindow& window, QWidget* parent) : QWidget
         }
     });
     refresh();
+}
+
+// The stored lists and the list's export, each acting on this window (it is the active one).
+QLayout* RecipientPanel::buildStoreButtons(QWidget* side) {
+    auto* row = new QHBoxLayout();
+    auto* exportList = new QPushButton(QStringLiteral("Export List..."), side);
+    auto* sentItems = new QPushButton(QStringLiteral("Sent Items..."), side);
+    auto* templates = new QPushButton(QStringLiteral("Templates..."), side);
+    auto* exclusion = new QPushButton(QStringLiteral("Exclusion Lists..."), side);
+    exportList->setObjectName(QStringLiteral("Export_Btn"));
+    for (QPushButton* b : {exportList, sentItems, templates, exclusion})
+        row->addWidget(b);
+    row->addStretch();
+    connect(exportList, &QPushButton::clicked, this, [this] { exportContactList(m_window); });
+    connect(sentItems, &QPushButton::clicked, this,
+            [this] { Sent_Items::defaultInstance(m_window.op()).Open_Sent_Item_Wnd(); });
+    connect(templates, &QPushButton::clicked, this, [this] {
+        Templates& window = Templates::defaultInstance(m_window.op());
+        const QTextCursor cursor = m_composer->textCursor();
+        window.setComposerSelection(cursor.selectionStart(), cursor.selectionEnd() - cursor.selectionStart());
+        window.Open_Template_Wnd();
+    });
+    connect(exclusion, &QPushButton::clicked, this,
+            [this] { Exclusion_Wizard::defaultInstance(m_window.op()).Open_Exclusion_Wnd(); });
+    return row;
 }
 
 QWidget* RecipientPanel::buildListSide() {
@@ -101,6 +131,7 @@ QWidget* RecipientPanel::buildListSide() {
     buttons->addWidget(clearAll);
     buttons->addWidget(reset);
     layout->addLayout(buttons);
+    layout->addLayout(buildStoreButtons(side));
 
     connect(m_number, &QLineEdit::textEdited, this,
             [this](const QString& text) { m_window.setNumberField(text); });

@@ -7,6 +7,7 @@ class BulkSmsWindow;
 class QCheckBox;
 class QComboBox;
 class QLabel;
+class QLayout;
 class QLineEdit;
 class QPlainTextEdit;
 class QPushButton;
@@ -24,6 +25,7 @@ private:
     QWidget* buildListSide();
     QWidget* buildComposerSide();
     QWidget* buildDelayedDelivery(QWidget* parent);
+    QLayout* buildStoreButtons(QWidget* side);
     void refresh();
     void selectFirstRowIfAny();
     void pushSelection();

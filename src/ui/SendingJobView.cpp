@@ -67,8 +67,11 @@ SendingJobView::SendingJobView(SMS_Sending& controller, QWidget* parent)
     m_pleaseWait = new QLabel(QStringLiteral("Please wait while the last messages finish..."), this);
     m_stop = new QPushButton(QStringLiteral("Stop"), this);
     m_close = new QPushButton(QStringLiteral("Close"), this);
+    m_export = new QPushButton(QStringLiteral("Export..."), this);
+    m_export->setObjectName(QStringLiteral("_export_btn"));
     buttons->addWidget(m_pleaseWait);
     buttons->addStretch();
+    buttons->addWidget(m_export);
     buttons->addWidget(m_stop);
     buttons->addWidget(m_close);
     layout->addLayout(buttons);
@@ -76,6 +79,7 @@ SendingJobView::SendingJobView(SMS_Sending& controller, QWidget* parent)
 
     connect(m_stop, &QPushButton::clicked, this, [this] { m_controller.Stop_Btn(); });
     connect(m_close, &QPushButton::clicked, this, [this] { m_controller.CancelPressed(); });
+    connect(m_export, &QPushButton::clicked, this, [this] { m_controller.Export_Btn(); });
     connect(&controller, &DialogController::changed, this, &SendingJobView::refresh);
     refresh();
 }
@@ -101,5 +105,6 @@ void SendingJobView::refresh() {
     m_stop->setEnabled(m_controller.stopEnabled());
     m_stop->setVisible(m_controller.stopVisible());
     m_close->setEnabled(m_controller.closeEnabled());
+    m_export->setVisible(m_controller.exportVisible());
     m_pleaseWait->setVisible(m_controller.pleaseWaitShown());
 }

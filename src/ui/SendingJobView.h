@@ -33,4 +33,5 @@ private:
     QTableView* m_table = nullptr;
     QPushButton* m_stop = nullptr;
     QPushButton* m_close = nullptr;
+    QPushButton* m_export = nullptr;
 };

@@ -3,6 +3,8 @@
 #include "ConnectionInfoView.h"
 #include "ExcelDynamicMsgView.h"
 #include "ExcelSmsExampleView.h"
+#include "ExclusionWizardView.h"
+#include "ExportOptionView.h"
 #include "FillMsgInListView.h"
 #include "GsmDevConnStepView.h"
 #include "GsmDeviceListView.h"
@@ -10,10 +12,16 @@
 #include "LoadNumInfoView.h"
 #include "ManuallyAddNumView.h"
 #include "MobileSelView.h"
+#include "OpenExportLogView.h"
 #include "SendMsgInfoView.h"
 #include "SendingJobView.h"
+#include "SentItemsView.h"
+#include "StatusExportOptionView.h"
+#include "TemplatesView.h"
+#include "UpdateExNumView.h"
 #include "UpdateNumSmsView.h"
 #include "UpdateSelNumSmsView.h"
+#include "UpdateTempView.h"
 #include "core/DialogController.h"
 #include "sheets/windows/SpreadsheetWindows.h"
 
@@ -56,6 +64,14 @@ void registerStandardViews() {
     addView<ImportExcelView, Import_Excel>();
     addView<ExcelDynamicMsgView, Excel_Dynamic_Msg>();
     addView<ExcelSmsExampleView, Excel_SMS_Example>();
+    addView<SentItemsView, Sent_Items>();
+    addView<TemplatesView, Templates>();
+    addView<UpdateTempView, UpdateTemp>();
+    addView<ExclusionWizardView, Exclusion_Wizard>();
+    addView<UpdateExNumView, Update_Ex_Num>();
+    addView<StatusExportOptionView, Status_Export_Option>();
+    addView<ExportOptionView, Export_Option>();
+    addView<OpenExportLogView, Open_Export_Log>();
     // The list's load buttons reach the spreadsheet windows through this hand-over.
     SpreadsheetWindows::install();
 }

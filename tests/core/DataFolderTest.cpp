@@ -37,16 +37,16 @@ TEST_F(DataFolderTest, PathsFollowTheDataHome) {
     EXPECT_EQ(Troubleshooting_Log_Path, Created_Resource_Path + "/Troubleshooting_Log.txt");
 }
 
-TEST_F(DataFolderTest, FirstLaunchCreatesTheWholeLayoutOpenToAll) {
+TEST_F(DataFolderTest, FirstLaunchCreatesTheWholeLayoutPrivateToTheUser) {
     ASSERT_TRUE(Check_Path_And_Create_Files());
     for (const QString& folder : {Bulk_SMS_Data_Folder_Path, Exclusion_Folder_Path}) {
         EXPECT_TRUE(QFileInfo(folder).isDir()) << folder.toStdString();
-        EXPECT_EQ(permissionsOf(folder), 0777u) << folder.toStdString();
+        EXPECT_EQ(permissionsOf(folder), 0700u) << folder.toStdString();
     }
     for (const QString& file : layoutFiles()) {
         EXPECT_TRUE(QFileInfo(file).isFile()) << file.toStdString();
         EXPECT_EQ(QFileInfo(file).size(), 0) << file.toStdString();
-        EXPECT_EQ(permissionsOf(file), 0777u) << file.toStdString();
+        EXPECT_EQ(permissionsOf(file), 0600u) << file.toStdString();
     }
     EXPECT_TRUE(QFileInfo::exists(Troubleshooting_Log_Path));
 }
@@ -56,7 +56,8 @@ TEST_F(DataFolderTest, LaterCallsKeepDataByteForByteAndEmptyTheTroubleshootingLo
     int n = 0;
     for (const QString& file : layoutFiles())
         writeBytes(file, QByteArray("record ") + QByteArray::number(++n) + "\n\xE2\x82\xAC");
-    ::chmod(QFile::encodeName(SentItem_File_Path).constData(), 0600);
+    ::chmod(QFile::encodeName(SentItem_File_Path).constData(), 0777); // as earlier versions left it
+    ::chmod(QFile::encodeName(Bulk_SMS_Data_Folder_Path).constData(), 0777);
     Write_In_Troubleshoot_File("Execute Case 1");
     Write_In_Troubleshoot_File(QString::fromUtf8(" \xC3\xA9"));
     EXPECT_EQ(readAll(Troubleshooting_Log_Path), "Execute Case 1 \xC3\xA9"); // appended, no line breaks added
@@ -65,7 +66,8 @@ TEST_F(DataFolderTest, LaterCallsKeepDataByteForByteAndEmptyTheTroubleshootingLo
     n = 0;
     for (const QString& file : layoutFiles())
         EXPECT_EQ(readAll(file), QByteArray("record ") + QByteArray::number(++n) + "\n\xE2\x82\xAC");
-    EXPECT_EQ(permissionsOf(SentItem_File_Path), 0600u); // existing files are not touched at all
+    EXPECT_EQ(permissionsOf(SentItem_File_Path), 0600u); // content kept, mode narrowed
+    EXPECT_EQ(permissionsOf(Bulk_SMS_Data_Folder_Path), 0700u);
     EXPECT_EQ(QFileInfo(Troubleshooting_Log_Path).size(), 0);
 }
 

@@ -7,20 +7,22 @@
 #include <QFileInfo>
 #include <QTemporaryDir>
 
+#include <csignal>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
 #include <vector>
 
 namespace {
 
-TEST(FileUtils, CreateFolderMakesEveryMissingLevelOpenToAll) {
+TEST(FileUtils, CreateFolderMakesEveryMissingLevelPrivate) {
     QTemporaryDir dir;
     const QString deep = dir.path() + "/a/b/c";
     ::umask(022);
     ASSERT_TRUE(Create_Folder(deep));
     for (const QString& level : {dir.path() + "/a", dir.path() + "/a/b", deep})
-        EXPECT_EQ(permissionsOf(level), 0777u) << level.toStdString();
+        EXPECT_EQ(permissionsOf(level), 0700u) << level.toStdString();
     EXPECT_TRUE(Create_Folder(deep)); // existing: success, nothing changes
 }
 
@@ -48,6 +50,51 @@ TEST(FileUtils, AtomicRewriteReplacesContentWhole) {
     ASSERT_TRUE(writeFileAtomically(path, "second\n"));
     EXPECT_EQ(readAll(path), "second\n");
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{"list.OSTREL"}); // no temporary left
+}
+
+TEST(FileUtils, AtomicRewriteIsPrivateToTheUser) {
+    QTemporaryDir dir;
+    const QString path = dir.path() + "/list.OSTREL";
+    ASSERT_TRUE(createEmptyFile(path));
+    ::chmod(QFile::encodeName(path).constData(), 0666);
+    ::umask(022);
+    ASSERT_TRUE(writeFileAtomically(path, "x\n"));
+    EXPECT_EQ(permissionsOf(path), 0600u);
+}
+
+// The disk fills half way through a rewrite (a file size limit makes write() fail for real),
+// and a writer dropped before commit (a crash): either way the old file is intact.
+TEST(FileUtils, RewriteFailingHalfWayLeavesTheOldFileIntact) {
+    QTemporaryDir dir;
+    const QString path = dir.path() + "/SentItem.OSTREL";
+    const QByteArray old = "\aold\vmessage\a01/01/2025\vMessage sent successfully.\n";
+    ASSERT_TRUE(writeFileAtomically(path, old));
+
+    {
+        rlimit saved{};
+        ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &saved), 0);
+        const auto previousHandler = ::signal(SIGXFSZ, SIG_IGN);
+        rlimit small = saved;
+        small.rlim_cur = 64 * 1024;
+        ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+        AtomicFileWriter writer(path);
+        bool allWritten = true;
+        for (int i = 0; i < 200 && allWritten; ++i) // 200 KiB, more than the limit allows
+            allWritten = writer.write(QByteArray(1024, 'n'));
+        const bool committed = writer.commit();
+        ::setrlimit(RLIMIT_FSIZE, &saved);
+        ::signal(SIGXFSZ, previousHandler);
+        EXPECT_FALSE(allWritten);
+        EXPECT_FALSE(committed);
+    }
+    EXPECT_EQ(readAll(path), old);
+
+    {
+        AtomicFileWriter writer(path);
+        ASSERT_TRUE(writer.write("half of a new"));
+    } // dropped without commit
+    EXPECT_EQ(readAll(path), old);
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{"SentItem.OSTREL"});
 }
 
 TEST(FileUtils, ConcurrentAppendsKeepLinesWhole) {

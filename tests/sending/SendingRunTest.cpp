@@ -13,6 +13,7 @@
 #include "core/MainThread.h"
 #include "core/SendingFlags.h"
 #include "sim/VirtualModem.h"
+#include "stores/ExportDialogs.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -316,6 +317,39 @@ TEST_F(SendingRunTest, SentItemsAndTemplatesAreWrittenOncePerMessage) {
     QFile templates(Templates_File_Path);
     ASSERT_TRUE(templates.open(QIODevice::ReadOnly));
     EXPECT_EQ(templates.readAll(), "Two|AP*|DX/lines\n");
+}
+
+TEST_F(SendingRunTest, ExportOfAStoppedRunPutsStoppedItemsWithTheUnsent) {
+    attach();
+    chooseDevices();
+    addRecipients(numbers(30), "m");
+    window.prev_composer_msg = window.composerText();
+    op.answerYes();
+    send([](SMS_Sending& job) {
+        EXPECT_FALSE(job.exportVisible());
+        ASSERT_TRUE(spinUntil([&] { return job.items().finishedCount() >= 2; }));
+        job.Stop_Btn();
+    });
+    SMS_Sending& job = window.sendingJob();
+    EXPECT_TRUE(job.exportVisible());
+    const QString report = home.root() + "/report";
+    op.onModal<Status_Export_Option>([](Status_Export_Option& d) {
+          d.Export_Not_Sent_RD();
+          d.OKPressed();
+      })
+        .onModal<Export_Option>([](Export_Option& d) { d.OKPressed(); })
+        .chooseFile(report)
+        .onModal<Open_Export_Log>([](Open_Export_Log& d) { d.CancelPressed(); });
+    job.Export_Btn(); // runs on the main thread's next turn
+    ASSERT_TRUE(spinUntil([&] { return QFile::exists(report + ".txt") && op.dialogs().size() >= 4; }));
+    const QByteArray bytes = readAll(report + ".txt");
+    const QString text(reinterpret_cast<const QChar*>(bytes.constData()), bytes.size() / 2);
+    int stopped = 0;
+    for (const SendingItem& item : items())
+        stopped += item.status == "Stopped.";
+    EXPECT_EQ(text.count("Sent Status\t: Stopped.\n"), stopped);
+    EXPECT_FALSE(text.contains("Message sent successfully."));
+    EXPECT_EQ(text.count(QChar(QChar::ByteOrderMark)), stopped + 1);
 }
 
 TEST_F(SendingRunTest, CloseDuringSendingStopsAndClosesTheWindow) {

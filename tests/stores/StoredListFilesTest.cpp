@@ -7,6 +7,7 @@
 
 #include <QFile>
 #include <QRegularExpression>
+#include <QSet>
 
 #include <gtest/gtest.h>
 
@@ -35,9 +36,49 @@ TEST(SentItemFile, AppendedItemsReadBack) {
     EXPECT_EQ(items[1].status, "+CMS ERROR: 38");
 }
 
-TEST(SentItemFile, ControlCharactersInAMessageDoNotSurvive) {
-    const QList<SentItem> items = parseSentItems(formatSentItemLine({"1", "a\ab", "d", "s"}));
-    EXPECT_TRUE(items.isEmpty() || items.first().message != "a\ab");
+TEST(SentItemFile, LinesAreReadFieldByField) {
+    struct Case {
+        const char* what;
+        QByteArray content;
+        QList<SentItem> expected;
+    };
+    const QList<Case> cases = {
+        {"no VT at all", "\a5550100 hello\n", {}},
+        {"number only", "\a 77 \v\n", {{"77", "", "", ""}}},
+        {"blank number dropped", "\a \vmsg\ad\vs\n", {}},
+        {"status trimmed",
+         "\a1\vm\ad\v  Message sent successfully. \r\n",
+         {{"1", "m", "d", "Message sent successfully."}}},
+        {"separator restored", "\a1\vHi|AP*|DX/there\ad\vs\n", {{"1", "Hi\nthere", "d", "s"}}},
+        {"two records on one line",
+         "\a1\vm1\ad1\vs1\a2\vm2\ad2\vs2\n",
+         {{"1", "m1", "d1", "s1"}, {"2", "m2", "d2", "s2"}}},
+        {"BEL in a message cuts it", formatSentItemLine({"1", "a\ab", "d", "s"}), {{"1", "a", "b\ad", "s"}}},
+    };
+    for (const Case& c : cases) {
+        const QList<SentItem> got = parseSentItems(c.content);
+        ASSERT_EQ(got.size(), c.expected.size()) << c.what;
+        for (int i = 0; i < got.size(); ++i) {
+            EXPECT_EQ(got[i].number, c.expected[i].number) << c.what;
+            EXPECT_EQ(got[i].message, c.expected[i].message) << c.what;
+            EXPECT_EQ(got[i].date, c.expected[i].date) << c.what;
+            EXPECT_EQ(got[i].status, c.expected[i].status) << c.what;
+        }
+    }
+}
+
+TEST(SentItemFile, RewriteRoundTripsAndIsPrivate) {
+    TestDataHome home;
+    Check_Path_And_Create_Files();
+    const QList<SentItem> items = {{"+1", "two\nlines", "01/02/2025", "Message sent successfully."},
+                                   {"2", "\xE2\x82\xAC |AP*|DX/", "01/02/2025", ""}};
+    ASSERT_TRUE(writeSentItemsFile(SentItem_File_Path, items));
+    const QList<SentItem> back = parseSentItems(readAll(SentItem_File_Path));
+    ASSERT_EQ(back.size(), 2);
+    EXPECT_EQ(back[0].message, "two\nlines");
+    EXPECT_EQ(back[1].message,
+              QString::fromUtf8("\xE2\x82\xAC \n")); // the separator text comes back a line feed
+    EXPECT_EQ(permissionsOf(SentItem_File_Path), 0600u);
 }
 
 TEST(SentItemFile, DateIsDayMonthYear) {
@@ -53,6 +94,23 @@ TEST(TemplateFile, BlankAndKnownTextsAddNothing) {
     EXPECT_EQ(readAll(Templates_File_Path), "Hello|AP*|DX/World\nOther\n");
     EXPECT_TRUE(Check_Duplicate_Template("  Other \n"));
     EXPECT_FALSE(Check_Duplicate_Template("other"));
+}
+
+TEST(TemplateFile, TextsDifferingInWhiteSpaceAreStoredOnce) {
+    TestDataHome home;
+    // As three sends of one text file would add them: trailing line feed, spaces, tab.
+    EXPECT_TRUE(appendTemplateIfNew("Meeting at 5\n"));
+    EXPECT_FALSE(appendTemplateIfNew("Meeting at 5\n"));
+    EXPECT_FALSE(appendTemplateIfNew("  Meeting at 5\t"));
+    EXPECT_EQ(readAll(Templates_File_Path), "Meeting at 5\n");
+}
+
+TEST(TemplateFile, UntrimmedLinesOfEarlierVersionsCountAsKnown) {
+    TestDataHome home;
+    Check_Path_And_Create_Files();
+    ASSERT_TRUE(writeFileAtomically(Templates_File_Path, "Offer |AP*|DX/\n"));
+    EXPECT_FALSE(appendTemplateIfNew("Offer"));
+    EXPECT_EQ(readAll(Templates_File_Path), "Offer |AP*|DX/\n");
 }
 
 TEST(TemplateFile, SeesTemplatesWrittenByOthersAndRestoresTheSeparator) {

@@ -1,0 +1,142 @@
+#include "CommandLineStores.h"
+
+#include "ConsoleOperator.h"
+#include "core/DataFolder.h"
+#include "core/FileUtils.h"
+#include "stores/ExportDialogs.h"
+#include "stores/ExportFile.h"
+#include "stores/SentItemFile.h"
+#include "stores/Templates.h"
+
+#include <QCommandLineParser>
+#include <QFile>
+
+#include <cstdio>
+
+namespace {
+
+void say(FILE* stream, const QString& text) {
+    std::fprintf(stream, "%s\n", text.toLocal8Bit().constData());
+    std::fflush(stream);
+}
+
+// The data and resource folders as the application finds them, without any window.
+void locateData() {
+    Resource_Path = locateResourcePath();
+    computeDataPaths();
+    Check_Path_And_Create_Files();
+}
+
+QByteArray readData(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// The export file and its format from --export; prints the reason and returns false when unusable.
+bool exportTarget(const QCommandLineParser& parser, const QCommandLineOption& option, QString& path,
+                  ExportFormat& format) {
+    path = parser.value(option);
+    if (path.isEmpty()) {
+        say(stderr, QStringLiteral("--export FILE is required (.txt, .html or .xlsx)."));
+        return false;
+    }
+    if (!reportFormatOf(path, format)) {
+        say(stderr, QStringLiteral("The export file must end in .txt, .html or .xlsx: %1").arg(path));
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+int reportFilterOf(const QString& name) {
+    const QStringList names = {QStringLiteral("all"), QStringLiteral("sent"), QStringLiteral("unsent")};
+    return int(names.indexOf(name.toLower()));
+}
+
+QString commandUsage() {
+    return QStringLiteral("Usage: bulksms [COMMAND] [OPTIONS]\n"
+                          "Without a command the desktop application starts.\n\n"
+                          "Commands:\n"
+                          "  send         send one message to every recipient through GSM modems\n"
+                          "  devices      list the GSM modems found\n"
+                          "  sent-items   export the sent items (--export FILE.txt|.html|.xlsx)\n"
+                          "  templates    export the message templates (--export FILE.txt|.html|.xlsx)\n\n"
+                          "\"bulksms COMMAND --help\" lists a command's options.");
+}
+
+int runSentItems(const QStringList& arguments) {
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "Exports the sent items as the sent-items window does: text and HTML as UTF-16, or a "
+        "workbook. Exit status: 0 when written, 1 when the file could not be written, 2 on bad "
+        "input."));
+    parser.addHelpOption();
+    const QCommandLineOption exportFile(QStringLiteral("export"), QStringLiteral("The file to write."),
+                                        QStringLiteral("file"));
+    const QCommandLineOption android(QStringLiteral("android"),
+                                     QStringLiteral("The Android window's sent items (no status)."));
+    const QCommandLineOption filter(QStringLiteral("filter"),
+                                    QStringLiteral("GSM only: all, sent or unsent items (default all)."),
+                                    QStringLiteral("group"), QStringLiteral("all"));
+    parser.addOptions({exportFile, android, filter});
+    parser.process(arguments.mid(1));
+    QString path;
+    ExportFormat format = ExportFormat::Text;
+    if (!exportTarget(parser, exportFile, path, format))
+        return 2;
+    const int group = reportFilterOf(parser.value(filter));
+    if (group < 0 || (parser.isSet(android) && group != 0)) {
+        say(stderr, QStringLiteral("--filter is all, sent or unsent, and only for the GSM sent items."));
+        return 2;
+    }
+    locateData();
+    const bool withStatus = !parser.isSet(android);
+    QList<SentItem> items;
+    for (const SentItem& item :
+         parseSentItems(readData(withStatus ? SentItem_File_Path : SentItemAnd_File_Path)))
+        if (statusPassesFilter(item.status, group))
+            items << item;
+    bool written = false;
+    switch (format) {
+    case ExportFormat::Text: written = writeExportBytes(path, sentItemsText(items, withStatus)); break;
+    case ExportFormat::Html: written = writeExportBytes(path, sentItemsHtml(items, withStatus)); break;
+    case ExportFormat::Xlsx: written = writeExportWorkbook(path, sentItemsRows(items, withStatus)); break;
+    }
+    if (!written) {
+        say(stderr, kErrorInFileAccessing);
+        return 1;
+    }
+    say(stdout, QStringLiteral("%1 sent items written to %2").arg(items.size()).arg(path));
+    return 0;
+}
+
+int runTemplates(const QStringList& arguments) {
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Exports the message templates as the templates window does. Exit status: 0 when "
+                       "written, 1 when the file could not be written, 2 on bad input."));
+    parser.addHelpOption();
+    const QCommandLineOption exportFile(QStringLiteral("export"), QStringLiteral("The file to write."),
+                                        QStringLiteral("file"));
+    parser.addOption(exportFile);
+    parser.process(arguments.mid(1));
+    QString path;
+    ExportFormat format = ExportFormat::Text;
+    if (!exportTarget(parser, exportFile, path, format))
+        return 2;
+    locateData();
+    ConsoleOperator op(false);
+    Templates store(op);
+    store.loadFrom(readData(Templates_File_Path));
+    const QStringList all = store.templates();
+    const bool written = format == ExportFormat::Xlsx   ? writeExportWorkbook(path, templatesRows(all))
+                         : format == ExportFormat::Html ? writeExportBytes(path, templatesHtml(all))
+                                                        : writeExportBytes(path, templatesText(all));
+    if (!written) {
+        say(stderr, kErrorInFileAccessing);
+        return 1;
+    }
+    say(stdout, QStringLiteral("%1 templates written to %2").arg(all.size()).arg(path));
+    return 0;
+}

@@ -1,0 +1,21 @@
+#pragma once
+// The files behind the exclusion lists: the index of list names, the applied names, and
+// one file of numbers per list. One entry per line; every rewrite is atomic.
+#include <QString>
+#include <QStringList>
+
+// A name that can be a list's file name: 1 to 50 characters, not blank, no control
+// characters, none from 128 to 255, none of / \ ? % * | " < > :.
+bool IsValidFileName(const QString& name);
+
+// The file of the list called name.
+QString exclusionListPath(const QString& name);
+
+// The lines of a file, trimmed, blank ones skipped ("" lines for a missing file).
+QStringList readTrimmedLines(const QString& path);
+
+// The names in the index or applied file that can be list names (others are logged).
+QStringList readListNames(const QString& path);
+
+// Replaces the file by these lines, each ended by "\n".
+bool writeLines(const QString& path, const QStringList& lines);

@@ -1,0 +1,67 @@
+#include "ExportFile.h"
+
+#include "ExportDialogs.h"
+#include "core/FileUtils.h"
+#include "core/Operator.h"
+#include "sheets/SpreadsheetWriter.h"
+
+#include <QFileInfo>
+
+QString withExportExtension(const QString& path, const QString& extension) {
+    if (QFileInfo(path).suffix().toLower() == extension)
+        return path;
+    return path + QLatin1Char('.') + extension;
+}
+
+QString chooseReportPath(Operator& op, ExportFormat format) {
+    const QString extension = exportExtension(format);
+    const QString chosen = op.chooseFileToSave({extension});
+    if (chosen.isEmpty())
+        return {};
+    Export_File_Path = withExportExtension(chosen, extension);
+    return Export_File_Path;
+}
+
+QString chooseListPath(Operator& op, ExportFormat& format) {
+    const QString chosen = op.chooseFileToSave({QStringLiteral("xlsx"), QStringLiteral("txt")});
+    if (chosen.isEmpty())
+        return {};
+    const bool workbook = QFileInfo(chosen).suffix().toLower() == QLatin1String("xlsx");
+    format = workbook ? ExportFormat::Xlsx : ExportFormat::Text;
+    Export_File_Path = withExportExtension(chosen, exportExtension(format));
+    return Export_File_Path;
+}
+
+bool writeExportBytes(const QString& path, const QByteArray& bytes) {
+    Delete_File(path);
+    return writeFileAtomically(path, bytes);
+}
+
+bool writeExportWorkbook(const QString& path, const SpreadsheetData& rows) {
+    Delete_File(path);
+    return SpreadsheetWriter::WriteWorkbook(path, rows, false) && QFileInfo(path).isFile();
+}
+
+int offerToOpenExport(Operator& op) {
+    Open_Export_Log dialog(op);
+    return op.runModal(dialog);
+}
+
+bool writeSendingReport(const QString& path, ExportFormat format, const QList<ReportItem>& items) {
+    switch (format) {
+    case ExportFormat::Html: return writeExportBytes(path, sendingReportHtml(items));
+    case ExportFormat::Xlsx: return writeExportWorkbook(path, sendingReportRows(items));
+    case ExportFormat::Text: break;
+    }
+    return writeExportBytes(path, sendingReportText(items));
+}
+
+bool reportFormatOf(const QString& path, ExportFormat& format) {
+    const QString suffix = QFileInfo(path).suffix().toLower();
+    for (ExportFormat f : {ExportFormat::Text, ExportFormat::Html, ExportFormat::Xlsx})
+        if (suffix == exportExtension(f)) {
+            format = f;
+            return true;
+        }
+    return false;
+}

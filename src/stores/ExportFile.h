@@ -1,0 +1,36 @@
+#pragma once
+// The steps every export shares: the save dialog and the extension rule, replacing an
+// existing file, writing, and the open-after-export question.
+#include "ExportFormats.h"
+
+#include <QByteArray>
+#include <QString>
+
+class Operator;
+
+// The save dialog limited to the format's type; the type is appended when the chosen name's
+// extension (in lower case) differs. Keeps the path in Export_File_Path. "" when cancelled.
+QString chooseReportPath(Operator& op, ExportFormat format);
+
+// The save dialog offering "xlsx" and "txt": a name ending in ".xlsx" (any case) is a
+// workbook, anything else text, with ".txt" appended unless it already ends so. Keeps the
+// path in Export_File_Path. "" when cancelled.
+QString chooseListPath(Operator& op, ExportFormat& format);
+
+// The path with the extension rule above applied.
+QString withExportExtension(const QString& path, const QString& extension);
+
+// Deletes what stands at path, then writes the bytes (or the workbook). False on failure;
+// a failure never leaves a partly written file at path.
+bool writeExportBytes(const QString& path, const QByteArray& bytes);
+bool writeExportWorkbook(const QString& path, const SpreadsheetData& rows);
+
+// Runs the open-after-export dialog for Export_File_Path; returns its end code.
+int offerToOpenExport(Operator& op);
+
+// The sending job's report in the format, written to path (which is used as given).
+bool writeSendingReport(const QString& path, ExportFormat format, const QList<ReportItem>& items);
+
+// The format a report file's extension asks for ("txt", "html", "xlsx", any case); false
+// for any other extension.
+bool reportFormatOf(const QString& path, ExportFormat& format);

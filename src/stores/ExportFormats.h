@@ -1,0 +1,60 @@
+#pragma once
+// The layouts of every export: the sending report, the sent items, the templates, the
+// exclusion numbers and the contact list, as text, HTML or workbook rows. Pure functions:
+// the bytes of a file from its items, so each layout is checked byte for byte.
+//
+// Text and HTML reports (sending report, sent items, templates) are UTF-16 in the machine's
+// byte order; the heading and each item are separate pieces, each with its own byte-order
+// mark. The exclusion numbers and the contact list are UTF-8 text.
+#include "sheets/SpreadsheetData.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+
+// SENT_EXPORT_MODE values.
+enum class ExportFormat { Text = 0, Html = 1, Xlsx = 2 };
+
+// "txt", "html", "xlsx".
+QString exportExtension(ExportFormat format);
+
+// The rule of 76 "=" that frames every text heading and ends every text item.
+inline const QString kExportRule = QString(76, QLatin1Char('='));
+
+// One piece of a UTF-16 report: byte-order mark and the text, in the machine's byte order.
+QByteArray utf16Piece(const QString& text);
+
+// A value in an HTML report: markup characters escaped (a message is data, never markup);
+// with asMessage, line feeds become "<br>" and spaces "&nbsp;".
+QString htmlValue(const QString& value, bool asMessage);
+
+// True for the two statuses of a message the modem took.
+bool isSentStatus(const QString& status);
+
+// --- The sending job's report: items with their number, message, current status, status.
+struct ReportItem {
+    QString number, message, currentStatus, status;
+};
+QByteArray sendingReportText(const QList<ReportItem>& items);
+QByteArray sendingReportHtml(const QList<ReportItem>& items);
+SpreadsheetData sendingReportRows(const QList<ReportItem>& items);
+
+// --- The sent items of either window; withStatus is the GSM layout.
+struct SentItem;
+QByteArray sentItemsText(const QList<SentItem>& items, bool withStatus);
+QByteArray sentItemsHtml(const QList<SentItem>& items, bool withStatus);
+SpreadsheetData sentItemsRows(const QList<SentItem>& items, bool withStatus);
+
+// --- Templates.
+inline const QString kTemplatesTitle = QStringLiteral("[ Bulk SMS - Templates]");
+QByteArray templatesText(const QStringList& templates);
+QByteArray templatesHtml(const QStringList& templates);
+SpreadsheetData templatesRows(const QStringList& templates);
+
+// --- Exclusion numbers (UTF-8).
+QByteArray exclusionNumbersText(const QStringList& numbers);
+SpreadsheetData exclusionNumbersRows(const QStringList& numbers);
+
+// --- The contact list of a main window (UTF-8): numbers and messages.
+QByteArray contactListText(const QList<QPair<QString, QString>>& rows);
+SpreadsheetData contactListRows(const QList<QPair<QString, QString>>& rows);

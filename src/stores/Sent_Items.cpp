@@ -1,0 +1,280 @@
+#include "Sent_Items.h"
+
+#include "ExportDialogs.h"
+#include "ExportFile.h"
+#include "StoreWindowSupport.h"
+#include "core/AppState.h"
+#include "core/DataFolder.h"
+#include "core/FileUtils.h"
+#include "core/Guard.h"
+#include "core/Log.h"
+#include "core/MainThread.h"
+#include "core/Operator.h"
+#include "core/TextUtils.h"
+#include "list/BulkSmsWindow.h"
+#include "list/LoadCounters.h"
+#include "list/Load_Num_Info.h"
+
+#include <QFile>
+
+namespace {
+const QString kNumber = QStringLiteral("Number");
+const QString kMessage = QStringLiteral("Message");
+const QString kDate = QStringLiteral("Date");
+const QString kStatus = QStringLiteral("Status");
+
+Record recordOf(const SentItem& item) {
+    return Record{
+        {kNumber, item.number}, {kMessage, item.message}, {kDate, item.date}, {kStatus, item.status}};
+}
+
+SentItem itemOf(const Record& r, bool withStatus) {
+    return {r.value(kNumber), r.value(kMessage), r.value(kDate), withStatus ? r.value(kStatus) : QString()};
+}
+
+QList<SentItem> readItems(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        Show_NSLog_Message(QStringLiteral("%1: %2").arg(path, file.errorString()));
+        return {};
+    }
+    return parseSentItems(file.readAll());
+}
+} // namespace
+
+Sent_Items::Sent_Items(Operator& op, QObject* parent)
+    : DialogController(parent), m_op(op), m_table({kNumber, kMessage, kDate, kStatus}) {}
+
+Sent_Items::~Sent_Items() { m_loader.requestStop(); }
+
+Sent_Items& Sent_Items::defaultInstance(Operator& op) {
+    static Sent_Items* SENT_WND = new Sent_Items(op);
+    return *SENT_WND;
+}
+
+QString Sent_Items::filePath() const { return m_gsm ? SentItem_File_Path : SentItemAnd_File_Path; }
+
+QList<SentItem> Sent_Items::items() const {
+    QList<SentItem> out;
+    out.reserve(m_table.size());
+    for (const Record& r : m_table.records())
+        out << itemOf(r, m_gsm);
+    return out;
+}
+
+void Sent_Items::Create_Sent_Item_List(const QString& number, const QString& message, const QString& date,
+                                       const QString& status) {
+    const QString trimmed = Trim_Str(number);
+    if (trimmed.isEmpty())
+        return;
+    m_table.append(recordOf({trimmed, message, date, status}));
+    emit changed();
+}
+
+void Sent_Items::setLoaded(RecordList records) {
+    m_table.setRecords(std::move(records));
+    m_selected.clear();
+    emit selectionChanged();
+    emit changed();
+}
+
+void Sent_Items::startLoading() {
+    m_gsm = gsm_and_none != 2;
+    m_table.clear();
+    m_selected.clear();
+    m_details.clear();
+    Prev_Index = -1;
+    m_loading = true;
+    emit changed();
+    const QString path = filePath();
+    m_loader.start([this, path](std::stop_token stop) {
+        // Parsed and made into records here: the main thread only takes the finished table.
+        RecordList loaded = Guard::run(
+            "Sent_Items load",
+            [&] {
+                RecordList records;
+                const QList<SentItem> items = readItems(path);
+                records.reserve(items.size());
+                for (const SentItem& item : items)
+                    records << recordOf(item);
+                return records;
+            },
+            RecordList{});
+        // The end of the load is told from the main thread while the owner waits for this
+        // thread: nothing reaches the controller after it is gone.
+        MainThread::invokeAndWait([&] {
+            if (!stop.stop_requested())
+                setLoaded(std::move(loaded));
+            m_loading = false;
+            emit changed();
+        });
+    });
+}
+
+void Sent_Items::waitForLoading() { m_loader.join(); }
+
+void Sent_Items::Open_Sent_Item_Wnd() {
+    startLoading();
+    restBeforeShowing();
+    m_op.runModal(*this);
+}
+
+void Sent_Items::setSelectedRows(QList<int> rows) {
+    m_selected = validRows(std::move(rows), m_table.size());
+    if (!m_selected.isEmpty() && m_selected.first() != Prev_Index)
+        showDetails(m_selected.first());
+    emit selectionChanged();
+}
+
+void Sent_Items::showDetails(int row) {
+    Prev_Index = row;
+    const Record& r = m_table.at(row);
+    m_details =
+        m_gsm ? QStringLiteral("Number\t: %1\r\n\r\nMessage\t: %2\r\n\r\nDate\t\t: %3\r\n\r\nStatus\t: %4")
+                    .arg(r.value(kNumber), r.value(kMessage), r.value(kDate), r.value(kStatus))
+              : QStringLiteral("Number\t: %1\r\n\r\nMessage\t: %2\r\n\r\nDate\t\t: %3")
+                    .arg(r.value(kNumber), r.value(kMessage), r.value(kDate));
+    emit changed();
+}
+
+void Sent_Items::Clear_Sel_Btn() {
+    if (m_table.isEmpty()) {
+        m_op.Show_MessageBox(kSentItemsEmpty);
+        return;
+    }
+    if (m_selected.isEmpty()) {
+        m_op.Show_MessageBox(kSelectSentItem);
+        return;
+    }
+    m_table.removeRows(m_selected);
+    m_selected.clear();
+    Prev_Index = -1;
+    if (m_table.isEmpty())
+        m_details.clear();
+    else
+        setSelectedRows({0});
+    emit selectionChanged();
+    emit changed();
+}
+
+void Sent_Items::Clear_All_Btn() {
+    if (m_table.isEmpty()) {
+        m_op.Show_MessageBox(kSentItemsEmpty);
+        return;
+    }
+    if (!m_op.Show_YES_NO_MessageBox(kClearEntireList))
+        return;
+    Delete_File(filePath());
+    Check_Path_And_Create_Files();
+    m_table.clear();
+    m_selected.clear();
+    m_details.clear();
+    Prev_Index = -1;
+    emit selectionChanged();
+    emit changed();
+}
+
+void Sent_Items::Close_Btn() {
+    if (!m_loading) {
+        // One atomic rewrite: the file matches the window, or stays as it was.
+        Check_Path_And_Create_Files();
+        if (!writeSentItemsFile(filePath(), items()))
+            Show_NSLog_Message(QStringLiteral("Sent items not rewritten: %1").arg(filePath()));
+    }
+    endModal(1);
+}
+
+void Sent_Items::Send_To_Main_Btn() {
+    if (m_table.isEmpty()) {
+        m_op.Show_MessageBox(kSentItemsEmpty);
+        return;
+    }
+    if (m_selected.isEmpty()) {
+        m_op.Show_MessageBox(kSelectSentItem);
+        return;
+    }
+    BulkSmsWindow* window = activeStoreWindow();
+    if (window == nullptr)
+        return;
+    assign_format_skip_exclude_var();
+    if (!window->list().isEmpty()) {
+        Load_Num_Info question;
+        const int code = m_op.runModal(question);
+        if (code == 1) {
+            window->list().clear();
+            window->setSelectedRows({});
+        } else if (code != 0) {
+            return;
+        }
+    }
+    const int before = window->list().size();
+    const QList<int> rows = m_selected;
+    for (int row : rows) {
+        const Record& r = m_table.at(row);
+        const QString number = window->Num_Able_To_insert(r.value(kNumber));
+        if (!number.isEmpty())
+            window->Create_Num_Msg_List(number, r.value(kMessage));
+    }
+    window->Update_List_Count();
+    if (!window->list().isEmpty() && window->list().size() != before)
+        m_op.Show_MessageBox(QStringLiteral("Selected sent items inserted in SMS Composer successfully."));
+    else
+        m_op.Show_MessageBox(format_skip_exclude_str());
+    setSelectedRows(rows);
+}
+
+void Sent_Items::setPleaseWait(bool shown) {
+    m_pleaseWait = shown;
+    emit changed();
+}
+
+void Sent_Items::Export_Btn() {
+    if (m_table.isEmpty()) {
+        m_op.Show_MessageBox(kSentItemsEmpty);
+        return;
+    }
+    Guard::run("Sent_Items export", [this] { exportItems(); });
+    setPleaseWait(false);
+}
+
+void Sent_Items::exportItems() {
+    Status_EXPORT_MODE = 0;
+    SENT_EXPORT_MODE = 0;
+    sent_item_or_sms_sending = 1;
+    if (m_gsm) {
+        Status_Export_Option filter(m_op, [this](int selector) {
+            QStringList statuses;
+            if (selector == 1)
+                for (const Record& r : m_table.records())
+                    statuses << r.value(kStatus);
+            return statuses;
+        });
+        if (m_op.runModal(filter) == 0 || Status_EXPORT_MODE == 3)
+            return;
+    }
+    Export_Option format;
+    if (m_op.runModal(format) == 0)
+        return;
+    const auto chosen = static_cast<ExportFormat>(SENT_EXPORT_MODE.load());
+    const QString path = chooseReportPath(m_op, chosen);
+    if (path.isEmpty())
+        return;
+    const int filter = m_gsm ? Status_EXPORT_MODE.load() : 0;
+    QList<SentItem> exported;
+    for (const SentItem& item : items())
+        if (statusPassesFilter(item.status, filter))
+            exported << item;
+    setPleaseWait(true);
+    bool written = false;
+    switch (chosen) {
+    case ExportFormat::Text: written = writeExportBytes(path, sentItemsText(exported, m_gsm)); break;
+    case ExportFormat::Html: written = writeExportBytes(path, sentItemsHtml(exported, m_gsm)); break;
+    case ExportFormat::Xlsx: written = writeExportWorkbook(path, sentItemsRows(exported, m_gsm)); break;
+    }
+    setPleaseWait(false);
+    if (!written) {
+        m_op.Show_MessageBox(kErrorInFileAccessing);
+        return;
+    }
+    offerToOpenExport(m_op);
+}

@@ -1,0 +1,43 @@
+#include "StoreImport.h"
+
+#include "text/RtfConverter.h"
+#include "text/TextFileDecoder.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+namespace {
+// A file larger than this is no list of templates or numbers.
+constexpr qint64 kMaxImportBytes = 64LL * 1024 * 1024;
+} // namespace
+
+QStringList storeImportExtensions() {
+    return {QStringLiteral("txt"), QStringLiteral("TXT"), QStringLiteral("rtf"),  QStringLiteral("RTF"),
+            QStringLiteral("csv"), QStringLiteral("CSV"), QStringLiteral("xlsx"), QStringLiteral("XLSX")};
+}
+
+bool readImportPieces(const QString& path, QStringList& pieces) {
+    pieces.clear();
+    QFile file(path);
+    if (file.size() > kMaxImportBytes || !file.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray bytes = file.readAll();
+    const QString suffix = QFileInfo(path).suffix().toLower();
+    QString text;
+    if (suffix == QLatin1String("rtf"))
+        text = RtfConverter::toPlainText(bytes);
+    else if (!TextFileDecoder::decode(bytes, text))
+        return false;
+    // Our own text exports carry a byte-order mark before every piece: none is data.
+    text.remove(QChar(QChar::ByteOrderMark));
+    if (text.isEmpty())
+        return false;
+    if (suffix == QLatin1String("csv")) {
+        for (const QString& piece : text.split(QLatin1Char('\r')))
+            if (piece.contains(QLatin1Char(',')))
+                pieces << piece.split(QLatin1Char(','));
+    } else {
+        pieces = text.split(QLatin1Char('\n'));
+    }
+    return true;
+}

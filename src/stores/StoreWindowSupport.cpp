@@ -1,0 +1,23 @@
+#include "StoreWindowSupport.h"
+
+#include "core/Clock.h"
+#include "core/WorkerThread.h"
+#include "list/BulkSmsWindow.h"
+
+#include <algorithm>
+#include <chrono>
+
+BulkSmsWindow* activeStoreWindow() { return activeBulkSmsWindow(); }
+
+void restBeforeShowing() {
+    const auto until = std::chrono::steady_clock::now() + Clock::scaled(std::chrono::seconds(1));
+    waitKeepingEventsFlowing([until] { return std::chrono::steady_clock::now() >= until; });
+}
+
+QList<int> validRows(QList<int> rows, int size) {
+    std::sort(rows.begin(), rows.end());
+    rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
+    rows.erase(std::remove_if(rows.begin(), rows.end(), [size](int r) { return r < 0 || r >= size; }),
+               rows.end());
+    return rows;
+}

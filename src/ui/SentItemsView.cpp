@@ -1,0 +1,69 @@
+#include "SentItemsView.h"
+
+#include "StoreTable.h"
+#include "core/AppState.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QSplitter>
+#include <QTableView>
+#include <QVBoxLayout>
+
+SentItemsView::SentItemsView(Sent_Items& controller, QWidget* parent)
+    : QDialog(parent), m_controller(controller) {
+    setWindowTitle(QStringLiteral("Sent Items - %1").arg(kApplicationName));
+    auto* layout = new QVBoxLayout(this);
+    auto* split = new QSplitter(Qt::Vertical, this);
+    m_table = makeStoreTable(controller.nsSendListData(), split,
+                             [this](QList<int> rows) { m_controller.setSelectedRows(std::move(rows)); });
+    m_table->setColumnWidth(0, 140);
+    m_table->setColumnWidth(1, 380);
+    m_table->setColumnWidth(2, 90);
+    m_details = new QPlainTextEdit(split);
+    m_details->setReadOnly(true);
+    split->addWidget(m_table);
+    split->addWidget(m_details);
+    split->setStretchFactor(0, 3);
+    split->setStretchFactor(1, 1);
+    layout->addWidget(split, 1);
+
+    auto* row = new QHBoxLayout();
+    m_count = new QLabel(this);
+    m_wait = new QLabel(QStringLiteral("Please wait..."), this);
+    row->addWidget(m_count);
+    row->addWidget(m_wait);
+    row->addStretch();
+    const QList<std::pair<QString, void (Sent_Items::*)()>> actions = {
+        {QStringLiteral("Send to Composer"), &Sent_Items::Send_To_Main_Btn},
+        {QStringLiteral("Export..."), &Sent_Items::Export_Btn},
+        {QStringLiteral("Clear Selected"), &Sent_Items::Clear_Sel_Btn},
+        {QStringLiteral("Clear All"), &Sent_Items::Clear_All_Btn},
+        {QStringLiteral("Close"), &Sent_Items::Close_Btn},
+    };
+    for (const auto& entry : actions) {
+        const auto action = entry.second; // captured by the lambda (a structured binding cannot be)
+        auto* button = new QPushButton(entry.first, this);
+        connect(button, &QPushButton::clicked, this, [this, action] { (m_controller.*action)(); });
+        row->addWidget(button);
+        m_buttons << button;
+    }
+    layout->addLayout(row);
+    resize(900, 560);
+
+    connect(&controller, &DialogController::changed, this, &SentItemsView::refresh);
+    connect(&controller, &Sent_Items::selectionChanged, this,
+            [this] { showSelectedRows(m_table, m_controller.selectedRows()); });
+    refresh();
+}
+
+void SentItemsView::refresh() {
+    m_table->setColumnHidden(3, !m_controller.isGsm());
+    m_count->setText(m_controller.countLabel());
+    m_wait->setVisible(m_controller.loading() || m_controller.pleaseWaitShown());
+    if (m_details->toPlainText() != m_controller.detailsText())
+        m_details->setPlainText(m_controller.detailsText());
+    for (QPushButton* b : m_buttons)
+        b->setEnabled(m_controller.buttonsEnabled());
+}

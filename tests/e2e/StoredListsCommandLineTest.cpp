@@ -1,0 +1,129 @@
+// The stored lists from the command line against a virtual modem: applied exclusion lists
+// keep their numbers off the network, the run's report and the stores export as files.
+#include "sheets/SheetState.h"
+#include "sheets/SpreadsheetWriter.h"
+#include "sim/VirtualModem.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+
+class StoredListsCommandLineTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        sim::ModemIdentity id;
+        id.imei = QStringLiteral("358000000000021");
+        sim::ModemBehaviour behaviour;
+        behaviour.networkDelayMs = 0;
+        modem = std::make_unique<sim::VirtualModem>(id, behaviour);
+        ASSERT_TRUE(modem->start());
+        data = home.path() + "/Ostrel Bulk SMS/BULK_SMS_DATA";
+        ASSERT_TRUE(QDir().mkpath(data + "/Exclusion"));
+    }
+    QStringList run(const QStringList& arguments, int& exitCode) {
+        QProcess process;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("BULKSMS_DATA_HOME", home.path());
+        env.insert("BULKSMS_RESOURCES", QStringLiteral(BULKSMS_RESOURCES_DIR));
+        env.insert("BULKSMS_CLOCK_SCALE", "0.05");
+        env.insert("BULKSMS_EXTRA_MODEMS", modem->devicePath());
+        process.setProcessEnvironment(env);
+        process.start(QStringLiteral(BULKSMS_EXECUTABLE), arguments);
+        EXPECT_TRUE(process.waitForFinished(120000));
+        exitCode = process.exitCode();
+        errors = QString::fromUtf8(process.readAllStandardError());
+        return QString::fromUtf8(process.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
+    }
+    void write(const QString& path, const QByteArray& bytes) {
+        QFile f(path);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(bytes);
+    }
+    QByteArray read(const QString& path) {
+        QFile f(path);
+        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<unreadable>");
+    }
+    static QString utf16(const QByteArray& bytes) {
+        return QString(reinterpret_cast<const QChar*>(bytes.constData()), bytes.size() / 2);
+    }
+
+    QTemporaryDir home;
+    QString data;
+    QString errors;
+    std::unique_ptr<sim::VirtualModem> modem;
+};
+
+TEST_F(StoredListsCommandLineTest, AnAppliedListKeepsItsNumbersOffTheNetworkAndTheReportSaysSo) {
+    write(data + "/Exclusion/ExListIndex.OSTREL", "Staff\nUnused\n");
+    write(data + "/Exclusion/Staff.OSTREL", "+447700900002\n");
+    write(data + "/Exclusion/Unused.OSTREL", "+447700900003\n");
+    write(data + "/AppExclusion.OSTREL", "Staff\n");
+    const QString report = home.path() + "/report.html";
+    int exitCode = -1;
+    const QStringList lines = run({"send", "--to", "+447700900001", "--to", "+447700900002", "--to",
+                                   "+447700900003", "--message", "Hi <all> & \"you\"", "--exclusion",
+                                   "--save-sent-items", "--save-templates", "--report", report},
+                                  exitCode);
+    EXPECT_EQ(exitCode, 0) << errors.toStdString(); // an excluded recipient is no failure
+    ASSERT_GE(lines.size(), 4) << errors.toStdString();
+    QStringList received;
+    for (const auto& r : modem->received())
+        received << r.number;
+    received.sort();
+    EXPECT_EQ(received, (QStringList{"+447700900001", "+447700900003"}));
+
+    const QString html = utf16(read(report));
+    EXPECT_TRUE(html.contains("<td>+447700900002</td>"));
+    EXPECT_TRUE(html.contains("<td>Excluded.</td>"));
+    EXPECT_TRUE(html.contains("Hi&nbsp;&lt;all&gt;&nbsp;&amp;&nbsp;&quot;you&quot;"));
+    EXPECT_EQ(html.count(QChar(QChar::ByteOrderMark)), 4); // heading and three items
+
+    EXPECT_EQ(read(data + "/Templates.OSTREL"), "Hi <all> & \"you\"\n");
+    EXPECT_EQ(QFile(data + "/SentItem.OSTREL").permissions() & (QFile::ReadOther | QFile::WriteOther), 0);
+}
+
+TEST_F(StoredListsCommandLineTest, StoresExportByExtensionAndFilter) {
+    write(data + "/SentItem.OSTREL",
+          "\a111\vFirst\a01/02/2025\vMessage sent successfully.\n\a222\vSecond\a01/02/2025\vStopped.\n");
+    write(data + "/Templates.OSTREL", "One|AP*|DX/two\nThree\n");
+    int exitCode = -1;
+    const QString sent = home.path() + "/unsent.txt";
+    EXPECT_EQ(run({"sent-items", "--export", sent, "--filter", "unsent"}, exitCode),
+              QStringList{"1 sent items written to " + sent});
+    EXPECT_EQ(exitCode, 0);
+    const QString text = utf16(read(sent));
+    EXPECT_TRUE(text.contains("Number\t: 222"));
+    EXPECT_FALSE(text.contains("Number\t: 111"));
+
+    const QString book = home.path() + "/templates.xlsx";
+    run({"templates", "--export", book}, exitCode);
+    EXPECT_EQ(exitCode, 0) << errors.toStdString();
+    qputenv("BULKSMS_RESOURCES", QFile::encodeName(QStringLiteral(BULKSMS_RESOURCES_DIR)));
+    SpreadsheetWriter::ReadWorkbook(book, true);
+    ASSERT_FALSE(SpreadsheetWriter::Read_Sheet_Name().isEmpty());
+    Excel_Sheet_Number = 1;
+    SpreadsheetWriter::ReadData_only_column();
+    EXPECT_EQ(SpreadsheetWriter::ReadWorkbook(book, false),
+              (SpreadsheetData{{"Template Message"}, {"One\ntwo"}, {"Three"}}));
+
+    run({"templates", "--export", home.path() + "/t.pdf"}, exitCode);
+    EXPECT_EQ(exitCode, 2);
+}
+
+TEST_F(StoredListsCommandLineTest, AnUnknownCommandPrintsTheUsage) {
+    int exitCode = -1;
+    EXPECT_TRUE(run({"sent-itms"}, exitCode).isEmpty());
+    EXPECT_EQ(exitCode, 2);
+    EXPECT_TRUE(errors.contains("unknown command \"sent-itms\"")) << errors.toStdString();
+    EXPECT_TRUE(errors.contains("sent-items")) << errors.toStdString();
+}
+
+} // namespace

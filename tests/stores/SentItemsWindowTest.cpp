@@ -1,0 +1,150 @@
+#include "StoreWindowsFixture.h"
+#include "core/FileUtils.h"
+#include "list/Load_Num_Info.h"
+#include "stores/ExportDialogs.h"
+#include "stores/SentItemFile.h"
+#include "stores/Sent_Items.h"
+
+#include <QFileInfo>
+
+namespace {
+
+class SentItemsTest : public StoreWindowsTest {
+protected:
+    void SetUp() override {
+        StoreWindowsTest::SetUp();
+        ASSERT_TRUE(writeSentItemsFile(SentItem_File_Path,
+                                       {{"111", "Hello\nthere", "01/02/2025", "Message sent successfully."},
+                                        {"222", "Second", "01/02/2025", "+CMS ERROR: 38"},
+                                        {"333", "Third", "02/02/2025", "Stopped."}}));
+        ASSERT_TRUE(writeSentItemsFile(SentItemAnd_File_Path, {{"444", "Android one", "03/02/2025", ""}}));
+    }
+    Sent_Items& loaded() {
+        window.startLoading();
+        window.waitForLoading();
+        EXPECT_TRUE(spinUntil([&] { return !window.loading(); }));
+        return window;
+    }
+    Sent_Items window{op};
+};
+
+TEST_F(SentItemsTest, LoadsTheActiveKindsFileAndShowsDetails) {
+    loaded();
+    EXPECT_TRUE(window.isGsm());
+    ASSERT_EQ(window.nsSendListData().size(), 3);
+    EXPECT_EQ(window.countLabel(), "Total Items : 3");
+    window.setSelectedRows({0, 2});
+    EXPECT_EQ(window.detailsText(), "Number\t: 111\r\n\r\nMessage\t: Hello\nthere\r\n\r\nDate\t\t: "
+                                    "01/02/2025\r\n\r\nStatus\t: Message sent successfully.");
+
+    gsm_and_none = 2;
+    loaded();
+    EXPECT_FALSE(window.isGsm());
+    ASSERT_EQ(window.nsSendListData().size(), 1);
+    window.setSelectedRows({0});
+    EXPECT_EQ(window.detailsText(),
+              "Number\t: 444\r\n\r\nMessage\t: Android one\r\n\r\nDate\t\t: 03/02/2025");
+}
+
+TEST_F(SentItemsTest, ClearSelectedReachesTheFileOnlyAtClose) {
+    loaded();
+    const QByteArray before = readAll(SentItem_File_Path);
+    window.setSelectedRows({0, 1});
+    window.Clear_Sel_Btn();
+    EXPECT_EQ(window.nsSendListData().size(), 1);
+    EXPECT_EQ(readAll(SentItem_File_Path), before);
+    window.Close_Btn();
+    EXPECT_EQ(readAll(SentItem_File_Path), "\a333\vThird\a02/02/2025\vStopped.\n");
+    EXPECT_EQ(permissionsOf(SentItem_File_Path), 0600u);
+
+    loaded();
+    const QByteArray same = readAll(SentItem_File_Path);
+    window.Close_Btn(); // no change: the same bytes
+    EXPECT_EQ(readAll(SentItem_File_Path), same);
+}
+
+TEST_F(SentItemsTest, OperatorErrorsAndClearAll) {
+    loaded();
+    window.Clear_Sel_Btn();
+    window.Send_To_Main_Btn();
+    op.answerNo();
+    window.Clear_All_Btn();
+    EXPECT_EQ(window.nsSendListData().size(), 3);
+    op.answerYes();
+    window.Clear_All_Btn();
+    EXPECT_TRUE(window.nsSendListData().isEmpty());
+    EXPECT_TRUE(QFileInfo::exists(SentItem_File_Path));
+    EXPECT_EQ(QFileInfo(SentItem_File_Path).size(), 0);
+    window.Export_Btn();
+    window.Clear_All_Btn();
+    EXPECT_EQ(op.alerts(), (QStringList{"\n" + kSelectSentItem, "\n" + kSelectSentItem,
+                                        "\n" + kSentItemsEmpty, "\n" + kSentItemsEmpty}));
+    EXPECT_EQ(op.questions(), (QStringList{kClearEntireList, kClearEntireList}));
+}
+
+TEST_F(SentItemsTest, SendBackInsertsOnTopOrShowsTheSummary) {
+    loaded();
+    window.setSelectedRows({0, 2});
+    window.Send_To_Main_Btn();
+    EXPECT_EQ(gsm->numbers(), (QStringList{"333", "111"}));
+    EXPECT_EQ(gsm->list().at(1).value("Message"), "Hello\nthere");
+
+    gsm->setSkipDuplicates(true);
+    op.onModal<Load_Num_Info>([](Load_Num_Info& d) { d.NoPressed(); });
+    window.Send_To_Main_Btn(); // both numbers are there already
+    EXPECT_EQ(gsm->numbers(), (QStringList{"333", "111"}));
+    const QStringList alerts = op.alerts();
+    ASSERT_EQ(alerts.size(), 2);
+    EXPECT_EQ(alerts[0], "\nSelected sent items inserted in SMS Composer successfully.");
+    EXPECT_TRUE(alerts[1].contains("Skipped due to user settings = 2")) << alerts[1].toStdString();
+}
+
+TEST_F(SentItemsTest, ExportFiltersAndAddsTheExtension) {
+    loaded();
+    op.onModal<Status_Export_Option>([](Status_Export_Option& d) {
+          d.Export_Sent_RD();
+          d.OKPressed();
+      })
+        .onModal<Export_Option>([](Export_Option& d) {
+            d.Export_In_Text_RD();
+            d.OKPressed();
+        })
+        .chooseFile(path("sent"))
+        .onModal<Open_Export_Log>([](Open_Export_Log& d) { d.OKPressed(); });
+    window.Export_Btn();
+    ASSERT_TRUE(QFileInfo::exists(path("sent.txt")));
+    const QByteArray bytes = readAll(path("sent.txt"));
+    const QString text(reinterpret_cast<const QChar*>(bytes.constData()), bytes.size() / 2);
+    EXPECT_TRUE(text.contains("Number\t: 111"));
+    EXPECT_FALSE(text.contains("Number\t: 222"));
+    EXPECT_EQ(Export_File_Path, path("sent.txt"));
+    EXPECT_EQ(op.events().last().kind, ScriptedOperator::Kind::OpenWith);
+}
+
+TEST_F(SentItemsTest, AFilterWithNothingInItsGroupStaysOpen) {
+    ASSERT_TRUE(writeSentItemsFile(SentItem_File_Path, {{"1", "m", "d", "Stopped."}}));
+    loaded();
+    op.onModal<Status_Export_Option>([](Status_Export_Option& d) {
+        d.Export_Sent_RD();
+        d.OKPressed();
+        EXPECT_FALSE(d.isEnded());
+        EXPECT_EQ(Status_EXPORT_MODE, 3);
+        d.CancelPressed();
+    });
+    window.Export_Btn();
+    EXPECT_EQ(op.alerts(), QStringList{"\n" + kNoItemForExportOption});
+}
+
+TEST_F(SentItemsTest, AnUnwritableExportSaysSo) {
+    loaded();
+    gsm_and_none = 2; // Android: no filter
+    loaded();
+    op.onModal<Export_Option>([](Export_Option& d) {
+          d.Export_In_Html_RD();
+          d.OKPressed();
+      }).chooseFile(path("missing-folder/report.html"));
+    window.Export_Btn();
+    EXPECT_EQ(op.alerts(), QStringList{"\n" + kErrorInFileAccessing});
+}
+
+} // namespace

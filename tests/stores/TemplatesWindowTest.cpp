@@ -1,0 +1,148 @@
+#include "StoreWindowsFixture.h"
+#include "core/FileUtils.h"
+#include "stores/ExportDialogs.h"
+#include "stores/TemplateFile.h"
+#include "stores/Templates.h"
+#include "stores/UpdateTemp.h"
+
+namespace {
+
+class TemplatesTest : public StoreWindowsTest {
+protected:
+    Templates& loaded(const QByteArray& file) {
+        EXPECT_TRUE(writeFileAtomically(Templates_File_Path, file));
+        window.startLoading();
+        window.waitForLoading();
+        EXPECT_TRUE(spinUntil([&] { return !window.loading(); }));
+        return window;
+    }
+    Templates window{op};
+};
+
+TEST_F(TemplatesTest, LoadingSkipsBlankAndRepeatedLinesAndRestoresLineFeeds) {
+    loaded("Hello|AP*|DX/World\n\nHello|AP*|DX/World\n  Spaced  \nSpaced\n");
+    EXPECT_EQ(window.templates(), (QStringList{"Hello\nWorld", "Spaced"}));
+    EXPECT_EQ(window.countLabel(), "Total Items : 2");
+}
+
+TEST_F(TemplatesTest, EditorAddsUpdatesAndRefusesDuplicates) {
+    loaded("First\nSecond\n");
+    op.onModal<UpdateTemp>([](UpdateTemp& d) {
+          EXPECT_EQ(d.title(), "Add Templates");
+          d.setText("  First ");
+          d.OKPressed(); // a duplicate after trimming
+          EXPECT_FALSE(d.isEnded());
+          d.setText(QString(2000, 'x'));
+          EXPECT_EQ(d.counterText(), "1600 Characters");
+          d.OKPressed();
+      })
+        .onModal<UpdateTemp>([](UpdateTemp& d) {
+            EXPECT_EQ(d.title(), "Update Templates");
+            EXPECT_EQ(d.text(), "Second");
+            d.OKPressed(); // unchanged: accepted
+        })
+        .onModal<UpdateTemp>([](UpdateTemp& d) {
+            d.setText("First");
+            d.OKPressed();
+            EXPECT_FALSE(d.isEnded());
+            d.setText(" ");
+            d.OKPressed();
+            d.setText("Second, edited");
+            d.OKPressed();
+        });
+    window.Add_Btn();
+    window.setSelectedRows({1});
+    window.Update_Btn();
+    window.Update_Btn();
+    EXPECT_EQ(window.templates(), (QStringList{"First", "Second, edited", QString(1600, 'x')}));
+    EXPECT_EQ(op.alerts(), (QStringList{"\n" + kTemplateExists, "\n" + kTemplateExists,
+                                        "\nPlease type template message."}));
+    EXPECT_EQ(window.editor().counterText(), "0 Characters");
+
+    window.Close_Btn();
+    EXPECT_EQ(readAll(Templates_File_Path), "First\nSecond, edited\n" + QByteArray(1600, 'x') + "\n");
+}
+
+TEST_F(TemplatesTest, SelectionRules) {
+    loaded("");
+    window.Update_Btn();
+    window.Delete_Sel_Btn();
+    window.Delete_All_Btn();
+    window.Use_Template_Btn();
+    loaded("a\nb\n");
+    window.Update_Btn();
+    window.setSelectedRows({0, 1});
+    window.Update_Btn();
+    window.Use_Template_Btn();
+    EXPECT_EQ(op.alerts(), (QStringList{"\nTemplates number list is empty.", "\n" + kTemplatesListEmpty,
+                                        "\nTemplates items list is empty.", "\n" + kTemplatesListEmpty,
+                                        "\n" + kSelectTemplate, "\nPlease select only one record to update.",
+                                        "\nPlease select only one record."}));
+}
+
+TEST_F(TemplatesTest, UseTemplateReplacesTheComposerSelectionWithinTheLimit) {
+    loaded(QByteArray(100, 't') + "\nshort\n");
+    gsm->setComposerText("Dear NAME, hello");
+    window.setSelectedRows({1});
+    window.setComposerSelection(5, 4);
+    window.Use_Template_Btn();
+    EXPECT_EQ(gsm->composerText(), "Dear short, hello");
+
+    gsm->setComposerText(QString(1550, 'c'));
+    window.setSelectedRows({0});
+    window.setComposerSelection(-1, 0);
+    op.answerNo();
+    window.Use_Template_Btn();
+    EXPECT_EQ(gsm->composerText().size(), 1550);
+    op.answerYes();
+    window.Use_Template_Btn();
+    EXPECT_EQ(gsm->composerText(), QString(1550, 'c') + QString(50, 't'));
+    EXPECT_EQ(gsm->characterCounterText(), "1600 Characters");
+    ASSERT_EQ(op.questions().size(), 2);
+    EXPECT_TRUE(op.questions()[0].startsWith("Maximum characters limit is 1600.\r\n\r\n"));
+}
+
+TEST_F(TemplatesTest, ImportsTextAndCsvAndReportsAllDuplicates) {
+    loaded("");
+    writeFile("t.txt", "One\r\n" + QByteArray(2000, 'L') + "\nOne\n");
+    writeFile("t.csv", "a,b\nc,d\r");
+    op.chooseFile(path("t.txt")).chooseFile(path("t.txt")).chooseFile(path("t.csv"));
+    window.Import_Btn();
+    EXPECT_EQ(window.templates(), (QStringList{"One", QString(1600, 'L')}));
+    window.Import_Btn(); // everything already there
+    window.Import_Btn();
+    EXPECT_EQ(window.templates().mid(2), (QStringList{"a", "b\nc", "d"}));
+    EXPECT_EQ(op.alerts(), QStringList{"\n" + kTemplateImportFailed});
+}
+
+TEST_F(TemplatesTest, RtfIsReducedToItsTextAndAMissingFileIsRefused) {
+    loaded("");
+    writeFile("t.rtf", "{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 Meeting at {\\b five}\\par See you\\par}");
+    op.chooseFile(path("t.rtf")).chooseFile(path("absent.txt"));
+    window.Import_Btn();
+    EXPECT_EQ(window.templates(), (QStringList{"Meeting at five", "See you"}));
+    window.Import_Btn();
+    EXPECT_EQ(op.alerts(), QStringList{"\nPlease select a valid file."});
+}
+
+TEST_F(TemplatesTest, ATextExportImportsBackToNothingNew) {
+    loaded("One two\nThree\n");
+    op.onModal<Export_Option>([](Export_Option& d) { d.OKPressed(); })
+        .chooseFile(path("templates.txt"))
+        .onModal<Open_Export_Log>([](Open_Export_Log& d) { d.CancelPressed(); })
+        .chooseFile(path("templates.txt"));
+    window.Export_Btn();
+    window.Import_Btn();
+    EXPECT_EQ(window.templates(), (QStringList{"One two", "Three"}));
+    EXPECT_EQ(op.alerts(), QStringList{"\n" + kTemplateImportFailed});
+}
+
+TEST_F(TemplatesTest, DeleteAllEmptiesTheFileAtOnce) {
+    loaded("a\nb\n");
+    op.answerYes();
+    window.Delete_All_Btn();
+    EXPECT_TRUE(window.templates().isEmpty());
+    EXPECT_EQ(readAll(Templates_File_Path), "");
+}
+
+} // namespace

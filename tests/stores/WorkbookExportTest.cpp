@@ -1,0 +1,125 @@
+// Workbook exports read back by our own reader and, when it is installed, by LibreOffice.
+#include "StoreWindowsFixture.h"
+#include "sheets/SheetState.h"
+#include "sheets/SpreadsheetWriter.h"
+#include "stores/ExportFile.h"
+#include "stores/ExportFormats.h"
+#include "stores/SentItemFile.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QProcess>
+#include <QStandardPaths>
+
+namespace {
+
+const QList<ReportItem> kItems = {
+    {"+447700900001", "Hello <b>&</b>\nsecond line", "Done (ttyUSB0)", "Message sent successfully."},
+    {"00441234",
+     QString::fromUtf8("\xE2\x82\xAC \xD0\x9F\xD1\x80\xD0\xB8\xD0\xB2\xD0\xB5\xD1\x82 \xF0\x9F\x98\x80"),
+     "Stopped", "Stopped."},
+    {"5550100", "=1+1", "Done (ttyUSB1)", "+CMS ERROR: 38"},
+};
+
+SpreadsheetData readBack(const QString& workbook) {
+    SpreadsheetWriter::ReadWorkbook(workbook, true);
+    if (SpreadsheetWriter::Read_Sheet_Name().isEmpty())
+        return {{"<no sheet>"}};
+    Excel_Sheet_Number = 1;
+    SpreadsheetWriter::ReadData_only_column();
+    return SpreadsheetWriter::ReadWorkbook(workbook, false);
+}
+
+// RFC 4180 fields: quoted fields may hold commas, quotes and line breaks.
+SpreadsheetData parseCsv(const QString& text) {
+    SpreadsheetData rows;
+    QStringList row;
+    QString field;
+    bool quoted = false;
+    for (int i = 0; i < text.size(); ++i) {
+        const QChar c = text[i];
+        if (quoted) {
+            if (c == '"' && i + 1 < text.size() && text[i + 1] == '"') {
+                field += '"';
+                ++i;
+            } else if (c == '"') {
+                quoted = false;
+            } else {
+                field += c;
+            }
+        } else if (c == '"') {
+            quoted = true;
+        } else if (c == ',') {
+            row << field;
+            field.clear();
+        } else if (c == '\n' || c == '\r') {
+            if (c == '\r' && i + 1 < text.size() && text[i + 1] == '\n')
+                ++i;
+            row << field;
+            field.clear();
+            rows << row;
+            row.clear();
+        } else {
+            field += c;
+        }
+    }
+    if (!field.isEmpty() || !row.isEmpty())
+        rows << (row << field);
+    return rows;
+}
+
+TEST_F(StoreWindowsTest, WorkbookExportsReadBackCellForCell) {
+    const QString report = path("report.xlsx");
+    ASSERT_TRUE(writeSendingReport(report, ExportFormat::Xlsx, kItems));
+    EXPECT_EQ(readBack(report), sendingReportRows(kItems));
+
+    const QString templates = path("templates.xlsx");
+    const QStringList texts = {"One", "Two\nlines", QString(1600, 'x')};
+    ASSERT_TRUE(writeExportWorkbook(templates, templatesRows(texts)));
+    EXPECT_EQ(readBack(templates), templatesRows(texts));
+}
+
+TEST_F(StoreWindowsTest, WorkbookExportsOpenInLibreOfficeWithTheSameCells) {
+    const QString soffice = QStandardPaths::findExecutable("soffice");
+    if (soffice.isEmpty())
+        GTEST_SKIP() << "LibreOffice (soffice) is not installed; the read-back by LibreOffice is not checked";
+    const QList<SentItem> sent = {
+        {"+447700900001", "Line one\nline two", "23/11/2026", "Message sent successfully."},
+        {"5550100", "<&>", "23/11/2026", "Stopped."}};
+    const QList<QPair<QString, SpreadsheetData>> books = {
+        {"report", sendingReportRows(kItems)},
+        {"sent", sentItemsRows(sent, true)},
+        {"sentAndroid", sentItemsRows(sent, false)},
+        {"templates", templatesRows({"One", "Two\nlines", QString(1600, 'x')})},
+        {"exclusion", exclusionNumbersRows({"+442079460958", "00441234"})},
+        {"contacts", contactListRows({{"+447700900001", "Hi \"there\", you"}, {"5550100", ""}})},
+    };
+    QStringList arguments = {
+        "-env:UserInstallation=file://" + path("lo-profile"), "--headless", "--convert-to",
+        "csv:Text - txt - csv (StarCalc):44,34,76",           "--outdir",   path("csv")};
+    for (const auto& [name, rows] : books) {
+        ASSERT_TRUE(writeExportWorkbook(path(name + ".xlsx"), rows)) << name.toStdString();
+        arguments << path(name + ".xlsx");
+    }
+    QDir().mkpath(path("csv"));
+    QProcess convert;
+    convert.start(soffice, arguments);
+    ASSERT_TRUE(convert.waitForFinished(300000)) << "soffice did not finish";
+    for (const auto& [name, rows] : books) {
+        const QByteArray csv = readAll(path("csv/" + name + ".csv"));
+        ASSERT_NE(csv, "<unreadable>")
+            << name.toStdString() << ": " << convert.readAllStandardError().toStdString();
+        SpreadsheetData cells = parseCsv(QString::fromUtf8(csv));
+        // LibreOffice writes an empty last cell as nothing; our rows keep it.
+        SpreadsheetData expected = rows;
+        for (QStringList& row : expected)
+            while (row.size() > 1 && row.last().isEmpty())
+                row.removeLast();
+        for (QStringList& row : cells)
+            while (row.size() > 1 && row.last().isEmpty())
+                row.removeLast();
+        EXPECT_EQ(cells, expected) << name.toStdString();
+    }
+}
+
+} // namespace
