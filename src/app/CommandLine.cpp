@@ -169,7 +169,7 @@ int runSend(const QStringList& arguments) {
                                         QStringLiteral("Pause after every N messages."), QStringLiteral("N"));
     const QCommandLineOption pauseFor(
         QStringLiteral("pause-for"),
-        QStringLiteral("Pause length, as the window offers it (\"10 Seconds\", \" 2  Minutes\")."),
+        QStringLiteral("Pause length, one of the window's entries (\"10 Seconds\", \"2 Minutes\", ...)."),
         QStringLiteral("length"));
     const QCommandLineOption saveSent(QStringLiteral("save-sent-items"),
                                       QStringLiteral("Log every message in the sent items."));
@@ -177,7 +177,8 @@ int runSend(const QStringList& arguments) {
                                            QStringLiteral("Keep the message as a template."));
     const QCommandLineOption yes(QStringLiteral("yes"), QStringLiteral("Answer Yes to every question."));
     const QCommandLineOption dryRun(QStringLiteral("dry-run"),
-                                    QStringLiteral("Print the final list without opening any device."));
+                                    QStringLiteral("Print the final list without opening any device (and, on standard error, what "
+                                                   "it costs in SMS parts)."));
     const QCommandLineOption report(
         QStringLiteral("report"),
         QStringLiteral("At the end, write the run's report (.txt, .html or .xlsx)."), QStringLiteral("file"));
