@@ -176,9 +176,10 @@ int runSend(const QStringList& arguments) {
     const QCommandLineOption saveTemplates(QStringLiteral("save-templates"),
                                            QStringLiteral("Keep the message as a template."));
     const QCommandLineOption yes(QStringLiteral("yes"), QStringLiteral("Answer Yes to every question."));
-    const QCommandLineOption dryRun(QStringLiteral("dry-run"),
-                                    QStringLiteral("Print the final list without opening any device (and, on standard error, what "
-                                                   "it costs in SMS parts)."));
+    const QCommandLineOption dryRun(
+        QStringLiteral("dry-run"),
+        QStringLiteral("Print the final list without opening any device (and, on standard error, what "
+                       "it costs in SMS parts)."));
     const QCommandLineOption report(
         QStringLiteral("report"),
         QStringLiteral("At the end, write the run's report (.txt, .html or .xlsx)."), QStringLiteral("file"));
