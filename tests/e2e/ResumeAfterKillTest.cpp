@@ -78,6 +78,8 @@ TEST_F(ResumeAfterKillTest, EveryRecipientOnceWhateverMomentTheRunIsKilled) {
                     return true;
             return false;
         };
+        constexpr int kKillsPerRun = 6; // then the run is let come to its end
+        int killsThisRun = 0;
         for (int attempt = 0; attempt < 40; ++attempt) {
             // Without a journal the run either had not begun (nothing reached the network: the
             // operator starts it again) or had come to its end.
@@ -86,15 +88,15 @@ TEST_F(ResumeAfterKillTest, EveryRecipientOnceWhateverMomentTheRunIsKilled) {
                 break;
             auto process =
                 start(begun ? QStringList{"send", "--resume", "--resend-unknown", "--yes"} : arguments);
-            const bool kill = kills < kKills;
-            if (kill) {
+            if (kills < kKills && killsThisRun < kKillsPerRun) {
                 QThread::msleep(QRandomGenerator::global()->bounded(50, 900));
                 if (process->state() == QProcess::Running) {
                     ::kill(pid_t(process->processId()), SIGKILL);
                     ++kills;
+                    ++killsThisRun;
                 }
             }
-            ASSERT_TRUE(process->waitForFinished(60000));
+            ASSERT_TRUE(process->waitForFinished(120000));
             const QString errors = QString::fromUtf8(process->readAllStandardError());
             for (const QString& line : errors.split('\n'))
                 if (line.contains("Unknown (may have been sent)"))
