@@ -300,10 +300,15 @@ CommandResult ModemCommands::messaging(const AtCommand& command, const ModemBeha
     }
     if (name == u"+CNMI") {
         if (kind == Kind::Read)
-            return ok({QStringLiteral("+CNMI: 0,0,0,0,0")});
+            return ok({QStringLiteral("+CNMI: 0,0,0,%1,0").arg(m_settings.cnmiDs)});
         if (kind == Kind::Test)
             return ok({QStringLiteral("+CNMI: (0-2),(0-3),(0,2),(0-2),(0,1)")});
-        return ok();
+        int ds = 0;
+        if (kind == Kind::Set && (command.value(3).isEmpty() || numberIn(command.value(3), 0, 2, &ds))) {
+            m_settings.cnmiDs = ds;
+            return ok();
+        }
+        return failure(cmsError(303));
     }
     if (name == u"+CPMS") {
         if (kind == Kind::Read)

@@ -20,7 +20,8 @@ struct ModemSettings {
     int cmms = 0;
     int cfun = 1;
     int creg = 0;
-    QString smsc; // the service centre in use ("+CSCA")
+    int cnmiDs = 0; // 1: status reports go straight to the computer as "+CDS"
+    QString smsc;   // the service centre in use ("+CSCA")
 };
 
 struct CommandResult {

@@ -42,6 +42,14 @@ struct ModemBehaviour {
     // as from a modem whose network answered after the computer stopped waiting.
     bool lateCmgsAnswers = false;
 
+    // Status reports, for messages that ask for one while the computer has them routed to it
+    // ("AT+CNMI=...,1,..."): sent this long after the message was accepted (scaled clock),
+    // with TP-ST from deliveryStatusForNumber (0, delivered, when not listed); numbers in
+    // noStatusReportFor never get one, as when a network loses it.
+    int statusReportDelayMs = 1000;
+    QMap<QString, int> deliveryStatusForNumber;
+    QStringList noStatusReportFor;
+
     // Unsolicited result codes ("^RSSI: 14", "+CREG: 1", "RING") sent as lines of their own
     // ahead of every answer, as modems report signal and registration between answers.
     QStringList unsolicited;

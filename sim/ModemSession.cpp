@@ -1,5 +1,8 @@
 #include "ModemSession.h"
 
+#include "StatusReport.h"
+#include "core/Clock.h"
+
 #include "Gsm7Decoder.h"
 #include "TextCharset.h"
 #include "core/Log.h"
@@ -13,6 +16,7 @@ constexpr char kCarriageReturn = '\r';
 constexpr char kLineFeed = '\n';
 constexpr char kBackspace = '\b';
 constexpr char kCtrlZ = 0x1A;
+constexpr int kStatusReportRequest = 0x20; // TP-SRR in the first octet of a message
 constexpr char kEscape = 0x1B;
 const QByteArray kPrompt = QByteArrayLiteral("\r\n> ");
 
@@ -243,7 +247,7 @@ void ModemSession::submitPdu(const ModemBehaviour& behaviour) {
     part.dcs = pdu.dcs;
     part.pduHex = QStringList{hex};
     part.totalParts = pdu.concatenation.total;
-    accept(part, pdu.concatenation, behaviour);
+    accept(part, pdu.concatenation, behaviour, (pdu.firstOctet & kStatusReportRequest) != 0);
 }
 
 void ModemSession::submitText(const ModemBehaviour& behaviour) {
@@ -281,19 +285,46 @@ void ModemSession::submitText(const ModemBehaviour& behaviour) {
     message.smsc = m_settings.smsc;
     message.mode = QStringLiteral("TEXT");
     message.dcs = dcs;
-    accept(message, Concatenation{}, behaviour);
+    accept(message, Concatenation{}, behaviour, (m_settings.csmpFirstOctet & kStatusReportRequest) != 0);
 }
 
 void ModemSession::accept(const ReceivedMessage& part, const Concatenation& concatenation,
-                          const ModemBehaviour& behaviour) {
+                          const ModemBehaviour& behaviour, bool reportRequested) {
     if (!m_line.waitForNetwork(std::chrono::milliseconds(behaviour.networkDelayMs)))
         return;
     m_messageReference = (m_messageReference + 1) % 256;
     m_line.acceptedPart(part, concatenation);
     sendNetworkAnswer({QStringLiteral("+CMGS: %1").arg(m_messageReference)}, QStringLiteral("OK"), behaviour);
+    if (reportRequested && m_settings.cnmiDs == 1 && !behaviour.noStatusReportFor.contains(part.number))
+        m_owedReports.push_back({std::chrono::steady_clock::now() +
+                                     Clock::scaled(std::chrono::milliseconds(behaviour.statusReportDelayMs)),
+                                 m_messageReference, part.number,
+                                 behaviour.deliveryStatusForNumber.value(part.number, 0),
+                                 QDateTime::currentDateTimeUtc()});
     ++m_acceptedParts;
     if (behaviour.unplugAfterParts >= 0 && m_acceptedParts >= behaviour.unplugAfterParts)
         m_line.hangUp();
+}
+
+std::optional<std::chrono::steady_clock::time_point> ModemSession::nextDue() const {
+    std::optional<std::chrono::steady_clock::time_point> next;
+    for (const OwedReport& report : m_owedReports)
+        if (!next || report.due < *next)
+            next = report.due;
+    return next;
+}
+
+void ModemSession::releaseDue() {
+    const auto now = std::chrono::steady_clock::now();
+    for (auto it = m_owedReports.begin(); it != m_owedReports.end();) {
+        if (it->due > now) {
+            ++it;
+            continue;
+        }
+        m_line.answer(StatusReport::unsolicited(m_settings.cmgf == 0, it->reference, it->recipient,
+                                                it->status, it->submitted, QDateTime::currentDateTimeUtc()));
+        it = m_owedReports.erase(it);
+    }
 }
 
 } // namespace sim

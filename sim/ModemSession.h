@@ -8,10 +8,13 @@
 #include "PduDecoder.h"
 
 #include <QByteArray>
+#include <QDateTime>
 #include <QString>
 
 #include <chrono>
 #include <functional>
+#include <optional>
+#include <vector>
 
 namespace sim {
 
@@ -34,6 +37,10 @@ public:
 
     void feed(const QByteArray& bytes);
 
+    // Output the modem owes later (status reports): when the next is due, and sending what is.
+    std::optional<std::chrono::steady_clock::time_point> nextDue() const;
+    void releaseDue();
+
     const ModemSettings& settings() const { return m_settings; }
 
     // Longest command line or message input kept; longer input is cut off, as modem
@@ -49,7 +56,7 @@ private:
     void submitPdu(const ModemBehaviour& behaviour);
     void submitText(const ModemBehaviour& behaviour);
     void accept(const ReceivedMessage& part, const Concatenation& concatenation,
-                const ModemBehaviour& behaviour);
+                const ModemBehaviour& behaviour, bool reportRequested);
     void refuse(int cmsCode, const ModemBehaviour& behaviour, bool afterNetwork);
     void sendFinal(const QStringList& information, const QString& final);
     // The answer of a message that went to the network: sent now, or held for the next
@@ -76,6 +83,14 @@ private:
     int m_acceptedParts = 0;
     int m_submissions = 0;   // messages and parts handed over, refused or not
     QByteArray m_lateAnswer; // a held network answer (lateCmgsAnswers)
+    struct OwedReport {
+        std::chrono::steady_clock::time_point due;
+        int reference = 0;
+        QString recipient;
+        int status = 0;
+        QDateTime submitted;
+    };
+    std::vector<OwedReport> m_owedReports;
 };
 
 } // namespace sim

@@ -158,7 +158,15 @@ void VirtualModem::Line::serve(std::stop_token stop) {
     while (!stopping() && !m_hangUpRequested) {
         pollfd fds[3] = {
             {m_pty.master(), POLLIN, 0}, {m_wake, POLLIN, 0}, {m_pty.openCloseEvents(), POLLIN, 0}};
-        if (::poll(fds, 3, -1) < 0) {
+        // Output the modem owes (status reports) wakes the poll when it is due.
+        int timeoutMs = -1;
+        if (const auto due = m_session->nextDue())
+            timeoutMs = int(std::clamp<qint64>(
+                std::chrono::ceil<std::chrono::milliseconds>(*due - std::chrono::steady_clock::now()).count(),
+                0, 60000));
+        const int ready = ::poll(fds, 3, timeoutMs);
+        m_session->releaseDue();
+        if (ready < 0) {
             if (errno == EINTR)
                 continue;
             Show_NSLog_Message(

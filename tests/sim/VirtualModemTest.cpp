@@ -63,6 +63,43 @@ TEST(VirtualModemLine, SubmitsAPduAndRecordsWhatTheNetworkReceived) {
     EXPECT_EQ(logged.at(0).pduHex, received.at(0).pduHex);
 }
 
+TEST(VirtualModemLine, StatusReportsFollowMessagesThatAskForThemWhenRoutedHere) {
+    sim::ModemBehaviour behaviour = quietBehaviour();
+    behaviour.statusReportDelayMs = 50;
+    behaviour.deliveryStatusForNumber.insert("+12345", 0x41); // failed: the number is unknown
+    behaviour.noStatusReportFor << "999";
+    VirtualModem modem({}, behaviour);
+    ASSERT_TRUE(modem.start());
+    PtyClient client(modem.devicePath());
+    // Without the routing no report comes.
+    client.command("AT+CMGS=12\r");
+    client.command(QByteArray("00310005912143F50000FF0141\x1a\r\n"));
+    EXPECT_FALSE(client.readFor(std::chrono::milliseconds(300)).contains("+CDS"));
+    EXPECT_EQ(client.command("AT+CNMI=2,1,0,1,0\r"), QByteArray("\r\nOK\r\n"));
+    // PDU mode: "+CDS: <length>" and the report, with TP-MR 2 and TP-ST 41.
+    client.command("AT+CMGS=12\r");
+    client.command(QByteArray("00310005912143F50000FF0141\x1a\r\n"));
+    const QByteArray pduReport =
+        client.readUntil("\r\n", std::chrono::seconds(5)) + client.readFor(std::chrono::milliseconds(300));
+    ASSERT_TRUE(pduReport.contains("+CDS: 22\r\n000602")) << pduReport.constData();
+    EXPECT_TRUE(pduReport.trimmed().endsWith("41")) << pduReport.constData();
+    // A message without the request (first octet 11) gets none; nor does a number whose report is lost.
+    client.command("AT+CMGS=12\r");
+    client.command(QByteArray("00110005912143F50000FF0141\x1a\r\n"));
+    client.command("AT+CMGS=11\r");
+    client.command(QByteArray("0031000381"
+                              "99F9"
+                              "0000FF0141\x1a\r\n"));
+    EXPECT_FALSE(client.readFor(std::chrono::milliseconds(300)).contains("+CDS"));
+    // Text mode: the report's fields on one line.
+    client.command("AT+CMGF=1\r");
+    client.command("AT+CSMP=49,167,0,0\r");
+    client.command("AT+CMGS=\"+12345\"\r");
+    client.command(QByteArray("A\x1a"));
+    const QByteArray textReport = client.readUntil(",65\r\n", std::chrono::seconds(5));
+    EXPECT_TRUE(textReport.contains("+CDS: 6,5,\"+12345\",145,")) << textReport.constData();
+}
+
 // Two parts of one message to +12345, "Hi" each, joined by a 16-bit reference header.
 const QByteArray kPart1 = "00510005912143F50000FF0A06080400000201C834";
 const QByteArray kPart2 = "00510005912143F50000FF0A06080400000202C834";
