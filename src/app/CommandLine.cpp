@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include "CommandLineAndroid.h"
 #include "CommandLineInputs.h"
 #include "ConsoleOperator.h"
 #include "android/Bulk_SMSAppDelegate.h"
@@ -53,10 +54,18 @@ int runDevices(const QStringList& arguments) {
     parser.setApplicationDescription(QStringLiteral("Searches the GSM modems attached (and those named in "
                                                     "BULKSMS_EXTRA_MODEMS) and prints what each reports."));
     parser.addHelpOption();
+    const QCommandLineOption android(
+        QStringLiteral("android"),
+        QStringLiteral("List the Android phones adb sees, with their properties."));
+    const QCommandLineOption serial(QStringLiteral("serial"), QStringLiteral("Android: only this phone."),
+                                    QStringLiteral("serial"));
+    parser.addOptions({android, serial});
     parser.process(arguments.mid(1));
     Session session(false);
     if (!session.launch())
         return 2;
+    if (parser.isSet(android))
+        return listAndroidDevices(parser.value(serial));
     const RecordTable& list = searchDevices(session.op).nsPortListData();
     for (const Record& r : list.records())
         out(QStringLiteral("%1\tmaker: %2\tmodel: %3\tIMEI: %4\tsignal: %5\tbattery: %6\toperator: %7\tSMSC: "
@@ -125,12 +134,23 @@ int runSend(const QStringList& arguments) {
     const QCommandLineOption saveTemplates(QStringLiteral("save-templates"),
                                            QStringLiteral("Keep the message as a template."));
     const QCommandLineOption yes(QStringLiteral("yes"), QStringLiteral("Answer Yes to every question."));
+    const QCommandLineOption android(
+        QStringLiteral("android"),
+        QStringLiteral("Send through the Android phone (adb) instead of GSM modems."));
+    const QCommandLineOption serial(QStringLiteral("serial"),
+                                    QStringLiteral("Android: the phone to use when several are attached."),
+                                    QStringLiteral("serial"));
+    const QCommandLineOption mode(
+        QStringLiteral("mode"),
+        QStringLiteral("Android: single-shot, standard or classic (default standard)."),
+        QStringLiteral("mode"), QStringLiteral("standard"));
     const QCommandLineOption dryRun(QStringLiteral("dry-run"),
                                     QStringLiteral("Print the final list without opening any device."));
     parser.addOptions({to,           numbersFile, sheet,       header,   numberColumn, messageColumn,
                        templateText, message,     messageFile, device,   unicode,      flash,
                        skip,         exclusion,   pauseEvery,  pauseFor, saveSent,     saveTemplates,
                        yes,          dryRun});
+    parser.addOptions({android, serial, mode});
     parser.process(arguments.mid(1));
 
     QString text = parser.value(message);
@@ -162,7 +182,10 @@ int runSend(const QStringList& arguments) {
     Session session(parser.isSet(yes));
     if (!session.launch())
         return 2;
-    Gsm_Bulk_Sms_Wnd& gsm = session.gsm;
+    const bool throughAndroid = parser.isSet(android);
+    if (throughAndroid)
+        gsm_and_none = 2; // the shared filters and dialogs act on the Android window
+    BulkSmsWindow& gsm = throughAndroid ? static_cast<BulkSmsWindow&>(session.android) : session.gsm;
     // Only validity filters the list; duplicates and exclusions are marked by the run itself.
     assign_format_skip_exclude_var();
     QList<Recipient> valid;
@@ -207,6 +230,9 @@ int runSend(const QStringList& arguments) {
         return 0;
     }
 
+    if (throughAndroid)
+        return sendThroughAndroid(session.android, session.op, parser.value(serial), parser.value(mode));
+
     // Devices: search, apply each one's settings, tick and select them as the window does.
     GSM_Device_List_Wnd& devices = searchDevices(session.op);
     QStringList wanted;
@@ -247,13 +273,14 @@ int runSend(const QStringList& arguments) {
         err(QStringLiteral("No device could be selected."));
         return 2;
     }
-    gsm.applyDeviceSelection();
-    gsm.prev_composer_msg = gsm.composerText(); // the message is already in every row
+    Gsm_Bulk_Sms_Wnd& modems = session.gsm;
+    modems.applyDeviceSelection();
+    modems.prev_composer_msg = modems.composerText(); // the message is already in every row
 
-    gsm.Send_SMS_Btn();
+    modems.Send_SMS_Btn();
 
     int sent = 0;
-    const QList<SendingItem> items = gsm.sendingJob().items().all();
+    const QList<SendingItem> items = modems.sendingJob().items().all();
     for (const SendingItem& item : items) {
         const bool ok = item.status == QLatin1String("Message sent successfully.") ||
                         item.status == QLatin1String("Message sent to device.");
