@@ -86,7 +86,7 @@ bool Find_Error_In_Stat_Activity(const QString& output) {
 bool outputShowsLostDevice(const QString& output) {
     // Older clients say "error: device not found"; this one names the phone or finds none.
     static const QRegularExpression lost(
-        QStringLiteral("error: (device not found|device '[^']*' not found|no devices/emulators found)"),
+        QStringLiteral("error:.*(device not found|device '[^']*' not found|no devices/emulators found)"),
         QRegularExpression::CaseInsensitiveOption);
     return output.contains(lost) || output.contains(QLatin1String("offline"), Qt::CaseInsensitive);
 }
@@ -96,7 +96,9 @@ QString Get_Date_Time_Val() {
 }
 
 QString phoneShellWord(const QString& text) {
-    static const QRegularExpression plain(QStringLiteral("^[A-Za-z0-9_./+=:,@%-]+$"));
+    // Anchored on the whole text: "$" alone would also match before a final line feed.
+    static const QRegularExpression plain(
+        QRegularExpression::anchoredPattern(QStringLiteral("[A-Za-z0-9_./+=:,@%-]+")));
     if (plain.match(text).hasMatch())
         return text;
     QString quoted = text;
