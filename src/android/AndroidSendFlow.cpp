@@ -34,6 +34,13 @@ const QString kInitializing = QStringLiteral("Initializing Mobile device to send
 const QString kCompleted = QStringLiteral("Message Sending Process Completed.");
 const AdbStop kUninterrupted = [] { return false; }; // a record in hand is finished
 
+// The activity manager could not start the companion app (not installed, or gone): nothing
+// was sent, whatever the judge of the start's output says.
+bool appDidNotStart(const QString& output) {
+    return output.contains(QLatin1String("Error: Activity")) ||
+           output.contains(QLatin1String("unable to resolve Intent"));
+}
+
 QString startCommandText(QString message) {
     message = message.trimmed();
     message.replace(QLatin1Char('\n'), QLatin1Char(' '));
@@ -293,7 +300,10 @@ void Bulk_SMSAppDelegate::runOneByOne(const RunInput& input, std::stop_token sto
     Send_DEL_File_Command_To_Phone();
     const QString date = sentItemDate();
     Pause_Timer_Running = false;
-    m_progress.update([](AndroidSendingProgress::State& s) { s.stopEnabled = true; });
+    m_progress.update([](AndroidSendingProgress::State& s) {
+        s.stopEnabled = true;
+        s.statusText = QStringLiteral("Message sending is in progress...");
+    });
 
     const auto stopped = [&] { return m_progress.stopRequested() || stop.stop_requested(); };
     PauseCountdown countdown(PauseCountdown::Variant::AndroidWindow, [this](const QString& text) {
@@ -364,6 +374,15 @@ void Bulk_SMSAppDelegate::runOneByOne(const RunInput& input, std::stop_token sto
         if (outputShowsLostDevice(response)) {
             deviceError = true;
             op().Show_MessageBox(QStringLiteral("Device Connection Error!"));
+            break;
+        }
+        if (appDidNotStart(response)) {
+            deviceError = true;
+            op().Show_MessageBox(
+                QStringLiteral("The companion app could not be started on the phone; no message "
+                               "was sent to %1.\n\nSearch for the phone again so that the app is "
+                               "installed.\n\n%2")
+                    .arg(number, response.trimmed()));
             break;
         }
         if (!counts)

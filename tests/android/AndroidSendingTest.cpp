@@ -160,6 +160,20 @@ TEST_F(AndroidSendingTest, AFailedCopyOffersTheTextInTheStartCommand) {
     EXPECT_EQ(op.questions().size(), 1);
 }
 
+TEST_F(AndroidSendingTest, AMissingCompanionAppSendsNothingAndSaysSo) {
+    startPhones(one(phone())); // never searched for: the app is not on the phone
+    auto window = windowWith({{"1", "a"}, {"2", "b"}});
+    window->Classic_Radio();
+    op.clearTranscript();
+    send(*window);
+    EXPECT_TRUE(sentMessages().isEmpty());
+    EXPECT_EQ(window->lastRunSent(), 0);
+    ASSERT_EQ(op.alerts().size(), 1);
+    EXPECT_TRUE(
+        op.alerts().first().startsWith("\nThe companion app could not be started on the phone; no message "
+                                       "was sent to 1."));
+}
+
 TEST_F(AndroidSendingTest, SendChecksComeFirst) {
     startPhones(one(installed()));
     Bulk_SMSAppDelegate window(op);
