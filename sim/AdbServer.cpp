@@ -63,7 +63,7 @@ quint32 fromLe32(const char* bytes) {
 }
 
 constexpr quint32 kMaxSyncChunk = 64 * 1024;
-constexpr qsizetype kMaxPushedFile = 64 * 1024 * 1024;
+constexpr qsizetype kMaxPushedFile = qsizetype(64) * 1024 * 1024;
 
 } // namespace
 

@@ -58,7 +58,7 @@ bool readPhoneConfigs(const QString& path, QList<PhoneConfig>& phones, QString& 
         reason = QStringLiteral("%1: expected {\"phones\": [...]}").arg(path);
         return false;
     }
-    for (const QJsonValue& entry : document.object().value(QStringLiteral("phones")).toArray()) {
+    for (const auto& entry : document.object().value(QStringLiteral("phones")).toArray()) {
         const QJsonObject o = entry.toObject();
         PhoneConfig phone = PhoneConfig::typical();
         phone.serial =

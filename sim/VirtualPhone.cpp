@@ -232,7 +232,7 @@ QString VirtualPhone::activityManager(const QStringList& args) {
 QString VirtualPhone::appStorageRoot() const {
     // The app finds its files where the platform's storage API points, which on phones with
     // these legacy roots is the second place the files are copied to.
-    const QString root = m_config.externalStorage;
+    QString root = m_config.externalStorage;
     if (root.contains(QLatin1String("/storage/emulated/legacy"), Qt::CaseInsensitive))
         return QStringLiteral("/storage/emulated/0");
     if (root.contains(QLatin1String("/mnt/sdcard"), Qt::CaseInsensitive))

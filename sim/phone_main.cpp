@@ -103,15 +103,17 @@ int main(int argc, char** argv) {
     // A signal or a client's kill-server ends the run, whichever comes first.
     std::atomic<bool> finished{false};
     std::thread signalWaiter([&] {
-        int received = 0;
-        sigwait(&stopSignals, &received);
-        if (!finished)
-            server.stop();
+        const timespec poll{0, 200 * 1000 * 1000};
+        while (!finished) {
+            if (sigtimedwait(&stopSignals, nullptr, &poll) > 0) {
+                server.stop();
+                return;
+            }
+        }
     });
     server.waitUntilKilled();
     finished = true;
     server.stop();
-    pthread_kill(signalWaiter.native_handle(), SIGTERM); // wakes the waiter if the client ended the run
     signalWaiter.join();
     return 0;
 }

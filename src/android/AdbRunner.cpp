@@ -13,7 +13,7 @@
 #include <QStandardPaths>
 
 QString adbProgram() {
-    const QString configured = qEnvironmentVariable("BULKSMS_ADB");
+    QString configured = qEnvironmentVariable("BULKSMS_ADB");
     if (!configured.isEmpty())
         return configured;
     const QFileInfo bundled(Resource_Path + QStringLiteral("/adb"));
@@ -54,7 +54,7 @@ QString ExecuteExternalFile(const QStringList& arguments, const std::function<bo
                     break;
                 }
             }
-            const QString text = QString::fromUtf8(output);
+            QString text = QString::fromUtf8(output);
             Show_NSLog_Message(QStringLiteral("adb %1\n%2").arg(arguments.join(QLatin1Char(' ')), text));
             return text;
         },

@@ -74,8 +74,7 @@ QStringList sendMessageArguments(const QString& number, const QString& message, 
 
 QString Send_AN_MSG_Command(const QString& number, const QString& message, bool test) {
     const QString text = startCommandText(message);
-    const QString output =
-        ExecuteExternalFile(sendMessageArguments(number, message, test, 1), kUninterrupted);
+    QString output = ExecuteExternalFile(sendMessageArguments(number, message, test, 1), kUninterrupted);
     if (test || text.isEmpty() || !Find_Error_In_Stat_Activity(output))
         return output;
     Write_In_Troubleshoot_File(QStringLiteral("again try the one by one mode with command line params\n"));

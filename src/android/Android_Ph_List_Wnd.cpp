@@ -71,7 +71,7 @@ void Android_Ph_List_Wnd::markLine(Line line, const QString& text, QChar mark) {
 }
 
 QString Android_Ph_List_Wnd::displayName() const {
-    const QString name = Get_Device_name_Detail(m_rows.records());
+    QString name = Get_Device_name_Detail(m_rows.records());
     if (name.isEmpty() || name.contains(QLatin1String("unknown"), Qt::CaseInsensitive))
         return Android_Selected_Device();
     return name;
@@ -290,4 +290,15 @@ void Android_Ph_List_Wnd::Mobile_Type_Btn() {
     waitForSearch();
     clearDeviceSelection();
     endModal(NoCode);
+}
+
+void Android_Ph_List_Wnd::Check_Device_Status_Btn() {
+    if (m_searching)
+        return;
+    Stop_Modem_SRCH = 0;
+    QString status;
+    WorkerThread reader(QStringLiteral("adb-status"));
+    reader.start([&status](std::stop_token) { status = Get_Android_Device_Status(); });
+    reader.join();
+    m_op.Show_MessageBox(status);
 }

@@ -36,6 +36,7 @@ public:
     void Select_Btn();
     void Close_Btn();
     void Mobile_Type_Btn();
+    void Check_Device_Status_Btn();
 
     // Runs one search to its end on the calling thread (what the search thread does; the
     // command line calls it directly). The search repeats while no phone or an unauthorised

@@ -43,9 +43,9 @@ QString installOnce() {
                               shellRun({QStringLiteral("getprop"), QStringLiteral("ro.product.model")}))
                               .trimmed();
     const QString time = Get_Date_Time_Val();
-    const QString result = ExecuteExternalFile({QStringLiteral("install"), QStringLiteral("-t"),
-                                                QStringLiteral("-r"), apkPath()}) +
-                           QLatin1Char('\n');
+    QString result = ExecuteExternalFile(
+                         {QStringLiteral("install"), QStringLiteral("-t"), QStringLiteral("-r"), apkPath()}) +
+                     QLatin1Char('\n');
     Write_In_Troubleshoot_File(
         QStringLiteral("Install OstrelBulkSMS.apk in %1-%2 at %3\n").arg(manufacturer, model, time) + result);
     for (const auto& [key, value] : {std::pair{"sms_outgoing_check_max_count", "1000"},

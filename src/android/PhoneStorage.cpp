@@ -61,7 +61,7 @@ bool Save_File_To_Phone_Storage(const QString& fileName, bool writeToLog, const 
 
 QString Send_DEL_File_Command_To_ADB(const QString& fileName, const AdbStop& stop) {
     const QString target = joined(phoneStorageRoot(stop), fileName);
-    const QString output = removeOnPhone(target, stop);
+    QString output = removeOnPhone(target, stop);
     const QString second = secondRoot(target);
     if (!second.isEmpty())
         removeOnPhone(joined(second, fileName), stop);

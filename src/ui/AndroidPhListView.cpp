@@ -57,11 +57,13 @@ AndroidPhListView::AndroidPhListView(Android_Ph_List_Wnd& controller, QWidget* p
 
     auto* buttons = new QHBoxLayout();
     auto* back = new QPushButton(QStringLiteral("Mobile Type"), this);
+    auto* status = new QPushButton(QStringLiteral("Device Status"), this);
     m_search = new QPushButton(QStringLiteral("Search"), this);
     m_stop = new QPushButton(QStringLiteral("Stop"), this);
     m_select = new QPushButton(QStringLiteral("Select"), this);
     m_select->setDefault(true);
     buttons->addWidget(back);
+    buttons->addWidget(status);
     buttons->addStretch();
     buttons->addWidget(m_search);
     buttons->addWidget(m_stop);
@@ -70,6 +72,7 @@ AndroidPhListView::AndroidPhListView(Android_Ph_List_Wnd& controller, QWidget* p
     resize(560, 460);
 
     connect(back, &QPushButton::clicked, this, [this] { m_controller.Mobile_Type_Btn(); });
+    connect(status, &QPushButton::clicked, this, [this] { m_controller.Check_Device_Status_Btn(); });
     connect(m_search, &QPushButton::clicked, this, [this] { m_controller.Search_Btn(); });
     connect(m_stop, &QPushButton::clicked, this, [this] { m_controller.Stop_Btn(); });
     connect(m_select, &QPushButton::clicked, this, [this] { m_controller.Select_Btn(); });

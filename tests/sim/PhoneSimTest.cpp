@@ -2,6 +2,7 @@
 // as a phone and its adb server would.
 #include "sim/AdbServer.h"
 
+#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -111,6 +112,65 @@ TEST_F(PhoneSimTest, KillServerEndsIt) {
     start({phone("AAA111")});
     adb({"kill-server"});
     EXPECT_TRUE(server->killed());
+}
+
+} // namespace
+
+namespace {
+
+TEST(PhoneSimConfig, PhonesFromJson) {
+    QTemporaryDir dir;
+    QFile file(dir.filePath("phones.json"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(R"({"phones": [
+        {"serial": "AAA", "model": "Pixel 7", "api": 33, "install": "fail-once", "external_storage": "/mnt/sdcard"},
+        {"state": "unauthorized", "authorize_after": 2, "unplug_after": 5, "push_fails": true,
+         "properties": {"gsm.sim.state": "ABSENT"}}]})");
+    file.close();
+    QList<sim::PhoneConfig> phones;
+    QString reason;
+    ASSERT_TRUE(sim::readPhoneConfigs(file.fileName(), phones, reason)) << reason.toStdString();
+    ASSERT_EQ(phones.size(), 2);
+    EXPECT_EQ(phones.at(0).serial, "AAA");
+    EXPECT_EQ(phones.at(0).properties.value("ro.product.model"), "Pixel 7");
+    EXPECT_EQ(phones.at(0).properties.value("ro.build.version.sdk"), "33");
+    EXPECT_EQ(phones.at(0).install, sim::PhoneConfig::Install::FailOnce);
+    EXPECT_EQ(phones.at(0).externalStorage, "/mnt/sdcard");
+    EXPECT_EQ(phones.at(1).serial, "VPHONE0002");
+    EXPECT_EQ(phones.at(1).state, "unauthorized");
+    EXPECT_EQ(phones.at(1).authorizeAfter, 2);
+    EXPECT_EQ(phones.at(1).unplugAfter, 5);
+    EXPECT_TRUE(phones.at(1).pushFails);
+    EXPECT_EQ(phones.at(1).properties.value("gsm.sim.state"), "ABSENT");
+
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(R"({"phones": [{"install": "sometimes"}]})");
+    file.close();
+    EXPECT_FALSE(sim::readPhoneConfigs(file.fileName(), phones, reason));
+    EXPECT_FALSE(sim::readPhoneConfigs(dir.filePath("missing.json"), phones, reason));
+}
+
+TEST(PhoneSimExecutable, PrintsItsPortAndEndsOnKillServer) {
+    QTemporaryDir dir;
+    QProcess sim;
+    sim.start(QStringLiteral(BULKSMS_PHONE_SIM),
+              {"--serial", "R58EXE0001", "--log", dir.filePath("phone.jsonl")});
+    ASSERT_TRUE(sim.waitForReadyRead(10000));
+    const QString port = QString::fromUtf8(sim.readLine()).trimmed();
+    ASSERT_GT(port.toInt(), 0);
+    QProcess adb;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert("ADB_SERVER_SOCKET", "tcp:127.0.0.1:" + port);
+    env.insert("HOME", dir.path());
+    adb.setProcessEnvironment(env);
+    adb.start("adb", {"devices"});
+    ASSERT_TRUE(adb.waitForFinished(30000));
+    EXPECT_EQ(QString::fromUtf8(adb.readAllStandardOutput()),
+              "List of devices attached\nR58EXE0001\tdevice\n\n");
+    adb.start("adb", {"kill-server"});
+    ASSERT_TRUE(adb.waitForFinished(30000));
+    EXPECT_TRUE(sim.waitForFinished(10000));
+    EXPECT_EQ(sim.exitCode(), 0);
 }
 
 } // namespace
