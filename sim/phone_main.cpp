@@ -103,7 +103,7 @@ int main(int argc, char** argv) {
     // A signal or a client's kill-server ends the run, whichever comes first.
     std::atomic<bool> finished{false};
     std::thread signalWaiter([&] {
-        const timespec poll{0, 200 * 1000 * 1000};
+        const timespec poll{0, 200'000'000L};
         while (!finished) {
             if (sigtimedwait(&stopSignals, nullptr, &poll) > 0) {
                 server.stop();
