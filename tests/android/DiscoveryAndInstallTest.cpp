@@ -17,6 +17,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <QDir>
 #include <QFile>
 
 namespace {
@@ -28,6 +29,20 @@ template <typename F> auto onWorker(F&& fn) {
     worker.start([&](std::stop_token) { result = fn(); });
     worker.join();
     return result;
+}
+
+// The names of this process's child processes still running (or not yet reaped).
+QStringList childProcesses() {
+    QStringList children;
+    const QString self = QString::number(::getpid());
+    for (const QString& pid : QDir("/proc").entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        const QString stat = QString::fromLatin1(readAll("/proc/" + pid + "/stat"));
+        // "pid (comm) state ppid ...": the name may hold spaces, the last ")" ends it.
+        const qsizetype close = stat.lastIndexOf(')');
+        if (close > 0 && stat.mid(close + 2).section(' ', 1, 1) == self)
+            children << stat.mid(stat.indexOf('(') + 1, close - stat.indexOf('(') - 1);
+    }
+    return children;
 }
 
 using DiscoveryTest = PhoneFixture;
@@ -266,6 +281,7 @@ TEST_F(InstallTest, StopKillsAnAdbThatWaits) {
     EXPECT_TRUE(spinUntil([&] { return !worker.isRunning(); }, std::chrono::milliseconds(5000)));
     worker.join();
     EXPECT_EQ(output, "");
+    EXPECT_EQ(childProcesses(), QStringList{}); // the adb that waited is gone, not left behind
     ::close(fd);
 }
 
