@@ -5,7 +5,9 @@
 #include "android/Bulk_SMSAppDelegate.h"
 #include "core/AppState.h"
 #include "core/DataFolder.h"
+#include "core/FileUtils.h"
 #include "stores/SentItemFile.h"
+#include "stores/TemplateFile.h"
 
 namespace {
 
@@ -80,15 +82,20 @@ TEST_F(AndroidSendingTest, OneByOneDeliversEveryHostileTextExactlyInBothModes) {
 
 TEST_F(AndroidSendingTest, SkippedAndExcludedNumbersAreNeitherSentNorLogged) {
     startPhones(one(installed()));
-    auto window = windowWith({{"111", "a"}, {"222", "b"}, {"111", "c"}, {"333", "d"}});
+    auto window = windowWith({{"111", "a"}, {"222", "b"}, {"111", "c"}, {"333", "d"}, {"444", "e"}});
+    ASSERT_TRUE(writeFileAtomically(AppExclusion_File_Path, "Blocked\n"));
+    ASSERT_TRUE(writeFileAtomically(Exclusion_Folder_Path + "/Blocked.OSTREL", "444\n"));
+    window->Exclusion_Chk(true);
     window->setSkipDuplicates(true);
     window->setSaveSentItems(true);
+    window->setSaveTemplates(true);
     send(*window);
     EXPECT_EQ(sentMessages(), (QStringList{"111|a|standard", "222|b|standard", "333|d|standard"}));
     QStringList logged;
     for (const SentItem& item : parseSentItems(readAll(SentItemAnd_File_Path)))
         logged << item.number + "|" + item.message + "|" + item.status;
     EXPECT_EQ(logged, (QStringList{"111|a|", "222|b|", "333|d|"}));
+    EXPECT_EQ(parseTemplates(readAll(Templates_File_Path)), (QStringList{"a", "b", "d"}));
 }
 
 TEST_F(AndroidSendingTest, SingleShotSendsTheWholeListThroughOneFile) {
