@@ -1,6 +1,7 @@
 #pragma once
 // What the virtual phones saw, one JSON object per event: "message" (number, text, mode),
-// "intent" (the extras of each start of the companion app), "injection" (a shell operator
+// "intent" (the extras of each start of the companion app), "read" (the list file as the app
+// read it: path and content), "injection" (a shell operator
 // that reached a phone's shell unquoted, with the command line), "error" (what the app could
 // not do). Kept in memory and, with a path, appended to a JSON-lines file.
 #include <QJsonObject>

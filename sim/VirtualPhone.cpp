@@ -272,6 +272,10 @@ QString VirtualPhone::startCompanionApp(const QHash<QString, QString>& extras) {
         if (!m_files.contains(path)) {
             error(QStringLiteral("no %1").arg(path));
         } else {
+            m_log.append({{QStringLiteral("type"), QStringLiteral("read")},
+                          {QStringLiteral("serial"), m_config.serial},
+                          {QStringLiteral("path"), path},
+                          {QStringLiteral("content"), QString::fromUtf8(m_files.value(path))}});
             const QStringList lines = QString::fromUtf8(m_files.value(path)).split(QStringLiteral("\r\n"));
             for (const QString& line : lines) {
                 const qsizetype at = line.indexOf(kListSeparator);

@@ -112,6 +112,15 @@ TEST_F(AndroidSendingTest, SingleShotSendsTheWholeListThroughOneFile) {
         ASSERT_EQ(sent.size(), count);
         EXPECT_EQ(sent.first(), "1000|Line1\nLine2\nLine3 ,~$^' & ;|single-shot");
         EXPECT_EQ(server->log().events("intent").size(), 1); // the app is started once
+        QString file =
+            "1000,~$^'Line1S5%J7.qB~X4,9z/pT_OSTREL_AP_DX/Line2S5%J7.qB~X4,9z/pT_OSTREL_AP_DX/Line3 ,~$^' & "
+            ";\r\n";
+        for (int i = 1; i < count; ++i)
+            file += QString::number(1000 + i) + ",~$^'m\r\n";
+        const auto reads = server->log().events("read");
+        ASSERT_EQ(reads.size(), 1);
+        EXPECT_EQ(reads.first().value("path").toString(), "/sdcard/ostrelsms.txt");
+        EXPECT_EQ(reads.first().value("content").toString(), file);
         qint64 size = 0;
         EXPECT_FALSE(firstPhone().fileExists("/sdcard/ostrelsms.txt", size)); // removed afterwards
         EXPECT_FALSE(QFile::exists(Created_Resource_Path + "/ostrelsms.txt"));
