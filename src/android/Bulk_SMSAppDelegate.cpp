@@ -1,15 +1,94 @@
 #include "Bulk_SMSAppDelegate.h"
 
+#include "AndroidDevices.h"
+#include "AndroidState.h"
+#include "Android_Ph_List_Wnd.h"
 #include "Connection_Info.h"
 #include "core/AppState.h"
 #include "core/Operator.h"
 
 Bulk_SMSAppDelegate::Bulk_SMSAppDelegate(Operator& op, QObject* parent)
-    : BulkSmsWindow(Kind::Android, op, parent) {}
+    : BulkSmsWindow(Kind::Android, op, parent), m_progress(op) {}
+
+Bulk_SMSAppDelegate::~Bulk_SMSAppDelegate() {
+    m_progress.requestStop();
+    m_sender.requestStop();
+    m_sender.join();
+}
 
 QString Bulk_SMSAppDelegate::title() const { return kApplicationName + QStringLiteral(" - Android Phone"); }
 
 int Bulk_SMSAppDelegate::runConnectionSteps() {
     Connection_Info steps;
     return op().runModal(steps);
+}
+
+void Bulk_SMSAppDelegate::windowDidLoad() {
+    BulkSmsWindow::windowDidLoad();
+    resetSendingOptions();
+}
+
+void Bulk_SMSAppDelegate::resetSendingOptions() {
+    m_singleShot = false;
+    m_classic = false;
+    AND_SMS_sending_mode = int(AndroidSendingMode::Standard);
+    setDelayedDeliveryEnabled(true);
+    emit changed();
+}
+
+void Bulk_SMSAppDelegate::Single_Shot_Radio() {
+    m_singleShot = true;
+    AND_SMS_sending_mode = int(AndroidSendingMode::SingleShot);
+    Delayed_Delivery_Chk(false);
+    setDelayedDeliveryEnabled(false);
+    emit changed();
+}
+
+void Bulk_SMSAppDelegate::One_By_One_Radio() {
+    m_singleShot = false;
+    if (!m_classic && AND_SMS_sending_mode != int(AndroidSendingMode::Classic))
+        AND_SMS_sending_mode = int(AndroidSendingMode::Standard);
+    else
+        AND_SMS_sending_mode = int(AndroidSendingMode::Classic);
+    m_classic = AND_SMS_sending_mode == int(AndroidSendingMode::Classic);
+    setDelayedDeliveryEnabled(true);
+    emit changed();
+}
+
+void Bulk_SMSAppDelegate::Standard_Radio() {
+    m_classic = false;
+    AND_SMS_sending_mode = int(AndroidSendingMode::Standard);
+    emit changed();
+}
+
+void Bulk_SMSAppDelegate::Classic_Radio() {
+    m_classic = true;
+    AND_SMS_sending_mode = int(AndroidSendingMode::Classic);
+    emit changed();
+    op().Show_MessageBox(QStringLiteral("Information:\n\nYou have selected 'Classic Mode' for sending "
+                                        "Messages.\n\nSome Devices may not support "
+                                        "non-English (Unicode) or Special character based SMS using this "
+                                        "mode.\n\nIf you are facing difficulties in "
+                                        "sending SMS using 'Classic Mode', please select 'Standard Mode'."));
+}
+
+void Bulk_SMSAppDelegate::Device_Details_Btn() {
+    if (deviceCaption() == kNoDeviceSelectedCaption || AND_Sel_Dev_Details.isEmpty())
+        op().Show_MessageBox(kNoPhoneSelectedMessage);
+    else
+        op().Show_MessageBox(AND_Sel_Dev_Details);
+}
+
+void Bulk_SMSAppDelegate::Check_Device_Status_Btn() {
+    Stop_Modem_SRCH = 0;
+    QString status;
+    WorkerThread reader(QStringLiteral("adb-status"));
+    reader.start([&status](std::stop_token) { status = Get_Android_Device_Status(); });
+    reader.join();
+    op().Show_MessageBox(status);
+}
+
+bool Bulk_SMSAppDelegate::openDeviceSearchWindow() {
+    Android_Ph_List_Wnd& devices = Android_Ph_List_Wnd::defaultInstance(op());
+    return devices.Open_Ph_List_Wnd();
 }

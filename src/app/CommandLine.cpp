@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include "CommandLineAndroid.h"
 #include "CommandLineInputs.h"
 #include "CommandLineStores.h"
 #include "ConsoleOperator.h"
@@ -83,10 +84,18 @@ int runDevices(const QStringList& arguments) {
     parser.setApplicationDescription(QStringLiteral("Searches the GSM modems attached (and those named in "
                                                     "BULKSMS_EXTRA_MODEMS) and prints what each reports."));
     parser.addHelpOption();
+    const QCommandLineOption android(
+        QStringLiteral("android"),
+        QStringLiteral("List the Android phones adb sees, with their properties."));
+    const QCommandLineOption serial(QStringLiteral("serial"), QStringLiteral("Android: only this phone."),
+                                    QStringLiteral("serial"));
+    parser.addOptions({android, serial});
     parser.process(arguments.mid(1));
     Session session(false);
     if (!session.launch())
         return 2;
+    if (parser.isSet(android))
+        return listAndroidDevices(parser.value(serial));
     const RecordTable& list = searchDevices(session.op).nsPortListData();
     for (const Record& r : list.records())
         out(QStringLiteral("%1\tmaker: %2\tmodel: %3\tIMEI: %4\tsignal: %5\tbattery: %6\toperator: %7\tSMSC: "
@@ -187,11 +196,22 @@ int runSend(const QStringList& arguments) {
         QStringLiteral("report-filter"),
         QStringLiteral("The report's items: all, sent or unsent (default all)."), QStringLiteral("group"),
         QStringLiteral("all"));
+    const QCommandLineOption android(
+        QStringLiteral("android"),
+        QStringLiteral("Send through the Android phone (adb) instead of GSM modems."));
+    const QCommandLineOption serial(QStringLiteral("serial"),
+                                    QStringLiteral("Android: the phone to use when several are attached."),
+                                    QStringLiteral("serial"));
+    const QCommandLineOption mode(
+        QStringLiteral("mode"),
+        QStringLiteral("Android: single-shot, standard or classic (default standard)."),
+        QStringLiteral("mode"), QStringLiteral("standard"));
     parser.addOptions(
         {to,         numbersFile, sheet,    header,        numberColumn,  messageColumn, templateText,
          message,    messageFile, device,   unicode,       flash,         skip,          exclusion,
          pauseEvery, pauseFor,    saveSent, saveTemplates, yes,           dryRun,        plainPunctuation,
          retries,    json,        strict,   resume,        resendUnknown, report,        reportFilter});
+    parser.addOptions({android, serial, mode});
     parser.process(arguments.mid(1));
 
     ExportFormat reportFormat = ExportFormat::Text;
@@ -234,8 +254,15 @@ int runSend(const QStringList& arguments) {
     Session session(parser.isSet(yes));
     if (!session.launch())
         return 2;
-    Gsm_Bulk_Sms_Wnd& gsm = session.gsm;
+    const bool throughAndroid = parser.isSet(android);
+    if (throughAndroid)
+        gsm_and_none = 2; // the shared filters and dialogs act on the Android window
+    BulkSmsWindow& gsm = throughAndroid ? static_cast<BulkSmsWindow&>(session.android) : session.gsm;
     ResumePlan resumed;
+    if (parser.isSet(resume) && throughAndroid) {
+        err(QStringLiteral("--resume goes on with a run through GSM modems."));
+        return 2;
+    }
     if (parser.isSet(resume)) {
         const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load();
         if (!unfinished) {
@@ -279,7 +306,7 @@ int runSend(const QStringList& arguments) {
         return 2;
     for (auto it = valid.crbegin(); it != valid.crend(); ++it)
         gsm.Create_Num_Msg_List(it->number, it->message); // the first given ends on top
-    gsm.setCarriedEntries(resumed.carried);
+    session.gsm.setCarriedEntries(resumed.carried);
     if (gsm.list().isEmpty()) {
         err(QStringLiteral("No recipients."));
         return 2;
@@ -300,7 +327,7 @@ int runSend(const QStringList& arguments) {
                 .arg(parser.value(retries)));
         return 2;
     }
-    gsm.setRetries(retryCount);
+    session.gsm.setRetries(retryCount);
     if (parser.isSet(pauseEvery) || parser.isSet(pauseFor)) {
         // The window's own entries, whatever the spacing typed ("5 Seconds" is "5  Seconds").
         const QString count = choiceMatching(delayedCountEntries(), parser.value(pauseEvery));
@@ -342,6 +369,9 @@ int runSend(const QStringList& arguments) {
                 .arg(unicodeMessages));
         return 0;
     }
+
+    if (throughAndroid)
+        return sendThroughAndroid(session.android, session.op, parser.value(serial), parser.value(mode));
 
     // Devices: search, apply each one's settings, tick and select them as the window does.
     GSM_Device_List_Wnd& devices = searchDevices(session.op);
@@ -386,23 +416,24 @@ int runSend(const QStringList& arguments) {
         err(QStringLiteral("No device could be selected."));
         return 2;
     }
-    gsm.applyDeviceSelection();
-    gsm.prev_composer_msg = gsm.composerText(); // the message is already in every row
+    Gsm_Bulk_Sms_Wnd& modems = session.gsm;
+    modems.applyDeviceSelection();
+    modems.prev_composer_msg = modems.composerText(); // the message is already in every row
 
-    RunReport results(gsm.sendingJob(),
+    RunReport results(modems.sendingJob(),
                       parser.isSet(json) ? RunReport::Format::Json : RunReport::Format::Lines);
-    StopSignals::install([&gsm] {
-        SMS_Sending& job = gsm.sendingJob();
+    StopSignals::install([&modems] {
+        SMS_Sending& job = modems.sendingJob();
         if (!job.running() && !job.finished())
             return false; // not sending yet: the stop waits for the run
         job.stopNow();
         return true;
     });
-    gsm.Send_SMS_Btn();
+    modems.Send_SMS_Btn();
     results.finish();
     if (parser.isSet(report)) {
         QList<ReportItem> reported;
-        for (const SendingItem& item : gsm.sendingJob().items().all())
+        for (const SendingItem& item : modems.sendingJob().items().all())
             if (statusPassesFilter(item.status, reportGroup))
                 reported.append({item.number, item.message, item.currentStatus, item.status});
         if (!writeSendingReport(parser.value(report), reportFormat, reported)) {

@@ -1,5 +1,6 @@
 #include "ConsoleOperator.h"
 
+#include "android/And_Conn_Err.h"
 #include "core/TextUtils.h"
 #include "sending/SMS_Sending.h"
 
@@ -26,6 +27,10 @@ bool ConsoleOperator::askYesNo(const QString& text) {
 }
 
 int ConsoleOperator::showModal(DialogController& dialog) {
+    if (auto* box = qobject_cast<And_Conn_Err*>(&dialog)) {
+        printLine(stderr, box->title() + QStringLiteral(": ") + box->text());
+        return 1;
+    }
     auto* job = qobject_cast<SMS_Sending*>(&dialog);
     if (job == nullptr) {
         printLine(stderr, QStringLiteral("(a window that needs a person: %1)")

@@ -1,10 +1,16 @@
 #include "AndroidBulkSmsView.h"
 
+#include "AndroidSendingProgressView.h"
 #include "RecipientPanel.h"
 #include "android/Bulk_SMSAppDelegate.h"
+#include "list/NumberLoader.h"
 
+#include <QButtonGroup>
+#include <QGroupBox>
 #include <QHBoxLayout>
 #include <QPushButton>
+#include <QRadioButton>
+#include <QSignalBlocker>
 #include <QVBoxLayout>
 
 AndroidBulkSmsView::AndroidBulkSmsView(Bulk_SMSAppDelegate& controller, QWidget* parent)
@@ -12,6 +18,61 @@ AndroidBulkSmsView::AndroidBulkSmsView(Bulk_SMSAppDelegate& controller, QWidget*
     setObjectName(QStringLiteral("Bulk_SMSAppDelegate"));
     contentArea()->addWidget(new RecipientPanel(controller, this));
     auto* connectButton = new QPushButton(QStringLiteral("Connect Phone"), this);
+    auto* details = new QPushButton(QStringLiteral("Device Details"), this);
+    auto* status = new QPushButton(QStringLiteral("Device Status"), this);
     deviceBar()->addWidget(connectButton);
+    deviceBar()->addWidget(details);
+    deviceBar()->addWidget(status);
     connect(connectButton, &QPushButton::clicked, this, [&controller] { controller.connectDevice(); });
+    connect(details, &QPushButton::clicked, this, [&controller] { controller.Device_Details_Btn(); });
+    connect(status, &QPushButton::clicked, this, [&controller] { controller.Check_Device_Status_Btn(); });
+
+    // The sending mode: single-shot or one-by-one, and under one-by-one standard or classic.
+    auto* modes = new QGroupBox(QStringLiteral("Sending mode"), this);
+    auto* modeLayout = new QHBoxLayout(modes);
+    auto* singleShot = new QRadioButton(QStringLiteral("Single-shot"), modes);
+    auto* oneByOne = new QRadioButton(QStringLiteral("One-by-one"), modes);
+    auto* standard = new QRadioButton(QStringLiteral("Standard"), modes);
+    auto* classic = new QRadioButton(QStringLiteral("Classic"), modes);
+    singleShot->setObjectName(QStringLiteral("Single_Shot_Radio"));
+    oneByOne->setObjectName(QStringLiteral("One_By_One_Radio"));
+    classic->setObjectName(QStringLiteral("Classic_Radio"));
+    auto* outer = new QButtonGroup(modes);
+    outer->addButton(singleShot);
+    outer->addButton(oneByOne);
+    auto* inner = new QButtonGroup(modes);
+    inner->addButton(standard);
+    inner->addButton(classic);
+    modeLayout->addWidget(singleShot);
+    modeLayout->addWidget(oneByOne);
+    modeLayout->addSpacing(16);
+    modeLayout->addWidget(standard);
+    modeLayout->addWidget(classic);
+    modeLayout->addStretch();
+    contentArea()->addWidget(modes);
+    connect(singleShot, &QRadioButton::clicked, this, [&controller] { controller.Single_Shot_Radio(); });
+    connect(oneByOne, &QRadioButton::clicked, this, [&controller] { controller.One_By_One_Radio(); });
+    connect(standard, &QRadioButton::clicked, this, [&controller] { controller.Standard_Radio(); });
+    connect(classic, &QRadioButton::clicked, this, [&controller] { controller.Classic_Radio(); });
+
+    auto* send = new QPushButton(QStringLiteral("Send"), this);
+    send->setObjectName(QStringLiteral("Send_SMS_Btn"));
+    send->setMinimumWidth(120);
+    bottomBar()->insertWidget(0, send);
+    connect(send, &QPushButton::clicked, this, [&controller] { controller.Send_SMS_Btn(); });
+    connect(&NumberLoader::of(controller), &NumberLoader::loadingChanged, send, &QPushButton::setDisabled);
+
+    const auto refresh = [=, &controller] {
+        const QSignalBlocker a(singleShot), b(oneByOne), c(standard), d(classic);
+        singleShot->setChecked(controller.singleShotOn());
+        oneByOne->setChecked(!controller.singleShotOn());
+        standard->setChecked(!controller.classicOn());
+        classic->setChecked(controller.classicOn());
+        standard->setEnabled(!controller.singleShotOn());
+        classic->setEnabled(!controller.singleShotOn());
+    };
+    connect(&controller, &MainWindowController::changed, this, refresh);
+    refresh();
+
+    new AndroidSendingProgressView(controller.progress(), this);
 }

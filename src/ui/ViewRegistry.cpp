@@ -1,5 +1,6 @@
 #include "ViewRegistry.h"
 
+#include "AndroidPhListView.h"
 #include "ConnectionInfoView.h"
 #include "ExcelDynamicMsgView.h"
 #include "ExcelSmsExampleView.h"
@@ -22,6 +23,7 @@
 #include "UpdateNumSmsView.h"
 #include "UpdateSelNumSmsView.h"
 #include "UpdateTempView.h"
+#include "android/And_Conn_Err.h"
 #include "core/DialogController.h"
 #include "sheets/windows/SpreadsheetWindows.h"
 
@@ -54,6 +56,8 @@ void registerStandardViews() {
     addView<GsmDevConnStepView, GSM_DEV_Conn_Step_Wnd>();
     addView<GsmDeviceListView, GSM_Device_List_Wnd>();
     addView<ConnectionInfoView, Connection_Info>();
+    addView<AndroidPhListView, Android_Ph_List_Wnd>();
+    addView<AndConnErrView, And_Conn_Err>();
     addView<FillMsgInListView, Fill_Msg_In_List>();
     addView<SendMsgInfoView, Send_Msg_Info>();
     addView<SendingJobView, SMS_Sending>();

@@ -1,4 +1,5 @@
 // The views show their controllers' state and forward clicks; they run headless.
+#include "android/Android_Ph_List_Wnd.h"
 #include "android/Bulk_SMSAppDelegate.h"
 #include "android/Connection_Info.h"
 #include "core/AppState.h"
@@ -6,6 +7,7 @@
 #include "gsm/windows/GSM_DEV_Conn_Step_Wnd.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
+#include "sim/AdbServer.h"
 #include "ui/AndroidBulkSmsView.h"
 #include "ui/GsmBulkSmsView.h"
 #include "ui/UiHelpers.h"
@@ -100,9 +102,21 @@ TEST(Views, MainWindowFollowsItsController) {
     sel_port_name_str = "Pixel";
     auto* devices = view.findChild<QComboBox*>("_cb_ports_ComboBox");
     ASSERT_NE(devices, nullptr);
+    // The phone search finds an offline phone (its message is shown) and the window is closed
+    // without a choice.
+    sim::PhoneConfig offline = sim::PhoneConfig::typical();
+    offline.state = "offline";
+    sim::AdbServer phones({offline});
+    ASSERT_TRUE(phones.start(0));
+    qputenv("ADB_SERVER_SOCKET", phones.socketSpec().toUtf8());
     op.onModal([](DialogController& d) { d.endModal(1); });
-    // Searching clears the selection first; the phone search window is not there yet, so nothing is chosen.
+    op.onModal<Android_Ph_List_Wnd>([](Android_Ph_List_Wnd& search) {
+        search.waitForSearch();
+        search.Close_Btn();
+    });
     android.connectDevice();
+    qunsetenv("ADB_SERVER_SOCKET");
+    EXPECT_EQ(op.alerts(), QStringList{"\nDevice is offline. please reconnect your device."});
     EXPECT_EQ(devices->count(), 0);
     EXPECT_TRUE(view.findChild<QPushButton*>("_NO_Device_Ticker")->isVisibleTo(&view));
     EXPECT_EQ(view.findChild<QPushButton*>("_Device_Name_Ticker")->text(),

@@ -1,0 +1,70 @@
+#pragma once
+// One virtual Android phone behind the virtual adb server: its files, settings and packages,
+// its shell (words parsed as sh would, never executed), and the companion app, which records
+// the intents it receives and every message it would send. What the phone saw goes to a
+// PhoneLog as JSON objects.
+#include "PhoneConfig.h"
+#include "PhoneLog.h"
+
+#include <QByteArray>
+#include <QHash>
+#include <QSet>
+#include <QString>
+
+#include <mutex>
+
+namespace sim {
+
+class VirtualPhone {
+public:
+    VirtualPhone(PhoneConfig config, PhoneLog& log);
+
+    QString serial() const { return m_config.serial; }
+    // "device", "unauthorized" or "offline"; an unplugged phone is not present at all.
+    QString state() const;
+    bool present() const;
+    // The device list was read: an unauthorized phone may be authorised after so many lists.
+    void listed();
+    QString property(const QString& key) const;
+
+    // The output of "shell:" with this command line.
+    QByteArray shell(const QString& line);
+
+    // Files (the sync service).
+    bool fileExists(const QString& path, qint64& size) const;
+    // False with the reason the phone gives when the file cannot be written.
+    bool writeFile(const QString& path, const QByteArray& bytes, QString& reason);
+    QByteArray file(const QString& path) const;
+
+    bool appInstalled() const;
+    QStringList grants() const;
+    QString setting(const QString& key) const;
+
+private:
+    QString run(const QStringList& words);
+    QString packageManager(const QStringList& words);
+    QString activityManager(const QStringList& words);
+    QString startCompanionApp(const QHash<QString, QString>& extras);
+    void sendMessage(const QString& number, const QString& text, const QString& mode);
+    QString appStorageRoot() const;
+
+    mutable std::mutex m_mutex;
+    PhoneConfig m_config;
+    PhoneLog& m_log;
+    QHash<QString, QString> m_environment;
+    QHash<QString, QByteArray> m_files;
+    QHash<QString, QString> m_settings;
+    QSet<QString> m_grants;
+    bool m_installed = false;
+    int m_installAttempts = 0;
+    int m_messages = 0;
+    int m_lists = 0;
+    bool m_unplugged = false;
+};
+
+inline const QString kCompanionPackage = QStringLiteral("com.OSTRELPROBULKSMS");
+// The list file's field separator and line-break placeholder.
+inline const QString kListSeparator = QStringLiteral(",~$^'");
+inline const QString kLineBreakPlaceholder = QStringLiteral("S5%J7.qB~X4,9z/pT_OSTREL_AP_DX/");
+
+} // namespace sim

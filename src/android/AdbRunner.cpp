@@ -1,0 +1,107 @@
+#include "AdbRunner.h"
+
+#include "AndroidState.h"
+#include "core/DataFolder.h"
+#include "core/Guard.h"
+#include "core/Log.h"
+
+#include <QDateTime>
+#include <QFileInfo>
+#include <QLocale>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QStandardPaths>
+
+QString adbProgram() {
+    QString configured = qEnvironmentVariable("BULKSMS_ADB");
+    if (!configured.isEmpty())
+        return configured;
+    const QFileInfo bundled(Resource_Path + QStringLiteral("/adb"));
+    if (bundled.isFile() && bundled.isExecutable())
+        return bundled.absoluteFilePath();
+    const QString onPath = QStandardPaths::findExecutable(QStringLiteral("adb"));
+    return onPath.isEmpty() ? QStringLiteral("adb") : onPath;
+}
+
+QString ExecuteExternalFile(const QStringList& arguments, const std::function<bool()>& stop) {
+    const std::function<bool()> stopAsked = stop ? stop : [] { return Stop_Modem_SRCH == 1; };
+    return Guard::run(
+        "ExecuteExternalFile",
+        [&] {
+            QProcess process;
+            process.setProcessChannelMode(QProcess::MergedChannels);
+            process.setStandardInputFile(QProcess::nullDevice());
+            const QString program = adbProgram();
+            process.start(program, arguments);
+            if (!process.waitForStarted(30000)) {
+                Show_NSLog_Message(QStringLiteral("cannot start %1: %2").arg(program, process.errorString()));
+                return QString();
+            }
+            QByteArray output;
+            for (;;) {
+                if (stopAsked()) {
+                    output += process.readAll();
+                    process.kill(); // nothing is left running behind a stop
+                    process.waitForFinished(5000);
+                    break;
+                }
+                if (process.waitForReadyRead(50)) {
+                    output += process.readAll();
+                    continue;
+                }
+                if (process.state() == QProcess::NotRunning) {
+                    output += process.readAll();
+                    break;
+                }
+            }
+            QString text = QString::fromUtf8(output);
+            Show_NSLog_Message(QStringLiteral("adb %1\n%2").arg(arguments.join(QLatin1Char(' ')), text));
+            return text;
+        },
+        QString());
+}
+
+QString Check_Command_Response_Is_Valid(const QString& output) {
+    if (output.contains(QLatin1String("error"), Qt::CaseInsensitive) ||
+        output.contains(QLatin1String("No device"), Qt::CaseInsensitive))
+        return {};
+    return output;
+}
+
+QString Android_Device_Details(const QString& line) {
+    const qsizetype equals = line.indexOf(QLatin1Char('='));
+    if (equals < 0)
+        return {};
+    const QString value = line.mid(equals + 1).trimmed();
+    return value.contains(QLatin1String("error:"), Qt::CaseInsensitive) ? QString() : value;
+}
+
+bool Find_Error_In_Stat_Activity(const QString& output) {
+    for (const char* sign : {"error:", "-n: permission denied", "cannot", ": permission denied", "-n:"})
+        if (output.contains(QLatin1String(sign)))
+            return true;
+    return false;
+}
+
+bool outputShowsLostDevice(const QString& output) {
+    // Older clients say "error: device not found"; this one names the phone or finds none.
+    static const QRegularExpression lost(
+        QStringLiteral("error:.*(device not found|device '[^']*' not found|no devices/emulators found)"),
+        QRegularExpression::CaseInsensitiveOption);
+    return output.contains(lost) || output.contains(QLatin1String("offline"), Qt::CaseInsensitive);
+}
+
+QString Get_Date_Time_Val() {
+    return QLocale::c().toString(QDateTime::currentDateTime(), QStringLiteral("dd-MMM-yyyy  hh:mm:ss AP"));
+}
+
+QString phoneShellWord(const QString& text) {
+    // Anchored on the whole text: "$" alone would also match before a final line feed.
+    static const QRegularExpression plain(
+        QRegularExpression::anchoredPattern(QStringLiteral("[A-Za-z0-9_./+=:,@%-]+")));
+    if (plain.match(text).hasMatch())
+        return text;
+    QString quoted = text;
+    quoted.replace(QLatin1Char('\''), QStringLiteral("'\\''"));
+    return QLatin1Char('\'') + quoted + QLatin1Char('\'');
+}

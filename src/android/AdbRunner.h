@@ -1,0 +1,31 @@
+#pragma once
+// Running adb: once per command, with an argument vector (never through a shell of this
+// computer), standard output and error read together, abandoned promptly on a stop. And the
+// small judges of its output.
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+
+// adb: $BULKSMS_ADB, else the resource folder's "adb", else the one on the search path.
+QString adbProgram();
+
+// Runs adb with these arguments and returns everything it printed (UTF-8). When stop() turns
+// true the child is killed and the output so far is returned. Without a stop, the device
+// search's flag (Stop_Modem_SRCH) is the stop. "" when adb cannot be started (logged).
+QString ExecuteExternalFile(const QStringList& arguments, const std::function<bool()>& stop = {});
+
+// "" when the output holds "error" or "No device" (any case), else the output.
+QString Check_Command_Response_Is_Valid(const QString& output);
+// The trimmed value of a "key=value" line; "" without "=" or when the value holds "error:".
+QString Android_Device_Details(const QString& line);
+// Whether an activity start's output reports an error.
+bool Find_Error_In_Stat_Activity(const QString& output);
+// Whether an output says the phone is gone or offline (the lost-device check of a send).
+bool outputShowsLostDevice(const QString& output);
+// "dd-MMM-yyyy  hh:mm:ss a", for troubleshooting log lines.
+QString Get_Date_Time_Val();
+
+// A word for the phone's sh: left as it is when it holds only characters sh takes literally,
+// else single-quoted (a quote inside as '\'') so that the phone receives exactly the text.
+QString phoneShellWord(const QString& text);

@@ -1,0 +1,60 @@
+#pragma once
+// The Android window's progress windows (single-shot and one-by-one): what they show, and
+// their Stop button. The sending thread changes them through the main thread; views and the
+// command line read them there and refresh on changed().
+#include <QObject>
+#include <QString>
+
+#include <atomic>
+#include <functional>
+#include <stop_token>
+
+class Operator;
+
+class AndroidSendingProgress : public QObject {
+    Q_OBJECT
+public:
+    explicit AndroidSendingProgress(Operator& op, QObject* parent = nullptr);
+
+    struct State {
+        bool visible = false;
+        bool singleShot = false;
+        int total = 0;
+        int done = 0; // the total bar
+        QString totalText;
+        QString counterText; // "%d / %d Message"
+        QString currentText; // the number in hand, or "... is Skipped."
+        QString statusText;  // "Initializing Mobile device to send sms...", ...
+        QString pauseText;   // the delayed-delivery countdown
+        int busy = 0;        // the busy bar, 0..100
+        bool stopEnabled = false;
+    };
+    const State& state() const { return m_state; }
+
+    // From any thread: the change is applied on the main thread.
+    void update(const std::function<void(State&)>& change);
+
+    // Stop, after the operator confirms.
+    void Stop_Btn();
+    bool stopRequested() const { return m_stop; }
+    // A new run's stop (before its thread starts).
+    void clearStop() {
+        m_stop = false;
+        m_stopSource = std::stop_source();
+    }
+    void requestStop() {
+        m_stop = true;
+        m_stopSource.request_stop();
+    }
+    // Ends a delayed-delivery pause at once.
+    std::stop_token stopToken() const { return m_stopSource.get_token(); }
+
+signals:
+    void changed();
+
+private:
+    Operator& m_op;
+    State m_state;
+    std::atomic<bool> m_stop{false};
+    std::stop_source m_stopSource;
+};

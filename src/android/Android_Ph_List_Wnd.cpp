@@ -1,0 +1,304 @@
+#include "Android_Ph_List_Wnd.h"
+
+#include "And_Conn_Err.h"
+#include "AndroidDevices.h"
+#include "AndroidState.h"
+#include "core/AppState.h"
+#include "core/Clock.h"
+#include "core/MainThread.h"
+#include "core/Operator.h"
+#include "delivery/DelayedDeliveryPause.h"
+
+using namespace std::chrono_literals;
+
+namespace {
+
+const QStringList kRowColumns = {QStringLiteral("COM_PORT"), QStringLiteral("PORT_DETAL")};
+const QString kNotReady = QStringLiteral("Mobile device is not ready.");
+
+bool stopAsked() { return Stop_Modem_SRCH == 1; }
+
+// Capitalised word by word, as the status lines show their texts.
+QString capitalised(const QString& text) {
+    QString out = text;
+    bool start = true;
+    for (QChar& c : out) {
+        if (start && c.isLetter())
+            c = c.toUpper();
+        start = c.isSpace();
+    }
+    return out;
+}
+
+} // namespace
+
+Android_Ph_List_Wnd& Android_Ph_List_Wnd::defaultInstance(Operator& op) {
+    static auto* instance = new Android_Ph_List_Wnd(op);
+    return *instance;
+}
+
+Android_Ph_List_Wnd::Android_Ph_List_Wnd(Operator& op, QObject* parent)
+    : DialogController(parent), m_op(op),
+      m_busyBar([this] { onMain([this] { m_busy = nextActivityValue(m_busy); }); }), m_rows(kRowColumns) {
+    resetLines();
+}
+
+Android_Ph_List_Wnd::~Android_Ph_List_Wnd() {
+    Stop_Modem_SRCH = 1;
+    m_busyBar.stop();
+    m_worker.requestStop();
+    m_worker.join();
+}
+
+void Android_Ph_List_Wnd::Stop_Modem_SRCH_set() { Stop_Modem_SRCH = 1; }
+
+void Android_Ph_List_Wnd::onMain(const std::function<void()>& change) {
+    MainThread::invokeAndWait([&] {
+        change();
+        emit changed();
+    });
+}
+
+void Android_Ph_List_Wnd::resetLines() {
+    m_lines = {StatusLine{QStringLiteral("Searching Android Device"), QLatin1Char('A')},
+               StatusLine{QStringLiteral("Waiting for user permissions"), QLatin1Char('A')},
+               StatusLine{QStringLiteral("Connecting"), QLatin1Char('A')}};
+    m_linesVisible = true;
+}
+
+void Android_Ph_List_Wnd::markLine(Line line, const QString& text, QChar mark) {
+    onMain([&] { m_lines.at(size_t(line)) = {capitalised(text), mark}; });
+}
+
+QString Android_Ph_List_Wnd::displayName() const {
+    QString name = Get_Device_name_Detail(m_rows.records());
+    if (name.isEmpty() || name.contains(QLatin1String("unknown"), Qt::CaseInsensitive))
+        return Android_Selected_Device();
+    return name;
+}
+
+bool Android_Ph_List_Wnd::Open_Ph_List_Wnd() {
+    m_tableVisible = false;
+    AND_Sel_Dev_Details.clear();
+    m_busy = 0;
+    m_permissionHint = true;
+    m_pleaseWait = false;
+    resetLines();
+    emit changed();
+    m_busyBar.startTimerThread();
+    Stop_Modem_SRCH = 0;
+    Search_Btn();
+    const auto rested = std::chrono::steady_clock::now() + Clock::scaled(1s);
+    waitKeepingEventsFlowing([&] { return std::chrono::steady_clock::now() >= rested; });
+    const int code = m_op.runModal(*this);
+    Stop_Modem_SRCH = 1; // a search still running ends with the window
+    waitForSearch();
+    m_busyBar.stop();
+    return code == 1 || code == 0;
+}
+
+void Android_Ph_List_Wnd::Search_Btn() {
+    if (m_searching)
+        return;
+    m_tableVisible = false;
+    Stop_Modem_SRCH = 0;
+    m_searching = true;
+    emit changed();
+    m_worker.start([this](std::stop_token) {
+        searchDevice(true);
+        m_searching = false;
+        MainThread::post([this] { emit changed(); });
+    });
+}
+
+void Android_Ph_List_Wnd::waitForSearch() { m_worker.join(); }
+
+Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::searchDevice(bool repeat) {
+    for (;;) {
+        if (stopAsked()) {
+            markLine(Connection, QStringLiteral("Stopped"), QLatin1Char('A'));
+            onMain([this] { m_controlsEnabled = true; });
+            return Outcome::Stopped;
+        }
+        const Outcome outcome = searchRound();
+        if (!repeat || (outcome != Outcome::NoDevice && outcome != Outcome::Unauthorized))
+            return outcome;
+        Clock::sleepUnless(1s, stopAsked);
+    }
+}
+
+Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::searchRound() {
+    onMain([this] {
+        m_controlsEnabled = false;
+        m_rows.clear();
+        m_infoLabel = QStringLiteral("Status : ");
+        m_tableVisible = false;
+    });
+    setAndroidSelectedDevice(QString());
+    QString tag;
+    if (!CheckConnection(tag, true, m_op, this)) {
+        if (stopAsked())
+            return searchDevice(false);
+        Clock::sleep(1s);
+        m_busyBar.stop();
+        onMain([this] {
+            m_busy = 0;
+            m_permissionHint = false;
+        });
+        const QString device = Android_Selected_Device();
+        if (tag == QLatin1String("MORE")) {
+            markLine(Searching, QStringLiteral("Android device found"), QLatin1Char('T'));
+            onMain([this] { m_controlsEnabled = true; });
+            return Outcome::More;
+        }
+        if (device.trimmed().isEmpty()) {
+            markLine(Searching, QStringLiteral("Android Device "), QLatin1Char('C'));
+            Clock::sleepUnless(1s, stopAsked);
+            And_Conn_Err box(
+                QLatin1Char('C'), QStringLiteral("Android device not found"),
+                QStringLiteral("1. Either Mobile Device is not connected properly or,") +
+                    QStringLiteral("\n\n") + QStringLiteral("2. USB Debugging is not enabled or,") +
+                    QStringLiteral("\n\n") + QStringLiteral("3. ADB Drivers are not installed properly."));
+            m_op.runModal(box);
+            Clock::sleepUnless(1s, stopAsked);
+            return Outcome::NoDevice;
+        }
+        if (device.contains(QLatin1String("unauthorized"), Qt::CaseInsensitive)) {
+            markLine(Searching, QStringLiteral("Android device found"), QLatin1Char('T'));
+            markLine(Permission, QStringLiteral("User permissions"), QLatin1Char('C'));
+            Clock::sleepUnless(1s, stopAsked);
+            And_Conn_Err box(
+                QLatin1Char('P'), QStringLiteral("Allow USB permissions on your mobile"),
+                QStringLiteral("Allow USB permissions from Pop-up message on your mobile screen.") +
+                    QStringLiteral("\n\n") +
+                    QStringLiteral(
+                        "Ostrel Software app may not connect until you allow required permissions.") +
+                    QStringLiteral("\n\n") +
+                    QStringLiteral(
+                        "Note: Make sure your mobile screen is unlocked. If you do not see Permission "
+                        "message after several retries, try rebooting your mobile device."));
+            m_op.runModal(box);
+            Clock::sleepUnless(1s, stopAsked);
+            return Outcome::Unauthorized;
+        }
+        onMain([this] { m_controlsEnabled = true; });
+        return Outcome::Failed;
+    }
+
+    const auto rest = [this](std::chrono::milliseconds wait) {
+        if (!Clock::sleepUnless(wait, stopAsked) || stopAsked()) {
+            markLine(Connection, QStringLiteral("Stopped"), QLatin1Char('A'));
+            onMain([this] { m_controlsEnabled = true; });
+            return false;
+        }
+        return true;
+    };
+    if (!rest(1s))
+        return Outcome::Stopped;
+    markLine(Searching, QStringLiteral("Android device found"), QLatin1Char('T'));
+    if (!rest(2s))
+        return Outcome::Stopped;
+    markLine(Permission, QStringLiteral("Waiting for user permissions"), QLatin1Char('A'));
+    const QString device = Android_Selected_Device();
+    onMain([&] { m_rows.append(propertyRow(QStringLiteral("Device"), device)); });
+    Send_Permission_Command_To_Phone();
+    markLine(Permission, QStringLiteral("User permissions done"), QLatin1Char('T'));
+    markLine(Connection, QStringLiteral("Connecting"), QLatin1Char('A'));
+
+    const RecordList properties = readDeviceProperties();
+    onMain([&] {
+        for (const Record& row : properties)
+            if (!row.value(QStringLiteral("COM_PORT")).trimmed().isEmpty())
+                m_rows.append(row);
+    });
+    markLine(Connection, QStringLiteral("Connected"), QLatin1Char('T'));
+    Clock::sleepUnless(1s, stopAsked);
+    m_busyBar.stop();
+    onMain([this] {
+        m_linesVisible = false;
+        m_infoLabel = QStringLiteral("Device Information : ");
+        m_tableVisible = true;
+        m_busy = 0;
+        m_controlsEnabled = true;
+    });
+    return Outcome::Connected;
+}
+
+void Android_Ph_List_Wnd::Select_Btn() {
+    if (m_rows.isEmpty()) {
+        m_op.Show_MessageBox(kNotReady);
+        return;
+    }
+    chooseShownPhone();
+}
+
+bool Android_Ph_List_Wnd::chooseShownPhone() {
+    m_pleaseWait = true;
+    emit changed();
+    Stop_Modem_SRCH = 0;
+    QString tag;
+    bool ready = false;
+    WorkerThread check(QStringLiteral("android-check"));
+    check.start([&](std::stop_token) { ready = CheckConnection(tag, false, m_op); });
+    check.join();
+    m_pleaseWait = false;
+    emit changed();
+    if (!ready) {
+        if (tag != QLatin1String("MORE"))
+            m_op.Show_MessageBox(kNotReady);
+        return false;
+    }
+    const QString name = displayName();
+    sel_port_name_str = name;
+    sel_port_bsd_str = name;
+    port_val_str_array = {name};
+    AND_Sel_Dev_Details = Sel_Dev_Detail_String_Creation(m_rows.records());
+    endModal(1);
+    return true;
+}
+
+void Android_Ph_List_Wnd::Close_Btn() {
+    if (m_searching) {
+        if (!m_op.Show_YES_NO_MessageBox(
+                QStringLiteral("\nTerminating the current process will stop scanning "
+                               "connected device. Are you sure you want to continue?")))
+            return;
+        m_pleaseWait = true;
+        Stop_Modem_SRCH = 1;
+        emit changed();
+        waitForSearch();
+        m_pleaseWait = false;
+    }
+    if (!AND_Sel_Dev_Details.isEmpty())
+        return;
+    if (!m_rows.isEmpty()) {
+        Stop_Modem_SRCH = 0;
+        if (m_op.Show_YES_NO_MessageBox(
+                QStringLiteral("Found Android Device [ ") + displayName() +
+                QStringLiteral(" ] connected to your computer.\n\n") +
+                QStringLiteral("Do you want to select this device for sending SMS?"))) {
+            chooseShownPhone();
+            return;
+        }
+    }
+    clearDeviceSelection();
+    endModal(0);
+}
+
+void Android_Ph_List_Wnd::Mobile_Type_Btn() {
+    Stop_Modem_SRCH = 1;
+    waitForSearch();
+    clearDeviceSelection();
+    endModal(NoCode);
+}
+
+void Android_Ph_List_Wnd::Check_Device_Status_Btn() {
+    if (m_searching)
+        return;
+    Stop_Modem_SRCH = 0;
+    QString status;
+    WorkerThread reader(QStringLiteral("adb-status"));
+    reader.start([&status](std::stop_token) { status = Get_Android_Device_Status(); });
+    reader.join();
+    m_op.Show_MessageBox(status);
+}

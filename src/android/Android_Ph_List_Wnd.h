@@ -1,0 +1,84 @@
+#pragma once
+// The Android device search window: it finds, authorises and connects one phone (installing
+// the companion app and granting its permissions), shows the phone's properties, and records
+// the chosen phone in the selection globals. Three status lines follow the search.
+#include "CompanionApp.h"
+#include "core/DialogController.h"
+#include "core/RecordTable.h"
+#include "core/WorkerThread.h"
+#include "delivery/ActivityIndicator.h"
+
+#include <QString>
+
+#include <array>
+#include <atomic>
+
+class Operator;
+
+class Android_Ph_List_Wnd : public DialogController, public ConnectionStatusLines {
+    Q_OBJECT
+public:
+    static Android_Ph_List_Wnd& defaultInstance(Operator& op);
+    explicit Android_Ph_List_Wnd(Operator& op, QObject* parent = nullptr);
+    ~Android_Ph_List_Wnd() override;
+
+    struct StatusLine {
+        QString text;
+        QChar mark;
+    };
+
+    // Opens the window modally with a search running; true when it closed with 1 or 0.
+    bool Open_Ph_List_Wnd();
+
+    // --- Buttons.
+    void Search_Btn(); // also Retry
+    void Stop_Btn() { Stop_Modem_SRCH_set(); }
+    void Select_Btn();
+    void Close_Btn();
+    void Mobile_Type_Btn();
+    void Check_Device_Status_Btn();
+
+    // Runs one search to its end on the calling thread (what the search thread does; the
+    // command line calls it directly). The search repeats while no phone or an unauthorised
+    // one is found, unless repeat is false.
+    enum class Outcome { Connected, NoDevice, Unauthorized, More, Failed, Stopped };
+    Outcome searchDevice(bool repeat);
+    // Waits for the search thread.
+    void waitForSearch();
+    bool searching() const { return m_searching; }
+
+    // --- What the window shows.
+    const std::array<StatusLine, 3>& statusLines() const { return m_lines; }
+    bool statusLinesVisible() const { return m_linesVisible; }
+    QString infoLabel() const { return m_infoLabel; }
+    bool tableVisible() const { return m_tableVisible; }
+    RecordTable& rows() { return m_rows; }
+    int busyValue() const { return m_busy; }
+    bool controlsEnabled() const { return m_controlsEnabled; }
+    bool pleaseWaitShown() const { return m_pleaseWait; }
+    bool permissionHintVisible() const { return m_permissionHint; }
+    QString displayName() const;
+
+    void markLine(Line line, const QString& text, QChar mark) override;
+
+private:
+    void onMain(const std::function<void()>& change);
+    void resetLines();
+    Outcome searchRound();
+    bool chooseShownPhone(); // Select from step 2 on
+    static void Stop_Modem_SRCH_set();
+
+    Operator& m_op;
+    WorkerThread m_worker{QStringLiteral("android-search")};
+    ActivityIndicator m_busyBar;
+    std::atomic<bool> m_searching{false};
+    std::array<StatusLine, 3> m_lines;
+    bool m_linesVisible = true;
+    QString m_infoLabel;
+    bool m_tableVisible = false;
+    RecordTable m_rows;
+    int m_busy = 0;
+    bool m_controlsEnabled = true;
+    bool m_pleaseWait = false;
+    bool m_permissionHint = true;
+};

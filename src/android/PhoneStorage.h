@@ -1,0 +1,30 @@
+#pragma once
+// Files on the phone: the storage root the phone's shell reports, copies there (twice on the
+// legacy roots), removals, and the two file formats the companion app reads.
+#include <QString>
+
+#include <atomic>
+#include <functional>
+
+using AdbStop = std::function<bool()>;
+
+// The phone's storage root: "echo $EXTERNAL_STORAGE" as the phone's shell expands it.
+QString phoneStorageRoot(const AdbStop& stop = {});
+
+// Copies Created_Resource_Path/fileName to the phone's storage; false when the copy failed.
+bool Save_File_To_Phone_Storage(const QString& fileName, bool writeToLog, const AdbStop& stop = {});
+// Removes the file from the phone's storage (and from the second place of a legacy root).
+QString Send_DEL_File_Command_To_ADB(const QString& fileName, const AdbStop& stop = {});
+// Removes "ostrelsms.txt" and "message.txt" when a copy was made since the last removal.
+void Send_DEL_File_Command_To_Phone(const AdbStop& stop = {});
+
+// Set by every copy to the phone, cleared by Send_DEL_File_Command_To_Phone.
+extern std::atomic<bool> phone_file_saved;
+
+inline const QString kListFileName = QStringLiteral("ostrelsms.txt");
+inline const QString kMessageFileName = QStringLiteral("message.txt");
+inline const QString kListFieldSeparator = QStringLiteral(",~$^'");
+inline const QString kListLineBreak = QStringLiteral("S5%J7.qB~X4,9z/pT_OSTREL_AP_DX/");
+
+// One line of the list file: number, separator, message (line breaks as the marker), "\r\n".
+QByteArray listFileLine(const QString& number, const QString& message);

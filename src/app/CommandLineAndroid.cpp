@@ -1,0 +1,128 @@
+#include "CommandLineAndroid.h"
+
+#include "android/AndroidDevices.h"
+#include "android/AndroidState.h"
+#include "android/Android_Ph_List_Wnd.h"
+#include "android/Bulk_SMSAppDelegate.h"
+#include "core/WorkerThread.h"
+
+#include <QSet>
+
+#include <cstdio>
+
+namespace {
+
+void line(FILE* stream, const QString& text) {
+    std::fprintf(stream, "%s\n", text.toLocal8Bit().constData());
+    std::fflush(stream);
+}
+
+// Narrows every adb command to one phone: the device list by the filter, adb by ANDROID_SERIAL.
+void pointAdbAt(const QString& serial) {
+    setAndroidSerialFilter(serial);
+    if (serial.isEmpty())
+        qunsetenv("ANDROID_SERIAL");
+    else
+        qputenv("ANDROID_SERIAL", serial.toLocal8Bit());
+}
+
+template <typename F> auto onWorker(F&& body) {
+    std::invoke_result_t<F> result{};
+    WorkerThread worker(QStringLiteral("adb"));
+    worker.start([&](std::stop_token) { result = body(); });
+    worker.join();
+    return result;
+}
+
+} // namespace
+
+int listAndroidDevices(const QString& serial) {
+    Stop_Modem_SRCH = 0;
+    pointAdbAt(serial);
+    const QString list = onWorker([] { return Get_Android_Device_List(); });
+    int phones = 0;
+    for (const QString& entry : list.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+        const QString phone = entry.trimmed().section(QLatin1Char('\t'), 0, 0);
+        const QString state = entry.trimmed().section(QLatin1Char('\t'), 1).trimmed();
+        ++phones;
+        QString text = phone + QLatin1Char('\t') + state;
+        if (state == QLatin1String("device")) {
+            pointAdbAt(phone);
+            const RecordList rows = onWorker([] { return readDeviceProperties(); });
+            for (const Record& row : rows)
+                text += QLatin1Char('\t') + row.value(QStringLiteral("COM_PORT")).trimmed() +
+                        QStringLiteral(": ") + row.value(QStringLiteral("PORT_DETAL"));
+            pointAdbAt(serial);
+        }
+        line(stdout, text);
+    }
+    if (phones == 0)
+        line(stderr, QStringLiteral("No Android phone found."));
+    return phones > 0 ? 0 : 1;
+}
+
+int sendThroughAndroid(Bulk_SMSAppDelegate& window, Operator& op, const QString& serial,
+                       const QString& mode) {
+    if (mode != QLatin1String("single-shot") && mode != QLatin1String("standard") &&
+        mode != QLatin1String("classic")) {
+        line(stderr, QStringLiteral("Unknown mode: %1 (single-shot, standard or classic)").arg(mode));
+        return 2;
+    }
+    pointAdbAt(serial);
+    Android_Ph_List_Wnd& search = Android_Ph_List_Wnd::defaultInstance(op);
+    Stop_Modem_SRCH = 0;
+    const auto outcome = onWorker([&search] { return search.searchDevice(false); });
+    if (outcome != Android_Ph_List_Wnd::Outcome::Connected) {
+        line(stderr, QStringLiteral("No phone ready to send with."));
+        return 2;
+    }
+    search.beginModal();
+    search.Select_Btn();
+    if (!search.isEnded() || search.endCode() != 1) {
+        line(stderr, QStringLiteral("The phone could not be selected."));
+        return 2;
+    }
+    window.applyDeviceSelection();
+    line(stderr, QStringLiteral("Phone: %1").arg(window.deviceCaption()));
+
+    if (mode == QLatin1String("single-shot")) {
+        window.Single_Shot_Radio();
+    } else {
+        window.One_By_One_Radio();
+        if (mode == QLatin1String("classic"))
+            window.Classic_Radio();
+        else
+            window.Standard_Radio();
+    }
+
+    QString last;
+    QObject::connect(&window.progress(), &AndroidSendingProgress::changed, &window, [&] {
+        const AndroidSendingProgress::State& s = window.progress().state();
+        const QString text =
+            s.singleShot ? s.statusText
+                         : (s.counterText.isEmpty() ? s.statusText
+                                                    : s.counterText + QLatin1Char(' ') + s.currentText) +
+                               (s.pauseText.isEmpty() ? QString() : QLatin1Char(' ') + s.pauseText);
+        if (s.visible && text != last && !text.isEmpty()) {
+            last = text;
+            line(stderr, text);
+        }
+    });
+    window.prev_composer_msg = window.composerText();
+    window.Send_SMS_Btn();
+    window.waitForSend();
+
+    // What the run was to send: every record that was neither excluded nor a skipped duplicate.
+    int wanted = 0;
+    QSet<QString> seen;
+    for (const Record& r : window.list().records()) {
+        const QString number = r.value(QStringLiteral("Number"));
+        const bool excluded = window.exclusion() && window.Check_Exclusion_Number(number);
+        const bool skipped = !excluded && window.skipDuplicates() && seen.contains(number);
+        seen.insert(number);
+        wanted += !excluded && !skipped;
+    }
+    const int sent = window.lastRunSent();
+    line(stdout, QStringLiteral("%1 of %2 recipients sent.").arg(sent).arg(wanted));
+    return window.lastRunEnd() == Bulk_SMSAppDelegate::RunEnd::Completed && sent == wanted ? 0 : 1;
+}

@@ -1,0 +1,14 @@
+#pragma once
+// The Android side of the command-line tool: the phones adb sees, and sending a list through
+// one of them as the Android window does.
+#include <QString>
+
+class Bulk_SMSAppDelegate;
+class Operator;
+
+// "bulksms devices --android": one line per phone with its state and properties.
+int listAndroidDevices(const QString& serial);
+
+// Finds and selects the phone, applies the mode ("single-shot", "standard", "classic") and
+// sends the window's list; prints a progress line per record and the summary.
+int sendThroughAndroid(Bulk_SMSAppDelegate& window, Operator& op, const QString& serial, const QString& mode);

@@ -1,0 +1,212 @@
+// The Android window's Send in each mode, through the real adb client to a virtual phone whose
+// log must agree with the list, text for text.
+#include "PhoneFixture.h"
+#include "android/AndroidState.h"
+#include "android/Bulk_SMSAppDelegate.h"
+#include "core/AppState.h"
+#include "core/DataFolder.h"
+#include "core/FileUtils.h"
+#include "stores/SentItemFile.h"
+#include "stores/TemplateFile.h"
+
+namespace {
+
+class AndroidSendingTest : public PhoneFixture {
+protected:
+    // A window with the phone chosen and the list filled, first given on top.
+    std::unique_ptr<Bulk_SMSAppDelegate> windowWith(const QList<QPair<QString, QString>>& rows) {
+        auto window = std::make_unique<Bulk_SMSAppDelegate>(op);
+        window->windowDidLoad();
+        sel_port_name_str = "VIRTUAL PHONE 5G";
+        sel_port_bsd_str = sel_port_name_str;
+        port_val_str_array = {sel_port_name_str};
+        window->applyDeviceSelection();
+        for (auto it = rows.crbegin(); it != rows.crend(); ++it)
+            window->Create_Num_Msg_List(it->first, it->second);
+        return window;
+    }
+    void send(Bulk_SMSAppDelegate& window) {
+        window.prev_composer_msg = window.composerText();
+        window.Send_SMS_Btn();
+        window.waitForSend();
+    }
+    sim::PhoneConfig installed() {
+        sim::PhoneConfig config = phone();
+        config.appInstalled = true;
+        return config;
+    }
+};
+
+const QStringList kHostileTexts = {
+    "Tom & Jerry (2)",    "a | b",
+    "x < y > z",          "one; two",
+    "Price $5 and $HOME", "it's",
+    "say \"hi\"",         "back\\slash \\n",
+    "`date` and $(id)",   "Caf\u00e9 \U0001F600",
+    "Line1\nLine2",       "  padded\t",
+    "#not a comment",     "*.txt ~ ! { } [ ]",
+};
+
+TEST_F(AndroidSendingTest, OneByOneDeliversEveryHostileTextExactlyInBothModes) {
+    for (const QString& mode : {QStringLiteral("standard"), QStringLiteral("classic")}) {
+        SCOPED_TRACE(mode.toStdString());
+        startPhones(one(installed()));
+        QList<QPair<QString, QString>> rows;
+        for (int i = 0; i < kHostileTexts.size(); ++i)
+            rows.append(
+                {QStringLiteral("+4477009000%1").arg(i, 2, 10, QLatin1Char('0')), kHostileTexts.at(i)});
+        auto window = windowWith(rows);
+        window->One_By_One_Radio();
+        if (mode == "classic") {
+            window->Classic_Radio();
+        }
+        op.clearTranscript();
+        send(*window);
+        QStringList expected;
+        for (const auto& [number, text] : rows) {
+            // Classic carries the text in the start command: trimmed, line breaks and tabs as spaces.
+            QString carried = text;
+            if (mode == "classic") {
+                carried = carried.trimmed();
+                carried.replace('\n', ' ').replace('\t', ' ');
+            }
+            expected << number + "|" + carried + "|" + mode;
+        }
+        EXPECT_EQ(sentMessages(), expected);
+        EXPECT_EQ(injections(), 0);
+        EXPECT_EQ(op.alerts(), QStringList{"\nMessage Sending Process Completed."});
+        EXPECT_EQ(window->lastRunSent(), rows.size());
+        server->stop();
+    }
+}
+
+TEST_F(AndroidSendingTest, SkippedAndExcludedNumbersAreNeitherSentNorLogged) {
+    startPhones(one(installed()));
+    auto window = windowWith({{"111", "a"}, {"222", "b"}, {"111", "c"}, {"333", "d"}, {"444", "e"}});
+    ASSERT_TRUE(writeFileAtomically(AppExclusion_File_Path, "Blocked\n"));
+    ASSERT_TRUE(writeFileAtomically(Exclusion_Folder_Path + "/Blocked.OSTREL", "444\n"));
+    window->Exclusion_Chk(true);
+    window->setSkipDuplicates(true);
+    window->setSaveSentItems(true);
+    window->setSaveTemplates(true);
+    send(*window);
+    EXPECT_EQ(sentMessages(), (QStringList{"111|a|standard", "222|b|standard", "333|d|standard"}));
+    QStringList logged;
+    for (const SentItem& item : parseSentItems(readAll(SentItemAnd_File_Path)))
+        logged << item.number + "|" + item.message + "|" + item.status;
+    EXPECT_EQ(logged, (QStringList{"111|a|", "222|b|", "333|d|"}));
+    EXPECT_EQ(parseTemplates(readAll(Templates_File_Path)), (QStringList{"a", "b", "d"}));
+}
+
+TEST_F(AndroidSendingTest, SingleShotSendsTheWholeListThroughOneFile) {
+    for (const int count : {10, 11}) {
+        startPhones(one(installed()));
+        QList<QPair<QString, QString>> rows;
+        for (int i = 0; i < count; ++i)
+            rows.append({QString::number(1000 + i),
+                         i == 0 ? QStringLiteral("Line1\r\nLine2\nLine3 ,~$^' & ;") : "m"});
+        auto window = windowWith(rows);
+        window->Single_Shot_Radio();
+        send(*window);
+        const QStringList sent = sentMessages();
+        ASSERT_EQ(sent.size(), count);
+        EXPECT_EQ(sent.first(), "1000|Line1\nLine2\nLine3 ,~$^' & ;|single-shot");
+        EXPECT_EQ(server->log().events("intent").size(), 1); // the app is started once
+        QString file =
+            "1000,~$^'Line1S5%J7.qB~X4,9z/pT_OSTREL_AP_DX/Line2S5%J7.qB~X4,9z/pT_OSTREL_AP_DX/Line3 ,~$^' & "
+            ";\r\n";
+        for (int i = 1; i < count; ++i)
+            file += QString::number(1000 + i) + ",~$^'m\r\n";
+        const auto reads = server->log().events("read");
+        ASSERT_EQ(reads.size(), 1);
+        EXPECT_EQ(reads.first().value("path").toString(), "/sdcard/ostrelsms.txt");
+        EXPECT_EQ(reads.first().value("content").toString(), file);
+        qint64 size = 0;
+        EXPECT_FALSE(firstPhone().fileExists("/sdcard/ostrelsms.txt", size)); // removed afterwards
+        EXPECT_FALSE(QFile::exists(Created_Resource_Path + "/ostrelsms.txt"));
+        server->stop();
+    }
+}
+
+TEST_F(AndroidSendingTest, UnpluggedPhoneEndsTheRunWithTheConnectionError) {
+    for (const bool classic : {false, true}) {
+        sim::PhoneConfig config = installed();
+        config.unplugAfter = 2;
+        startPhones(one(config));
+        auto window = windowWith({{"1", "a"}, {"2", "b"}, {"3", "c"}, {"4", "d"}});
+        if (classic)
+            window->Classic_Radio();
+        op.clearTranscript();
+        send(*window);
+        EXPECT_EQ(sentMessages().size(), 2);
+        EXPECT_TRUE(op.alerts().contains("\nDevice Connection Error!"))
+            << op.alerts().join("/").toStdString();
+        EXPECT_FALSE(op.alerts().contains("\nMessage Sending Process Completed."));
+        EXPECT_EQ(window->lastRunEnd(), Bulk_SMSAppDelegate::RunEnd::DeviceError);
+        EXPECT_EQ(window->list().size(), 4); // the rows stay as they were
+        server->stop();
+    }
+}
+
+TEST_F(AndroidSendingTest, StopDuringAPauseEndsWithoutTheCompletionMessage) {
+    startPhones(one(installed()));
+    auto window = windowWith({{"1", "a"}, {"2", "b"}, {"3", "c"}});
+    window->Delayed_Delivery_Chk(true);
+    window->setDelayedCountChoice("1");
+    window->setDelayedTimeChoice("12 Hours"); // 43 s at the tests' clock: only Stop ends it
+    op.answerYes();
+    window->prev_composer_msg = window->composerText();
+    window->Send_SMS_Btn();
+    ASSERT_TRUE(spinUntil([&] { return !window->progress().state().pauseText.isEmpty(); }));
+    window->progress().Stop_Btn();
+    window->waitForSend();
+    EXPECT_EQ(sentMessages(), QStringList{"1|a|standard"});
+    EXPECT_EQ(window->lastRunEnd(), Bulk_SMSAppDelegate::RunEnd::Stopped);
+    EXPECT_FALSE(op.alerts().contains("\nMessage Sending Process Completed."));
+}
+
+TEST_F(AndroidSendingTest, AFailedCopyOffersTheTextInTheStartCommand) {
+    sim::PhoneConfig config = installed();
+    config.pushFails = true;
+    startPhones(one(config));
+    auto window = windowWith({{"1", "first & last"}, {"2", "second"}});
+    op.answerYes(); // send with the text in the start command, for this and every later failure
+    send(*window);
+    EXPECT_EQ(sentMessages(), (QStringList{"1|first & last|classic", "2|second|classic"}));
+    EXPECT_EQ(op.questions().size(), 1);
+}
+
+TEST_F(AndroidSendingTest, AMissingCompanionAppSendsNothingAndSaysSo) {
+    startPhones(one(phone())); // never searched for: the app is not on the phone
+    auto window = windowWith({{"1", "a"}, {"2", "b"}});
+    window->Classic_Radio();
+    op.clearTranscript();
+    send(*window);
+    EXPECT_TRUE(sentMessages().isEmpty());
+    EXPECT_EQ(window->lastRunSent(), 0);
+    ASSERT_EQ(op.alerts().size(), 1);
+    EXPECT_TRUE(
+        op.alerts().first().startsWith("\nThe companion app could not be started on the phone; no message "
+                                       "was sent to 1."));
+}
+
+TEST_F(AndroidSendingTest, SendChecksComeFirst) {
+    startPhones(one(installed()));
+    Bulk_SMSAppDelegate window(op);
+    window.windowDidLoad();
+    clearDeviceSelection();
+    window.applyDeviceSelection();
+    window.Send_SMS_Btn();
+    window.waitForSend();
+    EXPECT_EQ(op.alerts(),
+              QStringList{"\nEither Mobile Device is not connected properly or No Mobile Phone Device is "
+                          "selected.\n\nPlease use Mobile Phone Connection Wizard for finding device or "
+                          "establishing connection."});
+    auto chosen = windowWith({});
+    op.clearTranscript();
+    chosen->Send_SMS_Btn();
+    EXPECT_EQ(op.alerts(), QStringList{"\nPhone numbers-Messages list is empty."});
+    EXPECT_TRUE(sentMessages().isEmpty());
+}
+
+} // namespace

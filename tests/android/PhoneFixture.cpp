@@ -1,0 +1,45 @@
+#include "PhoneFixture.h"
+
+#include "android/AndroidState.h"
+#include "core/DataFolder.h"
+
+#include <QFile>
+
+void PhoneFixture::startPhones(const QList<sim::PhoneConfig>& phones, bool withApk) {
+    server = std::make_unique<sim::AdbServer>(phones);
+    ASSERT_TRUE(server->start(0));
+    qputenv("ADB_SERVER_SOCKET", server->socketSpec().toUtf8());
+    qputenv("HOME", QFile::encodeName(adbHome.path())); // adb keeps nothing of ours
+    qunsetenv("ANDROID_SERIAL");
+    setAndroidSerialFilter(QString());
+    Stop_Modem_SRCH = 0;
+    if (withApk) {
+        QFile apk(Resource_Path + QStringLiteral("/OstrelBulkSMS.apk"));
+        ASSERT_TRUE(apk.open(QIODevice::WriteOnly));
+        apk.write("PK\x03\x04 companion app");
+    }
+    Check_Path_And_Create_Files();
+}
+
+void PhoneFixture::TearDown() {
+    if (server)
+        server->stop();
+    qunsetenv("ADB_SERVER_SOCKET");
+}
+
+sim::PhoneConfig PhoneFixture::phone(const QString& serial) {
+    sim::PhoneConfig config = sim::PhoneConfig::typical();
+    config.serial = serial;
+    return config;
+}
+
+QStringList PhoneFixture::sentMessages() const {
+    QStringList messages;
+    for (const QJsonObject& event : server->log().events(QStringLiteral("message")))
+        messages << event.value(QStringLiteral("number")).toString() + QLatin1Char('|') +
+                        event.value(QStringLiteral("text")).toString() + QLatin1Char('|') +
+                        event.value(QStringLiteral("mode")).toString();
+    return messages;
+}
+
+int PhoneFixture::injections() const { return int(server->log().events(QStringLiteral("injection")).size()); }

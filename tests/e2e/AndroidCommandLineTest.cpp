@@ -1,0 +1,112 @@
+// "bulksms send --android" and "bulksms devices --android" as whole programs, through the real
+// adb client to a virtual phone whose log must agree with the list, text for text.
+#include "sim/AdbServer.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+
+class AndroidCommandLineTest : public ::testing::Test {
+protected:
+    void start(QList<sim::PhoneConfig> phones) {
+        server = std::make_unique<sim::AdbServer>(phones);
+        ASSERT_TRUE(server->start(0));
+        QDir(home.path()).mkpath("resources");
+        QFile apk(home.path() + "/resources/OstrelBulkSMS.apk");
+        ASSERT_TRUE(apk.open(QIODevice::WriteOnly));
+        apk.write("package");
+    }
+    QStringList run(const QStringList& arguments, int& exitCode) {
+        QProcess process;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("BULKSMS_DATA_HOME", home.path());
+        env.insert("BULKSMS_RESOURCES", home.path() + "/resources");
+        env.insert("BULKSMS_CLOCK_SCALE", "0.01");
+        env.insert("ADB_SERVER_SOCKET", server->socketSpec());
+        env.insert("HOME", home.path());
+        env.remove("ANDROID_SERIAL");
+        process.setProcessEnvironment(env);
+        process.start(QStringLiteral(BULKSMS_EXECUTABLE), arguments);
+        EXPECT_TRUE(process.waitForFinished(120000));
+        exitCode = process.exitCode();
+        errors = QString::fromUtf8(process.readAllStandardError());
+        return QString::fromUtf8(process.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
+    }
+    QStringList messages() const {
+        QStringList sent;
+        for (const QJsonObject& m : server->log().events("message"))
+            sent << m.value("number").toString() + "|" + m.value("text").toString() + "|" +
+                        m.value("mode").toString();
+        return sent;
+    }
+    static sim::PhoneConfig phone(const QString& serial) {
+        sim::PhoneConfig config = sim::PhoneConfig::typical();
+        config.serial = serial;
+        return config;
+    }
+    QTemporaryDir home;
+    QString errors;
+    std::unique_ptr<sim::AdbServer> server;
+};
+
+TEST_F(AndroidCommandLineTest, SendsTheListInEachModeAndThePhoneAgrees) {
+    const QString text = "Tom & Jerry (2) cost $5; it's \"fine\" `really`";
+    for (const QString& mode :
+         {QStringLiteral("single-shot"), QStringLiteral("standard"), QStringLiteral("classic")}) {
+        SCOPED_TRACE(mode.toStdString());
+        start({phone("R58TEST0001")});
+        int exitCode = -1;
+        const QStringList out = run({"send", "--android", "--mode", mode, "--to", "+447700900001", "--to",
+                                     "+447700900002", "--message", text, "--yes"},
+                                    exitCode);
+        EXPECT_EQ(exitCode, 0) << errors.toStdString();
+        EXPECT_EQ(out, QStringList{"2 of 2 recipients sent."}) << errors.toStdString();
+        EXPECT_EQ(messages(),
+                  (QStringList{"+447700900001|" + text + "|" + mode, "+447700900002|" + text + "|" + mode}));
+        EXPECT_TRUE(server->log().events("injection").isEmpty());
+        EXPECT_TRUE(errors.contains("Phone: VIRTUAL PHONE 5G")) << errors.toStdString();
+        server->stop();
+    }
+}
+
+TEST_F(AndroidCommandLineTest, SerialPicksOnePhoneOfSeveral) {
+    start({phone("R58AAAA0001"), phone("R58BBBB0002")});
+    int exitCode = -1;
+    run({"send", "--android", "--to", "1", "--message", "m", "--yes"}, exitCode);
+    EXPECT_NE(exitCode, 0);
+    EXPECT_TRUE(errors.contains("More than one android device detected")) << errors.toStdString();
+    EXPECT_TRUE(messages().isEmpty());
+
+    run({"send", "--android", "--serial", "R58BBBB0002", "--to", "1", "--message", "m", "--yes"}, exitCode);
+    EXPECT_EQ(exitCode, 0) << errors.toStdString();
+    const auto sent = server->log().events("message");
+    ASSERT_EQ(sent.size(), 1);
+    EXPECT_EQ(sent.first().value("serial").toString(), "R58BBBB0002");
+}
+
+TEST_F(AndroidCommandLineTest, DevicesListsEveryPhoneWithItsState) {
+    sim::PhoneConfig locked = phone("R58LOCK0002");
+    locked.state = "unauthorized";
+    start({phone("R58AAAA0001"), locked});
+    int exitCode = -1;
+    const QStringList out = run({"devices", "--android"}, exitCode);
+    EXPECT_EQ(exitCode, 0);
+    ASSERT_EQ(out.size(), 2) << errors.toStdString();
+    EXPECT_TRUE(out.at(0).startsWith("R58AAAA0001\tdevice\tManufacturer: VIRTUAL\tModel Number: PHONE 5G"))
+        << out.at(0).toStdString();
+    EXPECT_EQ(out.at(1), "R58LOCK0002\tunauthorized");
+    server->stop();
+    start({});
+    EXPECT_TRUE(run({"devices", "--android"}, exitCode).isEmpty());
+    EXPECT_EQ(exitCode, 1);
+}
+
+} // namespace

@@ -1,0 +1,138 @@
+// The Android windows' views against a virtual phone: they show what their controllers hold and
+// forward clicks. With BULKSMS_SCREENSHOT_DIR set, each view is also saved as a PNG to look at.
+#include "android/And_Conn_Err.h"
+#include "android/AndroidState.h"
+#include "android/Android_Ph_List_Wnd.h"
+#include "android/Bulk_SMSAppDelegate.h"
+#include "core/AppState.h"
+#include "core/DataFolder.h"
+#include "core/WorkerThread.h"
+#include "sim/AdbServer.h"
+#include "ui/AndroidBulkSmsView.h"
+#include "ui/AndroidPhListView.h"
+#include "ui/AndroidSendingProgressView.h"
+#include "ui/ViewRegistry.h"
+
+#include "ScriptedOperator.h"
+#include "TestEnvironment.h"
+
+#include <QDir>
+#include <QLabel>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTableView>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+void saveShot(QWidget& widget, const QString& name) {
+    const QString folder = qEnvironmentVariable("BULKSMS_SCREENSHOT_DIR");
+    if (!folder.isEmpty())
+        widget.grab().save(QDir(folder).filePath(name + ".png"));
+}
+
+class AndroidViewsTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ViewRegistry::registerStandardViews();
+        sim::PhoneConfig config = sim::PhoneConfig::typical();
+        config.serial = "R58DEMO0001";
+        config.appInstalled = true;
+        config.properties.insert("ro.product.manufacturer", "Samsung");
+        config.properties.insert("ro.product.model", "Galaxy A52");
+        server = std::make_unique<sim::AdbServer>(QList<sim::PhoneConfig>{config});
+        ASSERT_TRUE(server->start(0));
+        qputenv("ADB_SERVER_SOCKET", server->socketSpec().toUtf8());
+        qputenv("HOME", QFile::encodeName(adbHome.path()));
+        QFile apk(Resource_Path + "/OstrelBulkSMS.apk");
+        ASSERT_TRUE(apk.open(QIODevice::WriteOnly));
+        apk.write("package");
+        apk.close();
+        Check_Path_And_Create_Files();
+        Stop_Modem_SRCH = 0;
+    }
+    void TearDown() override {
+        server->stop();
+        qunsetenv("ADB_SERVER_SOCKET");
+    }
+    TestDataHome home;
+    QTemporaryDir adbHome;
+    ScriptedOperator op;
+    std::unique_ptr<sim::AdbServer> server;
+};
+
+TEST_F(AndroidViewsTest, SearchWindowShowsThePhoneAndSelectsIt) {
+    Android_Ph_List_Wnd search(op);
+    AndroidPhListView view(search);
+    view.resize(560, 460);
+    view.show();
+    saveShot(view, "android-search-start");
+    WorkerThread worker;
+    worker.start([&](std::stop_token) { search.searchDevice(false); });
+    worker.join();
+    QTableView* table = view.findChild<QTableView*>();
+    ASSERT_NE(table, nullptr);
+    EXPECT_TRUE(table->isVisible());
+    EXPECT_EQ(table->model()->rowCount(), 9);
+    EXPECT_EQ(table->model()->index(1, 1).data().toString(), "SAMSUNG");
+    saveShot(view, "android-search-found");
+    for (QPushButton* button : view.findChildren<QPushButton*>())
+        if (button->text() == "Select")
+            button->click();
+    EXPECT_EQ(search.endCode(), 1);
+    EXPECT_EQ(sel_port_name_str, "SAMSUNG GALAXY A52");
+}
+
+TEST_F(AndroidViewsTest, MainWindowModesSendAndProgress) {
+    Bulk_SMSAppDelegate window(op);
+    window.windowDidLoad();
+    AndroidBulkSmsView view(window);
+    view.resize(1000, 700);
+    view.show();
+    sel_port_name_str = "SAMSUNG GALAXY A52";
+    sel_port_bsd_str = sel_port_name_str;
+    port_val_str_array = {sel_port_name_str};
+    window.applyDeviceSelection();
+    window.Create_Num_Msg_List("+447700900002", "See you at 5 & bring snacks");
+    window.Create_Num_Msg_List("+447700900001", "Tom & Jerry (2)");
+
+    auto* singleShot = view.findChild<QRadioButton*>("Single_Shot_Radio");
+    auto* classic = view.findChild<QRadioButton*>("Classic_Radio");
+    ASSERT_TRUE(singleShot && classic);
+    EXPECT_FALSE(singleShot->isChecked());
+    singleShot->click();
+    EXPECT_EQ(AND_SMS_sending_mode, int(AndroidSendingMode::SingleShot));
+    EXPECT_FALSE(classic->isEnabled());
+    view.findChild<QRadioButton*>("One_By_One_Radio")->click();
+    EXPECT_TRUE(classic->isEnabled());
+    saveShot(view, "android-main");
+
+    auto* progressView = view.findChild<AndroidSendingProgressView*>();
+    ASSERT_NE(progressView, nullptr);
+    bool progressShown = false;
+    QObject::connect(&window.progress(), &AndroidSendingProgress::changed, &view, [&] {
+        if (progressView->isVisible() && !window.progress().state().counterText.isEmpty() && !progressShown) {
+            progressShown = true;
+            saveShot(*progressView, "android-progress");
+        }
+    });
+    view.findChild<QPushButton*>("Send_SMS_Btn")->click();
+    window.waitForSend();
+    EXPECT_TRUE(progressShown);
+    EXPECT_FALSE(progressView->isVisible());
+    EXPECT_EQ(op.alerts(), QStringList{"\nMessage Sending Process Completed."});
+    EXPECT_EQ(server->log().events("message").size(), 2);
+}
+
+TEST_F(AndroidViewsTest, ConnectionErrorBoxEndsWithOk) {
+    And_Conn_Err box(QLatin1Char('P'), "Allow USB permissions on your mobile", "Allow USB permissions ...");
+    std::unique_ptr<QDialog> view(ViewRegistry::createView(box, nullptr));
+    ASSERT_NE(view, nullptr);
+    saveShot(*view, "android-permission-box");
+    view->findChild<QPushButton*>()->click();
+    EXPECT_EQ(box.endCode(), 1);
+}
+
+} // namespace
