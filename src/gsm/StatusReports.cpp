@@ -1,0 +1,111 @@
+#include "StatusReports.h"
+
+#include <QList>
+
+namespace StatusReports {
+namespace {
+
+QList<int> octetsOf(QStringView hex) {
+    QList<int> octets;
+    for (qsizetype i = 0; i + 1 < hex.size(); i += 2) {
+        bool ok = false;
+        const int value = hex.mid(i, 2).toInt(&ok, 16);
+        if (!ok)
+            return {};
+        octets << value;
+    }
+    return hex.size() % 2 == 0 ? octets : QList<int>{};
+}
+
+std::optional<StatusReport> fromPdu(QStringView hex) {
+    const QList<int> o = octetsOf(hex.trimmed());
+    if (o.isEmpty())
+        return std::nullopt;
+    qsizetype at = 1 + o.at(0); // past the service centre information
+    if (at + 3 > o.size() || (o.at(at) & 0x03) != 0x02)
+        return std::nullopt; // not a status report
+    StatusReport report;
+    report.reference = o.at(at + 1);
+    const int digits = o.at(at + 2);
+    const int type = at + 3 < o.size() ? o.at(at + 3) : 0;
+    at += 4;
+    QString number = (type & 0x70) == 0x10 ? QStringLiteral("+") : QString();
+    for (int i = 0; i < (digits + 1) / 2 && at + i < o.size(); ++i) {
+        const int pair = o.at(at + i);
+        number += QChar(u'0' + (pair & 0x0F));
+        if ((pair >> 4) != 0x0F)
+            number += QChar(u'0' + (pair >> 4));
+    }
+    at += (digits + 1) / 2 + 7 + 7; // the address, then the two time stamps
+    if (at >= o.size())
+        return std::nullopt;
+    report.recipient = number;
+    report.status = o.at(at);
+    return report;
+}
+
+// Fields of a text-mode line, commas inside quotes kept.
+QList<QString> fieldsOf(QStringView text) {
+    QList<QString> fields{QString()};
+    bool quoted = false;
+    for (const QChar c : text) {
+        if (c == u'"')
+            quoted = !quoted;
+        else if (c == u',' && !quoted)
+            fields << QString();
+        else
+            fields.last() += c;
+    }
+    return fields;
+}
+
+} // namespace
+
+std::optional<StatusReport> parse(QStringView cdsLine, QStringView pduLine) {
+    cdsLine = cdsLine.trimmed();
+    if (!cdsLine.startsWith(u"+CDS:"))
+        return std::nullopt;
+    const QList<QString> fields = fieldsOf(cdsLine.mid(5).trimmed());
+    if (fields.size() == 1)
+        return fromPdu(pduLine);
+    bool referenceOk = false, statusOk = false;
+    if (fields.size() < 7)
+        return std::nullopt;
+    StatusReport report;
+    report.reference = fields.at(1).trimmed().toInt(&referenceOk);
+    report.recipient = fields.at(2).trimmed();
+    report.status = fields.last().trimmed().toInt(&statusOk);
+    if (!referenceOk || !statusOk)
+        return std::nullopt;
+    return report;
+}
+
+QString deliveryState(int status) {
+    if (status >= 0 && status <= 0x1F)
+        return QStringLiteral("Delivered");
+    if (status >= 0x20 && status <= 0x3F)
+        return QStringLiteral("Pending");
+    QString reason;
+    switch (status) {
+    case 0x40: reason = QStringLiteral("remote procedure error"); break;
+    case 0x41: reason = QStringLiteral("incompatible destination"); break;
+    case 0x42: reason = QStringLiteral("connection rejected by the recipient"); break;
+    case 0x43: reason = QStringLiteral("recipient not obtainable"); break;
+    case 0x44:
+    case 0x64: reason = QStringLiteral("quality of service not available"); break;
+    case 0x45: reason = QStringLiteral("no interworking available"); break;
+    case 0x46: reason = QStringLiteral("validity period expired"); break;
+    case 0x47: reason = QStringLiteral("deleted by the sender"); break;
+    case 0x48: reason = QStringLiteral("deleted by the service centre"); break;
+    case 0x49: reason = QStringLiteral("message does not exist"); break;
+    case 0x60: reason = QStringLiteral("congestion"); break;
+    case 0x61: reason = QStringLiteral("recipient busy"); break;
+    case 0x62: reason = QStringLiteral("no response from the recipient"); break;
+    case 0x63: reason = QStringLiteral("service rejected"); break;
+    case 0x65: reason = QStringLiteral("error in the recipient's phone"); break;
+    default: reason = QStringLiteral("status %1").arg(status); break;
+    }
+    return QStringLiteral("Not delivered (%1)").arg(reason);
+}
+
+} // namespace StatusReports

@@ -1,0 +1,26 @@
+#pragma once
+// Status reports (SMS-STATUS-REPORT) a modem hands over as "+CDS": in PDU mode the line
+// "+CDS: <length>" and the report's PDU on the next line, in text mode one line
+// "+CDS: <fo>,<mr>,<ra>,<tora>,<scts>,<dt>,<st>". Pure functions: text in, values out.
+#include <QString>
+#include <QStringView>
+
+#include <optional>
+
+struct StatusReport {
+    int reference = -1; // the message reference the network gave the message ("+CMGS: <mr>")
+    QString recipient;
+    int status = -1; // TP-ST
+};
+
+namespace StatusReports {
+
+// The report in a "+CDS" line and, in PDU mode, the PDU line after it; nothing when the text
+// is not a readable status report.
+std::optional<StatusReport> parse(QStringView cdsLine, QStringView pduLine = {});
+
+// What TP-ST says of the message, as a person reads it: "Delivered", "Pending" (the network
+// still tries) or "Not delivered (<reason>)".
+QString deliveryState(int status);
+
+} // namespace StatusReports

@@ -1,0 +1,53 @@
+// Status reports as the virtual modem writes them (its own encoder), read back by ours.
+#include "gsm/StatusReports.h"
+
+#include "QStringPrinting.h"
+#include "sim/StatusReport.h"
+
+#include <QDateTime>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(StatusReports, ReportsInBothModesGiveReferenceRecipientAndStatus) {
+    const QDateTime submitted = QDateTime::fromString("2026-11-23T12:00:00Z", Qt::ISODate);
+    const struct {
+        bool pduMode;
+        int reference;
+        QString recipient;
+        int status;
+    } cases[] = {
+        {true, 7, "+447700900001", 0x00},   {true, 255, "12345", 0x46},   {true, 0, "+1234", 0x30},
+        {false, 42, "+447700900001", 0x41}, {false, 3, "07700900", 0x00},
+    };
+    for (const auto& c : cases) {
+        const QStringList lines =
+            QString::fromLatin1(sim::StatusReport::unsolicited(c.pduMode, c.reference, c.recipient, c.status,
+                                                               submitted, submitted.addSecs(5)))
+                .split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
+        const std::optional<StatusReport> report = StatusReports::parse(lines.value(0), lines.value(1));
+        ASSERT_TRUE(report) << lines.join(" | ").toStdString();
+        EXPECT_EQ(report->reference, c.reference);
+        EXPECT_EQ(report->recipient, c.recipient);
+        EXPECT_EQ(report->status, c.status);
+    }
+}
+
+TEST(StatusReports, WhatIsNoReportGivesNothing) {
+    EXPECT_FALSE(StatusReports::parse(u"+CMTI: \"SM\",3"));
+    EXPECT_FALSE(StatusReports::parse(u"+CDS: 22", u"00110005912143F50000FF0141")); // a submit, not a report
+    EXPECT_FALSE(StatusReports::parse(u"+CDS: 22", u"0006"));                       // cut short
+    EXPECT_FALSE(StatusReports::parse(u"+CDS: 22", u"zz"));
+    EXPECT_FALSE(StatusReports::parse(u"+CDS: 6,x,\"1\",129,\"a\",\"b\",0"));
+}
+
+TEST(StatusReports, StatesAsAPersonReadsThem) {
+    EXPECT_EQ(StatusReports::deliveryState(0), "Delivered");
+    EXPECT_EQ(StatusReports::deliveryState(0x21), "Pending");
+    EXPECT_EQ(StatusReports::deliveryState(0x46), "Not delivered (validity period expired)");
+    EXPECT_EQ(StatusReports::deliveryState(0x61), "Not delivered (recipient busy)");
+    EXPECT_EQ(StatusReports::deliveryState(0x7F), "Not delivered (status 127)");
+}
+
+} // namespace
