@@ -363,8 +363,8 @@ void AdbServer::serveSync(int fd, VirtualPhone& phone) {
             continue;
         }
         if (id == "SEND") {
-            const QString spec = QString::fromUtf8(argument);
-            const QString path = spec.left(spec.lastIndexOf(QLatin1Char(',')));
+            const QString pathAndMode = QString::fromUtf8(argument); // "<path>,<mode>"
+            const QString path = pathAndMode.left(pathAndMode.lastIndexOf(QLatin1Char(',')));
             QByteArray content;
             for (;;) {
                 if (!readExactly(fd, header, 8))
