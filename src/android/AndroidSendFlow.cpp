@@ -100,16 +100,8 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
         op().Show_MessageBox(kNoPhoneSelectedMessage);
         return;
     }
-    if (!Trim_Str(numberField()).isEmpty()) {
-        op().Show_MessageBox(QStringLiteral("Please insert entered number to the list."));
-        requestFocus(Focus::NumberField);
+    if (!listReadyToSend())
         return;
-    }
-    if (list().isEmpty()) {
-        op().Show_MessageBox(QStringLiteral("Phone numbers-Messages list is empty."));
-        requestFocus(Focus::NumberField);
-        return;
-    }
     captureCurrentMessage();
     if (!Check_Delayed_Delivery_Choices())
         return;

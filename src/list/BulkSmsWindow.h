@@ -63,6 +63,9 @@ public:
     bool isFlashMessage() const; // the entry "Notification"
 
     bool Blank_Msg_Chk() const;
+    // The checks both Send buttons make of the list: nothing typed but not added, and a list
+    // that is not empty; false (with the message, focus on the number field) otherwise.
+    bool listReadyToSend();
     void Fill_Msg_Btn();
     void Update_Sel_Msgs_Btn();
     // The question before sending: false when the operator abandons the send.

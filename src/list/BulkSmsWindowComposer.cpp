@@ -8,6 +8,7 @@
 #include "core/AppState.h"
 #include "core/Clock.h"
 #include "core/Operator.h"
+#include "core/TextUtils.h"
 #include "text/NumberRules.h"
 #include "text/SmsParts.h"
 
@@ -121,4 +122,16 @@ bool BulkSmsWindow::Send_Msg_Info_Check() {
     Send_Msg_Info dialog(*this);
     const int code = op().runModal(dialog);
     return code == 1 || code == 0;
+}
+
+bool BulkSmsWindow::listReadyToSend() {
+    const QString problem = !Trim_Str(numberField()).isEmpty()
+                                ? QStringLiteral("Please insert entered number to the list.")
+                            : list().isEmpty() ? QStringLiteral("Phone numbers-Messages list is empty.")
+                                               : QString();
+    if (problem.isEmpty())
+        return true;
+    op().Show_MessageBox(problem);
+    requestFocus(Focus::NumberField);
+    return false;
 }

@@ -33,16 +33,8 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
             op().Show_MessageBox(QStringLiteral("Please select a device for sms sending."));
             return;
         }
-        if (!Trim_Str(numberField()).isEmpty()) {
-            op().Show_MessageBox(QStringLiteral("Please insert entered number to the list."));
-            requestFocus(Focus::NumberField);
+        if (!listReadyToSend())
             return;
-        }
-        if (list().isEmpty()) {
-            op().Show_MessageBox(QStringLiteral("Phone numbers-Messages list is empty."));
-            requestFocus(Focus::NumberField);
-            return;
-        }
         m_messageIs = composerText();
         if (!Check_Delayed_Delivery_Choices())
             return;
