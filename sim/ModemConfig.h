@@ -64,7 +64,8 @@ struct ReceivedMessage {
     int dcs = 0;
     QStringList pduHex; // raw hex of every part exactly as received (PDU mode), in part order
     bool complete = true;
-    int totalParts = 1; // parts announced by the concatenation header
+    int totalParts = 1;           // parts announced by the concatenation header
+    bool reportRequested = false; // the message asked for a status report (TP-SRR)
 };
 
 } // namespace sim

@@ -293,7 +293,9 @@ void ModemSession::accept(const ReceivedMessage& part, const Concatenation& conc
     if (!m_line.waitForNetwork(std::chrono::milliseconds(behaviour.networkDelayMs)))
         return;
     m_messageReference = (m_messageReference + 1) % 256;
-    m_line.acceptedPart(part, concatenation);
+    ReceivedMessage received = part;
+    received.reportRequested = reportRequested;
+    m_line.acceptedPart(received, concatenation);
     sendNetworkAnswer({QStringLiteral("+CMGS: %1").arg(m_messageReference)}, QStringLiteral("OK"), behaviour);
     if (reportRequested && m_settings.cnmiDs == 1 && !behaviour.noStatusReportFor.contains(part.number))
         m_owedReports.push_back({std::chrono::steady_clock::now() +

@@ -36,16 +36,21 @@ struct Flags {
     QCommandLineOption count{"count", "Serve N modems at once (one path printed per line).", "N"};
     QCommandLineOption charsets{"charsets", "Character sets AT+CSCS=? offers, e.g. GSM,UCS2 (default: all).",
                                 "SET,..."};
+    QCommandLineOption reportDelay{"report-delay-ms",
+                                   "Delay of a status report after its message (scaled clock).", "ms"};
+    QCommandLineOption deliveryStatus{
+        "delivery-status", "Report messages to NUMBER with TP-ST N, e.g. 97 busy (repeatable).", "NUMBER=N"};
+    QCommandLineOption noReport{"no-report", "Never report messages to NUMBER (repeatable).", "NUMBER"};
     QCommandLineOption help{QStringList{"h", "help"}, "Show this help."};
 
     QList<QCommandLineOption> all() const {
-        return {manufacturer, model,    revision,         imei,
-                operatorName, smsc,     smscUcs2,         battery,
-                signal,       modes,    noEcho,           bursts,
-                networkDelay, cmsError, cmgsTestError,    undefinedIdentity,
-                silent,       echoOnly, unplugAfterParts, log,
-                count,        latency,  lateAnswers,      charsets,
-                help};
+        return {manufacturer, model,          revision,         imei,
+                operatorName, smsc,           smscUcs2,         battery,
+                signal,       modes,          noEcho,           bursts,
+                networkDelay, cmsError,       cmgsTestError,    undefinedIdentity,
+                silent,       echoOnly,       unplugAfterParts, log,
+                count,        latency,        lateAnswers,      charsets,
+                reportDelay,  deliveryStatus, noReport,         help};
     }
 };
 
@@ -123,6 +128,8 @@ SimOptions parse(const QStringList& arguments) {
     number(flags.latency, 0, 60000, b.answerLatencyMs);
     number(flags.unplugAfterParts, 0, 1000000, b.unplugAfterParts);
     number(flags.count, 1, 32, options.count);
+    number(flags.reportDelay, 0, 600000, b.statusReportDelayMs);
+    b.noStatusReportFor = parser.values(flags.noReport);
 
     if (parser.isSet(flags.battery)) {
         const QStringList pair = parser.value(flags.battery).split(u',');
@@ -151,15 +158,21 @@ SimOptions parse(const QStringList& arguments) {
             b.characterSets << set.trimmed().toUpper();
         }
     }
-    for (const QString& rule : parser.values(flags.cmsError)) {
-        const qsizetype eq = rule.lastIndexOf(u'=');
-        int code = 0;
-        if (eq <= 0 || !readInt(rule.mid(eq + 1), 0, 999, &code)) {
-            options.error = QStringLiteral("--cms-error needs NUMBER=CODE, not \"%1\"").arg(rule);
-            break;
+    // NUMBER=N rules, each number's value in [0, high].
+    const auto rules = [&](const QCommandLineOption& o, int high, QMap<QString, int>& into) {
+        for (const QString& rule : parser.values(o)) {
+            const qsizetype eq = rule.lastIndexOf(u'=');
+            int code = 0;
+            if (eq <= 0 || !readInt(rule.mid(eq + 1), 0, high, &code)) {
+                options.error =
+                    QStringLiteral("--%1 needs NUMBER=CODE, not \"%2\"").arg(o.names().constFirst(), rule);
+                return;
+            }
+            into.insert(rule.left(eq), code);
         }
-        b.cmsErrorForNumber.insert(rule.left(eq), code);
-    }
+    };
+    rules(flags.cmsError, 999, b.cmsErrorForNumber);
+    rules(flags.deliveryStatus, 255, b.deliveryStatusForNumber);
     return options;
 }
 

@@ -212,6 +212,11 @@ int runSend(const QStringList& arguments) {
          pauseEvery, pauseFor,    saveSent, saveTemplates, yes,           dryRun,        plainPunctuation,
          retries,    json,        strict,   resume,        resendUnknown, report,        reportFilter});
     parser.addOptions({android, serial, mode});
+    const QCommandLineOption deliveryReports(
+        QStringLiteral("delivery-reports"),
+        QStringLiteral("Ask the network for a delivery report of every message; each result waits for its "
+                       "report (at most a minute after the last message)."));
+    parser.addOption(deliveryReports);
     parser.process(arguments.mid(1));
 
     ExportFormat reportFormat = ExportFormat::Text;
@@ -328,6 +333,7 @@ int runSend(const QStringList& arguments) {
         return 2;
     }
     session.gsm.setRetries(retryCount);
+    session.gsm.setDeliveryReports(parser.isSet(deliveryReports));
     if (parser.isSet(pauseEvery) || parser.isSet(pauseFor)) {
         // The window's own entries, whatever the spacing typed ("5 Seconds" is "5  Seconds").
         const QString count = choiceMatching(delayedCountEntries(), parser.value(pauseEvery));

@@ -20,26 +20,35 @@ void printLine(FILE* stream, const QString& text) {
 
 bool leftOutOnPurpose(const SendingItem& item) { return item.status == kSkipped || item.status == kExcluded; }
 
+// The item's delivery as a script reads it: its state, "none" for a message that did not go
+// out, or "not requested".
+QString deliveryOf(const SendingItem& item, bool requested) {
+    if (!requested)
+        return QStringLiteral("not requested");
+    return item.delivery.isEmpty() ? QStringLiteral("none") : item.delivery;
+}
+
 } // namespace
 
 RunReport::RunReport(SMS_Sending& job, Format format, QObject* parent)
     : QObject(parent), m_job(job), m_format(format) {
     // The table changes on this thread as each item moves on; a final status is printed once.
-    connect(&job.itemTable(), &RecordTable::rowChanged, this, [this](int row) {
-        if (!m_job.items().at(row).status.isEmpty())
-            printItem(row);
-    });
+    connect(&job.itemTable(), &RecordTable::rowChanged, this, [this](int row) { printItem(row); });
 }
 
-void RunReport::printItem(int index) {
+void RunReport::printItem(int index, bool runEnded) {
     if (m_printed.contains(index))
         return;
     const SendingItem item = m_job.items().at(index);
-    if (item.status.isEmpty())
+    // An item whose report was asked for is printed once the report came (or the run ended).
+    if (item.status.isEmpty() || (item.delivery == kDeliveryPending && !runEnded))
         return;
     m_printed.insert(index);
     if (m_format == Format::Lines) {
-        printLine(stdout, QStringLiteral("%1\t%2\t%3").arg(item.number, item.usePort, item.status));
+        QString line = QStringLiteral("%1\t%2\t%3").arg(item.number, item.usePort, item.status);
+        if (m_job.deliveryReportsRequested())
+            line += QLatin1Char('\t') + item.delivery;
+        printLine(stdout, line);
         return;
     }
     QJsonArray references;
@@ -53,7 +62,7 @@ void RunReport::printItem(int index) {
         {"sent", ModemAnswers::isSent(item.status)},
         {"references", references},
         {"attempts", item.attempts},
-        {"delivery", QStringLiteral("not requested")},
+        {"delivery", deliveryOf(item, m_job.deliveryReportsRequested())},
     };
     printLine(stdout, QString::fromUtf8(QJsonDocument(line).toJson(QJsonDocument::Compact)));
 }
@@ -61,7 +70,7 @@ void RunReport::printItem(int index) {
 void RunReport::finish() {
     const QList<SendingItem> items = m_job.items().all();
     for (int i = 0; i < items.size(); ++i)
-        printItem(i);
+        printItem(i, true);
     const QMap<QString, QString> ports = m_job.portStatuses();
     for (auto it = ports.cbegin(); it != ports.cend(); ++it)
         printLine(stderr, it.key() + QStringLiteral(": ") + it.value());

@@ -1,6 +1,7 @@
 #pragma once
 // What `bulksms send` prints of a run: a line per recipient as soon as its message is
-// finished (tab-separated, or JSON with --json), and at the end a summary and the exit status
+// finished and, when reports were asked for, its delivery known (tab-separated, or JSON with
+// --json), and at the end a summary and the exit status
 // a script can act on.
 #include <QObject>
 #include <QSet>
@@ -25,7 +26,7 @@ public:
     static constexpr int kNothingSent = 3;
 
 private:
-    void printItem(int index);
+    void printItem(int index, bool runEnded = false);
 
     SMS_Sending& m_job;
     Format m_format;

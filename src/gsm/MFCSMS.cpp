@@ -93,7 +93,10 @@ void MFCSMS::clearPendingPrompt(int fd) {
     gatherAnswer(AnswerEnd::FinalResult, ceiling);
     gatherAnswer(AnswerEnd::Quiet,
                  std::max(ceiling / 4, std::chrono::microseconds(Clock::scaled(kWakeSettle))));
-    const QString drained = Trim_Str(decodeAnswer(std::exchange(m_pendingAnswer, QByteArray())));
+    QStringList unsolicited;
+    const QString drained = Trim_Str(ModemAnswers::withoutUnsolicited(
+        decodeAnswer(std::exchange(m_pendingAnswer, QByteArray())), {}, &unsolicited));
+    harvestUnsolicited(fd, unsolicited);
     Show_NSLog_Message(QStringLiteral("Session start (%1) \"%2\"\n").arg(fd).arg(drained));
     m_lastCommand.clear();
 }
@@ -110,9 +113,38 @@ void MFCSMS::dropStaleInput(int fd) {
             break;
         stale += more;
     }
-    if (!stale.isEmpty())
-        Show_NSLog_Message(
-            QStringLiteral("Dropped (%1) \"%2\"\n").arg(fd).arg(Trim_Str(decodeAnswer(stale))));
+    if (stale.isEmpty())
+        return;
+    QStringList unsolicited;
+    const QString dropped = Trim_Str(ModemAnswers::withoutUnsolicited(decodeAnswer(stale), {}, &unsolicited));
+    harvestUnsolicited(fd, unsolicited);
+    if (!dropped.isEmpty())
+        Show_NSLog_Message(QStringLiteral("Dropped (%1) \"%2\"\n").arg(fd).arg(dropped));
+}
+
+void MFCSMS::harvestUnsolicited(int fd, const QStringList& lines) {
+    for (const QString& line : lines)
+        Show_NSLog_Message(QStringLiteral("Unsolicited (%1) \"%2\"\n").arg(fd).arg(line));
+    m_statusReports << StatusReports::fromUnsolicited(lines);
+}
+
+void MFCSMS::listenForStatusReports(std::chrono::milliseconds duration) {
+    std::lock_guard lock(m_readLock);
+    if (!m_port)
+        return;
+    // Nothing answers a command here, so the read runs its whole length.
+    gatherAnswer(AnswerEnd::FinalResult, duration);
+    QStringList unsolicited;
+    const QString rest = Trim_Str(ModemAnswers::withoutUnsolicited(
+        decodeAnswer(std::exchange(m_pendingAnswer, QByteArray())), {}, &unsolicited));
+    harvestUnsolicited(m_port->fileDescriptor(), unsolicited);
+    if (!rest.isEmpty())
+        Show_NSLog_Message(QStringLiteral("Dropped (%1) \"%2\"\n").arg(m_port->fileDescriptor()).arg(rest));
+}
+
+QList<StatusReport> MFCSMS::takeStatusReports() {
+    std::lock_guard lock(m_readLock);
+    return std::exchange(m_statusReports, {});
 }
 
 bool MFCSMS::Write_Command(int fd, const QString& command_str) {
@@ -148,8 +180,7 @@ bool MFCSMS::Read_Command(int fd, const QString& response_str) {
             const QString answer = decodeAnswer(std::exchange(m_pendingAnswer, QByteArray()));
             QStringList unsolicited;
             m_sLastResponse = Trim_Str(ModemAnswers::withoutUnsolicited(answer, m_lastCommand, &unsolicited));
-            for (const QString& line : unsolicited)
-                Show_NSLog_Message(QStringLiteral("Unsolicited (%1) \"%2\"\n").arg(fd).arg(line));
+            harvestUnsolicited(fd, unsolicited);
             Show_NSLog_Message(QStringLiteral("Read (%1) \"%2\"\n").arg(fd).arg(m_sLastResponse));
             return ModemAnswers::answerHolds(m_sLastResponse, response_str);
         },

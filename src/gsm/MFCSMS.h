@@ -7,6 +7,7 @@
 // the traffic always goes through the session's port.
 #include "AMSerialPort.h"
 #include "SmsFormat.h"
+#include "StatusReports.h"
 
 #include <QByteArray>
 #include <QList>
@@ -96,6 +97,18 @@ public:
     // The rest between the parts of a long message.
     static constexpr std::chrono::milliseconds kPartRest{5000};
 
+    // --- Status reports. Once asked for, every message asks the network for a report, and
+    // the reports the modem slips between its answers are gathered for the owner to take.
+    void setStatusReportsRequested(bool requested) { m_statusReportsRequested = requested; }
+    bool statusReportsRequested() const { return m_statusReportsRequested; }
+    // "AT+CNMI=2,1,0,1,0": reports go straight to the computer as "+CDS". False when the
+    // modem refuses it (its reports then never reach us).
+    bool Route_Status_Reports(int fd);
+    // Reads whatever the modem says for this long (nothing is written), gathering reports.
+    void listenForStatusReports(std::chrono::milliseconds duration);
+    // The reports gathered since the last call, oldest first.
+    QList<StatusReport> takeStatusReports();
+
     // The network's references ("+CMGS: <mr>") of the last submission, one per accepted part.
     QList<int> lastMessageReferences() const { return m_lastReferences; }
     // Whether the last submission handed a message body to the modem (its Ctrl-Z went out):
@@ -124,6 +137,9 @@ private:
     void waitForAnswer();
     void clearPendingPrompt(int fd);
     void dropStaleInput(int fd);
+    // Logs the unsolicited lines taken out of an answer and keeps the status reports among
+    // them (the read lock is held).
+    void harvestUnsolicited(int fd, const QStringList& lines);
     bool sendOneMessage(Exchange& exchange, const QString& cmgsCommand, const QString& body);
     void collectAnswer(Exchange& exchange);
     // Sends the bodies as parts 1..n, each after its own "AT+CMGS" command, resting between
@@ -136,9 +152,11 @@ private:
     QString m_port_name;
     QList<int> m_lastReferences;
     bool m_lastHandedOver = false;
-    QByteArray m_pendingAnswer;     // arrived during the answer wait, read with the next read
-    QString m_lastCommand;          // the AT command line the answer being read belongs to
-    bool m_sessionStarting = false; // a port just opened: the first write wakes the modem first
+    bool m_statusReportsRequested = false;
+    QList<StatusReport> m_statusReports; // gathered, not yet taken (under the read lock)
+    QByteArray m_pendingAnswer;          // arrived during the answer wait, read with the next read
+    QString m_lastCommand;               // the AT command line the answer being read belongs to
+    bool m_sessionStarting = false;      // a port just opened: the first write wakes the modem first
     DefaultSmscLookup m_defaultSmscOf;
     std::map<int, termios> m_lineSetupOriginals; // per descriptor opened by OpenSerialPort
     std::mutex m_readLock;

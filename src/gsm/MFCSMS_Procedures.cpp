@@ -79,10 +79,15 @@ bool MFCSMS::Prepare_Modem_For_Text_SMS(int fd) {
 bool MFCSMS::Set_Text_Mode_SMS_Param(int fd, bool flash_sms, bool unicode_sms) {
     if (!commandExpectingOk(fd, kAt))
         return false;
-    if (!Write_Command(fd, ModemAnswers::textModeParametersCommand(flash_sms, unicode_sms)))
+    if (!Write_Command(
+            fd, ModemAnswers::textModeParametersCommand(flash_sms, unicode_sms, m_statusReportsRequested)))
         return false;
     Read_Command(fd, kOk); // some modems refuse the parameters and still send
     return true;
+}
+
+bool MFCSMS::Route_Status_Reports(int fd) {
+    return commandExpectingOk(fd, QStringLiteral("AT+CNMI=2,1,0,1,0\r\n"));
 }
 
 int MFCSMS::PDU_or_Text_SMS(int fd) {

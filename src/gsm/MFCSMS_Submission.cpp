@@ -155,6 +155,7 @@ bool MFCSMS::Send_PDU_SMS(int fd, const QString& number, const QString& message,
     return_status = ModemAnswers::kStatusNoError;
     m_lastReferences.clear();
     Exchange ex(fd, true, number, smsc_num, flash_sms, std::move(stop));
+    ex.encoder.setStatusReportRequest(m_statusReportsRequested);
     // A text the GSM alphabet cannot carry goes as UCS2 whatever was asked: sent as 7-bit, its
     // characters would arrive as others.
     const SmsCoding coding = SmsParts::codingFor(message, unicode_sms);

@@ -117,14 +117,19 @@ bool holdsFinalResult(const QString& answer, bool promptAwaited) {
 QString withoutUnsolicited(const QString& answer, const QString& command, QStringList* removed) {
     // Each piece is one line with the line ends that follow it.
     static const QRegularExpression kLine(QStringLiteral("[^\r\n]*[\r\n]*"));
+    static const QRegularExpression kPduReportHead(QStringLiteral("^\\+CDS:\\s*\\d+$"));
+    static const QRegularExpression kHexLine(QStringLiteral("^[0-9A-Fa-f]+$"));
     QString kept;
     kept.reserve(answer.size());
+    bool reportPduNext = false; // "+CDS: <length>" came: the next line is the report's PDU
     for (auto it = kLine.globalMatch(answer); it.hasNext();) {
         const QString piece = it.next().captured(0);
         if (piece.isEmpty())
             continue;
         const QString line = Trim_Str(piece);
-        if (!line.isEmpty() && isUnsolicited(line, command)) {
+        const bool reportPdu = std::exchange(reportPduNext, false) && kHexLine.match(line).hasMatch();
+        if (!line.isEmpty() && (reportPdu || isUnsolicited(line, command))) {
+            reportPduNext = kPduReportHead.match(line).hasMatch();
             if (removed)
                 *removed << line;
             continue;
@@ -164,9 +169,9 @@ std::optional<int> messageReference(const QString& answer) {
     return std::nullopt;
 }
 
-QString textModeParametersCommand(bool flash_sms, bool unicode_sms) {
+QString textModeParametersCommand(bool flash_sms, bool unicode_sms, bool statusReport) {
     const int dcs = (flash_sms ? 16 : 0) + (unicode_sms ? 8 : 0);
-    return QStringLiteral("AT+CSMP=17,255,0,%1\r\n").arg(dcs);
+    return QStringLiteral("AT+CSMP=%1,255,0,%2\r\n").arg(statusReport ? 49 : 17).arg(dcs);
 }
 
 bool isRetryableRefusal(const QString& status) {

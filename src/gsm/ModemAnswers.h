@@ -37,7 +37,8 @@ bool holdsFinalResult(const QString& answer, bool promptAwaited = false);
 // ("^RSSI: 14" and every other "^" line, "+CREG:", "+CMTI:", "RING", ...), each removed with
 // its line end; the lines taken out go to `removed` when given. A code the command itself
 // asked for ("+CREG:" after "AT+CREG?") is its answer and stays: `command` is the command
-// line the answer belongs to, "" when unknown.
+// line the answer belongs to, "" when unknown. A status report in PDU mode ("+CDS: <length>")
+// takes its PDU line with it, as the next entry of `removed`.
 QString withoutUnsolicited(const QString& answer, const QString& command = {},
                            QStringList* removed = nullptr);
 
@@ -80,8 +81,8 @@ inline const QString kStatusTextModeCannotCarry =
 // The network's reference in a submission's answer (a line "+CMGS: <mr>"), if there is one.
 std::optional<int> messageReference(const QString& answer);
 
-// "AT+CSMP=17,255,0,<dcs>\r\n" for the flags.
-QString textModeParametersCommand(bool flash_sms, bool unicode_sms);
+// "AT+CSMP=17,255,0,<dcs>\r\n" for the flags; first value 49 when a status report is asked for.
+QString textModeParametersCommand(bool flash_sms, bool unicode_sms, bool statusReport = false);
 
 // "AT+CSCA=\"<number>\",145\r\n" for an international number, ",129" otherwise.
 QString serviceCentreCommand(const QString& number);

@@ -35,6 +35,12 @@ QString PDU::dcsFor(bool flash_msg, bool unicode) {
     return flash_msg ? QStringLiteral("10") : QStringLiteral("00");
 }
 
+QString PDU::firstOctet(bool userDataHeader) const {
+    // SMS-SUBMIT with a relative validity period (0x11); 0x40 a user data header; 0x20 asks
+    // the network for a status report.
+    return hexOctet(0x11 | (userDataHeader ? 0x40 : 0) | (m_statusReportRequest ? 0x20 : 0));
+}
+
 QString PDU::EncodePDU(const QString& message, const QString& strDestinationAddress,
                        const QString& strSMSCAddress, int /*intActualPDULength*/, bool blnIncludeSMSC,
                        bool flash_msg, bool unicode) {
@@ -45,8 +51,7 @@ QString PDU::EncodePDU(const QString& message, const QString& strDestinationAddr
         "EncodePDU",
         [&]() -> QString {
             QString pdu = EncodeSMSCAddress(strSMSCAddress);
-            pdu +=
-                QStringLiteral("11") + QStringLiteral("00") + EncodeDestinationAddress(strDestinationAddress);
+            pdu += firstOctet(false) + QStringLiteral("00") + EncodeDestinationAddress(strDestinationAddress);
             pdu += QStringLiteral("00") + dcsFor(flash_msg, unicode) + QStringLiteral("FF");
             if (unicode) {
                 pdu += hexOctet(2 * static_cast<int>(message.size()));
@@ -89,8 +94,7 @@ QString PDU::Encode_UDH_PDU(const QString& message, const QString& strDestinatio
             }
 
             QString pdu = EncodeSMSCAddress(strSMSCAddress);
-            pdu +=
-                QStringLiteral("51") + QStringLiteral("00") + EncodeDestinationAddress(strDestinationAddress);
+            pdu += firstOctet(true) + QStringLiteral("00") + EncodeDestinationAddress(strDestinationAddress);
             pdu += QStringLiteral("00") + dcsFor(flash_msg, unicode) + QStringLiteral("FF");
             pdu += hexOctet(userDataLength);
             pdu += kConcatenationHeaderStart + hexOctet(m_reference >> 8) + hexOctet(m_reference) +

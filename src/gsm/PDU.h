@@ -54,6 +54,9 @@ public:
     // joins parts by sender, reference and total, so each long message needs its own.
     void setConcatenationReference(int reference) { m_reference = reference & 0xFFFF; }
 
+    // Whether the messages ask the network for a status report (delivered or not).
+    void setStatusReportRequest(bool requested) { m_statusReportRequest = requested; }
+
     static QString BCDEncode(int value);
     static QString PadZero(const QString& text, int bytLength);
     static QString reverseString(const QString& text);
@@ -65,9 +68,11 @@ public:
 
 private:
     static QString dcsFor(bool flash_msg, bool unicode);
+    QString firstOctet(bool userDataHeader) const;
 
     QStringList m_cachedParts; // the message being sent in parts, cut once
     int m_reference = 0;
+    bool m_statusReportRequest = false;
 };
 
 // An integer as uppercase hex without a leading zero (5 -> "5", 26 -> "1A").

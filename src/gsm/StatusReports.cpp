@@ -80,6 +80,18 @@ std::optional<StatusReport> parse(QStringView cdsLine, QStringView pduLine) {
     return report;
 }
 
+QList<StatusReport> fromUnsolicited(const QStringList& lines) {
+    QList<StatusReport> reports;
+    for (qsizetype i = 0; i < lines.size(); ++i) {
+        if (!lines.at(i).startsWith(u"+CDS:"))
+            continue;
+        const QString next = i + 1 < lines.size() ? lines.at(i + 1) : QString();
+        if (const auto report = parse(lines.at(i), next))
+            reports << *report;
+    }
+    return reports;
+}
+
 QString deliveryState(int status) {
     if (status >= 0 && status <= 0x1F)
         return QStringLiteral("Delivered");

@@ -2,7 +2,9 @@
 // Status reports (SMS-STATUS-REPORT) a modem hands over as "+CDS": in PDU mode the line
 // "+CDS: <length>" and the report's PDU on the next line, in text mode one line
 // "+CDS: <fo>,<mr>,<ra>,<tora>,<scts>,<dt>,<st>". Pure functions: text in, values out.
+#include <QList>
 #include <QString>
+#include <QStringList>
 #include <QStringView>
 
 #include <optional>
@@ -18,6 +20,10 @@ namespace StatusReports {
 // The report in a "+CDS" line and, in PDU mode, the PDU line after it; nothing when the text
 // is not a readable status report.
 std::optional<StatusReport> parse(QStringView cdsLine, QStringView pduLine = {});
+
+// The reports among the unsolicited lines taken out of a modem's answers (a PDU-mode report's
+// PDU is the line after its "+CDS: <length>").
+QList<StatusReport> fromUnsolicited(const QStringList& lines);
 
 // What TP-ST says of the message, as a person reads it: "Delivered", "Pending" (the network
 // still tries) or "Not delivered (<reason>)".

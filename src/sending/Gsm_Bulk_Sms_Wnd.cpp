@@ -65,3 +65,8 @@ void Gsm_Bulk_Sms_Wnd::setRetries(int retries) {
     m_retries = qBound(0, retries, kMaxRetries);
     emit changed();
 }
+
+void Gsm_Bulk_Sms_Wnd::setDeliveryReports(bool requested) {
+    m_deliveryReports = requested;
+    emit changed();
+}

@@ -43,6 +43,11 @@ public:
     void setRetries(int retries);
     static constexpr int kMaxRetries = 5;
 
+    // "Request delivery reports": every message asks the network for a report, and the job
+    // shows each message's delivery as the reports come.
+    bool deliveryReports() const { return m_deliveryReports; }
+    void setDeliveryReports(bool requested);
+
     // Finished entries of an unfinished run this window's next run resumes: its journal
     // keeps them (taken, and so emptied, when the run starts).
     void setCarriedEntries(const QList<RunJournal::Entry>& entries) { m_carried = entries; }
@@ -66,6 +71,7 @@ private:
     QString m_messageIs;
     bool m_pleaseWait = false;
     int m_retries = 1;
+    bool m_deliveryReports = false;
     QList<RunJournal::Entry> m_carried;
     bool m_sendInProgress = false; // Send is running (checks, then the job): a second press is ignored
 };

@@ -19,8 +19,9 @@ QByteArray lineOf(const QJsonObject& object) {
     return QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
 }
 
-QJsonArray entryOf(const QString& number, const QString& message, const QString& status) {
-    return QJsonArray{number, message, status};
+QJsonArray entryOf(const QString& number, const QString& message, const QString& status,
+                   const QString& delivery = {}) {
+    return QJsonArray{number, message, status, delivery};
 }
 
 } // namespace
@@ -46,7 +47,8 @@ bool RunJournal::begin(const QList<SendingItem>& items, const QList<Entry>& carr
     m_fd = -1;
     QJsonArray done;
     for (const Entry& entry : carried)
-        done.append(entryOf(entry.number, entry.message, entry.unknown ? kUnknown : entry.status));
+        done.append(
+            entryOf(entry.number, entry.message, entry.unknown ? kUnknown : entry.status, entry.delivery));
     QJsonArray run;
     for (const SendingItem& item : items)
         run.append(entryOf(item.number, item.message, item.status));
@@ -86,6 +88,10 @@ void RunJournal::finished(int index, const SendingItem& item) {
         {"i", index}, {"status", item.status}, {"references", references}, {"attempts", item.attempts}}));
 }
 
+void RunJournal::delivery(int index, const QString& state) {
+    append(lineOf(QJsonObject{{"i", index}, {"delivery", state}}));
+}
+
 void RunJournal::end() {
     std::lock_guard lock(m_lock);
     if (m_fd >= 0)
@@ -113,11 +119,11 @@ std::optional<RunJournal::Unfinished> RunJournal::load() {
             for (const QJsonValue value : object.value("carried").toArray()) {
                 const QJsonArray e = value.toArray();
                 unfinished.entries.append({e.at(0).toString(), e.at(1).toString(), e.at(2).toString(),
-                                           e.at(2).toString() == kUnknown});
+                                           e.at(2).toString() == kUnknown, e.at(3).toString()});
             }
             for (const QJsonValue value : object.value("items").toArray()) {
                 const QJsonArray e = value.toArray();
-                run.append({e.at(0).toString(), e.at(1).toString(), e.at(2).toString(), false});
+                run.append({e.at(0).toString(), e.at(1).toString(), e.at(2).toString(), false, {}});
             }
             continue;
         }
@@ -129,6 +135,8 @@ std::optional<RunJournal::Unfinished> RunJournal::load() {
             entry.unknown = true;
         } else if (object.contains("waiting")) {
             entry.unknown = false;
+        } else if (object.contains("delivery")) {
+            entry.delivery = object.value("delivery").toString();
         } else if (object.contains("status")) {
             entry.status = object.value("status").toString();
             entry.unknown = false;

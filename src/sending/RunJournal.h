@@ -27,6 +27,7 @@ public:
         QString number, message;
         QString status;       // final outcome; "" while it was still to be sent
         bool unknown = false; // it was being handed to a modem when the run broke off
+        QString delivery;     // what its delivery report said; "" when none was asked for
     };
     struct Unfinished {
         QList<Entry> entries;
@@ -47,6 +48,8 @@ public:
     void waiting(int index, const QString& why);
     // The item's final outcome.
     void finished(int index, const SendingItem& item);
+    // What the network reported of the item's delivery.
+    void delivery(int index, const QString& state);
     // The run came to its end: its journal goes.
     void end();
 

@@ -18,7 +18,8 @@ const QString kNotice = QStringLiteral("Please do not operate your mobile device
                                        "process is going on. Operating the mobile "
                                        "device functions during the messaging process may interrupt the "
                                        "execution and may result errors in process.");
-const QStringList kItemColumns = {"Number", "Message", "Current Status", "Status", "Use Port", "Retry"};
+const QStringList kItemColumns = {"Number",   "Message", "Current Status", "Status",
+                                  "Use Port", "Retry",   "Delivery"};
 } // namespace
 
 Record SMS_Sending::recordOf(const SendingItem& item) {
@@ -29,6 +30,7 @@ Record SMS_Sending::recordOf(const SendingItem& item) {
                   {"Current Status", item.currentStatus},
                   {"Status", item.status},
                   {"Retry", QString::number(std::max(0, item.attempts - 1))},
+                  {"Delivery", item.delivery},
                   {"Sent item", "0"}};
 }
 
@@ -142,6 +144,7 @@ void SMS_Sending::copyRunOptions() {
     m_options.unicode = m_window.unicode();
     m_options.plainPunctuation = m_window.plainPunctuation();
     m_options.retries = m_window.retries();
+    m_options.deliveryReports = m_window.deliveryReports();
     m_options.carried = m_window.takeCarriedEntries();
     m_options.flash = m_window.isFlashMessage();
     m_options.skipDuplicates = m_window.skipDuplicates();
@@ -257,7 +260,7 @@ void SMS_Sending::Show_curr_msg_count(int total, int current) {
 }
 
 bool SMS_Sending::Check_Current_Running_Status() {
-    const bool running = m_items.anyWaitingOrSending();
+    const bool running = m_items.anyWaitingOrSending() || m_reportingPorts > 0;
     if (!running && MainThread::isCurrent()) {
         m_closeEnabled = m_state == RunState::Finished || m_state == RunState::Populating;
         emit changed();

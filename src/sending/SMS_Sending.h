@@ -63,8 +63,11 @@ public:
     // the GSM alphabet cannot carry their text; and the line that says so ("" when none).
     int sentAsUnicode() const { return m_sentAsUnicode; }
     QString unicodeSummary() const;
-    // Ports that left the run before its end, and why ("Left the run after 3 refusals ...").
+    // Ports that left the run before its end, and why ("Left the run after 3 refusals ..."),
+    // and ports whose modem would not hand over delivery reports.
     QMap<QString, QString> portStatuses() const { return m_portStatuses; }
+    // Whether this run asked for delivery reports (the item table's "Delivery" column).
+    bool deliveryReportsRequested() const { return m_options.deliveryReports; }
 
     // --- Buttons.
     void Stop_Btn();
@@ -90,6 +93,8 @@ public:
     static constexpr int kRefusalsBeforeAPortLeaves = 3;
     // The pause before a refused message's next attempt grows by this much per attempt.
     static constexpr std::chrono::seconds kRetryPause{10};
+    // How long a port listens for the reports still owed once it has nothing left to send.
+    static constexpr std::chrono::seconds kDeliveryReportWait{60};
 
 private:
     // Where the run stands; the status line shows it.
@@ -114,6 +119,7 @@ private:
         DelaySchedule schedule;
         bool unicode = false, flash = false, skipDuplicates = false, exclusion = false;
         bool plainPunctuation = false;
+        bool deliveryReports = false;
         int retries = 1;                  // further attempts for a message the network refused
         QList<RunJournal::Entry> carried; // what an unfinished run this one resumes had finished
         bool saveSentItems = false, saveTemplates = false;
@@ -132,6 +138,10 @@ private:
     void Send_To_All_SMS_Func(PortJob job);
     void sendFromPort(const PortJob& job, MFCSMS& session);
     void leavePort(const QString& port, const QString& why);
+    // Matches the reports the port's modem handed over to the run's items and shows them.
+    void applyStatusReports(const QString& port, MFCSMS& session);
+    // Once the port has nothing left to send: listens for the reports it is still owed.
+    void awaitStatusReports(const PortJob& job, MFCSMS& session);
     // The last holder of the run ends it; the dispatcher holds no port (nullopt).
     void releaseRun(std::optional<SmsMode> portMode);
     void Mark_Stopped_On_Curr_port_Th();
@@ -162,7 +172,8 @@ private:
     std::atomic<int> m_threadsRunning{0};
     std::atomic<int> m_runHolders{0}; // the dispatcher and every started worker
     std::atomic<int> m_startedWorkers{0};
-    std::atomic<int> m_activePorts{0}; // workers still taking items
+    std::atomic<int> m_activePorts{0};    // workers still taking items
+    std::atomic<int> m_reportingPorts{0}; // workers that may still hear of a delivery
     std::atomic<bool> wait_to_fins_running{false};
     std::atomic<int> curr_send_item_4_th{0};
     std::atomic<int> tot_main_list_count{0};

@@ -73,7 +73,7 @@ QString SMS_Sending::unicodeSummary() const {
 
 void SMS_Sending::Wait_to_finish_Th() {
     Clock::sleep(2s);
-    while (m_items.anyWaitingOrSending())
+    while (m_items.anyWaitingOrSending() || m_reportingPorts > 0)
         Clock::sleep(1s);
     m_activity.stop();
     uiWait([this] {

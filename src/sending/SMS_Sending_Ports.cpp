@@ -152,6 +152,27 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
     if (session.port() != nullptr)
         session.port()->setReadTimeout(1.0);
     const RunOptions options = m_options;
+    // Reports are asked for only where the modem hands them over: a report it kept would fill
+    // the SIM's memory instead.
+    const bool reportsRouted = options.deliveryReports && session.Route_Status_Reports(job.fd);
+    session.setStatusReportsRequested(reportsRouted);
+    // The run goes on while a port may still hear of its messages' delivery.
+    struct Reporting {
+        std::atomic<int>& ports;
+        bool on;
+        ~Reporting() {
+            if (on)
+                --ports;
+        }
+    } reporting{m_reportingPorts, reportsRouted};
+    if (reportsRouted)
+        ++m_reportingPorts;
+    if (options.deliveryReports && !reportsRouted) {
+        const QString why =
+            QStringLiteral("No delivery reports: the device refused to hand them over (AT+CNMI).");
+        Show_NSLog_Message(job.portName + QStringLiteral(": ") + why);
+        ui([this, port = job.portName, why] { m_portStatuses.insert(port, why); });
+    }
     DelayedDeliveryPause pause(
         options.schedule, m_pause, msg_cnt,
         {[this] { ui([] {}); },
@@ -229,7 +250,8 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
             m_journal.waiting(claim.index, status);
             showItem(claim.index, m_items.at(claim.index), false);
         } else if (!m_items.finish(claim.index, status, UseStatus::Done, done,
-                                   session.lastMessageReferences())) {
+                                   session.lastMessageReferences(),
+                                   reportsRouted && ModemAnswers::isSent(status))) {
             return ok;
         } else {
             const SendingItem finished = m_items.at(claim.index);
@@ -242,6 +264,7 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
             if (options.saveTemplates)
                 appendTemplateIfNew(message);
         }
+        applyStatusReports(job.portName, session);
         if (portGivesUp) {
             leavePort(job.portName, QStringLiteral("Left the run after %1 refusals in a row (last: %2).")
                                         .arg(refusalsInARow)
@@ -281,4 +304,41 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
         }
         failed = !ok;
     }
+    if (reportsRouted && !failed)
+        awaitStatusReports(job, session);
+    for (int index : m_items.endReportWait(job.portName)) {
+        m_journal.delivery(index, kNoReport);
+        showItem(index, m_items.at(index), false);
+    }
+}
+
+void SMS_Sending::applyStatusReports(const QString& port, MFCSMS& session) {
+    for (const StatusReport& report : session.takeStatusReports()) {
+        const std::optional<int> index = m_items.recordReport(port, report.reference, report.status);
+        if (!index) {
+            Show_NSLog_Message(QStringLiteral("%1: a report for reference %2 matches no message of this run")
+                                   .arg(port)
+                                   .arg(report.reference));
+            continue;
+        }
+        const SendingItem item = m_items.at(*index);
+        m_journal.delivery(*index, item.delivery);
+        showItem(*index, item, false);
+    }
+}
+
+void SMS_Sending::awaitStatusReports(const PortJob& job, MFCSMS& session) {
+    const auto until = std::chrono::steady_clock::now() + Clock::scaled(kDeliveryReportWait);
+    while (!job.stop.stop_requested() && m_items.awaitingReports(job.portName) > 0 &&
+           std::chrono::steady_clock::now() < until && session.port() != nullptr &&
+           session.port()->isOpen()) {
+        const int awaiting = m_items.awaitingReports();
+        ui([this, awaiting] {
+            m_pauseLabel = QStringLiteral("Waiting for delivery reports: %1 to come").arg(awaiting);
+        });
+        session.listenForStatusReports(
+            std::chrono::duration_cast<std::chrono::milliseconds>(Clock::scaled(std::chrono::seconds(1))));
+        applyStatusReports(job.portName, session);
+    }
+    ui([this] { m_pauseLabel.clear(); });
 }

@@ -1,6 +1,28 @@
 #include "SendingItems.h"
 
-#include <QHash>
+#include "gsm/StatusReports.h"
+
+namespace {
+
+// One message's delivery from its parts' reports: not delivered as soon as one part is not,
+// delivered once every part is.
+QString deliveryOf(const SendingItem& item) {
+    bool allDelivered = true;
+    for (int reference : item.references) {
+        const auto reported = item.reportedStatus.constFind(reference);
+        if (reported == item.reportedStatus.cend()) {
+            allDelivered = false;
+            continue;
+        }
+        QString state = StatusReports::deliveryState(*reported);
+        if (state.startsWith(QLatin1String("Not delivered")))
+            return state;
+        allDelivered = allDelivered && state == QLatin1String("Delivered");
+    }
+    return allDelivered ? QStringLiteral("Delivered") : kDeliveryPending;
+}
+
+} // namespace
 
 QString useStatusText(UseStatus status) {
     switch (status) {
@@ -19,6 +41,7 @@ void SendingItems::reset(QList<SendingItem> items) {
     m_waiting = m_sending = m_finished = 0;
     m_firstIndexOfNumber.clear();
     m_retries.clear();
+    m_reportKeys.clear();
     QHash<QString, int> first;
     for (int i = 0; i < m_items.size(); ++i) {
         const SendingItem& item = m_items.at(i);
@@ -124,7 +147,7 @@ void SendingItems::requeue(int index, const QString& failure, const QString& avo
 }
 
 bool SendingItems::finish(int index, const QString& status, UseStatus useStatus, const QString& currentStatus,
-                          const QList<int>& references) {
+                          const QList<int>& references, bool awaitsReport) {
     std::lock_guard lock(m_mutex);
     if (index < 0 || index >= m_items.size())
         return false;
@@ -139,8 +162,46 @@ bool SendingItems::finish(int index, const QString& status, UseStatus useStatus,
     item.useStatus = useStatus;
     item.currentStatus = currentStatus;
     item.references = references;
+    if (awaitsReport && !references.isEmpty()) {
+        item.delivery = kDeliveryPending;
+        for (int reference : references)
+            m_reportKeys.insert({item.usePort, reference}, index);
+    }
     ++m_finished;
     return true;
+}
+
+std::optional<int> SendingItems::recordReport(const QString& port, int reference, int status) {
+    std::lock_guard lock(m_mutex);
+    const auto key = m_reportKeys.constFind({port, reference});
+    if (key == m_reportKeys.cend())
+        return std::nullopt;
+    SendingItem& item = m_items[*key];
+    item.reportedStatus.insert(reference, status);
+    item.delivery = deliveryOf(item);
+    return *key;
+}
+
+int SendingItems::awaitingReports(const QString& port) const {
+    std::lock_guard lock(m_mutex);
+    int awaiting = 0;
+    for (const SendingItem& item : m_items)
+        awaiting += item.delivery == kDeliveryPending && (port.isEmpty() || item.usePort == port);
+    return awaiting;
+}
+
+QList<int> SendingItems::endReportWait(const QString& port) {
+    std::lock_guard lock(m_mutex);
+    QList<int> ended;
+    for (int i = 0; i < m_items.size(); ++i) {
+        SendingItem& item = m_items[i];
+        // A message the network reported as still trying stays "Pending": that is what it said.
+        if (item.usePort == port && item.delivery == kDeliveryPending && item.reportedStatus.isEmpty()) {
+            item.delivery = kNoReport;
+            ended << i;
+        }
+    }
+    return ended;
 }
 
 QList<int> SendingItems::markStopped() {

@@ -4,6 +4,7 @@
 // taken by exactly one port; the claim walks forward from a cursor, so a run stays linear
 // in its length however many ports share it. The views see the items through a table that
 // the job updates on the main thread.
+#include <QHash>
 #include <QList>
 #include <QSet>
 #include <QString>
@@ -19,6 +20,10 @@ inline const QString kStoppedUse = QStringLiteral("Stopped");
 inline const QString kStopped = QStringLiteral("Stopped.");
 inline const QString kExcluded = QStringLiteral("Excluded.");
 inline const QString kSkipped = QStringLiteral("Skipped.");
+// Delivery of a sent message whose report was asked for: "Pending" until the network's
+// report says more; "No report received" when the wait for it ended with none.
+inline const QString kDeliveryPending = QStringLiteral("Pending");
+inline const QString kNoReport = QStringLiteral("No report received");
 
 // Where an item stands in the run; its text ("Use Status") is what the item table shows.
 enum class UseStatus { WaitToDispatch, Sending, Done, Stopped };
@@ -32,10 +37,12 @@ struct SendingItem {
     QString currentStatus = kWaitToDispatch;
     QString status; // final outcome; empty while not finished
 
-    QList<int> references; // the network's "+CMGS" references of the accepted parts
-    int attempts = 0;      // submissions begun; a retry adds one
-    QString lastFailure;   // what the network said to the last attempt, while it waits to retry
-    QString avoidPort;     // the port that failed it: another port takes it where there is one
+    QList<int> references;          // the network's "+CMGS" references of the accepted parts
+    QString delivery;               // "" when no report was asked for; else kDeliveryPending or the outcome
+    QHash<int, int> reportedStatus; // TP-ST of each part's latest report, by reference
+    int attempts = 0;               // submissions begun; a retry adds one
+    QString lastFailure;            // what the network said to the last attempt, while it waits to retry
+    QString avoidPort;              // the port that failed it: another port takes it where there is one
     std::chrono::steady_clock::time_point notBefore{}; // a retry waits for its pause
 };
 
@@ -71,9 +78,19 @@ public:
     void requeue(int index, const QString& failure, const QString& avoidPort,
                  std::chrono::steady_clock::time_point notBefore, bool attemptCounts);
 
-    // Writes an item's final state once; false when it already had one.
+    // Writes an item's final state once; false when it already had one. `awaitsReport`: the
+    // network was asked for a report of each part, matched by (port, reference) as it comes.
     bool finish(int index, const QString& status, UseStatus useStatus, const QString& currentStatus,
-                const QList<int>& references = {});
+                const QList<int>& references = {}, bool awaitsReport = false);
+
+    // A report from the port's modem: the item sent through that port whose part has that
+    // reference (the latest, as references come round again) takes it. The item's index, or
+    // nothing when no item awaits that report.
+    std::optional<int> recordReport(const QString& port, int reference, int status);
+    // Items still waiting for a report (of one port, or of all when "").
+    int awaitingReports(const QString& port = {}) const;
+    // The wait for the port's reports is over: its items that never got one say so.
+    QList<int> endReportWait(const QString& port);
 
     // Marks every waiting item "Stopped."; returns the indexes marked.
     QList<int> markStopped();
@@ -86,8 +103,9 @@ public:
 private:
     mutable std::mutex m_mutex;
     QList<SendingItem> m_items;
-    QList<int> m_firstIndexOfNumber; // per item: the lowest index holding its number
-    QList<int> m_retries;            // requeued items, oldest first
+    QList<int> m_firstIndexOfNumber;              // per item: the lowest index holding its number
+    QList<int> m_retries;                         // requeued items, oldest first
+    QHash<QPair<QString, int>, int> m_reportKeys; // (port, reference) -> item awaiting its report
     int m_cursor = 0;
     int m_waiting = 0;
     int m_sending = 0;

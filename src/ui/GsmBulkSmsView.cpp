@@ -4,6 +4,7 @@
 #include "list/NumberLoader.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -43,12 +44,23 @@ GsmBulkSmsView::GsmBulkSmsView(Gsm_Bulk_Sms_Wnd& controller, QWidget* parent)
     bottomBar()->insertWidget(4, retries);
     connect(retries, &QSpinBox::valueChanged, this,
             [&controller](int value) { controller.setRetries(value); });
+    auto* reports = new QCheckBox(QStringLiteral("Request delivery reports"), this);
+    reports->setObjectName(QStringLiteral("deliveryReports"));
+    reports->setToolTip(QStringLiteral("Ask the network to report whether each message reached its "
+                                       "recipient; the sending window shows it as the reports come."));
+    bottomBar()->insertWidget(5, reports);
+    connect(reports, &QCheckBox::toggled, this,
+            [&controller](bool on) { controller.setDeliveryReports(on); });
     auto* wait = new QLabel(QStringLiteral("Checking the devices, please wait..."), this);
-    bottomBar()->insertWidget(5, wait);
-    const auto refresh = [ports, wait, retries, &controller] {
+    bottomBar()->insertWidget(6, wait);
+    const auto refresh = [ports, wait, retries, reports, &controller] {
         if (retries->value() != controller.retries()) {
             const QSignalBlocker block(retries);
             retries->setValue(controller.retries());
+        }
+        if (reports->isChecked() != controller.deliveryReports()) {
+            const QSignalBlocker block(reports);
+            reports->setChecked(controller.deliveryReports());
         }
         if (ports->count() != controller.sendingPorts().size()) {
             ports->clear();

@@ -10,6 +10,8 @@
 #include <QTableView>
 #include <QVBoxLayout>
 
+#include <iterator>
+
 SendingJobView::SendingJobView(SMS_Sending& controller, QWidget* parent)
     : QDialog(parent), m_controller(controller) {
     auto* layout = new QVBoxLayout(this);
@@ -57,10 +59,10 @@ SendingJobView::SendingJobView(SMS_Sending& controller, QWidget* parent)
     m_table->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     m_table->verticalHeader()->setDefaultSectionSize(m_table->fontMetrics().height() + 6);
     m_table->horizontalHeader()->setStretchLastSection(true);
-    m_table->setColumnWidth(0, 140);
-    m_table->setColumnWidth(1, 260);
-    m_table->setColumnWidth(2, 200);
-    m_table->setColumnWidth(3, 200);
+    // Number, Message, Current Status, Status, Port, Retry; Delivery (when asked for) takes the rest.
+    const int widths[] = {130, 220, 150, 190, 90, 45};
+    for (int column = 0; column < int(std::size(widths)); ++column)
+        m_table->setColumnWidth(column, widths[column]);
     layout->addWidget(m_table, 1);
 
     auto* buttons = new QHBoxLayout();
@@ -75,7 +77,7 @@ SendingJobView::SendingJobView(SMS_Sending& controller, QWidget* parent)
     buttons->addWidget(m_stop);
     buttons->addWidget(m_close);
     layout->addLayout(buttons);
-    resize(980, 600);
+    resize(1060, 600);
 
     connect(m_stop, &QPushButton::clicked, this, [this] { m_controller.Stop_Btn(); });
     connect(m_close, &QPushButton::clicked, this, [this] { m_controller.CancelPressed(); });
@@ -107,4 +109,6 @@ void SendingJobView::refresh() {
     m_close->setEnabled(m_controller.closeEnabled());
     m_export->setVisible(m_controller.exportVisible());
     m_pleaseWait->setVisible(m_controller.pleaseWaitShown());
+    const int delivery = int(m_controller.itemTable().columns().indexOf(QStringLiteral("Delivery")));
+    m_table->setColumnHidden(delivery, !m_controller.deliveryReportsRequested());
 }

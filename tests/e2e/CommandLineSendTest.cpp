@@ -40,7 +40,10 @@ protected:
         env.insert("BULKSMS_DATA_HOME", home.path());
         env.insert("BULKSMS_RESOURCES", home.path() + "/resources");
         env.insert("BULKSMS_CLOCK_SCALE", "0.05"); // read time-outs long enough for a busy machine
-        env.insert("BULKSMS_EXTRA_MODEMS", modems.at(0)->devicePath() + ":" + modems.at(1)->devicePath());
+        QStringList paths;
+        for (const auto& modem : modems)
+            paths << modem->devicePath();
+        env.insert("BULKSMS_EXTRA_MODEMS", paths.join(':'));
         process.setProcessEnvironment(env);
         process.start(QStringLiteral(BULKSMS_EXECUTABLE), arguments);
         EXPECT_TRUE(process.waitForFinished(120000));
@@ -221,6 +224,31 @@ TEST_F(CommandLineSendTest, JsonLinesComeAsEachMessageFinishes) {
     }
     numbers.sort();
     EXPECT_EQ(numbers, (QStringList{"111", "222"}));
+}
+
+TEST_F(CommandLineSendTest, WithDeliveryReportsEachLineWaitsForItsReport) {
+    sim::ModemIdentity id;
+    id.imei = QStringLiteral("358000000000019");
+    sim::ModemBehaviour network;
+    network.networkDelayMs = 0;
+    network.deliveryStatusForNumber.insert("222", 0x61);
+    network.noStatusReportFor << "333";
+    modems.push_back(std::make_unique<sim::VirtualModem>(id, network));
+    ASSERT_TRUE(modems.back()->start());
+    int exitCode = -1;
+    const QStringList lines = run({"send", "--message", "x", "--json", "--delivery-reports", "--device",
+                                   modems.back()->devicePath(), "--to", "111", "--to", "222", "--to", "333"},
+                                  exitCode);
+    EXPECT_EQ(exitCode, 0) << errors.toStdString(); // sent is sent, whatever became of it later
+    QMap<QString, QString> delivery;
+    for (const QString& line : lines) {
+        const QJsonObject item = QJsonDocument::fromJson(line.toUtf8()).object();
+        delivery.insert(item.value("number").toString(), item.value("delivery").toString());
+    }
+    EXPECT_EQ(delivery, (QMap<QString, QString>{{"111", "Delivered"},
+                                                {"222", "Not delivered (recipient busy)"},
+                                                {"333", "No report received"}}))
+        << lines.join('\n').toStdString();
 }
 
 TEST_F(CommandLineSendTest, AnInterruptStopsTheRunAndStillPrintsEveryResult) {

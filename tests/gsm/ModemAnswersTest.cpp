@@ -164,6 +164,16 @@ TEST(ModemAnswers, UnsolicitedLinesTakenOut) {
          "\r\n+CMGS: 7\r\n\r\n+CDSI: \"SM\",1\r\n\r\nOK\r\n",
          "\r\n+CMGS: 7\r\n\r\nOK\r\n",
          {"+CDSI: \"SM\",1"}},
+        {"status report in PDU mode takes its PDU line along",
+         "AT+CMGS=23\r",
+         "\r\n+CMGS: 8\r\n\r\n+CDS: 25\r\n0006070C9144770090010000\r\n\r\nOK\r\n",
+         "\r\n+CMGS: 8\r\n\r\nOK\r\n",
+         {"+CDS: 25", "0006070C9144770090010000"}},
+        {"a report head whose PDU has not come yet leaves the next answer line alone",
+         "AT+CMGF?\r",
+         "\r\n+CDS: 25\r\nOK\r\n",
+         "\r\nOK\r\n",
+         {"+CDS: 25"}},
         {"network message, command unknown",
          "",
          "\r\n+CUSD: 0,\"Balance 5\",15\r\n\r\nOK\r\n",
@@ -237,6 +247,7 @@ TEST(ModemAnswers, CommandsBuiltFromSettings) {
     EXPECT_EQ(textModeParametersCommand(false, true), "AT+CSMP=17,255,0,8\r\n");
     EXPECT_EQ(textModeParametersCommand(true, false), "AT+CSMP=17,255,0,16\r\n");
     EXPECT_EQ(textModeParametersCommand(true, true), "AT+CSMP=17,255,0,24\r\n");
+    EXPECT_EQ(textModeParametersCommand(false, false, true), "AT+CSMP=49,255,0,0\r\n"); // report asked
     EXPECT_EQ(serviceCentreCommand("+447785016005"), "AT+CSCA=\"+447785016005\",145\r\n");
     EXPECT_EQ(serviceCentreCommand("07785016005"), "AT+CSCA=\"07785016005\",129\r\n");
 }

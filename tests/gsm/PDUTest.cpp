@@ -61,6 +61,14 @@ TEST(PDU, SingleMessageVectors) {
     }
 }
 
+TEST(PDU, AStatusReportRequestSetsOnlyItsBitOfTheFirstOctet) {
+    PDU encoder;
+    encoder.setStatusReportRequest(true);
+    EXPECT_EQ(encoder.EncodePDU("A", "+12345", "", 0, true, false, false), "00310005912143F50000FF0141");
+    EXPECT_TRUE(encoder.Encode_UDH_PDU(QString(200, u'a'), "+12345", "", 0, true, false, 2, 1, false)
+                    .startsWith("00710005912143F5"));
+}
+
 TEST(PDU, WithoutSmscInformationNothingIsBuilt) {
     PDU encoder;
     EXPECT_EQ(encoder.EncodePDU("A", "+12345", "", 0, false, false, false), QString());

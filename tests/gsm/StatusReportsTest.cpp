@@ -42,6 +42,21 @@ TEST(StatusReports, WhatIsNoReportGivesNothing) {
     EXPECT_FALSE(StatusReports::parse(u"+CDS: 6,x,\"1\",129,\"a\",\"b\",0"));
 }
 
+TEST(StatusReports, ReportsAreFoundAmongOtherUnsolicitedLines) {
+    const QDateTime at = QDateTime::fromString("2026-11-23T12:00:00Z", Qt::ISODate);
+    const QStringList pduReport =
+        QString::fromLatin1(sim::StatusReport::unsolicited(true, 9, "+447700900001", 0x00, at, at))
+            .split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
+    const QStringList lines =
+        QStringList{"^RSSI: 14"} + pduReport +
+        QStringList{"+CDS: 6,10,\"+447700900002\",145,\"a\",\"b\",70", "RING", "+CDS: 25"};
+    const QList<StatusReport> reports = StatusReports::fromUnsolicited(lines);
+    ASSERT_EQ(reports.size(), 2); // the last head lost its PDU
+    EXPECT_EQ(reports.at(0).reference, 9);
+    EXPECT_EQ(reports.at(1).reference, 10);
+    EXPECT_EQ(reports.at(1).status, 70);
+}
+
 TEST(StatusReports, StatesAsAPersonReadsThem) {
     EXPECT_EQ(StatusReports::deliveryState(0), "Delivered");
     EXPECT_EQ(StatusReports::deliveryState(0x21), "Pending");

@@ -36,11 +36,12 @@ TEST_F(RunJournalTest, ACrashLeavesWhatWasSentWhatWasNotAndWhatMayHaveBeen) {
     items[4].status = kSkipped; // finished when the list was loaded
     {
         RunJournal journal;
-        ASSERT_TRUE(journal.begin(items, {{"9", "Hi 9", "Message sent successfully.", false}}));
+        ASSERT_TRUE(journal.begin(items, {{"9", "Hi 9", "Message sent successfully.", false, "Delivered"}}));
         journal.handing(0, "/dev/pts/1");
         SendingItem sent = items[0];
         sent.status = QStringLiteral("Message sent successfully.");
         journal.finished(0, sent);
+        journal.delivery(0, "Not delivered (recipient busy)");
         journal.handing(1, "/dev/pts/1"); // the crash comes while this one is handed over
         journal.handing(2, "/dev/pts/2");
         journal.waiting(2, "+CMS ERROR: 38"); // refused, waiting for another attempt
@@ -60,6 +61,9 @@ TEST_F(RunJournalTest, ACrashLeavesWhatWasSentWhatWasNotAndWhatMayHaveBeen) {
     EXPECT_EQ(plan.carried.size(), 4); // 9 and 1 sent, 2 unknown, 5 skipped
     EXPECT_EQ(planResume(*left, true).toSend.size(), 3);
     EXPECT_EQ(plan.toSend.first().message, "Hi 3");
+    // What the network reported of a delivery survives the crash, carried or not.
+    EXPECT_EQ(left->entries.at(0).delivery, "Delivered");
+    EXPECT_EQ(left->entries.at(1).delivery, "Not delivered (recipient busy)");
 }
 
 TEST_F(RunJournalTest, ARunThatEndsLeavesNothingToResume) {

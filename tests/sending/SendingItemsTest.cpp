@@ -78,4 +78,51 @@ TEST(SendingItems, StoppingKeepsTheLastFailureOfAnItemWaitingToRetry) {
     EXPECT_TRUE(items.allFinished());
 }
 
+TEST(SendingItems, ReportsMatchByPortAndReferenceAndAMessageIsDeliveredWhenEveryPartIs) {
+    SendingItems items;
+    fill(items, {"1", "2", "3", "4"});
+    const QString sent = QStringLiteral("Message sent successfully.");
+    const auto sendThrough = [&](const QString& port, const QList<int>& references) {
+        auto claim = items.claimNext(port, false, {}, {});
+        EXPECT_TRUE(items.finish(claim->index, sent, UseStatus::Done, "Done", references, true));
+        return claim->index;
+    };
+    const int longOne = sendThrough("A", {5, 6});
+    const int onB = sendThrough("B", {5}); // the same reference from another modem
+    const int failed = sendThrough("A", {7});
+    const int silent = sendThrough("A", {8});
+    EXPECT_EQ(items.at(longOne).delivery, kDeliveryPending);
+    EXPECT_EQ(items.awaitingReports(), 4);
+
+    EXPECT_EQ(items.recordReport("A", 5, 0), longOne);
+    EXPECT_EQ(items.at(longOne).delivery, kDeliveryPending); // its second part is not in yet
+    EXPECT_EQ(items.at(onB).delivery, kDeliveryPending);
+    EXPECT_EQ(items.recordReport("A", 6, 0x30), longOne); // still trying
+    EXPECT_EQ(items.recordReport("A", 6, 0), longOne);
+    EXPECT_EQ(items.at(longOne).delivery, "Delivered");
+    EXPECT_EQ(items.recordReport("B", 5, 0x61), onB);
+    EXPECT_EQ(items.at(onB).delivery, "Not delivered (recipient busy)");
+    EXPECT_EQ(items.recordReport("A", 7, 0x21), failed);
+    EXPECT_FALSE(items.recordReport("A", 99, 0)); // no message of this run
+    EXPECT_EQ(items.awaitingReports("A"), 2);
+
+    // The wait ends: a message with no report at all says so; one the network said it still
+    // tries stays as the network left it.
+    EXPECT_EQ(items.endReportWait("A"), QList<int>{silent});
+    EXPECT_EQ(items.at(silent).delivery, kNoReport);
+    EXPECT_EQ(items.at(failed).delivery, kDeliveryPending);
+}
+
+TEST(SendingItems, NoReportIsAwaitedForAMessageThatDidNotGoOrWhenNoneWasAsked) {
+    SendingItems items;
+    fill(items, {"1", "2"});
+    auto refused = items.claimNext("A", false, {}, {});
+    items.finish(refused->index, "+CMS ERROR: 38", UseStatus::Done, "Done", {}, true);
+    auto unasked = items.claimNext("A", false, {}, {});
+    items.finish(unasked->index, "Message sent successfully.", UseStatus::Done, "Done", {4}, false);
+    EXPECT_EQ(items.awaitingReports(), 0);
+    EXPECT_FALSE(items.recordReport("A", 4, 0));
+    EXPECT_EQ(items.at(unasked->index).delivery, "");
+}
+
 } // namespace

@@ -238,6 +238,67 @@ TEST_F(SendingRunTest, ARefusingModemLeavesTheRunAndTheHealthyOneSendsEverything
                     .startsWith("Left the run after 3 refusals in a row (last: +CMS ERROR: 38)"));
 }
 
+TEST_F(SendingRunTest, DeliveryReportsFillInDuringTheRunInBothModes) {
+    Clock::setScale(0.05);
+    const QStringList to = numbers(6);
+    ModemBehaviour network;
+    network.deliveryStatusForNumber.insert(to.at(1), 0x61); // recipient busy
+    network.deliveryStatusForNumber.insert(to.at(4), 0x46); // validity period expired
+    network.noStatusReportFor << to.at(2);                  // the network lost this one's report
+    attach("PDU Mode", network);
+    attach("Text Mode", network);
+    chooseDevices();
+    window.setDeliveryReports(true);
+    addRecipients(to, "Did it arrive?");
+    window.prev_composer_msg = window.composerText();
+    bool shownBeforeTheEnd = false;
+    send([&](SMS_Sending& job) {
+        EXPECT_TRUE(job.deliveryReportsRequested());
+        shownBeforeTheEnd = spinUntil([&] {
+            for (const Record& row : job.itemTable().records())
+                if (row.value("Delivery") == QLatin1String("Delivered"))
+                    return job.statusLine() != kFinish;
+            return false;
+        });
+    });
+    EXPECT_TRUE(shownBeforeTheEnd);
+    QMap<QString, QString> delivery;
+    for (const SendingItem& item : items()) {
+        EXPECT_EQ(item.status, "Message sent successfully.");
+        delivery.insert(item.number, item.delivery);
+    }
+    EXPECT_EQ(delivery.value(to.at(0)), "Delivered");
+    EXPECT_EQ(delivery.value(to.at(1)), "Not delivered (recipient busy)");
+    EXPECT_EQ(delivery.value(to.at(2)), "No report received");
+    EXPECT_EQ(delivery.value(to.at(3)), "Delivered");
+    EXPECT_EQ(delivery.value(to.at(4)), "Not delivered (validity period expired)");
+    for (const auto& m : modems) {
+        EXPECT_FALSE(m->received().isEmpty());
+        for (const auto& r : m->received())
+            EXPECT_TRUE(r.reportRequested) << r.mode.toStdString(); // the network was asked, in both modes
+    }
+}
+
+TEST_F(SendingRunTest, AModemThatWillNotHandOverReportsSendsWithoutAskingAndSaysSo) {
+    Clock::setScale(0.05); // one answer decides: give it time on a busy machine
+    ModemBehaviour noRouting;
+    noRouting.scriptedAnswers.insert("AT+CNMI=2,1,0,1,0", "\r\nERROR\r\n");
+    attach("PDU Mode", noRouting);
+    chooseDevices();
+    window.setDeliveryReports(true);
+    addRecipients(numbers(2), "x");
+    window.prev_composer_msg = window.composerText();
+    send();
+    for (const SendingItem& item : items()) {
+        EXPECT_EQ(item.status, "Message sent successfully.");
+        EXPECT_EQ(item.delivery, "");
+    }
+    for (const auto& r : modems.at(0)->received())
+        EXPECT_FALSE(r.reportRequested); // a report the computer never hears of would fill the SIM
+    EXPECT_EQ(window.sendingJob().portStatuses().value(modems.at(0)->devicePath()),
+              "No delivery reports: the device refused to hand them over (AT+CNMI).");
+}
+
 TEST_F(SendingRunTest, WithoutRetriesOrAnotherPortRefusalsAreFinalAndThePortStillLeaves) {
     ModemBehaviour refusing;
     for (const QString& n : numbers(5))

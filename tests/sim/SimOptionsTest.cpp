@@ -61,6 +61,12 @@ TEST(SimOptions, FlagsMirrorIdentityAndBehaviour) {
              return o.behaviour.cmgsTestAnswersError && o.behaviour.undefinedIdentity && o.behaviour.silent &&
                     o.behaviour.echoOnly && o.behaviour.unplugAfterParts == 0;
          }},
+        {{"--report-delay-ms", "50", "--delivery-status", "555=97", "--no-report", "777"},
+         [](const SimOptions& o) {
+             return o.behaviour.statusReportDelayMs == 50 &&
+                    o.behaviour.deliveryStatusForNumber.value("555", -1) == 97 &&
+                    o.behaviour.noStatusReportFor == QStringList{"777"};
+         }},
         {{"--log", "/tmp/x.jsonl", "--count", "4"},
          [](const SimOptions& o) { return o.logPath == u"/tmp/x.jsonl" && o.count == 4; }},
         {{"--help"}, [](const SimOptions& o) { return o.help; }},
@@ -85,6 +91,7 @@ TEST(SimOptions, MistakesAreNamedNotGuessed) {
         {{"--latency-ms", "-1"}, "--latency-ms"},
         {{"--cms-error", "4477"}, "--cms-error"},
         {{"--cms-error", "4477=abc"}, "--cms-error"},
+        {{"--delivery-status", "4477=256"}, "--delivery-status"},
         {{"--battery", "80"}, "--battery"},
         {{"--frobnicate"}, "frobnicate"},
         {{"extra"}, "extra"},
