@@ -304,7 +304,8 @@ CommandResult ModemCommands::messaging(const AtCommand& command, const ModemBeha
         if (kind == Kind::Test)
             return ok({QStringLiteral("+CNMI: (0-2),(0-3),(0,2),(0-2),(0,1)")});
         int ds = 0;
-        if (kind == Kind::Set && (command.value(3).isEmpty() || numberIn(command.value(3), 0, 2, &ds))) {
+        if (kind == Kind::Set && (command.value(3).isEmpty() || numberIn(command.value(3), 0, 2, &ds)) &&
+            !(ds == 1 && behaviour.reportsStoredOnly)) {
             m_settings.cnmiDs = ds;
             return ok();
         }

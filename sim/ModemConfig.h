@@ -47,6 +47,9 @@ struct ModemBehaviour {
     // with TP-ST from deliveryStatusForNumber (0, delivered, when not listed); numbers in
     // noStatusReportFor never get one, as when a network loses it.
     int statusReportDelayMs = 1000;
+    // Refuses to hand reports straight over ("AT+CNMI=...,1,..."): they are kept in the SIM
+    // and announced as "+CDSI: \"SR\",<index>" for the computer to read ("AT+CNMI=...,2,...").
+    bool reportsStoredOnly = false;
     QMap<QString, int> deliveryStatusForNumber;
     QStringList noStatusReportFor;
 

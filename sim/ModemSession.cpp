@@ -166,7 +166,8 @@ void ModemSession::runLine(const QByteArray& rawLine, const ModemBehaviour& beha
     }
     QStringList information;
     for (const AtCommand& command : line.commands) {
-        const CommandResult result = m_commands.run(command, behaviour);
+        const std::optional<CommandResult> onStoredReport = storedReportCommand(command);
+        const CommandResult result = onStoredReport ? *onStoredReport : m_commands.run(command, behaviour);
         information += result.information;
         switch (result.final) {
         case CommandResult::Final::Ok: continue;
@@ -297,7 +298,7 @@ void ModemSession::accept(const ReceivedMessage& part, const Concatenation& conc
     received.reportRequested = reportRequested;
     m_line.acceptedPart(received, concatenation);
     sendNetworkAnswer({QStringLiteral("+CMGS: %1").arg(m_messageReference)}, QStringLiteral("OK"), behaviour);
-    if (reportRequested && m_settings.cnmiDs == 1 && !behaviour.noStatusReportFor.contains(part.number))
+    if (reportRequested && m_settings.cnmiDs >= 1 && !behaviour.noStatusReportFor.contains(part.number))
         m_owedReports.push_back({std::chrono::steady_clock::now() +
                                      Clock::scaled(std::chrono::milliseconds(behaviour.statusReportDelayMs)),
                                  m_messageReference, part.number,
@@ -306,6 +307,29 @@ void ModemSession::accept(const ReceivedMessage& part, const Concatenation& conc
     ++m_acceptedParts;
     if (behaviour.unplugAfterParts >= 0 && m_acceptedParts >= behaviour.unplugAfterParts)
         m_line.hangUp();
+}
+
+std::optional<CommandResult> ModemSession::storedReportCommand(const AtCommand& command) {
+    if ((command.name != u"+CMGR" && command.name != u"+CMGD") || command.kind != AtCommand::Kind::Set)
+        return std::nullopt;
+    bool ok = false;
+    const int index = command.value(0).toInt(&ok);
+    const auto stored = m_storedReports.find(index);
+    if (!ok || stored == m_storedReports.end())
+        return command.name == u"+CMGD"
+                   ? std::nullopt // deleting an empty place is no error
+                   : std::optional(
+                         CommandResult{{}, CommandResult::Final::Error, ModemCommands::cmsError(321), 0, {}});
+    CommandResult result;
+    if (command.name == u"+CMGD") {
+        m_storedReports.erase(stored);
+        return result;
+    }
+    const OwedReport& report = stored->second;
+    result.information =
+        StatusReport::stored(m_settings.cmgf == 0, report.reference, report.recipient, report.status,
+                             report.submitted, QDateTime::currentDateTimeUtc());
+    return result;
 }
 
 std::optional<std::chrono::steady_clock::time_point> ModemSession::nextDue() const {
@@ -323,8 +347,15 @@ void ModemSession::releaseDue() {
             ++it;
             continue;
         }
-        m_line.answer(StatusReport::unsolicited(m_settings.cmgf == 0, it->reference, it->recipient,
-                                                it->status, it->submitted, QDateTime::currentDateTimeUtc()));
+        if (m_settings.cnmiDs == 2) { // kept in the SIM, announced by its index
+            const int index = m_nextStoredIndex++;
+            m_storedReports.emplace(index, *it);
+            m_line.answer(framed(QStringLiteral("+CDSI: \"SR\",%1").arg(index)));
+        } else {
+            m_line.answer(StatusReport::unsolicited(m_settings.cmgf == 0, it->reference, it->recipient,
+                                                    it->status, it->submitted,
+                                                    QDateTime::currentDateTimeUtc()));
+        }
         it = m_owedReports.erase(it);
     }
 }

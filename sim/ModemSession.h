@@ -13,6 +13,7 @@
 
 #include <chrono>
 #include <functional>
+#include <map>
 #include <optional>
 #include <vector>
 
@@ -91,6 +92,10 @@ private:
         QDateTime submitted;
     };
     std::vector<OwedReport> m_owedReports;
+    std::map<int, OwedReport> m_storedReports; // by SIM index, for "AT+CMGR" and "AT+CMGD"
+    int m_nextStoredIndex = 1;
+    // "AT+CMGR=<i>" and "AT+CMGD=<i>" on the reports kept in the SIM; nothing for other commands.
+    std::optional<CommandResult> storedReportCommand(const AtCommand& command);
 };
 
 } // namespace sim

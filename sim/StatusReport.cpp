@@ -41,6 +41,21 @@ QString pdu(int reference, const QString& recipient, int status, const QDateTime
            timeStamp(done) + octet(status);
 }
 
+namespace {
+
+// The text-mode fields of a report after its first octet's place: <mr>,"<ra>",<tora>,...,<st>.
+QString textFields(int reference, const QString& recipient, int status, const QDateTime& submitted,
+                   const QDateTime& done) {
+    return QStringLiteral("%1,\"%2\",%3,\"%4\",\"%5\",%6")
+        .arg(reference)
+        .arg(recipient)
+        .arg(recipient.startsWith(QLatin1Char('+')) ? 145 : 129)
+        .arg(textTime(submitted), textTime(done))
+        .arg(status);
+}
+
+} // namespace
+
 QByteArray unsolicited(bool pduMode, int reference, const QString& recipient, int status,
                        const QDateTime& submitted, const QDateTime& done) {
     QString body;
@@ -48,14 +63,18 @@ QByteArray unsolicited(bool pduMode, int reference, const QString& recipient, in
         const QString hex = pdu(reference, recipient, status, submitted, done);
         body = QStringLiteral("+CDS: %1\r\n%2").arg(hex.size() / 2 - 1).arg(hex);
     } else {
-        body = QStringLiteral("+CDS: 6,%1,\"%2\",%3,\"%4\",\"%5\",%6")
-                   .arg(reference)
-                   .arg(recipient)
-                   .arg(recipient.startsWith(QLatin1Char('+')) ? 145 : 129)
-                   .arg(textTime(submitted), textTime(done))
-                   .arg(status);
+        body = QStringLiteral("+CDS: 6,") + textFields(reference, recipient, status, submitted, done);
     }
     return QStringLiteral("\r\n%1\r\n").arg(body).toLatin1();
+}
+
+QStringList stored(bool pduMode, int reference, const QString& recipient, int status,
+                   const QDateTime& submitted, const QDateTime& done) {
+    if (!pduMode)
+        return {QStringLiteral("+CMGR: \"REC UNREAD\",6,") +
+                textFields(reference, recipient, status, submitted, done)};
+    const QString hex = pdu(reference, recipient, status, submitted, done);
+    return {QStringLiteral("+CMGR: 0,,%1").arg(hex.size() / 2 - 1), hex};
 }
 
 } // namespace sim::StatusReport

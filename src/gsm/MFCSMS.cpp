@@ -126,6 +126,9 @@ void MFCSMS::harvestUnsolicited(int fd, const QStringList& lines) {
     for (const QString& line : lines)
         Show_NSLog_Message(QStringLiteral("Unsolicited (%1) \"%2\"\n").arg(fd).arg(line));
     m_statusReports << StatusReports::fromUnsolicited(lines);
+    for (const QString& line : lines)
+        if (const std::optional<int> index = StatusReports::storedIndex(line))
+            m_storedReportIndexes << *index;
 }
 
 void MFCSMS::listenForStatusReports(std::chrono::milliseconds duration) {
@@ -142,7 +145,22 @@ void MFCSMS::listenForStatusReports(std::chrono::milliseconds duration) {
         Show_NSLog_Message(QStringLiteral("Dropped (%1) \"%2\"\n").arg(m_port->fileDescriptor()).arg(rest));
 }
 
-QList<StatusReport> MFCSMS::takeStatusReports() {
+QList<StatusReport> MFCSMS::takeStatusReports(int fd) {
+    while (true) {
+        int index = -1;
+        {
+            std::lock_guard lock(m_readLock);
+            if (m_storedReportIndexes.isEmpty())
+                break;
+            index = m_storedReportIndexes.takeFirst();
+        }
+        if (commandExpectingOk(fd, QStringLiteral("AT+CMGR=%1\r\n").arg(index)))
+            if (const std::optional<StatusReport> report = StatusReports::fromStoredRead(m_sLastResponse)) {
+                std::lock_guard lock(m_readLock);
+                m_statusReports << *report;
+            }
+        commandExpectingOk(fd, QStringLiteral("AT+CMGD=%1\r\n").arg(index)); // its place is needed again
+    }
     std::lock_guard lock(m_readLock);
     return std::exchange(m_statusReports, {});
 }

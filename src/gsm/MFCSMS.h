@@ -101,13 +101,15 @@ public:
     // the reports the modem slips between its answers are gathered for the owner to take.
     void setStatusReportsRequested(bool requested) { m_statusReportsRequested = requested; }
     bool statusReportsRequested() const { return m_statusReportsRequested; }
-    // "AT+CNMI=2,1,0,1,0": reports go straight to the computer as "+CDS". False when the
-    // modem refuses it (its reports then never reach us).
+    // "AT+CNMI=2,1,0,1,0": reports go straight to the computer as "+CDS"; where the modem
+    // refuses that, "AT+CNMI=2,1,0,2,0": it keeps them and says where ("+CDSI"). False when it
+    // refuses both (its reports then never reach us).
     bool Route_Status_Reports(int fd);
     // Reads whatever the modem says for this long (nothing is written), gathering reports.
     void listenForStatusReports(std::chrono::milliseconds duration);
-    // The reports gathered since the last call, oldest first.
-    QList<StatusReport> takeStatusReports();
+    // The reports gathered since the last call, oldest first; the ones the modem kept are
+    // read ("AT+CMGR") and deleted ("AT+CMGD") first.
+    QList<StatusReport> takeStatusReports(int fd);
 
     // The network's references ("+CMGS: <mr>") of the last submission, one per accepted part.
     QList<int> lastMessageReferences() const { return m_lastReferences; }
@@ -154,6 +156,7 @@ private:
     bool m_lastHandedOver = false;
     bool m_statusReportsRequested = false;
     QList<StatusReport> m_statusReports; // gathered, not yet taken (under the read lock)
+    QList<int> m_storedReportIndexes;    // announced by "+CDSI", not yet read (under the read lock)
     QByteArray m_pendingAnswer;          // arrived during the answer wait, read with the next read
     QString m_lastCommand;               // the AT command line the answer being read belongs to
     bool m_sessionStarting = false;      // a port just opened: the first write wakes the modem first

@@ -87,7 +87,8 @@ bool MFCSMS::Set_Text_Mode_SMS_Param(int fd, bool flash_sms, bool unicode_sms) {
 }
 
 bool MFCSMS::Route_Status_Reports(int fd) {
-    return commandExpectingOk(fd, QStringLiteral("AT+CNMI=2,1,0,1,0\r\n"));
+    return commandExpectingOk(fd, QStringLiteral("AT+CNMI=2,1,0,1,0\r\n")) ||
+           commandExpectingOk(fd, QStringLiteral("AT+CNMI=2,1,0,2,0\r\n"));
 }
 
 int MFCSMS::PDU_or_Text_SMS(int fd) {

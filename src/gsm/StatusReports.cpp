@@ -1,6 +1,7 @@
 #include "StatusReports.h"
 
 #include <QList>
+#include <QRegularExpression>
 
 namespace StatusReports {
 namespace {
@@ -90,6 +91,30 @@ QList<StatusReport> fromUnsolicited(const QStringList& lines) {
             reports << *report;
     }
     return reports;
+}
+
+std::optional<StatusReport> fromStoredRead(const QString& answer) {
+    const QStringList lines = answer.split(QRegularExpression(QStringLiteral("[\r\n]+")), Qt::SkipEmptyParts);
+    for (qsizetype i = 0; i < lines.size(); ++i) {
+        const QString line = lines.at(i).trimmed();
+        if (!line.startsWith(u"+CMGR:"))
+            continue;
+        const QList<QString> fields = fieldsOf(QStringView(line).mid(6).trimmed());
+        if (fields.size() == 3) // <stat>,[<alpha>],<length>: the PDU follows
+            return fromPdu(lines.value(i + 1));
+        // Text mode: the fields of a "+CDS" line behind the message's storage state.
+        return parse(QStringLiteral("+CDS: ") + line.section(u',', 1));
+    }
+    return std::nullopt;
+}
+
+std::optional<int> storedIndex(QStringView line) {
+    line = line.trimmed();
+    if (!line.startsWith(u"+CDSI:"))
+        return std::nullopt;
+    bool ok = false;
+    const int index = fieldsOf(line.mid(6)).last().trimmed().toInt(&ok);
+    return ok && index >= 0 ? std::optional(index) : std::nullopt;
 }
 
 QString deliveryState(int status) {

@@ -25,6 +25,13 @@ std::optional<StatusReport> parse(QStringView cdsLine, QStringView pduLine = {})
 // PDU is the line after its "+CDS: <length>").
 QList<StatusReport> fromUnsolicited(const QStringList& lines);
 
+// The report in the answer to "AT+CMGR=<index>" for a report the modem kept ("+CDSI"):
+// "+CMGR: <stat>,,<length>" and the PDU in PDU mode, "+CMGR: <stat>,<fo>,<mr>,...,<st>" in text mode.
+std::optional<StatusReport> fromStoredRead(const QString& answer);
+
+// The SIM index in a "+CDSI: <mem>,<index>" line, if it is one.
+std::optional<int> storedIndex(QStringView line);
+
 // What TP-ST says of the message, as a person reads it: "Delivered", "Pending" (the network
 // still tries) or "Not delivered (<reason>)".
 QString deliveryState(int status);

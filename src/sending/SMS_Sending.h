@@ -139,7 +139,7 @@ private:
     void sendFromPort(const PortJob& job, MFCSMS& session);
     void leavePort(const QString& port, const QString& why);
     // Matches the reports the port's modem handed over to the run's items and shows them.
-    void applyStatusReports(const QString& port, MFCSMS& session);
+    void applyStatusReports(const PortJob& job, MFCSMS& session);
     // Once the port has nothing left to send: listens for the reports it is still owed.
     void awaitStatusReports(const PortJob& job, MFCSMS& session);
     // The last holder of the run ends it; the dispatcher holds no port (nullopt).

@@ -168,8 +168,8 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
     if (reportsRouted)
         ++m_reportingPorts;
     if (options.deliveryReports && !reportsRouted) {
-        const QString why =
-            QStringLiteral("No delivery reports: the device refused to hand them over (AT+CNMI).");
+        const QString why = QStringLiteral(
+            "No delivery reports: the device refused to hand them over or keep them (AT+CNMI).");
         Show_NSLog_Message(job.portName + QStringLiteral(": ") + why);
         ui([this, port = job.portName, why] { m_portStatuses.insert(port, why); });
     }
@@ -264,7 +264,7 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
             if (options.saveTemplates)
                 appendTemplateIfNew(message);
         }
-        applyStatusReports(job.portName, session);
+        applyStatusReports(job, session);
         if (portGivesUp) {
             leavePort(job.portName, QStringLiteral("Left the run after %1 refusals in a row (last: %2).")
                                         .arg(refusalsInARow)
@@ -312,8 +312,9 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
     }
 }
 
-void SMS_Sending::applyStatusReports(const QString& port, MFCSMS& session) {
-    for (const StatusReport& report : session.takeStatusReports()) {
+void SMS_Sending::applyStatusReports(const PortJob& job, MFCSMS& session) {
+    const QString& port = job.portName;
+    for (const StatusReport& report : session.takeStatusReports(job.fd)) {
         const std::optional<int> index = m_items.recordReport(port, report.reference, report.status);
         if (!index) {
             Show_NSLog_Message(QStringLiteral("%1: a report for reference %2 matches no message of this run")
@@ -338,7 +339,7 @@ void SMS_Sending::awaitStatusReports(const PortJob& job, MFCSMS& session) {
         });
         session.listenForStatusReports(
             std::chrono::duration_cast<std::chrono::milliseconds>(Clock::scaled(std::chrono::seconds(1))));
-        applyStatusReports(job.portName, session);
+        applyStatusReports(job, session);
     }
     ui([this] { m_pauseLabel.clear(); });
 }

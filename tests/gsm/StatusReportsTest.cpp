@@ -57,6 +57,23 @@ TEST(StatusReports, ReportsAreFoundAmongOtherUnsolicitedLines) {
     EXPECT_EQ(reports.at(1).status, 70);
 }
 
+TEST(StatusReports, AReportTheModemKeptIsReadInBothModes) {
+    const QDateTime at = QDateTime::fromString("2026-11-23T12:00:00Z", Qt::ISODate);
+    for (const bool pduMode : {true, false}) {
+        const QString answer =
+            sim::StatusReport::stored(pduMode, 77, "+447700900001", 0x62, at, at).join("\r\n") + "\r\n\r\nOK";
+        const std::optional<StatusReport> report = StatusReports::fromStoredRead(answer);
+        ASSERT_TRUE(report) << answer.toStdString();
+        EXPECT_EQ(report->reference, 77);
+        EXPECT_EQ(report->recipient, "+447700900001");
+        EXPECT_EQ(report->status, 0x62);
+    }
+    EXPECT_FALSE(StatusReports::fromStoredRead("+CMS ERROR: 321"));
+    EXPECT_EQ(StatusReports::storedIndex(u"+CDSI: \"SR\",12"), 12);
+    EXPECT_EQ(StatusReports::storedIndex(u"+CDSI: \"SR\",x"), std::nullopt);
+    EXPECT_EQ(StatusReports::storedIndex(u"+CMTI: \"SM\",3"), std::nullopt);
+}
+
 TEST(StatusReports, StatesAsAPersonReadsThem) {
     EXPECT_EQ(StatusReports::deliveryState(0), "Delivered");
     EXPECT_EQ(StatusReports::deliveryState(0x21), "Pending");
