@@ -113,7 +113,8 @@ int runSend(const QStringList& arguments) {
         "Devices are given by path; each may carry its mode and a custom service centre:\n"
         "  --device /dev/ttyUSB0,mode=text,smsc=+447700900123\n"
         "Without --device every modem found is used (BULKSMS_EXTRA_MODEMS adds virtual ones).\n"
-        "Exit status: 0 when every recipient was sent, 1 otherwise, 2 on bad input.\n"
+        "Exit status: 0 when everything sendable was sent (skipped and excluded numbers are no failures),\n"
+        "1 when some failed, 3 when nothing could be sent, 2 on bad input.\n"
         "--verbose copies the log (every AT command and answer) to standard error."));
     parser.addHelpOption();
     const QCommandLineOption to(QStringLiteral("to"), QStringLiteral("A recipient (repeatable)."),

@@ -62,7 +62,8 @@ QString commandUsage() {
                           "  devices      list the GSM modems found\n"
                           "  sent-items   export the sent items (--export FILE.txt|.html|.xlsx)\n"
                           "  templates    export the message templates (--export FILE.txt|.html|.xlsx)\n\n"
-                          "\"bulksms COMMAND --help\" lists a command's options.");
+                          "\"bulksms COMMAND --help\" lists a command's options; \"bulksms --version\" "
+                          "prints the version.");
 }
 
 int runSentItems(const QStringList& arguments) {

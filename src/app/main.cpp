@@ -7,14 +7,23 @@
 
 #ifdef BULKSMS_GUI
 #include "Desktop.h"
-#else
-#include <cstdio>
 #endif
+
+#include <cstdio>
 
 int main(int argc, char* argv[]) {
     QStringList arguments;
     for (int i = 0; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
+    if (arguments.size() == 2 && arguments.at(1) == QLatin1String("--version")) {
+        std::printf("bulksms %s\n", BULKSMS_VERSION);
+        return 0;
+    }
+    if (arguments.size() == 2 &&
+        (arguments.at(1) == QLatin1String("--help") || arguments.at(1) == QLatin1String("-h"))) {
+        std::printf("%s\n", commandUsage().toLocal8Bit().constData());
+        return 0;
+    }
     if (isCommandLine(arguments)) {
         QCoreApplication app(argc, argv);
         QCoreApplication::setApplicationName(QStringLiteral("bulksms"));

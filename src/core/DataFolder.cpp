@@ -64,16 +64,26 @@ void truncateTroubleshootingLog() {
     if (fd >= 0)
         ::close(fd);
 }
+// The resource folder of an installed tree, under its prefix.
+const QString kInstalledResources = QStringLiteral(BULKSMS_INSTALLED_RESOURCES_RELATIVE);
 } // namespace
 
 QString locateResourcePath() {
     QString override = qEnvironmentVariable("BULKSMS_RESOURCES");
     if (!override.isEmpty())
         return override;
-    QString installed = QStringLiteral(BULKSMS_INSTALLED_RESOURCES);
-    if (!installed.isEmpty() && QFileInfo(installed).isDir())
-        return installed;
-    return QStringLiteral(BULKSMS_BUILD_RESOURCES);
+    // An installed tree keeps its resources beside its programs, wherever it was unpacked.
+    const QString program = QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath();
+    const QString programFolder = QFileInfo(program).absolutePath();
+    QString beside = QDir::cleanPath(programFolder + QStringLiteral("/../") + kInstalledResources);
+    if (!program.isEmpty() && QFileInfo(beside).isDir())
+        return beside;
+    // A program of a build tree uses the folder that tree assembles; no other program does.
+    const QString buildRoot =
+        QFileInfo(QStringLiteral(BULKSMS_BUILD_ROOT)).canonicalFilePath() + QLatin1Char('/');
+    if (program.isEmpty() || program.startsWith(buildRoot))
+        return QStringLiteral(BULKSMS_BUILD_RESOURCES);
+    return QStringLiteral(BULKSMS_INSTALLED_RESOURCES);
 }
 
 void computeDataPaths() {

@@ -4,8 +4,10 @@
 // Created_Resource_Path     $BULKSMS_DATA_HOME, else $XDG_DATA_HOME, else ~/.local/share,
 //                           joined with the application name
 // Bulk_SMS_Data_Folder_Path Created_Resource_Path / "BULK_SMS_DATA" (the stored lists)
-// Resource_Path             $BULKSMS_RESOURCES, else the installed share folder, else the
-//                           source tree's resources/ (the companion app package, adb, Template.xlsx)
+// Resource_Path             $BULKSMS_RESOURCES, else share/ostrel-bulk-sms beside the program's
+//                           folder (an installed tree, wherever unpacked), else, for a program of
+//                           the build tree, the folder it assembles (the companion app package,
+//                           adb, Template.xlsx)
 // Troubleshooting log       Created_Resource_Path / "Troubleshooting_Log.txt": it must be
 //                           writable, and an installed resource folder is not.
 #include <QString>
