@@ -240,6 +240,7 @@ TEST_F(SendingRunTest, ARefusingModemLeavesTheRunAndTheHealthyOneSendsEverything
 
 TEST_F(SendingRunTest, DeliveryReportsFillInDuringTheRunHandedOverOrKeptByTheModem) {
     Clock::setScale(0.05);
+    ASSERT_TRUE(Check_Path_And_Create_Files()); // the data folder, where the run's journal goes
     const QStringList to = numbers(6);
     ModemBehaviour network;
     network.deliveryStatusForNumber.insert(to.at(1), 0x61); // recipient busy
@@ -262,8 +263,14 @@ TEST_F(SendingRunTest, DeliveryReportsFillInDuringTheRunHandedOverOrKeptByTheMod
                     return job.statusLine() != kFinish;
             return false;
         });
+        // A report is in the journal before it is shown: a crash now would not lose it.
+        const std::optional<RunJournal::Unfinished> journal = RunJournal::load();
+        ASSERT_TRUE(journal);
+        EXPECT_TRUE(std::any_of(journal->entries.begin(), journal->entries.end(),
+                                [](const RunJournal::Entry& e) { return e.delivery == "Delivered"; }));
     });
     EXPECT_TRUE(shownBeforeTheEnd);
+    EXPECT_FALSE(RunJournal::load()); // the run ended, reports and all
     QMap<QString, QString> delivery;
     for (const SendingItem& item : items()) {
         EXPECT_EQ(item.status, "Message sent successfully.");
