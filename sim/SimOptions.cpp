@@ -27,6 +27,10 @@ struct Flags {
                                    "Hold each message's +CMGS answer until the next command line arrives."};
     QCommandLineOption cmsError{"cms-error", "Refuse messages to NUMBER with +CMS ERROR: N (repeatable).",
                                 "NUMBER=N"};
+    QCommandLineOption refuseSmsc{"refuse-smsc",
+                                  "Refuse messages through service centre NUMBER with +CMS ERROR: 330 "
+                                  "(repeatable).",
+                                  "NUMBER"};
     QCommandLineOption cmgsTestError{"cmgs-test-error", "Answer ERROR to AT+CMGS=?."};
     QCommandLineOption undefinedIdentity{"undefined-identity", "Answer Undefined to AT+GMI/GMM/GMR/GSN."};
     QCommandLineOption silent{"silent", "Answer nothing at all."};
@@ -45,7 +49,7 @@ struct Flags {
                 networkDelay, cmsError, cmgsTestError,    undefinedIdentity,
                 silent,       echoOnly, unplugAfterParts, log,
                 count,        latency,  lateAnswers,      charsets,
-                help};
+                refuseSmsc,   help};
     }
 };
 
@@ -151,6 +155,7 @@ SimOptions parse(const QStringList& arguments) {
             b.characterSets << set.trimmed().toUpper();
         }
     }
+    b.refusedServiceCentres = parser.values(flags.refuseSmsc);
     for (const QString& rule : parser.values(flags.cmsError)) {
         const qsizetype eq = rule.lastIndexOf(u'=');
         int code = 0;
