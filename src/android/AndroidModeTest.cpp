@@ -23,7 +23,7 @@ QString caseText(const QString& description, const QString& device) {
 }
 
 QString checkedTestNumber(const QString& typed, QString& problem) {
-    const QString number = Trim_Str(typed);
+    QString number = Trim_Str(typed);
     QString checked = number;
     if (checked.startsWith(QLatin1Char('+')))
         checked = QStringLiteral("00") + checked.mid(1);

@@ -26,7 +26,7 @@ protected:
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert("BULKSMS_DATA_HOME", home.path());
         env.insert("BULKSMS_RESOURCES", home.path() + "/resources");
-        env.insert("BULKSMS_CLOCK_SCALE", "0.05");
+        env.insert("BULKSMS_CLOCK_SCALE", "0.2"); // the probe's read time-outs outlast a busy machine
         env.insert("BULKSMS_EXTRA_MODEMS", modem->devicePath());
         process.setProcessEnvironment(env);
         process.start(QStringLiteral(BULKSMS_EXECUTABLE), arguments);

@@ -516,7 +516,7 @@ TEST_F(SendingRunTest, ACaseAppliedFromTheDetailsWindowIsWhatTheNextRunUses) {
     window.prev_composer_msg = window.composerText();
     send();
     ASSERT_EQ(modem.received().size(), before + 1);
-    const sim::ReceivedMessage& sent = modem.received().last();
+    const sim::ReceivedMessage sent = modem.received().last();
     EXPECT_EQ(sent.number, "+447700900777");
     EXPECT_EQ(sent.mode, "TEXT");
     EXPECT_EQ(sent.smsc, "+447700900999");

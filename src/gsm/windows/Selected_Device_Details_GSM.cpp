@@ -244,7 +244,7 @@ void Selected_Device_Details_GSM::Send_Test_SMS_fun(const Record& row, const QSt
         m_session.port()->setReadTimeout(5.0);
         // A text-mode message through the custom centre leaves the modem's own behind.
         const QString defaultSmsc = row.value(QStringLiteral("DefSMSC"));
-        m_session.setDefaultSmscLookup([defaultSmsc](const QString&) { return defaultSmsc; });
+        m_session.setDefaultSmscLookup([defaultSmsc](const QString&) { return QString(defaultSmsc); });
         status = QStringLiteral("Error : +CMS ERROR: 500.");
         bool sent = false;
         if (mode == SmsMode::Pdu)

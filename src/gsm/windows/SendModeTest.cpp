@@ -157,7 +157,7 @@ End run(MFCSMS& session, Request& request, const std::atomic<bool>& stop, const 
     session.port()->setReadTimeout(1.0);
     // A text-mode message through the custom service centre leaves the modem's own behind.
     const QString defaultSmsc = request.defaultSmsc;
-    session.setDefaultSmscLookup([defaultSmsc](const QString&) { return defaultSmsc; });
+    session.setDefaultSmscLookup([defaultSmsc](const QString&) { return QString(defaultSmsc); });
 
     End end = End::Completed;
     Guard::run("SendModeTest::run", [&] {

@@ -125,7 +125,7 @@ class ModeTestOnModems : public ::testing::Test {
 protected:
     void SetUp() override {
         clearDeviceSelection();
-        Clock::setScale(0.05);
+        Clock::setScale(0.2); // read time-outs leave the virtual modem's thread time to answer
     }
     void TearDown() override { Clock::setScale(0.001); }
 
@@ -137,17 +137,22 @@ protected:
         EXPECT_TRUE(modems.back()->start());
         return *modems.back();
     }
+    // The search the window runs; a probe that a busy machine made miss its answer is
+    // searched again (what is tested here comes after the search).
     void search() {
         QStringList paths;
         for (const auto& m : modems)
             paths << m->devicePath();
-        std::atomic<bool> done{false};
-        std::thread worker([&] {
-            devices.GetModemPath(paths);
-            done = true;
-        });
-        EXPECT_TRUE(spinUntil([&] { return done.load(); }, std::chrono::seconds(60)));
-        worker.join();
+        for (int attempt = 0; attempt < 3 && devices.nsPortListData().size() < paths.size(); ++attempt) {
+            std::atomic<bool> done{false};
+            std::thread worker([&] {
+                devices.GetModemPath(paths);
+                done = true;
+            });
+            EXPECT_TRUE(spinUntil([&] { return done.load(); }, std::chrono::seconds(60)));
+            worker.join();
+        }
+        ASSERT_EQ(devices.nsPortListData().size(), paths.size());
     }
     // The automated window on every device found, with the custom service centre typed.
     void openAutomated(Automated_GSM_Sending& window, const QString& custom) {
