@@ -92,6 +92,22 @@ TEST_F(AndroidModeTestTest, ExactlyTheCasesOnAFailingPathFail) {
     }
 }
 
+TEST_F(AndroidModeTestTest, StopDuringTheSecondCaseLeavesTheThirdStopped) {
+    startPhones(one(installed()));
+    Android_TroubleShooting window(op);
+    window.open(kDevice);
+    // Asked as the second case is announced: that case still runs, the third does not.
+    QObject::connect(&window, &DialogController::changed, &window, [&window] {
+        if (window.information().startsWith("Execute Case 2: "))
+            window.Stop_Btn(); // no question: pressing it again changes nothing
+    });
+    window.setTestNumberText(kTo);
+    window.Start_Btn();
+    window.waitForTest();
+    EXPECT_EQ(statuses(window), (QStringList{"Success", "Success", "Stopped"}));
+    EXPECT_EQ(modesSent(), (QStringList{"single-shot", "standard"}));
+}
+
 TEST_F(AndroidModeTestTest, ABadNumberOrNoPhoneIsRefusedBeforeAnythingRuns) {
     startPhones(one(installed()));
     Android_TroubleShooting window(op);

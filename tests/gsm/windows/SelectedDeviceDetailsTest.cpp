@@ -33,7 +33,7 @@ class DetailsWindowTest : public ::testing::Test {
 protected:
     void SetUp() override {
         clearDeviceSelection();
-        Clock::setScale(0.05);
+        Clock::setScale(0.2); // read time-outs leave the virtual modem's thread time to answer
     }
     void TearDown() override {
         clearDeviceSelection();

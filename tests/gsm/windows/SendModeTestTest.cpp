@@ -261,6 +261,28 @@ TEST_F(ModeTestOnModems, StopDuringTheSecondCaseLeavesTheRestStopped) {
     EXPECT_EQ(modem.received().size(), 2);
 }
 
+TEST_F(ModeTestOnModems, TheWindowsStopAsksAndEndsAfterTheCaseInProgress) {
+    VirtualModem& modem = attach({});
+    search();
+    Automated_GSM_Sending window(op);
+    openAutomated(window, kCustom);
+    op.answerYes();
+    bool pressed = false; // once, as the second case is announced
+    QObject::connect(&window, &DialogController::changed, &window, [&window, &pressed] {
+        if (!pressed && window.information().startsWith("Execute Case 2 : ")) {
+            pressed = true;
+            window.Stop_SMS_Pressed();
+        }
+    });
+    runTest(window);
+    EXPECT_EQ(op.questions(), QStringList{SendModeTest::kStopQuestion});
+    EXPECT_EQ(
+        statusesOf(window.nsCaseListData().records()),
+        (QStringList{"Message sent successfully.", "Message sent successfully.", "Stopped", "Stopped"}));
+    EXPECT_TRUE(window.nsDeviceListData().at(0).value("History").endsWith("TXT_DEF_SMSC||Stopped||"));
+    EXPECT_EQ(modem.received().size(), 2);
+}
+
 TEST_F(ModeTestOnModems, ASilentDeviceFailsEveryCaseWithAConnectionError) {
     attach({});
     search();
