@@ -33,6 +33,9 @@ struct ModemBehaviour {
     QMap<QString, QByteArray> scriptedAnswers; // command line as typed -> exact bytes sent instead
     QMap<int, int> cmsErrorForSubmission;      // n-th submitted message or part (from 1) -> "+CMS ERROR: n"
     QStringList characterSets;                 // "AT+CSCS=?" offers these (empty: every set it knows)
+    // Service centres the network does not know: a message through one (named in its PDU, or
+    // set with AT+CSCA in text mode) is refused with "+CMS ERROR: 330" (SMSC address unknown).
+    QStringList refusedServiceCentres;
 
     // Timing of the answers, as a real modem's processing adds it.
     // Every answer (not the echo) leaves this long after its command, through Clock (scaled).

@@ -17,6 +17,7 @@ constexpr char kLineFeed = '\n';
 constexpr char kBackspace = '\b';
 constexpr char kCtrlZ = 0x1A;
 constexpr int kStatusReportRequest = 0x20; // TP-SRR in the first octet of a message
+constexpr int kUnknownServiceCentre = 330; // "+CMS ERROR: 330", SMSC address unknown
 constexpr char kEscape = 0x1B;
 const QByteArray kPrompt = QByteArrayLiteral("\r\n> ");
 
@@ -207,9 +208,11 @@ void ModemSession::sendNetworkAnswer(const QStringList& information, const QStri
     m_lateAnswer += framed(final);
 }
 
-int ModemSession::refusalFor(const QString& number, const ModemBehaviour& behaviour) {
+int ModemSession::refusalFor(const QString& number, const QString& smsc, const ModemBehaviour& behaviour) {
     if (const int code = behaviour.cmsErrorForSubmission.value(++m_submissions))
         return code;
+    if (behaviour.refusedServiceCentres.contains(smsc))
+        return kUnknownServiceCentre;
     const QString bare = number.startsWith(u'+') ? number.mid(1) : number;
     for (const QString& candidate : {number, bare, QStringLiteral("+") + bare})
         if (behaviour.cmsErrorForNumber.contains(candidate))
@@ -235,7 +238,7 @@ void ModemSession::submitPdu(const ModemBehaviour& behaviour) {
         refuse(304, behaviour, false);
         return;
     }
-    if (const int code = refusalFor(pdu.number, behaviour)) {
+    if (const int code = refusalFor(pdu.number, pdu.smsc.isEmpty() ? m_settings.smsc : pdu.smsc, behaviour)) {
         refuse(code, behaviour, true);
         return;
     }
@@ -275,7 +278,7 @@ void ModemSession::submitText(const ModemBehaviour& behaviour) {
         refuse(305, behaviour, false);
         return;
     }
-    if (const int code = refusalFor(m_textNumber, behaviour)) {
+    if (const int code = refusalFor(m_textNumber, m_settings.smsc, behaviour)) {
         refuse(code, behaviour, true);
         return;
     }

@@ -65,7 +65,8 @@ private:
     void sendNetworkAnswer(const QStringList& information, const QString& final,
                            const ModemBehaviour& behaviour);
     // The "+CMS ERROR" code a submission gets (0: accepted); counts the submission.
-    int refusalFor(const QString& number, const ModemBehaviour& behaviour);
+    // The "+CMS ERROR" code the network answers a message with, 0 when it takes it.
+    int refusalFor(const QString& number, const QString& smsc, const ModemBehaviour& behaviour);
 
     ModemIdentity m_identity;
     std::function<ModemBehaviour()> m_behaviour;

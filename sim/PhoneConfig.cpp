@@ -73,6 +73,8 @@ bool readPhoneConfigs(const QString& path, QList<PhoneConfig>& phones, QString& 
         }
         phone.appInstalled = o.value(QStringLiteral("app_installed")).toBool(false);
         phone.pushFails = o.value(QStringLiteral("push_fails")).toBool(false);
+        for (const QJsonValue path : o.value(QStringLiteral("start_errors")).toArray())
+            phone.startErrors << path.toString();
         phone.unplugAfter = o.value(QStringLiteral("unplug_after")).toInt(0);
         phone.authorizeAfter = o.value(QStringLiteral("authorize_after")).toInt(0);
         for (const QString& key :

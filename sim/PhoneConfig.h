@@ -4,6 +4,7 @@
 #include <QHash>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 namespace sim {
 
@@ -21,8 +22,11 @@ struct PhoneConfig {
     Install install = Install::Success;
     bool appInstalled = false; // the companion app is already on the phone
     bool pushFails = false;    // every copy to the phone fails
-    int unplugAfter = 0;       // gone after this many messages (0: never)
-    int authorizeAfter = 0;    // an unauthorized phone becomes authorised after this many device lists
+    // Sending paths ("single-shot", "standard", "classic", "test") whose start of the app the
+    // activity manager answers with an error: nothing is sent that way.
+    QStringList startErrors;
+    int unplugAfter = 0;    // gone after this many messages (0: never)
+    int authorizeAfter = 0; // an unauthorized phone becomes authorised after this many device lists
 
     // A phone like a mid-range one on Android 11 (API 30).
     static PhoneConfig typical();
@@ -30,8 +34,8 @@ struct PhoneConfig {
 
 // Phones from a JSON file: {"phones": [{"serial": ..., "state": ..., "properties": {...},
 // "external_storage": ..., "install": "success"|"fail-once"|"fail-always", "app_installed": bool,
-// "push_fails": bool, "unplug_after": N, "authorize_after": N, "model": ..., "manufacturer": ...,
-// "release": ..., "api": N}]}. False with a reason when the file cannot be used.
+// "push_fails": bool, "start_errors": [path, ...], "unplug_after": N, "authorize_after": N, "model": ...,
+// "manufacturer": ..., "release": ..., "api": N}]}. False with a reason when the file cannot be used.
 bool readPhoneConfigs(const QString& path, QList<PhoneConfig>& phones, QString& reason);
 
 // The shorthands "model", "manufacturer", "release" and "api" set their properties.

@@ -27,6 +27,10 @@ struct Flags {
                                    "Hold each message's +CMGS answer until the next command line arrives."};
     QCommandLineOption cmsError{"cms-error", "Refuse messages to NUMBER with +CMS ERROR: N (repeatable).",
                                 "NUMBER=N"};
+    QCommandLineOption refuseSmsc{"refuse-smsc",
+                                  "Refuse messages through service centre NUMBER with +CMS ERROR: 330 "
+                                  "(repeatable).",
+                                  "NUMBER"};
     QCommandLineOption cmgsTestError{"cmgs-test-error", "Answer ERROR to AT+CMGS=?."};
     QCommandLineOption undefinedIdentity{"undefined-identity", "Answer Undefined to AT+GMI/GMM/GMR/GSN."};
     QCommandLineOption silent{"silent", "Answer nothing at all."};
@@ -50,7 +54,7 @@ struct Flags {
                 networkDelay, cmsError,       cmgsTestError,    undefinedIdentity,
                 silent,       echoOnly,       unplugAfterParts, log,
                 count,        latency,        lateAnswers,      charsets,
-                reportDelay,  deliveryStatus, noReport,         help};
+                reportDelay,  deliveryStatus, noReport,         refuseSmsc, help};
     }
 };
 
@@ -158,6 +162,7 @@ SimOptions parse(const QStringList& arguments) {
             b.characterSets << set.trimmed().toUpper();
         }
     }
+    b.refusedServiceCentres = parser.values(flags.refuseSmsc);
     // NUMBER=N rules, each number's value in [0, high].
     const auto rules = [&](const QCommandLineOption& o, int high, QMap<QString, int>& into) {
         for (const QString& rule : parser.values(o)) {

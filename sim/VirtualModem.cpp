@@ -45,6 +45,7 @@ ModemBehaviour unshared(ModemBehaviour copy) {
     copy.scriptedAnswers.detach();
     copy.cmsErrorForSubmission.detach();
     copy.characterSets.detach();
+    copy.refusedServiceCentres.detach();
     copy.unsolicited.detach();
     return copy;
 }

@@ -226,7 +226,19 @@ QString VirtualPhone::activityManager(const QStringList& args) {
     if (!m_installed)
         return intent +
                QStringLiteral("Error: Activity class {%1/%1.SMS} does not exist.\n").arg(kCompanionPackage);
+    if (m_config.startErrors.contains(sendingPath(extras)))
+        return intent + QStringLiteral("Error: Activity not started, cannot deliver the intent to %1\n")
+                            .arg(component);
     return intent + startCompanionApp(extras);
+}
+
+QString VirtualPhone::sendingPath(const QHash<QString, QString>& extras) {
+    if (extras.contains(QStringLiteral("TESTMSG")))
+        return QStringLiteral("test");
+    if (extras.contains(QStringLiteral("NUM")))
+        return extras.contains(QStringLiteral("MSG")) ? QStringLiteral("classic")
+                                                      : QStringLiteral("standard");
+    return extras.contains(QStringLiteral("SENDPARAM")) ? QString() : QStringLiteral("single-shot");
 }
 
 QString VirtualPhone::appStorageRoot() const {

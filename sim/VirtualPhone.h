@@ -45,6 +45,8 @@ private:
     QString packageManager(const QStringList& words);
     QString activityManager(const QStringList& words);
     QString startCompanionApp(const QHash<QString, QString>& extras);
+    // The way the app is started, as the faults name it ("" for the permission start).
+    static QString sendingPath(const QHash<QString, QString>& extras);
     void sendMessage(const QString& number, const QString& text, const QString& mode);
     QString appStorageRoot() const;
 

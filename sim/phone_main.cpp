@@ -46,6 +46,11 @@ int main(int argc, char** argv) {
                                           QStringLiteral("The companion app is already installed."));
     const QCommandLineOption pushFails(QStringLiteral("push-fails"),
                                        QStringLiteral("Every copy to the phone fails."));
+    const QCommandLineOption startError(
+        QStringLiteral("start-error"),
+        QStringLiteral("Starting the app this way (single-shot, standard, classic, test) reports an error "
+                       "(repeatable)."),
+        QStringLiteral("path"));
     const QCommandLineOption unplugAfter(QStringLiteral("unplug-after"),
                                          QStringLiteral("Unplug after this many messages."),
                                          QStringLiteral("N"));
@@ -59,7 +64,7 @@ int main(int argc, char** argv) {
         shorthands.append(
             QCommandLineOption(name, QStringLiteral("The phone's %1.").arg(name), QStringLiteral("text")));
     parser.addOptions({port, config, log, serial, state, storage, install, appInstalled, pushFails,
-                       unplugAfter, authorizeAfter});
+                       startError, unplugAfter, authorizeAfter});
     parser.addOptions(shorthands);
     parser.process(app);
 
@@ -84,6 +89,7 @@ int main(int argc, char** argv) {
         }
         phone.appInstalled = parser.isSet(appInstalled);
         phone.pushFails = parser.isSet(pushFails);
+        phone.startErrors = parser.values(startError);
         phone.unplugAfter = parser.value(unplugAfter).toInt();
         phone.authorizeAfter = parser.value(authorizeAfter).toInt();
         for (const QCommandLineOption& shorthand : shorthands)

@@ -37,6 +37,12 @@ public:
     void Close_Btn();
     void Mobile_Type_Btn();
     void Check_Device_Status_Btn();
+    // One test message in each of the three modes to the typed number, on the window's worker;
+    // the person at the receiving phone sees which arrived.
+    void Send_Test_Btn();
+    void setTestNumberText(const QString& text) { m_testNumber = text; }
+    QString testNumberText() const { return m_testNumber; }
+    bool testing() const { return m_testing; }
 
     // Runs one search to its end on the calling thread (what the search thread does; the
     // command line calls it directly). The search repeats while no phone or an unauthorised
@@ -81,4 +87,6 @@ private:
     bool m_controlsEnabled = true;
     bool m_pleaseWait = false;
     bool m_permissionHint = true;
+    std::atomic<bool> m_testing{false};
+    QString m_testNumber;
 };

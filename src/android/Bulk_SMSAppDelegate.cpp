@@ -3,6 +3,7 @@
 #include "AndroidDevices.h"
 #include "AndroidState.h"
 #include "Android_Ph_List_Wnd.h"
+#include "Android_TroubleShooting.h"
 #include "Connection_Info.h"
 #include "core/AppState.h"
 #include "core/Operator.h"
@@ -70,6 +71,23 @@ void Bulk_SMSAppDelegate::Classic_Radio() {
                                         "non-English (Unicode) or Special character based SMS using this "
                                         "mode.\n\nIf you are facing difficulties in "
                                         "sending SMS using 'Classic Mode', please select 'Standard Mode'."));
+}
+
+void Bulk_SMSAppDelegate::Test_Btn() {
+    Android_TroubleShooting window(op());
+    window.open(deviceCaption());
+    op().runModal(window);
+    showSendingMode();
+}
+
+void Bulk_SMSAppDelegate::showSendingMode() {
+    const int mode = AND_SMS_sending_mode;
+    m_singleShot = mode == int(AndroidSendingMode::SingleShot);
+    m_classic = mode == int(AndroidSendingMode::Classic);
+    if (m_singleShot)
+        Delayed_Delivery_Chk(false);
+    setDelayedDeliveryEnabled(!m_singleShot);
+    emit changed();
 }
 
 void Bulk_SMSAppDelegate::Device_Details_Btn() {

@@ -26,6 +26,11 @@ public:
     void Standard_Radio();
     void Classic_Radio();
 
+    // The automated mode test; the radios follow the mode it leaves.
+    void Test_Btn();
+    // The radios as the sending mode (AND_SMS_sending_mode) says.
+    void showSendingMode();
+
     // --- Device buttons.
     void Device_Details_Btn();
     void Check_Device_Status_Btn();

@@ -3,6 +3,7 @@
 #include "CommandLineAndroid.h"
 #include "CommandLineInputs.h"
 #include "CommandLineStores.h"
+#include "CommandLineTest.h"
 #include "ConsoleOperator.h"
 #include "RunReport.h"
 #include "StopSignals.h"
@@ -472,6 +473,8 @@ int runCommandLine(const QStringList& arguments) {
         return runSentItems(rest);
     if (command == QLatin1String("templates"))
         return runTemplates(rest);
+    if (command == QLatin1String("test-device"))
+        return runTestDevice(rest);
     err(QStringLiteral("bulksms: unknown command \"%1\"\n").arg(command) + commandUsage());
     return 2;
 }

@@ -3,6 +3,7 @@
 #include "android/AndroidDevices.h"
 #include "android/AndroidState.h"
 #include "android/Android_Ph_List_Wnd.h"
+#include "android/Android_TroubleShooting.h"
 #include "android/Bulk_SMSAppDelegate.h"
 #include "core/WorkerThread.h"
 
@@ -34,7 +35,49 @@ template <typename F> auto onWorker(F&& body) {
     return result;
 }
 
+// Searches and selects the phone as the device search window does; false (said why) when none.
+bool selectPhone(Bulk_SMSAppDelegate& window, Operator& op, const QString& serial) {
+    pointAdbAt(serial);
+    Android_Ph_List_Wnd& search = Android_Ph_List_Wnd::defaultInstance(op);
+    Stop_Modem_SRCH = 0;
+    const auto outcome = onWorker([&search] { return search.searchDevice(false); });
+    if (outcome != Android_Ph_List_Wnd::Outcome::Connected) {
+        line(stderr, QStringLiteral("No phone ready to send with."));
+        return false;
+    }
+    search.beginModal();
+    search.Select_Btn();
+    if (!search.isEnded() || search.endCode() != 1) {
+        line(stderr, QStringLiteral("The phone could not be selected."));
+        return false;
+    }
+    window.applyDeviceSelection();
+    line(stderr, QStringLiteral("Phone: %1").arg(window.deviceCaption()));
+    return true;
+}
+
 } // namespace
+
+int testAndroidPhone(Bulk_SMSAppDelegate& window, Operator& op, const QString& serial,
+                     const QString& number) {
+    if (!selectPhone(window, op, serial))
+        return 2;
+    Android_TroubleShooting test(op);
+    test.open(window.deviceCaption());
+    test.setTestNumberText(number);
+    test.Start_Btn();
+    if (!test.testing())
+        return 2; // refused: the reason was shown
+    test.waitForTest();
+    bool anyWorked = false;
+    for (const Record& c : test.cases().records()) {
+        line(stdout, QStringLiteral("%1\t%2\t%3\t%4")
+                         .arg(c.value(QStringLiteral("Case")), c.value(QStringLiteral("Case_Name")),
+                              c.value(QStringLiteral("Description")), c.value(QStringLiteral("Status"))));
+        anyWorked = anyWorked || c.value(QStringLiteral("Status")) == QLatin1String("Success");
+    }
+    return anyWorked ? 0 : 1;
+}
 
 int listAndroidDevices(const QString& serial) {
     Stop_Modem_SRCH = 0;
@@ -68,22 +111,8 @@ int sendThroughAndroid(Bulk_SMSAppDelegate& window, Operator& op, const QString&
         line(stderr, QStringLiteral("Unknown mode: %1 (single-shot, standard or classic)").arg(mode));
         return 2;
     }
-    pointAdbAt(serial);
-    Android_Ph_List_Wnd& search = Android_Ph_List_Wnd::defaultInstance(op);
-    Stop_Modem_SRCH = 0;
-    const auto outcome = onWorker([&search] { return search.searchDevice(false); });
-    if (outcome != Android_Ph_List_Wnd::Outcome::Connected) {
-        line(stderr, QStringLiteral("No phone ready to send with."));
+    if (!selectPhone(window, op, serial))
         return 2;
-    }
-    search.beginModal();
-    search.Select_Btn();
-    if (!search.isEnded() || search.endCode() != 1) {
-        line(stderr, QStringLiteral("The phone could not be selected."));
-        return 2;
-    }
-    window.applyDeviceSelection();
-    line(stderr, QStringLiteral("Phone: %1").arg(window.deviceCaption()));
 
     if (mode == QLatin1String("single-shot")) {
         window.Single_Shot_Radio();

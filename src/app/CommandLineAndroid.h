@@ -12,3 +12,7 @@ int listAndroidDevices(const QString& serial);
 // Finds and selects the phone, applies the mode ("single-shot", "standard", "classic") and
 // sends the window's list; prints a progress line per record and the summary.
 int sendThroughAndroid(Bulk_SMSAppDelegate& window, Operator& op, const QString& serial, const QString& mode);
+
+// Finds and selects the phone and runs the automated mode test with messages to number;
+// prints one line per case. 0 when a mode worked, 1 when none did, 2 without a phone.
+int testAndroidPhone(Bulk_SMSAppDelegate& window, Operator& op, const QString& serial, const QString& number);

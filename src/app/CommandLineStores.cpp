@@ -60,6 +60,7 @@ QString commandUsage() {
                           "Commands:\n"
                           "  send         send one message to every recipient through GSM modems\n"
                           "  devices      list the GSM modems found\n"
+                          "  test-device  find out which mode and service centre work on a modem\n"
                           "  sent-items   export the sent items (--export FILE.txt|.html|.xlsx)\n"
                           "  templates    export the message templates (--export FILE.txt|.html|.xlsx)\n\n"
                           "\"bulksms COMMAND --help\" lists a command's options; \"bulksms --version\" "

@@ -6,6 +6,7 @@
 #include "gsm/ModemSessionPool.h"
 #include "gsm/windows/GSM_DEV_Conn_Step_Wnd.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"
+#include "gsm/windows/Selected_Device_Details_GSM.h"
 
 Gsm_Bulk_Sms_Wnd::Gsm_Bulk_Sms_Wnd(Operator& op, QObject* parent) : BulkSmsWindow(Kind::Gsm, op, parent) {
     // Text mode sets a port's default service centre back after a custom one: from its record.
@@ -49,6 +50,17 @@ QString Gsm_Bulk_Sms_Wnd::deviceDetail(const QString& path, const QString& key) 
         if (record.value(QStringLiteral("PORT_DETAL")) == path)
             return record.value(key);
     return GSM_Device_List_Wnd::defaultInstance(op()).Get_Sel_Port_Details(path, key);
+}
+
+void Gsm_Bulk_Sms_Wnd::Device_Details_Pressed() {
+    if (port_det_str_array.isEmpty()) {
+        op().Show_MessageBox(QStringLiteral(
+            "Either Mobile Device is not connected properly or No Mobile Phone Device is selected."
+            "\n\nPlease use Mobile Phone Connection Wizard for finding device or establishing "
+            "connection."));
+        return;
+    }
+    Selected_Device_Details_GSM::defaultInstance(op()).Open_Gsm_Ph_Det_List_Wnd();
 }
 
 void Gsm_Bulk_Sms_Wnd::close_all_ports() {

@@ -25,6 +25,10 @@ public:
     void GSM_Chk_Port_And_Send_Msg();
     static void close_all_ports();
 
+    // The selected-device details window: each selected device's settings, a test message,
+    // the automated send-mode test.
+    void Device_Details_Pressed();
+
     // The ports verified for the run (`_cb_ports_ComboBox_Sending`) and the one chosen.
     const QStringList& sendingPorts() const { return m_sendingPorts; }
     QString sendingPortChoice() const { return m_sendingPortChoice; }

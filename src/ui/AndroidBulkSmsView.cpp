@@ -23,6 +23,10 @@ AndroidBulkSmsView::AndroidBulkSmsView(Bulk_SMSAppDelegate& controller, QWidget*
     deviceBar()->addWidget(connectButton);
     deviceBar()->addWidget(details);
     deviceBar()->addWidget(status);
+    auto* test = new QPushButton(QStringLiteral("Test Sending Modes..."), this);
+    test->setObjectName(QStringLiteral("Test_Btn"));
+    deviceBar()->addWidget(test);
+    connect(test, &QPushButton::clicked, this, [&controller] { controller.Test_Btn(); });
     connect(connectButton, &QPushButton::clicked, this, [&controller] { controller.connectDevice(); });
     connect(details, &QPushButton::clicked, this, [&controller] { controller.Device_Details_Btn(); });
     connect(status, &QPushButton::clicked, this, [&controller] { controller.Check_Device_Status_Btn(); });

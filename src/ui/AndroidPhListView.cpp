@@ -7,6 +7,7 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
+#include <QLineEdit>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QTableView>
@@ -55,6 +56,21 @@ AndroidPhListView::AndroidPhListView(Android_Ph_List_Wnd& controller, QWidget* p
     m_wait = new QLabel(QStringLiteral("Please wait..."), this);
     layout->addWidget(m_wait);
 
+    // A test message in each sending mode, to see on the receiving phone which paths work.
+    m_testRow = new QWidget(this);
+    auto* testLayout = new QHBoxLayout(m_testRow);
+    testLayout->setContentsMargins(0, 0, 0, 0);
+    m_testNumber = new QLineEdit(m_testRow);
+    m_testNumber->setPlaceholderText(QStringLiteral("+447700900001"));
+    m_sendTest = new QPushButton(QStringLiteral("Send Test"), m_testRow);
+    testLayout->addWidget(new QLabel(QStringLiteral("Test number:"), m_testRow));
+    testLayout->addWidget(m_testNumber, 1);
+    testLayout->addWidget(m_sendTest);
+    layout->addWidget(m_testRow);
+    connect(m_testNumber, &QLineEdit::textEdited, this,
+            [this](const QString& t) { m_controller.setTestNumberText(t); });
+    connect(m_sendTest, &QPushButton::clicked, this, [this] { m_controller.Send_Test_Btn(); });
+
     auto* buttons = new QHBoxLayout();
     auto* back = new QPushButton(QStringLiteral("Mobile Type"), this);
     auto* status = new QPushButton(QStringLiteral("Device Status"), this);
@@ -97,6 +113,10 @@ void AndroidPhListView::refresh() {
     m_search->setEnabled(!searching && m_controller.controlsEnabled());
     m_select->setEnabled(!searching && m_controller.controlsEnabled());
     m_stop->setEnabled(searching);
+    m_testRow->setVisible(m_controller.tableVisible());
+    m_sendTest->setEnabled(!searching && !m_controller.testing());
+    if (!m_testNumber->hasFocus())
+        m_testNumber->setText(m_controller.testNumberText());
 }
 
 AndConnErrView::AndConnErrView(And_Conn_Err& controller, QWidget* parent) : QDialog(parent) {

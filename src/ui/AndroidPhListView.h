@@ -8,6 +8,7 @@
 #include <array>
 
 class QLabel;
+class QLineEdit;
 class QProgressBar;
 class QPushButton;
 class QTableView;
@@ -33,6 +34,9 @@ private:
     QPushButton* m_search = nullptr;
     QPushButton* m_stop = nullptr;
     QPushButton* m_select = nullptr;
+    QWidget* m_testRow = nullptr;
+    QLineEdit* m_testNumber = nullptr;
+    QPushButton* m_sendTest = nullptr;
 };
 
 // The connection error box of the search.

@@ -20,6 +20,10 @@ GsmBulkSmsView::GsmBulkSmsView(Gsm_Bulk_Sms_Wnd& controller, QWidget* parent)
     auto* search = new QPushButton(QStringLiteral("Search Device"), this);
     deviceBar()->addWidget(search);
     connect(search, &QPushButton::clicked, this, [&controller] { controller.connectDevice(); });
+    auto* details = new QPushButton(QStringLiteral("Device Settings..."), this);
+    details->setObjectName(QStringLiteral("Device_Details_Btn"));
+    deviceBar()->addWidget(details);
+    connect(details, &QPushButton::clicked, this, [&controller] { controller.Device_Details_Pressed(); });
     auto* send = new QPushButton(QStringLiteral("Send"), this);
     send->setObjectName(QStringLiteral("Send_SMS_Btn"));
     send->setMinimumWidth(120);

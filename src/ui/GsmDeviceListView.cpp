@@ -25,7 +25,10 @@ GsmDeviceListView::GsmDeviceListView(GSM_Device_List_Wnd& controller, QWidget* p
     auto* layout = new QVBoxLayout(this);
     auto* body = new QHBoxLayout();
     body->addWidget(buildDeviceList(), 2);
-    body->addWidget(buildSettings(), 3);
+    auto* right = new QVBoxLayout();
+    right->addWidget(buildSettings(), 3);
+    right->addWidget(buildTest(), 2);
+    body->addLayout(right, 3);
     layout->addLayout(body, 1);
 
     auto* status = new QHBoxLayout();
@@ -43,7 +46,7 @@ GsmDeviceListView::GsmDeviceListView(GSM_Device_List_Wnd& controller, QWidget* p
     buttons->addStretch();
     buttons->addWidget(m_select);
     layout->addLayout(buttons);
-    resize(900, 560);
+    resize(980, 760);
 
     connect(offline, &QPushButton::clicked, this, [this] { m_controller.ContinueOfflinePressed(); });
     connect(m_select, &QPushButton::clicked, this, [this] { m_controller.Sel_Device_Pressed(); });
@@ -144,12 +147,67 @@ QWidget* GsmDeviceListView::buildSettings() {
     return m_settings;
 }
 
+QWidget* GsmDeviceListView::buildTest() {
+    m_testGroup = new QGroupBox(QStringLiteral("Test SMS"), this);
+    auto* layout = new QVBoxLayout(m_testGroup);
+    m_testHeading = new QLabel(m_testGroup);
+    layout->addWidget(m_testHeading);
+    auto* numberRow = new QHBoxLayout();
+    m_testNumber = new QLineEdit(m_testGroup);
+    m_testNumber->setPlaceholderText(QStringLiteral("+447700900001"));
+    m_startTest = new QPushButton(QStringLiteral("Send Test SMS"), m_testGroup);
+    m_stopTest = new QPushButton(QStringLiteral("Stop"), m_testGroup);
+    numberRow->addWidget(new QLabel(QStringLiteral("Phone number to receive test SMS:"), m_testGroup));
+    numberRow->addWidget(m_testNumber, 1);
+    numberRow->addWidget(m_startTest);
+    numberRow->addWidget(m_stopTest);
+    layout->addLayout(numberRow);
+
+    auto* model = new RecordTableModel(m_controller.nsCaseListData(), this);
+    model->setColumnTitle(QStringLiteral("Possible_Case"), QStringLiteral("Case"));
+    model->setColumnTitle(QStringLiteral("Description"), QStringLiteral("Connection settings"));
+    model->setColumnTitle(QStringLiteral("Status"), QStringLiteral("Status"));
+    m_cases = new QTableView(m_testGroup);
+    m_cases->setModel(model);
+    m_cases->setSelectionMode(QAbstractItemView::NoSelection);
+    m_cases->verticalHeader()->hide();
+    m_cases->horizontalHeader()->setStretchLastSection(true);
+    m_cases->setColumnWidth(0, 70);
+    m_cases->setColumnWidth(1, 220);
+    layout->addWidget(m_cases, 1);
+
+    auto* progressRow = new QHBoxLayout();
+    m_testInformation = new QLabel(m_testGroup);
+    m_caseProgress = new QProgressBar(m_testGroup);
+    m_caseProgress->setRange(0, 100);
+    progressRow->addWidget(m_testInformation, 1);
+    progressRow->addWidget(m_caseProgress, 1);
+    layout->addLayout(progressRow);
+
+    auto* buttons = new QHBoxLayout();
+    m_report = new QPushButton(QStringLiteral("Save Report..."), m_testGroup);
+    m_automate = new QPushButton(QStringLiteral("Automated Test of All Devices..."), m_testGroup);
+    buttons->addWidget(m_report);
+    buttons->addStretch();
+    buttons->addWidget(m_automate);
+    layout->addLayout(buttons);
+
+    connect(m_testNumber, &QLineEdit::textEdited, this,
+            [this](const QString& t) { m_controller.setTestNumberText(t); });
+    connect(m_startTest, &QPushButton::clicked, this, [this] { m_controller.Send_Test_SMS_Pressed(); });
+    connect(m_stopTest, &QPushButton::clicked, this, [this] { m_controller.Stop_SMS_Pressed(); });
+    connect(m_report, &QPushButton::clicked, this, [this] { m_controller.Save_SMS_Report_Pressed(); });
+    connect(m_automate, &QPushButton::clicked, this, [this] { m_controller.Automate_Button_Presses(); });
+    return m_testGroup;
+}
+
 void GsmDeviceListView::refresh() {
+    const bool testing = m_controller.testing();
     const bool busy = m_controller.searching() || m_controller.progressSheetShown();
     m_search->setEnabled(!busy && m_controller.controlsEnabled());
     m_stop->setEnabled(m_controller.searching());
     m_select->setEnabled(!busy);
-    m_busy->setVisible(busy);
+    m_busy->setVisible(busy && !testing);
     m_progress->setMaximum(qMax(1, m_controller.progressMaximum()));
     m_progress->setValue(qMin(m_controller.progressValue(), m_progress->maximum()));
     m_progress->setVisible(m_controller.searching());
@@ -167,6 +225,23 @@ void GsmDeviceListView::refresh() {
     m_defaultSmsc->setEnabled(!m_controller.customSmscChecked());
     if (!m_customSmsc->hasFocus())
         m_customSmsc->setText(m_controller.customSmscText());
+    m_testHeading->setText(m_controller.testHeading());
+    if (!m_testNumber->hasFocus())
+        m_testNumber->setText(m_controller.testNumberText());
+    m_testNumber->setEnabled(!testing);
+    m_startTest->setEnabled(!busy && m_controller.settingsEnabled());
+    m_stopTest->setEnabled(testing);
+    m_report->setEnabled(!busy && m_controller.nsCaseListData().size() > 0);
+    m_automate->setEnabled(!busy);
+    m_testInformation->setText(m_controller.testInformation());
+    m_caseProgress->setVisible(testing);
+    // Between the case's start and its end the bar runs on its own: the modem's answer has no
+    // measure of progress.
+    if (testing && m_controller.caseProgress() == 0)
+        m_caseProgress->setRange(0, 0);
+    else
+        m_caseProgress->setRange(0, 100);
+    m_caseProgress->setValue(m_controller.caseProgress());
     const int shown = m_controller.Prev_Index();
     if (shown >= 0 && m_list->currentIndex().row() != shown) {
         const QSignalBlocker block(m_list->selectionModel());

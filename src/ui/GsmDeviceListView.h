@@ -25,6 +25,7 @@ protected:
 private:
     QWidget* buildDeviceList();
     QWidget* buildSettings();
+    QWidget* buildTest();
     void refresh();
 
     GSM_Device_List_Wnd& m_controller;
@@ -44,4 +45,15 @@ private:
     QCheckBox* m_useCustomSmsc = nullptr;
     QLineEdit* m_customSmsc = nullptr;
     QWidget* m_settings = nullptr;
+    // The test group: recipient, case list, progress and its buttons.
+    QWidget* m_testGroup = nullptr;
+    QLabel* m_testHeading = nullptr;
+    QLineEdit* m_testNumber = nullptr;
+    QTableView* m_cases = nullptr;
+    QLabel* m_testInformation = nullptr;
+    QProgressBar* m_caseProgress = nullptr;
+    QPushButton* m_startTest = nullptr;
+    QPushButton* m_stopTest = nullptr;
+    QPushButton* m_report = nullptr;
+    QPushButton* m_automate = nullptr;
 };

@@ -1,6 +1,8 @@
 #include "ViewRegistry.h"
 
 #include "AndroidPhListView.h"
+#include "AndroidTroubleShootingView.h"
+#include "AutomatedGsmSendingView.h"
 #include "ConnectionInfoView.h"
 #include "ExcelDynamicMsgView.h"
 #include "ExcelSmsExampleView.h"
@@ -14,6 +16,7 @@
 #include "ManuallyAddNumView.h"
 #include "MobileSelView.h"
 #include "OpenExportLogView.h"
+#include "SelectedDeviceDetailsView.h"
 #include "SendMsgInfoView.h"
 #include "SendingJobView.h"
 #include "SentItemsView.h"
@@ -55,6 +58,9 @@ void registerStandardViews() {
     addView<MobileSelView, Mobile_Sel_Wnd>();
     addView<GsmDevConnStepView, GSM_DEV_Conn_Step_Wnd>();
     addView<GsmDeviceListView, GSM_Device_List_Wnd>();
+    addView<AutomatedGsmSendingView, Automated_GSM_Sending>();
+    addView<AndroidTroubleShootingView, Android_TroubleShooting>();
+    addView<SelectedDeviceDetailsView, Selected_Device_Details_GSM>();
     addView<ConnectionInfoView, Connection_Info>();
     addView<AndroidPhListView, Android_Ph_List_Wnd>();
     addView<AndConnErrView, And_Conn_Err>();

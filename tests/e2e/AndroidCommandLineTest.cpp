@@ -77,6 +77,32 @@ TEST_F(AndroidCommandLineTest, SendsTheListInEachModeAndThePhoneAgrees) {
     }
 }
 
+TEST_F(AndroidCommandLineTest, TestDevicePrintsTheModesThatWork) {
+    sim::PhoneConfig config = phone("R58TEST0002");
+    config.startErrors = {"classic"};
+    start({config});
+    int exitCode = -1;
+    const QStringList out =
+        run({"test-device", "--android", "--serial", "R58TEST0002", "--to", "+442079460958"}, exitCode);
+    EXPECT_EQ(exitCode, 0) << errors.toStdString();
+    EXPECT_EQ(out, (QStringList{"Case 1:\tSS\tSingle-shot Execution Mode\tSuccess",
+                                "Case 2:\tOBOS\tOne-by-One Contact Process - Standard Mode\tSuccess",
+                                "Case 3:\tOBOC\tOne-by-One Contact Process - Classic Mode\tFail"}));
+    const QStringList sent = messages();
+    ASSERT_EQ(sent.size(), 2);
+    EXPECT_EQ(sent.at(0),
+              "+442079460958|Single-shot Execution Mode is working for Device Model: VIRTUAL PHONE "
+              "5G|single-shot");
+    server->stop();
+
+    config.pushFails = true;
+    config.startErrors = {"classic", "standard"};
+    start({config});
+    run({"test-device", "--android", "--to", "+442079460958"}, exitCode);
+    EXPECT_EQ(exitCode, 1) << errors.toStdString();
+    EXPECT_TRUE(messages().isEmpty());
+}
+
 TEST_F(AndroidCommandLineTest, SerialPicksOnePhoneOfSeveral) {
     start({phone("R58AAAA0001"), phone("R58BBBB0002")});
     int exitCode = -1;

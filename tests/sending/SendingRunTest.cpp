@@ -3,6 +3,9 @@
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 #include "sending/SMS_Sending.h"
 
+#include "gsm/windows/Automated_GSM_Sending.h"
+#include "gsm/windows/Selected_Device_Details_GSM.h"
+
 #include "MainThreadWatchdog.h"
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
@@ -548,4 +551,47 @@ TEST_F(SendingRunTest, SendRefusesWithoutDevicesOrRecipients) {
                   "\nPhone numbers-Messages list is empty.", "\nPlease insert entered number to the list."}));
 }
 
+} // namespace
+
+// The settings a person applies from the automated test of the selected-device details window
+// are what the next run sends with: the network sees the mode and the service centre.
+namespace {
+TEST_F(SendingRunTest, ACaseAppliedFromTheDetailsWindowIsWhatTheNextRunUses) {
+    Clock::setScale(0.2); // the test's own reads (character sets, service centre) outlast a busy machine
+    ModemBehaviour behaviour;
+    behaviour.refusedServiceCentres = {"+447700900123"}; // the modem's own centre is refused
+    VirtualModem& modem = attach("PDU Mode", behaviour);
+    port_det_str_array[0].insert("SUPSMSMode", ";PDU Mode;Text Mode;");
+    chooseDevices();
+    op.onModal<Automated_GSM_Sending>([&](Automated_GSM_Sending& test) {
+        test.setCustomSmscText("+447700900999");
+        test.setTestNumberText("+447700900555");
+        test.Send_Test_SMS_Pressed();
+        test.waitForTest();
+        ASSERT_TRUE(spinUntil([&] { return !test.testing(); }));
+        ASSERT_EQ(test.nsCaseListData().at(2).value("Case_Name"), "TXT_CUS_SMSC");
+        EXPECT_EQ(test.nsCaseListData().at(2).value("Status"), "Message sent successfully.");
+        EXPECT_EQ(test.nsCaseListData().at(3).value("Status"), "+CMS ERROR: 330");
+        test.selectCase(2);
+        op.answerYes();
+        test.Use_Settings_Button_Presses();
+        test.Close_Button_Presses();
+    });
+    Selected_Device_Details_GSM details(op);
+    details.fillRows();
+    details.Automate_Button_Presses();
+    EXPECT_EQ(details.PDU_TEXT_MODE_SEL(), 2); // the mode buttons follow
+    EXPECT_EQ(port_det_str_array.at(0).value("SMSMode"), "Text Mode");
+
+    const int before = int(modem.received().size());
+    addRecipients({"+447700900777"}, "After the test");
+    window.prev_composer_msg = window.composerText();
+    send();
+    ASSERT_EQ(modem.received().size(), before + 1);
+    const sim::ReceivedMessage sent = modem.received().last();
+    EXPECT_EQ(sent.number, "+447700900777");
+    EXPECT_EQ(sent.mode, "TEXT");
+    EXPECT_EQ(sent.smsc, "+447700900999");
+    EXPECT_EQ(items().at(0).status, "Message sent successfully.");
+}
 } // namespace

@@ -14,10 +14,12 @@ const QString kPath = QStringLiteral("PORT_DETAL");
 } // namespace
 
 GSM_Device_List_Wnd::GSM_Device_List_Wnd(Operator& op, QObject* parent)
-    : DialogController(parent), m_op(op), m_ports(kShownColumns) {}
+    : DialogController(parent), m_op(op), m_ports(kShownColumns),
+      m_cases({QStringLiteral("Possible_Case"), QStringLiteral("Description"), QStringLiteral("Status")}) {}
 
 GSM_Device_List_Wnd::~GSM_Device_List_Wnd() {
     Stop_Modem_SRCH = true;
+    m_stopTest = true;
     m_worker.requestStop();
     waitForWorkers();
 }
@@ -130,11 +132,7 @@ bool GSM_Device_List_Wnd::OnGetSelected(const QString& path) {
     return true;
 }
 
-void GSM_Device_List_Wnd::Get_And_Fill_Details(const QString& path) {
-    const int row = rowOf(path);
-    if (row < 0)
-        return;
-    const Record r = m_ports.at(row);
+QString GSM_Device_List_Wnd::deviceDetailText(const Record& r) {
     const QString supported = r.value("SUPSMSMode");
     QString modes = QStringLiteral("None");
     if (supported.contains(QStringLiteral("PDU")) && supported.contains(QStringLiteral("Text")))
@@ -143,12 +141,20 @@ void GSM_Device_List_Wnd::Get_And_Fill_Details(const QString& path) {
         modes = QStringLiteral("Text Mode");
     else if (supported.contains(QStringLiteral("PDU")))
         modes = QStringLiteral("PDU Mode");
-    m_detailsText =
-        QStringLiteral("COM Port : %1\r\nManufacturer : %2\r\nModel : %3\r\nRevision : %4\r\nSupported SMS "
-                       "Mode : %5\r\nBattery : %6\r\nDefault SMSC No. : %7\r\nOperator Code : %8\r\n"
-                       "Signal Quality : %9\r\n")
-            .arg(r.value("COM_PORT"), r.value("Manufacture"), r.value("Model"), r.value("Revision"), modes,
-                 r.value("Battery"), r.value("DefSMSC"), r.value("Operator"), r.value("Signal"));
+    return QStringLiteral(
+               "COM Port : %1\r\nManufacturer : %2\r\nModel : %3\r\nRevision : %4\r\nSupported SMS "
+               "Mode : %5\r\nBattery : %6\r\nDefault SMSC No. : %7\r\nOperator Code : %8\r\n"
+               "Signal Quality : %9\r\n")
+        .arg(r.value("COM_PORT"), r.value("Manufacture"), r.value("Model"), r.value("Revision"), modes,
+             r.value("Battery"), r.value("DefSMSC"), r.value("Operator"), r.value("Signal"));
+}
+
+void GSM_Device_List_Wnd::Get_And_Fill_Details(const QString& path) {
+    const int row = rowOf(path);
+    if (row < 0)
+        return;
+    const Record r = m_ports.at(row);
+    m_detailsText = deviceDetailText(r);
     m_defaultSmscField = r.value("DefSMSC");
     m_customSmscChecked = r.value("UseCusSMSC") == QLatin1String("Y");
     m_customSmscText = m_customSmscChecked ? r.value("CusSMSC") : QString();
@@ -157,7 +163,10 @@ void GSM_Device_List_Wnd::Get_And_Fill_Details(const QString& path) {
         m_modeSelection = mode == SmsMode::Pdu ? 1 : 2;
     m_heading = QStringLiteral("SMS settings of %1 %2 at %3")
                     .arg(r.value("Manufacture"), r.value("Model"), r.value("COM_PORT"));
+    m_testHeading = QStringLiteral("Test SMS sent from device %1 %2 at %3")
+                        .arg(r.value("Manufacture"), r.value("Model"), r.value("COM_PORT"));
     m_settingsEnabled = true;
+    Fill_Test_case_List();
 }
 
 // ---- modes and service centre ----
@@ -199,6 +208,7 @@ bool GSM_Device_List_Wnd::update_custom_smsc() {
         return false;
     if (m_prevIndex >= 0 && m_prevIndex < m_ports.size())
         Set_SMSC_Use_Status(m_ports.at(m_prevIndex).value(kPath), QStringLiteral("Y"), m_customSmscText);
+    Fill_Test_case_List();
     return true;
 }
 
@@ -211,6 +221,7 @@ void GSM_Device_List_Wnd::Custom_SMSC_Pressed(bool on) {
     }
     if (m_prevIndex >= 0 && m_prevIndex < m_ports.size())
         Set_SMSC_Use_Status(m_ports.at(m_prevIndex).value(kPath), QStringLiteral("N"), m_defaultSmscField);
+    Fill_Test_case_List();
 }
 
 // ---- stopping ----

@@ -11,6 +11,8 @@
 #include "core/WorkerThread.h"
 #include "gsm/MFCSMS.h"
 #include "gsm/SmsMode.h"
+#include "gsm/windows/Automated_GSM_Sending.h"
+#include "gsm/windows/SendModeTest.h"
 
 #include <QHash>
 
@@ -53,6 +55,26 @@ public:
     // Checks the ticked devices on the window's worker (waitForWorkers() waits for the end)
     // and ends the window with 1 when one was accepted.
     void Multi_Phone_Selected_Func();
+
+    // --- The automated send-mode test of the shown device (its outcome goes to the record's
+    // "TEST_HISTORY"), and the automated sending window for every device found.
+    RecordTable& nsCaseListData() { return m_cases; }
+    void setTestNumberText(const QString& text) { m_testNumberText = text; }
+    QString testNumberText() const { return m_testNumberText; }
+    void Send_Test_SMS_Pressed();
+    void Stop_SMS_Pressed();
+    void Save_SMS_Report_Pressed();
+    void Automate_Button_Presses();
+    bool testing() const { return m_testing; }
+    QString testInformation() const { return m_testInformation; }
+    QString testHeading() const { return m_testHeading; }
+    int caseProgress() const { return m_caseProgress; }
+    // Rows for the automated sending window, and how it writes a setting back here (this
+    // list and the selected devices').
+    Automated_GSM_Sending::SettingsWriter settingsWriter();
+
+    // The details text of a device record ("COM Port : ...\r\n...").
+    static QString deviceDetailText(const Record& record);
 
     // How a person reads a device: its model and port ("E173 on ttyUSB0"), the port alone
     // until the model is known.
@@ -119,6 +141,8 @@ private:
     Verdict checkForSelection(const Record& record, int ticked);
     // On the main thread: the accepted devices become the selection.
     void finishSelection(const QList<Record>& accepted, const QString& customSmsc);
+    void Fill_Test_case_List();
+    void Chk_Test_Automate_SMS_fun(SendModeTest::Request request);
 
     Operator& m_op;
     MFCSMS m_session;
@@ -140,6 +164,13 @@ private:
     QString m_heading;
     QString m_comPortField, m_pathField, m_detailsText, m_defaultSmscField, m_customSmscText;
     bool m_customSmscChecked = false;
+
+    RecordTable m_cases;
+    QString m_testNumberText, m_testInformation, m_testHeading;
+    bool m_testing = false;
+    std::atomic<bool> m_searchedOnce{false}; // a search pass has run to its end
+    int m_caseProgress = 0;
+    std::atomic<bool> m_stopTest{false};
 };
 
 inline const QString kDeviceListEmpty = QStringLiteral("Device list is empty.");

@@ -55,6 +55,8 @@ void GSM_Device_List_Wnd::Find_Ph_List(std::stop_token stop) {
         m_defaultSmscField.clear();
         m_customSmscText.clear();
         m_customSmscChecked = false;
+        m_cases.clear();
+        m_testHeading.clear();
         m_heading = QStringLiteral("Searching Device");
     });
     ModemIterator iterator;
@@ -222,5 +224,6 @@ int GSM_Device_List_Wnd::GetModemPath(const QStringList& paths, std::stop_token 
     });
     if (!completed)
         m_session.closePort();
+    m_searchedOnce = true;
     return result;
 }

@@ -1,0 +1,88 @@
+#include "AndroidModeTest.h"
+
+#include "AdbRunner.h"
+#include "Bulk_SMSAppDelegate.h"
+#include "CompanionApp.h"
+#include "PhoneStorage.h"
+#include "core/Clock.h"
+#include "core/DataFolder.h"
+#include "core/FileUtils.h"
+#include "core/TextUtils.h"
+#include "text/NumberRules.h"
+
+using namespace std::chrono_literals;
+
+namespace AndroidModeTest {
+namespace {
+const AdbStop kUninterrupted = [] { return false; };
+QString localPath(const QString& name) { return Created_Resource_Path + QLatin1Char('/') + name; }
+} // namespace
+
+QString caseText(const QString& description, const QString& device) {
+    return description + QStringLiteral(" is working for Device Model: ") + device;
+}
+
+QString checkedTestNumber(const QString& typed, QString& problem) {
+    QString number = Trim_Str(typed);
+    QString checked = number;
+    if (checked.startsWith(QLatin1Char('+')))
+        checked = QStringLiteral("00") + checked.mid(1);
+    if (checked.contains(QLatin1Char('+')) || Check_Ph_Number(checked, false)) {
+        problem = kInvalidTestNumber;
+        return {};
+    }
+    problem.clear();
+    return number;
+}
+
+bool Outcome::worked() const { return copied && started && !Find_Error_In_Stat_Activity(output); }
+
+Outcome singleShot(const QString& number, const QString& text) {
+    Outcome outcome;
+    const QString path = localPath(kListFileName);
+    // An empty list first: whether the phone's storage takes the file at all.
+    writeFileAtomically(path, QByteArray());
+    outcome.copied = Save_File_To_Phone_Storage(kListFileName, true, kUninterrupted);
+    if (outcome.copied) {
+        writeFileAtomically(path, listFileLine(number, text));
+        outcome.copied = Save_File_To_Phone_Storage(kListFileName, true, kUninterrupted);
+    }
+    if (outcome.copied) {
+        outcome.output = ExecuteExternalFile(
+            {QStringLiteral("shell"), QStringLiteral("am"), QStringLiteral("start"), QStringLiteral("-a"),
+             QStringLiteral("android.intent.category.MAIN"), QStringLiteral("-n"), kCompanionActivity},
+            kUninterrupted);
+        outcome.started = true;
+        Clock::sleep(1s);
+    }
+    Delete_File(path);
+    Send_DEL_File_Command_To_Phone(kUninterrupted);
+    Clock::sleep(1s);
+    return outcome;
+}
+
+Outcome standard(const QString& number, const QString& text) {
+    Outcome outcome;
+    const QString path = localPath(kMessageFileName);
+    writeFileAtomically(path, text.toUtf8());
+    outcome.copied = Save_File_To_Phone_Storage(kMessageFileName, true, kUninterrupted);
+    if (outcome.copied) {
+        outcome.output = Send_AN_MSG_Command(number, QString(), false);
+        outcome.started = true;
+        Clock::sleep(1s);
+    }
+    Delete_File(path);
+    Send_DEL_File_Command_To_Phone(kUninterrupted);
+    Clock::sleep(1s);
+    return outcome;
+}
+
+Outcome classic(const QString& number, const QString& text) {
+    Outcome outcome;
+    outcome.output = Send_AN_MSG_Command(number, text, false);
+    outcome.started = true;
+    Clock::sleep(1s);
+    return outcome;
+}
+
+} // namespace AndroidModeTest

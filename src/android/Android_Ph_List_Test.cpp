@@ -1,0 +1,63 @@
+// The test message of the Android device search window: one message in each sending mode,
+// unjudged, so that the person at the receiving phone sees which paths work on this phone.
+#include "Android_Ph_List_Wnd.h"
+
+#include "AndroidDevices.h"
+#include "AndroidModeTest.h"
+#include "AndroidState.h"
+#include "CompanionApp.h"
+#include "PhoneStorage.h"
+#include "core/AppState.h"
+#include "core/Clock.h"
+#include "core/Guard.h"
+#include "core/MainThread.h"
+#include "core/Operator.h"
+
+using namespace std::chrono_literals;
+
+void Android_Ph_List_Wnd::Send_Test_Btn() {
+    if (m_worker.isRunning() || m_searching || m_testing)
+        return;
+    if (m_rows.isEmpty()) {
+        m_op.Show_MessageBox(QStringLiteral("Device list is empty."));
+        return;
+    }
+    if (sel_port_name_str.isEmpty()) {
+        m_op.Show_MessageBox(QStringLiteral("Mobile device is not ready."));
+        return;
+    }
+    QString problem;
+    const QString number = AndroidModeTest::checkedTestNumber(m_testNumber, problem);
+    if (!problem.isEmpty()) {
+        m_op.Show_MessageBox(problem);
+        return;
+    }
+    const QString model = Get_Device_name_Detail(m_rows.records());
+    m_testing = true;
+    m_pleaseWait = true;
+    emit changed();
+    m_worker.start([this, number, model](std::stop_token) {
+        Guard::run("Android_Ph_List_Wnd::Send_Test_Btn", [&] {
+            Stop_Modem_SRCH = 0;
+            QString tag;
+            if (!CheckConnection(tag, false, m_op)) {
+                onMain([this] { m_pleaseWait = false; });
+                if (tag != QLatin1String("MORE"))
+                    m_op.Show_MessageBox(QStringLiteral("Mobile device is not ready."));
+                return;
+            }
+            Send_DEL_File_Command_To_Phone();
+            AndroidModeTest::singleShot(number,
+                                        AndroidModeTest::caseText(AndroidModeTest::kSingleShot, model));
+            AndroidModeTest::standard(number, AndroidModeTest::caseText(AndroidModeTest::kStandard, model));
+            AndroidModeTest::classic(number, AndroidModeTest::caseText(AndroidModeTest::kClassic, model));
+            Clock::sleep(1s);
+            onMain([this] { m_pleaseWait = false; });
+            m_op.Show_MessageBox(QStringLiteral("Message Sending Process Completed."));
+        });
+        onMain([this] {
+            m_pleaseWait = false;
+            m_testing = false;
+        });
+    });
+}

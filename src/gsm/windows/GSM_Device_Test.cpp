@@ -1,0 +1,170 @@
+// The test controls of the GSM device window: the automated send-mode test of the shown
+// device, its report, and the automated sending window for every device found.
+#include "GSM_Device_List_Wnd.h"
+
+#include "core/AppState.h"
+#include "core/MainThread.h"
+#include "core/Operator.h"
+#include "core/TextUtils.h"
+
+#include <QFile>
+
+namespace {
+const QString kPath = QStringLiteral("PORT_DETAL");
+const QString kHistory = QStringLiteral("TEST_HISTORY");
+} // namespace
+
+void GSM_Device_List_Wnd::Fill_Test_case_List() {
+    if (m_testing)
+        return; // the run keeps its own copy; its statuses land here as they come
+    if (m_prevIndex < 0 || m_prevIndex >= m_ports.size()) {
+        m_cases.clear();
+        return;
+    }
+    const Record& r = m_ports.at(m_prevIndex);
+    m_defaultSmscField = r.value(QStringLiteral("DefSMSC"));
+    const bool custom = r.value(QStringLiteral("UseCusSMSC")) == QLatin1String("Y") &&
+                        !r.value(QStringLiteral("CusSMSC")).isEmpty();
+    m_cases.setRecords(SendModeTest::Fill_Test_case_List(
+        r.value(QStringLiteral("SUPSMSMode")), custom, r.value(QStringLiteral("Model")), r.value(kHistory)));
+}
+
+void GSM_Device_List_Wnd::Send_Test_SMS_Pressed() {
+    if (m_testing || m_worker.isRunning())
+        return; // the session is busy: a test, a search or a device's details
+    if (m_ports.isEmpty()) {
+        m_op.Show_MessageBox(kDeviceListEmpty);
+        return;
+    }
+    if (m_prevIndex < 0 || m_prevIndex >= m_ports.size()) {
+        m_op.Show_MessageBox(kSelectDevice);
+        return;
+    }
+    const Record record = m_ports.at(m_prevIndex);
+    if (record.value(QStringLiteral("SMS_CAPABLE")) == QLatin1String("Not Detected")) {
+        m_op.Show_MessageBox(SendModeTest::kNotSmsCapable);
+        return;
+    }
+    if (m_customSmscChecked && !update_custom_smsc())
+        return;
+    if (const QString problem = SendModeTest::testNumberProblem(m_testNumberText); !problem.isEmpty()) {
+        m_op.Show_MessageBox(problem);
+        return;
+    }
+    const QString path = record.value(kPath);
+    const QString customSmsc = m_customSmscChecked ? m_customSmscText : QString();
+    Update_Column_Value(path, QStringLiteral("Last_SMSC"), customSmsc);
+
+    SendModeTest::Request request{path, customSmsc, record.value(QStringLiteral("DefSMSC")),
+                                  Trim_Str(m_testNumberText), m_cases.records()};
+    m_stopTest = false;
+    m_testing = true;
+    emit changed();
+    m_worker.start([this, request](std::stop_token) mutable { Chk_Test_Automate_SMS_fun(request); });
+}
+
+void GSM_Device_List_Wnd::Chk_Test_Automate_SMS_fun(SendModeTest::Request request) {
+    SendModeTest::Progress progress;
+    progress.announce = [this](const QString& text) { onMain([this, text] { m_testInformation = text; }); };
+    progress.caseProgress = [this](int percent) { onMain([this, percent] { m_caseProgress = percent; }); };
+    progress.caseEnded = [this](int index, const QString& status) {
+        onMain([this, index, status] {
+            if (index < m_cases.size()) {
+                Record c = m_cases.at(index);
+                c.insert(QStringLiteral("Status"), status);
+                m_cases.replace(index, c);
+            }
+        });
+    };
+    onMain([this] {
+        m_progressSheet = true;
+        RecordList cleared = m_cases.records();
+        for (Record& c : cleared)
+            c.insert(QStringLiteral("Status"), QString());
+        m_cases.setRecords(cleared);
+    });
+    const SendModeTest::End end =
+        SendModeTest::run(m_session, request, m_stopTest, progress, QStringLiteral("Case %1 : %2"));
+    if (end == SendModeTest::End::OpenFailed)
+        m_op.Show_MessageBox(QStringLiteral("\nSelected device is not working properly."));
+    const QString history = SendModeTest::historyOf(request.cases);
+    const QString path = request.path;
+    onMain([this, path, history, end] {
+        if (end != SendModeTest::End::OpenFailed) {
+            Update_Column_Value(path, kHistory, history);
+            Update_Column_Value_For_Main_array(path, kHistory, history);
+        }
+        m_testing = false;
+        m_progressSheet = false;
+        m_testInformation.clear();
+    });
+}
+
+void GSM_Device_List_Wnd::Stop_SMS_Pressed() {
+    if (!m_testing || !m_op.Show_YES_NO_MessageBox(SendModeTest::kStopQuestion))
+        return;
+    m_stopTest = true;
+}
+
+void GSM_Device_List_Wnd::Save_SMS_Report_Pressed() {
+    if (m_testing) {
+        m_op.Show_MessageBox(SendModeTest::kStillRunning);
+        return;
+    }
+    if (m_prevIndex < 0 || m_prevIndex >= m_ports.size() || m_cases.isEmpty())
+        return;
+    QString path = m_op.chooseFileToSave({QStringLiteral("txt")});
+    if (path.isEmpty())
+        return;
+    if (!path.endsWith(QStringLiteral(".txt"), Qt::CaseInsensitive))
+        path += QStringLiteral(".txt");
+    const QByteArray bytes =
+        SendModeTest::reportBytes(deviceDetailText(m_ports.at(m_prevIndex)), m_cases.records());
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size())
+        m_op.Show_MessageBox(QStringLiteral("Error in file accessing."));
+}
+
+Automated_GSM_Sending::SettingsWriter GSM_Device_List_Wnd::settingsWriter() {
+    return [this](const QString& path, const QString& key, const QString& value) {
+        Update_Column_Value(path, key, value);
+        Update_Column_Value_For_Main_array(path, key, value);
+        // The shown device's settings follow at once.
+        if (m_prevIndex >= 0 && m_prevIndex < m_ports.size() &&
+            m_ports.at(m_prevIndex).value(kPath) == path) {
+            const Record& r = m_ports.at(m_prevIndex);
+            const SmsMode mode = smsModeFromText(r.value(QStringLiteral("SMSMode")));
+            if (mode != SmsMode::Unknown)
+                m_modeSelection = mode == SmsMode::Pdu ? 1 : 2;
+            m_customSmscChecked = r.value(QStringLiteral("UseCusSMSC")) == QLatin1String("Y");
+            m_customSmscText = m_customSmscChecked ? r.value(QStringLiteral("CusSMSC")) : QString();
+            Fill_Test_case_List();
+            emit changed();
+        }
+    };
+}
+
+void GSM_Device_List_Wnd::Automate_Button_Presses() {
+    if (m_searching) {
+        m_op.Show_MessageBox(QStringLiteral(
+            "Scanning process for finding connected Mobile devices has not been completed yet. To perform "
+            "this "
+            "operation either stop the current process or wait for the process to be completed."));
+        return;
+    }
+    if (!m_searchedOnce) {
+        m_op.Show_MessageBox(
+            QStringLiteral("The scanning to find connected Mobile devices has not been performed "
+                           "yet.\nPlease click on \"Search "
+                           "Mobile Device Again\" button to find connected Mobile devices to continue."));
+        return;
+    }
+    if (m_testing || m_worker.isRunning()) {
+        m_op.Show_MessageBox(SendModeTest::kStillRunning);
+        return;
+    }
+    Automated_GSM_Sending window(m_op);
+    window.open(m_ports.records(), settingsWriter());
+    window.beginModal();
+    m_op.runModal(window);
+}

@@ -1,0 +1,215 @@
+#include "SendModeTest.h"
+
+#include "core/Clock.h"
+#include "core/Guard.h"
+#include "core/Log.h"
+#include "core/TextUtils.h"
+#include "gsm/MFCSMS.h"
+#include "gsm/ModemAnswers.h"
+#include "text/NumberRules.h"
+
+#include <QtEndian>
+
+namespace SendModeTest {
+namespace {
+
+const QString kSeparator = QStringLiteral("||");
+
+struct CaseKind {
+    const QString& code;
+    const char* description;
+};
+
+const CaseKind kCases[] = {
+    {kPduCustom, "PDU Mode with Custom SMSC"},
+    {kPduDefault, "PDU Mode with Default SMSC"},
+    {kTextCustom, "Text Mode with Custom SMSC"},
+    {kTextDefault, "Text Mode with Default SMSC"},
+};
+
+// A piece of the report: a byte-order mark, then the text in UTF-16 (little-endian, the
+// order the mark announces).
+QByteArray utf16Piece(const QString& text) {
+    QByteArray bytes("\xFF\xFE", 2);
+    for (const QChar c : text) {
+        char unit[2];
+        qToLittleEndian<quint16>(c.unicode(), unit);
+        bytes.append(unit, 2);
+    }
+    return bytes;
+}
+
+} // namespace
+
+QString descriptionOf(const QString& code) {
+    for (const CaseKind& kind : kCases)
+        if (kind.code == code)
+            return QString::fromLatin1(kind.description);
+    return {};
+}
+
+SmsMode modeOf(const QString& code) {
+    if (code.contains(QStringLiteral("PDU")))
+        return SmsMode::Pdu;
+    if (code.contains(QStringLiteral("TXT")))
+        return SmsMode::Text;
+    return SmsMode::Unknown;
+}
+
+bool usesCustomSmsc(const QString& code) { return code.contains(QStringLiteral("CUS_SMSC")); }
+
+RecordList Fill_Test_case_List(const QString& supportedModes, bool withCustomSmsc, const QString& model,
+                               const QString& history) {
+    QStringList codes;
+    if (supportedModes.contains(kPduModeText)) {
+        if (withCustomSmsc)
+            codes << kPduCustom;
+        codes << kPduDefault;
+    }
+    if (supportedModes.contains(kTextModeText)) {
+        if (withCustomSmsc)
+            codes << kTextCustom;
+        codes << kTextDefault;
+    }
+    RecordList cases;
+    for (const QString& code : codes) {
+        const QString description = descriptionOf(code);
+        cases << Record{
+            {"Possible_Case", QStringLiteral("Case %1:").arg(cases.size() + 1)},
+            {"Description", description},
+            {"Status", statusInHistory(history, code)},
+            {"Case_SMS", QStringLiteral("%1 is working for Device Model: %2").arg(description, model)},
+            {"Case_Name", code}};
+    }
+    return cases;
+}
+
+QString historyOf(const RecordList& cases) {
+    QString history;
+    for (const Record& c : cases)
+        history += c.value(QStringLiteral("Case_Name")) + kSeparator + c.value(QStringLiteral("Status")) +
+                   kSeparator;
+    return history;
+}
+
+QString statusInHistory(const QString& history, const QString& code) {
+    // Codes and statuses alternate; a status never holds "||", so the pairs read back in order.
+    const QStringList fields = history.split(kSeparator);
+    for (qsizetype i = 0; i + 1 < fields.size(); i += 2)
+        if (fields.at(i) == code)
+            return fields.at(i + 1);
+    return {};
+}
+
+QByteArray reportBytes(const QString& deviceDetails, const RecordList& cases) {
+    const QString rule(76, QLatin1Char('='));
+    QByteArray bytes =
+        utf16Piece(QStringLiteral("%1\n\n\t\t\t[ Test Case Summary]\t\t\t\n\n%2\n").arg(rule, rule));
+    bytes += utf16Piece(deviceDetails);
+    bytes += utf16Piece(QStringLiteral("\n\n"));
+    for (const Record& c : cases) {
+        bytes += utf16Piece(QStringLiteral("%1\n%2\n%3")
+                                .arg(c.value(QStringLiteral("Possible_Case")),
+                                     c.value(QStringLiteral("Case_SMS")), c.value(QStringLiteral("Status"))));
+        bytes += utf16Piece(QStringLiteral("\n\n"));
+    }
+    return bytes;
+}
+
+QString testNumberProblem(const QString& typed) {
+    const QString number = Trim_Str(typed);
+    if (number.isEmpty())
+        return kInvalidTestNumber;
+    QString checked = number;
+    if (checked.startsWith(QLatin1Char('+')))
+        checked = QStringLiteral("00") + checked.mid(1);
+    if (checked.contains(QLatin1Char('+')) || Check_Ph_Number(checked, false))
+        return kInvalidTestNumber;
+    return {};
+}
+
+End run(MFCSMS& session, Request& request, const std::atomic<bool>& stop, const Progress& progress,
+        const QString& caseTitle) {
+    for (Record& c : request.cases)
+        c.insert(QStringLiteral("Status"), QString());
+    const auto setStatus = [&](int index, const QString& status) {
+        request.cases[index].insert(QStringLiteral("Status"), status);
+        progress.caseEnded(index, status);
+    };
+    const auto markUnrun = [&](const QString& status) {
+        for (int i = 0; i < request.cases.size(); ++i)
+            if (request.cases.at(i).value(QStringLiteral("Status")).isEmpty())
+                setStatus(i, status);
+    };
+    progress.caseProgress(0);
+    progress.announce(QStringLiteral("Connecting Device"));
+
+    const int lineFd = session.OpenSerialPort(request.path);
+    if (lineFd == -1)
+        return End::OpenFailed;
+    session.CloseSerialPort(lineFd);
+    int fd = -1;
+    session.initPort_with_decp(request.path, fd);
+    if (fd < 0 || session.port() == nullptr) {
+        session.closePort();
+        return End::OpenFailed;
+    }
+    session.port()->setReadTimeout(1.0);
+    // A text-mode message through the custom service centre leaves the modem's own behind.
+    const QString defaultSmsc = request.defaultSmsc;
+    session.setDefaultSmscLookup([defaultSmsc](const QString&) { return QString(defaultSmsc); });
+
+    End end = End::Completed;
+    Guard::run("SendModeTest::run", [&] {
+        progress.announce(QStringLiteral("Initialize Device"));
+        if (!session.Check_Connection(fd)) {
+            markUnrun(kConnectionErrorStatus);
+            end = End::ConnectionFailed;
+            return;
+        }
+        session.ATZ_reset_Modem(fd);
+        for (int i = 0; i < request.cases.size(); ++i) {
+            if (stop) {
+                end = End::Stopped;
+                break;
+            }
+            const Record c = request.cases.at(i);
+            const QString code = c.value(QStringLiteral("Case_Name"));
+            progress.announce(caseTitle.arg(i + 1).arg(c.value(QStringLiteral("Description"))));
+            progress.caseProgress(0);
+            const SmsMode mode = modeOf(code);
+            if (mode == SmsMode::Pdu)
+                session.Prepare_Modem_For_PDU_SMS(fd);
+            else if (mode == SmsMode::Text)
+                session.Prepare_Modem_For_Text_SMS(fd);
+            session.port()->setReadTimeout(1.0);
+            const QString smsc = usesCustomSmsc(code) ? request.customSmsc : QString();
+            const QString text = QStringLiteral("'%1'").arg(c.value(QStringLiteral("Case_SMS")));
+            QString status = QStringLiteral("Error : +CMS ERROR: 500.");
+            bool sent = false;
+            if (mode == SmsMode::Pdu)
+                sent = session.Send_PDU_SMS(fd, request.number, text, smsc, false, false, status,
+                                            QStringLiteral("Yes"));
+            else if (mode == SmsMode::Text)
+                sent = session.Send_Text_SMS(fd, request.number, text, smsc, false, false, request.path,
+                                             status, QStringLiteral("Yes"));
+            if (sent)
+                Clock::sleep(std::chrono::seconds(1));
+            Show_NSLog_Message(QStringLiteral("Test case %1 on %2: %3").arg(code, request.path, status));
+            setStatus(i, status);
+            progress.caseProgress(100);
+        }
+        if (stop && end == End::Completed) {
+            for (const Record& c : request.cases)
+                if (c.value(QStringLiteral("Status")).isEmpty())
+                    end = End::Stopped;
+        }
+    });
+    session.closePort();
+    session.setDefaultSmscLookup({});
+    if (end == End::Stopped)
+        markUnrun(kStoppedStatus);
+    return end;
+}
+
+} // namespace SendModeTest

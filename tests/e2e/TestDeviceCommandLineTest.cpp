@@ -1,0 +1,85 @@
+// "bulksms test-device" against virtual modems: the case table it prints agrees with what
+// the virtual network received, and its exit status says whether any case worked.
+#include "sim/VirtualModem.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class TestDeviceCommandLineTest : public ::testing::Test {
+protected:
+    sim::VirtualModem& attach(const std::function<void(sim::ModemBehaviour&)>& change) {
+        sim::ModemBehaviour behaviour;
+        behaviour.networkDelayMs = 0;
+        change(behaviour);
+        modem = std::make_unique<sim::VirtualModem>(sim::ModemIdentity{}, behaviour);
+        EXPECT_TRUE(modem->start());
+        return *modem;
+    }
+    QStringList run(const QStringList& arguments, int& exitCode) {
+        QProcess process;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("BULKSMS_DATA_HOME", home.path());
+        env.insert("BULKSMS_RESOURCES", home.path() + "/resources");
+        env.insert("BULKSMS_CLOCK_SCALE", "0.2"); // the probe's read time-outs outlast a busy machine
+        env.insert("BULKSMS_EXTRA_MODEMS", modem->devicePath());
+        process.setProcessEnvironment(env);
+        process.start(QStringLiteral(BULKSMS_EXECUTABLE), arguments);
+        EXPECT_TRUE(process.waitForFinished(120000));
+        exitCode = process.exitCode();
+        errors = QString::fromUtf8(process.readAllStandardError());
+        return QString::fromUtf8(process.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
+    }
+    QTemporaryDir home;
+    QString errors;
+    std::unique_ptr<sim::VirtualModem> modem;
+};
+
+TEST_F(TestDeviceCommandLineTest, AModemThatRefusesPduModePassesTheTextCasesOnly) {
+    sim::VirtualModem& m = attach([](sim::ModemBehaviour& b) {
+        b.modes = sim::ModemBehaviour::Modes::TextOnly;
+        b.refusedServiceCentres = {"+447700900999"};
+    });
+    int exitCode = -1;
+    const QString report = home.path() + "/report.txt";
+    const QStringList lines = run({"test-device", "--device", m.devicePath(), "--to", "+447700900555",
+                                   "--smsc", "+447700900999", "--report", report},
+                                  exitCode);
+    EXPECT_EQ(exitCode, 0) << errors.toStdString();
+    ASSERT_EQ(lines.size(), 3) << lines.join('\n').toStdString();
+    EXPECT_TRUE(lines.at(0).startsWith("Testing VM-100 on "));
+    EXPECT_EQ(lines.at(1), "Case 1:\tTXT_CUS_SMSC\tText Mode with Custom SMSC\t+CMS ERROR: 330");
+    EXPECT_EQ(lines.at(2), "Case 2:\tTXT_DEF_SMSC\tText Mode with Default SMSC\tMessage sent successfully.");
+    ASSERT_EQ(m.received().size(), 1);
+    EXPECT_EQ(m.received().at(0).mode, "TEXT");
+    EXPECT_EQ(m.received().at(0).text, "'Text Mode with Default SMSC is working for Device Model: VM-100'");
+    QFile file(report);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray bytes = file.readAll();
+    EXPECT_TRUE(bytes.startsWith("\xFF\xFE"));
+    EXPECT_EQ(bytes.count(QByteArray("\xFF\xFE", 2)), 7); // header, details, gap, and two per case
+}
+
+TEST_F(TestDeviceCommandLineTest, NoWorkingCaseExitsWithOneAndAnUnknownDeviceWithTwo) {
+    sim::VirtualModem& m =
+        attach([](sim::ModemBehaviour& b) { b.cmsErrorForNumber.insert("+447700900555", 38); });
+    int exitCode = -1;
+    QStringList lines = run({"test-device", "--device", m.devicePath(), "--to", "+447700900555"}, exitCode);
+    EXPECT_EQ(exitCode, 1);
+    ASSERT_EQ(lines.size(), 3) << lines.join('\n').toStdString();
+    EXPECT_TRUE(lines.at(1).endsWith("\t+CMS ERROR: 38"));
+    EXPECT_TRUE(lines.at(2).endsWith("\t+CMS ERROR: 38"));
+
+    lines = run({"test-device", "--device", "/dev/nothing-here", "--to", "+447700900555"}, exitCode);
+    EXPECT_EQ(exitCode, 2);
+    lines = run({"test-device", "--device", m.devicePath(), "--to", "+44 20 7946"}, exitCode);
+    EXPECT_EQ(exitCode, 2);
+    EXPECT_TRUE(errors.contains("Please enter a valid phone number to receive test message."));
+}
+
+} // namespace

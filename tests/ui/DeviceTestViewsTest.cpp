@@ -1,0 +1,154 @@
+// The device test windows show their controllers' cases and outcomes, and forward clicks;
+// run against a virtual modem, with pictures kept in BULKSMS_SCREENSHOT_DIR.
+#include "android/AndroidState.h"
+#include "android/Android_TroubleShooting.h"
+#include "core/AppState.h"
+#include "core/Clock.h"
+#include "gsm/windows/Automated_GSM_Sending.h"
+#include "gsm/windows/GSM_Device_List_Wnd.h"
+#include "gsm/windows/Selected_Device_Details_GSM.h"
+#include "sim/VirtualModem.h"
+#include "ui/AndroidTroubleShootingView.h"
+#include "ui/AutomatedGsmSendingView.h"
+#include "ui/GsmDeviceListView.h"
+#include "ui/SelectedDeviceDetailsView.h"
+
+#include "ScriptedOperator.h"
+#include "TestEnvironment.h"
+
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTableView>
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+namespace {
+
+void keepPicture(QWidget& view, const QString& name) {
+    const QString pictures = qEnvironmentVariable("BULKSMS_SCREENSHOT_DIR");
+    if (!pictures.isEmpty())
+        view.grab().save(pictures + "/" + name + ".png");
+}
+
+QPushButton* button(QWidget& view, const QString& text) {
+    for (QPushButton* b : view.findChildren<QPushButton*>())
+        if (b->text() == text)
+            return b;
+    ADD_FAILURE() << "no button " << text.toStdString();
+    return nullptr;
+}
+
+class DeviceTestViews : public ::testing::Test {
+protected:
+    void SetUp() override {
+        clearDeviceSelection();
+        Clock::setScale(0.2); // read time-outs long enough for a busy machine drawing windows
+        sim::ModemBehaviour behaviour;
+        behaviour.networkDelayMs = 0;
+        behaviour.modes = sim::ModemBehaviour::Modes::TextOnly; // refuses PDU mode
+        modem = std::make_unique<sim::VirtualModem>(sim::ModemIdentity{}, behaviour);
+        ASSERT_TRUE(modem->start());
+        // A probe that a busy machine made miss its answer is searched again.
+        for (int attempt = 0; attempt < 3 && devices.nsPortListData().isEmpty(); ++attempt) {
+            std::atomic<bool> done{false};
+            std::thread worker([&] {
+                devices.GetModemPath({modem->devicePath()});
+                done = true;
+            });
+            ASSERT_TRUE(spinUntil([&] { return done.load(); }, std::chrono::seconds(60)));
+            worker.join();
+        }
+        ASSERT_EQ(devices.nsPortListData().size(), 1);
+    }
+    void TearDown() override {
+        clearDeviceSelection();
+        Clock::setScale(0.001);
+    }
+    ScriptedOperator op;
+    GSM_Device_List_Wnd devices{op};
+    std::unique_ptr<sim::VirtualModem> modem;
+};
+
+TEST_F(DeviceTestViews, TheDeviceWindowRunsTheTestOfTheShownDevice) {
+    GsmDeviceListView view(devices, nullptr);
+    view.show();
+    devices.showDevice(0);
+    devices.waitForWorkers();
+    ASSERT_TRUE(spinUntil([&] { return devices.nsCaseListData().size() == 1; }));
+    auto* number = view.findChild<QLineEdit*>();
+    ASSERT_NE(number, nullptr);
+    devices.setTestNumberText("+447700900555");
+    button(view, "Send Test SMS")->click();
+    EXPECT_TRUE(devices.testing());
+    devices.waitForWorkers();
+    ASSERT_TRUE(spinUntil([&] { return !devices.testing(); }));
+    EXPECT_EQ(devices.nsCaseListData().at(0).value("Status"), "Message sent successfully.");
+    EXPECT_EQ(modem->received().size(), 1);
+    keepPicture(view, "gsm-device-test");
+}
+
+TEST_F(DeviceTestViews, TheAutomatedWindowAppliesTheChosenCase) {
+    Automated_GSM_Sending window(op);
+    window.open(devices.nsPortListData().records(), devices.settingsWriter());
+    window.setCustomSmscText("+447700900999");
+    window.setTestNumberText("+447700900555");
+    AutomatedGsmSendingView view(window, nullptr);
+    view.show();
+    button(view, "Start Test")->click();
+    // A picture while a case runs (none is kept when the run was quicker than the look).
+    if (spinUntil([&] { return window.information().startsWith("Execute Case 2"); }))
+        keepPicture(view, "gsm-automated-running");
+    window.waitForTest();
+    ASSERT_TRUE(spinUntil([&] { return !window.testing(); }));
+    auto* cases = view.findChildren<QTableView*>().at(1);
+    ASSERT_EQ(cases->model()->rowCount(), 2);
+    EXPECT_EQ(cases->model()->index(1, 2).data().toString(), "Message sent successfully.");
+    cases->selectRow(1);
+    EXPECT_EQ(window.selectedCase(), 1);
+    keepPicture(view, "gsm-automated-test");
+    op.answerYes();
+    button(view, "Use Selected Settings")->click();
+    keepPicture(view, "gsm-automated-applied");
+    EXPECT_EQ(window.nsDeviceListData().at(0).value("Setting_USE"), "Y");
+    EXPECT_EQ(devices.nsPortListData().at(0).value("SMSMode"), "Text Mode");
+    EXPECT_EQ(devices.nsPortListData().at(0).value("UseCusSMSC"), "N");
+}
+
+TEST_F(DeviceTestViews, TheDetailsWindowShowsTheSelectedDevices) {
+    port_det_str_array = devices.nsPortListData().records();
+    port_det_str_array[0].insert("SMSMode", "Text Mode");
+    Selected_Device_Details_GSM window(op);
+    window.fillRows();
+    SelectedDeviceDetailsView view(window, nullptr);
+    view.show();
+    EXPECT_TRUE(view.findChildren<QRadioButton*>().at(1)->isChecked()); // text mode
+    keepPicture(view, "gsm-selected-details");
+    view.findChildren<QRadioButton*>().at(0)->click();
+    EXPECT_EQ(port_det_str_array.at(0).value("SMSMode"), "PDU Mode");
+}
+
+TEST(AndroidTestViews, TheModeTestShowsItsCasesAndRadios) {
+    ScriptedOperator op;
+    AND_SMS_sending_mode = int(AndroidSendingMode::Classic);
+    Android_TroubleShooting window(op);
+    window.open("VIRTUAL PHONE 5G");
+    const QStringList outcomes = {"Fail", "Success", "Success"};
+    for (int i = 0; i < 3; ++i) {
+        Record row = window.cases().at(i);
+        row.insert("Status", outcomes.at(i));
+        window.cases().replace(i, row);
+    }
+    AndroidTroubleShootingView view(window, nullptr);
+    view.show();
+    EXPECT_TRUE(view.findChildren<QRadioButton*>().at(2)->isChecked());
+    keepPicture(view, "android-mode-test");
+    view.findChildren<QRadioButton*>().at(1)->click();
+    button(view, "OK")->click();
+    EXPECT_EQ(window.endCode(), 1);
+    EXPECT_EQ(AND_SMS_sending_mode, int(AndroidSendingMode::Standard));
+}
+
+} // namespace
