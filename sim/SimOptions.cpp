@@ -54,7 +54,8 @@ struct Flags {
                 networkDelay, cmsError,       cmgsTestError,    undefinedIdentity,
                 silent,       echoOnly,       unplugAfterParts, log,
                 count,        latency,        lateAnswers,      charsets,
-                reportDelay,  deliveryStatus, noReport,         refuseSmsc, help};
+                reportDelay,  deliveryStatus, noReport,         refuseSmsc,
+                help};
     }
 };
 
