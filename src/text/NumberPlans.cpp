@@ -41,18 +41,22 @@ QRegularExpression compiled(const std::string& pattern, bool whole) {
 struct Desc {
     bool usable = false;
     QList<int> lengths;
+    quint64 lengthBits = 0; // the lengths as bits, asked once or more per number
     QRegularExpression pattern;
 
     explicit Desc(const PhoneNumberDesc& d) : usable(d.has_national_number_pattern()) {
-        for (int i = 0; i < d.possible_length_size(); ++i)
+        for (int i = 0; i < d.possible_length_size(); ++i) {
             lengths << d.possible_length(i);
+            if (d.possible_length(i) >= 0 && d.possible_length(i) < 64)
+                lengthBits |= quint64(1) << d.possible_length(i);
+        }
         if (usable)
             pattern = compiled(d.national_number_pattern(), true);
     }
     bool patternMatches(QStringView nsn) const { return usable && pattern.match(nsn).hasMatch(); }
     // The library's IsNumberMatchingDesc: a possible length, then the whole pattern.
     bool matches(QStringView nsn) const {
-        if (!lengths.isEmpty() && !lengths.contains(int(nsn.size())))
+        if (!lengths.isEmpty() && (nsn.size() >= 64 || (lengthBits >> nsn.size() & 1) == 0))
             return false;
         return patternMatches(nsn);
     }
@@ -61,6 +65,7 @@ struct Desc {
 struct Plan {
     QString id;
     int code = 0;
+    QString codeText;
     bool usable = true; // false: the library reads every number of this region
     QRegularExpression idd;
     bool hasPrefix = false;
@@ -72,7 +77,8 @@ struct Plan {
     std::unique_ptr<Desc> general;
     std::vector<Desc> types;
 
-    explicit Plan(const PhoneMetadata& m) : id(QString::fromStdString(m.id())), code(m.country_code()) {
+    explicit Plan(const PhoneMetadata& m)
+        : id(QString::fromStdString(m.id())), code(m.country_code()), codeText(QString::number(code)) {
         usable = m.has_international_prefix() && !m.international_prefix().empty();
         if (usable)
             idd = compiled(m.international_prefix(), false);
@@ -124,15 +130,15 @@ struct Plan {
 
     // The library's MaybeStripNationalPrefixAndCarrierCode; false when it would transform the
     // number (a rule this reader leaves to the library).
-    bool stripTrunkPrefix(QString& number) const {
+    bool stripTrunkPrefix(QStringView& number) const {
         if (!hasPrefix || number.isEmpty())
             return true;
         const QRegularExpressionMatch m = prefix.match(number);
         if (!m.hasMatch())
             return true;
-        if (hasTransform && !m.captured(1).isEmpty())
+        if (hasTransform && !m.capturedView(1).isEmpty())
             return false;
-        const QString rest = number.mid(m.capturedLength());
+        const QStringView rest = number.mid(m.capturedLength());
         if (general->patternMatches(number) && !general->patternMatches(rest))
             return true;
         number = rest;
@@ -184,13 +190,13 @@ const Plans& plans() {
 }
 
 // The library's ExtractCountryCode: the 1 to 3 leading digits that are a calling code.
-int extractCode(QString& number, const Plans& p) {
+int extractCode(QStringView& number, const Plans& p) {
     if (number.isEmpty() || number.front() == u'0')
         return 0;
     for (int i = 1; i <= 3 && i <= number.size(); ++i) {
         const int code = number.left(i).toInt();
         if (p.codes.count(code) != 0) {
-            number.remove(0, i);
+            number = number.mid(i);
             return code;
         }
     }
@@ -206,10 +212,10 @@ std::optional<Reading> read(QStringView number, const QString& region) {
     const Plan* home = p.loaded ? p.byRegion.value(region) : nullptr;
     if (home == nullptr || !home->usable || number.isEmpty())
         return std::nullopt;
-    QString digits = number.toString();
+    QStringView digits = number;
     const bool plus = digits.startsWith(u'+');
     if (plus)
-        digits.remove(0, 1);
+        digits = digits.mid(1);
     if (digits.isEmpty())
         return std::nullopt;
     for (QChar c : digits)
@@ -223,7 +229,7 @@ std::optional<Reading> read(QStringView number, const QString& region) {
     if (!plus) {
         const QRegularExpressionMatch idd = home->idd.match(digits);
         if (idd.hasMatch() && idd.capturedLength() > 0) {
-            const QString rest = digits.mid(idd.capturedLength());
+            const QStringView rest = digits.mid(idd.capturedLength());
             if (rest.startsWith(u'0'))
                 return std::nullopt; // not taken for a prefix by the library either: its call
             digits = rest;
@@ -237,9 +243,8 @@ std::optional<Reading> read(QStringView number, const QString& region) {
         if (code == 0)
             return std::nullopt;
     } else {
-        const QString own = QString::number(home->code);
-        if (digits.startsWith(own)) {
-            QString rest = digits.mid(own.size());
+        if (digits.startsWith(home->codeText)) {
+            QStringView rest = digits.mid(home->codeText.size());
             if (!home->stripTrunkPrefix(rest))
                 return std::nullopt;
             if ((!home->general->patternMatches(digits) && home->general->patternMatches(rest)) ||
@@ -255,7 +260,7 @@ std::optional<Reading> read(QStringView number, const QString& region) {
         return std::nullopt;
     if (code == 0)
         code = home->code;
-    QString national = digits;
+    QStringView national = digits;
     if (!plan->stripTrunkPrefix(national))
         return std::nullopt;
     const Length length = plan->length(national);
@@ -285,8 +290,10 @@ std::optional<Reading> read(QStringView number, const QString& region) {
             break;
         }
     }
-    if (found != nullptr && found->isValid(digits))
-        return Reading{QLatin1Char('+') + QString::number(code) + digits, Length::Possible, main->id};
+    if (found != nullptr && found->isValid(digits)) {
+        QString e164 = QLatin1Char('+') + main->codeText;
+        return Reading{e164.append(digits), Length::Possible, main->id};
+    }
     return Reading{QString(), main->length(digits), main->id};
 }
 
