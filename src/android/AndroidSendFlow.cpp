@@ -122,7 +122,7 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     input.skipDuplicates = skipDuplicates();
     input.exclusion = exclusion();
     for (const Record& r : exclusionSet().records())
-        input.excluded.insert(r.value(kNumberKey));
+        input.excluded.insert(recipientNumber(r));
     input.saveSentItems = saveSentItems();
     input.saveTemplates = saveTemplates();
     input.schedule = delaySchedule();
@@ -239,7 +239,7 @@ void Bulk_SMSAppDelegate::runSingleShot(const RunInput& input, std::stop_token s
     QSet<QString> earlier;
     int sent = 0;
     for (const Record& record : input.records) {
-        const QString number = record.value(kNumberKey);
+        const QString number = recipientNumber(record);
         const QString message = record.value(kMessageKey).left(kMaxMessage);
         const Fate fate = fateOf(number, input.skipDuplicates, input.exclusion, input.excluded, earlier);
         earlier.insert(number);
@@ -312,7 +312,7 @@ void Bulk_SMSAppDelegate::runOneByOne(const RunInput& input, std::stop_token sto
     QSet<QString> earlier;
     int sent = 0;
     for (int i = 0; i < total && !stopped(); ++i) {
-        const QString number = input.records.at(i).value(kNumberKey);
+        const QString number = recipientNumber(input.records.at(i));
         const QString message = input.records.at(i).value(kMessageKey).left(kMaxMessage);
         MainThread::post([this, i] { emit sendingRowShown(i); });
         m_progress.update([&](AndroidSendingProgress::State& s) {

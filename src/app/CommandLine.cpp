@@ -15,6 +15,7 @@
 #include "gsm/ModemDiscovery.h"
 #include "gsm/SmsMode.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"
+#include "list/DefaultCountry.h"
 #include "list/LoadCounters.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 #include "sending/ResumeRun.h"
@@ -198,6 +199,12 @@ int runSend(const QStringList& arguments) {
         QStringLiteral("report-filter"),
         QStringLiteral("The report's items: all, sent or unsent (default all)."), QStringLiteral("group"),
         QStringLiteral("all"));
+    const QCommandLineOption country(
+        QStringLiteral("country"),
+        QStringLiteral("The country of numbers written without their code, for this run (a region code "
+                       "such as GB, or none; default: the one chosen in the windows). Numbers are then "
+                       "sent and compared in E.164, and numbers that cannot exist are refused."),
+        QStringLiteral("code"));
     const QCommandLineOption android(
         QStringLiteral("android"),
         QStringLiteral("Send through the Android phone (adb) instead of GSM modems."));
@@ -213,7 +220,7 @@ int runSend(const QStringList& arguments) {
          message,    messageFile, device,   unicode,       flash,         skip,          exclusion,
          pauseEvery, pauseFor,    saveSent, saveTemplates, yes,           dryRun,        plainPunctuation,
          retries,    json,        strict,   resume,        resendUnknown, report,        reportFilter});
-    parser.addOptions({android, serial, mode});
+    parser.addOptions({android, serial, mode, country});
     const QCommandLineOption deliveryReports(
         QStringLiteral("delivery-reports"),
         QStringLiteral("Ask the network for a delivery report of every message; each result waits for its "
@@ -296,14 +303,25 @@ int runSend(const QStringList& arguments) {
             return resumed.sent + resumed.unknown == resumed.total ? 0 : RunReport::kSomeFailed;
         }
     }
+    if (parser.isSet(country) && !DefaultCountry::instance().set(parser.value(country))) {
+        err(QStringLiteral("--country takes a region code such as GB, or none, not \"%1\"")
+                .arg(parser.value(country)));
+        return 2;
+    }
+    const NumberNormaliser numbers = DefaultCountry::instance().normaliser();
     // Only validity filters the list; duplicates and exclusions are marked by the run itself.
     assign_format_skip_exclude_var();
     QList<Recipient> valid;
+    QList<Recipient> refused; // with a default country: the number, and why it cannot exist
     int invalid = 0;
     for (const Recipient& r : raw) {
         const QString n = gsm.Num_Able_To_insert(r.number);
         if (n.isEmpty()) {
-            err(QStringLiteral("Not a valid phone number: %1").arg(r.number.trimmed()));
+            const QString written = r.number.trimmed();
+            const QString why = numbers.active() ? numbers.refusalOf(r.number) : QString();
+            err(why.isEmpty() ? QStringLiteral("Not a valid phone number: %1").arg(written)
+                              : QStringLiteral("Not a valid phone number: %1 (%2)").arg(written, why));
+            refused.append({written, why});
             ++invalid;
         } else {
             valid.append({n, r.message.left(kMaxMessageLength)});
@@ -354,7 +372,7 @@ int runSend(const QStringList& arguments) {
         QSet<QString> seen;
         int messages = 0, parts = 0, unicodeMessages = 0;
         for (const Record& r : gsm.list().records()) {
-            const QString number = r.value(QStringLiteral("Number"));
+            const QString number = recipientNumber(r); // as it is sent
             QString fate = QStringLiteral("send");
             if (gsm.exclusion() && gsm.Check_Exclusion_Number(number))
                 fate = QStringLiteral("excluded");
@@ -370,6 +388,10 @@ int runSend(const QStringList& arguments) {
             parts += cost.parts;
             unicodeMessages += cost.coding == SmsCoding::Ucs2;
         }
+        // With a default country the refused numbers follow, each with the reason.
+        if (numbers.active())
+            for (const Recipient& r : refused)
+                out(QStringLiteral("%1\tinvalid: %2").arg(r.number, r.message));
         // The list stays alone on standard output, for scripts; the cost goes beside it.
         err(QStringLiteral("%1 messages to send in %2 SMS parts (%3 as Unicode).")
                 .arg(messages)

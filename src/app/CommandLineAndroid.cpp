@@ -145,7 +145,7 @@ int sendThroughAndroid(Bulk_SMSAppDelegate& window, Operator& op, const QString&
     int wanted = 0;
     QSet<QString> seen;
     for (const Record& r : window.list().records()) {
-        const QString number = r.value(QStringLiteral("Number"));
+        const QString number = recipientNumber(r);
         const bool excluded = window.exclusion() && window.Check_Exclusion_Number(number);
         const bool skipped = !excluded && window.skipDuplicates() && seen.contains(number);
         seen.insert(number);

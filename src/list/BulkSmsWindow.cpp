@@ -1,5 +1,6 @@
 #include "BulkSmsWindow.h"
 
+#include "DefaultCountry.h"
 #include "LoadCounters.h"
 #include "Update_Num_SMS.h"
 #include "core/AppState.h"
@@ -26,6 +27,16 @@ QStringList readLines(const QString& path) {
         return {};
     return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
 }
+
+// The last number Num_Able_To_insert accepted, so that inserting it right after does not
+// read it a second time (every loader asks, then inserts, on one thread).
+struct AcceptedNumber {
+    const BulkSmsWindow* window = nullptr;
+    QString region;
+    QString written;
+    QString e164;
+};
+thread_local AcceptedNumber lastAccepted;
 } // namespace
 
 BulkSmsWindow::BulkSmsWindow(Kind kind, Operator& op, QObject* parent)
@@ -40,9 +51,12 @@ BulkSmsWindow::BulkSmsWindow(Kind kind, Operator& op, QObject* parent)
                 row += last - first + 1;
     });
     connect(&m_list, &RecordTable::aboutToReset, this, [this] { m_selectedRows.clear(); });
+    connect(&DefaultCountry::instance(), &DefaultCountry::changed, this, &BulkSmsWindow::rekeyNumbers);
 }
 
 void BulkSmsWindow::windowDidLoad() {
+    if (!Bulk_SMS_Data_Folder_Path.isEmpty())
+        DefaultCountry::instance().load();
     m_messageTypeIndex = 1;
     m_fillButtonTitle = QStringLiteral("Apply this\r\nmessage to\r\nlist items");
     m_delayedDeliveryEnabled = true;
@@ -74,45 +88,103 @@ bool BulkSmsWindow::Check_Ph_Number(const QString& number, bool test_flag) const
 }
 
 QString BulkSmsWindow::Num_Able_To_insert(const QString& raw) {
-    QString s = normaliseNumberText(raw);
+    const QString s = normaliseNumberText(raw);
     if (s.isEmpty())
         return QString();
     ++TOT_PROC;
     if (::Check_Ph_Number(s, false) || hasMisplacedPlus(s))
         return QString();
+    const NumberNormaliser numbers = DefaultCountry::instance().normaliser();
+    const NormalisedNumber n = numbers.normalise(s);
+    if (!n.valid()) {
+        ++impossibleNumbers;
+        return QString();
+    }
     ++TOT;
-    if (m_skipDuplicates && Check_Duplicate_Number(s)) {
+    const QString key = n.e164.isEmpty() ? n.written : n.e164;
+    if (m_skipDuplicates && m_list.containsNumber(key)) {
         ++SKPD;
         return QString();
     }
-    if (m_exclusion && Check_Exclusion_Number(s)) {
+    if (m_exclusion && m_exclusionSet.containsNumber(key)) {
         ++EXLD;
         return QString();
     }
-    return s;
+    lastAccepted = {this, numbers.region(), n.written, n.e164};
+    return n.written;
+}
+
+QString BulkSmsWindow::validTypedNumber(const QString& raw) const {
+    const QString s = ::validTypedNumber(raw);
+    if (s.isEmpty())
+        return QString();
+    const NormalisedNumber n = DefaultCountry::instance().normaliser().normalise(s);
+    return n.valid() ? n.written : QString();
+}
+
+Record BulkSmsWindow::recipientFor(const QString& number, const QString& message) const {
+    Record record = recipientRecord(number, message);
+    const NumberNormaliser numbers = DefaultCountry::instance().normaliser();
+    if (!numbers.active())
+        return record;
+    QString e164;
+    if (lastAccepted.window == this && lastAccepted.written == number &&
+        lastAccepted.region == numbers.region())
+        e164 = lastAccepted.e164;
+    else
+        e164 = numbers.normalise(number).e164;
+    if (!e164.isEmpty())
+        record.insert(kE164Key, e164);
+    return record;
 }
 
 bool BulkSmsWindow::Check_Duplicate_Number(const QString& number) const {
-    return m_list.containsNumber(number);
+    return m_list.containsNumber(DefaultCountry::instance().normaliser().comparisonKey(number));
 }
 
 bool BulkSmsWindow::Check_Exclusion_Number(const QString& number) const {
-    return m_exclusionSet.containsNumber(number);
+    return m_exclusionSet.containsNumber(DefaultCountry::instance().normaliser().comparisonKey(number));
+}
+
+void BulkSmsWindow::rekeyNumbers() {
+    const NumberNormaliser numbers = DefaultCountry::instance().normaliser();
+    const auto rekeyed = [&numbers](const NumberList& table) {
+        RecordList records = table.records();
+        for (Record& r : records) {
+            r.remove(kE164Key);
+            if (!numbers.active())
+                continue;
+            const QString e164 = numbers.normalise(r.value(kNumberKey)).e164;
+            if (!e164.isEmpty())
+                r.insert(kE164Key, e164);
+        }
+        return records;
+    };
+    const QList<int> selected = m_selectedRows;
+    m_list.setRecords(rekeyed(m_list));
+    m_exclusionSet.setRecords(rekeyed(m_exclusionSet));
+    setSelectedRows(selected);
+    emit changed();
 }
 
 void BulkSmsWindow::Create_Num_Msg_List(const QString& number, const QString& message) {
     const QString trimmed = Trim_Str(number);
     if (trimmed.isEmpty())
         return;
-    m_list.prepend(recipientRecord(trimmed, message));
+    m_list.prepend(recipientFor(trimmed, message));
     if (!m_composerText.isEmpty() && prev_composer_msg.isEmpty() && prev_composer_msg != m_composerText)
         prev_composer_msg = m_composerText;
 }
 
 void BulkSmsWindow::Create_Exclusion_List(const QString& number) {
     const QString trimmed = Trim_Str(number);
-    if (!trimmed.isEmpty())
-        m_exclusionSet.append(Record{{kNumberKey, trimmed}});
+    if (trimmed.isEmpty())
+        return;
+    Record record{{kNumberKey, trimmed}};
+    const NormalisedNumber n = DefaultCountry::instance().normaliser().normalise(trimmed);
+    if (!n.e164.isEmpty())
+        record.insert(kE164Key, n.e164);
+    m_exclusionSet.append(record);
 }
 
 void BulkSmsWindow::Fill_Exclusion_Num_List() {
@@ -142,8 +214,8 @@ void BulkSmsWindow::rejectTypedNumber(const QString& message) {
 }
 
 void BulkSmsWindow::Add_number_To_List() {
-    const QString s = normaliseNumberText(m_numberField);
-    if (validTypedNumber(m_numberField).isEmpty()) {
+    const QString s = validTypedNumber(m_numberField);
+    if (s.isEmpty()) {
         rejectTypedNumber(kInvalidNumber);
         return;
     }
@@ -244,6 +316,27 @@ void BulkSmsWindow::doubleClickInTable(int row) {
 }
 
 // ---- options ----
+
+QString BulkSmsWindow::defaultCountry() const { return DefaultCountry::instance().region(); }
+
+QString BulkSmsWindow::refusedNumbersNote() const {
+    const int refused = impossibleNumbers.load();
+    const QString country = defaultCountry();
+    if (refused == 0 || country.isEmpty())
+        return QString();
+    return QStringLiteral("Last load: %1 %2 that cannot exist (default country %3) left out")
+        .arg(refused)
+        .arg(refused == 1 ? QStringLiteral("number") : QStringLiteral("numbers"), country);
+}
+
+void BulkSmsWindow::setDefaultCountry(const QString& region) {
+    const QString code = NumberNormaliser::regionCode(region);
+    if ((code.isEmpty() && !region.trimmed().isEmpty()) || code == defaultCountry())
+        return;
+    if (!DefaultCountry::instance().choose(code))
+        op().Show_MessageBox(QStringLiteral("Error in file accessing."));
+    emit changed();
+}
 
 void BulkSmsWindow::setSkipDuplicates(bool on) {
     m_skipDuplicates = on;

@@ -27,7 +27,14 @@ public:
     QString countLabel() const;
 
     bool Check_Ph_Number(const QString& number, bool test_flag) const;
+    // With a default country a number must also be able to exist there; the number returned
+    // is its written form ("+" given back to a spreadsheet number), compared in E.164.
     QString Num_Able_To_insert(const QString& raw);
+    // A typed number as the list would keep it, or "" when it is no valid phone number.
+    QString validTypedNumber(const QString& raw) const;
+    // A recipient record for an accepted number: with a default country it carries the
+    // number's E.164 form beside the written one.
+    Record recipientFor(const QString& number, const QString& message) const;
     bool Check_Duplicate_Number(const QString& number) const;
     bool Check_Exclusion_Number(const QString& number) const;
     void Create_Num_Msg_List(const QString& number, const QString& message);
@@ -78,6 +85,13 @@ public:
     // The text as it is sent: with plain punctuation when that option is on.
     QString textAsSent(const QString& text) const;
 
+    // --- The default country, shared by both windows and kept in the data folder ---
+    QString defaultCountry() const;
+    // "" for none; an unknown code changes nothing.
+    void setDefaultCountry(const QString& region);
+    // Beside the list after a load that left out numbers that cannot exist: how many; "" otherwise.
+    QString refusedNumbersNote() const;
+
     // --- Options (check boxes) ---
     bool unicode() const { return m_unicode; }
     void setUnicode(bool on);
@@ -125,6 +139,8 @@ protected:
 
 private:
     void rejectTypedNumber(const QString& message);
+    // After the default country changed: the list and the exclusion set in the new forms.
+    void rekeyNumbers();
     void applyComposerCut();
 
     NumberList m_list;

@@ -72,8 +72,11 @@ bool BulkSmsWindow::Blank_Msg_Chk() const {
 void BulkSmsWindow::captureCurrentMessage() { m_currentMessage = m_composerText.left(kMaxMessageLength); }
 
 void BulkSmsWindow::replaceMessage(int row, const QString& message) {
-    if (row >= 0 && row < m_list.size())
-        m_list.replace(row, recipientRecord(m_list.at(row).value(kNumberKey), message));
+    if (row < 0 || row >= m_list.size())
+        return;
+    Record record = m_list.at(row); // the number in both its forms stays
+    record.insert(kMessageKey, message);
+    m_list.replace(row, record);
 }
 
 void BulkSmsWindow::Fill_Msg_Btn() {

@@ -5,6 +5,7 @@ std::atomic<int> TOT{0};
 std::atomic<int> SKPD{0};
 std::atomic<int> EXLD{0};
 std::atomic<int> ignoredCells{0};
+std::atomic<int> impossibleNumbers{0};
 
 void assign_format_skip_exclude_var() {
     TOT_PROC = 0;
@@ -12,16 +13,23 @@ void assign_format_skip_exclude_var() {
     SKPD = 0;
     EXLD = 0;
     ignoredCells = 0;
+    impossibleNumbers = 0;
 }
 
 namespace {
 QString rejectionDetails() {
     QString details;
-    const int invalid = TOT_PROC.load() - TOT.load();
+    const int impossible = impossibleNumbers.load();
+    const int invalid = TOT_PROC.load() - TOT.load() - impossible;
     if (invalid > 0)
         details += QStringLiteral("\nNot valid phone numbers (letters, a misplaced \"+\" or more than 20 "
                                   "characters) = %1\n")
                        .arg(invalid);
+    if (impossible > 0)
+        details +=
+            QStringLiteral("\nNumbers that cannot exist in their country (too short, too long, no such "
+                           "number) = %1\n")
+                .arg(impossible);
     if (ignoredCells.load() > 0)
         details +=
             QStringLiteral("\nCells that are not phone numbers (names, ids, amounts, dates), ignored = "

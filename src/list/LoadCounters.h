@@ -11,6 +11,9 @@ extern std::atomic<int> EXLD;     // excluded
 // Cells of a table (CSV, pasted block) that were no candidates because they do not look
 // like phone numbers (names, ids, amounts, dates); reset with the counters above.
 extern std::atomic<int> ignoredCells;
+// Numbers refused because they cannot exist in their country (only with a default country);
+// counted among the readable records, not among the valid numbers.
+extern std::atomic<int> impossibleNumbers;
 
 void assign_format_skip_exclude_var();
 // The summary; below it, when there were any, the rejected numbers and the ignored cells,

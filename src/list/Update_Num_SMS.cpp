@@ -37,9 +37,11 @@ void Update_Num_SMS::OKPressed() {
         return;
     }
     if (m_number == m_originalNumber) {
-        list.replace(m_row, recipientRecord(m_number, message));
+        Record record = list.at(m_row);
+        record.insert(kMessageKey, message);
+        list.replace(m_row, record);
     } else {
-        const QString s = validTypedNumber(m_number);
+        const QString s = m_window.validTypedNumber(m_number);
         Operator& op = m_window.op();
         if (s.isEmpty()) {
             op.Show_MessageBox(QStringLiteral("Please enter a valid phone number."));
@@ -53,7 +55,7 @@ void Update_Num_SMS::OKPressed() {
             op.Show_MessageBox(QStringLiteral("Entered number is in exclusion list."));
             return;
         }
-        list.replace(m_row, recipientRecord(s, message));
+        list.replace(m_row, m_window.recipientFor(s, message));
     }
     clearFields();
     endModal(1);

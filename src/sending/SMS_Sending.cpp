@@ -154,7 +154,7 @@ void SMS_Sending::copyRunOptions() {
     m_options.excludedNumbers.clear();
     if (m_options.exclusion)
         for (const Record& record : m_window.exclusionSet().records())
-            m_options.excludedNumbers.insert(record.value(kNumberKey));
+            m_options.excludedNumbers.insert(recipientNumber(record));
     copyPortDetails();
 }
 
@@ -166,7 +166,7 @@ void SMS_Sending::Load_Thread(RecordList rows, QString selectedPath, std::stop_t
         if (stop.stop_requested())
             break;
         SendingItem item;
-        item.number = Trim_Str(row.value("Number"));
+        item.number = Trim_Str(recipientNumber(row)); // what is sent: E.164 when the list has it
         item.message = row.value("Message");
         if (item.number.isEmpty())
             continue;

@@ -3,6 +3,7 @@
 #include "RecordTableModel.h"
 #include "delivery/DelaySchedule.h"
 #include "list/BulkSmsWindow.h"
+#include "list/DefaultCountry.h"
 #include "list/NumberLoader.h"
 #include "stores/ContactListExport.h"
 #include "stores/Exclusion_Wizard.h"
@@ -25,6 +26,8 @@
 #include <QTableView>
 #include <QTextCursor>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 RecipientPanel::RecipientPanel(BulkSmsWindow& window, QWidget* parent) : QWidget(parent), m_window(window) {
     auto* layout = new QHBoxLayout(this);
@@ -125,7 +128,10 @@ QWidget* RecipientPanel::buildListSide() {
     auto* clearSelected = new QPushButton(QStringLiteral("Clear Selected"), side);
     auto* clearAll = new QPushButton(QStringLiteral("Clear All"), side);
     auto* reset = new QPushButton(QStringLiteral("Reset"), side);
+    m_refused = new QLabel(side);
+    m_refused->setObjectName(QStringLiteral("refusedNumbersNote"));
     buttons->addWidget(m_count);
+    buttons->addWidget(m_refused);
     buttons->addStretch();
     buttons->addWidget(clearSelected);
     buttons->addWidget(clearAll);
@@ -210,6 +216,20 @@ QWidget* RecipientPanel::buildComposerSide() {
     for (QCheckBox* box :
          {m_skipDuplicates, m_exclusion, m_saveSentItems, m_saveTemplates, m_plainPunctuation})
         optionsLayout->addWidget(box);
+    // Numbers written without their country code ("07911 123456") belong to this country; with
+    // one chosen, numbers are compared and sent in their international form.
+    auto* countryRow = new QHBoxLayout();
+    m_country = new QComboBox(options);
+    m_country->setObjectName(QStringLiteral("defaultCountryCombo"));
+    m_country->setToolTip(QStringLiteral(
+        "The country of numbers written without their country code. With one chosen, \"07911 123456\", "
+        "\"+44 7911 123456\" and \"447911123456\" are one number, numbers are sent as +447911123456, and "
+        "numbers that cannot exist are refused when loading."));
+    for (const auto& [code, label] : DefaultCountry::choices())
+        m_country->addItem(label, code);
+    countryRow->addWidget(new QLabel(QStringLiteral("Numbers without country code are from:"), options));
+    countryRow->addWidget(m_country, 1);
+    optionsLayout->addLayout(countryRow);
     layout->addWidget(options);
     layout->addWidget(buildDelayedDelivery(side));
 
@@ -226,6 +246,8 @@ QWidget* RecipientPanel::buildComposerSide() {
     connect(m_saveTemplates, &QCheckBox::toggled, this, [this](bool on) { m_window.setSaveTemplates(on); });
     connect(m_plainPunctuation, &QCheckBox::toggled, this,
             [this](bool on) { m_window.setPlainPunctuation(on); });
+    connect(m_country, &QComboBox::currentIndexChanged, this,
+            [this](int index) { m_window.setDefaultCountry(m_country->itemData(index).toString()); });
     return side;
 }
 
@@ -280,6 +302,8 @@ void RecipientPanel::refresh() {
         m_composer->moveCursor(QTextCursor::End);
     }
     m_count->setText(m_window.countLabel());
+    m_refused->setText(m_window.refusedNumbersNote());
+    m_refused->setVisible(!m_refused->text().isEmpty());
     m_counter->setText(m_window.characterCounterText());
     m_cost->setText(QStringLiteral("(%1)").arg(m_window.messageCostText()));
     m_fill->setText(m_window.fillButtonTitle().replace(QStringLiteral("\r\n"), QStringLiteral("\n")));
@@ -292,6 +316,8 @@ void RecipientPanel::refresh() {
     m_saveSentItems->setChecked(m_window.saveSentItems());
     m_saveTemplates->setChecked(m_window.saveTemplates());
     m_plainPunctuation->setChecked(m_window.plainPunctuation());
+    const QSignalBlocker b11(m_country);
+    m_country->setCurrentIndex(std::max(0, m_country->findData(m_window.defaultCountry())));
 
     const QSignalBlocker b7(m_delayedDelivery), b8(m_delayedCount), b9(m_delayedTime);
     m_delayedDelivery->setChecked(m_window.delayedDelivery());

@@ -35,11 +35,13 @@ private:
     QLineEdit* m_number = nullptr;
     QTableView* m_table = nullptr;
     QLabel* m_count = nullptr;
+    QLabel* m_refused = nullptr;
     QPlainTextEdit* m_composer = nullptr;
     QLabel* m_counter = nullptr;
     QLabel* m_cost = nullptr;
     QCheckBox* m_unicode = nullptr;
     QCheckBox* m_plainPunctuation = nullptr;
+    QComboBox* m_country = nullptr;
     QComboBox* m_messageType = nullptr;
     QPushButton* m_fill = nullptr;
     QCheckBox* m_skipDuplicates = nullptr;

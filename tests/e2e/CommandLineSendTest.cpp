@@ -3,6 +3,7 @@
 #include "sheets/SpreadsheetWriter.h"
 #include "sim/VirtualModem.h"
 
+#include <QDir>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -86,6 +87,52 @@ TEST_F(CommandLineSendTest, DryRunOpensNoDeviceAndMarksDuplicates) {
     EXPECT_EQ(exitCode, 0);
     EXPECT_EQ(lines, (QStringList{"111\tsend\tm", "111\tskipped\tm"}));
     EXPECT_TRUE(modems.at(0)->commandLog().isEmpty());
+}
+
+TEST_F(CommandLineSendTest, ACountrySendsEachSubscriberOnceInE164AndRefusesNumbersThatCannotExist) {
+    // An opted-out subscriber, stored as written in one form and loaded in another.
+    const QString data = home.path() + "/Ostrel Bulk SMS/BULK_SMS_DATA";
+    ASSERT_TRUE(QDir().mkpath(data + "/Exclusion"));
+    for (const auto& [file, content] : {std::pair{"/Exclusion/Opted out.OSTREL", "+447911123459\n"},
+                                        std::pair{"/AppExclusion.OSTREL", "Opted out\n"}}) {
+        QFile f(data + file);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(content);
+    }
+    const QStringList recipients = {"--to", "07911 123456", "--to", "+44 7911 123456", "--to", "447911123457",
+                                    "--to", "+44 12",       "--to", "07911123459",     "--to", "7911123458"};
+    int exitCode = -1;
+    QStringList lines = run(QStringList{"send", "--country", "gb", "--message", "m", "--skip-duplicates",
+                                        "--exclusion", "--dry-run"} +
+                                recipients,
+                            exitCode);
+    EXPECT_EQ(exitCode, 0);
+    EXPECT_EQ(lines, (QStringList{"+447911123456\tsend\tm", "+447911123456\tskipped\tm",
+                                  "+447911123457\tsend\tm", "+447911123459\texcluded\tm",
+                                  "+447911123458\tsend\tm", "+44 12\tinvalid: too short for GB"}));
+    EXPECT_TRUE(errors.contains("Not a valid phone number: +44 12 (too short for GB)"))
+        << errors.toStdString();
+
+    lines = run(QStringList{"send", "--country", "GB", "--message", "m", "--skip-duplicates", "--exclusion"} +
+                    recipients,
+                exitCode);
+    EXPECT_EQ(exitCode, 0) << errors.toStdString();
+    QStringList received;
+    for (const auto& m : modems)
+        for (const auto& r : m->received())
+            received << r.number;
+    received.sort();
+    EXPECT_EQ(received, (QStringList{"+447911123456", "+447911123457", "+447911123458"}));
+
+    // Without a country the same numbers are compared and sent as written.
+    lines = run(QStringList{"send", "--country", "none", "--message", "m", "--skip-duplicates", "--dry-run"} +
+                    recipients.mid(0, 8),
+                exitCode);
+    EXPECT_EQ(lines, (QStringList{"07911123456\tsend\tm", "+447911123456\tsend\tm", "447911123457\tsend\tm",
+                                  "+4412\tsend\tm"}));
+    EXPECT_EQ(run({"send", "--country", "Narnia", "--to", "1", "--message", "m", "--dry-run"}, exitCode),
+              QStringList{});
+    EXPECT_EQ(exitCode, 2);
 }
 
 TEST_F(CommandLineSendTest, WorkbookRowsGiveNumbersAndTheirOwnMessages) {

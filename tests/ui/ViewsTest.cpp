@@ -167,6 +167,9 @@ TEST(UiHelpers, HyperlinkEscapesItsText) {
 } // namespace
 
 // ---- the recipient panel ----
+#include "TestEnvironment.h"
+#include "core/DataFolder.h"
+#include "list/DefaultCountry.h"
 #include "ui/RecipientPanel.h"
 
 #include <QPlainTextEdit>
@@ -221,6 +224,39 @@ TEST(RecipientPanel, TableSelectionReachesTheControllerAndFollowsInserts) {
 } // namespace
 
 namespace {
+
+TEST(RecipientPanel, OneDefaultCountryForBothWindowsAndTheWrittenFormInTheTable) {
+    TestDataHome home;
+    Check_Path_And_Create_Files();
+    ScriptedOperator op;
+    Gsm_Bulk_Sms_Wnd gsm(op);
+    Bulk_SMSAppDelegate android(op);
+    RecipientPanel gsmPanel(gsm), androidPanel(android);
+    auto* gsmCountry = gsmPanel.findChild<QComboBox*>("defaultCountryCombo");
+    auto* androidCountry = androidPanel.findChild<QComboBox*>("defaultCountryCombo");
+    ASSERT_TRUE(gsmCountry && androidCountry);
+    EXPECT_EQ(gsmCountry->currentData().toString(), ""); // none until chosen
+
+    gsmCountry->setCurrentIndex(gsmCountry->findData("GB"));
+    EXPECT_EQ(DefaultCountry::instance().region(), "GB");
+    EXPECT_EQ(androidCountry->currentData().toString(), "GB");
+    EXPECT_EQ(readAll(DefaultCountry::filePath()), "GB\n");
+
+    gsm.setSkipDuplicates(true);
+    for (const char* n : {"07911 123456", "+44 12", "+44 7911 123456"}) {
+        gsm.setNumberField(n);
+        gsm.Add_number_To_List();
+    }
+    EXPECT_EQ(op.alerts(),
+              (QStringList{"\nPlease enter a valid phone number.", "\nEntered number already exists."}));
+    ASSERT_EQ(gsmPanel.table()->model()->rowCount(), 1);
+    EXPECT_EQ(gsmPanel.table()->model()->columnCount(), 2); // the E.164 form is not a column
+    EXPECT_EQ(gsmPanel.table()->model()->index(0, 0).data().toString(), "07911123456");
+
+    androidCountry->setCurrentIndex(0);
+    EXPECT_EQ(DefaultCountry::instance().region(), "");
+    EXPECT_EQ(gsmCountry->currentIndex(), 0);
+}
 
 TEST(RecipientPanel, DelayedDeliveryBoxShowsItsDefaults) {
     ScriptedOperator op;

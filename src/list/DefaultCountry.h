@@ -1,0 +1,43 @@
+#pragma once
+// The country whose numbers people write without its code ("07911 123456" in GB): chosen once
+// in the windows and kept in the data folder ("Default_Country.OSTREL", one region code), or
+// given for one run on the command line. None means numbers are compared as written.
+#include "text/NumberNormaliser.h"
+
+#include <QList>
+#include <QObject>
+
+#include <mutex>
+#include <utility>
+
+class DefaultCountry : public QObject {
+    Q_OBJECT
+public:
+    static DefaultCountry& instance();
+
+    // Safe from any thread: loaders read it while the windows may change it.
+    QString region() const;
+    NumberNormaliser normaliser() const;
+
+    // For this process only; "" (or "none") is none. False, and nothing changes, for a code
+    // that is no region.
+    bool set(const QString& region);
+    // Chosen in a window: set, and kept in the data folder for the next start.
+    bool choose(const QString& region);
+    // The choice kept in the data folder; none when there is none or it is unreadable.
+    void load();
+
+    static QString filePath();
+    // What a window offers: none first, then every region by name, as
+    // {"GB", "United Kingdom (GB, +44)"}.
+    static QList<std::pair<QString, QString>> choices();
+
+signals:
+    void changed();
+
+private:
+    DefaultCountry() = default;
+
+    mutable std::mutex m_mutex;
+    NumberNormaliser m_normaliser;
+};
