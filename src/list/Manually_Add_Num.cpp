@@ -60,6 +60,7 @@ void Manually_Add_Num::OKPressed() {
         int ignored = 0;
         const QStringList candidates = NumberCandidates::fromPaste(text, &ignored);
         ignoredCells += ignored;
+        BulkSmsWindow::BatchInsert batch(m_window);
         for (const QString& candidate : candidates) {
             const QString number = m_window.Num_Able_To_insert(candidate);
             if (!number.isEmpty())

@@ -192,6 +192,7 @@ void NumberLoader::Load_Num_Func(const QString& path) {
 }
 
 void NumberLoader::insertCandidates(const QStringList& candidates, const QString& message) {
+    BulkSmsWindow::BatchInsert batch(m_window);
     for (const QString& candidate : candidates) {
         const QString number = m_window.Num_Able_To_insert(candidate);
         if (!number.isEmpty())

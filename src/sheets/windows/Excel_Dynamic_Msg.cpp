@@ -154,7 +154,6 @@ void Excel_Dynamic_Msg::clearWorkbook() {
     m_columns.clear();
     m_placeholders.clear();
     m_template.clear();
-    excel_content.clear();
 }
 
 void Excel_Dynamic_Msg::Browse() {
@@ -286,36 +285,41 @@ void Excel_Dynamic_Msg::insertRows() {
     Guard::run("Inserting the rows of a workbook failed", [&] {
         assign_format_skip_exclude_var();
         setPleaseWait(true);
-        excel_content = SpreadsheetWriter::ReadWorkbook(m_path, false);
-        if (excel_content.isEmpty())
-            readFailure = WorkbookPreparation::lastReadFailure();
-        // A header row (no digit where the numbers are) does not count toward the limit.
-        const qsizetype limit = kMaxRows + (startsWithHeader() ? 1 : 0);
-        if (excel_content.size() > limit) {
-            dropped = excel_content.size() - limit;
-            excel_content.resize(limit);
-        }
-        sheetHadRows = !excel_content.isEmpty();
         m_window.prev_list_item = m_window.list().size();
         const QString templ = m_template;
         QList<int> ticked;
         for (int i = 0; i < m_columns.size(); ++i)
             if (m_columns.at(i).value(kState) == QLatin1String("1"))
                 ticked << i;
-        for (const QStringList& row : std::as_const(excel_content)) {
+        // One pass over the sheet; rows past the limit are only counted.
+        qsizetype limit = kMaxRows;
+        qsizetype taken = 0;
+        BulkSmsWindow::BatchInsert batch(m_window);
+        const bool read = SpreadsheetWriter::ReadRows([&](QStringList& row) {
+            if (!sheetHadRows && startsWithHeader(row))
+                ++limit; // a header row does not count toward the limit
+            sheetHadRows = true;
+            if (taken++ >= limit) {
+                ++dropped;
+                return true;
+            }
             if (m_mode == 0) {
                 const QString number = m_window.Num_Able_To_insert(row.value(m_numberCol));
                 if (!number.isEmpty())
                     m_window.Create_Num_Msg_List(number, row.value(m_msgCol).left(kMaxMessageLength));
-                continue;
+                return true;
             }
             for (int column : ticked) {
                 const QString number = m_window.Num_Able_To_insert(row.value(column));
                 if (!number.isEmpty())
                     m_window.Create_Num_Msg_List(number, fillTemplate(templ, row).left(kMaxMessageLength));
             }
-        }
+            return true;
+        });
+        if (!read || !sheetHadRows)
+            readFailure = WorkbookPreparation::lastReadFailure();
     });
+    SpreadsheetWriter::releaseWorkbook();
     m_window.Update_List_Count();
     setPleaseWait(false);
     if (!readFailure.isEmpty()) {
@@ -334,10 +338,7 @@ QString Excel_Dynamic_Msg::droppedRowsMessage(qsizetype dropped) {
         .arg(dropped == 1 ? QStringLiteral("row was") : QStringLiteral("rows were"));
 }
 
-bool Excel_Dynamic_Msg::startsWithHeader() const {
-    if (excel_content.isEmpty())
-        return false;
-    const QStringList& first = excel_content.first();
+bool Excel_Dynamic_Msg::startsWithHeader(const QStringList& first) const {
     QList<int> numberColumns;
     if (m_mode == 0) {
         numberColumns << m_numberCol;

@@ -64,8 +64,8 @@ private:
     void finish();
     bool fileStepChecks(const QString& noColumnMessage);
     void insertRows();
-    // True when the first row read holds no digit in the number column(s): a header.
-    bool startsWithHeader() const;
+    // True when the first row holds no digit in the number column(s): a header.
+    bool startsWithHeader(const QStringList& first) const;
     void resetForm();
     void clearWorkbook();
     void setPleaseWait(bool visible);
@@ -83,5 +83,4 @@ private:
     RecordTable m_placeholders;
     QString m_template;
     bool m_pleaseWait = false;
-    SpreadsheetData excel_content;
 };

@@ -12,6 +12,9 @@
 #include "sheets/SpreadsheetWriter.h"
 #include "text/NumberRules.h"
 
+#include <optional>
+#include <utility>
+
 namespace {
 const QString kState = QStringLiteral("State");
 const QString kExtension = QStringLiteral("Extension");
@@ -133,22 +136,33 @@ void Import_Excel::importRows() {
     Guard::run("Importing the columns of a workbook failed", [&] {
         assign_format_skip_exclude_var();
         setPleaseWait(true);
-        const SpreadsheetData rows = SpreadsheetWriter::ReadWorkbook(m_path, false);
-        sheetHadRows = !rows.isEmpty();
-        if (!sheetHadRows)
-            readFailure = WorkbookPreparation::lastReadFailure();
         for (const char* mode : {"AND", "GSM"})
             if (BulkSmsWindow* w = windowOfMode(QLatin1String(mode)))
                 w->prev_list_item = w->list().size();
         const QString message =
             window != nullptr ? window->composerText().left(kMaxMessageLength) : QString();
-        for (qsizetype r = m_containsHeader ? 1 : 0; r < rows.size(); ++r) {
-            const QStringList& row = rows.at(r);
-            for (int column = 0; column < row.size(); ++column)
-                if (Get_Selection_State(column))
+        QList<int> ticked;
+        for (int column = 0; column < m_columns.size(); ++column)
+            if (Get_Selection_State(column))
+                ticked << column;
+        // One pass over the sheet: each row's values are handed on as it is read.
+        std::optional<BulkSmsWindow::BatchInsert> batch;
+        if (window != nullptr)
+            batch.emplace(*window);
+        bool first = true;
+        const bool read = SpreadsheetWriter::ReadRows([&](QStringList& row) {
+            sheetHadRows = true;
+            if (std::exchange(first, false) && m_containsHeader)
+                return true;
+            for (int column : ticked)
+                if (column < row.size())
                     passValue(window, row.at(column), message);
-        }
+            return true;
+        });
+        if (!read || !sheetHadRows)
+            readFailure = WorkbookPreparation::lastReadFailure();
     });
+    SpreadsheetWriter::releaseWorkbook();
     setPleaseWait(false);
     if (!readFailure.isEmpty()) {
         m_op.Show_MessageBox(readFailure);
@@ -174,4 +188,7 @@ void Import_Excel::passValue(BulkSmsWindow* window, const QString& value, const 
     }
 }
 
-void Import_Excel::CancelPressed() { endModal(0); }
+void Import_Excel::CancelPressed() {
+    SpreadsheetWriter::releaseWorkbook();
+    endModal(0);
+}
