@@ -1,6 +1,7 @@
 #include "CommandLineInputs.h"
 
 #include "list/NumberCandidates.h"
+#include "list/NumberFileReader.h"
 #include "sheets/ColumnNames.h"
 #include "sheets/SpreadsheetWriter.h"
 #include "sheets/windows/Excel_Dynamic_Msg.h"
@@ -128,26 +129,26 @@ bool recipientsFromFile(const QString& path, const QString& message, const Workb
     if (ext == QLatin1String("xlsx") || ext == QLatin1String("ods") || ext == QLatin1String("xml"))
         return fromWorkbook(path, message, workbook, recipients, reason);
 
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        reason = QStringLiteral("Cannot read %1.").arg(path);
+    // Read as a stream: a file of any size (or a device that never ends) costs one chunk.
+    NumberFileReader reader;
+    QString failure;
+    if (!reader.open(path, failure)) {
+        reason = failure.isEmpty() ? QStringLiteral("Cannot read %1.").arg(path) : failure;
         return false;
     }
-    const QByteArray bytes = file.readAll();
     QStringList candidates;
-    if (ext == QLatin1String("rtf")) {
-        candidates = NumberCandidates::fromTextLines(RtfConverter::toPlainText(bytes));
-    } else {
-        QString text;
-        if (!TextFileDecoder::decode(bytes, text)) {
-            reason = QStringLiteral("%1 is not a text file.").arg(path);
-            return false;
-        }
-        candidates = ext == QLatin1String("csv") ? NumberCandidates::fromCsv(text)
-                                                 : NumberCandidates::fromTextLines(text);
+    while (reader.next(candidates)) {
+        for (const QString& candidate : std::as_const(candidates))
+            if (!candidate.isEmpty())
+                recipients.append({candidate, message});
+        candidates.clear();
     }
-    for (const QString& candidate : candidates)
+    for (const QString& candidate : std::as_const(candidates))
         if (!candidate.isEmpty())
             recipients.append({candidate, message});
+    if (reader.failed()) {
+        reason = QStringLiteral("%1 is not a text file.").arg(path);
+        return false;
+    }
     return true;
 }

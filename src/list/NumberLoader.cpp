@@ -5,6 +5,7 @@
 #include "Load_Num_Info.h"
 #include "Manually_Add_Num.h"
 #include "NumberCandidates.h"
+#include "NumberFileReader.h"
 #include "SpreadsheetLoads.h"
 #include "core/Guard.h"
 #include "core/Log.h"
@@ -22,8 +23,6 @@ namespace {
 // Candidates filtered and inserted per hand-over to the main thread: large enough to keep
 // the hand-over cost small, small enough to keep the interface responsive.
 constexpr qsizetype kBatch = 2000;
-// A file larger than this is not a list of numbers.
-constexpr qint64 kMaxFileSize = qint64(256) * 1024 * 1024;
 } // namespace
 
 NumberLoader& NumberLoader::of(BulkSmsWindow& window) {
@@ -156,31 +155,25 @@ void NumberLoader::Load_Num_Func(const QString& path) {
         });
         setPleaseWait(true);
 
-        const QString extension = QFileInfo(path).suffix().toUpper();
-        QFile file(path);
-        QString text;
-        bool readable = file.open(QIODevice::ReadOnly) && file.size() <= kMaxFileSize;
-        if (readable) {
-            const QByteArray bytes = file.readAll();
-            if (extension == QLatin1String("RTF"))
-                text = RtfConverter::toPlainText(bytes);
-            else
-                readable = TextFileDecoder::decode(bytes, text);
+        // The file is read as a stream: candidates go to the list a batch at a time.
+        NumberFileReader reader;
+        QString failure;
+        const bool opened = reader.open(path, failure);
+        QStringList batch;
+        bool more = opened;
+        while (more && !m_stopping) {
+            more = reader.next(batch);
+            if (batch.size() >= kBatch || (!more && !batch.isEmpty())) {
+                runOnMain([&] { insertCandidates(batch, message); });
+                batch.clear();
+            }
         }
-        if (!readable || text.isEmpty()) {
+        ignoredCells += reader.ignoredCells();
+        if (!opened || reader.failed() || !reader.hadText()) {
             setPleaseWait(false);
-            runOnMain([this] { m_window.op().Show_MessageBox(corruptedFileMessage()); });
+            const QString shown = failure.isEmpty() ? corruptedFileMessage() : failure;
+            runOnMain([&] { m_window.op().Show_MessageBox(shown); });
             return;
-        }
-
-        int ignored = 0;
-        const QStringList candidates = extension == QLatin1String("CSV")
-                                           ? NumberCandidates::fromCsv(text, &ignored)
-                                           : NumberCandidates::fromTextLines(text);
-        ignoredCells += ignored;
-        for (qsizetype first = 0; first < candidates.size() && !m_stopping; first += kBatch) {
-            const QStringList batch = candidates.mid(first, kBatch);
-            runOnMain([&] { insertCandidates(batch, message); });
         }
         setPleaseWait(false);
         reportIfNothingAdded();
