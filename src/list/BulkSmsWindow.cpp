@@ -1,5 +1,6 @@
 #include "BulkSmsWindow.h"
 
+#include "ListLoad.h"
 #include "LoadCounters.h"
 #include "Update_Num_SMS.h"
 #include "core/AppState.h"
@@ -49,6 +50,8 @@ BulkSmsWindow::BulkSmsWindow(Kind kind, Operator& op, QObject* parent)
         m_selectionShift = 0;
     });
 }
+
+BulkSmsWindow::~BulkSmsWindow() { delete findChild<ListLoad*>(QString(), Qt::FindDirectChildrenOnly); }
 
 void BulkSmsWindow::windowDidLoad() {
     m_messageTypeIndex = 1;
@@ -101,7 +104,7 @@ QString BulkSmsWindow::Num_Able_To_insert(const QString& raw) {
 }
 
 bool BulkSmsWindow::Check_Duplicate_Number(const QString& number) const {
-    return m_list.containsNumber(number) || m_pendingNumbers.contains(number);
+    return (!m_replacing && m_list.containsNumber(number)) || m_pendingNumbers.contains(number);
 }
 
 bool BulkSmsWindow::Check_Exclusion_Number(const QString& number) const {
@@ -115,9 +118,13 @@ void BulkSmsWindow::Create_Num_Msg_List(const QString& number, const QString& me
     if (m_batchDepth > 0) {
         m_pending.append(recipientRecord(trimmed, message));
         m_pendingNumbers.insert(trimmed);
-    } else {
-        m_list.prepend(recipientRecord(trimmed, message));
+        return; // the composer is looked at when the batch goes in, on the main thread
     }
+    m_list.prepend(recipientRecord(trimmed, message));
+    rememberComposerText();
+}
+
+void BulkSmsWindow::rememberComposerText() {
     if (!m_composerText.isEmpty() && prev_composer_msg.isEmpty() && prev_composer_msg != m_composerText)
         prev_composer_msg = m_composerText;
 }
@@ -137,6 +144,28 @@ void BulkSmsWindow::flushPendingRecipients() {
     const RecordList newestFirst = std::exchange(m_pending, {});
     m_pendingNumbers.clear();
     m_list.prepend(newestFirst);
+    rememberComposerText();
+}
+
+void BulkSmsWindow::holdInserts(bool replacing) {
+    ++m_batchDepth;
+    m_replacing = replacing;
+}
+
+void BulkSmsWindow::releaseInserts(bool commit) {
+    --m_batchDepth;
+    if (commit && m_replacing) {
+        m_list.clear();
+        setSelectedRows({});
+    }
+    m_replacing = false;
+    if (commit) {
+        flushPendingRecipients();
+    } else {
+        m_pending.clear();
+        m_pendingNumbers.clear();
+    }
+    Update_List_Count();
 }
 
 void BulkSmsWindow::Create_Exclusion_List(const QString& number) {

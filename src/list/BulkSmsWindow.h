@@ -15,6 +15,8 @@ public:
     enum class Focus { NumberField, Composer, DelayedCount, DelayedTime };
 
     BulkSmsWindow(Kind kind, Operator& op, QObject* parent = nullptr);
+    // Ends a load still running into the list before the list goes.
+    ~BulkSmsWindow() override;
 
     void windowDidLoad() override;
 
@@ -62,12 +64,21 @@ public:
         BulkSmsWindow& m_window;
     };
 
+    // A load on its own thread (ListLoad): accepted records wait beside the list until
+    // releaseInserts, which commits them (after emptying the list when replacing; the old
+    // list then no longer counts for the duplicate check) or drops them. Main thread only.
+    void holdInserts(bool replacing);
+    void releaseInserts(bool commit);
+
     // Rows selected in the table, ascending; the view keeps this up to date.
     void setSelectedRows(QList<int> rows);
     const QList<int>& selectedRows() const;
     bool isRowSelected(int row) const;
 
     int prev_list_item = 0;
+    // The operator chose to replace the list: the next load empties it when its numbers go
+    // in (never before, so a cancelled load keeps the list).
+    bool replaceListOnNextLoad = false;
     QString prev_composer_msg;
 
     // --- Composer ---
@@ -145,6 +156,8 @@ protected:
 
 private:
     void flushPendingRecipients();
+    // Remembers the composer text once numbers went in (the question before sending).
+    void rememberComposerText();
     void rejectTypedNumber(const QString& message);
     void applyComposerCut();
 
@@ -155,6 +168,7 @@ private:
     mutable QList<int> m_selectedRows;
     mutable int m_selectionShift = 0;
     int m_batchDepth = 0;
+    bool m_replacing = false;
     RecordList m_pending; // accepted while a batch is open, oldest first
     QSet<QString> m_pendingNumbers;
     QString m_numberField;

@@ -1,5 +1,7 @@
 #include "Manually_Add_Num.h"
 
+#include <utility>
+
 #include "BulkSmsWindow.h"
 #include "LoadCounters.h"
 #include "NumberCandidates.h"
@@ -60,6 +62,10 @@ void Manually_Add_Num::OKPressed() {
         int ignored = 0;
         const QStringList candidates = NumberCandidates::fromPaste(text, &ignored);
         ignoredCells += ignored;
+        if (std::exchange(m_window.replaceListOnNextLoad, false)) { // the operator chose to replace it
+            m_window.list().clear();
+            m_window.setSelectedRows({});
+        }
         BulkSmsWindow::BatchInsert batch(m_window);
         for (const QString& candidate : candidates) {
             const QString number = m_window.Num_Able_To_insert(candidate);

@@ -184,6 +184,8 @@ void NumberFileReader::takeLines(QString& text, bool atEnd, QStringList& candida
         if (lineEnd < 0 && !atEnd)
             break;
         const qsizetype end = lineEnd < 0 ? text.size() : lineEnd;
+        if (lineEnd < 0 && end == start)
+            break; // nothing after the last line end
         if (m_skippingLongLine) {
             m_skippingLongLine = false; // the rest of a line already counted
         } else if (end - start > kMaxLineLength) {

@@ -1,5 +1,6 @@
 // Bulk loads into a window's list: files of every kind, pasted blocks, the keep-or-replace
 // question, the summary of a load that added nothing, and the spreadsheet hand-over.
+#include "list/ListLoad.h"
 #include "list/LoadCounters.h"
 #include "list/Load_Num_Info.h"
 #include "list/Manually_Add_Num.h"
@@ -320,6 +321,37 @@ TEST_F(NumberLoadingTest, OnlyRegularFilesAreOpened) {
         EXPECT_TRUE(alert.contains("is not a regular file (it is a folder, a device or a pipe)"))
             << alert.toStdString();
     EXPECT_EQ(window.numbers(), QStringList{"999"});
+}
+
+TEST_F(NumberLoadingTest, CancelLeavesTheListAsItWasAndTheNextLoadTakesEveryNumberOnce) {
+    window.setSkipDuplicates(true);
+    window.add("111");
+    window.add("222");
+    QByteArray bytes;
+    for (int i = 0; i < 200000; ++i)
+        bytes += QByteArray::number(7700000000LL + i % 150000) + "\r\n"; // 50,000 repeats
+    const QString path = writeFile("big.txt", bytes);
+    ListLoad& load = ListLoad::of(window);
+    int shownRunning = 0;
+    QObject::connect(&load, &ListLoad::runningChanged, [&](bool running) { shownRunning += running; });
+    for (bool cancel : {true, false}) {
+        SCOPED_TRACE(cancel ? "cancelled" : "to the end");
+        op.onModal<Load_Num_Info>([](Load_Num_Info& q) { q.YesPressed(); }); // replace the list
+        op.chooseFile(path);
+        loader().Load_Number();
+        EXPECT_TRUE(loader().isLoading());
+        if (cancel)
+            load.Cancel();
+        ASSERT_TRUE(spinUntil([&] { return !loader().isLoading(); }));
+    }
+    EXPECT_EQ(shownRunning, 2);
+    // The cancelled load neither replaced nor added anything; the second replaced the list.
+    ASSERT_EQ(window.list().size(), 150000);
+    EXPECT_EQ(window.numbers().first(), "7700149999");
+    EXPECT_FALSE(window.Check_Duplicate_Number("111"));
+    EXPECT_EQ(counters(), (QList<int>{200000, 200000, 50000, 0}));
+    EXPECT_TRUE(op.alerts().isEmpty());
+    EXPECT_EQ(load.rowsRead(), 200000);
 }
 
 // ---- spreadsheet hand-over ----
