@@ -136,10 +136,8 @@ void NumberLoader::Manually_Add_Btn() {
         return;
     m_window.prev_list_item = m_window.replaceListOnNextLoad ? 0 : m_window.list().size();
     Manually_Add_Num dialog(m_window);
-    const int code = m_window.op().runModal(dialog);
+    m_window.op().runModal(dialog); // the load it starts reports when it is done
     m_window.replaceListOnNextLoad = false;
-    if (code == 1)
-        reportIfNothingAdded();
 }
 
 void NumberLoader::Excel_Msg_Load_Btn() {

@@ -397,6 +397,7 @@ protected:
                 d.CancelPressed();
         });
         loader().Manually_Add_Btn();
+        ASSERT_TRUE(spinUntil([&] { return !loader().isLoading(); }));
     }
 };
 
