@@ -411,7 +411,7 @@ QStringList XlsxSheetReader::scanMergedRanges(ZipEntryStream& input) {
             from = at + needle.size();
             const qsizetype end = window.indexOf('>', from);
             if (end < 0) {
-                if (window.size() - at < kTail * 64)
+                if (window.size() - at < qsizetype(kTail) * 64)
                     keepFrom = at; // the element goes on in the next chunk (unless it never ends)
                 break;
             }
