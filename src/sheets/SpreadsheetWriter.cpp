@@ -12,6 +12,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QScopeGuard>
 
 #include <libxml/parser.h>
 
@@ -19,6 +20,7 @@
 #include <memory>
 
 void (*SpreadsheetWriter::writeFailureBeep)() = nullptr;
+std::atomic<bool> SpreadsheetWriter::s_streaming{false};
 
 namespace {
 
@@ -90,6 +92,11 @@ SpreadsheetData SpreadsheetWriter::ReadWorkbook(const QString& location, bool on
     if (!only_col) {
         SpreadsheetWriter& self = shared();
         return self.ReadData(Excel_Sheet_Number);
+    }
+    if (s_streaming) { // a load is reading the prepared workbook on its thread
+        Show_NSLog_Message(
+            QStringLiteral("Error: a workbook is being read; %1 is not opened now").arg(location));
+        return {};
     }
     Excel_Sheet_Columns = 1;
     SpreadsheetWriter& self = shared();
@@ -164,7 +171,8 @@ SpreadsheetData SpreadsheetWriter::ReadData(int sheetNumber) {
 
 bool SpreadsheetWriter::ReadRows(const RowSink& sink) {
     SpreadsheetWriter& self = shared();
-    self.data.clear();
+    s_streaming = true;
+    const auto done = qScopeGuard([] { s_streaming = false; });
     const int number = Excel_Sheet_Number;
     const QString part = self.m_package.sheetPartName(number);
     QStringList merged;
@@ -182,7 +190,12 @@ bool SpreadsheetWriter::ReadRows(const RowSink& sink) {
     std::unique_ptr<ZipEntryStream> sheet = self.openSheet(number);
     if (!sheet)
         return false;
-    const XlsxSheetReader reader(self.tables());
+    // The read keeps its own (shared, copy-on-write) tables: an export on the main thread
+    // may rebuild the object's meanwhile.
+    const QStringList strings = self.sharedStrings;
+    const QStringList styles = self.Styles;
+    const QList<QPair<QString, QString>> formatCodes = self.Styles_Fmt_Code;
+    const XlsxSheetReader reader({strings, styles, formatCodes, self.date1904});
     QString failure;
     self.m_reading = sheet.get();
     const bool ok = reader.readRows(*sheet, part, Excel_Sheet_Columns, merged, sink, &failure);
@@ -254,6 +267,11 @@ bool SpreadsheetWriter::WriteSharedStringsXML(const QString& location) {
 bool SpreadsheetWriter::WriteWorkbook(const QString& location, const SpreadsheetData& withData,
                                       bool hasTitleRow) {
     Q_UNUSED(hasTitleRow)
+    if (s_streaming) { // a load is reading a workbook on its thread through the same object
+        Show_NSLog_Message(
+            QStringLiteral("Error: a workbook is being read; %1 is not written now").arg(location));
+        return false;
+    }
     SpreadsheetWriter& self = shared();
     self.data = withData;
     self.m_prepared = false; // the working folder is about to hold the export, not a workbook read

@@ -23,6 +23,8 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include <atomic>
+
 class SpreadsheetWriter {
 public:
     // The process-wide object (creates `spreadsheet` when it does not exist yet).
@@ -40,6 +42,9 @@ public:
     // when the sheet cannot be read or breaks off midway.
     using RowSink = XlsxSheetReader::RowSink;
     static bool ReadRows(const RowSink& sink);
+    // True while ReadRows streams a sheet, which a load does on its own thread: the shared
+    // object is then neither prepared again nor written through (both refuse and log).
+    static bool isStreaming() { return s_streaming; }
     // How far the running ReadRows has come through its sheet, 0 to 1; call it from sink.
     static double readFraction();
     // Drops what a prepared workbook keeps (shared strings, formats, rows read) once the
@@ -90,4 +95,5 @@ private:
     XlsxPackage m_package;
     bool m_prepared = false;
     const ZipEntryStream* m_reading = nullptr; // the sheet ReadRows is streaming
+    static std::atomic<bool> s_streaming;
 };

@@ -329,10 +329,10 @@ void Excel_Dynamic_Msg::insertRows() {
             load.setProgress(taken, 1);
             if (!load.cancelled() && (!read || !outcome->sheetHadRows))
                 outcome->readFailure = WorkbookPreparation::lastReadFailure();
-            SpreadsheetWriter::releaseWorkbook();
             return outcome->readFailure.isEmpty();
         },
         [window, outcome](bool committed) {
+            SpreadsheetWriter::releaseWorkbook();
             window->Update_List_Count();
             if (!outcome->readFailure.isEmpty()) {
                 window->op().Show_MessageBox(outcome->readFailure);

@@ -202,10 +202,10 @@ void Import_Excel::importIntoList(BulkSmsWindow& window) {
             load.setProgress(rows, 1);
             if (!load.cancelled() && (!read || !outcome->sheetHadRows))
                 outcome->readFailure = WorkbookPreparation::lastReadFailure();
-            SpreadsheetWriter::releaseWorkbook();
             return outcome->readFailure.isEmpty();
         },
         [op, target, outcome](bool committed) {
+            SpreadsheetWriter::releaseWorkbook();
             if (!outcome->readFailure.isEmpty())
                 op->Show_MessageBox(outcome->readFailure);
             else if (committed && !(outcome->sheetHadRows && target->list().size() != target->prev_list_item))
