@@ -10,6 +10,7 @@
 // it was found at build time. A missing peer is skipped with a note.
 #include "BenchSupport.h"
 #include "core/DataFolder.h"
+#include "list/ListLoad.h"
 #include "list/LoadCounters.h"
 #include "list/NumberLoader.h"
 #include "sheets/SpreadsheetWriter.h"
@@ -17,6 +18,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
@@ -127,9 +129,15 @@ int csvIntoList(const QString& path) {
     BenchWindow window(MainWindowController::Kind::Gsm, op);
     window.setSkipDuplicates(true);
     NumberLoader& loader = NumberLoader::of(window);
+    // The event loop sleeps until the load is done, as a window's would.
+    QEventLoop loop;
+    QObject::connect(&ListLoad::of(window), &ListLoad::runningChanged, &loop, [&](bool running) {
+        if (!running)
+            loop.quit();
+    });
     loader.Load_Number();
-    while (loader.isLoading())
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    if (loader.isLoading())
+        loop.exec();
     std::fprintf(stderr, "%d in the list\n", window.list().size());
     return 0;
 }
