@@ -4,11 +4,13 @@
 #include "BenchSupport.h"
 #include "core/Operator.h"
 #include "list/BulkSmsWindow.h"
+#include "list/ListLoad.h"
 #include "list/LoadCounters.h"
 #include "list/NumberLoader.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
 #include <QStringEncoder>
 #include <QTemporaryDir>
@@ -63,9 +65,15 @@ int main(int argc, char** argv) {
         resetPeak();
         QElapsedTimer timer;
         timer.start();
+        // The event loop sleeps until the load is done, as a window's would.
+        QEventLoop loop;
+        QObject::connect(&ListLoad::of(window), &ListLoad::runningChanged, &loop, [&](bool running) {
+            if (!running)
+                loop.quit();
+        });
         loader.Load_Number();
-        while (loader.isLoading() || !timer.isValid())
-            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+        if (loader.isLoading())
+            loop.exec();
         std::printf("%-30s %6lld ms   peak %6.1f MiB   rows %d (read %d, valid %d, skipped %d)\n", f.kind,
                     static_cast<long long>(timer.elapsed()), peakMiB(), window.list().size(), TOT_PROC.load(),
                     TOT.load(), SKPD.load());

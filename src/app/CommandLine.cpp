@@ -329,8 +329,11 @@ int runSend(const QStringList& arguments) {
     }
     if (invalid > 0 && parser.isSet(strict))
         return 2;
-    for (auto it = valid.crbegin(); it != valid.crend(); ++it)
-        gsm.Create_Num_Msg_List(it->number, it->message); // the first given ends on top
+    {
+        BulkSmsWindow::BatchInsert batch(gsm);
+        for (auto it = valid.crbegin(); it != valid.crend(); ++it)
+            gsm.Create_Num_Msg_List(it->number, it->message); // the first given ends on top
+    }
     session.gsm.setCarriedEntries(resumed.carried);
     if (gsm.list().isEmpty()) {
         err(QStringLiteral("No recipients."));

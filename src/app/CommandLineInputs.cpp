@@ -1,6 +1,7 @@
 #include "CommandLineInputs.h"
 
 #include "list/NumberCandidates.h"
+#include "list/NumberFileReader.h"
 #include "sheets/ColumnNames.h"
 #include "sheets/SpreadsheetWriter.h"
 #include "sheets/windows/Excel_Dynamic_Msg.h"
@@ -24,14 +25,74 @@ int columnIndex(const QString& column, const QStringList& header) {
     return letters.isEmpty() ? -1 : Get_Col_index(letters, 65);
 }
 
+// Turns the rows of a sheet into recipients as they come; the first row settles the columns.
+class WorkbookRows {
+public:
+    WorkbookRows(const QString& message, const WorkbookInput& in, QList<Recipient>& out)
+        : m_message(message), m_in(in), m_out(out) {}
+
+    // False (with reason) when a named column does not exist; stops the read.
+    bool take(const QStringList& row, QString& reason) {
+        if (m_rows++ == 0) {
+            if (!settleColumns(m_in.header ? row : QStringList(), reason))
+                return false;
+            if (m_in.header)
+                return true;
+        }
+        // At most kMaxRows rows of data; a header row does not count toward them.
+        if (m_rows - (m_in.header ? 1 : 0) > Excel_Dynamic_Msg::kMaxRows)
+            return true;
+        QString text = m_message;
+        if (m_messageColumn >= 0)
+            text = row.value(m_messageColumn);
+        else if (!m_in.templateText.isEmpty())
+            text = Excel_Dynamic_Msg::fillTemplate(m_in.templateText, row);
+        for (int column : m_numberColumns)
+            if (!row.value(column).trimmed().isEmpty())
+                m_out.append({row.value(column), text});
+        return true;
+    }
+    qsizetype rows() const { return m_rows; }
+
+private:
+    bool settleColumns(const QStringList& header, QString& reason) {
+        for (const QString& name :
+             m_in.numberColumns.isEmpty() ? QStringList{QStringLiteral("A")} : m_in.numberColumns) {
+            const int column = columnIndex(name, header);
+            if (column < 0) {
+                reason = QStringLiteral("No column %1.").arg(name);
+                return false;
+            }
+            m_numberColumns << column;
+        }
+        m_messageColumn = m_in.messageColumn.isEmpty() ? -1 : columnIndex(m_in.messageColumn, header);
+        if (!m_in.messageColumn.isEmpty() && m_messageColumn < 0) {
+            reason = QStringLiteral("No column %1.").arg(m_in.messageColumn);
+            return false;
+        }
+        return true;
+    }
+
+    const QString& m_message;
+    const WorkbookInput& m_in;
+    QList<Recipient>& m_out;
+    QList<int> m_numberColumns;
+    int m_messageColumn = -1;
+    qsizetype m_rows = 0;
+};
+
 bool fromWorkbook(const QString& path, const QString& message, const WorkbookInput& in, QList<Recipient>& out,
                   QString& reason) {
     const QString ext = QFileInfo(path).suffix().toLower();
-    SpreadsheetData rows;
-    if (ext == QLatin1String("ods")) {
-        rows = SpreadsheetWriter::ReadODS(path);
-    } else if (ext == QLatin1String("xml")) {
-        rows = SpreadsheetWriter::ReadWorksheetXML2004(path);
+    WorkbookRows rows(message, in, out);
+    bool read = true;
+    if (ext == QLatin1String("ods") || ext == QLatin1String("xml")) {
+        const SpreadsheetData table = ext == QLatin1String("ods")
+                                          ? SpreadsheetWriter::ReadODS(path)
+                                          : SpreadsheetWriter::ReadWorksheetXML2004(path);
+        for (const QStringList& row : table)
+            if (!rows.take(row, reason))
+                return false;
     } else {
         SpreadsheetWriter::ReadWorkbook(path, true);
         const QStringList sheets = SpreadsheetWriter::Read_Sheet_Name();
@@ -46,44 +107,18 @@ bool fromWorkbook(const QString& path, const QString& message, const WorkbookInp
         }
         Excel_Sheet_Number = in.sheet;
         SpreadsheetWriter::ReadData_only_column();
-        rows = SpreadsheetWriter::ReadWorkbook(path, false);
-    }
-    if (rows.isEmpty()) {
-        const QString why = spreadsheet ? spreadsheet->readFailure : QString();
-        reason = why.isEmpty() ? QStringLiteral("Nothing could be read from %1.").arg(path)
-                               : QStringLiteral("%1: %2").arg(path, why);
-        return false;
-    }
-    const QStringList header = in.header ? rows.first() : QStringList();
-    QList<int> numberColumns;
-    for (const QString& name :
-         in.numberColumns.isEmpty() ? QStringList{QStringLiteral("A")} : in.numberColumns) {
-        const int column = columnIndex(name, header);
-        if (column < 0) {
-            reason = QStringLiteral("No column %1.").arg(name);
+        // One pass: each row becomes recipients as it is read and is then gone.
+        read = SpreadsheetWriter::ReadRows([&](QStringList& row) { return rows.take(row, reason); });
+        SpreadsheetWriter::releaseWorkbook();
+        if (!reason.isEmpty())
             return false;
-        }
-        numberColumns << column;
     }
-    const int messageColumn = in.messageColumn.isEmpty() ? -1 : columnIndex(in.messageColumn, header);
-    if (!in.messageColumn.isEmpty() && messageColumn < 0) {
-        reason = QStringLiteral("No column %1.").arg(in.messageColumn);
-        return false;
-    }
-    // At most kMaxRows rows of data; a header row does not count toward them.
-    const qsizetype first = in.header ? 1 : 0;
-    for (qsizetype r = first; r < rows.size() && r < first + Excel_Dynamic_Msg::kMaxRows; ++r) {
-        const QStringList& row = rows.at(r);
-        QString text = message;
-        if (messageColumn >= 0)
-            text = row.value(messageColumn);
-        else if (!in.templateText.isEmpty())
-            text = Excel_Dynamic_Msg::fillTemplate(in.templateText, row);
-        for (int column : numberColumns)
-            if (!row.value(column).trimmed().isEmpty())
-                out.append({row.value(column), text});
-    }
-    return true;
+    if (read && rows.rows() > 0)
+        return true;
+    const QString why = spreadsheet ? spreadsheet->readFailure : QString();
+    reason = why.isEmpty() ? QStringLiteral("Nothing could be read from %1.").arg(path)
+                           : QStringLiteral("%1: %2").arg(path, why);
+    return false;
 }
 
 } // namespace
@@ -94,26 +129,26 @@ bool recipientsFromFile(const QString& path, const QString& message, const Workb
     if (ext == QLatin1String("xlsx") || ext == QLatin1String("ods") || ext == QLatin1String("xml"))
         return fromWorkbook(path, message, workbook, recipients, reason);
 
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        reason = QStringLiteral("Cannot read %1.").arg(path);
+    // Read as a stream: a file of any size (or a device that never ends) costs one chunk.
+    NumberFileReader reader;
+    QString failure;
+    if (!reader.open(path, failure)) {
+        reason = failure.isEmpty() ? QStringLiteral("Cannot read %1.").arg(path) : failure;
         return false;
     }
-    const QByteArray bytes = file.readAll();
     QStringList candidates;
-    if (ext == QLatin1String("rtf")) {
-        candidates = NumberCandidates::fromTextLines(RtfConverter::toPlainText(bytes));
-    } else {
-        QString text;
-        if (!TextFileDecoder::decode(bytes, text)) {
-            reason = QStringLiteral("%1 is not a text file.").arg(path);
-            return false;
-        }
-        candidates = ext == QLatin1String("csv") ? NumberCandidates::fromCsv(text)
-                                                 : NumberCandidates::fromTextLines(text);
+    while (reader.next(candidates)) {
+        for (const QString& candidate : std::as_const(candidates))
+            if (!candidate.isEmpty())
+                recipients.append({candidate, message});
+        candidates.clear();
     }
-    for (const QString& candidate : candidates)
+    for (const QString& candidate : std::as_const(candidates))
         if (!candidate.isEmpty())
             recipients.append({candidate, message});
+    if (reader.failed()) {
+        reason = QStringLiteral("%1 is not a text file.").arg(path);
+        return false;
+    }
     return true;
 }

@@ -16,9 +16,12 @@ void RecordTable::prepend(const RecordList& newestFirst) {
     if (newestFirst.isEmpty())
         return;
     emit aboutToInsert(0, int(newestFirst.size()) - 1);
-    m_records = newestFirst + m_records;
-    for (const Record& r : newestFirst)
-        recordAdded(r);
+    // A list keeps room at its front, so each prepend is cheap: a batch costs its own size,
+    // not the size of the list below it.
+    for (auto it = newestFirst.crbegin(); it != newestFirst.crend(); ++it) {
+        m_records.prepend(*it);
+        recordAdded(*it);
+    }
     emit inserted();
 }
 

@@ -1,6 +1,7 @@
 #include "BulkSmsWindow.h"
 
 #include "DefaultCountry.h"
+#include "ListLoad.h"
 #include "LoadCounters.h"
 #include "Update_Num_SMS.h"
 #include "core/AppState.h"
@@ -13,6 +14,7 @@
 #include <QFile>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 const QString kInvalidNumber = QStringLiteral("Please enter a valid phone number.");
@@ -46,13 +48,22 @@ BulkSmsWindow::BulkSmsWindow(Kind kind, Operator& op, QObject* parent)
     connect(&m_list, &RecordTable::wasReset, this, &BulkSmsWindow::Update_List_Count);
     // Selected rows follow their records when rows are inserted above them; a reset drops them.
     connect(&m_list, &RecordTable::aboutToInsert, this, [this](int first, int last) {
+        if (first == 0) { // every selected row moves down alike
+            m_selectionShift += last - first + 1;
+            return;
+        }
         for (int& row : m_selectedRows)
-            if (row >= first)
+            if (row + m_selectionShift >= first)
                 row += last - first + 1;
     });
-    connect(&m_list, &RecordTable::aboutToReset, this, [this] { m_selectedRows.clear(); });
+    connect(&m_list, &RecordTable::aboutToReset, this, [this] {
+        m_selectedRows.clear();
+        m_selectionShift = 0;
+    });
     connect(&DefaultCountry::instance(), &DefaultCountry::changed, this, &BulkSmsWindow::rekeyNumbers);
 }
+
+BulkSmsWindow::~BulkSmsWindow() { delete findChild<ListLoad*>(QString(), Qt::FindDirectChildrenOnly); }
 
 void BulkSmsWindow::windowDidLoad() {
     if (!Bulk_SMS_Data_Folder_Path.isEmpty())
@@ -139,7 +150,9 @@ Record BulkSmsWindow::recipientFor(const QString& number, const QString& message
 }
 
 bool BulkSmsWindow::Check_Duplicate_Number(const QString& number) const {
-    return m_list.containsNumber(DefaultCountry::instance().normaliser().comparisonKey(number));
+    // Numbers waiting in a batch count too; a load that replaces the list does not meet the old one.
+    const QString key = DefaultCountry::instance().normaliser().comparisonKey(number);
+    return (!m_replacing && m_list.containsNumber(key)) || m_pendingNumbers.contains(key);
 }
 
 bool BulkSmsWindow::Check_Exclusion_Number(const QString& number) const {
@@ -171,9 +184,58 @@ void BulkSmsWindow::Create_Num_Msg_List(const QString& number, const QString& me
     const QString trimmed = Trim_Str(number);
     if (trimmed.isEmpty())
         return;
+    if (m_batchDepth > 0) {
+        Record record = recipientFor(trimmed, message);
+        m_pendingNumbers.insert(recipientNumber(record));
+        m_pending.append(std::move(record));
+        return; // the composer is looked at when the batch goes in, on the main thread
+    }
     m_list.prepend(recipientFor(trimmed, message));
+    rememberComposerText();
+}
+
+void BulkSmsWindow::rememberComposerText() {
     if (!m_composerText.isEmpty() && prev_composer_msg.isEmpty() && prev_composer_msg != m_composerText)
         prev_composer_msg = m_composerText;
+}
+
+BulkSmsWindow::BatchInsert::BatchInsert(BulkSmsWindow& window) : m_window(window) { ++m_window.m_batchDepth; }
+
+BulkSmsWindow::BatchInsert::~BatchInsert() {
+    if (--m_window.m_batchDepth == 0)
+        m_window.flushPendingRecipients();
+}
+
+void BulkSmsWindow::flushPendingRecipients() {
+    if (m_pending.isEmpty())
+        return;
+    // The last accepted goes on top, as if each had been inserted at the top in turn.
+    std::reverse(m_pending.begin(), m_pending.end());
+    const RecordList newestFirst = std::exchange(m_pending, {});
+    m_pendingNumbers.clear();
+    m_list.prepend(newestFirst);
+    rememberComposerText();
+}
+
+void BulkSmsWindow::holdInserts(bool replacing) {
+    ++m_batchDepth;
+    m_replacing = replacing;
+}
+
+void BulkSmsWindow::releaseInserts(bool commit) {
+    --m_batchDepth;
+    if (commit && m_replacing) {
+        m_list.clear();
+        setSelectedRows({});
+    }
+    m_replacing = false;
+    if (commit) {
+        flushPendingRecipients();
+    } else {
+        m_pending.clear();
+        m_pendingNumbers.clear();
+    }
+    Update_List_Count();
 }
 
 void BulkSmsWindow::Create_Exclusion_List(const QString& number) {
@@ -244,10 +306,20 @@ void BulkSmsWindow::setSelectedRows(QList<int> rows) {
     std::sort(rows.begin(), rows.end());
     rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
     m_selectedRows = std::move(rows);
+    m_selectionShift = 0;
+}
+
+const QList<int>& BulkSmsWindow::selectedRows() const {
+    if (m_selectionShift != 0) {
+        for (int& row : m_selectedRows)
+            row += m_selectionShift;
+        m_selectionShift = 0;
+    }
+    return m_selectedRows;
 }
 
 bool BulkSmsWindow::isRowSelected(int row) const {
-    return std::binary_search(m_selectedRows.cbegin(), m_selectedRows.cend(), row);
+    return std::binary_search(m_selectedRows.cbegin(), m_selectedRows.cend(), row - m_selectionShift);
 }
 
 void BulkSmsWindow::Clear_Sel_Btn() {
@@ -255,11 +327,11 @@ void BulkSmsWindow::Clear_Sel_Btn() {
         op().Show_MessageBox(kListEmpty);
         return;
     }
-    if (m_selectedRows.isEmpty()) {
+    if (selectedRows().isEmpty()) {
         op().Show_MessageBox(kSelectRecord);
         return;
     }
-    m_list.removeRows(m_selectedRows);
+    m_list.removeRows(selectedRows());
     setSelectedRows(m_list.isEmpty() ? QList<int>{} : QList<int>{0});
     Update_List_Count();
 }
@@ -274,7 +346,7 @@ void BulkSmsWindow::Clear_All_Btn() {
                            "sure you want to continue clearing the entire list?")))
         return;
     m_list.clear();
-    m_selectedRows.clear();
+    setSelectedRows({});
 }
 
 void BulkSmsWindow::Reset_Btn() {
@@ -285,7 +357,7 @@ void BulkSmsWindow::Reset_Btn() {
     m_numberField.clear();
     m_composerText.clear();
     m_list.clear();
-    m_selectedRows.clear();
+    setSelectedRows({});
     m_characterCounter = QStringLiteral("0 Characters");
     m_messageTypeIndex = 1;
     m_delayedDelivery = false;
@@ -305,7 +377,7 @@ void BulkSmsWindow::Reset_Btn() {
 }
 
 void BulkSmsWindow::doubleClickInTable(int row) {
-    if (m_selectedRows.size() > 1) {
+    if (selectedRows().size() > 1) {
         op().Show_MessageBox(QStringLiteral("Please select only one record to update."));
         return;
     }

@@ -6,6 +6,7 @@
 #include "delivery/DelaySchedule.h"
 
 #include <QList>
+#include <QSet>
 #include <QStringList>
 
 class BulkSmsWindow : public MainWindowController {
@@ -14,6 +15,8 @@ public:
     enum class Focus { NumberField, Composer, DelayedCount, DelayedTime };
 
     BulkSmsWindow(Kind kind, Operator& op, QObject* parent = nullptr);
+    // Ends a load still running into the list before the list goes.
+    ~BulkSmsWindow() override;
 
     void windowDidLoad() override;
 
@@ -37,6 +40,8 @@ public:
     Record recipientFor(const QString& number, const QString& message) const;
     bool Check_Duplicate_Number(const QString& number) const;
     bool Check_Exclusion_Number(const QString& number) const;
+    // While a batch is open (BatchInsert) accepted records wait beside the list, count as
+    // already in it for the duplicate check, and go in at the top in one insertion.
     void Create_Num_Msg_List(const QString& number, const QString& message);
     void Create_Exclusion_List(const QString& number);
     void Fill_Exclusion_Num_List();
@@ -49,12 +54,38 @@ public:
     void doubleClickInTable(int row);
     void Update_List_Count();
 
+    // Groups the inserts of a bulk load: one insertion (and one table update) per flush
+    // instead of one per number, so a load costs the same whatever is selected. Flushes
+    // when it goes out of scope.
+    class BatchInsert {
+    public:
+        explicit BatchInsert(BulkSmsWindow& window);
+        ~BatchInsert();
+        BatchInsert(const BatchInsert&) = delete;
+        BatchInsert& operator=(const BatchInsert&) = delete;
+        // Inserts what waits; a long load calls it now and then so the table shows progress.
+        void flush() { m_window.flushPendingRecipients(); }
+        qsizetype pending() const { return m_window.m_pending.size(); }
+
+    private:
+        BulkSmsWindow& m_window;
+    };
+
+    // A load on its own thread (ListLoad): accepted records wait beside the list until
+    // releaseInserts, which commits them (after emptying the list when replacing; the old
+    // list then no longer counts for the duplicate check) or drops them. Main thread only.
+    void holdInserts(bool replacing);
+    void releaseInserts(bool commit);
+
     // Rows selected in the table, ascending; the view keeps this up to date.
     void setSelectedRows(QList<int> rows);
-    const QList<int>& selectedRows() const { return m_selectedRows; }
+    const QList<int>& selectedRows() const;
     bool isRowSelected(int row) const;
 
     int prev_list_item = 0;
+    // The operator chose to replace the list: the next load empties it when its numbers go
+    // in (never before, so a cancelled load keeps the list).
+    bool replaceListOnNextLoad = false;
     QString prev_composer_msg;
 
     // --- Composer ---
@@ -138,6 +169,9 @@ protected:
     void requestFocus(Focus target) { emit focusRequested(target); }
 
 private:
+    void flushPendingRecipients();
+    // Remembers the composer text once numbers went in (the question before sending).
+    void rememberComposerText();
     void rejectTypedNumber(const QString& message);
     // After the default country changed: the list and the exclusion set in the new forms.
     void rekeyNumbers();
@@ -145,7 +179,14 @@ private:
 
     NumberList m_list;
     NumberList m_exclusionSet;
-    QList<int> m_selectedRows;
+    // Selected rows are kept less the rows inserted at the top since, so inserting at the
+    // top costs the same however many rows are selected.
+    mutable QList<int> m_selectedRows;
+    mutable int m_selectionShift = 0;
+    int m_batchDepth = 0;
+    bool m_replacing = false;
+    RecordList m_pending; // accepted while a batch is open, oldest first
+    QSet<QString> m_pendingNumbers;
     QString m_numberField;
 
     QString m_composerText;

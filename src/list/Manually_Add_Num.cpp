@@ -1,10 +1,12 @@
 #include "Manually_Add_Num.h"
 
+#include <utility>
+
 #include "BulkSmsWindow.h"
+#include "ListLoad.h"
 #include "LoadCounters.h"
 #include "NumberCandidates.h"
 #include "NumberLoader.h"
-#include "core/Guard.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
 #include "text/NumberRules.h"
@@ -53,20 +55,33 @@ void Manually_Add_Num::OKPressed() {
         return;
     }
     assign_format_skip_exclude_var();
-    m_pleaseWait = true;
-    emit changed();
-    Guard::run("Inserting pasted numbers failed", [&] {
-        const QString message = m_window.composerText().left(kMaxMessageLength);
-        int ignored = 0;
-        const QStringList candidates = NumberCandidates::fromPaste(text, &ignored);
-        ignoredCells += ignored;
-        for (const QString& candidate : candidates) {
-            const QString number = m_window.Num_Able_To_insert(candidate);
-            if (!number.isEmpty())
-                m_window.Create_Num_Msg_List(number, message);
-        }
-    });
-    m_pleaseWait = false;
+    const QString message = m_window.composerText().left(kMaxMessageLength);
+    const bool replace = std::exchange(m_window.replaceListOnNextLoad, false);
+    BulkSmsWindow* window = &m_window;
+    // The block is cut and filtered on the window's loading thread, like a file: a pasted
+    // million lines shows its progress and can be cancelled, leaving the list as it was.
+    ListLoad::of(m_window).start(
+        [text, message](ListLoad& load) {
+            int ignored = 0;
+            const QStringList candidates = NumberCandidates::fromPaste(text, &ignored);
+            ignoredCells += ignored;
+            qint64 done = 0;
+            for (const QString& candidate : candidates) {
+                load.accept(candidate, message);
+                if (++done % 1024 == 0) {
+                    load.setProgress(done, double(done) / double(candidates.size()));
+                    if (load.cancelled())
+                        break;
+                }
+            }
+            load.setProgress(done, 1);
+            return true;
+        },
+        [window](bool committed) {
+            if (committed && (window->list().isEmpty() || window->list().size() == window->prev_list_item))
+                window->op().Show_MessageBox(format_skip_exclude_str());
+        },
+        replace);
     clearText();
     endModal(1);
 }

@@ -143,6 +143,16 @@ QStringList fromCsv(const QString& text, int* ignored) {
     return out;
 }
 
+QStringList fromCsvRecords(const QString& text, QChar separator, int* ignored) {
+    QStringList out;
+    int notPhones = 0;
+    for (const QStringList& record : parseCsv(text, separator))
+        takePhoneCells(record, out, notPhones);
+    if (ignored)
+        *ignored = notPhones;
+    return out;
+}
+
 QStringList fromPaste(const QString& text, int* ignored) {
     QStringList out;
     int notPhones = 0;

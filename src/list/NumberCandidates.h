@@ -23,6 +23,10 @@ QChar sniffCsvSeparator(const QString& text);
 // no candidates; ignored, when given, receives their number (blank cells not counted).
 QStringList fromCsv(const QString& text, int* ignored = nullptr);
 
+// The phone-like cells of CSV records with a known separator (what fromCsv does after it
+// has found the separator), for a file read a part at a time.
+QStringList fromCsvRecords(const QString& text, QChar separator, int* ignored = nullptr);
+
 // Pasted blocks: one candidate per line, or, for a line with tabs (a block copied from a
 // spreadsheet), every tab-separated cell that looks like a phone number.
 QStringList fromPaste(const QString& text, int* ignored = nullptr);

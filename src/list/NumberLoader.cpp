@@ -1,10 +1,12 @@
 #include "NumberLoader.h"
 
 #include "BulkSmsWindow.h"
+#include "ListLoad.h"
 #include "LoadCounters.h"
 #include "Load_Num_Info.h"
 #include "Manually_Add_Num.h"
 #include "NumberCandidates.h"
+#include "NumberFileReader.h"
 #include "SpreadsheetLoads.h"
 #include "core/Guard.h"
 #include "core/Log.h"
@@ -18,14 +20,6 @@
 #include <QFile>
 #include <QFileInfo>
 
-namespace {
-// Candidates filtered and inserted per hand-over to the main thread: large enough to keep
-// the hand-over cost small, small enough to keep the interface responsive.
-constexpr qsizetype kBatch = 2000;
-// A file larger than this is not a list of numbers.
-constexpr qint64 kMaxFileSize = qint64(256) * 1024 * 1024;
-} // namespace
-
 NumberLoader& NumberLoader::of(BulkSmsWindow& window) {
     if (auto* loader = window.findChild<NumberLoader*>(QString(), Qt::FindDirectChildrenOnly))
         return *loader;
@@ -33,43 +27,16 @@ NumberLoader& NumberLoader::of(BulkSmsWindow& window) {
 }
 
 NumberLoader::NumberLoader(BulkSmsWindow& window) : QObject(&window), m_window(window) {
-    m_pump.setInterval(1);
-    connect(&m_pump, &QTimer::timeout, this, &NumberLoader::runPendingTask);
+    ListLoad& load = ListLoad::of(window);
+    connect(&load, &ListLoad::runningChanged, this, [this](bool running) {
+        emit loadingChanged(running);
+        emit pleaseWaitChanged(running);
+    });
 }
 
-NumberLoader::~NumberLoader() {
-    m_stopping = true;
-    // The loading thread may be waiting for the main thread (this one): serve it until it ends.
-    while (m_loading) {
-        runPendingTask();
-        std::this_thread::yield();
-    }
-    m_thread.join();
-}
+NumberLoader::~NumberLoader() = default;
 
-void NumberLoader::runOnMain(const std::function<void()>& fn) {
-    if (MainThread::isCurrent()) {
-        fn();
-        return;
-    }
-    std::unique_lock lock(m_taskMutex);
-    m_task = &fn;
-    m_taskDone.wait(lock, [this] { return m_task == nullptr; });
-}
-
-void NumberLoader::runPendingTask() {
-    std::unique_lock lock(m_taskMutex);
-    if (m_task == nullptr || m_taskRunning)
-        return; // nothing waiting, or a message box of the task is spinning the event loop
-    m_taskRunning = true;
-    const std::function<void()>* task = m_task;
-    lock.unlock();
-    (*task)();
-    lock.lock();
-    m_taskRunning = false;
-    m_task = nullptr;
-    m_taskDone.notify_all();
-}
+bool NumberLoader::isLoading() const { return ListLoad::of(m_window).isRunning(); }
 
 QStringList NumberLoader::fileExtensions() {
     return {QStringLiteral("txt"), QStringLiteral("TXT"), QStringLiteral("rtf"),  QStringLiteral("RTF"),
@@ -86,20 +53,18 @@ bool NumberLoader::beginBulkLoad() {
     if (m_window.Add_Number_In_List_First())
         return false;
     m_window.setNumberField(QString());
+    m_window.replaceListOnNextLoad = false;
     if (m_window.list().isEmpty())
         return true;
     Load_Num_Info question;
     const int code = m_window.op().runModal(question);
-    if (code == 1) {
-        m_window.list().clear();
-        m_window.setSelectedRows({});
-        return true;
-    }
-    return code == 0;
+    // Yes replaces the list, but only once the load is done: a cancelled load keeps it.
+    m_window.replaceListOnNextLoad = code == 1;
+    return code == 1 || code == 0;
 }
 
 void NumberLoader::Load_Number() {
-    if (m_loading)
+    if (isLoading())
         return;
     if (!beginBulkLoad())
         return;
@@ -116,107 +81,67 @@ void NumberLoader::Load_Number() {
         loads->openColumnImport(path, m_window.kind() == MainWindowController::Kind::Android
                                           ? QStringLiteral("AND")
                                           : QStringLiteral("GSM"));
+        m_window.replaceListOnNextLoad = false;
         m_window.Update_List_Count();
         return;
     }
-    startFileLoad(path);
-}
-
-void NumberLoader::startFileLoad(const QString& path) {
-    setLoading(true);
-    m_pump.start();
-    m_thread.start([this, path](std::stop_token) {
-        Load_Num_Func(path);
-        runOnMain([this] {
-            m_pump.stop();
-            setLoading(false);
-        });
-    });
-}
-
-void NumberLoader::setLoading(bool loading) {
-    if (m_loading.exchange(loading) != loading)
-        emit loadingChanged(loading);
-}
-
-void NumberLoader::setPleaseWait(bool visible) {
-    runOnMain([this, visible] {
-        if (m_pleaseWait.exchange(visible) != visible)
-            emit pleaseWaitChanged(visible);
-    });
+    Load_Num_Func(path);
 }
 
 void NumberLoader::Load_Num_Func(const QString& path) {
-    const bool loaded = Guard::run("NumberLoader::Load_Num_Func", [&] {
-        QString message;
-        runOnMain([&] {
-            m_window.prev_list_item = m_window.list().size();
-            assign_format_skip_exclude_var();
-            message = m_window.composerText().left(kMaxMessageLength);
-        });
-        setPleaseWait(true);
-
-        const QString extension = QFileInfo(path).suffix().toUpper();
-        QFile file(path);
-        QString text;
-        bool readable = file.open(QIODevice::ReadOnly) && file.size() <= kMaxFileSize;
-        if (readable) {
-            const QByteArray bytes = file.readAll();
-            if (extension == QLatin1String("RTF"))
-                text = RtfConverter::toPlainText(bytes);
-            else
-                readable = TextFileDecoder::decode(bytes, text);
-        }
-        if (!readable || text.isEmpty()) {
-            setPleaseWait(false);
-            runOnMain([this] { m_window.op().Show_MessageBox(corruptedFileMessage()); });
-            return;
-        }
-
-        int ignored = 0;
-        const QStringList candidates = extension == QLatin1String("CSV")
-                                           ? NumberCandidates::fromCsv(text, &ignored)
-                                           : NumberCandidates::fromTextLines(text);
-        ignoredCells += ignored;
-        for (qsizetype first = 0; first < candidates.size() && !m_stopping; first += kBatch) {
-            const QStringList batch = candidates.mid(first, kBatch);
-            runOnMain([&] { insertCandidates(batch, message); });
-        }
-        setPleaseWait(false);
-        reportIfNothingAdded();
-    });
-    if (!loaded) {
-        Show_NSLog_Message(QStringLiteral("Loading numbers from %1 failed").arg(path));
-        setPleaseWait(false);
-    }
-}
-
-void NumberLoader::insertCandidates(const QStringList& candidates, const QString& message) {
-    for (const QString& candidate : candidates) {
-        const QString number = m_window.Num_Able_To_insert(candidate);
-        if (!number.isEmpty())
-            m_window.Create_Num_Msg_List(number, message);
-    }
+    const bool replace = std::exchange(m_window.replaceListOnNextLoad, false);
+    m_window.prev_list_item = replace ? 0 : m_window.list().size();
+    assign_format_skip_exclude_var();
+    const QString message = m_window.composerText().left(kMaxMessageLength);
+    // What the loading thread found out, read on the main thread once it is done.
+    auto failure = std::make_shared<QString>();
+    ListLoad::of(m_window).start(
+        [path, message, failure](ListLoad& load) {
+            NumberFileReader reader;
+            const bool opened = reader.open(path, *failure);
+            QStringList batch;
+            qint64 read = 0;
+            for (bool more = opened; more && !load.cancelled();) {
+                more = reader.next(batch);
+                for (const QString& candidate : std::as_const(batch))
+                    load.accept(candidate, message);
+                read += batch.size();
+                load.setProgress(read, reader.fraction());
+                batch.clear();
+            }
+            ignoredCells += reader.ignoredCells();
+            if (load.cancelled() || (opened && !reader.failed() && reader.hadText()))
+                return true;
+            if (failure->isEmpty())
+                *failure = corruptedFileMessage();
+            Show_NSLog_Message(QStringLiteral("Loading numbers from %1 failed").arg(path));
+            return false;
+        },
+        [this, failure](bool committed) {
+            if (!failure->isEmpty())
+                m_window.op().Show_MessageBox(*failure);
+            else if (committed)
+                reportIfNothingAdded();
+        },
+        replace);
 }
 
 void NumberLoader::reportIfNothingAdded() {
-    runOnMain([this] {
-        if (!m_stopping && (m_window.list().isEmpty() || m_window.list().size() == m_window.prev_list_item))
-            m_window.op().Show_MessageBox(format_skip_exclude_str());
-    });
+    if (m_window.list().isEmpty() || m_window.list().size() == m_window.prev_list_item)
+        m_window.op().Show_MessageBox(format_skip_exclude_str());
 }
 
 void NumberLoader::Manually_Add_Btn() {
-    if (!beginBulkLoad())
+    if (isLoading() || !beginBulkLoad())
         return;
-    m_window.prev_list_item = m_window.list().size();
+    m_window.prev_list_item = m_window.replaceListOnNextLoad ? 0 : m_window.list().size();
     Manually_Add_Num dialog(m_window);
-    if (m_window.op().runModal(dialog) == 1)
-        reportIfNothingAdded();
+    m_window.op().runModal(dialog); // the load it starts reports when it is done
+    m_window.replaceListOnNextLoad = false;
 }
 
 void NumberLoader::Excel_Msg_Load_Btn() {
-    if (!beginBulkLoad())
+    if (isLoading() || !beginBulkLoad())
         return;
     SpreadsheetLoads* loads = SpreadsheetLoads::installed();
     if (loads == nullptr) {
@@ -224,6 +149,7 @@ void NumberLoader::Excel_Msg_Load_Btn() {
         return;
     }
     loads->openDynamicMessages();
+    m_window.replaceListOnNextLoad = false;
     m_window.Update_List_Count();
 }
 

@@ -5,14 +5,6 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
-#include <QTimer>
-
-#include "core/WorkerThread.h"
-
-#include <atomic>
-#include <condition_variable>
-#include <functional>
-#include <mutex>
 
 class BulkSmsWindow;
 
@@ -27,14 +19,16 @@ public:
     void Manually_Add_Btn();
     void Excel_Msg_Load_Btn();
 
-    // Loads one text, RTF or CSV file into the list; runs on the loading thread (any thread
-    // works: every change of the list happens on the main thread).
+    // Loads one text, RTF or CSV file into the list on the loading thread (ListLoad): the
+    // file is read as a stream and the accepted numbers go in when it is done, unless the
+    // load is cancelled.
     void Load_Num_Func(const QString& path);
 
-    // True from the start of a file load to its end; the Send button is disabled meanwhile.
-    bool isLoading() const { return m_loading; }
+    // True from the start of a load into the list to its end; the Send button and every
+    // control that changes the list are disabled meanwhile.
+    bool isLoading() const;
     // Shown while a load runs.
-    bool pleaseWaitVisible() const { return m_pleaseWait; }
+    bool pleaseWaitVisible() const { return isLoading(); }
 
     static QStringList fileExtensions();
     static QString corruptedFileMessage();
@@ -47,25 +41,8 @@ private:
     explicit NumberLoader(BulkSmsWindow& window);
     // The number field check and the keep-or-replace question; false stops the load.
     bool beginBulkLoad();
-    void startFileLoad(const QString& path);
-    void setPleaseWait(bool visible);
-    void setLoading(bool loading);
-    // Runs fn on the main thread while the calling thread waits. The hand-over is a mutex and
-    // a timer of the main thread, so every step is visible to the thread sanitizer.
-    void runOnMain(const std::function<void()>& fn);
-    void runPendingTask();
-    void insertCandidates(const QStringList& candidates, const QString& message);
     // After a load: the summary when nothing was added.
     void reportIfNothingAdded();
 
     BulkSmsWindow& m_window;
-    WorkerThread m_thread{QStringLiteral("Load_NUM_Thread")};
-    QTimer m_pump; // main thread: runs the loading thread's pending task
-    std::mutex m_taskMutex;
-    std::condition_variable m_taskDone;
-    const std::function<void()>* m_task = nullptr;
-    bool m_taskRunning = false;
-    std::atomic<bool> m_loading{false};
-    std::atomic<bool> m_pleaseWait{false};
-    std::atomic<bool> m_stopping{false};
 };

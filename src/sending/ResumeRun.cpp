@@ -17,6 +17,7 @@ ResumePlan planResume(const RunJournal::Unfinished& unfinished, bool resendUnkno
 
 void applyResume(Gsm_Bulk_Sms_Wnd& window, const ResumePlan& plan) {
     // New rows go to the top: the last first keeps the run's order.
+    BulkSmsWindow::BatchInsert batch(window);
     for (auto it = plan.toSend.crbegin(); it != plan.toSend.crend(); ++it)
         window.Create_Num_Msg_List(it->number, it->message);
     window.prev_composer_msg = window.composerText(); // every row has its message already

@@ -1,5 +1,6 @@
 #include "SSZipArchive.h"
 
+#include "ZipInflateBudget.h"
 #include "core/Log.h"
 
 #include <QDir>
@@ -69,40 +70,10 @@ void setModificationTime(const QString& path, const tm_unz& date) {
     ::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, AT_SYMLINK_NOFOLLOW);
 }
 
-// Bytes inflated so far, checked against the caps after every chunk. The tally carries the
-// archive's total across entries and across separate extractions.
-class InflateBudget {
-public:
-    InflateBudget(const SSZipLimits& limits, SSZipTally& tally, qint64 archiveBytes)
-        : m_limits(limits), m_tally(tally), m_archive(std::max<qint64>(archiveBytes, 1)) {}
-    void startEntry(qint64 compressedSize) {
-        m_entry = 0;
-        m_compressed = std::max<qint64>(compressedSize, 1);
-    }
-    // False when the chunk just read breaks a cap.
-    bool add(qint64 bytes) {
-        m_entry += bytes;
-        m_tally.inflated += bytes;
-        const qint64 total = m_tally.inflated;
-        if (m_entry > m_limits.maxEntryBytes || total > m_limits.maxTotalBytes)
-            return false;
-        if (total > m_limits.ratioCheckFromBytes && total / m_archive > m_limits.maxTotalRatio)
-            return false;
-        return m_entry <= m_limits.ratioCheckFromBytes || m_entry / m_compressed <= m_limits.maxRatio;
-    }
-
-private:
-    SSZipLimits m_limits;
-    SSZipTally& m_tally;
-    qint64 m_archive;
-    qint64 m_entry = 0;
-    qint64 m_compressed = 1;
-};
-
 enum class CopyOutcome { Written, NotWritten, ReadFailed, OverBudget };
 
 // Streams the open entry into target. The target is never followed through a symbolic link.
-CopyOutcome copyEntryTo(unzFile zip, const QString& target, InflateBudget& budget) {
+CopyOutcome copyEntryTo(unzFile zip, const QString& target, ZipInflateBudget& budget) {
     const int fd = ::open(QFile::encodeName(target).constData(),
                           O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0644);
     if (fd < 0)
@@ -174,7 +145,7 @@ bool SSZipArchive::unzipFileAtPath(const QString& path, const QString& toDestina
     }
 
     SSZipTally tally;
-    InflateBudget budget(limits(), tally, QFileInfo(path).size());
+    ZipInflateBudget budget(limits(), tally, QFileInfo(path).size());
     const QByteArray passwordBytes = password.toLatin1();
     bool success = true;
     do {
@@ -295,7 +266,7 @@ bool SSZipArchive::unzipEntryAtPath(const QString& path, const QString& entryNam
         return false;
     }
     QDir().mkpath(QFileInfo(toFile).path());
-    InflateBudget budget(limits(), tally, QFileInfo(path).size());
+    ZipInflateBudget budget(limits(), tally, QFileInfo(path).size());
     budget.startEntry(qint64(info.compressed_size));
     const CopyOutcome outcome = copyEntryTo(zip, toFile, budget);
     // A damaged entry also shows as a checksum failure when it is closed.

@@ -1,46 +1,41 @@
 #include "SheetRowStream.h"
 
+#include "ZipXmlReader.h"
 #include "core/Log.h"
 
-#include <QFile>
-#include <QFileInfo>
-
-#include <libxml/xmlreader.h>
-
 #include <cstring>
-#include <memory>
 
 namespace {
-
-constexpr int kParseOptions = XML_PARSE_RECOVER | XML_PARSE_NONET | XML_PARSE_NOBLANKS | XML_PARSE_COMPACT;
 
 bool named(const xmlChar* name, const char* expected) {
     return name && std::strcmp(reinterpret_cast<const char*>(name), expected) == 0;
 }
 
-// Keeps the first error the parser reports instead of letting it print.
-void recordError(void* context, xmlErrorPtr error) {
-    auto* first = static_cast<QString*>(context);
-    if (first->isEmpty() && error && error->level >= XML_ERR_ERROR && error->message)
-        *first = QString::fromUtf8(error->message).trimmed();
+void collectMerges(xmlTextReaderPtr r, QStringList& mergedRanges) {
+    const xmlNode* merges = xmlTextReaderExpand(r);
+    for (const xmlNode* m = merges ? merges->children : nullptr; m; m = m->next) {
+        if (m->type != XML_ELEMENT_NODE || !named(m->name, "mergeCell"))
+            continue;
+        xmlChar* ref = xmlGetProp(m, reinterpret_cast<const xmlChar*>("ref"));
+        if (ref)
+            mergedRanges.append(QString::fromUtf8(reinterpret_cast<const char*>(ref)));
+        xmlFree(ref);
+    }
 }
 
 } // namespace
 
-bool SheetRowStream::read(const QString& location, const RowVisitor& visitor,
-                          std::optional<QString>* dimensionRef, QStringList* mergedRanges) {
-    if (!QFileInfo(location).isFile()) {
-        Show_NSLog_Message(QStringLiteral("Error: missing part %1").arg(location));
+bool SheetRowStream::read(ZipEntryStream& input, const QString& partName, const RowVisitor& visitor,
+                          QString* failure, QStringList* mergedRanges) {
+    ZipXmlReader reader(input);
+    const auto fail = [&](const QString& reason) {
+        Show_NSLog_Message(QStringLiteral("Error: %1 (%2)").arg(reason, partName));
+        if (failure)
+            *failure = reason;
         return false;
-    }
-    QString firstError;
-    std::unique_ptr<xmlTextReader, decltype(&xmlFreeTextReader)> reader(
-        xmlReaderForFile(QFile::encodeName(location).constData(), nullptr, kParseOptions), xmlFreeTextReader);
-    if (!reader) {
-        Show_NSLog_Message(QStringLiteral("Error: cannot open %1").arg(location));
-        return false;
-    }
-    xmlTextReaderSetStructuredErrorHandler(reader.get(), recordError, &firstError);
+    };
+    if (!reader.isValid())
+        return fail(reader.failure().isEmpty() ? QStringLiteral("cannot open the part") : reader.failure());
 
     xmlTextReaderPtr r = reader.get();
     bool isWorksheet = false, inSheetData = false, sheetDataDone = false, anyNode = false;
@@ -54,20 +49,8 @@ bool SheetRowStream::read(const QString& location, const RowVisitor& visitor,
             if (depth == 0) {
                 isWorksheet = named(name, "worksheet");
             } else if (depth == 1) {
-                if (dimensionRef && !dimensionRef->has_value() && named(name, "dimension")) {
-                    xmlChar* ref = xmlTextReaderGetAttribute(r, reinterpret_cast<const xmlChar*>("ref"));
-                    *dimensionRef = ref ? QString::fromUtf8(reinterpret_cast<const char*>(ref)) : QString();
-                    xmlFree(ref);
-                } else if (mergedRanges && isWorksheet && named(name, "mergeCells")) {
-                    const xmlNode* merges = xmlTextReaderExpand(r);
-                    for (const xmlNode* m = merges ? merges->children : nullptr; m; m = m->next) {
-                        if (m->type != XML_ELEMENT_NODE || !named(m->name, "mergeCell"))
-                            continue;
-                        xmlChar* ref = xmlGetProp(m, reinterpret_cast<const xmlChar*>("ref"));
-                        if (ref)
-                            mergedRanges->append(QString::fromUtf8(reinterpret_cast<const char*>(ref)));
-                        xmlFree(ref);
-                    }
+                if (mergedRanges && isWorksheet && named(name, "mergeCells")) {
+                    collectMerges(r, *mergedRanges);
                 } else if (isWorksheet && !sheetDataDone && named(name, "sheetData")) {
                     inSheetData = !xmlTextReaderIsEmptyElement(r);
                     sheetDataDone = !inSheetData;
@@ -78,6 +61,8 @@ bool SheetRowStream::read(const QString& location, const RowVisitor& visitor,
                 continue;
             } else if (depth == 2 && inSheetData && named(name, "row")) {
                 const xmlNode* row = xmlTextReaderExpand(r);
+                if (input.failed())
+                    break;
                 if (row && !visitor(row))
                     return true;
                 status = xmlTextReaderNext(r);
@@ -92,11 +77,18 @@ bool SheetRowStream::read(const QString& location, const RowVisitor& visitor,
         }
         status = xmlTextReaderRead(r);
     }
+    // Whatever follows the markup is read too, so that a damaged entry shows by its checksum.
+    char rest[4096];
+    while (!input.failed() && input.read(rest, sizeof rest) > 0) {
+    }
+    // An entry that broke off (damaged, over its budget) is no sheet: nothing of it counts.
+    if (input.failed())
+        return fail(input.error().description);
     if (status < 0 || !anyNode) {
-        Show_NSLog_Message(
-            QStringLiteral("Error: %1 (%2)")
-                .arg(firstError.isEmpty() ? QStringLiteral("cannot parse") : firstError, location));
-        return anyNode;
+        const QString reason = reader.failure().isEmpty() ? QStringLiteral("cannot parse") : reader.failure();
+        if (!anyNode)
+            return fail(reason);
+        Show_NSLog_Message(QStringLiteral("Error: %1 (%2)").arg(reason, partName));
     }
     return true;
 }

@@ -12,6 +12,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QScopeGuard>
 
 #include <libxml/parser.h>
 
@@ -19,6 +20,7 @@
 #include <memory>
 
 void (*SpreadsheetWriter::writeFailureBeep)() = nullptr;
+std::atomic<bool> SpreadsheetWriter::s_streaming{false};
 
 namespace {
 
@@ -71,17 +73,17 @@ bool SpreadsheetWriter::clearWorkingFolder() const {
     return ok;
 }
 
-QString SpreadsheetWriter::sheetPartLocation(int sheetNumber) {
+std::unique_ptr<ZipEntryStream> SpreadsheetWriter::openSheet(int sheetNumber, bool forScan) {
     if (!m_prepared) {
         if (readFailure.isEmpty())
             readFailure = XlsxPackage::notAWorkbookMessage();
-        return {};
+        return nullptr;
     }
     QString failure;
-    QString location = m_package.sheetFile(sheetNumber, failure);
-    if (location.isEmpty())
+    std::unique_ptr<ZipEntryStream> sheet = m_package.openSheet(sheetNumber, failure, forScan);
+    if (!sheet)
         readFailure = failure;
-    return location;
+    return sheet;
 }
 
 // ---- reading ----
@@ -89,7 +91,12 @@ QString SpreadsheetWriter::sheetPartLocation(int sheetNumber) {
 SpreadsheetData SpreadsheetWriter::ReadWorkbook(const QString& location, bool only_col) {
     if (!only_col) {
         SpreadsheetWriter& self = shared();
-        return self.ReadData(self.sheetPartLocation(Excel_Sheet_Number));
+        return self.ReadData(Excel_Sheet_Number);
+    }
+    if (s_streaming) { // a load is reading the prepared workbook on its thread
+        Show_NSLog_Message(
+            QStringLiteral("Error: a workbook is being read; %1 is not opened now").arg(location));
+        return {};
     }
     Excel_Sheet_Columns = 1;
     SpreadsheetWriter& self = shared();
@@ -109,9 +116,18 @@ SpreadsheetData SpreadsheetWriter::ReadWorkbook(const QString& location, bool on
         Show_NSLog_Message(QStringLiteral("Error: %1 (%2)").arg(self.readFailure, location));
         return self.data;
     }
+    // The shared strings are read once, here, as they inflate; every later read uses them.
+    if (std::unique_ptr<ZipEntryStream> strings = self.m_package.openSharedStrings()) {
+        self.sharedStrings = readSharedStrings(*strings);
+        if (strings->failed()) {
+            self.sharedStrings.clear();
+            self.readFailure =
+                XlsxPackage::failureMessage(strings->error(), QStringLiteral("shared strings"));
+            Show_NSLog_Message(QStringLiteral("Error: %1 (%2)").arg(self.readFailure, location));
+            return self.data;
+        }
+    }
     self.m_prepared = true;
-    if (!self.m_package.sharedStringsFile().isEmpty())
-        self.sharedStrings = readSharedStrings(self.m_package.sharedStringsFile());
     if (!self.m_package.stylesFile().isEmpty())
         readStyles(self.m_package.stylesFile(), self.Styles, self.Styles_Fmt_Code);
     self.date1904 = readsDates1904(self.m_package.workbookFile());
@@ -126,28 +142,89 @@ QStringList SpreadsheetWriter::Read_Sheet_Name() {
 SpreadsheetData SpreadsheetWriter::ReadData_only_column() {
     SpreadsheetWriter& self = shared();
     self.data.clear();
-    const QString location = self.sheetPartLocation(Excel_Sheet_Number);
-    if (location.isEmpty())
+    std::unique_ptr<ZipEntryStream> sheet = self.openSheet(Excel_Sheet_Number);
+    if (!sheet)
         return self.data;
-    const XlsxSheetReader reader({self.sharedStrings, self.Styles, self.Styles_Fmt_Code, self.date1904});
-    self.data = reader.readHeader(location, Excel_Sheet_Columns);
+    const XlsxSheetReader reader(self.tables());
+    self.data =
+        reader.readHeader(*sheet, self.m_package.sheetPartName(Excel_Sheet_Number), Excel_Sheet_Columns);
+    if (sheet->failed())
+        self.readFailure =
+            XlsxPackage::failureMessage(sheet->error(), self.m_package.sheetPartName(Excel_Sheet_Number));
     return self.data;
 }
 
-SpreadsheetData SpreadsheetWriter::ReadData(const QString& location) {
+SpreadsheetData SpreadsheetWriter::ReadData(int sheetNumber) {
     data.clear();
-    if (location.isEmpty())
+    std::unique_ptr<ZipEntryStream> sheet = openSheet(sheetNumber);
+    if (!sheet)
         return data;
-    const XlsxSheetReader reader({sharedStrings, Styles, Styles_Fmt_Code, date1904});
+    const XlsxSheetReader reader(tables());
     QString failure;
-    data = reader.readAll(location, Excel_Sheet_Columns, &failure);
+    data = reader.readAll(*sheet, m_package.sheetPartName(sheetNumber), Excel_Sheet_Columns, &failure);
     if (!failure.isEmpty())
-        readFailure = QStringLiteral("The sheet could not be read: %1.").arg(failure);
+        readFailure = sheet->failed()
+                          ? XlsxPackage::failureMessage(sheet->error(), m_package.sheetPartName(sheetNumber))
+                          : QStringLiteral("The sheet could not be read: %1.").arg(failure);
     return data;
 }
 
+bool SpreadsheetWriter::ReadRows(const RowSink& sink) {
+    SpreadsheetWriter& self = shared();
+    s_streaming = true;
+    const auto done = qScopeGuard([] { s_streaming = false; });
+    const int number = Excel_Sheet_Number;
+    const QString part = self.m_package.sheetPartName(number);
+    QStringList merged;
+    {
+        // Merged blocks are listed after the rows; a scan of the bytes alone finds them first.
+        std::unique_ptr<ZipEntryStream> scan = self.openSheet(number, true);
+        if (!scan)
+            return false;
+        merged = XlsxSheetReader::scanMergedRanges(*scan);
+        if (scan->failed()) { // a bomb or a damaged entry fails before any row is handed over
+            self.readFailure = XlsxPackage::failureMessage(scan->error(), part);
+            return false;
+        }
+    }
+    std::unique_ptr<ZipEntryStream> sheet = self.openSheet(number);
+    if (!sheet)
+        return false;
+    // The read keeps its own (shared, copy-on-write) tables: an export on the main thread
+    // may rebuild the object's meanwhile.
+    const QStringList strings = self.sharedStrings;
+    const QStringList styles = self.Styles;
+    const QList<QPair<QString, QString>> formatCodes = self.Styles_Fmt_Code;
+    const XlsxSheetReader reader({strings, styles, formatCodes, self.date1904});
+    QString failure;
+    self.m_reading = sheet.get();
+    const bool ok = reader.readRows(*sheet, part, Excel_Sheet_Columns, merged, sink, &failure);
+    self.m_reading = nullptr;
+    if (!ok)
+        self.readFailure = sheet->failed() ? XlsxPackage::failureMessage(sheet->error(), part)
+                                           : QStringLiteral("The sheet could not be read: %1.").arg(failure);
+    return ok;
+}
+
+double SpreadsheetWriter::readFraction() {
+    const ZipEntryStream* sheet = shared().m_reading;
+    if (!sheet || sheet->declaredSize() <= 0)
+        return 0;
+    return std::clamp(double(sheet->inflatedBytes()) / double(sheet->declaredSize()), 0.0, 1.0);
+}
+
+void SpreadsheetWriter::releaseWorkbook() {
+    SpreadsheetWriter& self = shared();
+    self.sharedStrings = QStringList();
+    self.Styles = QStringList();
+    self.Styles_Fmt_Code.clear();
+    self.data = SpreadsheetData();
+    self.m_prepared = false;
+    self.clearWorkingFolder();
+}
+
 QString SpreadsheetWriter::Get_Date_Time_Format_String(int numFmtId) const {
-    const XlsxSheetReader reader({sharedStrings, Styles, Styles_Fmt_Code, date1904});
+    const XlsxSheetReader reader(tables());
     return reader.datePatternFor(numFmtId);
 }
 
@@ -190,6 +267,11 @@ bool SpreadsheetWriter::WriteSharedStringsXML(const QString& location) {
 bool SpreadsheetWriter::WriteWorkbook(const QString& location, const SpreadsheetData& withData,
                                       bool hasTitleRow) {
     Q_UNUSED(hasTitleRow)
+    if (s_streaming) { // a load is reading a workbook on its thread through the same object
+        Show_NSLog_Message(
+            QStringLiteral("Error: a workbook is being read; %1 is not written now").arg(location));
+        return false;
+    }
     SpreadsheetWriter& self = shared();
     self.data = withData;
     self.m_prepared = false; // the working folder is about to hold the export, not a workbook read

@@ -15,12 +15,15 @@
 #include "SheetState.h"
 #include "SpreadsheetData.h"
 #include "XlsxPackage.h"
+#include "XlsxSheetReader.h"
 
 #include <QList>
 #include <QPair>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
+
+#include <atomic>
 
 class SpreadsheetWriter {
 public:
@@ -32,6 +35,21 @@ public:
     static QStringList Read_Sheet_Name();
     static SpreadsheetData ReadData_only_column();
     static SpreadsheetData ReadODS(const QString& location);
+
+    // The full read in one streaming pass: each row of sheet Excel_Sheet_Number goes to sink
+    // as it is read (at least Excel_Sheet_Columns strings; return false to stop) and is gone
+    // once sink returns, so memory never grows with the sheet. False, with readFailure set,
+    // when the sheet cannot be read or breaks off midway.
+    using RowSink = XlsxSheetReader::RowSink;
+    static bool ReadRows(const RowSink& sink);
+    // True while ReadRows streams a sheet, which a load does on its own thread: the shared
+    // object is then neither prepared again nor written through (both refuse and log).
+    static bool isStreaming() { return s_streaming; }
+    // How far the running ReadRows has come through its sheet, 0 to 1; call it from sink.
+    static double readFraction();
+    // Drops what a prepared workbook keeps (shared strings, formats, rows read) once the
+    // windows are done with it; the next read needs a new preparation.
+    static void releaseWorkbook();
     static SpreadsheetData ReadWorksheetXML2004(const QString& location);
 
     // ---- writing ----
@@ -39,8 +57,8 @@ public:
     static bool WriteWorkbook(const QString& location, const SpreadsheetData& withData, bool hasTitleRow);
     static QString ColumnIndexToName(int column);
 
-    // Full read of one worksheet part into `data`.
-    SpreadsheetData ReadData(const QString& location);
+    // Full read of one sheet (1-based) into `data`.
+    SpreadsheetData ReadData(int sheetNumber);
     // The two generated parts of a written workbook; the worksheet collects sharedStrings.
     bool WriteWorksheetData(const QString& location);
     bool WriteSharedStringsXML(const QString& location);
@@ -67,11 +85,15 @@ public:
 private:
     SpreadsheetWriter();
     bool clearWorkingFolder() const;
-    // The inflated part of the sheet; "" with readFailure set when it cannot be had.
-    QString sheetPartLocation(int sheetNumber);
+    // The sheet's part, ready to read as it inflates; null with readFailure set when it
+    // cannot be had.
+    std::unique_ptr<ZipEntryStream> openSheet(int sheetNumber, bool forScan = false);
+    XlsxWorkbookTables tables() const { return {sharedStrings, Styles, Styles_Fmt_Code, date1904}; }
     void readWorkbookProperties();
 
     QTemporaryDir m_workDir;
     XlsxPackage m_package;
     bool m_prepared = false;
+    const ZipEntryStream* m_reading = nullptr; // the sheet ReadRows is streaming
+    static std::atomic<bool> s_streaming;
 };

@@ -45,6 +45,14 @@ QString XlsxPackage::notAWorkbookMessage() {
     return QStringLiteral("This file is not a workbook (or it is damaged or password-protected).");
 }
 
+QString XlsxPackage::failureMessage(const SSZipError& error, const QString& entry) {
+    return error.code == SSZipArchive::SizeLimitExceeded
+               ? QStringLiteral("This workbook unpacks to far more data than its size allows (part %1), "
+                                "so it is not read.")
+                     .arg(entry)
+               : notAWorkbookMessage();
+}
+
 QString XlsxPackage::entryFor(const QString& partName) const {
     // Part names are case-insensitive in a package.
     return m_entries.value(partName.toLower());
@@ -61,12 +69,7 @@ QString XlsxPackage::inflate(const QString& partName, QString& failure) {
     QString local = m_workDir + QStringLiteral("/part%1.xml").arg(m_inflated.size() + 1);
     SSZipError error;
     if (!SSZipArchive::unzipEntryAtPath(m_archive, entry, local, m_tally, &error)) {
-        failure =
-            error.code == SSZipArchive::SizeLimitExceeded
-                ? QStringLiteral("This workbook unpacks to far more data than its size allows (part %1), "
-                                 "so it is not read.")
-                      .arg(entry)
-                : notAWorkbookMessage();
+        failure = failureMessage(error, entry);
         return {};
     }
     m_inflated.insert(entry, local);
@@ -105,7 +108,7 @@ bool XlsxPackage::open(const QString& archive, const QString& workDir, QString& 
     m_inflated.clear();
     m_workbookPart.clear();
     m_workbookFile.clear();
-    m_sharedStringsFile.clear();
+    m_sharedStringsPart.clear();
     m_stylesFile.clear();
     m_sheetNames.clear();
     m_sheetParts.clear();
@@ -145,9 +148,7 @@ bool XlsxPackage::open(const QString& archive, const QString& workDir, QString& 
     styles.append(folder + QStringLiteral("styles.xml"));
     for (const QString& part : sharedStrings) {
         if (!entryFor(part).isEmpty()) {
-            m_sharedStringsFile = inflate(part, failure);
-            if (m_sharedStringsFile.isEmpty())
-                return false;
+            m_sharedStringsPart = entryFor(part);
             break;
         }
     }
@@ -174,11 +175,31 @@ bool XlsxPackage::open(const QString& archive, const QString& workDir, QString& 
     return true;
 }
 
-QString XlsxPackage::sheetFile(int sheetNumber, QString& failure) {
-    failure.clear();
-    if (sheetNumber < 1 || sheetNumber > m_sheetParts.size() || m_sheetParts.at(sheetNumber - 1).isEmpty()) {
-        failure = QStringLiteral("The workbook has no data for this sheet.");
+QString XlsxPackage::sheetPartName(int sheetNumber) const {
+    if (sheetNumber < 1 || sheetNumber > m_sheetParts.size())
         return {};
+    return m_sheetParts.at(sheetNumber - 1);
+}
+
+std::unique_ptr<ZipEntryStream> XlsxPackage::openSharedStrings() {
+    if (m_sharedStringsPart.isEmpty())
+        return nullptr;
+    return std::make_unique<ZipEntryStream>(m_archive, m_sharedStringsPart, m_tally);
+}
+
+std::unique_ptr<ZipEntryStream> XlsxPackage::openSheet(int sheetNumber, QString& failure, bool forScan) {
+    failure.clear();
+    const QString part = sheetPartName(sheetNumber);
+    if (part.isEmpty()) {
+        failure = QStringLiteral("The workbook has no data for this sheet.");
+        return nullptr;
     }
-    return inflate(m_sheetParts.at(sheetNumber - 1), failure);
+    m_scanTally = m_tally;
+    auto stream =
+        std::make_unique<ZipEntryStream>(m_archive, entryFor(part), forScan ? m_scanTally : m_tally);
+    if (!stream->isOpen()) {
+        failure = notAWorkbookMessage();
+        return nullptr;
+    }
+    return stream;
 }

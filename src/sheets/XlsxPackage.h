@@ -1,19 +1,25 @@
 #pragma once
 // An XLSX package as the reader uses it: the workbook part found through the package's
 // relationships, each sheet's part found through the workbook's relationships (the part's
-// file name is only a fallback when those are missing), and only the parts that are read
-// inflated, each into a private file of the working folder, under one inflate budget for
-// the whole workbook.
+// file name is only a fallback when those are missing). The small workbook-wide parts are
+// inflated, each into a private file of the working folder; the shared strings and the
+// sheets, which grow with the data, are read as they inflate and never land on disk. One
+// inflate budget covers the whole workbook.
 #include "SSZipArchive.h"
+#include "ZipEntryStream.h"
 
 #include <QHash>
 #include <QString>
 #include <QStringList>
 
+#include <memory>
+
 class XlsxPackage {
 public:
     // What the operator is told when the file cannot be opened as a workbook at all.
     static QString notAWorkbookMessage();
+    // What the operator is told when a part of the workbook breaks off while it inflates.
+    static QString failureMessage(const SSZipError& error, const QString& entry);
 
     // Lists the archive and inflates the workbook part, its relationships, the shared strings
     // and the styles into workDir (which must be empty). False with a reason to show when the
@@ -21,13 +27,17 @@ public:
     bool open(const QString& archive, const QString& workDir, QString& failure);
 
     QString workbookFile() const { return m_workbookFile; }
-    QString sharedStringsFile() const { return m_sharedStringsFile; } // "" when the package has none
-    QString stylesFile() const { return m_stylesFile; }               // "" when the package has none
+    // The shared strings, read as they inflate; null when the package has none.
+    std::unique_ptr<ZipEntryStream> openSharedStrings();
+    QString stylesFile() const { return m_stylesFile; } // "" when the package has none
     QStringList sheetNames() const { return m_sheetNames; }
 
-    // The inflated part of sheet number (1-based), inflated on first use; "" with a reason
-    // to show when there is no such sheet or its part cannot be read.
-    QString sheetFile(int sheetNumber, QString& failure);
+    // The part of sheet number (1-based), ready to read as it inflates; null with a reason
+    // to show when there is no such sheet or its entry cannot be opened.
+    // A scan inflates the bytes a read will count again: it is held to the same caps
+    // without adding to the workbook's tally.
+    std::unique_ptr<ZipEntryStream> openSheet(int sheetNumber, QString& failure, bool forScan = false);
+    QString sheetPartName(int sheetNumber) const;
 
     // The part (package name) of each sheet, in workbook order; "" for a sheet without one.
     QStringList sheetParts() const { return m_sheetParts; }
@@ -45,9 +55,10 @@ private:
     QHash<QString, QString> m_entries;  // lower-case part name -> entry name in the archive
     QHash<QString, QString> m_inflated; // entry name -> local file
     SSZipTally m_tally;
+    SSZipTally m_scanTally;
     QString m_workbookPart;
     QString m_workbookFile;
-    QString m_sharedStringsFile;
+    QString m_sharedStringsPart; // entry name, "" when none
     QString m_stylesFile;
     QStringList m_sheetNames;
     QStringList m_sheetParts;

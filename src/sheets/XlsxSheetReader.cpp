@@ -6,12 +6,15 @@
 #include "SheetRowStream.h"
 #include "XlsxText.h"
 #include "XmlDocument.h"
+#include "ZipEntryStream.h"
 #include "core/Log.h"
 
 #include <QHash>
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <cctype>
+#include <vector>
 
 namespace {
 
@@ -104,6 +107,59 @@ void spreadMergedValues(SpreadsheetData& rows, const QHash<qint64, qsizetype>& r
         }
     }
 }
+
+// Merged ranges applied while rows stream by: a range's first row gives the value, the
+// rows after it (which always follow in the part) receive it. Hostile range lists cost no
+// more than a table of kMaxCells cells.
+class OnlineMerges {
+public:
+    explicit OnlineMerges(const QStringList& ranges) {
+        for (const QString& range : ranges) {
+            const QStringList ends = range.split(QLatin1Char(':'));
+            if (ends.size() != 2)
+                continue;
+            const CellRef from = parseCellRef(ends.at(0));
+            const CellRef to = parseCellRef(ends.at(1));
+            if (from.column < 0 || to.column < from.column || from.row < 1 || to.row < from.row)
+                continue;
+            m_waiting.push_back({from, to, {}});
+        }
+        std::sort(m_waiting.begin(), m_waiting.end(),
+                  [](const Range& a, const Range& b) { return a.from.row > b.from.row; });
+    }
+
+    bool isEmpty() const { return m_waiting.empty() && m_active.empty(); }
+
+    void apply(qint64 rowNumber, QStringList& row) {
+        // Ranges that end above this row are done; ranges that start here take their value.
+        std::erase_if(m_active, [&](const Range& r) { return r.to.row < rowNumber; });
+        while (!m_waiting.empty() && m_waiting.back().from.row <= rowNumber) {
+            Range r = m_waiting.back();
+            m_waiting.pop_back();
+            if (r.from.row != rowNumber || r.from.column >= row.size() || row.at(r.from.column).isEmpty())
+                continue; // its first row is missing or empty: nothing to spread
+            r.value = row.at(r.from.column);
+            m_active.push_back(std::move(r));
+        }
+        for (const Range& r : m_active) {
+            const int last = std::min<int>(r.to.column, int(row.size()) - 1);
+            for (int c = r.from.column; c <= last; ++c) {
+                if (--m_budget < 0)
+                    return;
+                row[c] = r.value;
+            }
+        }
+    }
+
+private:
+    struct Range {
+        CellRef from, to;
+        QString value;
+    };
+    std::vector<Range> m_waiting; // by first row, the next one last
+    std::vector<Range> m_active;
+    qint64 m_budget = XlsxSheetReader::kMaxCells;
+};
 
 } // namespace
 
@@ -199,33 +255,51 @@ QString XlsxSheetReader::cellValue(const xmlNode* cell, CellContext& context, QS
     return date.isEmpty() ? stored : date;
 }
 
-SpreadsheetData XlsxSheetReader::readHeader(const QString& location, qint32& columns) const {
+bool XlsxSheetReader::rowValues(const xmlNode* row, CellContext& context, qsizetype width,
+                                QStringList& values, QString& failure) const {
+    values = QStringList(width, QString());
+    CellColumns cellColumns;
+    for (const xmlNode* cell : cellsOf(row)) {
+        const int index = cellColumns.next(cell);
+        const QString value = cellValue(cell, context, failure);
+        if (!failure.isEmpty())
+            return false;
+        if (value.isEmpty() || index < 0)
+            continue;
+        if (index >= values.size())
+            values.resize(index + 1);
+        values[index] = value;
+    }
+    return true;
+}
+
+SpreadsheetData XlsxSheetReader::readHeader(ZipEntryStream& input, const QString& partName,
+                                            qint32& columns) const {
     CellContext context(m_tables.date1904);
     QList<QPair<int, QString>> firstRow;
-    bool anyRow = false;
+    int rowsSeen = 0;
     int widest = 0;
-    const bool readable = SheetRowStream::read(location, [&](const xmlNode* row) {
+    const bool readable = SheetRowStream::read(input, partName, [&](const xmlNode* row) {
         CellColumns cellColumns;
         for (const xmlNode* cell : cellsOf(row)) {
             const int index = cellColumns.next(cell);
             if (index < 0)
                 continue;
             widest = std::max(widest, index + 1);
-            if (anyRow)
+            if (rowsSeen > 0)
                 continue;
             QString failure;
             const QString value = cellValue(cell, context, failure);
             if (!value.trimmed().isEmpty())
                 firstRow.append({index, value});
         }
-        anyRow = true;
-        return true;
+        return ++rowsSeen < kHeaderRows;
     });
     if (!readable)
         return {};
 
     columns = widest;
-    if (columns <= 0 || !anyRow)
+    if (columns <= 0 || rowsSeen == 0)
         return {};
     QStringList header;
     header.reserve(columns);
@@ -236,7 +310,41 @@ SpreadsheetData XlsxSheetReader::readHeader(const QString& location, qint32& col
     return {header};
 }
 
-SpreadsheetData XlsxSheetReader::readAll(const QString& location, qint32 columns, QString* failureOut) const {
+bool XlsxSheetReader::readRows(ZipEntryStream& input, const QString& partName, qint32 columns,
+                               const QStringList& mergedRanges, const RowSink& sink,
+                               QString* failureOut) const {
+    CellContext context(m_tables.date1904);
+    const qsizetype width = std::max<qint32>(columns, 0);
+    OnlineMerges merges(mergedRanges);
+    qint64 rowNumber = 0;
+    QString failure; // why the sheet cannot be read; the first reason ends the read
+    QStringList values;
+    QString streamFailure;
+    const bool readable = SheetRowStream::read(
+        input, partName,
+        [&](const xmlNode* row) {
+            const qint64 declared = XmlDocument::attribute(row, "r").trimmed().toLongLong();
+            rowNumber = declared > 0 ? declared : rowNumber + 1;
+            if (!rowValues(row, context, width, values, failure))
+                return false;
+            if (!merges.isEmpty())
+                merges.apply(rowNumber, values);
+            return sink(values);
+        },
+        &streamFailure);
+    if (!readable && failure.isEmpty())
+        failure = streamFailure.isEmpty() ? QStringLiteral("the sheet could not be read") : streamFailure;
+    if (failure.isEmpty())
+        return true;
+    if (failure != streamFailure) // the stream has logged its own
+        Show_NSLog_Message(QStringLiteral("Error: %1 (%2)").arg(failure, partName));
+    if (failureOut)
+        *failureOut = failure;
+    return false;
+}
+
+SpreadsheetData XlsxSheetReader::readAll(ZipEntryStream& input, const QString& partName, qint32 columns,
+                                         QString* failureOut) const {
     CellContext context(m_tables.date1904);
     qsizetype width = std::max<qint32>(columns, 0);
     SpreadsheetData result;
@@ -244,8 +352,9 @@ SpreadsheetData XlsxSheetReader::readAll(const QString& location, qint32 columns
     QStringList merged;
     qint64 rowNumber = 0;
     QString failure; // why the sheet cannot be read; the first reason ends the read
+    QString streamFailure;
     const bool readable = SheetRowStream::read(
-        location,
+        input, partName,
         [&](const xmlNode* row) {
             if (qint64(result.size() + 1) * std::max<qsizetype>(width, 1) > kMaxCells) {
                 failure = QStringLiteral("the sheet has more than %1 rows of %2 columns, too many to read")
@@ -256,29 +365,19 @@ SpreadsheetData XlsxSheetReader::readAll(const QString& location, qint32 columns
             const qint64 declared = XmlDocument::attribute(row, "r").trimmed().toLongLong();
             rowNumber = declared > 0 ? declared : rowNumber + 1;
             rowIndex.insert(rowNumber, result.size());
-            QStringList values(width, QString());
-            CellColumns cellColumns;
-            for (const xmlNode* cell : cellsOf(row)) {
-                const int index = cellColumns.next(cell);
-                const QString value = cellValue(cell, context, failure);
-                if (!failure.isEmpty())
-                    return false;
-                if (value.isEmpty() || index < 0)
-                    continue;
-                if (index >= values.size()) {
-                    width = index + 1; // the header read missed it: trust the cell, widen the table
-                    values.resize(width);
-                }
-                values[index] = value;
-            }
+            QStringList values;
+            if (!rowValues(row, context, width, values, failure))
+                return false;
+            width = std::max(width, values.size()); // the header read missed it: trust the cell
             result.append(values);
             return true;
         },
-        nullptr, &merged);
+        &streamFailure, &merged);
     if (!readable && failure.isEmpty())
-        failure = QStringLiteral("the sheet could not be read");
+        failure = streamFailure.isEmpty() ? QStringLiteral("the sheet could not be read") : streamFailure;
     if (!failure.isEmpty()) {
-        Show_NSLog_Message(QStringLiteral("Error: %1 (%2)").arg(failure, location));
+        if (failure != streamFailure) // the stream has logged its own
+            Show_NSLog_Message(QStringLiteral("Error: %1 (%2)").arg(failure, partName));
         if (failureOut)
             *failureOut = failure;
         return {};
@@ -287,4 +386,57 @@ SpreadsheetData XlsxSheetReader::readAll(const QString& location, qint32 columns
         row.resize(width);
     spreadMergedValues(result, rowIndex, merged);
     return result;
+}
+
+QStringList XlsxSheetReader::scanMergedRanges(ZipEntryStream& input) {
+    // "<mergeCell" or "<x:mergeCell" followed by its attributes: cell texts cannot hold a
+    // raw "<", so every match is markup. Matches may straddle chunks: keep a tail.
+    static const QByteArray needle = QByteArrayLiteral("mergeCell");
+    static const QRegularExpression ref(QStringLiteral(R"(\bref\s*=\s*["']([^"']*)["'])"));
+    constexpr int kChunk = 1 << 16;
+    constexpr int kTail = 512;
+    QStringList ranges;
+    QByteArray window;
+    QByteArray chunk(kChunk, Qt::Uninitialized);
+    for (;;) {
+        const int got = input.read(chunk.data(), kChunk);
+        const bool last = got <= 0;
+        if (!last)
+            window.append(chunk.constData(), got);
+        // Matches that start before `done` are taken now; the rest of the window is kept.
+        const qsizetype done = last ? window.size() : std::max<qsizetype>(0, window.size() - kTail);
+        qsizetype from = 0;
+        qsizetype keepFrom = done;
+        for (qsizetype at = window.indexOf(needle); at >= 0 && at < done; at = window.indexOf(needle, from)) {
+            from = at + needle.size();
+            const qsizetype end = window.indexOf('>', from);
+            if (end < 0) {
+                if (window.size() - at < qsizetype(kTail) * 64)
+                    keepFrom = at; // the element goes on in the next chunk (unless it never ends)
+                break;
+            }
+            keepFrom = std::max(done, end);
+            // The name must be the element's own ("<mergeCell", "<x:mergeCell"), not the
+            // "mergeCells" container.
+            qsizetype open = at - 1;
+            if (open >= 0 && window.at(open) == ':') {
+                while (open > 0 && window.at(open - 1) != '<' && window.at(open - 1) != '>' &&
+                       !std::isspace(static_cast<unsigned char>(window.at(open - 1))))
+                    --open;
+                --open;
+            }
+            const char after = window.at(from);
+            if (open < 0 || window.at(open) != '<' ||
+                !(std::isspace(static_cast<unsigned char>(after)) || after == '/'))
+                continue;
+            const QRegularExpressionMatch m = ref.match(QString::fromUtf8(window.mid(from, end - from)));
+            if (m.hasMatch())
+                ranges.append(m.captured(1));
+            from = end;
+        }
+        if (last)
+            break;
+        window.remove(0, keepFrom);
+    }
+    return ranges;
 }

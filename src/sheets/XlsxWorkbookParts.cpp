@@ -2,17 +2,48 @@
 
 #include "XlsxText.h"
 #include "XmlDocument.h"
+#include "ZipXmlReader.h"
+#include "core/Log.h"
 
 #include <QDir>
 #include <QFileInfo>
 
-QStringList readSharedStrings(const QString& location) {
+#include <cstring>
+
+QStringList readSharedStrings(ZipEntryStream& input) {
     QStringList strings;
-    XmlDocument doc(location, XmlDocument::Names::Local);
-    const QList<xmlNodePtr> items = doc.select("/sst[1]/si");
-    strings.reserve(items.size());
-    for (const xmlNode* si : items)
-        strings.append(decodeXlsxEscapes(XmlDocument::wholeTextSkipping(si, "rPh"))); // no phonetic guides
+    ZipXmlReader reader(input);
+    if (!reader.isValid())
+        return strings;
+    xmlTextReaderPtr r = reader.get();
+    bool isTable = false;
+    int status = xmlTextReaderRead(r);
+    while (status == 1) {
+        const int depth = xmlTextReaderDepth(r);
+        if (xmlTextReaderNodeType(r) != XML_READER_TYPE_ELEMENT) {
+            status = xmlTextReaderRead(r);
+            continue;
+        }
+        const xmlChar* name = xmlTextReaderConstLocalName(r);
+        const bool si = name && std::strcmp(reinterpret_cast<const char*>(name), "si") == 0;
+        if (depth == 0) {
+            isTable = name && std::strcmp(reinterpret_cast<const char*>(name), "sst") == 0;
+            status = isTable ? xmlTextReaderRead(r) : xmlTextReaderNext(r);
+            continue;
+        }
+        if (depth == 1 && isTable && si) {
+            const xmlNode* item = xmlTextReaderExpand(r);
+            if (!item || input.failed())
+                break;
+            strings.append(
+                decodeXlsxEscapes(XmlDocument::wholeTextSkipping(item, "rPh"))); // no phonetic guides
+        }
+        status = xmlTextReaderNext(r);
+    }
+    if (status < 0 || input.failed())
+        Show_NSLog_Message(
+            QStringLiteral("Error: %1 (shared strings)")
+                .arg(reader.failure().isEmpty() ? QStringLiteral("cannot parse") : reader.failure()));
     return strings;
 }
 

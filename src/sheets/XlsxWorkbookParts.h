@@ -6,8 +6,11 @@
 #include <QString>
 #include <QStringList>
 
-// Text of every "si" in order, rich-text runs merged, "_xHHHH_" escapes decoded.
-QStringList readSharedStrings(const QString& location);
+class ZipEntryStream;
+
+// Text of every "si" in order, rich-text runs merged, "_xHHHH_" escapes decoded; read as
+// the part inflates, one item at a time. A part that breaks off keeps what came before.
+QStringList readSharedStrings(ZipEntryStream& input);
 
 // numFmtId of every cell format, and (numFmtId, formatCode) of every custom format.
 void readStyles(const QString& location, QStringList& styles, QList<QPair<QString, QString>>& formatCodes);

@@ -209,11 +209,14 @@ void Sent_Items::Send_To_Main_Btn() {
     }
     const int before = window->list().size();
     const QList<int> rows = m_selected;
-    for (int row : rows) {
-        const Record& r = m_table.at(row);
-        const QString number = window->Num_Able_To_insert(r.value(kNumber));
-        if (!number.isEmpty())
-            window->Create_Num_Msg_List(number, r.value(kMessage));
+    {
+        BulkSmsWindow::BatchInsert batch(*window);
+        for (int row : rows) {
+            const Record& r = m_table.at(row);
+            const QString number = window->Num_Able_To_insert(r.value(kNumber));
+            if (!number.isEmpty())
+                window->Create_Num_Msg_List(number, r.value(kMessage));
+        }
     }
     window->Update_List_Count();
     if (!window->list().isEmpty() && window->list().size() != before)

@@ -4,6 +4,7 @@
 #include "delivery/DelaySchedule.h"
 #include "list/BulkSmsWindow.h"
 #include "list/DefaultCountry.h"
+#include "list/ListLoad.h"
 #include "list/NumberLoader.h"
 #include "stores/ContactListExport.h"
 #include "stores/Exclusion_Wizard.h"
@@ -20,6 +21,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QSignalBlocker>
 #include <QSplitter>
@@ -94,23 +96,44 @@ QWidget* RecipientPanel::buildListSide() {
     auto* loadFile = new QPushButton(QStringLiteral("Load Numbers..."), side);
     auto* paste = new QPushButton(QStringLiteral("Paste Numbers..."), side);
     auto* excelMessages = new QPushButton(QStringLiteral("Messages from Excel..."), side);
-    auto* loading = new QLabel(QStringLiteral("Please wait..."), side);
-    loading->hide();
+    // While a load runs: how far it has come, and Cancel (the list then stays as it was).
+    auto* progress = new QProgressBar(side);
+    progress->setObjectName(QStringLiteral("_loadProgress"));
+    progress->setRange(0, 1000);
+    progress->setTextVisible(true);
+    auto* cancelLoad = new QPushButton(QStringLiteral("Cancel"), side);
+    cancelLoad->setObjectName(QStringLiteral("_cancelLoad"));
+    progress->hide();
+    cancelLoad->hide();
     loads->addWidget(loadFile);
     loads->addWidget(paste);
     loads->addWidget(excelMessages);
-    loads->addWidget(loading);
+    loads->addWidget(progress, 1);
+    loads->addWidget(cancelLoad);
     loads->addStretch();
     layout->addLayout(loads);
-    NumberLoader& loader = NumberLoader::of(m_window);
     connect(loadFile, &QPushButton::clicked, this, [this] { NumberLoader::of(m_window).Load_Number(); });
     connect(paste, &QPushButton::clicked, this, [this] { NumberLoader::of(m_window).Manually_Add_Btn(); });
     connect(excelMessages, &QPushButton::clicked, this,
             [this] { NumberLoader::of(m_window).Excel_Msg_Load_Btn(); });
-    connect(&loader, &NumberLoader::pleaseWaitChanged, loading, &QLabel::setVisible);
-    connect(&loader, &NumberLoader::loadingChanged, loadFile, &QPushButton::setDisabled);
+    ListLoad& load = ListLoad::of(m_window);
+    connect(cancelLoad, &QPushButton::clicked, this, [this] { ListLoad::of(m_window).Cancel(); });
+    connect(&load, &ListLoad::progressChanged, progress, [this, progress] {
+        const ListLoad& l = ListLoad::of(m_window);
+        progress->setValue(int(l.fraction() * 1000));
+        progress->setFormat(l.progressText());
+    });
+    connect(&load, &ListLoad::runningChanged, this, [progress, cancelLoad](bool running) {
+        progress->setVisible(running);
+        cancelLoad->setVisible(running);
+    });
+    m_listControls << add << m_number << loadFile << paste << excelMessages;
 
     m_model = new RecordTableModel(m_window.list(), this);
+    // Before the table's selection model hears of a change (it connects when the model is
+    // set), so that what it reports while rows move is not taken for the operator's choice.
+    connect(m_model, &QAbstractItemModel::rowsAboutToBeInserted, this, [this] { m_modelChanging = true; });
+    connect(m_model, &QAbstractItemModel::modelAboutToBeReset, this, [this] { m_modelChanging = true; });
     m_table = new QTableView(side);
     m_table->setModel(m_model);
     m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -152,24 +175,30 @@ QWidget* RecipientPanel::buildListSide() {
         if (!m_modelChanging)
             pushSelection();
     });
-    connect(m_model, &QAbstractItemModel::rowsAboutToBeInserted, this, [this] { m_modelChanging = true; });
-    connect(m_model, &QAbstractItemModel::modelAboutToBeReset, this, [this] { m_modelChanging = true; });
-    connect(m_model, &QAbstractItemModel::rowsInserted, this, [this] {
-        m_modelChanging = false;
-        pushSelection();
-    });
+    // Rows inserted at the top move the selection alike in the table and in the controller:
+    // reading the whole selection again after every insertion would cost it its size.
+    connect(m_model, &QAbstractItemModel::rowsInserted, this, [this] { m_modelChanging = false; });
     connect(m_model, &QAbstractItemModel::modelReset, this, [this] {
         m_modelChanging = false;
         pushSelection();
     });
-    connect(m_table, &QTableView::doubleClicked, this,
-            [this](const QModelIndex& index) { m_window.doubleClickInTable(index.row()); });
+    connect(m_table, &QTableView::doubleClicked, this, [this](const QModelIndex& index) {
+        if (!m_tableLocked)
+            m_window.doubleClickInTable(index.row());
+    });
     connect(clearSelected, &QPushButton::clicked, this, [this] {
         m_window.Clear_Sel_Btn();
         selectFirstRowIfAny();
     });
     connect(clearAll, &QPushButton::clicked, this, [this] { m_window.Clear_All_Btn(); });
     connect(reset, &QPushButton::clicked, this, [this] { m_window.Reset_Btn(); });
+    m_listControls << clearSelected << clearAll << reset;
+    // Nothing that could change the list works while a load fills it.
+    connect(&ListLoad::of(m_window), &ListLoad::runningChanged, this, [this](bool running) {
+        for (QWidget* control : std::as_const(m_listControls))
+            control->setEnabled(!running);
+        m_tableLocked = running;
+    });
     return side;
 }
 
@@ -203,6 +232,7 @@ QWidget* RecipientPanel::buildComposerSide() {
     auto* updateSelected = new QPushButton(QStringLiteral("Update\nselected\nmessages"), side);
     updateSelected->setMinimumHeight(m_fill->minimumHeight());
     actions->addWidget(m_fill);
+    m_listControls << m_fill << updateSelected;
     actions->addWidget(updateSelected);
     layout->addLayout(actions);
 
@@ -210,6 +240,7 @@ QWidget* RecipientPanel::buildComposerSide() {
     auto* optionsLayout = new QVBoxLayout(options);
     m_skipDuplicates = new QCheckBox(QStringLiteral("Skip duplicate numbers"), options);
     m_exclusion = new QCheckBox(QStringLiteral("Apply exclusion lists"), options);
+    m_listControls << m_skipDuplicates << m_exclusion; // the filters the running load applies
     m_saveSentItems = new QCheckBox(QStringLiteral("Save to sent items"), options);
     m_saveTemplates = new QCheckBox(QStringLiteral("Save message as template"), options);
     m_plainPunctuation = new QCheckBox(QStringLiteral("Replace typographic quotes and dashes"), options);

@@ -1,6 +1,7 @@
 #pragma once
 // The working area both main windows share: number field and recipient table on the
 // left, the composer and the list options on the right.
+#include <QList>
 #include <QWidget>
 
 class BulkSmsWindow;
@@ -52,4 +53,6 @@ private:
     QComboBox* m_delayedCount = nullptr;
     QComboBox* m_delayedTime = nullptr;
     bool m_modelChanging = false;
+    bool m_tableLocked = false;     // a load is filling the list
+    QList<QWidget*> m_listControls; // disabled while a load runs
 };

@@ -1,5 +1,6 @@
 // Bulk loads into a window's list: files of every kind, pasted blocks, the keep-or-replace
 // question, the summary of a load that added nothing, and the spreadsheet hand-over.
+#include "list/ListLoad.h"
 #include "list/LoadCounters.h"
 #include "list/Load_Num_Info.h"
 #include "list/Manually_Add_Num.h"
@@ -11,10 +12,13 @@
 #include "TestWindows.h"
 #include "core/AppState.h"
 
+#include <QDir>
 #include <QFile>
 #include <QStringEncoder>
 
 #include <gtest/gtest.h>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -255,6 +259,104 @@ TEST_F(NumberLoadingTest, ALargeFileKeepsItsOrderAcrossHandOvers) {
     EXPECT_EQ(window.numbers().last(), "100000");
 }
 
+TEST_F(NumberLoadingTest, FilesLargerThanAChunkReadTheSameInEveryEncoding) {
+    // Enough lines for several chunks, with a character that is not ASCII on every line.
+    QString text;
+    for (int i = 0; i < 40000; ++i)
+        text += QStringLiteral("+44 7700 %1 Jos\u00e9\r\n").arg(i, 6, 10, QLatin1Char('0'));
+    QString csv;
+    for (int i = 0; i < 40000; ++i)
+        csv += QStringLiteral("Jos\u00e9 %1;\"+44 7700\n%2\";+44 7701 %2\r\n")
+                   .arg(i)
+                   .arg(i, 6, 10, QLatin1Char('0'));
+    const struct {
+        const char* name;
+        QByteArray bytes;
+        int numbers;
+    } cases[] = {
+        {"utf8.txt", text.toUtf8(), 40000},
+        {"utf16.txt", QStringEncoder(QStringConverter::Utf16LE, QStringConverter::Flag::WriteBom)(text),
+         40000},
+        {"latin.txt", text.toLatin1(), 40000},
+        // A quoted cell with a line break inside is one cell (and no number); the next one is.
+        {"cells.csv", csv.toUtf8(), 40000},
+    };
+    for (const auto& c : cases) {
+        window.list().clear();
+        loadFile(c.name, c.bytes);
+        // "José" makes every text line an invalid number, so the lines are counted as read
+        // records; the CSV's third cells are numbers.
+        if (QString(c.name).endsWith(".csv")) {
+            EXPECT_EQ(window.list().size(), c.numbers) << c.name;
+            EXPECT_EQ(window.numbers().first(), "+447701039999") << c.name;
+        } else {
+            EXPECT_EQ(TOT_PROC.load(), c.numbers) << c.name;
+        }
+    }
+}
+
+TEST_F(NumberLoadingTest, OverlongLinesAreCutAndCountedNeverHeldWhole) {
+    QByteArray bytes = "5550001\n" + QByteArray(3 << 20, '7') + "\n5550002\r\n" + QByteArray(5000, ' ') +
+                       "5550003\n5550004\n" + QByteArray(2 << 20, '8');
+    loadFile("long.txt", bytes);
+    EXPECT_EQ(window.numbers(), (QStringList{"5550004", "5550002", "5550001"}));
+    EXPECT_EQ(counters(), (QList<int>{6, 3, 0, 0})); // three cut lines count as invalid records
+    EXPECT_TRUE(op.alerts().isEmpty());
+}
+
+TEST_F(NumberLoadingTest, OnlyRegularFilesAreOpened) {
+    window.add("999");
+    const QString fifo = home.root() + "/pipe.txt";
+    ASSERT_EQ(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+    const QString folder = home.root() + "/folder.txt";
+    ASSERT_TRUE(QDir().mkpath(folder));
+    for (const QString& path : {fifo, folder, QStringLiteral("/dev/zero")}) {
+        op.onModal<Load_Num_Info>([](Load_Num_Info& q) { q.NoPressed(); });
+        op.chooseFile(path);
+        loader().Load_Number();
+        ASSERT_TRUE(spinUntil([&] { return !loader().isLoading(); })) << path.toStdString();
+    }
+    ASSERT_EQ(op.alerts().size(), 3);
+    for (const QString& alert : op.alerts())
+        EXPECT_TRUE(alert.contains("is not a regular file (it is a folder, a device or a pipe)"))
+            << alert.toStdString();
+    EXPECT_EQ(window.numbers(), QStringList{"999"});
+}
+
+TEST_F(NumberLoadingTest, CancelLeavesTheListAsItWasAndTheNextLoadTakesEveryNumberOnce) {
+    window.setSkipDuplicates(true);
+    window.add("111");
+    window.add("222");
+    QByteArray bytes;
+    for (int i = 0; i < 60000; ++i)
+        bytes += QByteArray::number(7700000000LL + i % 45000) + "\r\n"; // 15,000 repeats
+    const QString path = writeFile("big.txt", bytes);
+    ListLoad& load = ListLoad::of(window);
+    int shownRunning = 0;
+    QObject::connect(&load, &ListLoad::runningChanged, [&](bool running) { shownRunning += running; });
+    for (bool cancel : {true, false}) {
+        SCOPED_TRACE(cancel ? "cancelled" : "to the end");
+        op.onModal<Load_Num_Info>([](Load_Num_Info& q) { q.YesPressed(); }); // replace the list
+        op.chooseFile(path);
+        loader().Load_Number();
+        EXPECT_TRUE(loader().isLoading());
+        if (cancel)
+            load.Cancel();
+        ASSERT_TRUE(spinUntil([&] { return !loader().isLoading(); }, std::chrono::seconds(60)));
+        if (cancel) {
+            EXPECT_EQ(window.numbers(), (QStringList{"222", "111"}));
+        }
+    }
+    EXPECT_EQ(shownRunning, 2);
+    // The cancelled load neither replaced nor added anything; the second replaced the list.
+    ASSERT_EQ(window.list().size(), 45000);
+    EXPECT_EQ(window.numbers().first(), "7700044999");
+    EXPECT_FALSE(window.Check_Duplicate_Number("111"));
+    EXPECT_EQ(counters(), (QList<int>{60000, 60000, 15000, 0}));
+    EXPECT_TRUE(op.alerts().isEmpty());
+    EXPECT_EQ(load.rowsRead(), 60000);
+}
+
 // ---- spreadsheet hand-over ----
 
 class RecordingSpreadsheetLoads : public SpreadsheetLoads {
@@ -298,6 +400,7 @@ protected:
                 d.CancelPressed();
         });
         loader().Manually_Add_Btn();
+        ASSERT_TRUE(spinUntil([&] { return !loader().isLoading(); }));
     }
 };
 

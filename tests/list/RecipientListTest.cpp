@@ -218,3 +218,50 @@ TEST_F(RecipientListTest, FirstAddRemembersTheComposerTextOnce) {
 }
 
 } // namespace
+
+namespace {
+
+TEST(RecipientBatches, ALoadUnderFiftyThousandSelectedRowsIsOneInsertionAndKeepsTheSelection) {
+    ScriptedOperator op;
+    TestBulkSmsWindow window{MainWindowController::Kind::Gsm, op};
+    window.setSkipDuplicates(true);
+    {
+        BulkSmsWindow::BatchInsert batch(window);
+        for (int i = 0; i < 60000; ++i)
+            window.Create_Num_Msg_List(QString::number(7700000000LL + i), "m");
+    }
+    QList<int> selected;
+    for (int row = 0; row < 50000; ++row)
+        selected << row * 6 / 5; // 50,000 rows spread over the list, not one range
+    window.setSelectedRows(selected);
+    const QString firstSelected = window.list().at(selected.first()).value(kNumberKey);
+    const QString lastSelected = window.list().at(selected.last()).value(kNumberKey);
+
+    int insertions = 0;
+    QObject::connect(&window.list(), &RecordTable::aboutToInsert, [&](int, int) { ++insertions; });
+    assign_format_skip_exclude_var();
+    {
+        BulkSmsWindow::BatchInsert batch(window);
+        for (int i = 0; i < 5000; ++i) {
+            // Every tenth is a number already in the list or earlier in this same load.
+            const QString raw = QString::number(i % 10 == 9 ? 7700000000LL + i : 7800000000LL + i % 4000);
+            const QString number = window.Num_Able_To_insert(raw);
+            if (!number.isEmpty())
+                window.Create_Num_Msg_List(number, "new");
+        }
+        EXPECT_EQ(window.list().size(), 60000); // nothing shows before the batch ends
+    }
+    EXPECT_EQ(insertions, 1);
+    EXPECT_EQ(window.list().size(), 60000 + 3600);
+    EXPECT_EQ(SKPD.load(), 5000 - 3600);
+    // The last accepted is on top; the selection still names the same records, shifted.
+    EXPECT_EQ(window.list().at(0).value(kNumberKey), "7800003998");
+    ASSERT_EQ(window.selectedRows().size(), 50000);
+    EXPECT_EQ(window.selectedRows().first(), selected.first() + 3600);
+    EXPECT_TRUE(window.isRowSelected(selected.last() + 3600));
+    EXPECT_FALSE(window.isRowSelected(selected.first()));
+    EXPECT_EQ(window.list().at(window.selectedRows().first()).value(kNumberKey), firstSelected);
+    EXPECT_EQ(window.list().at(window.selectedRows().last()).value(kNumberKey), lastSelected);
+}
+
+} // namespace

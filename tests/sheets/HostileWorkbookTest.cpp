@@ -24,7 +24,9 @@ SpreadsheetData importAll(const QString& book) {
     Excel_Sheet_Number = 1;
     SpreadsheetWriter::Read_Sheet_Name();
     SpreadsheetWriter::ReadData_only_column();
-    return SpreadsheetWriter::ReadWorkbook(book, false);
+    const SpreadsheetData rows = SpreadsheetWriter::ReadWorkbook(book, false);
+    expectStreamedRowsMatch(rows);
+    return rows;
 }
 
 TEST_F(HostileWorkbookTest, EscapingEntriesWriteNothingOutsideTheWorkingFolder) {
@@ -53,9 +55,34 @@ TEST_F(HostileWorkbookTest, ZipBombFailsCleanly) {
     EXPECT_FALSE(QFileInfo::exists(SpreadsheetWriter::shared().tmpDir + "/xl/worksheets/sheet1.xml"));
 }
 
+TEST_F(HostileWorkbookTest, AStreamThatBreaksOffMidwayHandsOverNoRowsAndSaysWhy) {
+    // Rows first, then a run of blanks that inflates past the ratio cap; and a sheet whose
+    // stored checksum is wrong (it is only known at the end of the entry).
+    QByteArray rows;
+    for (int i = 0; i < 2000; ++i)
+        rows += "<row><c r=\"A" + QByteArray::number(i + 1) + "\"><v>" + QByteArray::number(5550100 + i) +
+                "</v></c></row>";
+    const QByteArray bomb = sheetXml(rows + QByteArray(48 << 20, ' '), "A1:A2000");
+    std::vector<ZipEntrySpec> entries{{"xl/workbook.xml", kWorkbook}, {"xl/worksheets/sheet1.xml", bomb}};
+    ASSERT_TRUE(buildZip(path("late-bomb.xlsx"), entries));
+
+    SpreadsheetWriter::ReadWorkbook(path("late-bomb.xlsx"), true);
+    ASSERT_EQ(SpreadsheetWriter::Read_Sheet_Name().size(), 1);
+    Excel_Sheet_Number = 1;
+    EXPECT_EQ(SpreadsheetWriter::ReadData_only_column(),
+              (SpreadsheetData{{"5550100"}})); // the top reads fine
+    int handedOver = 0;
+    EXPECT_FALSE(SpreadsheetWriter::ReadRows([&](QStringList&) { return ++handedOver > 0; }));
+    EXPECT_EQ(handedOver, 0);
+    EXPECT_TRUE(SpreadsheetWriter::shared().readFailure.contains("far more data"))
+        << SpreadsheetWriter::shared().readFailure.toStdString();
+    EXPECT_TRUE(SpreadsheetWriter::ReadWorkbook(path("late-bomb.xlsx"), false).isEmpty());
+}
+
 TEST_F(HostileWorkbookTest, ManyEntriesOfABombNeverFillTheDisk) {
-    // Seventy sheets of zeros, each just under the ratio floor (scaled down to 1 MiB). Only
-    // the parts read are inflated, and all of them together stay under the archive's ratio.
+    // Seventy sheets of blanks, each just under the ratio floor (scaled down to 1 MiB). Sheets
+    // are read as they inflate, nothing of them is written, and all of them together stay
+    // under the archive's ratio.
     SSZipLimits limits;
     limits.ratioCheckFromBytes = qint64(1) << 20;
     const SSZipLimits saved = SSZipArchive::limits();
@@ -64,7 +91,7 @@ TEST_F(HostileWorkbookTest, ManyEntriesOfABombNeverFillTheDisk) {
     std::vector<ZipEntrySpec> entries;
     for (int i = 1; i <= 70; ++i) {
         sheets += "<sheet name=\"S" + QByteArray::number(i) + "\"/>";
-        entries.push_back({QString("xl/worksheets/sheet%1.xml").arg(i), QByteArray((1 << 20) - 1, '\0')});
+        entries.push_back({QString("xl/worksheets/sheet%1.xml").arg(i), QByteArray((1 << 20) - 1, ' ')});
     }
     entries.push_back({"xl/workbook.xml", "<workbook><sheets>" + sheets + "</sheets></workbook>"});
     ASSERT_TRUE(buildZip(path("many.xlsx"), entries));

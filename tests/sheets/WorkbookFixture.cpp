@@ -6,6 +6,7 @@
 
 #include <unicode/locid.h>
 
+#include <algorithm>
 #include <vector>
 
 void WorkbookTest::SetUp() {
@@ -50,7 +51,26 @@ SpreadsheetData WorkbookTest::importFirstSheet(const QString& workbook, Spreadsh
     const SpreadsheetData head = SpreadsheetWriter::ReadData_only_column();
     if (header)
         *header = head;
-    return SpreadsheetWriter::ReadWorkbook(workbook, false);
+    SpreadsheetData rows = SpreadsheetWriter::ReadWorkbook(workbook, false);
+    expectStreamedRowsMatch(rows);
+    return rows;
+}
+
+void expectStreamedRowsMatch(const SpreadsheetData& table) {
+    SpreadsheetData streamed;
+    const bool ok = SpreadsheetWriter::ReadRows([&](QStringList& row) {
+        streamed.append(row);
+        return true;
+    });
+    if (table.isEmpty()) {
+        EXPECT_TRUE(streamed.isEmpty() || !ok);
+        return;
+    }
+    // The table widens every row to its widest; a streamed row is as wide as it came.
+    for (QStringList& row : streamed)
+        row.resize(std::max(row.size(), table.first().size()));
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(streamed, table) << "the streaming read differs from the table";
 }
 
 QByteArray sheetXml(const QByteArray& body, const QByteArray& dimension) {

@@ -28,5 +28,8 @@ protected:
     TestDataHome m_home;
 };
 
+// The streaming read of the current sheet gives the same cells as the table read of it.
+void expectStreamedRowsMatch(const SpreadsheetData& table);
+
 QByteArray sheetXml(const QByteArray& body, const QByteArray& dimension = "A1:C5");
 QByteArray sharedStringsXml(const QStringList& strings);

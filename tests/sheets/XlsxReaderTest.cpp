@@ -6,6 +6,8 @@
 #include "sheets/ColumnNames.h"
 #include "sheets/DateFormatConverter.h"
 
+#include <QFileInfo>
+
 #include <unicode/locid.h>
 
 namespace {
@@ -370,6 +372,31 @@ TEST_F(XlsxReaderTest, FailuresInsideAReadGiveNoRowsAndAreLogged) {
         EXPECT_TRUE(SpreadsheetWriter::ReadWorkbook(book, false).isEmpty()) << c.what;
         EXPECT_TRUE(log.contains(c.logged)) << c.what << ": " << log.lines().join(" | ").toStdString();
     }
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(XlsxReaderTest, WhileASheetStreamsTheSharedReaderIsNeitherPreparedAgainNorWrittenThrough) {
+    const QString book = sheetWorkbook(
+        "a.xlsx", sheetXml(R"(<row><c r="A1"><v>1</v></c></row><row><c r="A2"><v>2</v></c></row>)", "A1:A2"));
+    const QString other = sheetWorkbook("b.xlsx", sheetXml(R"(<row><c r="A1"><v>9</v></c></row>)", "A1:A1"));
+    SpreadsheetWriter::ReadWorkbook(book, true);
+    Excel_Sheet_Number = 1;
+    SpreadsheetWriter::ReadData_only_column();
+    QStringList seen;
+    EXPECT_TRUE(SpreadsheetWriter::ReadRows([&](QStringList& row) {
+        EXPECT_TRUE(SpreadsheetWriter::isStreaming());
+        EXPECT_FALSE(SpreadsheetWriter::WriteWorkbook(path("export.xlsx"), {{"x"}}, false));
+        EXPECT_TRUE(SpreadsheetWriter::ReadWorkbook(other, true).isEmpty());
+        seen << row.value(0);
+        return true;
+    }));
+    EXPECT_EQ(seen, (QStringList{"1", "2"})); // the read went on with its own workbook
+    EXPECT_FALSE(SpreadsheetWriter::isStreaming());
+    EXPECT_FALSE(QFileInfo::exists(path("export.xlsx")));
+    EXPECT_TRUE(SpreadsheetWriter::WriteWorkbook(path("export.xlsx"), {{"x"}}, false));
 }
 
 } // namespace

@@ -281,3 +281,59 @@ TEST(RecipientPanel, DelayedDeliveryBoxShowsItsDefaults) {
 }
 
 } // namespace
+
+#include "TestEnvironment.h"
+#include "list/ListLoad.h"
+
+#include <QProgressBar>
+
+#include <chrono>
+#include <thread>
+
+namespace {
+
+TEST(RecipientPanel, ALoadShowsItsProgressLocksTheListAndCancelKeepsIt) {
+    ScriptedOperator op;
+    Gsm_Bulk_Sms_Wnd gsm(op);
+    gsm.windowDidLoad();
+    RecipientPanel panel(gsm);
+    gsm.Create_Num_Msg_List("111", "");
+    auto* progress = panel.findChild<QProgressBar*>("_loadProgress");
+    auto* cancel = panel.findChild<QPushButton*>("_cancelLoad");
+    ASSERT_TRUE(progress && cancel);
+    EXPECT_TRUE(progress->isHidden());
+    QPushButton* clearAll = nullptr;
+    for (QPushButton* b : panel.findChildren<QPushButton*>())
+        if (b->text() == "Clear All")
+            clearAll = b;
+    ASSERT_TRUE(clearAll);
+
+    ListLoad& load = ListLoad::of(gsm);
+    bool committed = true;
+    ASSERT_TRUE(load.start(
+        [](ListLoad& l) {
+            for (qint64 row = 1; !l.cancelled(); ++row) { // a source that never ends by itself
+                l.accept(QString::number(7700000000LL + row), "m");
+                l.setProgress(row, 0.5);
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+            return true;
+        },
+        [&](bool c) { committed = c; }));
+    ASSERT_TRUE(spinUntil([&] { return load.rowsRead() > 10 && progress->value() == 500; }));
+    EXPECT_FALSE(progress->isHidden());
+    EXPECT_FALSE(cancel->isHidden());
+    EXPECT_TRUE(progress->text().contains("rows read")) << progress->text().toStdString();
+    EXPECT_FALSE(clearAll->isEnabled());
+    EXPECT_FALSE(panel.findChild<QLineEdit*>("_numberEdit")->isEnabled());
+    EXPECT_FALSE(load.start([](ListLoad&) { return true; }, {})); // one load at a time
+
+    cancel->click();
+    ASSERT_TRUE(spinUntil([&] { return !load.isRunning(); }));
+    EXPECT_FALSE(committed);
+    EXPECT_EQ(gsm.list().size(), 1);
+    EXPECT_TRUE(progress->isHidden());
+    EXPECT_TRUE(clearAll->isEnabled());
+}
+
+} // namespace

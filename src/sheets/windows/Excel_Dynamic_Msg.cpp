@@ -5,11 +5,15 @@
 #include "core/Guard.h"
 #include "core/Operator.h"
 #include "list/BulkSmsWindow.h"
+#include "list/ListLoad.h"
 #include "list/LoadCounters.h"
 #include "sheets/SpreadsheetWriter.h"
 #include "text/NumberRules.h"
 
 #include <QRegularExpression>
+
+#include <memory>
+#include <utility>
 
 namespace {
 const QString kState = QStringLiteral("State");
@@ -154,7 +158,6 @@ void Excel_Dynamic_Msg::clearWorkbook() {
     m_columns.clear();
     m_placeholders.clear();
     m_template.clear();
-    excel_content.clear();
 }
 
 void Excel_Dynamic_Msg::Browse() {
@@ -280,52 +283,69 @@ void Excel_Dynamic_Msg::finish() {
 }
 
 void Excel_Dynamic_Msg::insertRows() {
-    bool sheetHadRows = false;
-    QString readFailure;
-    qsizetype dropped = 0;
-    Guard::run("Inserting the rows of a workbook failed", [&] {
-        assign_format_skip_exclude_var();
-        setPleaseWait(true);
-        excel_content = SpreadsheetWriter::ReadWorkbook(m_path, false);
-        if (excel_content.isEmpty())
-            readFailure = WorkbookPreparation::lastReadFailure();
-        // A header row (no digit where the numbers are) does not count toward the limit.
-        const qsizetype limit = kMaxRows + (startsWithHeader() ? 1 : 0);
-        if (excel_content.size() > limit) {
-            dropped = excel_content.size() - limit;
-            excel_content.resize(limit);
-        }
-        sheetHadRows = !excel_content.isEmpty();
-        m_window.prev_list_item = m_window.list().size();
-        const QString templ = m_template;
-        QList<int> ticked;
-        for (int i = 0; i < m_columns.size(); ++i)
-            if (m_columns.at(i).value(kState) == QLatin1String("1"))
-                ticked << i;
-        for (const QStringList& row : std::as_const(excel_content)) {
-            if (m_mode == 0) {
-                const QString number = m_window.Num_Able_To_insert(row.value(m_numberCol));
-                if (!number.isEmpty())
-                    m_window.Create_Num_Msg_List(number, row.value(m_msgCol).left(kMaxMessageLength));
-                continue;
+    assign_format_skip_exclude_var();
+    const bool replace = std::exchange(m_window.replaceListOnNextLoad, false);
+    m_window.prev_list_item = replace ? 0 : m_window.list().size();
+    QList<int> ticked;
+    for (int i = 0; i < m_columns.size(); ++i)
+        if (m_columns.at(i).value(kState) == QLatin1String("1"))
+            ticked << i;
+    const QList<int> numberColumns = m_mode == 0 ? QList<int>{m_numberCol} : ticked;
+    struct Outcome {
+        bool sheetHadRows = false;
+        QString readFailure;
+        qsizetype dropped = 0;
+    };
+    auto outcome = std::make_shared<Outcome>();
+    const int mode = m_mode;
+    const int numberCol = m_numberCol;
+    const int msgCol = m_msgCol;
+    const QString templ = m_template;
+    BulkSmsWindow* window = &m_window;
+    // One pass over the sheet on the window's loading thread; rows past the limit are only
+    // counted. The accepted rows go in when the sheet is done, unless the load is cancelled.
+    ListLoad::of(m_window).start(
+        [=](ListLoad& load) {
+            qsizetype limit = kMaxRows;
+            qsizetype taken = 0;
+            const bool read = SpreadsheetWriter::ReadRows([&](QStringList& row) {
+                if (!outcome->sheetHadRows && startsWithHeader(row, numberColumns))
+                    ++limit; // a header row does not count toward the limit
+                outcome->sheetHadRows = true;
+                if (taken % 512 == 0)
+                    load.setProgress(taken, SpreadsheetWriter::readFraction());
+                if (taken++ >= limit) {
+                    ++outcome->dropped;
+                    return !load.cancelled();
+                }
+                if (mode == 0) {
+                    load.accept(row.value(numberCol), row.value(msgCol).left(kMaxMessageLength));
+                    return !load.cancelled();
+                }
+                for (int column : numberColumns)
+                    load.accept(row.value(column), fillTemplate(templ, row).left(kMaxMessageLength));
+                return !load.cancelled();
+            });
+            load.setProgress(taken, 1);
+            if (!load.cancelled() && (!read || !outcome->sheetHadRows))
+                outcome->readFailure = WorkbookPreparation::lastReadFailure();
+            return outcome->readFailure.isEmpty();
+        },
+        [window, outcome](bool committed) {
+            SpreadsheetWriter::releaseWorkbook();
+            window->Update_List_Count();
+            if (!outcome->readFailure.isEmpty()) {
+                window->op().Show_MessageBox(outcome->readFailure);
+                return;
             }
-            for (int column : ticked) {
-                const QString number = m_window.Num_Able_To_insert(row.value(column));
-                if (!number.isEmpty())
-                    m_window.Create_Num_Msg_List(number, fillTemplate(templ, row).left(kMaxMessageLength));
-            }
-        }
-    });
-    m_window.Update_List_Count();
-    setPleaseWait(false);
-    if (!readFailure.isEmpty()) {
-        m_window.op().Show_MessageBox(readFailure);
-        return;
-    }
-    if (dropped > 0)
-        m_window.op().Show_MessageBox(droppedRowsMessage(dropped));
-    if (!(sheetHadRows && m_window.list().size() != m_window.prev_list_item))
-        m_window.op().Show_MessageBox(format_skip_exclude_str());
+            if (!committed)
+                return;
+            if (outcome->dropped > 0)
+                window->op().Show_MessageBox(droppedRowsMessage(outcome->dropped));
+            if (!(outcome->sheetHadRows && window->list().size() != window->prev_list_item))
+                window->op().Show_MessageBox(format_skip_exclude_str());
+        },
+        replace);
 }
 
 QString Excel_Dynamic_Msg::droppedRowsMessage(qsizetype dropped) {
@@ -334,18 +354,7 @@ QString Excel_Dynamic_Msg::droppedRowsMessage(qsizetype dropped) {
         .arg(dropped == 1 ? QStringLiteral("row was") : QStringLiteral("rows were"));
 }
 
-bool Excel_Dynamic_Msg::startsWithHeader() const {
-    if (excel_content.isEmpty())
-        return false;
-    const QStringList& first = excel_content.first();
-    QList<int> numberColumns;
-    if (m_mode == 0) {
-        numberColumns << m_numberCol;
-    } else {
-        for (int i = 0; i < m_columns.size(); ++i)
-            if (m_columns.at(i).value(kState) == QLatin1String("1"))
-                numberColumns << i;
-    }
+bool Excel_Dynamic_Msg::startsWithHeader(const QStringList& first, const QList<int>& numberColumns) {
     for (int column : numberColumns) {
         for (const QChar c : first.value(column))
             if (c.isDigit())

@@ -63,9 +63,10 @@ public:
 private:
     void finish();
     bool fileStepChecks(const QString& noColumnMessage);
+    // Starts the insertion on the window's loading thread (it goes on after the wizard ends).
     void insertRows();
-    // True when the first row read holds no digit in the number column(s): a header.
-    bool startsWithHeader() const;
+    // True when the first row holds no digit in the number column(s): a header.
+    static bool startsWithHeader(const QStringList& first, const QList<int>& numberColumns);
     void resetForm();
     void clearWorkbook();
     void setPleaseWait(bool visible);
@@ -83,5 +84,4 @@ private:
     RecordTable m_placeholders;
     QString m_template;
     bool m_pleaseWait = false;
-    SpreadsheetData excel_content;
 };

@@ -3,14 +3,17 @@
 #include "ImportTargets.h"
 #include "WorkbookPreparation.h"
 #include "core/AppState.h"
-#include "core/Clock.h"
 #include "core/Guard.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
 #include "list/BulkSmsWindow.h"
+#include "list/ListLoad.h"
 #include "list/LoadCounters.h"
 #include "sheets/SpreadsheetWriter.h"
 #include "text/NumberRules.h"
+
+#include <memory>
+#include <utility>
 
 namespace {
 const QString kState = QStringLiteral("State");
@@ -35,7 +38,6 @@ int Import_Excel::Open_excel_Wnd(const QString& path, const QString& mode) {
         m_op.Show_MessageBox(m_openFailure);
         return 0;
     }
-    Clock::sleep(std::chrono::seconds(1));
     return m_op.runModal(*this);
 }
 
@@ -127,36 +129,89 @@ void Import_Excel::OKPressed() {
 }
 
 void Import_Excel::importRows() {
-    BulkSmsWindow* window = windowOfMode(m_mode);
+    if (BulkSmsWindow* window = windowOfMode(m_mode)) {
+        importIntoList(*window);
+        return;
+    }
     bool sheetHadRows = false;
     QString readFailure;
     Guard::run("Importing the columns of a workbook failed", [&] {
         assign_format_skip_exclude_var();
         setPleaseWait(true);
-        const SpreadsheetData rows = SpreadsheetWriter::ReadWorkbook(m_path, false);
-        sheetHadRows = !rows.isEmpty();
-        if (!sheetHadRows)
+        QList<int> ticked;
+        for (int column = 0; column < m_columns.size(); ++column)
+            if (Get_Selection_State(column))
+                ticked << column;
+        // One pass over the sheet: each row's values are handed on as it is read.
+        bool first = true;
+        const bool read = SpreadsheetWriter::ReadRows([&](QStringList& row) {
+            sheetHadRows = true;
+            if (std::exchange(first, false) && m_containsHeader)
+                return true;
+            for (int column : ticked)
+                if (column < row.size())
+                    passValue(nullptr, row.at(column), QString());
+            return true;
+        });
+        if (!read || !sheetHadRows)
             readFailure = WorkbookPreparation::lastReadFailure();
-        for (const char* mode : {"AND", "GSM"})
-            if (BulkSmsWindow* w = windowOfMode(QLatin1String(mode)))
-                w->prev_list_item = w->list().size();
-        const QString message =
-            window != nullptr ? window->composerText().left(kMaxMessageLength) : QString();
-        for (qsizetype r = m_containsHeader ? 1 : 0; r < rows.size(); ++r) {
-            const QStringList& row = rows.at(r);
-            for (int column = 0; column < row.size(); ++column)
-                if (Get_Selection_State(column))
-                    passValue(window, row.at(column), message);
-        }
     });
+    SpreadsheetWriter::releaseWorkbook();
     setPleaseWait(false);
-    if (!readFailure.isEmpty()) {
+    if (!readFailure.isEmpty())
         m_op.Show_MessageBox(readFailure);
-        endModal(1);
-        return;
-    }
-    if (window != nullptr && !(sheetHadRows && window->list().size() != window->prev_list_item))
-        m_op.Show_MessageBox(format_skip_exclude_str());
+    endModal(1);
+}
+
+void Import_Excel::importIntoList(BulkSmsWindow& window) {
+    assign_format_skip_exclude_var();
+    const bool replace = std::exchange(window.replaceListOnNextLoad, false);
+    for (const char* mode : {"AND", "GSM"})
+        if (BulkSmsWindow* w = windowOfMode(QLatin1String(mode)))
+            w->prev_list_item = w == &window && replace ? 0 : w->list().size();
+    const QString message = window.composerText().left(kMaxMessageLength);
+    QList<int> ticked;
+    for (int column = 0; column < m_columns.size(); ++column)
+        if (Get_Selection_State(column))
+            ticked << column;
+    const bool header = m_containsHeader;
+    struct Outcome {
+        bool sheetHadRows = false;
+        QString readFailure;
+    };
+    auto outcome = std::make_shared<Outcome>();
+    Operator* op = &m_op; // the window's: it outlives this dialog, which ends now
+    BulkSmsWindow* target = &window;
+    // One pass over the sheet on the loading thread; the window shows the rows read and a
+    // Cancel button, and the accepted numbers go in when the sheet is done.
+    ListLoad::of(window).start(
+        [=](ListLoad& load) {
+            bool first = true;
+            qint64 rows = 0;
+            const bool read = SpreadsheetWriter::ReadRows([&](QStringList& row) {
+                outcome->sheetHadRows = true;
+                if (++rows % 512 == 0)
+                    load.setProgress(rows, SpreadsheetWriter::readFraction());
+                if (std::exchange(first, false) && header)
+                    return true;
+                for (int column : ticked)
+                    if (column < row.size())
+                        load.accept(row.at(column), message);
+                return !load.cancelled();
+            });
+            load.setProgress(rows, 1);
+            if (!load.cancelled() && (!read || !outcome->sheetHadRows))
+                outcome->readFailure = WorkbookPreparation::lastReadFailure();
+            return outcome->readFailure.isEmpty();
+        },
+        [op, target, outcome](bool committed) {
+            SpreadsheetWriter::releaseWorkbook();
+            if (!outcome->readFailure.isEmpty())
+                op->Show_MessageBox(outcome->readFailure);
+            else if (committed && !(outcome->sheetHadRows && target->list().size() != target->prev_list_item))
+                op->Show_MessageBox(format_skip_exclude_str());
+        },
+        replace);
     endModal(1);
 }
 
@@ -174,4 +229,7 @@ void Import_Excel::passValue(BulkSmsWindow* window, const QString& value, const 
     }
 }
 
-void Import_Excel::CancelPressed() { endModal(0); }
+void Import_Excel::CancelPressed() {
+    SpreadsheetWriter::releaseWorkbook();
+    endModal(0);
+}

@@ -21,8 +21,9 @@ public:
     void setExclusionTarget(ExclusionImportTarget* target) { m_exclusionTarget = target; }
     void setTemplateTarget(TemplateImportTarget* target) { m_templateTarget = target; }
 
-    // Prepares the workbook, waits one second and runs the window; returns its end code. A
-    // file that is no readable workbook gets the reason in a message box and code 0.
+    // Prepares the workbook and runs the window; returns its end code. A file that is no
+    // readable workbook gets the reason in a message box and code 0. An import into a
+    // window's list goes on after the window has ended, on that window's loading thread.
     int Open_excel_Wnd(const QString& path, const QString& mode);
     // The opening without running the window: mode, path, sheets, first sheet's columns.
     void prepareWindow(const QString& path, const QString& mode);
@@ -52,6 +53,8 @@ private:
     void setPleaseWait(bool visible);
     void rebuildColumns(bool ticked);
     void importRows();
+    // The import into a window's list, on that window's loading thread.
+    void importIntoList(BulkSmsWindow& window);
     void passValue(BulkSmsWindow* window, const QString& value, const QString& message);
 
     Operator& m_op;

@@ -7,6 +7,12 @@
 namespace WorkbookPreparation {
 
 QStringList prepareAndListSheets(const QString& path, QString* failure) {
+    if (SpreadsheetWriter::isStreaming()) {
+        if (failure)
+            *failure = QStringLiteral("Another workbook is being loaded into a list. Please open this one "
+                                      "when that load is done.");
+        return {};
+    }
     QString reason;
     QStringList sheets = Guard::run(
         "Preparing a workbook failed",

@@ -3,6 +3,7 @@
 #include "ImportFixture.h"
 
 #include "core/AppState.h"
+#include "list/ListLoad.h"
 #include "list/LoadCounters.h"
 #include "list/NumberLoader.h"
 #include "sheets/SheetState.h"
@@ -49,6 +50,7 @@ TEST_F(ColumnImportTest, HeaderRowTickedColumnsAndOrder) {
         open(dialog, workbook, "AND", c.ticked);
         dialog.setContainsHeader(c.header);
         dialog.OKPressed();
+        waitForLoads();
         EXPECT_EQ(dialog.endCode(), 1);
         EXPECT_EQ(android.numbers(), c.numbers);
         EXPECT_EQ(counters(), c.counters);
@@ -64,6 +66,7 @@ TEST_F(ColumnImportTest, ValuesGoToTheWindowOfTheModeWithItsComposerText) {
     Import_Excel dialog(op);
     open(dialog, tableWorkbook("p.xlsx", {kPhones}), "GSM", {2});
     dialog.OKPressed();
+    waitForLoads();
     EXPECT_EQ(gsm.numbers(), (QStringList{"555", "222", "9"}));
     EXPECT_EQ(gsm.messages(), (QStringList{"gsm text", "gsm text", ""}));
     EXPECT_EQ(android.numbers(), QStringList{"8"});
@@ -78,6 +81,7 @@ TEST_F(ColumnImportTest, AllDuplicatesShowTheSummary) {
     Import_Excel dialog(op);
     open(dialog, tableWorkbook("p.xlsx", {kPhones}), "AND", {1});
     dialog.OKPressed();
+    waitForLoads();
     EXPECT_EQ(android.list().size(), 3);
     EXPECT_EQ(op.alerts(), QStringList{"\n" + format_skip_exclude_str()});
     EXPECT_EQ(counters(), (QList<int>{3, 3, 3, 0}));
@@ -101,6 +105,7 @@ TEST_F(ColumnImportTest, SheetChoiceReadsThatSheetsPart) {
     EXPECT_FALSE(dialog.Check_For_One_Extension_Selection());
     dialog.setColumnTicked(1, true);
     dialog.OKPressed();
+    waitForLoads();
     EXPECT_EQ(android.numbers(), QStringList{"888"});
 }
 
@@ -114,8 +119,10 @@ TEST_F(ColumnImportTest, OperatorErrorsKeepTheWindowOpen) {
     dialog.prepareWindow(notAWorkbook, "AND");
     EXPECT_TRUE(dialog.sheetNames().isEmpty());
     dialog.OKPressed();
+    waitForLoads();
     dialog.prepareWindow(tableWorkbook("p.xlsx", {kPhones}), "AND");
     dialog.OKPressed();
+    waitForLoads();
     EXPECT_EQ(op.alerts(), (QStringList{"\nThere is no column.", "\nNo column is selected."}));
     EXPECT_FALSE(dialog.isEnded());
     EXPECT_TRUE(dialog.contains_header());
@@ -130,6 +137,7 @@ TEST_F(ColumnImportTest, AHeaderCellOfSpacesKeepsEveryColumnInItsPlace) {
     EXPECT_EQ(dialog.ListData().at(1).value("Extension"), "Untitled Column 2");
     EXPECT_EQ(dialog.ListData().at(2).value("Extension"), "Phone");
     dialog.OKPressed();
+    waitForLoads();
     EXPECT_EQ(android.numbers(), (QStringList{"07700900222", "07700900111"}));
 }
 
@@ -141,6 +149,7 @@ TEST_F(ColumnImportTest, AFileThatIsNoWorkbookEndsTheImportWithItsReason) {
     file.close();
     Import_Excel dialog(op); // no modal is scripted: the window must not run
     EXPECT_EQ(dialog.Open_excel_Wnd(notAWorkbook, "AND"), 0);
+    waitForLoads();
     EXPECT_EQ(op.alerts(),
               QStringList{"\nThis file is not a workbook (or it is damaged or password-protected)."});
     EXPECT_TRUE(android.list().isEmpty());
@@ -153,6 +162,7 @@ TEST_F(ColumnImportTest, ASheetThatCannotBeReadSaysWhy) {
     Import_Excel dialog(op);
     open(dialog, workbook, "AND", {0});
     dialog.OKPressed();
+    waitForLoads();
     EXPECT_EQ(dialog.endCode(), 1);
     EXPECT_EQ(op.alerts(), QStringList{"\nThe sheet could not be read: style 9 outside the 1 cell formats."});
 }
@@ -189,6 +199,7 @@ TEST_F(ColumnImportTest, ExclusionAndTemplateDestinationsTakeEveryValueWithoutSu
         dialog.setTemplateTarget(&templates);
         open(dialog, workbook, mode, {0});
         dialog.OKPressed();
+        waitForLoads();
         EXPECT_EQ(dialog.endCode(), 1);
     }
     EXPECT_EQ(exclusions.values, (QStringList{"Hello", "", "Hello", "Bye"}));
@@ -205,7 +216,9 @@ TEST_F(ColumnImportTest, OpenRunsTheWindowAndReturnsItsCode) {
       }).onModal<Import_Excel>([](Import_Excel& d) { d.CancelPressed(); });
     Import_Excel first(op), second(op);
     EXPECT_EQ(first.Open_excel_Wnd(workbook, "AND"), 1);
+    waitForLoads();
     EXPECT_EQ(second.Open_excel_Wnd(workbook, "AND"), 0);
+    waitForLoads();
     EXPECT_EQ(android.numbers(), (QStringList{"444", "333", "111"}));
 }
 
@@ -223,6 +236,7 @@ TEST_F(ColumnImportTest, TheLoadButtonHandsWorkbooksToTheImportOfItsWindow) {
         d.OKPressed();
     });
     NumberLoader::of(gsm).Load_Number();
+    waitForLoads();
     SpreadsheetLoads::install(nullptr);
     EXPECT_EQ(gsm.numbers(), (QStringList{"555", "222"}));
     EXPECT_EQ(gsm.messages(), QStringList(2, "from gsm"));
@@ -243,9 +257,39 @@ TEST_F(ColumnImportTest, TheMessagesButtonOpensTheWizardOnTheActiveWindow) {
         w.rightButtonPressed();
     });
     NumberLoader::of(android).Excel_Msg_Load_Btn(); // the button of either window acts on the active one
+    waitForLoads();
     SpreadsheetLoads::install(nullptr);
     EXPECT_EQ(gsm.numbers(), QStringList{"123"});
     EXPECT_EQ(gsm.messages(), QStringList{"hello"});
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(ColumnImportTest, CancelDuringTheImportLeavesTheListAsItWas) {
+    SpreadsheetData rows{{"Phone"}};
+    for (int i = 0; i < 3000; ++i)
+        rows.append({QString::number(7700000000LL + i)});
+    const QString workbook = tableWorkbook("many.xlsx", {rows});
+    gsm.Create_Num_Msg_List("555", "old");
+    for (bool cancel : {true, false}) {
+        Import_Excel dialog(op);
+        dialog.prepareWindow(workbook, "GSM");
+        dialog.setColumnTicked(0, true);
+        dialog.OKPressed();
+        EXPECT_TRUE(ListLoad::of(gsm).isRunning());
+        if (cancel) {
+            ListLoad::of(gsm).Cancel();
+            waitForLoads();
+            EXPECT_EQ(gsm.numbers(), QStringList{"555"});
+        }
+        waitForLoads();
+    }
+    ASSERT_EQ(gsm.list().size(), 3001);
+    EXPECT_EQ(gsm.numbers().first(), "7700002999");
+    EXPECT_EQ(gsm.numbers().last(), "555");
+    EXPECT_TRUE(op.alerts().isEmpty());
 }
 
 } // namespace

@@ -43,6 +43,7 @@ protected:
     Excel_Dynamic_Msg& openFileStep(int mode, const QString& workbook) {
         wizard.setMode(mode);
         wizard.rightButtonPressed();
+        waitForLoads();
         op.chooseFile(workbook);
         wizard.Browse();
         wizard.Sheet_ComboBox_changed(0);
@@ -58,6 +59,7 @@ TEST_F(DynamicMessagesTest, PerRowMessagesWithAHeaderCountedAsInvalid) {
     wizard.Number_ComboBox_changed(0);
     wizard.Message_ComboBox_changed(1);
     wizard.rightButtonPressed();
+    waitForLoads();
     EXPECT_EQ(wizard.endCode(), 1);
     EXPECT_EQ(android.numbers(), (QStringList{"333", "222", "111"}));
     EXPECT_EQ(android.messages(), (QStringList{"", "two", "one"}));
@@ -74,12 +76,14 @@ TEST_F(DynamicMessagesTest, TemplateWithSeveralTickedColumns) {
     wizard.setColumnTicked(1, true);
     wizard.setColumnTicked(3, true);
     wizard.rightButtonPressed();
+    waitForLoads();
     ASSERT_EQ(wizard.next_counter(), 2);
     ASSERT_EQ(wizard.DynSMSListData().size(), 4);
     EXPECT_EQ(wizard.DynSMSListData().at(2),
               (Record{{"Number", "3"}, {"Message", "Balance"}, {"Date", "<COL-3>"}}));
     wizard.setTemplateText("Dear <COL-1>, your balance is <col-3>");
     wizard.rightButtonPressed();
+    waitForLoads();
     EXPECT_EQ(android.numbers(), (QStringList{"5550199", "5550100"}));
     EXPECT_EQ(android.messages(), QStringList(2, "Dear Ann, your balance is 12.50"));
     EXPECT_EQ(counters(), (QList<int>{5, 2, 0, 0})); // header "Phone", "Other"; "x"; two numbers
@@ -152,8 +156,10 @@ TEST_F(DynamicMessagesTest, StepChecksInOrder) {
             wizard.leftButtonPressed();
         wizard.setMode(c.mode);
         wizard.rightButtonPressed();
+        waitForLoads();
         c.prepare();
         wizard.rightButtonPressed();
+        waitForLoads();
         QStringList expected{"\n" + c.alert};
         if (QString(c.name) == "no sheet") // the file itself was refused when browsing, with its reason
             expected.prepend("\nThis file is not a workbook (or it is damaged or password-protected).");
@@ -166,12 +172,14 @@ TEST_F(DynamicMessagesTest, StepChecksInOrder) {
 TEST_F(DynamicMessagesTest, ButtonTitlesAndTextsFollowTheSteps) {
     EXPECT_EQ(wizard.leftButtonTitle() + "/" + wizard.rightButtonTitle(), "Close/Continue");
     wizard.rightButtonPressed();
+    waitForLoads();
     EXPECT_EQ(wizard.leftButtonTitle() + "/" + wizard.rightButtonTitle(), "Back/Finish");
     EXPECT_TRUE(
         wizard.sheetLabel().startsWith("Please select the sheet containing phone numbers and messages"));
     wizard.leftButtonPressed();
     wizard.setMode(1);
     wizard.rightButtonPressed();
+    waitForLoads();
     EXPECT_EQ(wizard.rightButtonTitle(), "Next");
     EXPECT_TRUE(wizard.fileStepText().contains("dynamic and personalized message"));
     EXPECT_TRUE(wizard.fileStepText().endsWith("2. Each message may be of maximum 1600 characters."));
@@ -186,6 +194,7 @@ TEST_F(DynamicMessagesTest, UsingAColumnInsertsItsPlaceholderAtTheCursor) {
     openFileStep(1, tableWorkbook("u.xlsx", {{{"Name", "Phone"}, {"Ann", "1"}}}));
     wizard.setColumnTicked(1, true);
     wizard.rightButtonPressed();
+    waitForLoads();
     wizard.setTemplateText("Hi XX!");
     EXPECT_EQ(wizard.Use_Column({}, 0, 0), -1);
     EXPECT_EQ(wizard.Use_Column({0, 1}, 0, 0), -1);
@@ -198,6 +207,7 @@ TEST_F(DynamicMessagesTest, UsingAColumnInsertsItsPlaceholderAtTheCursor) {
     wizard.setTemplateText(" ");
     wizard.Preview();
     wizard.rightButtonPressed();
+    waitForLoads();
     EXPECT_EQ(op.alerts(),
               (QStringList{"\nColumn list is empty.",
                            "\nPlease select at least one record from the column list to continue.",
@@ -216,6 +226,7 @@ TEST_F(DynamicMessagesTest, AtMostFiftyThousandRowsAreUsed) {
     wizard.Number_ComboBox_changed(0);
     wizard.Message_ComboBox_changed(1);
     wizard.rightButtonPressed();
+    waitForLoads();
     EXPECT_EQ(android.list().size(), Excel_Dynamic_Msg::kMaxRows);
     EXPECT_EQ(android.numbers().first(), QString::number(10000000 + 49999));
     EXPECT_EQ(op.alerts(), QStringList{"\n" + Excel_Dynamic_Msg::droppedRowsMessage(10000)});
@@ -231,6 +242,7 @@ TEST_F(DynamicMessagesTest, AHeaderRowDoesNotCountTowardTheLimit) {
     wizard.Number_ComboBox_changed(0);
     wizard.Message_ComboBox_changed(1);
     wizard.rightButtonPressed();
+    waitForLoads();
     EXPECT_EQ(android.list().size(), Excel_Dynamic_Msg::kMaxRows);
     EXPECT_TRUE(op.alerts().isEmpty());
 }
@@ -241,11 +253,13 @@ TEST_F(DynamicMessagesTest, PlaceholdersFollowColumnPositionsPastABlankHeader) {
     ASSERT_EQ(wizard.ListData().size(), 4);
     wizard.setColumnTicked(2, true);
     wizard.rightButtonPressed();
+    waitForLoads();
     ASSERT_EQ(wizard.DynSMSListData().size(), 4);
     EXPECT_EQ(wizard.DynSMSListData().at(3),
               (Record{{"Number", "4"}, {"Message", "Balance"}, {"Date", "<COL-4>"}}));
     wizard.setTemplateText("Dear <COL-1>, your balance is <COL-4>");
     wizard.rightButtonPressed();
+    waitForLoads();
     EXPECT_EQ(android.numbers(), QStringList{"07700900111"});
     EXPECT_EQ(android.messages(), QStringList{"Dear Ann, your balance is 12.50"});
 }
@@ -255,6 +269,7 @@ TEST_F(DynamicMessagesTest, NothingAddedShowsTheSummary) {
     wizard.Number_ComboBox_changed(0);
     wizard.Message_ComboBox_changed(1);
     wizard.rightButtonPressed();
+    waitForLoads();
     EXPECT_EQ(op.alerts(), QStringList{"\n" + format_skip_exclude_str()});
     EXPECT_EQ(wizard.endCode(), 1);
 }

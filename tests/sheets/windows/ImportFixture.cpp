@@ -1,6 +1,7 @@
 #include "ImportFixture.h"
 
 #include "core/AppState.h"
+#include "list/ListLoad.h"
 #include "list/LoadCounters.h"
 #include "sheets/ColumnNames.h"
 #include "sheets/SpreadsheetWriter.h"
@@ -66,3 +67,8 @@ QString ImportTest::tableWorkbook(const QString& name, const QList<SpreadsheetDa
 }
 
 QList<int> ImportTest::counters() { return {TOT_PROC, TOT, SKPD, EXLD}; }
+
+void ImportTest::waitForLoads() {
+    ASSERT_TRUE(
+        spinUntil([&] { return !ListLoad::of(android).isRunning() && !ListLoad::of(gsm).isRunning(); }));
+}

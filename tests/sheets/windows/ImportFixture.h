@@ -22,6 +22,8 @@ protected:
     // A workbook whose sheets hold the given rows (inline strings, dimension from the widest row).
     QString tableWorkbook(const QString& name, const QList<SpreadsheetData>& sheets) const;
     static QList<int> counters();
+    // Waits until the loads the windows run on their loading threads are done.
+    void waitForLoads();
 
     ScriptedOperator op;
     ImportTestWindow android{MainWindowController::Kind::Android, op};
