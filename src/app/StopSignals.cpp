@@ -1,5 +1,6 @@
 #include "StopSignals.h"
 
+#include <QCoreApplication>
 #include <QTimer>
 
 #include <atomic>
@@ -24,7 +25,8 @@ void install(std::function<bool()> stop) {
     sigemptyset(&action.sa_mask);
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
-    auto* poll = new QTimer(); // lives as long as the process: the run may end any time
+    // Owned by the application object: it lives as long as the process, since the run may end any time.
+    auto* poll = new QTimer(QCoreApplication::instance());
     QObject::connect(poll, &QTimer::timeout, poll, [stop = std::move(stop), poll] {
         if (g_signals.load() > 0 && stop())
             poll->stop();

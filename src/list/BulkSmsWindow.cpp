@@ -113,7 +113,7 @@ QString BulkSmsWindow::Num_Able_To_insert(const QString& raw) {
     }
     ++TOT;
     const QString key = n.e164.isEmpty() ? n.written : n.e164;
-    if (m_skipDuplicates && m_list.containsNumber(key)) {
+    if (m_skipDuplicates && holdsNumber(key)) {
         ++SKPD;
         return QString();
     }
@@ -150,8 +150,11 @@ Record BulkSmsWindow::recipientFor(const QString& number, const QString& message
 }
 
 bool BulkSmsWindow::Check_Duplicate_Number(const QString& number) const {
+    return holdsNumber(DefaultCountry::instance().normaliser().comparisonKey(number));
+}
+
+bool BulkSmsWindow::holdsNumber(const QString& key) const {
     // Numbers waiting in a batch count too; a load that replaces the list does not meet the old one.
-    const QString key = DefaultCountry::instance().normaliser().comparisonKey(number);
     return (!m_replacing && m_list.containsNumber(key)) || m_pendingNumbers.contains(key);
 }
 

@@ -38,6 +38,8 @@ public:
     // A recipient record for an accepted number: with a default country it carries the
     // number's E.164 form beside the written one.
     Record recipientFor(const QString& number, const QString& message) const;
+    // Whether the list (or the batch being loaded into it) holds this number (its comparison key).
+    bool holdsNumber(const QString& key) const;
     bool Check_Duplicate_Number(const QString& number) const;
     bool Check_Exclusion_Number(const QString& number) const;
     // While a batch is open (BatchInsert) accepted records wait beside the list, count as

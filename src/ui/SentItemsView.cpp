@@ -11,6 +11,8 @@
 #include <QTableView>
 #include <QVBoxLayout>
 
+#include <functional>
+
 SentItemsView::SentItemsView(Sent_Items& controller, QWidget* parent)
     : QDialog(parent), m_controller(controller) {
     setWindowTitle(QStringLiteral("Sent Items - %1").arg(kApplicationName));
@@ -35,17 +37,17 @@ SentItemsView::SentItemsView(Sent_Items& controller, QWidget* parent)
     row->addWidget(m_count);
     row->addWidget(m_wait);
     row->addStretch();
-    const QList<std::pair<QString, void (Sent_Items::*)()>> actions = {
-        {QStringLiteral("Send to Composer"), &Sent_Items::Send_To_Main_Btn},
-        {QStringLiteral("Export..."), &Sent_Items::Export_Btn},
-        {QStringLiteral("Clear Selected"), &Sent_Items::Clear_Sel_Btn},
-        {QStringLiteral("Clear All"), &Sent_Items::Clear_All_Btn},
-        {QStringLiteral("Close"), &Sent_Items::Close_Btn},
+    Sent_Items& c = m_controller;
+    const QList<std::pair<QString, std::function<void()>>> actions = {
+        {QStringLiteral("Send to Composer"), [&c] { c.Send_To_Main_Btn(); }},
+        {QStringLiteral("Export..."), [&c] { c.Export_Btn(); }},
+        {QStringLiteral("Clear Selected"), [&c] { c.Clear_Sel_Btn(); }},
+        {QStringLiteral("Clear All"), [&c] { c.Clear_All_Btn(); }},
+        {QStringLiteral("Close"), [&c] { c.Close_Btn(); }},
     };
-    for (const auto& entry : actions) {
-        const auto action = entry.second; // captured by the lambda (a structured binding cannot be)
-        auto* button = new QPushButton(entry.first, this);
-        connect(button, &QPushButton::clicked, this, [this, action] { (m_controller.*action)(); });
+    for (const auto& [title, action] : actions) {
+        auto* button = new QPushButton(title, this);
+        connect(button, &QPushButton::clicked, this, action);
         row->addWidget(button);
         m_buttons << button;
     }
