@@ -98,13 +98,10 @@ void Automated_GSM_Sending::Fill_Test_case_List() {
 bool Automated_GSM_Sending::validCustomSmsc() {
     if (m_customSmsc.isEmpty())
         return true;
-    const QString s = Replace_Char_For_Valid_Number(m_customSmsc);
-    if (s.isEmpty() || s.size() > kMaxNumberLength || hasMisplacedPlus(s) || Check_Ph_Number(s, false)) {
-        m_op.Show_MessageBox(
-            QStringLiteral("The SMSC number does not seem to be valid. Please enter a valid SMSC number."));
-        return false;
-    }
-    return true;
+    if (isUsableSmscNumber(m_customSmsc))
+        return true;
+    m_op.Show_MessageBox(kInvalidSmsc);
+    return false;
 }
 
 void Automated_GSM_Sending::Send_Test_SMS_Pressed() {

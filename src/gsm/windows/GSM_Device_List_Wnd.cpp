@@ -184,19 +184,18 @@ void GSM_Device_List_Wnd::setMode(SmsMode mode) {
 void GSM_Device_List_Wnd::PDU_Mode_Radio() { setMode(SmsMode::Pdu); }
 
 void GSM_Device_List_Wnd::Text_Mode_Radio() {
-    m_op.Show_MessageBox(QStringLiteral(
-        "Information:\n\nYou have selected 'Text Mode' for sending Messages.\n\nSome Devices may not support "
-        "non-English (Unicode) SMS using this mode.\n\nIf you face difficulties in sending Unicode SMS using "
-        "'Text "
-        "Mode', select 'PDU Mode'."));
+    m_op.Show_MessageBox(kTextModeNotice);
     setMode(SmsMode::Text);
 }
 
-bool GSM_Device_List_Wnd::validSmsc(const QString& number) {
+bool isUsableSmscNumber(const QString& number) {
     const QString s = Replace_Char_For_Valid_Number(number);
-    if (s.isEmpty() || s.size() > kMaxNumberLength || hasMisplacedPlus(s) || Check_Ph_Number(s, false)) {
-        m_op.Show_MessageBox(
-            QStringLiteral("The SMSC number does not seem to be valid. Please enter a valid SMSC number."));
+    return !s.isEmpty() && s.size() <= kMaxNumberLength && !hasMisplacedPlus(s) && !Check_Ph_Number(s, false);
+}
+
+bool GSM_Device_List_Wnd::validSmsc(const QString& number) {
+    if (!isUsableSmscNumber(number)) {
+        m_op.Show_MessageBox(kInvalidSmsc);
         emit customSmscFocusRequested();
         return false;
     }

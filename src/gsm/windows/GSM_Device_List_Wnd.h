@@ -175,3 +175,13 @@ private:
 
 inline const QString kDeviceListEmpty = QStringLiteral("Device list is empty.");
 inline const QString kSelectDevice = QStringLiteral("Please select device from list.");
+// Shown when a device is switched to text mode (the device window and the details window).
+inline const QString kTextModeNotice = QStringLiteral(
+    "Information:\n\nYou have selected 'Text Mode' for sending Messages.\n\nSome Devices may not support "
+    "non-English (Unicode) SMS using this mode.\n\nIf you face difficulties in sending Unicode SMS using "
+    "'Text "
+    "Mode', select 'PDU Mode'.");
+inline const QString kInvalidSmsc =
+    QStringLiteral("The SMSC number does not seem to be valid. Please enter a valid SMSC number.");
+// Whether a typed service centre number can be used (the same rules as a recipient's).
+bool isUsableSmscNumber(const QString& number);

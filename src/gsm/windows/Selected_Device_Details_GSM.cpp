@@ -115,19 +115,13 @@ void Selected_Device_Details_GSM::setMode(SmsMode mode) {
 void Selected_Device_Details_GSM::PDU_Mode_Radio() { setMode(SmsMode::Pdu); }
 
 void Selected_Device_Details_GSM::Text_Mode_Radio() {
-    m_op.Show_MessageBox(QStringLiteral(
-        "Information:\n\nYou have selected 'Text Mode' for sending Messages.\n\nSome Devices may not support "
-        "non-English (Unicode) SMS using this mode.\n\nIf you face difficulties in sending Unicode SMS using "
-        "'Text "
-        "Mode', select 'PDU Mode'."));
+    m_op.Show_MessageBox(kTextModeNotice);
     setMode(SmsMode::Text);
 }
 
 bool Selected_Device_Details_GSM::validSmsc(const QString& number) {
-    const QString s = Replace_Char_For_Valid_Number(number);
-    if (s.isEmpty() || s.size() > kMaxNumberLength || hasMisplacedPlus(s) || Check_Ph_Number(s, false)) {
-        m_op.Show_MessageBox(
-            QStringLiteral("The SMSC number does not seem to be valid. Please enter a valid SMSC number."));
+    if (!isUsableSmscNumber(number)) {
+        m_op.Show_MessageBox(kInvalidSmsc);
         emit customSmscFocusRequested();
         return false;
     }
