@@ -111,8 +111,14 @@ void PtyPair::release() {
 }
 
 int PtyPair::unreadByClient() const {
+    if (m_keeper < 0)
+        return 0;
+    // Bytes just written to the master wait in the kernel's flip buffer, which the count
+    // below leaves out; polling the slave pushes them into its read queue first.
+    pollfd pushed = {m_keeper, POLLIN, 0};
+    ::poll(&pushed, 1, 0);
     int count = 0;
-    if (m_keeper < 0 || ::ioctl(m_keeper, FIONREAD, &count) != 0)
+    if (::ioctl(m_keeper, FIONREAD, &count) != 0)
         return 0;
     return count;
 }
