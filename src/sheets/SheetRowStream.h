@@ -1,22 +1,39 @@
 #pragma once
 // Streams the rows of a worksheet part ("/worksheet[1]/sheetData[1]/row", names matched by
-// local name) one at a time, straight from the zip entry as it inflates, so a sheet of any
-// length costs the memory of one row. Each row arrives as a small element tree; it is freed
-// as soon as the next one is read.
+// local name) one at a time, parsed by libxml2's SAX interface straight from the zip entry
+// as it inflates: no element tree is built, and a sheet of any length costs the memory of
+// one row. Each row arrives as the raw texts of its cells, in buffers reused for the next.
 #include <QString>
 #include <QStringList>
 
-#include <libxml/tree.h>
-
 #include <functional>
-#include <optional>
+#include <string>
+#include <vector>
 
 class ZipEntryStream;
+
+// One "c" element: its attributes and its stored text, as UTF-8.
+struct SheetCell {
+    std::string reference; // "r"
+    std::string type;      // "t"
+    std::string style;     // "s"
+    // The text of its first "v" child, or for an inline string ("t" is "inlineStr") the
+    // text of its first "is" child without phonetic runs ("rPh").
+    std::string value;
+    std::string inlineText;
+    bool hasReference = false;
+    bool hasStyle = false;
+};
+
+struct SheetRow {
+    std::string number; // "r"
+    std::vector<SheetCell> cells;
+};
 
 class SheetRowStream {
 public:
     // Called per row in document order; return false to stop.
-    using RowVisitor = std::function<bool(const xmlNode* row)>;
+    using RowVisitor = std::function<bool(const SheetRow& row)>;
 
     // Reads the part leniently (no network, no DTD, no entity substitution). False when the
     // part could not be read at all or its entry broke off (a damaged or over-budget zip

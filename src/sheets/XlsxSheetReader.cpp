@@ -5,7 +5,6 @@
 #include "DateFormatConverter.h"
 #include "SheetRowStream.h"
 #include "XlsxText.h"
-#include "XmlDocument.h"
 #include "ZipEntryStream.h"
 #include "core/Log.h"
 
@@ -14,6 +13,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
+#include <limits>
 #include <vector>
 
 namespace {
@@ -31,27 +32,66 @@ qint64 leadingInteger(const QString& text) {
     return ok ? value : -1;
 }
 
+// The integer at the start of a cell's raw text (after white space and a sign), 0 when
+// there is none, -1 when it does not fit.
+qint64 leadingInteger(std::string_view text) {
+    size_t i = 0;
+    while (i < text.size() && std::isspace(static_cast<unsigned char>(text[i])))
+        ++i;
+    const size_t sign = i;
+    if (i < text.size() && (text[i] == '+' || text[i] == '-'))
+        ++i;
+    const size_t digits = i;
+    while (i < text.size() && text[i] >= '0' && text[i] <= '9')
+        ++i;
+    if (i == digits)
+        return 0;
+    qint64 value = 0;
+    const auto [end, error] = std::from_chars(text.data() + digits, text.data() + i, value);
+    if (error != std::errc() || end != text.data() + i)
+        return -1;
+    return text[sign] == '-' ? -value : value;
+}
+
+QString fromUtf8(std::string_view text) { return QString::fromUtf8(text.data(), qsizetype(text.size())); }
+
+// A row's declared number, 0 when it has none.
+qint64 rowNumberOf(const SheetRow& row) {
+    return QByteArray::fromRawData(row.number.data(), qsizetype(row.number.size())).trimmed().toLongLong();
+}
+
+// Whole numbers as a spreadsheet program shows them under "General" come out as they are
+// stored: up to 15 digits without leading zeros, the most a double holds exactly.
+bool isPlainWholeNumber(std::string_view text) {
+    if (text.empty() || text.size() > 15 || (text[0] == '0' && text.size() > 1))
+        return false;
+    return std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
 // Column index (0-based) of each cell of a row. A cell without a reference follows the
 // one before it, as the format defines.
 class CellColumns {
 public:
-    int next(const xmlNode* cell) {
-        if (XmlDocument::hasAttribute(cell, "r"))
-            m_last = Get_Col_index(Get_Column_Char_Str(XmlDocument::attribute(cell, "r")), 65);
-        else
-            m_last = m_last + 1;
+    int next(const SheetCell& cell) {
+        m_last = cell.hasReference ? columnOf(cell.reference) : m_last + 1;
         return m_last;
     }
 
 private:
+    static int columnOf(std::string_view reference) {
+        // The usual "B12": one or two capital letters, then the row.
+        if (reference.size() >= 2 && isUpper(reference[0])) {
+            if (isRowDigit(reference[1]))
+                return reference[0] - 'A';
+            if (isUpper(reference[1]) && reference.size() >= 3 && isRowDigit(reference[2]))
+                return (reference[0] - 64) * 26 + reference[1] - 'A';
+        }
+        return Get_Col_index(Get_Column_Char_Str(fromUtf8(reference)), 65);
+    }
+    static bool isUpper(char c) { return c >= 'A' && c <= 'Z'; }
+    static bool isRowDigit(char c) { return c >= '1' && c <= '9'; }
     int m_last = -1;
 };
-
-QList<xmlNodePtr> cellsOf(const xmlNode* row) {
-    QList<xmlNodePtr> cells = XmlDocument::childElements(row);
-    cells.removeIf([](const xmlNode* n) { return !XmlDocument::isNamed(n, "c"); });
-    return cells;
-}
 
 // A cell reference as (0-based column, 1-based row); row 0 when it has none.
 struct CellRef {
@@ -163,16 +203,52 @@ private:
 
 } // namespace
 
-// What one read keeps between cells: the date formatter and the patterns looked up so far.
+// What one read keeps between cells: the date formatter, and what each cell format and
+// number format comes to, worked out on first use.
 class XlsxSheetReader::CellContext {
 public:
-    explicit CellContext(bool date1904) : dates(date1904), date1904(date1904) {}
+    struct Format {
+        bool isDate = false;
+        QString code;    // the custom format code, "" for a built-in one
+        QString pattern; // the date pattern, for a date format
+    };
+
+    CellContext(const XlsxSheetReader& reader, bool date1904)
+        : dates(date1904), date1904(date1904), m_reader(reader),
+          m_styleFormats(size_t(reader.m_tables.styles.size()), kUnknown) {}
+
+    // The number format id of cell format `style` (a valid index).
+    int formatIdOfStyle(qint64 style) {
+        int& id = m_styleFormats[size_t(style)];
+        if (id == kUnknown)
+            id = int(leadingInteger(m_reader.m_tables.styles.at(style)));
+        return id;
+    }
+
+    const Format& format(int numFmtId) {
+        auto found = m_formats.find(numFmtId);
+        if (found == m_formats.end()) {
+            Format f;
+            f.isDate = m_reader.isDateFormat(numFmtId);
+            f.code = m_reader.formatCodeFor(numFmtId);
+            if (f.isDate)
+                f.pattern = m_reader.datePatternFor(numFmtId);
+            found = m_formats.insert(numFmtId, f);
+        }
+        return *found;
+    }
+
     ExcelDateFormatter dates;
-    QHash<int, QString> patterns;
     bool date1904;
+
+private:
+    static constexpr int kUnknown = std::numeric_limits<int>::min();
+    const XlsxSheetReader& m_reader;
+    std::vector<int> m_styleFormats;
+    QHash<int, Format> m_formats;
 };
 
-QString XlsxSheetReader::sharedString(const QString& indexText) const {
+QString XlsxSheetReader::sharedString(std::string_view indexText) const {
     const QStringList& strings = m_tables.sharedStrings;
     const qint64 index = leadingInteger(indexText);
     if (index >= 0 && index < strings.size())
@@ -208,58 +284,54 @@ bool XlsxSheetReader::isDateFormat(int numFmtId) const {
     return isDateFormatId(numFmtId) || numFmtId == 18 || (numFmtId >= 45 && numFmtId <= 47);
 }
 
-QString XlsxSheetReader::cellValue(const xmlNode* cell, CellContext& context, QString& failure) const {
-    const QString type = XmlDocument::attribute(cell, "t");
+QString XlsxSheetReader::cellValue(const SheetCell& cell, CellContext& context, QString& failure) const {
+    const std::string_view type = cell.type;
     // The stored value; a formula cell keeps its cached result there, never in its formula.
-    QString stored = XmlDocument::wholeText(XmlDocument::firstChildElement(cell, "v"));
-    if (type == QLatin1String("s"))
+    const std::string_view stored = cell.value;
+    if (type == "s")
         return sharedString(stored);
-    if (type == QLatin1String("b"))
+    if (type == "b")
         return leadingInteger(stored) == 1 ? QStringLiteral("true") : QStringLiteral("false");
-    if (type == QLatin1String("inlineStr"))
-        return decodeXlsxEscapes(
-            XmlDocument::wholeTextSkipping(XmlDocument::firstChildElement(cell, "is"), "rPh"));
-    if (type == QLatin1String("str") || type == QLatin1String("e"))
-        return decodeXlsxEscapes(stored);
-    if (stored.isEmpty())
-        return stored;
+    if (type == "inlineStr")
+        return decodeXlsxEscapes(fromUtf8(cell.inlineText));
+    if (type == "str" || type == "e")
+        return decodeXlsxEscapes(fromUtf8(stored));
+    if (stored.empty())
+        return {};
 
     // A cell without a style in a workbook without cell formats is plain "General".
-    const bool general = !XmlDocument::hasAttribute(cell, "s") && m_tables.styles.isEmpty();
-    const qint64 style = leadingInteger(XmlDocument::attribute(cell, "s"));
+    const bool general = !cell.hasStyle && m_tables.styles.isEmpty();
+    const qint64 style = leadingInteger(cell.style);
     if (!general && (style < 0 || style >= m_tables.styles.size())) {
         failure =
             QStringLiteral("style %1 outside the %2 cell formats").arg(style).arg(m_tables.styles.size());
         return {};
     }
-    const int formatId = general ? 0 : int(leadingInteger(m_tables.styles.at(style)));
+    const CellContext::Format& format = context.format(general ? 0 : context.formatIdOfStyle(style));
 
-    QString serial = stored;
-    if (type == QLatin1String("d")) {
-        serial = isoDateToSerial(stored);
+    QString serial;
+    if (type == "d") {
+        serial = isoDateToSerial(fromUtf8(stored));
         if (serial.isEmpty())
-            return stored;
+            return fromUtf8(stored);
         if (context.date1904) // the formatter counts this workbook's serials from 1904
             serial = QString::number(serial.toDouble() - double(k1904Offset), 'f', 8);
-    } else if (!isDateFormat(formatId)) {
-        return numericCellText(stored, formatCodeFor(formatId));
+    } else if (!format.isDate) {
+        if (format.code.isEmpty() && isPlainWholeNumber(stored))
+            return QString::fromLatin1(stored.data(), qsizetype(stored.size()));
+        return numericCellText(fromUtf8(stored), format.code);
+    } else {
+        serial = fromUtf8(stored);
     }
-    QString pattern;
-    if (isDateFormat(formatId)) {
-        auto found = context.patterns.find(formatId);
-        if (found == context.patterns.end())
-            found = context.patterns.insert(formatId, datePatternFor(formatId));
-        pattern = *found;
-    }
-    const QString date = context.dates.format(serial, pattern);
-    return date.isEmpty() ? stored : date;
+    const QString date = context.dates.format(serial, format.isDate ? format.pattern : QString());
+    return date.isEmpty() ? fromUtf8(stored) : date;
 }
 
-bool XlsxSheetReader::rowValues(const xmlNode* row, CellContext& context, qsizetype width,
+bool XlsxSheetReader::rowValues(const SheetRow& row, CellContext& context, qsizetype width,
                                 QStringList& values, QString& failure) const {
     values = QStringList(width, QString());
     CellColumns cellColumns;
-    for (const xmlNode* cell : cellsOf(row)) {
+    for (const SheetCell& cell : row.cells) {
         const int index = cellColumns.next(cell);
         const QString value = cellValue(cell, context, failure);
         if (!failure.isEmpty())
@@ -275,13 +347,13 @@ bool XlsxSheetReader::rowValues(const xmlNode* row, CellContext& context, qsizet
 
 SpreadsheetData XlsxSheetReader::readHeader(ZipEntryStream& input, const QString& partName,
                                             qint32& columns) const {
-    CellContext context(m_tables.date1904);
+    CellContext context(*this, m_tables.date1904);
     QList<QPair<int, QString>> firstRow;
     int rowsSeen = 0;
     int widest = 0;
-    const bool readable = SheetRowStream::read(input, partName, [&](const xmlNode* row) {
+    const bool readable = SheetRowStream::read(input, partName, [&](const SheetRow& row) {
         CellColumns cellColumns;
-        for (const xmlNode* cell : cellsOf(row)) {
+        for (const SheetCell& cell : row.cells) {
             const int index = cellColumns.next(cell);
             if (index < 0)
                 continue;
@@ -313,7 +385,7 @@ SpreadsheetData XlsxSheetReader::readHeader(ZipEntryStream& input, const QString
 bool XlsxSheetReader::readRows(ZipEntryStream& input, const QString& partName, qint32 columns,
                                const QStringList& mergedRanges, const RowSink& sink,
                                QString* failureOut) const {
-    CellContext context(m_tables.date1904);
+    CellContext context(*this, m_tables.date1904);
     const qsizetype width = std::max<qint32>(columns, 0);
     OnlineMerges merges(mergedRanges);
     qint64 rowNumber = 0;
@@ -322,8 +394,8 @@ bool XlsxSheetReader::readRows(ZipEntryStream& input, const QString& partName, q
     QString streamFailure;
     const bool readable = SheetRowStream::read(
         input, partName,
-        [&](const xmlNode* row) {
-            const qint64 declared = XmlDocument::attribute(row, "r").trimmed().toLongLong();
+        [&](const SheetRow& row) {
+            const qint64 declared = rowNumberOf(row);
             rowNumber = declared > 0 ? declared : rowNumber + 1;
             if (!rowValues(row, context, width, values, failure))
                 return false;
@@ -345,7 +417,7 @@ bool XlsxSheetReader::readRows(ZipEntryStream& input, const QString& partName, q
 
 SpreadsheetData XlsxSheetReader::readAll(ZipEntryStream& input, const QString& partName, qint32 columns,
                                          QString* failureOut) const {
-    CellContext context(m_tables.date1904);
+    CellContext context(*this, m_tables.date1904);
     qsizetype width = std::max<qint32>(columns, 0);
     SpreadsheetData result;
     QHash<qint64, qsizetype> rowIndex; // sheet row number -> table row
@@ -355,14 +427,14 @@ SpreadsheetData XlsxSheetReader::readAll(ZipEntryStream& input, const QString& p
     QString streamFailure;
     const bool readable = SheetRowStream::read(
         input, partName,
-        [&](const xmlNode* row) {
+        [&](const SheetRow& row) {
             if (qint64(result.size() + 1) * std::max<qsizetype>(width, 1) > kMaxCells) {
                 failure = QStringLiteral("the sheet has more than %1 rows of %2 columns, too many to read")
                               .arg(result.size())
                               .arg(width);
                 return false;
             }
-            const qint64 declared = XmlDocument::attribute(row, "r").trimmed().toLongLong();
+            const qint64 declared = rowNumberOf(row);
             rowNumber = declared > 0 ? declared : rowNumber + 1;
             rowIndex.insert(rowNumber, result.size());
             QStringList values;

@@ -15,11 +15,12 @@
 #include <QString>
 #include <QStringList>
 
-#include <libxml/tree.h>
-
 #include <functional>
+#include <string_view>
 
 class ZipEntryStream;
+struct SheetCell;
+struct SheetRow;
 
 struct XlsxWorkbookTables {
     const QStringList& sharedStrings;
@@ -72,11 +73,11 @@ public:
 private:
     class CellContext;
     // A cell's text; on a cell format the workbook lacks, "" with the reason in failure.
-    QString cellValue(const xmlNode* cell, CellContext& context, QString& failure) const;
+    QString cellValue(const SheetCell& cell, CellContext& context, QString& failure) const;
     // One row element as strings, at least width long; false with failure set on a bad cell.
-    bool rowValues(const xmlNode* row, CellContext& context, qsizetype width, QStringList& values,
+    bool rowValues(const SheetRow& row, CellContext& context, qsizetype width, QStringList& values,
                    QString& failure) const;
-    QString sharedString(const QString& indexText) const;
+    QString sharedString(std::string_view indexText) const;
     QString formatCodeFor(int numFmtId) const;
     bool isDateFormat(int numFmtId) const;
     XlsxWorkbookTables m_tables; // refers to tables that outlive the reader

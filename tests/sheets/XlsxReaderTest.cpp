@@ -94,6 +94,17 @@ TEST_F(XlsxReaderTest, SharedStringIndexesBooleansAndFormulas) {
         {R"(<c r="A1"><f>B1+1</f></c>)", ""}, // never calculated: nothing to show
         {R"(<c r="A1" t="inlineStr"><is><t>Bo</t><rPh sb="0" eb="2"><t>ボ</t></rPh></is></c>)", "Bo"},
         {R"(<c r="A1" t="e"><v>#DIV/0!</v></c>)", "#DIV/0!"},
+        // Raw texts as the parser hands them over: padding, overflow, escapes, CDATA, runs.
+        {R"(<c r="A1" t="s"><v> 2 </v></c>)", "third"},
+        {R"(<c r="A1" t="s"><v>99999999999999999999</v></c>)", ""},
+        {R"(<c r="A1" t="inlineStr"><is><t>a&amp;b&#x41;&lt;</t></is></c>)", "a&bA<"},
+        {R"(<c r="A1" t="inlineStr"><is><r><t>x</t></r><r><t xml:space="preserve"> y</t></r></is></c>)",
+         "x y"},
+        {R"(<c r="A1" t="str"><v><![CDATA[a<b]]></v></c>)", "a<b"},
+        {R"(<c r="A1"><v>007</v></c>)", "7"},
+        {R"(<c r="A1"><v>447700900001</v></c>)", "447700900001"},
+        {R"(<c r="A1"><v>0</v></c>)", "0"},
+        {R"(<c r="A1"><v>4477009000012345</v></c>)", "4477009000012345"},
     };
     int n = 0;
     for (const Case& c : cases) {
