@@ -96,22 +96,26 @@ QWidget* RecipientPanel::buildListSide() {
     auto* loadFile = new QPushButton(QStringLiteral("Load Numbers..."), side);
     auto* paste = new QPushButton(QStringLiteral("Paste Numbers..."), side);
     auto* excelMessages = new QPushButton(QStringLiteral("Messages from Excel..."), side);
-    // While a load runs: how far it has come, and Cancel (the list then stays as it was).
-    auto* progress = new QProgressBar(side);
-    progress->setObjectName(QStringLiteral("_loadProgress"));
-    progress->setRange(0, 1000);
-    progress->setTextVisible(true);
-    auto* cancelLoad = new QPushButton(QStringLiteral("Cancel"), side);
-    cancelLoad->setObjectName(QStringLiteral("_cancelLoad"));
-    progress->hide();
-    cancelLoad->hide();
     loads->addWidget(loadFile);
     loads->addWidget(paste);
     loads->addWidget(excelMessages);
-    loads->addWidget(progress, 1);
-    loads->addWidget(cancelLoad);
     loads->addStretch();
     layout->addLayout(loads);
+    // While a load runs, a row of its own below the buttons: how far it has come, and
+    // Cancel (the list then stays as it was).
+    auto* loading = new QWidget(side);
+    auto* loadingRow = new QHBoxLayout(loading);
+    loadingRow->setContentsMargins(0, 0, 0, 0);
+    auto* progress = new QProgressBar(loading);
+    progress->setObjectName(QStringLiteral("_loadProgress"));
+    progress->setRange(0, 1000);
+    progress->setTextVisible(true);
+    auto* cancelLoad = new QPushButton(QStringLiteral("Cancel"), loading);
+    cancelLoad->setObjectName(QStringLiteral("_cancelLoad"));
+    loadingRow->addWidget(progress, 1);
+    loadingRow->addWidget(cancelLoad);
+    loading->hide();
+    layout->addWidget(loading);
     connect(loadFile, &QPushButton::clicked, this, [this] { NumberLoader::of(m_window).Load_Number(); });
     connect(paste, &QPushButton::clicked, this, [this] { NumberLoader::of(m_window).Manually_Add_Btn(); });
     connect(excelMessages, &QPushButton::clicked, this,
@@ -123,10 +127,7 @@ QWidget* RecipientPanel::buildListSide() {
         progress->setValue(int(l.fraction() * 1000));
         progress->setFormat(l.progressText());
     });
-    connect(&load, &ListLoad::runningChanged, this, [progress, cancelLoad](bool running) {
-        progress->setVisible(running);
-        cancelLoad->setVisible(running);
-    });
+    connect(&load, &ListLoad::runningChanged, loading, &QWidget::setVisible);
     m_listControls << add << m_number << loadFile << paste << excelMessages;
 
     m_model = new RecordTableModel(m_window.list(), this);
