@@ -8,12 +8,19 @@ namespace {
 
 QList<int> octetsOf(QStringView hex) {
     QList<int> octets;
+    const auto digit = [](QChar c) {
+        const char16_t u = c.unicode();
+        return u >= u'0' && u <= u'9'   ? u - u'0'
+               : u >= u'A' && u <= u'F' ? u - u'A' + 10
+               : u >= u'a' && u <= u'f' ? u - u'a' + 10
+                                        : -1;
+    };
     for (qsizetype i = 0; i + 1 < hex.size(); i += 2) {
-        bool ok = false;
-        const int value = hex.mid(i, 2).toInt(&ok, 16);
-        if (!ok)
+        // Two hex digits and nothing else: a sign or a space would make an octet negative.
+        const int high = digit(hex.at(i)), low = digit(hex.at(i + 1));
+        if (high < 0 || low < 0)
             return {};
-        octets << value;
+        octets << (high << 4 | low);
     }
     return hex.size() % 2 == 0 ? octets : QList<int>{};
 }

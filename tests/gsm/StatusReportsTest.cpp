@@ -42,6 +42,13 @@ TEST(StatusReports, WhatIsNoReportGivesNothing) {
     EXPECT_FALSE(StatusReports::parse(u"+CDS: 6,x,\"1\",129,\"a\",\"b\",0"));
 }
 
+// Found by fuzzing: "-C" read as the octet -12 sent the parser before the PDU's start.
+TEST(StatusReports, SignsAndSpacesAreNoHexOctets) {
+    for (const char16_t* pdu : {u"-C", u"-C0006", u"+0", u" 7", u"0-"})
+        EXPECT_FALSE(StatusReports::parse(u"+CDS: 22", pdu)) << QString::fromUtf16(pdu).toStdString();
+    EXPECT_TRUE(StatusReports::fromUnsolicited({"+CDS: ", "-C", "+CDS: 6", "-C 00"}).isEmpty());
+}
+
 TEST(StatusReports, ReportsAreFoundAmongOtherUnsolicitedLines) {
     const QDateTime at = QDateTime::fromString("2026-11-23T12:00:00Z", Qt::ISODate);
     const QStringList pduReport =
