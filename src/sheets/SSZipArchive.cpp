@@ -306,6 +306,31 @@ bool SSZipArchive::createZipFileAtPath(const QString& path, const QStringList& w
     return archive.close();
 }
 
+bool SSZipArchive::createZipFileAtPath(const QString& path, const QStringList& withFilesAtPaths,
+                                       const QHash<QString, SSZipEntryContent>& generated) {
+    SSZipArchive archive(path);
+    archive.m_generated = generated;
+    if (!archive.open())
+        return false;
+    bool ok = true;
+    for (QString item : withFilesAtPaths) {
+        if (item.endsWith(QLatin1Char('/')))
+            item.chop(1);
+        const int slash = item.lastIndexOf(QLatin1Char('/'));
+        const QString base = slash < 0 ? QString() : item.left(slash);
+        ok = ok && archive.writeFile(item.mid(slash + 1),
+                                     base.isEmpty() && slash == 0 ? QStringLiteral("/") : base);
+    }
+    archive.close();
+    if (ok && archive.m_closedCleanly)
+        return true;
+    Show_NSLog_Message(QStringLiteral("Error: the archive %1 could not be written completely").arg(path));
+    struct stat st;
+    if (::lstat(QFile::encodeName(path).constData(), &st) == 0 && S_ISREG(st.st_mode))
+        ::unlink(QFile::encodeName(path).constData()); // never a device or what a link points to
+    return false;
+}
+
 SSZipArchive::SSZipArchive(const QString& path) : _path(path) {}
 
 SSZipArchive::~SSZipArchive() {
@@ -329,8 +354,11 @@ bool SSZipArchive::writeFile(const QString& relativeName, const QString& basePat
     }
     const QString fullPath = basePath.isEmpty() ? relativeName : basePath + QLatin1Char('/') + relativeName;
     const QFileInfo info(fullPath);
-    if (!info.isDir() || info.isSymLink())
-        return addFileEntry(relativeName, fullPath);
+    if (!info.isDir() || info.isSymLink()) {
+        const auto generated = m_generated.constFind(relativeName);
+        return generated != m_generated.cend() ? addGeneratedEntry(relativeName, *generated)
+                                               : addFileEntry(relativeName, fullPath);
+    }
 
     // Byte-wise name order, so packing the same tree twice gives the same archive.
     QStringList children = QDir(fullPath).entryList(
@@ -351,7 +379,7 @@ bool SSZipArchive::close() {
         Show_NSLog_Message(QStringLiteral("Attempting to close an archive which was never opened"));
         return true;
     }
-    zipClose(_zip, nullptr);
+    m_closedCleanly = zipClose(_zip, nullptr) == ZIP_OK;
     _zip = nullptr;
     return true;
 }
@@ -387,6 +415,26 @@ bool SSZipArchive::addFileEntry(const QString& entryName, const QString& fullPat
             break;
         }
     }
+    return zipCloseFileInZip(_zip) == ZIP_OK && ok;
+}
+
+bool SSZipArchive::addGeneratedEntry(const QString& entryName, const SSZipEntryContent& content) {
+    const QByteArray name = entryName.toUtf8();
+    if (zipOpenNewFileInZip(_zip, name.constData(), nullptr, nullptr, 0, nullptr, 0, nullptr, Z_DEFLATED,
+                            Z_BEST_SPEED) != ZIP_OK)
+        return false;
+    zipFile zip = _zip;
+    const bool ok = content([zip](const char* data, qsizetype size) {
+        // minizip takes at most 4 GiB per call; blocks are far smaller, but stay exact.
+        while (size > 0) {
+            const auto chunk = unsigned(std::min<qsizetype>(size, qsizetype(1) << 30));
+            if (zipWriteInFileInZip(zip, data, chunk) != ZIP_OK)
+                return false;
+            data += chunk;
+            size -= chunk;
+        }
+        return true;
+    });
     return zipCloseFileInZip(_zip) == ZIP_OK && ok;
 }
 

@@ -12,6 +12,10 @@
 #include <QString>
 #include <QStringList>
 
+#include <QHash>
+
+#include <functional>
+
 #include <zip.h>
 
 // An error as callers and logs see it: a domain, a code and a description.
@@ -42,6 +46,12 @@ struct SSZipLimits {
 struct SSZipTally {
     qint64 inflated = 0;
 };
+
+// Adds the next bytes to an entry being packed; false when the archive cannot take them.
+using SSZipEntrySink = std::function<bool(const char* data, qsizetype size)>;
+// Content made while packing rather than read from a file: writes the whole entry through
+// the sink and says whether all of it went in.
+using SSZipEntryContent = std::function<bool(const SSZipEntrySink& sink)>;
 
 class SSZipArchive {
 public:
@@ -75,6 +85,13 @@ public:
     // Creates (replaces) the archive at path from the given files and folders, each placed
     // at the root of the archive under its last path component.
     static bool createZipFileAtPath(const QString& path, const QStringList& withFilesAtPaths);
+    // The same, except that a file whose entry name is a key of generated is not read: its
+    // entry holds what the content writes, deflated at the fastest level (these are the
+    // large parts, made on the fly instead of written to a file and read back). True only
+    // when every entry and the archive's directory were written; otherwise the incomplete
+    // archive is removed.
+    static bool createZipFileAtPath(const QString& path, const QStringList& withFilesAtPaths,
+                                    const QHash<QString, SSZipEntryContent>& generated);
 
     // Current caps of unpacking; process-wide, change them only while nothing unpacks.
     static SSZipLimits limits();
@@ -100,7 +117,10 @@ public:
 private:
     bool addFileEntry(const QString& entryName, const QString& fullPath);
     bool addEmptyFolderEntry(const QString& entryName);
+    bool addGeneratedEntry(const QString& entryName, const SSZipEntryContent& content);
 
     QString _path;
     zipFile _zip = nullptr;
+    QHash<QString, SSZipEntryContent> m_generated; // entry name -> its content
+    bool m_closedCleanly = false;                  // the last close wrote the directory
 };
