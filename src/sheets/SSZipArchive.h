@@ -16,6 +16,7 @@
 
 #include <functional>
 
+#include <unzip.h>
 #include <zip.h>
 
 // An error as callers and logs see it: a domain, a code and a description.
@@ -85,13 +86,14 @@ public:
     // Creates (replaces) the archive at path from the given files and folders, each placed
     // at the root of the archive under its last path component.
     static bool createZipFileAtPath(const QString& path, const QStringList& withFilesAtPaths);
-    // The same, except that a file whose entry name is a key of generated is not read: its
-    // entry holds what the content writes, deflated at the fastest level (these are the
-    // large parts, made on the fly instead of written to a file and read back). True only
-    // when every entry and the archive's directory were written; otherwise the incomplete
-    // archive is removed.
-    static bool createZipFileAtPath(const QString& path, const QStringList& withFilesAtPaths,
-                                    const QHash<QString, SSZipEntryContent>& generated);
+    // Creates (replaces) the archive at path with the entries of the archive at templatePath,
+    // in byte-wise name order, copied as they are stored (never inflated); an entry named
+    // in generated holds what its content writes instead, deflated at the fastest level
+    // (added when the template has no such entry). These are the large parts, made on the
+    // fly rather than written to a file and read back. True only when every entry and the
+    // archive's directory were written; otherwise the incomplete archive is removed.
+    static bool createZipFileFromTemplate(const QString& path, const QString& templatePath,
+                                          const QHash<QString, SSZipEntryContent>& generated);
 
     // Current caps of unpacking; process-wide, change them only while nothing unpacks.
     static SSZipLimits limits();
@@ -118,9 +120,9 @@ private:
     bool addFileEntry(const QString& entryName, const QString& fullPath);
     bool addEmptyFolderEntry(const QString& entryName);
     bool addGeneratedEntry(const QString& entryName, const SSZipEntryContent& content);
+    bool copyStoredEntry(unzFile source, unz_file_pos at, const QByteArray& name);
 
     QString _path;
     zipFile _zip = nullptr;
-    QHash<QString, SSZipEntryContent> m_generated; // entry name -> its content
-    bool m_closedCleanly = false;                  // the last close wrote the directory
+    bool m_closedCleanly = false; // the last close wrote the directory
 };

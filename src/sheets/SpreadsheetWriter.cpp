@@ -301,20 +301,14 @@ bool SpreadsheetWriter::WriteWorkbook(const QString& location, const Spreadsheet
     // a workbook read before, is kept once the export is written.
     self.data = SpreadsheetData();
     self.sharedStrings = QStringList();
-    self.m_prepared = false; // the working folder is about to hold the export, not a workbook read
-    if (!self.clearWorkingFolder() || !QDir(self.tmpDir).mkpath(QStringLiteral("xl/worksheets")))
-        return false;
-    SSZipArchive::unzipFileAtPath(templatePackage(), self.tmpDir, true, QString(), nullptr);
+    self.m_prepared = false;
+    self.clearWorkingFolder();
 
-    // The two generated parts go straight into the archive, in the template's place for
-    // them: empty files hold those places in the tree that is packed.
+    // The archive is the template's with its worksheet and shared strings replaced. Both go
+    // straight into the archive, and the template's other parts are copied over as stored:
+    // nothing is unpacked to the working folder and read back.
     const QString sheetEntry = QStringLiteral("xl/worksheets/sheet1.xml");
     const QString stringsEntry = QStringLiteral("xl/sharedStrings.xml");
-    for (const QString& entry : {sheetEntry, stringsEntry}) {
-        QFile place(self.tmpDir + QLatin1Char('/') + entry);
-        if (!place.open(QIODevice::WriteOnly | QIODevice::Truncate))
-            return false;
-    }
     // Text or number is decided once per cell: the shared strings precede the worksheet in
     // the archive, yet the worksheet numbers them.
     const XlsxTextCells cells(withData);
@@ -327,18 +321,10 @@ bool SpreadsheetWriter::WriteWorkbook(const QString& location, const Spreadsheet
              return stringsOk = writeSharedStringsPart(sink, withData, cells);
          }},
     };
-
-    QStringList items =
-        QDir(self.tmpDir).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden, QDir::Unsorted);
-    std::sort(items.begin(), items.end(),
-              [](const QString& a, const QString& b) { return a.toUtf8() < b.toUtf8(); });
-    for (QString& item : items)
-        item.prepend(self.tmpDir + QLatin1Char('/'));
-    const bool written = SSZipArchive::createZipFileAtPath(location, items, generated);
+    const bool written = SSZipArchive::createZipFileFromTemplate(location, templatePackage(), generated);
     if (!stringsOk)
         reportUnwritablePart(location + QStringLiteral(" (") + stringsEntry + QLatin1Char(')'));
     if (!sheetOk)
         reportUnwritablePart(location + QStringLiteral(" (") + sheetEntry + QLatin1Char(')'));
-    self.clearWorkingFolder(); // the template's copy is not needed any more
     return written;
 }

@@ -113,7 +113,7 @@ bool writeWorksheetPart(const XmlPartWriter::Sink& sink, const SpreadsheetData& 
     w.end();
 
     const std::string spans = "1:" + std::string(digits.of(columns));
-    std::string reference;
+    std::string cellsOfRow;
     qsizetype cell = 0, sharedIndex = 0;
     w.start("sheetData");
     for (qsizetype r = 0; r < data.size() && w.ok(); ++r) {
@@ -121,22 +121,23 @@ bool writeWorksheetPart(const XmlPartWriter::Sink& sink, const SpreadsheetData& 
         w.start("row");
         w.attribute("r", rowNumber);
         w.attribute("spans", spans);
+        // The cells are put together here: a reference is letters and digits, an index
+        // digits, and a number cell holds only what isPlainNumber allows (ASCII digits, "-",
+        // "."), so none of it needs escaping.
+        cellsOfRow.clear();
         const QStringList& row = data.at(r);
         for (qsizetype c = 0; c < row.size(); ++c, ++cell) {
-            reference.assign(letters.at(c)).append(rowNumber);
-            w.start("c");
-            w.attribute("r", reference);
+            cellsOfRow.append(R"(<c r=")").append(letters.at(c)).append(rowNumber);
             if (cells.isText(cell)) {
-                w.attribute("t", "s");
-                w.start("v");
-                w.text(digits.of(sharedIndex++));
+                cellsOfRow.append(R"(" t="s"><v>)").append(digits.of(sharedIndex++));
             } else {
-                w.start("v");
-                w.text(QStringView(row.at(c)));
+                cellsOfRow.append(R"("><v>)");
+                for (const QChar ch : row.at(c))
+                    cellsOfRow.push_back(char(ch.unicode()));
             }
-            w.end();
-            w.end();
+            cellsOfRow.append("</v></c>");
         }
+        w.markup(cellsOfRow);
         w.end();
     }
     w.end();

@@ -21,14 +21,12 @@ XmlPartWriter::XmlPartWriter(Sink sink)
 
 XmlPartWriter::~XmlPartWriter() = default;
 
-char* XmlPartWriter::room(qsizetype n) {
-    if (m_capacity - m_size < n) {
-        const qsizetype capacity = std::max(m_capacity * 2, m_size + n);
-        std::unique_ptr<char[]> bigger(new char[capacity]);
-        std::memcpy(bigger.get(), m_buffer.get(), size_t(m_size));
-        m_buffer = std::move(bigger);
-        m_capacity = capacity;
-    }
+char* XmlPartWriter::grow(qsizetype n) {
+    const qsizetype capacity = std::max(m_capacity * 2, m_size + n);
+    std::unique_ptr<char[]> bigger(new char[capacity]);
+    std::memcpy(bigger.get(), m_buffer.get(), size_t(m_size));
+    m_buffer = std::move(bigger);
+    m_capacity = capacity;
     return m_buffer.get() + m_size;
 }
 
@@ -149,6 +147,12 @@ void XmlPartWriter::end() {
     out = std::copy_n(name.data(), name.size(), out);
     *out = '>';
     m_size += qsizetype(name.size()) + 3;
+}
+
+void XmlPartWriter::markup(std::string_view elements) {
+    closeStartTag();
+    append(elements);
+    flushIfFull();
 }
 
 void XmlPartWriter::element(std::string_view name, QStringView value) {

@@ -34,6 +34,9 @@ public:
     // references and control characters other than tab and line feed are left out.
     void text(std::string_view value);
     void end();
+    // Whole elements the caller put together itself, written as they are: for the cells of a
+    // worksheet, millions of elements whose every byte is known to need no escaping.
+    void markup(std::string_view elements);
     // start, text, end.
     void element(std::string_view name, QStringView value);
 
@@ -44,7 +47,8 @@ public:
 
 private:
     // Room for n more bytes at the end of the buffer.
-    char* room(qsizetype n);
+    char* room(qsizetype n) { return m_capacity - m_size >= n ? m_buffer.get() + m_size : grow(n); }
+    char* grow(qsizetype n);
     void closeStartTag();
     // Writes value escaped at out (room for 6 bytes per byte of value); returns the end.
     static char* escapeUtf8(std::string_view value, bool inAttribute, char* out);

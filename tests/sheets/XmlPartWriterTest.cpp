@@ -41,6 +41,9 @@ TEST(XmlPartWriter, WritesCompactMarkupWithEscapedAttributesAndTexts) {
     w.start("n");
     w.text(std::string_view("1 < 2 & \"q\"\t\n\001"));
     w.end();
+    w.start("cells");
+    w.markup("<c>1</c><c>2</c>");
+    w.end();
     w.start("unclosed");
     w.start("inner");
     w.attribute("u", "é中");
@@ -48,7 +51,7 @@ TEST(XmlPartWriter, WritesCompactMarkupWithEscapedAttributesAndTexts) {
     EXPECT_EQ(out.bytes.toStdString(),
               (kDeclaration + R"(<root a="&amp;&lt;&gt;&quot;'" b="tab&#9;line&#10;cr&#13;" c="nulbel gone">)"
                               R"(<empty/><t>x &lt; y &amp; _x005F_x0041_ _x000D_</t>)"
-                              "<n>1 &lt; 2 &amp; \"q\"\t\n</n>"
+                              "<n>1 &lt; 2 &amp; \"q\"\t\n</n><cells><c>1</c><c>2</c></cells>"
                               "<unclosed><inner u=\"é中\"/></unclosed></root>\n")
                   .toStdString());
 }
@@ -82,39 +85,68 @@ TEST(XmlPartWriter, StopsHandingOnOnceTheSinkRefuses) {
     EXPECT_EQ(calls, 1);
 }
 
-class GeneratedEntries : public ::testing::Test {
+class ArchiveFromTemplate : public ::testing::Test {
 protected:
-    void SetUp() override {
-        ASSERT_TRUE(QDir(m_dir.path()).mkpath("tree/xl"));
-        ASSERT_TRUE(writeFileBytes(m_dir.path() + "/tree/xl/part.xml", "placeholder"));
-        ASSERT_TRUE(writeFileBytes(m_dir.path() + "/tree/xl/kept.xml", "kept"));
-    }
-    QString tree() const { return m_dir.path() + "/tree/xl"; }
+    QString file(const QString& name) const { return m_dir.path() + "/" + name; }
     QTemporaryDir m_dir;
 };
 
-TEST_F(GeneratedEntries, ReplaceTheirFilesInTheArchive) {
-    const QByteArray made = QByteArray("<made/>").repeated(100000);
-    const QString zip = m_dir.path() + "/out.zip";
+TEST_F(ArchiveFromTemplate, CopiesTheTemplateInNameOrderWithGeneratedEntriesInPlace) {
+    const QString templ = file("template.zip");
+    ASSERT_TRUE(buildZip(templ, {{"xl/part.xml", "placeholder"},
+                                 {"[Content_Types].xml", "<Types/>"},
+                                 {"xl/kept.xml", "kept", QDateTime(QDate(2020, 5, 6), QTime(7, 8, 10))},
+                                 {"full/", ""},
+                                 {"empty/", ""},
+                                 {"full\\x.txt", "x"}}));
+    const QByteArray made = QByteArray("<made/>").repeated(100000); // several blocks
     const QHash<QString, SSZipEntryContent> generated = {
-        {"xl/part.xml", [&](const SSZipEntrySink& sink) {
+        {"xl/part.xml",
+         [&](const SSZipEntrySink& sink) {
              return sink(made.constData(), made.size() / 2) &&
                     sink(made.constData() + made.size() / 2, made.size() - made.size() / 2);
-         }}};
-    ASSERT_TRUE(SSZipArchive::createZipFileAtPath(zip, {tree()}, generated));
-    EXPECT_EQ(zipEntryNames(zip), (QStringList{"xl/kept.xml", "xl/part.xml"}));
+         }},
+        {"xl/new.xml", [](const SSZipEntrySink& sink) { return sink("<new/>", 6); }},
+    };
+    const QString zip = file("out.zip");
+    ASSERT_TRUE(SSZipArchive::createZipFileFromTemplate(zip, templ, generated));
+    EXPECT_EQ(zipEntryNames(zip), (QStringList{"[Content_Types].xml", "empty/", "full/x.txt", "xl/kept.xml",
+                                               "xl/new.xml", "xl/part.xml"}));
     EXPECT_EQ(zipEntryData(zip, "xl/part.xml"), made);
+    EXPECT_EQ(zipEntryData(zip, "xl/new.xml"), "<new/>");
     EXPECT_EQ(zipEntryData(zip, "xl/kept.xml"), "kept");
+    EXPECT_EQ(zipEntryData(zip, "full/x.txt"), "x");
+
+    // The same again gives the same bytes.
+    const QString again = file("again.zip");
+    ASSERT_TRUE(SSZipArchive::createZipFileFromTemplate(again, templ, generated));
+    EXPECT_EQ(readFileBytes(again), readFileBytes(zip));
 }
 
-TEST_F(GeneratedEntries, ContentThatFailsLeavesNoArchive) {
-    LogCapture log;
-    const QString zip = m_dir.path() + "/out.zip";
-    const QHash<QString, SSZipEntryContent> generated = {
-        {"xl/part.xml", [](const SSZipEntrySink& sink) { return sink("<half", 5) && false; }}};
-    EXPECT_FALSE(SSZipArchive::createZipFileAtPath(zip, {tree()}, generated));
-    EXPECT_FALSE(QFileInfo::exists(zip));
-    EXPECT_TRUE(log.contains("could not be written completely"));
+TEST_F(ArchiveFromTemplate, FailsWithoutLeavingAnArchive) {
+    const QString templ = file("template.zip");
+    ASSERT_TRUE(buildZip(templ, {{"a.xml", "a"}, {"b.xml", "b"}}));
+    const QString locked = file("locked.zip");
+    ASSERT_TRUE(buildZip(locked, {{"a.xml", "a", {}, "secret"}}));
+    const auto failing = [](const SSZipEntrySink& sink) { return sink("<half", 5) && false; };
+    const auto fine = [](const SSZipEntrySink& sink) { return sink("<ok/>", 5); };
+    struct Case {
+        const char* what;
+        QString templ;
+        SSZipEntryContent content;
+    };
+    const Case cases[] = {
+        {"content fails", templ, failing},
+        {"no template", file("missing.zip"), fine},
+        {"encrypted template entry", locked, fine},
+    };
+    for (const Case& c : cases) {
+        LogCapture log;
+        const QString zip = file("out.zip");
+        EXPECT_FALSE(SSZipArchive::createZipFileFromTemplate(zip, c.templ, {{"a.xml", c.content}})) << c.what;
+        EXPECT_FALSE(QFileInfo::exists(zip)) << c.what;
+        EXPECT_FALSE(log.lines().isEmpty()) << c.what;
+    }
 }
 
 } // namespace
