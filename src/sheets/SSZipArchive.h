@@ -1,7 +1,8 @@
 #pragma once
 // Zip access for workbooks: list an archive and inflate single entries (what the readers
-// use, so only the parts read are ever inflated), unpack a whole archive into a folder (the
-// writer's template), or pack files and folders into a new archive. minizip does the format
+// use, so only the parts read are ever inflated), unpack a whole archive into a folder, pack
+// files and folders into a new archive, or make a new archive from a template archive with
+// some entries generated on the fly (what the writer does). minizip does the format
 // work; this class decides which entries are made, how names map onto folders, and what is
 // reported.
 //
@@ -9,10 +10,9 @@
 // or climbs out with "..", and stops once the bytes actually inflated pass a cap (see
 // SSZipLimits). Nothing here throws; failures are logged and reported by the result.
 #include <QDateTime>
+#include <QHash>
 #include <QString>
 #include <QStringList>
-
-#include <QHash>
 
 #include <functional>
 
