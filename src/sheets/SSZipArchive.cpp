@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QMap>
 
 #include <unzip.h>
 
@@ -14,6 +15,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <mutex>
+#include <optional>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -101,6 +103,17 @@ CopyOutcome copyEntryTo(unzFile zip, const QString& target, ZipInflateBudget& bu
     if (outcome == CopyOutcome::ReadFailed || outcome == CopyOutcome::OverBudget)
         ::unlink(QFile::encodeName(target).constData());
     return outcome;
+}
+
+bool writeToEntry(zipFile zip, const char* data, size_t size) {
+    while (size > 0) { // minizip takes an unsigned count per call
+        const auto chunk = unsigned(std::min<size_t>(size, size_t(1) << 30));
+        if (zipWriteInFileInZip(zip, data, chunk) != ZIP_OK)
+            return false;
+        data += chunk;
+        size -= chunk;
+    }
+    return true;
 }
 
 QString currentEntryName(unzFile zip, unz_file_info& info, bool& ok) {
@@ -306,6 +319,73 @@ bool SSZipArchive::createZipFileAtPath(const QString& path, const QStringList& w
     return archive.close();
 }
 
+bool SSZipArchive::createZipFileFromTemplate(const QString& path, const QString& templatePath,
+                                             const QHash<QString, SSZipEntryContent>& generated) {
+    unzFile source = unzOpen(QFile::encodeName(templatePath).constData());
+    if (!source) {
+        report(nullptr, OpenFailed, QStringLiteral("failed to open zip file"));
+        return false;
+    }
+    // Entry name (UTF-8, so the map's order is byte-wise) -> where the template stores it,
+    // or none for a generated entry.
+    QMap<QByteArray, std::optional<unz_file_pos>> entries;
+    int status = unzGoToFirstFile(source);
+    for (; status == UNZ_OK; status = unzGoToNextFile(source)) {
+        unz_file_info info;
+        bool ok = false;
+        QString name = currentEntryName(source, info, ok);
+        unz_file_pos at;
+        if (!ok || (info.flag & 1) != 0 || unzGetFilePos(source, &at) != UNZ_OK)
+            break;
+        entries.insert(name.replace(QLatin1Char('\\'), QLatin1Char('/')).toUtf8(), at);
+    }
+    if (status != UNZ_OK && status != UNZ_END_OF_LIST_OF_FILE) {
+        report(nullptr, EntryReadFailed, QStringLiteral("failed to list the entries of the zip file"));
+        unzClose(source);
+        return false;
+    }
+    if (status == UNZ_OK) { // stopped at an entry that cannot be copied
+        report(nullptr, EntryReadFailed, QStringLiteral("failed to read zip entry"));
+        unzClose(source);
+        return false;
+    }
+    for (auto it = generated.cbegin(); it != generated.cend(); ++it)
+        entries.insert(it.key().toUtf8(), std::nullopt);
+    // A folder entry only stands for an empty folder, as when a folder tree is packed.
+    for (auto it = entries.begin(); it != entries.end();) {
+        const auto next = std::next(it);
+        if (it.key().endsWith('/') && next != entries.end() && next.key().startsWith(it.key()))
+            it = entries.erase(it);
+        else
+            it = next;
+    }
+
+    SSZipArchive archive(path);
+    if (!archive.open()) {
+        unzClose(source);
+        return false;
+    }
+    bool ok = true;
+    for (auto it = entries.cbegin(); ok && it != entries.cend(); ++it) {
+        const QString name = QString::fromUtf8(it.key());
+        if (!it.value())
+            ok = archive.addGeneratedEntry(name, generated.value(name));
+        else if (it.key().endsWith('/'))
+            ok = archive.addEmptyFolderEntry(name);
+        else
+            ok = archive.copyStoredEntry(source, *it.value(), it.key());
+    }
+    unzClose(source);
+    archive.close();
+    if (ok && archive.m_closedCleanly)
+        return true;
+    Show_NSLog_Message(QStringLiteral("Error: the archive %1 could not be written completely").arg(path));
+    struct stat st;
+    if (::lstat(QFile::encodeName(path).constData(), &st) == 0 && S_ISREG(st.st_mode))
+        ::unlink(QFile::encodeName(path).constData()); // never a device or what a link points to
+    return false;
+}
+
 SSZipArchive::SSZipArchive(const QString& path) : _path(path) {}
 
 SSZipArchive::~SSZipArchive() {
@@ -351,7 +431,7 @@ bool SSZipArchive::close() {
         Show_NSLog_Message(QStringLiteral("Attempting to close an archive which was never opened"));
         return true;
     }
-    zipClose(_zip, nullptr);
+    m_closedCleanly = zipClose(_zip, nullptr) == ZIP_OK;
     _zip = nullptr;
     return true;
 }
@@ -388,6 +468,46 @@ bool SSZipArchive::addFileEntry(const QString& entryName, const QString& fullPat
         }
     }
     return zipCloseFileInZip(_zip) == ZIP_OK && ok;
+}
+
+bool SSZipArchive::copyStoredEntry(unzFile source, unz_file_pos at, const QByteArray& name) {
+    unz_file_info info;
+    int method = 0, level = 0;
+    if (unzGoToFilePos(source, &at) != UNZ_OK ||
+        unzGetCurrentFileInfo(source, &info, nullptr, 0, nullptr, 0, nullptr, 0) != UNZ_OK ||
+        unzOpenCurrentFile2(source, &method, &level, 1) != UNZ_OK)
+        return false;
+    // Raw: the stored bytes move over as they are, never inflated.
+    bool ok = zipOpenNewFileInZip2(_zip, name.constData(), nullptr, nullptr, 0, nullptr, 0, nullptr, method,
+                                   level, 1) == ZIP_OK;
+    if (ok) {
+        char buffer[kZipChunk];
+        for (;;) {
+            const int got = unzReadCurrentFile(source, buffer, kZipChunk);
+            if (got <= 0) {
+                ok = got == 0;
+                break;
+            }
+            if (zipWriteInFileInZip(_zip, buffer, unsigned(got)) != ZIP_OK) {
+                ok = false;
+                break;
+            }
+        }
+        ok = zipCloseFileInZipRaw(_zip, info.uncompressed_size, info.crc) == ZIP_OK && ok;
+    }
+    unzCloseCurrentFile(source);
+    return ok;
+}
+
+bool SSZipArchive::addGeneratedEntry(const QString& entryName, const SSZipEntryContent& content) {
+    const QByteArray name = entryName.toUtf8();
+    if (zipOpenNewFileInZip(_zip, name.constData(), nullptr, nullptr, 0, nullptr, 0, nullptr, Z_DEFLATED,
+                            Z_BEST_SPEED) != ZIP_OK)
+        return false;
+    zipFile zip = _zip;
+    const bool made =
+        content([zip](const char* data, qsizetype size) { return writeToEntry(zip, data, size_t(size)); });
+    return zipCloseFileInZip(_zip) == ZIP_OK && made;
 }
 
 void SSZipArchive::zipInfo(zip_fileinfo* info, const QDateTime& setDate) {

@@ -1,7 +1,8 @@
 #pragma once
 // Zip access for workbooks: list an archive and inflate single entries (what the readers
-// use, so only the parts read are ever inflated), unpack a whole archive into a folder (the
-// writer's template), or pack files and folders into a new archive. minizip does the format
+// use, so only the parts read are ever inflated), unpack a whole archive into a folder, pack
+// files and folders into a new archive, or make a new archive from a template archive with
+// some entries generated on the fly (what the writer does). minizip does the format
 // work; this class decides which entries are made, how names map onto folders, and what is
 // reported.
 //
@@ -9,9 +10,13 @@
 // or climbs out with "..", and stops once the bytes actually inflated pass a cap (see
 // SSZipLimits). Nothing here throws; failures are logged and reported by the result.
 #include <QDateTime>
+#include <QHash>
 #include <QString>
 #include <QStringList>
 
+#include <functional>
+
+#include <unzip.h>
 #include <zip.h>
 
 // An error as callers and logs see it: a domain, a code and a description.
@@ -42,6 +47,12 @@ struct SSZipLimits {
 struct SSZipTally {
     qint64 inflated = 0;
 };
+
+// Adds the next bytes to an entry being packed; false when the archive cannot take them.
+using SSZipEntrySink = std::function<bool(const char* data, qsizetype size)>;
+// Content made while packing rather than read from a file: writes the whole entry through
+// the sink and says whether all of it went in.
+using SSZipEntryContent = std::function<bool(const SSZipEntrySink& sink)>;
 
 class SSZipArchive {
 public:
@@ -75,6 +86,14 @@ public:
     // Creates (replaces) the archive at path from the given files and folders, each placed
     // at the root of the archive under its last path component.
     static bool createZipFileAtPath(const QString& path, const QStringList& withFilesAtPaths);
+    // Creates (replaces) the archive at path with the entries of the archive at templatePath,
+    // in byte-wise name order, copied as they are stored (never inflated); an entry named
+    // in generated holds what its content writes instead, deflated at the fastest level
+    // (added when the template has no such entry). These are the large parts, made on the
+    // fly rather than written to a file and read back. True only when every entry and the
+    // archive's directory were written; otherwise the incomplete archive is removed.
+    static bool createZipFileFromTemplate(const QString& path, const QString& templatePath,
+                                          const QHash<QString, SSZipEntryContent>& generated);
 
     // Current caps of unpacking; process-wide, change them only while nothing unpacks.
     static SSZipLimits limits();
@@ -100,7 +119,10 @@ public:
 private:
     bool addFileEntry(const QString& entryName, const QString& fullPath);
     bool addEmptyFolderEntry(const QString& entryName);
+    bool addGeneratedEntry(const QString& entryName, const SSZipEntryContent& content);
+    bool copyStoredEntry(unzFile source, unz_file_pos at, const QByteArray& name);
 
     QString _path;
     zipFile _zip = nullptr;
+    bool m_closedCleanly = false; // the last close wrote the directory
 };

@@ -11,12 +11,15 @@
 #include "core/Log.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QScopeGuard>
 
 #include <libxml/parser.h>
 
 #include <algorithm>
+#include <functional>
 #include <memory>
 
 void (*SpreadsheetWriter::writeFailureBeep)() = nullptr;
@@ -27,6 +30,16 @@ namespace {
 QString templatePackage() {
     const QString resources = Resource_Path.isEmpty() ? locateResourcePath() : Resource_Path;
     return resources + QStringLiteral("/Template.xlsx");
+}
+
+// Writes one part to a file of its own.
+bool writePartFile(const QString& location, const std::function<bool(const XmlPartWriter::Sink&)>& content) {
+    QFile file(location);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        return false;
+    const bool ok =
+        content([&file](const char* bytes, qsizetype size) { return file.write(bytes, size) == size; });
+    return file.flush() && ok;
 }
 
 void reportUnwritablePart(const QString& location) {
@@ -251,14 +264,25 @@ QString SpreadsheetWriter::ColumnIndexToName(int column) { return columnLettersF
 
 bool SpreadsheetWriter::WriteWorksheetData(const QString& location) {
     sharedStrings.clear();
-    if (writeWorksheetPart(location, data, sharedStrings))
+    const XlsxTextCells cells(data);
+    qsizetype cell = 0;
+    for (const QStringList& row : data) {
+        for (const QString& value : row) {
+            if (cells.isText(cell++))
+                sharedStrings.append(value);
+        }
+    }
+    if (writePartFile(location,
+                      [&](const XmlPartWriter::Sink& sink) { return writeWorksheetPart(sink, data, cells); }))
         return true;
     reportUnwritablePart(location);
     return false;
 }
 
 bool SpreadsheetWriter::WriteSharedStringsXML(const QString& location) {
-    if (writeSharedStringsPart(location, sharedStrings))
+    if (writePartFile(location, [&](const XmlPartWriter::Sink& sink) {
+            return writeSharedStringsPart(sink, sharedStrings);
+        }))
         return true;
     reportUnwritablePart(location);
     return false;
@@ -273,20 +297,34 @@ bool SpreadsheetWriter::WriteWorkbook(const QString& location, const Spreadsheet
         return false;
     }
     SpreadsheetWriter& self = shared();
-    self.data = withData;
-    self.m_prepared = false; // the working folder is about to hold the export, not a workbook read
-    if (!self.clearWorkingFolder() || !QDir(self.tmpDir).mkpath(QStringLiteral("xl/worksheets")))
-        return false;
-    SSZipArchive::unzipFileAtPath(templatePackage(), self.tmpDir, true, QString(), nullptr);
-    // The worksheet collects the shared strings, so it goes first.
-    self.WriteWorksheetData(self.tmpDir + QStringLiteral("/xl/worksheets/sheet1.xml"));
-    self.WriteSharedStringsXML(self.tmpDir + QStringLiteral("/xl/sharedStrings.xml"));
+    // The parts are made from the caller's table as they are packed; nothing of it, nor of
+    // a workbook read before, is kept once the export is written.
+    self.data = SpreadsheetData();
+    self.sharedStrings = QStringList();
+    self.m_prepared = false;
+    self.clearWorkingFolder();
 
-    QStringList items =
-        QDir(self.tmpDir).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden, QDir::Unsorted);
-    std::sort(items.begin(), items.end(),
-              [](const QString& a, const QString& b) { return a.toUtf8() < b.toUtf8(); });
-    for (QString& item : items)
-        item.prepend(self.tmpDir + QLatin1Char('/'));
-    return SSZipArchive::createZipFileAtPath(location, items);
+    // The archive is the template's with its worksheet and shared strings replaced. Both go
+    // straight into the archive, and the template's other parts are copied over as stored:
+    // nothing is unpacked to the working folder and read back.
+    const QString sheetEntry = QStringLiteral("xl/worksheets/sheet1.xml");
+    const QString stringsEntry = QStringLiteral("xl/sharedStrings.xml");
+    // Text or number is decided once per cell: the shared strings precede the worksheet in
+    // the archive, yet the worksheet numbers them.
+    const XlsxTextCells cells(withData);
+    bool sheetOk = true, stringsOk = true;
+    const QHash<QString, SSZipEntryContent> generated = {
+        {sheetEntry,
+         [&](const SSZipEntrySink& sink) { return sheetOk = writeWorksheetPart(sink, withData, cells); }},
+        {stringsEntry,
+         [&](const SSZipEntrySink& sink) {
+             return stringsOk = writeSharedStringsPart(sink, withData, cells);
+         }},
+    };
+    const bool written = SSZipArchive::createZipFileFromTemplate(location, templatePackage(), generated);
+    if (!stringsOk)
+        reportUnwritablePart(location + QStringLiteral(" (") + stringsEntry + QLatin1Char(')'));
+    if (!sheetOk)
+        reportUnwritablePart(location + QStringLiteral(" (") + sheetEntry + QLatin1Char(')'));
+    return written;
 }

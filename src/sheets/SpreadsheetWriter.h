@@ -53,7 +53,9 @@ public:
     static SpreadsheetData ReadWorksheetXML2004(const QString& location);
 
     // ---- writing ----
-    // Every caller passes hasTitleRow false; it does not change the output.
+    // Every caller passes hasTitleRow false; it does not change the output. The worksheet
+    // and shared strings are made while the archive is packed; neither they nor the table
+    // are kept afterwards (data and sharedStrings are left empty).
     static bool WriteWorkbook(const QString& location, const SpreadsheetData& withData, bool hasTitleRow);
     static QString ColumnIndexToName(int column);
 

@@ -3,11 +3,8 @@
 #include "ColumnNames.h"
 #include "XlsxText.h"
 
-#include <QFile>
-
-#include <libxml/xmlwriter.h>
-
-#include <memory>
+#include <charconv>
+#include <string>
 
 namespace {
 
@@ -17,66 +14,76 @@ const char* const kMarkupCompatibilityNs = "http://schemas.openxmlformats.org/ma
 const char* const kX14acNs = "http://schemas.microsoft.com/office/spreadsheetml/2009/9/ac";
 const char* const kMacExcelNs = "http://schemas.microsoft.com/office/mac/excel/2008/main";
 
-const xmlChar* X(const char* s) { return reinterpret_cast<const xmlChar*>(s); }
+// Decimal digits of n, valid until the next call on the same buffer.
+struct Digits {
+    char buffer[24];
+    std::string_view of(qint64 n) {
+        const auto end = std::to_chars(buffer, buffer + sizeof buffer, n).ptr;
+        return {buffer, size_t(end - buffer)};
+    }
+};
 
-// A pretty-printed UTF-8 document written straight to a file. Every call records failure
-// instead of stopping, so callers write their whole structure and ask once at the end.
-class PartWriter {
+// Column letters by 0-based column, made once per column rather than once per cell.
+class ColumnLetters {
 public:
-    explicit PartWriter(const QString& location)
-        : m_writer(xmlNewTextWriterFilename(QFile::encodeName(location).constData(), 0), xmlFreeTextWriter) {
-        m_ok = m_writer != nullptr;
-        if (m_ok) {
-            xmlTextWriterSetIndent(m_writer.get(), 1);
-            check(xmlTextWriterStartDocument(m_writer.get(), nullptr, "UTF-8", "yes"));
-        }
-    }
-    void start(const char* name) {
-        if (m_ok)
-            check(xmlTextWriterStartElement(m_writer.get(), X(name)));
-    }
-    void end() {
-        if (m_ok)
-            check(xmlTextWriterEndElement(m_writer.get()));
-    }
-    void attribute(const char* name, const QByteArray& value) {
-        if (m_ok)
-            check(xmlTextWriterWriteAttribute(m_writer.get(), X(name), X(value.constData())));
-    }
-    void text(const QByteArray& value) {
-        if (m_ok)
-            check(xmlTextWriterWriteString(m_writer.get(), X(value.constData())));
-    }
-    void element(const char* name, const QByteArray& value) {
-        start(name);
-        text(value);
-        end();
-    }
-    bool finish() {
-        if (m_ok)
-            check(xmlTextWriterEndDocument(m_writer.get()));
-        if (m_writer)
-            check(xmlTextWriterFlush(m_writer.get()));
-        m_writer.reset();
-        return m_ok;
+    const std::string& at(qsizetype column) {
+        while (qsizetype(m_letters.size()) <= column)
+            m_letters.push_back(columnLettersFromNumber(int(m_letters.size()) + 1).toStdString());
+        return m_letters[size_t(column)];
     }
 
 private:
-    void check(int result) { m_ok = m_ok && result >= 0; }
-    std::unique_ptr<xmlTextWriter, decltype(&xmlFreeTextWriter)> m_writer;
-    bool m_ok = false;
+    std::vector<std::string> m_letters;
 };
 
 bool hasOuterSpace(const QString& s) { return !s.isEmpty() && (s.front().isSpace() || s.back().isSpace()); }
 
+void writeSharedString(XmlPartWriter& w, const QString& s) {
+    w.start("si");
+    w.start("t");
+    // Without this, programs may drop the spaces at either end of the text.
+    if (hasOuterSpace(s))
+        w.attribute("xml:space", "preserve");
+    w.text(QStringView(s));
+    w.end();
+    w.end();
+}
+
+void startSst(XmlPartWriter& w, qsizetype count) {
+    w.start("sst");
+    w.attribute("xmlns", kMainNs);
+    if (count > 0) {
+        Digits digits;
+        w.attribute("count", digits.of(count));
+        w.attribute("uniqueCount", digits.of(count));
+    }
+}
+
 } // namespace
 
-bool writeWorksheetPart(const QString& location, const SpreadsheetData& data, QStringList& sharedStrings) {
-    const qsizetype columns = data.isEmpty() ? 0 : data.first().size();
-    const QByteArray lastCell =
-        (columnLettersFromNumber(int(columns)) + QString::number(data.size())).toLatin1();
+XlsxTextCells::XlsxTextCells(const SpreadsheetData& data) {
+    qsizetype cells = 0;
+    for (const QStringList& row : data)
+        cells += row.size();
+    m_text.reserve(size_t(cells));
+    for (const QStringList& row : data) {
+        for (const QString& value : row) {
+            const bool text = !isPlainNumber(value);
+            m_text.push_back(text);
+            m_count += text ? 1 : 0;
+        }
+    }
+}
 
-    PartWriter w(location);
+bool writeWorksheetPart(const XmlPartWriter::Sink& sink, const SpreadsheetData& data,
+                        const XlsxTextCells& cells) {
+    const qsizetype columns = data.isEmpty() ? 0 : data.first().size();
+    ColumnLetters letters;
+    Digits digits;
+    const std::string lastCell =
+        columnLettersFromNumber(int(columns)).toStdString() + std::string(digits.of(data.size()));
+
+    XmlPartWriter w(sink);
     w.start("worksheet");
     w.attribute("xmlns", kMainNs);
     w.attribute("xmlns:r", kRelationshipsNs);
@@ -105,27 +112,32 @@ bool writeWorksheetPart(const QString& location, const SpreadsheetData& data, QS
     w.attribute("x14ac:dyDescent", "0");
     w.end();
 
-    const QByteArray spans = "1:" + QByteArray::number(columns);
+    const std::string spans = "1:" + std::string(digits.of(columns));
+    std::string cellsOfRow;
+    qsizetype cell = 0, sharedIndex = 0;
     w.start("sheetData");
-    for (qsizetype r = 0; r < data.size(); ++r) {
-        const QByteArray rowNumber = QByteArray::number(r + 1);
+    for (qsizetype r = 0; r < data.size() && w.ok(); ++r) {
+        const std::string rowNumber(digits.of(r + 1));
         w.start("row");
         w.attribute("r", rowNumber);
         w.attribute("spans", spans);
+        // The cells are put together here: a reference is letters and digits, an index
+        // digits, and a number cell holds only what isPlainNumber allows (ASCII digits, "-",
+        // "."), so none of it needs escaping.
+        cellsOfRow.clear();
         const QStringList& row = data.at(r);
-        for (qsizetype c = 0; c < row.size(); ++c) {
-            w.start("c");
-            w.attribute("r", columnLettersFromNumber(int(c + 1)).toLatin1() + rowNumber);
-            const QString& value = row.at(c);
-            if (isPlainNumber(value)) {
-                w.element("v", value.toLatin1());
+        for (qsizetype c = 0; c < row.size(); ++c, ++cell) {
+            cellsOfRow.append(R"(<c r=")").append(letters.at(c)).append(rowNumber);
+            if (cells.isText(cell)) {
+                cellsOfRow.append(R"(" t="s"><v>)").append(digits.of(sharedIndex++));
             } else {
-                w.attribute("t", "s");
-                sharedStrings.append(value);
-                w.element("v", QByteArray::number(sharedStrings.size() - 1));
+                cellsOfRow.append(R"("><v>)");
+                for (const QChar ch : row.at(c))
+                    cellsOfRow.push_back(char(ch.unicode()));
             }
-            w.end();
+            cellsOfRow.append("</v></c>");
         }
+        w.markup(cellsOfRow);
         w.end();
     }
     w.end();
@@ -147,32 +159,29 @@ bool writeWorksheetPart(const QString& location, const SpreadsheetData& data, QS
     w.attribute("Mode", "0");
     w.attribute("OnePage", "0");
     w.attribute("WScale", "0");
-    w.end();
-    w.end();
-    w.end();
-
-    w.end();
     return w.finish();
 }
 
-bool writeSharedStringsPart(const QString& location, const QStringList& sharedStrings) {
-    PartWriter w(location);
-    w.start("sst");
-    w.attribute("xmlns", kMainNs);
-    if (!sharedStrings.isEmpty()) {
-        w.attribute("count", QByteArray::number(sharedStrings.size()));
-        w.attribute("uniqueCount", QByteArray::number(sharedStrings.size()));
+bool writeSharedStringsPart(const XmlPartWriter::Sink& sink, const SpreadsheetData& data,
+                            const XlsxTextCells& cells) {
+    XmlPartWriter w(sink);
+    startSst(w, cells.count());
+    qsizetype cell = 0;
+    for (const QStringList& row : data) {
+        if (!w.ok())
+            break;
+        for (const QString& value : row) {
+            if (cells.isText(cell++))
+                writeSharedString(w, value);
+        }
     }
-    for (const QString& s : sharedStrings) {
-        w.start("si");
-        w.start("t");
-        // Without this, programs may drop the spaces at either end of the text.
-        if (hasOuterSpace(s))
-            w.attribute("xml:space", "preserve");
-        w.text(encodeXlsxEscapes(s).toUtf8());
-        w.end();
-        w.end();
-    }
-    w.end();
+    return w.finish();
+}
+
+bool writeSharedStringsPart(const XmlPartWriter::Sink& sink, const QStringList& strings) {
+    XmlPartWriter w(sink);
+    startSst(w, strings.size());
+    for (const QString& s : strings)
+        writeSharedString(w, s);
     return w.finish();
 }

@@ -1,5 +1,8 @@
 #include "XlsxText.h"
 
+#include <algorithm>
+#include <array>
+
 namespace {
 
 int hexValue(QChar c) {
@@ -14,7 +17,7 @@ int hexValue(QChar c) {
 }
 
 // The code of the escape starting at i, or -1 when none starts there.
-int escapeAt(const QString& text, qsizetype i) {
+int escapeAt(QStringView text, qsizetype i) {
     if (i + 7 > text.size() || text.at(i) != QLatin1Char('_') || text.at(i + 1) != QLatin1Char('x') ||
         text.at(i + 6) != QLatin1Char('_'))
         return -1;
@@ -109,4 +112,65 @@ bool isPlainNumber(const QString& text) {
     if (text == QLatin1String("-0"))
         return false;
     return significant <= 15;
+}
+
+char* writeXlsxTextAsXml(QStringView text, char* out) {
+    static constexpr char kHex[] = "0123456789ABCDEF";
+    // ASCII written as it is, the common case: printable, no markup, no escape's start.
+    static constexpr auto kPlain = [] {
+        std::array<bool, 128> plain{};
+        for (char16_t u = 0x20; u < 0x80; ++u)
+            plain[u] = u != u'&' && u != u'<' && u != u'>' && u != u'_';
+        plain[u'\t'] = plain[u'\n'] = true;
+        return plain;
+    }();
+    const auto escape = [&out](char16_t u) {
+        *out++ = '_';
+        *out++ = 'x';
+        *out++ = kHex[(u >> 12) & 0xF];
+        *out++ = kHex[(u >> 8) & 0xF];
+        *out++ = kHex[(u >> 4) & 0xF];
+        *out++ = kHex[u & 0xF];
+        *out++ = '_';
+    };
+    const qsizetype n = text.size();
+    const char16_t* units = text.utf16();
+    for (qsizetype i = 0; i < n; ++i) {
+        const char16_t u = units[i];
+        if (u < 0x80 && kPlain[u]) {
+            *out++ = char(u);
+        } else if (u < 0x80) {
+            switch (u) {
+            case u'&': out = std::copy_n("&amp;", 5, out); continue;
+            case u'<': out = std::copy_n("&lt;", 4, out); continue;
+            case u'>': out = std::copy_n("&gt;", 4, out); continue;
+            case u'_':
+                if (escapeAt(text, i) >= 0) // a literal escape: its underscore is escaped
+                    out = std::copy_n("_x005F", 6, out);
+                break;
+            default:
+                if (!xmlCanCarry(u)) {
+                    escape(u);
+                    continue;
+                }
+            }
+            *out++ = char(u);
+        } else if (u < 0x800) {
+            *out++ = char(0xC0 | (u >> 6));
+            *out++ = char(0x80 | (u & 0x3F));
+        } else if (QChar::isHighSurrogate(u) && i + 1 < n && QChar::isLowSurrogate(units[i + 1])) {
+            const char32_t c = QChar::surrogateToUcs4(u, units[++i]);
+            *out++ = char(0xF0 | (c >> 18));
+            *out++ = char(0x80 | ((c >> 12) & 0x3F));
+            *out++ = char(0x80 | ((c >> 6) & 0x3F));
+            *out++ = char(0x80 | (c & 0x3F));
+        } else if (QChar::isSurrogate(u) || !xmlCanCarry(u)) { // unpaired, or U+FFFE/U+FFFF
+            escape(u);
+        } else {
+            *out++ = char(0xE0 | (u >> 12));
+            *out++ = char(0x80 | ((u >> 6) & 0x3F));
+            *out++ = char(0x80 | (u & 0x3F));
+        }
+    }
+    return out;
 }

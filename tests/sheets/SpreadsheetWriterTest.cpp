@@ -8,6 +8,8 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 
+#include <libxml/parser.h>
+
 namespace {
 
 using SpreadsheetWriterTest = WorkbookTest;
@@ -110,6 +112,82 @@ TEST_F(SpreadsheetWriterTest, WhatWeWriteReadsBackUnchanged) {
     EXPECT_EQ(importFirstSheet(out, &header), table);
     EXPECT_EQ(header, SpreadsheetData{table.first()});
     EXPECT_EQ(SpreadsheetWriter::Read_Sheet_Name(), QStringList{"Sheet1"});
+}
+
+// Whether the part is a well-formed XML document, as a strict parser sees it.
+bool wellFormed(const QByteArray& xml) {
+    xmlDocPtr doc = xmlReadMemory(xml.constData(), int(xml.size()), nullptr, nullptr, XML_PARSE_NONET);
+    xmlFreeDoc(doc);
+    return doc != nullptr;
+}
+
+TEST_F(SpreadsheetWriterTest, AwkwardTextsSurviveAndNumberLikeTextsStayText) {
+    // As long as a cell may be, and longer than one block of output once escaped.
+    QString longCell;
+    while (longCell.size() < 32760)
+        longCell += QStringLiteral("&<>\001中🎉_x0041_");
+    struct Case {
+        QString text;
+        bool numeric;
+    };
+    const Case cases[] = {
+        {"5550100", true},
+        {"-42.5", true},
+        {"0.5", true},
+        {"123456789012345", true},
+        {"007", false},
+        {"+447700900123", false},
+        {"1234567890123456", false},
+        {"1e5", false},
+        {"12.50", false},
+        {"-0", false},
+        {"", false},
+        {R"(&<>"')", false},
+        {"]]> and &amp; and <![CDATA[", false},
+        {" leading", false},
+        {"trailing ", false},
+        {"\ttabbed\t", false},
+        {QString("nul") + QChar(0) + "\001\037\177 controls\r\n", false},
+        {QString::fromUtf8("pair 🎉 and ") + QChar(0xD83C) + " lone high, lone low " + QChar(0xDF89), false},
+        {QString("non-characters ") + QChar(0xFFFE) + QChar(0xFFFF), false},
+        {"_x000D_ and _x005F_ and _X0041_ and _x12", false},
+        {longCell, false},
+    };
+    SpreadsheetData table = {{"Text", "More"}};
+    for (const Case& c : cases)
+        table.append({c.text, QStringLiteral("row %1").arg(table.size() + 1)});
+    const QString out = path("awkward.xlsx");
+    ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(out, table, false));
+
+    const QByteArray sheet = zipEntryData(out, "xl/worksheets/sheet1.xml");
+    const QByteArray strings = zipEntryData(out, "xl/sharedStrings.xml");
+    EXPECT_TRUE(wellFormed(sheet));
+    EXPECT_TRUE(wellFormed(strings));
+    for (qsizetype i = 0; i < qsizetype(std::size(cases)); ++i) {
+        const QByteArray ref = "<c r=\"A" + QByteArray::number(i + 2) + "\"";
+        const QByteArray expected =
+            cases[i].numeric ? ref + "><v>" + cases[i].text.toUtf8() + "</v>" : ref + " t=\"s\">";
+        EXPECT_TRUE(sheet.contains(expected)) << i << ": " << expected.toStdString();
+    }
+    EXPECT_TRUE(strings.contains(R"(<t xml:space="preserve"> leading</t>)"));
+    EXPECT_TRUE(strings.contains(R"(<t xml:space="preserve">trailing </t>)"));
+    EXPECT_TRUE(strings.contains("<t>&amp;&lt;&gt;\"'</t>"));
+    EXPECT_TRUE(strings.contains("_x005F_x000D_ and _x005F_x005F_ and _X0041_ and _x12"));
+    EXPECT_TRUE(strings.contains("controls_x000D_\n"));
+
+    EXPECT_EQ(importFirstSheet(out), table);
+}
+
+TEST_F(SpreadsheetWriterTest, ManyRowsReadBackInOrder) {
+    SpreadsheetData table = {{"Number", "Message", "Name"}};
+    for (int i = 0; i < 20000; ++i)
+        table.append({QString::number(447700000000LL + i), QStringLiteral("Message %1 & more").arg(i),
+                      i % 7 ? QStringLiteral("Name %1").arg(i) : QString()});
+    const QString out = path("many.xlsx");
+    ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(out, table, false));
+    EXPECT_TRUE(zipEntryData(out, "xl/worksheets/sheet1.xml").contains(R"(<dimension ref="A1:C20001"/>)"));
+    EXPECT_TRUE(zipEntryData(out, "xl/sharedStrings.xml").contains(R"(count="40003" uniqueCount="40003")"));
+    EXPECT_EQ(importFirstSheet(out), table);
 }
 
 TEST_F(SpreadsheetWriterTest, UnwritablePartIsLoggedAndBeeps) {
