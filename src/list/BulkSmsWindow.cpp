@@ -39,6 +39,19 @@ struct AcceptedNumber {
     QString e164;
 };
 thread_local AcceptedNumber lastAccepted;
+
+// Digits with at most a leading "+", no longer than a number may be: what normalising and
+// the character checks would give back unchanged and let through.
+bool isPlainNumber(const QString& s) {
+    const qsizetype size = s.size();
+    if (size == 0 || size > kMaxNumberLength)
+        return false;
+    const QChar* c = s.constData();
+    for (qsizetype i = c->unicode() == u'+' ? 1 : 0; i < size; ++i)
+        if (c[i].unicode() < u'0' || c[i].unicode() > u'9')
+            return false;
+    return true;
+}
 } // namespace
 
 BulkSmsWindow::BulkSmsWindow(Kind kind, Operator& op, QObject* parent)
@@ -99,11 +112,13 @@ bool BulkSmsWindow::Check_Ph_Number(const QString& number, bool test_flag) const
 }
 
 QString BulkSmsWindow::Num_Able_To_insert(const QString& raw) {
-    const QString s = normaliseNumberText(raw);
+    // Most cells and lines are a number as it is kept: nothing to normalise or check.
+    const bool plain = isPlainNumber(raw);
+    const QString s = plain ? raw : normaliseNumberText(raw);
     if (s.isEmpty())
         return QString();
     ++TOT_PROC;
-    if (::Check_Ph_Number(s, false) || hasMisplacedPlus(s))
+    if (!plain && (::Check_Ph_Number(s, false) || hasMisplacedPlus(s)))
         return QString();
     const NumberNormaliser numbers = DefaultCountry::instance().normaliser();
     const NormalisedNumber n = numbers.normalise(s);
@@ -112,7 +127,7 @@ QString BulkSmsWindow::Num_Able_To_insert(const QString& raw) {
         return QString();
     }
     ++TOT;
-    const QString key = n.e164.isEmpty() ? n.written : n.e164;
+    const QString& key = n.e164.isEmpty() ? n.written : n.e164;
     if (m_skipDuplicates && holdsNumber(key)) {
         ++SKPD;
         return QString();
@@ -134,18 +149,25 @@ QString BulkSmsWindow::validTypedNumber(const QString& raw) const {
 }
 
 Record BulkSmsWindow::recipientFor(const QString& number, const QString& message) const {
+    return recipientFor(number, message, nullptr);
+}
+
+Record BulkSmsWindow::recipientFor(const QString& number, const QString& message, QString* key) const {
     Record record = recipientRecord(number, message);
     const NumberNormaliser numbers = DefaultCountry::instance().normaliser();
-    if (!numbers.active())
-        return record;
     QString e164;
-    if (lastAccepted.window == this && lastAccepted.written == number &&
-        lastAccepted.region == numbers.region())
+    if (!numbers.active()) {
+        // as written
+    } else if (lastAccepted.window == this && lastAccepted.written == number &&
+               lastAccepted.region == numbers.region()) {
         e164 = lastAccepted.e164;
-    else
+    } else {
         e164 = numbers.normalise(number).e164;
+    }
     if (!e164.isEmpty())
         record.insert(kE164Key, e164);
+    if (key)
+        *key = e164.isEmpty() ? number : e164;
     return record;
 }
 
@@ -188,9 +210,9 @@ void BulkSmsWindow::Create_Num_Msg_List(const QString& number, const QString& me
     if (trimmed.isEmpty())
         return;
     if (m_batchDepth > 0) {
-        Record record = recipientFor(trimmed, message);
-        m_pendingNumbers.insert(recipientNumber(record));
-        m_pending.append(std::move(record));
+        QString key;
+        m_pending.append(recipientFor(trimmed, message, &key));
+        m_pendingNumbers.add(key);
         return; // the composer is looked at when the batch goes in, on the main thread
     }
     m_list.prepend(recipientFor(trimmed, message));
@@ -214,9 +236,7 @@ void BulkSmsWindow::flushPendingRecipients() {
         return;
     // The last accepted goes on top, as if each had been inserted at the top in turn.
     std::reverse(m_pending.begin(), m_pending.end());
-    const RecordList newestFirst = std::exchange(m_pending, {});
-    m_pendingNumbers.clear();
-    m_list.prepend(newestFirst);
+    m_list.prepend(std::exchange(m_pending, {}), std::exchange(m_pendingNumbers, {}));
     rememberComposerText();
 }
 

@@ -6,7 +6,6 @@
 #include "delivery/DelaySchedule.h"
 
 #include <QList>
-#include <QSet>
 #include <QStringList>
 
 class BulkSmsWindow : public MainWindowController {
@@ -172,6 +171,8 @@ protected:
 
 private:
     void flushPendingRecipients();
+    // The record, and in key the number it is compared by.
+    Record recipientFor(const QString& number, const QString& message, QString* key) const;
     // Remembers the composer text once numbers went in (the question before sending).
     void rememberComposerText();
     void rejectTypedNumber(const QString& message);
@@ -186,9 +187,10 @@ private:
     mutable QList<int> m_selectedRows;
     mutable int m_selectionShift = 0;
     int m_batchDepth = 0;
+    bool m_selectedUpdateOpening = false;
     bool m_replacing = false;
     RecordList m_pending; // accepted while a batch is open, oldest first
-    QSet<QString> m_pendingNumbers;
+    NumberList::Index m_pendingNumbers;
     QString m_numberField;
 
     QString m_composerText;

@@ -275,6 +275,7 @@ std::optional<Reading> read(QStringView number, const QString& region) {
     if (candidates.isEmpty() || main == nullptr || !main->usable)
         return std::nullopt;
     const Plan* found = candidates.size() == 1 ? candidates.first() : nullptr;
+    bool foundValid = false; // found by its validity: not asked twice
     for (const Plan* candidate : candidates) {
         if (!candidate->usable)
             return std::nullopt;
@@ -287,10 +288,11 @@ std::optional<Reading> read(QStringView number, const QString& region) {
             }
         } else if (candidate->isValid(digits)) {
             found = candidate;
+            foundValid = true;
             break;
         }
     }
-    if (found != nullptr && found->isValid(digits)) {
+    if (found != nullptr && (foundValid || found->isValid(digits))) {
         QString e164 = QLatin1Char('+') + main->codeText;
         return Reading{e164.append(digits), Length::Possible, main->id};
     }
