@@ -37,6 +37,7 @@ struct AcceptedNumber {
     QString region;
     QString written;
     QString e164;
+    bool claimed = false; // already in the open batch's index
 };
 thread_local AcceptedNumber lastAccepted;
 
@@ -111,7 +112,15 @@ bool BulkSmsWindow::Check_Ph_Number(const QString& number, bool test_flag) const
     return ::Check_Ph_Number(number, test_flag);
 }
 
-QString BulkSmsWindow::Num_Able_To_insert(const QString& raw) {
+QString BulkSmsWindow::Num_Able_To_insert(const QString& raw) { return filterNumber(raw, false); }
+
+void BulkSmsWindow::insertIfAble(const QString& raw, const QString& message) {
+    const QString number = filterNumber(raw, true);
+    if (!number.isEmpty())
+        Create_Num_Msg_List(number, message);
+}
+
+QString BulkSmsWindow::filterNumber(const QString& raw, bool claim) {
     // Most cells and lines are a number as it is kept: nothing to normalise or check.
     const bool plain = isPlainNumber(raw);
     const QString s = plain ? raw : normaliseNumberText(raw);
@@ -120,7 +129,7 @@ QString BulkSmsWindow::Num_Able_To_insert(const QString& raw) {
     ++TOT_PROC;
     if (!plain && (::Check_Ph_Number(s, false) || hasMisplacedPlus(s)))
         return QString();
-    const NumberNormaliser numbers = DefaultCountry::instance().normaliser();
+    const NumberNormaliser& numbers = DefaultCountry::instance().currentNormaliser();
     const NormalisedNumber n = numbers.normalise(s);
     if (!n.valid()) {
         ++impossibleNumbers;
@@ -128,15 +137,22 @@ QString BulkSmsWindow::Num_Able_To_insert(const QString& raw) {
     }
     ++TOT;
     const QString& key = n.e164.isEmpty() ? n.written : n.e164;
-    if (m_skipDuplicates && holdsNumber(key)) {
+    // Inserting right after, into an open batch: the number is entered in the batch's index
+    // by the same lookup that finds it is new.
+    const bool claiming = claim && m_skipDuplicates && m_batchDepth > 0;
+    if (m_skipDuplicates &&
+        (claiming ? (!m_replacing && m_list.containsNumber(key)) || !m_pendingNumbers.claim(key)
+                  : holdsNumber(key))) {
         ++SKPD;
         return QString();
     }
     if (m_exclusion && m_exclusionSet.containsNumber(key)) {
+        if (claiming)
+            m_pendingNumbers.remove(key);
         ++EXLD;
         return QString();
     }
-    lastAccepted = {this, numbers.region(), n.written, n.e164};
+    lastAccepted = {this, numbers.region(), n.written, n.e164, claiming};
     return n.written;
 }
 
@@ -154,7 +170,7 @@ Record BulkSmsWindow::recipientFor(const QString& number, const QString& message
 
 Record BulkSmsWindow::recipientFor(const QString& number, const QString& message, QString* key) const {
     Record record = recipientRecord(number, message);
-    const NumberNormaliser numbers = DefaultCountry::instance().normaliser();
+    const NumberNormaliser& numbers = DefaultCountry::instance().currentNormaliser();
     QString e164;
     if (!numbers.active()) {
         // as written
@@ -210,9 +226,13 @@ void BulkSmsWindow::Create_Num_Msg_List(const QString& number, const QString& me
     if (trimmed.isEmpty())
         return;
     if (m_batchDepth > 0) {
+        const bool claimed =
+            lastAccepted.claimed && lastAccepted.window == this && lastAccepted.written == trimmed;
+        lastAccepted.claimed = false;
         QString key;
         m_pending.append(recipientFor(trimmed, message, &key));
-        m_pendingNumbers.add(key);
+        if (!claimed)
+            m_pendingNumbers.add(key);
         return; // the composer is looked at when the batch goes in, on the main thread
     }
     m_list.prepend(recipientFor(trimmed, message));

@@ -6,6 +6,14 @@ constexpr qsizetype kMaxPacked = 32;
 
 template <typename Hash, typename Key> void addTo(Hash& hash, const Key& key) { ++hash[key]; }
 
+template <typename Hash, typename Key> bool claimIn(Hash& hash, const Key& key) {
+    int& count = hash[key]; // one lookup: 0 when it was not there
+    if (count > 0)
+        return false;
+    count = 1;
+    return true;
+}
+
 template <typename Hash, typename Key> void removeFrom(Hash& hash, const Key& key) {
     const auto it = hash.find(key);
     if (it != hash.end() && --it.value() == 0)
@@ -55,6 +63,12 @@ void NumberIndex::add(const QString& number) {
         addTo(m_packed, *key);
     else
         addTo(m_texts, number);
+}
+
+bool NumberIndex::claim(const QString& number) {
+    if (const std::optional<Packed> key = pack(number))
+        return claimIn(m_packed, *key);
+    return claimIn(m_texts, number);
 }
 
 void NumberIndex::remove(const QString& number) {

@@ -13,6 +13,8 @@ class NumberIndex {
 public:
     bool contains(const QString& number) const;
     void add(const QString& number);
+    // add when the number is not here yet (true); false, changing nothing, when it is.
+    bool claim(const QString& number);
     void remove(const QString& number);
     // Counts every number of other in as well; into an empty index other is taken whole.
     void merge(NumberIndex&& other);
