@@ -17,13 +17,14 @@ void RecordTable::prepend(RecordList newestFirst) {
         return;
     const qsizetype count = newestFirst.size();
     emit aboutToInsert(0, int(count) - 1);
-    // One copy of the row handles below: a batch costs its own size plus the list's handles,
-    // and into an empty table nothing at all.
-    if (!m_records.isEmpty()) {
-        newestFirst.reserve(count + m_records.size());
-        newestFirst.append(m_records);
+    // Into an empty table the batch is taken whole; otherwise each record goes in front of the
+    // others, which a list keeps room for: a batch costs its own size, not the list's.
+    if (m_records.isEmpty()) {
+        m_records = std::move(newestFirst);
+    } else {
+        for (auto it = newestFirst.rbegin(); it != newestFirst.rend(); ++it)
+            m_records.prepend(std::move(*it));
     }
-    m_records = std::move(newestFirst);
     recordsPrepended(count);
     emit inserted();
 }
