@@ -2,14 +2,17 @@
 // the whole process (wall time and peak resident memory of a child process):
 //   write N rows x 3 columns: our writer, libxlsxwriter
 //   read them back:           our one-pass reader, SheetJS on node
-//   into the recipient list:  every row's number through the insert filter, skip duplicates on
-//   a CSV file of N numbers:  through the load button of a window
+//   into the recipient list:  every row's number through the insert filter on the window's
+//                             loading thread, as the column import does, skip duplicates on
+//   a CSV file of N numbers:  through the load button of a window, without and with a
+//                             default country
 // at 10k, 100k and 1,048,576 rows (or the row counts given).
 // Usage: bench_workbook_scale [rows...]
 // Peers: SheetJS from bench/.peers (bench/install-peers) or NODE_PATH; libxlsxwriter when
 // it was found at build time. A missing peer is skipped with a note.
 #include "BenchSupport.h"
 #include "core/DataFolder.h"
+#include "list/DefaultCountry.h"
 #include "list/ListLoad.h"
 #include "list/LoadCounters.h"
 #include "list/NumberLoader.h"
@@ -97,6 +100,21 @@ int readOurs(const QString& path) {
     return ok ? 0 : 1;
 }
 
+// Waits, as a window's event loop would, until the window's load has ended.
+void waitForLoad(BulkSmsWindow& window) {
+    ListLoad& load = ListLoad::of(window);
+    if (!load.isRunning())
+        return;
+    QEventLoop loop;
+    QObject::connect(&load, &ListLoad::runningChanged, &loop, [&](bool running) {
+        if (!running)
+            loop.quit();
+    });
+    loop.exec();
+}
+
+// As the column import loads a sheet: one pass on the window's loading thread, every
+// number through the insert filter, the accepted ones going in when the sheet is done.
 int intoList(const QString& path) {
     BenchOperator op;
     BenchWindow window(MainWindowController::Kind::Gsm, op);
@@ -105,39 +123,34 @@ int intoList(const QString& path) {
     Excel_Sheet_Number = 1;
     SpreadsheetWriter::ReadData_only_column();
     assign_format_skip_exclude_var();
-    BulkSmsWindow::BatchInsert batch(window);
-    bool header = true;
-    const bool ok = SpreadsheetWriter::ReadRows([&](QStringList& row) {
-        if (std::exchange(header, false))
-            return true;
-        const QString accepted = window.Num_Able_To_insert(row.value(0));
-        if (!accepted.isEmpty())
-            window.Create_Num_Msg_List(accepted, QStringLiteral("Hello"));
-        if (batch.pending() >= 20000)
-            batch.flush();
-        return true;
-    });
-    batch.flush();
+    const QString message = QStringLiteral("Hello");
+    bool ok = false;
+    ListLoad::of(window).start(
+        [&](ListLoad& load) {
+            bool header = true;
+            ok = SpreadsheetWriter::ReadRows([&](QStringList& row) {
+                if (!std::exchange(header, false))
+                    load.accept(row.value(0), message);
+                return true;
+            });
+            return ok;
+        },
+        nullptr);
+    waitForLoad(window);
     SpreadsheetWriter::releaseWorkbook();
     std::fprintf(stderr, "%d in the list\n", window.list().size());
     return ok ? 0 : 1;
 }
 
-int csvIntoList(const QString& path) {
+// Through the load button of a window, with the default country given (or none).
+int csvIntoList(const QString& path, const QString& country) {
+    DefaultCountry::instance().set(country);
     BenchOperator op;
     op.file = path;
     BenchWindow window(MainWindowController::Kind::Gsm, op);
     window.setSkipDuplicates(true);
-    NumberLoader& loader = NumberLoader::of(window);
-    // The event loop sleeps until the load is done, as a window's would.
-    QEventLoop loop;
-    QObject::connect(&ListLoad::of(window), &ListLoad::runningChanged, &loop, [&](bool running) {
-        if (!running)
-            loop.quit();
-    });
-    loader.Load_Number();
-    if (loader.isLoading())
-        loop.exec();
+    NumberLoader::of(window).Load_Number();
+    waitForLoad(window);
     std::fprintf(stderr, "%d in the list\n", window.list().size());
     return 0;
 }
@@ -153,7 +166,7 @@ int child(const QStringList& args) {
     if (mode == QLatin1String("list"))
         return intoList(args.value(1));
     if (mode == QLatin1String("csv"))
-        return csvIntoList(args.value(1));
+        return csvIntoList(args.value(1), args.value(2));
     return 2;
 }
 
@@ -268,8 +281,9 @@ int main(int argc, char** argv) {
             }
             csv.write(chunk);
             csv.close();
-            print("CSV of numbers into the list",
-                  measure(self, {"--child", "csv", QFile::encodeName(csv.fileName())}));
+            const QByteArray numbers = QFile::encodeName(csv.fileName());
+            print("CSV of numbers into the list", measure(self, {"--child", "csv", numbers}));
+            print("CSV of numbers, default country GB", measure(self, {"--child", "csv", numbers, "GB"}));
         }
         QFile::remove(QFile::decodeName(ours));
         QFile::remove(QFile::decodeName(theirs));

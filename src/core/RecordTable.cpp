@@ -12,17 +12,26 @@ void RecordTable::prepend(const Record& record) {
     emit inserted();
 }
 
-void RecordTable::prepend(const RecordList& newestFirst) {
+void RecordTable::prepend(RecordList newestFirst) {
     if (newestFirst.isEmpty())
         return;
-    emit aboutToInsert(0, int(newestFirst.size()) - 1);
-    // A list keeps room at its front, so each prepend is cheap: a batch costs its own size,
-    // not the size of the list below it.
-    for (auto it = newestFirst.crbegin(); it != newestFirst.crend(); ++it) {
-        m_records.prepend(*it);
-        recordAdded(*it);
+    const qsizetype count = newestFirst.size();
+    emit aboutToInsert(0, int(count) - 1);
+    // Into an empty table the batch is taken whole; otherwise each record goes in front of the
+    // others, which a list keeps room for: a batch costs its own size, not the list's.
+    if (m_records.isEmpty()) {
+        m_records = std::move(newestFirst);
+    } else {
+        for (auto it = newestFirst.rbegin(); it != newestFirst.rend(); ++it)
+            m_records.prepend(std::move(*it));
     }
+    recordsPrepended(count);
     emit inserted();
+}
+
+void RecordTable::recordsPrepended(qsizetype count) {
+    for (qsizetype i = 0; i < count; ++i)
+        recordAdded(m_records.at(i));
 }
 
 void RecordTable::append(const Record& record) {

@@ -20,7 +20,7 @@ public:
     const RecordList& records() const { return m_records; }
 
     void prepend(const Record& record);
-    void prepend(const RecordList& newestFirst); // newestFirst.at(0) ends up at row 0
+    void prepend(RecordList newestFirst); // newestFirst.at(0) ends up at row 0
     void append(const Record& record);
     void insert(int row, const Record& record); // row clamped to 0..size()
     void replace(int row, const Record& record);
@@ -40,6 +40,9 @@ protected:
     virtual void recordAdded(const Record&) {}
     virtual void recordRemoved(const Record&) {}
     virtual void allRemoved() {}
+    // After count records went in at the top: recordAdded for each, unless a subclass
+    // indexes them all at once.
+    virtual void recordsPrepended(qsizetype count);
 
 private:
     QStringList m_columns;

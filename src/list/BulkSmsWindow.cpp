@@ -37,8 +37,22 @@ struct AcceptedNumber {
     QString region;
     QString written;
     QString e164;
+    bool claimed = false; // already in the open batch's index
 };
 thread_local AcceptedNumber lastAccepted;
+
+// Digits with at most a leading "+", no longer than a number may be: what normalising and
+// the character checks would give back unchanged and let through.
+bool isPlainNumber(const QString& s) {
+    const qsizetype size = s.size();
+    if (size == 0 || size > kMaxNumberLength)
+        return false;
+    const QChar* c = s.constData();
+    for (qsizetype i = c->unicode() == u'+' ? 1 : 0; i < size; ++i)
+        if (c[i].unicode() < u'0' || c[i].unicode() > u'9')
+            return false;
+    return true;
+}
 } // namespace
 
 BulkSmsWindow::BulkSmsWindow(Kind kind, Operator& op, QObject* parent)
@@ -98,30 +112,47 @@ bool BulkSmsWindow::Check_Ph_Number(const QString& number, bool test_flag) const
     return ::Check_Ph_Number(number, test_flag);
 }
 
-QString BulkSmsWindow::Num_Able_To_insert(const QString& raw) {
-    const QString s = normaliseNumberText(raw);
+QString BulkSmsWindow::Num_Able_To_insert(const QString& raw) { return filterNumber(raw, false); }
+
+void BulkSmsWindow::insertIfAble(const QString& raw, const QString& message) {
+    const QString number = filterNumber(raw, true);
+    if (!number.isEmpty())
+        Create_Num_Msg_List(number, message);
+}
+
+QString BulkSmsWindow::filterNumber(const QString& raw, bool claim) {
+    // Most cells and lines are a number as it is kept: nothing to normalise or check.
+    const bool plain = isPlainNumber(raw);
+    const QString s = plain ? raw : normaliseNumberText(raw);
     if (s.isEmpty())
         return QString();
     ++TOT_PROC;
-    if (::Check_Ph_Number(s, false) || hasMisplacedPlus(s))
+    if (!plain && (::Check_Ph_Number(s, false) || hasMisplacedPlus(s)))
         return QString();
-    const NumberNormaliser numbers = DefaultCountry::instance().normaliser();
+    const NumberNormaliser& numbers = DefaultCountry::instance().currentNormaliser();
     const NormalisedNumber n = numbers.normalise(s);
     if (!n.valid()) {
         ++impossibleNumbers;
         return QString();
     }
     ++TOT;
-    const QString key = n.e164.isEmpty() ? n.written : n.e164;
-    if (m_skipDuplicates && holdsNumber(key)) {
+    const QString& key = n.e164.isEmpty() ? n.written : n.e164;
+    // Inserting right after, into an open batch: the number is entered in the batch's index
+    // by the same lookup that finds it is new.
+    const bool claiming = claim && m_skipDuplicates && m_batchDepth > 0;
+    if (m_skipDuplicates &&
+        (claiming ? (!m_replacing && m_list.containsNumber(key)) || !m_pendingNumbers.claim(key)
+                  : holdsNumber(key))) {
         ++SKPD;
         return QString();
     }
     if (m_exclusion && m_exclusionSet.containsNumber(key)) {
+        if (claiming)
+            m_pendingNumbers.remove(key);
         ++EXLD;
         return QString();
     }
-    lastAccepted = {this, numbers.region(), n.written, n.e164};
+    lastAccepted = {this, numbers.region(), n.written, n.e164, claiming};
     return n.written;
 }
 
@@ -134,18 +165,25 @@ QString BulkSmsWindow::validTypedNumber(const QString& raw) const {
 }
 
 Record BulkSmsWindow::recipientFor(const QString& number, const QString& message) const {
+    return recipientFor(number, message, nullptr);
+}
+
+Record BulkSmsWindow::recipientFor(const QString& number, const QString& message, QString* key) const {
     Record record = recipientRecord(number, message);
-    const NumberNormaliser numbers = DefaultCountry::instance().normaliser();
-    if (!numbers.active())
-        return record;
+    const NumberNormaliser& numbers = DefaultCountry::instance().currentNormaliser();
     QString e164;
-    if (lastAccepted.window == this && lastAccepted.written == number &&
-        lastAccepted.region == numbers.region())
+    if (!numbers.active()) {
+        // as written
+    } else if (lastAccepted.window == this && lastAccepted.written == number &&
+               lastAccepted.region == numbers.region()) {
         e164 = lastAccepted.e164;
-    else
+    } else {
         e164 = numbers.normalise(number).e164;
+    }
     if (!e164.isEmpty())
         record.insert(kE164Key, e164);
+    if (key)
+        *key = e164.isEmpty() ? number : e164;
     return record;
 }
 
@@ -188,9 +226,13 @@ void BulkSmsWindow::Create_Num_Msg_List(const QString& number, const QString& me
     if (trimmed.isEmpty())
         return;
     if (m_batchDepth > 0) {
-        Record record = recipientFor(trimmed, message);
-        m_pendingNumbers.insert(recipientNumber(record));
-        m_pending.append(std::move(record));
+        const bool claimed =
+            lastAccepted.claimed && lastAccepted.window == this && lastAccepted.written == trimmed;
+        lastAccepted.claimed = false;
+        QString key;
+        m_pending.append(recipientFor(trimmed, message, &key));
+        if (!claimed)
+            m_pendingNumbers.add(key);
         return; // the composer is looked at when the batch goes in, on the main thread
     }
     m_list.prepend(recipientFor(trimmed, message));
@@ -214,9 +256,7 @@ void BulkSmsWindow::flushPendingRecipients() {
         return;
     // The last accepted goes on top, as if each had been inserted at the top in turn.
     std::reverse(m_pending.begin(), m_pending.end());
-    const RecordList newestFirst = std::exchange(m_pending, {});
-    m_pendingNumbers.clear();
-    m_list.prepend(newestFirst);
+    m_list.prepend(std::exchange(m_pending, {}), std::exchange(m_pendingNumbers, {}));
     rememberComposerText();
 }
 

@@ -6,7 +6,6 @@
 #include "delivery/DelaySchedule.h"
 
 #include <QList>
-#include <QSet>
 #include <QStringList>
 
 class BulkSmsWindow : public MainWindowController {
@@ -33,6 +32,8 @@ public:
     // With a default country a number must also be able to exist there; the number returned
     // is its written form ("+" given back to a spreadsheet number), compared in E.164.
     QString Num_Able_To_insert(const QString& raw);
+    // A load's candidate: Num_Able_To_insert, then Create_Num_Msg_List when it is taken.
+    void insertIfAble(const QString& raw, const QString& message);
     // A typed number as the list would keep it, or "" when it is no valid phone number.
     QString validTypedNumber(const QString& raw) const;
     // A recipient record for an accepted number: with a default country it carries the
@@ -172,6 +173,11 @@ protected:
 
 private:
     void flushPendingRecipients();
+    // Num_Able_To_insert; with claim, a number taken into an open batch is entered in its
+    // index at once (the caller inserts it right after).
+    QString filterNumber(const QString& raw, bool claim);
+    // The record, and in key the number it is compared by.
+    Record recipientFor(const QString& number, const QString& message, QString* key) const;
     // Remembers the composer text once numbers went in (the question before sending).
     void rememberComposerText();
     void rejectTypedNumber(const QString& message);
@@ -186,9 +192,10 @@ private:
     mutable QList<int> m_selectedRows;
     mutable int m_selectionShift = 0;
     int m_batchDepth = 0;
+    bool m_selectedUpdateOpening = false;
     bool m_replacing = false;
     RecordList m_pending; // accepted while a batch is open, oldest first
-    QSet<QString> m_pendingNumbers;
+    NumberList::Index m_pendingNumbers;
     QString m_numberField;
 
     QString m_composerText;

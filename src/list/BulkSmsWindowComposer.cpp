@@ -9,6 +9,7 @@
 #include "core/Clock.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
+#include "core/WorkerThread.h"
 #include "text/NumberRules.h"
 #include "text/SmsParts.h"
 
@@ -110,9 +111,16 @@ void BulkSmsWindow::Update_Sel_Msgs_Btn() {
             "Please select at least one record from the phone numbers-messages list to continue."));
         return;
     }
+    if (m_selectedUpdateOpening)
+        return; // pressed again while its dialog is about to open
+    m_selectedUpdateOpening = true;
     Update_Sel_Num_SMS dialog(*this);
     dialog.startCollecting();
-    Clock::sleep(std::chrono::seconds(1)); // the dialog opens a second after the collection starts
+    // The dialog opens a second after the collection starts; the window keeps repainting and
+    // taking events meanwhile.
+    const auto opens = std::chrono::steady_clock::now() + Clock::scaled(std::chrono::seconds(1));
+    waitKeepingEventsFlowing([opens] { return std::chrono::steady_clock::now() >= opens; });
+    m_selectedUpdateOpening = false;
     op().runModal(dialog);
 }
 

@@ -33,6 +33,22 @@ NumberNormaliser DefaultCountry::normaliser() const {
     return m_normaliser;
 }
 
+const NumberNormaliser& DefaultCountry::currentNormaliser() const {
+    struct Cached {
+        const DefaultCountry* country = nullptr;
+        quint64 generation = 0;
+        NumberNormaliser normaliser;
+    };
+    thread_local Cached cached;
+    const quint64 generation = m_generation.load(std::memory_order_acquire);
+    if (cached.country != this || cached.generation != generation) {
+        cached.normaliser = normaliser();
+        cached.country = this;
+        cached.generation = generation;
+    }
+    return cached.normaliser;
+}
+
 bool DefaultCountry::set(const QString& region) {
     const QString text = region.trimmed();
     const bool none = text.isEmpty() || text.compare(QLatin1String("none"), Qt::CaseInsensitive) == 0;
@@ -44,6 +60,7 @@ bool DefaultCountry::set(const QString& region) {
         if (m_normaliser.region() == next.region())
             return true;
         m_normaliser = next;
+        m_generation.fetch_add(1, std::memory_order_release);
     }
     emit changed();
     return true;

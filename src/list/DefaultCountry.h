@@ -7,6 +7,7 @@
 #include <QList>
 #include <QObject>
 
+#include <atomic>
 #include <mutex>
 #include <utility>
 
@@ -18,6 +19,9 @@ public:
     // Safe from any thread: loaders read it while the windows may change it.
     QString region() const;
     NumberNormaliser normaliser() const;
+    // The same, kept per thread until the country changes: what the insert filter asks for
+    // every number of a load, without a lock or a copy.
+    const NumberNormaliser& currentNormaliser() const;
 
     // For this process only; "" (or "none") is none. False, and nothing changes, for a code
     // that is no region.
@@ -40,4 +44,5 @@ private:
 
     mutable std::mutex m_mutex;
     NumberNormaliser m_normaliser;
+    std::atomic<quint64> m_generation{0}; // counts the changes of m_normaliser
 };

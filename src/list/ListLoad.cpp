@@ -47,11 +47,7 @@ bool ListLoad::start(Work work, Done done, bool replaceList) {
     return true;
 }
 
-void ListLoad::accept(const QString& raw, const QString& message) {
-    const QString number = m_window.Num_Able_To_insert(raw);
-    if (!number.isEmpty())
-        m_window.Create_Num_Msg_List(number, message);
-}
+void ListLoad::accept(const QString& raw, const QString& message) { m_window.insertIfAble(raw, message); }
 
 void ListLoad::setProgress(qint64 rowsRead, double fraction) {
     m_rows = rowsRead;

@@ -82,7 +82,17 @@ QList<QStringList> parseCsv(const QString& text, QChar separator) {
             field.clear();
             fieldStarted = false;
         } else {
-            field += c;
+            // The plain run up to the next character that means something, at once.
+            qsizetype end = i + 1;
+            while (end < n) {
+                const QChar d = text.at(end);
+                if (d == separator || d == QLatin1Char('"') || d == QLatin1Char('\r') ||
+                    d == QLatin1Char('\n'))
+                    break;
+                ++end;
+            }
+            field += QStringView(text).sliced(i, end - i);
+            i = end - 1;
             fieldStarted = true;
         }
     }

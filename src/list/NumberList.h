@@ -2,9 +2,8 @@
 // A record table keyed by "Number" with a hash index beside it, so "is this number
 // already here?" costs O(1) however long the list grows. Numbers compare exactly, in their
 // E.164 form when a default country gave them one.
+#include "NumberIndex.h"
 #include "core/RecordTable.h"
-
-#include <QHash>
 
 inline const QString kNumberKey = QStringLiteral("Number");
 inline const QString kMessageKey = QStringLiteral("Message");
@@ -25,17 +24,32 @@ public:
     // number in the form recipientNumber gives.
     bool containsNumber(const QString& number) const { return m_index.contains(number); }
 
-protected:
-    void recordAdded(const Record& r) override { ++m_index[recipientNumber(r)]; }
-    void recordRemoved(const Record& r) override {
-        const auto it = m_index.find(recipientNumber(r));
-        if (it != m_index.end() && --it.value() == 0)
-            m_index.erase(it);
+    // How many records hold each number (in the form recipientNumber gives): what a batch
+    // builds as it goes, so that it goes in without reading its records again.
+    using Index = NumberIndex;
+    // Puts newestFirst on top; index counts exactly its numbers. Into an empty list the index
+    // is taken as it is.
+    void prepend(RecordList newestFirst, Index index) {
+        m_incoming = std::move(index);
+        RecordTable::prepend(std::move(newestFirst));
+        m_incoming = Index();
     }
+    using RecordTable::prepend;
+
+protected:
+    void recordAdded(const Record& r) override { m_index.add(recipientNumber(r)); }
+    void recordRemoved(const Record& r) override { m_index.remove(recipientNumber(r)); }
     void allRemoved() override { m_index.clear(); }
+    void recordsPrepended(qsizetype count) override {
+        if (m_incoming.isEmpty())
+            RecordTable::recordsPrepended(count);
+        else
+            m_index.merge(std::move(m_incoming));
+    }
 
 private:
-    QHash<QString, int> m_index; // number -> how many records hold it
+    Index m_index; // number -> how many records hold it
+    Index m_incoming;
 };
 
 // A recipient record: "Number" and "Message" (BulkSmsWindow::recipientFor adds "E164").

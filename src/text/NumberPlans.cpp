@@ -38,6 +38,39 @@ QRegularExpression compiled(const std::string& pattern, bool whole) {
     return re;
 }
 
+// A pattern that is nothing but digits ("00", "0"), which most prefixes are: matched by
+// comparing, without a regular expression. Empty for any other pattern.
+QString literalDigits(const std::string& pattern) {
+    if (pattern.empty() ||
+        !std::all_of(pattern.cbegin(), pattern.cend(), [](char c) { return c >= '0' && c <= '9'; }))
+        return QString();
+    return QString::fromStdString(pattern);
+}
+
+// How many characters a prefix pattern takes from the start of number (-1: no match), and
+// whether its first group took anything.
+struct PrefixMatch {
+    qsizetype length = -1;
+    bool groupTookSomething = false;
+};
+
+struct Prefix {
+    QRegularExpression re;
+    QString literal;
+
+    Prefix() = default;
+    explicit Prefix(const std::string& pattern)
+        : re(compiled(pattern, false)), literal(literalDigits(pattern)) {}
+    PrefixMatch match(QStringView number) const {
+        if (!literal.isEmpty())
+            return {number.startsWith(literal) ? literal.size() : -1, false};
+        const QRegularExpressionMatch m = re.match(number);
+        if (!m.hasMatch())
+            return {};
+        return {m.capturedLength(), !m.capturedView(1).isEmpty()};
+    }
+};
+
 struct Desc {
     bool usable = false;
     QList<int> lengths;
@@ -67,9 +100,9 @@ struct Plan {
     int code = 0;
     QString codeText;
     bool usable = true; // false: the library reads every number of this region
-    QRegularExpression idd;
+    Prefix idd;
     bool hasPrefix = false;
-    QRegularExpression prefix;
+    Prefix prefix;
     bool hasTransform = false;
     bool hasLeadingDigits = false;
     QRegularExpression leadingDigits;
@@ -81,10 +114,10 @@ struct Plan {
         : id(QString::fromStdString(m.id())), code(m.country_code()), codeText(QString::number(code)) {
         usable = m.has_international_prefix() && !m.international_prefix().empty();
         if (usable)
-            idd = compiled(m.international_prefix(), false);
+            idd = Prefix(m.international_prefix());
         hasPrefix = !m.national_prefix_for_parsing().empty();
         if (hasPrefix)
-            prefix = compiled(m.national_prefix_for_parsing(), false);
+            prefix = Prefix(m.national_prefix_for_parsing());
         hasTransform = !m.national_prefix_transform_rule().empty();
         hasLeadingDigits = m.has_leading_digits();
         if (hasLeadingDigits)
@@ -97,7 +130,7 @@ struct Plan {
               &m.personal_number(), &m.pager(), &m.uan(), &m.voicemail()})
             if (d->has_national_number_pattern())
                 types.emplace_back(*d);
-        for (QRegularExpression* re : {&idd, &prefix, &leadingDigits})
+        for (QRegularExpression* re : {&idd.re, &prefix.re, &leadingDigits})
             usable = usable && (re->pattern().isEmpty() || re->isValid());
         usable = usable && general->usable && general->pattern.isValid();
         for (const Desc& d : types)
@@ -133,12 +166,12 @@ struct Plan {
     bool stripTrunkPrefix(QStringView& number) const {
         if (!hasPrefix || number.isEmpty())
             return true;
-        const QRegularExpressionMatch m = prefix.match(number);
-        if (!m.hasMatch())
+        const PrefixMatch m = prefix.match(number);
+        if (m.length < 0)
             return true;
-        if (hasTransform && !m.capturedView(1).isEmpty())
+        if (hasTransform && m.groupTookSomething)
             return false;
-        const QStringView rest = number.mid(m.capturedLength());
+        const QStringView rest = number.mid(m.length);
         if (general->patternMatches(number) && !general->patternMatches(rest))
             return true;
         number = rest;
@@ -227,9 +260,9 @@ std::optional<Reading> read(QStringView number, const QString& region) {
     int code = 0;
     bool international = plus;
     if (!plus) {
-        const QRegularExpressionMatch idd = home->idd.match(digits);
-        if (idd.hasMatch() && idd.capturedLength() > 0) {
-            const QStringView rest = digits.mid(idd.capturedLength());
+        const PrefixMatch idd = home->idd.match(digits);
+        if (idd.length > 0) {
+            const QStringView rest = digits.mid(idd.length);
             if (rest.startsWith(u'0'))
                 return std::nullopt; // not taken for a prefix by the library either: its call
             digits = rest;
@@ -275,6 +308,7 @@ std::optional<Reading> read(QStringView number, const QString& region) {
     if (candidates.isEmpty() || main == nullptr || !main->usable)
         return std::nullopt;
     const Plan* found = candidates.size() == 1 ? candidates.first() : nullptr;
+    bool foundValid = false; // found by its validity: not asked twice
     for (const Plan* candidate : candidates) {
         if (!candidate->usable)
             return std::nullopt;
@@ -287,10 +321,11 @@ std::optional<Reading> read(QStringView number, const QString& region) {
             }
         } else if (candidate->isValid(digits)) {
             found = candidate;
+            foundValid = true;
             break;
         }
     }
-    if (found != nullptr && found->isValid(digits)) {
+    if (found != nullptr && (foundValid || found->isValid(digits))) {
         QString e164 = QLatin1Char('+') + main->codeText;
         return Reading{e164.append(digits), Length::Possible, main->id};
     }

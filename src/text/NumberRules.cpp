@@ -26,6 +26,16 @@ bool hasMisplacedPlus(const QString& number) {
 
 namespace {
 
+// Digits with at most a leading "+": nothing to normalise, and no date or amount.
+bool isDigitsWithPlus(QStringView s) {
+    if (s.isEmpty())
+        return false;
+    for (qsizetype i = s.front() == u'+' ? 1 : 0; i < s.size(); ++i)
+        if (s[i] < u'0' || s[i] > u'9')
+            return false;
+    return true;
+}
+
 // Spaces and hyphens that only differ from " " and "-" in how lines may break.
 QString withPlainSeparators(QString s) {
     for (QChar& c : s) {
@@ -77,6 +87,8 @@ QString expandENotation(const QString& text) {
 } // namespace
 
 QString normaliseNumberText(const QString& raw) {
+    if (isDigitsWithPlus(raw)) // most cells: a number as it is kept
+        return raw;
     QString s = expandENotation(withPlainSeparators(raw));
     // "+44 (0)20 ..." and "0044 (0)20 ...": the trunk zero is not dialled from abroad.
     static const QRegularExpression trunkZero(
@@ -86,6 +98,10 @@ QString normaliseNumberText(const QString& raw) {
 }
 
 bool looksLikePhoneNumber(const QString& cell) {
+    if (isDigitsWithPlus(cell)) {
+        const qsizetype digits = cell.size() - (cell.front() == u'+' ? 1 : 0);
+        return digits >= kMinPhoneDigits && digits <= kMaxNumberLength;
+    }
     const QString text = withPlainSeparators(cell).trimmed();
     static const QRegularExpression dateOrAmount(QStringLiteral(
         R"(^(\d{4}[-/.]\d{1,2}[-/.]\d{1,2}([ T].*)?|\d{1,2}[-/.]\d{1,2}[-/.]\d{2,4}( .*)?|[+-]?\d{1,3}([,.' ]\d{3})*[.,]\d{1,2}|[+-]?\d+[.,]\d{1,2})$)"));

@@ -9,6 +9,7 @@
 #include "TestEnvironment.h"
 #include "TestWindows.h"
 #include "core/AppState.h"
+#include "core/MainThread.h"
 
 #include <gtest/gtest.h>
 
@@ -199,6 +200,32 @@ TEST_F(ComposerTest, UpdateSelectedWaitsForTheCollectionThenApplies) {
         op.alerts(),
         (QStringList{"\nPlease select at least one record from the phone numbers-messages list to continue.",
                      "\nPlease enter some text message."}));
+}
+
+TEST_F(ComposerTest, UpdateSelectedKeepsTheWindowTakingEventsUntilItsDialogOpens) {
+    window.setSelectedRows({1});
+    bool handledBeforeOpening = false;
+    // Queued before the press: runs during the second before the dialog opens, and its
+    // press of the same button then opens nothing more.
+    MainThread::post([&] {
+        handledBeforeOpening = true;
+        window.Update_Sel_Msgs_Btn();
+    });
+    int opened = 0;
+    const auto cancel = [&](Update_Sel_Num_SMS& d) {
+        ++opened;
+        EXPECT_TRUE(handledBeforeOpening);
+        ASSERT_TRUE(spinUntil([&] { return d.buttonsEnabled(); }));
+        EXPECT_EQ(d.numbers(), QStringList{"2"});
+        d.CancelPressed();
+    };
+    op.onModal<Update_Sel_Num_SMS>(cancel); // a second dialog would be unscripted
+    window.Update_Sel_Msgs_Btn();
+    EXPECT_EQ(opened, 1);
+    op.onModal<Update_Sel_Num_SMS>(cancel);
+    window.Update_Sel_Msgs_Btn(); // once it has opened, the button works again
+    EXPECT_EQ(opened, 2);
+    EXPECT_EQ(op.dialogs().size(), 2);
 }
 
 TEST_F(ComposerTest, SingleUpdateRevalidatesAChangedNumber) {

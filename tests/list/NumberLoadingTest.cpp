@@ -241,6 +241,25 @@ TEST_F(NumberLoadingTest, DuplicatesInsideOneFileAreSkippedOnlyWhenAsked) {
     EXPECT_EQ(counters(), (QList<int>{2, 2, 1, 0}));
 }
 
+TEST_F(NumberLoadingTest, ALoadMeetsTheListItsOwnNumbersAndTheExclusionsInTheFixedOrder) {
+    window.setSkipDuplicates(true);
+    window.Exclusion_Chk(true);
+    window.Create_Exclusion_List("999");
+    window.list().prepend(recipientRecord("111", ""));
+    op.onModal<Load_Num_Info>([](Load_Num_Info& q) { q.NoPressed(); });
+    // An excluded number is refused each time it comes (never taken for a duplicate of
+    // itself); one in the list or earlier in the file is skipped.
+    loadFile("a.txt", "999\n222\n111\n999\n222\n333\n");
+    EXPECT_EQ(window.numbers(), (QStringList{"333", "222", "111"}));
+    EXPECT_EQ(counters(), (QList<int>{6, 6, 2, 2}));
+    window.add("222");
+    window.add("999");
+    window.add("444");
+    EXPECT_EQ(op.alerts(),
+              (QStringList{"\nEntered number already exists.", "\nEntered number is in exclusion list."}));
+    EXPECT_EQ(window.numbers(), (QStringList{"444", "333", "222", "111"}));
+}
+
 TEST_F(NumberLoadingTest, TheChooserOffersNumberFilesAndCancellingEndsTheLoad) {
     op.chooseFile(QString());
     loader().Load_Number();

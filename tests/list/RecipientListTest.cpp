@@ -1,5 +1,6 @@
 // Filling the list by hand and by loaders: validation, placement, filters, counters.
 #include "list/LoadCounters.h"
+#include "list/NumberIndex.h"
 
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
@@ -262,6 +263,71 @@ TEST(RecipientBatches, ALoadUnderFiftyThousandSelectedRowsIsOneInsertionAndKeeps
     EXPECT_FALSE(window.isRowSelected(selected.first()));
     EXPECT_EQ(window.list().at(window.selectedRows().first()).value(kNumberKey), firstSelected);
     EXPECT_EQ(window.list().at(window.selectedRows().last()).value(kNumberKey), lastSelected);
+}
+
+} // namespace
+
+namespace {
+
+TEST(NumberIndex, NumbersThatDifferInAnyCharacterStayApart) {
+    // Packed and kept as text alike: leading zeros, the "+", the length, and anything that
+    // is no number (a stored list may hold any text).
+    const QStringList numbers{"1",
+                              "01",
+                              "001",
+                              "+1",
+                              "+01",
+                              "10",
+                              "100",
+                              "12345678901234567890",
+                              "+12345678901234567890",
+                              "1234567890123456789",
+                              "+",
+                              "a1",
+                              "1+",
+                              "1 2",
+                              "٣٣٣",
+                              "+44 7700",
+                              QString(33, '1'),
+                              QString(32, '1')};
+    NumberIndex index;
+    for (const QString& n : numbers)
+        index.add(n);
+    EXPECT_EQ(index.size(), numbers.size());
+    for (const QString& n : numbers)
+        EXPECT_TRUE(index.contains(n)) << n.toStdString();
+    for (const char* absent : {"0", "+0", "0001", "2", "++1", "11", "", "a"})
+        EXPECT_FALSE(index.contains(absent)) << absent;
+    EXPECT_TRUE(NumberIndex::pack("+12345678901234567890").has_value());
+    EXPECT_FALSE(NumberIndex::pack("1+").has_value());
+    EXPECT_FALSE(NumberIndex::pack(QString(33, '1')).has_value());
+}
+
+TEST(NumberIndex, CountsEveryRecordAndMergesBatches) {
+    NumberIndex index;
+    index.add("+447700900001");
+    index.add("+447700900001");
+    index.add("old");
+    index.remove("+447700900001");
+    EXPECT_TRUE(index.contains("+447700900001")); // one record still holds it
+    index.remove("+447700900001");
+    index.remove("never added");
+    EXPECT_FALSE(index.contains("+447700900001"));
+
+    NumberIndex batch;
+    batch.add("old");
+    batch.add("+447700900002");
+    index.merge(std::move(batch));
+    EXPECT_TRUE(batch.isEmpty());
+    index.remove("old");
+    EXPECT_TRUE(index.contains("old"));
+    EXPECT_TRUE(index.contains("+447700900002"));
+
+    NumberIndex empty;
+    NumberIndex whole;
+    whole.add("1");
+    empty.merge(std::move(whole)); // taken as it is
+    EXPECT_TRUE(empty.contains("1"));
 }
 
 } // namespace

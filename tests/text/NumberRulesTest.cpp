@@ -56,6 +56,10 @@ TEST(NumberRules, OnlyCellsThatLookLikePhoneNumbersAreCandidates) {
         {"34", false},
         {"1250", false},
         {"123456", false},
+        {"+1234567", true},
+        {"+123456", false},
+        {"+", false},
+        {"+12345678901234567890", true}, // a candidate; the insert filter refuses its length
         {"1250.00", false},
         {"12,50", false},
         {"1.250,00", false},
