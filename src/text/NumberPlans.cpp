@@ -1,11 +1,12 @@
 #include "NumberPlans.h"
 
+#include "PlanPattern.h"
+
 #include <phonenumbers/phonemetadata.pb.h>
 #include <phonenumbers/phonenumberutil.h>
 
 #include <QHash>
 #include <QList>
-#include <QRegularExpression>
 
 #include <algorithm>
 #include <list>
@@ -31,11 +32,8 @@ namespace {
 constexpr int kMinNsnLength = 2;  // the library's shortest national significant number
 constexpr int kMaxNsnLength = 17; // and its longest
 
-QRegularExpression compiled(const std::string& pattern, bool whole) {
-    const QString p = QString::fromStdString(pattern);
-    QRegularExpression re(whole ? QRegularExpression::anchoredPattern(p) : QStringLiteral("^(?:%1)").arg(p));
-    re.optimize();
-    return re;
+PlanPattern compiled(const std::string& pattern, bool whole) {
+    return {QString::fromStdString(pattern), whole ? PlanPattern::Anchor::Whole : PlanPattern::Anchor::Start};
 }
 
 // A pattern that is nothing but digits ("00", "0"), which most prefixes are: matched by
@@ -55,7 +53,7 @@ struct PrefixMatch {
 };
 
 struct Prefix {
-    QRegularExpression re;
+    PlanPattern re;
     QString literal;
 
     Prefix() = default;
@@ -64,10 +62,11 @@ struct Prefix {
     PrefixMatch match(QStringView number) const {
         if (!literal.isEmpty())
             return {number.startsWith(literal) ? literal.size() : -1, false};
-        const QRegularExpressionMatch m = re.match(number);
-        if (!m.hasMatch())
+        qsizetype group = 0;
+        const qsizetype length = re.match(number, &group);
+        if (length < 0)
             return {};
-        return {m.capturedLength(), !m.capturedView(1).isEmpty()};
+        return {length, group > 0};
     }
 };
 
@@ -75,7 +74,7 @@ struct Desc {
     bool usable = false;
     QList<int> lengths;
     quint64 lengthBits = 0; // the lengths as bits, asked once or more per number
-    QRegularExpression pattern;
+    PlanPattern pattern;
 
     explicit Desc(const PhoneNumberDesc& d) : usable(d.has_national_number_pattern()) {
         for (int i = 0; i < d.possible_length_size(); ++i) {
@@ -86,7 +85,7 @@ struct Desc {
         if (usable)
             pattern = compiled(d.national_number_pattern(), true);
     }
-    bool patternMatches(QStringView nsn) const { return usable && pattern.match(nsn).hasMatch(); }
+    bool patternMatches(QStringView nsn) const { return usable && pattern.matches(nsn); }
     // The library's IsNumberMatchingDesc: a possible length, then the whole pattern.
     bool matches(QStringView nsn) const {
         if (!lengths.isEmpty() && (nsn.size() >= 64 || (lengthBits >> nsn.size() & 1) == 0))
@@ -105,7 +104,7 @@ struct Plan {
     Prefix prefix;
     bool hasTransform = false;
     bool hasLeadingDigits = false;
-    QRegularExpression leadingDigits;
+    PlanPattern leadingDigits;
     QList<int> localLengths;
     std::unique_ptr<Desc> general;
     std::vector<Desc> types;
@@ -130,8 +129,8 @@ struct Plan {
               &m.personal_number(), &m.pager(), &m.uan(), &m.voicemail()})
             if (d->has_national_number_pattern())
                 types.emplace_back(*d);
-        for (QRegularExpression* re : {&idd.re, &prefix.re, &leadingDigits})
-            usable = usable && (re->pattern().isEmpty() || re->isValid());
+        for (const PlanPattern* re : {&idd.re, &prefix.re, &leadingDigits})
+            usable = usable && (re->isEmpty() || re->isValid());
         usable = usable && general->usable && general->pattern.isValid();
         for (const Desc& d : types)
             usable = usable && d.pattern.isValid();
@@ -315,7 +314,7 @@ std::optional<Reading> read(QStringView number, const QString& region) {
         if (found != nullptr)
             break;
         if (candidate->hasLeadingDigits) {
-            if (candidate->leadingDigits.match(digits).hasMatch()) {
+            if (candidate->leadingDigits.matches(digits)) {
                 found = candidate;
                 break;
             }
