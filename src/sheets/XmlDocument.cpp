@@ -164,11 +164,3 @@ QList<xmlNodePtr> XmlDocument::childElements(const xmlNode* node) {
     }
     return children;
 }
-
-xmlNodePtr XmlDocument::firstChildElement(const xmlNode* node, const char* localName) {
-    for (xmlNodePtr c = node ? node->children : nullptr; c; c = c->next) {
-        if (c->type == XML_ELEMENT_NODE && (!localName || isNamed(c, localName)))
-            return c;
-    }
-    return nullptr;
-}

@@ -41,7 +41,6 @@ public:
     static QString attribute(const xmlNode* node, const char* localName);
     static bool hasAttribute(const xmlNode* node, const char* localName);
     static QList<xmlNodePtr> childElements(const xmlNode* node);
-    static xmlNodePtr firstChildElement(const xmlNode* node, const char* localName = nullptr);
     static bool isNamed(const xmlNode* node, const char* localName);
 
 private:
