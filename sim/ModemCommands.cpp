@@ -48,7 +48,7 @@ bool isStatusCommand(const QString& name) {
 ModemSettings ModemCommands::factorySettings(const ModemIdentity& identity, const ModemBehaviour& behaviour) {
     ModemSettings settings;
     settings.echo = behaviour.echo;
-    settings.cmgf = behaviour.modes == ModemBehaviour::Modes::TextOnly ? 1 : 0;
+    settings.cmgf = behaviour.modes == ModemBehaviour::Modes::TextOnly || behaviour.pduModeRefused ? 1 : 0;
     settings.smsc = identity.smsc;
     return settings;
 }
@@ -249,7 +249,8 @@ CommandResult ModemCommands::messaging(const AtCommand& command, const ModemBeha
                        : pdu       ? QStringLiteral("+CMGF: (0)")
                                    : QStringLiteral("+CMGF: (1)")});
         int mode = 0;
-        if (kind == Kind::Set && numberIn(command.value(0), 0, 1, &mode) && (mode == 0 ? pdu : text)) {
+        if (kind == Kind::Set && numberIn(command.value(0), 0, 1, &mode) &&
+            (mode == 0 ? pdu && !behaviour.pduModeRefused : text)) {
             m_settings.cmgf = mode;
             return ok();
         }

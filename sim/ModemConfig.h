@@ -21,6 +21,9 @@ struct ModemIdentity {
 
 struct ModemBehaviour {
     enum class Modes { PduOnly, TextOnly, Both } modes = Modes::Both;
+    // Lists PDU mode among its formats ("+CMGF: (0,1)") yet answers ERROR to "AT+CMGF=0", as
+    // modems whose firmware only half supports it do.
+    bool pduModeRefused = false;
     bool echo = true;                          // ATE1 by default, as real modems
     int answerBursts = 1;                      // answers split into this many writes, with small gaps
     int networkDelayMs = 200;                  // before +CMGS: <mr> / OK, through Clock (scaled)

@@ -18,6 +18,8 @@ struct Flags {
     QCommandLineOption battery{"battery", "Battery state and charge (+CBC), e.g. 1,80.", "state,charge"};
     QCommandLineOption signal{"signal", "Signal strength rssi (+CSQ), 0-31 or 99.", "rssi"};
     QCommandLineOption modes{"modes", "Message formats offered: pdu, text or both.", "pdu|text|both"};
+    QCommandLineOption refusePduMode{"refuse-pdu-mode",
+                                     "Offer PDU mode (+CMGF: (0,1)) but refuse AT+CMGF=0 (+CMS ERROR: 303)."};
     QCommandLineOption noEcho{"no-echo", "Start with echo off (ATE0)."};
     QCommandLineOption bursts{"bursts", "Split every answer into N writes.", "N"};
     QCommandLineOption networkDelay{"network-delay-ms", "Delay before the +CMGS answer (scaled clock).",
@@ -48,13 +50,35 @@ struct Flags {
     QCommandLineOption help{QStringList{"h", "help"}, "Show this help."};
 
     QList<QCommandLineOption> all() const {
-        return {manufacturer, model,          revision,         imei,
-                operatorName, smsc,           smscUcs2,         battery,
-                signal,       modes,          noEcho,           bursts,
-                networkDelay, cmsError,       cmgsTestError,    undefinedIdentity,
-                silent,       echoOnly,       unplugAfterParts, log,
-                count,        latency,        lateAnswers,      charsets,
-                reportDelay,  deliveryStatus, noReport,         refuseSmsc,
+        return {manufacturer,
+                model,
+                revision,
+                imei,
+                operatorName,
+                smsc,
+                smscUcs2,
+                battery,
+                signal,
+                modes,
+                noEcho,
+                bursts,
+                networkDelay,
+                cmsError,
+                cmgsTestError,
+                undefinedIdentity,
+                silent,
+                echoOnly,
+                unplugAfterParts,
+                log,
+                count,
+                latency,
+                lateAnswers,
+                charsets,
+                reportDelay,
+                deliveryStatus,
+                noReport,
+                refuseSmsc,
+                refusePduMode,
                 help};
     }
 };
@@ -164,6 +188,7 @@ SimOptions parse(const QStringList& arguments) {
         }
     }
     b.refusedServiceCentres = parser.values(flags.refuseSmsc);
+    b.pduModeRefused = parser.isSet(flags.refusePduMode);
     // NUMBER=N rules, each number's value in [0, high].
     const auto rules = [&](const QCommandLineOption& o, int high, QMap<QString, int>& into) {
         for (const QString& rule : parser.values(o)) {

@@ -63,6 +63,10 @@ public:
     void Set_CMEE_Error(int fd);
     bool Prepare_Modem_For_PDU_SMS(int fd);
     bool Prepare_Modem_For_Text_SMS(int fd);
+    // The last preparation's format command (AT+CMGF) was refused outright: the modem stays in
+    // the other format, where a message typed for this one would go out garbled or to a
+    // wrong number, so nothing may be sent in it.
+    bool formatRefused() const { return m_formatRefused; }
     bool Set_Text_Mode_SMS_Param(int fd, bool flash_sms, bool unicode_sms);
     int PDU_or_Text_SMS(int fd);
     SmsFormat Get_Selected_CMGF_Mode(int fd);
@@ -131,6 +135,7 @@ private:
 
     // Writes a command and reads its answer expecting OK; false at the first failure.
     bool commandExpectingOk(int fd, const QString& command);
+    bool prepareFormat(int fd, const QString& formatCommand);
     // How a read knows its answer is complete.
     enum class AnswerEnd { FinalResult, Prompt, Quiet };
     // The one reading loop: adds to m_pendingAnswer until it ends as told or the ceiling
@@ -154,6 +159,7 @@ private:
     QString m_port_name;
     QList<int> m_lastReferences;
     bool m_lastHandedOver = false;
+    bool m_formatRefused = false;
     bool m_statusReportsRequested = false;
     QList<StatusReport> m_statusReports; // gathered, not yet taken (under the read lock)
     QList<int> m_storedReportIndexes;    // announced by "+CDSI", not yet read (under the read lock)

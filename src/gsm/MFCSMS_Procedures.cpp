@@ -66,14 +66,19 @@ void MFCSMS::ATZ_reset_Modem(int fd) {
 
 void MFCSMS::Set_CMEE_Error(int fd) { commandExpectingOk(fd, QStringLiteral("AT+CMEE=1\r\n")); }
 
-bool MFCSMS::Prepare_Modem_For_PDU_SMS(int fd) {
-    return commandExpectingOk(fd, kAt) && commandExpectingOk(fd, QStringLiteral("AT+CSMS=0\r\n")) &&
-           commandExpectingOk(fd, QStringLiteral("AT+CMGF=0\r\n"));
-}
+bool MFCSMS::Prepare_Modem_For_PDU_SMS(int fd) { return prepareFormat(fd, QStringLiteral("AT+CMGF=0\r\n")); }
 
-bool MFCSMS::Prepare_Modem_For_Text_SMS(int fd) {
-    return commandExpectingOk(fd, kAt) && commandExpectingOk(fd, QStringLiteral("AT+CSMS=0\r\n")) &&
-           commandExpectingOk(fd, QStringLiteral("AT+CMGF=1\r\n"));
+bool MFCSMS::Prepare_Modem_For_Text_SMS(int fd) { return prepareFormat(fd, QStringLiteral("AT+CMGF=1\r\n")); }
+
+bool MFCSMS::prepareFormat(int fd, const QString& formatCommand) {
+    m_formatRefused = false;
+    if (!commandExpectingOk(fd, kAt) || !commandExpectingOk(fd, QStringLiteral("AT+CSMS=0\r\n")))
+        return false;
+    if (commandExpectingOk(fd, formatCommand))
+        return true;
+    // Silence may be a slow line, which the message's own dialogue finds out; an error is final.
+    m_formatRefused = !ModemAnswers::smsErrorText(m_sLastResponse).isEmpty();
+    return false;
 }
 
 bool MFCSMS::Set_Text_Mode_SMS_Param(int fd, bool flash_sms, bool unicode_sms) {

@@ -42,6 +42,13 @@ bool holdsFinalResult(const QString& answer, bool promptAwaited = false);
 QString withoutUnsolicited(const QString& answer, const QString& command = {},
                            QStringList* removed = nullptr);
 
+// Why nothing was sent in a format whose AT+CMGF the modem refused:
+// "the device refused PDU Mode (AT+CMGF=0)".
+inline QString formatRefusal(bool pdu) {
+    return pdu ? QStringLiteral("the device refused PDU Mode (AT+CMGF=0)")
+               : QStringLiteral("the device refused Text Mode (AT+CMGF=1)");
+}
+
 // A recorded status that is the modem's refusal: "ERROR", or "CMS"/"CME" in its first four characters.
 bool isRefusal(const QString& status);
 

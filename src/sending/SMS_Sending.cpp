@@ -104,6 +104,7 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
         curr_send_item_4_th = 0;
         m_sentAsUnicode = 0;
         m_activePorts = 0;
+        m_portsToCome = 0;
         m_portStatuses.clear();
         wait_to_fins_running = false;
         const RecordList rows = m_window.list().records();

@@ -173,6 +173,7 @@ private:
     std::atomic<int> m_runHolders{0}; // the dispatcher and every started worker
     std::atomic<int> m_startedWorkers{0};
     std::atomic<int> m_activePorts{0};    // workers still taking items
+    std::atomic<int> m_portsToCome{0};    // ports the dispatcher has yet to open: a retry may wait for one
     std::atomic<int> m_reportingPorts{0}; // workers that may still hear of a delivery
     std::atomic<bool> wait_to_fins_running{false};
     std::atomic<int> curr_send_item_4_th{0};

@@ -26,7 +26,7 @@ void SMS_Sending::releaseRun(std::optional<SmsMode> portMode) {
 }
 
 void SMS_Sending::Mark_Stopped_On_Curr_port_Th() {
-    const QList<int> marked = m_items.markStopped();
+    const QList<int> marked = m_items.markStopped(m_stop.stop_requested() ? kStopped : kNoPortLeft);
     if (!marked.isEmpty()) {
         QList<std::pair<int, SendingItem>> rows;
         for (int index : marked)

@@ -92,6 +92,8 @@ void SMS_Sending::GSM_Send_Multi_Phone_Msg_Function(std::stop_token stop) {
         };
         if (chosen == kAllDeviceChoice) {
             const int rows = m_items.size();
+            m_portsToCome =
+                int(std::min<qsizetype>({ports.size() - ports.count(kAllDeviceChoice), rows, kMaxPorts}));
             int slot = 0;
             for (const QString& path : ports) {
                 if (path == kAllDeviceChoice)
@@ -101,18 +103,18 @@ void SMS_Sending::GSM_Send_Multi_Phone_Msg_Function(std::stop_token stop) {
                 if (slot > 0)
                     Clock::sleep(2s);
                 const int thisSlot = slot++;
-                if (!m_items.anyWaitingOrSending() || !m_items.anyWaiting())
-                    continue;
                 PortJob job;
-                if (!openPort(thisSlot, path, job, stop))
-                    continue;
-                if (m_items.anyWaiting()) {
-                    startWorker(job);
-                } else {
+                const bool opened = m_items.anyWaitingOrSending() && m_items.anyWaiting() &&
+                                    openPort(thisSlot, path, job, stop);
+                if (opened && m_items.anyWaiting()) {
+                    startWorker(job); // counted as active before it stops being to come
+                } else if (opened) {
                     Show_NSLog_Message(path + QStringLiteral(" no thread needed: nothing waits"));
                     mfc_sms_obj_arr.at(size_t(thisSlot))->closePort();
                 }
+                --m_portsToCome;
             }
+            m_portsToCome = 0;
         } else if (ports.contains(chosen) && m_items.anyWaitingOrSending()) {
             PortJob job;
             if (openPort(0, chosen, job, stop))
@@ -148,6 +150,12 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
         session.Prepare_Modem_For_PDU_SMS(job.fd);
     else if (mode == SmsMode::Text)
         session.Prepare_Modem_For_Text_SMS(job.fd);
+    if (mode != SmsMode::Unknown && session.formatRefused()) {
+        // Its messages wait for the other ports; none is typed in a format the modem is not in.
+        leavePort(job.portName,
+                  QStringLiteral("Left the run: %1.").arg(ModemAnswers::formatRefusal(mode == SmsMode::Pdu)));
+        return;
+    }
     const QString date = sentItemDate();
     if (session.port() != nullptr)
         session.port()->setReadTimeout(1.0);
@@ -241,7 +249,7 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
         // run; what it refused goes to the others.
         const bool portGivesUp = refused && refusalsInARow >= kRefusalsBeforeAPortLeaves &&
                                  refusedNumbers.size() >= kRefusalsBeforeAPortLeaves;
-        const bool otherPorts = m_activePorts > 1;
+        const bool otherPorts = m_activePorts + m_portsToCome > 1;
         if (refused && !job.stop.stop_requested() &&
             (claim.item.attempts <= options.retries || (portGivesUp && otherPorts))) {
             const auto notBefore =
@@ -284,7 +292,7 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
             continue;
         }
         const auto claim = m_items.claimNext(job.portName, options.skipDuplicates, excluded, finishedOnTheWay,
-                                             m_activePorts <= 1);
+                                             m_activePorts + m_portsToCome <= 1);
         if (!claim) {
             if (!m_items.anyWaiting())
                 break; // every item is taken; the other ports finish theirs

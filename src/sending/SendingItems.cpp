@@ -204,14 +204,14 @@ QList<int> SendingItems::endReportWait(const QString& port) {
     return ended;
 }
 
-QList<int> SendingItems::markStopped() {
+QList<int> SendingItems::markStopped(const QString& why) {
     std::lock_guard lock(m_mutex);
     QList<int> marked;
     for (int i = 0; i < m_items.size(); ++i) {
         SendingItem& item = m_items[i];
         if (item.status.isEmpty() && item.useStatus == UseStatus::WaitToDispatch) {
             // An item waiting for another attempt keeps what its last attempt got.
-            item.status = item.lastFailure.isEmpty() ? kStopped : item.lastFailure;
+            item.status = item.lastFailure.isEmpty() ? why : item.lastFailure;
             item.useStatus = UseStatus::Stopped;
             item.currentStatus = kStoppedUse;
             --m_waiting;

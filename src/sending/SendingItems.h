@@ -18,6 +18,8 @@ inline const QString kWaitToDispatch = QStringLiteral("Wait to dispatch...");
 inline const QString kDone = QStringLiteral("Done");
 inline const QString kStoppedUse = QStringLiteral("Stopped");
 inline const QString kStopped = QStringLiteral("Stopped.");
+// An item still waiting when every port had left the run (refused, unplugged) without Stop.
+inline const QString kNoPortLeft = QStringLiteral("Not sent: no device was left in the run.");
 inline const QString kExcluded = QStringLiteral("Excluded.");
 inline const QString kSkipped = QStringLiteral("Skipped.");
 // Delivery of a sent message whose report was asked for: "Pending" until the network's
@@ -92,8 +94,9 @@ public:
     // The wait for the port's reports is over: its items that never got one say so.
     QList<int> endReportWait(const QString& port);
 
-    // Marks every waiting item "Stopped."; returns the indexes marked.
-    QList<int> markStopped();
+    // Ends every waiting item with `why` ("Stopped." by default), or with what its last
+    // attempt got; returns the indexes marked.
+    QList<int> markStopped(const QString& why = kStopped);
 
     int finishedCount() const;
     bool anyWaiting() const;          // an item still waits for a port

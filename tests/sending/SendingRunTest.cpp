@@ -241,6 +241,24 @@ TEST_F(SendingRunTest, ARefusingModemLeavesTheRunAndTheHealthyOneSendsEverything
                     .startsWith("Left the run after 3 refusals in a row (last: +CMS ERROR: 38)"));
 }
 
+TEST_F(SendingRunTest, APortWhoseModemRefusesItsModeLeavesBeforeTypingAMessage) {
+    ModemBehaviour halfPdu; // lists PDU mode, refuses AT+CMGF=0
+    halfPdu.pduModeRefused = true;
+    attach("PDU Mode", halfPdu);
+    attach("PDU Mode");
+    chooseDevices();
+    addRecipients(numbers(4), "x");
+    window.prev_composer_msg = window.composerText();
+    send();
+    for (const SendingItem& item : items()) {
+        EXPECT_EQ(item.status, "Message sent successfully.") << item.number.toStdString();
+        EXPECT_EQ(item.usePort, modems.at(1)->devicePath());
+    }
+    EXPECT_TRUE(modems.at(0)->received().isEmpty()); // nothing typed for the wrong format
+    EXPECT_EQ(window.sendingJob().portStatuses().value(modems.at(0)->devicePath()),
+              "Left the run: the device refused PDU Mode (AT+CMGF=0).");
+}
+
 TEST_F(SendingRunTest, DeliveryReportsFillInDuringTheRunHandedOverOrKeptByTheModem) {
     Clock::setScale(0.05);
     ASSERT_TRUE(Check_Path_And_Create_Files()); // the data folder, where the run's journal goes
@@ -326,7 +344,7 @@ TEST_F(SendingRunTest, WithoutRetriesOrAnotherPortRefusalsAreFinalAndThePortStil
     for (const SendingItem& item : items())
         statuses << item.status;
     EXPECT_EQ(statuses.count("+CMS ERROR: 38"), 3);
-    EXPECT_EQ(statuses.count("Stopped."), 2);
+    EXPECT_EQ(statuses.count("Not sent: no device was left in the run."), 2);
     EXPECT_TRUE(modems.at(0)->received().isEmpty());
 }
 

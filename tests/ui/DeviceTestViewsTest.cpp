@@ -48,7 +48,7 @@ protected:
         Clock::setScale(0.2); // read time-outs long enough for a busy machine drawing windows
         sim::ModemBehaviour behaviour;
         behaviour.networkDelayMs = 0;
-        behaviour.modes = sim::ModemBehaviour::Modes::TextOnly; // refuses PDU mode
+        behaviour.pduModeRefused = true; // lists PDU mode, refuses AT+CMGF=0
         modem = std::make_unique<sim::VirtualModem>(sim::ModemIdentity{}, behaviour);
         ASSERT_TRUE(modem->start());
         // A probe that a busy machine made miss its answer is searched again.
@@ -77,7 +77,7 @@ TEST_F(DeviceTestViews, TheDeviceWindowRunsTheTestOfTheShownDevice) {
     view.show();
     devices.showDevice(0);
     devices.waitForWorkers();
-    ASSERT_TRUE(spinUntil([&] { return devices.nsCaseListData().size() == 1; }));
+    ASSERT_TRUE(spinUntil([&] { return devices.nsCaseListData().size() == 2; }));
     auto* number = view.findChild<QLineEdit*>();
     ASSERT_NE(number, nullptr);
     devices.setTestNumberText("+447700900555");
@@ -85,8 +85,11 @@ TEST_F(DeviceTestViews, TheDeviceWindowRunsTheTestOfTheShownDevice) {
     EXPECT_TRUE(devices.testing());
     devices.waitForWorkers();
     ASSERT_TRUE(spinUntil([&] { return !devices.testing(); }));
-    EXPECT_EQ(devices.nsCaseListData().at(0).value("Status"), "Message sent successfully.");
-    EXPECT_EQ(modem->received().size(), 1);
+    EXPECT_EQ(devices.nsCaseListData().at(0).value("Status"),
+              "Error : the device refused PDU Mode (AT+CMGF=0).");
+    EXPECT_EQ(devices.nsCaseListData().at(1).value("Status"), "Message sent successfully.");
+    ASSERT_EQ(modem->received().size(), 1);
+    EXPECT_EQ(modem->received().at(0).mode, "TEXT");
     keepPicture(view, "gsm-device-test");
 }
 
@@ -104,10 +107,14 @@ TEST_F(DeviceTestViews, TheAutomatedWindowAppliesTheChosenCase) {
     window.waitForTest();
     ASSERT_TRUE(spinUntil([&] { return !window.testing(); }));
     auto* cases = view.findChildren<QTableView*>().at(1);
-    ASSERT_EQ(cases->model()->rowCount(), 2);
-    EXPECT_EQ(cases->model()->index(1, 2).data().toString(), "Message sent successfully.");
-    cases->selectRow(1);
-    EXPECT_EQ(window.selectedCase(), 1);
+    ASSERT_EQ(cases->model()->rowCount(), 4);
+    for (int row : {0, 1})
+        EXPECT_EQ(cases->model()->index(row, 2).data().toString(),
+                  "Error : the device refused PDU Mode (AT+CMGF=0).");
+    for (int row : {2, 3})
+        EXPECT_EQ(cases->model()->index(row, 2).data().toString(), "Message sent successfully.");
+    cases->selectRow(3);
+    EXPECT_EQ(window.selectedCase(), 3);
     keepPicture(view, "gsm-automated-test");
     op.answerYes();
     button(view, "Use Selected Settings")->click();

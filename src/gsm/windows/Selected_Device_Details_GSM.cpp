@@ -8,6 +8,7 @@
 #include "core/MainThread.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
+#include "gsm/ModemAnswers.h"
 #include "text/NumberRules.h"
 
 namespace {
@@ -241,7 +242,9 @@ void Selected_Device_Details_GSM::Send_Test_SMS_fun(const Record& row, const QSt
         m_session.setDefaultSmscLookup([defaultSmsc](const QString&) { return QString(defaultSmsc); });
         status = QStringLiteral("Error : +CMS ERROR: 500.");
         bool sent = false;
-        if (mode == SmsMode::Pdu)
+        if (m_session.formatRefused())
+            status = QStringLiteral("Error : %1.").arg(ModemAnswers::formatRefusal(mode == SmsMode::Pdu));
+        else if (mode == SmsMode::Pdu)
             sent = m_session.Send_PDU_SMS(fd, number, kTestMessage, smsc, false, false, status, capability);
         else
             sent = m_session.Send_Text_SMS(fd, number, kTestMessage, smsc, false, false, path, status,

@@ -187,7 +187,9 @@ End run(MFCSMS& session, Request& request, const std::atomic<bool>& stop, const 
             const QString text = QStringLiteral("'%1'").arg(c.value(QStringLiteral("Case_SMS")));
             QString status = QStringLiteral("Error : +CMS ERROR: 500.");
             bool sent = false;
-            if (mode == SmsMode::Pdu)
+            if (mode != SmsMode::Unknown && session.formatRefused())
+                status = QStringLiteral("Error : %1.").arg(ModemAnswers::formatRefusal(mode == SmsMode::Pdu));
+            else if (mode == SmsMode::Pdu)
                 sent = session.Send_PDU_SMS(fd, request.number, text, smsc, false, false, status,
                                             QStringLiteral("Yes"));
             else if (mode == SmsMode::Text)

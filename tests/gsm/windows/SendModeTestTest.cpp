@@ -180,11 +180,18 @@ TEST_F(ModeTestOnModems, ModemsPassExactlyTheCasesTheyAccept) {
     };
     const QString sent = "Message sent successfully.";
     const QString unknownSmsc = "+CMS ERROR: 330";
+    const QString refusedPdu = "Error : the device refused PDU Mode (AT+CMGF=0).";
     const Row rows[] = {
-        {"refuses PDU mode",
+        {"text only",
          [](ModemBehaviour& b) { b.modes = ModemBehaviour::Modes::TextOnly; },
          {"TXT_CUS_SMSC", "TXT_DEF_SMSC"},
          {sent, sent},
+         {"TEXT", "TEXT"},
+         {kCustom, "+447700900123"}},
+        {"lists PDU mode but refuses it",
+         [](ModemBehaviour& b) { b.pduModeRefused = true; },
+         {"PDU_CUS_SMSC", "PDU_DEF_SMSC", "TXT_CUS_SMSC", "TXT_DEF_SMSC"},
+         {refusedPdu, refusedPdu, sent, sent},
          {"TEXT", "TEXT"},
          {kCustom, "+447700900123"}},
         {"PDU only",
