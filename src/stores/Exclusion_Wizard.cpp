@@ -9,6 +9,7 @@
 #include "core/Operator.h"
 #include "core/TextUtils.h"
 #include "list/BulkSmsWindow.h"
+#include "list/DefaultCountry.h"
 
 #include <QFileInfo>
 
@@ -42,7 +43,27 @@ RecordList recordsOf(const QStringList& values, const QString& key) {
 
 Exclusion_Wizard::Exclusion_Wizard(Operator& op, QObject* parent)
     : DialogController(parent), m_op(op), m_available(kAvail, {kAvail}), m_applied(kApplied, {kApplied}),
-      m_numbers(kNumber, {kNumber}) {}
+      m_numbers(kNumber, {kNumber}) {
+    // One subscriber is one number of a list, however written, as it is when the list is applied.
+    useDefaultCountry();
+    connect(&DefaultCountry::instance(), &DefaultCountry::changed, this, [this] { useDefaultCountry(); });
+}
+
+void Exclusion_Wizard::useDefaultCountry() {
+    const NumberNormaliser normaliser = DefaultCountry::instance().normaliser();
+    if (!normaliser.active()) {
+        m_numbers.setComparedForm({});
+        return;
+    }
+    m_numbers.setComparedForm(
+        [normaliser](const QString& number) { return normaliser.comparisonKey(number); });
+}
+
+bool Exclusion_Wizard::Skip_Duplicate_Number(const QString& number, int except) const {
+    const bool itself = except >= 0 && except < m_numbers.size() &&
+                        m_numbers.sameValue(m_numbers.at(except).value(kNumber), number);
+    return m_numbers.countOf(number) - (itself ? 1 : 0) > 0;
+}
 
 Exclusion_Wizard::~Exclusion_Wizard() { m_loader.requestStop(); }
 

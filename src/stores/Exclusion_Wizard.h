@@ -91,7 +91,9 @@ public:
 
     // --- Shared with the column import and the number editor.
     void chk_and_insert_validation(const QString& value) override;
-    bool Skip_Duplicate_Number(const QString& number) const { return m_numbers.containsValue(number); }
+    // The list already holds this subscriber, however written (in E.164 with a default
+    // country); `except` is the row being edited, which may be written anew.
+    bool Skip_Duplicate_Number(const QString& number, int except = -1) const;
     void replaceNumber(int index, const QString& number);
     // The normalised number, or "" when it cannot be in a list.
     static QString validExclusionNumber(const QString& raw);
@@ -100,6 +102,7 @@ signals:
     void selectionChanged();
 
 private:
+    void useDefaultCountry();
     void showStart();
     void showNumbers();
     void setLoaded(const QStringList& available, const QStringList& applied);

@@ -24,7 +24,7 @@ void Update_Ex_Num::OKPressed() {
         m_op.Show_MessageBox(kInvalidExclusionNumber);
         return;
     }
-    if (m_owner.Skip_Duplicate_Number(number)) {
+    if (m_owner.Skip_Duplicate_Number(number, m_index)) {
         m_op.Show_MessageBox(kExclusionNumberExists);
         return;
     }

@@ -1,5 +1,6 @@
 #include "StoreWindowsFixture.h"
 #include "core/FileUtils.h"
+#include "list/DefaultCountry.h"
 #include "stores/ExclusionFiles.h"
 #include "stores/Exclusion_Wizard.h"
 #include "stores/Update_Ex_Num.h"
@@ -195,6 +196,47 @@ TEST_F(ExclusionTest, NumbersFromFilesTheEditorAndRemoval) {
     wizard.Remove_Numbers_Btn();
     EXPECT_EQ(wizard.numbers(), QStringList{"5550199"});
     EXPECT_EQ(wizard.numberCountLabel(), "Total Numbers : 1");
+}
+
+TEST_F(ExclusionTest, WithADefaultCountryOneSubscriberIsOneNumberHoweverWritten) {
+    struct NoCountryAfterwards {
+        ~NoCountryAfterwards() { DefaultCountry::instance().set(QString()); }
+    } reset;
+    ASSERT_TRUE(DefaultCountry::instance().set("GB"));
+    opened();
+    wizard.New_List_Btn();
+    wizard.setNameField("Opted out");
+    wizard.OnContinue();
+    for (const char* number : {"+44 7911 123456", "07911 123456", "447911123456", "07911 123457"}) {
+        wizard.setNumberField(number);
+        wizard.Add_Number_Btn();
+    }
+    EXPECT_EQ(wizard.numbers(), (QStringList{"+447911123456", "07911123457"}));
+    writeFile("n.txt", "0044 7911 123456\n(07911) 123457\n");
+    op.chooseFile(path("n.txt"));
+    wizard.Load_File_Btn(); // both already there
+    EXPECT_EQ(op.alerts(), (QStringList{"\n" + kExclusionNumberExists, "\n" + kExclusionNumberExists,
+                                        "\n" + kExclusionLoadFailed}));
+    op.clearTranscript();
+
+    // A number written anew is no duplicate of itself; another's number still is.
+    wizard.setNumberSelection({0});
+    op.onModal<Update_Ex_Num>([](Update_Ex_Num& d) {
+        d.setNumber("+447911123457");
+        d.OKPressed();
+        EXPECT_FALSE(d.isEnded());
+        d.setNumber("07911123456");
+        d.OKPressed();
+    });
+    wizard.Update_Number_Btn();
+    EXPECT_EQ(wizard.numbers(), (QStringList{"07911123456", "07911123457"}));
+    EXPECT_EQ(op.alerts(), QStringList{"\n" + kExclusionNumberExists});
+
+    // Without a country, numbers compare as written again.
+    DefaultCountry::instance().set(QString());
+    wizard.setNumberField("+447911123456");
+    wizard.Add_Number_Btn();
+    EXPECT_EQ(wizard.numbers().size(), 3);
 }
 
 TEST_F(ExclusionTest, BackFromANewListsNumbersReturnsToItsName) {
