@@ -98,17 +98,23 @@ QString normaliseNumberText(const QString& raw) {
 }
 
 bool looksLikePhoneNumber(const QString& cell) {
+    // A "+" and a country code with a few digits is somebody's attempt at a number, however
+    // short: a candidate, so that the insert filter refuses and counts it as invalid.
+    constexpr int kMinDigitsAfterPlus = 4;
     if (isDigitsWithPlus(cell)) {
-        const qsizetype digits = cell.size() - (cell.front() == u'+' ? 1 : 0);
-        return digits >= kMinPhoneDigits && digits <= kMaxNumberLength;
+        const bool plus = cell.front() == u'+';
+        const qsizetype digits = cell.size() - (plus ? 1 : 0);
+        return digits >= (plus ? kMinDigitsAfterPlus : kMinPhoneDigits) && digits <= kMaxNumberLength;
     }
     const QString text = withPlainSeparators(cell).trimmed();
     static const QRegularExpression dateOrAmount(QStringLiteral(
         R"(^(\d{4}[-/.]\d{1,2}[-/.]\d{1,2}([ T].*)?|\d{1,2}[-/.]\d{1,2}[-/.]\d{2,4}( .*)?|[+-]?\d{1,3}([,.' ]\d{3})*[.,]\d{1,2}|[+-]?\d+[.,]\d{1,2})$)"));
     if (text.isEmpty() || dateOrAmount.match(text).hasMatch())
         return false;
-    static const QRegularExpression phone(
-        QStringLiteral(R"(^\+?[0-9]{%1,%2}$)").arg(kMinPhoneDigits).arg(kMaxNumberLength));
+    static const QRegularExpression phone(QStringLiteral(R"(^(\+[0-9]{%1,%3}|[0-9]{%2,%3})$)")
+                                              .arg(kMinDigitsAfterPlus)
+                                              .arg(kMinPhoneDigits)
+                                              .arg(kMaxNumberLength));
     return phone.match(normaliseNumberText(text)).hasMatch();
 }
 

@@ -152,10 +152,14 @@ QWidget* RecipientPanel::buildListSide() {
     auto* clearSelected = new QPushButton(QStringLiteral("Clear Selected"), side);
     auto* clearAll = new QPushButton(QStringLiteral("Clear All"), side);
     auto* reset = new QPushButton(QStringLiteral("Reset"), side);
+    // What the last load left out, on a line of its own under the list: the count's row has
+    // no room for a sentence.
     m_refused = new QLabel(side);
     m_refused->setObjectName(QStringLiteral("refusedNumbersNote"));
+    m_refused->setWordWrap(true);
+    m_refused->hide();
+    layout->addWidget(m_refused);
     buttons->addWidget(m_count);
-    buttons->addWidget(m_refused);
     buttons->addStretch();
     buttons->addWidget(clearSelected);
     buttons->addWidget(clearAll);
@@ -259,7 +263,8 @@ QWidget* RecipientPanel::buildComposerSide() {
         "numbers that cannot exist are refused when loading."));
     for (const auto& [code, label] : DefaultCountry::choices())
         m_country->addItem(label, code);
-    countryRow->addWidget(new QLabel(QStringLiteral("Numbers without country code are from:"), options));
+    // The label above its list: beside it, a narrow window would cut the question short.
+    optionsLayout->addWidget(new QLabel(QStringLiteral("Numbers without country code are from:"), options));
     countryRow->addWidget(m_country, 1);
     optionsLayout->addLayout(countryRow);
     layout->addWidget(options);

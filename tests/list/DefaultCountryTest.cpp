@@ -100,6 +100,19 @@ TEST_F(DefaultCountryTest, NumbersThatCannotExistAreRefusedCountedAndSummarised)
         << summary.toStdString();
 }
 
+TEST_F(DefaultCountryTest, AMessyContactFileIsCountedAsACarefulPersonWouldCountIt) {
+    window.setSkipDuplicates(true);
+    loadFile("contacts.csv", "Name,Phone\r\n"
+                             "Ann,+44 7911 123456\r\nAnn (mobile),07911 123456\r\n"
+                             "Ann (sheet),447911123456\r\nAnn (abroad),0044 (0)7911 123456\r\n"
+                             "Bob,07911-123-457\r\nCat,+44 12\r\nDan,(020) 7946 0958\r\n"
+                             "Eve,+1 (202) 555-0143\r\nFay,ask her\r\nGus,07911 12345\r\n");
+    // Four people; Ann three more times; Cat's and Gus's numbers cannot exist.
+    EXPECT_EQ(sentForms(), (QStringList{"+12025550143", "+442079460958", "+447911123457", "+447911123456"}));
+    EXPECT_EQ(counters(), (QList<int>{9, 7, 3, 0, 2}));
+    EXPECT_EQ(ignoredCells.load(), 13); // the titles, the names and "ask her"
+}
+
 TEST_F(DefaultCountryTest, TypedAndEditedNumbersMustBeAbleToExist) {
     window.add("+44 12");
     EXPECT_EQ(op.alerts(), QStringList{"\nPlease enter a valid phone number."});

@@ -57,7 +57,9 @@ TEST(NumberRules, OnlyCellsThatLookLikePhoneNumbersAreCandidates) {
         {"1250", false},
         {"123456", false},
         {"+1234567", true},
-        {"+123456", false},
+        {"+123456", true}, // short, but written as a number: refused and counted by the filter
+        {"+44 12", true},
+        {"+123", false},
         {"+", false},
         {"+12345678901234567890", true}, // a candidate; the insert filter refuses its length
         {"1250.00", false},

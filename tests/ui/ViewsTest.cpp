@@ -169,7 +169,10 @@ TEST(UiHelpers, HyperlinkEscapesItsText) {
 // ---- the recipient panel ----
 #include "TestEnvironment.h"
 #include "core/DataFolder.h"
+#include "core/FileUtils.h"
 #include "list/DefaultCountry.h"
+#include "list/Load_Num_Info.h"
+#include "list/NumberLoader.h"
 #include "ui/RecipientPanel.h"
 
 #include <QPlainTextEdit>
@@ -252,6 +255,27 @@ TEST(RecipientPanel, OneDefaultCountryForBothWindowsAndTheWrittenFormInTheTable)
     ASSERT_EQ(gsmPanel.table()->model()->rowCount(), 1);
     EXPECT_EQ(gsmPanel.table()->model()->columnCount(), 2); // the E.164 form is not a column
     EXPECT_EQ(gsmPanel.table()->model()->index(0, 0).data().toString(), "07911123456");
+
+    // A messy contact file: Ann four ways, three more people, two numbers that cannot exist.
+    const QString file = home.root() + "/contacts.csv";
+    ASSERT_TRUE(writeFileAtomically(file, "Name,Phone\nAnn,+44 7911 123456\nAnn (sheet),447911123456\n"
+                                          "Ann (abroad),0044 (0)7911 123456\nBob,07911-123-457\n"
+                                          "Cat,+44 12\nDan,(020) 7946 0958\nGus,07911 12345\n"));
+    gsm.setNumberField(QString()); // the refused duplicate was kept there for correction
+    op.chooseFile(file);
+    op.onModal<Load_Num_Info>([](Load_Num_Info& q) { q.NoPressed(); }); // added to the list
+    NumberLoader::of(gsm).Load_Number();
+    ASSERT_TRUE(spinUntil([&] { return !NumberLoader::of(gsm).isLoading(); }));
+    EXPECT_EQ(gsmPanel.table()->model()->rowCount(), 3);
+    auto* refused = gsmPanel.findChild<QLabel*>("refusedNumbersNote");
+    ASSERT_NE(refused, nullptr);
+    EXPECT_TRUE(refused->isVisible() || !gsmPanel.isVisible());
+    EXPECT_EQ(refused->text(), "Last load: 2 numbers that cannot exist (default country GB) left out");
+    gsmPanel.resize(900, 600);
+    gsmPanel.show();
+    const QString pictures = qEnvironmentVariable("BULKSMS_SCREENSHOT_DIR");
+    if (!pictures.isEmpty())
+        gsmPanel.grab().save(pictures + "/recipient-country.png");
 
     androidCountry->setCurrentIndex(0);
     EXPECT_EQ(DefaultCountry::instance().region(), "");
