@@ -151,6 +151,33 @@ TEST_F(AndroidModeTestTest, OkSetsTheModeTheAndroidWindowShows) {
     EXPECT_TRUE(op.alerts().at(0).startsWith("\nInformation:\n\nYou have selected 'Classic Mode'"));
 }
 
+TEST_F(AndroidModeTestTest, TheModeThatWorkedIsWhatTheNextSendUses) {
+    startPhones(one(installed([](sim::PhoneConfig& p) { p.pushFails = true; }))); // no list file can go
+    Bulk_SMSAppDelegate android(op);
+    android.windowDidLoad();
+    sel_port_bsd_str = sel_port_name_str;
+    port_val_str_array = {sel_port_name_str};
+    android.applyDeviceSelection();
+    op.onModal<Android_TroubleShooting>([this](Android_TroubleShooting& w) {
+        w.setTestNumberText(kTo);
+        w.Start_Btn();
+        w.waitForTest();
+        EXPECT_EQ(statuses(w), (QStringList{"Fail", "Fail", "Success"}));
+        w.Classic_Radio();
+        w.OK_Btn();
+    });
+    android.Test_Btn();
+    EXPECT_TRUE(android.classicOn());
+
+    const int tested = int(sentMessages().size());
+    android.Create_Num_Msg_List("+442079460959", "After the test");
+    android.prev_composer_msg = android.composerText();
+    android.Send_SMS_Btn();
+    android.waitForSend();
+    ASSERT_EQ(sentMessages().size(), tested + 1);
+    EXPECT_EQ(sentMessages().last(), "+442079460959|After the test|classic");
+}
+
 TEST_F(AndroidModeTestTest, TheSearchWindowTestSendsOneMessageInEachMode) {
     startPhones(one(installed([](sim::PhoneConfig& p) { p.pushFails = true; })));
     Android_Ph_List_Wnd window(op);

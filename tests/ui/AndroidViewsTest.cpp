@@ -3,6 +3,7 @@
 #include "android/And_Conn_Err.h"
 #include "android/AndroidState.h"
 #include "android/Android_Ph_List_Wnd.h"
+#include "android/Android_TroubleShooting.h"
 #include "android/Bulk_SMSAppDelegate.h"
 #include "core/AppState.h"
 #include "core/DataFolder.h"
@@ -11,6 +12,7 @@
 #include "ui/AndroidBulkSmsView.h"
 #include "ui/AndroidPhListView.h"
 #include "ui/AndroidSendingProgressView.h"
+#include "ui/AndroidTroubleShootingView.h"
 #include "ui/ViewRegistry.h"
 
 #include "ScriptedOperator.h"
@@ -124,6 +126,48 @@ TEST_F(AndroidViewsTest, MainWindowModesSendAndProgress) {
     EXPECT_FALSE(progressView->isVisible());
     EXPECT_EQ(op.alerts(), QStringList{"\nMessage Sending Process Completed."});
     EXPECT_EQ(server->log().events("message").size(), 2);
+}
+
+TEST_F(AndroidViewsTest, TheModeTestRunsOnAPhoneAndOkSetsTheWorkingMode) {
+    server->stop(); // this phone's storage cannot be written: only classic mode can work
+    sim::PhoneConfig config = sim::PhoneConfig::typical();
+    config.serial = "R58DEMO0002";
+    config.appInstalled = true;
+    config.pushFails = true;
+    server = std::make_unique<sim::AdbServer>(QList<sim::PhoneConfig>{config});
+    ASSERT_TRUE(server->start(0));
+    qputenv("ADB_SERVER_SOCKET", server->socketSpec().toUtf8());
+    sel_port_name_str = "VIRTUAL PHONE 5G";
+    AND_SMS_sending_mode = int(AndroidSendingMode::Standard);
+
+    Android_TroubleShooting window(op);
+    window.open(sel_port_name_str);
+    window.setTestNumberText("+442079460958");
+    AndroidTroubleShootingView view(window, nullptr);
+    view.show();
+    QPushButton* start = nullptr;
+    QPushButton* ok = nullptr;
+    for (QPushButton* b : view.findChildren<QPushButton*>()) {
+        if (b->text() == "Start Test")
+            start = b;
+        if (b->text() == "OK")
+            ok = b;
+    }
+    ASSERT_TRUE(start && ok);
+    start->click();
+    window.waitForTest();
+    ASSERT_TRUE(spinUntil([&] { return !window.testing(); }));
+    auto* cases = view.findChild<QTableView*>();
+    ASSERT_NE(cases, nullptr);
+    QStringList statuses;
+    for (int row = 0; row < cases->model()->rowCount(); ++row)
+        statuses << cases->model()->index(row, cases->model()->columnCount() - 1).data().toString();
+    EXPECT_EQ(statuses, (QStringList{"Fail", "Fail", "Success"}));
+    view.findChildren<QRadioButton*>().at(2)->click(); // classic, the one that worked
+    saveShot(view, "android-mode-test-run");
+    ok->click();
+    EXPECT_EQ(AND_SMS_sending_mode, int(AndroidSendingMode::Classic));
+    sel_port_name_str.clear();
 }
 
 TEST_F(AndroidViewsTest, ConnectionErrorBoxEndsWithOk) {
