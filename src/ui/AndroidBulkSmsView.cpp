@@ -11,12 +11,22 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSignalBlocker>
+#include <QTableView>
 #include <QVBoxLayout>
 
 AndroidBulkSmsView::AndroidBulkSmsView(Bulk_SMSAppDelegate& controller, QWidget* parent)
     : MainWindowView(controller, parent) {
     setObjectName(QStringLiteral("Bulk_SMSAppDelegate"));
-    contentArea()->addWidget(new RecipientPanel(controller, this));
+    auto* panel = new RecipientPanel(controller, this);
+    contentArea()->addWidget(panel);
+    // The row being sent is shown in the list as the run goes through it.
+    connect(&controller, &Bulk_SMSAppDelegate::sendingRowShown, panel, [panel](int row) {
+        QTableView* table = panel->table();
+        if (row < 0 || row >= table->model()->rowCount())
+            return;
+        table->selectRow(row);
+        table->scrollTo(table->model()->index(row, 0));
+    });
     auto* connectButton = new QPushButton(QStringLiteral("Connect Phone"), this);
     auto* details = new QPushButton(QStringLiteral("Device Details"), this);
     auto* status = new QPushButton(QStringLiteral("Device Status"), this);

@@ -120,8 +120,15 @@ TEST_F(AndroidViewsTest, MainWindowModesSendAndProgress) {
             saveShot(*progressView, "android-progress");
         }
     });
+    QList<int> rowsShown; // the list follows the run
+    auto* list = view.findChild<QTableView*>();
+    ASSERT_NE(list, nullptr);
+    QObject::connect(list->selectionModel(), &QItemSelectionModel::currentRowChanged, &view,
+                     [&](const QModelIndex& current) { rowsShown << current.row(); });
     view.findChild<QPushButton*>("Send_SMS_Btn")->click();
     window.waitForSend();
+    ASSERT_TRUE(spinUntil([&] { return rowsShown.contains(1); }));
+    EXPECT_EQ(list->selectionModel()->selectedRows().size(), 1);
     EXPECT_TRUE(progressShown);
     EXPECT_FALSE(progressView->isVisible());
     EXPECT_EQ(op.alerts(), QStringList{"\nMessage Sending Process Completed."});
