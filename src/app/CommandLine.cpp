@@ -5,6 +5,7 @@
 #include "CommandLineStores.h"
 #include "CommandLineTest.h"
 #include "ConsoleOperator.h"
+#include "ConsoleOutput.h"
 #include "RunReport.h"
 #include "StopSignals.h"
 #include "android/Bulk_SMSAppDelegate.h"
@@ -29,19 +30,10 @@
 #include <QFile>
 #include <QRegularExpression>
 
-#include <cstdio>
-
 namespace {
 
-void out(const QString& text) {
-    std::fprintf(stdout, "%s\n", text.toLocal8Bit().constData());
-    std::fflush(stdout);
-}
-
-void err(const QString& text) {
-    std::fprintf(stderr, "%s\n", text.toLocal8Bit().constData());
-    std::fflush(stderr);
-}
+void out(const QString& text) { printOut(text); }
+void err(const QString& text) { printErr(text); }
 
 // The entry of a drop-down list that reads as the text, spacing aside; "" when none does.
 QString choiceMatching(const QStringList& entries, const QString& text) {

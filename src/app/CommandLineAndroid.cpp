@@ -1,5 +1,6 @@
 #include "CommandLineAndroid.h"
 
+#include "ConsoleOutput.h"
 #include "android/AndroidDevices.h"
 #include "android/AndroidState.h"
 #include "android/Android_Ph_List_Wnd.h"
@@ -9,14 +10,7 @@
 
 #include <QSet>
 
-#include <cstdio>
-
 namespace {
-
-void line(FILE* stream, const QString& text) {
-    std::fprintf(stream, "%s\n", text.toLocal8Bit().constData());
-    std::fflush(stream);
-}
 
 // Narrows every adb command to one phone: the device list by the filter, adb by ANDROID_SERIAL.
 void pointAdbAt(const QString& serial) {
@@ -42,17 +36,17 @@ bool selectPhone(Bulk_SMSAppDelegate& window, Operator& op, const QString& seria
     Stop_Modem_SRCH = 0;
     const auto outcome = onWorker([&search] { return search.searchDevice(false); });
     if (outcome != Android_Ph_List_Wnd::Outcome::Connected) {
-        line(stderr, QStringLiteral("No phone ready to send with."));
+        printErr(QStringLiteral("No phone ready to send with."));
         return false;
     }
     search.beginModal();
     search.Select_Btn();
     if (!search.isEnded() || search.endCode() != 1) {
-        line(stderr, QStringLiteral("The phone could not be selected."));
+        printErr(QStringLiteral("The phone could not be selected."));
         return false;
     }
     window.applyDeviceSelection();
-    line(stderr, QStringLiteral("Phone: %1").arg(window.deviceCaption()));
+    printErr(QStringLiteral("Phone: %1").arg(window.deviceCaption()));
     return true;
 }
 
@@ -71,9 +65,9 @@ int testAndroidPhone(Bulk_SMSAppDelegate& window, Operator& op, const QString& s
     test.waitForTest();
     bool anyWorked = false;
     for (const Record& c : test.cases().records()) {
-        line(stdout, QStringLiteral("%1\t%2\t%3\t%4")
-                         .arg(c.value(QStringLiteral("Case")), c.value(QStringLiteral("Case_Name")),
-                              c.value(QStringLiteral("Description")), c.value(QStringLiteral("Status"))));
+        printOut(QStringLiteral("%1\t%2\t%3\t%4")
+                     .arg(c.value(QStringLiteral("Case")), c.value(QStringLiteral("Case_Name")),
+                          c.value(QStringLiteral("Description")), c.value(QStringLiteral("Status"))));
         anyWorked = anyWorked || c.value(QStringLiteral("Status")) == QLatin1String("Success");
     }
     return anyWorked ? 0 : 1;
@@ -97,10 +91,10 @@ int listAndroidDevices(const QString& serial) {
                         QStringLiteral(": ") + row.value(QStringLiteral("PORT_DETAL"));
             pointAdbAt(serial);
         }
-        line(stdout, text);
+        printOut(text);
     }
     if (phones == 0)
-        line(stderr, QStringLiteral("No Android phone found."));
+        printErr(QStringLiteral("No Android phone found."));
     return phones > 0 ? 0 : 1;
 }
 
@@ -108,7 +102,7 @@ int sendThroughAndroid(Bulk_SMSAppDelegate& window, Operator& op, const QString&
                        const QString& mode) {
     if (mode != QLatin1String("single-shot") && mode != QLatin1String("standard") &&
         mode != QLatin1String("classic")) {
-        line(stderr, QStringLiteral("Unknown mode: %1 (single-shot, standard or classic)").arg(mode));
+        printErr(QStringLiteral("Unknown mode: %1 (single-shot, standard or classic)").arg(mode));
         return 2;
     }
     if (!selectPhone(window, op, serial))
@@ -134,7 +128,7 @@ int sendThroughAndroid(Bulk_SMSAppDelegate& window, Operator& op, const QString&
                                (s.pauseText.isEmpty() ? QString() : QLatin1Char(' ') + s.pauseText);
         if (s.visible && text != last && !text.isEmpty()) {
             last = text;
-            line(stderr, text);
+            printErr(text);
         }
     });
     window.prev_composer_msg = window.composerText();
@@ -152,6 +146,6 @@ int sendThroughAndroid(Bulk_SMSAppDelegate& window, Operator& op, const QString&
         wanted += !excluded && !skipped;
     }
     const int sent = window.lastRunSent();
-    line(stdout, QStringLiteral("%1 of %2 recipients sent.").arg(sent).arg(wanted));
+    printOut(QStringLiteral("%1 of %2 recipients sent.").arg(sent).arg(wanted));
     return window.lastRunEnd() == Bulk_SMSAppDelegate::RunEnd::Completed && sent == wanted ? 0 : 1;
 }

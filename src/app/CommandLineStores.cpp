@@ -1,6 +1,7 @@
 #include "CommandLineStores.h"
 
 #include "ConsoleOperator.h"
+#include "ConsoleOutput.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "stores/ExportDialogs.h"
@@ -11,14 +12,7 @@
 #include <QCommandLineParser>
 #include <QFile>
 
-#include <cstdio>
-
 namespace {
-
-void say(FILE* stream, const QString& text) {
-    std::fprintf(stream, "%s\n", text.toLocal8Bit().constData());
-    std::fflush(stream);
-}
 
 // The data and resource folders as the application finds them, without any window.
 void locateData() {
@@ -37,11 +31,11 @@ bool exportTarget(const QCommandLineParser& parser, const QCommandLineOption& op
                   ExportFormat& format) {
     path = parser.value(option);
     if (path.isEmpty()) {
-        say(stderr, QStringLiteral("--export FILE is required (.txt, .html or .xlsx)."));
+        printErr(QStringLiteral("--export FILE is required (.txt, .html or .xlsx)."));
         return false;
     }
     if (!reportFormatOf(path, format)) {
-        say(stderr, QStringLiteral("The export file must end in .txt, .html or .xlsx: %1").arg(path));
+        printErr(QStringLiteral("The export file must end in .txt, .html or .xlsx: %1").arg(path));
         return false;
     }
     return true;
@@ -89,7 +83,7 @@ int runSentItems(const QStringList& arguments) {
         return 2;
     const int group = reportFilterOf(parser.value(filter));
     if (group < 0 || (parser.isSet(android) && group != 0)) {
-        say(stderr, QStringLiteral("--filter is all, sent or unsent, and only for the GSM sent items."));
+        printErr(QStringLiteral("--filter is all, sent or unsent, and only for the GSM sent items."));
         return 2;
     }
     locateData();
@@ -106,10 +100,10 @@ int runSentItems(const QStringList& arguments) {
     case ExportFormat::Xlsx: written = writeExportWorkbook(path, sentItemsRows(items, withStatus)); break;
     }
     if (!written) {
-        say(stderr, kErrorInFileAccessing);
+        printErr(kErrorInFileAccessing);
         return 1;
     }
-    say(stdout, QStringLiteral("%1 sent items written to %2").arg(items.size()).arg(path));
+    printOut(QStringLiteral("%1 sent items written to %2").arg(items.size()).arg(path));
     return 0;
 }
 
@@ -136,9 +130,9 @@ int runTemplates(const QStringList& arguments) {
                          : format == ExportFormat::Html ? writeExportBytes(path, templatesHtml(all))
                                                         : writeExportBytes(path, templatesText(all));
     if (!written) {
-        say(stderr, kErrorInFileAccessing);
+        printErr(kErrorInFileAccessing);
         return 1;
     }
-    say(stdout, QStringLiteral("%1 templates written to %2").arg(all.size()).arg(path));
+    printOut(QStringLiteral("%1 templates written to %2").arg(all.size()).arg(path));
     return 0;
 }

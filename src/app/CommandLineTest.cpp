@@ -2,6 +2,7 @@
 
 #include "CommandLineAndroid.h"
 #include "ConsoleOperator.h"
+#include "ConsoleOutput.h"
 #include "android/Bulk_SMSAppDelegate.h"
 #include "core/Launch.h"
 #include "gsm/ModemAnswers.h"
@@ -13,19 +14,10 @@
 #include <QCommandLineParser>
 #include <QFile>
 
-#include <cstdio>
-
 namespace {
 
-void out(const QString& text) {
-    std::fprintf(stdout, "%s\n", text.toLocal8Bit().constData());
-    std::fflush(stdout);
-}
-
-void err(const QString& text) {
-    std::fprintf(stderr, "%s\n", text.toLocal8Bit().constData());
-    std::fflush(stderr);
-}
+void out(const QString& text) { printOut(text); }
+void err(const QString& text) { printErr(text); }
 
 // The case table: one line per case with its outcome, columns separated by tabs.
 void printCases(const RecordList& cases) {

@@ -1,5 +1,6 @@
 #include "ConsoleOperator.h"
 
+#include "ConsoleOutput.h"
 #include "android/And_Conn_Err.h"
 #include "core/TextUtils.h"
 #include "sending/SMS_Sending.h"
@@ -11,30 +12,23 @@
 #include <cstdio>
 #include <unistd.h>
 
-namespace {
-void printLine(FILE* stream, const QString& text) {
-    std::fprintf(stream, "%s\n", text.toLocal8Bit().constData());
-    std::fflush(stream);
-}
-} // namespace
-
-void ConsoleOperator::showAlert(const QString& fullText) { printLine(stderr, Trim_Str(fullText)); }
+void ConsoleOperator::showAlert(const QString& fullText) { printErr(Trim_Str(fullText)); }
 
 bool ConsoleOperator::askYesNo(const QString& text) {
-    printLine(stderr, Trim_Str(text) + (m_answerYes ? QStringLiteral(" [yes: --yes]")
-                                                    : QStringLiteral(" [no: pass --yes to agree]")));
+    printErr(Trim_Str(text) +
+             (m_answerYes ? QStringLiteral(" [yes: --yes]") : QStringLiteral(" [no: pass --yes to agree]")));
     return m_answerYes;
 }
 
 int ConsoleOperator::showModal(DialogController& dialog) {
     if (auto* box = qobject_cast<And_Conn_Err*>(&dialog)) {
-        printLine(stderr, box->title() + QStringLiteral(": ") + box->text());
+        printErr(box->title() + QStringLiteral(": ") + box->text());
         return 1;
     }
     auto* job = qobject_cast<SMS_Sending*>(&dialog);
     if (job == nullptr) {
-        printLine(stderr, QStringLiteral("(a window that needs a person: %1)")
-                              .arg(QLatin1String(dialog.metaObject()->className())));
+        printErr(QStringLiteral("(a window that needs a person: %1)")
+                     .arg(QLatin1String(dialog.metaObject()->className())));
         return 0;
     }
     // The job's window as lines: a bar redrawn in place on a terminal, a line per step otherwise.
@@ -55,7 +49,7 @@ int ConsoleOperator::showModal(DialogController& dialog) {
             std::fprintf(stderr, "\r%s%s   ", bar.toLocal8Bit().constData(),
                          progress.toLocal8Bit().constData());
         else
-            printLine(stderr, progress);
+            printErr(progress);
     };
     QObject::connect(job, &DialogController::changed, &loop, show);
     QObject::connect(job, &DialogController::ended, &loop, [&loop] { loop.quit(); });

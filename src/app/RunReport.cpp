@@ -1,5 +1,6 @@
 #include "RunReport.h"
 
+#include "ConsoleOutput.h"
 #include "core/RecordTable.h"
 #include "gsm/ModemAnswers.h"
 #include "sending/SMS_Sending.h"
@@ -9,14 +10,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <cstdio>
-
 namespace {
-
-void printLine(FILE* stream, const QString& text) {
-    std::fprintf(stream, "%s\n", text.toUtf8().constData());
-    std::fflush(stream);
-}
 
 bool leftOutOnPurpose(const SendingItem& item) { return item.status == kSkipped || item.status == kExcluded; }
 
@@ -48,7 +42,7 @@ void RunReport::printItem(int index, bool runEnded) {
         QString line = QStringLiteral("%1\t%2\t%3").arg(item.number, item.usePort, item.status);
         if (m_job.deliveryReportsRequested())
             line += QLatin1Char('\t') + item.delivery;
-        printLine(stdout, line);
+        printOut(line);
         return;
     }
     QJsonArray references;
@@ -64,7 +58,7 @@ void RunReport::printItem(int index, bool runEnded) {
         {"attempts", item.attempts},
         {"delivery", deliveryOf(item, m_job.deliveryReportsRequested())},
     };
-    printLine(stdout, QString::fromUtf8(QJsonDocument(line).toJson(QJsonDocument::Compact)));
+    printOut(QString::fromUtf8(QJsonDocument(line).toJson(QJsonDocument::Compact)));
 }
 
 void RunReport::finish() {
@@ -73,7 +67,7 @@ void RunReport::finish() {
         printItem(i, true);
     const QMap<QString, QString> ports = m_job.portStatuses();
     for (auto it = ports.cbegin(); it != ports.cend(); ++it)
-        printLine(stderr, it.key() + QStringLiteral(": ") + it.value());
+        printErr(it.key() + QStringLiteral(": ") + it.value());
     if (m_format == Format::Json)
         return; // a script reads the lines; the summary would not be JSON
     int sendable = 0, sent = 0;
@@ -82,8 +76,8 @@ void RunReport::finish() {
         sent += ModemAnswers::isSent(item.status);
     }
     if (!m_job.unicodeSummary().isEmpty())
-        printLine(stdout, m_job.unicodeSummary());
-    printLine(stdout, QStringLiteral("%1 of %2 recipients sent.").arg(sent).arg(sendable));
+        printOut(m_job.unicodeSummary());
+    printOut(QStringLiteral("%1 of %2 recipients sent.").arg(sent).arg(sendable));
 }
 
 int RunReport::exitStatus() const {

@@ -1,0 +1,8 @@
+#pragma once
+// Lines for the terminal and for the scripts that read it: each is written whole and flushed
+// at once, so that a reader (or a kill) never meets half a line, and a result printed before
+// a crash is not lost in a buffer.
+#include <QString>
+
+void printOut(const QString& line); // standard output: what scripts parse
+void printErr(const QString& line); // standard error: questions, progress and reasons
