@@ -10,6 +10,8 @@
 #include "core/TextUtils.h"
 #include "text/NumberRules.h"
 
+#include <functional>
+
 using namespace std::chrono_literals;
 
 namespace AndroidModeTest {
@@ -37,6 +39,21 @@ QString checkedTestNumber(const QString& typed, QString& problem) {
 
 bool Outcome::worked() const { return copied && started && !Find_Error_In_Stat_Activity(output); }
 
+namespace {
+// Once the file is on the phone, the app is started (start gives adb's output); then the
+// file goes from both sides, whether or not the copy worked.
+void startThenClean(Outcome& outcome, const QString& localFile, const std::function<QString()>& start) {
+    if (outcome.copied) {
+        outcome.output = start();
+        outcome.started = true;
+        Clock::sleep(1s);
+    }
+    Delete_File(localFile);
+    Send_DEL_File_Command_To_Phone(kUninterrupted);
+    Clock::sleep(1s);
+}
+} // namespace
+
 Outcome singleShot(const QString& number, const QString& text) {
     Outcome outcome;
     const QString path = localPath(kListFileName);
@@ -47,17 +64,12 @@ Outcome singleShot(const QString& number, const QString& text) {
         writeFileAtomically(path, listFileLine(number, text));
         outcome.copied = Save_File_To_Phone_Storage(kListFileName, true, kUninterrupted);
     }
-    if (outcome.copied) {
-        outcome.output = ExecuteExternalFile(
-            {QStringLiteral("shell"), QStringLiteral("am"), QStringLiteral("start"), QStringLiteral("-a"),
-             QStringLiteral("android.intent.category.MAIN"), QStringLiteral("-n"), kCompanionActivity},
-            kUninterrupted);
-        outcome.started = true;
-        Clock::sleep(1s);
-    }
-    Delete_File(path);
-    Send_DEL_File_Command_To_Phone(kUninterrupted);
-    Clock::sleep(1s);
+    startThenClean(outcome, path, [] {
+        return ExecuteExternalFile({QStringLiteral("shell"), QStringLiteral("am"), QStringLiteral("start"),
+                                    QStringLiteral("-a"), QStringLiteral("android.intent.category.MAIN"),
+                                    QStringLiteral("-n"), kCompanionActivity},
+                                   kUninterrupted);
+    });
     return outcome;
 }
 
@@ -66,14 +78,7 @@ Outcome standard(const QString& number, const QString& text) {
     const QString path = localPath(kMessageFileName);
     writeFileAtomically(path, text.toUtf8());
     outcome.copied = Save_File_To_Phone_Storage(kMessageFileName, true, kUninterrupted);
-    if (outcome.copied) {
-        outcome.output = Send_AN_MSG_Command(number, QString(), false);
-        outcome.started = true;
-        Clock::sleep(1s);
-    }
-    Delete_File(path);
-    Send_DEL_File_Command_To_Phone(kUninterrupted);
-    Clock::sleep(1s);
+    startThenClean(outcome, path, [&number] { return Send_AN_MSG_Command(number, QString(), false); });
     return outcome;
 }
 
