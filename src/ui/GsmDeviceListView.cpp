@@ -52,7 +52,7 @@ GsmDeviceListView::GsmDeviceListView(GSM_Device_List_Wnd& controller, QWidget* p
     connect(m_select, &QPushButton::clicked, this, [this] { m_controller.Sel_Device_Pressed(); });
     connect(&controller, &DialogController::changed, this, &GsmDeviceListView::refresh);
     connect(&controller, &GSM_Device_List_Wnd::customSmscFocusRequested, this,
-            [this] { m_customSmsc->setFocus(); });
+            [this] { m_deviceSettings.customSmsc->setFocus(); });
     refresh();
 }
 
@@ -113,37 +113,9 @@ QWidget* GsmDeviceListView::buildSettings() {
     m_details->setReadOnly(true);
     layout->addWidget(m_details, 1);
 
-    auto* mode = new QGroupBox(QStringLiteral("SMS Mode"), m_settings);
-    auto* modeLayout = new QHBoxLayout(mode);
-    m_pdu = new QRadioButton(QStringLiteral("PDU Mode"), mode);
-    m_text = new QRadioButton(QStringLiteral("Text Mode"), mode);
-    modeLayout->addWidget(m_pdu);
-    modeLayout->addWidget(m_text);
-    modeLayout->addStretch();
-    layout->addWidget(mode);
-
-    auto* smsc = new QGroupBox(QStringLiteral("SMS Service Centre"), m_settings);
-    auto* smscLayout = new QFormLayout(smsc);
-    m_defaultSmsc = new QLineEdit(smsc);
-    m_defaultSmsc->setReadOnly(true);
-    m_useCustomSmsc = new QCheckBox(QStringLiteral("Custom SMSC no."), smsc);
-    m_customSmsc = new QLineEdit(smsc);
-    smscLayout->addRow(QStringLiteral("Default SMSC no.:"), m_defaultSmsc);
-    smscLayout->addRow(m_useCustomSmsc, m_customSmsc);
-    layout->addWidget(smsc);
-
-    connect(m_pdu, &QRadioButton::clicked, this, [this] { m_controller.PDU_Mode_Radio(); });
-    connect(m_text, &QRadioButton::clicked, this, [this] { m_controller.Text_Mode_Radio(); });
-    connect(m_useCustomSmsc, &QCheckBox::clicked, this,
-            [this](bool on) { m_controller.Custom_SMSC_Pressed(on); });
-    connect(m_customSmsc, &QLineEdit::textEdited, this,
-            [this](const QString& t) { m_controller.setCustomSmscText(t); });
-    connect(m_customSmsc, &QLineEdit::editingFinished, this, [this] {
-        if (m_useCustomSmsc->isChecked() && m_customSmsc->isModified()) {
-            m_customSmsc->setModified(false);
-            m_controller.update_custom_smsc();
-        }
-    });
+    m_deviceSettings = DeviceSettingsBoxes::build(m_settings, this, m_controller, QStringLiteral("no."));
+    layout->addWidget(m_deviceSettings.modeBox);
+    layout->addWidget(m_deviceSettings.smscBox);
     return m_settings;
 }
 
@@ -217,14 +189,7 @@ void GsmDeviceListView::refresh() {
     if (m_details->toPlainText() != m_controller.detailsText())
         m_details->setPlainText(QString(m_controller.detailsText()).remove(QLatin1Char('\r')));
     m_settings->setEnabled(m_controller.settingsEnabled() && !busy);
-    m_pdu->setChecked(m_controller.PDU_TEXT_MODE_SEL() == 1);
-    m_text->setChecked(m_controller.PDU_TEXT_MODE_SEL() == 2);
-    m_defaultSmsc->setText(m_controller.defaultSmscField());
-    m_useCustomSmsc->setChecked(m_controller.customSmscChecked());
-    m_customSmsc->setEnabled(m_controller.customSmscChecked());
-    m_defaultSmsc->setEnabled(!m_controller.customSmscChecked());
-    if (!m_customSmsc->hasFocus())
-        m_customSmsc->setText(m_controller.customSmscText());
+    m_deviceSettings.refresh(m_controller);
     m_testHeading->setText(m_controller.testHeading());
     if (!m_testNumber->hasFocus())
         m_testNumber->setText(m_controller.testNumberText());

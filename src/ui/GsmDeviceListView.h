@@ -1,17 +1,16 @@
 #pragma once
 // The GSM device window: the device list with tick boxes on the left, the shown device's
 // details and settings on the right, search and selection buttons below.
+#include "DeviceSettingsBoxes.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"
 
 #include <QDialog>
 
-class QCheckBox;
 class QLabel;
 class QLineEdit;
 class QPlainTextEdit;
 class QProgressBar;
 class QPushButton;
-class QRadioButton;
 class QTableView;
 
 class GsmDeviceListView : public QDialog {
@@ -39,11 +38,7 @@ private:
     QLineEdit* m_comPort = nullptr;
     QLineEdit* m_path = nullptr;
     QPlainTextEdit* m_details = nullptr;
-    QRadioButton* m_pdu = nullptr;
-    QRadioButton* m_text = nullptr;
-    QLineEdit* m_defaultSmsc = nullptr;
-    QCheckBox* m_useCustomSmsc = nullptr;
-    QLineEdit* m_customSmsc = nullptr;
+    DeviceSettingsBoxes m_deviceSettings;
     QWidget* m_settings = nullptr;
     // The test group: recipient, case list, progress and its buttons.
     QWidget* m_testGroup = nullptr;

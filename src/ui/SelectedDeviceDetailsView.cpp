@@ -39,24 +39,9 @@ SelectedDeviceDetailsView::SelectedDeviceDetailsView(Selected_Device_Details_GSM
 
     m_settings = new QWidget(this);
     auto* right = new QVBoxLayout(m_settings);
-    auto* mode = new QGroupBox(QStringLiteral("SMS Mode"), m_settings);
-    auto* modeLayout = new QHBoxLayout(mode);
-    m_pdu = new QRadioButton(QStringLiteral("PDU Mode"), mode);
-    m_text = new QRadioButton(QStringLiteral("Text Mode"), mode);
-    modeLayout->addWidget(m_pdu);
-    modeLayout->addWidget(m_text);
-    modeLayout->addStretch();
-    right->addWidget(mode);
-
-    auto* smsc = new QGroupBox(QStringLiteral("SMS Service Centre"), m_settings);
-    auto* smscLayout = new QFormLayout(smsc);
-    m_defaultSmsc = new QLineEdit(smsc);
-    m_defaultSmsc->setReadOnly(true);
-    m_useCustomSmsc = new QCheckBox(QStringLiteral("Custom SMSC No."), smsc);
-    m_customSmsc = new QLineEdit(smsc);
-    smscLayout->addRow(QStringLiteral("Default SMSC No.:"), m_defaultSmsc);
-    smscLayout->addRow(m_useCustomSmsc, m_customSmsc);
-    right->addWidget(smsc);
+    m_deviceSettings = DeviceSettingsBoxes::build(m_settings, this, m_controller, QStringLiteral("No."));
+    right->addWidget(m_deviceSettings.modeBox);
+    right->addWidget(m_deviceSettings.smscBox);
 
     auto* test = new QGroupBox(QStringLiteral("Test SMS"), m_settings);
     auto* testLayout = new QVBoxLayout(test);
@@ -90,18 +75,6 @@ SelectedDeviceDetailsView::SelectedDeviceDetailsView(Selected_Device_Details_GSM
                 if (current.isValid() && current.row() != m_controller.shownRow())
                     m_controller.showDevice(current.row());
             });
-    connect(m_pdu, &QRadioButton::clicked, this, [this] { m_controller.PDU_Mode_Radio(); });
-    connect(m_text, &QRadioButton::clicked, this, [this] { m_controller.Text_Mode_Radio(); });
-    connect(m_useCustomSmsc, &QCheckBox::clicked, this,
-            [this](bool on) { m_controller.Custom_SMSC_Pressed(on); });
-    connect(m_customSmsc, &QLineEdit::textEdited, this,
-            [this](const QString& t) { m_controller.setCustomSmscText(t); });
-    connect(m_customSmsc, &QLineEdit::editingFinished, this, [this] {
-        if (m_useCustomSmsc->isChecked() && m_customSmsc->isModified()) {
-            m_customSmsc->setModified(false);
-            m_controller.update_custom_smsc();
-        }
-    });
     connect(m_testNumber, &QLineEdit::textEdited, this,
             [this](const QString& t) { m_controller.setTestNumberText(t); });
     connect(send, &QPushButton::clicked, this, [this] { m_controller.Send_Test_SMS_Pressed(); });
@@ -109,7 +82,7 @@ SelectedDeviceDetailsView::SelectedDeviceDetailsView(Selected_Device_Details_GSM
     connect(m_ok, &QPushButton::clicked, this, [this] { m_controller.OK_Button_Presses(); });
     connect(&controller, &DialogController::changed, this, &SelectedDeviceDetailsView::refresh);
     connect(&controller, &Selected_Device_Details_GSM::customSmscFocusRequested, this,
-            [this] { m_customSmsc->setFocus(); });
+            [this] { m_deviceSettings.customSmsc->setFocus(); });
     refresh();
 }
 
@@ -119,13 +92,7 @@ void SelectedDeviceDetailsView::refresh() {
     m_devices->setEnabled(!testing);
     m_ok->setEnabled(!testing);
     m_busy->setVisible(testing);
-    m_pdu->setChecked(m_controller.PDU_TEXT_MODE_SEL() == 1);
-    m_text->setChecked(m_controller.PDU_TEXT_MODE_SEL() == 2);
-    m_defaultSmsc->setText(m_controller.defaultSmscField());
-    m_useCustomSmsc->setChecked(m_controller.customSmscChecked());
-    m_customSmsc->setEnabled(m_controller.customSmscChecked());
-    if (!m_customSmsc->hasFocus())
-        m_customSmsc->setText(m_controller.customSmscText());
+    m_deviceSettings.refresh(m_controller);
     if (!m_testNumber->hasFocus())
         m_testNumber->setText(m_controller.testNumberText());
     const int shown = m_controller.shownRow();

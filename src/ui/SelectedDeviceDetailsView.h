@@ -1,15 +1,14 @@
 #pragma once
 // The selected-device details window: the selected devices on the left, the shown device's
 // mode, service centres and test message on the right, OK below.
+#include "DeviceSettingsBoxes.h"
 #include "gsm/windows/Selected_Device_Details_GSM.h"
 
 #include <QDialog>
 
-class QCheckBox;
 class QLabel;
 class QLineEdit;
 class QPushButton;
-class QRadioButton;
 class QTableView;
 
 class SelectedDeviceDetailsView : public QDialog {
@@ -25,11 +24,7 @@ private:
 
     Selected_Device_Details_GSM& m_controller;
     QTableView* m_devices = nullptr;
-    QRadioButton* m_pdu = nullptr;
-    QRadioButton* m_text = nullptr;
-    QLineEdit* m_defaultSmsc = nullptr;
-    QCheckBox* m_useCustomSmsc = nullptr;
-    QLineEdit* m_customSmsc = nullptr;
+    DeviceSettingsBoxes m_deviceSettings;
     QLineEdit* m_testNumber = nullptr;
     QLabel* m_busy = nullptr;
     QWidget* m_settings = nullptr;
