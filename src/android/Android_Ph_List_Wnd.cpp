@@ -52,13 +52,6 @@ Android_Ph_List_Wnd::~Android_Ph_List_Wnd() {
 
 void Android_Ph_List_Wnd::Stop_Modem_SRCH_set() { Stop_Modem_SRCH = 1; }
 
-void Android_Ph_List_Wnd::onMain(const std::function<void()>& change) {
-    MainThread::invokeAndWait([&] {
-        change();
-        emit changed();
-    });
-}
-
 void Android_Ph_List_Wnd::resetLines() {
     m_lines = {StatusLine{QStringLiteral("Searching Android Device"), QLatin1Char('A')},
                StatusLine{QStringLiteral("Waiting for user permissions"), QLatin1Char('A')},

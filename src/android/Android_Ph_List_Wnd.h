@@ -68,7 +68,6 @@ public:
     void markLine(Line line, const QString& text, QChar mark) override;
 
 private:
-    void onMain(const std::function<void()>& change);
     void resetLines();
     Outcome searchRound();
     bool chooseShownPhone(); // Select from step 2 on

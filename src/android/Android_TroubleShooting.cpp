@@ -37,13 +37,6 @@ Android_TroubleShooting::~Android_TroubleShooting() {
     m_worker.join();
 }
 
-void Android_TroubleShooting::onMain(const std::function<void()>& change) {
-    MainThread::invokeAndWait([&] {
-        change();
-        emit changed();
-    });
-}
-
 void Android_TroubleShooting::open(const QString& deviceCaption) {
     const int mode = AND_SMS_sending_mode;
     m_mode = mode == int(AndroidSendingMode::SingleShot) ? 0

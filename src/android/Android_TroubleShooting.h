@@ -47,7 +47,6 @@ public:
 
 private:
     void runCases(const QString& number, const QString& device);
-    void onMain(const std::function<void()>& change);
     void setStatus(int index, const QString& status);
 
     Operator& m_op;

@@ -1,5 +1,7 @@
 #include "DialogController.h"
 
+#include "MainThread.h"
+
 DialogController::DialogController(QObject* parent) : QObject(parent) {}
 
 void DialogController::beginModal() {
@@ -11,4 +13,11 @@ void DialogController::endModal(int code) {
     m_ended = true;
     m_code = code;
     emit ended(code);
+}
+
+void DialogController::onMain(const std::function<void()>& change) {
+    MainThread::invokeAndWait([&] {
+        change();
+        emit changed();
+    });
 }

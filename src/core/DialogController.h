@@ -4,6 +4,8 @@
 // anything else = back). Views listen to changed() and ended(); nothing here is a widget.
 #include <QObject>
 
+#include <functional>
+
 class DialogController : public QObject {
     Q_OBJECT
 public:
@@ -22,6 +24,11 @@ public:
 signals:
     void changed();
     void ended(int code);
+
+protected:
+    // From a worker thread: the change is made on the main thread, where views read the
+    // controller, and they hear of it; the worker waits until it is done.
+    void onMain(const std::function<void()>& change);
 
 private:
     bool m_ended = false;

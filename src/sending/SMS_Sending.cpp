@@ -56,12 +56,7 @@ void SMS_Sending::ui(std::function<void()> change) {
     });
 }
 
-void SMS_Sending::uiWait(std::function<void()> change) {
-    MainThread::invokeAndWait([&] {
-        change();
-        emit changed();
-    });
-}
+void SMS_Sending::uiWait(std::function<void()> change) { onMain(change); }
 
 void SMS_Sending::spawn(const QString& name, std::function<void()> body) {
     // The run's threads stop on the run's token (m_stop), not on their own.

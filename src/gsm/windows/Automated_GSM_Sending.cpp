@@ -25,13 +25,6 @@ Automated_GSM_Sending::~Automated_GSM_Sending() {
     m_worker.join();
 }
 
-void Automated_GSM_Sending::onMain(const std::function<void()>& change) {
-    MainThread::invokeAndWait([&] {
-        change();
-        emit changed();
-    });
-}
-
 Record Automated_GSM_Sending::rowFor(const Record& deviceRecord) {
     Record row = deviceRecord;
     row.insert(QStringLiteral("Setting_USE"), QString());
@@ -142,26 +135,10 @@ void Automated_GSM_Sending::Send_Test_SMS_Pressed() {
 }
 
 void Automated_GSM_Sending::Chk_Test_Automate_SMS_fun(SendModeTest::Request request, int row) {
-    SendModeTest::Progress progress;
-    progress.announce = [this](const QString& text) { onMain([this, text] { m_information = text; }); };
-    progress.caseProgress = [this](int percent) { onMain([this, percent] { m_caseProgress = percent; }); };
-    progress.caseEnded = [this](int index, const QString& status) {
-        onMain([this, index, status] {
-            if (index < m_cases.size()) {
-                Record c = m_cases.at(index);
-                c.insert(QStringLiteral("Status"), status);
-                m_cases.replace(index, c);
-            }
-        });
-    };
-    onMain([this] {
-        RecordList cleared = m_cases.records();
-        for (Record& c : cleared)
-            c.insert(QStringLiteral("Status"), QString());
-        m_cases.setRecords(cleared);
-    });
     const SendModeTest::End end =
-        SendModeTest::run(m_session, request, m_stop, progress, QStringLiteral("Execute Case %1 : %2"));
+        SendModeTest::runShown(m_session, request, m_stop, QStringLiteral("Execute Case %1 : %2"),
+                               {[this](const std::function<void()>& change) { onMain(change); }, m_cases,
+                                m_information, m_caseProgress});
     if (end == SendModeTest::End::OpenFailed)
         m_op.Show_MessageBox(QStringLiteral("\nSelected device is not working properly."));
     const QString history = SendModeTest::historyOf(request.cases);

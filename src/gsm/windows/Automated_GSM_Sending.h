@@ -63,7 +63,6 @@ public:
 private:
     void Fill_Test_case_List();
     void Chk_Test_Automate_SMS_fun(SendModeTest::Request request, int row);
-    void onMain(const std::function<void()>& change);
     bool validCustomSmsc();
     QString shownPath() const;
 

@@ -30,13 +30,6 @@ GSM_Device_List_Wnd& GSM_Device_List_Wnd::defaultInstance(Operator& op) {
     return *instance;
 }
 
-void GSM_Device_List_Wnd::onMain(const std::function<void()>& change) {
-    MainThread::invokeAndWait([&] {
-        change();
-        emit changed();
-    });
-}
-
 void GSM_Device_List_Wnd::waitForWorkers() { m_worker.join(); }
 
 // ---- records ----

@@ -131,7 +131,6 @@ private:
     bool claimDeviceRow(int index, const QString& path, const QString& imei);
     bool validSmsc(const QString& number);
     void setMode(SmsMode mode);
-    void onMain(const std::function<void()>& change);
     // Opens a device as every check does (line set-up, session port, 1 s read time-out);
     // the session descriptor, or -1.
     int openForCheck(const QString& path);

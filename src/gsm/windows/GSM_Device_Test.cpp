@@ -64,27 +64,11 @@ void GSM_Device_List_Wnd::Send_Test_SMS_Pressed() {
 }
 
 void GSM_Device_List_Wnd::Chk_Test_Automate_SMS_fun(SendModeTest::Request request) {
-    SendModeTest::Progress progress;
-    progress.announce = [this](const QString& text) { onMain([this, text] { m_testInformation = text; }); };
-    progress.caseProgress = [this](int percent) { onMain([this, percent] { m_caseProgress = percent; }); };
-    progress.caseEnded = [this](int index, const QString& status) {
-        onMain([this, index, status] {
-            if (index < m_cases.size()) {
-                Record c = m_cases.at(index);
-                c.insert(QStringLiteral("Status"), status);
-                m_cases.replace(index, c);
-            }
-        });
-    };
-    onMain([this] {
-        m_progressSheet = true;
-        RecordList cleared = m_cases.records();
-        for (Record& c : cleared)
-            c.insert(QStringLiteral("Status"), QString());
-        m_cases.setRecords(cleared);
-    });
+    onMain([this] { m_progressSheet = true; });
     const SendModeTest::End end =
-        SendModeTest::run(m_session, request, m_stopTest, progress, QStringLiteral("Case %1 : %2"));
+        SendModeTest::runShown(m_session, request, m_stopTest, QStringLiteral("Case %1 : %2"),
+                               {[this](const std::function<void()>& change) { onMain(change); }, m_cases,
+                                m_testInformation, m_caseProgress});
     if (end == SendModeTest::End::OpenFailed)
         m_op.Show_MessageBox(QStringLiteral("\nSelected device is not working properly."));
     const QString history = SendModeTest::historyOf(request.cases);

@@ -42,13 +42,6 @@ Selected_Device_Details_GSM& Selected_Device_Details_GSM::defaultInstance(Operat
     return *instance;
 }
 
-void Selected_Device_Details_GSM::onMain(const std::function<void()>& change) {
-    MainThread::invokeAndWait([&] {
-        change();
-        emit changed();
-    });
-}
-
 Record Selected_Device_Details_GSM::Create_Port_List(const Record& deviceRecord) {
     Record row;
     for (const QString& key : kRowKeys)

@@ -65,7 +65,6 @@ private:
     void setMode(SmsMode mode);
     bool validSmsc(const QString& number);
     QString shownPath() const;
-    void onMain(const std::function<void()>& change);
 
     Operator& m_op;
     MFCSMS m_session;

@@ -214,4 +214,31 @@ End run(MFCSMS& session, Request& request, const std::atomic<bool>& stop, const 
     return end;
 }
 
+End runShown(MFCSMS& session, Request& request, const std::atomic<bool>& stop, const QString& caseTitle,
+             const Shown& shown) {
+    Progress progress;
+    progress.announce = [&shown](const QString& text) {
+        shown.onMain([&shown, text] { shown.information = text; });
+    };
+    progress.caseProgress = [&shown](int percent) {
+        shown.onMain([&shown, percent] { shown.caseProgress = percent; });
+    };
+    progress.caseEnded = [&shown](int index, const QString& status) {
+        shown.onMain([&shown, index, status] {
+            if (index < shown.cases.size()) {
+                Record c = shown.cases.at(index);
+                c.insert(QStringLiteral("Status"), status);
+                shown.cases.replace(index, c);
+            }
+        });
+    };
+    shown.onMain([&shown] {
+        RecordList cleared = shown.cases.records();
+        for (Record& c : cleared)
+            c.insert(QStringLiteral("Status"), QString());
+        shown.cases.setRecords(cleared);
+    });
+    return run(session, request, stop, progress, caseTitle);
+}
+
 } // namespace SendModeTest

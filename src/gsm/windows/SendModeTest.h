@@ -5,6 +5,7 @@
 // it; this is what they share: the case list, the history kept in a record, the report
 // file and the run itself.
 #include "core/Record.h"
+#include "core/RecordTable.h"
 #include "gsm/SmsMode.h"
 
 #include <QByteArray>
@@ -83,5 +84,18 @@ enum class End { Completed, Stopped, OpenFailed, ConnectionFailed };
 // description ("Case %1 : %2").
 End run(MFCSMS& session, Request& request, const std::atomic<bool>& stop, const Progress& progress,
         const QString& caseTitle);
+
+// What a window shows of a run, each field changed only through `onMain` (on the main
+// thread, where the window is read).
+struct Shown {
+    std::function<void(const std::function<void()>&)> onMain;
+    RecordTable& cases;   // statuses emptied first, then filled in as the cases end
+    QString& information; // the announced line
+    int& caseProgress;    // the case's bar
+};
+
+// run() for a window: what it shows follows the run as it goes.
+End runShown(MFCSMS& session, Request& request, const std::atomic<bool>& stop, const QString& caseTitle,
+             const Shown& shown);
 
 } // namespace SendModeTest
