@@ -137,6 +137,7 @@ private:
     bool openPort(int slot, const QString& path, PortJob& job, std::stop_token stop);
     void Send_To_All_SMS_Func(PortJob job);
     void sendFromPort(const PortJob& job, MFCSMS& session);
+    int portsInRun() const; // ports sending now or still to be opened
     void leavePort(const QString& port, const QString& why);
     // Matches the reports the port's modem handed over to the run's items and shows them.
     void applyStatusReports(const PortJob& job, MFCSMS& session);

@@ -133,6 +133,13 @@ void SMS_Sending::Send_To_All_SMS_Func(PortJob job) {
     releaseRun(job.details.mode);
 }
 
+int SMS_Sending::portsInRun() const {
+    // In this order: the dispatcher counts a started port as active before it stops counting
+    // it as to come, so the sum never reads low.
+    const int toCome = m_portsToCome;
+    return toCome + m_activePorts;
+}
+
 void SMS_Sending::leavePort(const QString& port, const QString& why) {
     Show_NSLog_Message(port + QStringLiteral(": ") + why);
     ui([this, port, why] { m_portStatuses.insert(port, why); });
@@ -249,7 +256,7 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
         // run; what it refused goes to the others.
         const bool portGivesUp = refused && refusalsInARow >= kRefusalsBeforeAPortLeaves &&
                                  refusedNumbers.size() >= kRefusalsBeforeAPortLeaves;
-        const bool otherPorts = m_activePorts + m_portsToCome > 1;
+        const bool otherPorts = portsInRun() > 1;
         if (refused && !job.stop.stop_requested() &&
             (claim.item.attempts <= options.retries || (portGivesUp && otherPorts))) {
             const auto notBefore =
@@ -292,7 +299,7 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
             continue;
         }
         const auto claim = m_items.claimNext(job.portName, options.skipDuplicates, excluded, finishedOnTheWay,
-                                             m_activePorts + m_portsToCome <= 1);
+                                             portsInRun() <= 1);
         if (!claim) {
             if (!m_items.anyWaiting())
                 break; // every item is taken; the other ports finish theirs
