@@ -70,8 +70,8 @@ public:
     bool Set_Text_Mode_SMS_Param(int fd, bool flash_sms, bool unicode_sms);
     int PDU_or_Text_SMS(int fd);
     SmsFormat Get_Selected_CMGF_Mode(int fd);
-    void SET_CMGF_PDU_MODE(int fd);
-    void SET_CMGF_TEXT_MODE(int fd);
+    bool SET_CMGF_PDU_MODE(int fd);
+    bool SET_CMGF_TEXT_MODE(int fd);
     QString GET_CSCS_Response(int fd);
     QString GET_CSCS_SUPPORTEDResponse(int fd);
     bool More_SMS_Comnd(int fd);

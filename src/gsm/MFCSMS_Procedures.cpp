@@ -108,9 +108,9 @@ SmsFormat MFCSMS::Get_Selected_CMGF_Mode(int fd) {
     return ModemAnswers::selectedSmsFormat(m_sLastResponse);
 }
 
-void MFCSMS::SET_CMGF_PDU_MODE(int fd) { commandExpectingOk(fd, QStringLiteral("AT+CMGF=0\r\n")); }
+bool MFCSMS::SET_CMGF_PDU_MODE(int fd) { return commandExpectingOk(fd, QStringLiteral("AT+CMGF=0\r\n")); }
 
-void MFCSMS::SET_CMGF_TEXT_MODE(int fd) { commandExpectingOk(fd, QStringLiteral("AT+CMGF=1\r\n")); }
+bool MFCSMS::SET_CMGF_TEXT_MODE(int fd) { return commandExpectingOk(fd, QStringLiteral("AT+CMGF=1\r\n")); }
 
 QString MFCSMS::GET_CSCS_Response(int fd) {
     return commandExpectingOk(fd, QStringLiteral("AT+CSCS?\r\n")) ? m_sLastResponse : QString();

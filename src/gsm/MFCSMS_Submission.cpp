@@ -86,10 +86,14 @@ struct MFCSMS::Exchange {
 bool MFCSMS::sendOneMessage(Exchange& ex, const QString& cmgsCommand, const QString& body) {
     // The format is checked before every message: another caller may have switched it.
     const SmsFormat selected = Get_Selected_CMGF_Mode(ex.fd);
-    if (ex.pduMode && selected == SmsFormat::Text)
-        SET_CMGF_PDU_MODE(ex.fd);
-    else if (!ex.pduMode && selected == SmsFormat::Pdu)
-        SET_CMGF_TEXT_MODE(ex.fd);
+    if (ex.pduMode ? selected == SmsFormat::Text : selected == SmsFormat::Pdu) {
+        const bool set = ex.pduMode ? SET_CMGF_PDU_MODE(ex.fd) : SET_CMGF_TEXT_MODE(ex.fd);
+        if (!set && !ModemAnswers::smsErrorText(m_sLastResponse).isEmpty()) {
+            // Typed in the other format, the message would go out garbled or to a wrong number.
+            ex.failure = QStringLiteral("Not sent: %1.").arg(ModemAnswers::formatRefusal(ex.pduMode));
+            return true;
+        }
+    }
 
     if (!Write_Command(ex.fd, cmgsCommand))
         return false;

@@ -210,6 +210,25 @@ TEST_F(MFCSMSSubmission, FormatIsSwitchedBackBeforeEachMessage) {
     EXPECT_EQ(m.commandCount("AT+CMGF=1"), 1);
 }
 
+TEST_F(MFCSMSSubmission, AFormatTheModemRefusesIsNeverTypedIn) {
+    sim::ModemBehaviour halfPdu; // lists PDU mode, refuses AT+CMGF=0, stays in text mode
+    halfPdu.pduModeRefused = true;
+    ModemUnderTest m(halfPdu);
+    ASSERT_FALSE(m.prepare(Mode::Pdu));
+    EXPECT_TRUE(m.session.formatRefused());
+    QString status;
+    EXPECT_TRUE(m.send(Mode::Pdu, kNumber, "Hello", status));
+    EXPECT_EQ(status, "Not sent: the device refused PDU Mode (AT+CMGF=0).");
+    EXPECT_FALSE(m.session.lastSubmissionHandedOver());
+    EXPECT_EQ(m.commandCount("AT+CMGS"), 0); // a PDU length typed in text mode would be a number
+    EXPECT_TRUE(m.modem.received().isEmpty());
+    // Text mode still works on it.
+    ASSERT_TRUE(m.prepare(Mode::Text));
+    EXPECT_FALSE(m.session.formatRefused());
+    EXPECT_TRUE(m.send(Mode::Text, kNumber, "Hello", status));
+    EXPECT_EQ(status, "Message sent successfully.");
+}
+
 TEST_F(MFCSMSSubmission, StatusTexts) {
     const struct {
         const char* name;
