@@ -15,6 +15,7 @@
 #include "core/MainThread.h"
 #include "core/Operator.h"
 #include "core/SendingFlags.h"
+#include "core/SendingLock.h"
 #include "core/TextUtils.h"
 #include "delivery/ActivityIndicator.h"
 #include "delivery/DelayedDeliveryPause.h"
@@ -112,6 +113,13 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
             "\nYou have composed no text message yet for any of the contacts in the entire list."));
         return;
     }
+    qint64 holder = 0;
+    QString why;
+    m_sendingLock = SendingLock::acquire(&holder, &why);
+    if (!m_sendingLock) {
+        op().Show_MessageBox(SendingLock::refusal(holder, why));
+        return;
+    }
     m_sendInProgress = true;
     if (exclusion())
         Fill_Exclusion_Num_List();
@@ -134,6 +142,7 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     emit sendingRowShown(0);
     m_sender.start([this, input](std::stop_token stop) {
         Guard::run("Bulk_SMSAppDelegate::send", [&] { runSend(input, stop); });
+        m_sendingLock.reset();
         m_sendInProgress = false;
     });
 }
@@ -149,6 +158,14 @@ void Bulk_SMSAppDelegate::runSend(const RunInput& input, std::stop_token stop) {
         runSingleShot(input, stop);
     else
         runOneByOne(input, stop);
+}
+
+void Bulk_SMSAppDelegate::stopForData(const QString& why) {
+    Show_NSLog_Message(why);
+    m_progress.requestStop();
+    m_runEnd = RunEnd::DataNotWritten;
+    m_progress.update([](AndroidSendingProgress::State& s) { s.visible = false; });
+    op().Show_MessageBox(why);
 }
 
 bool Bulk_SMSAppDelegate::connectionReady() {
@@ -179,12 +196,24 @@ Fate fateOf(const QString& number, bool skipDuplicates, bool exclusion, const QS
     return fate;
 }
 
-void keepRecord(const QString& number, const QString& message, const QString& date, bool sentItems,
-                bool templates) {
-    if (sentItems)
-        appendSentItem(SentItemAnd_File_Path, {number, message, date, QString()});
+// The sent item and the template of a message; why the sent item could not be kept ("" when it was).
+QString keepRecord(const QString& number, const QString& message, const QString& date, bool sentItems,
+                   bool templates) {
+    QString why;
+    if (sentItems && !appendSentItem(SentItemAnd_File_Path, {number, message, date, QString()}, &why) &&
+        why.isEmpty())
+        why = SentItemAnd_File_Path;
     if (templates && !Trim_Str(message).isEmpty())
         appendTemplateIfNew(message);
+    return why;
+}
+
+QString sentItemsFailure(const QString& why) {
+    return QStringLiteral("Sending stopped: the sent items could not be saved (%1).").arg(why);
+}
+
+QString messageFileFailure(const QString& path) {
+    return QStringLiteral("Sending stopped: the message could not be written for the phone (%1).").arg(path);
 }
 
 } // namespace
@@ -209,7 +238,11 @@ void Bulk_SMSAppDelegate::runSingleShot(const RunInput& input, std::stop_token s
     const QString date = sentItemDate();
     const QString listPath = Created_Resource_Path + QLatin1Char('/') + kListFileName;
 
-    writeFileAtomically(listPath, QByteArray());
+    if (!writeFileAtomically(listPath, QByteArray())) {
+        busy.stop();
+        stopForData(messageFileFailure(listPath));
+        return;
+    }
     if (!Save_File_To_Phone_Storage(kListFileName, false)) {
         const bool oneByOne =
             op().Show_YES_NO_MessageBox(QStringLiteral("The list could not be copied to the phone's storage "
@@ -236,6 +269,7 @@ void Bulk_SMSAppDelegate::runSingleShot(const RunInput& input, std::stop_token s
     }
 
     QByteArray content;
+    QList<std::pair<QString, QString>> listed; // number and message of each line of the list
     QSet<QString> earlier;
     int sent = 0;
     for (const Record& record : input.records) {
@@ -246,13 +280,29 @@ void Bulk_SMSAppDelegate::runSingleShot(const RunInput& input, std::stop_token s
         if (fate.excluded || fate.skipped)
             continue;
         content += listFileLine(number, message);
-        keepRecord(number, message, date, input.saveSentItems, input.saveTemplates);
+        listed.append({number, message});
         ++sent;
     }
-    writeFileAtomically(listPath, content);
+    // The list reaches the phone only as written: a stale or cut file would text the wrong people.
+    if (!writeFileAtomically(listPath, content)) {
+        busy.stop();
+        Delete_File(listPath);
+        stopForData(messageFileFailure(listPath));
+        return;
+    }
     m_progress.update([](AndroidSendingProgress::State& s) {
         s.statusText = QStringLiteral("Message sending is in progress...");
     });
+    // The sent items are kept before the phone is told to send: a list that cannot be kept is not sent.
+    for (const auto& [number, message] : listed) {
+        const QString why = keepRecord(number, message, date, input.saveSentItems, input.saveTemplates);
+        if (!why.isEmpty()) {
+            busy.stop();
+            Delete_File(listPath);
+            stopForData(sentItemsFailure(why));
+            return;
+        }
+    }
     Save_File_To_Phone_Storage(kListFileName, false);
     ExecuteExternalFile({QStringLiteral("shell"), QStringLiteral("am"), QStringLiteral("start"),
                          QStringLiteral("-a"), QStringLiteral("android.intent.category.MAIN"),
@@ -309,6 +359,7 @@ void Bulk_SMSAppDelegate::runOneByOne(const RunInput& input, std::stop_token sto
     const QString messagePath = Created_Resource_Path + QLatin1Char('/') + kMessageFileName;
     bool skipFailedCopies = false;
     bool deviceError = false;
+    QString dataFailure;
     QSet<QString> earlier;
     int sent = 0;
     for (int i = 0; i < total && !stopped(); ++i) {
@@ -331,13 +382,20 @@ void Bulk_SMSAppDelegate::runOneByOne(const RunInput& input, std::stop_token sto
             continue;
         }
 
+        if (!m_progress.waitWhileHeld(stopped))
+            break;
         QString response;
         bool counts = true;
         if (input.mode == int(AndroidSendingMode::Classic)) {
             response = Send_AN_MSG_Command(number, message, false);
             Clock::sleep(1s);
         } else {
-            writeFileAtomically(messagePath, message.toUtf8());
+            if (!writeFileAtomically(messagePath, message.toUtf8())) {
+                // The phone would send whatever message file it holds: nothing is sent instead.
+                Delete_File(messagePath);
+                dataFailure = messageFileFailure(messagePath);
+                break;
+            }
             if (Save_File_To_Phone_Storage(kMessageFileName, false, kUninterrupted)) {
                 // Standard mode has the start's output to judge too: a phone lost here ends the run.
                 response = Send_AN_MSG_Command(number, QString(), false);
@@ -380,7 +438,11 @@ void Bulk_SMSAppDelegate::runOneByOne(const RunInput& input, std::stop_token sto
             continue;
         ++sent;
         m_sentCount = sent;
-        keepRecord(number, message, date, input.saveSentItems, input.saveTemplates);
+        if (const QString why = keepRecord(number, message, date, input.saveSentItems, input.saveTemplates);
+            !why.isEmpty()) {
+            dataFailure = sentItemsFailure(why);
+            break;
+        }
         if (stopped())
             break;
         pause.afterMessageFinished(i + 1 >= total, false, true);
@@ -388,6 +450,10 @@ void Bulk_SMSAppDelegate::runOneByOne(const RunInput& input, std::stop_token sto
     Send_DEL_File_Command_To_Phone();
     busy.stop();
     countdown.endCountdown();
+    if (!dataFailure.isEmpty()) {
+        stopForData(dataFailure);
+        return;
+    }
     const bool wasStopped = stopped();
     m_runEnd = deviceError ? RunEnd::DeviceError : wasStopped ? RunEnd::Stopped : RunEnd::Completed;
     m_progress.update([](AndroidSendingProgress::State& s) { s.visible = false; });

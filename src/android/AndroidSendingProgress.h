@@ -34,9 +34,13 @@ public:
     // From any thread: the change is applied on the main thread.
     void update(const std::function<void(State&)>& change);
 
-    // Stop, after the operator confirms.
+    // Stop, after the operator confirms; while the question is shown no new message goes
+    // out, and "No" lets the run go on where it was.
     void Stop_Btn();
     bool stopRequested() const { return m_stop; }
+    bool held() const { return m_held; }
+    // Waits while the operator is being asked whether to stop; false when the run stopped.
+    bool waitWhileHeld(const std::function<bool()>& stopped) const;
     // A new run's stop (before its thread starts).
     void clearStop() {
         m_stop = false;
@@ -45,6 +49,7 @@ public:
     void requestStop() {
         m_stop = true;
         m_stopSource.request_stop();
+        m_held = false;
     }
     // Ends a delayed-delivery pause at once.
     std::stop_token stopToken() const { return m_stopSource.get_token(); }
@@ -56,5 +61,6 @@ private:
     Operator& m_op;
     State m_state;
     std::atomic<bool> m_stop{false};
+    std::atomic<bool> m_held{false};
     std::stop_source m_stopSource;
 };

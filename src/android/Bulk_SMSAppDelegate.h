@@ -7,6 +7,9 @@
 #include "list/BulkSmsWindow.h"
 
 #include <atomic>
+#include <memory>
+
+class SendingLock;
 
 class Bulk_SMSAppDelegate : public BulkSmsWindow {
     Q_OBJECT
@@ -43,7 +46,7 @@ public:
     AndroidSendingProgress& progress() { return m_progress; }
 
     // How the last run ended, and how many records it counted as sent.
-    enum class RunEnd { None, Completed, Stopped, DeviceError, NotConnected, Abandoned };
+    enum class RunEnd { None, Completed, Stopped, DeviceError, NotConnected, Abandoned, DataNotWritten };
     RunEnd lastRunEnd() const { return m_runEnd; }
     int lastRunSent() const { return m_sentCount; }
 
@@ -61,12 +64,15 @@ private:
     void runSingleShot(const RunInput& input, std::stop_token stop);
     void runOneByOne(const RunInput& input, std::stop_token stop);
     bool connectionReady();
+    // A file the run must write could not be: the run ends here, and the operator is told why.
+    void stopForData(const QString& why);
 
     AndroidSendingProgress m_progress;
     WorkerThread m_sender{QStringLiteral("android-send")};
     std::atomic<bool> m_sendInProgress{false};
     std::atomic<RunEnd> m_runEnd{RunEnd::None};
     std::atomic<int> m_sentCount{0};
+    std::shared_ptr<SendingLock> m_sendingLock; // from Send until the sending thread ends
     bool m_singleShot = false;
     bool m_classic = false;
 };

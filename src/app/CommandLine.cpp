@@ -12,6 +12,7 @@
 #include "core/AppState.h"
 #include "core/Launch.h"
 #include "core/Log.h"
+#include "core/SendingLock.h"
 #include "delivery/DelaySchedule.h"
 #include "gsm/ModemDiscovery.h"
 #include "gsm/SmsMode.h"
@@ -108,7 +109,9 @@ int runSend(const QStringList& arguments) {
         "  --device /dev/ttyUSB0,mode=text,smsc=+447700900123\n"
         "Without --device every modem found is used (BULKSMS_EXTRA_MODEMS adds virtual ones).\n"
         "Exit status: 0 when everything sendable was sent (skipped and excluded numbers are no failures),\n"
-        "1 when some failed, 3 when nothing could be sent, 2 on bad input.\n"
+        "1 when some failed, 2 on bad usage or input, 3 when nothing went out, 4 when sending stopped\n"
+        "because data could not be written (the run's record, the sent items, the report), 5 when\n"
+        "another process is sending from this data folder.\n"
         "--verbose copies the log (every AT command and answer) to standard error."));
     parser.addHelpOption();
     const QCommandLineOption to(QStringLiteral("to"), QStringLiteral("A recipient (repeatable)."),
@@ -159,6 +162,10 @@ int runSend(const QStringList& arguments) {
         QStringLiteral("resume"),
         QStringLiteral("Go on with the run that did not end (its journal in the data "
                        "folder): who got a message is not sent to again."));
+    const QCommandLineOption discardUnfinished(
+        QStringLiteral("discard-unfinished"),
+        QStringLiteral("Discard the record of the run that did not end, and send this run instead: its "
+                       "recipients who were not sent yet will not be sent."));
     const QCommandLineOption resendUnknown(
         QStringLiteral("resend-unknown"),
         QStringLiteral(
@@ -207,11 +214,35 @@ int runSend(const QStringList& arguments) {
         QStringLiteral("mode"),
         QStringLiteral("Android: single-shot, standard or classic (default standard)."),
         QStringLiteral("mode"), QStringLiteral("standard"));
-    parser.addOptions(
-        {to,         numbersFile, sheet,    header,        numberColumn,  messageColumn, templateText,
-         message,    messageFile, device,   unicode,       flash,         skip,          exclusion,
-         pauseEvery, pauseFor,    saveSent, saveTemplates, yes,           dryRun,        plainPunctuation,
-         retries,    json,        strict,   resume,        resendUnknown, report,        reportFilter});
+    parser.addOptions({to,
+                       numbersFile,
+                       sheet,
+                       header,
+                       numberColumn,
+                       messageColumn,
+                       templateText,
+                       message,
+                       messageFile,
+                       device,
+                       unicode,
+                       flash,
+                       skip,
+                       exclusion,
+                       pauseEvery,
+                       pauseFor,
+                       saveSent,
+                       saveTemplates,
+                       yes,
+                       dryRun,
+                       plainPunctuation,
+                       retries,
+                       json,
+                       strict,
+                       resume,
+                       resendUnknown,
+                       report,
+                       reportFilter,
+                       discardUnfinished});
     parser.addOptions({android, serial, mode, country});
     const QCommandLineOption deliveryReports(
         QStringLiteral("delivery-reports"),
@@ -268,6 +299,38 @@ int runSend(const QStringList& arguments) {
     if (parser.isSet(resume) && throughAndroid) {
         err(QStringLiteral("--resume goes on with a run through GSM modems."));
         return 2;
+    }
+    if (parser.isSet(resume) && parser.isSet(discardUnfinished)) {
+        err(QStringLiteral("--resume and --discard-unfinished exclude each other."));
+        return 2;
+    }
+    // Held until this process ends: one sender per data folder, and the unfinished run's
+    // record is looked at only by the process that may continue it.
+    std::shared_ptr<SendingLock> sendingLock;
+    if (!parser.isSet(dryRun)) {
+        qint64 holder = 0;
+        QString why;
+        sendingLock = SendingLock::acquire(&holder, &why);
+        if (!sendingLock) {
+            err(SendingLock::refusal(holder, why));
+            return holder < 0 ? RunReport::kDataNotWritten : RunReport::kAnotherSender;
+        }
+    }
+    if (!parser.isSet(resume) && !parser.isSet(dryRun)) {
+        if (const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load()) {
+            if (!parser.isSet(discardUnfinished)) {
+                err(QStringLiteral(
+                        "A run that did not end (%1 of %2 sent) is kept in the data folder: resume it "
+                        "with --resume, or discard it with --discard-unfinished.")
+                        .arg(unfinished->sent())
+                        .arg(unfinished->total()));
+                return 2;
+            }
+            RunJournal::discard();
+            err(QStringLiteral("The run that did not end (%1 of %2 sent) was discarded.")
+                    .arg(unfinished->sent())
+                    .arg(unfinished->total()));
+        }
     }
     if (parser.isSet(resume)) {
         const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load();
@@ -326,7 +389,8 @@ int runSend(const QStringList& arguments) {
         for (auto it = valid.crbegin(); it != valid.crend(); ++it)
             gsm.Create_Num_Msg_List(it->number, it->message); // the first given ends on top
     }
-    session.gsm.setCarriedEntries(resumed.carried);
+    if (parser.isSet(resume))
+        session.gsm.setCarriedEntries(resumed.carried);
     if (gsm.list().isEmpty()) {
         err(QStringLiteral("No recipients."));
         return 2;
@@ -463,7 +527,7 @@ int runSend(const QStringList& arguments) {
                 reported.append({item.number, item.message, item.currentStatus, item.status});
         if (!writeSendingReport(parser.value(report), reportFormat, reported)) {
             err(kErrorInFileAccessing);
-            return RunReport::kSomeFailed;
+            return RunReport::kDataNotWritten;
         }
         err(QStringLiteral("Report written to %1").arg(parser.value(report)));
     }

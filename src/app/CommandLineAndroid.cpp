@@ -147,5 +147,9 @@ int sendThroughAndroid(Bulk_SMSAppDelegate& window, Operator& op, const QString&
     }
     const int sent = window.lastRunSent();
     printOut(QStringLiteral("%1 of %2 recipients sent.").arg(sent).arg(wanted));
-    return window.lastRunEnd() == Bulk_SMSAppDelegate::RunEnd::Completed && sent == wanted ? 0 : 1;
+    if (window.lastRunEnd() == Bulk_SMSAppDelegate::RunEnd::DataNotWritten)
+        return 4;
+    if (window.lastRunEnd() == Bulk_SMSAppDelegate::RunEnd::Completed && sent == wanted)
+        return 0;
+    return sent == 0 && wanted > 0 ? 3 : 1;
 }

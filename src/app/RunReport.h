@@ -19,11 +19,13 @@ public:
     void finish();
 
     // 0: every message that could be sent was (skipped and excluded numbers are no failures);
-    // 1: some failed; 3: none went out.
+    // 1: some failed; 3: none went out; 4: the run stopped because data could not be written.
     int exitStatus() const;
 
     static constexpr int kSomeFailed = 1;
     static constexpr int kNothingSent = 3;
+    static constexpr int kDataNotWritten = 4;
+    static constexpr int kAnotherSender = 5;
 
 private:
     void printItem(int index, bool runEnded = false);

@@ -68,6 +68,8 @@ inline const QString kCapabilityNotDetected = QStringLiteral("Not Detected");
 // A submission the modem neither confirmed ("+CMGS: <mr>" and "OK") nor refused: it may or
 // may not have reached the network, so it never counts as sent.
 inline const QString kStatusNoAnswer = QStringLiteral("No answer from the modem");
+inline const QString kStatusUnknown = QStringLiteral("Unknown (may have been sent)");
+inline bool isUnknown(const QString& status) { return status.endsWith(kStatusUnknown); }
 
 // The status text a submission ends with; unanswered: a part got neither a reference nor a
 // refusal within the answer wait.

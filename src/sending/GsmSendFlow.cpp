@@ -8,6 +8,7 @@
 #include "core/Guard.h"
 #include "core/Operator.h"
 #include "core/SendingFlags.h"
+#include "core/SendingLock.h"
 #include "core/TextUtils.h"
 #include "core/WorkerThread.h"
 
@@ -46,12 +47,37 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
             return;
         if (!Send_Msg_Info_Check())
             return;
+        // Held until the run has ended: another copy on this data folder must not send meanwhile.
+        qint64 holder = 0;
+        QString why;
+        const std::shared_ptr<SendingLock> lock = SendingLock::acquire(&holder, &why);
+        if (!lock) {
+            op().Show_MessageBox(SendingLock::refusal(holder, why));
+            return;
+        }
+        if (!m_resuming && !unfinishedRunDiscarded())
+            return;
         if (exclusion())
             Fill_Exclusion_Num_List();
         Stop_SMS_Sending_Now = false;
         GSM_Chk_Port_And_Send_Msg();
     });
     m_sendInProgress = false;
+}
+
+bool Gsm_Bulk_Sms_Wnd::unfinishedRunDiscarded() {
+    const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load();
+    if (!unfinished)
+        return true;
+    if (!op().Show_YES_NO_MessageBox(
+            QStringLiteral("A run that did not end (%1 of %2 sent) is kept so that it can be resumed at the "
+                           "next start.\n\nDiscard it and send this list instead? Its recipients who were "
+                           "not sent yet will not be sent.")
+                .arg(unfinished->sent())
+                .arg(unfinished->total())))
+        return false;
+    RunJournal::discard();
+    return true;
 }
 
 QString Gsm_Bulk_Sms_Wnd::describeDevice(const QString& path) const {

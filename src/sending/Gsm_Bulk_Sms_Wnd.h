@@ -53,9 +53,17 @@ public:
     void setDeliveryReports(bool requested);
 
     // Finished entries of an unfinished run this window's next run resumes: its journal
-    // keeps them (taken, and so emptied, when the run starts).
-    void setCarriedEntries(const QList<RunJournal::Entry>& entries) { m_carried = entries; }
-    QList<RunJournal::Entry> takeCarriedEntries() { return std::exchange(m_carried, {}); }
+    // keeps them (taken, and so emptied, when the run starts). Until then the next run is
+    // that run's continuation, and may replace its journal.
+    void setCarriedEntries(const QList<RunJournal::Entry>& entries) {
+        m_carried = entries;
+        m_resuming = true;
+    }
+    QList<RunJournal::Entry> takeCarriedEntries() {
+        m_resuming = false;
+        return std::exchange(m_carried, {});
+    }
+    bool resuming() const { return m_resuming; }
 
 protected:
     bool openDeviceSearchWindow() override;
@@ -67,6 +75,9 @@ private:
     static bool testPort(const QString& path); // through a session of its own
     static constexpr int kParallelPortChecks = 8;
     QString describeDevice(const QString& path) const;
+    // A new run never replaces the record of one that did not end: the operator discards it
+    // first (true), or nothing is sent.
+    bool unfinishedRunDiscarded();
     void setPleaseWait(bool shown);
 
     std::unique_ptr<SMS_Sending> m_job;
@@ -77,5 +88,6 @@ private:
     int m_retries = 1;
     bool m_deliveryReports = false;
     QList<RunJournal::Entry> m_carried;
+    bool m_resuming = false;
     bool m_sendInProgress = false; // Send is running (checks, then the job): a second press is ignored
 };

@@ -2,6 +2,7 @@
 
 #include "Gsm_Bulk_Sms_Wnd.h"
 #include "core/Operator.h"
+#include "core/SendingLock.h"
 
 ResumePlan planResume(const RunJournal::Unfinished& unfinished, bool resendUnknown) {
     ResumePlan plan;
@@ -25,6 +26,11 @@ void applyResume(Gsm_Bulk_Sms_Wnd& window, const ResumePlan& plan) {
 }
 
 void offerToResumeUnfinishedRun(Gsm_Bulk_Sms_Wnd& window, Operator& op) {
+    // While another copy sends from this data folder, its journal is its live record, not a
+    // run that broke off.
+    const std::shared_ptr<SendingLock> lock = SendingLock::acquire();
+    if (!lock)
+        return;
     const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load();
     if (!unfinished)
         return;
@@ -32,7 +38,11 @@ void offerToResumeUnfinishedRun(Gsm_Bulk_Sms_Wnd& window, Operator& op) {
     if (!op.Show_YES_NO_MessageBox(QStringLiteral("Resume the unfinished run (%1 of %2 sent)?")
                                        .arg(counted.sent)
                                        .arg(counted.total))) {
-        RunJournal::discard();
+        // Its record goes only when the operator says so: it is who was sent, and who not.
+        if (op.Show_YES_NO_MessageBox(
+                QStringLiteral("Discard the unfinished run? Its recipients who were not sent yet will not be "
+                               "sent.\n\nNo keeps it, to resume at the next start.")))
+            RunJournal::discard();
         return;
     }
     const bool resendUnknown =

@@ -10,6 +10,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -40,11 +42,26 @@ int RunJournal::Unfinished::sent() const {
     return sent;
 }
 
+QString RunJournal::failure() const {
+    std::lock_guard lock(m_lock);
+    return m_failure;
+}
+
+void RunJournal::fail(const QString& why) {
+    if (m_failure.isEmpty())
+        m_failure = why;
+    Show_NSLog_Message(QStringLiteral("The run journal cannot be written: %1").arg(why));
+    if (m_fd >= 0)
+        ::close(m_fd);
+    m_fd = -1;
+}
+
 bool RunJournal::begin(const QList<SendingItem>& items, const QList<Entry>& carried) {
     std::lock_guard lock(m_lock);
     if (m_fd >= 0)
         ::close(m_fd);
     m_fd = -1;
+    m_failure.clear();
     QJsonArray done;
     for (const Entry& entry : carried)
         done.append(
@@ -54,42 +71,54 @@ bool RunJournal::begin(const QList<SendingItem>& items, const QList<Entry>& carr
         run.append(entryOf(item.number, item.message, item.status));
     // The start is written whole or not at all; the events are appended to it.
     if (!writeFileAtomically(path(), lineOf(QJsonObject{{"carried", done}, {"items", run}}))) {
-        Show_NSLog_Message(QStringLiteral("The run journal cannot be written: %1").arg(path()));
+        fail(QStringLiteral("%1: cannot be written").arg(path()));
         return false;
     }
-    m_fd = ::open(QFile::encodeName(path()).constData(), O_WRONLY | O_APPEND | O_CLOEXEC);
-    return m_fd >= 0;
+    m_fd = ::open(QFile::encodeName(path()).constData(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOFOLLOW);
+    if (m_fd < 0) {
+        fail(QStringLiteral("%1: %2").arg(path(), QString::fromLocal8Bit(std::strerror(errno))));
+        return false;
+    }
+    return true;
 }
 
-void RunJournal::append(const QByteArray& line) {
+bool RunJournal::append(const QByteArray& line) {
     std::lock_guard lock(m_lock);
     if (m_fd < 0)
-        return;
+        return false;
     // One write, then down to the disk: the next step may be the one a power cut interrupts.
-    if (::write(m_fd, line.constData(), size_t(line.size())) != line.size())
-        Show_NSLog_Message(
-            QStringLiteral("The run journal could not record: %1").arg(QString::fromUtf8(line)));
-    ::fdatasync(m_fd);
+    // A line written in part is as good as none: the reader skips a line it cannot parse.
+    const ssize_t written = ::write(m_fd, line.constData(), size_t(line.size()));
+    if (written != line.size()) {
+        fail(QStringLiteral("%1: %2").arg(path(), written < 0 ? QString::fromLocal8Bit(std::strerror(errno))
+                                                              : QStringLiteral("the disk is full")));
+        return false;
+    }
+    if (::fdatasync(m_fd) != 0) {
+        fail(QStringLiteral("%1: %2").arg(path(), QString::fromLocal8Bit(std::strerror(errno))));
+        return false;
+    }
+    return true;
 }
 
-void RunJournal::handing(int index, const QString& port) {
-    append(lineOf(QJsonObject{{"i", index}, {"handing", port}}));
+bool RunJournal::handing(int index, const QString& port) {
+    return append(lineOf(QJsonObject{{"i", index}, {"handing", port}}));
 }
 
-void RunJournal::waiting(int index, const QString& why) {
-    append(lineOf(QJsonObject{{"i", index}, {"waiting", why}}));
+bool RunJournal::waiting(int index, const QString& why) {
+    return append(lineOf(QJsonObject{{"i", index}, {"waiting", why}}));
 }
 
-void RunJournal::finished(int index, const SendingItem& item) {
+bool RunJournal::finished(int index, const SendingItem& item) {
     QJsonArray references;
     for (int reference : item.references)
         references.append(reference);
-    append(lineOf(QJsonObject{
+    return append(lineOf(QJsonObject{
         {"i", index}, {"status", item.status}, {"references", references}, {"attempts", item.attempts}}));
 }
 
-void RunJournal::delivery(int index, const QString& state) {
-    append(lineOf(QJsonObject{{"i", index}, {"delivery", state}}));
+bool RunJournal::delivery(int index, const QString& state) {
+    return append(lineOf(QJsonObject{{"i", index}, {"delivery", state}}));
 }
 
 void RunJournal::end() {
@@ -138,8 +167,9 @@ std::optional<RunJournal::Unfinished> RunJournal::load() {
         } else if (object.contains("delivery")) {
             entry.delivery = object.value("delivery").toString();
         } else if (object.contains("status")) {
+            // A modem that fell silent after the hand-over leaves the fate unknown too.
             entry.status = object.value("status").toString();
-            entry.unknown = false;
+            entry.unknown = ModemAnswers::isUnknown(entry.status);
         }
     }
     if (!started)

@@ -4,8 +4,10 @@
 // message. Each line is appended and flushed to the disk before the run goes on: the run's
 // items when it starts, each item just before it is handed to a modem, and its outcome once
 // the modem answered. A run that ends removes its journal; a journal found at start-up
-// belongs to a run that did not end.
+// belongs to a run that did not end. A record that cannot be written is the run's end: every
+// step says whether it reached the disk, and once one has not, none of the later ones do.
 #include "SendingItems.h"
+#include "gsm/ModemAnswers.h"
 
 #include <QList>
 #include <QString>
@@ -42,21 +44,26 @@ public:
     // Starts the journal of a run over these items; `carried` are the finished entries of
     // the unfinished run this one resumes (they stay in the journal as they were).
     bool begin(const QList<SendingItem>& items, const QList<Entry>& carried = {});
-    // Before the item is handed to the port's modem.
-    void handing(int index, const QString& port);
+    // Before the item is handed to the port's modem: false means it must not be.
+    bool handing(int index, const QString& port);
     // The item goes back to wait (refused and to be retried, or its line failed first).
-    void waiting(int index, const QString& why);
+    bool waiting(int index, const QString& why);
     // The item's final outcome.
-    void finished(int index, const SendingItem& item);
+    bool finished(int index, const SendingItem& item);
     // What the network reported of the item's delivery.
-    void delivery(int index, const QString& state);
+    bool delivery(int index, const QString& state);
     // The run came to its end: its journal goes.
     void end();
 
-    static inline const QString kUnknown = QStringLiteral("Unknown (may have been sent)");
+    // Why the journal could not be written ("" while it could): the file and the system's reason.
+    QString failure() const;
+
+    static inline const QString kUnknown = ModemAnswers::kStatusUnknown;
 
 private:
-    void append(const QByteArray& line);
-    std::mutex m_lock; // the run's ports write at once
+    bool append(const QByteArray& line);
+    void fail(const QString& why); // under m_lock
+    mutable std::mutex m_lock;     // the run's ports write at once
     int m_fd = -1;
+    QString m_failure;
 };

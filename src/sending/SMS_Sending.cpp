@@ -8,6 +8,7 @@
 #include "core/MainThread.h"
 #include "core/Operator.h"
 #include "core/SendingFlags.h"
+#include "core/SendingLock.h"
 #include "core/TextUtils.h"
 #include "delivery/DelayedDeliveryPause.h"
 
@@ -91,6 +92,18 @@ void SMS_Sending::joinThreads() {
 void SMS_Sending::Open_SMS_Sending_Dialog() {
     Guard::run("SMS_Sending::Open_SMS_Sending_Dialog", [this] {
         joinThreads(); // the threads of an earlier run have ended by now
+        qint64 holder = 0;
+        QString why;
+        m_sendingLock = SendingLock::acquire(&holder, &why);
+        if (!m_sendingLock) {
+            m_op.Show_MessageBox(SendingLock::refusal(holder, why));
+            return;
+        }
+        {
+            std::lock_guard lock(m_failureMutex);
+            m_dataFailure.clear();
+        }
+        m_held = false;
         m_stop = std::stop_source();
         m_dlgClose = false;
         m_exportVisible = false;
@@ -182,7 +195,9 @@ void SMS_Sending::Load_Thread(RecordList rows, QString selectedPath, std::stop_t
     }
     curr_send_item_4_th = finished;
     m_items.reset(items);
-    m_journal.begin(items, m_options.carried);
+    // Nothing goes out before the run's record is on the disk.
+    if (!m_journal.begin(items, m_options.carried))
+        stopForData(recordFailure(m_journal.failure()));
     RecordList records;
     records.reserve(items.size());
     for (const SendingItem& item : items)
@@ -289,12 +304,46 @@ void SMS_Sending::endPause() {
 void SMS_Sending::requestStop() {
     Stop_SMS_Sending_Now = true;
     m_stop.request_stop();
+    m_held = false;
+}
+
+QString SMS_Sending::dataFailure() const {
+    std::lock_guard lock(m_failureMutex);
+    return m_dataFailure;
+}
+
+QString SMS_Sending::recordFailure(const QString& why) {
+    return QStringLiteral("Sending stopped: the run could not be recorded (%1).").arg(why);
+}
+
+void SMS_Sending::stopForData(const QString& why) {
+    {
+        std::lock_guard lock(m_failureMutex);
+        if (m_dataFailure.isEmpty())
+            m_dataFailure = why;
+    }
+    Show_NSLog_Message(why);
+    requestStop();
+}
+
+bool SMS_Sending::confirmStop(const QString& question) {
+    // Held before the question shows: a hesitating operator must not watch the run go on.
+    m_held = true;
+    const bool yes = m_op.Show_YES_NO_MessageBox(question);
+    if (!yes)
+        m_held = false;
+    return yes;
+}
+
+bool SMS_Sending::waitWhileHeld(const std::stop_token& stop) {
+    while (m_held && !stop.stop_requested())
+        Clock::sleepUnless(std::chrono::milliseconds(50), [&] { return !m_held || stop.stop_requested(); });
+    return !stop.stop_requested();
 }
 
 void SMS_Sending::stop_SMS_Sending(const QString& closeWindow) {
-    if (!m_op.Show_YES_NO_MessageBox(
-            QStringLiteral("\nTerminating the current process will stop sending text messages "
-                           "to the remaining contact. Are you sure you want to continue?"))) {
+    if (!confirmStop(QStringLiteral("\nTerminating the current process will stop sending text messages "
+                                    "to the remaining contact. Are you sure you want to continue?"))) {
         m_dlgClose = false;
         return;
     }
@@ -316,7 +365,7 @@ void SMS_Sending::Stop_Btn() {
     if (Check_Current_Running_Status()) {
         stop_SMS_Sending(QStringLiteral("NO"));
     } else if (Pause_Timer_Running) {
-        if (m_op.Show_YES_NO_MessageBox(QStringLiteral("Are you sure you want to continue?"))) {
+        if (confirmStop(QStringLiteral("Are you sure you want to continue?"))) {
             requestStop();
             endPause();
         }
@@ -329,7 +378,7 @@ void SMS_Sending::CancelPressed() {
     if (m_state == RunState::Populating || Check_Current_Running_Status()) {
         stop_SMS_Sending(QStringLiteral("YES"));
     } else if (Pause_Timer_Running) {
-        if (m_op.Show_YES_NO_MessageBox(QStringLiteral("Are you sure you want to continue?"))) {
+        if (confirmStop(QStringLiteral("Are you sure you want to continue?"))) {
             m_dlgClose = true;
             requestStop();
             endPause();

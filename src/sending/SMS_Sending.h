@@ -28,6 +28,7 @@
 class Gsm_Bulk_Sms_Wnd;
 class MFCSMS;
 class Operator;
+class SendingLock;
 
 class SMS_Sending : public DialogController {
     Q_OBJECT
@@ -68,6 +69,9 @@ public:
     QMap<QString, QString> portStatuses() const { return m_portStatuses; }
     // Whether this run asked for delivery reports (the item table's "Delivery" column).
     bool deliveryReportsRequested() const { return m_options.deliveryReports; }
+    // Why the run stopped because something it must keep could not be written ("" when it
+    // did not): the run's record or the sent items, with the file and the system's reason.
+    QString dataFailure() const;
 
     // --- Buttons.
     void Stop_Btn();
@@ -77,6 +81,10 @@ public:
     // Export of the finished run's report (asks the main thread to run Export_Item_Function).
     void Export_Btn();
     void Export_Item_Function();
+
+    // While the operator is asked whether to stop, no port takes a new message; "No" lets
+    // them go on where they were.
+    bool held() const { return m_held; }
 
     // True while the run's threads are still at work (tests wait on it).
     bool running() const { return m_threadsRunning > 0; }
@@ -91,6 +99,9 @@ public:
     static constexpr int kMaxPorts = 32;
     // A port leaves the run after this many refusals in a row, for as many numbers.
     static constexpr int kRefusalsBeforeAPortLeaves = 3;
+    // A port leaves the run once its modem was silent this many times in a row (a message
+    // handed over and never answered, then a plain "AT" never answered).
+    static constexpr int kSilencesBeforeAPortLeaves = 2;
     // The pause before a refused message's next attempt grows by this much per attempt.
     static constexpr std::chrono::seconds kRetryPause{10};
     // How long a port listens for the reports still owed once it has nothing left to send.
@@ -151,6 +162,13 @@ private:
     void stop_SMS_Sending(const QString& closeWindow);
     void endPause();
     void requestStop(); // Stop for this run: the process-wide flag the windows show, and the run's token
+    // Something the run must keep could not be written: no further message goes to any device.
+    void stopForData(const QString& why);
+    static QString recordFailure(const QString& why); // the run's end when its record failed
+    // Asks the operator whether to stop with the ports held meanwhile; true for Yes.
+    bool confirmStop(const QString& question);
+    // Waits while the operator is being asked; false when the run was stopped meanwhile.
+    bool waitWhileHeld(const std::stop_token& stop);
 
     static Record recordOf(const SendingItem& item); // a row of the item table
     void showItem(int index, const SendingItem& item, bool counted);
@@ -180,8 +198,12 @@ private:
     std::atomic<int> curr_send_item_4_th{0};
     std::atomic<int> tot_main_list_count{0};
     std::atomic<int> m_sentAsUnicode{0};
-    std::atomic<bool> m_dlgClose{false}; // dlg_close "YES"
-    std::stop_source m_stop;             // this run's Stop, handed to the modem sessions
+    std::atomic<bool> m_dlgClose{false};        // dlg_close "YES"
+    std::stop_source m_stop;                    // this run's Stop, handed to the modem sessions
+    std::atomic<bool> m_held{false};            // the Stop question is on screen
+    std::shared_ptr<SendingLock> m_sendingLock; // held from the run's start until its end
+    mutable std::mutex m_failureMutex;
+    QString m_dataFailure;
 
     // Window state (main thread).
     RunState m_state = RunState::Idle;
@@ -198,3 +220,6 @@ inline const QString kFinish = QStringLiteral("Finish.");
 inline const QString kPopulating =
     QStringLiteral("Populating Phone Numbers and Message List, Please wait...");
 inline const QString kSendingTitle = QStringLiteral("Sending Messages, Please wait...");
+// Items never handed over because the run stopped for data it could not write.
+inline const QString kNotSentDataFailure =
+    QStringLiteral("Not sent: sending stopped because data could not be written.");

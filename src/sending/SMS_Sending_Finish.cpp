@@ -5,6 +5,7 @@
 
 #include "core/Clock.h"
 #include "core/Operator.h"
+#include "core/SendingLock.h"
 
 using namespace std::chrono_literals;
 
@@ -26,7 +27,10 @@ void SMS_Sending::releaseRun(std::optional<SmsMode> portMode) {
 }
 
 void SMS_Sending::Mark_Stopped_On_Curr_port_Th() {
-    const QList<int> marked = m_items.markStopped(m_stop.stop_requested() ? kStopped : kNoPortLeft);
+    const QString why = !dataFailure().isEmpty()  ? kNotSentDataFailure
+                        : m_stop.stop_requested() ? kStopped
+                                                  : kNoPortLeft;
+    const QList<int> marked = m_items.markStopped(why);
     if (!marked.isEmpty()) {
         QList<std::pair<int, SendingItem>> rows;
         for (int index : marked)
@@ -93,8 +97,18 @@ void SMS_Sending::Wait_to_finish_Th() {
         m_exportVisible = true;
     });
     wait_to_fins_running = false;
-    m_journal.end(); // the run ended: nothing is left to resume
-    if (m_dlgClose) {
+    const QString failure = dataFailure();
+    if (failure.isEmpty())
+        m_journal.end(); // the run ended: nothing is left to resume
+    m_sendingLock.reset();
+    if (!failure.isEmpty()) {
+        // What was written stays: once the disk has room, a resume sends the rest and nobody twice.
+        m_op.Show_MessageBox(failure +
+                             QStringLiteral("\n\nNothing more was sent. Once the data can be written "
+                                            "again, resume the run to send the rest."));
+        if (m_dlgClose)
+            ui([this] { endModal(1); });
+    } else if (m_dlgClose) {
         m_op.Show_MessageBox(QStringLiteral("SMS Sending process is stopped."));
         ui([this] { endModal(1); });
     } else if (m_stop.stop_requested()) {

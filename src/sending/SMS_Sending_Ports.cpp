@@ -199,25 +199,39 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
         return options.exclusion && options.excludedNumbers.contains(number);
     };
     const auto finishedOnTheWay = [this](const SendingItems::Claim& c) {
-        m_journal.finished(c.index, c.item);
+        if (!m_journal.finished(c.index, c.item))
+            stopForData(recordFailure(m_journal.failure()));
         showItem(c.index, c.item, true);
     };
     const QString done = QStringLiteral("Done (%1)").arg(job.portName);
 
-    // One claimed item, submitted; then finished and shown, or given back for another
-    // attempt. False when the port failed.
+    // One claimed item, submitted; then recorded and shown the moment the modem answered,
+    // finished or given back for another attempt. False when the port leaves the run.
     int refusalsInARow = 0;
     QSet<QString> refusedNumbers; // of the refusals in a row
+    const auto giveBack = [&](const SendingItems::Claim& claim) {
+        // Never handed over: it waits for another port, or is marked when the run ends.
+        m_items.requeue(claim.index, {}, {}, {}, false);
+        showItem(claim.index, m_items.at(claim.index), false);
+    };
     const auto sendClaimed = [&](const SendingItems::Claim& claim) {
+        if (!waitWhileHeld(job.stop)) {
+            giveBack(claim);
+            return true;
+        }
         showItem(claim.index, claim.item, false);
         const QString composed = claim.item.message.left(kMaxMessageLength);
         const QString message =
             options.plainPunctuation ? SmsParts::withPlainPunctuation(composed) : composed;
         ui([this] { m_activityValue = 100; });
 
+        if (!m_journal.handing(claim.index, job.portName)) {
+            giveBack(claim);
+            stopForData(recordFailure(m_journal.failure()));
+            return true;
+        }
         QString status;
         bool ok = true;
-        m_journal.handing(claim.index, job.portName);
         if (mode == SmsMode::Unknown) {
             status = QStringLiteral("Error : +CMS ERROR: 500.");
         } else if (!Guard::run("SMS_Sending::Send_To_All_SMS_Func send", [&] {
@@ -236,13 +250,13 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
             // The line failed before the message reached the modem: it certainly did not
             // leave, so another port takes it without it costing an attempt.
             m_items.requeue(claim.index, {}, job.portName, {}, false);
-            m_journal.waiting(claim.index, status);
+            if (!m_journal.waiting(claim.index, status))
+                stopForData(recordFailure(m_journal.failure()));
             showItem(claim.index, m_items.at(claim.index), false);
             leavePort(job.portName,
                       QStringLiteral("Left the run: the device stopped answering (%1).").arg(status));
             return false;
         }
-        Clock::sleep(1s);
 
         const bool refused = ModemAnswers::isRetryableRefusal(status);
         if (refused) {
@@ -257,12 +271,15 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
         const bool portGivesUp = refused && refusalsInARow >= kRefusalsBeforeAPortLeaves &&
                                  refusedNumbers.size() >= kRefusalsBeforeAPortLeaves;
         const bool otherPorts = portsInRun() > 1;
+        // The outcome is on the disk before anything else happens: a crash in the rest that
+        // follows must not leave a message the network took as of unknown fate.
         if (refused && !job.stop.stop_requested() &&
             (claim.item.attempts <= options.retries || (portGivesUp && otherPorts))) {
             const auto notBefore =
                 std::chrono::steady_clock::now() + Clock::scaled(kRetryPause * claim.item.attempts);
             m_items.requeue(claim.index, status, job.portName, notBefore, true);
-            m_journal.waiting(claim.index, status);
+            if (!m_journal.waiting(claim.index, status))
+                stopForData(recordFailure(m_journal.failure()));
             showItem(claim.index, m_items.at(claim.index), false);
         } else if (!m_items.finish(claim.index, status, UseStatus::Done, done,
                                    session.lastMessageReferences(),
@@ -270,15 +287,29 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
             return ok;
         } else {
             const SendingItem finished = m_items.at(claim.index);
-            m_journal.finished(claim.index, finished);
+            if (!m_journal.finished(claim.index, finished))
+                stopForData(recordFailure(m_journal.failure()));
             if (!options.unicode && Check_UNICODE_Message(message) && ModemAnswers::isSent(status))
                 ++m_sentAsUnicode;
             showItem(claim.index, finished, true);
-            if (options.saveSentItems)
-                appendSentItem(SentItem_File_Path, {claim.item.number, message, date, status});
+            QString why;
+            if (options.saveSentItems &&
+                !appendSentItem(SentItem_File_Path, {claim.item.number, message, date, status}, &why))
+                stopForData(
+                    QStringLiteral("Sending stopped: the sent items could not be saved (%1).").arg(why));
             if (options.saveTemplates)
                 appendTemplateIfNew(message);
         }
+        // A modem that took a message and never answered is asked once more, with a plain
+        // "AT": silent again, it has fallen silent, and nothing more is handed to it.
+        if (ModemAnswers::isUnknown(status) && !session.Check_Connection(job.fd)) {
+            leavePort(
+                job.portName,
+                QStringLiteral("Left the run: the device fell silent after a message was handed over (%1).")
+                    .arg(ModemAnswers::kStatusUnknown));
+            return false;
+        }
+        Clock::sleepUnless(1s, [&job] { return job.stop.stop_requested(); });
         applyStatusReports(job, session);
         if (portGivesUp) {
             leavePort(job.portName, QStringLiteral("Left the run after %1 refusals in a row (last: %2).")
@@ -298,6 +329,8 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
             Clock::sleep(1s);
             continue;
         }
+        if (!waitWhileHeld(job.stop))
+            break;
         const auto claim = m_items.claimNext(job.portName, options.skipDuplicates, excluded, finishedOnTheWay,
                                              portsInRun() <= 1);
         if (!claim) {
@@ -312,7 +345,8 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
             ok = false;
             if (m_items.finish(claim->index, kConnectionError, UseStatus::Done, done))
                 Guard::run("SMS_Sending::Send_To_All_SMS_Func item", [&] {
-                    m_journal.finished(claim->index, m_items.at(claim->index));
+                    if (!m_journal.finished(claim->index, m_items.at(claim->index)))
+                        stopForData(recordFailure(m_journal.failure()));
                     showItem(claim->index, m_items.at(claim->index), true);
                 });
             leavePort(job.portName, QStringLiteral("Left the run: %1").arg(kConnectionError));
@@ -322,7 +356,8 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
     if (reportsRouted && !failed)
         awaitStatusReports(job, session);
     for (int index : m_items.endReportWait(job.portName)) {
-        m_journal.delivery(index, kNoReport);
+        if (!m_journal.delivery(index, kNoReport))
+            stopForData(recordFailure(m_journal.failure()));
         showItem(index, m_items.at(index), false);
     }
 }
@@ -338,7 +373,8 @@ void SMS_Sending::applyStatusReports(const PortJob& job, MFCSMS& session) {
             continue;
         }
         const SendingItem item = m_items.at(*index);
-        m_journal.delivery(*index, item.delivery);
+        if (!m_journal.delivery(*index, item.delivery))
+            stopForData(recordFailure(m_journal.failure()));
         showItem(*index, item, false);
     }
 }

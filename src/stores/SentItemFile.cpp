@@ -60,9 +60,12 @@ bool writeSentItemsFile(const QString& path, const QList<SentItem>& items) {
     return file.commit();
 }
 
-bool appendSentItem(const QString& path, const SentItem& item) {
+bool appendSentItem(const QString& path, const SentItem& item, QString* error) {
     Check_Path_And_Create_Files();
-    return appendToFile(path, formatSentItemLine(item));
+    const bool ok = appendToFile(path, formatSentItemLine(item));
+    if (!ok && error)
+        *error = QStringLiteral("%1: cannot be written").arg(path);
+    return ok;
 }
 
 QString sentItemDate() { return QDate::currentDate().toString(QStringLiteral("dd/MM/yyyy")); }

@@ -24,7 +24,7 @@ QList<SentItem> parseSentItems(const QByteArray& content);
 bool writeSentItemsFile(const QString& path, const QList<SentItem>& items);
 
 // Appends one item to the file (after making sure the data files exist). Thread-safe.
-bool appendSentItem(const QString& path, const SentItem& item);
+bool appendSentItem(const QString& path, const SentItem& item, QString* error = nullptr);
 
 // Today's date as a run records it.
 QString sentItemDate();

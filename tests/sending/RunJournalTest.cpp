@@ -97,11 +97,22 @@ TEST_F(RunJournalTest, StartUpOffersToResumeAndFillsTheListWithWhatIsLeft) {
     EXPECT_EQ(window.list().records().first().value("Number"), "3");
     EXPECT_EQ(window.takeCarriedEntries().size(), 2);
 
-    // No: the journal goes, and the next start asks nothing.
+    // No, then No again: nothing is resumed and nothing is lost; the next start asks again.
+    ScriptedOperator keeping;
+    Gsm_Bulk_Sms_Wnd kept(keeping);
+    keeping.answerNo().answerNo();
+    offerToResumeUnfinishedRun(kept, keeping);
+    EXPECT_TRUE(kept.list().isEmpty());
+    EXPECT_TRUE(RunJournal::load());
+
+    // No, then Yes to discarding: the journal goes, and the next start asks nothing.
     ScriptedOperator other;
     Gsm_Bulk_Sms_Wnd fresh(other);
-    other.answerNo();
+    other.answerNo().answerYes();
     offerToResumeUnfinishedRun(fresh, other);
+    EXPECT_EQ(other.questions().last(),
+              "Discard the unfinished run? Its recipients who were not sent yet will "
+              "not be sent.\n\nNo keeps it, to resume at the next start.");
     EXPECT_TRUE(fresh.list().isEmpty());
     EXPECT_FALSE(RunJournal::load());
 }

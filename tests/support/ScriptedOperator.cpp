@@ -10,13 +10,19 @@ ScriptedOperator::~ScriptedOperator() {
 
 ScriptedOperator& ScriptedOperator::answerYes() {
     std::lock_guard lock(m_mutex);
-    m_answers.push_back(true);
+    m_answers.push_back([](const QString&) { return true; });
     return *this;
 }
 
 ScriptedOperator& ScriptedOperator::answerNo() {
     std::lock_guard lock(m_mutex);
-    m_answers.push_back(false);
+    m_answers.push_back([](const QString&) { return false; });
+    return *this;
+}
+
+ScriptedOperator& ScriptedOperator::answerWith(std::function<bool(const QString&)> decide) {
+    std::lock_guard lock(m_mutex);
+    m_answers.push_back(std::move(decide));
     return *this;
 }
 
@@ -65,14 +71,17 @@ void ScriptedOperator::showAlert(const QString& fullText) { record(Kind::Alert, 
 
 bool ScriptedOperator::askYesNo(const QString& text) {
     record(Kind::Question, text);
-    std::lock_guard lock(m_mutex);
-    if (m_answers.empty()) {
-        ADD_FAILURE() << "unscripted question: " << text.toStdString();
-        return false;
+    std::function<bool(const QString&)> decide;
+    {
+        std::lock_guard lock(m_mutex);
+        if (m_answers.empty()) {
+            ADD_FAILURE() << "unscripted question: " << text.toStdString();
+            return false;
+        }
+        decide = std::move(m_answers.front());
+        m_answers.pop_front();
     }
-    const bool answer = m_answers.front();
-    m_answers.pop_front();
-    return answer;
+    return decide(text);
 }
 
 int ScriptedOperator::showModal(DialogController& dialog) {

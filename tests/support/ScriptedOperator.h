@@ -25,6 +25,9 @@ public:
     // Script: answers to questions, dialogs and file choosers, consumed in order.
     ScriptedOperator& answerYes();
     ScriptedOperator& answerNo();
+    // Answers the next question by calling `decide` (outside the operator's lock): a test can
+    // look at the world while the question is on screen, as a hesitating person would.
+    ScriptedOperator& answerWith(std::function<bool(const QString& question)> decide);
     ScriptedOperator& onModal(std::function<void(DialogController&)> handler);
     template <typename Dialog> ScriptedOperator& onModal(std::function<void(Dialog&)> handler) {
         return onModal([handler](DialogController& d) { handler(castDialog<Dialog>(d)); });
@@ -56,7 +59,7 @@ private:
 
     mutable std::mutex m_mutex;
     QList<Event> m_events;
-    std::deque<bool> m_answers;
+    std::deque<std::function<bool(const QString&)>> m_answers;
     std::deque<std::function<void(DialogController&)>> m_modals;
     std::deque<QString> m_files;
 };

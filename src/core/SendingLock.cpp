@@ -1,0 +1,73 @@
+#include "SendingLock.h"
+
+#include "DataFolder.h"
+#include "FileUtils.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <mutex>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace {
+std::mutex g_mutex;
+std::weak_ptr<SendingLock> g_held; // this process's lock, while anything holds it
+
+qint64 pidIn(int fd) {
+    char text[32] = {};
+    const ssize_t got = ::pread(fd, text, sizeof text - 1, 0);
+    return got > 0 ? QByteArray(text, int(got)).trimmed().toLongLong() : 0;
+}
+} // namespace
+
+SendingLock::~SendingLock() {
+    // Closing the descriptor lets the lock go; the file stays for the next holder.
+    ::close(m_fd);
+}
+
+QString SendingLock::path() { return Bulk_SMS_Data_Folder_Path + QStringLiteral("/Sending.lock"); }
+
+std::shared_ptr<SendingLock> SendingLock::acquire(qint64* holder, QString* why) {
+    std::lock_guard lock(g_mutex);
+    if (auto held = g_held.lock())
+        return held;
+    Create_Folder(Bulk_SMS_Data_Folder_Path);
+    const QByteArray native = QFile::encodeName(path());
+    const int fd = ::open(native.constData(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (fd < 0) {
+        if (holder)
+            *holder = -1;
+        if (why)
+            *why = QStringLiteral("%1: %2").arg(path(), QString::fromLocal8Bit(std::strerror(errno)));
+        return nullptr;
+    }
+    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        const int error = errno;
+        if (holder)
+            *holder = error == EWOULDBLOCK ? pidIn(fd) : -1;
+        if (why && error != EWOULDBLOCK)
+            *why = QStringLiteral("%1: %2").arg(path(), QString::fromLocal8Bit(std::strerror(error)));
+        ::close(fd);
+        return nullptr;
+    }
+    // Who holds it, for the process that is refused; a failure here only loses that name.
+    const QByteArray pid = QByteArray::number(qint64(::getpid())) + '\n';
+    if (::ftruncate(fd, 0) != 0 || ::pwrite(fd, pid.constData(), size_t(pid.size()), 0) != pid.size())
+        ::ftruncate(fd, 0);
+    auto acquired = std::shared_ptr<SendingLock>(new SendingLock(fd));
+    g_held = acquired;
+    return acquired;
+}
+
+QString SendingLock::refusal(qint64 holder, const QString& why) {
+    if (holder < 0)
+        return QStringLiteral("Sending cannot start: the data folder cannot be locked (%1).").arg(why);
+    const QString who =
+        holder > 0 ? QStringLiteral("process %1").arg(holder) : QStringLiteral("another process");
+    return QStringLiteral("Another copy of the program (%1) is sending from this data folder. Wait until it "
+                          "ends, or stop it, before sending.")
+        .arg(who);
+}

@@ -1,0 +1,255 @@
+// Whole sending runs of the command-line tool where data or the data folder are at risk: a
+// second copy on the same data folder, a run killed and followed by a plain new run, a record
+// that cannot be written (a full disk). Over everything, the virtual network must see every
+// recipient once: nobody twice, nobody missed.
+#include "FullDisk.h"
+#include "sim/VirtualModem.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QSet>
+#include <QTemporaryDir>
+#include <QThread>
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <memory>
+
+namespace {
+
+class SendingSafetyTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        for (int i = 0; i < 2; ++i) {
+            sim::ModemIdentity id;
+            id.imei = QStringLiteral("35800000000009%1").arg(i);
+            sim::ModemBehaviour behaviour;
+            behaviour.networkDelayMs = 0;
+            modems.push_back(std::make_unique<sim::VirtualModem>(id, behaviour));
+            ASSERT_TRUE(modems.back()->start());
+        }
+    }
+
+    // Starts the sender; `fileSizeLimit` >= 0: no file it writes may grow past that many bytes.
+    std::unique_ptr<QProcess> start(const QStringList& arguments, qint64 fileSizeLimit = -1,
+                                    const char* clockScale = "0.05") {
+        auto process = std::make_unique<QProcess>();
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("BULKSMS_DATA_HOME", home.path());
+        env.insert("BULKSMS_RESOURCES", home.path() + "/resources");
+        env.insert("BULKSMS_CLOCK_SCALE", clockScale);
+        env.insert("BULKSMS_EXTRA_MODEMS", modems.at(0)->devicePath() + ":" + modems.at(1)->devicePath());
+        process->setProcessEnvironment(env);
+        if (fileSizeLimit >= 0)
+            limitFileSizeOfChild(*process, fileSizeLimit);
+        process->start(QStringLiteral(BULKSMS_EXECUTABLE), arguments);
+        EXPECT_TRUE(process->waitForStarted());
+        return process;
+    }
+    // Waits for the end; its exit status, and what it wrote to standard error in `errors`.
+    int finish(QProcess& process) {
+        EXPECT_TRUE(process.waitForFinished(120000));
+        errors = QString::fromUtf8(process.readAllStandardError());
+        return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    }
+    int run(const QStringList& arguments, qint64 fileSizeLimit = -1) {
+        auto process = start(arguments, fileSizeLimit);
+        return finish(*process);
+    }
+
+    static QStringList sendArguments(const QStringList& numbers) {
+        QStringList arguments{"send", "--message", "m", "--yes"};
+        for (const QString& number : numbers)
+            arguments << "--to" << number;
+        return arguments;
+    }
+    static QStringList numbers(int count, int first) {
+        QStringList out;
+        for (int i = 0; i < count; ++i)
+            out << QStringLiteral("+4477009%1").arg(first + i, 5, 10, QLatin1Char('0'));
+        return out;
+    }
+    int timesReceived(const QString& number) const {
+        int count = 0;
+        for (const auto& modem : modems)
+            for (const sim::ReceivedMessage& message : modem->received())
+                count += message.number == number;
+        return count;
+    }
+    int received() const {
+        int count = 0;
+        for (const auto& modem : modems)
+            count += int(modem->received().size());
+        return count;
+    }
+    // The numbers the run's journal says were handed to a modem.
+    QSet<QString> handedOver() const {
+        QFile file(journal());
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        QStringList items;
+        QSet<QString> handed;
+        while (!file.atEnd()) {
+            const QJsonObject line = QJsonDocument::fromJson(file.readLine()).object();
+            if (line.contains("items"))
+                for (const QJsonValue item : line.value("items").toArray())
+                    items << item.toArray().at(0).toString();
+            else if (line.contains("handing"))
+                handed.insert(items.value(line.value("i").toInt(-1)));
+        }
+        return handed;
+    }
+    QString dataFolder() const { return home.path() + "/Ostrel Bulk SMS/BULK_SMS_DATA"; }
+    QString journal() const { return dataFolder() + "/Run_Journal.jsonl"; }
+    // The recipients a resume reported of unknown fate (not sent again without being asked).
+    QStringList unknownIn(const QString& output) const {
+        QStringList unknown;
+        for (const QString& line : output.split('\n'))
+            if (line.contains("Unknown (may have been sent)"))
+                unknown << line.section('\t', 0, 0);
+        return unknown;
+    }
+
+    QTemporaryDir home;
+    QString errors;
+    std::vector<std::unique_ptr<sim::VirtualModem>> modems;
+};
+
+bool waitFor(const std::function<bool()>& condition, int seconds = 60) {
+    for (int i = 0; i < seconds * 20; ++i) {
+        if (condition())
+            return true;
+        QThread::msleep(50);
+    }
+    return condition();
+}
+
+TEST_F(SendingSafetyTest, ASecondCopyIsRefusedAndAKilledRunIsResumedNeverReplaced) {
+    const QStringList first = numbers(24, 100);
+    // Slow enough (a second's rest is 300 ms) for the others to come while it sends.
+    auto sender = start(sendArguments(first), -1, "0.3");
+    ASSERT_TRUE(waitFor([&] { return received() >= 2; }));
+
+    // While it sends, another copy sends nothing, says who is sending, and exits 5.
+    EXPECT_EQ(run(sendArguments(numbers(3, 500))), 5);
+    EXPECT_TRUE(errors.contains(QStringLiteral("process %1").arg(sender->processId())))
+        << errors.toStdString();
+    EXPECT_EQ(run({"send", "--resume", "--yes"}), 5);
+    for (const QString& number : numbers(3, 500))
+        EXPECT_EQ(timesReceived(number), 0);
+
+    ::kill(pid_t(sender->processId()), SIGKILL);
+    sender->waitForFinished();
+    ASSERT_TRUE(QFile::exists(journal()));
+    const int beforeKill = received();
+    EXPECT_LT(beforeKill, first.size());
+
+    // A plain new run does not replace the unfinished one's record.
+    EXPECT_EQ(run(sendArguments(numbers(3, 600))), 2);
+    EXPECT_TRUE(errors.contains("--resume")) << errors.toStdString();
+    EXPECT_TRUE(errors.contains("--discard-unfinished")) << errors.toStdString();
+    EXPECT_EQ(received(), beforeKill);
+
+    // The resume finishes the first run: everyone once, those reported of unknown fate at most once.
+    EXPECT_EQ(run({"send", "--resume", "--yes"}), 0) << errors.toStdString();
+    const QStringList unknown = unknownIn(errors);
+    EXPECT_LE(unknown.size(), 2); // at most one in the hands of each modem at the kill
+    for (const QString& number : first)
+        if (unknown.contains(number))
+            EXPECT_LE(timesReceived(number), 1) << number.toStdString();
+        else
+            EXPECT_EQ(timesReceived(number), 1) << number.toStdString();
+    EXPECT_FALSE(QFile::exists(journal()));
+
+    // With nothing left unfinished, a plain run sends again.
+    EXPECT_EQ(run(sendArguments(numbers(2, 700))), 0) << errors.toStdString();
+    for (const QString& number : numbers(2, 700))
+        EXPECT_EQ(timesReceived(number), 1);
+}
+
+TEST_F(SendingSafetyTest, AnUnfinishedRunIsDiscardedOnlyWhenAskedTo) {
+    const QStringList first = numbers(12, 100);
+    auto sender = start(sendArguments(first), -1, "0.3");
+    ASSERT_TRUE(waitFor([&] { return received() >= 1; }));
+    ::kill(pid_t(sender->processId()), SIGKILL);
+    sender->waitForFinished();
+
+    EXPECT_EQ(run(sendArguments(numbers(2, 800)) << "--resume"
+                                                 << "--discard-unfinished"),
+              2);
+    EXPECT_TRUE(QFile::exists(journal()));
+    EXPECT_EQ(run(sendArguments(numbers(2, 800)) << "--discard-unfinished"), 0) << errors.toStdString();
+    EXPECT_TRUE(errors.contains("was discarded")) << errors.toStdString();
+    for (const QString& number : numbers(2, 800))
+        EXPECT_EQ(timesReceived(number), 1);
+    EXPECT_FALSE(QFile::exists(journal()));
+}
+
+TEST_F(SendingSafetyTest, ARecordThatCannotBeWrittenStopsTheRunAndTheResumeTextsNobodyTwice) {
+    const QStringList recipients = numbers(30, 100);
+
+    // Not even the run's start fits: nothing goes out.
+    EXPECT_EQ(run(sendArguments(recipients), 200), 4);
+    EXPECT_TRUE(errors.contains("Sending stopped: the run could not be recorded")) << errors.toStdString();
+    EXPECT_TRUE(errors.contains("Run_Journal.jsonl")) << errors.toStdString();
+    EXPECT_EQ(received(), 0);
+    EXPECT_FALSE(QFile::exists(journal()));
+
+    // The start fits (about 800 bytes), a few messages' records do, then the disk is full.
+    EXPECT_EQ(run(sendArguments(recipients), 1500), 4);
+    EXPECT_TRUE(errors.contains("Sending stopped: the run could not be recorded")) << errors.toStdString();
+    const int sentBeforeTheDiskFilled = received();
+    EXPECT_GT(sentBeforeTheDiskFilled, 0);
+    EXPECT_LT(sentBeforeTheDiskFilled, recipients.size());
+    // Nothing reached the network without the journal knowing it was handed over.
+    QSet<QString> reached;
+    for (const auto& modem : modems)
+        for (const sim::ReceivedMessage& message : modem->received())
+            reached.insert(message.number);
+    EXPECT_EQ(reached, handedOver());
+
+    // Once the disk has room, the resume sends the rest: everyone exactly once.
+    EXPECT_EQ(run({"send", "--resume", "--yes"}), 0) << errors.toStdString();
+    for (const QString& number : recipients)
+        EXPECT_EQ(timesReceived(number), 1) << number.toStdString();
+    EXPECT_FALSE(QFile::exists(journal()));
+}
+
+TEST_F(SendingSafetyTest, SentItemsThatCannotBeSavedStopTheRun) {
+    // The sent items are nearly at the limit; the run's own record is far from it.
+    const qint64 limit = 8000;
+    const QByteArray line = "\a+447700900001\vearlier message\a01/01/2026\vMessage sent successfully.\n";
+    QByteArray earlier;
+    while (earlier.size() + line.size() < limit - 20)
+        earlier += line;
+    ASSERT_TRUE(QDir().mkpath(dataFolder()));
+    {
+        QFile file(dataFolder() + "/SentItem.OSTREL");
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(earlier);
+    }
+    const QStringList recipients = numbers(10, 100);
+    EXPECT_EQ(run(sendArguments(recipients) << "--save-sent-items", limit), 4);
+    EXPECT_TRUE(errors.contains("Sending stopped: the sent items could not be saved"))
+        << errors.toStdString();
+    EXPECT_TRUE(errors.contains("SentItem.OSTREL")) << errors.toStdString();
+    EXPECT_LT(received(), recipients.size());
+    // What was kept stays whole: no line cut off where the disk filled.
+    QFile kept(dataFolder() + "/SentItem.OSTREL");
+    ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
+    const QByteArray content = kept.readAll();
+    EXPECT_TRUE(content.startsWith(earlier));
+    EXPECT_TRUE(content.endsWith('\n'));
+
+    EXPECT_EQ(run({"send", "--resume", "--yes"}), 0) << errors.toStdString();
+    for (const QString& number : recipients)
+        EXPECT_EQ(timesReceived(number), 1) << number.toStdString();
+}
+
+} // namespace
