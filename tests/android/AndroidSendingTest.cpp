@@ -165,6 +165,37 @@ TEST_F(AndroidSendingTest, StopDuringAPauseEndsWithoutTheCompletionMessage) {
     EXPECT_FALSE(op.alerts().contains("\nMessage Sending Process Completed."));
 }
 
+TEST_F(AndroidSendingTest, NothingGoesOutWhileTheOperatorHesitatesToStop) {
+    startPhones(one(installed()));
+    QList<QPair<QString, QString>> rows;
+    for (int i = 0; i < 30; ++i)
+        rows.append({QStringLiteral("+4477009%1").arg(100 + i), "a"});
+    auto window = windowWith(rows);
+    int duringFirst = -1, duringSecond = -1;
+    const auto hesitate = [&](int& during, bool stop) {
+        return [&during, stop, this](const QString&) {
+            const qsizetype atQuestion = sentMessages().size();
+            spinUntil([] { return false; }, std::chrono::milliseconds(1500)); // the window's events flow
+            during = int(sentMessages().size() - atQuestion);
+            return stop;
+        };
+    };
+    op.answerWith(hesitate(duringFirst, false)).answerWith(hesitate(duringSecond, true));
+    window->prev_composer_msg = window->composerText();
+    window->Send_SMS_Btn();
+    ASSERT_TRUE(spinUntil([&] { return sentMessages().size() >= 2; }));
+    window->progress().Stop_Btn(); // No: the run goes on
+    ASSERT_TRUE(spinUntil([&] { return sentMessages().size() >= 8; }));
+    window->progress().Stop_Btn(); // Yes: it ends where it was held
+    window->waitForSend();
+    EXPECT_LE(duringFirst, 1); // at most the message already in the phone's hands
+    EXPECT_LE(duringSecond, 1);
+    EXPECT_LT(sentMessages().size(), rows.size());
+    const QStringList sent = sentMessages();
+    EXPECT_EQ(QSet<QString>(sent.cbegin(), sent.cend()).size(), sent.size()); // nobody twice
+    EXPECT_EQ(window->lastRunEnd(), Bulk_SMSAppDelegate::RunEnd::Stopped);
+}
+
 TEST_F(AndroidSendingTest, AFailedCopyOffersTheTextInTheStartCommand) {
     sim::PhoneConfig config = installed();
     config.pushFails = true;

@@ -13,7 +13,10 @@
 
 #include <QAbstractItemModel>
 #include <QHeaderView>
+#include <QPushButton>
+#include <QSet>
 #include <QTableView>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -86,6 +89,104 @@ TEST(SendingJobView, DeliveryStatesFillInAsTheReportsCome) {
     EXPECT_TRUE(pendingSeen);
     Clock::setScale(0.001);
     clearDeviceSelection();
+}
+
+// While "Are you sure" is on screen nothing new goes out; No lets the run go on where it was,
+// Yes ends it there. The question is answered as a person would: after a while, the window's
+// events flowing meanwhile as under a real message box.
+class StopQuestionTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        Clock::setScale(0.05);
+        clearDeviceSelection();
+        Stop_SMS_Sending_Now = false;
+        Pause_Timer_Running = false;
+        window.windowDidLoad();
+        for (int i = 0; i < 2; ++i) {
+            sim::ModemIdentity id;
+            id.imei = QString::number(356000000000100LL + i);
+            sim::ModemBehaviour network;
+            network.networkDelayMs = 0;
+            modems.push_back(std::make_unique<sim::VirtualModem>(id, network));
+            ASSERT_TRUE(modems.back()->start());
+            const QString path = modems.back()->devicePath();
+            port_val_str_array << path;
+            port_det_str_array << Record{{"PORT_DETAL", path},         {"COM_PORT", path.mid(8)},
+                                         {"Model", "VM-100"},          {"SMSMode", "PDU Mode"},
+                                         {"UseCusSMSC", "N"},          {"CusSMSC", ""},
+                                         {"DefSMSC", "+447700900123"}, {"SMS_CAPABLE", "Yes"}};
+            sel_port_name_str = path.mid(8);
+            sel_port_bsd_str = path;
+        }
+        window.applyDeviceSelection();
+        for (int i = 0; i < kRecipients; ++i)
+            window.Create_Num_Msg_List(QStringLiteral("+447700900%1").arg(100 + i), "Stop or go on?");
+        window.prev_composer_msg = window.composerText();
+    }
+    void TearDown() override {
+        Clock::setScale(0.001);
+        clearDeviceSelection();
+    }
+    int received() const {
+        int count = 0;
+        for (const auto& modem : modems)
+            count += int(modem->received().size());
+        return count;
+    }
+    // Presses Stop once a few messages went out, and answers after two seconds of hesitation.
+    // The messages the network got while the question was shown.
+    int hesitateAtStop(bool stop) {
+        int duringQuestion = -1;
+        op.answerWith([&](const QString&) {
+            const int atQuestion = received();
+            spinUntil([] { return false; }, std::chrono::seconds(2));
+            duringQuestion = received() - atQuestion;
+            return stop;
+        });
+        op.onModal<SMS_Sending>([&](SMS_Sending& job) {
+            SendingJobView view(job, nullptr);
+            view.show();
+            ASSERT_TRUE(spinUntil([&] { return received() >= 3; }, std::chrono::seconds(60)));
+            QPushButton* stopButton = nullptr;
+            for (auto* button : view.findChildren<QPushButton*>())
+                if (button->text() == "Stop")
+                    stopButton = button;
+            ASSERT_NE(stopButton, nullptr);
+            QTest::mouseClick(stopButton, Qt::LeftButton);
+            ASSERT_TRUE(spinUntil([&] { return job.statusLine() == kFinish && !job.pleaseWaitShown(); },
+                                  std::chrono::seconds(60)));
+            ASSERT_TRUE(spinUntil([&] { return !job.running(); }, std::chrono::seconds(30)));
+            if (!job.isEnded())
+                job.CancelPressed();
+        });
+        window.Send_SMS_Btn();
+        return duringQuestion;
+    }
+
+    static constexpr int kRecipients = 40;
+    TestDataHome home;
+    ScriptedOperator op;
+    Gsm_Bulk_Sms_Wnd window{op};
+    std::vector<std::unique_ptr<sim::VirtualModem>> modems;
+};
+
+TEST_F(StopQuestionTest, NoNewMessageWhileTheOperatorHesitatesAndNoGoesOnWhereItWas) {
+    const int duringQuestion = hesitateAtStop(false);
+    EXPECT_LE(duringQuestion, 2); // at most the one in the hands of each modem
+    EXPECT_GE(duringQuestion, 0);
+    EXPECT_EQ(received(), kRecipients);
+    QSet<QString> numbers;
+    for (const auto& modem : modems)
+        for (const auto& message : modem->received())
+            numbers.insert(message.number);
+    EXPECT_EQ(numbers.size(), kRecipients); // everyone once
+}
+
+TEST_F(StopQuestionTest, YesEndsTheRunWhereItWasHeld) {
+    const int duringQuestion = hesitateAtStop(true);
+    EXPECT_LE(duringQuestion, 2);
+    EXPECT_GE(duringQuestion, 0);
+    EXPECT_LT(received(), kRecipients);
 }
 
 } // namespace
