@@ -259,6 +259,40 @@ TEST_F(SendingRunTest, APortWhoseModemRefusesItsModeLeavesBeforeTypingAMessage) 
               "Left the run: the device refused PDU Mode (AT+CMGF=0).");
 }
 
+TEST_F(SendingRunTest, AModemThatFallsSilentLeavesItsMessageUnknownAndTheOtherPortSendsTheRest) {
+    ModemBehaviour fallsSilent; // takes its third message to the network, then answers nothing
+    fallsSilent.silentAfterMessages = 2;
+    attach("PDU Mode", fallsSilent);
+    ModemBehaviour steady;
+    steady.answerLatencyMs = 200; // the first modem meets its silence before this one is through
+    attach("PDU Mode", steady);
+    chooseDevices();
+    addRecipients(numbers(12), "x");
+    window.prev_composer_msg = window.composerText();
+    send();
+
+    const QString silentPort = modems.at(0)->devicePath();
+    ASSERT_EQ(modems.at(0)->received().size(), 3);
+    const QString lost = modems.at(0)->received().last().number; // the network has it; the modem never said
+    int unknown = 0;
+    for (const SendingItem& item : items()) {
+        if (item.number == lost) {
+            EXPECT_EQ(item.status, "Unknown (may have been sent)");
+            EXPECT_EQ(item.attempts, 1); // never sent again: that would text the person twice
+            ++unknown;
+        } else {
+            EXPECT_EQ(item.status, "Message sent successfully.") << item.number.toStdString();
+        }
+    }
+    EXPECT_EQ(unknown, 1);
+    QStringList expected = numbers(12);
+    expected.sort();
+    EXPECT_EQ(receivedNumbers(), expected); // everyone once
+    EXPECT_EQ(window.sendingJob().portStatuses().value(silentPort),
+              "Left the run: the device fell silent after a message was handed over (Unknown (may have been "
+              "sent)).");
+}
+
 TEST_F(SendingRunTest, DeliveryReportsFillInDuringTheRunHandedOverOrKeptByTheModem) {
     Clock::setScale(0.05);
     ASSERT_TRUE(Check_Path_And_Create_Files()); // the data folder, where the run's journal goes
