@@ -305,7 +305,7 @@ void SMS_Sending::sendFromPort(const PortJob& job, MFCSMS& session) {
         if (ModemAnswers::isUnknown(status) && !session.Check_Connection(job.fd)) {
             leavePort(
                 job.portName,
-                QStringLiteral("Left the run: the device fell silent after a message was handed over (%1).")
+                QStringLiteral("Left the run: the device fell silent after taking a message (marked \"%1\").")
                     .arg(ModemAnswers::kStatusUnknown));
             return false;
         }

@@ -289,8 +289,8 @@ TEST_F(SendingRunTest, AModemThatFallsSilentLeavesItsMessageUnknownAndTheOtherPo
     expected.sort();
     EXPECT_EQ(receivedNumbers(), expected); // everyone once
     EXPECT_EQ(window.sendingJob().portStatuses().value(silentPort),
-              "Left the run: the device fell silent after a message was handed over (Unknown (may have been "
-              "sent)).");
+              "Left the run: the device fell silent after taking a message (marked \"Unknown (may have been "
+              "sent)\").");
 }
 
 TEST_F(SendingRunTest, DeliveryReportsFillInDuringTheRunHandedOverOrKeptByTheModem) {
