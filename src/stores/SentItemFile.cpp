@@ -52,17 +52,17 @@ QList<SentItem> parseSentItems(const QByteArray& content) {
     return items;
 }
 
-bool writeSentItemsFile(const QString& path, const QList<SentItem>& items) {
+bool writeSentItemsFile(const QString& path, const QList<SentItem>& items, QString* error) {
     AtomicFileWriter file(path);
     for (const SentItem& item : items)
         if (!file.write(formatSentItemLine(item)))
             break;
-    return file.commit();
+    return file.commit(error);
 }
 
-bool appendSentItem(const QString& path, const SentItem& item) {
+bool appendSentItem(const QString& path, const SentItem& item, QString* error) {
     Check_Path_And_Create_Files();
-    return appendToFile(path, formatSentItemLine(item));
+    return appendToFile(path, formatSentItemLine(item), error);
 }
 
 QString sentItemDate() { return QDate::currentDate().toString(QStringLiteral("dd/MM/yyyy")); }

@@ -1,3 +1,4 @@
+#include "FullDisk.h"
 #include "StoreWindowsFixture.h"
 #include "core/FileUtils.h"
 #include "list/Load_Num_Info.h"
@@ -5,6 +6,7 @@
 #include "stores/SentItemFile.h"
 #include "stores/Sent_Items.h"
 
+#include <QDir>
 #include <QFileInfo>
 
 namespace {
@@ -135,16 +137,56 @@ TEST_F(SentItemsTest, AFilterWithNothingInItsGroupStaysOpen) {
     EXPECT_EQ(op.alerts(), QStringList{"\n" + kNoItemForExportOption});
 }
 
-TEST_F(SentItemsTest, AnUnwritableExportSaysSo) {
-    loaded();
+// An export that cannot be written tells the operator which file and why, never offers to open
+// it, and leaves a file already there exactly as it was. A full disk is a file size limit on a
+// child of this test running the window.
+TEST_F(SentItemsTest, AnExportThatCannotBeWrittenSaysWhyAndKeepsTheOldFile) {
     gsm_and_none = 2; // Android: no filter
     loaded();
-    op.onModal<Export_Option>([](Export_Option& d) {
-          d.Export_In_Html_RD();
-          d.OKPressed();
-      }).chooseFile(path("missing-folder/report.html"));
-    window.Export_Btn();
-    EXPECT_EQ(op.alerts(), QStringList{"\n" + kErrorInFileAccessing});
+    ASSERT_TRUE(QDir().mkpath(path("report.html")));
+    const QByteArray old = "the export of last week\n";
+    writeFile("sent.txt", old);
+    writeFile("sent.xlsx", old);
+    const struct {
+        void (Export_Option::*format)();
+        QString target;
+        qint64 sizeLimit; // negative: none
+        QString reason;
+    } cases[] = {
+        {&Export_Option::Export_In_Text_RD, path("sent.txt"), 40, "File too large"},
+        {&Export_Option::Export_In_Xlsx_RD, path("sent.xlsx"), 2048, "File too large"},
+        {&Export_Option::Export_In_Html_RD, path("report.html"), -1, "Is a directory"},
+        {&Export_Option::Export_In_Html_RD, path("missing-folder/report.html"), -1,
+         "No such file or directory"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.target.toStdString());
+        const QString shown = inChildWithFileSizeLimit(c.sizeLimit, [&] {
+            op.onModal<Export_Option>([&](Export_Option& d) {
+                  (d.*c.format)();
+                  d.OKPressed();
+              }).chooseFile(c.target);
+            window.Export_Btn();
+            return (op.alerts() + op.dialogs()).join('|');
+        });
+        EXPECT_EQ(shown, "\n" + kErrorInFileAccessing + "\n" + c.target + ": " + c.reason + "|Export_Option");
+    }
+    EXPECT_EQ(readAll(path("sent.txt")), old);
+    EXPECT_EQ(readAll(path("sent.xlsx")), old);
+    EXPECT_EQ(QDir(home.root()).entryList(QDir::Files | QDir::Hidden),
+              (QStringList{"sent.txt", "sent.xlsx"})); // nothing half written beside them
+}
+
+// Closing rewrites the file; a disk that refuses it is told, and the file keeps what it had.
+TEST_F(SentItemsTest, ARewriteAtCloseThatFailsIsTold) {
+    loaded();
+    const QByteArray before = readAll(SentItem_File_Path);
+    const QString shown = inChildWithFileSizeLimit(16, [&] {
+        window.Close_Btn();
+        return op.alerts().join('|');
+    });
+    EXPECT_EQ(shown, "\n" + kErrorInFileAccessing + "\n" + SentItem_File_Path + ": File too large");
+    EXPECT_EQ(readAll(SentItem_File_Path), before);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "stores/SentItemFile.h"
 #include "stores/TemplateFile.h"
 
+#include "FullDisk.h"
 #include "TestEnvironment.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
@@ -135,6 +136,30 @@ TEST(TemplateFile, ParallelSendersAddEachTextOnce) {
     const QStringList templates = parseTemplates(readAll(Templates_File_Path));
     EXPECT_EQ(templates.size(), 50);
     EXPECT_EQ(QSet<QString>(templates.begin(), templates.end()).size(), 50);
+}
+
+// The disk fills during a run: the appends say which file and why, the files keep what they
+// had, and a template that never reached its file is not taken as known.
+TEST(StoredListFiles, AppendsOnAFullDiskFailWithTheReason) {
+    TestDataHome home;
+    ASSERT_TRUE(
+        appendSentItem(SentItem_File_Path, {"111", "first", "01/02/2025", "Message sent successfully."}));
+    ASSERT_TRUE(appendTemplateIfNew("first"));
+    const QByteArray sent = readAll(SentItem_File_Path), templates = readAll(Templates_File_Path);
+    const QString longText(300, 'x');
+    const QString outcome = inChildWithFileSizeLimit(200, [&] {
+        QString sentError = "unset", templateError = "unset";
+        const bool sentAdded = appendSentItem(
+            SentItem_File_Path, {"222", longText, "01/02/2025", "Message sent successfully."}, &sentError);
+        const bool templateAdded = appendTemplateIfNew(longText, &templateError);
+        return QStringList{sentAdded ? "added" : sentError, templateAdded ? "added" : templateError,
+                           Check_Duplicate_Template(longText) ? "known" : "unknown"}
+            .join('|');
+    });
+    EXPECT_EQ(outcome,
+              SentItem_File_Path + ": File too large|" + Templates_File_Path + ": File too large|unknown");
+    EXPECT_EQ(readAll(SentItem_File_Path), sent);
+    EXPECT_EQ(readAll(Templates_File_Path), templates);
 }
 
 } // namespace
