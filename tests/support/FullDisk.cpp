@@ -1,13 +1,12 @@
 #include "FullDisk.h"
 
-#include <cerrno>
 #include <csignal>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
-void applyLimit(qint64 bytes) {
+void applyLimit(qint64 bytes) { // async-signal-safe: also runs between fork and exec
     if (bytes < 0)
         return;
     ::signal(SIGXFSZ, SIG_IGN);
@@ -17,7 +16,6 @@ void applyLimit(qint64 bytes) {
 } // namespace
 
 void limitFileSizeOfChild(QProcess& process, qint64 bytes) {
-    // Runs between fork and exec: only async-signal-safe calls.
     process.setChildProcessModifier([bytes] { applyLimit(bytes); });
 }
 
@@ -27,31 +25,19 @@ QString inChildWithFileSizeLimit(qint64 bytes, const std::function<QString()>& b
         return QStringLiteral("<child failed>");
     const pid_t child = ::fork();
     if (child == 0) {
-        ::close(channel[0]);
         if (dropToNobody && ::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0))
             ::_exit(2);
         applyLimit(bytes);
-        const QByteArray answer = body().toUtf8();
-        for (qsizetype done = 0; done < answer.size();) {
-            const ssize_t n = ::write(channel[1], answer.constData() + done, size_t(answer.size() - done));
-            if (n <= 0)
-                ::_exit(3);
-            done += n;
-        }
-        ::_exit(0);
+        const QByteArray answer = body().toUtf8(); // small: one write to the pipe takes it
+        ::_exit(::write(channel[1], answer.constData(), size_t(answer.size())) == answer.size() ? 0 : 3);
     }
     ::close(channel[1]);
     QByteArray answer;
     char buffer[4096];
-    for (ssize_t n; (n = ::read(channel[0], buffer, sizeof buffer)) != 0;) {
-        if (n > 0)
-            answer.append(buffer, n);
-        else if (errno != EINTR)
-            break;
-    }
+    for (ssize_t n; (n = ::read(channel[0], buffer, sizeof buffer)) > 0;)
+        answer.append(buffer, n);
     ::close(channel[0]);
     int status = 0;
-    if (child < 0 || ::waitpid(child, &status, 0) != child || !WIFEXITED(status) || WEXITSTATUS(status) != 0)
-        return QStringLiteral("<child failed>");
-    return QString::fromUtf8(answer);
+    const bool ended = child > 0 && ::waitpid(child, &status, 0) == child && WIFEXITED(status);
+    return ended && WEXITSTATUS(status) == 0 ? QString::fromUtf8(answer) : QStringLiteral("<child failed>");
 }
