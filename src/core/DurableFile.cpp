@@ -68,8 +68,9 @@ DurableFile::DurableFile(const QString& path) : m_path(path) {
     const QByteArray target = QFile::encodeName(path);
     m_fd = createTemporary(target, m_temporary);
     if (m_fd < 0) {
-        m_temporary.clear();
-        failWithErrno();
+        const int error = errno;
+        m_temporary.clear(); // not ours: nothing to remove
+        fail(systemError(error));
         return;
     }
     // The umask may have taken more than asked for; the owner keeps reading and writing.
