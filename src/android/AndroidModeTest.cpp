@@ -57,13 +57,13 @@ void startThenClean(Outcome& outcome, const QString& localFile, const std::funct
 Outcome singleShot(const QString& number, const QString& text) {
     Outcome outcome;
     const QString path = localPath(kListFileName);
-    // An empty list first: whether the phone's storage takes the file at all.
-    writeFileAtomically(path, QByteArray());
-    outcome.copied = Save_File_To_Phone_Storage(kListFileName, true, kUninterrupted);
-    if (outcome.copied) {
-        writeFileAtomically(path, listFileLine(number, text));
-        outcome.copied = Save_File_To_Phone_Storage(kListFileName, true, kUninterrupted);
-    }
+    // An empty list first: whether the phone's storage takes the file at all. A file that
+    // could not be written here is never copied: the phone would get an old one.
+    outcome.copied = writeFileAtomically(path, QByteArray(), &outcome.fileError) &&
+                     Save_File_To_Phone_Storage(kListFileName, true, kUninterrupted);
+    if (outcome.copied)
+        outcome.copied = writeFileAtomically(path, listFileLine(number, text), &outcome.fileError) &&
+                         Save_File_To_Phone_Storage(kListFileName, true, kUninterrupted);
     startThenClean(outcome, path, [] {
         return ExecuteExternalFile({QStringLiteral("shell"), QStringLiteral("am"), QStringLiteral("start"),
                                     QStringLiteral("-a"), QStringLiteral("android.intent.category.MAIN"),
@@ -76,8 +76,8 @@ Outcome singleShot(const QString& number, const QString& text) {
 Outcome standard(const QString& number, const QString& text) {
     Outcome outcome;
     const QString path = localPath(kMessageFileName);
-    writeFileAtomically(path, text.toUtf8());
-    outcome.copied = Save_File_To_Phone_Storage(kMessageFileName, true, kUninterrupted);
+    outcome.copied = writeFileAtomically(path, text.toUtf8(), &outcome.fileError) &&
+                     Save_File_To_Phone_Storage(kMessageFileName, true, kUninterrupted);
     startThenClean(outcome, path, [&number] { return Send_AN_MSG_Command(number, QString(), false); });
     return outcome;
 }

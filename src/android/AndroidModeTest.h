@@ -23,7 +23,8 @@ QString checkedTestNumber(const QString& typed, QString& problem);
 struct Outcome {
     bool copied = true; // the file the path needs reached the phone (classic needs none)
     bool started = false;
-    QString output; // what the start of the app printed
+    QString fileError; // "<file>: <reason>" when the file for the phone could not be written
+    QString output;    // what the start of the app printed
     // The app was started and did not report an error.
     bool worked() const;
 };

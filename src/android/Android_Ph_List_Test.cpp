@@ -9,6 +9,7 @@
 #include "PhoneStorage.h"
 #include "core/AppState.h"
 #include "core/Clock.h"
+#include "core/FileUtils.h"
 #include "core/Guard.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
@@ -47,12 +48,20 @@ void Android_Ph_List_Wnd::Send_Test_Btn() {
                 return;
             }
             Send_DEL_File_Command_To_Phone();
-            AndroidModeTest::singleShot(number,
-                                        AndroidModeTest::caseText(AndroidModeTest::kSingleShot, model));
-            AndroidModeTest::standard(number, AndroidModeTest::caseText(AndroidModeTest::kStandard, model));
+            QString fileError = AndroidModeTest::singleShot(
+                                    number, AndroidModeTest::caseText(AndroidModeTest::kSingleShot, model))
+                                    .fileError;
+            const QString standardError =
+                AndroidModeTest::standard(number,
+                                          AndroidModeTest::caseText(AndroidModeTest::kStandard, model))
+                    .fileError;
+            if (fileError.isEmpty())
+                fileError = standardError;
             AndroidModeTest::classic(number, AndroidModeTest::caseText(AndroidModeTest::kClassic, model));
             Clock::sleep(1s);
             onMain([this] { m_pleaseWait = false; });
+            if (!fileError.isEmpty())
+                m_op.Show_MessageBox(errorInFileAccessing(fileError));
             m_op.Show_MessageBox(QStringLiteral("Message Sending Process Completed."));
         });
         onMain([this] {

@@ -8,6 +8,7 @@
 #include "core/AppState.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
+#include "core/FileUtils.h"
 #include "core/Guard.h"
 #include "core/MainThread.h"
 #include "core/MainWindowController.h"
@@ -128,6 +129,10 @@ void Android_TroubleShooting::runCases(const QString& number, const QString& dev
             Write_In_Troubleshoot_File(
                 QStringLiteral("Case %1 Failed the file could not be copied to the phone's storage\n")
                     .arg(i + 1));
+        if (!outcome.fileError.isEmpty()) {
+            Write_In_Troubleshoot_File(outcome.fileError + QLatin1Char('\n'));
+            m_op.Show_MessageBox(errorInFileAccessing(outcome.fileError));
+        }
         setStatus(i, worked ? QStringLiteral("Success") : QStringLiteral("Fail"));
         if (i < 2)
             Clock::sleep(1s);

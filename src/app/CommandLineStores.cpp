@@ -63,10 +63,10 @@ QString commandUsage() {
 
 int runSentItems(const QStringList& arguments) {
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral(
-        "Exports the sent items as the sent-items window does: text and HTML as UTF-16, or a "
-        "workbook. Exit status: 0 when written, 1 when the file could not be written, 2 on bad "
-        "input."));
+    parser.setApplicationDescription(
+        QStringLiteral("Exports the sent items as the sent-items window does: text and HTML as UTF-16, or a "
+                       "workbook. Exit status: 0 when written, 2 on bad input, 4 when the file could not be "
+                       "written (a file already there is then left as it was)."));
     parser.addHelpOption();
     const QCommandLineOption exportFile(QStringLiteral("export"), QStringLiteral("The file to write."),
                                         QStringLiteral("file"));
@@ -94,14 +94,17 @@ int runSentItems(const QStringList& arguments) {
         if (statusPassesFilter(item.status, group))
             items << item;
     bool written = false;
+    QString why;
     switch (format) {
-    case ExportFormat::Text: written = writeExportBytes(path, sentItemsText(items, withStatus)); break;
-    case ExportFormat::Html: written = writeExportBytes(path, sentItemsHtml(items, withStatus)); break;
-    case ExportFormat::Xlsx: written = writeExportWorkbook(path, sentItemsRows(items, withStatus)); break;
+    case ExportFormat::Text: written = writeExportBytes(path, sentItemsText(items, withStatus), &why); break;
+    case ExportFormat::Html: written = writeExportBytes(path, sentItemsHtml(items, withStatus), &why); break;
+    case ExportFormat::Xlsx:
+        written = writeExportWorkbook(path, sentItemsRows(items, withStatus), &why);
+        break;
     }
     if (!written) {
-        printErr(kErrorInFileAccessing);
-        return 1;
+        printErr(errorInFileAccessing(why));
+        return kExitDataNotWritten;
     }
     printOut(QStringLiteral("%1 sent items written to %2").arg(items.size()).arg(path));
     return 0;
@@ -111,7 +114,8 @@ int runTemplates(const QStringList& arguments) {
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("Exports the message templates as the templates window does. Exit status: 0 when "
-                       "written, 1 when the file could not be written, 2 on bad input."));
+                       "written, 2 on bad input, 4 when the file could not be written (a file already "
+                       "there is then left as it was)."));
     parser.addHelpOption();
     const QCommandLineOption exportFile(QStringLiteral("export"), QStringLiteral("The file to write."),
                                         QStringLiteral("file"));
@@ -126,12 +130,13 @@ int runTemplates(const QStringList& arguments) {
     Templates store(op);
     store.loadFrom(readData(Templates_File_Path));
     const QStringList all = store.templates();
-    const bool written = format == ExportFormat::Xlsx   ? writeExportWorkbook(path, templatesRows(all))
-                         : format == ExportFormat::Html ? writeExportBytes(path, templatesHtml(all))
-                                                        : writeExportBytes(path, templatesText(all));
+    QString why;
+    const bool written = format == ExportFormat::Xlsx   ? writeExportWorkbook(path, templatesRows(all), &why)
+                         : format == ExportFormat::Html ? writeExportBytes(path, templatesHtml(all), &why)
+                                                        : writeExportBytes(path, templatesText(all), &why);
     if (!written) {
-        printErr(kErrorInFileAccessing);
-        return 1;
+        printErr(errorInFileAccessing(why));
+        return kExitDataNotWritten;
     }
     printOut(QStringLiteral("%1 templates written to %2").arg(all.size()).arg(path));
     return 0;

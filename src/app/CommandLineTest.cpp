@@ -4,6 +4,7 @@
 #include "ConsoleOperator.h"
 #include "ConsoleOutput.h"
 #include "android/Bulk_SMSAppDelegate.h"
+#include "core/FileUtils.h"
 #include "core/Launch.h"
 #include "gsm/ModemAnswers.h"
 #include "gsm/ModemDiscovery.h"
@@ -12,7 +13,6 @@
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 
 #include <QCommandLineParser>
-#include <QFile>
 
 namespace {
 
@@ -58,10 +58,10 @@ int testGsmDevice(Operator& op, const QString& path, const QString& number, cons
     if (!reportPath.isEmpty()) {
         const QByteArray bytes =
             SendModeTest::reportBytes(GSM_Device_List_Wnd::deviceDetailText(device), cases);
-        QFile file(reportPath);
-        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size()) {
-            err(QStringLiteral("Error in file accessing."));
-            return 1;
+        QString why;
+        if (!writeFileAtomically(reportPath, bytes, &why)) {
+            err(errorInFileAccessing(why));
+            return kExitDataNotWritten;
         }
     }
     for (const Record& c : cases)
@@ -78,7 +78,8 @@ int runTestDevice(const QStringList& arguments) {
         "Finds out which settings work on a device: sends one test message per combination of\n"
         "mode (PDU, text) and service centre (the modem's own, --smsc) that the modem supports,\n"
         "and prints each case with its outcome.\n"
-        "Exit status: 0 when at least one case worked, 1 when none did, 2 on bad input."));
+        "Exit status: 0 when at least one case worked, 1 when none did, 2 on bad input,\n"
+        "4 when the report could not be written."));
     parser.addHelpOption();
     const QCommandLineOption device(QStringLiteral("device"), QStringLiteral("The modem's device path."),
                                     QStringLiteral("path"));

@@ -6,3 +6,7 @@
 
 void printOut(const QString& line); // standard output: what scripts parse
 void printErr(const QString& line); // standard error: questions, progress and reasons
+
+// Exit status of a command that stopped because data could not be written (a full disk, a
+// folder it may not write in).
+constexpr int kExitDataNotWritten = 4;

@@ -5,7 +5,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 #include <cerrno>
 #include <cstring>
@@ -52,70 +51,67 @@ void Delete_File(const QString& path) {
         Show_NSLog_Message(QStringLiteral("Delete_File %1: %2").arg(path, errnoText()));
 }
 
-AtomicFileWriter::AtomicFileWriter(const QString& path) : m_file(std::make_unique<QSaveFile>(path)) {
-    m_ok = m_file->open(QIODevice::WriteOnly);
-    if (m_ok)
-        m_file->setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-    else
-        Show_NSLog_Message(QStringLiteral("%1: %2").arg(path, m_file->errorString()));
-}
-
-AtomicFileWriter::~AtomicFileWriter() {
-    if (m_file->isOpen())
-        m_file->cancelWriting(); // never committed: the old file stays as it was
-}
-
-bool AtomicFileWriter::write(const QByteArray& bytes) {
-    if (!m_ok)
-        return false;
-    if (m_file->write(bytes) != bytes.size()) {
-        Show_NSLog_Message(QStringLiteral("%1: %2").arg(m_file->fileName(), m_file->errorString()));
-        m_ok = false;
-    }
-    return m_ok;
-}
-
-bool AtomicFileWriter::commit() {
-    if (!m_ok) {
-        if (m_file->isOpen())
-            m_file->cancelWriting();
-        return false;
-    }
-    m_ok = m_file->commit();
-    if (!m_ok)
-        Show_NSLog_Message(QStringLiteral("%1: %2").arg(m_file->fileName(), m_file->errorString()));
-    return m_ok;
-}
-
-bool writeFileAtomically(const QString& path, const QByteArray& content) {
-    AtomicFileWriter file(path);
+bool writeFileAtomically(const QString& path, const QByteArray& content, QString* error) {
+    DurableFile file(path);
     file.write(content);
-    return file.commit();
+    return file.commit(error);
 }
 
-bool appendToFile(const QString& path, const QByteArray& bytes) {
-    const int fd = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_APPEND | O_CLOEXEC);
-    if (fd < 0) {
-        Show_NSLog_Message(QStringLiteral("%1: %2").arg(path, errnoText()));
+bool appendToFile(const QString& path, const QByteArray& bytes, QString* error) {
+    const auto failed = [&](int code) {
+        const QString text = path + QStringLiteral(": ") + QString::fromLocal8Bit(std::strerror(code));
+        Show_NSLog_Message(text);
+        if (error)
+            *error = text;
         return false;
+    };
+    const int fd = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_APPEND | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0)
+        return failed(errno);
+    qsizetype done = 0;
+    int code = 0;
+    while (done < bytes.size()) {
+        const ssize_t written = ::write(fd, bytes.constData() + done, size_t(bytes.size() - done));
+        if (written > 0) {
+            done += written;
+        } else if (written == 0 || errno != EINTR) {
+            code = written == 0 ? EIO : errno;
+            break;
+        }
     }
-    const ssize_t written = ::write(fd, bytes.constData(), static_cast<size_t>(bytes.size()));
-    const bool ok = written == bytes.size();
-    if (!ok)
-        Show_NSLog_Message(QStringLiteral("%1: %2").arg(path, errnoText()));
-    ::close(fd);
-    return ok;
+    if (code != 0 && done > 0) {
+        // Half a line would read as a record of its own: take it back unless another writer
+        // has appended since.
+        struct stat st {};
+        const off_t end = ::lseek(fd, 0, SEEK_CUR);
+        if (end >= done && ::fstat(fd, &st) == 0 && st.st_size == end && ::ftruncate(fd, end - done) != 0)
+            Show_NSLog_Message(QStringLiteral("%1: a partly written line stays: %2").arg(path, errnoText()));
+    }
+    if (::close(fd) != 0 && errno != EINTR && code == 0)
+        code = errno;
+    if (code != 0)
+        return failed(code);
+    if (error)
+        error->clear();
+    return true;
 }
 
-bool createEmptyFile(const QString& path) {
+bool createEmptyFile(const QString& path, QString* error) {
     const QByteArray native = QFile::encodeName(path);
     const int fd = ::open(native.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kPrivateFile);
     if (fd < 0) {
-        Show_NSLog_Message(QStringLiteral("%1: %2").arg(path, errnoText()));
+        const QString text = QStringLiteral("%1: %2").arg(path, errnoText());
+        Show_NSLog_Message(text);
+        if (error)
+            *error = text;
         return false;
     }
     ::close(fd);
     return true;
+}
+
+QString errorInFileAccessing(const QString& error) {
+    return error.isEmpty() ? kErrorInFileAccessing : kErrorInFileAccessing + QLatin1Char('\n') + error;
 }
 
 void makePrivate(const QString& path) {

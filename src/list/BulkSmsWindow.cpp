@@ -6,6 +6,7 @@
 #include "Update_Num_SMS.h"
 #include "core/AppState.h"
 #include "core/DataFolder.h"
+#include "core/FileUtils.h"
 #include "core/Log.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
@@ -448,8 +449,9 @@ void BulkSmsWindow::setDefaultCountry(const QString& region) {
     const QString code = NumberNormaliser::regionCode(region);
     if ((code.isEmpty() && !region.trimmed().isEmpty()) || code == defaultCountry())
         return;
-    if (!DefaultCountry::instance().choose(code))
-        op().Show_MessageBox(QStringLiteral("Error in file accessing."));
+    QString why;
+    if (!DefaultCountry::instance().choose(code, &why))
+        op().Show_MessageBox(errorInFileAccessing(why));
     emit changed();
 }
 

@@ -66,12 +66,12 @@ bool DefaultCountry::set(const QString& region) {
     return true;
 }
 
-bool DefaultCountry::choose(const QString& region) {
+bool DefaultCountry::choose(const QString& region, QString* error) {
     if (!set(region))
         return false;
     const QString code = this->region();
     if (Bulk_SMS_Data_Folder_Path.isEmpty() ||
-        !writeFileAtomically(filePath(), code.isEmpty() ? QByteArray() : code.toUtf8() + '\n')) {
+        !writeFileAtomically(filePath(), code.isEmpty() ? QByteArray() : code.toUtf8() + '\n', error)) {
         Show_NSLog_Message(QStringLiteral("The default country could not be kept in %1").arg(filePath()));
         return false;
     }

@@ -26,8 +26,9 @@ public:
     // For this process only; "" (or "none") is none. False, and nothing changes, for a code
     // that is no region.
     bool set(const QString& region);
-    // Chosen in a window: set, and kept in the data folder for the next start.
-    bool choose(const QString& region);
+    // Chosen in a window: set, and kept in the data folder for the next start. False when
+    // either failed; error (may be null) then says which file could not be written and why.
+    bool choose(const QString& region, QString* error = nullptr);
     // The choice kept in the data folder; none when there is none or it is unreadable.
     void load();
 

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <ctime>
 #include <fcntl.h>
 #include <mutex>
@@ -116,6 +117,8 @@ bool writeToEntry(zipFile zip, const char* data, size_t size) {
     return true;
 }
 
+QString systemError(int code) { return QString::fromLocal8Bit(std::strerror(code)); }
+
 QString currentEntryName(unzFile zip, unz_file_info& info, bool& ok) {
     ok = unzGetCurrentFileInfo(zip, &info, nullptr, 0, nullptr, 0, nullptr, 0) == UNZ_OK;
     if (!ok)
@@ -127,6 +130,69 @@ QString currentEntryName(unzFile zip, unz_file_info& info, bool& ok) {
 }
 
 } // namespace
+
+// minizip's own stdio access, with the first error of the system kept: stdio buffers, so a
+// full disk may show at a later write, a seek or the close, and minizip keeps no errno.
+struct SSZipArchive::TracedIo {
+    zlib_filefunc64_def inner{};
+    zlib_filefunc64_def traced{};
+    int error = 0;
+
+    static TracedIo& of(voidpf opaque) { return *static_cast<TracedIo*>(opaque); }
+    void keep() {
+        if (error == 0)
+            error = errno != 0 ? errno : EIO;
+    }
+    static voidpf ZCALLBACK open(voidpf opaque, const void* name, int mode) {
+        TracedIo& io = of(opaque);
+        errno = 0;
+        voidpf stream = io.inner.zopen64_file(io.inner.opaque, name, mode);
+        if (stream == nullptr)
+            io.keep();
+        return stream;
+    }
+    static uLong ZCALLBACK read(voidpf opaque, voidpf stream, void* buffer, uLong size) {
+        TracedIo& io = of(opaque);
+        return io.inner.zread_file(io.inner.opaque, stream, buffer, size);
+    }
+    static uLong ZCALLBACK write(voidpf opaque, voidpf stream, const void* buffer, uLong size) {
+        TracedIo& io = of(opaque);
+        errno = 0;
+        const uLong written = io.inner.zwrite_file(io.inner.opaque, stream, buffer, size);
+        if (written != size)
+            io.keep();
+        return written;
+    }
+    static ZPOS64_T ZCALLBACK tell(voidpf opaque, voidpf stream) {
+        TracedIo& io = of(opaque);
+        return io.inner.ztell64_file(io.inner.opaque, stream);
+    }
+    static long ZCALLBACK seek(voidpf opaque, voidpf stream, ZPOS64_T offset, int origin) {
+        TracedIo& io = of(opaque);
+        errno = 0;
+        const long result = io.inner.zseek64_file(io.inner.opaque, stream, offset, origin);
+        if (result != 0)
+            io.keep();
+        return result;
+    }
+    static int ZCALLBACK close(voidpf opaque, voidpf stream) {
+        TracedIo& io = of(opaque);
+        errno = 0;
+        const int result = io.inner.zclose_file(io.inner.opaque, stream);
+        if (result != 0)
+            io.keep();
+        return result;
+    }
+    static int ZCALLBACK testError(voidpf opaque, voidpf stream) {
+        TracedIo& io = of(opaque);
+        return io.inner.zerror_file(io.inner.opaque, stream);
+    }
+
+    TracedIo() {
+        fill_fopen64_filefunc(&inner);
+        traced = {open, read, write, tell, seek, close, testError, this};
+    }
+};
 
 SSZipLimits SSZipArchive::limits() {
     std::lock_guard lock(g_limitsMutex);
@@ -320,10 +386,11 @@ bool SSZipArchive::createZipFileAtPath(const QString& path, const QStringList& w
 }
 
 bool SSZipArchive::createZipFileFromTemplate(const QString& path, const QString& templatePath,
-                                             const QHash<QString, SSZipEntryContent>& generated) {
+                                             const QHash<QString, SSZipEntryContent>& generated,
+                                             SSZipError* error) {
     unzFile source = unzOpen(QFile::encodeName(templatePath).constData());
     if (!source) {
-        report(nullptr, OpenFailed, QStringLiteral("failed to open zip file"));
+        report(error, OpenFailed, QStringLiteral("failed to open zip file ") + templatePath);
         return false;
     }
     // Entry name (UTF-8, so the map's order is byte-wise) -> where the template stores it,
@@ -340,12 +407,13 @@ bool SSZipArchive::createZipFileFromTemplate(const QString& path, const QString&
         entries.insert(name.replace(QLatin1Char('\\'), QLatin1Char('/')).toUtf8(), at);
     }
     if (status != UNZ_OK && status != UNZ_END_OF_LIST_OF_FILE) {
-        report(nullptr, EntryReadFailed, QStringLiteral("failed to list the entries of the zip file"));
+        report(error, EntryReadFailed,
+               QStringLiteral("failed to list the entries of the zip file ") + templatePath);
         unzClose(source);
         return false;
     }
     if (status == UNZ_OK) { // stopped at an entry that cannot be copied
-        report(nullptr, EntryReadFailed, QStringLiteral("failed to read zip entry"));
+        report(error, EntryReadFailed, QStringLiteral("failed to read zip entry of ") + templatePath);
         unzClose(source);
         return false;
     }
@@ -363,6 +431,7 @@ bool SSZipArchive::createZipFileFromTemplate(const QString& path, const QString&
     SSZipArchive archive(path);
     if (!archive.open()) {
         unzClose(source);
+        report(error, WriteFailed, archive.writeFailure());
         return false;
     }
     bool ok = true;
@@ -380,6 +449,7 @@ bool SSZipArchive::createZipFileFromTemplate(const QString& path, const QString&
     if (ok && archive.m_closedCleanly)
         return true;
     Show_NSLog_Message(QStringLiteral("Error: the archive %1 could not be written completely").arg(path));
+    report(error, WriteFailed, archive.writeFailure());
     struct stat st;
     if (::lstat(QFile::encodeName(path).constData(), &st) == 0 && S_ISREG(st.st_mode))
         ::unlink(QFile::encodeName(path).constData()); // never a device or what a link points to
@@ -398,8 +468,14 @@ bool SSZipArchive::open() {
         Show_NSLog_Message(QStringLiteral("Attempting open an archive which is already open"));
         return false;
     }
-    _zip = zipOpen(QFile::encodeName(_path).constData(), APPEND_STATUS_CREATE);
+    m_io = std::make_unique<TracedIo>();
+    const QByteArray native = QFile::encodeName(_path);
+    _zip = zipOpen2_64(native.constData(), APPEND_STATUS_CREATE, nullptr, &m_io->traced);
     return _zip != nullptr;
+}
+
+QString SSZipArchive::writeFailure() const {
+    return m_io && m_io->error != 0 ? systemError(m_io->error) : QStringLiteral("not written completely");
 }
 
 bool SSZipArchive::writeFile(const QString& relativeName, const QString& basePath) {
@@ -431,7 +507,7 @@ bool SSZipArchive::close() {
         Show_NSLog_Message(QStringLiteral("Attempting to close an archive which was never opened"));
         return true;
     }
-    m_closedCleanly = zipClose(_zip, nullptr) == ZIP_OK;
+    m_closedCleanly = zipClose(_zip, nullptr) == ZIP_OK && m_io->error == 0;
     _zip = nullptr;
     return true;
 }

@@ -15,6 +15,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <memory>
 
 #include <unzip.h>
 #include <zip.h>
@@ -65,6 +66,7 @@ public:
         EntryReadFailed = -5,
         EntryMissing = -6,
         EntryEncrypted = -7,
+        WriteFailed = -8,
     };
 
     // Unpacks every entry in archive order. password may be empty. error may be null.
@@ -91,9 +93,12 @@ public:
     // in generated holds what its content writes instead, deflated at the fastest level
     // (added when the template has no such entry). These are the large parts, made on the
     // fly rather than written to a file and read back. True only when every entry and the
-    // archive's directory were written; otherwise the incomplete archive is removed.
+    // archive's directory were written; otherwise the incomplete archive is removed and error
+    // (may be null) says why: WriteFailed with the system's words ("File too large") when
+    // the archive could not be written.
     static bool createZipFileFromTemplate(const QString& path, const QString& templatePath,
-                                          const QHash<QString, SSZipEntryContent>& generated);
+                                          const QHash<QString, SSZipEntryContent>& generated,
+                                          SSZipError* error = nullptr);
 
     // Current caps of unpacking; process-wide, change them only while nothing unpacks.
     static SSZipLimits limits();
@@ -121,8 +126,14 @@ private:
     bool addEmptyFolderEntry(const QString& entryName);
     bool addGeneratedEntry(const QString& entryName, const SSZipEntryContent& content);
     bool copyStoredEntry(unzFile source, unz_file_pos at, const QByteArray& name);
+    // Why the archive could not be written, in the system's words when it gave any.
+    QString writeFailure() const;
+
+    // minizip's file access with the first system error of writing kept.
+    struct TracedIo;
 
     QString _path;
     zipFile _zip = nullptr;
+    std::unique_ptr<TracedIo> m_io;
     bool m_closedCleanly = false; // the last close wrote the directory
 };

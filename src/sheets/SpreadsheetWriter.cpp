@@ -8,10 +8,10 @@
 #include "XlsxWorkbookParts.h"
 #include "Xml2003Reader.h"
 #include "core/DataFolder.h"
+#include "core/DurableFile.h"
 #include "core/Log.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QHash>
 #include <QScopeGuard>
@@ -34,12 +34,9 @@ QString templatePackage() {
 
 // Writes one part to a file of its own.
 bool writePartFile(const QString& location, const std::function<bool(const XmlPartWriter::Sink&)>& content) {
-    QFile file(location);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        return false;
-    const bool ok =
-        content([&file](const char* bytes, qsizetype size) { return file.write(bytes, size) == size; });
-    return file.flush() && ok;
+    DurableFile file(location);
+    const bool made = content([&file](const char* bytes, qsizetype size) { return file.write(bytes, size); });
+    return made && file.commit();
 }
 
 void reportUnwritablePart(const QString& location) {
@@ -289,11 +286,13 @@ bool SpreadsheetWriter::WriteSharedStringsXML(const QString& location) {
 }
 
 bool SpreadsheetWriter::WriteWorkbook(const QString& location, const SpreadsheetData& withData,
-                                      bool hasTitleRow) {
+                                      bool hasTitleRow, QString* error) {
     Q_UNUSED(hasTitleRow)
     if (s_streaming) { // a load is reading a workbook on its thread through the same object
         Show_NSLog_Message(
             QStringLiteral("Error: a workbook is being read; %1 is not written now").arg(location));
+        if (error)
+            *error = location + QStringLiteral(": a workbook is being read");
         return false;
     }
     SpreadsheetWriter& self = shared();
@@ -321,7 +320,19 @@ bool SpreadsheetWriter::WriteWorkbook(const QString& location, const Spreadsheet
              return stringsOk = writeSharedStringsPart(sink, withData, cells);
          }},
     };
-    const bool written = SSZipArchive::createZipFileFromTemplate(location, templatePackage(), generated);
+    // Packed under a temporary name beside the target and renamed over it only when whole:
+    // an old workbook of that name stays as it was if this one cannot be written.
+    const bool written = replaceFileDurably(
+        location,
+        [&](const QString& temporaryPath, QString& reason) {
+            SSZipError zipError;
+            if (SSZipArchive::createZipFileFromTemplate(temporaryPath, templatePackage(), generated,
+                                                        &zipError))
+                return true;
+            reason = zipError.description;
+            return false;
+        },
+        error);
     if (!stringsOk)
         reportUnwritablePart(location + QStringLiteral(" (") + stringsEntry + QLatin1Char(')'));
     if (!sheetOk)

@@ -55,8 +55,11 @@ public:
     // ---- writing ----
     // Every caller passes hasTitleRow false; it does not change the output. The worksheet
     // and shared strings are made while the archive is packed; neither they nor the table
-    // are kept afterwards (data and sharedStrings are left empty).
-    static bool WriteWorkbook(const QString& location, const SpreadsheetData& withData, bool hasTitleRow);
+    // are kept afterwards (data and sharedStrings are left empty). The workbook replaces any
+    // file at location only once it is whole and on the disk; error (may be null) gets
+    // "<location>: <reason>" when it could not be written.
+    static bool WriteWorkbook(const QString& location, const SpreadsheetData& withData, bool hasTitleRow,
+                              QString* error = nullptr);
     static QString ColumnIndexToName(int column);
 
     // Full read of one sheet (1-based) into `data`.

@@ -23,10 +23,11 @@ bool exportContactList(BulkSmsWindow& window) {
         rows.reserve(window.list().size());
         for (const Record& r : window.list().records())
             rows.append({r.value(kNumberKey), r.value(kMessageKey)});
-        written = format == ExportFormat::Xlsx ? writeExportWorkbook(path, contactListRows(rows))
-                                               : writeExportBytes(path, contactListText(rows));
+        QString why;
+        written = format == ExportFormat::Xlsx ? writeExportWorkbook(path, contactListRows(rows), &why)
+                                               : writeExportBytes(path, contactListText(rows), &why);
         if (!written) {
-            op.Show_MessageBox(kErrorInFileAccessing);
+            op.Show_MessageBox(errorInFileAccessing(why));
             return;
         }
         window.bringToFront();

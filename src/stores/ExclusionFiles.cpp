@@ -47,10 +47,10 @@ QStringList readListNames(const QString& path) {
     return names;
 }
 
-bool writeLines(const QString& path, const QStringList& lines) {
+bool writeLines(const QString& path, const QStringList& lines, QString* error) {
     AtomicFileWriter file(path);
     for (const QString& line : lines)
         if (!file.write((line + QLatin1Char('\n')).toUtf8()))
             break;
-    return file.commit();
+    return file.commit(error);
 }

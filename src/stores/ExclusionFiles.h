@@ -17,5 +17,6 @@ QStringList readTrimmedLines(const QString& path);
 // The names in the index or applied file that can be list names (others are logged).
 QStringList readListNames(const QString& path);
 
-// Replaces the file by these lines, each ended by "\n".
-bool writeLines(const QString& path, const QStringList& lines);
+// Replaces the file by these lines, each ended by "\n", through the durable writer; error
+// (may be null) gets "<path>: <reason>" when it could not.
+bool writeLines(const QString& path, const QStringList& lines, QString* error = nullptr);

@@ -178,15 +178,23 @@ QString Exclusion_Wizard::nameProblem(const QString& name) const {
     return {};
 }
 
-void Exclusion_Wizard::fileError() { m_op.Show_MessageBox(QStringLiteral("Error in file accessing.")); }
+void Exclusion_Wizard::fileError(const QString& why) { m_op.Show_MessageBox(errorInFileAccessing(why)); }
+
+bool Exclusion_Wizard::writeTold(const QString& path, const QStringList& lines) {
+    QString why;
+    if (writeLines(path, lines, &why))
+        return true;
+    fileError(why);
+    return false;
+}
 
 void Exclusion_Wizard::refreshMainWindow() {
     if (BulkSmsWindow* window = activeStoreWindow())
         window->Fill_Exclusion_Num_List();
 }
 
-bool Exclusion_Wizard::writeIndex() { return writeLines(ExListIndex_File_Path, availableLists()); }
-bool Exclusion_Wizard::writeApplied() { return writeLines(AppExclusion_File_Path, appliedLists()); }
+bool Exclusion_Wizard::writeIndex() { return writeTold(ExListIndex_File_Path, availableLists()); }
+bool Exclusion_Wizard::writeApplied() { return writeTold(AppExclusion_File_Path, appliedLists()); }
 
 // ---- start screen: available lists ----
 
@@ -234,8 +242,9 @@ void Exclusion_Wizard::OnUpdate() {
     const QString name = m_available.at(m_availableSel.first()).value(kAvail);
     Check_Path_And_Create_Files();
     const QString path = exclusionListPath(name);
-    if (!QFileInfo::exists(path) && !createEmptyFile(path)) {
-        fileError();
+    QString why;
+    if (!QFileInfo::exists(path) && !createEmptyFile(path, &why)) {
+        fileError(why);
         return;
     }
     m_nameField = name;
@@ -277,10 +286,8 @@ void Exclusion_Wizard::Delete_List_Btn() {
     m_availableSel.clear();
     m_appliedSel.clear();
     Check_Path_And_Create_Files();
-    if (!writeIndex())
-        fileError();
-    if (!writeApplied())
-        fileError();
+    writeIndex();
+    writeApplied();
     refreshMainWindow();
     emit selectionChanged();
     emit changed();
@@ -366,10 +373,8 @@ void Exclusion_Wizard::Save_Btn() {
 
 void Exclusion_Wizard::Save_Applied_List() {
     Check_Path_And_Create_Files();
-    if (!writeApplied()) {
-        fileError();
+    if (!writeApplied())
         return;
-    }
     update_app_ex = false;
     refreshMainWindow();
     emit changed();

@@ -111,10 +111,12 @@ private:
     QString nameProblem(const QString& name) const;
     bool applyRename(bool fromButton);
     bool finish();
+    // Each tells the operator when the file could not be written, naming it and why.
+    bool writeTold(const QString& path, const QStringList& lines);
     bool writeIndex();
     bool writeApplied();
     void refreshMainWindow();
-    void fileError();
+    void fileError(const QString& why);
     bool hasBlankSelection(const RecordTable& table, const QList<int>& rows, const QString& key) const;
 
     Operator& m_op;

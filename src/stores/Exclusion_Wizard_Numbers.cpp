@@ -15,6 +15,7 @@
 #include "sheets/windows/Import_Excel.h"
 #include "text/NumberRules.h"
 
+#include <QFile>
 #include <QFileInfo>
 
 namespace {
@@ -150,11 +151,12 @@ void Exclusion_Wizard::Export_Numbers_Btn() {
         const QString path = chooseListPath(m_op, format);
         if (path.isEmpty())
             return;
+        QString why;
         const bool written = format == ExportFormat::Xlsx
-                                 ? writeExportWorkbook(path, exclusionNumbersRows(numbers()))
-                                 : writeExportBytes(path, exclusionNumbersText(numbers()));
+                                 ? writeExportWorkbook(path, exclusionNumbersRows(numbers()), &why)
+                                 : writeExportBytes(path, exclusionNumbersText(numbers()), &why);
         if (!written) {
-            m_op.Show_MessageBox(kErrorInFileAccessing);
+            m_op.Show_MessageBox(errorInFileAccessing(why));
             return;
         }
         offerToOpenExport(m_op);
@@ -179,8 +181,10 @@ bool Exclusion_Wizard::applyRename(bool fromButton) {
     if (update_count == 3) {
         Check_Path_And_Create_Files();
         const QString from = exclusionListPath(m_exlist_name_str);
-        if (!QFileInfo::exists(from) || !QFile::rename(from, exclusionListPath(name))) {
-            fileError();
+        QFile list(from);
+        if (!list.exists() || !list.rename(exclusionListPath(name))) {
+            fileError(from + QStringLiteral(": ") +
+                      (list.error() == QFile::NoError ? QStringLiteral("missing") : list.errorString()));
             return false;
         }
         for (int r = 0; r < m_available.size(); ++r)
@@ -189,10 +193,10 @@ bool Exclusion_Wizard::applyRename(bool fromButton) {
         for (int r = 0; r < m_applied.size(); ++r)
             if (m_applied.at(r).value(kApplied) == m_exlist_name_str)
                 m_applied.replace(r, Record{{kApplied, name}});
-        if (QFileInfo::exists(ExListIndex_File_Path) && !writeIndex())
-            fileError();
-        if (QFileInfo::exists(AppExclusion_File_Path) && !writeApplied())
-            fileError();
+        if (QFileInfo::exists(ExListIndex_File_Path))
+            writeIndex();
+        if (QFileInfo::exists(AppExclusion_File_Path))
+            writeApplied();
         refreshMainWindow();
     }
     m_exlist_name_str = name;
@@ -218,15 +222,15 @@ bool Exclusion_Wizard::finish() {
     if (add_count == 2) {
         add_count = 1;
         if (QFileInfo::exists(ExListIndex_File_Path)) {
-            if (!appendToFile(ExListIndex_File_Path, (name + QLatin1Char('\n')).toUtf8()))
-                fileError();
-            if (!writeLines(exclusionListPath(name), numbers()))
-                fileError();
+            QString why;
+            if (!appendToFile(ExListIndex_File_Path, (name + QLatin1Char('\n')).toUtf8(), &why))
+                fileError(why);
+            writeTold(exclusionListPath(name), numbers());
         }
         m_available.append(Record{{kAvail, name}});
     } else if (update_count == 3) {
-        if (QFileInfo::exists(ExListIndex_File_Path) && !writeLines(exclusionListPath(name), numbers()))
-            fileError();
+        if (QFileInfo::exists(ExListIndex_File_Path))
+            writeTold(exclusionListPath(name), numbers());
     }
     m_numbers.clear();
     back_flag = false;

@@ -3,6 +3,7 @@
 // (Export_Option), and whether to open the written file (Open_Export_Log), with the
 // process-wide export state they set.
 #include "core/DialogController.h"
+#include "core/FileUtils.h" // kErrorInFileAccessing, errorInFileAccessing
 
 #include <QString>
 #include <QStringList>
@@ -77,4 +78,3 @@ private:
 };
 
 inline const QString kNoItemForExportOption = QStringLiteral("There is no item for selected Export Option.");
-inline const QString kErrorInFileAccessing = QStringLiteral("Error in file accessing.");

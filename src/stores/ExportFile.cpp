@@ -32,14 +32,12 @@ QString chooseListPath(Operator& op, ExportFormat& format) {
     return Export_File_Path;
 }
 
-bool writeExportBytes(const QString& path, const QByteArray& bytes) {
-    Delete_File(path);
-    return writeFileAtomically(path, bytes);
+bool writeExportBytes(const QString& path, const QByteArray& bytes, QString* error) {
+    return writeFileAtomically(path, bytes, error);
 }
 
-bool writeExportWorkbook(const QString& path, const SpreadsheetData& rows) {
-    Delete_File(path);
-    return SpreadsheetWriter::WriteWorkbook(path, rows, false) && QFileInfo(path).isFile();
+bool writeExportWorkbook(const QString& path, const SpreadsheetData& rows, QString* error) {
+    return SpreadsheetWriter::WriteWorkbook(path, rows, false, error);
 }
 
 int offerToOpenExport(Operator& op) {
@@ -47,13 +45,14 @@ int offerToOpenExport(Operator& op) {
     return op.runModal(dialog);
 }
 
-bool writeSendingReport(const QString& path, ExportFormat format, const QList<ReportItem>& items) {
+bool writeSendingReport(const QString& path, ExportFormat format, const QList<ReportItem>& items,
+                        QString* error) {
     switch (format) {
-    case ExportFormat::Html: return writeExportBytes(path, sendingReportHtml(items));
-    case ExportFormat::Xlsx: return writeExportWorkbook(path, sendingReportRows(items));
+    case ExportFormat::Html: return writeExportBytes(path, sendingReportHtml(items), error);
+    case ExportFormat::Xlsx: return writeExportWorkbook(path, sendingReportRows(items), error);
     case ExportFormat::Text: break;
     }
-    return writeExportBytes(path, sendingReportText(items));
+    return writeExportBytes(path, sendingReportText(items), error);
 }
 
 bool reportFormatOf(const QString& path, ExportFormat& format) {

@@ -1,6 +1,6 @@
 #pragma once
 // The steps every export shares: the save dialog and the extension rule, replacing an
-// existing file, writing, and the open-after-export question.
+// existing file whole or not at all, and the open-after-export question.
 #include "ExportFormats.h"
 
 #include <QByteArray>
@@ -20,16 +20,18 @@ QString chooseListPath(Operator& op, ExportFormat& format);
 // The path with the extension rule above applied.
 QString withExportExtension(const QString& path, const QString& extension);
 
-// Deletes what stands at path, then writes the bytes (or the workbook). False on failure;
-// a failure never leaves a partly written file at path.
-bool writeExportBytes(const QString& path, const QByteArray& bytes);
-bool writeExportWorkbook(const QString& path, const SpreadsheetData& rows);
+// Replaces what stands at path by the bytes (or the workbook) through the durable writer.
+// False on failure, with "<path>: <reason>" in error (may be null); a file already at path
+// then stays exactly as it was.
+bool writeExportBytes(const QString& path, const QByteArray& bytes, QString* error = nullptr);
+bool writeExportWorkbook(const QString& path, const SpreadsheetData& rows, QString* error = nullptr);
 
 // Runs the open-after-export dialog for Export_File_Path; returns its end code.
 int offerToOpenExport(Operator& op);
 
-// The sending job's report in the format, written to path (which is used as given).
-bool writeSendingReport(const QString& path, ExportFormat format, const QList<ReportItem>& items);
+// The sending job's report in the format, written to path (which is used as given), as above.
+bool writeSendingReport(const QString& path, ExportFormat format, const QList<ReportItem>& items,
+                        QString* error = nullptr);
 
 // The format a report file's extension asks for ("txt", "html", "xlsx", any case); false
 // for any other extension.

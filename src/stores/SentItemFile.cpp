@@ -52,20 +52,17 @@ QList<SentItem> parseSentItems(const QByteArray& content) {
     return items;
 }
 
-bool writeSentItemsFile(const QString& path, const QList<SentItem>& items) {
+bool writeSentItemsFile(const QString& path, const QList<SentItem>& items, QString* error) {
     AtomicFileWriter file(path);
     for (const SentItem& item : items)
         if (!file.write(formatSentItemLine(item)))
             break;
-    return file.commit();
+    return file.commit(error);
 }
 
 bool appendSentItem(const QString& path, const SentItem& item, QString* error) {
     Check_Path_And_Create_Files();
-    const bool ok = appendToFile(path, formatSentItemLine(item));
-    if (!ok && error)
-        *error = QStringLiteral("%1: cannot be written").arg(path);
-    return ok;
+    return appendToFile(path, formatSentItemLine(item), error);
 }
 
 QString sentItemDate() { return QDate::currentDate().toString(QStringLiteral("dd/MM/yyyy")); }

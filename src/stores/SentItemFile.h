@@ -20,10 +20,12 @@ QByteArray formatSentItemLine(const SentItem& item);
 // record without a number is dropped; extra fields run into the next record.
 QList<SentItem> parseSentItems(const QByteArray& content);
 
-// Replaces the file by these items, atomically.
-bool writeSentItemsFile(const QString& path, const QList<SentItem>& items);
+// Replaces the file by these items through the durable writer; error (may be null) gets
+// "<path>: <reason>" when it could not, and the file stays as it was.
+bool writeSentItemsFile(const QString& path, const QList<SentItem>& items, QString* error = nullptr);
 
-// Appends one item to the file (after making sure the data files exist). Thread-safe.
+// Appends one item to the file (after making sure the data files exist). Thread-safe. False,
+// with "<path>: <reason>" in error (may be null), when the line could not be written whole.
 bool appendSentItem(const QString& path, const SentItem& item, QString* error = nullptr);
 
 // Today's date as a run records it.

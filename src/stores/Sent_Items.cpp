@@ -164,8 +164,12 @@ void Sent_Items::Clear_All_Btn() {
     }
     if (!m_op.Show_YES_NO_MessageBox(kClearEntireList))
         return;
-    Delete_File(filePath());
     Check_Path_And_Create_Files();
+    QString why;
+    if (!writeFileAtomically(filePath(), QByteArray(), &why)) {
+        m_op.Show_MessageBox(errorInFileAccessing(why)); // the file still holds them: so does the window
+        return;
+    }
     m_table.clear();
     m_selected.clear();
     m_details.clear();
@@ -178,8 +182,9 @@ void Sent_Items::Close_Btn() {
     if (!m_loading) {
         // One atomic rewrite: the file matches the window, or stays as it was.
         Check_Path_And_Create_Files();
-        if (!writeSentItemsFile(filePath(), items()))
-            Show_NSLog_Message(QStringLiteral("Sent items not rewritten: %1").arg(filePath()));
+        QString why;
+        if (!writeSentItemsFile(filePath(), items(), &why))
+            m_op.Show_MessageBox(errorInFileAccessing(why));
     }
     endModal(1);
 }
@@ -269,14 +274,15 @@ void Sent_Items::exportItems() {
             exported << item;
     setPleaseWait(true);
     bool written = false;
+    QString why;
     switch (chosen) {
-    case ExportFormat::Text: written = writeExportBytes(path, sentItemsText(exported, m_gsm)); break;
-    case ExportFormat::Html: written = writeExportBytes(path, sentItemsHtml(exported, m_gsm)); break;
-    case ExportFormat::Xlsx: written = writeExportWorkbook(path, sentItemsRows(exported, m_gsm)); break;
+    case ExportFormat::Text: written = writeExportBytes(path, sentItemsText(exported, m_gsm), &why); break;
+    case ExportFormat::Html: written = writeExportBytes(path, sentItemsHtml(exported, m_gsm), &why); break;
+    case ExportFormat::Xlsx: written = writeExportWorkbook(path, sentItemsRows(exported, m_gsm), &why); break;
     }
     setPleaseWait(false);
     if (!written) {
-        m_op.Show_MessageBox(kErrorInFileAccessing);
+        m_op.Show_MessageBox(errorInFileAccessing(why));
         return;
     }
     offerToOpenExport(m_op);

@@ -73,7 +73,9 @@ bool Check_Duplicate_Template(const QString& text) {
     return cache().contains(Trim_Str(text));
 }
 
-bool appendTemplateIfNew(const QString& text) {
+bool appendTemplateIfNew(const QString& text, QString* error) {
+    if (error)
+        error->clear();
     // Compared and stored trimmed: a text that differs only in its white space is one template.
     const QString trimmed = Trim_Str(text);
     if (trimmed.isEmpty())
@@ -82,7 +84,7 @@ bool appendTemplateIfNew(const QString& text) {
     if (cache().contains(trimmed))
         return false;
     Check_Path_And_Create_Files();
-    if (!appendToFile(Templates_File_Path, formatTemplateLine(trimmed)))
+    if (!appendToFile(Templates_File_Path, formatTemplateLine(trimmed), error))
         return false;
     cache().added(trimmed);
     return true;
@@ -92,10 +94,10 @@ QByteArray formatTemplateLine(const QString& text) {
     return (Replace_Sent_Item_and_Template_New_Line_with_Seprator(text) + QLatin1Char('\n')).toUtf8();
 }
 
-bool writeTemplatesFile(const QString& path, const QStringList& templates) {
+bool writeTemplatesFile(const QString& path, const QStringList& templates, QString* error) {
     AtomicFileWriter file(path);
     for (const QString& text : templates)
         if (!file.write(formatTemplateLine(text)))
             break;
-    return file.commit();
+    return file.commit(error);
 }

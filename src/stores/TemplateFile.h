@@ -12,11 +12,12 @@ bool Check_Duplicate_Template(const QString& text);
 
 // Appends the trimmed text as a template unless it is blank or already there. Returns true
 // when a line was added. The check and the append are one step, so parallel senders of the
-// same text add it once.
-bool appendTemplateIfNew(const QString& text);
+// same text add it once. A failed append gives false too, with "<file>: <reason>" in error
+// (may be null; "" whenever nothing failed).
+bool appendTemplateIfNew(const QString& text, QString* error = nullptr);
 
 // The stored line of one template, "\n" included.
 QByteArray formatTemplateLine(const QString& text);
 
-// Replaces the file by these templates, atomically.
-bool writeTemplatesFile(const QString& path, const QStringList& templates);
+// Replaces the file by these templates through the durable writer; error as above.
+bool writeTemplatesFile(const QString& path, const QStringList& templates, QString* error = nullptr);

@@ -174,8 +174,12 @@ void Templates::Delete_All_Btn() {
             QStringLiteral("\nThis option will clear the entire list contents. Are you "
                            "sure you want to continue clearing the entire list?")))
         return;
-    Delete_File(Templates_File_Path);
     Check_Path_And_Create_Files();
+    QString why;
+    if (!writeFileAtomically(Templates_File_Path, QByteArray(), &why)) {
+        m_op.Show_MessageBox(errorInFileAccessing(why)); // the file still holds them: so does the window
+        return;
+    }
     m_table.clear();
     setSelectedRows({});
     emit changed();
@@ -267,24 +271,26 @@ void Templates::exportTemplates() {
         return;
     setPleaseWait(true);
     const QStringList all = templates();
-    const bool written = chosen == ExportFormat::Xlsx   ? writeExportWorkbook(path, templatesRows(all))
-                         : chosen == ExportFormat::Html ? writeExportBytes(path, templatesHtml(all))
-                                                        : writeExportBytes(path, templatesText(all));
+    QString why;
+    const bool written = chosen == ExportFormat::Xlsx   ? writeExportWorkbook(path, templatesRows(all), &why)
+                         : chosen == ExportFormat::Html ? writeExportBytes(path, templatesHtml(all), &why)
+                                                        : writeExportBytes(path, templatesText(all), &why);
     setPleaseWait(false);
     if (!written) {
-        m_op.Show_MessageBox(kErrorInFileAccessing);
+        m_op.Show_MessageBox(errorInFileAccessing(why));
         return;
     }
     offerToOpenExport(m_op);
 }
 
-bool Templates::Write_Template_file() {
+bool Templates::Write_Template_file(QString* error) {
     Check_Path_And_Create_Files();
-    return writeTemplatesFile(Templates_File_Path, templates());
+    return writeTemplatesFile(Templates_File_Path, templates(), error);
 }
 
 void Templates::Close_Btn() {
-    if (!m_loading && !Write_Template_file())
-        Show_NSLog_Message(QStringLiteral("Templates not rewritten: %1").arg(Templates_File_Path));
+    QString why;
+    if (!m_loading && !Write_Template_file(&why))
+        m_op.Show_MessageBox(errorInFileAccessing(why));
     endModal(1);
 }

@@ -59,7 +59,7 @@ public:
     void Import_Btn();
     void Export_Btn();
     void Close_Btn();
-    bool Write_Template_file();
+    bool Write_Template_file(QString* error = nullptr); // error: "<file>: <reason>"
 
     int prev_list_item = 0;
 

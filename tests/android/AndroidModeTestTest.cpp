@@ -9,6 +9,9 @@
 #include "android/Bulk_SMSAppDelegate.h"
 #include "core/AppState.h"
 #include "core/DataFolder.h"
+#include "core/FileUtils.h"
+
+#include <QDir>
 
 namespace {
 
@@ -90,6 +93,25 @@ TEST_F(AndroidModeTestTest, ExactlyTheCasesOnAFailingPathFail) {
         EXPECT_TRUE(log.contains("Mode 3: One-by-One Contact Process - Classic Mode")) << log.constData();
         EXPECT_TRUE(log.contains("Test Number : " + kTo.toUtf8()));
     }
+}
+
+// The files for the phone are made here first: one that cannot be written is told, naming it,
+// and never copied (the phone would get whatever an earlier test left).
+TEST_F(AndroidModeTestTest, AFileForThePhoneThatCannotBeWrittenHereIsToldAndNotCopied) {
+    startPhones(one(installed()));
+    QStringList told;
+    for (const QString& local :
+         {Created_Resource_Path + "/ostrelsms.txt", Created_Resource_Path + "/message.txt"}) {
+        ASSERT_TRUE(QDir().mkpath(local)); // a folder where the file should go
+        told << "\n" + errorInFileAccessing(local + ": Is a directory");
+    }
+    Android_TroubleShooting window(op);
+    window.open(kDevice);
+    window.setTestNumberText(kTo);
+    window.Start_Btn();
+    window.waitForTest();
+    EXPECT_EQ(statuses(window), (QStringList{"Fail", "Fail", "Success"}));
+    EXPECT_EQ(op.alerts(), told);
 }
 
 TEST_F(AndroidModeTestTest, StopDuringTheSecondCaseLeavesTheThirdStopped) {

@@ -1,5 +1,6 @@
 #include "core/FileUtils.h"
 
+#include "FullDisk.h"
 #include "TestEnvironment.h"
 
 #include <QDir>
@@ -7,14 +8,18 @@
 #include <QFileInfo>
 #include <QTemporaryDir>
 
-#include <csignal>
+#include <functional>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
 #include <vector>
 
 namespace {
+
+// Every temporary name the writer may have left, hidden ones included.
+QStringList filesIn(const QString& folder) {
+    return QDir(folder).entryList(QDir::Files | QDir::Hidden | QDir::System, QDir::Name);
+}
 
 TEST(FileUtils, CreateFolderMakesEveryMissingLevelPrivate) {
     QTemporaryDir dir;
@@ -49,7 +54,7 @@ TEST(FileUtils, AtomicRewriteReplacesContentWhole) {
     ASSERT_TRUE(writeFileAtomically(path, "first\n"));
     ASSERT_TRUE(writeFileAtomically(path, "second\n"));
     EXPECT_EQ(readAll(path), "second\n");
-    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{"list.OSTREL"}); // no temporary left
+    EXPECT_EQ(filesIn(dir.path()), QStringList{"list.OSTREL"}); // no temporary left
 }
 
 TEST(FileUtils, AtomicRewriteIsPrivateToTheUser) {
@@ -63,38 +68,63 @@ TEST(FileUtils, AtomicRewriteIsPrivateToTheUser) {
 }
 
 // The disk fills half way through a rewrite (a file size limit makes write() fail for real),
-// and a writer dropped before commit (a crash): either way the old file is intact.
-TEST(FileUtils, RewriteFailingHalfWayLeavesTheOldFileIntact) {
+// written whole or in pieces, or the writer is dropped before commit (a crash): the old file
+// keeps every byte, no temporary file stays, and a failure names the file and the reason.
+TEST(FileUtils, RewriteFailingHalfWayLeavesTheOldFileAndSaysWhy) {
     QTemporaryDir dir;
     const QString path = dir.path() + "/SentItem.OSTREL";
-    const QByteArray old = "\aold\vmessage\a01/01/2025\vMessage sent successfully.\n";
+    const QByteArray old = "\aold\vmessage\a01/01/2025\vMessage sent successfully.\n", big(200 * 1024, 'n');
     ASSERT_TRUE(writeFileAtomically(path, old));
-
-    {
-        rlimit saved{};
-        ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &saved), 0);
-        const auto previousHandler = ::signal(SIGXFSZ, SIG_IGN);
-        rlimit small = saved;
-        small.rlim_cur = 64 * 1024;
-        ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
-        AtomicFileWriter writer(path);
-        bool allWritten = true;
-        for (int i = 0; i < 200 && allWritten; ++i) // 200 KiB, more than the limit allows
-            allWritten = writer.write(QByteArray(1024, 'n'));
-        const bool committed = writer.commit();
-        ::setrlimit(RLIMIT_FSIZE, &saved);
-        ::signal(SIGXFSZ, previousHandler);
-        EXPECT_FALSE(allWritten);
-        EXPECT_FALSE(committed);
+    const std::function<QString()> writers[] = {
+        [&] {
+            QString error;
+            return writeFileAtomically(path, big, &error) ? QString() : error;
+        },
+        [&] {
+            AtomicFileWriter writer(path);
+            for (qsizetype at = 0; at < big.size() && writer.write(big.mid(at, 1024)); at += 1024) {
+            }
+            return writer.commit() ? QString() : writer.errorText();
+        },
+        [&] {
+            AtomicFileWriter writer(path);
+            return writer.write("half of a new") ? QString("dropped") : writer.errorText();
+        },
+    };
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(inChildWithFileSizeLimit(64 * 1024, writers[i]),
+                  i == 2 ? "dropped" : path + ": File too large");
+        EXPECT_EQ(readAll(path), old);
+        EXPECT_EQ(filesIn(dir.path()), QStringList{"SentItem.OSTREL"});
     }
-    EXPECT_EQ(readAll(path), old);
+}
 
-    {
-        AtomicFileWriter writer(path);
-        ASSERT_TRUE(writer.write("half of a new"));
-    } // dropped without commit
-    EXPECT_EQ(readAll(path), old);
-    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{"SentItem.OSTREL"});
+// The temporary file cannot be made (a folder its user may not write in), or the rename is
+// refused (a folder stands where the file should go): the reason names the target.
+TEST(FileUtils, ARewriteThatCannotBePlacedSaysWhy) {
+    QTemporaryDir dir;
+    ::chmod(QFile::encodeName(dir.path()).constData(), 0755); // reachable by "nobody"
+    const QString locked = dir.path() + "/locked", folderNamed = dir.path() + "/report.txt";
+    ASSERT_TRUE(QDir().mkpath(locked) && QDir().mkpath(folderNamed + "/inside"));
+    ASSERT_TRUE(writeFileAtomically(locked + "/list.OSTREL", "old\n"));
+    ::chmod(QFile::encodeName(locked).constData(), 0555);
+    const struct {
+        QString path;
+        bool asAnotherUser; // root may write anywhere
+        QString reason;
+    } cases[] = {{locked + "/list.OSTREL", true, "Permission denied"},
+                 {folderNamed, false, "Is a directory"}};
+    for (const auto& c : cases)
+        EXPECT_EQ(inChildWithFileSizeLimit(
+                      -1,
+                      [&] {
+                          QString why;
+                          return writeFileAtomically(c.path, "new\n", &why) ? QString("written") : why;
+                      },
+                      c.asAnotherUser),
+                  c.path + ": " + c.reason);
+    EXPECT_EQ(readAll(locked + "/list.OSTREL"), "old\n");
+    EXPECT_EQ(filesIn(locked) + filesIn(dir.path()), QStringList{"list.OSTREL"});
 }
 
 TEST(FileUtils, ConcurrentAppendsKeepLinesWhole) {
@@ -116,10 +146,31 @@ TEST(FileUtils, ConcurrentAppendsKeepLinesWhole) {
         ASSERT_EQ(lines[i], QByteArray(200, 'x'));
 }
 
-TEST(FileUtils, AppendToMissingFileFails) {
+// An append the disk refuses: false with the file and the reason, and no part of the line
+// stays behind to read as a record of its own.
+TEST(FileUtils, AnAppendThatCannotBeWrittenSaysWhyAndLeavesNoHalfLine) {
     QTemporaryDir dir;
-    EXPECT_FALSE(appendToFile(dir.path() + "/missing", "x"));
-    EXPECT_FALSE(QFileInfo::exists(dir.path() + "/missing"));
+    const QString path = dir.path() + "/SentItem.OSTREL", missing = dir.path() + "/missing";
+    ASSERT_TRUE(writeFileAtomically(path, QByteArray(100, 'o')));
+    const struct {
+        QString path;
+        qint64 limit;
+        QString error;
+    } cases[] = {
+        {path, 150, path + ": File too large"}, // 50 bytes fit, then EFBIG
+        {path, 100, path + ": File too large"}, // nothing fits
+        {"/dev/full", -1, "/dev/full: No space left on device"},
+        {missing, -1, missing + ": No such file or directory"}, // appends never create
+    };
+    for (const auto& c : cases) {
+        const auto append = [&] {
+            QString why;
+            return appendToFile(c.path, QByteArray(200, 'x') + '\n', &why) ? QString("appended") : why;
+        };
+        EXPECT_EQ(inChildWithFileSizeLimit(c.limit, append), c.error);
+        EXPECT_EQ(readAll(path), QByteArray(100, 'o'));
+    }
+    EXPECT_FALSE(QFileInfo::exists(missing));
 }
 
 } // namespace

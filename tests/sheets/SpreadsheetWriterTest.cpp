@@ -1,7 +1,9 @@
 #include "sheets/SpreadsheetWriter.h"
 
+#include "FullDisk.h"
 #include "WorkbookFixture.h"
 #include "ZipTestSupport.h"
+#include "core/FileUtils.h"
 #include "core/Log.h"
 
 #include <QDir>
@@ -79,6 +81,27 @@ TEST_F(SpreadsheetWriterTest, EmptyTableGivesAnSstWithoutCounts) {
     ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(out, {{"1", "2"}}, false));
     EXPECT_TRUE(flatten(zipEntryData(out, "xl/sharedStrings.xml"))
                     .contains(R"(<sst xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main"/>)"));
+}
+
+// The disk fills while the archive is packed: at its first bytes, half way, or at the last byte
+// of the directory (stdio holds it until the file is closed). The workbook already there stays.
+TEST_F(SpreadsheetWriterTest, AWorkbookThatDoesNotFitLeavesTheOldOneAndSaysWhy) {
+    const SpreadsheetData rows(3000, QStringList{"5550100", "A message to someone"});
+    const QString out = path("export.xlsx");
+    ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(out, rows, false));
+    const qint64 whole = QFileInfo(out).size();
+    ASSERT_TRUE(writeFileAtomically(out, "last month's"));
+    for (const qint64 limit : {qint64(64), whole / 2, whole - 1}) {
+        EXPECT_EQ(inChildWithFileSizeLimit(limit,
+                                           [&] {
+                                               QString why;
+                                               SpreadsheetWriter::WriteWorkbook(out, rows, false, &why);
+                                               return why;
+                                           }),
+                  out + ": File too large");
+        EXPECT_EQ(readAll(out), "last month's");
+        EXPECT_EQ(QDir(m_home.root()).entryList(QDir::Files | QDir::Hidden), QStringList{"export.xlsx"});
+    }
 }
 
 TEST_F(SpreadsheetWriterTest, ArchiveIsTheTemplateTreeWithTwoPartsReplacedAndRepeatable) {

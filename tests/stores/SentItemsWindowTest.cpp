@@ -1,3 +1,4 @@
+#include "FullDisk.h"
 #include "StoreWindowsFixture.h"
 #include "core/FileUtils.h"
 #include "list/Load_Num_Info.h"
@@ -5,6 +6,7 @@
 #include "stores/SentItemFile.h"
 #include "stores/Sent_Items.h"
 
+#include <QDir>
 #include <QFileInfo>
 
 namespace {
@@ -135,16 +137,45 @@ TEST_F(SentItemsTest, AFilterWithNothingInItsGroupStaysOpen) {
     EXPECT_EQ(op.alerts(), QStringList{"\n" + kNoItemForExportOption});
 }
 
-TEST_F(SentItemsTest, AnUnwritableExportSaysSo) {
-    loaded();
+// An export or a rewrite at close that cannot be written tells the operator which file and why,
+// never offers to open it, and leaves a file already there exactly as it was. A full disk is a
+// file size limit on a child of this test running the window.
+TEST_F(SentItemsTest, AWriteThatFailsIsToldAndKeepsTheOldFile) {
     gsm_and_none = 2; // Android: no filter
     loaded();
-    op.onModal<Export_Option>([](Export_Option& d) {
-          d.Export_In_Html_RD();
-          d.OKPressed();
-      }).chooseFile(path("missing-folder/report.html"));
-    window.Export_Btn();
-    EXPECT_EQ(op.alerts(), QStringList{"\n" + kErrorInFileAccessing});
+    ASSERT_TRUE(QDir().mkpath(path("report.html")));
+    writeFile("sent.txt", "last week's\n");
+    writeFile("sent.xlsx", "last week's\n");
+    const struct {
+        void (Export_Option::*format)();
+        QString target, reason;
+        qint64 sizeLimit; // negative: none
+    } cases[] = {{&Export_Option::Export_In_Text_RD, path("sent.txt"), "File too large", 40},
+                 {&Export_Option::Export_In_Xlsx_RD, path("sent.xlsx"), "File too large", 2048},
+                 {&Export_Option::Export_In_Html_RD, path("report.html"), "Is a directory", -1}};
+    for (const auto& c : cases)
+        EXPECT_EQ(inChildWithFileSizeLimit(c.sizeLimit,
+                                           [&] {
+                                               op.onModal<Export_Option>([&](Export_Option& d) {
+                                                     (d.*c.format)();
+                                                     d.OKPressed();
+                                                 }).chooseFile(c.target);
+                                               window.Export_Btn();
+                                               return (op.dialogs() + op.alerts()).join('|');
+                                           }),
+                  "Export_Option|\n" + kErrorInFileAccessing + "\n" + c.target + ": " + c.reason);
+    EXPECT_EQ(readAll(path("sent.txt")) + readAll(path("sent.xlsx")), "last week's\nlast week's\n");
+    EXPECT_EQ(QDir(home.root()).entryList(QDir::Files | QDir::Hidden),
+              (QStringList{"sent.txt", "sent.xlsx"}));
+
+    const QByteArray before = readAll(SentItemAnd_File_Path);
+    EXPECT_EQ(inChildWithFileSizeLimit(16,
+                                       [&] {
+                                           window.Close_Btn();
+                                           return op.alerts().join('|');
+                                       }),
+              "\n" + kErrorInFileAccessing + "\n" + SentItemAnd_File_Path + ": File too large");
+    EXPECT_EQ(readAll(SentItemAnd_File_Path), before);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "stores/SentItemFile.h"
 #include "stores/TemplateFile.h"
 
+#include "FullDisk.h"
 #include "TestEnvironment.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
@@ -135,6 +136,25 @@ TEST(TemplateFile, ParallelSendersAddEachTextOnce) {
     const QStringList templates = parseTemplates(readAll(Templates_File_Path));
     EXPECT_EQ(templates.size(), 50);
     EXPECT_EQ(QSet<QString>(templates.begin(), templates.end()).size(), 50);
+}
+
+// The disk is full during a run: the appends say which file and why, the files keep what they
+// had, and a template that never reached its file is not taken as known.
+TEST(StoredListFiles, AppendsOnAFullDiskFailWithTheReason) {
+    TestDataHome home;
+    ASSERT_TRUE(Check_Path_And_Create_Files());
+    const QString outcome = inChildWithFileSizeLimit(0, [] {
+        QString sentError, templateError;
+        appendSentItem(SentItem_File_Path, {"222", "Hi", "01/02/2025", "Message sent successfully."},
+                       &sentError);
+        const bool added = appendTemplateIfNew("Hi", &templateError);
+        return QStringList{sentError, templateError,
+                           added || Check_Duplicate_Template("Hi") ? "known" : "new"}
+            .join('|');
+    });
+    EXPECT_EQ(outcome,
+              SentItem_File_Path + ": File too large|" + Templates_File_Path + ": File too large|new");
+    EXPECT_EQ(readAll(SentItem_File_Path) + readAll(Templates_File_Path), "");
 }
 
 } // namespace

@@ -1,12 +1,11 @@
 #include "Automated_GSM_Sending.h"
 
 #include "GSM_Device_List_Wnd.h"
+#include "core/FileUtils.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
 #include "text/NumberRules.h"
-
-#include <QFile>
 
 namespace {
 const QStringList kDeviceColumns = {QStringLiteral("COM_PORT"), QStringLiteral("Model"),
@@ -282,9 +281,9 @@ void Automated_GSM_Sending::Save_SMS_Report_Pressed() {
         return;
     if (!path.endsWith(QStringLiteral(".txt"), Qt::CaseInsensitive))
         path += QStringLiteral(".txt");
-    QFile file(path);
     const QByteArray bytes = SendModeTest::reportBytes(
         GSM_Device_List_Wnd::deviceDetailText(m_devices.at(m_shownRow)), m_cases.records());
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size())
-        m_op.Show_MessageBox(QStringLiteral("Error in file accessing."));
+    QString why;
+    if (!writeFileAtomically(path, bytes, &why))
+        m_op.Show_MessageBox(errorInFileAccessing(why));
 }

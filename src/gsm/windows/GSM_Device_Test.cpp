@@ -3,11 +3,10 @@
 #include "GSM_Device_List_Wnd.h"
 
 #include "core/AppState.h"
+#include "core/FileUtils.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
-
-#include <QFile>
 
 namespace {
 const QString kPath = QStringLiteral("PORT_DETAL");
@@ -104,9 +103,9 @@ void GSM_Device_List_Wnd::Save_SMS_Report_Pressed() {
         path += QStringLiteral(".txt");
     const QByteArray bytes =
         SendModeTest::reportBytes(deviceDetailText(m_ports.at(m_prevIndex)), m_cases.records());
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size())
-        m_op.Show_MessageBox(QStringLiteral("Error in file accessing."));
+    QString why;
+    if (!writeFileAtomically(path, bytes, &why))
+        m_op.Show_MessageBox(errorInFileAccessing(why));
 }
 
 Automated_GSM_Sending::SettingsWriter GSM_Device_List_Wnd::settingsWriter() {

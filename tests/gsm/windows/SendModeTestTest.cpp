@@ -9,9 +9,11 @@
 #include "TestEnvironment.h"
 #include "core/AppState.h"
 #include "core/Clock.h"
+#include "core/FileUtils.h"
 #include "gsm/MFCSMS.h"
 #include "sim/VirtualModem.h"
 
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -340,6 +342,13 @@ TEST_F(ModeTestOnModems, TheDeviceWindowKeepsTheOutcomeAndShowsItAgain) {
     const QByteArray report = readAll(dir.filePath("report.txt"));
     EXPECT_TRUE(report.startsWith("\xFF\xFE=\0=\0"));
     EXPECT_TRUE(report.contains(utf16("Message sent successfully.").mid(2)));
+
+    // One that cannot be written says which file and why.
+    ASSERT_TRUE(QDir().mkpath(dir.filePath("taken.txt")));
+    op.chooseFile(dir.filePath("taken"));
+    devices.Save_SMS_Report_Pressed();
+    EXPECT_EQ(op.alerts().last(),
+              "\n" + kErrorInFileAccessing + "\n" + dir.filePath("taken.txt") + ": Is a directory");
 }
 
 TEST_F(ModeTestOnModems, ApplyingACaseChangesTheDeviceRecordTheSendingUses) {
