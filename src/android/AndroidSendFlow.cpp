@@ -202,7 +202,7 @@ QString keepRecord(const QString& number, const QString& message, const QString&
     QString why;
     if (sentItems && !appendSentItem(SentItemAnd_File_Path, {number, message, date, QString()}, &why) &&
         why.isEmpty())
-        why = SentItemAnd_File_Path;
+        why = SentItemAnd_File_Path; // never empty when it failed
     if (templates && !Trim_Str(message).isEmpty())
         appendTemplateIfNew(message);
     return why;
@@ -212,8 +212,8 @@ QString sentItemsFailure(const QString& why) {
     return QStringLiteral("Sending stopped: the sent items could not be saved (%1).").arg(why);
 }
 
-QString messageFileFailure(const QString& path) {
-    return QStringLiteral("Sending stopped: the message could not be written for the phone (%1).").arg(path);
+QString messageFileFailure(const QString& why) {
+    return QStringLiteral("Sending stopped: the message could not be written for the phone (%1).").arg(why);
 }
 
 } // namespace
@@ -238,9 +238,10 @@ void Bulk_SMSAppDelegate::runSingleShot(const RunInput& input, std::stop_token s
     const QString date = sentItemDate();
     const QString listPath = Created_Resource_Path + QLatin1Char('/') + kListFileName;
 
-    if (!writeFileAtomically(listPath, QByteArray())) {
+    QString why;
+    if (!writeFileAtomically(listPath, QByteArray(), &why)) {
         busy.stop();
-        stopForData(messageFileFailure(listPath));
+        stopForData(messageFileFailure(why));
         return;
     }
     if (!Save_File_To_Phone_Storage(kListFileName, false)) {
@@ -284,10 +285,10 @@ void Bulk_SMSAppDelegate::runSingleShot(const RunInput& input, std::stop_token s
         ++sent;
     }
     // The list reaches the phone only as written: a stale or cut file would text the wrong people.
-    if (!writeFileAtomically(listPath, content)) {
+    if (!writeFileAtomically(listPath, content, &why)) {
         busy.stop();
         Delete_File(listPath);
-        stopForData(messageFileFailure(listPath));
+        stopForData(messageFileFailure(why));
         return;
     }
     m_progress.update([](AndroidSendingProgress::State& s) {
@@ -390,10 +391,10 @@ void Bulk_SMSAppDelegate::runOneByOne(const RunInput& input, std::stop_token sto
             response = Send_AN_MSG_Command(number, message, false);
             Clock::sleep(1s);
         } else {
-            if (!writeFileAtomically(messagePath, message.toUtf8())) {
+            if (QString why; !writeFileAtomically(messagePath, message.toUtf8(), &why)) {
                 // The phone would send whatever message file it holds: nothing is sent instead.
                 Delete_File(messagePath);
-                dataFailure = messageFileFailure(messagePath);
+                dataFailure = messageFileFailure(why);
                 break;
             }
             if (Save_File_To_Phone_Storage(kMessageFileName, false, kUninterrupted)) {

@@ -313,7 +313,7 @@ int runSend(const QStringList& arguments) {
         sendingLock = SendingLock::acquire(&holder, &why);
         if (!sendingLock) {
             err(SendingLock::refusal(holder, why));
-            return holder < 0 ? RunReport::kDataNotWritten : RunReport::kAnotherSender;
+            return holder < 0 ? kExitDataNotWritten : RunReport::kAnotherSender;
         }
     }
     if (!parser.isSet(resume) && !parser.isSet(dryRun)) {
@@ -525,9 +525,10 @@ int runSend(const QStringList& arguments) {
         for (const SendingItem& item : modems.sendingJob().items().all())
             if (statusPassesFilter(item.status, reportGroup))
                 reported.append({item.number, item.message, item.currentStatus, item.status});
-        if (!writeSendingReport(parser.value(report), reportFormat, reported)) {
-            err(kErrorInFileAccessing);
-            return RunReport::kDataNotWritten;
+        QString why;
+        if (!writeSendingReport(parser.value(report), reportFormat, reported, &why)) {
+            err(errorInFileAccessing(why));
+            return kExitDataNotWritten;
         }
         err(QStringLiteral("Report written to %1").arg(parser.value(report)));
     }

@@ -82,7 +82,7 @@ void RunReport::finish() {
 
 int RunReport::exitStatus() const {
     if (!m_job.dataFailure().isEmpty())
-        return kDataNotWritten;
+        return kExitDataNotWritten;
     int sendable = 0, sent = 0;
     for (const SendingItem& item : m_job.items().all()) {
         sendable += !leftOutOnPurpose(item);

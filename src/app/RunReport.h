@@ -24,7 +24,6 @@ public:
 
     static constexpr int kSomeFailed = 1;
     static constexpr int kNothingSent = 3;
-    static constexpr int kDataNotWritten = 4;
     static constexpr int kAnotherSender = 5;
 
 private:

@@ -70,8 +70,9 @@ bool RunJournal::begin(const QList<SendingItem>& items, const QList<Entry>& carr
     for (const SendingItem& item : items)
         run.append(entryOf(item.number, item.message, item.status));
     // The start is written whole or not at all; the events are appended to it.
-    if (!writeFileAtomically(path(), lineOf(QJsonObject{{"carried", done}, {"items", run}}))) {
-        fail(QStringLiteral("%1: cannot be written").arg(path()));
+    QString why;
+    if (!writeFileAtomically(path(), lineOf(QJsonObject{{"carried", done}, {"items", run}}), &why)) {
+        fail(why);
         return false;
     }
     m_fd = ::open(QFile::encodeName(path()).constData(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOFOLLOW);
@@ -86,13 +87,19 @@ bool RunJournal::append(const QByteArray& line) {
     std::lock_guard lock(m_lock);
     if (m_fd < 0)
         return false;
-    // One write, then down to the disk: the next step may be the one a power cut interrupts.
-    // A line written in part is as good as none: the reader skips a line it cannot parse.
-    const ssize_t written = ::write(m_fd, line.constData(), size_t(line.size()));
-    if (written != line.size()) {
-        fail(QStringLiteral("%1: %2").arg(path(), written < 0 ? QString::fromLocal8Bit(std::strerror(errno))
-                                                              : QStringLiteral("the disk is full")));
-        return false;
+    // Written whole, then down to the disk: the next step may be the one a power cut
+    // interrupts. A line cut short is as good as none: the reader skips a line it cannot parse,
+    // and nothing is written after it.
+    for (qsizetype done = 0; done < line.size();) {
+        const ssize_t written = ::write(m_fd, line.constData() + done, size_t(line.size() - done));
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0) {
+            fail(QStringLiteral("%1: %2").arg(path(), written < 0 ? QString::fromLocal8Bit(std::strerror(errno))
+                                                                  : QStringLiteral("No space left on device")));
+            return false;
+        }
+        done += written;
     }
     if (::fdatasync(m_fd) != 0) {
         fail(QStringLiteral("%1: %2").arg(path(), QString::fromLocal8Bit(std::strerror(errno))));

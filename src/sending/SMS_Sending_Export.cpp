@@ -1,6 +1,8 @@
 // The Export button of a finished run: the report of its items as text, HTML or workbook.
 #include "SMS_Sending.h"
 
+#include "core/FileUtils.h"
+
 #include "core/Guard.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
@@ -43,12 +45,13 @@ void SMS_Sending::Export_Item_Function() {
             report.append({item.number, item.message, item.currentStatus, item.status});
     m_pleaseWait = true;
     emit changed();
+    QString why;
     const bool written = Guard::run(
-        "Export_Item_Function", [&] { return writeSendingReport(path, chosen, report); }, false);
+        "Export_Item_Function", [&] { return writeSendingReport(path, chosen, report, &why); }, false);
     m_pleaseWait = false;
     emit changed();
     if (!written) {
-        m_op.Show_MessageBox(kErrorInFileAccessing);
+        m_op.Show_MessageBox(errorInFileAccessing(why));
         return;
     }
     offerToOpenExport(m_op);
