@@ -85,7 +85,8 @@ int runDevices(const QStringList& arguments) {
     const QCommandLineOption serial(QStringLiteral("serial"), QStringLiteral("Android: only this phone."),
                                     QStringLiteral("serial"));
     parser.addOptions({android, serial});
-    parser.process(arguments.mid(1));
+    if (const std::optional<int> end = parseCommandLine(parser, arguments.mid(1)))
+        return *end;
     Session session(false);
     if (!session.launch())
         return 2;
@@ -249,7 +250,8 @@ int runSend(const QStringList& arguments) {
         QStringLiteral("Ask the network for a delivery report of every message; each result waits for its "
                        "report (at most a minute after the last message)."));
     parser.addOption(deliveryReports);
-    parser.process(arguments.mid(1));
+    if (const std::optional<int> end = parseCommandLine(parser, arguments.mid(1)))
+        return *end;
 
     ExportFormat reportFormat = ExportFormat::Text;
     const int reportGroup = reportFilterOf(parser.value(reportFilter));

@@ -76,7 +76,8 @@ int runSentItems(const QStringList& arguments) {
                                     QStringLiteral("GSM only: all, sent or unsent items (default all)."),
                                     QStringLiteral("group"), QStringLiteral("all"));
     parser.addOptions({exportFile, android, filter});
-    parser.process(arguments.mid(1));
+    if (const std::optional<int> end = parseCommandLine(parser, arguments.mid(1)))
+        return *end;
     QString path;
     ExportFormat format = ExportFormat::Text;
     if (!exportTarget(parser, exportFile, path, format))
@@ -120,7 +121,8 @@ int runTemplates(const QStringList& arguments) {
     const QCommandLineOption exportFile(QStringLiteral("export"), QStringLiteral("The file to write."),
                                         QStringLiteral("file"));
     parser.addOption(exportFile);
-    parser.process(arguments.mid(1));
+    if (const std::optional<int> end = parseCommandLine(parser, arguments.mid(1)))
+        return *end;
     QString path;
     ExportFormat format = ExportFormat::Text;
     if (!exportTarget(parser, exportFile, path, format))

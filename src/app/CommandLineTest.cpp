@@ -97,7 +97,8 @@ int runTestDevice(const QStringList& arguments) {
     const QCommandLineOption serial(QStringLiteral("serial"), QStringLiteral("Android: the phone to test."),
                                     QStringLiteral("serial"));
     parser.addOptions({device, to, smsc, report, android, serial});
-    parser.process(arguments.mid(1));
+    if (const std::optional<int> end = parseCommandLine(parser, arguments.mid(1)))
+        return *end;
     const bool throughAndroid = parser.isSet(android);
     if (!parser.isSet(to) || (!throughAndroid && !parser.isSet(device))) {
         err(QStringLiteral("bulksms test-device needs --device PATH (or --android) and --to NUMBER."));

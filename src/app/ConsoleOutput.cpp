@@ -1,5 +1,7 @@
 #include "ConsoleOutput.h"
 
+#include <QCommandLineParser>
+
 #include <cstdio>
 
 namespace {
@@ -11,3 +13,15 @@ void printLine(FILE* stream, const QString& line) {
 
 void printOut(const QString& line) { printLine(stdout, line); }
 void printErr(const QString& line) { printLine(stderr, line); }
+
+std::optional<int> parseCommandLine(QCommandLineParser& parser, const QStringList& arguments) {
+    if (!parser.parse(arguments)) {
+        printErr(parser.errorText());
+        return kExitUsage;
+    }
+    if (parser.isSet(QStringLiteral("help"))) {
+        printOut(parser.helpText());
+        return 0;
+    }
+    return std::nullopt;
+}

@@ -4,9 +4,21 @@
 // a crash is not lost in a buffer.
 #include <QString>
 
+#include <optional>
+
+class QCommandLineParser;
+
 void printOut(const QString& line); // standard output: what scripts parse
 void printErr(const QString& line); // standard error: questions, progress and reasons
 
 // Exit status of a command that stopped because data could not be written (a full disk, a
 // folder it may not write in).
 constexpr int kExitDataNotWritten = 4;
+
+// Exit status of bad usage: an unknown option, a missing value.
+constexpr int kExitUsage = 2;
+
+// Parses a command's arguments (the command word first). An exit status when the command
+// ends here: 0 after --help (printed on standard output), 2 after a usage error (told on
+// standard error).
+std::optional<int> parseCommandLine(QCommandLineParser& parser, const QStringList& arguments);

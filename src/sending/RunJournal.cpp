@@ -95,8 +95,9 @@ bool RunJournal::append(const QByteArray& line) {
         if (written < 0 && errno == EINTR)
             continue;
         if (written <= 0) {
-            fail(QStringLiteral("%1: %2").arg(path(), written < 0 ? QString::fromLocal8Bit(std::strerror(errno))
-                                                                  : QStringLiteral("No space left on device")));
+            fail(QStringLiteral("%1: %2").arg(path(), written < 0
+                                                          ? QString::fromLocal8Bit(std::strerror(errno))
+                                                          : QStringLiteral("No space left on device")));
             return false;
         }
         done += written;

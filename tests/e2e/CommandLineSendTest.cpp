@@ -80,6 +80,25 @@ TEST_F(CommandLineSendTest, SendsEveryRecipientOnceAndReportsEach) {
     }
 }
 
+TEST_F(CommandLineSendTest, BadUsageExitsTwoAndHelpZero) {
+    const QList<std::pair<QStringList, int>> cases = {
+        {{"send", "--no-such-option"}, 2}, {{"send", "--to"}, 2},
+        {{"sent-items", "--export"}, 2},   {{"templates", "--bogus"}, 2},
+        {{"test-device", "--device"}, 2},  {{"devices", "--wrong"}, 2},
+        {{"send", "--help"}, 0},
+    };
+    for (const auto& [arguments, expected] : cases) {
+        int exitCode = -1;
+        const QStringList lines = run(arguments, exitCode);
+        EXPECT_EQ(exitCode, expected) << arguments.join(' ').toStdString();
+        if (expected == 0)
+            EXPECT_TRUE(lines.join('\n').contains("Exit status")) << arguments.join(' ').toStdString();
+        else
+            EXPECT_FALSE(errors.trimmed().isEmpty()) << arguments.join(' ').toStdString();
+    }
+    EXPECT_TRUE(modems.at(0)->received().isEmpty());
+}
+
 TEST_F(CommandLineSendTest, DryRunOpensNoDeviceAndMarksDuplicates) {
     int exitCode = -1;
     const QStringList lines = run(

@@ -94,8 +94,8 @@ TEST_F(ResumeAfterKillTest, EveryRecipientOnceWhateverMomentTheRunIsKilled) {
             const bool fullDisk = begun && QRandomGenerator::global()->bounded(4) == 0;
             const qint64 limit =
                 fullDisk ? QFileInfo(journal).size() + QRandomGenerator::global()->bounded(0, 600) : -1;
-            auto process =
-                start(begun ? QStringList{"send", "--resume", "--resend-unknown", "--yes"} : arguments, limit);
+            auto process = start(
+                begun ? QStringList{"send", "--resume", "--resend-unknown", "--yes"} : arguments, limit);
             if (!fullDisk && kills < kKills && killsThisRun < kKillsPerRun) {
                 QThread::msleep(QRandomGenerator::global()->bounded(50, 900));
                 if (process->state() == QProcess::Running) {

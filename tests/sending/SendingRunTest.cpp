@@ -15,11 +15,13 @@
 #include "core/FileUtils.h"
 #include "core/MainThread.h"
 #include "core/SendingFlags.h"
+#include "sending/RunJournal.h"
 #include "sim/VirtualModem.h"
 #include "stores/ExportDialogs.h"
 
 #include <QElapsedTimer>
 #include <QFile>
+#include <QProcess>
 
 #include <gtest/gtest.h>
 
@@ -601,6 +603,51 @@ TEST_F(SendingRunTest, SendRefusesWithoutDevicesOrRecipients) {
                   "\n\nPlease use Mobile Phone Connection Wizard for finding device or establishing "
                   "connection.",
                   "\nPhone numbers-Messages list is empty.", "\nPlease insert entered number to the list."}));
+}
+
+TEST_F(SendingRunTest, SendRefusesWhileAnotherProcessSendsAndAnUnfinishedRunIsDiscardedOnlyOnYes) {
+    attach();
+    chooseDevices();
+    addRecipients(numbers(2), "x");
+    window.prev_composer_msg = window.composerText();
+
+    // Another process holds the data folder's sending lock (and names itself in it, as ours do).
+    ASSERT_TRUE(Create_Folder(Bulk_SMS_Data_Folder_Path));
+    QProcess other;
+    other.start("flock",
+                {Bulk_SMS_Data_Folder_Path + "/Sending.lock", "-c", "echo $$ > \"$0\"; echo locked; sleep 30",
+                 Bulk_SMS_Data_Folder_Path + "/Sending.lock"});
+    ASSERT_TRUE(other.waitForReadyRead(10000));
+    const qint64 holder =
+        QByteArray(readAll(Bulk_SMS_Data_Folder_Path + "/Sending.lock")).trimmed().toLongLong();
+    ASSERT_GT(holder, 0);
+    window.Send_SMS_Btn();
+    EXPECT_EQ(op.alerts().last(),
+              QStringLiteral("\nAnother copy of the program (process %1) is sending from this "
+                             "data folder. Wait until it ends, or stop it, before sending.")
+                  .arg(holder));
+    other.kill();
+    other.waitForFinished();
+    EXPECT_TRUE(receivedNumbers().isEmpty());
+
+    // A run that did not end: No keeps its record and sends nothing; Yes discards it and sends.
+    {
+        RunJournal unfinished;
+        SendingItem item;
+        item.number = "+447700900999";
+        ASSERT_TRUE(unfinished.begin({item}));
+    }
+    op.answerNo();
+    window.Send_SMS_Btn();
+    EXPECT_TRUE(receivedNumbers().isEmpty());
+    EXPECT_TRUE(RunJournal::load());
+    EXPECT_TRUE(op.questions().last().startsWith("A run that did not end (0 of 1 sent) is kept"));
+    op.answerYes();
+    send();
+    QStringList expected = numbers(2);
+    expected.sort();
+    EXPECT_EQ(receivedNumbers(), expected);
+    EXPECT_FALSE(RunJournal::load());
 }
 
 } // namespace
