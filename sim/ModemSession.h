@@ -37,6 +37,8 @@ public:
                  QString device);
 
     void feed(const QByteArray& bytes);
+    // Fell silent (silentAfterMessages): hears everything, answers nothing, for good.
+    bool fallenSilent() const { return m_fallenSilent; }
 
     // Output the modem owes later (status reports): when the next is due, and sending what is.
     std::optional<std::chrono::steady_clock::time_point> nextDue() const;
@@ -53,6 +55,8 @@ private:
 
     void commandByte(char byte, QByteArray& echoed, const ModemBehaviour& behaviour, bool lineFeedFollows);
     void bodyByte(char byte, QByteArray& echoed, const ModemBehaviour& behaviour);
+    // The behaviour of this moment; a modem that fell silent stays silent whatever it says.
+    ModemBehaviour behaviourNow() const;
     void runLine(const QByteArray& line, const ModemBehaviour& behaviour);
     void submitPdu(const ModemBehaviour& behaviour);
     void submitText(const ModemBehaviour& behaviour);
@@ -83,6 +87,7 @@ private:
     QString m_textNumber;
     int m_messageReference = 0;
     int m_acceptedParts = 0;
+    bool m_fallenSilent = false;
     int m_submissions = 0;   // messages and parts handed over, refused or not
     QByteArray m_lateAnswer; // a held network answer (lateCmgsAnswers)
     struct OwedReport {
