@@ -614,9 +614,8 @@ TEST_F(SendingRunTest, SendRefusesWhileAnotherProcessSendsAndAnUnfinishedRunIsDi
     // Another process holds the data folder's sending lock (and names itself in it, as ours do).
     ASSERT_TRUE(Create_Folder(Bulk_SMS_Data_Folder_Path));
     QProcess other;
-    other.start("flock",
-                {Bulk_SMS_Data_Folder_Path + "/Sending.lock", "-c", "echo $$ > \"$0\"; echo locked; sleep 30",
-                 Bulk_SMS_Data_Folder_Path + "/Sending.lock"});
+    const QString lockFile = Bulk_SMS_Data_Folder_Path + "/Sending.lock";
+    other.start("flock", {"--close", lockFile, "-c", "echo $$ > '" + lockFile + "'; echo locked; sleep 30"});
     ASSERT_TRUE(other.waitForReadyRead(10000));
     const qint64 holder =
         QByteArray(readAll(Bulk_SMS_Data_Folder_Path + "/Sending.lock")).trimmed().toLongLong();
