@@ -23,9 +23,9 @@ std::chrono::microseconds realDuration(double prescribedSeconds) {
     return Clock::scaled(Clock::Duration(std::llround(prescribedSeconds * 1000.0)));
 }
 
-// Waits until the descriptor is readable: 1 readable, 0 time-out, -1 failure (errno set).
-int waitReadable(int fd, std::chrono::microseconds timeout) {
-    pollfd entry{fd, POLLIN, 0};
+// Waits until the descriptor is ready for `events`: 1 ready, 0 time-out, -1 failure (errno set).
+int waitFor(int fd, short events, std::chrono::microseconds timeout) {
+    pollfd entry{fd, events, 0};
     const auto deadline = SteadyClock::now() + timeout;
     while (true) {
         const auto left =
@@ -36,8 +36,28 @@ int waitReadable(int fd, std::chrono::microseconds timeout) {
         if (ready < 0 && errno == EINTR)
             continue;
         if (ready > 0)
-            return 1; // readable, hung up or failed: the read that follows tells which
+            return 1; // ready, hung up or failed: the read or write that follows tells which
         return ready;
+    }
+}
+
+int waitReadable(int fd, std::chrono::microseconds timeout) { return waitFor(fd, POLLIN, timeout); }
+
+// One read of what the line holds: the byte count; 0 when nothing is there, because another
+// reader of the device took what poll announced; -1 when the line failed (errno set, 0 at
+// the end of the line).
+ssize_t readWaiting(int fd, char* into, size_t room) {
+    while (true) {
+        const ssize_t got = ::read(fd, into, room);
+        if (got > 0)
+            return got;
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))
+            return 0;
+        if (got == 0)
+            errno = 0;
+        return -1;
     }
 }
 
@@ -64,8 +84,9 @@ bool AMSerialPort::openWithMode(bool exclusive) {
     if (isOpen())
         return true;
     const QByteArray path = m_bsdPath.toUtf8();
-    // Opened non-blocking so that a line without carrier cannot hold the open; blocking
-    // I/O is turned back on below, so that a long write goes out whole.
+    // Non-blocking for good: a line without carrier cannot hold the open, and a read cannot
+    // wait for ever on bytes that another process holding the device took first. Every read
+    // and write waits in poll() up to its own deadline instead.
     const int fd = ::open(path.constData(), O_RDWR | O_NOCTTY | O_NONBLOCK);
     if (fd < 0)
         return false;
@@ -89,7 +110,6 @@ bool AMSerialPort::openWithMode(bool exclusive) {
         ::close(fd);
         return false;
     }
-    ::fcntl(fd, F_SETFL, 0);
     m_originalOptions = original;
     m_options = raw;
     m_fileDescriptor.store(fd);
@@ -101,8 +121,6 @@ void AMSerialPort::close() {
     const int fd = m_fileDescriptor.load();
     if (fd < 0)
         return;
-    // Non-blocking first so that restoring the attributes cannot wait on unsent output.
-    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK);
     ::tcsetattr(fd, TCSANOW, &m_originalOptions);
     ::ioctl(fd, TIOCNXCL);
     ::close(fd);
@@ -135,10 +153,45 @@ bool AMSerialPort::writeData(const QByteArray& data, SerialError* error) {
         return false;
     }
     const int fd = fileDescriptor();
-    const ssize_t written = fd < 0 ? -1 : ::write(fd, data.constData(), static_cast<size_t>(data.size()));
-    if (written < 0) {
+    if (fd < 0) {
         result.code = kReadFailed;
-        result.posixError = fd < 0 ? EBADF : errno;
+        result.posixError = EBADF;
+        fillError(error, result);
+        return false;
+    }
+    // The line takes what fits; the rest goes as room frees, so that a long PDU leaves whole.
+    // The deadline starts again with every byte taken: only a line that stopped taking
+    // bytes fails the write.
+    const auto stall = Clock::scaled(kWriteWait);
+    auto deadline = SteadyClock::now() + stall;
+    qint64 written = 0;
+    while (written < data.size()) {
+        const ssize_t n = ::write(fd, data.constData() + written, static_cast<size_t>(data.size() - written));
+        if (n > 0) {
+            written += n;
+            deadline = SteadyClock::now() + stall;
+            continue;
+        }
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0 && errno != EAGAIN && errno != EWOULDBLOCK) {
+            result.posixError = errno;
+            break;
+        }
+        const auto left =
+            std::chrono::duration_cast<std::chrono::microseconds>(deadline - SteadyClock::now());
+        const int ready = left.count() > 0 ? waitFor(fd, POLLOUT, left) : 0;
+        if (ready < 0) {
+            result.posixError = errno;
+            break;
+        }
+        if (ready == 0) {
+            result.posixError = ETIMEDOUT;
+            break;
+        }
+    }
+    if (written == 0) {
+        result.code = kReadFailed;
     } else {
         result.bytesWritten = written;
         if (written < data.size())
@@ -211,12 +264,19 @@ std::optional<QByteArray> AMSerialPort::readAndStopAfterBytes(bool stopAfterByte
             break;
         }
         const qint64 room = limit - held;
-        const ssize_t got = room > 0 ? ::read(fd, m_buffer.data() + held, static_cast<size_t>(room)) : 0;
-        if (got <= 0) {
+        if (room <= 0) {
             result.code = kReadFailed;
-            result.posixError = got < 0 ? errno : 0;
             break;
         }
+        const ssize_t got = readWaiting(fd, m_buffer.data() + held, static_cast<size_t>(room));
+        if (got < 0) {
+            result.code = kReadFailed;
+            result.posixError = errno;
+            break;
+        }
+        remaining = timeout - (SteadyClock::now() - start);
+        if (got == 0)
+            continue; // taken by another reader of the device: wait on, within the deadline
         held += got;
         if (stopAfterBytes && held >= bytes) {
             result.endCode = held == bytes ? kEndByteCountReached : kEndByteCountPassed;
@@ -230,7 +290,6 @@ std::optional<QByteArray> AMSerialPort::readAndStopAfterBytes(bool stopAfterByte
             result.code = kBufferFull;
             break;
         }
-        remaining = timeout - (SteadyClock::now() - start);
     }
 
     result.bytesRead = held;
@@ -247,19 +306,34 @@ QByteArray AMSerialPort::readAvailable(std::chrono::microseconds wait, SerialErr
     SerialError result;
     const int fd = fileDescriptor();
     QByteArray data;
-    const int ready = fd < 0 ? -1 : waitReadable(fd, wait);
-    if (ready < 0) {
-        result.code = kReadFailed;
-        result.posixError = fd < 0 ? EBADF : errno;
-    } else if (ready == 0) {
-        result.code = kReadTimeout;
-    } else {
-        const ssize_t got = ::read(fd, m_buffer.data(), m_buffer.size());
-        if (got <= 0) {
+    const auto deadline = SteadyClock::now() + wait;
+    while (true) {
+        const auto left = std::chrono::duration_cast<std::chrono::microseconds>(
+            std::max<SteadyClock::duration>(deadline - SteadyClock::now(), SteadyClock::duration(0)));
+        const int ready = fd < 0 ? -1 : waitReadable(fd, left);
+        if (ready < 0) {
             result.code = kReadFailed;
-            result.posixError = got < 0 ? errno : 0;
-        } else {
+            result.posixError = fd < 0 ? EBADF : errno;
+            break;
+        }
+        if (ready == 0) {
+            result.code = kReadTimeout;
+            break;
+        }
+        const ssize_t got = readWaiting(fd, m_buffer.data(), m_buffer.size());
+        if (got < 0) {
+            result.code = kReadFailed;
+            result.posixError = errno;
+            break;
+        }
+        if (got > 0) {
             data = QByteArray(m_buffer.data(), got);
+            break;
+        }
+        // Another reader of the device took the bytes: wait on for the rest of the time.
+        if (SteadyClock::now() >= deadline) {
+            result.code = kReadTimeout;
+            break;
         }
     }
     result.bytesRead = data.size();

@@ -1,7 +1,9 @@
 #pragma once
-// One serial character device carrying a modem's AT traffic: opened in raw mode, written in
-// single write calls, read until the line has been quiet for one read time-out. Reports by
-// return value and an optional error record; never throws.
+// One serial character device carrying a modem's AT traffic: opened in raw mode and
+// non-blocking, written whole as the line takes the bytes, read until the line has been quiet
+// for one read time-out. No read or write waits past its deadline, even when another process
+// holding the device takes the bytes first. Reports by return value and an optional error
+// record; never throws.
 #include <QByteArray>
 #include <QString>
 #include <QStringConverter>
@@ -19,7 +21,7 @@ struct SerialError {
     std::optional<int> endCode;         // set when no error code ended the read
     std::optional<qint64> bytesRead;    // reads only
     std::optional<qint64> bytesWritten; // writes that sent at least one byte
-    int posixError = 0;                 // errno behind a code 99, if any
+    int posixError = 0;                 // errno behind a code 99 or 201, if any (ETIMEDOUT: line stalled)
 };
 
 class AMSerialPort {
@@ -36,13 +38,16 @@ public:
     static constexpr int kEndByteCountPassed = 3;
 
     static constexpr int kBufferSize = 4096;
+    // The longest a write waits for the line to take its next byte (on the clock's scale): a
+    // device that stops taking bytes fails the write instead of holding its thread for ever.
+    static constexpr std::chrono::milliseconds kWriteWait{10000};
 
     AMSerialPort(const QString& path, const QString& name, const QString& type);
     ~AMSerialPort();
     AMSerialPort(const AMSerialPort&) = delete;
     AMSerialPort& operator=(const AMSerialPort&) = delete;
 
-    // Opens read-write without becoming the controlling terminal, blocking, and puts the
+    // Opens read-write without becoming the controlling terminal, non-blocking, and puts the
     // line in raw mode (the original attributes come back at close).
     bool open();
     // open() with exclusive use (TIOCEXCL): further opens of the device fail while this one

@@ -2,12 +2,14 @@
 // even parity, RTS/CTS, 19200 baud, DTR pulsed), then releases it with the attributes it had.
 #include "MFCSMS.h"
 
+#include "core/Clock.h"
 #include "core/Log.h"
 
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/ioctl.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -20,6 +22,18 @@ void logFailure(const char* format, const QByteArray& path) {
 // The four handshake lines the set-up raises together (mask 294).
 constexpr int kHandshakeLines = TIOCM_DTR | TIOCM_RTS | TIOCM_CTS | TIOCM_DSR;
 static_assert(kHandshakeLines == 294);
+
+constexpr std::chrono::milliseconds kDrainPoll{5};
+
+// Lets the line send what it holds before its attributes change, as tcdrain() would, but
+// only for as long as a write may wait: output held back by flow control or a device that
+// stopped taking bytes must not hold the close for ever (tcdrain() has no time-out).
+void drainOutput(int fd) {
+    const auto deadline = std::chrono::steady_clock::now() + Clock::scaled(AMSerialPort::kWriteWait);
+    int queued = 0;
+    while (::ioctl(fd, TIOCOUTQ, &queued) == 0 && queued > 0 && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(kDrainPoll);
+}
 
 } // namespace
 
@@ -48,10 +62,8 @@ int MFCSMS::OpenSerialPort(const QString& bsdPath) {
         logFailure("Error setting TIOCEXCL on %s - %s(%d).\n", path);
         return fail();
     }
-    if (::fcntl(fd, F_SETFL, 0) != 0) {
-        logFailure("Error clearing O_NONBLOCK %s - %s(%d).\n", path);
-        return fail();
-    }
+    // The descriptor stays non-blocking: nothing here reads or writes, and no call on it may
+    // wait for a line that does not answer.
     termios original{};
     if (::tcgetattr(fd, &original) != 0) {
         logFailure("Error getting tty attributes %s - %s(%d).\n", path);
@@ -95,8 +107,7 @@ void MFCSMS::CloseSerialPort(int fileDescriptor) {
     if (fileDescriptor < 0)
         return;
     std::lock_guard lock(m_closeLock);
-    ::fcntl(fileDescriptor, F_SETFL, ::fcntl(fileDescriptor, F_GETFL) | O_NONBLOCK);
-    ::tcdrain(fileDescriptor);
+    drainOutput(fileDescriptor);
     if (const auto saved = m_lineSetupOriginals.find(fileDescriptor); saved != m_lineSetupOriginals.end()) {
         ::tcsetattr(fileDescriptor, TCSANOW, &saved->second);
         m_lineSetupOriginals.erase(saved);

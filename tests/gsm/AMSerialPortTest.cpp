@@ -1,14 +1,18 @@
 #include "QStringPrinting.h"
 
+#include "core/Clock.h"
 #include "core/Log.h"
 #include "gsm/AMSerialPort.h"
 #include "gsm/MFCSMS.h"
+#include "sim/LineSnooper.h"
 #include "sim/PtyPair.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstring>
 #include <fcntl.h>
+#include <poll.h>
 #include <termios.h>
 #include <thread>
 #include <unistd.h>
@@ -155,6 +159,85 @@ TEST_F(SerialPortTest, WritesGoOutWholeOrReportWhy) {
     EXPECT_EQ(error.code, AMSerialPort::kReadFailed);
 }
 
+// Another program holding the same device (a terminal left open on it, a modem manager) may
+// take the bytes poll() announced to us: every read still ends by its deadline, none waits in
+// read() for bytes that are gone.
+TEST_F(SerialPortTest, ReadsEndByTheirDeadlineWhenAnotherReaderTakesTheBytes) {
+    auto port = openPort(20.0);
+    EXPECT_NE(::fcntl(port->fileDescriptor(), F_GETFL) & O_NONBLOCK, 0);
+    sim::LineSnooper other(pty.devicePath());
+    ASSERT_TRUE(other.isOpen());
+    // The reads run apart, so that one stuck for ever fails the test instead of hanging it.
+    constexpr int kRounds = 150;
+    std::atomic<int> rounds{0};
+    std::thread reads([&] {
+        for (int round = 0; round < kRounds; ++round, ++rounds) {
+            pty.write("\r\nOK\r\n");
+            switch (round % 3) {
+            case 0: port->readAvailable(std::chrono::milliseconds(20)); break;
+            case 1: port->readAndReturnError(); break;
+            default: port->readBytes(8); break;
+            }
+        }
+    });
+    const auto bound = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (rounds < kRounds && std::chrono::steady_clock::now() < bound)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_EQ(rounds, kRounds) << "a read never returned";
+    pty.close(); // frees a read stuck in the kernel
+    reads.join();
+    EXPECT_GT(other.taken(), 0) << "the other reader never got ahead of ours";
+}
+
+// A body longer than the line holds goes out whole as the modem reads it; a modem that stops
+// reading fails the write by its deadline with what went out, instead of holding it for ever.
+TEST_F(SerialPortTest, LongWritesGoOutWholeOrEndByTheirDeadline) {
+    QByteArray body;
+    for (int i = 0; body.size() < 512 * 1024; ++i)
+        body += QByteArray::number(i) + ',';
+    const struct {
+        const char* name;
+        bool modemReads;
+        double clockScale; // while the modem reads, the deadline outlasts any pause of a busy machine
+        int code;
+    } cases[] = {
+        {"modem reads", true, 1.0, 0},
+        {"modem stopped reading", false, 0.001, AMSerialPort::kShortWrite},
+    };
+    for (const auto& c : cases) {
+        Clock::setScale(c.clockScale);
+        auto port = openPort();
+        QByteArray arrived;
+        std::thread modem([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50)); // the line fills up first
+            const auto bound = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+            char buffer[4096];
+            while (c.modemReads && arrived.size() < body.size() && std::chrono::steady_clock::now() < bound) {
+                pollfd entry{pty.master(), POLLIN, 0};
+                if (::poll(&entry, 1, 5) > 0)
+                    arrived.append(buffer, std::max<ssize_t>(::read(pty.master(), buffer, sizeof buffer), 0));
+            }
+        });
+        SerialError error;
+        EXPECT_EQ(port->writeData(body, &error), c.code == 0) << c.name;
+        Clock::setScale(0.001);
+        modem.join(); // with all the bytes
+        EXPECT_EQ(error.code, c.code) << c.name;
+        ASSERT_TRUE(error.bytesWritten.has_value()) << c.name;
+        if (c.modemReads) {
+            EXPECT_EQ(*error.bytesWritten, body.size()) << c.name;
+            EXPECT_TRUE(arrived == body) << c.name << ": " << arrived.size() << " bytes arrived";
+        } else {
+            EXPECT_GT(*error.bytesWritten, 0) << c.name;
+            EXPECT_LT(*error.bytesWritten, body.size()) << c.name;
+            EXPECT_EQ(error.posixError, ETIMEDOUT) << c.name;
+        }
+        port->close();
+        pty.close(); // a fresh line for the next case
+        ASSERT_TRUE(pty.open());
+    }
+}
+
 TEST_F(SerialPortTest, UnpluggedLineFailsReadsAndWrites) {
     auto port = openPort();
     ::close(observer);
@@ -178,6 +261,7 @@ TEST_F(SerialPortTest, LineSetupLeavesTheDeviceAsItWas) {
     EXPECT_EQ(during.c_lflag & (ECHO | ICANON), 0u);
     EXPECT_EQ(cfgetospeed(&during), static_cast<speed_t>(B19200));
     EXPECT_EQ(during.c_cc[VTIME], 10);
+    EXPECT_NE(::fcntl(fd, F_GETFL) & O_NONBLOCK, 0); // nothing done on it may wait on the line
     session.CloseSerialPort(fd);
     EXPECT_TRUE(sameAttributes(currentAttributes(), before));
     EXPECT_EQ(session.portName(), pty.devicePath());
