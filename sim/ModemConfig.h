@@ -39,6 +39,9 @@ struct ModemBehaviour {
     // Service centres the network does not know: a message through one (named in its PDU, or
     // set with AT+CSCA in text mode) is refused with "+CMS ERROR: 330" (SMSC address unknown).
     QStringList refusedServiceCentres;
+    // Answers this many accepted messages (or parts) normally; the network still takes the next
+    // one, but the modem never answers it and from then on answers nothing (-1 never).
+    int silentAfterMessages = -1;
 
     // Timing of the answers, as a real modem's processing adds it.
     // Every answer (not the echo) leaves this long after its command, through Clock (scaled).

@@ -46,8 +46,14 @@ ModemSession::ModemSession(ModemIdentity identity, std::function<ModemBehaviour(
     m_lastBehaviourEcho = initial.echo;
 }
 
-void ModemSession::feed(const QByteArray& bytes) {
+ModemBehaviour ModemSession::behaviourNow() const {
     ModemBehaviour behaviour = m_behaviour();
+    behaviour.silent = behaviour.silent || m_fallenSilent;
+    return behaviour;
+}
+
+void ModemSession::feed(const QByteArray& bytes) {
+    ModemBehaviour behaviour = behaviourNow();
     if (behaviour.echo != m_lastBehaviourEcho) { // a changed behaviour switches echo as ATE would
         m_settings.echo = behaviour.echo;
         m_lastBehaviourEcho = behaviour.echo;
@@ -65,7 +71,7 @@ void ModemSession::feed(const QByteArray& bytes) {
             bodyByte(byte, echoed, behaviour);
         }
         if (byte == kCarriageReturn || byte == kCtrlZ)
-            behaviour = m_behaviour(); // each command sees the behaviour of its moment
+            behaviour = behaviourNow(); // each command sees the behaviour of its moment
     }
     if (!echoed.isEmpty())
         m_line.echo(echoed);
@@ -300,6 +306,13 @@ void ModemSession::accept(const ReceivedMessage& part, const Concatenation& conc
     ReceivedMessage received = part;
     received.reportRequested = reportRequested;
     m_line.acceptedPart(received, concatenation);
+    if (behaviour.silentAfterMessages >= 0 && m_acceptedParts >= behaviour.silentAfterMessages) {
+        // The network has it; the modem goes quiet before saying so, and stays quiet.
+        m_fallenSilent = true;
+        m_lateAnswer.clear();
+        m_owedReports.clear();
+        return;
+    }
     sendNetworkAnswer({QStringLiteral("+CMGS: %1").arg(m_messageReference)}, QStringLiteral("OK"), behaviour);
     if (reportRequested && m_settings.cnmiDs >= 1 && !behaviour.noStatusReportFor.contains(part.number))
         m_owedReports.push_back({std::chrono::steady_clock::now() +

@@ -53,6 +53,8 @@ private:
 
     void commandByte(char byte, QByteArray& echoed, const ModemBehaviour& behaviour, bool lineFeedFollows);
     void bodyByte(char byte, QByteArray& echoed, const ModemBehaviour& behaviour);
+    // The behaviour of this moment; a modem that fell silent stays silent whatever it says.
+    ModemBehaviour behaviourNow() const;
     void runLine(const QByteArray& line, const ModemBehaviour& behaviour);
     void submitPdu(const ModemBehaviour& behaviour);
     void submitText(const ModemBehaviour& behaviour);
@@ -83,8 +85,9 @@ private:
     QString m_textNumber;
     int m_messageReference = 0;
     int m_acceptedParts = 0;
-    int m_submissions = 0;   // messages and parts handed over, refused or not
-    QByteArray m_lateAnswer; // a held network answer (lateCmgsAnswers)
+    bool m_fallenSilent = false; // silentAfterMessages: hears everything, answers nothing, for good
+    int m_submissions = 0;       // messages and parts handed over, refused or not
+    QByteArray m_lateAnswer;     // a held network answer (lateCmgsAnswers)
     struct OwedReport {
         std::chrono::steady_clock::time_point due;
         int reference = 0;

@@ -38,6 +38,10 @@ struct Flags {
     QCommandLineOption silent{"silent", "Answer nothing at all."};
     QCommandLineOption echoOnly{"echo-only", "Echo commands but never answer them."};
     QCommandLineOption unplugAfterParts{"unplug-after-parts", "Close the line after N accepted parts.", "N"};
+    QCommandLineOption silentAfter{"silent-after",
+                                   "Answer N accepted messages (or parts); the network still takes the next "
+                                   "one, but the modem never answers it and answers nothing from then on.",
+                                   "N"};
     QCommandLineOption log{"log", "Append one JSON line per received message to FILE.", "FILE"};
     QCommandLineOption count{"count", "Serve N modems at once (one path printed per line).", "N"};
     QCommandLineOption charsets{"charsets", "Character sets AT+CSCS=? offers, e.g. GSM,UCS2 (default: all).",
@@ -69,6 +73,7 @@ struct Flags {
                 silent,
                 echoOnly,
                 unplugAfterParts,
+                silentAfter,
                 log,
                 count,
                 latency,
@@ -156,6 +161,7 @@ SimOptions parse(const QStringList& arguments) {
     number(flags.networkDelay, 0, 600000, b.networkDelayMs);
     number(flags.latency, 0, 60000, b.answerLatencyMs);
     number(flags.unplugAfterParts, 0, 1000000, b.unplugAfterParts);
+    number(flags.silentAfter, 0, 1000000, b.silentAfterMessages);
     number(flags.count, 1, 32, options.count);
     number(flags.reportDelay, 0, 600000, b.statusReportDelayMs);
     b.noStatusReportFor = parser.values(flags.noReport);

@@ -21,8 +21,8 @@ TEST(SimOptions, FlagsMirrorIdentityAndBehaviour) {
         {{},
          [](const SimOptions& o) {
              return o.count == 1 && o.behaviour.echo && o.behaviour.modes == ModemBehaviour::Modes::Both &&
-                    o.behaviour.unplugAfterParts == -1 && o.logPath.isEmpty() &&
-                    o.behaviour.answerLatencyMs > 0 && !o.behaviour.lateCmgsAnswers;
+                    o.behaviour.unplugAfterParts == -1 && o.behaviour.silentAfterMessages == -1 &&
+                    o.logPath.isEmpty() && o.behaviour.answerLatencyMs > 0 && !o.behaviour.lateCmgsAnswers;
          }},
         {{"--manufacturer", "Acme", "--model", "M1", "--revision", "r2", "--imei", "123"},
          [](const SimOptions& o) {
@@ -61,6 +61,7 @@ TEST(SimOptions, FlagsMirrorIdentityAndBehaviour) {
              return o.behaviour.cmgsTestAnswersError && o.behaviour.undefinedIdentity && o.behaviour.silent &&
                     o.behaviour.echoOnly && o.behaviour.unplugAfterParts == 0;
          }},
+        {{"--silent-after", "3"}, [](const SimOptions& o) { return o.behaviour.silentAfterMessages == 3; }},
         {{"--report-delay-ms", "50", "--delivery-status", "555=97", "--no-report", "777"},
          [](const SimOptions& o) {
              return o.behaviour.statusReportDelayMs == 50 &&
@@ -89,6 +90,7 @@ TEST(SimOptions, MistakesAreNamedNotGuessed) {
         {{"--bursts", "x"}, "--bursts"},
         {{"--count", "33"}, "--count"},
         {{"--latency-ms", "-1"}, "--latency-ms"},
+        {{"--silent-after", "-1"}, "--silent-after"},
         {{"--cms-error", "4477"}, "--cms-error"},
         {{"--cms-error", "4477=abc"}, "--cms-error"},
         {{"--delivery-status", "4477=256"}, "--delivery-status"},

@@ -260,6 +260,27 @@ TEST(VirtualModemLine, SilentModemHearsButNeverAnswers) {
     ASSERT_TRUE(spinUntil([&] { return modem.commandLog() == QStringList{"AT"}; }));
 }
 
+TEST(VirtualModemLine, ModemFallenSilentStillPassedItsLastMessageOn) {
+    QTemporaryDir dir;
+    const QString logPath = dir.filePath("received.jsonl");
+    ModemBehaviour b = quietBehaviour();
+    b.silentAfterMessages = 1;
+    VirtualModem modem({}, b, logPath);
+    ASSERT_TRUE(modem.start());
+    PtyClient client(modem.devicePath());
+    client.command("AT+CMGS=12\r");
+    EXPECT_TRUE(client.command("00110005912143F50000FF0141\x1a").contains("+CMGS: 1"));
+    client.command("AT+CMGS=12\r");
+    client.send("00110005912143F50000FF0142\x1a");
+    ASSERT_TRUE(spinUntil([&] { return modem.received().size() == 2; }));
+    client.send("AT\r");
+    EXPECT_TRUE(client.readFor(std::chrono::milliseconds(100)).isEmpty());
+    const QList<sim::ReceivedMessage> logged = sim::MessageLog::read(logPath);
+    ASSERT_EQ(logged.size(), 2);
+    EXPECT_EQ(logged.at(1).text, QStringLiteral("B"));
+    EXPECT_EQ(modem.received().at(1).text, QStringLiteral("B"));
+}
+
 // A terminal nobody put in raw mode echoes whatever the modem sends straight back to it and
 // keeps the "> " prompt from the program until a line end arrives.
 TEST(VirtualModemLine, ClientThatForgetsRawModeSeesTheLineFault) {
