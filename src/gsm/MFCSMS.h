@@ -120,6 +120,10 @@ public:
     // Whether the last submission handed a message body to the modem (its Ctrl-Z went out):
     // when not, a failed line means the message certainly did not leave.
     bool lastSubmissionHandedOver() const { return m_lastHandedOver; }
+    // Whether the last submission ended because a part it handed over got no final result
+    // ("+CMGS", "OK", an error) within the answer wait. Its status is then "Unknown (may have
+    // been sent)": a modem that falls silent may have passed the message on before it did.
+    bool lastSubmissionSilent() const { return m_lastSilent; }
     static constexpr std::chrono::milliseconds kRetryRest{1000};
     // Session start: the shortest ceiling for the modem's answer to the wake-up, and the
     // shortest quiet that shows nothing more of it is coming.
@@ -159,6 +163,7 @@ private:
     QString m_port_name;
     QList<int> m_lastReferences;
     bool m_lastHandedOver = false;
+    bool m_lastSilent = false;
     bool m_formatRefused = false;
     bool m_statusReportsRequested = false;
     QList<StatusReport> m_statusReports; // gathered, not yet taken (under the read lock)

@@ -72,6 +72,7 @@ struct MFCSMS::Exchange {
     QString failure;         // why the current part was not accepted ("" while all went well)
     bool stopped = false;    // the run's Stop came between two parts
     bool handedOver = false; // a body went out with its Ctrl-Z
+    bool silent = false;     // ... and the modem said nothing conclusive about it in the answer wait
 
     // The status the submission ends with, once its dialogue ran to its end.
     QString status(const QString& sms_det) const {
@@ -110,12 +111,17 @@ bool MFCSMS::sendOneMessage(Exchange& ex, const QString& cmgsCommand, const QStr
 void MFCSMS::collectAnswer(Exchange& ex) {
     QString error;
     const bool answeredOk = Read_Command(ex.fd, kOk);
+    // Judged on the message's own answer, before the "AT" below can add an answer of its own.
+    const bool finalResult = ModemAnswers::holdsFinalResult(m_sLastResponse + QStringLiteral("\r\n"));
     // Sent means the network took it: "+CMGS: <reference>" and then "OK", nothing less.
     const std::optional<int> reference =
         answeredOk ? ModemAnswers::messageReference(m_sLastResponse) : std::nullopt;
     if (!answeredOk) {
         Show_NSLog_Message(m_sLastResponse);
         QString answer = Trim_Str(m_sLastResponse);
+        // "AT+CMGS" refused outright: what was typed after it never became a message.
+        if (!finalResult && ModemAnswers::isRefusal(Trim_Str(Get_SMS_Error(ex.promptLine))))
+            answer = ex.promptLine;
         if (answer.isEmpty()) {
             Check_Connection_For_Read(ex.fd, 2);
             answer = Trim_Str(m_sLastResponse);
@@ -124,10 +130,15 @@ void MFCSMS::collectAnswer(Exchange& ex) {
             answer = ex.promptLine;
         error = Trim_Str(Get_SMS_Error(answer));
     }
-    if (reference)
+    if (reference) {
         ex.references << *reference;
-    else
-        ex.failure = ModemAnswers::isRefusal(error) ? error : ModemAnswers::kStatusNoAnswer;
+    } else if (ModemAnswers::isRefusal(error)) {
+        ex.failure = error;
+    } else {
+        // Handed over, neither confirmed nor refused: the network may have it.
+        ex.failure = ModemAnswers::kStatusUnknown;
+        ex.silent = !finalResult;
+    }
     Show_NSLog_Message(QLatin1String(ex.kind.responsePrefix) + QStringLiteral("{%1} :: ").arg(ex.fd) +
                        (error.isEmpty() ? m_sLastResponse : error));
 }
@@ -198,6 +209,7 @@ bool MFCSMS::Send_PDU_SMS(int fd, const QString& number, const QString& message,
     completed = completed && ran;
     m_lastReferences = ex.references;
     m_lastHandedOver = ex.handedOver;
+    m_lastSilent = ex.silent;
     return_status = completed ? ex.status(sms_det) : ModemAnswers::kStatusConnectionError;
     return completed;
 }
@@ -254,6 +266,7 @@ bool MFCSMS::Send_Text_SMS(int fd, const QString& number, const QString& message
     completed = completed && ran;
     m_lastReferences = ex.references;
     m_lastHandedOver = ex.handedOver;
+    m_lastSilent = ex.silent;
     if (return_status == ModemAnswers::kStatusNoError)
         return_status = completed ? ex.status(sms_det) : ModemAnswers::kStatusConnectionError;
     return completed;

@@ -151,7 +151,7 @@ QString submissionStatus(bool dialogueCompleted, const QString& recorded, const 
     if (isRefusal(recorded))
         return recorded;
     if (unanswered)
-        return kStatusNoAnswer;
+        return kStatusUnknown;
     return sms_det == kCapabilityNotDetected ? kStatusSentToDevice : kStatusSent;
 }
 
@@ -174,13 +174,21 @@ QString textModeParametersCommand(bool flash_sms, bool unicode_sms, bool statusR
     return QStringLiteral("AT+CSMP=%1,255,0,%2\r\n").arg(statusReport ? 49 : 17).arg(dcs);
 }
 
-bool isRetryableRefusal(const QString& status) {
-    if (status == kStatusTextModeCannotCarry || isRefusal(status))
-        return true;
-    static const QRegularExpression partRefused(QStringLiteral("^Part \\d+ of \\d+: (.*)$"));
-    const QRegularExpressionMatch match = partRefused.match(status);
-    return match.hasMatch() && isRefusal(match.captured(1));
+namespace {
+// What a long message's part status says of its part ("+CMS ERROR: 38" of "Part 2 of 3:
+// +CMS ERROR: 38"); the status itself when it is no part status.
+QString partOutcome(const QString& status) {
+    static const QRegularExpression partStatus(QStringLiteral("^Part \\d+ of \\d+: (.*)$"));
+    const QRegularExpressionMatch match = partStatus.match(status);
+    return match.hasMatch() ? match.captured(1) : status;
 }
+} // namespace
+
+bool isRetryableRefusal(const QString& status) {
+    return status == kStatusTextModeCannotCarry || isRefusal(partOutcome(status));
+}
+
+bool isUnknown(const QString& status) { return partOutcome(status) == kStatusUnknown; }
 
 QString partFailureStatus(int part, int total, const QString& failure) {
     return QStringLiteral("Part %1 of %2: %3").arg(part).arg(total).arg(failure);

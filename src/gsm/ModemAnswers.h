@@ -65,16 +65,20 @@ inline const QString kStatusConnectionError = QStringLiteral("Device Connection 
 inline const QString kStatusNoError = QStringLiteral("NONE_ERROR");
 inline const QString kCapabilityNotDetected = QStringLiteral("Not Detected");
 
-// A submission the modem neither confirmed ("+CMGS: <mr>" and "OK") nor refused: it may or
-// may not have reached the network, so it never counts as sent.
-inline const QString kStatusNoAnswer = QStringLiteral("No answer from the modem");
+// A message handed over (its body and Ctrl-Z written) that the modem neither confirmed
+// ("+CMGS: <mr>" and "OK") nor refused: the network may well have it. Never sent, and never a
+// refusal to retry: a retry would text the person twice.
+inline const QString kStatusUnknown = QStringLiteral("Unknown (may have been sent)");
+// kStatusUnknown, alone or as a long message's part status ("Part 2 of 3: Unknown (may have been sent)").
+bool isUnknown(const QString& status);
 
-// The status text a submission ends with; unanswered: a part got neither a reference nor a
-// refusal within the answer wait.
+// The status text a submission ends with; unanswered: a handed-over part got neither a
+// reference nor a refusal within the answer wait.
 QString submissionStatus(bool dialogueCompleted, const QString& recorded, const QString& sms_det,
                          bool unanswered = false);
 
-// A long message whose part was refused or not answered: "Part 2 of 3: +CMS ERROR: 38".
+// A long message whose part was refused or not answered: "Part 2 of 3: +CMS ERROR: 38",
+// "Part 2 of 3: Unknown (may have been sent)".
 QString partFailureStatus(int part, int total, const QString& failure);
 
 // A long message that Stop ended between its parts: "Stopped after part 1 of 3.".

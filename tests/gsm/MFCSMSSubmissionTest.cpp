@@ -248,8 +248,8 @@ TEST_F(MFCSMSSubmission, StatusTexts) {
          "Message sent to device."},
         {"unproven device refused", Mode::Pdu, kRefusedNumber, "Not Detected", "Hi", false, "+CMS ERROR: 38"},
         // Neither a reference nor an error: the network may or may not have it; never "sent".
-        {"no answer at all", Mode::Pdu, kNumber, "Yes", "Hi", true, "No answer from the modem"},
-        {"no answer in text mode", Mode::Text, kNumber, "Yes", "Hi", true, "No answer from the modem"},
+        {"no answer at all", Mode::Pdu, kNumber, "Yes", "Hi", true, "Unknown (may have been sent)"},
+        {"no answer in text mode", Mode::Text, kNumber, "Yes", "Hi", true, "Unknown (may have been sent)"},
     };
     for (const auto& c : cases) {
         sim::ModemBehaviour behaviour;
@@ -276,7 +276,7 @@ TEST_F(MFCSMSSubmission, EachMessageGetsItsOwnAnswerOnASlowOrLateNetwork) {
         // A slow network answers within the wait: the refusal and the delivery stay apart.
         {"slow network", false, 20000, {"+CMS ERROR: 38", "Message sent successfully."}},
         // An answer after its wait must never be read as the next message's answer.
-        {"late answers", true, 0, {"No answer from the modem", "No answer from the modem"}},
+        {"late answers", true, 0, {"Unknown (may have been sent)", "Unknown (may have been sent)"}},
     };
     for (const auto& c : cases) {
         for (Mode mode : {Mode::Pdu, Mode::Text}) {
@@ -294,6 +294,72 @@ TEST_F(MFCSMSSubmission, EachMessageGetsItsOwnAnswerOnASlowOrLateNetwork) {
             }
             EXPECT_EQ(statuses, c.expected) << c.name;
         }
+    }
+}
+
+// A modem that falls silent once the network has a message: that message is of unknown
+// fate, never failed (it did reach the network); a refusal is still a refusal, and a line
+// that never took the message is no silence.
+TEST_F(MFCSMSSubmission, SilenceAfterTheHandOverIsUnknownNotFailed) {
+    const struct {
+        const char* name;
+        Mode mode;
+        QString number;
+        QString message;
+        int silentAfter;  // messages (parts) the modem answers before it falls silent
+        bool radioOff;    // "AT+CFUN=0": every "AT+CMGS" is refused before any text is taken
+        QString expected; // status of the last message sent
+        bool silent;
+        int receivedParts; // of the last message, by the network's log
+    } cases[] = {
+        {"PDU", Mode::Pdu, kNumber, "Hi", 1, false, "Unknown (may have been sent)", true, 1},
+        {"text mode", Mode::Text, kNumber, "Hi", 1, false, "Unknown (may have been sent)", true, 1},
+        {"second part of a long message", Mode::Pdu, kNumber, gsmText(400), 2, false,
+         "Part 2 of 3: Unknown (may have been sent)", true, 2},
+        {"refused before the modem falls silent", Mode::Pdu, kRefusedNumber, "Hi", 1, false, "+CMS ERROR: 38",
+         false, 0},
+        {"command refused, text typed anyway", Mode::Pdu, kNumber, "Hi", -1, true, "+CMS ERROR: 331", false,
+         0},
+    };
+    for (const auto& c : cases) {
+        sim::ModemBehaviour behaviour;
+        behaviour.cmsErrorForNumber.insert(kRefusedNumber, 38);
+        behaviour.silentAfterMessages = c.silentAfter;
+        ModemUnderTest m(behaviour);
+        ASSERT_TRUE(m.prepare(c.mode)) << c.name;
+        QString status;
+        if (c.silentAfter > 0) { // a first message, answered
+            EXPECT_TRUE(m.send(c.mode, QStringLiteral("+447700900002"), "First", status)) << c.name;
+            EXPECT_EQ(status, "Message sent successfully.") << c.name;
+            EXPECT_FALSE(m.session.lastSubmissionSilent()) << c.name;
+        }
+        if (c.radioOff) {
+            m.session.Write_Command(m.fd, "AT+CFUN=0\r\n");
+            ASSERT_TRUE(m.session.Read_Command(m.fd, "OK")) << c.name;
+        }
+        const qsizetype before = m.modem.received().size();
+        EXPECT_TRUE(m.send(c.mode, c.number, c.message, status)) << c.name;
+        EXPECT_EQ(status, c.expected) << c.name;
+        EXPECT_EQ(m.session.lastSubmissionSilent(), c.silent) << c.name;
+        EXPECT_TRUE(m.session.lastSubmissionHandedOver()) << c.name;
+        EXPECT_FALSE(ModemAnswers::isSent(status)) << c.name;
+        EXPECT_EQ(ModemAnswers::isRetryableRefusal(status), !c.silent) << c.name;
+        const QList<sim::ReceivedMessage> received = m.modem.received();
+        if (c.receivedParts == 0) {
+            EXPECT_EQ(received.size(), before) << c.name;
+            continue;
+        }
+        ASSERT_EQ(received.size(), before + 1) << c.name;
+        EXPECT_EQ(received.last().number, c.number) << c.name;
+        EXPECT_EQ(received.last().parts, c.receivedParts) << c.name;
+        if (c.receivedParts == 1) {
+            EXPECT_EQ(received.last().text, c.message) << c.name;
+        }
+        // Fallen silent for good: the next message is as silent, and never reaches the network.
+        EXPECT_TRUE(m.send(c.mode, QStringLiteral("+447700900003"), "Next", status)) << c.name;
+        EXPECT_EQ(status, "Unknown (may have been sent)") << c.name;
+        EXPECT_TRUE(m.session.lastSubmissionSilent()) << c.name;
+        EXPECT_EQ(m.modem.received().size(), received.size()) << c.name;
     }
 }
 

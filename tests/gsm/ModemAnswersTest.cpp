@@ -216,14 +216,38 @@ TEST(ModemAnswers, SubmissionStatus) {
         {"equipment error", true, "+CME ERROR: 3", "Yes", false, "+CME ERROR: 3"},
         {"bare error", true, "ERROR", "Yes", false, "ERROR"},
         {"vendor error judged earlier", true, "+CMS ERROR:500", "Yes", false, "+CMS ERROR:500"},
-        {"no answer", true, "NONE_ERROR", "Yes", true, "No answer from the modem"},
+        {"no answer", true, "NONE_ERROR", "Yes", true, "Unknown (may have been sent)"},
         {"no answer from an unproven device", true, "NONE_ERROR", "Not Detected", true,
-         "No answer from the modem"},
+         "Unknown (may have been sent)"},
         {"refused last part after an unanswered one", true, "+CMS ERROR: 38", "Yes", true, "+CMS ERROR: 38"},
     };
     for (const auto& c : cases)
         EXPECT_EQ(submissionStatus(c.completed, c.recorded, c.capability, c.unanswered), c.expected)
             << c.name;
+}
+
+// How a run treats each status: counted as sent, given to another attempt, or of unknown
+// fate. An unknown one is neither: sending it again could text the person twice.
+TEST(ModemAnswers, StatusKinds) {
+    const struct {
+        QString status;
+        bool sent, retryable, unknown;
+    } cases[] = {
+        {"Message sent successfully.", true, false, false},
+        {"+CMS ERROR: 38", false, true, false},
+        {"Part 2 of 3: +CMS ERROR: 38", false, true, false},
+        {"Not sent: this modem cannot carry these characters in text mode (PDU mode can).", false, true,
+         false},
+        {"Unknown (may have been sent)", false, false, true},
+        {"Part 2 of 3: Unknown (may have been sent)", false, false, true},
+        {"Part 2 of 3: Unknown", false, false, false},
+        {"Device Connection Error!", false, false, false},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(isSent(c.status), c.sent) << c.status.toStdString();
+        EXPECT_EQ(isRetryableRefusal(c.status), c.retryable) << c.status.toStdString();
+        EXPECT_EQ(isUnknown(c.status), c.unknown) << c.status.toStdString();
+    }
 }
 
 TEST(ModemAnswers, MessageReferenceOnlyFromTheSubmissionAnswer) {
