@@ -37,8 +37,6 @@ public:
                  QString device);
 
     void feed(const QByteArray& bytes);
-    // Fell silent (silentAfterMessages): hears everything, answers nothing, for good.
-    bool fallenSilent() const { return m_fallenSilent; }
 
     // Output the modem owes later (status reports): when the next is due, and sending what is.
     std::optional<std::chrono::steady_clock::time_point> nextDue() const;
@@ -87,9 +85,9 @@ private:
     QString m_textNumber;
     int m_messageReference = 0;
     int m_acceptedParts = 0;
-    bool m_fallenSilent = false;
-    int m_submissions = 0;   // messages and parts handed over, refused or not
-    QByteArray m_lateAnswer; // a held network answer (lateCmgsAnswers)
+    bool m_fallenSilent = false; // silentAfterMessages: hears everything, answers nothing, for good
+    int m_submissions = 0;       // messages and parts handed over, refused or not
+    QByteArray m_lateAnswer;     // a held network answer (lateCmgsAnswers)
     struct OwedReport {
         std::chrono::steady_clock::time_point due;
         int reference = 0;

@@ -4,6 +4,7 @@
 #include "core/Log.h"
 #include "gsm/AMSerialPort.h"
 #include "gsm/MFCSMS.h"
+#include "sim/LineSnooper.h"
 #include "sim/PtyPair.h"
 
 #include <gtest/gtest.h>
@@ -164,18 +165,8 @@ TEST_F(SerialPortTest, WritesGoOutWholeOrReportWhy) {
 TEST_F(SerialPortTest, ReadsEndByTheirDeadlineWhenAnotherReaderTakesTheBytes) {
     auto port = openPort(20.0);
     EXPECT_NE(::fcntl(port->fileDescriptor(), F_GETFL) & O_NONBLOCK, 0);
-    std::atomic<qint64> taken{0};
-    std::jthread other([&](std::stop_token stop) {
-        const int fd = ::open(pty.devicePath().toUtf8().constData(), O_RDWR | O_NOCTTY | O_NONBLOCK);
-        char buffer[16];
-        while (fd >= 0 && !stop.stop_requested()) {
-            pollfd entry{fd, POLLIN, 0};
-            if (::poll(&entry, 1, 5) > 0)
-                taken += std::max<ssize_t>(::read(fd, buffer, sizeof buffer), 0);
-        }
-        if (fd >= 0)
-            ::close(fd);
-    });
+    sim::LineSnooper other(pty.devicePath());
+    ASSERT_TRUE(other.isOpen());
     // The reads run apart, so that one stuck for ever fails the test instead of hanging it.
     constexpr int kRounds = 150;
     std::atomic<int> rounds{0};
@@ -195,9 +186,7 @@ TEST_F(SerialPortTest, ReadsEndByTheirDeadlineWhenAnotherReaderTakesTheBytes) {
     EXPECT_EQ(rounds, kRounds) << "a read never returned";
     pty.close(); // frees a read stuck in the kernel
     reads.join();
-    other.request_stop();
-    other.join();
-    EXPECT_GT(taken, 0) << "the other reader never got ahead of ours";
+    EXPECT_GT(other.taken(), 0) << "the other reader never got ahead of ours";
 }
 
 // A body longer than the line holds goes out whole as the modem reads it; a modem that stops

@@ -355,22 +355,12 @@ TEST_F(MFCSMSSubmission, SilenceAfterTheHandOverIsUnknownNotFailed) {
         if (c.receivedParts == 1) {
             EXPECT_EQ(received.last().text, c.message) << c.name;
         }
+        // Fallen silent for good: the next message is as silent, and never reaches the network.
+        EXPECT_TRUE(m.send(c.mode, QStringLiteral("+447700900003"), "Next", status)) << c.name;
+        EXPECT_EQ(status, "Unknown (may have been sent)") << c.name;
+        EXPECT_TRUE(m.session.lastSubmissionSilent()) << c.name;
+        EXPECT_EQ(m.modem.received().size(), received.size()) << c.name;
     }
-}
-
-TEST_F(MFCSMSSubmission, AModemThatFellSilentTakesNothingMore) {
-    sim::ModemBehaviour behaviour;
-    behaviour.silentAfterMessages = 0;
-    ModemUnderTest m(behaviour);
-    ASSERT_TRUE(m.prepare(Mode::Pdu));
-    for (const QString& number : {kNumber, QStringLiteral("+447700900002")}) {
-        QString status;
-        EXPECT_TRUE(m.send(Mode::Pdu, number, "Hi", status));
-        EXPECT_EQ(status, "Unknown (may have been sent)");
-        EXPECT_TRUE(m.session.lastSubmissionSilent());
-    }
-    ASSERT_EQ(m.modem.received().size(), 1); // the first reached the network before the silence
-    EXPECT_EQ(m.modem.received()[0].number, kNumber);
 }
 
 TEST_F(MFCSMSSubmission, AcceptedMessagesKeepTheirNetworkReferences) {
