@@ -292,30 +292,6 @@ TEST(ModemSessionPdu, UnplugsAfterTheGivenNumberOfAcceptedParts) {
     EXPECT_EQ(modem.line.parts.size(), 2); // the last part counts: it was accepted, then the line went
 }
 
-TEST(ModemSessionPdu, FallsSilentOnceTheNetworkHasTheMessageAfterTheGivenNumber) {
-    const QByteArray pdu = "00110005912143F50000FF0141\x1a";
-    for (const int answered : {0, 2}) {
-        ModemBehaviour b; // with echo: silence swallows that too
-        b.silentAfterMessages = answered;
-        Modem modem(b);
-        for (int i = 1; i <= answered; ++i) {
-            modem.send("AT+CMGS=12\r");
-            EXPECT_TRUE(modem.send(pdu).contains("+CMGS: " + QByteArray::number(i))) << answered;
-        }
-        EXPECT_FALSE(modem.session.fallenSilent()) << answered;
-        modem.send("AT+CMGS=12\r");
-        EXPECT_EQ(modem.send(pdu), pdu.chopped(1)) << answered << ": the echo before Ctrl-Z, then nothing";
-        EXPECT_EQ(modem.line.parts.size(), answered + 1) << answered << ": the network took it";
-        EXPECT_TRUE(modem.session.fallenSilent()) << answered;
-        // Nothing at all from now on, whatever is typed; nothing more reaches the network.
-        EXPECT_EQ(modem.send("\r\nAT\r"), QByteArray()) << answered;
-        EXPECT_EQ(modem.send("AT+CMGS=12\r"), QByteArray()) << answered;
-        EXPECT_EQ(modem.line.lines.last(), "AT+CMGS=12") << answered << ": it still hears";
-        EXPECT_EQ(modem.send(pdu + "\r\n"), QByteArray()) << answered;
-        EXPECT_EQ(modem.line.parts.size(), answered + 1) << answered;
-    }
-}
-
 TEST(ModemSessionText, CharacterSetsAndCodingDecideTheText) {
     const struct {
         const char* cscs;
