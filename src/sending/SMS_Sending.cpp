@@ -142,8 +142,8 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
         const auto shown = std::chrono::steady_clock::now() + Clock::scaled(1s);
         waitKeepingEventsFlowing(
             [&] { return stop.stop_requested() || std::chrono::steady_clock::now() >= shown; });
-        if (stop.stop_requested())
-            return;
+        // Shown even when stopped meanwhile: the job window is where the stopped run comes to its
+        // end, and whoever waits on it (the command line's results) must not go on before.
         m_op.runModal(*this);
     });
 }
