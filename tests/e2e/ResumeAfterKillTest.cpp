@@ -2,13 +2,11 @@
 // each time: over all of it, every recipient reaches the network exactly once, except messages
 // the journal reports of unknown fate (being handed over at the kill): sent again on request,
 // each such report may add one copy, never more.
-#include "FullDisk.h"
-#include "sim/VirtualModem.h"
+#include "SenderFixture.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
-#include <QProcessEnvironment>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QThread>
@@ -20,45 +18,13 @@
 
 namespace {
 
-class ResumeAfterKillTest : public ::testing::Test {
+class ResumeAfterKillTest : public SenderFixture {
 protected:
     void SetUp() override {
-        for (int i = 0; i < 2; ++i) {
-            sim::ModemIdentity id;
-            id.imei = QStringLiteral("35800000000007%1").arg(i);
-            sim::ModemBehaviour behaviour;
-            behaviour.networkDelayMs = 100;
-            modems.push_back(std::make_unique<sim::VirtualModem>(id, behaviour));
-            ASSERT_TRUE(modems.back()->start());
-        }
+        sim::ModemBehaviour behaviour;
+        behaviour.networkDelayMs = 100;
+        startModems(2, behaviour, QStringLiteral("35800000000007"));
     }
-
-    // Starts the sender; returns it running. `fileSizeLimit` >= 0: its files cannot grow past it.
-    std::unique_ptr<QProcess> start(const QStringList& arguments, qint64 fileSizeLimit = -1) {
-        auto process = std::make_unique<QProcess>();
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("BULKSMS_DATA_HOME", home.path());
-        env.insert("BULKSMS_RESOURCES", home.path() + "/resources");
-        env.insert("BULKSMS_CLOCK_SCALE", "0.05");
-        env.insert("BULKSMS_EXTRA_MODEMS", modems.at(0)->devicePath() + ":" + modems.at(1)->devicePath());
-        process->setProcessEnvironment(env);
-        if (fileSizeLimit >= 0)
-            limitFileSizeOfChild(*process, fileSizeLimit);
-        process->start(QStringLiteral(BULKSMS_EXECUTABLE), arguments);
-        process->waitForStarted();
-        return process;
-    }
-
-    int timesReceived(const QString& number) const {
-        int count = 0;
-        for (const auto& modem : modems)
-            for (const sim::ReceivedMessage& message : modem->received())
-                count += message.number == number;
-        return count;
-    }
-
-    QTemporaryDir home;
-    std::vector<std::unique_ptr<sim::VirtualModem>> modems;
 };
 
 TEST_F(ResumeAfterKillTest, EveryRecipientOnceWhateverMomentTheRunIsKilled) {

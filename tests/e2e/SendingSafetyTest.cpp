@@ -2,18 +2,14 @@
 // second copy on the same data folder, a run killed and followed by a plain new run, a record
 // that cannot be written (a full disk). Over everything, the virtual network must see every
 // recipient once: nobody twice, nobody missed.
-#include "FullDisk.h"
-#include "sim/VirtualModem.h"
+#include "SenderFixture.h"
 
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
-#include <QProcessEnvironment>
 #include <QSet>
-#include <QTemporaryDir>
 #include <QThread>
 
 #include <gtest/gtest.h>
@@ -23,35 +19,14 @@
 
 namespace {
 
-class SendingSafetyTest : public ::testing::Test {
+class SendingSafetyTest : public SenderFixture {
 protected:
     void SetUp() override {
-        for (int i = 0; i < 2; ++i) {
-            sim::ModemIdentity id;
-            id.imei = QStringLiteral("35800000000009%1").arg(i);
-            sim::ModemBehaviour behaviour;
-            behaviour.networkDelayMs = 0;
-            modems.push_back(std::make_unique<sim::VirtualModem>(id, behaviour));
-            ASSERT_TRUE(modems.back()->start());
-        }
+        sim::ModemBehaviour behaviour;
+        behaviour.networkDelayMs = 0;
+        startModems(2, behaviour, QStringLiteral("35800000000009"));
     }
 
-    // Starts the sender; `fileSizeLimit` >= 0: no file it writes may grow past that many bytes.
-    std::unique_ptr<QProcess> start(const QStringList& arguments, qint64 fileSizeLimit = -1,
-                                    const char* clockScale = "0.05") {
-        auto process = std::make_unique<QProcess>();
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("BULKSMS_DATA_HOME", home.path());
-        env.insert("BULKSMS_RESOURCES", home.path() + "/resources");
-        env.insert("BULKSMS_CLOCK_SCALE", clockScale);
-        env.insert("BULKSMS_EXTRA_MODEMS", modems.at(0)->devicePath() + ":" + modems.at(1)->devicePath());
-        process->setProcessEnvironment(env);
-        if (fileSizeLimit >= 0)
-            limitFileSizeOfChild(*process, fileSizeLimit);
-        process->start(QStringLiteral(BULKSMS_EXECUTABLE), arguments);
-        EXPECT_TRUE(process->waitForStarted());
-        return process;
-    }
     // Waits for the end; its exit status, and what it wrote to standard error in `errors`.
     int finish(QProcess& process) {
         EXPECT_TRUE(process.waitForFinished(120000));
@@ -74,19 +49,6 @@ protected:
         for (int i = 0; i < count; ++i)
             out << QStringLiteral("+4477009%1").arg(first + i, 5, 10, QLatin1Char('0'));
         return out;
-    }
-    int timesReceived(const QString& number) const {
-        int count = 0;
-        for (const auto& modem : modems)
-            for (const sim::ReceivedMessage& message : modem->received())
-                count += message.number == number;
-        return count;
-    }
-    int received() const {
-        int count = 0;
-        for (const auto& modem : modems)
-            count += int(modem->received().size());
-        return count;
     }
     // The numbers the run's journal says were handed to a modem.
     QSet<QString> handedOver() const {
@@ -116,9 +78,7 @@ protected:
         return unknown;
     }
 
-    QTemporaryDir home;
     QString errors;
-    std::vector<std::unique_ptr<sim::VirtualModem>> modems;
 };
 
 bool waitFor(const std::function<bool()>& condition, int seconds = 60) {
@@ -133,7 +93,7 @@ bool waitFor(const std::function<bool()>& condition, int seconds = 60) {
 TEST_F(SendingSafetyTest, ASecondCopyIsRefusedAndAKilledRunIsResumedNeverReplaced) {
     const QStringList first = numbers(24, 100);
     // Slow enough (a second's rest is 300 ms) for the others to come while it sends.
-    auto sender = start(sendArguments(first), -1, "0.3");
+    auto sender = start(sendArguments(first), -1, QStringLiteral("0.3"));
     ASSERT_TRUE(waitFor([&] { return received() >= 2; }));
 
     // While it sends, another copy sends nothing, says who is sending, and exits 5.
@@ -175,7 +135,7 @@ TEST_F(SendingSafetyTest, ASecondCopyIsRefusedAndAKilledRunIsResumedNeverReplace
 
 TEST_F(SendingSafetyTest, AnUnfinishedRunIsDiscardedOnlyWhenAskedTo) {
     const QStringList first = numbers(12, 100);
-    auto sender = start(sendArguments(first), -1, "0.3");
+    auto sender = start(sendArguments(first), -1, QStringLiteral("0.3"));
     ASSERT_TRUE(waitFor([&] { return received() >= 1; }));
     ::kill(pid_t(sender->processId()), SIGKILL);
     sender->waitForFinished();

@@ -2,12 +2,10 @@
 // on it, a modem manager): that program takes some of the modem's answers before the sender
 // sees them. The run must still come to an end, by itself or on SIGTERM, print a result for
 // every recipient, and report sent only what the network received.
+#include "SenderFixture.h"
 #include "sim/LineSnooper.h"
-#include "sim/VirtualModem.h"
 
 #include <QProcess>
-#include <QProcessEnvironment>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -17,17 +15,12 @@
 
 namespace {
 
-class SerialPortContention : public ::testing::Test {
+class SerialPortContention : public SenderFixture {
 protected:
     void SetUp() override {
-        for (int i = 0; i < 2; ++i) {
-            sim::ModemIdentity id;
-            id.imei = QStringLiteral("35800000000009%1").arg(i);
-            sim::ModemBehaviour behaviour;
-            behaviour.networkDelayMs = 100;
-            modems.push_back(std::make_unique<sim::VirtualModem>(id, behaviour));
-            ASSERT_TRUE(modems.back()->start());
-        }
+        sim::ModemBehaviour behaviour;
+        behaviour.networkDelayMs = 100;
+        startModems(2, behaviour, QStringLiteral("35800000000009"));
     }
 
     // Sends to a few recipients while another reader, opened before the sender (whose
@@ -38,14 +31,6 @@ protected:
         sim::LineSnooper other(modems.at(0)->devicePath(), begin);
         ASSERT_TRUE(other.isOpen());
 
-        QTemporaryDir home;
-        QProcess process;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("BULKSMS_DATA_HOME", home.path());
-        env.insert("BULKSMS_RESOURCES", home.path() + "/resources");
-        env.insert("BULKSMS_CLOCK_SCALE", "0.05");
-        env.insert("BULKSMS_EXTRA_MODEMS", modems.at(0)->devicePath() + ":" + modems.at(1)->devicePath());
-        process.setProcessEnvironment(env);
         QStringList numbers;
         QStringList arguments =
             QStringList{"send", "--message", "Hello through a busy line", "--yes"} + options;
@@ -53,8 +38,8 @@ protected:
             numbers << QStringLiteral("+4477009002%1").arg(i, 2, 10, QLatin1Char('0'));
             arguments << "--to" << numbers.last();
         }
-        process.start(QStringLiteral(BULKSMS_EXECUTABLE), arguments);
-        ASSERT_TRUE(process.waitForStarted());
+        const std::unique_ptr<QProcess> sender = start(arguments);
+        QProcess& process = *sender;
 
         // Generous bounds: a run that needs more than these is stuck in a read or a write.
         if (!process.waitForFinished(60000)) {
@@ -80,8 +65,6 @@ protected:
         for (const QString& number : numbers)
             EXPECT_LE(received.value(number), 1) << number.toStdString() << " texted twice";
     }
-
-    std::vector<std::unique_ptr<sim::VirtualModem>> modems;
 };
 
 // The modem's answers to the search go astray too: it may not be found, the other one sends.

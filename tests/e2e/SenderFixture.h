@@ -1,0 +1,26 @@
+#pragma once
+// Whole runs of the built `bulksms` against in-process virtual modems: a private data home,
+// the modems named in BULKSMS_EXTRA_MODEMS, the clock shrunk; and what the network received.
+#include "sim/VirtualModem.h"
+
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <vector>
+
+class SenderFixture : public ::testing::Test {
+protected:
+    // Starts `count` modems that behave alike (their IMEIs differ in the last digit).
+    void startModems(int count, const sim::ModemBehaviour& behaviour, const QString& imeiStem);
+    // Starts the sender, running; `fileSizeLimit` >= 0: none of its files may grow past it.
+    std::unique_ptr<QProcess> start(const QStringList& arguments, qint64 fileSizeLimit = -1,
+                                    const QString& clockScale = QStringLiteral("0.05"));
+    int timesReceived(const QString& number) const;
+    int received() const; // messages, all modems together
+
+    QTemporaryDir home;
+    std::vector<std::unique_ptr<sim::VirtualModem>> modems;
+};
