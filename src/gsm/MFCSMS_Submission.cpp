@@ -100,6 +100,13 @@ bool MFCSMS::sendOneMessage(Exchange& ex, const QString& cmgsCommand, const QStr
         return false;
     Read_Command(ex.fd, kPrompt); // a missing prompt does not stop us: the modem's answer decides
     ex.promptLine = m_sLastResponse;
+    const QString refusal = Trim_Str(Get_SMS_Error(ex.promptLine));
+    if (!ex.promptLine.contains(QLatin1Char('>')) && ModemAnswers::isRefusal(refusal)) {
+        // "AT+CMGS" refused outright: its text typed now would land on the modem's command
+        // line, where a text that begins with "AT" is a command.
+        ex.failure = refusal;
+        return true;
+    }
     if (!Write_Command(ex.fd, body) || !Write_Command(ex.fd, kCtrlZ))
         return false;
     ex.handedOver = true; // from here on the modem may send it, whatever it answers

@@ -318,8 +318,8 @@ TEST_F(MFCSMSSubmission, SilenceAfterTheHandOverIsUnknownNotFailed) {
          "Part 2 of 3: Unknown (may have been sent)", true, 2},
         {"refused before the modem falls silent", Mode::Pdu, kRefusedNumber, "Hi", 1, false, "+CMS ERROR: 38",
          false, 0},
-        {"command refused, text typed anyway", Mode::Pdu, kNumber, "Hi", -1, true, "+CMS ERROR: 331", false,
-         0},
+        {"command refused: nothing typed after it", Mode::Pdu, kNumber, "Hi", -1, true, "+CMS ERROR: 331",
+         false, 0},
     };
     for (const auto& c : cases) {
         sim::ModemBehaviour behaviour;
@@ -341,7 +341,7 @@ TEST_F(MFCSMSSubmission, SilenceAfterTheHandOverIsUnknownNotFailed) {
         EXPECT_TRUE(m.send(c.mode, c.number, c.message, status)) << c.name;
         EXPECT_EQ(status, c.expected) << c.name;
         EXPECT_EQ(m.session.lastSubmissionSilent(), c.silent) << c.name;
-        EXPECT_TRUE(m.session.lastSubmissionHandedOver()) << c.name;
+        EXPECT_EQ(m.session.lastSubmissionHandedOver(), !c.radioOff) << c.name;
         EXPECT_FALSE(ModemAnswers::isSent(status)) << c.name;
         EXPECT_EQ(ModemAnswers::isRetryableRefusal(status), !c.silent) << c.name;
         const QList<sim::ReceivedMessage> received = m.modem.received();
