@@ -19,7 +19,7 @@ std::optional<int> parseCommandLine(QCommandLineParser& parser, const QStringLis
         printErr(parser.errorText());
         return kExitUsage;
     }
-    if (parser.isSet(QStringLiteral("help"))) {
+    if (parser.isSet(QStringLiteral("help")) || parser.isSet(QStringLiteral("help-all"))) {
         printOut(parser.helpText());
         return 0;
     }
