@@ -2,6 +2,7 @@
 
 #include "core/TextUtils.h"
 #include "text/NumberRules.h"
+#include "text/TextLines.h"
 
 #include <QHash>
 
@@ -34,7 +35,7 @@ namespace NumberCandidates {
 
 QStringList fromTextLines(const QString& text) {
     QStringList out;
-    const QStringList lines = text.split(QLatin1Char('\n'));
+    const QStringList lines = TextLines::split(text);
     out.reserve(lines.size());
     for (const QString& line : lines)
         out << normaliseNumberText(withoutMarkup(line));
@@ -166,9 +167,7 @@ QStringList fromCsvRecords(const QString& text, QChar separator, int* ignored) {
 QStringList fromPaste(const QString& text, int* ignored) {
     QStringList out;
     int notPhones = 0;
-    for (QString line : text.split(QLatin1Char('\n'))) {
-        if (line.endsWith(QLatin1Char('\r')))
-            line.chop(1);
+    for (const QString& line : TextLines::split(text)) {
         if (line.contains(QLatin1Char('\t')))
             takePhoneCells(line.split(QLatin1Char('\t')), out, notPhones);
         else

@@ -180,7 +180,15 @@ bool NumberFileReader::next(QStringList& candidates) {
 void NumberFileReader::takeLines(QString& text, bool atEnd, QStringList& candidates) {
     qsizetype start = 0;
     for (;;) {
-        const qsizetype lineEnd = text.indexOf(QLatin1Char('\n'), start);
+        // A line ends at LF, CR LF or a CR alone: files come from every kind of computer.
+        qsizetype lineEnd = -1;
+        for (qsizetype i = start; i < text.size(); ++i)
+            if (text.at(i) == QLatin1Char('\n') || text.at(i) == QLatin1Char('\r')) {
+                lineEnd = i;
+                break;
+            }
+        if (lineEnd >= 0 && lineEnd == text.size() - 1 && text.at(lineEnd) == QLatin1Char('\r') && !atEnd)
+            break; // its LF may come with the next chunk
         if (lineEnd < 0 && !atEnd)
             break;
         const qsizetype end = lineEnd < 0 ? text.size() : lineEnd;
@@ -195,6 +203,9 @@ void NumberFileReader::takeLines(QString& text, bool atEnd, QStringList& candida
             candidates += NumberCandidates::fromTextLines(text.mid(start, end - start));
         }
         start = end + 1;
+        if (lineEnd >= 0 && text.at(lineEnd) == QLatin1Char('\r') && start < text.size() &&
+            text.at(start) == QLatin1Char('\n'))
+            ++start;
         if (lineEnd < 0)
             break;
     }

@@ -2,6 +2,7 @@
 
 #include "text/RtfConverter.h"
 #include "text/TextFileDecoder.h"
+#include "text/TextLines.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -32,12 +33,13 @@ bool readImportPieces(const QString& path, QStringList& pieces) {
     text.remove(QChar(QChar::ByteOrderMark));
     if (text.isEmpty())
         return false;
+    // Whatever the line endings: a file of LF lines read as one line loses every row.
     if (suffix == QLatin1String("csv")) {
-        for (const QString& piece : text.split(QLatin1Char('\r')))
+        for (const QString& piece : TextLines::split(text))
             if (piece.contains(QLatin1Char(',')))
                 pieces << piece.split(QLatin1Char(','));
     } else {
-        pieces = text.split(QLatin1Char('\n'));
+        pieces = TextLines::split(text);
     }
     return true;
 }

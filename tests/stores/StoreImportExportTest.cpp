@@ -6,9 +6,12 @@
 #include "stores/ContactListExport.h"
 #include "stores/Exclusion_Wizard.h"
 #include "stores/ExportDialogs.h"
+#include "stores/StoreImport.h"
 #include "stores/Templates.h"
 
+#include <QFile>
 #include <QFileInfo>
+#include <QTemporaryDir>
 
 namespace {
 
@@ -18,6 +21,28 @@ const QString kRule =
 void tickFirstColumnAndImport(Import_Excel& d) {
     d.setColumnTicked(0, true);
     d.OKPressed();
+}
+
+// The exclusion and template windows' "Load from File": every row, whatever ends the lines.
+TEST(StoreImportLineEndings, EveryRowIsReadWhateverEndsItsLine) {
+    QTemporaryDir dir;
+    for (const QByteArray& ending : {QByteArray("\n"), QByteArray("\r\n"), QByteArray("\r")}) {
+        for (const char* suffix : {"csv", "txt"}) {
+            const QString path = dir.filePath(QStringLiteral("opted-out.%1").arg(QLatin1String(suffix)));
+            QFile file(path);
+            ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+            const QByteArray separator = qstrcmp(suffix, "csv") == 0 ? "," : " ";
+            file.write("Ann" + separator + "+447700900001" + ending + "Bob" + separator + "+447700900002" +
+                       ending);
+            file.close();
+            QStringList pieces;
+            ASSERT_TRUE(readImportPieces(path, pieces)) << suffix;
+            const QString read = pieces.join(QLatin1Char('|'));
+            EXPECT_TRUE(read.contains("+447700900001") && read.contains("+447700900002"))
+                << suffix << " " << ending.toHex().constData() << ": " << read.toStdString();
+            EXPECT_FALSE(read.contains(QLatin1Char('\r')) || read.contains(QLatin1Char('\n'))) << suffix;
+        }
+    }
 }
 
 TEST_F(StoreWindowsTest, WorkbookColumnsBecomeTemplatesOnce) {
