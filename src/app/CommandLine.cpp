@@ -266,12 +266,18 @@ int runSend(const QStringList& arguments) {
 
     QString text = parser.value(message);
     if (parser.isSet(messageFile)) {
-        QFile file(parser.value(messageFile));
-        if (!file.open(QIODevice::ReadOnly)) {
-            err(QStringLiteral("Cannot read %1").arg(parser.value(messageFile)));
+        QString reason;
+        if (!messageFromFile(parser.value(messageFile), text, reason)) {
+            err(reason);
             return 2;
         }
-        text = QString::fromUtf8(file.readAll());
+    }
+    // Never cut without a word: a message over the limit is refused whole.
+    if (text.size() > kMaxMessageLength) {
+        err(QStringLiteral("The message is %1 characters long; the limit is %2.")
+                .arg(text.size())
+                .arg(kMaxMessageLength));
+        return 2;
     }
     QList<Recipient> raw;
     for (const QString& number : parser.values(to))
@@ -381,7 +387,14 @@ int runSend(const QStringList& arguments) {
             refused.append({written, why});
             ++invalid;
         } else {
-            valid.append({n, r.message.left(kMaxMessageLength)});
+            if (r.message.size() > kMaxMessageLength) {
+                err(QStringLiteral("The message for %1 is %2 characters long; the limit is %3.")
+                        .arg(r.number.trimmed())
+                        .arg(r.message.size())
+                        .arg(kMaxMessageLength));
+                return 2;
+            }
+            valid.append({n, r.message});
         }
     }
     if (invalid > 0 && parser.isSet(strict))

@@ -152,3 +152,87 @@ bool recipientsFromFile(const QString& path, const QString& message, const Workb
     }
     return true;
 }
+
+namespace {
+
+constexpr qint64 kMaxMessageFileBytes = qint64(1) << 20;
+
+// The offset of the first byte that is not well-formed UTF-8 (overlong forms, surrogates and
+// code points past U+10FFFF included), or a NUL (UTF-16 without its mark), -1 when none.
+qsizetype firstInvalidUtf8(const QByteArray& bytes) {
+    const auto* b = reinterpret_cast<const unsigned char*>(bytes.constData());
+    const qsizetype n = bytes.size();
+    for (qsizetype i = 0; i < n;) {
+        const unsigned char c = b[i];
+        int more = 0;
+        unsigned min = 0;
+        if (c == 0) {
+            return i;
+        } else if (c < 0x80) {
+            ++i;
+            continue;
+        } else if ((c & 0xE0) == 0xC0) {
+            more = 1;
+            min = 0x80;
+        } else if ((c & 0xF0) == 0xE0) {
+            more = 2;
+            min = 0x800;
+        } else if ((c & 0xF8) == 0xF0) {
+            more = 3;
+            min = 0x10000;
+        } else {
+            return i;
+        }
+        unsigned code = c & (0x3F >> more);
+        for (int k = 1; k <= more; ++k) {
+            if (i + k >= n || (b[i + k] & 0xC0) != 0x80)
+                return i;
+            code = (code << 6) | (b[i + k] & 0x3F);
+        }
+        if (code < min || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF))
+            return i;
+        i += more + 1;
+    }
+    return -1;
+}
+
+} // namespace
+
+bool messageFromFile(const QString& path, QString& text, QString& reason) {
+    const QFileInfo info(path);
+    if (!info.exists()) {
+        reason = QStringLiteral("Cannot read %1").arg(path);
+        return false;
+    }
+    if (!info.isFile()) {
+        reason =
+            QStringLiteral("The message file is not a regular file (a device or a pipe may never end): %1")
+                .arg(path);
+        return false;
+    }
+    if (info.size() > kMaxMessageFileBytes) {
+        reason =
+            QStringLiteral("The message file is larger than 1 MiB (%1 bytes): %2").arg(info.size()).arg(path);
+        return false;
+    }
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        reason = QStringLiteral("Cannot read %1").arg(path);
+        return false;
+    }
+    const QByteArray bytes = file.read(kMaxMessageFileBytes + 1);
+    if (bytes.size() > kMaxMessageFileBytes) {
+        reason = QStringLiteral("The message file is larger than 1 MiB: %1").arg(path);
+        return false;
+    }
+    if (const qsizetype bad = firstInvalidUtf8(bytes); bad >= 0) {
+        reason = QStringLiteral("The message file is not UTF-8: byte %1 (offset from 0) of %2 is not valid")
+                     .arg(bad)
+                     .arg(path);
+        return false;
+    }
+    text = QString::fromUtf8(bytes);
+    if (text.startsWith(QChar(QChar::ByteOrderMark)))
+        text.remove(0, 1);
+    return true;
+}

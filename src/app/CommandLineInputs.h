@@ -19,6 +19,11 @@ struct WorkbookInput {
     QString templateText;      // dynamic messages: <COL-n> replaced by the row's n-th cell
 };
 
+// The text of a message file: a regular file of at most 1 MiB of UTF-8. False, with the
+// reason, for anything else (a device or FIFO that never ends, bytes that are not UTF-8:
+// the offset of the first one), so that nothing garbled or endless is sent.
+bool messageFromFile(const QString& path, QString& text, QString& reason);
+
 // Recipients of a file by its extension; false (with a reason) when it cannot be read.
 bool recipientsFromFile(const QString& path, const QString& message, const WorkbookInput& workbook,
                         QList<Recipient>& recipients, QString& reason);

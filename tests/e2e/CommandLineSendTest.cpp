@@ -18,6 +18,7 @@
 #include <memory>
 
 #include <csignal>
+#include <sys/stat.h>
 
 namespace {
 
@@ -97,6 +98,62 @@ TEST_F(CommandLineSendTest, BadUsageExitsTwoAndHelpZero) {
             EXPECT_FALSE(errors.trimmed().isEmpty()) << arguments.join(' ').toStdString();
     }
     EXPECT_TRUE(modems.at(0)->received().isEmpty());
+}
+
+// A message is sent as written or not at all: never cut, never read from an endless device,
+// never garbled from bytes that are not UTF-8.
+TEST_F(CommandLineSendTest, MessagesOverTheLimitOrNotTextAreRefusedNotCut) {
+    const QString dir = home.path();
+    const auto fileWith = [&](const QString& name, const QByteArray& bytes) {
+        QFile file(dir + "/" + name);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+        return file.fileName();
+    };
+    ASSERT_EQ(::mkfifo(QFile::encodeName(dir + "/fifo").constData(), 0600), 0);
+    const struct {
+        const char* name;
+        QStringList message; // the options that give it
+        int exitCode;
+        QString said; // on standard error ("" when it goes through)
+    } cases[] = {
+        {"1,600 characters", {"--message", QString(1600, 'a')}, 0, ""},
+        {"1,601 characters",
+         {"--message", QString(1601, 'a')},
+         2,
+         "is 1601 characters long; the limit is 1600"},
+        {"a UTF-8 file with its mark",
+         {"--message-file", fileWith("bom.txt", "\xEF\xBB\xBF"
+                                                "Caf\xC3\xA9")},
+         0,
+         ""},
+        {"a file over 1 MiB",
+         {"--message-file", fileWith("big.txt", QByteArray((1 << 20) + 1, 'a'))},
+         2,
+         "larger than 1 MiB"},
+        {"Latin-1 bytes", {"--message-file", fileWith("latin1.txt", "Caf\xE9 au lait")}, 2, "byte 3"},
+        {"UTF-16 without its mark",
+         {"--message-file", fileWith("utf16.txt", QByteArray("H\0i\0", 4))},
+         2,
+         "byte 1"},
+        {"an overlong form", {"--message-file", fileWith("overlong.txt", "a\xC0\xAF")}, 2, "byte 1"},
+        {"/dev/zero", {"--message-file", "/dev/zero"}, 2, "not a regular file"},
+        {"a FIFO nobody writes to", {"--message-file", dir + "/fifo"}, 2, "not a regular file"},
+    };
+    for (const auto& c : cases) {
+        int exitCode = -1;
+        const QStringList lines =
+            run(QStringList{"send", "--to", "+447700900001", "--dry-run"} + c.message, exitCode);
+        EXPECT_EQ(exitCode, c.exitCode) << c.name << ": " << errors.toStdString();
+        if (c.exitCode == 0) {
+            ASSERT_EQ(lines.size(), 1) << c.name;
+            EXPECT_EQ(lines.first().section('\t', 2).size(), c.message.at(1).startsWith('/') ? 4 : 1600)
+                << c.name;
+        } else {
+            EXPECT_TRUE(errors.contains(c.said)) << c.name << ": " << errors.toStdString();
+            EXPECT_TRUE(lines.isEmpty()) << c.name;
+        }
+    }
 }
 
 TEST_F(CommandLineSendTest, DryRunOpensNoDeviceAndMarksDuplicates) {
