@@ -102,6 +102,33 @@ int runDevices(const QStringList& arguments) {
     return list.isEmpty() ? 1 : 0;
 }
 
+// Takes the data folder's sending lock, and settles a run that did not end: a new run never
+// replaces its record unless told to discard it. An exit status when the command ends here.
+std::optional<int> claimDataFolder(std::shared_ptr<SendingLock>& lock, bool resuming,
+                                   bool discardUnfinished) {
+    qint64 holder = 0;
+    QString why;
+    lock = SendingLock::acquire(&holder, &why);
+    if (!lock) {
+        err(SendingLock::refusal(holder, why));
+        return holder < 0 ? kExitDataNotWritten : RunReport::kAnotherSender;
+    }
+    const std::optional<RunJournal::Unfinished> unfinished = resuming ? std::nullopt : RunJournal::load();
+    if (!unfinished)
+        return std::nullopt;
+    const QString counts = QStringLiteral("(%1 of %2 sent)").arg(unfinished->sent()).arg(unfinished->total());
+    if (!discardUnfinished) {
+        err(QStringLiteral(
+                "A run that did not end %1 is kept in the data folder: resume it with --resume, or "
+                "discard it with --discard-unfinished.")
+                .arg(counts));
+        return 2;
+    }
+    RunJournal::discard();
+    err(QStringLiteral("The run that did not end %1 was discarded.").arg(counts));
+    return std::nullopt;
+}
+
 int runSend(const QStringList& arguments) {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
@@ -316,29 +343,9 @@ int runSend(const QStringList& arguments) {
     // record is looked at only by the process that may continue it.
     std::shared_ptr<SendingLock> sendingLock;
     if (!parser.isSet(dryRun)) {
-        qint64 holder = 0;
-        QString why;
-        sendingLock = SendingLock::acquire(&holder, &why);
-        if (!sendingLock) {
-            err(SendingLock::refusal(holder, why));
-            return holder < 0 ? kExitDataNotWritten : RunReport::kAnotherSender;
-        }
-    }
-    if (!parser.isSet(resume) && !parser.isSet(dryRun)) {
-        if (const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load()) {
-            if (!parser.isSet(discardUnfinished)) {
-                err(QStringLiteral(
-                        "A run that did not end (%1 of %2 sent) is kept in the data folder: resume it "
-                        "with --resume, or discard it with --discard-unfinished.")
-                        .arg(unfinished->sent())
-                        .arg(unfinished->total()));
-                return 2;
-            }
-            RunJournal::discard();
-            err(QStringLiteral("The run that did not end (%1 of %2 sent) was discarded.")
-                    .arg(unfinished->sent())
-                    .arg(unfinished->total()));
-        }
+        if (const std::optional<int> refused =
+                claimDataFolder(sendingLock, parser.isSet(resume), parser.isSet(discardUnfinished)))
+            return *refused;
     }
     if (parser.isSet(resume)) {
         const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load();
