@@ -1,6 +1,7 @@
 #include "CommandLine.h"
 
 #include "CommandLineAndroid.h"
+#include "CommandLineExclusion.h"
 #include "CommandLineInputs.h"
 #include "CommandLineStores.h"
 #include "CommandLineTest.h"
@@ -579,6 +580,8 @@ int runCommandLine(const QStringList& arguments) {
         return runTemplates(rest);
     if (command == QLatin1String("test-device"))
         return runTestDevice(rest);
+    if (command == QLatin1String("exclusion"))
+        return runExclusion(rest);
     err(QStringLiteral("bulksms: unknown command \"%1\"\n").arg(command) + commandUsage());
     return 2;
 }

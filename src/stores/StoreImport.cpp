@@ -17,8 +17,8 @@ QStringList storeImportExtensions() {
             QStringLiteral("csv"), QStringLiteral("CSV"), QStringLiteral("xlsx"), QStringLiteral("XLSX")};
 }
 
-bool readImportPieces(const QString& path, QStringList& pieces) {
-    pieces.clear();
+bool readImportLines(const QString& path, QList<ImportLine>& lines) {
+    lines.clear();
     QFile file(path);
     if (file.size() > kMaxImportBytes || !file.open(QIODevice::ReadOnly))
         return false;
@@ -34,12 +34,25 @@ bool readImportPieces(const QString& path, QStringList& pieces) {
     if (text.isEmpty())
         return false;
     // Whatever the line endings: a file of LF lines read as one line loses every row.
-    if (suffix == QLatin1String("csv")) {
-        for (const QString& piece : TextLines::split(text))
-            if (piece.contains(QLatin1Char(',')))
-                pieces << piece.split(QLatin1Char(','));
-    } else {
-        pieces = TextLines::split(text);
+    const bool csv = suffix == QLatin1String("csv");
+    int number = 0;
+    for (const QString& line : TextLines::split(text)) {
+        ImportLine read{++number, line, {}};
+        if (!csv)
+            read.pieces << line;
+        else if (line.contains(QLatin1Char(',')))
+            read.pieces = line.split(QLatin1Char(','));
+        lines << read;
     }
+    return true;
+}
+
+bool readImportPieces(const QString& path, QStringList& pieces) {
+    pieces.clear();
+    QList<ImportLine> lines;
+    if (!readImportLines(path, lines))
+        return false;
+    for (const ImportLine& line : std::as_const(lines))
+        pieces << line.pieces;
     return true;
 }

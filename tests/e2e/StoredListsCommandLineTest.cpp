@@ -126,4 +126,54 @@ TEST_F(StoredListsCommandLineTest, AnUnknownCommandPrintsTheUsage) {
     EXPECT_TRUE(errors.contains("sent-items")) << errors.toStdString();
 }
 
+// Opt-out files come from every kind of computer: a list read as one line would let its
+// people be messaged. Each ending is imported into a list of its own; the send then reaches
+// only the one number no list holds.
+TEST_F(StoredListsCommandLineTest, ExclusionImportOfEveryLineEndingKeepsItsNumbersOffTheNetwork) {
+    struct File {
+        const char* name; // the file's, and without its extension the list's
+        QByteArray bytes;
+    };
+    const File files[] = {
+        {"lf.txt", "+447700900002\nnot a number\n\n+447700900002\n"},
+        {"crlf.txt", "+447700900003\r\nnot a number\r\n"},
+        {"cr.txt", "+447700900004\rnot a number\r"},
+        {"mixed.csv", "name,phone\nAnn,+447700900005\r\nBob,+447700900006\rnophone\n"},
+    };
+    int exitCode = -1;
+    for (const File& file : files) {
+        const QString path = home.path() + "/" + file.name;
+        write(path, file.bytes);
+        const QStringList added = run({"exclusion", "import", path}, exitCode);
+        EXPECT_EQ(exitCode, 1) << file.name << ": a rejected line is told in the status";
+        ASSERT_EQ(added.size(), 1) << file.name << errors.toStdString();
+        EXPECT_TRUE(errors.contains("line 2: not a number: not a valid phone number") ||
+                    errors.contains("line 1: name,phone: not a valid phone number"))
+            << file.name << errors.toStdString();
+    }
+    EXPECT_TRUE(errors.contains("line 4: nophone")) << errors.toStdString();
+    EXPECT_EQ(run({"exclusion", "list", "lf"}, exitCode), QStringList{"+447700900002"}); // once, not twice
+    EXPECT_EQ(run({"exclusion", "list"}, exitCode),
+              QStringList({"lf\t1\tapplied", "crlf\t1\tapplied", "cr\t1\tapplied", "mixed\t2\tapplied"}));
+    EXPECT_EQ(run({"exclusion", "list", "mixed", "--json"}, exitCode),
+              QStringList{R"({"applied":true,"name":"mixed","numbers":["+447700900005","+447700900006"]})"});
+    run({"exclusion", "list", "nobody"}, exitCode);
+    EXPECT_EQ(exitCode, 2);
+    // Adding again adds nothing twice; a file without any number changes nothing.
+    write(home.path() + "/empty.txt", "nobody here\n");
+    run({"exclusion", "import", home.path() + "/empty.txt", "--list", "lf"}, exitCode);
+    EXPECT_EQ(exitCode, 2);
+    EXPECT_EQ(read(data + "/Exclusion/lf.OSTREL"), "+447700900002\n");
+
+    QStringList send = {"send", "--message", "Hello", "--exclusion"};
+    for (int n = 1; n <= 6; ++n)
+        send << "--to" << QString("+44770090000%1").arg(n);
+    run(send, exitCode);
+    EXPECT_EQ(exitCode, 0) << errors.toStdString();
+    QStringList received;
+    for (const auto& r : modem->received())
+        received << r.number;
+    EXPECT_EQ(received, QStringList{"+447700900001"});
+}
+
 } // namespace

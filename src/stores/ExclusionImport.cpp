@@ -1,0 +1,96 @@
+#include "ExclusionImport.h"
+
+#include "ExclusionFiles.h"
+#include "Exclusion_Wizard.h"
+#include "core/DataFolder.h"
+#include "core/TextUtils.h"
+#include "list/DefaultCountry.h"
+
+#include <QSet>
+
+namespace {
+
+// A longer line is no number; it is named by its start only.
+constexpr qsizetype kShownLineLength = 60;
+
+QString shown(const QString& line) {
+    const QString trimmed = Trim_Str(line);
+    return trimmed.size() <= kShownLineLength ? trimmed
+                                              : trimmed.left(kShownLineLength) + QStringLiteral("…");
+}
+
+} // namespace
+
+ExclusionImport takeExclusionNumbers(const QList<ImportLine>& lines, const QStringList& listed) {
+    const NumberNormaliser normaliser = DefaultCountry::instance().normaliser();
+    const auto keyOf = [&](const QString& number) {
+        return normaliser.active() ? normaliser.comparisonKey(number) : number;
+    };
+    QSet<QString> seen;
+    for (const QString& number : listed)
+        seen.insert(keyOf(number));
+    ExclusionImport result;
+    for (const ImportLine& line : lines) {
+        if (Trim_Str(line.text).isEmpty())
+            continue;
+        bool gaveNumber = false;
+        for (QString piece : line.pieces) {
+            piece.remove(QLatin1Char('\\')).remove(QLatin1Char('{')).remove(QLatin1Char('}'));
+            const QString number = Exclusion_Wizard::validExclusionNumber(piece);
+            if (number.isEmpty())
+                continue;
+            gaveNumber = true;
+            const QString key = keyOf(number);
+            if (seen.contains(key)) {
+                ++result.alreadyListed;
+                continue;
+            }
+            seen.insert(key);
+            result.added << number;
+        }
+        if (gaveNumber)
+            continue;
+        const QString why = line.pieces.isEmpty()
+                                ? QStringLiteral("a CSV line without a comma holds no number")
+                                : QStringLiteral("not a valid phone number");
+        result.rejected.append({line.number, shown(line.text), why});
+    }
+    return result;
+}
+
+QString exclusionListNameProblem(const QString& name) {
+    if (!IsValidFileName(name))
+        return QStringLiteral("\"%1\" cannot be an exclusion list name: 1 to 50 characters, none of "
+                              "/ \\ ? % * | \" < > : and no control characters.")
+            .arg(name);
+    if (name == QLatin1String("ExListIndex"))
+        return QStringLiteral("\"ExListIndex\" is the name of the lists' index; please choose another name.");
+    return {};
+}
+
+QStringList exclusionListNames() {
+    Check_Path_And_Create_Files();
+    return readListNames(ExListIndex_File_Path);
+}
+
+QStringList appliedExclusionListNames() {
+    Check_Path_And_Create_Files();
+    return readListNames(AppExclusion_File_Path);
+}
+
+QStringList exclusionListNumbers(const QString& name) { return readTrimmedLines(exclusionListPath(name)); }
+
+bool addToExclusionList(const QString& name, const QStringList& numbers, QString* error) {
+    if (!Check_Path_And_Create_Files()) {
+        if (error)
+            *error = QStringLiteral("%1: the data folder could not be set up").arg(Bulk_SMS_Data_Folder_Path);
+        return false;
+    }
+    if (!writeLines(exclusionListPath(name), exclusionListNumbers(name) + numbers, error))
+        return false;
+    const QStringList names = readListNames(ExListIndex_File_Path);
+    if (!names.contains(name) && !writeLines(ExListIndex_File_Path, names + QStringList{name}, error))
+        return false;
+    const QStringList applied = readListNames(AppExclusion_File_Path);
+    return applied.contains(name) || writeLines(AppExclusion_File_Path, applied + QStringList{name}, error);
+}
