@@ -386,12 +386,20 @@ int runSend(const QStringList& arguments) {
     QList<Recipient> refused; // with a default country: the number, and why it cannot exist
     int invalid = 0;
     for (const Recipient& r : raw) {
+        // A file's rejections are named by line ("line 3: ..."), so the operator can find them.
+        const QString where = r.line > 0 ? QStringLiteral("line %1: ").arg(r.line) : QString();
+        if (!r.rejected.isEmpty()) {
+            err(where + r.rejected);
+            ++invalid;
+            continue;
+        }
         const QString n = gsm.Num_Able_To_insert(r.number);
         if (n.isEmpty()) {
             const QString written = r.number.trimmed();
             const QString why = numbers.active() ? numbers.refusalOf(r.number) : QString();
-            err(why.isEmpty() ? QStringLiteral("Not a valid phone number: %1").arg(written)
-                              : QStringLiteral("Not a valid phone number: %1 (%2)").arg(written, why));
+            err(where + (why.isEmpty()
+                             ? QStringLiteral("Not a valid phone number: %1").arg(written)
+                             : QStringLiteral("Not a valid phone number: %1 (%2)").arg(written, why)));
             refused.append({written, why});
             ++invalid;
         } else {
@@ -475,10 +483,11 @@ int runSend(const QStringList& arguments) {
             for (const Recipient& r : refused)
                 out(QStringLiteral("%1\tinvalid: %2").arg(r.number, r.message));
         // The list stays alone on standard output, for scripts; the cost goes beside it.
-        err(QStringLiteral("%1 messages to send in %2 SMS parts (%3 as Unicode).")
+        err(QStringLiteral("%1 messages to send in %2 SMS parts (%3 as Unicode); %4 rejected.")
                 .arg(messages)
                 .arg(parts)
-                .arg(unicodeMessages));
+                .arg(unicodeMessages)
+                .arg(invalid));
         return 0;
     }
 

@@ -137,15 +137,28 @@ bool recipientsFromFile(const QString& path, const QString& message, const Workb
         return false;
     }
     QStringList candidates;
-    while (reader.next(candidates)) {
-        for (const QString& candidate : std::as_const(candidates))
-            if (!candidate.isEmpty())
-                recipients.append({candidate, message});
+    QList<qint64> lines;
+    const auto take = [&] {
+        for (qsizetype i = 0; i < candidates.size(); ++i)
+            if (!candidates.at(i).isEmpty())
+                recipients.append({candidates.at(i), message, lines.value(i), {}});
         candidates.clear();
-    }
-    for (const QString& candidate : std::as_const(candidates))
-        if (!candidate.isEmpty())
-            recipients.append({candidate, message});
+        lines.clear();
+    };
+    while (reader.next(candidates, &lines))
+        take();
+    take();
+    const QString tooLong =
+        QStringLiteral("longer than %1 characters, no number read").arg(NumberFileReader::kMaxLineLength);
+    for (const qint64 line : reader.cutLineNumbers())
+        recipients.append({{}, message, line, tooLong});
+    if (reader.cutLines() > reader.cutLineNumbers().size())
+        recipients.append({{},
+                           message,
+                           0,
+                           QStringLiteral("%1 more lines longer than %2 characters")
+                               .arg(reader.cutLines() - reader.cutLineNumbers().size())
+                               .arg(NumberFileReader::kMaxLineLength)});
     if (reader.failed()) {
         reason = QStringLiteral("%1 is not a text file.").arg(path);
         return false;

@@ -6,9 +6,18 @@
 #include <QString>
 #include <QStringList>
 
+#include <utility>
+
 struct Recipient {
+    Recipient() = default;
+    Recipient(QString number_, QString message_, qint64 line_ = 0, QString rejected_ = {})
+        : number(std::move(number_)), message(std::move(message_)), line(line_),
+          rejected(std::move(rejected_)) {}
+
     QString number; // as found; the list's insert filter still decides
     QString message;
+    qint64 line = 0;  // the line of a text or CSV file it came from (0: given otherwise)
+    QString rejected; // a line that gave no number (number is then empty): why
 };
 
 struct WorkbookInput {
@@ -24,6 +33,8 @@ struct WorkbookInput {
 // the offset of the first one), so that nothing garbled or endless is sent.
 bool messageFromFile(const QString& path, QString& text, QString& reason);
 
-// Recipients of a file by its extension; false (with a reason) when it cannot be read.
+// Recipients of a file by its extension, in file order; a line of a text or CSV file that
+// cannot give a number (too long) comes as a rejected entry. False (with a reason) when the
+// file cannot be read.
 bool recipientsFromFile(const QString& path, const QString& message, const WorkbookInput& workbook,
                         QList<Recipient>& recipients, QString& reason);

@@ -42,15 +42,28 @@ QStringList fromTextLines(const QString& text) {
     return out;
 }
 
-QList<QStringList> parseCsv(const QString& text, QChar separator) {
+QList<QStringList> parseCsv(const QString& text, QChar separator, QList<qint64>* startLines) {
     QList<QStringList> records;
     QStringList record;
     QString field;
     bool quoted = false;
     bool fieldStarted = false; // something (even "") was read for the current record
+    qint64 line = 0;
+    qint64 recordStart = -1;
+    const auto endRecord = [&] {
+        record << field;
+        records << record;
+        if (startLines)
+            startLines->append(recordStart);
+    };
     const qsizetype n = text.size();
     for (qsizetype i = 0; i < n; ++i) {
         const QChar c = text.at(i);
+        const bool lineBreak = c == QLatin1Char('\r') || c == QLatin1Char('\n');
+        if (recordStart < 0 && !lineBreak)
+            recordStart = line;
+        if (lineBreak && !(c == QLatin1Char('\r') && i + 1 < n && text.at(i + 1) == QLatin1Char('\n')))
+            ++line;
         if (quoted) {
             if (c == QLatin1Char('"')) {
                 if (i + 1 < n && text.at(i + 1) == QLatin1Char('"')) {
@@ -72,16 +85,17 @@ QList<QStringList> parseCsv(const QString& text, QChar separator) {
             record << field;
             field.clear();
             fieldStarted = true;
-        } else if (c == QLatin1Char('\r') || c == QLatin1Char('\n')) {
-            if (c == QLatin1Char('\r') && i + 1 < n && text.at(i + 1) == QLatin1Char('\n'))
+        } else if (lineBreak) {
+            if (c == QLatin1Char('\r') && i + 1 < n && text.at(i + 1) == QLatin1Char('\n')) {
                 ++i;
-            if (fieldStarted || !field.isEmpty()) {
-                record << field;
-                records << record;
+                ++line;
             }
+            if (fieldStarted || !field.isEmpty())
+                endRecord();
             record.clear();
             field.clear();
             fieldStarted = false;
+            recordStart = -1;
         } else {
             // The plain run up to the next character that means something, at once.
             qsizetype end = i + 1;
@@ -97,10 +111,8 @@ QList<QStringList> parseCsv(const QString& text, QChar separator) {
             fieldStarted = true;
         }
     }
-    if (fieldStarted || !field.isEmpty()) {
-        record << field;
-        records << record;
-    }
+    if (fieldStarted || !field.isEmpty())
+        endRecord();
     return records;
 }
 
@@ -154,14 +166,30 @@ QStringList fromCsv(const QString& text, int* ignored) {
     return out;
 }
 
-QStringList fromCsvRecords(const QString& text, QChar separator, int* ignored) {
+QStringList fromCsvRecords(const QString& text, QChar separator, int* ignored, QList<qint64>* lines) {
     QStringList out;
     int notPhones = 0;
-    for (const QStringList& record : parseCsv(text, separator))
-        takePhoneCells(record, out, notPhones);
+    QList<qint64> starts;
+    const QList<QStringList> records = parseCsv(text, separator, &starts);
+    for (qsizetype r = 0; r < records.size(); ++r) {
+        const qsizetype before = out.size();
+        takePhoneCells(records.at(r), out, notPhones);
+        if (lines)
+            lines->insert(lines->size(), out.size() - before, starts.at(r));
+    }
     if (ignored)
         *ignored = notPhones;
     return out;
+}
+
+qint64 countLineBreaks(QStringView text) {
+    qint64 breaks = 0;
+    for (qsizetype i = 0; i < text.size(); ++i)
+        if (text.at(i) == QLatin1Char('\n') ||
+            (text.at(i) == QLatin1Char('\r') &&
+             (i + 1 == text.size() || text.at(i + 1) != QLatin1Char('\n'))))
+            ++breaks;
+    return breaks;
 }
 
 QStringList fromPaste(const QString& text, int* ignored) {

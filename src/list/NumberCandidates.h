@@ -11,8 +11,9 @@ namespace NumberCandidates {
 QStringList fromTextLines(const QString& text);
 
 // The records of a CSV text (RFC 4180): fields separated by separator, quoted fields may
-// hold separators, doubled quotes and line breaks; records end at CRLF, LF or CR.
-QList<QStringList> parseCsv(const QString& text, QChar separator);
+// hold separators, doubled quotes and line breaks; records end at CRLF, LF or CR. startLines,
+// when given, receives the line (0-based) each record starts on.
+QList<QStringList> parseCsv(const QString& text, QChar separator, QList<qint64>* startLines = nullptr);
 
 // The separator a CSV text uses: the one of ",", ";" and tab that splits its first
 // records most consistently into more than one field ("," when none does).
@@ -24,8 +25,13 @@ QChar sniffCsvSeparator(const QString& text);
 QStringList fromCsv(const QString& text, int* ignored = nullptr);
 
 // The phone-like cells of CSV records with a known separator (what fromCsv does after it
-// has found the separator), for a file read a part at a time.
-QStringList fromCsvRecords(const QString& text, QChar separator, int* ignored = nullptr);
+// has found the separator), for a file read a part at a time; lines, when given, receives
+// the line (0-based) of each cell's record.
+QStringList fromCsvRecords(const QString& text, QChar separator, int* ignored = nullptr,
+                           QList<qint64>* lines = nullptr);
+
+// The line breaks in text (CR LF counted once).
+qint64 countLineBreaks(QStringView text);
 
 // Pasted blocks: one candidate per line, or, for a line with tabs (a block copied from a
 // spreadsheet), every tab-separated cell that looks like a phone number.

@@ -146,7 +146,7 @@ bool NumberFileReader::readChunk(QString& text) {
     return !atEnd;
 }
 
-bool NumberFileReader::next(QStringList& candidates) {
+bool NumberFileReader::next(QStringList& candidates, QList<qint64>* lines) {
     if (m_ended || m_failed || m_fd < 0)
         return false;
     QString text;
@@ -169,15 +169,22 @@ bool NumberFileReader::next(QStringList& candidates) {
         m_hadText = true;
     m_pending += text;
     if (m_kind == Kind::Csv)
-        takeCsv(m_pending, !more, candidates);
+        takeCsv(m_pending, !more, candidates, lines);
     else
-        takeLines(m_pending, !more, candidates);
+        takeLines(m_pending, !more, candidates, lines);
     if (!more)
         m_ended = true;
     return more;
 }
 
-void NumberFileReader::takeLines(QString& text, bool atEnd, QStringList& candidates) {
+void NumberFileReader::countCut(qint64 line) {
+    ++m_cutLines;
+    ++TOT_PROC; // a readable record, and no number
+    if (m_cutLineNumbers.size() < kMaxNamedCutLines)
+        m_cutLineNumbers.append(line);
+}
+
+void NumberFileReader::takeLines(QString& text, bool atEnd, QStringList& candidates, QList<qint64>* lines) {
     qsizetype start = 0;
     for (;;) {
         // A line ends at LF, CR LF or a CR alone: files come from every kind of computer.
@@ -194,13 +201,15 @@ void NumberFileReader::takeLines(QString& text, bool atEnd, QStringList& candida
         const qsizetype end = lineEnd < 0 ? text.size() : lineEnd;
         if (lineEnd < 0 && end == start)
             break; // nothing after the last line end
+        ++m_linesDone;
         if (m_skippingLongLine) {
             m_skippingLongLine = false; // the rest of a line already counted
         } else if (end - start > kMaxLineLength) {
-            ++m_cutLines;
-            ++TOT_PROC; // a readable record, and no number
+            countCut(m_linesDone);
         } else {
             candidates += NumberCandidates::fromTextLines(text.mid(start, end - start));
+            if (lines)
+                lines->append(m_linesDone);
         }
         start = end + 1;
         if (lineEnd >= 0 && text.at(lineEnd) == QLatin1Char('\r') && start < text.size() &&
@@ -211,16 +220,14 @@ void NumberFileReader::takeLines(QString& text, bool atEnd, QStringList& candida
     }
     text.remove(0, std::min(start, text.size()));
     if (text.size() > kMaxLineLength) { // a line that goes on and on: count it, drop what came
-        if (!m_skippingLongLine) {
-            ++m_cutLines;
-            ++TOT_PROC;
-        }
+        if (!m_skippingLongLine)
+            countCut(m_linesDone + 1);
         m_skippingLongLine = true;
         text.clear();
     }
 }
 
-void NumberFileReader::takeCsv(QString& text, bool atEnd, QStringList& candidates) {
+void NumberFileReader::takeCsv(QString& text, bool atEnd, QStringList& candidates, QList<qint64>* lines) {
     if (m_separator.isNull()) {
         // Spreadsheet programs may name the separator on a first line of its own: "sep=;".
         if (text.startsWith(QLatin1String("sep="), Qt::CaseInsensitive) && text.size() > 4 &&
@@ -231,17 +238,26 @@ void NumberFileReader::takeCsv(QString& text, bool atEnd, QStringList& candidate
             m_separator = NumberCandidates::sniffCsvSeparator(text);
         }
     }
-    const qsizetype end = atEnd ? text.size() : lastRecordEnd(text);
+    // A CR at the very end may be the first half of a CR LF: it waits for the next part.
+    const qsizetype end = atEnd                              ? text.size()
+                          : text.endsWith(QLatin1Char('\r')) ? lastRecordEnd(text.chopped(1))
+                                                             : lastRecordEnd(text);
     if (end > 0) {
         int ignored = 0;
-        candidates += NumberCandidates::fromCsvRecords(text.left(end), m_separator, &ignored);
+        const qsizetype before = lines ? lines->size() : 0;
+        const QString records = text.left(end);
+        candidates += NumberCandidates::fromCsvRecords(records, m_separator, &ignored, lines);
+        if (lines)
+            for (qsizetype i = before; i < lines->size(); ++i)
+                (*lines)[i] += m_linesDone + 1;
+        m_linesDone += NumberCandidates::countLineBreaks(records);
         m_ignoredCells += ignored;
         text.remove(0, end);
     }
     if (text.size() > kMaxLineLength * 4) { // a record that never ends (an open quote)
-        ++m_cutLines;
-        ++TOT_PROC;
+        countCut(m_linesDone + 1);
         const qsizetype lineEnd = text.lastIndexOf(QLatin1Char('\n'));
+        m_linesDone += NumberCandidates::countLineBreaks(QStringView(text).left(lineEnd + 1));
         text = lineEnd < 0 ? QString() : text.mid(lineEnd + 1);
     }
 }

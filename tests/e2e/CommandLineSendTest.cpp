@@ -83,10 +83,14 @@ TEST_F(CommandLineSendTest, SendsEveryRecipientOnceAndReportsEach) {
 
 TEST_F(CommandLineSendTest, BadUsageExitsTwoAndHelpZero) {
     const QList<std::pair<QStringList, int>> cases = {
-        {{"send", "--no-such-option"}, 2}, {{"send", "--to"}, 2},
-        {{"sent-items", "--export"}, 2},   {{"templates", "--bogus"}, 2},
-        {{"test-device", "--device"}, 2},  {{"devices", "--wrong"}, 2},
-        {{"exclusion", "import", "--list"}, 2}, {{"exclusion", "nothing"}, 2},
+        {{"send", "--no-such-option"}, 2},
+        {{"send", "--to"}, 2},
+        {{"sent-items", "--export"}, 2},
+        {{"templates", "--bogus"}, 2},
+        {{"test-device", "--device"}, 2},
+        {{"devices", "--wrong"}, 2},
+        {{"exclusion", "import", "--list"}, 2},
+        {{"exclusion", "nothing"}, 2},
         {{"send", "--help"}, 0},
     };
     for (const auto& [arguments, expected] : cases) {
@@ -268,6 +272,26 @@ TEST_F(CommandLineSendTest, RtfAndCsvFilesAreCutAsTheWindowsCutThem) {
     c.close();
     EXPECT_EQ(run({"send", "--numbers", csv, "--message", "c", "--dry-run"}, exitCode),
               QStringList{"+441234567890\tsend\tc"});
+}
+
+// A line that gives no number is counted and named, never passed over: the operator can
+// find it in the file.
+TEST_F(CommandLineSendTest, ADryRunNamesEveryLineThatGaveNoNumber) {
+    const QString txt = home.path() + "/numbers.txt";
+    QFile f(txt);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write("+447700900001\rnot a number\r\n" + QByteArray(5000, '7') + "\n\n+447700900002\r");
+    f.close();
+    int exitCode = -1;
+    EXPECT_EQ(run({"send", "--numbers", txt, "--message", "m", "--dry-run"}, exitCode),
+              (QStringList{"+447700900001\tsend\tm", "+447700900002\tsend\tm"}));
+    EXPECT_TRUE(errors.contains("line 2: Not a valid phone number: notanumber")) << errors.toStdString();
+    EXPECT_TRUE(errors.contains("line 3: longer than 4096 characters, no number read"))
+        << errors.toStdString();
+    EXPECT_TRUE(errors.contains("; 2 rejected.")) << errors.toStdString();
+    EXPECT_EQ(exitCode, 0);
+    run({"send", "--numbers", txt, "--message", "m", "--dry-run", "--strict"}, exitCode);
+    EXPECT_EQ(exitCode, 2);
 }
 
 TEST_F(CommandLineSendTest, ExitStatusTellsWhatWentOut) {

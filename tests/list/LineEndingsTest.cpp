@@ -65,4 +65,42 @@ TEST(LineEndings, EveryNumberIsReadWhateverEndsItsLine) {
     }
 }
 
+// The reader tells each candidate's line, and the lines it cut, whatever the endings, across
+// its chunks, and through CSV records whose quoted fields hold line breaks.
+TEST(LineEndings, CandidatesAndCutLinesKeepTheirLineNumbers) {
+    QTemporaryDir dir;
+    const QByteArray longLine(NumberFileReader::kChunkBytes + 100, '5'); // crosses a chunk
+    const struct {
+        const char* name;
+        QByteArray bytes;
+        QStringList candidates;
+        QList<qint64> lines;
+        QList<qint64> cut;
+    } cases[] = {
+        {"a.txt", "111\r\n\r222\n" + longLine + "\r333", {"111", "", "222", "333"}, {1, 2, 3, 5}, {4}},
+        {"b.csv",
+         "sep=;\nname;phone\r\n\"A\nB\";+447700900001\r\r\nx;+447700900002",
+         {"+447700900001", "+447700900002"},
+         {3, 6},
+         {}},
+    };
+    for (const auto& c : cases) {
+        const QString path = dir.filePath(c.name);
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(c.bytes);
+        file.close();
+        NumberFileReader reader;
+        QString failure;
+        ASSERT_TRUE(reader.open(path, failure));
+        QStringList candidates;
+        QList<qint64> lines;
+        while (reader.next(candidates, &lines)) {
+        }
+        EXPECT_EQ(candidates, c.candidates) << c.name;
+        EXPECT_EQ(lines, c.lines) << c.name;
+        EXPECT_EQ(reader.cutLineNumbers(), c.cut) << c.name;
+    }
+}
+
 } // namespace
