@@ -1,4 +1,5 @@
-// The composer half of the main windows: text with its 1600-character cut and counter,
+// The composer half of the main windows: text with its 1600-character limit (a longer paste
+// keeps what fits, and says so) and counter,
 // message options, and the operations that copy the composed text into the list.
 #include "BulkSmsWindow.h"
 
@@ -23,8 +24,11 @@ void BulkSmsWindow::setComposerText(const QString& text) {
 }
 
 void BulkSmsWindow::applyComposerCut() {
-    if (m_composerText.size() > kMaxMessageLength)
-        m_composerText = m_composerText.left(kMaxMessageLength);
+    if (m_composerText.size() > kMaxMessageLength) {
+        const qsizetype leftOut = m_composerText.size() - kMaxMessageLength;
+        m_composerText.truncate(kMaxMessageLength);
+        op().Show_MessageBox(messageCutNotice(leftOut));
+    }
     m_characterCounter = QStringLiteral("%1 Characters").arg(m_composerText.size());
 }
 

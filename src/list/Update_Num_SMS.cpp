@@ -20,6 +20,8 @@ void Update_Num_SMS::setNumber(const QString& text) {
 
 void Update_Num_SMS::setMessage(const QString& text) {
     m_message = text.left(kMaxMessageLength);
+    if (text.size() > kMaxMessageLength)
+        m_window.op().Show_MessageBox(messageCutNotice(text.size() - kMaxMessageLength));
     emit changed();
 }
 

@@ -43,6 +43,8 @@ QString Update_Sel_Num_SMS::totalLabel() const {
 
 void Update_Sel_Num_SMS::setMessage(const QString& text) {
     const QString cut = text.left(kMaxMessageLength);
+    if (text.size() > kMaxMessageLength)
+        m_window.op().Show_MessageBox(messageCutNotice(text.size() - kMaxMessageLength));
     if (cut == m_message)
         return;
     m_message = cut;

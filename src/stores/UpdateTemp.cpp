@@ -28,6 +28,8 @@ void UpdateTemp::beginUpdate(int index, const QString& text) {
 
 void UpdateTemp::setText(const QString& text) {
     const QString cut = text.left(kMaxMessageLength);
+    if (text.size() > kMaxMessageLength)
+        m_op.Show_MessageBox(messageCutNotice(text.size() - kMaxMessageLength));
     if (cut == m_text && cut.size() == text.size())
         return;
     m_text = cut;

@@ -4,6 +4,14 @@
 
 #include <QRegularExpression>
 
+QString messageCutNotice(qsizetype leftOut) {
+    return QStringLiteral(
+               "A message can be at most %1 characters long. The first %1 characters were kept; %2 "
+               "characters were left out.")
+        .arg(kMaxMessageLength)
+        .arg(leftOut);
+}
+
 bool Check_Ph_Number(const QString& number, bool test_flag) {
     const QString s = Trim_Str(number);
     if (s.isEmpty() || s.size() > kMaxNumberLength)

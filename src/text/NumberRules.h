@@ -9,6 +9,10 @@ inline constexpr int kMaxNumberLength = 20;
 inline constexpr int kMinPhoneDigits = 7;
 inline constexpr int kMaxMessageLength = 1600;
 
+// What an editor tells when a text (a paste, mostly) was longer than a message can be: what
+// fits was kept, and how much was left out.
+QString messageCutNotice(qsizetype leftOut);
+
 // True when the number is INVALID: blank after trimming, longer than 20 characters, or
 // holding anything but digits, "+" and "-" (and "," when test_flag is set).
 bool Check_Ph_Number(const QString& number, bool test_flag);

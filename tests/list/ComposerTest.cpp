@@ -4,6 +4,7 @@
 #include "list/Update_Num_SMS.h"
 #include "list/Update_Sel_Num_SMS.h"
 #include "text/GsmAlphabet.h"
+#include "text/NumberRules.h"
 
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
@@ -60,10 +61,17 @@ protected:
     TestBulkSmsWindow window{Kind::Android, op};
 };
 
-TEST_F(ComposerTest, ComposerIsCutTo1600AndCounted) {
+// A paste longer than a message keeps what fits and says how much was left out; at the limit
+// nothing is said.
+TEST_F(ComposerTest, ALongPasteKeepsWhatFitsAndSaysWhatWasLeftOut) {
+    window.setComposerText(QString(1600, 'y'));
+    EXPECT_TRUE(op.alerts().isEmpty());
     window.setComposerText(QString(2000, 'x'));
-    EXPECT_EQ(window.composerText().size(), 1600);
+    EXPECT_EQ(window.composerText(), QString(1600, 'x'));
     EXPECT_EQ(window.characterCounterText(), "1600 Characters");
+    EXPECT_EQ(op.alerts(),
+              QStringList{"\nA message can be at most 1600 characters long. The first 1600 characters "
+                          "were kept; 400 characters were left out."});
     window.setComposerText(QString::fromUtf8("\xF0\x9F\x98\x80"));
     EXPECT_EQ(window.characterCounterText(), "2 Characters"); // UTF-16 units
 }
@@ -199,7 +207,7 @@ TEST_F(ComposerTest, UpdateSelectedWaitsForTheCollectionThenApplies) {
     EXPECT_EQ(
         op.alerts(),
         (QStringList{"\nPlease select at least one record from the phone numbers-messages list to continue.",
-                     "\nPlease enter some text message."}));
+                     "\nPlease enter some text message.", "\n" + messageCutNotice(100)}));
 }
 
 TEST_F(ComposerTest, UpdateSelectedKeepsTheWindowTakingEventsUntilItsDialogOpens) {

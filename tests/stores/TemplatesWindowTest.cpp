@@ -4,6 +4,7 @@
 #include "stores/TemplateFile.h"
 #include "stores/Templates.h"
 #include "stores/UpdateTemp.h"
+#include "text/NumberRules.h"
 
 namespace {
 
@@ -55,8 +56,8 @@ TEST_F(TemplatesTest, EditorAddsUpdatesAndRefusesDuplicates) {
     window.Update_Btn();
     window.Update_Btn();
     EXPECT_EQ(window.templates(), (QStringList{"First", "Second, edited", QString(1600, 'x')}));
-    EXPECT_EQ(op.alerts(), (QStringList{"\n" + kTemplateExists, "\n" + kTemplateExists,
-                                        "\nPlease type template message."}));
+    EXPECT_EQ(op.alerts(), (QStringList{"\n" + kTemplateExists, "\n" + messageCutNotice(400),
+                                        "\n" + kTemplateExists, "\nPlease type template message."}));
     EXPECT_EQ(window.editor().counterText(), "0 Characters");
 
     window.Close_Btn();

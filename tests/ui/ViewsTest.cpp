@@ -14,6 +14,7 @@
 #include "ui/ViewRegistry.h"
 
 #include "ScriptedOperator.h"
+#include "text/NumberRules.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -67,6 +68,11 @@ TEST(Views, ComposerShowsWhatTheMessageCostsAsItIsTyped) {
     composer->setPlainText("Ol\u00E1, a\u00E7\u00E3o! \u041F\u0440\u0438\u0432\u0435\u0442 {5} \u20AC10");
     EXPECT_EQ(cost->text(), "(Unicode, 1 SMS)");
     EXPECT_EQ(gsm.characterCounterText(), QStringLiteral("25 Characters"));
+    // A paste past the limit: the box keeps what fits, and the operator is told what was left out.
+    composer->insertPlainText(QString(1700, QLatin1Char('b')));
+    EXPECT_EQ(composer->toPlainText().size(), 1600);
+    EXPECT_EQ(gsm.characterCounterText(), QStringLiteral("1600 Characters"));
+    EXPECT_EQ(op.alerts(), QStringList{"\n" + messageCutNotice(125)});
     // BULKSMS_SCREENSHOT_DIR keeps a picture of the window, to look at it as a person would.
     const QString pictures = qEnvironmentVariable("BULKSMS_SCREENSHOT_DIR");
     if (!pictures.isEmpty())
