@@ -105,7 +105,10 @@ QString Replace_Char_For_Valid_Number(const QString& s) {
 }
 
 QString Replace_Sent_Item_and_Template_New_Line_with_Seprator(const QString& s) {
-    return replaceAll(s, QStringLiteral("\n"), kStoredNewLineSeparator, Qt::CaseSensitive);
+    // Every kind of line break: the stores' readers end a line at CR too.
+    QString lf = s;
+    lf.replace(QStringLiteral("\r\n"), QStringLiteral("\n")).replace(QLatin1Char('\r'), QLatin1Char('\n'));
+    return replaceAll(lf, QStringLiteral("\n"), kStoredNewLineSeparator, Qt::CaseSensitive);
 }
 
 QString Replace_Sent_Item_and_Template_Seprator_With_New_Line(const QString& s) {

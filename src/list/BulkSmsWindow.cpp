@@ -11,6 +11,7 @@
 #include "core/Operator.h"
 #include "core/TextUtils.h"
 #include "text/NumberRules.h"
+#include "text/TextLines.h"
 
 #include <QFile>
 
@@ -28,7 +29,7 @@ QStringList readLines(const QString& path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return {};
-    return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
+    return TextLines::split(QString::fromUtf8(file.readAll()));
 }
 
 // The last number Num_Able_To_insert accepted, so that inserting it right after does not
@@ -298,9 +299,7 @@ void BulkSmsWindow::Fill_Exclusion_Num_List() {
         return;
     m_exclusionSet.clear();
     Check_Path_And_Create_Files();
-    for (QString name : readLines(AppExclusion_File_Path)) {
-        if (name.endsWith(QLatin1Char('\r')))
-            name.chop(1);
+    for (const QString& name : readLines(AppExclusion_File_Path)) {
         // A list name is a plain file name; anything that could leave the folder is ignored.
         if (name.isEmpty() || name.contains(QLatin1Char('/')) || name == QLatin1String("..") ||
             name == QLatin1String(".")) {

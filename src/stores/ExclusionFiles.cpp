@@ -4,6 +4,7 @@
 #include "core/FileUtils.h"
 #include "core/Log.h"
 #include "core/TextUtils.h"
+#include "text/TextLines.h"
 
 #include <QFile>
 
@@ -28,7 +29,7 @@ QStringList readTrimmedLines(const QString& path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return lines;
-    for (const QString& line : QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'))) {
+    for (const QString& line : TextLines::split(QString::fromUtf8(file.readAll()))) {
         const QString trimmed = Trim_Str(line);
         if (!trimmed.isEmpty())
             lines << trimmed;

@@ -3,6 +3,7 @@
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "core/TextUtils.h"
+#include "text/TextLines.h"
 
 #include <QDate>
 
@@ -19,7 +20,9 @@ QByteArray formatSentItemLine(const SentItem& item) {
 
 QList<SentItem> parseSentItems(const QByteArray& content) {
     QList<SentItem> items;
-    for (const QString& stored : QString::fromUtf8(content).split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+    for (const QString& stored : TextLines::split(QString::fromUtf8(content))) {
+        if (stored.isEmpty())
+            continue;
         // BEL number VT message BEL date VT status; a further BEL in the status starts
         // another record on the same line.
         QString rest = Replace_Sent_Item_and_Template_Seprator_With_New_Line(stored);

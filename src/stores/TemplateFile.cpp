@@ -3,6 +3,7 @@
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "core/TextUtils.h"
+#include "text/TextLines.h"
 
 #include <QDateTime>
 #include <QFile>
@@ -62,7 +63,7 @@ TemplateCache& cache() {
 
 QStringList parseTemplates(const QByteArray& content) {
     QStringList templates;
-    for (const QString& line : QString::fromUtf8(content).split(QLatin1Char('\n')))
+    for (const QString& line : TextLines::split(QString::fromUtf8(content)))
         if (!line.isEmpty())
             templates << Replace_Sent_Item_and_Template_Seprator_With_New_Line(line);
     return templates;

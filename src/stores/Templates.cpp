@@ -16,6 +16,7 @@
 #include "list/BulkSmsWindow.h"
 #include "sheets/windows/Import_Excel.h"
 #include "text/NumberRules.h"
+#include "text/TextLines.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -77,7 +78,7 @@ void Templates::replaceTemplate(int index, const QString& text) {
 void Templates::loadFrom(const QByteArray& content) {
     m_table.clear();
     m_selected.clear();
-    for (const QString& line : QString::fromUtf8(content).split(QLatin1Char('\n'))) {
+    for (const QString& line : TextLines::split(QString::fromUtf8(content))) {
         const QString text = Replace_Sent_Item_and_Template_Seprator_With_New_Line(line);
         if (text.isEmpty() || Check_Duplicate_Template(text))
             continue;

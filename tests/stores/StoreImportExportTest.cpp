@@ -1,12 +1,16 @@
 // Workbooks into the template store and an exclusion list through the column import, and
 // the main windows' contact-list export.
 #include "StoreWindowsFixture.h"
+#include "core/FileUtils.h"
 #include "sheets/SpreadsheetWriter.h"
 #include "sheets/windows/Import_Excel.h"
 #include "stores/ContactListExport.h"
+#include "stores/ExclusionFiles.h"
 #include "stores/Exclusion_Wizard.h"
 #include "stores/ExportDialogs.h"
+#include "stores/SentItemFile.h"
 #include "stores/StoreImport.h"
+#include "stores/TemplateFile.h"
 #include "stores/Templates.h"
 
 #include <QFile>
@@ -43,6 +47,36 @@ TEST(StoreImportLineEndings, EveryRowIsReadWhateverEndsItsLine) {
             EXPECT_FALSE(read.contains(QLatin1Char('\r')) || read.contains(QLatin1Char('\n'))) << suffix;
         }
     }
+}
+
+// The stores' own files, edited or copied on another computer, keep their lines whatever ends
+// them; a text with a line break of any kind stays one record.
+TEST_F(StoreWindowsTest, StoredFilesReadWhateverEndsTheirLines) {
+    for (const QByteArray& e : {QByteArray("\n"), QByteArray("\r\n"), QByteArray("\r")}) {
+        const std::string ending = e.toHex().toStdString();
+        const QByteArray templates = "Hello" + e + "Bye|AP*|DX/now" + e;
+        EXPECT_EQ(parseTemplates(templates), (QStringList{"Hello", "Bye\nnow"})) << ending;
+        Templates window(op);
+        window.loadFrom(templates);
+        EXPECT_EQ(window.templates(), (QStringList{"Hello", "Bye\nnow"})) << ending;
+
+        const QList<SentItem> sent = parseSentItems("\a111\vHi\ad\vs" + e + "\a222\vYo\ad\vs" + e);
+        ASSERT_EQ(sent.size(), 2) << ending;
+        EXPECT_EQ(sent[1].number, "222") << ending;
+
+        ASSERT_TRUE(writeFileAtomically(ExListIndex_File_Path, "Staff" + e + "Other" + e));
+        ASSERT_TRUE(
+            writeFileAtomically(exclusionListPath("Staff"), "+447700900001" + e + "+447700900002" + e));
+        ASSERT_TRUE(writeFileAtomically(AppExclusion_File_Path, "Staff" + e));
+        EXPECT_EQ(readListNames(ExListIndex_File_Path), (QStringList{"Staff", "Other"})) << ending;
+        gsm->Exclusion_Chk(true);
+        EXPECT_TRUE(gsm->Check_Exclusion_Number("+447700900001")) << ending;
+        EXPECT_TRUE(gsm->Check_Exclusion_Number("+447700900002")) << ending;
+        gsm->Exclusion_Chk(false);
+    }
+    // Written by us, a text's CR LF or CR comes back as one record with a line feed.
+    EXPECT_EQ(parseTemplates(formatTemplateLine("a\r\nb\rc")), QStringList{"a\nb\nc"});
+    EXPECT_EQ(parseSentItems(formatSentItemLine({"1", "x\ry", "d", "s"})).value(0).message, "x\ny");
 }
 
 TEST_F(StoreWindowsTest, WorkbookColumnsBecomeTemplatesOnce) {
