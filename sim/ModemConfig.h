@@ -4,6 +4,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
+
 namespace sim {
 
 struct ModemIdentity {
@@ -42,6 +44,9 @@ struct ModemBehaviour {
     // Answers this many accepted messages (or parts) normally; the network still takes the next
     // one, but the modem never answers it and from then on answers nothing (-1 never).
     int silentAfterMessages = -1;
+    // In-process tests only: called once the network has taken a part and before the modem
+    // says so, for what happens at that very moment (an operator's Stop).
+    std::function<void()> afterAccepting;
 
     // Timing of the answers, as a real modem's processing adds it.
     // Every answer (not the echo) leaves this long after its command, through Clock (scaled).

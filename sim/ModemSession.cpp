@@ -306,6 +306,8 @@ void ModemSession::accept(const ReceivedMessage& part, const Concatenation& conc
     ReceivedMessage received = part;
     received.reportRequested = reportRequested;
     m_line.acceptedPart(received, concatenation);
+    if (behaviour.afterAccepting)
+        behaviour.afterAccepting();
     if (behaviour.silentAfterMessages >= 0 && m_acceptedParts >= behaviour.silentAfterMessages) {
         // The network has it; the modem goes quiet before saying so, and stays quiet.
         m_fallenSilent = true;

@@ -168,8 +168,10 @@ int runExclusion(const QStringList& arguments) {
     if (sub == QLatin1String("list"))
         return runList(rest);
     if (sub == QLatin1String("--help") || sub == QLatin1String("-h")) {
-        printOut(kUsage);
-        return 0;
+        printOut(kUsage + QLatin1Char('\n'));
+        runImport({QStringLiteral("exclusion import"), QStringLiteral("--help")});
+        printOut({});
+        return runList({QStringLiteral("exclusion list"), QStringLiteral("--help")});
     }
     printErr((sub.isEmpty() ? QStringLiteral("bulksms exclusion: which command?\n")
                             : QStringLiteral("bulksms exclusion: unknown command \"%1\"\n").arg(sub)) +

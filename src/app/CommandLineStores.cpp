@@ -49,19 +49,17 @@ int reportFilterOf(const QString& name) {
 }
 
 QString commandUsage() {
-    return QStringLiteral(
-        "Usage: bulksms [COMMAND] [OPTIONS]\n"
-        "Without a command the desktop application starts.\n\n"
-        "Commands:\n"
-        "  send         send one message to every recipient through GSM modems\n"
-        "  devices      list the GSM modems found\n"
-        "  test-device  find out which mode and service centre work on a modem\n"
-        "  sent-items   export the sent items (--export FILE.txt|.html|.xlsx)\n"
-        "  templates    export the message templates (--export FILE.txt|.html|.xlsx)\n"
-        "  exclusion    add a file's numbers to an exclusion list (import FILE [--list NAME]),\n"
-        "               or show the lists (list [NAME] [--json])\n\n"
-        "\"bulksms COMMAND --help\" lists a command's options; \"bulksms --version\" "
-        "prints the version.");
+    return QStringLiteral("Usage: bulksms [COMMAND] [OPTIONS]\n"
+                          "Without a command the desktop application starts.\n\n"
+                          "Commands:\n"
+                          "  send         send one message to every recipient through GSM modems\n"
+                          "  devices      list the GSM modems found\n"
+                          "  test-device  find out which mode and service centre work on a modem\n"
+                          "  sent-items   export the sent items (--export FILE.txt|.html|.xlsx)\n"
+                          "  templates    export the message templates (--export FILE.txt|.html|.xlsx)\n"
+                          "  exclusion    add a file's numbers to an exclusion list, or show the lists\n\n"
+                          "\"bulksms COMMAND --help\" lists a command's options; \"bulksms --version\" "
+                          "prints the version.");
 }
 
 int runSentItems(const QStringList& arguments) {

@@ -431,19 +431,18 @@ TEST_F(MFCSMSSubmission, SlowOrChattyModemsAreWaitedFor) {
 
 TEST_F(MFCSMSSubmission, StopEndsALongMessageAfterTheCurrentPart) {
     for (Mode mode : {Mode::Pdu, Mode::Text}) {
-        ModemUnderTest m;
-        ASSERT_TRUE(m.prepare(mode));
         // The operator presses Stop while the modem is taking the first part.
-        std::atomic<bool> done{false};
-        std::thread operatorThread([&] {
-            while (!done && m.modem.received().isEmpty())
-                std::this_thread::sleep_for(std::chrono::microseconds(200));
-            m.stop.request_stop();
-        });
+        std::atomic<std::stop_source*> stop{nullptr};
+        sim::ModemBehaviour behaviour;
+        behaviour.afterAccepting = [&stop] {
+            if (std::stop_source* source = stop.load())
+                source->request_stop();
+        };
+        ModemUnderTest m(behaviour);
+        stop = &m.stop;
+        ASSERT_TRUE(m.prepare(mode));
         QString status;
         const bool result = m.send(mode, kNumber, gsmText(400), status);
-        done = true;
-        operatorThread.join();
         EXPECT_TRUE(result);
         EXPECT_EQ(status, "Stopped after part 1 of 3."); // never "sent": the handset has a fragment
         EXPECT_EQ(m.commandCount("AT+CMGS="), 1);
