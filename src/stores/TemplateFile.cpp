@@ -5,7 +5,6 @@
 #include "core/TextUtils.h"
 
 #include <QDateTime>
-#include <QFile>
 #include <QFileInfo>
 #include <QSet>
 
@@ -42,8 +41,10 @@ private:
         m_path = Templates_File_Path;
         m_stamp = now;
         m_templates.clear();
-        QFile file(m_path);
-        if (file.open(QIODevice::ReadOnly))
+        // A file that cannot be read (a symbolic link, say) holds none: the append that
+        // follows is refused and says why.
+        PrivateFile file(m_path);
+        if (file.open())
             for (const QString& t : parseTemplates(file.readAll()))
                 m_templates.insert(Trim_Str(t)); // lines stored untrimmed by earlier versions
     }
