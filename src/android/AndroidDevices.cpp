@@ -5,8 +5,6 @@
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 
-#include <QFile>
-
 namespace {
 
 const QString kHeader = QStringLiteral("List of devices attached");
@@ -161,13 +159,12 @@ RecordList readDeviceProperties() {
     }
     content += '\n';
     if (writeFileAtomically(scratch, content)) {
-        QFile file(scratch);
+        PrivateFile file(scratch);
         QStringList values;
-        if (file.open(QIODevice::ReadOnly))
+        if (file.open())
             for (const QString& line : QString::fromUtf8(file.readAll()).split(QStringLiteral("\r\n")))
                 if (line.startsWith(QLatin1String("shell getprop ")))
                     values.append(Android_Device_Details(line));
-        file.close();
         Delete_File(scratch);
         if (values.size() == lines.size()) {
             rows.append(propertyRow(QStringLiteral("Manufacturer"), values.at(0).toUpper()));

@@ -121,8 +121,11 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
         return;
     }
     m_sendInProgress = true;
-    if (exclusion())
-        Fill_Exclusion_Num_List();
+    if (!Fill_Exclusion_Num_List()) { // its people would be messaged
+        m_sendingLock.reset();
+        m_sendInProgress = false;
+        return;
+    }
     RunInput input;
     input.records = list().records();
     input.singleShot = m_singleShot;

@@ -114,7 +114,13 @@ std::optional<int> claimDataFolder(std::shared_ptr<SendingLock>& lock, bool resu
         err(SendingLock::refusal(holder, why));
         return holder < 0 ? kExitDataNotWritten : RunReport::kAnotherSender;
     }
-    const std::optional<RunJournal::Unfinished> unfinished = resuming ? std::nullopt : RunJournal::load();
+    QString unreadable;
+    const std::optional<RunJournal::Unfinished> unfinished =
+        resuming ? std::nullopt : RunJournal::load(&unreadable);
+    if (!unreadable.isEmpty()) {
+        err(errorInFileAccessing(unreadable));
+        return kExitDataNotWritten;
+    }
     if (!unfinished)
         return std::nullopt;
     const QString counts = QStringLiteral("(%1 of %2 sent)").arg(unfinished->sent()).arg(unfinished->total());
@@ -139,8 +145,8 @@ int runSend(const QStringList& arguments) {
         "Without --device every modem found is used (BULKSMS_EXTRA_MODEMS adds virtual ones).\n"
         "Exit status: 0 when everything sendable was sent (skipped and excluded numbers are no failures),\n"
         "1 when some failed, 2 on bad usage or input, 3 when nothing went out, 4 when sending stopped\n"
-        "because data could not be written (the run's record, the sent items, the report), 5 when\n"
-        "another process is sending from this data folder.\n"
+        "because data could not be written (the run's record, the sent items, the report) or a file\n"
+        "of the data folder could not be read, 5 when another process is sending from this data folder.\n"
         "--verbose copies the log (every AT command and answer) to standard error."));
     parser.addHelpOption();
     const QCommandLineOption to(QStringLiteral("to"), QStringLiteral("A recipient (repeatable)."),
@@ -349,7 +355,12 @@ int runSend(const QStringList& arguments) {
             return *refused;
     }
     if (parser.isSet(resume)) {
-        const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load();
+        QString unreadable;
+        const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load(&unreadable);
+        if (!unreadable.isEmpty()) {
+            err(errorInFileAccessing(unreadable));
+            return kExitDataNotWritten;
+        }
         if (!unfinished) {
             err(QStringLiteral("There is no unfinished run to resume."));
             return 2;
@@ -431,7 +442,8 @@ int runSend(const QStringList& arguments) {
     gsm.setMessageTypeIndex(
         parser.isSet(flash) ? int(BulkSmsWindow::messageTypes().indexOf(QStringLiteral("Notification"))) : 1);
     gsm.setSkipDuplicates(parser.isSet(skip));
-    gsm.Exclusion_Chk(parser.isSet(exclusion));
+    if (!gsm.Exclusion_Chk(parser.isSet(exclusion)))
+        return kExitDataNotWritten; // the lists were named on standard error
     gsm.setSaveSentItems(parser.isSet(saveSent));
     gsm.setSaveTemplates(parser.isSet(saveTemplates));
     bool retriesOk = false;

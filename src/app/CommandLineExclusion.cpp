@@ -77,7 +77,13 @@ int runImport(const QStringList& arguments) {
         return kExitUsage;
     }
     locateData();
-    const ExclusionImport taken = takeExclusionNumbers(lines, exclusionListNumbers(name));
+    QString unread;
+    const QStringList listed = exclusionListNumbers(name, &unread);
+    if (!unread.isEmpty()) {
+        printErr(errorInFileAccessing(unread));
+        return kExitDataNotWritten;
+    }
+    const ExclusionImport taken = takeExclusionNumbers(lines, listed);
     for (const ExclusionImport::Rejected& line : taken.rejected)
         printErr(QStringLiteral("line %1: %2: %3").arg(line.line).arg(line.text, line.why));
     if (taken.added.isEmpty() && taken.alreadyListed == 0) {
@@ -103,7 +109,7 @@ int runList(const QStringList& arguments) {
     parser.setApplicationDescription(QStringLiteral(
         "Without a name: every exclusion list, a line each (name, count of numbers, \"applied\" or "
         "\"not applied\", tab-separated). With a name: that list's numbers, one a line. Exit "
-        "status: 0, or 2 on bad input (a list that does not exist)."));
+        "status: 0, 2 on bad input (a list that does not exist), 4 when a list's file cannot be read."));
     parser.addHelpOption();
     parser.addPositionalArgument(QStringLiteral("NAME"), QStringLiteral("A list whose numbers to show."),
                                  QStringLiteral("[NAME]"));
@@ -116,25 +122,36 @@ int runList(const QStringList& arguments) {
         return kExitUsage;
     }
     locateData();
-    const QStringList names = exclusionListNames();
-    const QStringList applied = appliedExclusionListNames();
+    QString unread;
+    const QStringList names = exclusionListNames(&unread);
+    const QStringList applied = unread.isEmpty() ? appliedExclusionListNames(&unread) : QStringList();
+    // A list that cannot be read is never shown as empty.
+    const auto numbersOf = [&unread](const QString& name) {
+        return unread.isEmpty() ? exclusionListNumbers(name, &unread) : QStringList();
+    };
     if (parser.positionalArguments().isEmpty()) {
         QJsonArray lists;
+        QStringList lines;
         for (const QString& name : names) {
-            const qsizetype count = exclusionListNumbers(name).size();
+            const qsizetype count = numbersOf(name).size();
             const bool on = applied.contains(name);
-            if (parser.isSet(json))
-                lists.append(QJsonObject{{QStringLiteral("name"), name},
-                                         {QStringLiteral("numbers"), count},
-                                         {QStringLiteral("applied"), on}});
-            else
-                printOut(QStringLiteral("%1\t%2\t%3")
-                             .arg(name)
-                             .arg(count)
-                             .arg(on ? QStringLiteral("applied") : QStringLiteral("not applied")));
+            lists.append(QJsonObject{{QStringLiteral("name"), name},
+                                     {QStringLiteral("numbers"), count},
+                                     {QStringLiteral("applied"), on}});
+            lines << QStringLiteral("%1\t%2\t%3")
+                         .arg(name)
+                         .arg(count)
+                         .arg(on ? QStringLiteral("applied") : QStringLiteral("not applied"));
+        }
+        if (!unread.isEmpty()) {
+            printErr(errorInFileAccessing(unread));
+            return kExitDataNotWritten;
         }
         if (parser.isSet(json))
             printJson({{QStringLiteral("lists"), lists}});
+        else
+            for (const QString& line : std::as_const(lines))
+                printOut(line);
         return 0;
     }
     const QString name = parser.positionalArguments().constFirst();
@@ -142,7 +159,11 @@ int runList(const QStringList& arguments) {
         printErr(QStringLiteral("There is no exclusion list called \"%1\".").arg(name));
         return kExitUsage;
     }
-    const QStringList numbers = exclusionListNumbers(name);
+    const QStringList numbers = numbersOf(name);
+    if (!unread.isEmpty()) {
+        printErr(errorInFileAccessing(unread));
+        return kExitDataNotWritten;
+    }
     if (parser.isSet(json)) {
         printJson({{QStringLiteral("name"), name},
                    {QStringLiteral("applied"), applied.contains(name)},

@@ -3,6 +3,7 @@
 #include "ConsoleOperator.h"
 #include "ConsoleOutput.h"
 #include "core/DataFolder.h"
+#include "core/DataTreePrivacy.h"
 #include "core/FileUtils.h"
 #include "stores/ExportDialogs.h"
 #include "stores/ExportFile.h"
@@ -10,20 +11,26 @@
 #include "stores/Templates.h"
 
 #include <QCommandLineParser>
-#include <QFile>
 
 namespace {
 
-// The data and resource folders as the application finds them, without any window.
+// The data and resource folders as the application finds them, without any window; the
+// data tree narrowed as at every start.
 void locateData() {
     Resource_Path = locateResourcePath();
     computeDataPaths();
+    if (const QStringList problems = makeDataTreePrivate(); !problems.isEmpty())
+        printErr(errorInFileAccessing(problems.join(QLatin1Char('\n'))));
     Check_Path_And_Create_Files();
 }
 
-QByteArray readData(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+// A store's file; false, after saying why, when it cannot be read (nothing is exported then).
+bool readData(const QString& path, QByteArray& content) {
+    QString why;
+    if (readPrivateFile(path, &content, &why))
+        return true;
+    printErr(errorInFileAccessing(why));
+    return false;
 }
 
 // The export file and its format from --export; prints the reason and returns false when unusable.
@@ -67,7 +74,8 @@ int runSentItems(const QStringList& arguments) {
     parser.setApplicationDescription(
         QStringLiteral("Exports the sent items as the sent-items window does: text and HTML as UTF-16, or a "
                        "workbook. Exit status: 0 when written, 2 on bad input, 4 when the file could not be "
-                       "written (a file already there is then left as it was)."));
+                       "written (a file already there is then left as it was) or the sent items could not be "
+                       "read."));
     parser.addHelpOption();
     const QCommandLineOption exportFile(QStringLiteral("export"), QStringLiteral("The file to write."),
                                         QStringLiteral("file"));
@@ -90,9 +98,11 @@ int runSentItems(const QStringList& arguments) {
     }
     locateData();
     const bool withStatus = !parser.isSet(android);
+    QByteArray stored;
+    if (!readData(withStatus ? SentItem_File_Path : SentItemAnd_File_Path, stored))
+        return kExitDataNotWritten;
     QList<SentItem> items;
-    for (const SentItem& item :
-         parseSentItems(readData(withStatus ? SentItem_File_Path : SentItemAnd_File_Path)))
+    for (const SentItem& item : parseSentItems(stored))
         if (statusPassesFilter(item.status, group))
             items << item;
     bool written = false;
@@ -117,7 +127,7 @@ int runTemplates(const QStringList& arguments) {
     parser.setApplicationDescription(
         QStringLiteral("Exports the message templates as the templates window does. Exit status: 0 when "
                        "written, 2 on bad input, 4 when the file could not be written (a file already "
-                       "there is then left as it was)."));
+                       "there is then left as it was) or the templates could not be read."));
     parser.addHelpOption();
     const QCommandLineOption exportFile(QStringLiteral("export"), QStringLiteral("The file to write."),
                                         QStringLiteral("file"));
@@ -129,9 +139,12 @@ int runTemplates(const QStringList& arguments) {
     if (!exportTarget(parser, exportFile, path, format))
         return 2;
     locateData();
+    QByteArray stored;
+    if (!readData(Templates_File_Path, stored))
+        return kExitDataNotWritten;
     ConsoleOperator op(false);
     Templates store(op);
-    store.loadFrom(readData(Templates_File_Path));
+    store.loadFrom(stored);
     const QStringList all = store.templates();
     QString why;
     const bool written = format == ExportFormat::Xlsx   ? writeExportWorkbook(path, templatesRows(all), &why)

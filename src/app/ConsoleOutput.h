@@ -12,7 +12,8 @@ void printOut(const QString& line); // standard output: what scripts parse
 void printErr(const QString& line); // standard error: questions, progress and reasons
 
 // Exit status of a command that stopped because data could not be written (a full disk, a
-// folder it may not write in).
+// folder it may not write in), or a file of the data folder it needs could not be read (a
+// symbolic link there, which is never followed).
 constexpr int kExitDataNotWritten = 4;
 
 // Exit status of bad usage: an unknown option, a missing value.

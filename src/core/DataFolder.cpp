@@ -43,20 +43,11 @@ QString dataHome() {
     return QDir::homePath() + QStringLiteral("/.local/share");
 }
 
-// Items left by earlier versions (created open to all) are narrowed on the way.
-bool ensureFolder(const QString& path) {
-    if (!QFileInfo::exists(path))
-        return Create_Folder(path);
-    makePrivate(path);
-    return true;
-}
+// Items left by earlier versions (created open to all) are narrowed on the way; a symbolic
+// link in an item's place is refused.
+bool ensureFolder(const QString& path) { return ensurePrivateItem(path, PrivateItem::Folder); }
 
-bool ensureEmptyFile(const QString& path) {
-    if (!QFileInfo::exists(path))
-        return createEmptyFile(path);
-    makePrivate(path);
-    return true;
-}
+bool ensureEmptyFile(const QString& path) { return ensurePrivateItem(path, PrivateItem::EmptyFile); }
 
 void truncateTroubleshootingLog() {
     const int fd = ::open(QFile::encodeName(Troubleshooting_Log_Path).constData(),

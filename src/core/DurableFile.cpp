@@ -1,6 +1,7 @@
 #include "DurableFile.h"
 
 #include "Log.h"
+#include "NoFollowPaths.h"
 
 #include <QFile>
 #include <QRandomGenerator>
@@ -21,52 +22,37 @@ constexpr int kNameAttempts = 100;
 
 QString systemError(int error) { return QString::fromLocal8Bit(std::strerror(error)); }
 
-QByteArray folderOf(const QByteArray& native) {
-    const qsizetype slash = native.lastIndexOf('/');
-    if (slash < 0)
-        return QByteArrayLiteral(".");
-    return slash == 0 ? QByteArrayLiteral("/") : native.left(slash);
-}
-
-// ".<name>.<random>" in the target's folder: the rename never crosses file systems, and the
+// ".<name>.<random>" beside the target: the rename never crosses file systems, and the
 // leading dot keeps it out of listings while it lives.
-QByteArray temporaryNameFor(const QByteArray& target) {
+QByteArray temporaryNameFor(const QByteArray& name) {
     static constexpr char kAlphabet[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
-    const qsizetype slash = target.lastIndexOf('/');
-    QByteArray name = target.left(slash + 1) + '.' + target.mid(slash + 1).left(kMaxStem) + '.';
+    QByteArray temporary = '.' + name.left(kMaxStem) + '.';
     for (int i = 0; i < 8; ++i)
-        name += kAlphabet[QRandomGenerator::global()->bounded(int(sizeof kAlphabet) - 1)];
-    return name;
+        temporary += kAlphabet[QRandomGenerator::global()->bounded(int(sizeof kAlphabet) - 1)];
+    return temporary;
 }
 
-int createTemporary(const QByteArray& target, QByteArray& temporary) {
+int createTemporary(int folder, const QByteArray& name, QByteArray& temporary) {
     for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
-        temporary = temporaryNameFor(target);
-        const int fd =
-            ::open(temporary.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kPrivateFile);
+        temporary = temporaryNameFor(name);
+        const int fd = ::openat(folder, temporary.constData(),
+                                O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kPrivateFile);
         if (fd >= 0 || errno != EEXIST)
             return fd;
     }
     return -1; // errno is EEXIST
 }
 
-// The rename is only safe once the folder that records it is on the disk.
-bool syncFolder(const QByteArray& folder) {
-    const int fd = ::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0)
-        return false;
-    const bool synced = ::fsync(fd) == 0;
-    const int error = errno;
-    ::close(fd);
-    errno = error;
-    return synced;
-}
-
 } // namespace
 
 DurableFile::DurableFile(const QString& path) : m_path(path) {
-    const QByteArray target = QFile::encodeName(path);
-    m_fd = createTemporary(target, m_temporary);
+    QString why;
+    m_folder = openContainingFolder(path, m_name, &why);
+    if (m_folder < 0) {
+        failWith(why);
+        return;
+    }
+    m_fd = createTemporary(m_folder, m_name, m_temporary);
     if (m_fd < 0) {
         const int error = errno;
         m_temporary.clear(); // not ours: nothing to remove
@@ -78,7 +64,11 @@ DurableFile::DurableFile(const QString& path) : m_path(path) {
         failWithErrno();
 }
 
-DurableFile::~DurableFile() { discard(); }
+DurableFile::~DurableFile() {
+    discard();
+    if (m_folder >= 0)
+        ::close(m_folder);
+}
 
 bool DurableFile::write(const char* data, qsizetype size) {
     if (!ok())
@@ -107,20 +97,28 @@ bool DurableFile::commit() {
     // on the disk: only a real error counts.
     if (::close(std::exchange(m_fd, -1)) != 0 && errno != EINTR)
         return failWithErrno();
-    const QByteArray target = QFile::encodeName(m_path);
-    if (::rename(m_temporary.constData(), target.constData()) != 0)
+    // A link in the target's place would be replaced, not written through; in the data tree it
+    // is refused all the same, so that the operator learns of it.
+    struct stat st {};
+    if (inDataTree(m_path) && ::fstatat(m_folder, m_name.constData(), &st, AT_SYMLINK_NOFOLLOW) == 0 &&
+        S_ISLNK(st.st_mode))
+        return failWith(symbolicLinkRefusal(m_path));
+    if (::renameat(m_folder, m_temporary.constData(), m_folder, m_name.constData()) != 0)
         return failWithErrno();
     m_temporary.clear();
-    if (!syncFolder(folderOf(target)))
+    // The rename is only safe once the folder that records it is on the disk.
+    if (::fsync(m_folder) != 0)
         return failWithErrno();
     return true;
 }
 
 bool DurableFile::failWithErrno() { return fail(systemError(errno)); }
 
-bool DurableFile::fail(const QString& reason) {
+bool DurableFile::fail(const QString& reason) { return failWith(m_path + QStringLiteral(": ") + reason); }
+
+bool DurableFile::failWith(const QString& text) {
     if (m_error.isEmpty()) {
-        m_error = m_path + QStringLiteral(": ") + reason;
+        m_error = text;
         Show_NSLog_Message(m_error);
     }
     discard();
@@ -131,7 +129,7 @@ void DurableFile::discard() {
     if (m_fd >= 0)
         ::close(std::exchange(m_fd, -1));
     if (!m_temporary.isEmpty())
-        ::unlink(std::exchange(m_temporary, QByteArray()).constData());
+        ::unlinkat(m_folder, std::exchange(m_temporary, QByteArray()).constData(), 0);
 }
 
 bool replaceFileDurably(const QString& path,
@@ -141,12 +139,15 @@ bool replaceFileDurably(const QString& path,
     if (file.ok()) {
         ::close(std::exchange(file.m_fd, -1)); // the producer opens it by name
         QString reason;
-        if (!produce(QFile::decodeName(file.m_temporary), reason)) {
+        const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
+        const QString temporaryPath = path.left(slash + 1) + QFile::decodeName(file.m_temporary);
+        if (!produce(temporaryPath, reason)) {
             file.fail(reason.isEmpty() ? QStringLiteral("not written completely") : reason);
         } else {
             // Whatever the producer did with the name, what is flushed and renamed is a
             // regular file of ours, private to the user.
-            file.m_fd = ::open(file.m_temporary.constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+            file.m_fd =
+                ::openat(file.m_folder, file.m_temporary.constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
             struct stat st {};
             if (file.m_fd < 0 || ::fstat(file.m_fd, &st) != 0 || ::fchmod(file.m_fd, kPrivateFile) != 0)
                 file.failWithErrno();

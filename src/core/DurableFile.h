@@ -2,9 +2,11 @@
 // The one way this program replaces a file. The new content goes to a temporary file beside
 // the target (a unique name, created 0600, never through a symbolic link), every write is
 // checked, the data is flushed to the disk, one rename puts it in place, and the folder is
-// flushed so that the rename survives a crash too. Until the rename the old file is untouched;
-// after a failure the temporary file is gone, the old file is exactly as it was, and the reason
-// reads "<target>: <the system's error>", e.g. "/data/SentItem.OSTREL: File too large".
+// flushed so that the rename survives a crash too. In the data tree nothing is reached through
+// a symbolic link (NoFollowPaths.h) and a link in the target's place is refused, not replaced;
+// elsewhere such a link is replaced. Until the rename the old file is untouched; after a
+// failure the temporary file is gone, the old file is exactly as it was, and the reason reads
+// "<target>: <the system's error>", e.g. "/data/SentItem.OSTREL: File too large".
 #include <QByteArray>
 #include <QString>
 
@@ -41,12 +43,15 @@ public:
 private:
     friend bool replaceFileDurably(const QString&, const std::function<bool(const QString&, QString&)>&,
                                    QString*);
-    bool fail(const QString& reason);
+    bool fail(const QString& reason);   // "<target>: <reason>"
+    bool failWith(const QString& text); // the whole text
     bool failWithErrno();
     void discard();
 
     QString m_path;
-    QByteArray m_temporary; // native name, empty once renamed or removed
+    int m_folder = -1;      // the target's folder, opened once: every step happens in it
+    QByteArray m_name;      // the target's name in it
+    QByteArray m_temporary; // the temporary file's name in it, empty once renamed or removed
     int m_fd = -1;
     QString m_error;
 };

@@ -1,11 +1,13 @@
 #include "FileUtils.h"
 
 #include "Log.h"
+#include "NoFollowPaths.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -18,6 +20,22 @@ constexpr mode_t kPrivateFolder = 0700;
 constexpr mode_t kPrivateFile = 0600;
 
 QString errnoText() { return QString::fromLocal8Bit(std::strerror(errno)); }
+
+// Reads to the end; 0, or errno of the read that failed.
+int readAllFrom(int fd, QByteArray& out) {
+    constexpr qsizetype kChunk = qsizetype(64) * 1024;
+    for (;;) {
+        const qsizetype had = out.size();
+        out.resize(had + kChunk);
+        const ssize_t got = ::read(fd, out.data() + had, size_t(kChunk));
+        const int code = got < 0 ? errno : 0;
+        out.resize(had + std::max<qsizetype>(got, 0));
+        if (got == 0)
+            return 0;
+        if (got < 0 && code != EINTR)
+            return code;
+    }
+}
 
 bool makeOneFolder(const QString& path) {
     const QByteArray native = QFile::encodeName(path);
@@ -44,17 +62,82 @@ bool Create_Folder(const QString& path) {
 void Delete_File(const QString& path) {
     if (path.isEmpty())
         return;
-    const QFileInfo info(path);
-    if (!info.exists() && !info.isSymLink())
-        return;
-    if (::unlink(QFile::encodeName(path).constData()) != 0)
-        Show_NSLog_Message(QStringLiteral("Delete_File %1: %2").arg(path, errnoText()));
+    QByteArray name;
+    QString why;
+    const int folder = openContainingFolder(path, name, &why);
+    int code = folder < 0 ? errno : 0;
+    if (folder >= 0) {
+        if (::unlinkat(folder, name.constData(), 0) != 0) {
+            code = errno;
+            why = QStringLiteral("%1: %2").arg(path, errnoText());
+        }
+        ::close(folder);
+    }
+    if (code != 0 && code != ENOENT) // nothing there is nothing to remove
+        Show_NSLog_Message(QStringLiteral("Delete_File ") + why);
+}
+
+bool readPrivateFile(const QString& path, QByteArray* out, QString* error) {
+    out->clear();
+    QString why;
+    // Not held up by a FIFO standing in the file's place: it is refused below.
+    const int fd = openNoFollow(path, O_RDONLY | O_NONBLOCK, 0, &why);
+    if (fd < 0 && errno == ENOENT)
+        why.clear();
+    if (fd >= 0) {
+        struct stat st {};
+        const int code = ::fstat(fd, &st) != 0 ? errno : S_ISREG(st.st_mode) ? readAllFrom(fd, *out) : 0;
+        if (code != 0)
+            why = QStringLiteral("%1: %2").arg(path, QString::fromLocal8Bit(std::strerror(code)));
+        else if (!S_ISREG(st.st_mode))
+            why = path + QStringLiteral(": not a regular file");
+        ::close(fd);
+    }
+    if (!why.isEmpty()) {
+        out->clear();
+        Show_NSLog_Message(why);
+    }
+    if (error)
+        *error = why;
+    return why.isEmpty();
 }
 
 bool writeFileAtomically(const QString& path, const QByteArray& content, QString* error) {
     DurableFile file(path);
     file.write(content);
     return file.commit(error);
+}
+
+bool renameFile(const QString& from, const QString& to, QString* error) {
+    QByteArray fromName, toName;
+    QString why;
+    const int fromFolder = openContainingFolder(from, fromName, &why);
+    const int toFolder = fromFolder < 0 ? -1 : openContainingFolder(to, toName, &why);
+    struct stat st {};
+    if (toFolder >= 0 && inDataTree(from) &&
+        ::fstatat(fromFolder, fromName.constData(), &st, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(st.st_mode)) {
+        why = symbolicLinkRefusal(from);
+    } else if (toFolder >= 0) {
+        int renamed =
+            ::renameat2(fromFolder, fromName.constData(), toFolder, toName.constData(), RENAME_NOREPLACE);
+        // A file system without the flag: the same, looked at first.
+        if (renamed != 0 && errno == EINVAL) {
+            if (::fstatat(toFolder, toName.constData(), &st, AT_SYMLINK_NOFOLLOW) == 0)
+                errno = EEXIST;
+            else
+                renamed = ::renameat(fromFolder, fromName.constData(), toFolder, toName.constData());
+        }
+        if (renamed != 0)
+            why = QStringLiteral("%1: %2").arg(from, errnoText());
+    }
+    for (const int folder : {fromFolder, toFolder})
+        if (folder >= 0)
+            ::close(folder);
+    if (!why.isEmpty())
+        Show_NSLog_Message(why);
+    if (error)
+        *error = why;
+    return why.isEmpty();
 }
 
 bool appendToFile(const QString& path, const QByteArray& bytes, QString* error) {
@@ -65,9 +148,14 @@ bool appendToFile(const QString& path, const QByteArray& bytes, QString* error) 
             *error = text;
         return false;
     };
-    const int fd = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_APPEND | O_NOFOLLOW | O_CLOEXEC);
-    if (fd < 0)
-        return failed(errno);
+    QString refused;
+    const int fd = openNoFollow(path, O_WRONLY | O_APPEND, 0, &refused);
+    if (fd < 0) {
+        Show_NSLog_Message(refused);
+        if (error)
+            *error = refused;
+        return false;
+    }
     qsizetype done = 0;
     int code = 0;
     while (done < bytes.size()) {
@@ -97,10 +185,9 @@ bool appendToFile(const QString& path, const QByteArray& bytes, QString* error) 
 }
 
 bool createEmptyFile(const QString& path, QString* error) {
-    const QByteArray native = QFile::encodeName(path);
-    const int fd = ::open(native.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kPrivateFile);
+    QString text;
+    const int fd = openNoFollow(path, O_WRONLY | O_CREAT | O_EXCL, kPrivateFile, &text);
     if (fd < 0) {
-        const QString text = QStringLiteral("%1: %2").arg(path, errnoText());
         Show_NSLog_Message(text);
         if (error)
             *error = text;
@@ -114,12 +201,34 @@ QString errorInFileAccessing(const QString& error) {
     return error.isEmpty() ? kErrorInFileAccessing : kErrorInFileAccessing + QLatin1Char('\n') + error;
 }
 
-void makePrivate(const QString& path) {
-    const QByteArray native = QFile::encodeName(path);
+bool ensurePrivateItem(const QString& path, PrivateItem kind) {
     struct stat st {};
-    if (::lstat(native.constData(), &st) != 0 || S_ISLNK(st.st_mode))
+    QString why;
+    const bool found = statNoFollow(path, st, &why);
+    if (found && S_ISLNK(st.st_mode))
+        why = symbolicLinkRefusal(path);
+    else if (!found && errno == ENOENT)
+        return kind == PrivateItem::Folder ? Create_Folder(path) : createEmptyFile(path);
+    if (!found || S_ISLNK(st.st_mode)) {
+        Show_NSLog_Message(why);
+        return false;
+    }
+    makePrivate(path);
+    return true;
+}
+
+void makePrivate(const QString& path) {
+    QByteArray name;
+    const int folder = openContainingFolder(path, name);
+    if (folder < 0)
         return;
-    const mode_t wanted = S_ISDIR(st.st_mode) ? kPrivateFolder : kPrivateFile;
-    if ((st.st_mode & 07777) != wanted && ::chmod(native.constData(), wanted) != 0)
-        Show_NSLog_Message(QStringLiteral("%1: %2").arg(path, errnoText()));
+    struct stat st {};
+    // fchmodat() without following refuses a link that took the item's place meanwhile.
+    if (::fstatat(folder, name.constData(), &st, AT_SYMLINK_NOFOLLOW) == 0 && !S_ISLNK(st.st_mode)) {
+        const mode_t wanted = S_ISDIR(st.st_mode) ? kPrivateFolder : kPrivateFile;
+        if ((st.st_mode & 07777) != wanted &&
+            ::fchmodat(folder, name.constData(), wanted, AT_SYMLINK_NOFOLLOW) != 0)
+            Show_NSLog_Message(QStringLiteral("%1: %2").arg(path, errnoText()));
+    }
+    ::close(folder);
 }

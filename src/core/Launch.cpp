@@ -2,6 +2,7 @@
 
 #include "AppState.h"
 #include "DataFolder.h"
+#include "DataTreePrivacy.h"
 #include "FileUtils.h"
 #include "MainWindowController.h"
 #include "Mobile_Sel_Wnd.h"
@@ -20,6 +21,9 @@ bool Launch_Application(Operator& op, MainWindowController& androidWindow, MainW
     }
     computeDataPaths();
     Create_Folder(Created_Resource_Path);
+    // Earlier versions left the data open to everyone; links planted in it are named.
+    if (const QStringList problems = makeDataTreePrivate(); !problems.isEmpty())
+        op.Show_MessageBox(errorInFileAccessing(problems.join(QLatin1Char('\n'))));
     Check_Path_And_Create_Files();
     gsmWindow.windowDidLoad();
 

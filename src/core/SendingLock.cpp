@@ -2,8 +2,7 @@
 
 #include "DataFolder.h"
 #include "FileUtils.h"
-
-#include <QFile>
+#include "NoFollowPaths.h"
 
 #include <cerrno>
 #include <cstring>
@@ -35,13 +34,13 @@ std::shared_ptr<SendingLock> SendingLock::acquire(qint64* holder, QString* why) 
     if (auto held = g_held.lock())
         return held;
     Create_Folder(Bulk_SMS_Data_Folder_Path);
-    const QByteArray native = QFile::encodeName(path());
-    const int fd = ::open(native.constData(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
+    QString refused;
+    const int fd = openNoFollow(path(), O_RDWR | O_CREAT, 0600, &refused);
     if (fd < 0) {
         if (holder)
             *holder = -1;
         if (why)
-            *why = QStringLiteral("%1: %2").arg(path(), QString::fromLocal8Bit(std::strerror(errno)));
+            *why = refused;
         return nullptr;
     }
     if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {

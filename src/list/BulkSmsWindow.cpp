@@ -13,8 +13,6 @@
 #include "text/NumberRules.h"
 #include "text/TextLines.h"
 
-#include <QFile>
-
 #include <algorithm>
 #include <utility>
 
@@ -24,10 +22,11 @@ const QString kListEmpty = QStringLiteral("Phone numbers-Messages list is empty.
 const QString kSelectRecord =
     QStringLiteral("Please select at least one record from the phone numbers-messages list to continue.");
 
-// Lines of a UTF-8 data file, without line ends; a missing file has none.
-QStringList readLines(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+// Lines of a UTF-8 data file, without line ends; a missing file has none, nor one that
+// cannot be read (why then says so).
+QStringList readLines(const QString& path, QString& why) {
+    PrivateFile file(path);
+    if (!file.open(&why))
         return {};
     return TextLines::split(QString::fromUtf8(file.readAll()));
 }
@@ -294,12 +293,17 @@ void BulkSmsWindow::Create_Exclusion_List(const QString& number) {
     m_exclusionSet.append(record);
 }
 
-void BulkSmsWindow::Fill_Exclusion_Num_List() {
+bool BulkSmsWindow::Fill_Exclusion_Num_List() {
     if (!m_exclusion)
-        return;
+        return true;
     m_exclusionSet.clear();
     Check_Path_And_Create_Files();
-    for (const QString& name : readLines(AppExclusion_File_Path)) {
+    QString why;
+    const auto refused = [&] {
+        op().Show_MessageBox(errorInFileAccessing(why));
+        return false;
+    };
+    for (const QString& name : readLines(AppExclusion_File_Path, why)) {
         // A list name is a plain file name; anything that could leave the folder is ignored.
         if (name.isEmpty() || name.contains(QLatin1Char('/')) || name == QLatin1String("..") ||
             name == QLatin1String(".")) {
@@ -308,9 +312,12 @@ void BulkSmsWindow::Fill_Exclusion_Num_List() {
             continue;
         }
         for (const QString& number :
-             readLines(Exclusion_Folder_Path + QLatin1Char('/') + name + QStringLiteral(".OSTREL")))
+             readLines(Exclusion_Folder_Path + QLatin1Char('/') + name + QStringLiteral(".OSTREL"), why))
             Create_Exclusion_List(number);
+        if (!why.isEmpty())
+            return refused();
     }
+    return why.isEmpty() || refused();
 }
 
 void BulkSmsWindow::rejectTypedNumber(const QString& message) {
@@ -459,11 +466,11 @@ void BulkSmsWindow::setSkipDuplicates(bool on) {
     emit changed();
 }
 
-void BulkSmsWindow::Exclusion_Chk(bool on) {
+bool BulkSmsWindow::Exclusion_Chk(bool on) {
     m_exclusion = on;
-    if (on)
-        Fill_Exclusion_Num_List();
+    const bool filled = Fill_Exclusion_Num_List();
     emit changed();
+    return filled;
 }
 
 void BulkSmsWindow::setSaveSentItems(bool on) {

@@ -47,7 +47,9 @@ public:
     // already in it for the duplicate check, and go in at the top in one insertion.
     void Create_Num_Msg_List(const QString& number, const QString& message);
     void Create_Exclusion_List(const QString& number);
-    void Fill_Exclusion_Num_List();
+    // Reads the applied lists into the exclusion set. False, after telling the operator, when
+    // one of their files cannot be read: the set is then incomplete and nobody may be sent to.
+    bool Fill_Exclusion_Num_List();
 
     void Add_number_To_List();
     bool Add_Number_In_List_First();
@@ -136,7 +138,7 @@ public:
     bool skipDuplicates() const { return m_skipDuplicates; }
     void setSkipDuplicates(bool on);
     bool exclusion() const { return m_exclusion; }
-    void Exclusion_Chk(bool on);
+    bool Exclusion_Chk(bool on); // false as Fill_Exclusion_Num_List()
     bool saveSentItems() const { return m_saveSentItems; }
     void setSaveSentItems(bool on);
     bool saveTemplates() const { return m_saveTemplates; }

@@ -4,7 +4,6 @@
 #include "core/FileUtils.h"
 #include "core/Log.h"
 
-#include <QFile>
 #include <QLocale>
 
 #include <algorithm>
@@ -79,9 +78,9 @@ bool DefaultCountry::choose(const QString& region, QString* error) {
 }
 
 void DefaultCountry::load() {
-    QFile file(filePath());
+    PrivateFile file(filePath());
     QString code;
-    if (!Bulk_SMS_Data_Folder_Path.isEmpty() && file.open(QIODevice::ReadOnly) && file.size() <= kMaxFileSize)
+    if (!Bulk_SMS_Data_Folder_Path.isEmpty() && file.open() && file.readAll().size() <= kMaxFileSize)
         code = QString::fromUtf8(file.readAll()).trimmed();
     if (!set(code)) {
         Show_NSLog_Message(QStringLiteral("Ignored default country \"%1\" in %2").arg(code, filePath()));

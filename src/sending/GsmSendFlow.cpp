@@ -5,6 +5,7 @@
 #include "SMS_Sending.h"
 #include "core/AppState.h"
 #include "core/Clock.h"
+#include "core/FileUtils.h"
 #include "core/Guard.h"
 #include "core/Operator.h"
 #include "core/SendingFlags.h"
@@ -57,8 +58,8 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
         }
         if (!m_resuming && !unfinishedRunDiscarded())
             return;
-        if (exclusion())
-            Fill_Exclusion_Num_List();
+        if (!Fill_Exclusion_Num_List())
+            return; // its people would be messaged
         Stop_SMS_Sending_Now = false;
         GSM_Chk_Port_And_Send_Msg();
     });
@@ -66,7 +67,12 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
 }
 
 bool Gsm_Bulk_Sms_Wnd::unfinishedRunDiscarded() {
-    const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load();
+    QString unreadable;
+    const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load(&unreadable);
+    if (!unreadable.isEmpty()) { // no run may start over a record it cannot read
+        op().Show_MessageBox(errorInFileAccessing(unreadable));
+        return false;
+    }
     if (!unfinished)
         return true;
     if (!op().Show_YES_NO_MessageBox(

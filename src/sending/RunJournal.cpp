@@ -3,9 +3,9 @@
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "core/Log.h"
+#include "core/NoFollowPaths.h"
 #include "gsm/ModemAnswers.h"
 
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -75,9 +75,9 @@ bool RunJournal::begin(const QList<SendingItem>& items, const QList<Entry>& carr
         fail(why);
         return false;
     }
-    m_fd = ::open(QFile::encodeName(path()).constData(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOFOLLOW);
+    m_fd = openNoFollow(path(), O_WRONLY | O_APPEND, 0, &why);
     if (m_fd < 0) {
-        fail(QStringLiteral("%1: %2").arg(path(), QString::fromLocal8Bit(std::strerror(errno))));
+        fail(why);
         return false;
     }
     return true;
@@ -139,15 +139,14 @@ void RunJournal::end() {
 
 void RunJournal::discard() { Delete_File(path()); }
 
-std::optional<RunJournal::Unfinished> RunJournal::load() {
-    QFile file(path());
-    if (!file.open(QIODevice::ReadOnly))
+std::optional<RunJournal::Unfinished> RunJournal::load(QString* error) {
+    QByteArray content;
+    if (!readPrivateFile(path(), &content, error))
         return std::nullopt;
     Unfinished unfinished;
     QList<Entry> run;
     bool started = false;
-    while (!file.atEnd()) {
-        const QByteArray line = file.readLine();
+    for (const QByteArray& line : content.split('\n')) {
         const QJsonObject object = QJsonDocument::fromJson(line).object();
         if (object.isEmpty())
             continue; // a line the crash cut short

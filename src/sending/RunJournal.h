@@ -36,8 +36,10 @@ public:
         int sent() const;
         int total() const { return int(entries.size()); }
     };
-    // The journal left by a run that did not end, if there is one.
-    static std::optional<Unfinished> load();
+    // The journal left by a run that did not end, if there is one. A journal that cannot be
+    // read (a symbolic link in its place, say) is none, and error (may be null) then gets
+    // "<path>: <reason>"; "" otherwise.
+    static std::optional<Unfinished> load(QString* error = nullptr);
     // Removes a journal left behind (the operator chose not to resume it).
     static void discard();
 

@@ -6,8 +6,6 @@
 #include "core/TextUtils.h"
 #include "text/TextLines.h"
 
-#include <QFile>
-
 bool IsValidFileName(const QString& name) {
     if (name.size() > 50 || Trim_Str(name).isEmpty())
         return false;
@@ -24,10 +22,10 @@ QString exclusionListPath(const QString& name) {
     return Exclusion_Folder_Path + QLatin1Char('/') + name + QStringLiteral(".OSTREL");
 }
 
-QStringList readTrimmedLines(const QString& path) {
+QStringList readTrimmedLines(const QString& path, QString* error) {
     QStringList lines;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    PrivateFile file(path);
+    if (!file.open(error))
         return lines;
     for (const QString& line : TextLines::split(QString::fromUtf8(file.readAll()))) {
         const QString trimmed = Trim_Str(line);
@@ -37,9 +35,9 @@ QStringList readTrimmedLines(const QString& path) {
     return lines;
 }
 
-QStringList readListNames(const QString& path) {
+QStringList readListNames(const QString& path, QString* error) {
     QStringList names;
-    for (const QString& name : readTrimmedLines(path)) {
+    for (const QString& name : readTrimmedLines(path, error)) {
         if (IsValidFileName(name) && name != QLatin1String("ExListIndex"))
             names << name;
         else

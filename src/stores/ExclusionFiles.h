@@ -11,11 +11,13 @@ bool IsValidFileName(const QString& name);
 // The file of the list called name.
 QString exclusionListPath(const QString& name);
 
-// The lines of a file, trimmed, blank ones skipped ("" lines for a missing file).
-QStringList readTrimmedLines(const QString& path);
+// The lines of a file, trimmed, blank ones skipped (none for a missing file). A file that
+// cannot be read (readPrivateFile: a symbolic link, say) has none, and error (may be null)
+// gets "<path>: <reason>"; "" otherwise.
+QStringList readTrimmedLines(const QString& path, QString* error = nullptr);
 
 // The names in the index or applied file that can be list names (others are logged).
-QStringList readListNames(const QString& path);
+QStringList readListNames(const QString& path, QString* error = nullptr);
 
 // Replaces the file by these lines, each ended by "\n", through the durable writer; error
 // (may be null) gets "<path>: <reason>" when it could not.

@@ -68,17 +68,19 @@ QString exclusionListNameProblem(const QString& name) {
     return {};
 }
 
-QStringList exclusionListNames() {
+QStringList exclusionListNames(QString* error) {
     Check_Path_And_Create_Files();
-    return readListNames(ExListIndex_File_Path);
+    return readListNames(ExListIndex_File_Path, error);
 }
 
-QStringList appliedExclusionListNames() {
+QStringList appliedExclusionListNames(QString* error) {
     Check_Path_And_Create_Files();
-    return readListNames(AppExclusion_File_Path);
+    return readListNames(AppExclusion_File_Path, error);
 }
 
-QStringList exclusionListNumbers(const QString& name) { return readTrimmedLines(exclusionListPath(name)); }
+QStringList exclusionListNumbers(const QString& name, QString* error) {
+    return readTrimmedLines(exclusionListPath(name), error);
+}
 
 bool addToExclusionList(const QString& name, const QStringList& numbers, QString* error) {
     if (!Check_Path_And_Create_Files()) {
@@ -86,11 +88,22 @@ bool addToExclusionList(const QString& name, const QStringList& numbers, QString
             *error = QStringLiteral("%1: the data folder could not be set up").arg(Bulk_SMS_Data_Folder_Path);
         return false;
     }
-    if (!writeLines(exclusionListPath(name), exclusionListNumbers(name) + numbers, error))
+    QString why;
+    const auto told = [&] {
+        if (error)
+            *error = why;
         return false;
-    const QStringList names = readListNames(ExListIndex_File_Path);
-    if (!names.contains(name) && !writeLines(ExListIndex_File_Path, names + QStringList{name}, error))
-        return false;
-    const QStringList applied = readListNames(AppExclusion_File_Path);
-    return applied.contains(name) || writeLines(AppExclusion_File_Path, applied + QStringList{name}, error);
+    };
+    const QStringList listed = exclusionListNumbers(name, &why);
+    if (!why.isEmpty() || !writeLines(exclusionListPath(name), listed + numbers, &why))
+        return told();
+    const QStringList names = readListNames(ExListIndex_File_Path, &why);
+    if (!why.isEmpty() ||
+        (!names.contains(name) && !writeLines(ExListIndex_File_Path, names + QStringList{name}, &why)))
+        return told();
+    const QStringList applied = readListNames(AppExclusion_File_Path, &why);
+    if (!why.isEmpty() ||
+        (!applied.contains(name) && !writeLines(AppExclusion_File_Path, applied + QStringList{name}, &why)))
+        return told();
+    return true;
 }

@@ -147,11 +147,15 @@ void Exclusion_Wizard::startLoading() {
     const QString index = ExListIndex_File_Path, applied = AppExclusion_File_Path;
     m_loader.start([this, index, applied](std::stop_token stop) {
         QStringList a, b;
+        QString whyIndex, whyApplied;
         Guard::run("Exclusion lists load", [&] {
-            a = readListNames(index);
-            b = readListNames(applied);
+            a = readListNames(index, &whyIndex);
+            b = readListNames(applied, &whyApplied);
         });
         MainThread::invokeAndWait([&] {
+            for (const QString& why : {whyIndex, whyApplied})
+                if (!stop.stop_requested() && !why.isEmpty())
+                    fileError(why);
             if (!stop.stop_requested())
                 setLoaded(a, b);
             m_loading = false;
@@ -247,12 +251,17 @@ void Exclusion_Wizard::OnUpdate() {
         fileError(why);
         return;
     }
+    const QStringList stored = readTrimmedLines(path, &why);
+    if (!why.isEmpty()) {
+        fileError(why);
+        return;
+    }
     m_nameField = name;
     m_exlist_name_str = name;
     update_count = 2;
     m_numbers.clear();
     RecordList numbers;
-    for (const QString& number : readTrimmedLines(path))
+    for (const QString& number : stored)
         numbers << Record{{kNumber, number}};
     m_numbers.setRecords(std::move(numbers));
     update_count = 3;

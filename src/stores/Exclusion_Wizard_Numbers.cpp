@@ -15,7 +15,6 @@
 #include "sheets/windows/Import_Excel.h"
 #include "text/NumberRules.h"
 
-#include <QFile>
 #include <QFileInfo>
 
 namespace {
@@ -181,10 +180,9 @@ bool Exclusion_Wizard::applyRename(bool fromButton) {
     if (update_count == 3) {
         Check_Path_And_Create_Files();
         const QString from = exclusionListPath(m_exlist_name_str);
-        QFile list(from);
-        if (!list.exists() || !list.rename(exclusionListPath(name))) {
-            fileError(from + QStringLiteral(": ") +
-                      (list.error() == QFile::NoError ? QStringLiteral("missing") : list.errorString()));
+        QString why;
+        if (!renameFile(from, exclusionListPath(name), &why)) {
+            fileError(why);
             return false;
         }
         for (int r = 0; r < m_available.size(); ++r)

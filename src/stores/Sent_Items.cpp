@@ -15,8 +15,6 @@
 #include "list/LoadCounters.h"
 #include "list/Load_Num_Info.h"
 
-#include <QFile>
-
 namespace {
 const QString kNumber = QStringLiteral("Number");
 const QString kMessage = QStringLiteral("Message");
@@ -32,12 +30,10 @@ SentItem itemOf(const Record& r, bool withStatus) {
     return {r.value(kNumber), r.value(kMessage), r.value(kDate), withStatus ? r.value(kStatus) : QString()};
 }
 
-QList<SentItem> readItems(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        Show_NSLog_Message(QStringLiteral("%1: %2").arg(path, file.errorString()));
+QList<SentItem> readItems(const QString& path, QString& why) {
+    PrivateFile file(path);
+    if (!file.open(&why))
         return {};
-    }
     return parseSentItems(file.readAll());
 }
 } // namespace
@@ -89,11 +85,12 @@ void Sent_Items::startLoading() {
     const QString path = filePath();
     m_loader.start([this, path](std::stop_token stop) {
         // Parsed and made into records here: the main thread only takes the finished table.
+        QString why;
         RecordList loaded = Guard::run(
             "Sent_Items load",
             [&] {
                 RecordList records;
-                const QList<SentItem> items = readItems(path);
+                const QList<SentItem> items = readItems(path, why);
                 records.reserve(items.size());
                 for (const SentItem& item : items)
                     records << recordOf(item);
@@ -103,6 +100,8 @@ void Sent_Items::startLoading() {
         // The end of the load is told from the main thread while the owner waits for this
         // thread: nothing reaches the controller after it is gone.
         MainThread::invokeAndWait([&] {
+            if (!stop.stop_requested() && !why.isEmpty())
+                m_op.Show_MessageBox(errorInFileAccessing(why));
             if (!stop.stop_requested())
                 setLoaded(std::move(loaded));
             m_loading = false;

@@ -6,7 +6,6 @@
 #include "text/TextLines.h"
 
 #include <QDateTime>
-#include <QFile>
 #include <QFileInfo>
 #include <QSet>
 
@@ -43,8 +42,10 @@ private:
         m_path = Templates_File_Path;
         m_stamp = now;
         m_templates.clear();
-        QFile file(m_path);
-        if (file.open(QIODevice::ReadOnly))
+        // A file that cannot be read (a symbolic link, say) holds none: the append that
+        // follows is refused and says why.
+        PrivateFile file(m_path);
+        if (file.open())
             for (const QString& t : parseTemplates(file.readAll()))
                 m_templates.insert(Trim_Str(t)); // lines stored untrimmed by earlier versions
     }

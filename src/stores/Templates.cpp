@@ -18,18 +18,15 @@
 #include "text/NumberRules.h"
 #include "text/TextLines.h"
 
-#include <QFile>
 #include <QFileInfo>
 
 namespace {
 const QString kMessage = QStringLiteral("Message");
 
-QByteArray readFile(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        Show_NSLog_Message(QStringLiteral("%1: %2").arg(path, file.errorString()));
+QByteArray readFile(const QString& path, QString& why) {
+    PrivateFile file(path);
+    if (!file.open(&why))
         return {};
-    }
     return file.readAll();
 }
 } // namespace
@@ -95,9 +92,12 @@ void Templates::startLoading() {
     emit changed();
     const QString path = Templates_File_Path;
     m_loader.start([this, path](std::stop_token stop) {
+        QString why;
         const QByteArray content = Guard::run(
-            "Templates load", [&] { return readFile(path); }, QByteArray());
+            "Templates load", [&] { return readFile(path, why); }, QByteArray());
         MainThread::invokeAndWait([&] {
+            if (!stop.stop_requested() && !why.isEmpty())
+                m_op.Show_MessageBox(errorInFileAccessing(why));
             if (!stop.stop_requested())
                 loadFrom(content);
             m_loading = false;

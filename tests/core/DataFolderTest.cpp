@@ -73,7 +73,7 @@ TEST_F(DataFolderTest, LaterCallsKeepDataByteForByteAndEmptyTheTroubleshootingLo
 
 TEST_F(DataFolderTest, AFailedStepStopsTheRestAndTheNextCallTriesAgain) {
     ASSERT_TRUE(QDir().mkpath(Bulk_SMS_Data_Folder_Path));
-    // A dangling link where the second file belongs: it looks missing, yet cannot be created.
+    // A dangling link where the second file belongs: refused, never followed to create its target.
     ASSERT_EQ(::symlink("/nonexistent-folder/x", QFile::encodeName(SentItemAnd_File_Path).constData()), 0);
     Write_In_Troubleshoot_File("old");
 

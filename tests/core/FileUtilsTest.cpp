@@ -174,3 +174,31 @@ TEST(FileUtils, AnAppendThatCannotBeWrittenSaysWhyAndLeavesNoHalfLine) {
 }
 
 } // namespace
+
+// A data file is read whole, or not at all with the reason; a missing one reads as empty, and
+// a FIFO in a file's place is refused at once instead of waiting for a writer.
+TEST(FileUtils, ReadingADataFileTakesOnlyARegularFile) {
+    QTemporaryDir dir;
+    const QString file = dir.path() + "/Templates.OSTREL", fifo = dir.path() + "/fifo", folder = dir.path();
+    const QByteArray big = QByteArray(qsizetype(200) * 1024, 'n') + "\xE2\x82\xAC\n"; // more than one read
+    ASSERT_TRUE(writeFileAtomically(file, big));
+    ASSERT_EQ(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+    const struct {
+        QString path;
+        bool read;
+        QByteArray content;
+        QString error;
+    } cases[] = {
+        {file, true, big, ""},
+        {dir.path() + "/missing", true, "", ""},
+        {fifo, false, "", fifo + ": not a regular file"},
+        {folder, false, "", folder + ": not a regular file"},
+    };
+    for (const auto& c : cases) {
+        QByteArray content = "stale";
+        QString why = "stale";
+        EXPECT_EQ(readPrivateFile(c.path, &content, &why), c.read) << c.path.toStdString();
+        EXPECT_EQ(content, c.content) << c.path.toStdString();
+        EXPECT_EQ(why.toStdString(), c.error.toStdString());
+    }
+}
