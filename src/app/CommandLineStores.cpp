@@ -58,7 +58,9 @@ QString commandUsage() {
                           "  sent-items   export the sent items (--export FILE.txt|.html|.xlsx)\n"
                           "  templates    export the message templates (--export FILE.txt|.html|.xlsx)\n\n"
                           "\"bulksms COMMAND --help\" lists a command's options; \"bulksms --version\" "
-                          "prints the version.");
+                          "prints the version.\n"
+                          "--verbose (the desktop and every command) copies the log, which goes to "
+                          "Troubleshooting_Log.txt\nbeside the data folder, to standard error.");
 }
 
 int runSentItems(const QStringList& arguments) {
