@@ -1,6 +1,7 @@
 // bulksms-modem-sim: serves virtual GSM modems on pseudo-terminals until SIGINT or SIGTERM.
 #include "SimOptions.h"
 #include "VirtualModem.h"
+#include "core/Log.h"
 
 #include <QCoreApplication>
 
@@ -21,6 +22,9 @@ int main(int argc, char** argv) {
     pthread_sigmask(SIG_BLOCK, &stopSignals, nullptr);
 
     QCoreApplication app(argc, argv);
+    // The virtual modem's own failures (no pseudo-terminal, a log it cannot append to) are for
+    // whoever started it; it has no troubleshooting log.
+    setLogToStandardError(true);
     const sim::SimOptions options = sim::SimOptionsParser::parse(QCoreApplication::arguments());
     if (options.help) {
         std::fputs(qPrintable(sim::SimOptionsParser::usage()), stdout);

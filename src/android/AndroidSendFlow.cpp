@@ -17,6 +17,7 @@
 #include "core/SendingFlags.h"
 #include "core/SendingLock.h"
 #include "core/TextUtils.h"
+#include "core/TroubleshootingLog.h"
 #include "delivery/ActivityIndicator.h"
 #include "delivery/DelayedDeliveryPause.h"
 #include "delivery/PauseCountdown.h"

@@ -7,12 +7,12 @@
 #include "CompanionApp.h"
 #include "core/AppState.h"
 #include "core/Clock.h"
-#include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "core/Guard.h"
 #include "core/MainThread.h"
 #include "core/MainWindowController.h"
 #include "core/Operator.h"
+#include "core/TroubleshootingLog.h"
 
 using namespace std::chrono_literals;
 

@@ -6,6 +6,7 @@
 #include "core/Clock.h"
 #include "core/DataFolder.h"
 #include "core/Operator.h"
+#include "core/TroubleshootingLog.h"
 
 #include <QFileInfo>
 

@@ -3,6 +3,7 @@
 #include "AdbRunner.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
+#include "core/TroubleshootingLog.h"
 
 using namespace std::chrono_literals;
 

@@ -147,7 +147,8 @@ int runSend(const QStringList& arguments) {
         "1 when some failed, 2 on bad usage or input, 3 when nothing went out, 4 when sending stopped\n"
         "because data could not be written (the run's record, the sent items, the report) or a file\n"
         "of the data folder could not be read, 5 when another process is sending from this data folder.\n"
-        "--verbose copies the log (every AT command and answer) to standard error."));
+        "The log (every AT command and answer) goes to the troubleshooting log, Troubleshooting_Log.txt\n"
+        "beside the data folder (private to the user); --verbose copies it to standard error too."));
     parser.addHelpOption();
     const QCommandLineOption to(QStringLiteral("to"), QStringLiteral("A recipient (repeatable)."),
                                 QStringLiteral("number"));
@@ -587,7 +588,7 @@ bool isCommandLine(const QStringList& arguments) {
 }
 
 int runCommandLine(const QStringList& arguments) {
-    // The modem traffic goes to the system log; --verbose shows it here too.
+    // The modem traffic goes to the troubleshooting log; --verbose shows it here too.
     QStringList rest = arguments;
     setLogToStandardError(rest.removeAll(QStringLiteral("--verbose")) > 0);
     const QString command = rest.at(1);

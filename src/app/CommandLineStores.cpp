@@ -66,7 +66,9 @@ QString commandUsage() {
                           "  templates    export the message templates (--export FILE.txt|.html|.xlsx)\n"
                           "  exclusion    add a file's numbers to an exclusion list, or show the lists\n\n"
                           "\"bulksms COMMAND --help\" lists a command's options; \"bulksms --version\" "
-                          "prints the version.");
+                          "prints the version.\n"
+                          "--verbose (the desktop and every command) copies the log, which goes to "
+                          "Troubleshooting_Log.txt\nbeside the data folder, to standard error.");
 }
 
 int runSentItems(const QStringList& arguments) {

@@ -3,6 +3,7 @@
 #include "android/Bulk_SMSAppDelegate.h"
 #include "core/AppState.h"
 #include "core/Launch.h"
+#include "core/Log.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 #include "sending/ResumeRun.h"
 #include "ui/AndroidBulkSmsView.h"
@@ -15,6 +16,9 @@
 
 int runDesktop(int argc, char* argv[]) {
     QApplication app(argc, argv);
+    // The log goes to the troubleshooting log; --verbose copies it to standard error, which a
+    // desktop session may keep in its journal.
+    setLogToStandardError(QCoreApplication::arguments().contains(QStringLiteral("--verbose")));
     QApplication::setApplicationName(kApplicationName);
     QApplication::setApplicationDisplayName(kApplicationName);
     QApplication::setDesktopFileName(QStringLiteral("ostrel-bulk-sms"));

@@ -3,6 +3,7 @@
 #include "AppState.h"
 #include "FileUtils.h"
 #include "Log.h"
+#include "TroubleshootingLog.h"
 
 #include <QDir>
 #include <QFile>
@@ -49,12 +50,6 @@ bool ensureFolder(const QString& path) { return ensurePrivateItem(path, PrivateI
 
 bool ensureEmptyFile(const QString& path) { return ensurePrivateItem(path, PrivateItem::EmptyFile); }
 
-void truncateTroubleshootingLog() {
-    const int fd = ::open(QFile::encodeName(Troubleshooting_Log_Path).constData(),
-                          O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    if (fd >= 0)
-        ::close(fd);
-}
 // The resource folder of an installed tree, under its prefix.
 const QString kInstalledResources = QStringLiteral(BULKSMS_INSTALLED_RESOURCES_RELATIVE);
 } // namespace
@@ -97,18 +92,6 @@ bool Check_Path_And_Create_Files() {
                           ensureEmptyFile(SentItemAnd_File_Path) && ensureEmptyFile(Templates_File_Path) &&
                           ensureEmptyFile(AppExclusion_File_Path) && ensureFolder(Exclusion_Folder_Path) &&
                           ensureEmptyFile(ExListIndex_File_Path);
-    truncateTroubleshootingLog();
+    ensureTroubleshootingLog(); // kept as it is: it is bounded by its own cap
     return complete;
-}
-
-void Write_In_Troubleshoot_File(const QString& text) {
-    const int fd = ::open(QFile::encodeName(Troubleshooting_Log_Path).constData(),
-                          O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-    if (fd < 0)
-        return;
-    const QByteArray bytes = text.toUtf8();
-    if (::write(fd, bytes.constData(), static_cast<size_t>(bytes.size())) < 0) {
-        // an unwritable log is skipped silently
-    }
-    ::close(fd);
 }

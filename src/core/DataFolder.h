@@ -9,7 +9,8 @@
 //                           the build tree, the folder it assembles (the companion app package,
 //                           adb, Template.xlsx)
 // Troubleshooting log       Created_Resource_Path / "Troubleshooting_Log.txt": it must be
-//                           writable, and an installed resource folder is not.
+//                           writable, and an installed resource folder is not (written through
+//                           TroubleshootingLog.h: 0600, bounded, never emptied here).
 #include <QString>
 
 extern QString Resource_Path;
@@ -32,9 +33,7 @@ void computeDataPaths();
 
 // Makes sure the data folder layout exists (missing items only, in a fixed order;
 // folders 0700 and files 0600, existing ones narrowed to that;
-// the first failure stops the remaining steps) and then always empties the troubleshooting
-// log. Returns true when the whole layout is in place. Safe to call from any thread.
+// the first failure stops the remaining steps) and then always makes sure the troubleshooting
+// log exists private to the user (0600), keeping what it holds. Returns true when the whole
+// layout is in place. Safe to call from any thread.
 bool Check_Path_And_Create_Files();
-
-// Appends text (UTF-8, no line break added) to the troubleshooting log.
-void Write_In_Troubleshoot_File(const QString& text);

@@ -1,11 +1,13 @@
 #include "Log.h"
 
 #include "TextUtils.h"
+#include "TroubleshootingLog.h"
+
+#include <QDateTime>
 
 #include <atomic>
 #include <cstdio>
 #include <mutex>
-#include <syslog.h>
 #include <vector>
 
 namespace {
@@ -13,7 +15,7 @@ std::mutex& captureMutex() {
     static std::mutex m;
     return m;
 }
-std::atomic<bool> g_toStandardError{true};
+std::atomic<bool> g_toStandardError{false};
 
 std::vector<LogCapture*>& captures() {
     static std::vector<LogCapture*> list;
@@ -26,7 +28,9 @@ void Show_NSLog_Message(const QString& text) {
     if (line.size() <= 7)
         return; // only the prefix: the text was blank
     const QByteArray utf8 = line.toUtf8();
-    syslog(LOG_NOTICE, "%s", utf8.constData());
+    // The lines carry phone numbers and message texts: they stay in the user's own files.
+    appendToTroubleshootingLog(QDateTime::currentDateTime().toString(Qt::ISODateWithMs).toUtf8() + ' ' +
+                               utf8 + '\n');
     if (g_toStandardError)
         std::fprintf(stderr, "%s\n", utf8.constData());
     std::lock_guard lock(captureMutex());

@@ -1,13 +1,17 @@
 #pragma once
-// The system log: every failure is written here as "NSLOG : <reason>".
+// The program's log: every failure, and the traffic with the devices (each AT command and answer,
+// each adb command line, so phone numbers and message texts), is written as "NSLOG : <line>".
+// It goes to the troubleshooting log (TroubleshootingLog.h, private to the user) and, when
+// asked, to standard error; never to syslog or the journal.
 #include <QString>
 #include <QStringList>
 
-// Writes "NSLOG : text" (trimmed) to syslog and stderr; a blank text writes nothing.
+// Appends "<local time> NSLOG : text" (trimmed) as a line to the troubleshooting log, and writes
+// "NSLOG : text" to stderr when setLogToStandardError(true); a blank text writes nothing.
 void Show_NSLog_Message(const QString& text);
 
-// Whether log lines are copied to stderr (on by default; the command-line tool keeps its
-// terminal for the operator unless asked to be verbose).
+// Whether log lines are copied to stderr: off unless asked (--verbose, of the desktop and of the
+// command-line tool); a desktop session may keep a program's stderr in its journal.
 void setLogToStandardError(bool on);
 
 // Collects every line written through Show_NSLog_Message while it lives (for tests and

@@ -190,12 +190,13 @@ TEST_F(InstallTest, InstallOutcomes) {
         sim::PhoneConfig config = phone();
         config.install = c.install;
         startPhones(one(config), c.apk);
-        Check_Path_And_Create_Files(); // empties the troubleshooting log
+        Check_Path_And_Create_Files(); // keeps the troubleshooting log: this case's entries follow
+        const qsizetype before = readAll(Troubleshooting_Log_Path).size();
         op.clearTranscript();
         QString tag;
         EXPECT_EQ(onWorker([&] { return CheckConnection(tag, true, op); }), c.ready);
         EXPECT_EQ(firstPhone().appInstalled(), c.installed);
-        const QString log = QString::fromUtf8(readAll(Troubleshooting_Log_Path));
+        const QString log = QString::fromUtf8(readAll(Troubleshooting_Log_Path).mid(before));
         EXPECT_EQ(log.contains("Uninstall OstrelBulkSMS.apk\n"), c.uninstallLogged) << log.toStdString();
         if (c.apk) {
             EXPECT_TRUE(log.contains("Install OstrelBulkSMS.apk in Virtual-Phone 5G at "))

@@ -1,4 +1,5 @@
 #include "core/DataFolder.h"
+#include "core/TroubleshootingLog.h"
 
 #include "TestEnvironment.h"
 
@@ -51,7 +52,7 @@ TEST_F(DataFolderTest, FirstLaunchCreatesTheWholeLayoutPrivateToTheUser) {
     EXPECT_TRUE(QFileInfo::exists(Troubleshooting_Log_Path));
 }
 
-TEST_F(DataFolderTest, LaterCallsKeepDataByteForByteAndEmptyTheTroubleshootingLog) {
+TEST_F(DataFolderTest, LaterCallsKeepDataAndTheTroubleshootingLogByteForByte) {
     ASSERT_TRUE(Check_Path_And_Create_Files());
     int n = 0;
     for (const QString& file : layoutFiles())
@@ -68,7 +69,8 @@ TEST_F(DataFolderTest, LaterCallsKeepDataByteForByteAndEmptyTheTroubleshootingLo
         EXPECT_EQ(readAll(file), QByteArray("record ") + QByteArray::number(++n) + "\n\xE2\x82\xAC");
     EXPECT_EQ(permissionsOf(SentItem_File_Path), 0600u); // content kept, mode narrowed
     EXPECT_EQ(permissionsOf(Bulk_SMS_Data_Folder_Path), 0700u);
-    EXPECT_EQ(QFileInfo(Troubleshooting_Log_Path).size(), 0);
+    EXPECT_EQ(readAll(Troubleshooting_Log_Path), "Execute Case 1 \xC3\xA9"); // never emptied here
+    EXPECT_EQ(permissionsOf(Troubleshooting_Log_Path), 0600u);
 }
 
 TEST_F(DataFolderTest, AFailedStepStopsTheRestAndTheNextCallTriesAgain) {
@@ -82,7 +84,9 @@ TEST_F(DataFolderTest, AFailedStepStopsTheRestAndTheNextCallTriesAgain) {
     EXPECT_FALSE(QFileInfo::exists(Templates_File_Path));
     EXPECT_FALSE(QFileInfo::exists(AppExclusion_File_Path));
     EXPECT_FALSE(QFileInfo::exists(Exclusion_Folder_Path));
-    EXPECT_EQ(QFileInfo(Troubleshooting_Log_Path).size(), 0); // emptied all the same
+    // Kept all the same (the failure's log line follows what it held).
+    EXPECT_TRUE(readAll(Troubleshooting_Log_Path).startsWith("old"))
+        << readAll(Troubleshooting_Log_Path).constData();
 
     ::unlink(QFile::encodeName(SentItemAnd_File_Path).constData());
     EXPECT_TRUE(Check_Path_And_Create_Files());

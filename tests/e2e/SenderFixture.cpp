@@ -2,8 +2,6 @@
 
 #include "FullDisk.h"
 
-#include <QProcessEnvironment>
-
 void SenderFixture::startModems(int count, const sim::ModemBehaviour& behaviour, const QString& imeiStem) {
     for (int i = 0; i < count; ++i) {
         sim::ModemIdentity id;
@@ -13,9 +11,7 @@ void SenderFixture::startModems(int count, const sim::ModemBehaviour& behaviour,
     }
 }
 
-std::unique_ptr<QProcess> SenderFixture::start(const QStringList& arguments, qint64 fileSizeLimit,
-                                               const QString& clockScale) {
-    auto process = std::make_unique<QProcess>();
+QProcessEnvironment SenderFixture::environment(const QString& clockScale) const {
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert("BULKSMS_DATA_HOME", home.path());
     env.insert("BULKSMS_RESOURCES", home.path() + "/resources");
@@ -24,7 +20,13 @@ std::unique_ptr<QProcess> SenderFixture::start(const QStringList& arguments, qin
     for (const auto& modem : modems)
         paths << modem->devicePath();
     env.insert("BULKSMS_EXTRA_MODEMS", paths.join(':'));
-    process->setProcessEnvironment(env);
+    return env;
+}
+
+std::unique_ptr<QProcess> SenderFixture::start(const QStringList& arguments, qint64 fileSizeLimit,
+                                               const QString& clockScale) {
+    auto process = std::make_unique<QProcess>();
+    process->setProcessEnvironment(environment(clockScale));
     if (fileSizeLimit >= 0)
         limitFileSizeOfChild(*process, fileSizeLimit);
     process->start(QStringLiteral(BULKSMS_EXECUTABLE), arguments);

@@ -4,6 +4,7 @@
 #include "sim/VirtualModem.h"
 
 #include <QProcess>
+#include <QProcessEnvironment>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -15,6 +16,8 @@ class SenderFixture : public ::testing::Test {
 protected:
     // Starts `count` modems that behave alike (their IMEIs differ in the last digit).
     void startModems(int count, const sim::ModemBehaviour& behaviour, const QString& imeiStem);
+    // What the sender runs with: the private data home, its resources, the modems, the clock.
+    QProcessEnvironment environment(const QString& clockScale = QStringLiteral("0.05")) const;
     // Starts the sender, running; `fileSizeLimit` >= 0: none of its files may grow past it.
     std::unique_ptr<QProcess> start(const QStringList& arguments, qint64 fileSizeLimit = -1,
                                     const QString& clockScale = QStringLiteral("0.05"));

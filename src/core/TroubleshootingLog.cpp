@@ -1,0 +1,170 @@
+#include "TroubleshootingLog.h"
+
+#include "DataFolder.h"
+#include "FileUtils.h"
+#include "NoFollowPaths.h"
+
+#include <QFile>
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <mutex>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr mode_t kPrivateFile = 0600;
+// Another process's trim may put a new file in place while this one waits for the lock.
+constexpr int kOpenAttempts = 20;
+
+std::mutex& logMutex() {
+    static std::mutex m;
+    return m;
+}
+
+// Set while this thread writes the log: a failure reported from inside (the durable writer logs
+// its reasons) must not come back here and wait on the mutex it holds.
+thread_local bool t_writing = false;
+
+// Never through a symbolic link (at any level of the data tree: openNoFollow), never a device
+// or a FIFO (O_NONBLOCK: opening one cannot hang).
+constexpr int kOpenFlags = O_CREAT | O_NONBLOCK | O_NOCTTY;
+
+void narrow(int fd, const struct stat& st) {
+    if ((st.st_mode & 07777) != kPrivateFile && ::fchmod(fd, kPrivateFile) != 0) {
+        // a log owned by someone else stays as it is; it is still written when it may be
+    }
+}
+
+// The log opened for appending and locked exclusively; -1 when it cannot be. st gets the
+// locked file's status.
+int openLocked(const QByteArray& native, struct stat& st) {
+    for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
+        const int fd = openNoFollow(QFile::decodeName(native), O_RDWR | O_APPEND | kOpenFlags, kPrivateFile);
+        if (fd < 0)
+            return -1;
+        if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+            ::close(fd);
+            return -1;
+        }
+        int locked;
+        while ((locked = ::flock(fd, LOCK_EX)) != 0 && errno == EINTR) {
+        }
+        struct stat named {};
+        if (locked == 0 && ::fstat(fd, &st) == 0 && ::lstat(native.constData(), &named) == 0 &&
+            named.st_dev == st.st_dev && named.st_ino == st.st_ino)
+            return fd;
+        ::close(fd);
+        if (locked != 0)
+            return -1;
+    }
+    return -1;
+}
+
+bool readAt(int fd, char* data, qsizetype size, off_t offset) {
+    while (size > 0) {
+        const ssize_t got = ::pread(fd, data, size_t(size), offset);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            return false;
+        data += got;
+        size -= got;
+        offset += got;
+    }
+    return true;
+}
+
+// The last `keep` bytes of bytes, from the start of a line: what follows the first line break
+// inside them, unless they already start a line. Without a line break only the raw tail is
+// left when `rawTail` (an entry of one long line), else nothing.
+QByteArray fromLineStart(const QByteArray& bytes, qsizetype keep, bool rawTail) {
+    if (bytes.size() <= keep)
+        return bytes;
+    const qsizetype start = bytes.size() - keep;
+    if (bytes.at(start - 1) == '\n')
+        return bytes.mid(start);
+    const qsizetype lineBreak = bytes.indexOf('\n', start);
+    if (lineBreak < 0)
+        return rawTail ? bytes.mid(start) : QByteArray();
+    return bytes.mid(lineBreak + 1);
+}
+
+// The newest half-cap bytes of the locked log, from a line start; false when unreadable.
+bool newestHalf(int fd, qint64 size, qint64 half, QByteArray& kept) {
+    const qint64 keep = std::min(size, half);
+    // One byte more than is kept: whether the kept part starts a line.
+    const qint64 read = keep < size ? keep + 1 : keep;
+    QByteArray tail(qsizetype(read), Qt::Uninitialized);
+    if (!readAt(fd, tail.data(), tail.size(), off_t(size - read)))
+        return false;
+    kept = fromLineStart(tail, qsizetype(keep), false);
+    return true;
+}
+
+bool appendLocked(int fd, const QString& path, const struct stat& st, const QByteArray& bytes, qint64 cap) {
+    const qint64 half = std::max<qint64>(cap / 2, 1);
+    const QByteArray entry = fromLineStart(bytes, qsizetype(half), true);
+    if (qint64(st.st_size) + entry.size() > cap) {
+        QByteArray kept;
+        if (!newestHalf(fd, st.st_size, half, kept))
+            return false;
+        // Written beside the log and renamed over it: a crash leaves the old log or the new one.
+        // Other writers waiting on the old file find it replaced once they hold its lock.
+        return writeFileAtomically(path, kept + entry);
+    }
+    qsizetype done = 0;
+    while (done < entry.size()) {
+        const ssize_t written = ::write(fd, entry.constData() + done, size_t(entry.size() - done));
+        if (written > 0) {
+            done += written;
+        } else if (written == 0 || errno != EINTR) {
+            // Half an entry would read as one of its own: the lock is ours, take it back.
+            if (::ftruncate(fd, st.st_size) != 0) {
+                // nothing more to do for a log
+            }
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+bool appendToTroubleshootingLog(const QString& path, const QByteArray& bytes, qint64 cap) {
+    if (path.isEmpty() || bytes.isEmpty() || t_writing)
+        return false;
+    std::lock_guard lock(logMutex());
+    t_writing = true;
+    struct stat st {};
+    const int fd = openLocked(QFile::encodeName(path), st);
+    bool written = false;
+    if (fd >= 0) {
+        narrow(fd, st);
+        written = appendLocked(fd, path, st, bytes, cap);
+        ::close(fd); // releases the lock, after a trim's rename too
+    }
+    t_writing = false;
+    return written;
+}
+
+void appendToTroubleshootingLog(const QByteArray& bytes) {
+    appendToTroubleshootingLog(Troubleshooting_Log_Path, bytes, kTroubleshootingLogCap);
+}
+
+void Write_In_Troubleshoot_File(const QString& text) { appendToTroubleshootingLog(text.toUtf8()); }
+
+void ensureTroubleshootingLog() {
+    if (Troubleshooting_Log_Path.isEmpty())
+        return;
+    const int fd = openNoFollow(Troubleshooting_Log_Path, O_WRONLY | kOpenFlags, kPrivateFile);
+    if (fd < 0)
+        return;
+    struct stat st {};
+    if (::fstat(fd, &st) == 0 && S_ISREG(st.st_mode))
+        narrow(fd, st);
+    ::close(fd);
+}

@@ -1,0 +1,35 @@
+#pragma once
+// The troubleshooting log, Troubleshooting_Log_Path (DataFolder.h): "Troubleshooting_Log.txt"
+// beside the data folder. Every log line (Log.h: each AT command and answer, each adb command
+// line) and the Android troubleshooting window's entries go here and nowhere else outside the
+// user's data, since they hold phone numbers and message texts.
+//
+// The file is private to the user (created 0600, narrowed to 0600 when found looser) and is
+// never opened through a symbolic link. Data-file operations leave it as it is; it is bounded
+// instead: when an entry would take it past the cap (8 MiB), the oldest half is dropped first
+// (the newest half is kept, from the start of a line) and the rest, with the entry, is
+// rewritten durably (DurableFile.h). Threads append under one mutex, and processes sharing the
+// data folder under an exclusive flock of the file, so entries never mix and no trim loses
+// another writer's entry.
+#include <QByteArray>
+#include <QString>
+
+inline constexpr qint64 kTroubleshootingLogCap = qint64(8) << 20;
+
+// Appends text (UTF-8, no line break added) to the troubleshooting log; a log that cannot be
+// opened or written (no data folder yet, a symbolic link in its place) is skipped silently.
+void Write_In_Troubleshoot_File(const QString& text);
+
+// Appends bytes as given to the log at Troubleshooting_Log_Path, bounded by
+// kTroubleshootingLogCap. Silent on failure.
+void appendToTroubleshootingLog(const QByteArray& bytes);
+
+// The same for the log at path bounded by cap bytes (tests shrink it). An entry longer than
+// half the cap keeps only its newest half-cap bytes (from a line start where there is one), so
+// the file never passes the cap. True when the entry was written; on a failure the file is as
+// it was.
+bool appendToTroubleshootingLog(const QString& path, const QByteArray& bytes, qint64 cap);
+
+// Creates the log at Troubleshooting_Log_Path when it is missing, and narrows it to 0600;
+// nothing is removed from it. A symbolic link there is left alone.
+void ensureTroubleshootingLog();
