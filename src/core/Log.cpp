@@ -3,8 +3,6 @@
 #include "TextUtils.h"
 #include "TroubleshootingLog.h"
 
-#include <QDateTime>
-
 #include <atomic>
 #include <cstdio>
 #include <mutex>
@@ -29,8 +27,7 @@ void Show_NSLog_Message(const QString& text) {
         return; // only the prefix: the text was blank
     const QByteArray utf8 = line.toUtf8();
     // The lines carry phone numbers and message texts: they stay in the user's own files.
-    appendToTroubleshootingLog(QDateTime::currentDateTime().toString(Qt::ISODateWithMs).toUtf8() + ' ' +
-                               utf8 + '\n');
+    postLogLine(utf8 + '\n');
     if (g_toStandardError)
         std::fprintf(stderr, "%s\n", utf8.constData());
     std::lock_guard lock(captureMutex());

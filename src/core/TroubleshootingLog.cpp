@@ -4,14 +4,19 @@
 #include "FileUtils.h"
 #include "NoFollowPaths.h"
 
+#include <QDateTime>
 #include <QFile>
 
 #include <algorithm>
 #include <cerrno>
+#include <condition_variable>
+#include <cstdlib>
+#include <deque>
 #include <fcntl.h>
 #include <mutex>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -151,11 +156,124 @@ bool appendToTroubleshootingLog(const QString& path, const QByteArray& bytes, qi
     return written;
 }
 
-void appendToTroubleshootingLog(const QByteArray& bytes) {
-    appendToTroubleshootingLog(Troubleshooting_Log_Path, bytes, kTroubleshootingLogCap);
+namespace {
+
+// The log's own thread: writers hand it their entries and go on, so neither the window's
+// thread nor a port waiting for its modem ever waits on the disk (or on another process's
+// lock of the file). Entries reach the file in the order they were posted, those that came
+// together in one append.
+class LogWriter {
+public:
+    // stampMs >= 0: a log line, stamped here with that time (the local time is costly to find).
+    void post(const QString& path, const QByteArray& bytes, qint64 stampMs = -1) {
+        std::unique_lock lock(m_mutex);
+        if (m_stopped) { // the process is ending: the caller writes it itself
+            lock.unlock();
+            appendToTroubleshootingLog(path, stamped({path, bytes, stampMs}), kTroubleshootingLogCap);
+            return;
+        }
+        if (!m_thread.joinable())
+            m_thread = std::thread([this] { run(); });
+        m_queue.push_back({path, bytes, stampMs});
+        ++m_posted;
+        m_wake.notify_one();
+    }
+
+    // Waits until every entry posted so far is in the file.
+    void flush() {
+        std::unique_lock lock(m_mutex);
+        const quint64 target = m_posted;
+        m_drained.wait(lock, [&] { return m_written >= target || !m_thread.joinable(); });
+    }
+
+    // Writes what is left and ends the thread (at exit); later entries are written by their callers.
+    void stop() {
+        std::unique_lock lock(m_mutex);
+        m_stopped = true;
+        m_wake.notify_one();
+        lock.unlock();
+        if (m_thread.joinable())
+            m_thread.join();
+    }
+
+private:
+    struct Entry {
+        QString path;
+        QByteArray bytes;
+        qint64 stampMs;
+    };
+
+    static QByteArray stamped(const Entry& entry) {
+        if (entry.stampMs < 0)
+            return entry.bytes;
+        return QDateTime::fromMSecsSinceEpoch(entry.stampMs).toString(Qt::ISODateWithMs).toUtf8() + ' ' +
+               entry.bytes;
+    }
+
+    void run() {
+        std::unique_lock lock(m_mutex);
+        for (;;) {
+            m_wake.wait(lock, [&] { return !m_queue.empty() || m_stopped; });
+            if (m_queue.empty())
+                return;
+            std::deque<Entry> taken;
+            taken.swap(m_queue);
+            lock.unlock();
+            // Consecutive entries for one file go in one append.
+            for (auto it = taken.begin(); it != taken.end();) {
+                QByteArray bytes;
+                const QString& path = it->path;
+                auto end = it;
+                for (; end != taken.end() && end->path == path; ++end)
+                    bytes += stamped(*end);
+                appendToTroubleshootingLog(path, bytes, kTroubleshootingLogCap);
+                it = end;
+            }
+            lock.lock();
+            m_written += taken.size();
+            m_drained.notify_all();
+        }
+    }
+
+    std::mutex m_mutex;
+    std::condition_variable m_wake, m_drained;
+    std::deque<Entry> m_queue;
+    quint64 m_posted = 0;
+    quint64 m_written = 0;
+    bool m_stopped = false;
+    std::thread m_thread;
+};
+
+LogWriter& logWriter() {
+    // Never destroyed: a line logged by another object's destructor at exit still has a writer.
+    static LogWriter* const writer = [] {
+        auto* created = new LogWriter;
+        std::atexit([] { logWriter().stop(); });
+        return created;
+    }();
+    return *writer;
 }
 
-void Write_In_Troubleshoot_File(const QString& text) { appendToTroubleshootingLog(text.toUtf8()); }
+} // namespace
+
+void appendToTroubleshootingLog(const QByteArray& bytes) {
+    // A failure reported while the log itself is being written is dropped, never looped back.
+    if (!t_writing && !Troubleshooting_Log_Path.isEmpty())
+        logWriter().post(Troubleshooting_Log_Path, bytes);
+}
+
+void postLogLine(const QByteArray& line) {
+    if (!t_writing && !Troubleshooting_Log_Path.isEmpty())
+        logWriter().post(Troubleshooting_Log_Path, line, QDateTime::currentMSecsSinceEpoch());
+}
+
+void flushTroubleshootingLog() { logWriter().flush(); }
+
+void Write_In_Troubleshoot_File(const QString& text) {
+    // The troubleshooting window's entries: in order with the traffic, and in the file when this returns.
+    appendToTroubleshootingLog(text.toUtf8());
+    flushTroubleshootingLog();
+}
 
 void ensureTroubleshootingLog() {
     if (Troubleshooting_Log_Path.isEmpty())

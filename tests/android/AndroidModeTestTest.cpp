@@ -10,6 +10,7 @@
 #include "core/AppState.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
+#include "core/TroubleshootingLog.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -75,6 +76,7 @@ TEST_F(AndroidModeTestTest, ExactlyTheCasesOnAFailingPathFail) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         startPhones(one(installed(row.fault)));
+        flushTroubleshootingLog();
         const qsizetype before =
             QFileInfo(Troubleshooting_Log_Path).size(); // the rows before wrote there too
         Android_TroubleShooting window(op);
@@ -92,6 +94,7 @@ TEST_F(AndroidModeTestTest, ExactlyTheCasesOnAFailingPathFail) {
             EXPECT_TRUE(m.contains(" is working for Device Model: " + kDevice)) << m.toStdString();
         }
         EXPECT_TRUE(op.alerts().isEmpty()) << op.alerts().join('|').toStdString();
+        flushTroubleshootingLog();
         const QByteArray log = readAll(Troubleshooting_Log_Path).mid(before);
         EXPECT_TRUE(log.contains("Mode 3: One-by-One Contact Process - Classic Mode")) << log.constData();
         EXPECT_TRUE(log.contains("Test Number : " + kTo.toUtf8()));

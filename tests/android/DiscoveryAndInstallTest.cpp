@@ -10,6 +10,7 @@
 #include "android/PhoneStorage.h"
 #include "core/AppState.h"
 #include "core/DataFolder.h"
+#include "core/TroubleshootingLog.h"
 #include "core/WorkerThread.h"
 
 #include <arpa/inet.h>
@@ -191,11 +192,13 @@ TEST_F(InstallTest, InstallOutcomes) {
         config.install = c.install;
         startPhones(one(config), c.apk);
         Check_Path_And_Create_Files(); // keeps the troubleshooting log: this case's entries follow
+        flushTroubleshootingLog();
         const qsizetype before = readAll(Troubleshooting_Log_Path).size();
         op.clearTranscript();
         QString tag;
         EXPECT_EQ(onWorker([&] { return CheckConnection(tag, true, op); }), c.ready);
         EXPECT_EQ(firstPhone().appInstalled(), c.installed);
+        flushTroubleshootingLog();
         const QString log = QString::fromUtf8(readAll(Troubleshooting_Log_Path).mid(before));
         EXPECT_EQ(log.contains("Uninstall OstrelBulkSMS.apk\n"), c.uninstallLogged) << log.toStdString();
         if (c.apk) {

@@ -49,6 +49,7 @@ TEST_F(TroubleshootingLogTest, LogLinesGoToTheLogAndToStandardErrorOnlyWhenAsked
     testing::internal::CaptureStderr();
     Show_NSLog_Message(QStringLiteral("Write (5) \"AT+CMGS=\"+447700900421\"\"\n"));
     EXPECT_EQ(testing::internal::GetCapturedStderr(), ""); // the default: nothing on standard error
+    flushTroubleshootingLog();                             // written by the log's own thread
     const QByteArray written = readAll(log);
     EXPECT_TRUE(
         QRegularExpression(
@@ -64,6 +65,7 @@ TEST_F(TroubleshootingLogTest, LogLinesGoToTheLogAndToStandardErrorOnlyWhenAsked
     const std::string verbose = testing::internal::GetCapturedStderr();
     setLogToStandardError(false);
     EXPECT_EQ(verbose, "NSLOG : Read (5) \"OK\"\n");
+    flushTroubleshootingLog();
     EXPECT_TRUE(readAll(log).endsWith(" NSLOG : Read (5) \"OK\"\n"));
 }
 
@@ -130,6 +132,7 @@ TEST_F(TroubleshootingLogTest, ASymbolicLinkInPlaceOfTheLogIsNeverWrittenThrough
     EXPECT_FALSE(appendToTroubleshootingLog(log, "secret +447700900421\n", 1000));
     Write_In_Troubleshoot_File(QStringLiteral("secret\n"));
     Show_NSLog_Message(QStringLiteral("secret"));
+    flushTroubleshootingLog();
     Check_Path_And_Create_Files();
     EXPECT_EQ(readAll(victim), QByteArray(2000, 'v') + '\n');
     EXPECT_EQ(permissionsOf(victim), 0644u);
