@@ -169,7 +169,11 @@ public:
         std::unique_lock lock(m_mutex);
         if (m_stopped) { // the process is ending: the caller writes it itself
             lock.unlock();
-            appendToTroubleshootingLog(path, stamped({path, bytes, stampMs}), kTroubleshootingLogCap);
+            const QByteArray stamp =
+                stampMs < 0
+                    ? QByteArray()
+                    : QDateTime::fromMSecsSinceEpoch(stampMs).toString(Qt::ISODateWithMs).toUtf8() + ' ';
+            appendToTroubleshootingLog(path, stamp + bytes, kTroubleshootingLogCap);
             return;
         }
         if (!m_thread.joinable())
@@ -183,6 +187,8 @@ public:
     void flush() {
         std::unique_lock lock(m_mutex);
         const quint64 target = m_posted;
+        m_flushWanted = true;
+        m_wake.notify_one();
         m_drained.wait(lock, [&] { return m_written >= target || !m_thread.joinable(); });
     }
 
@@ -203,10 +209,16 @@ private:
         qint64 stampMs;
     };
 
-    static QByteArray stamped(const Entry& entry) {
+    // "2026-11-25T23:58:01.123 " before a log line; the local time is looked up once a second.
+    QByteArray stamped(const Entry& entry) {
         if (entry.stampMs < 0)
             return entry.bytes;
-        return QDateTime::fromMSecsSinceEpoch(entry.stampMs).toString(Qt::ISODateWithMs).toUtf8() + ' ' +
+        const qint64 second = entry.stampMs / 1000;
+        if (second != m_stampSecond) {
+            m_stampSecond = second;
+            m_secondText = QDateTime::fromSecsSinceEpoch(second).toString(Qt::ISODate).toUtf8();
+        }
+        return m_secondText + '.' + QByteArray::number(entry.stampMs % 1000).rightJustified(3, '0') + ' ' +
                entry.bytes;
     }
 
@@ -216,6 +228,9 @@ private:
             m_wake.wait(lock, [&] { return !m_queue.empty() || m_stopped; });
             if (m_queue.empty())
                 return;
+            // A modem's traffic comes in bursts: one append a gathering, not one a line.
+            m_wake.wait_for(lock, kGathering, [&] { return m_stopped || m_flushWanted; });
+            m_flushWanted = false;
             std::deque<Entry> taken;
             taken.swap(m_queue);
             lock.unlock();
@@ -235,12 +250,17 @@ private:
         }
     }
 
+    static constexpr std::chrono::milliseconds kGathering{50};
+
+    qint64 m_stampSecond = -1; // the writer thread's own
+    QByteArray m_secondText;
     std::mutex m_mutex;
     std::condition_variable m_wake, m_drained;
     std::deque<Entry> m_queue;
     quint64 m_posted = 0;
     quint64 m_written = 0;
     bool m_stopped = false;
+    bool m_flushWanted = false;
     std::thread m_thread;
 };
 
