@@ -4,7 +4,6 @@
 #include "core/FileUtils.h"
 #include "core/Log.h"
 #include "core/NoFollowPaths.h"
-#include "gsm/ModemAnswers.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -22,8 +21,29 @@ QByteArray lineOf(const QJsonObject& object) {
 }
 
 QJsonArray entryOf(const QString& number, const QString& message, const QString& status,
-                   const QString& delivery = {}) {
-    return QJsonArray{number, message, status, delivery};
+                   const QString& delivery = {}, const QString& outcome = {}) {
+    return QJsonArray{number, message, status, delivery, outcome};
+}
+
+// What a finished item's outcome says of its fate. A journal written before outcomes were
+// recorded names only the words: they are compared whole, never parsed.
+void judge(RunJournal::Entry& entry, const QString& outcomeName) {
+    Outcome outcome{};
+    if (outcomeFromKey(outcomeName, &outcome)) {
+        const SendOutcome judged = SendOutcome::of(outcome);
+        entry.sent = judged.delivered();
+        entry.unknown = outcome == Outcome::Unknown;
+        return;
+    }
+    entry.sent = entry.status == kStatusSent || entry.status == kStatusSentToDevice ||
+                 entry.status == kStatusHandedToPhone;
+    entry.unknown = entry.status.endsWith(kStatusUnknown);
+}
+
+QString outcomeNameOf(const RunJournal::Entry& entry) {
+    if (entry.unknown)
+        return outcomeKey(Outcome::Unknown);
+    return entry.sent ? outcomeKey(Outcome::Sent) : QString();
 }
 
 } // namespace
@@ -38,7 +58,7 @@ QString RunJournal::path() { return Bulk_SMS_Data_Folder_Path + QStringLiteral("
 int RunJournal::Unfinished::sent() const {
     int sent = 0;
     for (const Entry& entry : entries)
-        sent += ModemAnswers::isSent(entry.status);
+        sent += entry.sent;
     return sent;
 }
 
@@ -64,8 +84,8 @@ bool RunJournal::begin(const QList<SendingItem>& items, const QList<Entry>& carr
     m_failure.clear();
     QJsonArray done;
     for (const Entry& entry : carried)
-        done.append(
-            entryOf(entry.number, entry.message, entry.unknown ? kUnknown : entry.status, entry.delivery));
+        done.append(entryOf(entry.number, entry.message, entry.unknown ? kUnknown : entry.status,
+                            entry.delivery, outcomeNameOf(entry)));
     QJsonArray run;
     for (const SendingItem& item : items)
         run.append(entryOf(item.number, item.message, item.status));
@@ -121,8 +141,11 @@ bool RunJournal::finished(int index, const SendingItem& item) {
     QJsonArray references;
     for (int reference : item.references)
         references.append(reference);
-    return append(lineOf(QJsonObject{
-        {"i", index}, {"status", item.status}, {"references", references}, {"attempts", item.attempts}}));
+    QJsonObject line{
+        {"i", index}, {"status", item.status}, {"references", references}, {"attempts", item.attempts}};
+    if (item.outcome)
+        line.insert("outcome", outcomeKey(item.outcome->outcome));
+    return append(lineOf(line));
 }
 
 bool RunJournal::delivery(int index, const QString& state) {
@@ -154,8 +177,10 @@ std::optional<RunJournal::Unfinished> RunJournal::load(QString* error) {
             started = true;
             for (const QJsonValue value : object.value("carried").toArray()) {
                 const QJsonArray e = value.toArray();
-                unfinished.entries.append({e.at(0).toString(), e.at(1).toString(), e.at(2).toString(),
-                                           e.at(2).toString() == kUnknown, e.at(3).toString()});
+                Entry entry{e.at(0).toString(), e.at(1).toString(), e.at(2).toString(), false,
+                            e.at(3).toString()};
+                judge(entry, e.at(4).toString());
+                unfinished.entries.append(entry);
             }
             for (const QJsonValue value : object.value("items").toArray()) {
                 const QJsonArray e = value.toArray();
@@ -176,7 +201,7 @@ std::optional<RunJournal::Unfinished> RunJournal::load(QString* error) {
         } else if (object.contains("status")) {
             // A modem that fell silent after the hand-over leaves the fate unknown too.
             entry.status = object.value("status").toString();
-            entry.unknown = ModemAnswers::isUnknown(entry.status);
+            judge(entry, object.value("outcome").toString());
         }
     }
     if (!started)

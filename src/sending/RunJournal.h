@@ -7,7 +7,6 @@
 // belongs to a run that did not end. A record that cannot be written is the run's end: every
 // step says whether it reached the disk, and once one has not, none of the later ones do.
 #include "SendingItems.h"
-#include "gsm/ModemAnswers.h"
 
 #include <QList>
 #include <QString>
@@ -30,6 +29,7 @@ public:
         QString status;       // final outcome; "" while it was still to be sent
         bool unknown = false; // it was being handed to a modem when the run broke off
         QString delivery;     // what its delivery report said; "" when none was asked for
+        bool sent = false;    // the network or the phone has it
     };
     struct Unfinished {
         QList<Entry> entries;
@@ -60,7 +60,7 @@ public:
     // Why the journal could not be written ("" while it could): the file and the system's reason.
     QString failure() const;
 
-    static inline const QString kUnknown = ModemAnswers::kStatusUnknown;
+    static inline const QString kUnknown = kStatusUnknown;
 
 private:
     bool append(const QByteArray& line);

@@ -220,6 +220,3 @@ inline const QString kFinish = QStringLiteral("Finish.");
 inline const QString kPopulating =
     QStringLiteral("Populating Phone Numbers and Message List, Please wait...");
 inline const QString kSendingTitle = QStringLiteral("Sending Messages, Please wait...");
-// Items never handed over because the run stopped for data it could not write.
-inline const QString kNotSentDataFailure =
-    QStringLiteral("Not sent: sending stopped because data could not be written.");

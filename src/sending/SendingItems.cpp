@@ -126,11 +126,24 @@ SendingItems::claimNext(const QString& portName, bool skipDuplicates,
 void SendingItems::requeue(int index, const QString& failure, const QString& avoidPort,
                            std::chrono::steady_clock::time_point notBefore, bool attemptCounts) {
     std::lock_guard lock(m_mutex);
+    requeueLocked(index, failure, avoidPort, notBefore, attemptCounts);
+}
+
+void SendingItems::requeue(int index, const SendOutcome& failure, const QString& avoidPort,
+                           std::chrono::steady_clock::time_point notBefore) {
+    std::lock_guard lock(m_mutex);
+    if (SendingItem* item = requeueLocked(index, failure.text(), avoidPort, notBefore, true))
+        item->lastOutcome = failure;
+}
+
+SendingItem* SendingItems::requeueLocked(int index, const QString& failure, const QString& avoidPort,
+                                         std::chrono::steady_clock::time_point notBefore,
+                                         bool attemptCounts) {
     if (index < 0 || index >= m_items.size())
-        return;
+        return nullptr;
     SendingItem& item = m_items[index];
     if (!item.status.isEmpty() || item.useStatus != UseStatus::Sending)
-        return;
+        return nullptr;
     item.usePort.clear();
     item.useStatus = UseStatus::WaitToDispatch;
     item.currentStatus =
@@ -144,6 +157,17 @@ void SendingItems::requeue(int index, const QString& failure, const QString& avo
     --m_sending;
     ++m_waiting;
     m_retries.append(index);
+    return &item;
+}
+
+bool SendingItems::finish(int index, const SendOutcome& outcome, const QString& currentStatus,
+                          bool awaitsReport) {
+    if (!finish(index, outcome.text(), UseStatus::Done, currentStatus, outcome.references,
+                awaitsReport && outcome.delivered()))
+        return false;
+    std::lock_guard lock(m_mutex);
+    m_items[index].outcome = outcome;
+    return true;
 }
 
 bool SendingItems::finish(int index, const QString& status, UseStatus useStatus, const QString& currentStatus,
@@ -212,6 +236,7 @@ QList<int> SendingItems::markStopped(const QString& why) {
         if (item.status.isEmpty() && item.useStatus == UseStatus::WaitToDispatch) {
             // An item waiting for another attempt keeps what its last attempt got.
             item.status = item.lastFailure.isEmpty() ? why : item.lastFailure;
+            item.outcome = item.lastOutcome;
             item.useStatus = UseStatus::Stopped;
             item.currentStatus = kStoppedUse;
             --m_waiting;

@@ -4,6 +4,8 @@
 // taken by exactly one port; the claim walks forward from a cursor, so a run stays linear
 // in its length however many ports share it. The views see the items through a table that
 // the job updates on the main thread.
+#include "device/SendOutcome.h"
+
 #include <QHash>
 #include <QList>
 #include <QSet>
@@ -20,6 +22,9 @@ inline const QString kStoppedUse = QStringLiteral("Stopped");
 inline const QString kStopped = QStringLiteral("Stopped.");
 // An item still waiting when every port had left the run (refused, unplugged) without Stop.
 inline const QString kNoPortLeft = QStringLiteral("Not sent: no device was left in the run.");
+// Items never handed over because the run stopped for data it could not write.
+inline const QString kNotSentDataFailure =
+    QStringLiteral("Not sent: sending stopped because data could not be written.");
 inline const QString kExcluded = QStringLiteral("Excluded.");
 inline const QString kSkipped = QStringLiteral("Skipped.");
 // Delivery of a sent message whose report was asked for: "Pending" until the network's
@@ -37,15 +42,22 @@ struct SendingItem {
     QString usePort;
     UseStatus useStatus = UseStatus::WaitToDispatch;
     QString currentStatus = kWaitToDispatch;
-    QString status; // final outcome; empty while not finished
+    QString status; // final outcome's words; empty while not finished
+    // What the device did with it, once a device answered (the last attempt's, while it waits
+    // for another). Items that never reached a device (excluded, skipped, stopped) have none.
+    std::optional<SendOutcome> outcome;
 
     QList<int> references;          // the network's "+CMGS" references of the accepted parts
     QString delivery;               // "" when no report was asked for; else kDeliveryPending or the outcome
     QHash<int, int> reportedStatus; // TP-ST of each part's latest report, by reference
     int attempts = 0;               // submissions begun; a retry adds one
     QString lastFailure;            // what the network said to the last attempt, while it waits to retry
-    QString avoidPort;              // the port that failed it: another port takes it where there is one
+    std::optional<SendOutcome> lastOutcome; // ... and as the device said it
+    QString avoidPort; // the port that failed it: another port takes it where there is one
     std::chrono::steady_clock::time_point notBefore{}; // a retry waits for its pause
+
+    // The network or the phone has it: it is never to be sent again.
+    bool delivered() const { return outcome && outcome->delivered(); }
 };
 
 class SendingItems {
@@ -79,11 +91,16 @@ public:
     // reached the modem (its line failed before the hand-over), so it costs no attempt.
     void requeue(int index, const QString& failure, const QString& avoidPort,
                  std::chrono::steady_clock::time_point notBefore, bool attemptCounts);
+    // The same for an attempt the device answered: its outcome is the failure.
+    void requeue(int index, const SendOutcome& failure, const QString& avoidPort,
+                 std::chrono::steady_clock::time_point notBefore);
 
     // Writes an item's final state once; false when it already had one. `awaitsReport`: the
     // network was asked for a report of each part, matched by (port, reference) as it comes.
     bool finish(int index, const QString& status, UseStatus useStatus, const QString& currentStatus,
                 const QList<int>& references = {}, bool awaitsReport = false);
+    // The item's final state as its device answered.
+    bool finish(int index, const SendOutcome& outcome, const QString& currentStatus, bool awaitsReport);
 
     // A report from the port's modem: the item sent through that port whose part has that
     // reference (the latest, as references come round again) takes it. The item's index, or
@@ -104,6 +121,9 @@ public:
     bool allFinished() const;
 
 private:
+    SendingItem* requeueLocked(int index, const QString& failure, const QString& avoidPort,
+                               std::chrono::steady_clock::time_point notBefore, bool attemptCounts);
+
     mutable std::mutex m_mutex;
     QList<SendingItem> m_items;
     QList<int> m_firstIndexOfNumber;              // per item: the lowest index holding its number

@@ -1,0 +1,66 @@
+#pragma once
+// The record of one sending run, as the engine uses it: the run's items, who claims the next,
+// what each device did, and what the network reported of delivery. Every change is kept
+// before the engine goes on; once one could not be kept, failure() says why and the engine
+// hands out nothing more. The journal in the data folder is one keeper; a database is another.
+#include "RunJournal.h"
+#include "SendingItems.h"
+#include "device/SendingDevice.h"
+
+#include <QList>
+#include <QString>
+
+#include <chrono>
+#include <functional>
+#include <optional>
+
+class RunRecord {
+public:
+    RunRecord() = default;
+    virtual ~RunRecord() = default;
+    RunRecord(const RunRecord&) = delete;
+    RunRecord& operator=(const RunRecord&) = delete;
+
+    using Claim = SendingItems::Claim;
+    using Clock = std::chrono::steady_clock;
+
+    // Starts the run over these items (excluded and skipped ones already finished);
+    // `carried`: what the unfinished run this one resumes had finished.
+    virtual void begin(const QList<SendingItem>& items, const QList<RunJournal::Entry>& carried) = 0;
+
+    virtual int size() const = 0;
+    virtual SendingItem at(int index) const = 0;
+    virtual QList<SendingItem> all() const = 0;
+
+    // The next item for the device (see SendingItems::claimNext); items finished on the way
+    // (excluded, skipped) are kept and then reported through finishedOnTheWay.
+    virtual std::optional<Claim> claimNext(const QString& device, bool skipDuplicates,
+                                           const std::function<bool(const QString&)>& isExcluded,
+                                           const std::function<void(const Claim&)>& finishedOnTheWay,
+                                           bool onlyDeviceLeft) = 0;
+    // Just before the claimed item goes to its device.
+    virtual void handing(int index, const QString& device) = 0;
+    // The item waits again: refused and to be retried after `notBefore`, elsewhere if it can.
+    virtual void retryLater(int index, const SendOutcome& refusal, Clock::time_point notBefore) = 0;
+    // The item never reached its device: it waits for another, and the attempt does not count.
+    virtual void giveBack(int index, const QString& why, const QString& avoidDevice) = 0;
+    // What the device did with it, for good; false when it was already finished.
+    virtual bool finish(int index, const SendOutcome& outcome, const QString& currentStatus,
+                        bool awaitsReport) = 0;
+    // A report from the device's network: the index of the item it belongs to, if any.
+    virtual std::optional<int> report(const QString& device, const DeliveryReport& report) = 0;
+    virtual int awaitingReports(const QString& device = {}) const = 0;
+    // The wait for the device's reports is over: the items that never got one.
+    virtual QList<int> endReportWait(const QString& device) = 0;
+    // Ends every waiting item with `why` (or what its last attempt got); the indexes marked.
+    virtual QList<int> markStopped(const QString& why) = 0;
+
+    virtual bool anyWaiting() const = 0;
+    virtual bool anyWaitingOrSending() const = 0;
+    virtual bool allFinished() const = 0;
+
+    // Why a change could not be kept ("" while every one was).
+    virtual QString failure() const = 0;
+    // The run came to its end with everything kept: nothing is left to resume.
+    virtual void end() = 0;
+};

@@ -1,0 +1,208 @@
+// The run as a whole: loading, the dispatcher that opens the devices, the threads, Stop, a
+// record that cannot be kept, and the end once every device has let the run go.
+#include "SendingRun.h"
+
+#include "core/Clock.h"
+#include "core/Guard.h"
+#include "core/Log.h"
+#include "core/Operator.h"
+#include "core/TextUtils.h"
+#include "stores/SentItemFile.h"
+
+using namespace std::chrono_literals;
+
+SendingRun::SendingRun(RunSettings settings, QList<DeviceOpener> devices, std::unique_ptr<RunRecord> record,
+                       Operator& op, PauseCountdown& pause, DelayedDeliveryPause::Hooks pauseHooks,
+                       QObject* parent)
+    : QObject(parent), m_settings(std::move(settings)), m_openers(std::move(devices)),
+      m_record(std::move(record)), m_op(op), m_pause(pause), m_pauseHooks(std::move(pauseHooks)) {}
+
+SendingRun::~SendingRun() {
+    stop();
+    join();
+}
+
+void SendingRun::spawn(const QString& name, std::function<void()> body) {
+    // The run's threads stop on the run's token, not on their own.
+    std::lock_guard lock(m_threadsMutex);
+    ++m_threadsRunning;
+    m_threads.push_back(std::make_unique<WorkerThread>(name));
+    m_threads.back()->start([this, body = std::move(body)](std::stop_token) {
+        body();
+        --m_threadsRunning;
+    });
+}
+
+void SendingRun::join() {
+    // A thread may start another while it ends (the loader the dispatcher, the dispatcher
+    // its devices): wait until none runs, then join those started so far, outside the lock.
+    for (;;) {
+        waitKeepingEventsFlowing([this] { return m_threadsRunning == 0; });
+        std::vector<std::unique_ptr<WorkerThread>> ended;
+        {
+            std::lock_guard lock(m_threadsMutex);
+            ended.swap(m_threads);
+        }
+        if (ended.empty())
+            return;
+        for (const auto& thread : ended)
+            thread->join();
+    }
+}
+
+void SendingRun::start(QList<std::pair<QString, QString>> rows) {
+    m_date = sentItemDate();
+    const std::stop_token stop = m_stop.get_token();
+    spawn(QStringLiteral("send-load"), [this, rows = std::move(rows), stop] { load(rows, stop); });
+}
+
+void SendingRun::load(QList<std::pair<QString, QString>> rows, std::stop_token stop) {
+    QList<SendingItem> items;
+    QSet<QString> numbers;
+    for (const auto& [number, message] : rows) {
+        if (stop.stop_requested())
+            break;
+        SendingItem item;
+        item.number = Trim_Str(number);
+        item.message = message;
+        if (item.number.isEmpty())
+            continue;
+        const bool excluded = m_settings.exclusion && m_settings.excludedNumbers.contains(item.number);
+        const bool duplicate = m_settings.skipDuplicates && numbers.contains(item.number);
+        if (excluded || duplicate) {
+            item.status = excluded ? kExcluded : kSkipped;
+            item.useStatus = UseStatus::Done;
+            item.currentStatus = kDone;
+            item.usePort = m_settings.loadedDevice;
+        }
+        numbers.insert(item.number);
+        items << item;
+        if (items.size() % 1000 == 0)
+            emit loading(int(items.size()));
+    }
+    // Nothing goes out before the run's record is kept.
+    m_record->begin(items, m_settings.carried);
+    checkRecord();
+    emit loaded(items);
+    if (!m_record->anyWaiting() || stop.stop_requested())
+        Show_NSLog_Message(QStringLiteral("No item waits for sending, or a stop was asked."));
+    m_holders = 1; // the dispatcher holds the run open until it has started every device
+    spawn(QStringLiteral("send-dispatch"), [this, stop] { dispatch(stop); });
+}
+
+void SendingRun::dispatch(std::stop_token stop) {
+    Guard::run("SendingRun::dispatch", [&] {
+        const int rows = m_record->size();
+        m_devicesToCome = int(std::min<qsizetype>({m_openers.size(), rows, kMaxDevices}));
+        int opened = 0;
+        for (const DeviceOpener& open : m_openers) {
+            if (stop.stop_requested() || opened + 1 > rows || opened >= kMaxDevices)
+                break;
+            if (opened++ > 0)
+                Clock::sleep(m_settings.openingGap);
+            std::unique_ptr<SendingDevice> device;
+            if (m_record->anyWaitingOrSending() && m_record->anyWaiting()) {
+                device = open(stop);
+                m_notOpened += device ? 0 : 1;
+            }
+            if (device && m_record->anyWaiting()) {
+                // Counted as active before it stops being to come: devicesInRun() never reads low.
+                ++m_holders;
+                ++m_activeDevices;
+                Show_NSLog_Message(device->name() + QStringLiteral(" start thread for sending"));
+                const bool first = m_startedDevices++ == 0;
+                spawn(QStringLiteral("send-%1").arg(opened),
+                      [this, shared = std::shared_ptr<SendingDevice>(std::move(device))] {
+                          runDevice(shared);
+                      });
+                if (first)
+                    emit sendingStarted();
+            } else if (device) {
+                Show_NSLog_Message(device->name() + QStringLiteral(" no thread needed: nothing waits"));
+                device->close();
+            }
+            --m_devicesToCome;
+        }
+        m_devicesToCome = 0;
+    });
+    emit sendingStarted();
+    release({});
+}
+
+int SendingRun::devicesInRun() const {
+    // In this order: the dispatcher counts a started device as active before it stops counting
+    // it as to come, so the sum never reads low.
+    const int toCome = m_devicesToCome;
+    return toCome + m_activeDevices;
+}
+
+void SendingRun::release(const QString& notice) {
+    if (--m_holders > 0)
+        return;
+    // Exactly one caller gets here: the run is over on every device.
+    if (m_pauseHooks.stopActivity)
+        m_pauseHooks.stopActivity();
+    m_pause.endCountdown();
+    m_pause.GSM_Pause_Delay_Time = 0;
+    m_pause.clearLabel();
+    emit activity(100);
+    if (!notice.isEmpty())
+        m_op.Show_MessageBox(notice);
+    const QString why = !dataFailure().isEmpty()  ? kNotSentDataFailure
+                        : m_stop.stop_requested() ? kStopped
+                                                  : kNoPortLeft;
+    const QList<int> marked = m_record->markStopped(why);
+    QList<SendingItem> items;
+    for (int index : marked)
+        items << m_record->at(index);
+    if (!marked.isEmpty())
+        emit itemsStopped(marked, items);
+    emit devicesReleased();
+}
+
+void SendingRun::stop() {
+    m_stop.request_stop();
+    m_held = false;
+}
+
+QString SendingRun::dataFailure() const {
+    std::lock_guard lock(m_failureMutex);
+    return m_dataFailure;
+}
+
+QString SendingRun::recordFailure(const QString& why) {
+    return QStringLiteral("Sending stopped: the run could not be recorded (%1).").arg(why);
+}
+
+void SendingRun::stopForData(const QString& why) {
+    {
+        std::lock_guard lock(m_failureMutex);
+        if (m_dataFailure.isEmpty())
+            m_dataFailure = why;
+    }
+    Show_NSLog_Message(why);
+    stop();
+}
+
+void SendingRun::checkRecord() {
+    if (const QString failure = m_record->failure(); !failure.isEmpty())
+        stopForData(recordFailure(failure));
+}
+
+void SendingRun::endRecord() {
+    if (dataFailure().isEmpty())
+        m_record->end(); // the run ended: nothing is left to resume
+}
+
+bool SendingRun::waitWhileHeld(const std::stop_token& stop) const {
+    while (m_held && !stop.stop_requested())
+        Clock::sleepUnless(50ms, [&] { return !m_held || stop.stop_requested(); });
+    return !stop.stop_requested();
+}
+
+void SendingRun::show(int index, bool counted) { emit itemChanged(index, m_record->at(index), counted); }
+
+void SendingRun::leave(const QString& device, const QString& why) {
+    Show_NSLog_Message(device + QStringLiteral(": ") + why);
+    emit deviceNote(device, why);
+}

@@ -1,0 +1,160 @@
+#pragma once
+// The one sending engine, for modems and phones alike. A run loads its recipients into its
+// record, opens its devices one after another and gives each a worker thread that claims the
+// next item, hands it to its device and records the typed outcome the moment the device
+// answers: retries of refused messages (on another device where there is one), devices that
+// fail leaving the run, delayed-delivery pauses, Stop, a record that cannot be kept stopping
+// everything, and the network's delivery reports. Windows observe a run through its signals
+// (delivered on their own thread) and through the read-only state below.
+#include "RunJournal.h"
+#include "RunRecord.h"
+#include "core/WorkerThread.h"
+#include "delivery/DelaySchedule.h"
+#include "delivery/DelayedDeliveryPause.h"
+#include "delivery/PauseCountdown.h"
+#include "device/SendingDevice.h"
+
+#include <QObject>
+#include <QSet>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <stop_token>
+#include <vector>
+
+class Operator;
+
+// Everything a run reads from the window that started it, copied when it starts.
+struct RunSettings {
+    DelaySchedule schedule;
+    bool unicode = false, flash = false, plainPunctuation = false;
+    bool skipDuplicates = false, exclusion = false;
+    QSet<QString> excludedNumbers;
+    bool deliveryReports = false;
+    int retries = 1;                  // further attempts for a message the network refused
+    bool batch = false;               // each device takes all its messages at once (a phone's single shot)
+    QList<RunJournal::Entry> carried; // what an unfinished run this one resumes had finished
+    bool saveSentItems = false, saveTemplates = false;
+    QString sentItemsPath;
+    bool sentItemsWithStatus = true; // a phone's sent items have no status
+    QString loadedDevice;            // "Use Port" of the items left out at loading
+    // The rest between opening two devices (modems wake one after another).
+    std::chrono::milliseconds openingGap{0};
+};
+
+// Opens the run's n-th device on the run's thread; null when it cannot be used (the opener
+// told the operator why).
+using DeviceOpener = std::function<std::unique_ptr<SendingDevice>(std::stop_token)>;
+
+class SendingRun : public QObject {
+    Q_OBJECT
+public:
+    // The pause countdown and its hooks belong to the window that shows them.
+    SendingRun(RunSettings settings, QList<DeviceOpener> devices, std::unique_ptr<RunRecord> record,
+               Operator& op, PauseCountdown& pause, DelayedDeliveryPause::Hooks pauseHooks,
+               QObject* parent = nullptr);
+    ~SendingRun() override;
+
+    // Loads the rows (number, message) on the run's own thread, records them, then sends.
+    void start(QList<std::pair<QString, QString>> rows);
+
+    // Stop: no further message goes out; the run ends as soon as its devices are let go.
+    void stop();
+    // Something the run must keep could not be written: nothing more goes to any device.
+    void stopForData(const QString& why);
+    // While held (the operator is asked whether to stop) no device takes a new message.
+    void hold(bool on) { m_held = on; }
+    bool held() const { return m_held; }
+
+    const RunRecord& record() const { return *m_record; }
+    bool stopRequested() const { return m_stop.stop_requested(); }
+    std::stop_token stopToken() const { return m_stop.get_token(); }
+    bool anyWaitingOrSending() const { return m_record->anyWaitingOrSending(); }
+    bool reporting() const { return m_reportingDevices > 0; }
+    bool threadsRunning() const { return m_threadsRunning > 0; }
+    QString dataFailure() const;
+    int sentAsUnicode() const { return m_sentAsUnicode; }
+    // Devices that never opened (their opener returned nothing).
+    int devicesNotOpened() const { return m_notOpened; }
+    // The run's end on the record: called by its window once the end is shown.
+    void endRecord();
+    // Waits until every thread of the run has ended.
+    void join();
+
+    static constexpr int kMaxDevices = 32;
+    // A device leaves the run after this many refusals in a row, for as many numbers.
+    static constexpr int kRefusalsBeforeADeviceLeaves = 3;
+    // The pause before a refused message's next attempt grows by this much per attempt.
+    static constexpr std::chrono::seconds kRetryPause{10};
+    // How long a device listens for the reports still owed once it has nothing left to send.
+    static constexpr std::chrono::seconds kDeliveryReportWait{60};
+
+    static QString recordFailure(const QString& why); // the run's end when its record failed
+
+signals:
+    void loading(int loaded);                     // every thousand rows
+    void loaded(const QList<SendingItem>& items); // the items as recorded
+    void sendingStarted();                        // the first device took its first item
+    void itemChanged(int index, const SendingItem& item, bool counted); // counted: it just finished
+    void itemsStopped(const QList<int>& indexes, const QList<SendingItem>& items);
+    void deviceNote(const QString& device, const QString& note); // left the run, or no reports
+    void activity(int value);                                    // 0 idle, 100 busy
+    void waitingForReports(int awaiting);                        // 0 when the wait is over
+    // Every device has let the run go and the waiting items are marked: the window ends the run.
+    void devicesReleased();
+
+private:
+    struct Worker;
+    void load(QList<std::pair<QString, QString>> rows, std::stop_token stop);
+    void dispatch(std::stop_token stop);
+    void runDevice(const std::shared_ptr<SendingDevice>& device);
+    void sendFrom(Worker& worker);
+    bool sendEach(Worker& worker); // false when the device left the run
+    bool sendOne(Worker& worker, const RunRecord::Claim& claim);
+    bool afterAnswer(Worker& worker, const RunRecord::Claim& claim, const OutgoingMessage& message,
+                     const SendOutcome& outcome);
+    void sendBatch(Worker& worker);
+    bool finishSent(Worker& worker, const RunRecord::Claim& claim, const OutgoingMessage& message,
+                    const SendOutcome& outcome);
+    static QString doneOn(const Worker& worker);
+    void applyReports(Worker& worker);
+    void awaitReports(Worker& worker);
+    void leave(const QString& device, const QString& why);
+    void release(const QString& notice);
+    int devicesInRun() const;
+    bool waitWhileHeld(const std::stop_token& stop) const;
+    void checkRecord();
+    void show(int index, bool counted);
+    void spawn(const QString& name, std::function<void()> body);
+    OutgoingMessage outgoing(const SendingItem& item) const;
+
+    const RunSettings m_settings;
+    QList<DeviceOpener> m_openers;
+    std::unique_ptr<RunRecord> m_record;
+    Operator& m_op;
+    PauseCountdown& m_pause;
+    DelayedDeliveryPause::Hooks m_pauseHooks;
+    std::atomic<int> m_pauseCounter{0};
+    QString m_date; // the sent items' date
+
+    std::stop_source m_stop;
+    std::atomic<bool> m_held{false};
+    std::mutex m_threadsMutex;
+    std::vector<std::unique_ptr<WorkerThread>> m_threads;
+    std::atomic<int> m_threadsRunning{0};
+    std::atomic<int> m_holders{0};       // the dispatcher and every started device
+    std::atomic<int> m_activeDevices{0}; // devices still taking items
+    std::atomic<int> m_devicesToCome{0}; // devices the dispatcher has yet to open
+    std::atomic<int> m_reportingDevices{0};
+    std::atomic<int> m_startedDevices{0};
+    std::atomic<int> m_notOpened{0};
+    std::atomic<int> m_sentAsUnicode{0};
+    mutable std::mutex m_failureMutex;
+    QString m_dataFailure;
+    std::mutex m_noticeMutex;
+    QString m_lastNotice; // what the last device to go wants the operator told
+};
