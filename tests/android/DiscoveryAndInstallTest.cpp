@@ -23,15 +23,6 @@
 
 namespace {
 
-// Runs fn on a worker (adb calls never run on the main thread) while events flow.
-template <typename F> auto onWorker(F&& fn) {
-    std::invoke_result_t<F> result{};
-    WorkerThread worker;
-    worker.start([&](std::stop_token) { result = fn(); });
-    worker.join();
-    return result;
-}
-
 // The names of this process's child processes still running (or not yet reaped).
 QStringList childProcesses() {
     QStringList children;

@@ -3,6 +3,7 @@
 // (ADB_SERVER_SOCKET), a private data home and resource folder, and a scripted operator.
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
+#include "core/WorkerThread.h"
 #include "sim/AdbServer.h"
 
 #include <QTemporaryDir>
@@ -10,6 +11,15 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+
+// Runs fn on a worker (adb calls never run on the main thread) while events flow.
+template <typename F> auto onWorker(F&& fn) {
+    std::invoke_result_t<F> result{};
+    WorkerThread worker;
+    worker.start([&](std::stop_token) { result = fn(); });
+    worker.join();
+    return result;
+}
 
 class PhoneFixture : public ::testing::Test {
 protected:

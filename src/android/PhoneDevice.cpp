@@ -1,0 +1,203 @@
+#include "PhoneDevice.h"
+
+#include "AdbRunner.h"
+#include "AndroidDevices.h"
+#include "AndroidState.h"
+#include "Bulk_SMSAppDelegate.h"
+#include "CompanionApp.h"
+#include "PhoneStorage.h"
+#include "core/Clock.h"
+#include "core/DataFolder.h"
+#include "core/FileUtils.h"
+#include "core/Log.h"
+#include "core/Operator.h"
+
+#include <utility>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+const AdbStop kUninterrupted = [] { return false; }; // a message in hand is finished
+
+const QString kAppNotStarted = QStringLiteral("The companion app could not be started on the phone.");
+const QString kMessageNotCopied = QStringLiteral("The message could not be copied to the phone's storage.");
+const QString kListNotCopied = QStringLiteral("The list could not be copied to the phone's storage.");
+
+// The activity manager could not start the companion app (not installed, or gone): nothing
+// was sent, whatever the judge of the start's output says.
+bool appDidNotStart(const QString& output) {
+    return output.contains(QLatin1String("Error: Activity")) ||
+           output.contains(QLatin1String("unable to resolve Intent"));
+}
+
+// The line of a failed start that says why (the whole output may hold a stack trace).
+QString startError(const QString& output) {
+    const QStringList lines = output.trimmed().split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    for (const QString& line : lines)
+        if (Find_Error_In_Stat_Activity(line))
+            return line.trimmed();
+    return lines.isEmpty() ? QString() : lines.last().trimmed();
+}
+
+QString localPath(const QString& fileName) { return Created_Resource_Path + QLatin1Char('/') + fileName; }
+
+// Whom a failed start left without a message, as the operator reads it.
+QString recipientsOf(const QList<OutgoingMessage>& messages) {
+    return messages.size() == 1 ? messages.first().number
+                                : QStringLiteral("any of %1 numbers").arg(messages.size());
+}
+
+} // namespace
+
+SendOutcome judgeStartOutput(const QString& output) {
+    if (outputShowsLostDevice(output))
+        return SendOutcome::of(Outcome::LineFailed, kStatusConnectionError);
+    if (appDidNotStart(output))
+        return SendOutcome::of(Outcome::NotHandedOver, kAppNotStarted);
+    if (Find_Error_In_Stat_Activity(output))
+        return SendOutcome::of(Outcome::Refused, startError(output));
+    return SendOutcome::of(Outcome::HandedToPhone);
+}
+
+PhoneDevice::PhoneDevice(Operator& op, QString serial, Mode mode, Hooks hooks)
+    : m_op(op), m_serial(std::move(serial)), m_mode(mode), m_hooks(std::move(hooks)) {}
+
+QString PhoneDevice::prepare(bool deliveryReports) {
+    Q_UNUSED(deliveryReports); // the app sends by itself: the network's reports stay on the phone
+    Stop_Modem_SRCH = 0;
+    QString tag;
+    m_notConnected = !CheckConnection(tag, false, m_op);
+    if (!m_notConnected) {
+        Send_DEL_File_Command_To_Phone(); // nothing an earlier run copied there is sent again
+        return {};
+    }
+    if (tag == QLatin1String("MORE"))
+        return kMoreThanOnePhoneMessage; // the check has told the operator
+    m_op.Show_MessageBox(kNoPhoneSelectedMessage);
+    return kNoPhoneSelectedMessage;
+}
+
+SendOutcome PhoneDevice::send(const OutgoingMessage& message, std::stop_token stop) {
+    Q_UNUSED(stop); // the phone takes a message in one start: nothing to cut short
+    QString output;
+    if (m_mode == Mode::Classic)
+        output = Send_AN_MSG_Command(message.number, message.text, false);
+    else if (const std::optional<SendOutcome> early = startFromFile(message, output))
+        return stamped(*early);
+    return stamped(judged(output, message.number));
+}
+
+std::optional<SendOutcome> PhoneDevice::startFromFile(const OutgoingMessage& message, QString& output) {
+    const QString path = localPath(kMessageFileName);
+    if (QString why; !writeFileAtomically(path, message.text.toUtf8(), &why)) {
+        // The phone would send whatever message file it holds: nothing is sent instead.
+        Delete_File(path);
+        return dataNotWritten(why);
+    }
+    const bool copied = Save_File_To_Phone_Storage(kMessageFileName, false, kUninterrupted);
+    Delete_File(path);
+    if (copied) {
+        output = Send_AN_MSG_Command(message.number, QString(), false);
+        return std::nullopt;
+    }
+    if (!m_textInStartCommand) {
+        if (!m_op.Show_YES_NO_MessageBox(QStringLiteral(
+                "The message could not be copied to the phone's storage.\n\nDo you want to send "
+                "it, and every later message whose copy fails, with its text in the start "
+                "command instead?"))) {
+            call(m_hooks.stopRun);
+            return SendOutcome::of(Outcome::NotHandedOver, kMessageNotCopied);
+        }
+        m_textInStartCommand = true;
+    }
+    output = Send_AN_MSG_Command(message.number, message.text, false);
+    return std::nullopt;
+}
+
+SendOutcome PhoneDevice::judged(const QString& output, const QString& recipients) {
+    SendOutcome outcome = judgeStartOutput(output);
+    if (outcome.outcome == Outcome::LineFailed)
+        m_op.Show_MessageBox(kStatusConnectionError);
+    else if (outcome.outcome == Outcome::NotHandedOver)
+        m_op.Show_MessageBox(
+            QStringLiteral("The companion app could not be started on the phone; no message "
+                           "was sent to %1.\n\nSearch for the phone again so that the app is "
+                           "installed.\n\n%2")
+                .arg(recipients, output.trimmed()));
+    return outcome;
+}
+
+SendOutcome PhoneDevice::dataNotWritten(const QString& why) {
+    const QString text =
+        QStringLiteral("Sending stopped: the message could not be written for the phone (%1).").arg(why);
+    Show_NSLog_Message(text);
+    call(m_hooks.stopRun);
+    m_op.Show_MessageBox(text);
+    return SendOutcome::of(Outcome::NotHandedOver, text);
+}
+
+std::optional<QList<SendOutcome>> PhoneDevice::sendBatch(const QList<OutgoingMessage>& messages,
+                                                         std::stop_token stop) {
+    Q_UNUSED(stop); // the phone takes the list in one start: nothing to cut short
+    if (messages.isEmpty())
+        return QList<SendOutcome>();
+    const QString listPath = localPath(kListFileName);
+    // An empty list proves that the phone takes the file before anyone's number is written down.
+    if (QString why; !writeFileAtomically(listPath, QByteArray(), &why))
+        return QList<SendOutcome>(messages.size(), stamped(dataNotWritten(why)));
+    if (!Save_File_To_Phone_Storage(kListFileName, false)) {
+        Delete_File(listPath);
+        if (m_op.Show_YES_NO_MessageBox(QStringLiteral(
+                "The list could not be copied to the phone's storage for single-shot sending.\n\nDo you want "
+                "to send the messages one by one instead?"))) {
+            m_mode = Mode::Standard;
+            call(m_hooks.switchedToOneByOne);
+        } else {
+            call(m_hooks.stopRun);
+        }
+        return std::nullopt;
+    }
+    return handOverList(messages);
+}
+
+std::optional<QList<SendOutcome>> PhoneDevice::handOverList(const QList<OutgoingMessage>& messages) {
+    const QString listPath = localPath(kListFileName);
+    QByteArray content;
+    for (const OutgoingMessage& message : messages)
+        content += listFileLine(message.number, message.text);
+    // The list reaches the phone only as written: a stale or cut file would text the wrong people.
+    if (QString why; !writeFileAtomically(listPath, content, &why)) {
+        Delete_File(listPath);
+        return QList<SendOutcome>(messages.size(), stamped(dataNotWritten(why)));
+    }
+    SendOutcome outcome;
+    if (!Save_File_To_Phone_Storage(kListFileName, false)) {
+        // The phone holds the empty list: the app would send nothing.
+        m_op.Show_MessageBox(kListNotCopied + QStringLiteral(" No message was sent."));
+        outcome = SendOutcome::of(Outcome::NotHandedOver, kListNotCopied);
+    } else {
+        const QString output = ExecuteExternalFile(
+            {QStringLiteral("shell"), QStringLiteral("am"), QStringLiteral("start"), QStringLiteral("-a"),
+             QStringLiteral("android.intent.category.MAIN"), QStringLiteral("-n"), kCompanionActivity},
+            kUninterrupted);
+        // The app reads the file while it starts: the file stays for a while before it is removed.
+        Clock::sleep(messages.size() < 11 ? 1s : 5s);
+        outcome = judged(output, recipientsOf(messages));
+    }
+    Delete_File(listPath);
+    Send_DEL_File_Command_To_Phone();
+    return QList<SendOutcome>(messages.size(), stamped(outcome));
+}
+
+void PhoneDevice::close() { Send_DEL_File_Command_To_Phone(); }
+
+SendOutcome PhoneDevice::stamped(SendOutcome outcome) const {
+    outcome.device = m_serial;
+    return outcome;
+}
+
+void PhoneDevice::call(const std::function<void()>& hook) const {
+    if (hook)
+        hook();
+}

@@ -1,0 +1,57 @@
+#pragma once
+// One phone as a device of a sending run: the companion app takes each message as it comes
+// (its text in a file copied to the phone, or in the start command) or a whole list at once
+// (single-shot). The phone sends by itself: a message it took is handed over, never "sent".
+#include "device/SendingDevice.h"
+
+#include <atomic>
+#include <functional>
+
+class Operator;
+
+class PhoneDevice : public SendingDevice {
+public:
+    // How one message reaches the app: in "message.txt" (Standard) or in the start command (Classic).
+    enum class Mode { Standard, Classic };
+    // The run is the window controller's: the device asks it through these.
+    struct Hooks {
+        std::function<void()> stopRun;            // the operator chose to end the run
+        std::function<void()> switchedToOneByOne; // single-shot turned into standard one-by-one
+    };
+
+    PhoneDevice(Operator& op, QString serial, Mode mode, Hooks hooks);
+
+    QString name() const override { return m_serial; }
+    QString prepare(bool deliveryReports) override;
+    SendOutcome send(const OutgoingMessage& message, std::stop_token stop) override;
+    std::optional<QList<SendOutcome>> sendBatch(const QList<OutgoingMessage>& messages,
+                                                std::stop_token stop) override;
+    void close() override;
+
+    Mode mode() const { return m_mode; }
+    // prepare() found no single phone ready.
+    bool notConnected() const { return m_notConnected; }
+
+private:
+    // Starts the app with the message in "message.txt" (or, after a failed copy and the operator's
+    // leave, in the start command); an outcome when the message never reached the start.
+    std::optional<SendOutcome> startFromFile(const OutgoingMessage& message, QString& output);
+    SendOutcome judged(const QString& output, const QString& recipients);
+    // A file for the phone could not be written: the run stops before the phone sends a stale one.
+    SendOutcome dataNotWritten(const QString& why);
+    std::optional<QList<SendOutcome>> handOverList(const QList<OutgoingMessage>& messages);
+    SendOutcome stamped(SendOutcome outcome) const;
+    void call(const std::function<void()>& hook) const;
+
+    Operator& m_op;
+    const QString m_serial;
+    std::atomic<Mode> m_mode;
+    const Hooks m_hooks;
+    std::atomic<bool> m_notConnected{false};
+    bool m_textInStartCommand = false; // the operator's answer to the first failed copy: Yes
+};
+
+// What an app start's output says of the message: LineFailed (the phone is gone; the start may
+// have reached it), NotHandedOver (the app did not start), Refused (the start failed) or
+// HandedToPhone.
+SendOutcome judgeStartOutput(const QString& output);
