@@ -8,6 +8,7 @@
 #include "AMSerialPort.h"
 #include "SmsFormat.h"
 #include "StatusReports.h"
+#include "device/SendOutcome.h"
 
 #include <QByteArray>
 #include <QList>
@@ -85,8 +86,9 @@ public:
     using DefaultSmscLookup = std::function<QString(const QString& portPath)>;
     void setDefaultSmscLookup(DefaultSmscLookup lookup) { m_defaultSmscOf = std::move(lookup); }
 
-    // --- Submission (status texts in ModemAnswers.h). A stop asked through the token ends a
-    // long message before its next part and cuts the answer wait short.
+    // --- Submission. Each ends with lastOutcome(); return_status gets its words (text()). A
+    // stop asked through the token ends a long message before its next part and cuts the
+    // answer wait short. True when the dialogue with the modem ran to its end.
     bool Send_PDU_SMS(int fd, const QString& number, const QString& message, const QString& smsc_num,
                       bool flash_sms, bool unicode_sms, QString& return_status, const QString& sms_det,
                       std::stop_token stop = {});
@@ -115,6 +117,8 @@ public:
     // read ("AT+CMGR") and deleted ("AT+CMGD") first.
     QList<StatusReport> takeStatusReports(int fd);
 
+    // How the last submission ended, from its own bookkeeping.
+    SendOutcome lastOutcome() const { return m_lastOutcome; }
     // The network's references ("+CMGS: <mr>") of the last submission, one per accepted part.
     QList<int> lastMessageReferences() const { return m_lastReferences; }
     // Whether the last submission handed a message body to the modem (its Ctrl-Z went out):
@@ -157,10 +161,16 @@ private:
     // them; ends at the first part the network did not accept, and at a Stop between parts.
     // False when writing to the port failed.
     bool sendParts(Exchange& exchange, const QStringList& bodies, const std::function<QString(int)>& cmgsFor);
+    // Forgets the last submission's ending; keeps what this one ended with, its words going
+    // to return_status.
+    void beginSubmission();
+    void endSubmission(const Exchange& exchange, bool completed, const QString& sms_det,
+                       QString& return_status);
 
     std::unique_ptr<AMSerialPort> m_port;
     QString m_sLastResponse;
     QString m_port_name;
+    SendOutcome m_lastOutcome;
     QList<int> m_lastReferences;
     bool m_lastHandedOver = false;
     bool m_lastSilent = false;

@@ -13,6 +13,8 @@
 #include "text/GsmAlphabet.h"
 #include "text/SmsParts.h"
 
+#include <optional>
+
 namespace {
 
 const QString kOk = QStringLiteral("\r\nOK\r\n");
@@ -69,18 +71,38 @@ struct MFCSMS::Exchange {
     QString promptLine;
     QList<int> references; // "+CMGS: <mr>" of every part the network accepted
     int part = 0, total = 1;
-    QString failure;         // why the current part was not accepted ("" while all went well)
-    bool stopped = false;    // the run's Stop came between two parts
-    bool handedOver = false; // a body went out with its Ctrl-Z
-    bool silent = false;     // ... and the modem said nothing conclusive about it in the answer wait
+    std::optional<Outcome> failure; // why the current part was not accepted (none while all went well)
+    QString failureReason;          // ... in the modem's words
+    bool stopped = false;           // the run's Stop came between two parts
+    bool handedOver = false;        // a body went out with its Ctrl-Z
+    bool silent = false;            // ... and the modem said nothing conclusive about it in the answer wait
 
-    // The status the submission ends with, once its dialogue ran to its end.
-    QString status(const QString& sms_det) const {
-        if (!failure.isEmpty())
-            return total > 1 ? ModemAnswers::partFailureStatus(part, total, failure) : failure;
-        if (stopped)
-            return ModemAnswers::stoppedBetweenPartsStatus(part, total);
-        return ModemAnswers::submissionStatus(true, ModemAnswers::kStatusNoError, sms_det);
+    void fail(Outcome outcome, const QString& reason = {}) {
+        failure = outcome;
+        failureReason = reason;
+    }
+
+    // How the submission ended; `completed`: its dialogue with the modem ran to its end.
+    SendOutcome outcome(bool completed, const QString& sms_det) const {
+        SendOutcome result;
+        result.references = references;
+        result.part = part;
+        result.parts = total;
+        if (!completed) {
+            // The line gave out: a body already written may have left, one not written did not.
+            result.outcome = handedOver ? Outcome::LineFailed : Outcome::NotHandedOver;
+            result.reason = kStatusConnectionError;
+        } else if (failure) {
+            result.outcome = *failure;
+            result.reason = failureReason;
+        } else if (stopped) {
+            result.outcome = Outcome::Stopped; // part: the parts the network has
+        } else {
+            result.outcome =
+                sms_det == ModemAnswers::kCapabilityNotDetected ? Outcome::SentToDevice : Outcome::Sent;
+            result.part = 0; // of the whole message
+        }
+        return result;
     }
 };
 
@@ -91,7 +113,8 @@ bool MFCSMS::sendOneMessage(Exchange& ex, const QString& cmgsCommand, const QStr
         const bool set = ex.pduMode ? SET_CMGF_PDU_MODE(ex.fd) : SET_CMGF_TEXT_MODE(ex.fd);
         if (!set && !ModemAnswers::smsErrorText(m_sLastResponse).isEmpty()) {
             // Typed in the other format, the message would go out garbled or to a wrong number.
-            ex.failure = QStringLiteral("Not sent: %1.").arg(ModemAnswers::formatRefusal(ex.pduMode));
+            ex.fail(Outcome::NotSent,
+                    QStringLiteral("Not sent: %1.").arg(ModemAnswers::formatRefusal(ex.pduMode)));
             return true;
         }
     }
@@ -104,7 +127,7 @@ bool MFCSMS::sendOneMessage(Exchange& ex, const QString& cmgsCommand, const QStr
     if (!ex.promptLine.contains(QLatin1Char('>')) && ModemAnswers::isRefusal(refusal)) {
         // "AT+CMGS" refused outright: its text typed now would land on the modem's command
         // line, where a text that begins with "AT" is a command.
-        ex.failure = refusal;
+        ex.fail(Outcome::Refused, refusal);
         return true;
     }
     if (!Write_Command(ex.fd, body) || !Write_Command(ex.fd, kCtrlZ))
@@ -140,10 +163,10 @@ void MFCSMS::collectAnswer(Exchange& ex) {
     if (reference) {
         ex.references << *reference;
     } else if (ModemAnswers::isRefusal(error)) {
-        ex.failure = error;
+        ex.fail(Outcome::Refused, error);
     } else {
         // Handed over, neither confirmed nor refused: the network may have it.
-        ex.failure = ModemAnswers::kStatusUnknown;
+        ex.fail(Outcome::Unknown);
         ex.silent = !finalResult;
     }
     Show_NSLog_Message(QLatin1String(ex.kind.responsePrefix) + QStringLiteral("{%1} :: ").arg(ex.fd) +
@@ -165,7 +188,7 @@ bool MFCSMS::sendParts(Exchange& ex, const QStringList& bodies, const std::funct
             logPartHeader(part, ex.total);
         if (!sendOneMessage(ex, cmgsFor(part), bodies.at(part - 1)))
             return false;
-        if (!ex.failure.isEmpty())
+        if (ex.failure)
             return true; // the message failed: its later parts would arrive as a fragment
     }
     return true;
@@ -174,8 +197,7 @@ bool MFCSMS::sendParts(Exchange& ex, const QStringList& bodies, const std::funct
 bool MFCSMS::Send_PDU_SMS(int fd, const QString& number, const QString& message, const QString& smsc_num,
                           bool flash_sms, bool unicode_sms, QString& return_status, const QString& sms_det,
                           std::stop_token stop) {
-    return_status = ModemAnswers::kStatusNoError;
-    m_lastReferences.clear();
+    beginSubmission();
     Exchange ex(fd, true, number, smsc_num, flash_sms, std::move(stop));
     ex.encoder.setStatusReportRequest(m_statusReportsRequested);
     // A text the GSM alphabet cannot carry goes as UCS2 whatever was asked: sent as 7-bit, its
@@ -214,18 +236,14 @@ bool MFCSMS::Send_PDU_SMS(int fd, const QString& number, const QString& message,
         });
     });
     completed = completed && ran;
-    m_lastReferences = ex.references;
-    m_lastHandedOver = ex.handedOver;
-    m_lastSilent = ex.silent;
-    return_status = completed ? ex.status(sms_det) : ModemAnswers::kStatusConnectionError;
+    endSubmission(ex, completed, sms_det, return_status);
     return completed;
 }
 
 bool MFCSMS::Send_Text_SMS(int fd, const QString& number, const QString& message, const QString& smsc_num,
                            bool flash_sms, bool /*unicode_sms*/, const QString& port_name_str,
                            QString& return_status, const QString& sms_det, std::stop_token stop) {
-    return_status = ModemAnswers::kStatusNoError;
-    m_lastReferences.clear();
+    beginSubmission();
     Exchange ex(fd, false, number, smsc_num, flash_sms, std::move(stop));
     bool completed = true;
     const bool ran = Guard::run("Send_Text_SMS", [&] {
@@ -236,7 +254,7 @@ bool MFCSMS::Send_Text_SMS(int fd, const QString& number, const QString& message
             TextModeCharsets::choose(TextModeCharsets::offered(GET_CSCS_SUPPORTEDResponse(fd)), message);
         if (!charset) {
             Show_NSLog_Message(QStringLiteral("Text mode cannot carry this text on this modem."));
-            return_status = ModemAnswers::kStatusTextModeCannotCarry;
+            ex.fail(Outcome::Refused, ModemAnswers::kStatusTextModeCannotCarry); // PDU mode may carry it
             return;
         }
         const bool unicode = charset->ucs2Coding();
@@ -271,10 +289,24 @@ bool MFCSMS::Send_Text_SMS(int fd, const QString& number, const QString& message
             GET_And_SET_Cus_SMSC(smsc_num, fd, port_name_str);
     });
     completed = completed && ran;
+    endSubmission(ex, completed, sms_det, return_status);
+    return completed;
+}
+
+void MFCSMS::endSubmission(const Exchange& ex, bool completed, const QString& sms_det,
+                           QString& return_status) {
+    m_lastOutcome = ex.outcome(completed, sms_det);
+    m_lastOutcome.device = m_port_name;
     m_lastReferences = ex.references;
     m_lastHandedOver = ex.handedOver;
     m_lastSilent = ex.silent;
-    if (return_status == ModemAnswers::kStatusNoError)
-        return_status = completed ? ex.status(sms_det) : ModemAnswers::kStatusConnectionError;
-    return completed;
+    return_status = m_lastOutcome.text();
+}
+
+void MFCSMS::beginSubmission() {
+    // Until this one ends, nothing of the last one may be taken for it.
+    m_lastOutcome = SendOutcome{};
+    m_lastReferences.clear();
+    m_lastHandedOver = false;
+    m_lastSilent = false;
 }

@@ -144,17 +144,6 @@ bool isRefusal(const QString& status) {
     return status == kError || head.contains(QLatin1String("CMS")) || head.contains(QLatin1String("CME"));
 }
 
-QString submissionStatus(bool dialogueCompleted, const QString& recorded, const QString& sms_det,
-                         bool unanswered) {
-    if (!dialogueCompleted)
-        return kStatusConnectionError;
-    if (isRefusal(recorded))
-        return recorded;
-    if (unanswered)
-        return kStatusUnknown;
-    return sms_det == kCapabilityNotDetected ? kStatusSentToDevice : kStatusSent;
-}
-
 std::optional<int> messageReference(const QString& answer) {
     for (QStringView line : QStringView(answer).split(u'\n')) {
         line = line.trimmed();
@@ -189,14 +178,6 @@ bool isRetryableRefusal(const QString& status) {
 }
 
 bool isUnknown(const QString& status) { return partOutcome(status) == kStatusUnknown; }
-
-QString partFailureStatus(int part, int total, const QString& failure) {
-    return QStringLiteral("Part %1 of %2: %3").arg(part).arg(total).arg(failure);
-}
-
-QString stoppedBetweenPartsStatus(int sentParts, int total) {
-    return QStringLiteral("Stopped after part %1 of %2.").arg(sentParts).arg(total);
-}
 
 QString serviceCentreCommand(const QString& number) {
     const int type = number.startsWith(QLatin1Char('+')) ? 145 : 129;

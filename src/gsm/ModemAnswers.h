@@ -2,6 +2,7 @@
 // Judging what a modem answered: pure functions, text in and value out, kept apart from the
 // port so that every rule can be checked against recorded answers.
 #include "SmsFormat.h"
+#include "device/SendOutcome.h"
 
 #include <QString>
 
@@ -52,8 +53,12 @@ inline QString formatRefusal(bool pdu) {
 // A recorded status that is the modem's refusal: "ERROR", or "CMS"/"CME" in its first four characters.
 bool isRefusal(const QString& status);
 
-inline const QString kStatusSent = QStringLiteral("Message sent successfully.");
-inline const QString kStatusSentToDevice = QStringLiteral("Message sent to device.");
+// The outcomes' words are the device layer's; these names stay for the callers above.
+using ::kStatusConnectionError;
+using ::kStatusSent;
+using ::kStatusSentToDevice;
+using ::kStatusUnknown;
+
 // A status that says the network (or the modem on its behalf) turned the message down, so
 // that another attempt, through another port, may succeed: "+CMS ERROR: 38", "ERROR",
 // "Part 2 of 3: +CMS ERROR: 38", or text mode that cannot carry the text.
@@ -61,28 +66,13 @@ bool isRetryableRefusal(const QString& status);
 
 // True for the two statuses that mean the network took the message.
 inline bool isSent(const QString& status) { return status == kStatusSent || status == kStatusSentToDevice; }
-inline const QString kStatusConnectionError = QStringLiteral("Device Connection Error!");
-inline const QString kStatusNoError = QStringLiteral("NONE_ERROR");
+// A device whose SMS capability the probe could not prove: what it accepts is "sent to device".
 inline const QString kCapabilityNotDetected = QStringLiteral("Not Detected");
 
-// A message handed over (its body and Ctrl-Z written) that the modem neither confirmed
-// ("+CMGS: <mr>" and "OK") nor refused: the network may well have it. Never sent, and never a
-// refusal to retry: a retry would text the person twice.
-inline const QString kStatusUnknown = QStringLiteral("Unknown (may have been sent)");
-// kStatusUnknown, alone or as a long message's part status ("Part 2 of 3: Unknown (may have been sent)").
+// kStatusUnknown, alone or as a long message's part status ("Part 2 of 3: Unknown (may have
+// been sent)"): handed over, neither confirmed nor refused. Never sent, and never a refusal to
+// retry: a retry would text the person twice.
 bool isUnknown(const QString& status);
-
-// The status text a submission ends with; unanswered: a handed-over part got neither a
-// reference nor a refusal within the answer wait.
-QString submissionStatus(bool dialogueCompleted, const QString& recorded, const QString& sms_det,
-                         bool unanswered = false);
-
-// A long message whose part was refused or not answered: "Part 2 of 3: +CMS ERROR: 38",
-// "Part 2 of 3: Unknown (may have been sent)".
-QString partFailureStatus(int part, int total, const QString& failure);
-
-// A long message that Stop ended between its parts: "Stopped after part 1 of 3.".
-QString stoppedBetweenPartsStatus(int sentParts, int total);
 
 // A text that none of the modem's text-mode character sets carries exactly: refused before
 // anything was typed, so nothing garbled reaches the recipient.

@@ -1,5 +1,5 @@
 // Messages handed to the virtual modem in both modes: what the network received (decoded on
-// the modem's side, independently of our encoder), the status texts, stops and unplugging.
+// the modem's side, independently of our encoder), how each submission ends, stops and unplugging.
 #include "QStringPrinting.h"
 
 #include "core/Log.h"
@@ -12,10 +12,12 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSet>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <stop_token>
 #include <thread>
 
@@ -83,6 +85,14 @@ struct ModemUnderTest {
     int fd = -1;
     std::stop_source stop; // the run's Stop button
 };
+
+// What the network shows for a text: the pieces of a text-mode message joined in order.
+QString deliveredText(const QList<sim::ReceivedMessage>& received) {
+    QString text;
+    for (const sim::ReceivedMessage& message : received)
+        text += message.text;
+    return text;
+}
 
 using MFCSMSSubmission = ::testing::Test;
 
@@ -215,54 +225,111 @@ TEST_F(MFCSMSSubmission, AFormatTheModemRefusesIsNeverTypedIn) {
     halfPdu.pduModeRefused = true;
     ModemUnderTest m(halfPdu);
     ASSERT_FALSE(m.prepare(Mode::Pdu));
-    EXPECT_TRUE(m.session.formatRefused());
-    QString status;
-    EXPECT_TRUE(m.send(Mode::Pdu, kNumber, "Hello", status));
-    EXPECT_EQ(status, "Not sent: the device refused PDU Mode (AT+CMGF=0).");
-    EXPECT_FALSE(m.session.lastSubmissionHandedOver());
-    EXPECT_EQ(m.commandCount("AT+CMGS"), 0); // a PDU length typed in text mode would be a number
-    EXPECT_TRUE(m.modem.received().isEmpty());
-    // Text mode still works on it.
-    ASSERT_TRUE(m.prepare(Mode::Text));
+    EXPECT_TRUE(m.session.formatRefused()); // what a PDU message then ends with: see below
+    ASSERT_TRUE(m.prepare(Mode::Text));     // text mode still works on it
     EXPECT_FALSE(m.session.formatRefused());
+    QString status;
     EXPECT_TRUE(m.send(Mode::Text, kNumber, "Hello", status));
     EXPECT_EQ(status, "Message sent successfully.");
 }
 
-TEST_F(MFCSMSSubmission, StatusTexts) {
+// Every way a submission ends, as the outcome a run decides on and the words the operator
+// reads; "sent" only where the network's log holds the whole message.
+TEST_F(MFCSMSSubmission, EverySubmissionEndsInATypedOutcome) {
+    using Setup = void (*)(sim::ModemBehaviour&, std::stop_source); // the source is the run's Stop
+    const Setup asIs = [](sim::ModemBehaviour&, std::stop_source) {};
+    const Setup refuseSecondPart = [](sim::ModemBehaviour& b, std::stop_source) {
+        b.cmsErrorForSubmission[2] = 38;
+    };
+    const Setup gsmCharsetOnly = [](sim::ModemBehaviour& b, std::stop_source) { b.characterSets = {"GSM"}; };
+    const Setup refusePduMode = [](sim::ModemBehaviour& b, std::stop_source) { b.pduModeRefused = true; };
+    const Setup silentAtOnce = [](sim::ModemBehaviour& b, std::stop_source) { b.silentAfterMessages = 0; };
+    const Setup silentAfterOne = [](sim::ModemBehaviour& b, std::stop_source) { b.silentAfterMessages = 1; };
+    const Setup stopInFirstPart = [](sim::ModemBehaviour& b, std::stop_source stop) {
+        b.afterAccepting = [stop]() mutable { stop.request_stop(); }; // while the network takes it
+    };
+    const Setup unplugAfterOne = [](sim::ModemBehaviour& b, std::stop_source) { b.unplugAfterParts = 1; };
+    const QString sentText = "Message sent successfully.", lineError = "Device Connection Error!";
+    const QString unknownText = "Unknown (may have been sent)";
     const struct {
         const char* name;
         Mode mode;
-        QString number;
-        QString capability;
-        QString message;
-        bool fallsSilent; // after the preparation
-        QString expected;
+        QString number, message;
+        Setup setUp;
+        Outcome outcome;
+        QString text;
+        int part, parts, references;
+        int networkParts; // of this message in the network's log
+        QString capability = "Yes";
+        bool unpluggedFirst = false;
     } cases[] = {
-        {"refused in PDU mode", Mode::Pdu, kRefusedNumber, "Yes", "Hi", false, "+CMS ERROR: 38"},
-        {"refused in text mode", Mode::Text, kRefusedNumber, "Yes", "Hi", false, "+CMS ERROR: 38"},
-        {"refused long message", Mode::Pdu, kRefusedNumber, "Yes", gsmText(200), false,
-         "Part 1 of 2: +CMS ERROR: 38"},
-        {"unproven device, PDU", Mode::Pdu, kNumber, "Not Detected", "Hi", false, "Message sent to device."},
-        {"unproven device, text", Mode::Text, kNumber, "Not Detected", "Hi", false,
-         "Message sent to device."},
-        {"unproven device refused", Mode::Pdu, kRefusedNumber, "Not Detected", "Hi", false, "+CMS ERROR: 38"},
-        // Neither a reference nor an error: the network may or may not have it; never "sent".
-        {"no answer at all", Mode::Pdu, kNumber, "Yes", "Hi", true, "Unknown (may have been sent)"},
-        {"no answer in text mode", Mode::Text, kNumber, "Yes", "Hi", true, "Unknown (may have been sent)"},
+        {"accepted", Mode::Pdu, kNumber, "Hi", asIs, Outcome::Sent, sentText, 0, 1, 1, 1},
+        {"accepted in three parts", Mode::Pdu, kNumber, gsmText(400), asIs, Outcome::Sent, sentText, 0, 3, 3,
+         3},
+        {"accepted as two text messages", Mode::Text, kNumber, gsmText(300), asIs, Outcome::Sent, sentText, 0,
+         2, 2, 2},
+        {"accepted by an unproven device", Mode::Text, kNumber, "Hi", asIs, Outcome::SentToDevice,
+         "Message sent to device.", 0, 1, 1, 1, "Not Detected"},
+        {"refused", Mode::Pdu, kRefusedNumber, "Hi", asIs, Outcome::Refused, "+CMS ERROR: 38", 1, 1, 0, 0},
+        {"refused by an unproven device in text mode", Mode::Text, kRefusedNumber, "Hi", asIs,
+         Outcome::Refused, "+CMS ERROR: 38", 1, 1, 0, 0, "Not Detected"},
+        {"part 2 of 3 refused", Mode::Pdu, kNumber, gsmText(400), refuseSecondPart, Outcome::Refused,
+         "Part 2 of 3: +CMS ERROR: 38", 2, 3, 1, 1},
+        // Another port, in PDU mode, may carry it.
+        {"text mode cannot carry it", Mode::Text, kNumber, cyrillicText(10), gsmCharsetOnly, Outcome::Refused,
+         ModemAnswers::kStatusTextModeCannotCarry, 0, 1, 0, 0},
+        // Nothing typed: a PDU's length typed in text mode would be taken for a number.
+        {"format refused", Mode::Pdu, kNumber, "Hi", refusePduMode, Outcome::NotSent,
+         "Not sent: the device refused PDU Mode (AT+CMGF=0).", 1, 1, 0, 0},
+        // The network has it, the modem never said so: never "sent", and never sent again.
+        {"unanswered", Mode::Pdu, kNumber, "Hi", silentAtOnce, Outcome::Unknown, unknownText, 1, 1, 0, 1},
+        {"part 2 of 3 unanswered", Mode::Pdu, kNumber, gsmText(400), silentAfterOne, Outcome::Unknown,
+         "Part 2 of 3: " + unknownText, 2, 3, 1, 2},
+        // Never "sent": the handset has a fragment.
+        {"stopped between parts", Mode::Pdu, kNumber, gsmText(400), stopInFirstPart, Outcome::Stopped,
+         "Stopped after part 1 of 3.", 1, 3, 1, 1},
+        {"stopped between text messages", Mode::Text, kNumber, gsmText(400), stopInFirstPart,
+         Outcome::Stopped, "Stopped after part 1 of 3.", 1, 3, 1, 1},
+        {"line lost after a part", Mode::Pdu, kNumber, gsmText(300), unplugAfterOne, Outcome::LineFailed,
+         lineError, 2, 2, 1, 1},
+        {"line lost after a text message", Mode::Text, kNumber, gsmText(300), unplugAfterOne,
+         Outcome::LineFailed, lineError, 2, 2, 1, 1},
+        {"line lost before the message", Mode::Pdu, kNumber, "Hi", asIs, Outcome::NotHandedOver, lineError, 1,
+         1, 0, 0, "Yes", true},
     };
     for (const auto& c : cases) {
         sim::ModemBehaviour behaviour;
         behaviour.cmsErrorForNumber.insert(kRefusedNumber, 38);
+        std::stop_source stop;
+        c.setUp(behaviour, stop);
         ModemUnderTest m(behaviour);
-        ASSERT_TRUE(m.prepare(c.mode)) << c.name;
-        if (c.fallsSilent) {
-            behaviour.silent = true;
-            m.modem.setBehaviour(behaviour);
-        }
+        m.stop = stop;
+        if (c.unpluggedFirst)
+            m.modem.unplug();
+        m.prepare(c.mode); // a refused format or a lost line shows in the outcome
         QString status;
-        EXPECT_TRUE(m.send(c.mode, c.number, c.message, status, false, false, {}, c.capability)) << c.name;
-        EXPECT_EQ(status, c.expected) << c.name;
+        const bool completed = m.send(c.mode, c.number, c.message, status, false, false, {}, c.capability);
+        const SendOutcome outcome = m.session.lastOutcome();
+        EXPECT_EQ(outcome.outcome, c.outcome) << c.name;
+        EXPECT_EQ(outcome.text(), c.text) << c.name;
+        EXPECT_EQ(status, c.text) << c.name;
+        EXPECT_EQ(completed, !outcome.deviceFailed()) << c.name;
+        EXPECT_EQ(outcome.part, c.part) << c.name;
+        EXPECT_EQ(outcome.parts, c.parts) << c.name;
+        EXPECT_EQ(outcome.references.size(), c.references) << c.name;
+        EXPECT_EQ(QSet<int>(outcome.references.begin(), outcome.references.end()).size(), c.references)
+            << c.name;
+        const QList<sim::ReceivedMessage> received = m.modem.received();
+        int networkParts = 0;
+        for (const sim::ReceivedMessage& message : received)
+            networkParts += message.parts;
+        EXPECT_EQ(networkParts, c.networkParts) << c.name;
+        if (outcome.delivered()) {
+            EXPECT_EQ(deliveredText(received), c.message) << c.name;
+            EXPECT_TRUE(std::all_of(received.begin(), received.end(), [](const sim::ReceivedMessage& r) {
+                return r.complete;
+            })) << c.name;
+        }
     }
 }
 
@@ -304,7 +371,6 @@ TEST_F(MFCSMSSubmission, SilenceAfterTheHandOverIsUnknownNotFailed) {
     const struct {
         const char* name;
         Mode mode;
-        QString number;
         QString message;
         int silentAfter;  // messages (parts) the modem answers before it falls silent
         bool radioOff;    // "AT+CFUN=0": every "AT+CMGS" is refused before any text is taken
@@ -312,18 +378,13 @@ TEST_F(MFCSMSSubmission, SilenceAfterTheHandOverIsUnknownNotFailed) {
         bool silent;
         int receivedParts; // of the last message, by the network's log
     } cases[] = {
-        {"PDU", Mode::Pdu, kNumber, "Hi", 1, false, "Unknown (may have been sent)", true, 1},
-        {"text mode", Mode::Text, kNumber, "Hi", 1, false, "Unknown (may have been sent)", true, 1},
-        {"second part of a long message", Mode::Pdu, kNumber, gsmText(400), 2, false,
+        {"text mode", Mode::Text, "Hi", 1, false, "Unknown (may have been sent)", true, 1},
+        {"second part of a long message", Mode::Pdu, gsmText(400), 2, false,
          "Part 2 of 3: Unknown (may have been sent)", true, 2},
-        {"refused before the modem falls silent", Mode::Pdu, kRefusedNumber, "Hi", 1, false, "+CMS ERROR: 38",
-         false, 0},
-        {"command refused: nothing typed after it", Mode::Pdu, kNumber, "Hi", -1, true, "+CMS ERROR: 331",
-         false, 0},
+        {"command refused: nothing typed after it", Mode::Pdu, "Hi", -1, true, "+CMS ERROR: 331", false, 0},
     };
     for (const auto& c : cases) {
         sim::ModemBehaviour behaviour;
-        behaviour.cmsErrorForNumber.insert(kRefusedNumber, 38);
         behaviour.silentAfterMessages = c.silentAfter;
         ModemUnderTest m(behaviour);
         ASSERT_TRUE(m.prepare(c.mode)) << c.name;
@@ -338,19 +399,18 @@ TEST_F(MFCSMSSubmission, SilenceAfterTheHandOverIsUnknownNotFailed) {
             ASSERT_TRUE(m.session.Read_Command(m.fd, "OK")) << c.name;
         }
         const qsizetype before = m.modem.received().size();
-        EXPECT_TRUE(m.send(c.mode, c.number, c.message, status)) << c.name;
+        EXPECT_TRUE(m.send(c.mode, kNumber, c.message, status)) << c.name;
         EXPECT_EQ(status, c.expected) << c.name;
         EXPECT_EQ(m.session.lastSubmissionSilent(), c.silent) << c.name;
         EXPECT_EQ(m.session.lastSubmissionHandedOver(), !c.radioOff) << c.name;
-        EXPECT_FALSE(ModemAnswers::isSent(status)) << c.name;
-        EXPECT_EQ(ModemAnswers::isRetryableRefusal(status), !c.silent) << c.name;
+        EXPECT_EQ(m.session.lastOutcome().outcome, c.silent ? Outcome::Unknown : Outcome::Refused) << c.name;
         const QList<sim::ReceivedMessage> received = m.modem.received();
         if (c.receivedParts == 0) {
             EXPECT_EQ(received.size(), before) << c.name;
             continue;
         }
         ASSERT_EQ(received.size(), before + 1) << c.name;
-        EXPECT_EQ(received.last().number, c.number) << c.name;
+        EXPECT_EQ(received.last().number, kNumber) << c.name;
         EXPECT_EQ(received.last().parts, c.receivedParts) << c.name;
         if (c.receivedParts == 1) {
             EXPECT_EQ(received.last().text, c.message) << c.name;
@@ -360,36 +420,6 @@ TEST_F(MFCSMSSubmission, SilenceAfterTheHandOverIsUnknownNotFailed) {
         EXPECT_EQ(status, "Unknown (may have been sent)") << c.name;
         EXPECT_TRUE(m.session.lastSubmissionSilent()) << c.name;
         EXPECT_EQ(m.modem.received().size(), received.size()) << c.name;
-    }
-}
-
-TEST_F(MFCSMSSubmission, AcceptedMessagesKeepTheirNetworkReferences) {
-    ModemUnderTest m;
-    ASSERT_TRUE(m.prepare(Mode::Pdu));
-    QString status;
-    ASSERT_TRUE(m.send(Mode::Pdu, kNumber, gsmText(300), status));
-    EXPECT_EQ(status, "Message sent successfully.");
-    const QList<int> references = m.session.lastMessageReferences();
-    ASSERT_EQ(references.size(), 2); // one per part
-    EXPECT_NE(references.at(0), references.at(1));
-}
-
-TEST_F(MFCSMSSubmission, DeviceOpenedInTheCallersOrderWorksEveryTime) {
-    // Line set-up to prove the device, release it, then the session port; closed and again.
-    sim::VirtualModem modem;
-    ASSERT_TRUE(modem.start());
-    MFCSMS session;
-    for (int round = 1; round <= 3; ++round) {
-        const int lineFd = session.OpenSerialPort(modem.devicePath());
-        ASSERT_GE(lineFd, 0) << round;
-        session.CloseSerialPort(lineFd);
-        int fd = -1;
-        session.initPort_with_decp(modem.devicePath(), fd);
-        ASSERT_NE(session.port(), nullptr) << round;
-        session.port()->setReadTimeout(kQuietSeconds);
-        EXPECT_TRUE(session.Check_Connection(fd)) << round;
-        EXPECT_TRUE(session.Prepare_Modem_For_PDU_SMS(fd)) << round;
-        session.closePort();
     }
 }
 
@@ -427,49 +457,6 @@ TEST_F(MFCSMSSubmission, SlowOrChattyModemsAreWaitedFor) {
         ASSERT_EQ(m.modem.received().size(), 1) << c.name;
         EXPECT_EQ(m.modem.received()[0].text, gsmText(300)) << c.name;
     }
-}
-
-TEST_F(MFCSMSSubmission, StopEndsALongMessageAfterTheCurrentPart) {
-    for (Mode mode : {Mode::Pdu, Mode::Text}) {
-        // The operator presses Stop while the modem is taking the first part.
-        std::atomic<std::stop_source*> stop{nullptr};
-        sim::ModemBehaviour behaviour;
-        behaviour.afterAccepting = [&stop] {
-            if (std::stop_source* source = stop.load())
-                source->request_stop();
-        };
-        ModemUnderTest m(behaviour);
-        stop = &m.stop;
-        ASSERT_TRUE(m.prepare(mode));
-        QString status;
-        const bool result = m.send(mode, kNumber, gsmText(400), status);
-        EXPECT_TRUE(result);
-        EXPECT_EQ(status, "Stopped after part 1 of 3."); // never "sent": the handset has a fragment
-        EXPECT_EQ(m.commandCount("AT+CMGS="), 1);
-        const QList<sim::ReceivedMessage> received = m.modem.received();
-        ASSERT_EQ(received.size(), 1);
-        EXPECT_EQ(received[0].parts, 1);
-    }
-}
-
-TEST_F(MFCSMSSubmission, UnpluggedModemGivesAConnectionError) {
-    for (Mode mode : {Mode::Pdu, Mode::Text}) {
-        sim::ModemBehaviour behaviour;
-        behaviour.unplugAfterParts = 1;
-        ModemUnderTest m(behaviour);
-        ASSERT_TRUE(m.prepare(mode));
-        QString status;
-        EXPECT_FALSE(m.send(mode, kNumber, gsmText(300), status));
-        EXPECT_EQ(status, "Device Connection Error!");
-    }
-}
-
-// What the network shows for a text: the pieces of a text-mode message joined in order.
-QString deliveredText(const QList<sim::ReceivedMessage>& received) {
-    QString text;
-    for (const sim::ReceivedMessage& message : received)
-        text += message.text;
-    return text;
 }
 
 QString everyGsmCharacter(bool extension) {

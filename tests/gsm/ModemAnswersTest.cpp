@@ -197,35 +197,6 @@ TEST(ModemAnswers, UnsolicitedLinesTakenOut) {
     }
 }
 
-TEST(ModemAnswers, SubmissionStatus) {
-    const struct {
-        const char* name;
-        bool completed;
-        QString recorded;
-        QString capability;
-        bool unanswered;
-        QString expected;
-    } cases[] = {
-        {"line failed", false, "NONE_ERROR", "Yes", false, "Device Connection Error!"},
-        {"line failed after a refusal", false, "+CMS ERROR: 38", "Yes", false, "Device Connection Error!"},
-        {"accepted", true, "NONE_ERROR", "Yes", false, "Message sent successfully."},
-        {"accepted by an unproven device", true, "NONE_ERROR", "Not Detected", false,
-         "Message sent to device."},
-        {"refused", true, "+CMS ERROR: 38", "Yes", false, "+CMS ERROR: 38"},
-        {"refused by an unproven device", true, "+CMS ERROR: 38", "Not Detected", false, "+CMS ERROR: 38"},
-        {"equipment error", true, "+CME ERROR: 3", "Yes", false, "+CME ERROR: 3"},
-        {"bare error", true, "ERROR", "Yes", false, "ERROR"},
-        {"vendor error judged earlier", true, "+CMS ERROR:500", "Yes", false, "+CMS ERROR:500"},
-        {"no answer", true, "NONE_ERROR", "Yes", true, "Unknown (may have been sent)"},
-        {"no answer from an unproven device", true, "NONE_ERROR", "Not Detected", true,
-         "Unknown (may have been sent)"},
-        {"refused last part after an unanswered one", true, "+CMS ERROR: 38", "Yes", true, "+CMS ERROR: 38"},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(submissionStatus(c.completed, c.recorded, c.capability, c.unanswered), c.expected)
-            << c.name;
-}
-
 // How a run treats each status: counted as sent, given to another attempt, or of unknown
 // fate. An unknown one is neither: sending it again could text the person twice.
 TEST(ModemAnswers, StatusKinds) {

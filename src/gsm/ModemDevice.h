@@ -1,0 +1,57 @@
+#pragma once
+// A GSM modem as a sending run sees it: one MFCSMS session on one port, handed messages one
+// at a time in the mode its device record names. The session belongs to the caller (the pool
+// of sessions outlives every run); the device only uses it between open() and close().
+#include "SmsMode.h"
+#include "device/SendingDevice.h"
+
+#include <QString>
+
+#include <memory>
+
+class MFCSMS;
+
+// What the device record says of the modem, as the run found it when it started.
+struct ModemDetails {
+    SmsMode mode = SmsMode::Unknown;
+    QString smsc;       // the custom service centre; "" for the modem's own
+    QString capability; // "SMS_CAPABLE": "Not Detected" makes an accepted message "sent to device"
+};
+
+class ModemDevice final : public SendingDevice {
+public:
+    // Proves the line (a raw open and close of the device), opens the session's port on it
+    // (or keeps the one already open there) and checks that the modem answers. nullptr when
+    // it cannot be used; *lineNotWorking (when given) then says whether the line itself failed,
+    // which the operator is told, rather than the modem behind it.
+    static std::unique_ptr<ModemDevice> open(MFCSMS& session, const QString& path,
+                                             const ModemDetails& details, bool* lineNotWorking = nullptr);
+
+    QString name() const override { return m_path; }
+    // Sets the modem's message format; "" when it took it, else why it cannot send
+    // ("the device refused PDU Mode (AT+CMGF=0)"). A modem of unknown mode stays: its
+    // messages end "not sent" one by one, and endOfRunNotice() says why.
+    QString prepare(bool deliveryReports) override;
+    SendOutcome send(const OutgoingMessage& message, std::stop_token stop) override;
+
+    bool deliveryReports() const override { return m_reportsRouted; }
+    QString noDeliveryReportsReason() const override;
+    QList<DeliveryReport> takeDeliveryReports() override;
+    // Reads the line for this long in real time (already scaled), as the session does.
+    void listenForDeliveryReports(std::chrono::milliseconds duration) override;
+    bool stillAnswers() override;
+    QString endOfRunNotice() const override;
+    // Closes the session's port.
+    void close() override;
+
+    const ModemDetails& details() const { return m_details; }
+
+private:
+    ModemDevice(MFCSMS& session, QString path, ModemDetails details, int fd);
+
+    MFCSMS& m_session;
+    const QString m_path;
+    const ModemDetails m_details;
+    const int m_fd;
+    bool m_reportsRouted = false;
+};

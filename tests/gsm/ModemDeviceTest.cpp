@@ -1,0 +1,141 @@
+// A modem as a sending run's device, against the virtual modem: opened, readied in the mode
+// of its record, handed messages, and the network's delivery reports handed back.
+#include "QStringPrinting.h"
+
+#include "core/Clock.h"
+#include "gsm/MFCSMS.h"
+#include "gsm/ModemDevice.h"
+#include "sim/VirtualModem.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+const QString kNumber = QStringLiteral("+447700900001");
+
+// The device reads with the sending ports' prescribed time-out of a second: on this clock
+// 20 ms, which leaves a busy machine's virtual modem time to answer.
+class ModemDeviceTest : public ::testing::Test {
+protected:
+    void SetUp() override { Clock::setScale(0.02); }
+    void TearDown() override { Clock::setScale(0.001); }
+};
+
+TEST_F(ModemDeviceTest, SendsInTheModeOfItsRecord) {
+    const struct {
+        const char* name;
+        SmsMode mode;
+        bool pduModeRefused;
+        QString prepared; // what prepare() says
+        Outcome outcome;
+        QString text;
+        QString network; // what the network got
+        QString endOfRunNotice;
+    } cases[] = {
+        {"PDU", SmsMode::Pdu, false, "", Outcome::Sent, "Message sent successfully.", "PDU: Hello", ""},
+        {"text", SmsMode::Text, false, "", Outcome::Sent, "Message sent successfully.", "TEXT: Hello", ""},
+        // Never typed in the other format, where it would go out garbled or to a wrong number.
+        {"PDU refused", SmsMode::Pdu, true, "the device refused PDU Mode (AT+CMGF=0)", Outcome::NotSent,
+         "Not sent: the device refused PDU Mode (AT+CMGF=0).", "", ""},
+        {"mode unknown", SmsMode::Unknown, false, "", Outcome::NotSent, "Error : +CMS ERROR: 500.", "",
+         "Selected device is not working properly.Could not initialize device.\n"},
+    };
+    for (const auto& c : cases) {
+        sim::ModemBehaviour behaviour;
+        behaviour.pduModeRefused = c.pduModeRefused;
+        sim::VirtualModem modem({}, behaviour);
+        ASSERT_TRUE(modem.start()) << c.name;
+        MFCSMS session;
+        const std::unique_ptr<ModemDevice> device =
+            ModemDevice::open(session, modem.devicePath(), {c.mode, "", "Yes"});
+        ASSERT_NE(device, nullptr) << c.name;
+        EXPECT_EQ(device->name(), modem.devicePath()) << c.name;
+        EXPECT_EQ(device->prepare(false), c.prepared) << c.name;
+        const SendOutcome outcome = device->send({kNumber, "Hello", false, false}, {});
+        EXPECT_EQ(outcome.outcome, c.outcome) << c.name;
+        EXPECT_EQ(outcome.text(), c.text) << c.name;
+        EXPECT_EQ(outcome.device, modem.devicePath()) << c.name;
+        const QList<sim::ReceivedMessage> received = modem.received();
+        EXPECT_EQ(received.isEmpty() ? "" : received[0].mode + ": " + received[0].text, c.network) << c.name;
+        EXPECT_EQ(device->endOfRunNotice(), c.endOfRunNotice) << c.name;
+        EXPECT_TRUE(device->stillAnswers()) << c.name;
+        device->close();
+        EXPECT_EQ(session.port(), nullptr) << c.name;
+        EXPECT_NE(ModemDevice::open(session, modem.devicePath(), {c.mode, "", "Yes"}), nullptr)
+            << c.name; // again
+    }
+}
+
+TEST_F(ModemDeviceTest, ADeviceThatCannotSendIsNotOpened) {
+    MFCSMS session;
+    const ModemDetails pdu{SmsMode::Pdu, "", "Yes"};
+    bool lineNotWorking = false;
+    EXPECT_EQ(ModemDevice::open(session, "/nonexistent/tty", pdu, &lineNotWorking), nullptr);
+    EXPECT_TRUE(lineNotWorking); // the operator is told the line does not work
+
+    // The line works, the modem behind it never answers.
+    sim::ModemBehaviour silent;
+    silent.silent = true;
+    sim::VirtualModem modem({}, silent);
+    ASSERT_TRUE(modem.start());
+    EXPECT_EQ(ModemDevice::open(session, modem.devicePath(), pdu, &lineNotWorking), nullptr);
+    EXPECT_FALSE(lineNotWorking);
+    EXPECT_EQ(session.port(), nullptr); // the port is not kept
+}
+
+TEST_F(ModemDeviceTest, DeliveryReportsReachTheRunWhereTheModemHandsThemOver) {
+    const struct {
+        const char* name;
+        SmsMode mode;
+        bool storedOnly;     // the modem keeps reports and says where ("+CDSI")
+        bool routingRefused; // it refuses both ways of handing them over
+    } cases[] = {
+        {"PDU, handed straight over", SmsMode::Pdu, false, false},
+        {"text, handed straight over", SmsMode::Text, false, false},
+        {"PDU, kept by the modem", SmsMode::Pdu, true, false},
+        {"refused", SmsMode::Pdu, false, true},
+    };
+    for (const auto& c : cases) {
+        sim::ModemBehaviour behaviour;
+        behaviour.reportsStoredOnly = c.storedOnly;
+        behaviour.deliveryStatusForNumber.insert(kNumber, 64); // permanent error: passed on as it is
+        if (c.routingRefused) {
+            behaviour.scriptedAnswers.insert("AT+CNMI=2,1,0,1,0", "\r\nERROR\r\n");
+            behaviour.scriptedAnswers.insert("AT+CNMI=2,1,0,2,0", "\r\nERROR\r\n");
+        }
+        sim::VirtualModem modem({}, behaviour);
+        ASSERT_TRUE(modem.start()) << c.name;
+        MFCSMS session;
+        const std::unique_ptr<ModemDevice> device =
+            ModemDevice::open(session, modem.devicePath(), {c.mode, "", "Yes"});
+        ASSERT_NE(device, nullptr) << c.name;
+        ASSERT_EQ(device->prepare(true), "") << c.name;
+        EXPECT_EQ(device->deliveryReports(), !c.routingRefused) << c.name;
+        const SendOutcome outcome = device->send({kNumber, "Report this", false, false}, {});
+        ASSERT_EQ(outcome.outcome, Outcome::Sent) << c.name;
+        ASSERT_EQ(outcome.references.size(), 1) << c.name;
+        ASSERT_EQ(modem.received().size(), 1) << c.name;
+        // A report is asked of the network only where it will reach us.
+        EXPECT_EQ(modem.received()[0].reportRequested, !c.routingRefused) << c.name;
+        if (c.routingRefused) {
+            EXPECT_EQ(device->noDeliveryReportsReason(),
+                      "No delivery reports: the device refused to hand them over or keep them (AT+CNMI).");
+            continue;
+        }
+        QList<DeliveryReport> reports;
+        const auto until = std::chrono::steady_clock::now() + Clock::scaled(30s);
+        do {
+            device->listenForDeliveryReports(std::chrono::ceil<std::chrono::milliseconds>(Clock::scaled(1s)));
+            reports += device->takeDeliveryReports();
+        } while (reports.isEmpty() && std::chrono::steady_clock::now() < until);
+        ASSERT_EQ(reports.size(), 1) << c.name;
+        EXPECT_EQ(reports[0].reference, outcome.references[0]) << c.name;
+        EXPECT_EQ(reports[0].status, 64) << c.name;
+    }
+}
+
+} // namespace
