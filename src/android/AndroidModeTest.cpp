@@ -1,8 +1,8 @@
 #include "AndroidModeTest.h"
 
 #include "AdbRunner.h"
-#include "Bulk_SMSAppDelegate.h"
 #include "CompanionApp.h"
+#include "CompanionStart.h"
 #include "PhoneStorage.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"

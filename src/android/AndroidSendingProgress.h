@@ -39,28 +39,30 @@ public:
     void Stop_Btn();
     bool stopRequested() const { return m_stop; }
     bool held() const { return m_held; }
-    // Waits while the operator is being asked whether to stop; false when the run stopped.
-    bool waitWhileHeld(const std::function<bool()>& stopped) const;
     // A new run's stop (before its thread starts).
-    void clearStop() {
-        m_stop = false;
-        m_stopSource = std::stop_source();
-    }
+    void clearStop() { m_stop = false; }
     void requestStop() {
         m_stop = true;
-        m_stopSource.request_stop();
         m_held = false;
+        if (m_stopRun)
+            m_stopRun();
     }
-    // Ends a delayed-delivery pause at once.
-    std::stop_token stopToken() const { return m_stopSource.get_token(); }
+    // The run the window shows: held while the operator is asked, stopped on Yes.
+    void setRunControls(std::function<void(bool)> hold, std::function<void()> stop) {
+        m_holdRun = std::move(hold);
+        m_stopRun = std::move(stop);
+    }
 
 signals:
     void changed();
 
 private:
+    void hold(bool on);
+
     Operator& m_op;
     State m_state;
     std::atomic<bool> m_stop{false};
     std::atomic<bool> m_held{false};
-    std::stop_source m_stopSource;
+    std::function<void(bool)> m_holdRun;
+    std::function<void()> m_stopRun;
 };

@@ -3,8 +3,8 @@
 #include "AdbRunner.h"
 #include "AndroidDevices.h"
 #include "AndroidState.h"
-#include "Bulk_SMSAppDelegate.h"
 #include "CompanionApp.h"
+#include "CompanionStart.h"
 #include "PhoneStorage.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
@@ -23,13 +23,6 @@ const AdbStop kUninterrupted = [] { return false; }; // a message in hand is fin
 const QString kAppNotStarted = QStringLiteral("The companion app could not be started on the phone.");
 const QString kMessageNotCopied = QStringLiteral("The message could not be copied to the phone's storage.");
 const QString kListNotCopied = QStringLiteral("The list could not be copied to the phone's storage.");
-
-// The activity manager could not start the companion app (not installed, or gone): nothing
-// was sent, whatever the judge of the start's output says.
-bool appDidNotStart(const QString& output) {
-    return output.contains(QLatin1String("Error: Activity")) ||
-           output.contains(QLatin1String("unable to resolve Intent"));
-}
 
 // The line of a failed start that says why (the whole output may hold a stack trace).
 QString startError(const QString& output) {

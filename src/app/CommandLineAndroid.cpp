@@ -5,8 +5,8 @@
 #include "android/AndroidState.h"
 #include "android/Android_Ph_List_Wnd.h"
 #include "android/Android_TroubleShooting.h"
-#include "android/Bulk_SMSAppDelegate.h"
 #include "core/WorkerThread.h"
+#include "sending/Bulk_SMSAppDelegate.h"
 
 #include <QSet>
 

@@ -3,13 +3,13 @@
 #include "CommandLineAndroid.h"
 #include "ConsoleOperator.h"
 #include "ConsoleOutput.h"
-#include "android/Bulk_SMSAppDelegate.h"
 #include "core/FileUtils.h"
 #include "core/Launch.h"
 #include "gsm/ModemAnswers.h"
 #include "gsm/ModemDiscovery.h"
 #include "gsm/windows/Automated_GSM_Sending.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"
+#include "sending/Bulk_SMSAppDelegate.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 
 #include <QCommandLineParser>

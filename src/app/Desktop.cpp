@@ -1,9 +1,9 @@
 #include "Desktop.h"
 
-#include "android/Bulk_SMSAppDelegate.h"
 #include "core/AppState.h"
 #include "core/Launch.h"
 #include "core/Log.h"
+#include "sending/Bulk_SMSAppDelegate.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 #include "sending/ResumeRun.h"
 #include "ui/AndroidBulkSmsView.h"

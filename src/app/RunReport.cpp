@@ -2,7 +2,6 @@
 
 #include "ConsoleOutput.h"
 #include "core/RecordTable.h"
-#include "gsm/ModemAnswers.h"
 #include "sending/SMS_Sending.h"
 
 #include <QDateTime>
@@ -53,7 +52,7 @@ void RunReport::printItem(int index, bool runEnded) {
         {"number", item.number},
         {"port", item.usePort},
         {"status", item.status},
-        {"sent", ModemAnswers::isSent(item.status)},
+        {"sent", item.delivered()},
         {"references", references},
         {"attempts", item.attempts},
         {"delivery", deliveryOf(item, m_job.deliveryReportsRequested())},
@@ -73,7 +72,7 @@ void RunReport::finish() {
     int sendable = 0, sent = 0;
     for (const SendingItem& item : items) {
         sendable += !leftOutOnPurpose(item);
-        sent += ModemAnswers::isSent(item.status);
+        sent += item.delivered();
     }
     if (!m_job.unicodeSummary().isEmpty())
         printOut(m_job.unicodeSummary());
@@ -86,7 +85,7 @@ int RunReport::exitStatus() const {
     int sendable = 0, sent = 0;
     for (const SendingItem& item : m_job.items().all()) {
         sendable += !leftOutOnPurpose(item);
-        sent += ModemAnswers::isSent(item.status);
+        sent += item.delivered();
     }
     if (sent == sendable)
         return 0;

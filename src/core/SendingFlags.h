@@ -6,7 +6,3 @@
 // 1 once the operator has asked the GSM run to stop: what the windows show. The run's
 // threads stop on the run's own stop token, so one sender's Stop never stops another's.
 extern std::atomic<bool> Stop_SMS_Sending_Now;
-// 1 while a delayed-delivery pause is in progress.
-extern std::atomic<bool> Pause_Timer_Running;
-// Messages finished since the last pause, over all ports together.
-extern std::atomic<int> msg_cnt;

@@ -2,7 +2,6 @@
 
 #include "PauseCountdown.h"
 #include "core/Clock.h"
-#include "core/SendingFlags.h" // Pause_Timer_Running
 
 #include <limits>
 
@@ -34,7 +33,7 @@ void DelayedDeliveryPause::afterMessageFinished(bool allFinished, bool portFaile
         return;
     // Only the thread that turns the flag on carries the pause; the others see it and wait.
     bool expected = false;
-    if (!Pause_Timer_Running.compare_exchange_strong(expected, true))
+    if (!m_countdown.Pause_Timer_Running.compare_exchange_strong(expected, true))
         return;
     pause(m_schedule.pauseMilliseconds());
 }
@@ -49,7 +48,7 @@ void DelayedDeliveryPause::pause(qint64 totalMs) {
     call(m_hooks.resetProgress);
 
     m_countdown.GSM_Pause_Delay_Time = total - 1000;
-    Pause_Timer_Running = true;
+    m_countdown.Pause_Timer_Running = true;
     m_countdown.startCountdown(m_stop);
 
     // The whole pause passes on this thread: a second at a time, ending early on a stop.
@@ -66,7 +65,7 @@ void DelayedDeliveryPause::pause(qint64 totalMs) {
         m_hooks.showCurrentMessageLabel(true);
     m_counter -= m_schedule.count; // what finished meanwhile stays counted
     m_countdown.clearLabel();
-    Pause_Timer_Running = false;
+    m_countdown.Pause_Timer_Running = false;
     call(m_hooks.startActivity);
     m_countdown.clearLabel();
 }

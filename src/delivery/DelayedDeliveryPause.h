@@ -1,7 +1,8 @@
 #pragma once
 // Taking a delayed-delivery pause during a run. Called by a sending thread after each
 // recipient's final status; when a pause is due it shows the countdown and waits the whole
-// pause on that thread, while every other sending thread sees Pause_Timer_Running and waits.
+// pause on that thread, while every other sending thread of its owner sees the countdown's
+// Pause_Timer_Running and waits.
 #include "DelaySchedule.h"
 
 #include <atomic>

@@ -2,7 +2,6 @@
 
 #include "DelaySchedule.h"
 #include "core/Clock.h"
-#include "core/SendingFlags.h" // Pause_Timer_Running
 
 using namespace std::chrono_literals;
 

@@ -23,6 +23,8 @@ public:
     ~PauseCountdown();
 
     std::atomic<int> GSM_Pause_Delay_Time{0}; // remaining pause in milliseconds; 0 when idle
+    // True while one of the owner's sending threads takes a pause: the others wait meanwhile.
+    std::atomic<bool> Pause_Timer_Running{false};
 
     // The stop token is the run's Stop (a default token never stops).
     // Shows the countdown text for a duration in milliseconds (or ends the countdown, see Variant).

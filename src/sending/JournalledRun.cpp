@@ -48,7 +48,7 @@ std::optional<int> JournalledRun::report(const QString& device, const DeliveryRe
 }
 
 QList<int> JournalledRun::endReportWait(const QString& device) {
-    const QList<int> ended = m_items.endReportWait(device);
+    QList<int> ended = m_items.endReportWait(device);
     for (int index : ended)
         m_journal.delivery(index, m_items.at(index).delivery);
     return ended;

@@ -26,6 +26,7 @@ public:
     bool anyWaiting() const override { return m_items.anyWaiting(); }
     bool anyWaitingOrSending() const override { return m_items.anyWaitingOrSending(); }
     bool allFinished() const override { return m_items.allFinished(); }
+    int finishedCount() const override { return m_items.finishedCount(); }
     QString failure() const override { return m_journal.failure(); }
     void end() override { m_journal.end(); }
 

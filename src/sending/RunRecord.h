@@ -58,6 +58,7 @@ public:
     virtual bool anyWaiting() const = 0;
     virtual bool anyWaitingOrSending() const = 0;
     virtual bool allFinished() const = 0;
+    virtual int finishedCount() const = 0;
 
     // Why a change could not be kept ("" while every one was).
     virtual QString failure() const = 0;

@@ -1,8 +1,11 @@
 #include "SMS_Sending.h"
 
+#include "JournalledRun.h"
+
 #include "Gsm_Bulk_Sms_Wnd.h"
 #include "core/AppState.h"
 #include "core/Clock.h"
+#include "core/DataFolder.h"
 #include "core/Guard.h"
 #include "core/Log.h"
 #include "core/MainThread.h"
@@ -11,6 +14,10 @@
 #include "core/SendingLock.h"
 #include "core/TextUtils.h"
 #include "delivery/DelayedDeliveryPause.h"
+#include "gsm/MFCSMS.h"
+#include "gsm/ModemDevice.h"
+#include "gsm/ModemSessionPool.h"
+#include "stores/SentItemFile.h"
 
 using namespace std::chrono_literals;
 
@@ -21,6 +28,9 @@ const QString kNotice = QStringLiteral("Please do not operate your mobile device
                                        "execution and may result errors in process.");
 const QStringList kItemColumns = {"Number",   "Message", "Current Status", "Status",
                                   "Use Port", "Retry",   "Delivery"};
+const QString kPortNotWorking = QStringLiteral(
+    "\nSelected device is not working properly. Please use Mobiles Connection Wizard for finding device or "
+    "establishing connection.");
 } // namespace
 
 Record SMS_Sending::recordOf(const SendingItem& item) {
@@ -46,6 +56,12 @@ SMS_Sending::~SMS_Sending() {
     m_activity.stop();
     m_pause.endCountdown();
     joinThreads();
+    m_run.reset(); // its threads end before the window state they report to
+}
+
+const RunRecord& SMS_Sending::items() const {
+    static const JournalledRun kNoRun;
+    return m_run ? m_run->record() : kNoRun;
 }
 
 // ---- threads ----
@@ -92,6 +108,8 @@ void SMS_Sending::joinThreads() {
 void SMS_Sending::Open_SMS_Sending_Dialog() {
     Guard::run("SMS_Sending::Open_SMS_Sending_Dialog", [this] {
         joinThreads(); // the threads of an earlier run have ended by now
+        if (m_run)
+            m_run->join();
         qint64 holder = 0;
         QString why;
         m_sendingLock = SendingLock::acquire(&holder, &why);
@@ -99,25 +117,16 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
             m_op.Show_MessageBox(SendingLock::refusal(holder, why));
             return;
         }
-        {
-            std::lock_guard lock(m_failureMutex);
-            m_dataFailure.clear();
-        }
-        m_held = false;
-        m_stop = std::stop_source();
         m_dlgClose = false;
         m_exportVisible = false;
         m_stopEnabled = false;
         m_closeEnabled = true;
+        m_markedAtEnd = false;
         curr_send_item_4_th = 0;
-        m_sentAsUnicode = 0;
-        m_activePorts = 0;
-        m_portsToCome = 0;
         m_portStatuses.clear();
         wait_to_fins_running = false;
         const RecordList rows = m_window.list().records();
         tot_main_list_count = int(rows.size());
-        m_items.reset({});
         m_table.clear();
         m_overallMax = int(rows.size());
         m_overallValue = 0;
@@ -130,15 +139,27 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
         m_title = kSendingTitle;
         m_totalLabel = QString::number(rows.size());
         Show_curr_msg_count(int(rows.size()), 1);
-        copyRunOptions();
+        const RunSettings settings = copyRunSettings();
+        m_deliveryReports = settings.deliveryReports;
+        DelayedDeliveryPause::Hooks hooks{
+            [this] { ui([] {}); },
+            [this](bool visible) { ui([this, visible] { m_progressTextVisible = visible; }); },
+            [this] { m_activity.stop(); }, [this] { m_activity.startTimerThread(); },
+            [this] { ui([this] { m_activityValue = 0; }); }};
+        m_run = std::make_unique<SendingRun>(settings, portOpeners(), std::make_unique<JournalledRun>(), m_op,
+                                             m_pause, hooks);
+        watch(*m_run);
+        Stop_SMS_Sending_Now = false;
         emit changed();
 
-        const QString selectedPath = sel_port_bsd_str;
-        const std::stop_token stop = m_stop.get_token();
-        spawn(QStringLiteral("sms-load"),
-              [this, rows, selectedPath, stop] { Load_Thread(rows, selectedPath, stop); });
+        QList<std::pair<QString, QString>> recipients;
+        recipients.reserve(rows.size());
+        for (const Record& row : rows)
+            recipients.append({recipientNumber(row), row.value("Message")}); // E.164 when the list has it
+        m_run->start(recipients);
         // The prescribed second before the job shows: the window keeps repainting meanwhile,
         // and the loader's first rows may already reach the table.
+        const std::stop_token stop = m_run->stopToken();
         const auto shown = std::chrono::steady_clock::now() + Clock::scaled(1s);
         waitKeepingEventsFlowing(
             [&] { return stop.stop_requested() || std::chrono::steady_clock::now() >= shown; });
@@ -148,84 +169,116 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
     });
 }
 
-void SMS_Sending::copyRunOptions() {
-    m_options.schedule = m_window.delaySchedule();
-    m_options.unicode = m_window.unicode();
-    m_options.plainPunctuation = m_window.plainPunctuation();
-    m_options.retries = m_window.retries();
-    m_options.deliveryReports = m_window.deliveryReports();
-    m_options.carried = m_window.takeCarriedEntries();
-    m_options.flash = m_window.isFlashMessage();
-    m_options.skipDuplicates = m_window.skipDuplicates();
-    m_options.exclusion = m_window.exclusion();
-    m_options.saveSentItems = m_window.saveSentItems();
-    m_options.saveTemplates = m_window.saveTemplates();
-    m_options.excludedNumbers.clear();
-    if (m_options.exclusion)
+RunSettings SMS_Sending::copyRunSettings() const {
+    RunSettings settings;
+    settings.schedule = m_window.delaySchedule();
+    settings.unicode = m_window.unicode();
+    settings.plainPunctuation = m_window.plainPunctuation();
+    settings.retries = m_window.retries();
+    settings.deliveryReports = m_window.deliveryReports();
+    settings.carried = m_window.takeCarriedEntries();
+    settings.flash = m_window.isFlashMessage();
+    settings.skipDuplicates = m_window.skipDuplicates();
+    settings.exclusion = m_window.exclusion();
+    settings.saveSentItems = m_window.saveSentItems();
+    settings.saveTemplates = m_window.saveTemplates();
+    settings.sentItemsPath = SentItem_File_Path;
+    settings.loadedDevice = sel_port_bsd_str;
+    settings.openingGap = 2s;
+    if (settings.exclusion)
         for (const Record& record : m_window.exclusionSet().records())
-            m_options.excludedNumbers.insert(recipientNumber(record));
-    copyPortDetails();
+            settings.excludedNumbers.insert(recipientNumber(record));
+    return settings;
 }
 
-void SMS_Sending::Load_Thread(RecordList rows, QString selectedPath, std::stop_token stop) {
-    QList<SendingItem> items;
-    QSet<QString> numbers;
-    int finished = 0;
-    for (const Record& row : rows) {
-        if (stop.stop_requested())
-            break;
-        SendingItem item;
-        item.number = Trim_Str(recipientNumber(row)); // what is sent: E.164 when the list has it
-        item.message = row.value("Message");
-        if (item.number.isEmpty())
-            continue;
-        const bool excluded = m_options.exclusion && m_options.excludedNumbers.contains(item.number);
-        const bool duplicate = m_options.skipDuplicates && numbers.contains(item.number);
-        if (excluded || duplicate) {
-            item.status = excluded ? kExcluded : kSkipped;
-            item.useStatus = UseStatus::Done;
-            item.currentStatus = kDone;
-            item.usePort = selectedPath;
-            ++finished;
-        }
-        numbers.insert(item.number);
-        items << item;
-        if (items.size() % 1000 == 0)
-            ui([this, count = int(items.size())] { Show_curr_msg_count(tot_main_list_count, count); });
+QList<DeviceOpener> SMS_Sending::portOpeners() const {
+    const QStringList& ports = m_window.sendingPorts();
+    const QString chosen = m_window.sendingPortChoice();
+    QStringList paths;
+    if (chosen == kAllDeviceChoice) {
+        for (const QString& path : ports)
+            if (path != kAllDeviceChoice)
+                paths << path;
+    } else if (ports.contains(chosen)) {
+        paths << chosen;
     }
-    curr_send_item_4_th = finished;
-    m_items.reset(items);
-    // Nothing goes out before the run's record is on the disk.
-    if (!m_journal.begin(items, m_options.carried))
-        stopForData(recordFailure(m_journal.failure()));
+    QList<DeviceOpener> openers;
+    for (qsizetype slot = 0; slot < paths.size() && slot < kMaxPorts; ++slot) {
+        const QString& path = paths.at(slot);
+        ModemDetails details;
+        details.mode = smsModeFromText(m_window.deviceDetail(path, QStringLiteral("SMSMode")));
+        details.smsc = m_window.deviceDetail(path, QStringLiteral("UseCusSMSC")) == QLatin1String("N")
+                           ? QString()
+                           : m_window.deviceDetail(path, QStringLiteral("CusSMSC"));
+        details.capability = m_window.deviceDetail(path, QStringLiteral("SMS_CAPABLE"));
+        openers << [this, slot, path, details](std::stop_token) -> std::unique_ptr<SendingDevice> {
+            bool lineNotWorking = false;
+            auto device =
+                ModemDevice::open(*mfc_sms_obj_arr.at(size_t(slot)), path, details, &lineNotWorking);
+            if (lineNotWorking)
+                m_op.Show_MessageBox(kPortNotWorking);
+            return device;
+        };
+    }
+    return openers;
+}
+
+void SMS_Sending::watch(SendingRun& run) {
+    connect(&run, &SendingRun::loading, this,
+            [this](int loaded) { Show_curr_msg_count(tot_main_list_count, loaded); });
+    connect(&run, &SendingRun::loaded, this, &SMS_Sending::afterLoading);
+    connect(&run, &SendingRun::sendingStarted, this, [this] {
+        m_stopEnabled = true;
+        emit changed();
+    });
+    connect(&run, &SendingRun::itemChanged, this, &SMS_Sending::showItem);
+    connect(&run, &SendingRun::itemsStopped, this,
+            [this](const QList<int>& indexes, const QList<SendingItem>& items) {
+                for (qsizetype i = 0; i < indexes.size(); ++i) {
+                    m_table.replace(indexes.at(i), recordOf(items.at(i)));
+                    ++curr_send_item_4_th;
+                }
+                m_markedAtEnd = true;
+                emit changed();
+            });
+    connect(&run, &SendingRun::deviceNote, this, [this](const QString& port, const QString& note) {
+        m_portStatuses.insert(port, note);
+        emit changed();
+    });
+    connect(&run, &SendingRun::activity, this, [this](int value) {
+        m_activityValue = value;
+        if (value == 0)
+            m_pauseLabel.clear();
+        emit changed();
+    });
+    connect(&run, &SendingRun::waitingForReports, this, [this](int awaiting) {
+        m_pauseLabel = awaiting > 0 ? QStringLiteral("Waiting for delivery reports: %1 to come").arg(awaiting)
+                                    : QString();
+        emit changed();
+    });
+    connect(&run, &SendingRun::devicesReleased, this, &SMS_Sending::afterDevicesReleased);
+}
+
+void SMS_Sending::afterLoading(const QList<SendingItem>& items) {
     RecordList records;
     records.reserve(items.size());
-    for (const SendingItem& item : items)
+    int finished = 0;
+    for (const SendingItem& item : items) {
         records << recordOf(item);
-    uiWait([this, records] {
-        m_table.setRecords(records);
-        Show_curr_msg_count(tot_main_list_count, int(records.size()));
-    });
-    afterLoading(stop);
-}
-
-void SMS_Sending::afterLoading(std::stop_token stop) {
-    uiWait([this] {
-        wait_to_fins_running = false;
-        m_stopVisible = true;
-        m_activityVisible = true;
-        m_state = RunState::Sending;
-        m_title = kSendingTitle;
-        m_notice = QStringLiteral("It may take a while, Please wait...\n\n") + kNotice;
-        m_totalLabel = QString::number(tot_main_list_count);
-        Show_curr_msg_count(tot_main_list_count, curr_send_item_4_th);
-    });
-    if (!m_items.anyWaiting() || stop.stop_requested())
-        Show_NSLog_Message(QStringLiteral("No item waits for sending, or a stop was asked."));
+        finished += !item.status.isEmpty();
+    }
+    m_table.setRecords(records);
+    Show_curr_msg_count(tot_main_list_count, int(records.size()));
+    curr_send_item_4_th = finished;
+    wait_to_fins_running = false;
+    m_stopVisible = true;
+    m_activityVisible = true;
+    m_state = RunState::Sending;
+    m_title = kSendingTitle;
+    m_notice = QStringLiteral("It may take a while, Please wait...\n\n") + kNotice;
+    m_totalLabel = QString::number(tot_main_list_count);
+    Show_curr_msg_count(tot_main_list_count, curr_send_item_4_th);
     m_activity.startTimerThread();
-    m_runHolders = 1; // the dispatcher holds the run open until it has started every port
-    m_startedWorkers = 0;
-    spawn(QStringLiteral("sms-dispatch"), [this, stop] { GSM_Send_Multi_Phone_Msg_Function(stop); });
 }
 
 // ---- what the window shows ----
@@ -241,16 +294,13 @@ QString SMS_Sending::statusLine() const {
 }
 
 void SMS_Sending::showItem(int index, const SendingItem& item, bool counted) {
-    const Record record = recordOf(item);
-    const bool stopped = item.useStatus == UseStatus::Stopped;
-    uiWait([this, index, record, counted, stopped] {
-        m_table.replace(index, record);
-        if (counted) {
-            ++curr_send_item_4_th;
-            if (!stopped)
-                Show_curr_msg_count(tot_main_list_count, curr_send_item_4_th);
-        }
-    });
+    m_table.replace(index, recordOf(item));
+    if (counted) {
+        ++curr_send_item_4_th;
+        if (item.useStatus != UseStatus::Stopped)
+            Show_curr_msg_count(tot_main_list_count, curr_send_item_4_th);
+    }
+    emit changed();
 }
 
 void SMS_Sending::Show_curr_msg_count(int total, int current) {
@@ -271,7 +321,7 @@ void SMS_Sending::Show_curr_msg_count(int total, int current) {
 }
 
 bool SMS_Sending::Check_Current_Running_Status() {
-    const bool running = m_items.anyWaitingOrSending() || m_reportingPorts > 0;
+    const bool running = m_run && (m_run->anyWaitingOrSending() || m_run->reporting());
     if (!running && MainThread::isCurrent()) {
         m_closeEnabled = m_state == RunState::Finished || m_state == RunState::Populating;
         emit changed();
@@ -297,48 +347,26 @@ void SMS_Sending::endPause() {
     m_pause.endCountdown();
     m_pause.GSM_Pause_Delay_Time = 0;
     m_pauseLabel.clear();
-    Pause_Timer_Running = false;
+    m_pause.Pause_Timer_Running = false;
     emit changed();
 }
 
 void SMS_Sending::requestStop() {
     Stop_SMS_Sending_Now = true;
-    m_stop.request_stop();
-    m_held = false;
+    if (m_run)
+        m_run->stop();
 }
 
-QString SMS_Sending::dataFailure() const {
-    std::lock_guard lock(m_failureMutex);
-    return m_dataFailure;
-}
-
-QString SMS_Sending::recordFailure(const QString& why) {
-    return QStringLiteral("Sending stopped: the run could not be recorded (%1).").arg(why);
-}
-
-void SMS_Sending::stopForData(const QString& why) {
-    {
-        std::lock_guard lock(m_failureMutex);
-        if (m_dataFailure.isEmpty())
-            m_dataFailure = why;
-    }
-    Show_NSLog_Message(why);
-    requestStop();
-}
+QString SMS_Sending::dataFailure() const { return m_run ? m_run->dataFailure() : QString(); }
 
 bool SMS_Sending::confirmStop(const QString& question) {
     // Held before the question shows: a hesitating operator must not watch the run go on.
-    m_held = true;
+    if (m_run)
+        m_run->hold(true);
     const bool yes = m_op.Show_YES_NO_MessageBox(question);
-    if (!yes)
-        m_held = false;
+    if (!yes && m_run)
+        m_run->hold(false);
     return yes;
-}
-
-bool SMS_Sending::waitWhileHeld(const std::stop_token& stop) {
-    while (m_held && !stop.stop_requested())
-        Clock::sleepUnless(std::chrono::milliseconds(50), [&] { return !m_held || stop.stop_requested(); });
-    return !stop.stop_requested();
 }
 
 void SMS_Sending::stop_SMS_Sending(const QString& closeWindow) {
@@ -364,7 +392,7 @@ void SMS_Sending::stopNow() {
 void SMS_Sending::Stop_Btn() {
     if (Check_Current_Running_Status()) {
         stop_SMS_Sending(QStringLiteral("NO"));
-    } else if (Pause_Timer_Running) {
+    } else if (m_pause.Pause_Timer_Running) {
         if (confirmStop(QStringLiteral("Are you sure you want to continue?"))) {
             requestStop();
             endPause();
@@ -377,7 +405,7 @@ void SMS_Sending::Stop_Btn() {
 void SMS_Sending::CancelPressed() {
     if (m_state == RunState::Populating || Check_Current_Running_Status()) {
         stop_SMS_Sending(QStringLiteral("YES"));
-    } else if (Pause_Timer_Running) {
+    } else if (m_pause.Pause_Timer_Running) {
         if (confirmStop(QStringLiteral("Are you sure you want to continue?"))) {
             m_dlgClose = true;
             requestStop();

@@ -6,7 +6,6 @@
 #include "core/Clock.h"
 #include "core/Guard.h"
 #include "core/Log.h"
-#include "core/SendingFlags.h" // Pause_Timer_Running
 #include "core/TextUtils.h"
 #include "stores/SentItemFile.h"
 #include "stores/TemplateFile.h"
@@ -85,7 +84,7 @@ bool SendingRun::sendEach(Worker& worker) {
         show(claim.index, true);
     };
     while (m_record->anyWaitingOrSending() && !worker.stop.stop_requested()) {
-        if (Pause_Timer_Running) {
+        if (m_pause.Pause_Timer_Running) {
             Clock::sleep(1s);
             continue;
         }

@@ -2,8 +2,8 @@
 
 #include "AndroidSendingProgressView.h"
 #include "RecipientPanel.h"
-#include "android/Bulk_SMSAppDelegate.h"
 #include "list/NumberLoader.h"
+#include "sending/Bulk_SMSAppDelegate.h"
 
 #include <QButtonGroup>
 #include <QGroupBox>

@@ -1,7 +1,7 @@
 // Generated hostile texts through the command builders: the phone's shell must get exactly
 // one word per argument, the text unchanged, and never an operator it would act on.
 #include "android/AdbRunner.h"
-#include "android/Bulk_SMSAppDelegate.h"
+#include "android/CompanionStart.h"
 #include "sim/PhoneShell.h"
 
 #include <QRandomGenerator>

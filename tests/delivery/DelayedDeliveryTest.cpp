@@ -95,7 +95,6 @@ class PauseTest : public ::testing::Test {
 protected:
     void SetUp() override {
         Stop_SMS_Sending_Now = false;
-        Pause_Timer_Running = false;
         counter = 0;
     }
     void TearDown() override { Stop_SMS_Sending_Now = false; }
@@ -105,7 +104,7 @@ protected:
 
 TEST_F(PauseTest, CountdownTicksDownToTheSingularThenClears) {
     PauseCountdown countdown(PauseCountdown::Variant::SendingJob, labels.sink());
-    Pause_Timer_Running = true;
+    countdown.Pause_Timer_Running = true;
     countdown.GSM_Pause_Delay_Time = 5000;
     countdown.Calculate_Pause_Time(5000);
     countdown.GSM_Pause_Delay_Time = 4000;
@@ -117,7 +116,7 @@ TEST_F(PauseTest, CountdownTicksDownToTheSingularThenClears) {
               (QStringList{"Pausing the process for 5 Seconds.", "Pausing the process for 4 Seconds.",
                            "Pausing the process for 3 Seconds.", "Pausing the process for 2 Seconds.",
                            "Pausing the process for 1 Second.", ""}));
-    EXPECT_FALSE(Pause_Timer_Running);
+    EXPECT_FALSE(countdown.Pause_Timer_Running);
     EXPECT_EQ(countdown.GSM_Pause_Delay_Time, 0);
 }
 
@@ -137,7 +136,7 @@ TEST_F(PauseTest, APauseLastsItsLengthWithTheCountdownShown) {
     DelayedDeliveryPause pause(parseDelaySchedule(true, "1", "5  Seconds"), countdown, counter,
                                {{}, {}, [&] { ++stops; }, [&] { ++starts; }, {}});
     pause.afterMessageFinished(false, false, true);
-    EXPECT_FALSE(Pause_Timer_Running);
+    EXPECT_FALSE(countdown.Pause_Timer_Running);
     EXPECT_EQ(counter, 0);
     EXPECT_EQ(stops, 1);
     EXPECT_EQ(starts, 1);
@@ -204,7 +203,7 @@ TEST_F(PauseTest, StopEndsALongPauseAtOnce) {
     stopper.join();
     Clock::setScale(0.001);
     EXPECT_LT(took, std::chrono::seconds(3));
-    EXPECT_FALSE(Pause_Timer_Running);
+    EXPECT_FALSE(countdown.Pause_Timer_Running);
     EXPECT_EQ(labels.texts().last(), "");
 }
 
@@ -232,9 +231,9 @@ TEST_F(PauseTest, OtherThreadsWaitWhileOnePortPauses) {
     for (int p = 0; p < 3; ++p)
         ports.emplace_back([&] {
             for (int i = 0; i < 4; ++i) {
-                while (Pause_Timer_Running)
+                while (countdown.Pause_Timer_Running)
                     Clock::sleep(std::chrono::seconds(1)); // the other ports rest meanwhile
-                const bool wasIdle = !Pause_Timer_Running;
+                const bool wasIdle = !countdown.Pause_Timer_Running;
                 pause.afterMessageFinished(false, false, true);
                 if (wasIdle && counter == 0)
                     ++pausesTaken;
@@ -242,7 +241,7 @@ TEST_F(PauseTest, OtherThreadsWaitWhileOnePortPauses) {
         });
     for (auto& t : ports)
         t.join();
-    EXPECT_FALSE(Pause_Timer_Running);
+    EXPECT_FALSE(countdown.Pause_Timer_Running);
     EXPECT_GE(pausesTaken, 1);
 }
 

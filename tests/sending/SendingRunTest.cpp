@@ -38,7 +38,6 @@ protected:
         Clock::setScale(0.02); // a second is 20 ms; read time-outs leave the modems time to answer
         clearDeviceSelection();
         Stop_SMS_Sending_Now = false;
-        Pause_Timer_Running = false;
         text_change_notifications_on = true;
         window.windowDidLoad();
     }
@@ -518,7 +517,7 @@ TEST_F(SendingRunTest, PausesAfterEveryMessageButNotAfterTheLast) {
     });
     EXPECT_EQ(labels.count("Pausing the process for 5 Seconds."), 2) << labels.join(" | ").toStdString();
     EXPECT_EQ(modems.at(0)->received().size(), 3);
-    EXPECT_FALSE(Pause_Timer_Running);
+    EXPECT_FALSE(window.sendingJob().pausing());
 }
 
 TEST_F(SendingRunTest, StopDuringALongPauseEndsTheRunAtOnce) {
@@ -531,7 +530,7 @@ TEST_F(SendingRunTest, StopDuringALongPauseEndsTheRunAtOnce) {
     window.prev_composer_msg = window.composerText();
     op.answerYes();
     send([](SMS_Sending& job) {
-        ASSERT_TRUE(spinUntil([&] { return Pause_Timer_Running.load(); }));
+        ASSERT_TRUE(spinUntil([&] { return job.pausing(); }));
         job.Stop_Btn();
     });
     EXPECT_EQ(modems.at(0)->received().size(), 1);

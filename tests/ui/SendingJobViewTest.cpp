@@ -41,7 +41,6 @@ TEST(SendingJobView, DeliveryStatesFillInAsTheReportsCome) {
     ScriptedOperator op;
     clearDeviceSelection();
     Stop_SMS_Sending_Now = false;
-    Pause_Timer_Running = false;
     Gsm_Bulk_Sms_Wnd window(op);
     window.windowDidLoad();
 
@@ -100,7 +99,6 @@ protected:
         Clock::setScale(0.05);
         clearDeviceSelection();
         Stop_SMS_Sending_Now = false;
-        Pause_Timer_Running = false;
         window.windowDidLoad();
         for (int i = 0; i < 2; ++i) {
             sim::ModemIdentity id;

@@ -1,11 +1,11 @@
 // The views show their controllers' state and forward clicks; they run headless.
 #include "android/Android_Ph_List_Wnd.h"
-#include "android/Bulk_SMSAppDelegate.h"
 #include "android/Connection_Info.h"
 #include "core/AppState.h"
 #include "core/Mobile_Sel_Wnd.h"
 #include "gsm/windows/GSM_DEV_Conn_Step_Wnd.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"
+#include "sending/Bulk_SMSAppDelegate.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 #include "sim/AdbServer.h"
 #include "ui/AndroidBulkSmsView.h"

@@ -1,9 +1,11 @@
 #pragma once
 // The Android main window's controller, which is also the application delegate: the shared
 // list and composer, the sending mode radios, the device buttons, and the Send flow that runs
-// single-shot or one-by-one through the chosen phone on a sending thread.
-#include "AndroidSendingProgress.h"
-#include "core/WorkerThread.h"
+// the list through the chosen phone on the sending engine (single-shot as one batch).
+#include "SendingRun.h"
+#include "android/AndroidSendingProgress.h"
+#include "delivery/ActivityIndicator.h"
+#include "delivery/PauseCountdown.h"
 #include "list/BulkSmsWindow.h"
 
 #include <atomic>
@@ -41,8 +43,10 @@ public:
     // --- Sending.
     void Send_SMS_Btn();
     bool sendInProgress() const { return m_sendInProgress; }
-    // Waits (events flowing) until the sending thread has ended.
+    // Waits (events flowing) until the run has ended.
     void waitForSend();
+    // The current (or last) run, if any: its items and statuses.
+    const SendingRun* run() const { return m_run.get(); }
     AndroidSendingProgress& progress() { return m_progress; }
 
     // How the last run ended, and how many records it counted as sent.
@@ -59,25 +63,25 @@ protected:
     void resetSendingOptions() override;
 
 private:
-    struct RunInput;
-    void runSend(const RunInput& input, std::stop_token stop);
-    void runSingleShot(const RunInput& input, std::stop_token stop);
-    void runOneByOne(const RunInput& input, std::stop_token stop);
-    bool connectionReady();
-    // A file the run must write could not be: the run ends here, and the operator is told why.
-    void stopForData(const QString& why);
+    RunSettings runSettings() const;
+    DeviceOpener phoneOpener();
+    void watch(SendingRun& run);
+    void showItem(int index, const SendingItem& item, bool counted);
+    void afterRun();
 
     AndroidSendingProgress m_progress;
-    WorkerThread m_sender{QStringLiteral("android-send")};
+    PauseCountdown m_countdown;
+    ActivityIndicator m_busy;
+    std::unique_ptr<SendingRun> m_run;
     std::atomic<bool> m_sendInProgress{false};
     std::atomic<RunEnd> m_runEnd{RunEnd::None};
     std::atomic<int> m_sentCount{0};
-    std::shared_ptr<SendingLock> m_sendingLock; // from Send until the sending thread ends
+    // What the run's phone did that the end of the run tells: never connected, left the run,
+    // the operator ended it from the phone's own question.
+    std::shared_ptr<std::atomic<bool>> m_notConnected;
+    bool m_deviceLeft = false;
+    std::atomic<bool> m_endedByOperator{false};
+    std::shared_ptr<SendingLock> m_sendingLock; // from Send until the run ends
     bool m_singleShot = false;
     bool m_classic = false;
 };
-
-// Starts the companion app for one message; the output of the start.
-QString Send_AN_MSG_Command(const QString& number, const QString& message, bool test);
-// The adb arguments of one start (attempt 1 or 2), for the builders' tests.
-QStringList sendMessageArguments(const QString& number, const QString& message, bool test, int attempt);

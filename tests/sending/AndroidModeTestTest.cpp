@@ -6,11 +6,11 @@
 #include "android/AndroidState.h"
 #include "android/Android_Ph_List_Wnd.h"
 #include "android/Android_TroubleShooting.h"
-#include "android/Bulk_SMSAppDelegate.h"
 #include "core/AppState.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "core/TroubleshootingLog.h"
+#include "sending/Bulk_SMSAppDelegate.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -2,10 +2,10 @@
 // log must agree with the list, text for text.
 #include "PhoneFixture.h"
 #include "android/AndroidState.h"
-#include "android/Bulk_SMSAppDelegate.h"
 #include "core/AppState.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
+#include "sending/Bulk_SMSAppDelegate.h"
 #include "stores/SentItemFile.h"
 #include "stores/TemplateFile.h"
 

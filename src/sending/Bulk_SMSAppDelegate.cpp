@@ -1,20 +1,30 @@
 #include "Bulk_SMSAppDelegate.h"
 
-#include "AndroidDevices.h"
-#include "AndroidState.h"
-#include "Android_Ph_List_Wnd.h"
-#include "Android_TroubleShooting.h"
-#include "Connection_Info.h"
+#include "android/AndroidDevices.h"
+#include "android/AndroidState.h"
+#include "android/Android_Ph_List_Wnd.h"
+#include "android/Android_TroubleShooting.h"
+#include "android/Connection_Info.h"
 #include "core/AppState.h"
 #include "core/Operator.h"
 
 Bulk_SMSAppDelegate::Bulk_SMSAppDelegate(Operator& op, QObject* parent)
-    : BulkSmsWindow(Kind::Android, op, parent), m_progress(op) {}
+    : BulkSmsWindow(Kind::Android, op, parent), m_progress(op),
+      m_countdown(PauseCountdown::Variant::AndroidWindow,
+                  [this](const QString& text) {
+                      m_progress.update([text](AndroidSendingProgress::State& s) { s.pauseText = text; });
+                  }),
+      m_busy([this] {
+          m_progress.update([](AndroidSendingProgress::State& s) { s.busy = nextActivityValue(s.busy); });
+      }) {}
 
 Bulk_SMSAppDelegate::~Bulk_SMSAppDelegate() {
     m_progress.requestStop();
-    m_sender.requestStop();
-    m_sender.join();
+    if (m_run)
+        m_run->stop();
+    m_busy.stop();
+    m_countdown.endCountdown();
+    m_run.reset(); // its threads end here
 }
 
 QString Bulk_SMSAppDelegate::title() const { return kApplicationName + QStringLiteral(" - Android Phone"); }
