@@ -103,6 +103,10 @@ int runDevices(const QStringList& arguments) {
     return list.isEmpty() ? 1 : 0;
 }
 
+CarriedRun& carriedRunOf(Session& session, bool throughAndroid) {
+    return throughAndroid ? session.android.carriedRun() : session.gsm.carriedRun();
+}
+
 // Takes the data folder's sending lock, and settles a run that did not end: a new run never
 // replaces its record unless told to discard it. An exit status when the command ends here.
 std::optional<int> claimDataFolder(std::shared_ptr<SendingLock>& lock, bool resuming,
@@ -339,10 +343,6 @@ int runSend(const QStringList& arguments) {
         gsm_and_none = 2; // the shared filters and dialogs act on the Android window
     BulkSmsWindow& gsm = throughAndroid ? static_cast<BulkSmsWindow&>(session.android) : session.gsm;
     ResumePlan resumed;
-    if (parser.isSet(resume) && throughAndroid) {
-        err(QStringLiteral("--resume goes on with a run through GSM modems."));
-        return 2;
-    }
     if (parser.isSet(resume) && parser.isSet(discardUnfinished)) {
         err(QStringLiteral("--resume and --discard-unfinished exclude each other."));
         return 2;
@@ -364,6 +364,14 @@ int runSend(const QStringList& arguments) {
         }
         if (!unfinished) {
             err(QStringLiteral("There is no unfinished run to resume."));
+            return 2;
+        }
+        if ((unfinished->road == kAndroidRoad) != throughAndroid) {
+            err(throughAndroid
+                    ? QStringLiteral(
+                          "The unfinished run went through GSM modems: resume it without --android.")
+                    : QStringLiteral(
+                          "The unfinished run went through an Android phone: resume it with --android."));
             return 2;
         }
         resumed = planResume(*unfinished, parser.isSet(resendUnknown));
@@ -433,7 +441,7 @@ int runSend(const QStringList& arguments) {
             gsm.Create_Num_Msg_List(it->number, it->message); // the first given ends on top
     }
     if (parser.isSet(resume))
-        session.gsm.setCarriedEntries(resumed.carried);
+        carriedRunOf(session, throughAndroid).set(resumed.carried);
     if (gsm.list().isEmpty()) {
         err(QStringLiteral("No recipients."));
         return 2;

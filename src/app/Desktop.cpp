@@ -35,7 +35,7 @@ int runDesktop(int argc, char* argv[]) {
     if (!Launch_Application(op, androidWindow, gsmWindow))
         return 1;
     QTimer::singleShot(0, &app, [&] {
-        offerToResumeUnfinishedRun(gsmWindow, op);
+        offerToResumeUnfinishedRun(gsmWindow, androidWindow, op);
         Show_Device_Kind_Selection(op, gsmWindow, androidWindow);
     });
     return app.exec();

@@ -66,6 +66,10 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
         op().Show_MessageBox(SendingLock::refusal(holder, why));
         return;
     }
+    if (!m_carried.resuming() && !unfinishedRunDiscarded(op())) {
+        m_sendingLock.reset();
+        return;
+    }
     if (!Fill_Exclusion_Num_List()) { // its people would be messaged
         m_sendingLock.reset();
         return;
@@ -108,7 +112,7 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     m_run->start(rows);
 }
 
-RunSettings Bulk_SMSAppDelegate::runSettings() const {
+RunSettings Bulk_SMSAppDelegate::runSettings() {
     RunSettings settings;
     settings.schedule = delaySchedule();
     settings.skipDuplicates = skipDuplicates();
@@ -121,6 +125,8 @@ RunSettings Bulk_SMSAppDelegate::runSettings() const {
     settings.sentItemsPath = SentItemAnd_File_Path;
     settings.sentItemsWithStatus = false;
     settings.batch = m_singleShot;
+    settings.road = kAndroidRoad;
+    settings.carried = m_carried.take();
     settings.loadedDevice = sel_port_name_str;
     return settings;
 }

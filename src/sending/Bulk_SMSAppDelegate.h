@@ -2,6 +2,7 @@
 // The Android main window's controller, which is also the application delegate: the shared
 // list and composer, the sending mode radios, the device buttons, and the Send flow that runs
 // the list through the chosen phone on the sending engine (single-shot as one batch).
+#include "ResumeRun.h"
 #include "SendingRun.h"
 #include "android/AndroidSendingProgress.h"
 #include "delivery/ActivityIndicator.h"
@@ -45,6 +46,8 @@ public:
     bool sendInProgress() const { return m_sendInProgress; }
     // Waits (events flowing) until the run has ended.
     void waitForSend();
+    // What an unfinished run this window's next run resumes had finished.
+    CarriedRun& carriedRun() { return m_carried; }
     // The current (or last) run, if any: its items and statuses.
     const SendingRun* run() const { return m_run.get(); }
     AndroidSendingProgress& progress() { return m_progress; }
@@ -63,7 +66,7 @@ protected:
     void resetSendingOptions() override;
 
 private:
-    RunSettings runSettings() const;
+    RunSettings runSettings();
     DeviceOpener phoneOpener();
     void watch(SendingRun& run);
     void showItem(int index, const SendingItem& item, bool counted);
@@ -82,6 +85,7 @@ private:
     bool m_deviceLeft = false;
     std::atomic<bool> m_endedByOperator{false};
     std::shared_ptr<SendingLock> m_sendingLock; // from Send until the run ends
+    CarriedRun m_carried;
     bool m_singleShot = false;
     bool m_classic = false;
 };

@@ -56,7 +56,7 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
             op().Show_MessageBox(SendingLock::refusal(holder, why));
             return;
         }
-        if (!m_resuming && !unfinishedRunDiscarded())
+        if (!m_carried.resuming() && !unfinishedRunDiscarded(op()))
             return;
         if (!Fill_Exclusion_Num_List())
             return; // its people would be messaged
@@ -64,26 +64,6 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
         GSM_Chk_Port_And_Send_Msg();
     });
     m_sendInProgress = false;
-}
-
-bool Gsm_Bulk_Sms_Wnd::unfinishedRunDiscarded() {
-    QString unreadable;
-    const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load(&unreadable);
-    if (!unreadable.isEmpty()) { // no run may start over a record it cannot read
-        op().Show_MessageBox(errorInFileAccessing(unreadable));
-        return false;
-    }
-    if (!unfinished)
-        return true;
-    if (!op().Show_YES_NO_MessageBox(
-            QStringLiteral("A run that did not end (%1 of %2 sent) is kept so that it can be resumed at the "
-                           "next start.\n\nDiscard it and send this list instead? Its recipients who were "
-                           "not sent yet will not be sent.")
-                .arg(unfinished->sent())
-                .arg(unfinished->total())))
-        return false;
-    RunJournal::discard();
-    return true;
 }
 
 QString Gsm_Bulk_Sms_Wnd::describeDevice(const QString& path) const {

@@ -1,7 +1,7 @@
 #pragma once
 // The GSM main window's controller: the shared list and composer, the device choice, and
 // the Send flow that checks everything, verifies the chosen ports and opens the sending job.
-#include "RunJournal.h"
+#include "ResumeRun.h"
 #include "gsm/MFCSMS.h"
 #include "list/BulkSmsWindow.h"
 
@@ -52,18 +52,8 @@ public:
     bool deliveryReports() const { return m_deliveryReports; }
     void setDeliveryReports(bool requested);
 
-    // Finished entries of an unfinished run this window's next run resumes: its journal
-    // keeps them (taken, and so emptied, when the run starts). Until then the next run is
-    // that run's continuation, and may replace its journal.
-    void setCarriedEntries(const QList<RunJournal::Entry>& entries) {
-        m_carried = entries;
-        m_resuming = true;
-    }
-    QList<RunJournal::Entry> takeCarriedEntries() {
-        m_resuming = false;
-        return std::exchange(m_carried, {});
-    }
-    bool resuming() const { return m_resuming; }
+    // What an unfinished run this window's next run resumes had finished.
+    CarriedRun& carriedRun() { return m_carried; }
 
 protected:
     bool openDeviceSearchWindow() override;
@@ -75,9 +65,6 @@ private:
     static bool testPort(const QString& path); // through a session of its own
     static constexpr int kParallelPortChecks = 8;
     QString describeDevice(const QString& path) const;
-    // A new run never replaces the record of one that did not end: the operator discards it
-    // first (true), or nothing is sent.
-    bool unfinishedRunDiscarded();
     void setPleaseWait(bool shown);
 
     std::unique_ptr<SMS_Sending> m_job;
@@ -87,7 +74,6 @@ private:
     bool m_pleaseWait = false;
     int m_retries = 1;
     bool m_deliveryReports = false;
-    QList<RunJournal::Entry> m_carried;
-    bool m_resuming = false;
+    CarriedRun m_carried;
     bool m_sendInProgress = false; // Send is running (checks, then the job): a second press is ignored
 };

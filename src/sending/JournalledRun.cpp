@@ -1,8 +1,9 @@
 #include "JournalledRun.h"
 
-void JournalledRun::begin(const QList<SendingItem>& items, const QList<RunJournal::Entry>& carried) {
+void JournalledRun::begin(const QList<SendingItem>& items, const QList<RunJournal::Entry>& carried,
+                          const QString& road) {
     m_items.reset(items);
-    m_journal.begin(items, carried);
+    m_journal.begin(items, carried, road);
 }
 
 std::optional<RunRecord::Claim>

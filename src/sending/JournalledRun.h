@@ -6,7 +6,8 @@
 
 class JournalledRun : public RunRecord {
 public:
-    void begin(const QList<SendingItem>& items, const QList<RunJournal::Entry>& carried) override;
+    void begin(const QList<SendingItem>& items, const QList<RunJournal::Entry>& carried,
+               const QString& road) override;
     int size() const override { return m_items.size(); }
     SendingItem at(int index) const override { return m_items.at(index); }
     QList<SendingItem> all() const override { return m_items.all(); }

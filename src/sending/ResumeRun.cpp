@@ -1,6 +1,8 @@
 #include "ResumeRun.h"
 
+#include "Bulk_SMSAppDelegate.h"
 #include "Gsm_Bulk_Sms_Wnd.h"
+#include "core/FileUtils.h"
 #include "core/Operator.h"
 #include "core/SendingLock.h"
 
@@ -16,16 +18,16 @@ ResumePlan planResume(const RunJournal::Unfinished& unfinished, bool resendUnkno
     return plan;
 }
 
-void applyResume(Gsm_Bulk_Sms_Wnd& window, const ResumePlan& plan) {
+void applyResume(BulkSmsWindow& window, CarriedRun& carried, const ResumePlan& plan) {
     // New rows go to the top: the last first keeps the run's order.
     BulkSmsWindow::BatchInsert batch(window);
     for (auto it = plan.toSend.crbegin(); it != plan.toSend.crend(); ++it)
         window.Create_Num_Msg_List(it->number, it->message);
     window.prev_composer_msg = window.composerText(); // every row has its message already
-    window.setCarriedEntries(plan.carried);
+    carried.set(plan.carried);
 }
 
-void offerToResumeUnfinishedRun(Gsm_Bulk_Sms_Wnd& window, Operator& op) {
+void offerToResumeUnfinishedRun(Gsm_Bulk_Sms_Wnd& gsm, Bulk_SMSAppDelegate& android, Operator& op) {
     // While another copy sends from this data folder, its journal is its live record, not a
     // run that broke off.
     const std::shared_ptr<SendingLock> lock = SendingLock::acquire();
@@ -51,5 +53,29 @@ void offerToResumeUnfinishedRun(Gsm_Bulk_Sms_Wnd& window, Operator& op) {
             QStringLiteral("%1 message(s) were being handed to a modem when the run broke off and may have "
                            "been sent.\n\nSend them again?")
                 .arg(counted.unknown));
-    applyResume(window, planResume(*unfinished, resendUnknown));
+    const ResumePlan plan = planResume(*unfinished, resendUnknown);
+    if (unfinished->road == kAndroidRoad)
+        applyResume(android, android.carriedRun(), plan);
+    else
+        applyResume(gsm, gsm.carriedRun(), plan);
+}
+
+bool unfinishedRunDiscarded(Operator& op) {
+    QString unreadable;
+    const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load(&unreadable);
+    if (!unreadable.isEmpty()) { // no run may start over a record it cannot read
+        op.Show_MessageBox(errorInFileAccessing(unreadable));
+        return false;
+    }
+    if (!unfinished)
+        return true;
+    if (!op.Show_YES_NO_MessageBox(
+            QStringLiteral("A run that did not end (%1 of %2 sent) is kept so that it can be resumed at the "
+                           "next start.\n\nDiscard it and send this list instead? Its recipients who were "
+                           "not sent yet will not be sent.")
+                .arg(unfinished->sent())
+                .arg(unfinished->total())))
+        return false;
+    RunJournal::discard();
+    return true;
 }

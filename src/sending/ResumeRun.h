@@ -1,11 +1,36 @@
 #pragma once
 // Going on with a run that did not end (its journal is still in the data folder): the
-// recipients still to be sent go back into the GSM window's list, and those already finished
-// are carried into the new run's journal, so that nobody is texted twice.
+// recipients still to be sent go back into the list of the window of the run's road (GSM or
+// Android), and those already finished are carried into the new run's journal, so that
+// nobody is texted twice.
 #include "RunJournal.h"
 
+#include <utility>
+
+class BulkSmsWindow;
+class Bulk_SMSAppDelegate;
 class Gsm_Bulk_Sms_Wnd;
 class Operator;
+
+// The finished entries of an unfinished run a window's next run resumes: its journal keeps
+// them (taken, and so emptied, when the run starts). Until then the window's next run is that
+// run's continuation, and may replace its journal.
+class CarriedRun {
+public:
+    void set(const QList<RunJournal::Entry>& entries) {
+        m_entries = entries;
+        m_resuming = true;
+    }
+    QList<RunJournal::Entry> take() {
+        m_resuming = false;
+        return std::exchange(m_entries, {});
+    }
+    bool resuming() const { return m_resuming; }
+
+private:
+    QList<RunJournal::Entry> m_entries;
+    bool m_resuming = false;
+};
 
 struct ResumePlan {
     QList<RunJournal::Entry> toSend;  // still to be sent (and, when asked, those of unknown fate)
@@ -16,8 +41,13 @@ struct ResumePlan {
 ResumePlan planResume(const RunJournal::Unfinished& unfinished, bool resendUnknown);
 
 // Puts the plan's recipients into the window's list and hands it the entries to carry.
-void applyResume(Gsm_Bulk_Sms_Wnd& window, const ResumePlan& plan);
+void applyResume(BulkSmsWindow& window, CarriedRun& carried, const ResumePlan& plan);
 
 // At start-up: when a run did not end, asks "Resume the unfinished run (N of M sent)?" (and
-// whether to send again what may have been sent); Yes fills the list, No discards the journal.
-void offerToResumeUnfinishedRun(Gsm_Bulk_Sms_Wnd& window, Operator& op);
+// whether to send again what may have been sent); Yes fills the list of the window of its
+// road, No discards the journal.
+void offerToResumeUnfinishedRun(Gsm_Bulk_Sms_Wnd& gsm, Bulk_SMSAppDelegate& android, Operator& op);
+
+// Before a new run: a run that did not end is never replaced unless the operator discards it
+// (true), or its journal cannot be read (false, and the operator is told).
+bool unfinishedRunDiscarded(Operator& op);

@@ -76,7 +76,7 @@ void RunJournal::fail(const QString& why) {
     m_fd = -1;
 }
 
-bool RunJournal::begin(const QList<SendingItem>& items, const QList<Entry>& carried) {
+bool RunJournal::begin(const QList<SendingItem>& items, const QList<Entry>& carried, const QString& road) {
     std::lock_guard lock(m_lock);
     if (m_fd >= 0)
         ::close(m_fd);
@@ -91,7 +91,8 @@ bool RunJournal::begin(const QList<SendingItem>& items, const QList<Entry>& carr
         run.append(entryOf(item.number, item.message, item.status));
     // The start is written whole or not at all; the events are appended to it.
     QString why;
-    if (!writeFileAtomically(path(), lineOf(QJsonObject{{"carried", done}, {"items", run}}), &why)) {
+    if (!writeFileAtomically(path(), lineOf(QJsonObject{{"road", road}, {"carried", done}, {"items", run}}),
+                             &why)) {
         fail(why);
         return false;
     }
@@ -175,6 +176,7 @@ std::optional<RunJournal::Unfinished> RunJournal::load(QString* error) {
             continue; // a line the crash cut short
         if (!started) {
             started = true;
+            unfinished.road = object.value("road").toString(kGsmRoad);
             for (const QJsonValue value : object.value("carried").toArray()) {
                 const QJsonArray e = value.toArray();
                 Entry entry{e.at(0).toString(), e.at(1).toString(), e.at(2).toString(), false,

@@ -14,6 +14,10 @@
 #include <mutex>
 #include <optional>
 
+// The kinds of device a run goes through, as its record names them.
+inline const QString kGsmRoad = QStringLiteral("gsm");
+inline const QString kAndroidRoad = QStringLiteral("android");
+
 class RunJournal {
 public:
     RunJournal() = default;
@@ -33,6 +37,7 @@ public:
     };
     struct Unfinished {
         QList<Entry> entries;
+        QString road = kGsmRoad; // the kind of device it was sent through
         int sent() const;
         int total() const { return int(entries.size()); }
     };
@@ -45,7 +50,8 @@ public:
 
     // Starts the journal of a run over these items; `carried` are the finished entries of
     // the unfinished run this one resumes (they stay in the journal as they were).
-    bool begin(const QList<SendingItem>& items, const QList<Entry>& carried = {});
+    bool begin(const QList<SendingItem>& items, const QList<Entry>& carried = {},
+               const QString& road = kGsmRoad);
     // Before the item is handed to the port's modem: false means it must not be.
     bool handing(int index, const QString& port);
     // The item goes back to wait (refused and to be retried, or its line failed first).

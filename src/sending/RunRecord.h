@@ -25,8 +25,10 @@ public:
     using Clock = std::chrono::steady_clock;
 
     // Starts the run over these items (excluded and skipped ones already finished);
-    // `carried`: what the unfinished run this one resumes had finished.
-    virtual void begin(const QList<SendingItem>& items, const QList<RunJournal::Entry>& carried) = 0;
+    // `carried`: what the unfinished run this one resumes had finished; `road`: the kind of
+    // device it goes through, for whoever resumes it.
+    virtual void begin(const QList<SendingItem>& items, const QList<RunJournal::Entry>& carried,
+                       const QString& road) = 0;
 
     virtual int size() const = 0;
     virtual SendingItem at(int index) const = 0;

@@ -176,7 +176,7 @@ RunSettings SMS_Sending::copyRunSettings() const {
     settings.plainPunctuation = m_window.plainPunctuation();
     settings.retries = m_window.retries();
     settings.deliveryReports = m_window.deliveryReports();
-    settings.carried = m_window.takeCarriedEntries();
+    settings.carried = m_window.carriedRun().take();
     settings.flash = m_window.isFlashMessage();
     settings.skipDuplicates = m_window.skipDuplicates();
     settings.exclusion = m_window.exclusion();

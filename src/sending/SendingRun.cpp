@@ -81,7 +81,7 @@ void SendingRun::load(QList<std::pair<QString, QString>> rows, std::stop_token s
             emit loading(int(items.size()));
     }
     // Nothing goes out before the run's record is kept.
-    m_record->begin(items, m_settings.carried);
+    m_record->begin(items, m_settings.carried, m_settings.road);
     checkRecord();
     emit loaded(items);
     if (!m_record->anyWaiting() || stop.stop_requested())

@@ -38,6 +38,7 @@ struct RunSettings {
     int retries = 1;                  // further attempts for a message the network refused
     bool batch = false;               // each device takes all its messages at once (a phone's single shot)
     QList<RunJournal::Entry> carried; // what an unfinished run this one resumes had finished
+    QString road = kGsmRoad;          // the kind of device the run goes through
     bool saveSentItems = false, saveTemplates = false;
     QString sentItemsPath;
     bool sentItemsWithStatus = true; // a phone's sent items have no status

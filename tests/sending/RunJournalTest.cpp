@@ -6,6 +6,7 @@
 #include "TestEnvironment.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
+#include "sending/Bulk_SMSAppDelegate.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 
 #include <QFile>
@@ -86,35 +87,63 @@ TEST_F(RunJournalTest, StartUpOffersToResumeAndFillsTheListWithWhatIsLeft) {
     }
     ScriptedOperator op;
     Gsm_Bulk_Sms_Wnd window(op);
+    Bulk_SMSAppDelegate phoneWindow(op);
     op.answerYes(); // resume
     op.answerNo();  // the one of unknown fate is not sent again
-    offerToResumeUnfinishedRun(window, op);
+    offerToResumeUnfinishedRun(window, phoneWindow, op);
     EXPECT_EQ(op.questions(),
               (QStringList{"Resume the unfinished run (1 of 3 sent)?",
                            "1 message(s) were being handed to a modem when the run broke off and may have "
                            "been sent.\n\nSend them again?"}));
     ASSERT_EQ(window.list().size(), 1);
     EXPECT_EQ(window.list().records().first().value("Number"), "3");
-    EXPECT_EQ(window.takeCarriedEntries().size(), 2);
+    EXPECT_EQ(window.carriedRun().take().size(), 2);
+    EXPECT_TRUE(phoneWindow.list().isEmpty());
 
     // No, then No again: nothing is resumed and nothing is lost; the next start asks again.
     ScriptedOperator keeping;
     Gsm_Bulk_Sms_Wnd kept(keeping);
+    Bulk_SMSAppDelegate keptPhone(keeping);
     keeping.answerNo().answerNo();
-    offerToResumeUnfinishedRun(kept, keeping);
+    offerToResumeUnfinishedRun(kept, keptPhone, keeping);
     EXPECT_TRUE(kept.list().isEmpty());
     EXPECT_TRUE(RunJournal::load());
 
     // No, then Yes to discarding: the journal goes, and the next start asks nothing.
     ScriptedOperator other;
     Gsm_Bulk_Sms_Wnd fresh(other);
+    Bulk_SMSAppDelegate freshPhone(other);
     other.answerNo().answerYes();
-    offerToResumeUnfinishedRun(fresh, other);
+    offerToResumeUnfinishedRun(fresh, freshPhone, other);
     EXPECT_EQ(other.questions().last(),
               "Discard the unfinished run? Its recipients who were not sent yet will "
               "not be sent.\n\nNo keeps it, to resume at the next start.");
     EXPECT_TRUE(fresh.list().isEmpty());
     EXPECT_FALSE(RunJournal::load());
+}
+
+TEST_F(RunJournalTest, ARunThroughAPhoneResumesInThePhoneWindowAndCountsWhatThePhoneTook) {
+    {
+        RunJournal journal;
+        ASSERT_TRUE(journal.begin(itemsOf({"1", "2"}), {}, kAndroidRoad));
+        SendingItem taken = itemsOf({"1"}).first();
+        taken.outcome = SendOutcome::of(Outcome::HandedToPhone);
+        taken.status = taken.outcome->text();
+        journal.finished(0, taken);
+    }
+    const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load();
+    ASSERT_TRUE(unfinished);
+    EXPECT_EQ(unfinished->road, kAndroidRoad);
+    EXPECT_EQ(unfinished->sent(), 1); // the phone has it: never sent again
+    ScriptedOperator op;
+    Gsm_Bulk_Sms_Wnd gsm(op);
+    Bulk_SMSAppDelegate phone(op);
+    op.answerYes();
+    offerToResumeUnfinishedRun(gsm, phone, op);
+    EXPECT_TRUE(gsm.list().isEmpty());
+    ASSERT_EQ(phone.list().size(), 1);
+    EXPECT_EQ(phone.list().records().first().value("Number"), "2");
+    EXPECT_TRUE(phone.carriedRun().resuming());
 }
 
 } // namespace
