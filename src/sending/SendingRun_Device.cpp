@@ -94,9 +94,10 @@ bool SendingRun::sendEach(Worker& worker) {
         const auto claim = m_record->claimNext(worker.name, m_settings.skipDuplicates, excluded,
                                                finishedOnTheWay, devicesInRun() <= 1);
         if (!claim) {
-            if (!m_record->anyWaiting())
-                break; // every item is taken; the other devices finish theirs
-            Clock::sleepUnless(1s, [&worker] { return worker.stop.stop_requested(); }); // a retry waits
+            // A retry waits for its pause, or the other devices hold the last items. The device
+            // stays until every item is finished: what another holds may come back to wait
+            // (refused, or never handed over), and it must find a device still in the run.
+            Clock::sleepUnless(1s, [&worker] { return worker.stop.stop_requested(); });
             continue;
         }
         bool ok = true;
