@@ -131,6 +131,14 @@ private:
     void show(int index, bool counted);
     void spawn(const QString& name, std::function<void()> body);
     OutgoingMessage outgoing(const SendingItem& item) const;
+    // Signals reach the window's thread through MainThread's queue, as every hand-over to it
+    // does (the thread sanitizer sees that queue's lock, not those inside Qt's libraries);
+    // nothing arrives once the run is gone.
+    template <typename... Args, typename... Values>
+    void toWindow(void (SendingRun::*signal)(Args...), Values... values) {
+        toWindow([this, signal, values...] { (this->*signal)(values...); });
+    }
+    void toWindow(std::function<void()> emitSignal);
 
     const RunSettings m_settings;
     QList<DeviceOpener> m_openers;
@@ -155,6 +163,7 @@ private:
     std::atomic<int> m_sentAsUnicode{0};
     mutable std::mutex m_failureMutex;
     QString m_dataFailure;
+    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true); // read and reset on the window's thread
     std::mutex m_noticeMutex;
     QString m_lastNotice; // what the last device to go wants the operator told
 };
