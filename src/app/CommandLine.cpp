@@ -109,8 +109,8 @@ CarriedRun& carriedRunOf(Session& session, bool throughAndroid) {
 
 // Takes the data folder's sending lock, and settles a run that did not end: a new run never
 // replaces its record unless told to discard it. An exit status when the command ends here.
-std::optional<int> claimDataFolder(std::shared_ptr<SendingLock>& lock, bool resuming,
-                                   bool discardUnfinished) {
+std::optional<int> claimDataFolder(std::shared_ptr<SendingLock>& lock, bool resuming, bool discardUnfinished,
+                                   const QString& road) {
     qint64 holder = 0;
     QString why;
     lock = SendingLock::acquire(&holder, &why);
@@ -120,7 +120,7 @@ std::optional<int> claimDataFolder(std::shared_ptr<SendingLock>& lock, bool resu
     }
     QString unreadable;
     const std::optional<RunJournal::Unfinished> unfinished =
-        resuming ? std::nullopt : RunJournal::load(&unreadable);
+        resuming ? std::nullopt : RunJournal::load(&unreadable, road);
     if (!unreadable.isEmpty()) {
         err(errorInFileAccessing(unreadable));
         return kExitDataNotWritten;
@@ -135,7 +135,7 @@ std::optional<int> claimDataFolder(std::shared_ptr<SendingLock>& lock, bool resu
                 .arg(counts));
         return 2;
     }
-    RunJournal::discard();
+    RunJournal::discard(road);
     err(QStringLiteral("The run that did not end %1 was discarded.").arg(counts));
     return std::nullopt;
 }
@@ -342,6 +342,7 @@ int runSend(const QStringList& arguments) {
     if (throughAndroid)
         gsm_and_none = 2; // the shared filters and dialogs act on the Android window
     BulkSmsWindow& gsm = throughAndroid ? static_cast<BulkSmsWindow&>(session.android) : session.gsm;
+    const QString road = throughAndroid ? kAndroidRoad : kGsmRoad;
     ResumePlan resumed;
     if (parser.isSet(resume) && parser.isSet(discardUnfinished)) {
         err(QStringLiteral("--resume and --discard-unfinished exclude each other."));
@@ -352,26 +353,18 @@ int runSend(const QStringList& arguments) {
     std::shared_ptr<SendingLock> sendingLock;
     if (!parser.isSet(dryRun)) {
         if (const std::optional<int> refused =
-                claimDataFolder(sendingLock, parser.isSet(resume), parser.isSet(discardUnfinished)))
+                claimDataFolder(sendingLock, parser.isSet(resume), parser.isSet(discardUnfinished), road))
             return *refused;
     }
     if (parser.isSet(resume)) {
         QString unreadable;
-        const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load(&unreadable);
+        const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load(&unreadable, road);
         if (!unreadable.isEmpty()) {
             err(errorInFileAccessing(unreadable));
             return kExitDataNotWritten;
         }
         if (!unfinished) {
             err(QStringLiteral("There is no unfinished run to resume."));
-            return 2;
-        }
-        if ((unfinished->road == kAndroidRoad) != throughAndroid) {
-            err(throughAndroid
-                    ? QStringLiteral(
-                          "The unfinished run went through GSM modems: resume it without --android.")
-                    : QStringLiteral(
-                          "The unfinished run went through an Android phone: resume it with --android."));
             return 2;
         }
         resumed = planResume(*unfinished, parser.isSet(resendUnknown));
@@ -389,7 +382,7 @@ int runSend(const QStringList& arguments) {
         for (const RunJournal::Entry& entry : resumed.toSend)
             raw.append({entry.number, entry.message});
         if (raw.isEmpty()) {
-            RunJournal::discard();
+            RunJournal::discard(road);
             out(QStringLiteral("%1 of %2 recipients sent.").arg(resumed.sent).arg(resumed.total));
             return resumed.sent + resumed.unknown == resumed.total ? 0 : RunReport::kSomeFailed;
         }

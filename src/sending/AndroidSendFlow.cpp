@@ -66,7 +66,7 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
         op().Show_MessageBox(SendingLock::refusal(holder, why));
         return;
     }
-    if (!m_carried.resuming() && !unfinishedRunDiscarded(op())) {
+    if (!m_carried.resuming() && !unfinishedRunDiscarded(op(), kAndroidRoad)) {
         m_sendingLock.reset();
         return;
     }

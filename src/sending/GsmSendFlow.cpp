@@ -56,7 +56,7 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
             op().Show_MessageBox(SendingLock::refusal(holder, why));
             return;
         }
-        if (!m_carried.resuming() && !unfinishedRunDiscarded(op()))
+        if (!m_carried.resuming() && !unfinishedRunDiscarded(op(), kGsmRoad))
             return;
         if (!Fill_Exclusion_Num_List())
             return; // its people would be messaged

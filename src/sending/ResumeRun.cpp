@@ -27,13 +27,10 @@ void applyResume(BulkSmsWindow& window, CarriedRun& carried, const ResumePlan& p
     carried.set(plan.carried);
 }
 
-void offerToResumeUnfinishedRun(Gsm_Bulk_Sms_Wnd& gsm, Bulk_SMSAppDelegate& android, Operator& op) {
-    // While another copy sends from this data folder, its journal is its live record, not a
-    // run that broke off.
-    const std::shared_ptr<SendingLock> lock = SendingLock::acquire();
-    if (!lock)
-        return;
-    const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load();
+namespace {
+
+void offerToResume(BulkSmsWindow& window, CarriedRun& carried, const QString& road, Operator& op) {
+    const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load(nullptr, road);
     if (!unfinished)
         return;
     const ResumePlan counted = planResume(*unfinished, false);
@@ -44,7 +41,7 @@ void offerToResumeUnfinishedRun(Gsm_Bulk_Sms_Wnd& gsm, Bulk_SMSAppDelegate& andr
         if (op.Show_YES_NO_MessageBox(
                 QStringLiteral("Discard the unfinished run? Its recipients who were not sent yet will not be "
                                "sent.\n\nNo keeps it, to resume at the next start.")))
-            RunJournal::discard();
+            RunJournal::discard(road);
         return;
     }
     const bool resendUnknown =
@@ -53,16 +50,24 @@ void offerToResumeUnfinishedRun(Gsm_Bulk_Sms_Wnd& gsm, Bulk_SMSAppDelegate& andr
             QStringLiteral("%1 message(s) were being handed to a modem when the run broke off and may have "
                            "been sent.\n\nSend them again?")
                 .arg(counted.unknown));
-    const ResumePlan plan = planResume(*unfinished, resendUnknown);
-    if (unfinished->road == kAndroidRoad)
-        applyResume(android, android.carriedRun(), plan);
-    else
-        applyResume(gsm, gsm.carriedRun(), plan);
+    applyResume(window, carried, planResume(*unfinished, resendUnknown));
 }
 
-bool unfinishedRunDiscarded(Operator& op) {
+} // namespace
+
+void offerToResumeUnfinishedRun(Gsm_Bulk_Sms_Wnd& gsm, Bulk_SMSAppDelegate& android, Operator& op) {
+    // While another copy sends from this data folder, its journals are its live record, not
+    // runs that broke off.
+    const std::shared_ptr<SendingLock> lock = SendingLock::acquire();
+    if (!lock)
+        return;
+    offerToResume(gsm, gsm.carriedRun(), kGsmRoad, op);
+    offerToResume(android, android.carriedRun(), kAndroidRoad, op);
+}
+
+bool unfinishedRunDiscarded(Operator& op, const QString& road) {
     QString unreadable;
-    const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load(&unreadable);
+    const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load(&unreadable, road);
     if (!unreadable.isEmpty()) { // no run may start over a record it cannot read
         op.Show_MessageBox(errorInFileAccessing(unreadable));
         return false;
@@ -76,6 +81,6 @@ bool unfinishedRunDiscarded(Operator& op) {
                 .arg(unfinished->sent())
                 .arg(unfinished->total())))
         return false;
-    RunJournal::discard();
+    RunJournal::discard(road);
     return true;
 }

@@ -50,4 +50,4 @@ void offerToResumeUnfinishedRun(Gsm_Bulk_Sms_Wnd& gsm, Bulk_SMSAppDelegate& andr
 
 // Before a new run: a run that did not end is never replaced unless the operator discards it
 // (true), or its journal cannot be read (false, and the operator is told).
-bool unfinishedRunDiscarded(Operator& op);
+bool unfinishedRunDiscarded(Operator& op, const QString& road);

@@ -53,7 +53,10 @@ RunJournal::~RunJournal() {
         ::close(m_fd);
 }
 
-QString RunJournal::path() { return Bulk_SMS_Data_Folder_Path + QStringLiteral("/Run_Journal.jsonl"); }
+QString RunJournal::path(const QString& road) {
+    return Bulk_SMS_Data_Folder_Path + (road == kAndroidRoad ? QStringLiteral("/Run_Journal_Android.jsonl")
+                                                             : QStringLiteral("/Run_Journal.jsonl"));
+}
 
 int RunJournal::Unfinished::sent() const {
     int sent = 0;
@@ -82,6 +85,7 @@ bool RunJournal::begin(const QList<SendingItem>& items, const QList<Entry>& carr
         ::close(m_fd);
     m_fd = -1;
     m_failure.clear();
+    m_path = path(road);
     QJsonArray done;
     for (const Entry& entry : carried)
         done.append(entryOf(entry.number, entry.message, entry.unknown ? kUnknown : entry.status,
@@ -91,12 +95,12 @@ bool RunJournal::begin(const QList<SendingItem>& items, const QList<Entry>& carr
         run.append(entryOf(item.number, item.message, item.status));
     // The start is written whole or not at all; the events are appended to it.
     QString why;
-    if (!writeFileAtomically(path(), lineOf(QJsonObject{{"road", road}, {"carried", done}, {"items", run}}),
+    if (!writeFileAtomically(m_path, lineOf(QJsonObject{{"road", road}, {"carried", done}, {"items", run}}),
                              &why)) {
         fail(why);
         return false;
     }
-    m_fd = openNoFollow(path(), O_WRONLY | O_APPEND, 0, &why);
+    m_fd = openNoFollow(m_path, O_WRONLY | O_APPEND, 0, &why);
     if (m_fd < 0) {
         fail(why);
         return false;
@@ -116,7 +120,7 @@ bool RunJournal::append(const QByteArray& line) {
         if (written < 0 && errno == EINTR)
             continue;
         if (written <= 0) {
-            fail(QStringLiteral("%1: %2").arg(path(), written < 0
+            fail(QStringLiteral("%1: %2").arg(m_path, written < 0
                                                           ? QString::fromLocal8Bit(std::strerror(errno))
                                                           : QStringLiteral("No space left on device")));
             return false;
@@ -124,7 +128,7 @@ bool RunJournal::append(const QByteArray& line) {
         done += written;
     }
     if (::fdatasync(m_fd) != 0) {
-        fail(QStringLiteral("%1: %2").arg(path(), QString::fromLocal8Bit(std::strerror(errno))));
+        fail(QStringLiteral("%1: %2").arg(m_path, QString::fromLocal8Bit(std::strerror(errno))));
         return false;
     }
     return true;
@@ -158,16 +162,18 @@ void RunJournal::end() {
     if (m_fd >= 0)
         ::close(m_fd);
     m_fd = -1;
-    Delete_File(path());
+    if (!m_path.isEmpty())
+        Delete_File(m_path);
 }
 
-void RunJournal::discard() { Delete_File(path()); }
+void RunJournal::discard(const QString& road) { Delete_File(path(road)); }
 
-std::optional<RunJournal::Unfinished> RunJournal::load(QString* error) {
+std::optional<RunJournal::Unfinished> RunJournal::load(QString* error, const QString& road) {
     QByteArray content;
-    if (!readPrivateFile(path(), &content, error))
+    if (!readPrivateFile(path(road), &content, error))
         return std::nullopt;
     Unfinished unfinished;
+    unfinished.road = road;
     QList<Entry> run;
     bool started = false;
     for (const QByteArray& line : content.split('\n')) {
@@ -176,7 +182,6 @@ std::optional<RunJournal::Unfinished> RunJournal::load(QString* error) {
             continue; // a line the crash cut short
         if (!started) {
             started = true;
-            unfinished.road = object.value("road").toString(kGsmRoad);
             for (const QJsonValue value : object.value("carried").toArray()) {
                 const QJsonArray e = value.toArray();
                 Entry entry{e.at(0).toString(), e.at(1).toString(), e.at(2).toString(), false,

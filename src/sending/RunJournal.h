@@ -25,7 +25,9 @@ public:
     RunJournal(const RunJournal&) = delete;
     RunJournal& operator=(const RunJournal&) = delete;
 
-    static QString path(); // "Run_Journal.jsonl" in the data folder
+    // "Run_Journal.jsonl" in the data folder ("Run_Journal_Android.jsonl" for runs through a
+    // phone): a GSM run and an Android run in one process each keep their own.
+    static QString path(const QString& road = kGsmRoad);
 
     // An item of a run that did not end, as its journal tells it.
     struct Entry {
@@ -44,9 +46,9 @@ public:
     // The journal left by a run that did not end, if there is one. A journal that cannot be
     // read (a symbolic link in its place, say) is none, and error (may be null) then gets
     // "<path>: <reason>"; "" otherwise.
-    static std::optional<Unfinished> load(QString* error = nullptr);
+    static std::optional<Unfinished> load(QString* error = nullptr, const QString& road = kGsmRoad);
     // Removes a journal left behind (the operator chose not to resume it).
-    static void discard();
+    static void discard(const QString& road = kGsmRoad);
 
     // Starts the journal of a run over these items; `carried` are the finished entries of
     // the unfinished run this one resumes (they stay in the journal as they were).
@@ -73,5 +75,6 @@ private:
     void fail(const QString& why); // under m_lock
     mutable std::mutex m_lock;     // the run's ports write at once
     int m_fd = -1;
+    QString m_path;
     QString m_failure;
 };

@@ -49,7 +49,7 @@ QString SMS_Sending::unicodeSummary() const {
 
 void SMS_Sending::Wait_to_finish_Th() {
     Clock::sleep(2s);
-    while (m_run->anyWaitingOrSending() || m_run->reporting())
+    while (m_run->anyWaitingOrSending() || m_run->reporting() || !m_run->released())
         Clock::sleep(1s);
     m_activity.stop();
     uiWait([this] {

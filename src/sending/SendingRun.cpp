@@ -5,6 +5,7 @@
 #include "core/Clock.h"
 #include "core/Guard.h"
 #include "core/Log.h"
+#include "core/MainThread.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
 #include "stores/SentItemFile.h"
@@ -20,6 +21,14 @@ SendingRun::SendingRun(RunSettings settings, QList<DeviceOpener> devices, std::u
 SendingRun::~SendingRun() {
     stop();
     join();
+    *m_alive = false; // what the threads handed to the window's thread and it has not seen yet
+}
+
+void SendingRun::toWindow(std::function<void()> emitSignal) {
+    MainThread::post([alive = m_alive, emitSignal = std::move(emitSignal)] {
+        if (*alive)
+            emitSignal();
+    });
 }
 
 void SendingRun::spawn(const QString& name, std::function<void()> body) {
@@ -78,12 +87,12 @@ void SendingRun::load(QList<std::pair<QString, QString>> rows, std::stop_token s
         numbers.insert(item.number);
         items << item;
         if (items.size() % 1000 == 0)
-            emit loading(int(items.size()));
+            toWindow(&SendingRun::loading, int(items.size()));
     }
     // Nothing goes out before the run's record is kept.
     m_record->begin(items, m_settings.carried, m_settings.road);
     checkRecord();
-    emit loaded(items);
+    toWindow(&SendingRun::loaded, items);
     if (!m_record->anyWaiting() || stop.stop_requested())
         Show_NSLog_Message(QStringLiteral("No item waits for sending, or a stop was asked."));
     m_holders = 1; // the dispatcher holds the run open until it has started every device
@@ -116,7 +125,7 @@ void SendingRun::dispatch(std::stop_token stop) {
                           runDevice(shared);
                       });
                 if (first)
-                    emit sendingStarted();
+                    toWindow(&SendingRun::sendingStarted);
             } else if (device) {
                 Show_NSLog_Message(device->name() + QStringLiteral(" no thread needed: nothing waits"));
                 device->close();
@@ -125,7 +134,7 @@ void SendingRun::dispatch(std::stop_token stop) {
         }
         m_devicesToCome = 0;
     });
-    emit sendingStarted();
+    toWindow(&SendingRun::sendingStarted);
     release({});
 }
 
@@ -145,7 +154,7 @@ void SendingRun::release(const QString& notice) {
     m_pause.endCountdown();
     m_pause.GSM_Pause_Delay_Time = 0;
     m_pause.clearLabel();
-    emit activity(100);
+    toWindow(&SendingRun::activity, 100);
     if (!notice.isEmpty())
         m_op.Show_MessageBox(notice);
     const QString why = !dataFailure().isEmpty()  ? kNotSentDataFailure
@@ -156,8 +165,9 @@ void SendingRun::release(const QString& notice) {
     for (int index : marked)
         items << m_record->at(index);
     if (!marked.isEmpty())
-        emit itemsStopped(marked, items);
-    emit devicesReleased();
+        toWindow(&SendingRun::itemsStopped, marked, items);
+    toWindow(&SendingRun::devicesReleased);
+    m_released = true;
 }
 
 void SendingRun::stop() {
@@ -200,9 +210,11 @@ bool SendingRun::waitWhileHeld(const std::stop_token& stop) const {
     return !stop.stop_requested();
 }
 
-void SendingRun::show(int index, bool counted) { emit itemChanged(index, m_record->at(index), counted); }
+void SendingRun::show(int index, bool counted) {
+    toWindow(&SendingRun::itemChanged, index, m_record->at(index), counted);
+}
 
 void SendingRun::leave(const QString& device, const QString& why) {
     Show_NSLog_Message(device + QStringLiteral(": ") + why);
-    emit deviceNote(device, why);
+    toWindow(&SendingRun::deviceNote, device, why);
 }

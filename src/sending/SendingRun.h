@@ -76,6 +76,8 @@ public:
     std::stop_token stopToken() const { return m_stop.get_token(); }
     bool anyWaitingOrSending() const { return m_record->anyWaitingOrSending(); }
     bool reporting() const { return m_reportingDevices > 0; }
+    // Every device has let the run go (what they said on the way is on its way to the window).
+    bool released() const { return m_released; }
     bool threadsRunning() const { return m_threadsRunning > 0; }
     QString dataFailure() const;
     int sentAsUnicode() const { return m_sentAsUnicode; }
@@ -132,6 +134,14 @@ private:
     void show(int index, bool counted);
     void spawn(const QString& name, std::function<void()> body);
     OutgoingMessage outgoing(const SendingItem& item) const;
+    // Signals reach the window's thread through MainThread's queue, as every hand-over to it
+    // does (the thread sanitizer sees that queue's lock, not those inside Qt's libraries);
+    // nothing arrives once the run is gone.
+    template <typename... Args, typename... Values>
+    void toWindow(void (SendingRun::*signal)(Args...), Values... values) {
+        toWindow([this, signal, values...] { (this->*signal)(values...); });
+    }
+    void toWindow(std::function<void()> emitSignal);
 
     const RunSettings m_settings;
     QList<DeviceOpener> m_openers;
@@ -154,8 +164,10 @@ private:
     std::atomic<int> m_startedDevices{0};
     std::atomic<int> m_notOpened{0};
     std::atomic<int> m_sentAsUnicode{0};
+    std::atomic<bool> m_released{false};
     mutable std::mutex m_failureMutex;
     QString m_dataFailure;
+    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true); // read and reset on the window's thread
     std::mutex m_noticeMutex;
     QString m_lastNotice; // what the last device to go wants the operator told
 };

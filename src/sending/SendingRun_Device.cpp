@@ -42,7 +42,7 @@ void SendingRun::runDevice(const std::shared_ptr<SendingDevice>& device) {
 void SendingRun::sendFrom(Worker& worker) {
     if (worker.stop.stop_requested() || !m_record->anyWaitingOrSending() || !m_record->anyWaiting())
         return;
-    emit activity(0);
+    toWindow(&SendingRun::activity, 0);
     if (const QString refusal = worker.device.prepare(m_settings.deliveryReports); !refusal.isEmpty()) {
         // Its messages wait for the other devices.
         leave(worker.name, QStringLiteral("Left the run: %1.").arg(refusal));
@@ -93,9 +93,10 @@ bool SendingRun::sendEach(Worker& worker) {
         const auto claim = m_record->claimNext(worker.name, m_settings.skipDuplicates, excluded,
                                                finishedOnTheWay, devicesInRun() <= 1);
         if (!claim) {
-            if (!m_record->anyWaiting())
-                break; // every item is taken; the other devices finish theirs
-            Clock::sleepUnless(1s, [&worker] { return worker.stop.stop_requested(); }); // a retry waits
+            // A retry waits for its pause, or the other devices hold the last items. The device
+            // stays until every item is finished: what another holds may come back to wait
+            // (refused, or never handed over), and it must find a device still in the run.
+            Clock::sleepUnless(1s, [&worker] { return worker.stop.stop_requested(); });
             continue;
         }
         bool ok = true;
@@ -127,7 +128,7 @@ bool SendingRun::sendOne(Worker& worker, const RunRecord::Claim& claim) {
         return true;
     }
     show(claim.index, false);
-    emit activity(100);
+    toWindow(&SendingRun::activity, 100);
     m_record->handing(claim.index, worker.name);
     if (!m_record->failure().isEmpty()) {
         m_record->giveBack(claim.index, {}, {});
@@ -240,7 +241,7 @@ void SendingRun::sendBatch(Worker& worker) {
         show(claim.index, false);
         messages << outgoing(claim.item);
     }
-    emit activity(100);
+    toWindow(&SendingRun::activity, 100);
     std::optional<QList<SendOutcome>> outcomes;
     if (m_record->failure().isEmpty() && waitWhileHeld(worker.stop))
         outcomes = worker.device.sendBatch(messages, worker.stop);
@@ -278,10 +279,10 @@ void SendingRun::awaitReports(Worker& worker) {
     const auto until = std::chrono::steady_clock::now() + Clock::scaled(kDeliveryReportWait);
     while (!worker.stop.stop_requested() && m_record->awaitingReports(worker.name) > 0 &&
            std::chrono::steady_clock::now() < until) {
-        emit waitingForReports(m_record->awaitingReports());
+        toWindow(&SendingRun::waitingForReports, m_record->awaitingReports());
         worker.device.listenForDeliveryReports(
             std::chrono::duration_cast<std::chrono::milliseconds>(Clock::scaled(std::chrono::seconds(1))));
         applyReports(worker);
     }
-    emit waitingForReports(0);
+    toWindow(&SendingRun::waitingForReports, 0);
 }
