@@ -75,6 +75,7 @@ bool readPhoneConfigs(const QString& path, QList<PhoneConfig>& phones, QString& 
         phone.pushFails = o.value(QStringLiteral("push_fails")).toBool(false);
         for (const QJsonValue path : o.value(QStringLiteral("start_errors")).toArray())
             phone.startErrors << path.toString();
+        phone.busyStarts = o.value(QStringLiteral("busy_starts")).toInt(0);
         phone.unplugAfter = o.value(QStringLiteral("unplug_after")).toInt(0);
         phone.authorizeAfter = o.value(QStringLiteral("authorize_after")).toInt(0);
         for (const QString& key :

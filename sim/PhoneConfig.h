@@ -25,6 +25,9 @@ struct PhoneConfig {
     // Sending paths ("single-shot", "standard", "classic", "test") whose start of the app the
     // activity manager answers with an error: nothing is sent that way.
     QStringList startErrors;
+    // The first this many starts of a message (one by one) are turned away while the phone is
+    // busy ("cannot start now"); the app starts again afterwards.
+    int busyStarts = 0;
     int unplugAfter = 0;    // gone after this many messages (0: never)
     int authorizeAfter = 0; // an unauthorized phone becomes authorised after this many device lists
 
@@ -34,8 +37,9 @@ struct PhoneConfig {
 
 // Phones from a JSON file: {"phones": [{"serial": ..., "state": ..., "properties": {...},
 // "external_storage": ..., "install": "success"|"fail-once"|"fail-always", "app_installed": bool,
-// "push_fails": bool, "start_errors": [path, ...], "unplug_after": N, "authorize_after": N, "model": ...,
-// "manufacturer": ..., "release": ..., "api": N}]}. False with a reason when the file cannot be used.
+// "push_fails": bool, "start_errors": [path, ...], "busy_starts": N, "unplug_after": N, "authorize_after": N,
+// "model": ..., "manufacturer": ..., "release": ..., "api": N}]}. False with a reason when the file cannot be
+// used.
 bool readPhoneConfigs(const QString& path, QList<PhoneConfig>& phones, QString& reason);
 
 // The shorthands "model", "manufacturer", "release" and "api" set their properties.

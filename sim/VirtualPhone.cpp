@@ -226,7 +226,15 @@ QString VirtualPhone::activityManager(const QStringList& args) {
     if (!m_installed)
         return intent +
                QStringLiteral("Error: Activity class {%1/%1.SMS} does not exist.\n").arg(kCompanionPackage);
-    if (m_config.startErrors.contains(sendingPath(extras)))
+    const QString path = sendingPath(extras);
+    if ((path == QLatin1String("standard") || path == QLatin1String("classic")) &&
+        m_busyStarts < m_config.busyStarts) {
+        ++m_busyStarts;
+        return intent +
+               QStringLiteral("Warning: Activity not started, cannot start %1 while the phone is busy\n")
+                   .arg(component);
+    }
+    if (m_config.startErrors.contains(path))
         return intent + QStringLiteral("Error: Activity not started, cannot deliver the intent to %1\n")
                             .arg(component);
     return intent + startCompanionApp(extras);

@@ -60,6 +60,7 @@ private:
     bool m_installed = false;
     int m_installAttempts = 0;
     int m_messages = 0;
+    int m_busyStarts = 0; // starts turned away so far
     int m_lists = 0;
     bool m_unplugged = false;
 };

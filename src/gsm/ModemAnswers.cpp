@@ -163,22 +163,6 @@ QString textModeParametersCommand(bool flash_sms, bool unicode_sms, bool statusR
     return QStringLiteral("AT+CSMP=%1,255,0,%2\r\n").arg(statusReport ? 49 : 17).arg(dcs);
 }
 
-namespace {
-// What a long message's part status says of its part ("+CMS ERROR: 38" of "Part 2 of 3:
-// +CMS ERROR: 38"); the status itself when it is no part status.
-QString partOutcome(const QString& status) {
-    static const QRegularExpression partStatus(QStringLiteral("^Part \\d+ of \\d+: (.*)$"));
-    const QRegularExpressionMatch match = partStatus.match(status);
-    return match.hasMatch() ? match.captured(1) : status;
-}
-} // namespace
-
-bool isRetryableRefusal(const QString& status) {
-    return status == kStatusTextModeCannotCarry || isRefusal(partOutcome(status));
-}
-
-bool isUnknown(const QString& status) { return partOutcome(status) == kStatusUnknown; }
-
 QString serviceCentreCommand(const QString& number) {
     const int type = number.startsWith(QLatin1Char('+')) ? 145 : 129;
     return QStringLiteral("AT+CSCA=\"%1\",%2\r\n").arg(number).arg(type);

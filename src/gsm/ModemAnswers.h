@@ -59,20 +59,10 @@ using ::kStatusSent;
 using ::kStatusSentToDevice;
 using ::kStatusUnknown;
 
-// A status that says the network (or the modem on its behalf) turned the message down, so
-// that another attempt, through another port, may succeed: "+CMS ERROR: 38", "ERROR",
-// "Part 2 of 3: +CMS ERROR: 38", or text mode that cannot carry the text.
-bool isRetryableRefusal(const QString& status);
-
 // True for the two statuses that mean the network took the message.
 inline bool isSent(const QString& status) { return status == kStatusSent || status == kStatusSentToDevice; }
 // A device whose SMS capability the probe could not prove: what it accepts is "sent to device".
 inline const QString kCapabilityNotDetected = QStringLiteral("Not Detected");
-
-// kStatusUnknown, alone or as a long message's part status ("Part 2 of 3: Unknown (may have
-// been sent)"): handed over, neither confirmed nor refused. Never sent, and never a refusal to
-// retry: a retry would text the person twice.
-bool isUnknown(const QString& status);
 
 // A text that none of the modem's text-mode character sets carries exactly: refused before
 // anything was typed, so nothing garbled reaches the recipient.

@@ -245,7 +245,16 @@ void SendingRun::sendBatch(Worker& worker) {
     std::optional<QList<SendOutcome>> outcomes;
     if (m_record->failure().isEmpty() && waitWhileHeld(worker.stop))
         outcomes = worker.device.sendBatch(messages, worker.stop);
-    if (!outcomes || outcomes->size() != claims.size()) {
+    if (outcomes && outcomes->size() != claims.size()) {
+        // The device took the batch but cannot say what became of each message: none is sent
+        // again, for that could text somebody twice.
+        Show_NSLog_Message(QStringLiteral("%1: %2 outcomes for a batch of %3")
+                               .arg(worker.name)
+                               .arg(outcomes->size())
+                               .arg(claims.size()));
+        outcomes = QList<SendOutcome>(claims.size(), SendOutcome::of(Outcome::Unknown));
+    }
+    if (!outcomes) {
         // Not taken as a batch: each waits to go on its own (or to be marked when the run ends).
         for (const RunRecord::Claim& claim : claims) {
             m_record->giveBack(claim.index, QStringLiteral("not taken as a batch"), {});

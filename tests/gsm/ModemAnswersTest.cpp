@@ -197,30 +197,6 @@ TEST(ModemAnswers, UnsolicitedLinesTakenOut) {
     }
 }
 
-// How a run treats each status: counted as sent, given to another attempt, or of unknown
-// fate. An unknown one is neither: sending it again could text the person twice.
-TEST(ModemAnswers, StatusKinds) {
-    const struct {
-        QString status;
-        bool sent, retryable, unknown;
-    } cases[] = {
-        {"Message sent successfully.", true, false, false},
-        {"+CMS ERROR: 38", false, true, false},
-        {"Part 2 of 3: +CMS ERROR: 38", false, true, false},
-        {"Not sent: this modem cannot carry these characters in text mode (PDU mode can).", false, true,
-         false},
-        {"Unknown (may have been sent)", false, false, true},
-        {"Part 2 of 3: Unknown (may have been sent)", false, false, true},
-        {"Part 2 of 3: Unknown", false, false, false},
-        {"Device Connection Error!", false, false, false},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(isSent(c.status), c.sent) << c.status.toStdString();
-        EXPECT_EQ(isRetryableRefusal(c.status), c.retryable) << c.status.toStdString();
-        EXPECT_EQ(isUnknown(c.status), c.unknown) << c.status.toStdString();
-    }
-}
-
 TEST(ModemAnswers, MessageReferenceOnlyFromTheSubmissionAnswer) {
     const struct {
         QString answer;

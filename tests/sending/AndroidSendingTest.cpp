@@ -6,8 +6,13 @@
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "sending/Bulk_SMSAppDelegate.h"
+#include "sending/Gsm_Bulk_Sms_Wnd.h"
+#include "sending/ResumeRun.h"
 #include "stores/SentItemFile.h"
 #include "stores/TemplateFile.h"
+
+#include <QDir>
+#include <QFile>
 
 namespace {
 
@@ -76,6 +81,8 @@ TEST_F(AndroidSendingTest, OneByOneDeliversEveryHostileTextExactlyInBothModes) {
         EXPECT_EQ(injections(), 0);
         EXPECT_EQ(op.alerts(), QStringList{"\nMessage Sending Process Completed."});
         EXPECT_EQ(window->lastRunSent(), rows.size());
+        for (const SendingItem& item : window->run()->record().all()) // a row per recipient
+            EXPECT_EQ(item.status, "Handed to the phone") << item.number.toStdString();
         server->stop();
     }
 }
@@ -238,6 +245,74 @@ TEST_F(AndroidSendingTest, SendChecksComeFirst) {
     chosen->Send_SMS_Btn();
     EXPECT_EQ(op.alerts(), QStringList{"\nPhone numbers-Messages list is empty."});
     EXPECT_TRUE(sentMessages().isEmpty());
+}
+
+// A phone turning starts away: the run retries on the same road as a modem's refusal, and
+// a phone that turns away start after start leaves the run with its messages unsent.
+TEST_F(AndroidSendingTest, RefusedStartsAreRetriedAndAPhoneThatRefusesEveryoneLeaves) {
+    const struct {
+        int busyStarts;
+        QStringList phoneLog; // what the phone sent
+        QStringList statuses; // per recipient, as the run recorded them
+        QList<int> attempts;
+    } cases[] = {
+        {1,
+         {"1|a|standard", "2|b|standard", "3|c|standard"}, // sorted: a retry waits its turn
+         {"Handed to the phone", "Handed to the phone", "Handed to the phone"},
+         {2, 1, 1}},
+        {100, {}, {}, {2, 2, 1}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.busyStarts);
+        sim::PhoneConfig config = installed();
+        config.busyStarts = c.busyStarts;
+        startPhones(one(config));
+        auto window = windowWith({{"1", "a"}, {"2", "b"}, {"3", "c"}});
+        op.clearTranscript();
+        send(*window);
+        QStringList sent = sentMessages();
+        sent.sort();
+        EXPECT_EQ(sent.join(" / ").toStdString(),
+                  c.phoneLog.join(" / ").toStdString()); // nobody twice, nobody lost
+        const QList<SendingItem> items = window->run()->record().all();
+        ASSERT_EQ(items.size(), 3);
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_EQ(items.at(i).attempts, c.attempts.at(i)) << i;
+            if (!c.statuses.isEmpty())
+                EXPECT_EQ(items.at(i).status, c.statuses.at(i));
+            else
+                EXPECT_TRUE(items.at(i).status.startsWith("Warning: Activity not started, cannot start"))
+                    << items.at(i).status.toStdString();
+        }
+        EXPECT_EQ(window->lastRunEnd(), c.statuses.isEmpty() ? Bulk_SMSAppDelegate::RunEnd::DeviceError
+                                                             : Bulk_SMSAppDelegate::RunEnd::Completed);
+        server->stop();
+    }
+}
+
+// A run whose sent items could not be written stops and keeps its record; the next start
+// offers it in the Android window, and going on texts only those who were not texted.
+TEST_F(AndroidSendingTest, ARunThatStoppedForItsDataResumesWithoutTextingAnyoneTwice) {
+    startPhones(one(installed()));
+    auto window = windowWith({{"1", "a"}, {"2", "b"}, {"3", "c"}});
+    window->setSaveSentItems(true);
+    QFile::remove(SentItemAnd_File_Path);
+    ASSERT_TRUE(QDir().mkpath(SentItemAnd_File_Path)); // a folder where the file goes: no write succeeds
+    send(*window);
+    EXPECT_EQ(window->lastRunEnd(), Bulk_SMSAppDelegate::RunEnd::DataNotWritten);
+    EXPECT_EQ(sentMessages(), QStringList{"1|a|standard"});
+    ASSERT_TRUE(RunJournal::load(nullptr, kAndroidRoad));
+
+    ASSERT_TRUE(QDir(SentItemAnd_File_Path).removeRecursively());
+    Gsm_Bulk_Sms_Wnd gsm(op);
+    auto resumed = windowWith({});
+    op.answerYes(); // resume
+    offerToResumeUnfinishedRun(gsm, *resumed, op);
+    EXPECT_TRUE(gsm.list().isEmpty());
+    ASSERT_EQ(resumed->list().size(), 2);
+    send(*resumed);
+    EXPECT_EQ(sentMessages(), (QStringList{"1|a|standard", "2|b|standard", "3|c|standard"}));
+    EXPECT_FALSE(RunJournal::load(nullptr, kAndroidRoad)); // the run ended
 }
 
 } // namespace
