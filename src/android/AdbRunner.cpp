@@ -1,6 +1,7 @@
 #include "AdbRunner.h"
 
 #include "AndroidState.h"
+#include "core/ChildProcess.h"
 #include "core/DataFolder.h"
 #include "core/Guard.h"
 #include "core/Log.h"
@@ -8,7 +9,6 @@
 #include <QDateTime>
 #include <QFileInfo>
 #include <QLocale>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QStandardPaths>
 
@@ -28,33 +28,13 @@ QString ExecuteExternalFile(const QStringList& arguments, const std::function<bo
     return Guard::run(
         "ExecuteExternalFile",
         [&] {
-            QProcess process;
-            process.setProcessChannelMode(QProcess::MergedChannels);
-            process.setStandardInputFile(QProcess::nullDevice());
             const QString program = adbProgram();
-            process.start(program, arguments);
-            if (!process.waitForStarted(30000)) {
-                Show_NSLog_Message(QStringLiteral("cannot start %1: %2").arg(program, process.errorString()));
+            const ChildResult run = runChild(program, arguments, stopAsked);
+            if (!run.started) {
+                Show_NSLog_Message(QStringLiteral("cannot start %1: %2").arg(program, run.error));
                 return QString();
             }
-            QByteArray output;
-            for (;;) {
-                if (stopAsked()) {
-                    output += process.readAll();
-                    process.kill(); // nothing is left running behind a stop
-                    process.waitForFinished(5000);
-                    break;
-                }
-                if (process.waitForReadyRead(50)) {
-                    output += process.readAll();
-                    continue;
-                }
-                if (process.state() == QProcess::NotRunning) {
-                    output += process.readAll();
-                    break;
-                }
-            }
-            QString text = QString::fromUtf8(output);
+            QString text = QString::fromUtf8(run.output);
             Show_NSLog_Message(QStringLiteral("adb %1\n%2").arg(arguments.join(QLatin1Char(' ')), text));
             return text;
         },
