@@ -2,7 +2,6 @@
 
 #include "core/MainThread.h"
 #include "core/Operator.h"
-#include "core/SendingFlags.h"
 
 AndroidSendingProgress::AndroidSendingProgress(Operator& op, QObject* parent) : QObject(parent), m_op(op) {}
 
@@ -23,7 +22,6 @@ void AndroidSendingProgress::Stop_Btn() {
         return;
     }
     requestStop();
-    Stop_SMS_Sending_Now = true;
 }
 
 void AndroidSendingProgress::hold(bool on) {

@@ -11,7 +11,6 @@
 #include "core/Guard.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
-#include "core/SendingFlags.h"
 #include "core/SendingLock.h"
 #include "list/NumberList.h"
 
@@ -84,7 +83,6 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     m_endedByOperator = false;
     m_notConnected = std::make_shared<std::atomic<bool>>(false);
     m_progress.clearStop();
-    Stop_SMS_Sending_Now = false;
     m_countdown.Pause_Timer_Running = false;
     setNumberField(QString());
     emit sendingRowShown(0);

@@ -8,7 +8,6 @@
 #include "core/FileUtils.h"
 #include "core/Guard.h"
 #include "core/Operator.h"
-#include "core/SendingFlags.h"
 #include "core/SendingLock.h"
 #include "core/TextUtils.h"
 #include "core/WorkerThread.h"
@@ -60,7 +59,6 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
             return;
         if (!Fill_Exclusion_Num_List())
             return; // its people would be messaged
-        Stop_SMS_Sending_Now = false;
         GSM_Chk_Port_And_Send_Msg();
     });
     m_sendInProgress = false;

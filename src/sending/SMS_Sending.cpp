@@ -10,7 +10,6 @@
 #include "core/Log.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
-#include "core/SendingFlags.h"
 #include "core/SendingLock.h"
 #include "core/TextUtils.h"
 #include "delivery/DelayedDeliveryPause.h"
@@ -149,7 +148,6 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
         m_run = std::make_unique<SendingRun>(settings, portOpeners(), std::make_unique<JournalledRun>(), m_op,
                                              m_pause, hooks);
         watch(*m_run);
-        Stop_SMS_Sending_Now = false;
         emit changed();
 
         QList<std::pair<QString, QString>> recipients;
@@ -352,7 +350,6 @@ void SMS_Sending::endPause() {
 }
 
 void SMS_Sending::requestStop() {
-    Stop_SMS_Sending_Now = true;
     if (m_run)
         m_run->stop();
 }

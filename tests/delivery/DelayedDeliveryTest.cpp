@@ -4,8 +4,6 @@
 #include "delivery/DelayedDeliveryPause.h"
 #include "delivery/PauseCountdown.h"
 
-#include "core/SendingFlags.h"
-
 #include <gtest/gtest.h>
 
 #include <mutex>
@@ -93,11 +91,7 @@ private:
 
 class PauseTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        Stop_SMS_Sending_Now = false;
-        counter = 0;
-    }
-    void TearDown() override { Stop_SMS_Sending_Now = false; }
+    void SetUp() override { counter = 0; }
     std::atomic<int> counter{0};
     LabelLog labels;
 };
@@ -214,7 +208,6 @@ TEST_F(PauseTest, ACountdownStopsOnItsRunsStopOnly) {
     PauseCountdown countdown(PauseCountdown::Variant::SendingJob, labels.sink());
     countdown.GSM_Pause_Delay_Time = 5000;
     otherRun.request_stop();
-    Stop_SMS_Sending_Now = true; // what the windows show; the countdown does not read it
     EXPECT_TRUE(countdown.Pause_Timer_Func(thisRun.get_token()));
     EXPECT_EQ(countdown.GSM_Pause_Delay_Time, 4000);
     thisRun.request_stop();

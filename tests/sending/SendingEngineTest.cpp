@@ -8,7 +8,6 @@
 #include "TestEnvironment.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
-#include "core/SendingFlags.h"
 #include "core/TroubleshootingLog.h"
 #include "sending/JournalledRun.h"
 

@@ -14,7 +14,6 @@
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "core/MainThread.h"
-#include "core/SendingFlags.h"
 #include "sending/RunJournal.h"
 #include "sim/VirtualModem.h"
 #include "stores/ExportDialogs.h"
@@ -37,7 +36,6 @@ protected:
     void SetUp() override {
         Clock::setScale(0.02); // a second is 20 ms; read time-outs leave the modems time to answer
         clearDeviceSelection();
-        Stop_SMS_Sending_Now = false;
         text_change_notifications_on = true;
         window.windowDidLoad();
     }

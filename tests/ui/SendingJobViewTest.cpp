@@ -3,7 +3,6 @@
 #include "ui/SendingJobView.h"
 #include "core/AppState.h"
 #include "core/Clock.h"
-#include "core/SendingFlags.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 #include "sending/SMS_Sending.h"
 #include "sim/VirtualModem.h"
@@ -40,7 +39,6 @@ TEST(SendingJobView, DeliveryStatesFillInAsTheReportsCome) {
     TestDataHome home;
     ScriptedOperator op;
     clearDeviceSelection();
-    Stop_SMS_Sending_Now = false;
     Gsm_Bulk_Sms_Wnd window(op);
     window.windowDidLoad();
 
@@ -98,7 +96,6 @@ protected:
     void SetUp() override {
         Clock::setScale(0.05);
         clearDeviceSelection();
-        Stop_SMS_Sending_Now = false;
         window.windowDidLoad();
         for (int i = 0; i < 2; ++i) {
             sim::ModemIdentity id;
