@@ -40,7 +40,8 @@ protected:
     void loadFile(const QString& name, const QByteArray& bytes) {
         op.chooseFile(writeFile(name, bytes));
         loader().Load_Number();
-        ASSERT_TRUE(spinUntil([&] { return !loader().isLoading(); }));
+        // A deadline for a hang only: a large file under a sanitizer beside other suites takes a while.
+        ASSERT_TRUE(spinUntil([&] { return !loader().isLoading(); }, std::chrono::seconds(90)));
     }
 
     NumberLoader& loader() { return NumberLoader::of(window); }
@@ -206,7 +207,8 @@ TEST_F(NumberLoadingTest, KeepOrReplaceQuestion) {
         if (c.numbers.size() > 1)
             op.chooseFile(writeFile("k.txt", "1\n2\n"));
         loader().Load_Number();
-        ASSERT_TRUE(spinUntil([&] { return !loader().isLoading(); }));
+        // A deadline for a hang only: a large file under a sanitizer beside other suites takes a while.
+        ASSERT_TRUE(spinUntil([&] { return !loader().isLoading(); }, std::chrono::seconds(90)));
         EXPECT_EQ(window.numbers(), c.numbers);
     }
     EXPECT_EQ(op.dialogs(), QStringList(3, "Load_Num_Info"));
@@ -419,7 +421,8 @@ protected:
                 d.CancelPressed();
         });
         loader().Manually_Add_Btn();
-        ASSERT_TRUE(spinUntil([&] { return !loader().isLoading(); }));
+        // A deadline for a hang only: a large file under a sanitizer beside other suites takes a while.
+        ASSERT_TRUE(spinUntil([&] { return !loader().isLoading(); }, std::chrono::seconds(90)));
     }
 };
 
