@@ -4,6 +4,7 @@
 #include "AndroidState.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
+#include "device/DeviceRecord.h"
 
 namespace {
 
@@ -109,11 +110,11 @@ QString Get_Android_Device_Status() {
 }
 
 Record propertyRow(const QString& label, const QString& value) {
-    return Record{{QStringLiteral("COM_PORT"), label},
-                  {QStringLiteral("PORT_DETAL"), value},
-                  {QStringLiteral("PORT_STATUS"), QString()},
-                  {QStringLiteral("IMEI"), QString()},
-                  {QStringLiteral("State"), QStringLiteral("0")}};
+    return Record{{kPortNameKey, label},
+                  {kPortDetailKey, value},
+                  {kPortStatusKey, QString()},
+                  {kImeiKey, QString()},
+                  {kDeviceTickedKey, QStringLiteral("0")}};
 }
 
 RecordList readDeviceProperties() {
@@ -185,8 +186,8 @@ RecordList readDeviceProperties() {
 }
 
 QString Get_Device_name_Detail(const RecordList& rows) {
-    const auto value = [&](int row) { return rows.value(row).value(QStringLiteral("PORT_DETAL")); };
-    const auto label = [&](int row) { return rows.value(row).value(QStringLiteral("COM_PORT")); };
+    const auto value = [&](int row) { return rows.value(row).value(kPortDetailKey); };
+    const auto label = [&](int row) { return rows.value(row).value(kPortNameKey); };
     QString name = value(1);
     if (label(2) == QLatin1String("Model Number")) {
         const QString model = value(2).trimmed();
@@ -200,10 +201,10 @@ QString Get_Device_name_Detail(const RecordList& rows) {
 
 QString Sel_Dev_Detail_String_Creation(const RecordList& rows) {
     QString details = QStringLiteral("Model Details:\n---------------------------------------\n");
-    const QString device = rows.value(0).value(QStringLiteral("PORT_DETAL"));
+    const QString device = rows.value(0).value(kPortDetailKey);
     for (qsizetype i = 1; i + 1 < rows.size(); ++i) {
-        const QString label = rows.at(i).value(QStringLiteral("COM_PORT"));
-        QString value = rows.at(i).value(QStringLiteral("PORT_DETAL"));
+        const QString label = rows.at(i).value(kPortNameKey);
+        QString value = rows.at(i).value(kPortDetailKey);
         if (label == QLatin1String("Manufacturer") && !device.isEmpty())
             value += QStringLiteral(", ") + device;
         details += label + QStringLiteral(" : ") + value + QLatin1Char('\n');

@@ -8,12 +8,13 @@
 #include "core/MainThread.h"
 #include "core/Operator.h"
 #include "delivery/DelayedDeliveryPause.h"
+#include "device/DeviceRecord.h"
 
 using namespace std::chrono_literals;
 
 namespace {
 
-const QStringList kRowColumns = {QStringLiteral("COM_PORT"), QStringLiteral("PORT_DETAL")};
+const QStringList kRowColumns = {kPortNameKey, kPortDetailKey};
 const QString kNotReady = QStringLiteral("Mobile device is not ready.");
 
 bool stopAsked() { return Stop_Modem_SRCH == 1; }
@@ -201,7 +202,7 @@ Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::searchRound() {
     const RecordList properties = readDeviceProperties();
     onMain([&] {
         for (const Record& row : properties)
-            if (!row.value(QStringLiteral("COM_PORT")).trimmed().isEmpty())
+            if (!row.value(kPortNameKey).trimmed().isEmpty())
                 m_rows.append(row);
     });
     markLine(Connection, QStringLiteral("Connected"), QLatin1Char('T'));

@@ -13,6 +13,7 @@
 #include "core/MainWindowController.h"
 #include "core/Operator.h"
 #include "core/TroubleshootingLog.h"
+#include "device/TestCaseRecord.h"
 
 using namespace std::chrono_literals;
 
@@ -27,11 +28,11 @@ const CaseKind kCases[] = {
     {"Case 2:", AndroidModeTest::kStandard, "OBOS"},
     {"Case 3:", AndroidModeTest::kClassic, "OBOC"},
 };
+const QStringList kCaseColumns = {kPhoneCaseLabelKey, kCaseDescriptionKey, kCaseStatusKey};
 } // namespace
 
 Android_TroubleShooting::Android_TroubleShooting(Operator& op, QObject* parent)
-    : DialogController(parent), m_op(op),
-      m_cases({QStringLiteral("Case"), QStringLiteral("Description"), QStringLiteral("Status")}) {}
+    : DialogController(parent), m_op(op), m_cases(kCaseColumns) {}
 
 Android_TroubleShooting::~Android_TroubleShooting() {
     m_stop = true;
@@ -48,11 +49,11 @@ void Android_TroubleShooting::open(const QString& deviceCaption) {
     m_deviceLabel = deviceCaption;
     RecordList rows;
     for (const CaseKind& kind : kCases)
-        rows << Record{{"Case", QString::fromLatin1(kind.label)},
-                       {"Description", kind.description},
-                       {"Status", QString()},
-                       {"Case_SMS", AndroidModeTest::caseText(kind.description, deviceCaption)},
-                       {"Case_Name", QString::fromLatin1(kind.name)}};
+        rows << Record{{kPhoneCaseLabelKey, QString::fromLatin1(kind.label)},
+                       {kCaseDescriptionKey, kind.description},
+                       {kCaseStatusKey, QString()},
+                       {kCaseMessageKey, AndroidModeTest::caseText(kind.description, deviceCaption)},
+                       {kCaseCodeKey, QString::fromLatin1(kind.name)}};
     m_cases.setRecords(rows);
     emit changed();
 }
@@ -60,7 +61,7 @@ void Android_TroubleShooting::open(const QString& deviceCaption) {
 void Android_TroubleShooting::setStatus(int index, const QString& status) {
     onMain([this, index, status] {
         Record row = m_cases.at(index);
-        row.insert(QStringLiteral("Status"), status);
+        row.insert(kCaseStatusKey, status);
         m_cases.replace(index, row);
     });
 }
@@ -81,7 +82,7 @@ void Android_TroubleShooting::Start_Btn() {
     m_information = QStringLiteral("Execute Case 1: ") + AndroidModeTest::kSingleShot;
     RecordList cleared = m_cases.records();
     for (Record& row : cleared)
-        row.insert(QStringLiteral("Status"), QString());
+        row.insert(kCaseStatusKey, QString());
     m_cases.setRecords(cleared);
     m_testing = true;
     m_stop = false;

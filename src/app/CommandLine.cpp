@@ -14,6 +14,7 @@
 #include "core/Log.h"
 #include "core/SendingLock.h"
 #include "delivery/DelaySchedule.h"
+#include "device/DeviceRecord.h"
 #include "gsm/ModemDiscovery.h"
 #include "gsm/SmsMode.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"
@@ -97,9 +98,9 @@ int runDevices(const QStringList& arguments) {
     for (const Record& r : list.records())
         out(QStringLiteral("%1\tmaker: %2\tmodel: %3\tIMEI: %4\tsignal: %5\tbattery: %6\toperator: %7\tSMSC: "
                            "%8\tmodes: %9")
-                .arg(r.value("PORT_DETAL"), r.value("Manufacture"), r.value("Model"), r.value("IMEI"),
-                     r.value("Signal"), r.value("Battery"), r.value("Operator"), r.value("DefSMSC"),
-                     r.value("SUPSMSMode")));
+                .arg(r.value(kPortDetailKey), r.value(kManufacturerKey), r.value(kModelKey),
+                     r.value(kImeiKey), r.value(kSignalKey), r.value(kBatteryKey),
+                     r.value(kNetworkOperatorKey), r.value(kDefaultSmscKey), r.value(kSupportedSmsModesKey)));
     return list.isEmpty() ? 1 : 0;
 }
 
@@ -483,11 +484,10 @@ int runSend(const QStringList& arguments) {
             else if (gsm.skipDuplicates() && seen.contains(number))
                 fate = QStringLiteral("skipped");
             seen.insert(number);
-            out(QStringLiteral("%1\t%2\t%3").arg(number, fate, r.value(QStringLiteral("Message"))));
+            out(QStringLiteral("%1\t%2\t%3").arg(number, fate, r.value(kMessageKey)));
             if (fate != QLatin1String("send"))
                 continue;
-            const SmsParts::Cost cost =
-                SmsParts::costOf(gsm.textAsSent(r.value(QStringLiteral("Message"))), gsm.unicode());
+            const SmsParts::Cost cost = SmsParts::costOf(gsm.textAsSent(r.value(kMessageKey)), gsm.unicode());
             ++messages;
             parts += cost.parts;
             unicodeMessages += cost.coding == SmsCoding::Ucs2;
@@ -520,9 +520,9 @@ int runSend(const QStringList& arguments) {
         }
         for (const QString& setting : parts.mid(1)) {
             if (setting == QLatin1String("mode=pdu"))
-                devices.Update_Column_Value(path, QStringLiteral("SMSMode"), smsModeText(SmsMode::Pdu));
+                devices.Update_Column_Value(path, kSmsModeKey, smsModeText(SmsMode::Pdu));
             else if (setting == QLatin1String("mode=text"))
-                devices.Update_Column_Value(path, QStringLiteral("SMSMode"), smsModeText(SmsMode::Text));
+                devices.Update_Column_Value(path, kSmsModeKey, smsModeText(SmsMode::Text));
             else if (setting.startsWith(QLatin1String("smsc=")) && isServiceCentreNumber(setting.mid(5)))
                 devices.Set_SMSC_Use_Status(path, QStringLiteral("Y"), setting.mid(5));
             else if (setting.startsWith(QLatin1String("smsc="))) {
@@ -537,7 +537,7 @@ int runSend(const QStringList& arguments) {
     }
     if (wanted.isEmpty())
         for (const Record& r : devices.nsPortListData().records())
-            wanted << r.value(QStringLiteral("PORT_DETAL"));
+            wanted << r.value(kPortDetailKey);
     if (wanted.isEmpty()) {
         err(QStringLiteral("No device to send with."));
         return 2;

@@ -6,6 +6,8 @@
 #include "android/Android_Ph_List_Wnd.h"
 #include "android/Android_TroubleShooting.h"
 #include "core/WorkerThread.h"
+#include "device/DeviceRecord.h"
+#include "device/TestCaseRecord.h"
 #include "sending/Bulk_SMSAppDelegate.h"
 
 #include <QSet>
@@ -66,9 +68,9 @@ int testAndroidPhone(Bulk_SMSAppDelegate& window, Operator& op, const QString& s
     bool anyWorked = false;
     for (const Record& c : test.cases().records()) {
         printOut(QStringLiteral("%1\t%2\t%3\t%4")
-                     .arg(c.value(QStringLiteral("Case")), c.value(QStringLiteral("Case_Name")),
-                          c.value(QStringLiteral("Description")), c.value(QStringLiteral("Status"))));
-        anyWorked = anyWorked || c.value(QStringLiteral("Status")) == QLatin1String("Success");
+                     .arg(c.value(kPhoneCaseLabelKey), c.value(kCaseCodeKey), c.value(kCaseDescriptionKey),
+                          c.value(kCaseStatusKey)));
+        anyWorked = anyWorked || c.value(kCaseStatusKey) == QLatin1String("Success");
     }
     return anyWorked ? 0 : 1;
 }
@@ -87,8 +89,8 @@ int listAndroidDevices(const QString& serial) {
             pointAdbAt(phone);
             const RecordList rows = onWorker([] { return readDeviceProperties(); });
             for (const Record& row : rows)
-                text += QLatin1Char('\t') + row.value(QStringLiteral("COM_PORT")).trimmed() +
-                        QStringLiteral(": ") + row.value(QStringLiteral("PORT_DETAL"));
+                text += QLatin1Char('\t') + row.value(kPortNameKey).trimmed() + QStringLiteral(": ") +
+                        row.value(kPortDetailKey);
             pointAdbAt(serial);
         }
         printOut(text);

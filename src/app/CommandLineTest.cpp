@@ -5,6 +5,7 @@
 #include "ConsoleOutput.h"
 #include "core/FileUtils.h"
 #include "core/Launch.h"
+#include "device/TestCaseRecord.h"
 #include "gsm/ModemAnswers.h"
 #include "gsm/ModemDiscovery.h"
 #include "gsm/windows/Automated_GSM_Sending.h"
@@ -23,8 +24,8 @@ void err(const QString& text) { printErr(text); }
 void printCases(const RecordList& cases) {
     for (const Record& c : cases)
         out(QStringLiteral("%1\t%2\t%3\t%4")
-                .arg(c.value(QStringLiteral("Possible_Case")), c.value(QStringLiteral("Case_Name")),
-                     c.value(QStringLiteral("Description")), c.value(QStringLiteral("Status"))));
+                .arg(c.value(kModemCaseLabelKey), c.value(kCaseCodeKey), c.value(kCaseDescriptionKey),
+                     c.value(kCaseStatusKey)));
 }
 
 int testGsmDevice(Operator& op, const QString& path, const QString& number, const QString& customSmsc,
@@ -65,7 +66,7 @@ int testGsmDevice(Operator& op, const QString& path, const QString& number, cons
         }
     }
     for (const Record& c : cases)
-        if (ModemAnswers::isSent(c.value(QStringLiteral("Status"))))
+        if (ModemAnswers::isSent(c.value(kCaseStatusKey)))
             return 0;
     return 1;
 }

@@ -10,6 +10,10 @@
 #include <optional>
 #include <stop_token>
 
+// The most devices one run sends through: the run's own bound, and the size of the pool of
+// modem sessions a GSM run gives its ports.
+inline constexpr int kMaxRunDevices = 32;
+
 struct OutgoingMessage {
     QString number;
     QString text; // exactly what is to arrive (cut and punctuation already applied)

@@ -45,7 +45,7 @@ QString modelName(const QString& cleaned) {
 
 QString imeiDigits(const QString& cleaned) {
     QString s = cleaned;
-    if (s.startsWith(QStringLiteral("IMEI")))
+    if (s.startsWith(QStringLiteral("IMEI"))) // the answer's own word, not a record key
         s.remove(0, 4);
     return Trim_Str(s);
 }

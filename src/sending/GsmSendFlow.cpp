@@ -11,6 +11,7 @@
 #include "core/SendingLock.h"
 #include "core/TextUtils.h"
 #include "core/WorkerThread.h"
+#include "device/DeviceRecord.h"
 
 #include <atomic>
 #include <memory>
@@ -66,7 +67,7 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
 
 QString Gsm_Bulk_Sms_Wnd::describeDevice(const QString& path) const {
     return QStringLiteral("%1 Device connected on %2 ")
-        .arg(deviceDetail(path, QStringLiteral("Model")), deviceDetail(path, QStringLiteral("COM_PORT")));
+        .arg(deviceDetail(path, kModelKey), deviceDetail(path, kPortNameKey));
 }
 
 QList<bool> Gsm_Bulk_Sms_Wnd::testPorts(const QStringList& paths) {

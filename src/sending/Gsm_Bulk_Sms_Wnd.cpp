@@ -3,6 +3,7 @@
 #include "SMS_Sending.h"
 #include "core/AppState.h"
 #include "core/Operator.h"
+#include "device/DeviceRecord.h"
 #include "gsm/ModemSessionPool.h"
 #include "gsm/windows/GSM_DEV_Conn_Step_Wnd.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"
@@ -10,9 +11,7 @@
 
 Gsm_Bulk_Sms_Wnd::Gsm_Bulk_Sms_Wnd(Operator& op, QObject* parent) : BulkSmsWindow(Kind::Gsm, op, parent) {
     // Text mode sets a port's default service centre back after a custom one: from its record.
-    const auto defaultSmsc = [this](const QString& path) {
-        return deviceDetail(path, QStringLiteral("DefSMSC"));
-    };
+    const auto defaultSmsc = [this](const QString& path) { return deviceDetail(path, kDefaultSmscKey); };
     for (MFCSMS* session : mfc_sms_obj_arr)
         session->setDefaultSmscLookup(defaultSmsc);
 }
@@ -47,7 +46,7 @@ SMS_Sending& Gsm_Bulk_Sms_Wnd::sendingJob() {
 
 QString Gsm_Bulk_Sms_Wnd::deviceDetail(const QString& path, const QString& key) const {
     for (const Record& record : port_det_str_array)
-        if (record.value(QStringLiteral("PORT_DETAL")) == path)
+        if (record.value(kPortDetailKey) == path)
             return record.value(key);
     return GSM_Device_List_Wnd::defaultInstance(op()).Get_Sel_Port_Details(path, key);
 }

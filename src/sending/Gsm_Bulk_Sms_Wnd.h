@@ -2,6 +2,7 @@
 // The GSM main window's controller: the shared list and composer, the device choice, and
 // the Send flow that checks everything, verifies the chosen ports and opens the sending job.
 #include "ResumeRun.h"
+#include "device/DeviceRecord.h"
 #include "gsm/MFCSMS.h"
 #include "list/BulkSmsWindow.h"
 
@@ -35,8 +36,8 @@ public:
     QString Message_IS() const { return m_messageIs; }
     bool pleaseWaitShown() const { return m_pleaseWait; }
 
-    // A value of a device's record, by its path: the selected devices first, then the
-    // device window's list.
+    // A value of a device's record (key from device/DeviceRecord.h), by its path: the selected
+    // devices first, then the device window's list.
     QString deviceDetail(const QString& path, const QString& key) const;
 
     SMS_Sending& sendingJob();

@@ -25,23 +25,23 @@ const QString kNotice = QStringLiteral("Please do not operate your mobile device
                                        "process is going on. Operating the mobile "
                                        "device functions during the messaging process may interrupt the "
                                        "execution and may result errors in process.");
-const QStringList kItemColumns = {"Number",   "Message", "Current Status", "Status",
-                                  "Use Port", "Retry",   "Delivery"};
+const QStringList kItemColumns = {kNumberKey,   kMessageKey,     kItemCurrentStatusKey, kItemStatusKey,
+                                  kItemPortKey, kItemRetriesKey, kItemDeliveryKey};
 const QString kPortNotWorking = QStringLiteral(
     "\nSelected device is not working properly. Please use Mobiles Connection Wizard for finding device or "
     "establishing connection.");
 } // namespace
 
 Record SMS_Sending::recordOf(const SendingItem& item) {
-    return Record{{"Number", item.number},
-                  {"Message", item.message},
-                  {"Use Port", item.usePort},
-                  {"Use Status", useStatusText(item.useStatus)},
-                  {"Current Status", item.currentStatus},
-                  {"Status", item.status},
-                  {"Retry", QString::number(std::max(0, item.attempts - 1))},
-                  {"Delivery", item.delivery},
-                  {"Sent item", "0"}};
+    return Record{{kNumberKey, item.number},
+                  {kMessageKey, item.message},
+                  {kItemPortKey, item.usePort},
+                  {kItemUseStatusKey, useStatusText(item.useStatus)},
+                  {kItemCurrentStatusKey, item.currentStatus},
+                  {kItemStatusKey, item.status},
+                  {kItemRetriesKey, QString::number(std::max(0, item.attempts - 1))},
+                  {kItemDeliveryKey, item.delivery},
+                  {kItemSentItemKey, "0"}};
 }
 
 SMS_Sending::SMS_Sending(Gsm_Bulk_Sms_Wnd& window, Operator& op, QObject* parent)
@@ -153,7 +153,7 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
         QList<std::pair<QString, QString>> recipients;
         recipients.reserve(rows.size());
         for (const Record& row : rows)
-            recipients.append({recipientNumber(row), row.value("Message")}); // E.164 when the list has it
+            recipients.append({recipientNumber(row), row.value(kMessageKey)}); // E.164 when the list has it
         m_run->start(recipients);
         // The prescribed second before the job shows: the window keeps repainting meanwhile,
         // and the loader's first rows may already reach the table.
@@ -204,11 +204,11 @@ QList<DeviceOpener> SMS_Sending::portOpeners() const {
     for (qsizetype slot = 0; slot < paths.size() && slot < kMaxPorts; ++slot) {
         const QString& path = paths.at(slot);
         ModemDetails details;
-        details.mode = smsModeFromText(m_window.deviceDetail(path, QStringLiteral("SMSMode")));
-        details.smsc = m_window.deviceDetail(path, QStringLiteral("UseCusSMSC")) == QLatin1String("N")
+        details.mode = smsModeFromText(m_window.deviceDetail(path, kSmsModeKey));
+        details.smsc = m_window.deviceDetail(path, kUseCustomSmscKey) == QLatin1String("N")
                            ? QString()
-                           : m_window.deviceDetail(path, QStringLiteral("CusSMSC"));
-        details.capability = m_window.deviceDetail(path, QStringLiteral("SMS_CAPABLE"));
+                           : m_window.deviceDetail(path, kCustomSmscKey);
+        details.capability = m_window.deviceDetail(path, kSmsCapableKey);
         openers << [this, slot, path, details](std::stop_token) -> std::unique_ptr<SendingDevice> {
             bool lineNotWorking = false;
             auto device =

@@ -32,6 +32,16 @@ inline const QString kSkipped = QStringLiteral("Skipped.");
 inline const QString kDeliveryPending = QStringLiteral("Pending");
 inline const QString kNoReport = QStringLiteral("No report received");
 
+// The keys of an item record, one row of a run's item table: these beside the kNumberKey and
+// kMessageKey of the recipient it was made from.
+inline const QString kItemCurrentStatusKey = QStringLiteral("Current Status");
+inline const QString kItemStatusKey = QStringLiteral("Status"); // the final outcome's words
+inline const QString kItemPortKey = QStringLiteral("Use Port"); // the device it went through
+inline const QString kItemUseStatusKey = QStringLiteral("Use Status");
+inline const QString kItemRetriesKey = QStringLiteral("Retry"); // attempts after the first
+inline const QString kItemDeliveryKey = QStringLiteral("Delivery");
+inline const QString kItemSentItemKey = QStringLiteral("Sent item");
+
 // Where an item stands in the run; its text ("Use Status") is what the item table shows.
 enum class UseStatus { WaitToDispatch, Sending, Done, Stopped };
 QString useStatusText(UseStatus status);

@@ -88,7 +88,7 @@ public:
     // Waits until every thread of the run has ended.
     void join();
 
-    static constexpr int kMaxDevices = 32;
+    static constexpr int kMaxDevices = kMaxRunDevices;
     // A device leaves the run after this many refusals in a row, for as many numbers.
     static constexpr int kRefusalsBeforeADeviceLeaves = 3;
     // The pause before a refused message's next attempt grows by this much per attempt.

@@ -16,9 +16,6 @@
 #include <algorithm>
 
 namespace {
-const QString kAvail = QStringLiteral("Avail_List");
-const QString kApplied = QStringLiteral("Exclude_List");
-const QString kNumber = QStringLiteral("Exclusion_Num_List");
 const QString kAvailableEmpty = QStringLiteral("Available list is empty.");
 const QString kSelectAvailable =
     QStringLiteral("Please select a record from the available list to continue.");
@@ -42,8 +39,8 @@ RecordList recordsOf(const QStringList& values, const QString& key) {
 } // namespace
 
 Exclusion_Wizard::Exclusion_Wizard(Operator& op, QObject* parent)
-    : DialogController(parent), m_op(op), m_available(kAvail, {kAvail}), m_applied(kApplied, {kApplied}),
-      m_numbers(kNumber, {kNumber}) {
+    : DialogController(parent), m_op(op), m_available(kAvailableListKey, {kAvailableListKey}),
+      m_applied(kAppliedListKey, {kAppliedListKey}), m_numbers(kExclusionNumberKey, {kExclusionNumberKey}) {
     // One subscriber is one number of a list, however written, as it is when the list is applied.
     useDefaultCountry();
     connect(&DefaultCountry::instance(), &DefaultCountry::changed, this, [this] { useDefaultCountry(); });
@@ -61,7 +58,7 @@ void Exclusion_Wizard::useDefaultCountry() {
 
 bool Exclusion_Wizard::Skip_Duplicate_Number(const QString& number, int except) const {
     const bool itself = except >= 0 && except < m_numbers.size() &&
-                        m_numbers.sameValue(m_numbers.at(except).value(kNumber), number);
+                        m_numbers.sameValue(m_numbers.at(except).value(kExclusionNumberKey), number);
     return m_numbers.countOf(number) - (itself ? 1 : 0) > 0;
 }
 
@@ -72,9 +69,9 @@ Exclusion_Wizard& Exclusion_Wizard::defaultInstance(Operator& op) {
     return *Exclusion_wnd;
 }
 
-QStringList Exclusion_Wizard::availableLists() const { return valuesOf(m_available, kAvail); }
-QStringList Exclusion_Wizard::appliedLists() const { return valuesOf(m_applied, kApplied); }
-QStringList Exclusion_Wizard::numbers() const { return valuesOf(m_numbers, kNumber); }
+QStringList Exclusion_Wizard::availableLists() const { return valuesOf(m_available, kAvailableListKey); }
+QStringList Exclusion_Wizard::appliedLists() const { return valuesOf(m_applied, kAppliedListKey); }
+QStringList Exclusion_Wizard::numbers() const { return valuesOf(m_numbers, kExclusionNumberKey); }
 
 QString Exclusion_Wizard::screenText() const {
     return m_screen == Screen::NameEntry ? kExclusionNameText : kExclusionStartText;
@@ -128,8 +125,8 @@ void Exclusion_Wizard::showNumbers() {
 }
 
 void Exclusion_Wizard::setLoaded(const QStringList& available, const QStringList& applied) {
-    m_available.setRecords(recordsOf(available, kAvail));
-    m_applied.setRecords(recordsOf(applied, kApplied));
+    m_available.setRecords(recordsOf(available, kAvailableListKey));
+    m_applied.setRecords(recordsOf(applied, kAppliedListKey));
     m_availableSel.clear();
     m_appliedSel.clear();
     emit selectionChanged();
@@ -235,7 +232,7 @@ void Exclusion_Wizard::OnUpdate() {
         m_op.Show_MessageBox(kAvailableEmpty);
         return;
     }
-    if (m_availableSel.isEmpty() || hasBlankSelection(m_available, m_availableSel, kAvail)) {
+    if (m_availableSel.isEmpty() || hasBlankSelection(m_available, m_availableSel, kAvailableListKey)) {
         m_op.Show_MessageBox(kSelectAvailable);
         return;
     }
@@ -243,7 +240,7 @@ void Exclusion_Wizard::OnUpdate() {
         m_op.Show_MessageBox(QStringLiteral("Please select only one record to update."));
         return;
     }
-    const QString name = m_available.at(m_availableSel.first()).value(kAvail);
+    const QString name = m_available.at(m_availableSel.first()).value(kAvailableListKey);
     Check_Path_And_Create_Files();
     const QString path = exclusionListPath(name);
     QString why;
@@ -262,7 +259,7 @@ void Exclusion_Wizard::OnUpdate() {
     m_numbers.clear();
     RecordList numbers;
     for (const QString& number : stored)
-        numbers << Record{{kNumber, number}};
+        numbers << Record{{kExclusionNumberKey, number}};
     m_numbers.setRecords(std::move(numbers));
     update_count = 3;
     back_flag = false;
@@ -274,7 +271,7 @@ void Exclusion_Wizard::Delete_List_Btn() {
         m_op.Show_MessageBox(kAvailableEmpty);
         return;
     }
-    if (m_availableSel.isEmpty() || hasBlankSelection(m_available, m_availableSel, kAvail)) {
+    if (m_availableSel.isEmpty() || hasBlankSelection(m_available, m_availableSel, kAvailableListKey)) {
         m_op.Show_MessageBox(kSelectAvailable);
         return;
     }
@@ -283,11 +280,11 @@ void Exclusion_Wizard::Delete_List_Btn() {
         return;
     const QList<int> rows = m_availableSel;
     for (auto it = rows.crbegin(); it != rows.crend(); ++it) {
-        const QString name = m_available.at(*it).value(kAvail);
+        const QString name = m_available.at(*it).value(kAvailableListKey);
         m_available.removeRows({*it});
         QList<int> appliedRows;
         for (int r = 0; r < m_applied.size(); ++r)
-            if (m_applied.at(r).value(kApplied) == name)
+            if (m_applied.at(r).value(kAppliedListKey) == name)
                 appliedRows << r;
         m_applied.removeRows(appliedRows);
         Delete_File(exclusionListPath(name));
@@ -309,21 +306,21 @@ void Exclusion_Wizard::Add_Selected_Btn() {
         m_op.Show_MessageBox(kAvailableEmpty);
         return;
     }
-    if (m_availableSel.isEmpty() || hasBlankSelection(m_available, m_availableSel, kAvail)) {
+    if (m_availableSel.isEmpty() || hasBlankSelection(m_available, m_availableSel, kAvailableListKey)) {
         m_op.Show_MessageBox(kSelectAvailable);
         return;
     }
     const bool allApplied = std::all_of(m_availableSel.begin(), m_availableSel.end(), [this](int r) {
-        return m_applied.containsValue(m_available.at(r).value(kAvail));
+        return m_applied.containsValue(m_available.at(r).value(kAvailableListKey));
     });
     if (!m_applied.isEmpty() && allApplied) {
         m_op.Show_MessageBox(QStringLiteral("Selected list is already in use."));
         return;
     }
     for (int r : m_availableSel) {
-        const QString name = m_available.at(r).value(kAvail);
+        const QString name = m_available.at(r).value(kAvailableListKey);
         if (!m_applied.containsValue(name))
-            m_applied.append(Record{{kApplied, name}});
+            m_applied.append(Record{{kAppliedListKey, name}});
     }
     update_app_ex = true;
     emit changed();
@@ -343,7 +340,7 @@ void Exclusion_Wizard::Add_All_Btn() {
     }
     for (const QString& name : names)
         if (!m_applied.containsValue(name))
-            m_applied.append(Record{{kApplied, name}});
+            m_applied.append(Record{{kAppliedListKey, name}});
     update_app_ex = true;
     emit changed();
 }
@@ -353,7 +350,7 @@ void Exclusion_Wizard::Remove_Selected_Btn() {
         m_op.Show_MessageBox(kAppliedEmpty);
         return;
     }
-    if (m_appliedSel.isEmpty() || hasBlankSelection(m_applied, m_appliedSel, kApplied)) {
+    if (m_appliedSel.isEmpty() || hasBlankSelection(m_applied, m_appliedSel, kAppliedListKey)) {
         m_op.Show_MessageBox(
             QStringLiteral("Please select a record from Exclude when sending SMS list to continue."));
         return;

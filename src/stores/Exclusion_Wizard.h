@@ -15,6 +15,12 @@
 
 class Operator;
 
+// The keys of the wizard's three tables: the names of the lists not applied and applied,
+// and the numbers of the list being edited.
+inline const QString kAvailableListKey = QStringLiteral("Avail_List");
+inline const QString kAppliedListKey = QStringLiteral("Exclude_List");
+inline const QString kExclusionNumberKey = QStringLiteral("Exclusion_Num_List");
+
 class Exclusion_Wizard : public DialogController, public ExclusionImportTarget {
     Q_OBJECT
 public:

@@ -18,9 +18,6 @@
 #include <QFileInfo>
 
 namespace {
-const QString kNumber = QStringLiteral("Exclusion_Num_List");
-const QString kAvail = QStringLiteral("Avail_List");
-const QString kApplied = QStringLiteral("Exclude_List");
 const QString kContinue = QStringLiteral("\nAre you sure you want to continue");
 const QString kUnsavedNumbers = QStringLiteral(
     "\nYou have made changes in exclusion number list that have not been saved yet.\n\nDo you want "
@@ -42,13 +39,13 @@ void Exclusion_Wizard::chk_and_insert_validation(const QString& value) {
     const QString number = validExclusionNumber(cleaned);
     if (number.isEmpty() || Skip_Duplicate_Number(number))
         return;
-    m_numbers.append(Record{{kNumber, number}});
+    m_numbers.append(Record{{kExclusionNumberKey, number}});
     back_flag = true;
     emit changed();
 }
 
 void Exclusion_Wizard::replaceNumber(int index, const QString& number) {
-    m_numbers.replace(index, Record{{kNumber, number}});
+    m_numbers.replace(index, Record{{kExclusionNumberKey, number}});
     emit changed();
 }
 
@@ -62,7 +59,7 @@ void Exclusion_Wizard::Add_Number_Btn() {
         m_op.Show_MessageBox(kExclusionNumberExists);
         return;
     }
-    m_numbers.append(Record{{kNumber, number}});
+    m_numbers.append(Record{{kExclusionNumberKey, number}});
     back_flag = true;
     m_numberField.clear();
     emit changed();
@@ -110,7 +107,7 @@ void Exclusion_Wizard::Update_Number_Btn() {
         m_op.Show_MessageBox(kExclusionNumbersEmpty);
         return;
     }
-    if (m_numberSel.isEmpty() || hasBlankSelection(m_numbers, m_numberSel, kNumber)) {
+    if (m_numberSel.isEmpty() || hasBlankSelection(m_numbers, m_numberSel, kExclusionNumberKey)) {
         m_op.Show_MessageBox(kSelectNumber);
         return;
     }
@@ -119,7 +116,7 @@ void Exclusion_Wizard::Update_Number_Btn() {
         return;
     }
     const int row = m_numberSel.first();
-    Update_Ex_Num editor(*this, m_op, row, m_numbers.at(row).value(kNumber));
+    Update_Ex_Num editor(*this, m_op, row, m_numbers.at(row).value(kExclusionNumberKey));
     if (m_op.runModal(editor) == 1)
         back_flag = true;
     emit changed();
@@ -130,7 +127,7 @@ void Exclusion_Wizard::Remove_Numbers_Btn() {
         m_op.Show_MessageBox(kExclusionNumbersEmpty);
         return;
     }
-    if (m_numberSel.isEmpty() || hasBlankSelection(m_numbers, m_numberSel, kNumber)) {
+    if (m_numberSel.isEmpty() || hasBlankSelection(m_numbers, m_numberSel, kExclusionNumberKey)) {
         m_op.Show_MessageBox(kSelectNumber);
         return;
     }
@@ -186,11 +183,11 @@ bool Exclusion_Wizard::applyRename(bool fromButton) {
             return false;
         }
         for (int r = 0; r < m_available.size(); ++r)
-            if (m_available.at(r).value(kAvail) == m_exlist_name_str)
-                m_available.replace(r, Record{{kAvail, name}});
+            if (m_available.at(r).value(kAvailableListKey) == m_exlist_name_str)
+                m_available.replace(r, Record{{kAvailableListKey, name}});
         for (int r = 0; r < m_applied.size(); ++r)
-            if (m_applied.at(r).value(kApplied) == m_exlist_name_str)
-                m_applied.replace(r, Record{{kApplied, name}});
+            if (m_applied.at(r).value(kAppliedListKey) == m_exlist_name_str)
+                m_applied.replace(r, Record{{kAppliedListKey, name}});
         if (QFileInfo::exists(ExListIndex_File_Path))
             writeIndex();
         if (QFileInfo::exists(AppExclusion_File_Path))
@@ -225,7 +222,7 @@ bool Exclusion_Wizard::finish() {
                 fileError(why);
             writeTold(exclusionListPath(name), numbers());
         }
-        m_available.append(Record{{kAvail, name}});
+        m_available.append(Record{{kAvailableListKey, name}});
     } else if (update_count == 3) {
         if (QFileInfo::exists(ExListIndex_File_Path))
             writeTold(exclusionListPath(name), numbers());

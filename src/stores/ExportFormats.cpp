@@ -6,6 +6,14 @@
 
 namespace {
 
+// Column headings of the exported files. They read as some record keys do, but they are what
+// the files say, not keys.
+const QString kNumberHeading = QStringLiteral("Number");                // not a record key
+const QString kMessageHeading = QStringLiteral("Message");              // not a record key
+const QString kCurrentStatusHeading = QStringLiteral("Current Status"); // not a record key
+const QString kStatusHeading = QStringLiteral("Status");                // not a record key
+const QString kDateHeading = QStringLiteral("Date");                    // not a record key
+
 QString textHeading(const QString& title) {
     return kExportRule + QStringLiteral("\n\n\t\t\t") + title + QStringLiteral("\t\t\t\n\n") + kExportRule +
            QLatin1Char('\n');
@@ -111,10 +119,9 @@ QByteArray sendingReportHtml(const QList<ReportItem>& items) {
     for (const ReportItem& item : items)
         out += utf16Piece(
             htmlRow(QStringLiteral("<table>") +
-                    htmlField(fieldCell(60, QStringLiteral("Number")), htmlValue(item.number, false)) +
-                    htmlField(fieldCell(60, QStringLiteral("Message")), htmlValue(item.message, true)) +
-                    htmlField(fieldCell(100, QStringLiteral("Current Status")),
-                              htmlValue(item.currentStatus, false)) +
+                    htmlField(fieldCell(60, kNumberHeading), htmlValue(item.number, false)) +
+                    htmlField(fieldCell(60, kMessageHeading), htmlValue(item.message, true)) +
+                    htmlField(fieldCell(100, kCurrentStatusHeading), htmlValue(item.currentStatus, false)) +
                     htmlField(fieldCell(100, QStringLiteral("Sent Status")), htmlValue(item.status, false)) +
                     QStringLiteral("</table>")));
     return out;
@@ -123,7 +130,7 @@ QByteArray sendingReportHtml(const QList<ReportItem>& items) {
 SpreadsheetData sendingReportRows(const QList<ReportItem>& items) {
     SpreadsheetData rows;
     rows.reserve(items.size() + 1);
-    rows << QStringList{QStringLiteral("Number"), QStringLiteral("Message"), QStringLiteral("Current Status"),
+    rows << QStringList{kNumberHeading, kMessageHeading, kCurrentStatusHeading,
                         QStringLiteral("Sent Status")};
     for (const ReportItem& item : items)
         rows << QStringList{item.number, item.message, item.currentStatus, item.status};
@@ -148,12 +155,12 @@ QByteArray sentItemsText(const QList<SentItem>& items, bool withStatus) {
 QByteArray sentItemsHtml(const QList<SentItem>& items, bool withStatus) {
     QByteArray out = utf16Piece(htmlPageStart(kSentItemsHtmlTitle, QStringLiteral("Sent Items:")));
     for (const SentItem& item : items) {
-        QString inner = QStringLiteral("<table>") +
-                        htmlField(fieldCell(60, QStringLiteral("Date")), htmlValue(item.date, false));
+        QString inner =
+            QStringLiteral("<table>") + htmlField(fieldCell(60, kDateHeading), htmlValue(item.date, false));
         if (withStatus)
-            inner += htmlField(fieldCell(60, QStringLiteral("Status")), htmlValue(item.status, false));
-        inner += htmlField(fieldCell(60, QStringLiteral("Number")), htmlValue(item.number, false)) +
-                 htmlField(fieldCell(60, QStringLiteral("Message")), htmlValue(item.message, true)) +
+            inner += htmlField(fieldCell(60, kStatusHeading), htmlValue(item.status, false));
+        inner += htmlField(fieldCell(60, kNumberHeading), htmlValue(item.number, false)) +
+                 htmlField(fieldCell(60, kMessageHeading), htmlValue(item.message, true)) +
                  QStringLiteral("</table>");
         out += utf16Piece(htmlRow(inner));
     }
@@ -164,10 +171,9 @@ SpreadsheetData sentItemsRows(const QList<SentItem>& items, bool withStatus) {
     SpreadsheetData rows;
     rows.reserve(items.size() + 1);
     if (withStatus)
-        rows << QStringList{QStringLiteral("Date"), QStringLiteral("Status"), QStringLiteral("Number"),
-                            QStringLiteral("Message")};
+        rows << QStringList{kDateHeading, kStatusHeading, kNumberHeading, kMessageHeading};
     else
-        rows << QStringList{QStringLiteral("Date"), QStringLiteral("Number"), QStringLiteral("Message")};
+        rows << QStringList{kDateHeading, kNumberHeading, kMessageHeading};
     for (const SentItem& item : items)
         rows << (withStatus ? QStringList{item.date, item.status, item.number, item.message}
                             : QStringList{item.date, item.number, item.message});
@@ -229,7 +235,7 @@ QByteArray contactListText(const QList<QPair<QString, QString>>& rows) {
 SpreadsheetData contactListRows(const QList<QPair<QString, QString>>& rows) {
     SpreadsheetData data;
     data.reserve(rows.size() + 1);
-    data << QStringList{QStringLiteral("Number"), QStringLiteral("Message")};
+    data << QStringList{kNumberHeading, kMessageHeading};
     for (const auto& [number, message] : rows)
         data << QStringList{number, message};
     return data;

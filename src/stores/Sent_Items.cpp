@@ -14,20 +14,19 @@
 #include "list/BulkSmsWindow.h"
 #include "list/LoadCounters.h"
 #include "list/Load_Num_Info.h"
+#include "list/NumberList.h"
 
 namespace {
-const QString kNumber = QStringLiteral("Number");
-const QString kMessage = QStringLiteral("Message");
-const QString kDate = QStringLiteral("Date");
-const QString kStatus = QStringLiteral("Status");
-
 Record recordOf(const SentItem& item) {
-    return Record{
-        {kNumber, item.number}, {kMessage, item.message}, {kDate, item.date}, {kStatus, item.status}};
+    return Record{{kNumberKey, item.number},
+                  {kMessageKey, item.message},
+                  {kSentItemDateKey, item.date},
+                  {kSentItemStatusKey, item.status}};
 }
 
 SentItem itemOf(const Record& r, bool withStatus) {
-    return {r.value(kNumber), r.value(kMessage), r.value(kDate), withStatus ? r.value(kStatus) : QString()};
+    return {r.value(kNumberKey), r.value(kMessageKey), r.value(kSentItemDateKey),
+            withStatus ? r.value(kSentItemStatusKey) : QString()};
 }
 
 QList<SentItem> readItems(const QString& path, QString& why) {
@@ -39,7 +38,8 @@ QList<SentItem> readItems(const QString& path, QString& why) {
 } // namespace
 
 Sent_Items::Sent_Items(Operator& op, QObject* parent)
-    : DialogController(parent), m_op(op), m_table({kNumber, kMessage, kDate, kStatus}) {}
+    : DialogController(parent), m_op(op),
+      m_table({kNumberKey, kMessageKey, kSentItemDateKey, kSentItemStatusKey}) {}
 
 Sent_Items::~Sent_Items() { m_loader.requestStop(); }
 
@@ -130,9 +130,10 @@ void Sent_Items::showDetails(int row) {
     const Record& r = m_table.at(row);
     m_details =
         m_gsm ? QStringLiteral("Number\t: %1\r\n\r\nMessage\t: %2\r\n\r\nDate\t\t: %3\r\n\r\nStatus\t: %4")
-                    .arg(r.value(kNumber), r.value(kMessage), r.value(kDate), r.value(kStatus))
+                    .arg(r.value(kNumberKey), r.value(kMessageKey), r.value(kSentItemDateKey),
+                         r.value(kSentItemStatusKey))
               : QStringLiteral("Number\t: %1\r\n\r\nMessage\t: %2\r\n\r\nDate\t\t: %3")
-                    .arg(r.value(kNumber), r.value(kMessage), r.value(kDate));
+                    .arg(r.value(kNumberKey), r.value(kMessageKey), r.value(kSentItemDateKey));
     emit changed();
 }
 
@@ -217,9 +218,9 @@ void Sent_Items::Send_To_Main_Btn() {
         BulkSmsWindow::BatchInsert batch(*window);
         for (int row : rows) {
             const Record& r = m_table.at(row);
-            const QString number = window->Num_Able_To_insert(r.value(kNumber));
+            const QString number = window->Num_Able_To_insert(r.value(kNumberKey));
             if (!number.isEmpty())
-                window->Create_Num_Msg_List(number, r.value(kMessage));
+                window->Create_Num_Msg_List(number, r.value(kMessageKey));
         }
     }
     window->Update_List_Count();
@@ -253,7 +254,7 @@ void Sent_Items::exportItems() {
             QStringList statuses;
             if (selector == 1)
                 for (const Record& r : m_table.records())
-                    statuses << r.value(kStatus);
+                    statuses << r.value(kSentItemStatusKey);
             return statuses;
         });
         if (m_op.runModal(filter) == 0 || Status_EXPORT_MODE == 3)

@@ -14,6 +14,10 @@
 
 class Operator;
 
+// The keys of a sent item record, besides the kNumberKey and kMessageKey of the recipient.
+inline const QString kSentItemDateKey = QStringLiteral("Date");
+inline const QString kSentItemStatusKey = QStringLiteral("Status"); // kept in the GSM log only
+
 class Sent_Items : public DialogController {
     Q_OBJECT
 public:

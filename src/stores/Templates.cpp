@@ -14,6 +14,7 @@
 #include "core/Operator.h"
 #include "core/TextUtils.h"
 #include "list/BulkSmsWindow.h"
+#include "list/NumberList.h"
 #include "sheets/windows/Import_Excel.h"
 #include "text/NumberRules.h"
 #include "text/TextLines.h"
@@ -21,8 +22,6 @@
 #include <QFileInfo>
 
 namespace {
-const QString kMessage = QStringLiteral("Message");
-
 QByteArray readFile(const QString& path, QString& why) {
     PrivateFile file(path);
     if (!file.open(&why))
@@ -32,7 +31,7 @@ QByteArray readFile(const QString& path, QString& why) {
 } // namespace
 
 Templates::Templates(Operator& op, QObject* parent)
-    : DialogController(parent), m_op(op), m_table(kMessage, {kMessage}),
+    : DialogController(parent), m_op(op), m_table(kMessageKey, {kMessageKey}),
       m_editor(new UpdateTemp(*this, op, this)) {}
 
 Templates::~Templates() { m_loader.requestStop(); }
@@ -46,7 +45,7 @@ QStringList Templates::templates() const {
     QStringList out;
     out.reserve(m_table.size());
     for (const Record& r : m_table.records())
-        out << r.value(kMessage);
+        out << r.value(kMessageKey);
     return out;
 }
 
@@ -61,14 +60,14 @@ void Templates::Create_Template_List(const QString& text) {
     if (trimmed.isEmpty() || trimmed == kExportRule || trimmed == QLatin1String("[ Bulk SMS - Templates]"))
         return;
     // Cut, then trimmed again: a cut that ends in white space would not match itself later.
-    m_table.append(Record{{kMessage, Trim_Str(trimmed.left(kMaxMessageLength))}});
+    m_table.append(Record{{kMessageKey, Trim_Str(trimmed.left(kMaxMessageLength))}});
     emit changed();
 }
 
 void Templates::replaceTemplate(int index, const QString& text) {
     if (index < 0 || index >= m_table.size())
         return;
-    m_table.replace(index, Record{{kMessage, Trim_Str(text.left(kMaxMessageLength))}});
+    m_table.replace(index, Record{{kMessageKey, Trim_Str(text.left(kMaxMessageLength))}});
     emit changed();
 }
 
@@ -143,7 +142,7 @@ void Templates::Update_Btn() {
         return;
     }
     const int row = m_selected.first();
-    const QString text = m_table.at(row).value(kMessage);
+    const QString text = m_table.at(row).value(kMessageKey);
     if (Trim_Str(text).isEmpty()) {
         m_op.Show_MessageBox(kSelectTemplate);
         return;
@@ -206,8 +205,8 @@ void Templates::Use_Template_Btn() {
     const int start =
         m_composerStart < 0 ? int(composer.size()) : qMin(m_composerStart, int(composer.size()));
     const int length = qMin(m_composerLength, int(composer.size()) - start);
-    QString result =
-        composer.left(start) + m_table.at(m_selected.first()).value(kMessage) + composer.mid(start + length);
+    QString result = composer.left(start) + m_table.at(m_selected.first()).value(kMessageKey) +
+                     composer.mid(start + length);
     if (result.size() > kMaxMessageLength) {
         if (!m_op.Show_YES_NO_MessageBox(QStringLiteral(
                 "Maximum characters limit is 1600.\r\n\r\nPress 'Yes to continue to composer window and "

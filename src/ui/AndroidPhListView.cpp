@@ -3,6 +3,7 @@
 #include "RecordTableModel.h"
 #include "android/And_Conn_Err.h"
 #include "core/AppState.h"
+#include "device/DeviceRecord.h"
 
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -40,8 +41,8 @@ AndroidPhListView::AndroidPhListView(Android_Ph_List_Wnd& controller, QWidget* p
     m_hint = new QLabel(QStringLiteral("Unlock the phone and allow USB debugging when it asks."), this);
     layout->addWidget(m_hint);
     auto* model = new RecordTableModel(controller.rows(), this);
-    model->setColumnTitle(QStringLiteral("COM_PORT"), QStringLiteral("Property"));
-    model->setColumnTitle(QStringLiteral("PORT_DETAL"), QStringLiteral("Value"));
+    model->setColumnTitle(kPortNameKey, QStringLiteral("Property"));
+    model->setColumnTitle(kPortDetailKey, QStringLiteral("Value"));
     m_table = new QTableView(this);
     m_table->setModel(model);
     m_table->verticalHeader()->hide();

@@ -2,6 +2,7 @@
 
 #include "RecordTableModel.h"
 #include "core/AppState.h"
+#include "device/TestCaseRecord.h"
 
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -36,9 +37,9 @@ AndroidTroubleShootingView::AndroidTroubleShootingView(Android_TroubleShooting& 
     layout->addLayout(numberRow);
 
     auto* model = new RecordTableModel(controller.cases(), this);
-    model->setColumnTitle(QStringLiteral("Case"), QStringLiteral("Case"));
-    model->setColumnTitle(QStringLiteral("Description"), QStringLiteral("Sending mode"));
-    model->setColumnTitle(QStringLiteral("Status"), QStringLiteral("Status"));
+    model->setColumnTitle(kPhoneCaseLabelKey, QStringLiteral("Case")); // a title, not a record key
+    model->setColumnTitle(kCaseDescriptionKey, QStringLiteral("Sending mode"));
+    model->setColumnTitle(kCaseStatusKey, QStringLiteral("Status")); // a title, not a record key
     auto* table = new QTableView(this);
     table->setModel(model);
     table->setSelectionMode(QAbstractItemView::NoSelection);

@@ -2,6 +2,8 @@
 
 #include "RecordTableModel.h"
 #include "core/AppState.h"
+#include "device/DeviceRecord.h"
+#include "device/TestCaseRecord.h"
 
 #include <QFormLayout>
 #include <QGroupBox>
@@ -57,9 +59,9 @@ QWidget* AutomatedGsmSendingView::buildDevices() {
     auto* group = new QGroupBox(QStringLiteral("Devices"), this);
     auto* layout = new QVBoxLayout(group);
     auto* model = new RecordTableModel(m_controller.nsDeviceListData(), this);
-    model->setColumnTitle(QStringLiteral("COM_PORT"), QStringLiteral("Port"));
-    model->setColumnTitle(QStringLiteral("Model"), QStringLiteral("Model"));
-    model->setColumnTitle(QStringLiteral("Setting_USE"), QStringLiteral("Applied"));
+    model->setColumnTitle(kPortNameKey, QStringLiteral("Port"));
+    model->setColumnTitle(kModelKey, QStringLiteral("Model")); // a title, not a record key
+    model->setColumnTitle(kSettingAppliedKey, QStringLiteral("Applied"));
     m_devices = rowTable(model, group);
     m_devices->setColumnWidth(0, 70);
     m_devices->setColumnWidth(1, 90);
@@ -99,9 +101,9 @@ QWidget* AutomatedGsmSendingView::buildTest() {
     layout->addLayout(form);
 
     auto* model = new RecordTableModel(m_controller.nsCaseListData(), this);
-    model->setColumnTitle(QStringLiteral("Possible_Case"), QStringLiteral("Case"));
-    model->setColumnTitle(QStringLiteral("Description"), QStringLiteral("Connection settings"));
-    model->setColumnTitle(QStringLiteral("Status"), QStringLiteral("Status"));
+    model->setColumnTitle(kModemCaseLabelKey, QStringLiteral("Case")); // a title, not a record key
+    model->setColumnTitle(kCaseDescriptionKey, QStringLiteral("Connection settings"));
+    model->setColumnTitle(kCaseStatusKey, QStringLiteral("Status")); // a title, not a record key
     m_cases = rowTable(model, group);
     m_cases->setColumnWidth(0, 70);
     m_cases->setColumnWidth(1, 240);

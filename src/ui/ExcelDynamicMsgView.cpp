@@ -105,9 +105,9 @@ QWidget* ExcelDynamicMsgView::buildFilePage() {
     tickLayout->addWidget(
         new QLabel(QStringLiteral("Tick the column(s) holding phone numbers:"), m_tickColumns));
     auto* model = new RecordTableModel(m_controller.ListData(), m_tickColumns);
-    model->setColumnTitle(QStringLiteral("State"), QString());
-    model->setColumnTitle(QStringLiteral("Extension"), QStringLiteral("Column"));
-    model->setCheckColumn(QStringLiteral("State"),
+    model->setColumnTitle(kColumnTickedKey, QString());
+    model->setColumnTitle(kColumnNameKey, QStringLiteral("Column"));
+    model->setCheckColumn(kColumnTickedKey,
                           [this](int row, bool ticked) { m_controller.setColumnTicked(row, ticked); });
     auto* table = new QTableView(m_tickColumns);
     table->setModel(model);
@@ -135,9 +135,9 @@ QWidget* ExcelDynamicMsgView::buildTemplatePage() {
     layout->addWidget(new QLabel(
         QStringLiteral("Columns (double-click or \"Use Column\" to insert a placeholder):"), page));
     auto* model = new RecordTableModel(m_controller.DynSMSListData(), page);
-    model->setColumnTitle(QStringLiteral("Number"), QStringLiteral("No."));
-    model->setColumnTitle(QStringLiteral("Message"), QStringLiteral("Column"));
-    model->setColumnTitle(QStringLiteral("Date"), QStringLiteral("Placeholder"));
+    model->setColumnTitle(kPlaceholderColumnNumberKey, QStringLiteral("No."));
+    model->setColumnTitle(kPlaceholderColumnNameKey, QStringLiteral("Column"));
+    model->setColumnTitle(kPlaceholderTextKey, QStringLiteral("Placeholder"));
     m_placeholders = new QTableView(page);
     m_placeholders->setModel(model);
     m_placeholders->setSelectionBehavior(QAbstractItemView::SelectRows);

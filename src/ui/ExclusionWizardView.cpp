@@ -51,7 +51,7 @@ QWidget* ExclusionWizardView::buildStartPage() {
     m_available = makeStoreTable(m_controller.m_exclusion_list_Data(), availableBox, [this](QList<int> rows) {
         m_controller.setAvailableSelection(std::move(rows));
     });
-    storeTableModel(m_available)->setColumnTitle(QStringLiteral("Avail_List"), QStringLiteral("List name"));
+    storeTableModel(m_available)->setColumnTitle(kAvailableListKey, QStringLiteral("List name"));
     availableLayout->addWidget(m_available, 1);
     auto* availableButtons = new QHBoxLayout();
     availableButtons->addWidget(
@@ -81,7 +81,7 @@ QWidget* ExclusionWizardView::buildStartPage() {
     m_applied =
         makeStoreTable(m_controller.m_applied_axclusion_list_Data(), appliedBox,
                        [this](QList<int> rows) { m_controller.setAppliedSelection(std::move(rows)); });
-    storeTableModel(m_applied)->setColumnTitle(QStringLiteral("Exclude_List"), QStringLiteral("List name"));
+    storeTableModel(m_applied)->setColumnTitle(kAppliedListKey, QStringLiteral("List name"));
     appliedLayout->addWidget(m_applied, 1);
     appliedLayout->addWidget(
         button(QStringLiteral("Save"), appliedBox, m_controller, &Exclusion_Wizard::Save_Btn), 0,
@@ -143,8 +143,8 @@ QWidget* ExclusionWizardView::buildNumbersPage() {
     auto* middle = new QHBoxLayout();
     m_numbers = makeStoreTable(m_controller.m_ex_num_list_Data(), page,
                                [this](QList<int> rows) { m_controller.setNumberSelection(std::move(rows)); });
-    storeTableModel(m_numbers)->setColumnTitle(QStringLiteral("Exclusion_Num_List"),
-                                               QStringLiteral("Number"));
+    storeTableModel(m_numbers)->setColumnTitle(kExclusionNumberKey,
+                                               QStringLiteral("Number")); // a title, not a record key
     middle->addWidget(m_numbers, 1);
     auto* side = new QVBoxLayout();
     side->addWidget(

@@ -2,6 +2,8 @@
 
 #include "RecordTableModel.h"
 #include "core/AppState.h"
+#include "device/DeviceRecord.h"
+#include "device/TestCaseRecord.h"
 
 #include <QCheckBox>
 #include <QFormLayout>
@@ -60,10 +62,10 @@ QWidget* GsmDeviceListView::buildDeviceList() {
     auto* group = new QGroupBox(QStringLiteral("Devices"), this);
     auto* layout = new QVBoxLayout(group);
     auto* model = new RecordTableModel(m_controller.nsPortListData(), this);
-    model->setColumnTitle(QStringLiteral("State"), QString());
-    model->setColumnTitle(QStringLiteral("COM_PORT"), QStringLiteral("Device"));
-    model->setColumnText(QStringLiteral("COM_PORT"), &GSM_Device_List_Wnd::deviceName);
-    model->setCheckColumn(QStringLiteral("State"),
+    model->setColumnTitle(kDeviceTickedKey, QString());
+    model->setColumnTitle(kPortNameKey, QStringLiteral("Device"));
+    model->setColumnText(kPortNameKey, &GSM_Device_List_Wnd::deviceName);
+    model->setCheckColumn(kDeviceTickedKey,
                           [this](int row, bool ticked) { m_controller.setRowTicked(row, ticked); });
     m_list = new QTableView(group);
     m_list->setModel(model);
@@ -136,9 +138,9 @@ QWidget* GsmDeviceListView::buildTest() {
     layout->addLayout(numberRow);
 
     auto* model = new RecordTableModel(m_controller.nsCaseListData(), this);
-    model->setColumnTitle(QStringLiteral("Possible_Case"), QStringLiteral("Case"));
-    model->setColumnTitle(QStringLiteral("Description"), QStringLiteral("Connection settings"));
-    model->setColumnTitle(QStringLiteral("Status"), QStringLiteral("Status"));
+    model->setColumnTitle(kModemCaseLabelKey, QStringLiteral("Case")); // a title, not a record key
+    model->setColumnTitle(kCaseDescriptionKey, QStringLiteral("Connection settings"));
+    model->setColumnTitle(kCaseStatusKey, QStringLiteral("Status")); // a title, not a record key
     m_cases = new QTableView(m_testGroup);
     m_cases->setModel(model);
     m_cases->setSelectionMode(QAbstractItemView::NoSelection);

@@ -32,9 +32,9 @@ ImportExcelView::ImportExcelView(Import_Excel& controller, QWidget* parent)
 
     layout->addWidget(new QLabel(QStringLiteral("Tick the columns to import:"), this));
     auto* model = new RecordTableModel(controller.ListData(), this);
-    model->setColumnTitle(QStringLiteral("State"), QString());
-    model->setColumnTitle(QStringLiteral("Extension"), QStringLiteral("Column"));
-    model->setCheckColumn(QStringLiteral("State"),
+    model->setColumnTitle(kColumnTickedKey, QString());
+    model->setColumnTitle(kColumnNameKey, QStringLiteral("Column"));
+    model->setCheckColumn(kColumnTickedKey,
                           [this](int row, bool ticked) { m_controller.setColumnTicked(row, ticked); });
     auto* table = new QTableView(this);
     table->setModel(model);

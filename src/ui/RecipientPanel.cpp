@@ -208,7 +208,7 @@ QWidget* RecipientPanel::buildListSide() {
 }
 
 QWidget* RecipientPanel::buildComposerSide() {
-    auto* side = new QGroupBox(QStringLiteral("Message"), this);
+    auto* side = new QGroupBox(QStringLiteral("Message"), this); // a caption, not a record key
     auto* layout = new QVBoxLayout(side);
 
     m_composer = new QPlainTextEdit(side);

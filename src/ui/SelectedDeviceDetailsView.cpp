@@ -2,6 +2,7 @@
 
 #include "RecordTableModel.h"
 #include "core/AppState.h"
+#include "device/DeviceRecord.h"
 
 #include <QCheckBox>
 #include <QFormLayout>
@@ -26,8 +27,8 @@ SelectedDeviceDetailsView::SelectedDeviceDetailsView(Selected_Device_Details_GSM
     auto* list = new QGroupBox(QStringLiteral("Selected devices"), this);
     auto* listLayout = new QVBoxLayout(list);
     auto* model = new RecordTableModel(controller.rows(), this);
-    model->setColumnTitle(QStringLiteral("COM_PORT"), QStringLiteral("Port"));
-    model->setColumnTitle(QStringLiteral("Model"), QStringLiteral("Model"));
+    model->setColumnTitle(kPortNameKey, QStringLiteral("Port"));
+    model->setColumnTitle(kModelKey, QStringLiteral("Model")); // a title, not a record key
     m_devices = new QTableView(list);
     m_devices->setModel(model);
     m_devices->setSelectionBehavior(QAbstractItemView::SelectRows);

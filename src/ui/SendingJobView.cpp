@@ -51,7 +51,7 @@ SendingJobView::SendingJobView(SMS_Sending& controller, QWidget* parent)
     layout->addWidget(m_activity);
 
     auto* model = new RecordTableModel(controller.itemTable(), this);
-    model->setColumnTitle(QStringLiteral("Use Port"), QStringLiteral("Port"));
+    model->setColumnTitle(kItemPortKey, QStringLiteral("Port"));
     m_table = new QTableView(this);
     m_table->setModel(model);
     m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -109,6 +109,6 @@ void SendingJobView::refresh() {
     m_close->setEnabled(m_controller.closeEnabled());
     m_export->setVisible(m_controller.exportVisible());
     m_pleaseWait->setVisible(m_controller.pleaseWaitShown());
-    const int delivery = int(m_controller.itemTable().columns().indexOf(QStringLiteral("Delivery")));
+    const int delivery = int(m_controller.itemTable().columns().indexOf(kItemDeliveryKey));
     m_table->setColumnHidden(delivery, !m_controller.deliveryReportsRequested());
 }

@@ -5,15 +5,13 @@
 #include "core/MainThread.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
+#include "device/DeviceRecord.h"
+#include "device/TestCaseRecord.h"
 #include "text/NumberRules.h"
 
 namespace {
-const QStringList kDeviceColumns = {QStringLiteral("COM_PORT"), QStringLiteral("Model"),
-                                    QStringLiteral("Setting_USE")};
-const QStringList kCaseColumns = {QStringLiteral("Possible_Case"), QStringLiteral("Description"),
-                                  QStringLiteral("Status")};
-const QString kPath = QStringLiteral("PORT_DETAL");
-const QString kHistory = QStringLiteral("History");
+const QStringList kDeviceColumns = {kPortNameKey, kModelKey, kSettingAppliedKey};
+const QStringList kCaseColumns = {kModemCaseLabelKey, kCaseDescriptionKey, kCaseStatusKey};
 } // namespace
 
 Automated_GSM_Sending::Automated_GSM_Sending(Operator& op, QObject* parent)
@@ -26,9 +24,9 @@ Automated_GSM_Sending::~Automated_GSM_Sending() {
 
 Record Automated_GSM_Sending::rowFor(const Record& deviceRecord) {
     Record row = deviceRecord;
-    row.insert(QStringLiteral("Setting_USE"), QString());
-    row.insert(kHistory, QString());
-    row.insert(QStringLiteral("Last_SMSC"), QString());
+    row.insert(kSettingAppliedKey, QString());
+    row.insert(kAutomatedTestHistoryKey, QString());
+    row.insert(kLastTestSmscKey, QString());
     return row;
 }
 
@@ -47,7 +45,7 @@ void Automated_GSM_Sending::open(const RecordList& deviceRecords, SettingsWriter
 }
 
 QString Automated_GSM_Sending::shownPath() const {
-    return m_shownRow >= 0 && m_shownRow < m_devices.size() ? m_devices.at(m_shownRow).value(kPath)
+    return m_shownRow >= 0 && m_shownRow < m_devices.size() ? m_devices.at(m_shownRow).value(kPortDetailKey)
                                                             : QString();
 }
 
@@ -56,12 +54,9 @@ void Automated_GSM_Sending::showDevice(int row) {
         return;
     m_shownRow = row;
     const Record& r = m_devices.at(row);
-    m_defaultSmsc = r.value(QStringLiteral("DefSMSC"));
-    m_customSmsc = r.value(QStringLiteral("UseCusSMSC")) == QLatin1String("Y")
-                       ? r.value(QStringLiteral("CusSMSC"))
-                       : QString();
-    m_heading =
-        QStringLiteral("Start Test for Device Connected at : \n%1").arg(r.value(QStringLiteral("COM_PORT")));
+    m_defaultSmsc = r.value(kDefaultSmscKey);
+    m_customSmsc = r.value(kUseCustomSmscKey) == QLatin1String("Y") ? r.value(kCustomSmscKey) : QString();
+    m_heading = QStringLiteral("Start Test for Device Connected at : \n%1").arg(r.value(kPortNameKey));
     m_information.clear();
     m_caseProgress = 0;
     Fill_Test_case_List();
@@ -80,9 +75,9 @@ void Automated_GSM_Sending::Fill_Test_case_List() {
         m_cases.clear();
     } else {
         const Record& r = m_devices.at(m_shownRow);
-        m_cases.setRecords(
-            SendModeTest::Fill_Test_case_List(r.value(QStringLiteral("SUPSMSMode")), !m_customSmsc.isEmpty(),
-                                              r.value(QStringLiteral("Model")), r.value(kHistory)));
+        m_cases.setRecords(SendModeTest::Fill_Test_case_List(r.value(kSupportedSmsModesKey),
+                                                             !m_customSmsc.isEmpty(), r.value(kModelKey),
+                                                             r.value(kAutomatedTestHistoryKey)));
     }
     emit changed();
 }
@@ -108,7 +103,7 @@ void Automated_GSM_Sending::Send_Test_SMS_Pressed() {
         return;
     }
     const Record row = m_devices.at(m_shownRow);
-    if (row.value(QStringLiteral("SMS_CAPABLE")) == QLatin1String("Not Detected")) {
+    if (row.value(kSmsCapableKey) == QLatin1String("Not Detected")) {
         m_op.Show_MessageBox(SendModeTest::kNotSmsCapable);
         return;
     }
@@ -119,10 +114,10 @@ void Automated_GSM_Sending::Send_Test_SMS_Pressed() {
         return;
     }
     Record updated = row;
-    updated.insert(QStringLiteral("Last_SMSC"), m_customSmsc);
+    updated.insert(kLastTestSmscKey, m_customSmsc);
     m_devices.replace(m_shownRow, updated);
 
-    SendModeTest::Request request{row.value(kPath), m_customSmsc, row.value(QStringLiteral("DefSMSC")),
+    SendModeTest::Request request{row.value(kPortDetailKey), m_customSmsc, row.value(kDefaultSmscKey),
                                   Trim_Str(m_testNumber), m_cases.records()};
     m_stop = false;
     m_testing = true;
@@ -144,7 +139,7 @@ void Automated_GSM_Sending::Chk_Test_Automate_SMS_fun(SendModeTest::Request requ
     onMain([this, row, history, end] {
         if (end != SendModeTest::End::OpenFailed && row < m_devices.size()) {
             Record r = m_devices.at(row);
-            r.insert(kHistory, history);
+            r.insert(kAutomatedTestHistoryKey, history);
             m_devices.replace(row, r);
         }
         m_testing = false;
@@ -181,7 +176,7 @@ void Automated_GSM_Sending::Use_Settings_Button_Presses() {
         return;
     }
     const Record chosen = m_cases.at(m_selectedCase);
-    const QString code = chosen.value(QStringLiteral("Case_Name"));
+    const QString code = chosen.value(kCaseCodeKey);
     if (SendModeTest::usesCustomSmsc(code) && !validCustomSmsc())
         return;
     if (!m_testNumber.trimmed().isEmpty()) {
@@ -191,35 +186,35 @@ void Automated_GSM_Sending::Use_Settings_Button_Presses() {
         }
     }
     const Record row = m_devices.at(m_shownRow);
-    const QString description = chosen.value(QStringLiteral("Description"));
+    const QString description = chosen.value(kCaseDescriptionKey);
     if (!m_op.Show_YES_NO_MessageBox(
             QStringLiteral("You have selected '") +
             QStringLiteral(
                 "%1' settings for sending SMS using '%2' connected at %3.\n\nDo you want to continue "
                 "with selected settings?")
-                .arg(description, row.value(QStringLiteral("Model")), row.value(QStringLiteral("COM_PORT")))))
+                .arg(description, row.value(kModelKey), row.value(kPortNameKey))))
         return;
 
-    const QString path = row.value(kPath);
+    const QString path = row.value(kPortDetailKey);
     const QString mode = SendModeTest::modeOf(code) == SmsMode::Pdu ? kPduModeText : kTextModeText;
     const bool custom = SendModeTest::usesCustomSmsc(code);
-    const QString smsc = custom ? m_customSmsc : row.value(QStringLiteral("DefSMSC"));
+    const QString smsc = custom ? m_customSmsc : row.value(kDefaultSmscKey);
     if (m_writer) {
-        m_writer(path, QStringLiteral("SMSMode"), mode);
-        m_writer(path, QStringLiteral("UseCusSMSC"), custom ? QStringLiteral("Y") : QStringLiteral("N"));
-        m_writer(path, QStringLiteral("CusSMSC"), smsc);
+        m_writer(path, kSmsModeKey, mode);
+        m_writer(path, kUseCustomSmscKey, custom ? QStringLiteral("Y") : QStringLiteral("N"));
+        m_writer(path, kCustomSmscKey, smsc);
     }
     Record updated = row;
-    updated.insert(QStringLiteral("SMSMode"), mode);
-    updated.insert(QStringLiteral("UseCusSMSC"), custom ? QStringLiteral("Y") : QStringLiteral("N"));
-    updated.insert(QStringLiteral("CusSMSC"), smsc);
-    updated.insert(QStringLiteral("Setting_USE"), QStringLiteral("Y"));
-    updated.insert(QStringLiteral("Last_SMSC"), custom ? m_customSmsc : QString());
+    updated.insert(kSmsModeKey, mode);
+    updated.insert(kUseCustomSmscKey, custom ? QStringLiteral("Y") : QStringLiteral("N"));
+    updated.insert(kCustomSmscKey, smsc);
+    updated.insert(kSettingAppliedKey, QStringLiteral("Y"));
+    updated.insert(kLastTestSmscKey, custom ? m_customSmsc : QString());
     m_devices.replace(m_shownRow, updated);
     emit changed();
     m_op.Show_MessageBox(
         QStringLiteral("Selected connection settings '%1' for device '%2' have been applied successfully.")
-            .arg(description, row.value(QStringLiteral("Model"))));
+            .arg(description, row.value(kModelKey)));
 }
 
 void Automated_GSM_Sending::Clear_Status_Button_Presses() {
@@ -227,17 +222,17 @@ void Automated_GSM_Sending::Clear_Status_Button_Presses() {
         return;
     bool anyStatus = false;
     for (const Record& c : m_cases.records())
-        anyStatus = anyStatus || !c.value(QStringLiteral("Status")).isEmpty();
+        anyStatus = anyStatus || !c.value(kCaseStatusKey).isEmpty();
     if (!anyStatus)
         return;
     const Record row = m_devices.at(m_shownRow);
     if (!m_op.Show_YES_NO_MessageBox(
             QStringLiteral(
                 "Are you sure you want to clear the last connection test results performed on \" %1 \"")
-                .arg(row.value(QStringLiteral("Model")))))
+                .arg(row.value(kModelKey))))
         return;
     Record cleared = row;
-    cleared.insert(kHistory, QString());
+    cleared.insert(kAutomatedTestHistoryKey, QString());
     m_devices.replace(m_shownRow, cleared);
     Fill_Test_case_List();
 }
@@ -249,8 +244,8 @@ void Automated_GSM_Sending::Close_Button_Presses() {
     }
     QString pending;
     for (const Record& r : m_devices.records())
-        if (r.value(QStringLiteral("Setting_USE")) != QLatin1String("Y"))
-            pending += r.value(QStringLiteral("COM_PORT")) + QLatin1Char(',');
+        if (r.value(kSettingAppliedKey) != QLatin1String("Y"))
+            pending += r.value(kPortNameKey) + QLatin1Char(',');
     if (!pending.isEmpty() &&
         !m_op.Show_YES_NO_MessageBox(QStringLiteral("You have not selected any connection settings yet ") +
                                      QStringLiteral("%1.\nAre you sure to continue?")

@@ -16,6 +16,11 @@
 
 class Operator;
 
+// The keys this window adds to each device record it shows: "Y" once a case's settings were
+// applied, and the outcome per case of this window's tests (as kTestHistoryKey).
+inline const QString kSettingAppliedKey = QStringLiteral("Setting_USE");
+inline const QString kAutomatedTestHistoryKey = QStringLiteral("History");
+
 class Automated_GSM_Sending : public DialogController {
     Q_OBJECT
 public:

@@ -4,18 +4,19 @@
 #include "core/MainThread.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
+#include "device/DeviceRecord.h"
+#include "device/TestCaseRecord.h"
 #include "text/NumberRules.h"
 
 QString Cus_SMS_Num_STR;
 
 namespace {
-const QStringList kShownColumns = {QStringLiteral("State"), QStringLiteral("COM_PORT")};
-const QString kPath = QStringLiteral("PORT_DETAL");
+const QStringList kShownColumns = {kDeviceTickedKey, kPortNameKey};
 } // namespace
 
 GSM_Device_List_Wnd::GSM_Device_List_Wnd(Operator& op, QObject* parent)
     : DialogController(parent), m_op(op), m_ports(kShownColumns),
-      m_cases({QStringLiteral("Possible_Case"), QStringLiteral("Description"), QStringLiteral("Status")}) {}
+      m_cases({kModemCaseLabelKey, kCaseDescriptionKey, kCaseStatusKey}) {}
 
 GSM_Device_List_Wnd::~GSM_Device_List_Wnd() {
     Stop_Modem_SRCH = true;
@@ -35,14 +36,14 @@ void GSM_Device_List_Wnd::waitForWorkers() { m_worker.join(); }
 // ---- records ----
 
 QString GSM_Device_List_Wnd::deviceName(const Record& record) {
-    const QString model = record.value(QStringLiteral("Model")).trimmed();
-    const QString port = record.value(QStringLiteral("COM_PORT"));
+    const QString model = record.value(kModelKey).trimmed();
+    const QString port = record.value(kPortNameKey);
     return model.isEmpty() ? port : QStringLiteral("%1 on %2").arg(model, port);
 }
 
 int GSM_Device_List_Wnd::rowOf(const QString& path) const {
     for (int row = 0; row < m_ports.size(); ++row)
-        if (m_ports.at(row).value(kPath) == path)
+        if (m_ports.at(row).value(kPortDetailKey) == path)
             return row;
     return -1;
 }
@@ -64,23 +65,23 @@ void GSM_Device_List_Wnd::Update_Column_Value(const QString& path, const QString
 void GSM_Device_List_Wnd::Update_Column_Value_For_Main_array(const QString& path, const QString& key,
                                                              const QString& value) {
     for (Record& record : port_det_str_array)
-        if (record.value(kPath) == path)
+        if (record.value(kPortDetailKey) == path)
             record.insert(key, value);
 }
 
 void GSM_Device_List_Wnd::Set_SMSC_Use_Status(const QString& path, const QString& status,
                                               const QString& smsc) {
-    Update_Column_Value(path, QStringLiteral("UseCusSMSC"), status);
-    Update_Column_Value(path, QStringLiteral("CusSMSC"), smsc);
-    Update_Column_Value_For_Main_array(path, QStringLiteral("UseCusSMSC"), status);
-    Update_Column_Value_For_Main_array(path, QStringLiteral("CusSMSC"), smsc);
+    Update_Column_Value(path, kUseCustomSmscKey, status);
+    Update_Column_Value(path, kCustomSmscKey, smsc);
+    Update_Column_Value_For_Main_array(path, kUseCustomSmscKey, status);
+    Update_Column_Value_For_Main_array(path, kCustomSmscKey, smsc);
 }
 
 void GSM_Device_List_Wnd::setRowTicked(int row, bool ticked) {
     if (row < 0 || row >= m_ports.size())
         return;
     Record copy = m_ports.at(row);
-    copy.insert(QStringLiteral("State"), ticked ? QStringLiteral("1") : QStringLiteral("0"));
+    copy.insert(kDeviceTickedKey, ticked ? QStringLiteral("1") : QStringLiteral("0"));
     m_ports.replace(row, copy);
 }
 
@@ -91,8 +92,8 @@ void GSM_Device_List_Wnd::showDevice(int row) {
         return;
     m_prevIndex = row;
     const Record record = m_ports.at(row);
-    const QString path = record.value(kPath);
-    m_comPortField = record.value(QStringLiteral("COM_PORT"));
+    const QString path = record.value(kPortDetailKey);
+    m_comPortField = record.value(kPortNameKey);
     m_pathField = path;
     m_detailsText.clear();
     m_defaultSmscField.clear();
@@ -126,7 +127,7 @@ bool GSM_Device_List_Wnd::OnGetSelected(const QString& path) {
 }
 
 QString GSM_Device_List_Wnd::deviceDetailText(const Record& r) {
-    const QString supported = r.value("SUPSMSMode");
+    const QString supported = r.value(kSupportedSmsModesKey);
     QString modes = QStringLiteral("None");
     if (supported.contains(QStringLiteral("PDU")) && supported.contains(QStringLiteral("Text")))
         modes = QStringLiteral("PDU Mode & Text Mode");
@@ -138,8 +139,9 @@ QString GSM_Device_List_Wnd::deviceDetailText(const Record& r) {
                "COM Port : %1\r\nManufacturer : %2\r\nModel : %3\r\nRevision : %4\r\nSupported SMS "
                "Mode : %5\r\nBattery : %6\r\nDefault SMSC No. : %7\r\nOperator Code : %8\r\n"
                "Signal Quality : %9\r\n")
-        .arg(r.value("COM_PORT"), r.value("Manufacture"), r.value("Model"), r.value("Revision"), modes,
-             r.value("Battery"), r.value("DefSMSC"), r.value("Operator"), r.value("Signal"));
+        .arg(r.value(kPortNameKey), r.value(kManufacturerKey), r.value(kModelKey),
+             r.value(kFirmwareRevisionKey), modes, r.value(kBatteryKey), r.value(kDefaultSmscKey),
+             r.value(kNetworkOperatorKey), r.value(kSignalKey));
 }
 
 void GSM_Device_List_Wnd::Get_And_Fill_Details(const QString& path) {
@@ -148,16 +150,16 @@ void GSM_Device_List_Wnd::Get_And_Fill_Details(const QString& path) {
         return;
     const Record r = m_ports.at(row);
     m_detailsText = deviceDetailText(r);
-    m_defaultSmscField = r.value("DefSMSC");
-    m_customSmscChecked = r.value("UseCusSMSC") == QLatin1String("Y");
-    m_customSmscText = m_customSmscChecked ? r.value("CusSMSC") : QString();
-    const SmsMode mode = smsModeFromText(r.value("SMSMode"));
+    m_defaultSmscField = r.value(kDefaultSmscKey);
+    m_customSmscChecked = r.value(kUseCustomSmscKey) == QLatin1String("Y");
+    m_customSmscText = m_customSmscChecked ? r.value(kCustomSmscKey) : QString();
+    const SmsMode mode = smsModeFromText(r.value(kSmsModeKey));
     if (mode != SmsMode::Unknown)
         m_modeSelection = mode == SmsMode::Pdu ? 1 : 2;
     m_heading = QStringLiteral("SMS settings of %1 %2 at %3")
-                    .arg(r.value("Manufacture"), r.value("Model"), r.value("COM_PORT"));
+                    .arg(r.value(kManufacturerKey), r.value(kModelKey), r.value(kPortNameKey));
     m_testHeading = QStringLiteral("Test SMS sent from device %1 %2 at %3")
-                        .arg(r.value("Manufacture"), r.value("Model"), r.value("COM_PORT"));
+                        .arg(r.value(kManufacturerKey), r.value(kModelKey), r.value(kPortNameKey));
     m_settingsEnabled = true;
     Fill_Test_case_List();
 }
@@ -169,8 +171,7 @@ void GSM_Device_List_Wnd::setMode(SmsMode mode) {
         update_custom_smsc();
     m_modeSelection = mode == SmsMode::Pdu ? 1 : 2;
     if (m_prevIndex >= 0 && m_prevIndex < m_ports.size())
-        Update_Column_Value(m_ports.at(m_prevIndex).value(kPath), QStringLiteral("SMSMode"),
-                            smsModeText(mode));
+        Update_Column_Value(m_ports.at(m_prevIndex).value(kPortDetailKey), kSmsModeKey, smsModeText(mode));
     emit changed();
 }
 
@@ -199,7 +200,8 @@ bool GSM_Device_List_Wnd::update_custom_smsc() {
     if (!validSmsc(m_customSmscText))
         return false;
     if (m_prevIndex >= 0 && m_prevIndex < m_ports.size())
-        Set_SMSC_Use_Status(m_ports.at(m_prevIndex).value(kPath), QStringLiteral("Y"), m_customSmscText);
+        Set_SMSC_Use_Status(m_ports.at(m_prevIndex).value(kPortDetailKey), QStringLiteral("Y"),
+                            m_customSmscText);
     Fill_Test_case_List();
     return true;
 }
@@ -212,7 +214,8 @@ void GSM_Device_List_Wnd::Custom_SMSC_Pressed(bool on) {
         return;
     }
     if (m_prevIndex >= 0 && m_prevIndex < m_ports.size())
-        Set_SMSC_Use_Status(m_ports.at(m_prevIndex).value(kPath), QStringLiteral("N"), m_defaultSmscField);
+        Set_SMSC_Use_Status(m_ports.at(m_prevIndex).value(kPortDetailKey), QStringLiteral("N"),
+                            m_defaultSmscField);
     Fill_Test_case_List();
 }
 

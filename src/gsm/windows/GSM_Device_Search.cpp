@@ -7,16 +7,13 @@
 #include "core/MainThread.h"
 #include "core/Operator.h"
 #include "core/WorkerThread.h"
+#include "device/DeviceRecord.h"
 #include "gsm/ModemDiscovery.h"
 #include "gsm/ModemProbe.h"
 
 #include <memory>
 #include <mutex>
 #include <vector>
-
-namespace {
-const QString kPath = QStringLiteral("PORT_DETAL");
-} // namespace
 
 void GSM_Device_List_Wnd::Search_dev_Pressed() {
     if (m_worker.isRunning())
@@ -67,7 +64,7 @@ void GSM_Device_List_Wnd::Find_Ph_List(std::stop_token stop) {
 
 bool GSM_Device_List_Wnd::Find_IMEI_already_listed(const QString& imei) const {
     for (const Record& record : m_ports.records()) {
-        const QString listed = record.value(QStringLiteral("IMEI"));
+        const QString listed = record.value(kImeiKey);
         if (!listed.isEmpty() && imei.contains(listed))
             return true;
     }
@@ -75,45 +72,48 @@ bool GSM_Device_List_Wnd::Find_IMEI_already_listed(const QString& imei) const {
 }
 
 Record GSM_Device_List_Wnd::deviceRecordFromSession(const MFCSMS& s) {
-    return Record{{"State", "0"},
-                  {"COM_PORT", s.Com_Port},
-                  {"PORT_DETAL", s.Port_Det},
-                  {"PORT_STATUS", s.Port_stat},
-                  {"IMEI", s.Port_IMEI},
-                  {"Manufacture", s.Manuf},
-                  {"Model", s.Model},
-                  {"Battery", s.battery},
-                  {"Signal", s.signal_str},
-                  {"Operator", s.oprator},
-                  {"Revision", s.revision},
-                  {"DefSMSC", s.def_smsc},
-                  {"CusSMSC", s.def_smsc},
-                  {"UseCusSMSC", "N"},
-                  {"SMSMode", s.sms_mode},
-                  {"SUPSMSMode", s.sup_sms_mode},
-                  {"SMS_CAPABLE", "Yes"},
-                  {"TEST_HISTORY", ""},
-                  {"Last_SMSC", ""}};
+    return Record{{kDeviceTickedKey, "0"},
+                  {kPortNameKey, s.Com_Port},
+                  {kPortDetailKey, s.Port_Det},
+                  {kPortStatusKey, s.Port_stat},
+                  {kImeiKey, s.Port_IMEI},
+                  {kManufacturerKey, s.Manuf},
+                  {kModelKey, s.Model},
+                  {kBatteryKey, s.battery},
+                  {kSignalKey, s.signal_str},
+                  {kNetworkOperatorKey, s.oprator},
+                  {kFirmwareRevisionKey, s.revision},
+                  {kDefaultSmscKey, s.def_smsc},
+                  {kCustomSmscKey, s.def_smsc},
+                  {kUseCustomSmscKey, "N"},
+                  {kSmsModeKey, s.sms_mode},
+                  {kSupportedSmsModesKey, s.sup_sms_mode},
+                  {kSmsCapableKey, "Yes"},
+                  {kTestHistoryKey, ""},
+                  {kLastTestSmscKey, ""}};
 }
 
 bool GSM_Device_List_Wnd::claimDeviceRow(int index, const QString& path, const QString& imei) {
     for (int row = 0; row < m_ports.size(); ++row) {
-        const QString listed = m_ports.at(row).value(QStringLiteral("IMEI"));
+        const QString listed = m_ports.at(row).value(kImeiKey);
         if (listed.isEmpty() || !imei.contains(listed))
             continue;
         // Two ports of one modem: the one found first in discovery order keeps the row.
-        if (m_discoveryIndex.value(m_ports.at(row).value(kPath), -1) < index)
+        if (m_discoveryIndex.value(m_ports.at(row).value(kPortDetailKey), -1) < index)
             return false;
         m_ports.removeRows({row});
         break;
     }
     int row = 0;
-    while (row < m_ports.size() && m_discoveryIndex.value(m_ports.at(row).value(kPath), -1) < index)
+    while (row < m_ports.size() && m_discoveryIndex.value(m_ports.at(row).value(kPortDetailKey), -1) < index)
         ++row;
     m_discoveryIndex.insert(path, index);
     const QString name = ModemDiscovery::portName(path);
-    m_ports.insert(
-        row, Record{{"State", "0"}, {"COM_PORT", name}, {kPath, path}, {"PORT_STATUS", ""}, {"IMEI", imei}});
+    m_ports.insert(row, Record{{kDeviceTickedKey, "0"},
+                               {kPortNameKey, name},
+                               {kPortDetailKey, path},
+                               {kPortStatusKey, ""},
+                               {kImeiKey, imei}});
     return true;
 }
 

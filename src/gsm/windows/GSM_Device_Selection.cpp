@@ -6,6 +6,7 @@
 #include "core/AppState.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
+#include "device/DeviceRecord.h"
 
 namespace {
 const QString kDefaultSmscMissing =
@@ -43,7 +44,7 @@ void GSM_Device_List_Wnd::Multi_Phone_Selected_Func() {
     }
     QList<int> ticked;
     for (int row = 0; row < m_ports.size(); ++row)
-        if (m_ports.at(row).value(QStringLiteral("State")) == QLatin1String("1"))
+        if (m_ports.at(row).value(kDeviceTickedKey) == QLatin1String("1"))
             ticked << row;
     if (ticked.isEmpty()) {
         m_op.Show_MessageBox(kSelectDevice);
@@ -78,8 +79,8 @@ void GSM_Device_List_Wnd::Multi_Phone_Selected_Func() {
 
 void GSM_Device_List_Wnd::finishSelection(const QList<Record>& accepted, const QString& customSmsc) {
     for (const Record& record : accepted) {
-        sel_port_name_str = record.value(QStringLiteral("COM_PORT"));
-        sel_port_bsd_str = record.value(QStringLiteral("PORT_DETAL"));
+        sel_port_name_str = record.value(kPortNameKey);
+        sel_port_bsd_str = record.value(kPortDetailKey);
         port_val_str_array.append(sel_port_bsd_str);
         port_det_str_array.append(record);
         Cus_SMS_Num_STR = customSmsc;
@@ -102,14 +103,14 @@ GSM_Device_List_Wnd::Verdict GSM_Device_List_Wnd::checkForSelection(const Record
                    ? Verdict::Skip
                    : Verdict::Stop;
     };
-    const QString path = record.value(QStringLiteral("PORT_DETAL"));
-    const bool useCustom = record.value(QStringLiteral("UseCusSMSC")) == QLatin1String("Y");
-    const QString customSmsc = record.value(QStringLiteral("CusSMSC"));
-    const QString defaultSmsc = record.value(QStringLiteral("DefSMSC"));
+    const QString path = record.value(kPortDetailKey);
+    const bool useCustom = record.value(kUseCustomSmscKey) == QLatin1String("Y");
+    const QString customSmsc = record.value(kCustomSmscKey);
+    const QString defaultSmsc = record.value(kDefaultSmscKey);
 
     if ((useCustom ? customSmsc : QString()).isEmpty() && defaultSmsc.isEmpty())
         return refuse(kDefaultSmscMissing);
-    if (smsModeFromText(record.value(QStringLiteral("SMSMode"))) == SmsMode::Unknown)
+    if (smsModeFromText(record.value(kSmsModeKey)) == SmsMode::Unknown)
         return refuse(QStringLiteral("SMS Mode details should not be blanked."));
 
     const int fd = openForCheck(path);
@@ -122,7 +123,7 @@ GSM_Device_List_Wnd::Verdict GSM_Device_List_Wnd::checkForSelection(const Record
         return refuse(QStringLiteral(
             "Either no Mobile Device is connected on this port or selected device is not working properly."));
 
-    if (record.value(QStringLiteral("SMS_CAPABLE")) == QLatin1String("Not Detected") &&
+    if (record.value(kSmsCapableKey) == QLatin1String("Not Detected") &&
         !m_op.Show_YES_NO_MessageBox(
             QStringLiteral("This Device cannot be used for sending Text messages as it does "
                            "not seem to have SMS Sending capabilities.\n\nAre you sure you "

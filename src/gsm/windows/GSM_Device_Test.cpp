@@ -7,11 +7,7 @@
 #include "core/MainThread.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
-
-namespace {
-const QString kPath = QStringLiteral("PORT_DETAL");
-const QString kHistory = QStringLiteral("TEST_HISTORY");
-} // namespace
+#include "device/DeviceRecord.h"
 
 void GSM_Device_List_Wnd::Fill_Test_case_List() {
     if (m_testing)
@@ -21,11 +17,11 @@ void GSM_Device_List_Wnd::Fill_Test_case_List() {
         return;
     }
     const Record& r = m_ports.at(m_prevIndex);
-    m_defaultSmscField = r.value(QStringLiteral("DefSMSC"));
-    const bool custom = r.value(QStringLiteral("UseCusSMSC")) == QLatin1String("Y") &&
-                        !r.value(QStringLiteral("CusSMSC")).isEmpty();
-    m_cases.setRecords(SendModeTest::Fill_Test_case_List(
-        r.value(QStringLiteral("SUPSMSMode")), custom, r.value(QStringLiteral("Model")), r.value(kHistory)));
+    m_defaultSmscField = r.value(kDefaultSmscKey);
+    const bool custom =
+        r.value(kUseCustomSmscKey) == QLatin1String("Y") && !r.value(kCustomSmscKey).isEmpty();
+    m_cases.setRecords(SendModeTest::Fill_Test_case_List(r.value(kSupportedSmsModesKey), custom,
+                                                         r.value(kModelKey), r.value(kTestHistoryKey)));
 }
 
 void GSM_Device_List_Wnd::Send_Test_SMS_Pressed() {
@@ -40,7 +36,7 @@ void GSM_Device_List_Wnd::Send_Test_SMS_Pressed() {
         return;
     }
     const Record record = m_ports.at(m_prevIndex);
-    if (record.value(QStringLiteral("SMS_CAPABLE")) == QLatin1String("Not Detected")) {
+    if (record.value(kSmsCapableKey) == QLatin1String("Not Detected")) {
         m_op.Show_MessageBox(SendModeTest::kNotSmsCapable);
         return;
     }
@@ -50,12 +46,12 @@ void GSM_Device_List_Wnd::Send_Test_SMS_Pressed() {
         m_op.Show_MessageBox(problem);
         return;
     }
-    const QString path = record.value(kPath);
+    const QString path = record.value(kPortDetailKey);
     const QString customSmsc = m_customSmscChecked ? m_customSmscText : QString();
-    Update_Column_Value(path, QStringLiteral("Last_SMSC"), customSmsc);
+    Update_Column_Value(path, kLastTestSmscKey, customSmsc);
 
-    SendModeTest::Request request{path, customSmsc, record.value(QStringLiteral("DefSMSC")),
-                                  Trim_Str(m_testNumberText), m_cases.records()};
+    SendModeTest::Request request{path, customSmsc, record.value(kDefaultSmscKey), Trim_Str(m_testNumberText),
+                                  m_cases.records()};
     m_stopTest = false;
     m_testing = true;
     emit changed();
@@ -74,8 +70,8 @@ void GSM_Device_List_Wnd::Chk_Test_Automate_SMS_fun(SendModeTest::Request reques
     const QString path = request.path;
     onMain([this, path, history, end] {
         if (end != SendModeTest::End::OpenFailed) {
-            Update_Column_Value(path, kHistory, history);
-            Update_Column_Value_For_Main_array(path, kHistory, history);
+            Update_Column_Value(path, kTestHistoryKey, history);
+            Update_Column_Value_For_Main_array(path, kTestHistoryKey, history);
         }
         m_testing = false;
         m_progressSheet = false;
@@ -114,13 +110,13 @@ Automated_GSM_Sending::SettingsWriter GSM_Device_List_Wnd::settingsWriter() {
         Update_Column_Value_For_Main_array(path, key, value);
         // The shown device's settings follow at once.
         if (m_prevIndex >= 0 && m_prevIndex < m_ports.size() &&
-            m_ports.at(m_prevIndex).value(kPath) == path) {
+            m_ports.at(m_prevIndex).value(kPortDetailKey) == path) {
             const Record& r = m_ports.at(m_prevIndex);
-            const SmsMode mode = smsModeFromText(r.value(QStringLiteral("SMSMode")));
+            const SmsMode mode = smsModeFromText(r.value(kSmsModeKey));
             if (mode != SmsMode::Unknown)
                 m_modeSelection = mode == SmsMode::Pdu ? 1 : 2;
-            m_customSmscChecked = r.value(QStringLiteral("UseCusSMSC")) == QLatin1String("Y");
-            m_customSmscText = m_customSmscChecked ? r.value(QStringLiteral("CusSMSC")) : QString();
+            m_customSmscChecked = r.value(kUseCustomSmscKey) == QLatin1String("Y");
+            m_customSmscText = m_customSmscChecked ? r.value(kCustomSmscKey) : QString();
             Fill_Test_case_List();
             emit changed();
         }

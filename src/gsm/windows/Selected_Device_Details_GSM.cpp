@@ -8,15 +8,13 @@
 #include "core/MainThread.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
+#include "device/DeviceRecord.h"
 #include "gsm/ModemAnswers.h"
 #include "text/NumberRules.h"
 
 namespace {
-const QString kPath = QStringLiteral("PORT_DETAL");
-const QString kRowKeys[] = {QStringLiteral("COM_PORT"),   kPath,
-                            QStringLiteral("DefSMSC"),    QStringLiteral("CusSMSC"),
-                            QStringLiteral("UseCusSMSC"), QStringLiteral("SMSMode"),
-                            QStringLiteral("SUPSMSMode"), QStringLiteral("Model")};
+const QString kRowKeys[] = {kPortNameKey,      kPortDetailKey, kDefaultSmscKey,       kCustomSmscKey,
+                            kUseCustomSmscKey, kSmsModeKey,    kSupportedSmsModesKey, kModelKey};
 const QString kSmscHelp = QStringLiteral("\n\nYou can find SMSC Number in 'SMS Service Center' Details in "
                                          "the SMS Settings of your Mobile Device.");
 const QString kDefaultMissingOnOk =
@@ -33,7 +31,7 @@ const QString kTestMessage = QStringLiteral("Test Message From Ostrel Bulk SMS S
 } // namespace
 
 Selected_Device_Details_GSM::Selected_Device_Details_GSM(Operator& op, QObject* parent)
-    : DialogController(parent), m_op(op), m_rows({QStringLiteral("COM_PORT"), QStringLiteral("Model")}) {}
+    : DialogController(parent), m_op(op), m_rows({kPortNameKey, kModelKey}) {}
 
 Selected_Device_Details_GSM::~Selected_Device_Details_GSM() { m_worker.join(); }
 
@@ -46,7 +44,7 @@ Record Selected_Device_Details_GSM::Create_Port_List(const Record& deviceRecord)
     Record row;
     for (const QString& key : kRowKeys)
         row.insert(key, deviceRecord.value(key));
-    row.insert(QStringLiteral("State"), QStringLiteral("0"));
+    row.insert(kDeviceTickedKey, QStringLiteral("0"));
     return row;
 }
 
@@ -67,7 +65,8 @@ int Selected_Device_Details_GSM::Open_Gsm_Ph_Det_List_Wnd() {
 }
 
 QString Selected_Device_Details_GSM::shownPath() const {
-    return m_shownRow >= 0 && m_shownRow < m_rows.size() ? m_rows.at(m_shownRow).value(kPath) : QString();
+    return m_shownRow >= 0 && m_shownRow < m_rows.size() ? m_rows.at(m_shownRow).value(kPortDetailKey)
+                                                         : QString();
 }
 
 void Selected_Device_Details_GSM::showDevice(int row) {
@@ -75,10 +74,10 @@ void Selected_Device_Details_GSM::showDevice(int row) {
         return;
     m_shownRow = row;
     const Record& r = m_rows.at(row);
-    m_defaultSmsc = r.value(QStringLiteral("DefSMSC"));
-    m_customSmscChecked = r.value(QStringLiteral("UseCusSMSC")) == QLatin1String("Y");
-    m_customSmscText = m_customSmscChecked ? r.value(QStringLiteral("CusSMSC")) : QString();
-    const SmsMode mode = smsModeFromText(r.value(QStringLiteral("SMSMode")));
+    m_defaultSmsc = r.value(kDefaultSmscKey);
+    m_customSmscChecked = r.value(kUseCustomSmscKey) == QLatin1String("Y");
+    m_customSmscText = m_customSmscChecked ? r.value(kCustomSmscKey) : QString();
+    const SmsMode mode = smsModeFromText(r.value(kSmsModeKey));
     m_modeSelection = mode == SmsMode::Text ? 2 : 1;
     emit changed();
 }
@@ -86,7 +85,7 @@ void Selected_Device_Details_GSM::showDevice(int row) {
 void Selected_Device_Details_GSM::Update_Column_Value(const QString& path, const QString& key,
                                                       const QString& value) {
     for (int row = 0; row < m_rows.size(); ++row) {
-        if (m_rows.at(row).value(kPath) != path)
+        if (m_rows.at(row).value(kPortDetailKey) != path)
             continue;
         Record copy = m_rows.at(row);
         copy.insert(key, value);
@@ -102,7 +101,7 @@ void Selected_Device_Details_GSM::setMode(SmsMode mode) {
         update_custom_smsc();
     m_modeSelection = mode == SmsMode::Pdu ? 1 : 2;
     if (!shownPath().isEmpty())
-        Update_Column_Value(shownPath(), QStringLiteral("SMSMode"), smsModeText(mode));
+        Update_Column_Value(shownPath(), kSmsModeKey, smsModeText(mode));
     emit changed();
 }
 
@@ -127,8 +126,8 @@ bool Selected_Device_Details_GSM::update_custom_smsc() {
         return false;
     const QString path = shownPath();
     if (!path.isEmpty()) {
-        Update_Column_Value(path, QStringLiteral("UseCusSMSC"), QStringLiteral("Y"));
-        Update_Column_Value(path, QStringLiteral("CusSMSC"), m_customSmscText);
+        Update_Column_Value(path, kUseCustomSmscKey, QStringLiteral("Y"));
+        Update_Column_Value(path, kCustomSmscKey, m_customSmscText);
     }
     return true;
 }
@@ -142,8 +141,8 @@ void Selected_Device_Details_GSM::Custom_SMSC_Pressed(bool on) {
     }
     const QString path = shownPath();
     if (!path.isEmpty()) {
-        Update_Column_Value(path, QStringLiteral("UseCusSMSC"), QStringLiteral("N"));
-        Update_Column_Value(path, QStringLiteral("CusSMSC"), m_defaultSmsc);
+        Update_Column_Value(path, kUseCustomSmscKey, QStringLiteral("N"));
+        Update_Column_Value(path, kCustomSmscKey, m_defaultSmsc);
     }
 }
 
@@ -173,10 +172,9 @@ void Selected_Device_Details_GSM::Send_Test_SMS_Pressed() {
         return;
     }
     const Record row = m_rows.at(m_shownRow);
-    const QString smsc = row.value(QStringLiteral("UseCusSMSC")) == QLatin1String("Y")
-                             ? row.value(QStringLiteral("CusSMSC"))
-                             : QString();
-    if (smsc.isEmpty() && row.value(QStringLiteral("DefSMSC")).isEmpty()) {
+    const QString smsc =
+        row.value(kUseCustomSmscKey) == QLatin1String("Y") ? row.value(kCustomSmscKey) : QString();
+    if (smsc.isEmpty() && row.value(kDefaultSmscKey).isEmpty()) {
         m_op.Show_MessageBox(QStringLiteral("Default SMSC Number could not be located for this "
                                             "device.\nPlease enter SMSC number manually in 'Custom "
                                             "SMSC No.' Field for this Device.\n\nYou can find SMSC Number in "
@@ -184,7 +182,7 @@ void Selected_Device_Details_GSM::Send_Test_SMS_Pressed() {
                                             "Settings of your Device."));
         return;
     }
-    if (smsModeFromText(row.value(QStringLiteral("SMSMode"))) == SmsMode::Unknown) {
+    if (smsModeFromText(row.value(kSmsModeKey)) == SmsMode::Unknown) {
         m_op.Show_MessageBox(QStringLiteral("SMS Mode details should not be blanked."));
         return;
     }
@@ -195,11 +193,11 @@ void Selected_Device_Details_GSM::Send_Test_SMS_Pressed() {
 
 void Selected_Device_Details_GSM::Send_Test_SMS_fun(const Record& row, const QString& smsc,
                                                     const QString& number) {
-    const QString path = row.value(kPath);
+    const QString path = row.value(kPortDetailKey);
     QString capability;
     for (const Record& record : MainThread::invokeAndWait([] { return port_det_str_array; }))
-        if (record.value(kPath) == path)
-            capability = record.value(QStringLiteral("SMS_CAPABLE"));
+        if (record.value(kPortDetailKey) == path)
+            capability = record.value(kSmsCapableKey);
     QString status;
     Guard::run("Send_Test_SMS_fun", [&] {
         const int lineFd = m_session.OpenSerialPort(path);
@@ -224,14 +222,14 @@ void Selected_Device_Details_GSM::Send_Test_SMS_fun(const Record& row, const QSt
                                          QStringLiteral("\n\nAre you sure you want to continue?")))
             return;
         m_session.ATZ_reset_Modem(fd);
-        const SmsMode mode = smsModeFromText(row.value(QStringLiteral("SMSMode")));
+        const SmsMode mode = smsModeFromText(row.value(kSmsModeKey));
         if (mode == SmsMode::Pdu)
             m_session.Prepare_Modem_For_PDU_SMS(fd);
         else
             m_session.Prepare_Modem_For_Text_SMS(fd);
         m_session.port()->setReadTimeout(5.0);
         // A text-mode message through the custom centre leaves the modem's own behind.
-        const QString defaultSmsc = row.value(QStringLiteral("DefSMSC"));
+        const QString defaultSmsc = row.value(kDefaultSmscKey);
         m_session.setDefaultSmscLookup([defaultSmsc](const QString&) { return QString(defaultSmsc); });
         status = QStringLiteral("Error : +CMS ERROR: 500.");
         bool sent = false;
@@ -266,7 +264,7 @@ void Selected_Device_Details_GSM::Automate_Button_Presses() {
     const QString path = shownPath();
     Record device = m_rows.at(m_shownRow);
     for (const Record& record : port_det_str_array)
-        if (record.value(kPath) == path)
+        if (record.value(kPortDetailKey) == path)
             device = record; // the whole record: capability, maker and the rest of its details
     Automated_GSM_Sending window(m_op);
     window.open({device}, [this](const QString& p, const QString& key, const QString& value) {
@@ -282,10 +280,10 @@ void Selected_Device_Details_GSM::OK_Button_Presses() {
     if (m_customSmscChecked && !update_custom_smsc())
         return;
     for (const Record& row : m_rows.records()) {
-        const bool useCustom = row.value(QStringLiteral("UseCusSMSC")) == QLatin1String("Y");
-        const QString smsc = useCustom ? row.value(QStringLiteral("CusSMSC")) : QString();
-        const bool noDefault = row.value(QStringLiteral("DefSMSC")).isEmpty();
-        const QString port = row.value(QStringLiteral("COM_PORT")) + QStringLiteral("\r\n");
+        const bool useCustom = row.value(kUseCustomSmscKey) == QLatin1String("Y");
+        const QString smsc = useCustom ? row.value(kCustomSmscKey) : QString();
+        const bool noDefault = row.value(kDefaultSmscKey).isEmpty();
+        const QString port = row.value(kPortNameKey) + QStringLiteral("\r\n");
         if (smsc.isEmpty() && noDefault) {
             m_op.Show_MessageBox(port + kDefaultMissingOnOk);
             return;

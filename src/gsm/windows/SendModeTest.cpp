@@ -4,6 +4,7 @@
 #include "core/Guard.h"
 #include "core/Log.h"
 #include "core/TextUtils.h"
+#include "device/TestCaseRecord.h"
 #include "gsm/MFCSMS.h"
 #include "gsm/ModemAnswers.h"
 #include "text/NumberRules.h"
@@ -75,11 +76,11 @@ RecordList Fill_Test_case_List(const QString& supportedModes, bool withCustomSms
     for (const QString& code : codes) {
         const QString description = descriptionOf(code);
         cases << Record{
-            {"Possible_Case", QStringLiteral("Case %1:").arg(cases.size() + 1)},
-            {"Description", description},
-            {"Status", statusInHistory(history, code)},
-            {"Case_SMS", QStringLiteral("%1 is working for Device Model: %2").arg(description, model)},
-            {"Case_Name", code}};
+            {kModemCaseLabelKey, QStringLiteral("Case %1:").arg(cases.size() + 1)},
+            {kCaseDescriptionKey, description},
+            {kCaseStatusKey, statusInHistory(history, code)},
+            {kCaseMessageKey, QStringLiteral("%1 is working for Device Model: %2").arg(description, model)},
+            {kCaseCodeKey, code}};
     }
     return cases;
 }
@@ -87,8 +88,7 @@ RecordList Fill_Test_case_List(const QString& supportedModes, bool withCustomSms
 QString historyOf(const RecordList& cases) {
     QString history;
     for (const Record& c : cases)
-        history += c.value(QStringLiteral("Case_Name")) + kSeparator + c.value(QStringLiteral("Status")) +
-                   kSeparator;
+        history += c.value(kCaseCodeKey) + kSeparator + c.value(kCaseStatusKey) + kSeparator;
     return history;
 }
 
@@ -108,9 +108,9 @@ QByteArray reportBytes(const QString& deviceDetails, const RecordList& cases) {
     bytes += utf16Piece(deviceDetails);
     bytes += utf16Piece(QStringLiteral("\n\n"));
     for (const Record& c : cases) {
-        bytes += utf16Piece(QStringLiteral("%1\n%2\n%3")
-                                .arg(c.value(QStringLiteral("Possible_Case")),
-                                     c.value(QStringLiteral("Case_SMS")), c.value(QStringLiteral("Status"))));
+        bytes += utf16Piece(
+            QStringLiteral("%1\n%2\n%3")
+                .arg(c.value(kModemCaseLabelKey), c.value(kCaseMessageKey), c.value(kCaseStatusKey)));
         bytes += utf16Piece(QStringLiteral("\n\n"));
     }
     return bytes;
@@ -131,14 +131,14 @@ QString testNumberProblem(const QString& typed) {
 End run(MFCSMS& session, Request& request, const std::atomic<bool>& stop, const Progress& progress,
         const QString& caseTitle) {
     for (Record& c : request.cases)
-        c.insert(QStringLiteral("Status"), QString());
+        c.insert(kCaseStatusKey, QString());
     const auto setStatus = [&](int index, const QString& status) {
-        request.cases[index].insert(QStringLiteral("Status"), status);
+        request.cases[index].insert(kCaseStatusKey, status);
         progress.caseEnded(index, status);
     };
     const auto markUnrun = [&](const QString& status) {
         for (int i = 0; i < request.cases.size(); ++i)
-            if (request.cases.at(i).value(QStringLiteral("Status")).isEmpty())
+            if (request.cases.at(i).value(kCaseStatusKey).isEmpty())
                 setStatus(i, status);
     };
     progress.caseProgress(0);
@@ -174,8 +174,8 @@ End run(MFCSMS& session, Request& request, const std::atomic<bool>& stop, const 
                 break;
             }
             const Record c = request.cases.at(i);
-            const QString code = c.value(QStringLiteral("Case_Name"));
-            progress.announce(caseTitle.arg(i + 1).arg(c.value(QStringLiteral("Description"))));
+            const QString code = c.value(kCaseCodeKey);
+            progress.announce(caseTitle.arg(i + 1).arg(c.value(kCaseDescriptionKey)));
             progress.caseProgress(0);
             const SmsMode mode = modeOf(code);
             if (mode == SmsMode::Pdu)
@@ -184,7 +184,7 @@ End run(MFCSMS& session, Request& request, const std::atomic<bool>& stop, const 
                 session.Prepare_Modem_For_Text_SMS(fd);
             session.port()->setReadTimeout(1.0);
             const QString smsc = usesCustomSmsc(code) ? request.customSmsc : QString();
-            const QString text = QStringLiteral("'%1'").arg(c.value(QStringLiteral("Case_SMS")));
+            const QString text = QStringLiteral("'%1'").arg(c.value(kCaseMessageKey));
             QString status = QStringLiteral("Error : +CMS ERROR: 500.");
             bool sent = false;
             if (mode != SmsMode::Unknown && session.formatRefused())
@@ -203,7 +203,7 @@ End run(MFCSMS& session, Request& request, const std::atomic<bool>& stop, const 
         }
         if (stop && end == End::Completed) {
             for (const Record& c : request.cases)
-                if (c.value(QStringLiteral("Status")).isEmpty())
+                if (c.value(kCaseStatusKey).isEmpty())
                     end = End::Stopped;
         }
     });
@@ -227,7 +227,7 @@ End runShown(MFCSMS& session, Request& request, const std::atomic<bool>& stop, c
         shown.onMain([&shown, index, status] {
             if (index < shown.cases.size()) {
                 Record c = shown.cases.at(index);
-                c.insert(QStringLiteral("Status"), status);
+                c.insert(kCaseStatusKey, status);
                 shown.cases.replace(index, c);
             }
         });
@@ -235,7 +235,7 @@ End runShown(MFCSMS& session, Request& request, const std::atomic<bool>& stop, c
     shown.onMain([&shown] {
         RecordList cleared = shown.cases.records();
         for (Record& c : cleared)
-            c.insert(QStringLiteral("Status"), QString());
+            c.insert(kCaseStatusKey, QString());
         shown.cases.setRecords(cleared);
     });
     return run(session, request, stop, progress, caseTitle);

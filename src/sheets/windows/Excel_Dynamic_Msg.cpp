@@ -16,8 +16,6 @@
 #include <utility>
 
 namespace {
-const QString kState = QStringLiteral("State");
-const QString kExtension = QStringLiteral("Extension");
 const QString kBlankTemplate = QStringLiteral("Please enter some text message.");
 const QString kNotes =
     QStringLiteral("\n\nNote:\n1. Maximum of 50,000 records in a single sheet are supported at a "
@@ -27,8 +25,8 @@ QString placeholder(int column) { return QStringLiteral("<COL-%1>").arg(column);
 } // namespace
 
 Excel_Dynamic_Msg::Excel_Dynamic_Msg(BulkSmsWindow& window, QObject* parent)
-    : DialogController(parent), m_window(window), m_columns({kState, kExtension}),
-      m_placeholders({QStringLiteral("Number"), QStringLiteral("Message"), QStringLiteral("Date")}) {}
+    : DialogController(parent), m_window(window), m_columns({kColumnTickedKey, kColumnNameKey}),
+      m_placeholders({kPlaceholderColumnNumberKey, kPlaceholderColumnNameKey, kPlaceholderTextKey}) {}
 
 void Excel_Dynamic_Msg::setMode(int mode) {
     if (m_step != 0)
@@ -107,7 +105,7 @@ void Excel_Dynamic_Msg::rightButtonPressed() {
             return;
         bool anyTicked = false;
         for (const Record& r : m_columns.records())
-            anyTicked = anyTicked || r.value(kState) == QLatin1String("1");
+            anyTicked = anyTicked || r.value(kColumnTickedKey) == QLatin1String("1");
         if (!anyTicked) {
             m_window.op().Show_MessageBox(QStringLiteral("No column is selected."));
             return;
@@ -117,9 +115,9 @@ void Excel_Dynamic_Msg::rightButtonPressed() {
         int number = 0;
         for (const QString& name : m_header) {
             ++number;
-            rows << Record{{QStringLiteral("Number"), QString::number(number)},
-                           {QStringLiteral("Message"), name},
-                           {QStringLiteral("Date"), placeholder(number)}};
+            rows << Record{{kPlaceholderColumnNumberKey, QString::number(number)},
+                           {kPlaceholderColumnNameKey, name},
+                           {kPlaceholderTextKey, placeholder(number)}};
         }
         m_placeholders.setRecords(rows);
         m_step = 2;
@@ -184,7 +182,7 @@ void Excel_Dynamic_Msg::Sheet_ComboBox_changed(int index) {
     // Blank names are already "Untitled Column <n>": entry i is always column i.
     RecordList columns;
     for (const QString& name : m_header)
-        columns << Record{{kState, QStringLiteral("0")}, {kExtension, name}};
+        columns << Record{{kColumnTickedKey, QStringLiteral("0")}, {kColumnNameKey, name}};
     m_columns.setRecords(columns);
     emit changed();
 }
@@ -203,7 +201,7 @@ void Excel_Dynamic_Msg::setColumnTicked(int column, bool ticked) {
     if (column < 0 || column >= m_columns.size())
         return;
     Record r = m_columns.at(column);
-    r.insert(kState, ticked ? QStringLiteral("1") : QStringLiteral("0"));
+    r.insert(kColumnTickedKey, ticked ? QStringLiteral("1") : QStringLiteral("0"));
     m_columns.replace(column, r);
 }
 
@@ -234,7 +232,7 @@ int Excel_Dynamic_Msg::Use_Column(const QList<int>& selectedRows, int selectionS
     const int row = selectedRows.first();
     if (row < 0 || row >= m_placeholders.size())
         return -1;
-    const QString text = m_placeholders.at(row).value(QStringLiteral("Date"));
+    const QString text = m_placeholders.at(row).value(kPlaceholderTextKey);
     const int start = qBound(0, qMin(selectionStart, selectionEnd), int(m_template.size()));
     const int end = qBound(start, qMax(selectionStart, selectionEnd), int(m_template.size()));
     m_template.replace(start, end - start, text);
@@ -288,7 +286,7 @@ void Excel_Dynamic_Msg::insertRows() {
     m_window.prev_list_item = replace ? 0 : m_window.list().size();
     QList<int> ticked;
     for (int i = 0; i < m_columns.size(); ++i)
-        if (m_columns.at(i).value(kState) == QLatin1String("1"))
+        if (m_columns.at(i).value(kColumnTickedKey) == QLatin1String("1"))
             ticked << i;
     const QList<int> numberColumns = m_mode == 0 ? QList<int>{m_numberCol} : ticked;
     struct Outcome {

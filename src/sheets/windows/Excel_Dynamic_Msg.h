@@ -3,6 +3,7 @@
 // number, another the message of each row. Dynamic mode (1): the ticked columns give the
 // numbers and one template with <COL-n> placeholders gives each row its own message.
 // Steps: 0 mode choice, 1 file and sheet, 2 template (dynamic mode only).
+#include "ColumnChoice.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
 #include "sheets/SpreadsheetData.h"
@@ -11,6 +12,12 @@
 #include <QStringList>
 
 class BulkSmsWindow;
+
+// The keys of a placeholder record, one per column of the sheet in the message step: the
+// column's number, its name and the placeholder that stands for it in the message.
+inline const QString kPlaceholderColumnNumberKey = QStringLiteral("Number");
+inline const QString kPlaceholderColumnNameKey = QStringLiteral("Message");
+inline const QString kPlaceholderTextKey = QStringLiteral("Date"); // "<COL-n>"
 
 class Excel_Dynamic_Msg : public DialogController {
     Q_OBJECT
@@ -33,8 +40,8 @@ public:
     QStringList columnNames() const { return m_header; } // both column drop-downs
     int number_col() const { return m_numberCol; }
     int msg_col() const { return m_msgCol; }
-    RecordTable& ListData() { return m_columns; }            // {"State", "Extension"}
-    RecordTable& DynSMSListData() { return m_placeholders; } // {"Number", "Message", "Date"}
+    RecordTable& ListData() { return m_columns; }            // column choice records
+    RecordTable& DynSMSListData() { return m_placeholders; } // placeholder records
     QString templateText() const { return m_template; }
     bool pleaseWaitVisible() const { return m_pleaseWait; }
 

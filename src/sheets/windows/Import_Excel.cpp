@@ -16,8 +16,6 @@
 #include <utility>
 
 namespace {
-const QString kState = QStringLiteral("State");
-const QString kExtension = QStringLiteral("Extension");
 
 BulkSmsWindow* windowOfMode(const QString& mode) {
     if (mode == QLatin1String("AND"))
@@ -29,7 +27,7 @@ BulkSmsWindow* windowOfMode(const QString& mode) {
 } // namespace
 
 Import_Excel::Import_Excel(Operator& op, QObject* parent)
-    : DialogController(parent), m_op(op), m_columns({kState, kExtension}) {}
+    : DialogController(parent), m_op(op), m_columns({kColumnTickedKey, kColumnNameKey}) {}
 
 int Import_Excel::Open_excel_Wnd(const QString& path, const QString& mode) {
     MainThread::invokeAndWait([&] { prepareWindow(path, mode); });
@@ -82,7 +80,7 @@ void Import_Excel::Sheet_ComboBox_changed(int index) {
 
 bool Import_Excel::Get_Selection_State(int column) const {
     return column >= 0 && column < m_columns.size() &&
-           m_columns.at(column).value(kState) == QLatin1String("1");
+           m_columns.at(column).value(kColumnTickedKey) == QLatin1String("1");
 }
 
 bool Import_Excel::Check_For_One_Extension_Selection() const {
@@ -95,21 +93,22 @@ bool Import_Excel::Check_For_One_Extension_Selection() const {
 void Import_Excel::Create_List(const QString& name, bool state) {
     if (name.trimmed().isEmpty())
         return;
-    m_columns.append(Record{{kState, state ? QStringLiteral("1") : QStringLiteral("0")}, {kExtension, name}});
+    m_columns.append(Record{{kColumnTickedKey, state ? QStringLiteral("1") : QStringLiteral("0")},
+                            {kColumnNameKey, name}});
 }
 
 void Import_Excel::setColumnTicked(int column, bool ticked) {
     if (column < 0 || column >= m_columns.size())
         return;
     Record r = m_columns.at(column);
-    r.insert(kState, ticked ? QStringLiteral("1") : QStringLiteral("0"));
+    r.insert(kColumnTickedKey, ticked ? QStringLiteral("1") : QStringLiteral("0"));
     m_columns.replace(column, r);
 }
 
 void Import_Excel::rebuildColumns(bool ticked) {
     RecordList rebuilt = m_columns.records();
     for (Record& r : rebuilt)
-        r.insert(kState, ticked ? QStringLiteral("1") : QStringLiteral("0"));
+        r.insert(kColumnTickedKey, ticked ? QStringLiteral("1") : QStringLiteral("0"));
     m_columns.setRecords(rebuilt);
 }
 

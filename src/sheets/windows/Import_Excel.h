@@ -2,6 +2,7 @@
 // The column import: values of the ticked columns of one sheet of a workbook, row by row,
 // go to a recipient list ("AND": Android window, "GSM": GSM window), the exclusion list
 // being edited ("EX") or the template store ("TEMP").
+#include "ColumnChoice.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
 
