@@ -1,6 +1,7 @@
 #include "CommandLineAndroid.h"
 
 #include "ConsoleOutput.h"
+#include "StopSignals.h"
 #include "android/AndroidDevices.h"
 #include "android/AndroidState.h"
 #include "android/Android_Ph_List_Wnd.h"
@@ -132,6 +133,12 @@ int sendThroughAndroid(Bulk_SMSAppDelegate& window, Operator& op, const QString&
             last = text;
             printErr(text);
         }
+    });
+    StopSignals::install([&window] {
+        if (!window.sendInProgress())
+            return false;                // not sending yet: the stop waits for the run
+        window.progress().requestStop(); // as after Stop: the rest is marked, the record kept
+        return true;
     });
     window.prev_composer_msg = window.composerText();
     window.Send_SMS_Btn();
