@@ -44,6 +44,10 @@ QString recipientsOf(const QList<OutgoingMessage>& messages) {
 } // namespace
 
 SendOutcome judgeStartOutput(const QString& output) {
+    // A start of the app always prints its intent; nothing at all means adb never ran.
+    if (output.trimmed().isEmpty())
+        return SendOutcome::of(Outcome::NotHandedOver,
+                               QStringLiteral("adb gave no answer: the message did not reach the phone."));
     if (outputShowsLostDevice(output))
         return SendOutcome::of(Outcome::LineFailed, kStatusConnectionError);
     if (appDidNotStart(output))
@@ -112,6 +116,9 @@ SendOutcome PhoneDevice::judged(const QString& output, const QString& recipients
     SendOutcome outcome = judgeStartOutput(output);
     if (outcome.outcome == Outcome::LineFailed)
         m_op.Show_MessageBox(kStatusConnectionError);
+    else if (outcome.outcome == Outcome::NotHandedOver && output.trimmed().isEmpty())
+        m_op.Show_MessageBox(QStringLiteral("adb could not be started (%1); no message was sent to %2.")
+                                 .arg(adbProgram(), recipients));
     else if (outcome.outcome == Outcome::NotHandedOver)
         m_op.Show_MessageBox(
             QStringLiteral("The companion app could not be started on the phone; no message "

@@ -168,6 +168,8 @@ TEST(PhoneStartOutput, LostPhoneBeforeMissingAppBeforeAFailedStart) {
         {"Starting: Intent {}\nException occurred while executing 'start':\njava.lang.SecurityException: "
          "cannot start activity\n\tat com.android.server.am\n",
          Outcome::Refused, "java.lang.SecurityException: cannot start activity"},
+        // adb itself could not be started: nothing reached the phone.
+        {"", Outcome::NotHandedOver, "adb gave no answer: the message did not reach the phone."},
     };
     for (const auto& [output, outcome, reason] : cases) {
         const SendOutcome judged = judgeStartOutput(output);
