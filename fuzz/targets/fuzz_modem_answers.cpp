@@ -19,7 +19,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     QStringList removed;
     ModemAnswers::withoutUnsolicited(answer, QStringLiteral("AT+CMGS=23\r"), &removed);
     ModemAnswers::messageReference(answer);
-    ModemAnswers::isRetryableRefusal(answer);
+    ModemAnswers::isRefusal(answer);
     StatusReports::fromUnsolicited(removed);
     StatusReports::fromUnsolicited(answer.split(QLatin1Char('\n')));
     StatusReports::fromStoredRead(answer);
