@@ -75,32 +75,10 @@ void SMS_Sending::ui(std::function<void()> change) {
 void SMS_Sending::uiWait(std::function<void()> change) { onMain(change); }
 
 void SMS_Sending::spawn(const QString& name, std::function<void()> body) {
-    // The run's threads stop on the run's token (m_stop), not on their own.
-    std::lock_guard lock(m_threadsMutex);
-    ++m_threadsRunning;
-    m_threads.push_back(std::make_unique<WorkerThread>(name));
-    m_threads.back()->start([this, body = std::move(body)](std::stop_token) {
-        body();
-        --m_threadsRunning;
-    });
+    m_threads.spawn(name, std::move(body));
 }
 
-void SMS_Sending::joinThreads() {
-    // A thread may start another while it ends (the dispatcher its ports, a port the
-    // completion): wait until none runs, then join those started so far, outside the lock.
-    for (;;) {
-        waitKeepingEventsFlowing([this] { return m_threadsRunning == 0; });
-        std::vector<std::unique_ptr<WorkerThread>> ended;
-        {
-            std::lock_guard lock(m_threadsMutex);
-            ended.swap(m_threads);
-        }
-        if (ended.empty())
-            return;
-        for (const auto& thread : ended)
-            thread->join();
-    }
-}
+void SMS_Sending::joinThreads() { m_threads.join(); }
 
 // ---- opening and loading ----
 

@@ -6,7 +6,7 @@
 #include "SendingRun.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
-#include "core/WorkerThread.h"
+#include "core/ThreadGroup.h"
 #include "delivery/ActivityIndicator.h"
 #include "delivery/DelaySchedule.h"
 #include "delivery/PauseCountdown.h"
@@ -87,7 +87,7 @@ public:
     bool pausing() const { return m_pause.Pause_Timer_Running; }
 
     // True while the run's threads are still at work (tests wait on it).
-    bool running() const { return m_threadsRunning > 0 || (m_run && m_run->threadsRunning()); }
+    bool running() const { return m_threads.running() || (m_run && m_run->threadsRunning()); }
     // True once the run has come to its end (the status line shows kFinish).
     bool finished() const { return m_state == RunState::Finished; }
 
@@ -130,9 +130,7 @@ private:
     PauseCountdown m_pause;
     ActivityIndicator m_activity;
 
-    std::mutex m_threadsMutex;
-    std::vector<std::unique_ptr<WorkerThread>> m_threads;
-    std::atomic<int> m_threadsRunning{0};
+    ThreadGroup m_threads;
     std::atomic<bool> wait_to_fins_running{false};
     std::atomic<int> curr_send_item_4_th{0};
     std::atomic<int> tot_main_list_count{0};

@@ -32,32 +32,10 @@ void SendingRun::toWindow(std::function<void()> emitSignal) {
 }
 
 void SendingRun::spawn(const QString& name, std::function<void()> body) {
-    // The run's threads stop on the run's token, not on their own.
-    std::lock_guard lock(m_threadsMutex);
-    ++m_threadsRunning;
-    m_threads.push_back(std::make_unique<WorkerThread>(name));
-    m_threads.back()->start([this, body = std::move(body)](std::stop_token) {
-        body();
-        --m_threadsRunning;
-    });
+    m_threads.spawn(name, std::move(body));
 }
 
-void SendingRun::join() {
-    // A thread may start another while it ends (the loader the dispatcher, the dispatcher
-    // its devices): wait until none runs, then join those started so far, outside the lock.
-    for (;;) {
-        waitKeepingEventsFlowing([this] { return m_threadsRunning == 0; });
-        std::vector<std::unique_ptr<WorkerThread>> ended;
-        {
-            std::lock_guard lock(m_threadsMutex);
-            ended.swap(m_threads);
-        }
-        if (ended.empty())
-            return;
-        for (const auto& thread : ended)
-            thread->join();
-    }
-}
+void SendingRun::join() { m_threads.join(); }
 
 void SendingRun::start(QList<std::pair<QString, QString>> rows) {
     m_date = sentItemDate();

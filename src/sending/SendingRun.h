@@ -8,7 +8,7 @@
 // (delivered on their own thread) and through the read-only state below.
 #include "RunJournal.h"
 #include "RunRecord.h"
-#include "core/WorkerThread.h"
+#include "core/ThreadGroup.h"
 #include "delivery/DelaySchedule.h"
 #include "delivery/DelayedDeliveryPause.h"
 #include "delivery/PauseCountdown.h"
@@ -78,7 +78,7 @@ public:
     bool reporting() const { return m_reportingDevices > 0; }
     // Every device has let the run go (what they said on the way is on its way to the window).
     bool released() const { return m_released; }
-    bool threadsRunning() const { return m_threadsRunning > 0; }
+    bool threadsRunning() const { return m_threads.running(); }
     QString dataFailure() const;
     int sentAsUnicode() const { return m_sentAsUnicode; }
     // Devices that never opened (their opener returned nothing).
@@ -154,9 +154,7 @@ private:
 
     std::stop_source m_stop;
     std::atomic<bool> m_held{false};
-    std::mutex m_threadsMutex;
-    std::vector<std::unique_ptr<WorkerThread>> m_threads;
-    std::atomic<int> m_threadsRunning{0};
+    ThreadGroup m_threads;
     std::atomic<int> m_holders{0};       // the dispatcher and every started device
     std::atomic<int> m_activeDevices{0}; // devices still taking items
     std::atomic<int> m_devicesToCome{0}; // devices the dispatcher has yet to open
