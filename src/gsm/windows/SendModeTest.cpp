@@ -128,6 +128,52 @@ QString testNumberProblem(const QString& typed) {
     return {};
 }
 
+namespace {
+
+// Opens the device's line for the cases; -1 when it cannot be opened.
+int openForCases(MFCSMS& session, const QString& path) {
+    const int lineFd = session.OpenSerialPort(path);
+    if (lineFd == -1)
+        return -1;
+    session.CloseSerialPort(lineFd);
+    int fd = -1;
+    session.initPort_with_decp(path, fd);
+    if (fd < 0 || session.port() == nullptr) {
+        session.closePort();
+        return -1;
+    }
+    session.port()->setReadTimeout(1.0);
+    return fd;
+}
+
+// Sends the case's one message in its mode and through its service centre; the status it ended with.
+QString sendCase(MFCSMS& session, const Request& request, const Record& c, int fd) {
+    const QString code = c.value(kCaseCodeKey);
+    const SmsMode mode = modeOf(code);
+    if (mode == SmsMode::Pdu)
+        session.Prepare_Modem_For_PDU_SMS(fd);
+    else if (mode == SmsMode::Text)
+        session.Prepare_Modem_For_Text_SMS(fd);
+    session.port()->setReadTimeout(1.0);
+    const QString smsc = usesCustomSmsc(code) ? request.customSmsc : QString();
+    const QString text = QStringLiteral("'%1'").arg(c.value(kCaseMessageKey));
+    QString status = QStringLiteral("Error : +CMS ERROR: 500.");
+    bool sent = false;
+    if (mode != SmsMode::Unknown && session.formatRefused())
+        status = QStringLiteral("Error : %1.").arg(ModemAnswers::formatRefusal(mode == SmsMode::Pdu));
+    else if (mode == SmsMode::Pdu)
+        sent =
+            session.Send_PDU_SMS(fd, request.number, text, smsc, false, false, status, QStringLiteral("Yes"));
+    else if (mode == SmsMode::Text)
+        sent = session.Send_Text_SMS(fd, request.number, text, smsc, false, false, request.path, status,
+                                     QStringLiteral("Yes"));
+    if (sent)
+        Clock::sleep(std::chrono::seconds(1));
+    return status;
+}
+
+} // namespace
+
 End run(MFCSMS& session, Request& request, const std::atomic<bool>& stop, const Progress& progress,
         const QString& caseTitle) {
     for (Record& c : request.cases)
@@ -144,17 +190,9 @@ End run(MFCSMS& session, Request& request, const std::atomic<bool>& stop, const 
     progress.caseProgress(0);
     progress.announce(QStringLiteral("Connecting Device"));
 
-    const int lineFd = session.OpenSerialPort(request.path);
-    if (lineFd == -1)
+    const int fd = openForCases(session, request.path);
+    if (fd < 0)
         return End::OpenFailed;
-    session.CloseSerialPort(lineFd);
-    int fd = -1;
-    session.initPort_with_decp(request.path, fd);
-    if (fd < 0 || session.port() == nullptr) {
-        session.closePort();
-        return End::OpenFailed;
-    }
-    session.port()->setReadTimeout(1.0);
     // A text-mode message through the custom service centre leaves the modem's own behind.
     const QString defaultSmsc = request.defaultSmsc;
     session.setDefaultSmscLookup([defaultSmsc](const QString&) { return QString(defaultSmsc); });
@@ -177,26 +215,7 @@ End run(MFCSMS& session, Request& request, const std::atomic<bool>& stop, const 
             const QString code = c.value(kCaseCodeKey);
             progress.announce(caseTitle.arg(i + 1).arg(c.value(kCaseDescriptionKey)));
             progress.caseProgress(0);
-            const SmsMode mode = modeOf(code);
-            if (mode == SmsMode::Pdu)
-                session.Prepare_Modem_For_PDU_SMS(fd);
-            else if (mode == SmsMode::Text)
-                session.Prepare_Modem_For_Text_SMS(fd);
-            session.port()->setReadTimeout(1.0);
-            const QString smsc = usesCustomSmsc(code) ? request.customSmsc : QString();
-            const QString text = QStringLiteral("'%1'").arg(c.value(kCaseMessageKey));
-            QString status = QStringLiteral("Error : +CMS ERROR: 500.");
-            bool sent = false;
-            if (mode != SmsMode::Unknown && session.formatRefused())
-                status = QStringLiteral("Error : %1.").arg(ModemAnswers::formatRefusal(mode == SmsMode::Pdu));
-            else if (mode == SmsMode::Pdu)
-                sent = session.Send_PDU_SMS(fd, request.number, text, smsc, false, false, status,
-                                            QStringLiteral("Yes"));
-            else if (mode == SmsMode::Text)
-                sent = session.Send_Text_SMS(fd, request.number, text, smsc, false, false, request.path,
-                                             status, QStringLiteral("Yes"));
-            if (sent)
-                Clock::sleep(std::chrono::seconds(1));
+            const QString status = sendCase(session, request, c, fd);
             Show_NSLog_Message(QStringLiteral("Test case %1 on %2: %3").arg(code, request.path, status));
             setStatus(i, status);
             progress.caseProgress(100);
