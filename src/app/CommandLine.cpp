@@ -8,6 +8,7 @@
 #include "ConsoleOperator.h"
 #include "ConsoleOutput.h"
 #include "RunReport.h"
+#include "SendOptions.h"
 #include "StopSignals.h"
 #include "core/AppState.h"
 #include "core/Launch.h"
@@ -141,176 +142,51 @@ std::optional<int> claimDataFolder(std::shared_ptr<SendingLock>& lock, bool resu
     return std::nullopt;
 }
 
-int runSend(const QStringList& arguments) {
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral(
-        "Sends one message to every recipient through GSM modems, as the GSM window does.\n"
-        "Devices are given by path; each may carry its mode and a custom service centre:\n"
-        "  --device /dev/ttyUSB0,mode=text,smsc=+447700900123\n"
-        "Without --device every modem found is used (BULKSMS_EXTRA_MODEMS adds virtual ones).\n"
-        "Exit status: 0 when everything sendable was sent (skipped and excluded numbers are no failures),\n"
-        "1 when some failed, 2 on bad usage or input, 3 when nothing went out, 4 when sending stopped\n"
-        "because data could not be written (the run's record, the sent items, the report) or a file\n"
-        "of the data folder could not be read, 5 when another process is sending from this data folder.\n"
-        "The log (every AT command and answer) goes to the troubleshooting log, Troubleshooting_Log.txt\n"
-        "beside the data folder (private to the user); --verbose copies it to standard error too."));
-    parser.addHelpOption();
-    const QCommandLineOption to(QStringLiteral("to"), QStringLiteral("A recipient (repeatable)."),
-                                QStringLiteral("number"));
-    const QCommandLineOption numbersFile(
-        QStringLiteral("numbers"),
-        QStringLiteral("Recipients from a TXT, CSV or RTF file, or a workbook (XLSX, ODS, XML)."),
-        QStringLiteral("file"));
-    const QCommandLineOption sheet(QStringLiteral("sheet"),
-                                   QStringLiteral("Workbook: the sheet to read (from 1)."),
-                                   QStringLiteral("N"), QStringLiteral("1"));
-    const QCommandLineOption header(QStringLiteral("header"),
-                                    QStringLiteral("Workbook: the first row holds column titles."));
-    const QCommandLineOption numberColumn(
-        QStringLiteral("number-column"),
-        QStringLiteral("Workbook: a column of numbers, by letters or title (repeatable; default A)."),
-        QStringLiteral("column"));
-    const QCommandLineOption messageColumn(QStringLiteral("message-column"),
-                                           QStringLiteral("Workbook: each row's message from this column."),
-                                           QStringLiteral("column"));
-    const QCommandLineOption templateText(
-        QStringLiteral("template"),
-        QStringLiteral(
-            "Workbook: each row's message from this text, <COL-n> replaced by the row's n-th cell."),
-        QStringLiteral("text"));
-    const QCommandLineOption message(QStringLiteral("message"), QStringLiteral("The message text."),
-                                     QStringLiteral("text"));
-    const QCommandLineOption messageFile(QStringLiteral("message-file"),
-                                         QStringLiteral("The message text from a UTF-8 file."),
-                                         QStringLiteral("file"));
-    const QCommandLineOption device(
-        QStringLiteral("device"),
-        QStringLiteral("A device path, with optional ,mode=pdu|text and ,smsc=NUMBER (repeatable)."),
-        QStringLiteral("path"));
-    const QCommandLineOption unicode(QStringLiteral("unicode"), QStringLiteral("Send as Unicode."));
-    const QCommandLineOption flash(QStringLiteral("flash"), QStringLiteral("Send as a flash message."));
-    const QCommandLineOption retries(
-        QStringLiteral("retries"),
-        QStringLiteral("Further attempts for a message the network refused (default 1), on another device "
-                       "where there is one."),
-        QStringLiteral("N"), QStringLiteral("1"));
-    const QCommandLineOption json(
-        QStringLiteral("json"), QStringLiteral("Print one JSON line per recipient as its message finishes."));
-    const QCommandLineOption strict(
-        QStringLiteral("strict"),
-        QStringLiteral("Refuse the whole run (exit status 2) when a number is invalid."));
-    const QCommandLineOption resume(
-        QStringLiteral("resume"),
-        QStringLiteral("Go on with the run that did not end (its journal in the data "
-                       "folder): who got a message is not sent to again."));
-    const QCommandLineOption discardUnfinished(
-        QStringLiteral("discard-unfinished"),
-        QStringLiteral("Discard the record of the run that did not end, and send this run instead: its "
-                       "recipients who were not sent yet will not be sent."));
-    const QCommandLineOption resendUnknown(
-        QStringLiteral("resend-unknown"),
-        QStringLiteral(
-            "With --resume: send again the messages that may have gone out when the run broke off."));
-    const QCommandLineOption plainPunctuation(
-        QStringLiteral("plain-punctuation"),
-        QStringLiteral("Replace typographic quotes and dashes by plain ones (keeps texts in 7-bit)."));
-    const QCommandLineOption skip(QStringLiteral("skip-duplicates"), QStringLiteral("Send a number once."));
-    const QCommandLineOption exclusion(QStringLiteral("exclusion"),
-                                       QStringLiteral("Leave out the applied exclusion lists' numbers."));
-    const QCommandLineOption pauseEvery(QStringLiteral("pause-every"),
-                                        QStringLiteral("Pause after every N messages."), QStringLiteral("N"));
-    const QCommandLineOption pauseFor(
-        QStringLiteral("pause-for"),
-        QStringLiteral("Pause length, one of the window's entries (\"10 Seconds\", \"2 Minutes\", ...)."),
-        QStringLiteral("length"));
-    const QCommandLineOption saveSent(QStringLiteral("save-sent-items"),
-                                      QStringLiteral("Log every message in the sent items."));
-    const QCommandLineOption saveTemplates(QStringLiteral("save-templates"),
-                                           QStringLiteral("Keep the message as a template."));
-    const QCommandLineOption yes(QStringLiteral("yes"), QStringLiteral("Answer Yes to every question."));
-    const QCommandLineOption dryRun(
-        QStringLiteral("dry-run"),
-        QStringLiteral("Print the final list without opening any device (and, on standard error, what "
-                       "it costs in SMS parts)."));
-    const QCommandLineOption report(
-        QStringLiteral("report"),
-        QStringLiteral("At the end, write the run's report (.txt, .html or .xlsx)."), QStringLiteral("file"));
-    const QCommandLineOption reportFilter(
-        QStringLiteral("report-filter"),
-        QStringLiteral("The report's items: all, sent or unsent (default all)."), QStringLiteral("group"),
-        QStringLiteral("all"));
-    const QCommandLineOption country(
-        QStringLiteral("country"),
-        QStringLiteral("The country of numbers written without their code, for this run (a region code "
-                       "such as GB, or none; default: the one chosen in the windows). Numbers are then "
-                       "sent and compared in E.164, and numbers that cannot exist are refused."),
-        QStringLiteral("code"));
-    const QCommandLineOption android(
-        QStringLiteral("android"),
-        QStringLiteral("Send through the Android phone (adb) instead of GSM modems."));
-    const QCommandLineOption serial(QStringLiteral("serial"),
-                                    QStringLiteral("Android: the phone to use when several are attached."),
-                                    QStringLiteral("serial"));
-    const QCommandLineOption mode(
-        QStringLiteral("mode"),
-        QStringLiteral("Android: single-shot, standard or classic (default standard)."),
-        QStringLiteral("mode"), QStringLiteral("standard"));
-    parser.addOptions({to,
-                       numbersFile,
-                       sheet,
-                       header,
-                       numberColumn,
-                       messageColumn,
-                       templateText,
-                       message,
-                       messageFile,
-                       device,
-                       unicode,
-                       flash,
-                       skip,
-                       exclusion,
-                       pauseEvery,
-                       pauseFor,
-                       saveSent,
-                       saveTemplates,
-                       yes,
-                       dryRun,
-                       plainPunctuation,
-                       retries,
-                       json,
-                       strict,
-                       resume,
-                       resendUnknown,
-                       report,
-                       reportFilter,
-                       discardUnfinished});
-    parser.addOptions({android, serial, mode, country});
-    const QCommandLineOption deliveryReports(
-        QStringLiteral("delivery-reports"),
-        QStringLiteral("Ask the network for a delivery report of every message; each result waits for its "
-                       "report (at most a minute after the last message)."));
-    parser.addOption(deliveryReports);
-    if (const std::optional<int> end = parseCommandLine(parser, arguments.mid(1)))
-        return *end;
+// What one "bulksms send" works on, gathered step by step.
+struct SendRun {
+    SendRun(const SendOptions& o, Session& s)
+        : options(o), session(s), throughAndroid(o.isSet(o.android)),
+          road(throughAndroid ? kAndroidRoad : kGsmRoad) {}
+    const SendOptions& options;
+    Session& session;
+    const bool throughAndroid;
+    const QString road;
+    QList<Recipient> raw;     // as given, before the list's filter
+    QList<Recipient> refused; // with a default country: the number, and why it cannot exist
+    int invalid = 0;
+    ResumePlan resumed;
+    BulkSmsWindow& window() const {
+        return throughAndroid ? static_cast<BulkSmsWindow&>(session.android) : session.gsm;
+    }
+};
 
-    ExportFormat reportFormat = ExportFormat::Text;
-    const int reportGroup = reportFilterOf(parser.value(reportFilter));
-    if (parser.isSet(report) && !reportFormatOf(parser.value(report), reportFormat)) {
-        err(QStringLiteral("The report file must end in .txt, .html or .xlsx: %1").arg(parser.value(report)));
+// What --report and --report-filter ask for.
+struct ReportChoice {
+    ExportFormat format = ExportFormat::Text;
+    int group = 0; // statusPassesFilter's
+};
+
+// The report's file format and item group; an exit status when they are wrong.
+std::optional<int> readReportChoice(const SendOptions& o, ReportChoice& choice) {
+    choice.group = reportFilterOf(o.value(o.reportFilter));
+    if (o.isSet(o.report) && !reportFormatOf(o.value(o.report), choice.format)) {
+        err(QStringLiteral("The report file must end in .txt, .html or .xlsx: %1").arg(o.value(o.report)));
         return 2;
     }
-    if (reportGroup < 0) {
+    if (choice.group < 0) {
         err(QStringLiteral("--report-filter is all, sent or unsent."));
         return 2;
     }
+    return std::nullopt;
+}
 
-    QString text = parser.value(message);
-    if (parser.isSet(messageFile)) {
-        QString reason;
-        if (!messageFromFile(parser.value(messageFile), text, reason)) {
-            err(reason);
-            return 2;
-        }
+// The message and the recipients as given (arguments, then the file's, in order).
+std::optional<int> readRecipients(const SendOptions& o, QList<Recipient>& raw) {
+    QString text = o.value(o.message);
+    QString reason;
+    if (o.isSet(o.messageFile) && !messageFromFile(o.value(o.messageFile), text, reason)) {
+        err(reason);
+        return 2;
     }
     // Never cut without a word: a message over the limit is refused whole.
     if (text.size() > kMaxMessageLength) {
@@ -319,220 +195,207 @@ int runSend(const QStringList& arguments) {
                 .arg(kMaxMessageLength));
         return 2;
     }
-    QList<Recipient> raw;
-    for (const QString& number : parser.values(to))
+    for (const QString& number : o.values(o.to))
         raw.append({number, text});
-    if (parser.isSet(numbersFile)) {
-        WorkbookInput workbook;
-        workbook.sheet = parser.value(sheet).toInt();
-        workbook.header = parser.isSet(header);
-        workbook.numberColumns = parser.values(numberColumn);
-        workbook.messageColumn = parser.value(messageColumn);
-        workbook.templateText = parser.value(templateText);
-        QString reason;
-        if (!recipientsFromFile(parser.value(numbersFile), text, workbook, raw, reason)) {
-            err(reason);
-            return 2;
-        }
+    if (!o.isSet(o.numbersFile))
+        return std::nullopt;
+    WorkbookInput workbook;
+    workbook.sheet = o.value(o.sheet).toInt();
+    workbook.header = o.isSet(o.header);
+    workbook.numberColumns = o.values(o.numberColumn);
+    workbook.messageColumn = o.value(o.messageColumn);
+    workbook.templateText = o.value(o.templateText);
+    if (!recipientsFromFile(o.value(o.numbersFile), text, workbook, raw, reason)) {
+        err(reason);
+        return 2;
     }
+    return std::nullopt;
+}
 
-    Session session(parser.isSet(yes));
-    if (!session.launch())
-        return 2;
-    const bool throughAndroid = parser.isSet(android);
-    if (throughAndroid)
-        gsm_and_none = 2; // the shared filters and dialogs act on the Android window
-    BulkSmsWindow& gsm = throughAndroid ? static_cast<BulkSmsWindow&>(session.android) : session.gsm;
-    const QString road = throughAndroid ? kAndroidRoad : kGsmRoad;
-    ResumePlan resumed;
-    if (parser.isSet(resume) && parser.isSet(discardUnfinished)) {
-        err(QStringLiteral("--resume and --discard-unfinished exclude each other."));
-        return 2;
+// Takes up the run that did not end: its recipients still to send join the list. An exit status
+// when there is nothing to take up, or nothing left to send.
+std::optional<int> resumeUnfinished(SendRun& run) {
+    const SendOptions& o = run.options;
+    QString unreadable;
+    const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load(&unreadable, run.road);
+    if (!unreadable.isEmpty()) {
+        err(errorInFileAccessing(unreadable));
+        return kExitDataNotWritten;
     }
-    // Held until this process ends: one sender per data folder, and the unfinished run's
-    // record is looked at only by the process that may continue it.
-    std::shared_ptr<SendingLock> sendingLock;
-    if (!parser.isSet(dryRun)) {
-        if (const std::optional<int> refused =
-                claimDataFolder(sendingLock, parser.isSet(resume), parser.isSet(discardUnfinished), road))
-            return *refused;
-    }
-    if (parser.isSet(resume)) {
-        QString unreadable;
-        const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load(&unreadable, road);
-        if (!unreadable.isEmpty()) {
-            err(errorInFileAccessing(unreadable));
-            return kExitDataNotWritten;
-        }
-        if (!unfinished) {
-            err(QStringLiteral("There is no unfinished run to resume."));
-            return 2;
-        }
-        resumed = planResume(*unfinished, parser.isSet(resendUnknown));
-        err(QStringLiteral("Resuming the unfinished run: %1 of %2 sent, %3 to send.")
-                .arg(resumed.sent)
-                .arg(resumed.total)
-                .arg(resumed.toSend.size()));
-        const bool again = parser.isSet(resendUnknown);
-        for (const RunJournal::Entry& entry : resumed.carried + resumed.toSend)
-            if (entry.unknown)
-                err(QStringLiteral("%1\t%2: %3")
-                        .arg(entry.number, RunJournal::kUnknown,
-                             again ? QStringLiteral("sent again")
-                                   : QStringLiteral("--resend-unknown sends it again")));
-        for (const RunJournal::Entry& entry : resumed.toSend)
-            raw.append({entry.number, entry.message});
-        if (raw.isEmpty()) {
-            RunJournal::discard(road);
-            out(QStringLiteral("%1 of %2 recipients sent.").arg(resumed.sent).arg(resumed.total));
-            return resumed.sent + resumed.unknown == resumed.total ? 0 : RunReport::kSomeFailed;
-        }
-    }
-    if (parser.isSet(country) && !DefaultCountry::instance().set(parser.value(country))) {
-        err(QStringLiteral("--country takes a region code such as GB, or none, not \"%1\"")
-                .arg(parser.value(country)));
+    if (!unfinished) {
+        err(QStringLiteral("There is no unfinished run to resume."));
         return 2;
     }
-    const NumberNormaliser numbers = DefaultCountry::instance().normaliser();
-    // Only validity filters the list; duplicates and exclusions are marked by the run itself.
-    assign_format_skip_exclude_var();
+    const bool again = o.isSet(o.resendUnknown);
+    const ResumePlan& resumed = run.resumed = planResume(*unfinished, again);
+    err(QStringLiteral("Resuming the unfinished run: %1 of %2 sent, %3 to send.")
+            .arg(resumed.sent)
+            .arg(resumed.total)
+            .arg(resumed.toSend.size()));
+    for (const RunJournal::Entry& entry : resumed.carried + resumed.toSend)
+        if (entry.unknown)
+            err(QStringLiteral("%1\t%2: %3")
+                    .arg(entry.number, RunJournal::kUnknown,
+                         again ? QStringLiteral("sent again")
+                               : QStringLiteral("--resend-unknown sends it again")));
+    for (const RunJournal::Entry& entry : resumed.toSend)
+        run.raw.append({entry.number, entry.message});
+    if (!run.raw.isEmpty())
+        return std::nullopt;
+    RunJournal::discard(run.road);
+    out(QStringLiteral("%1 of %2 recipients sent.").arg(resumed.sent).arg(resumed.total));
+    return resumed.sent + resumed.unknown == resumed.total ? 0 : RunReport::kSomeFailed;
+}
+
+// Puts every valid recipient in the window's list, in the order given; names each one refused.
+std::optional<int> fillList(SendRun& run, const NumberNormaliser& numbers) {
+    BulkSmsWindow& window = run.window();
     QList<Recipient> valid;
-    QList<Recipient> refused; // with a default country: the number, and why it cannot exist
-    int invalid = 0;
-    for (const Recipient& r : raw) {
+    for (const Recipient& r : run.raw) {
         // A file's rejections are named by line ("line 3: ..."), so the operator can find them.
         const QString where = r.line > 0 ? QStringLiteral("line %1: ").arg(r.line) : QString();
         if (!r.rejected.isEmpty()) {
             err(where + r.rejected);
-            ++invalid;
+            ++run.invalid;
             continue;
         }
-        const QString n = gsm.Num_Able_To_insert(r.number);
+        const QString n = window.Num_Able_To_insert(r.number);
         if (n.isEmpty()) {
             const QString written = r.number.trimmed();
             const QString why = numbers.active() ? numbers.refusalOf(r.number) : QString();
             err(where + (why.isEmpty()
                              ? QStringLiteral("Not a valid phone number: %1").arg(written)
                              : QStringLiteral("Not a valid phone number: %1 (%2)").arg(written, why)));
-            refused.append({written, why});
-            ++invalid;
-        } else {
-            if (r.message.size() > kMaxMessageLength) {
-                err(QStringLiteral("The message for %1 is %2 characters long; the limit is %3.")
-                        .arg(r.number.trimmed())
-                        .arg(r.message.size())
-                        .arg(kMaxMessageLength));
-                return 2;
-            }
-            valid.append({n, r.message});
+            run.refused.append({written, why});
+            ++run.invalid;
+            continue;
         }
+        if (r.message.size() > kMaxMessageLength) {
+            err(QStringLiteral("The message for %1 is %2 characters long; the limit is %3.")
+                    .arg(r.number.trimmed())
+                    .arg(r.message.size())
+                    .arg(kMaxMessageLength));
+            return 2;
+        }
+        valid.append({n, r.message});
     }
-    if (invalid > 0 && parser.isSet(strict))
+    if (run.invalid > 0 && run.options.isSet(run.options.strict))
         return 2;
-    {
-        BulkSmsWindow::BatchInsert batch(gsm);
-        for (auto it = valid.crbegin(); it != valid.crend(); ++it)
-            gsm.Create_Num_Msg_List(it->number, it->message); // the first given ends on top
-    }
-    if (parser.isSet(resume))
-        carriedRunOf(session, throughAndroid).set(resumed.carried);
-    if (gsm.list().isEmpty()) {
-        err(QStringLiteral("No recipients."));
-        return 2;
-    }
-    gsm.setUnicode(parser.isSet(unicode));
-    gsm.setPlainPunctuation(parser.isSet(plainPunctuation));
-    gsm.setMessageTypeIndex(
-        parser.isSet(flash) ? int(BulkSmsWindow::messageTypes().indexOf(QStringLiteral("Notification"))) : 1);
-    gsm.setSkipDuplicates(parser.isSet(skip));
-    if (!gsm.Exclusion_Chk(parser.isSet(exclusion)))
+    BulkSmsWindow::BatchInsert batch(window);
+    for (auto it = valid.crbegin(); it != valid.crend(); ++it)
+        window.Create_Num_Msg_List(it->number, it->message); // the first given ends on top
+    return std::nullopt;
+}
+
+// The window's options as the command asks: coding, type, filters, what is kept, retries, pauses.
+std::optional<int> applyOptions(SendRun& run) {
+    const SendOptions& o = run.options;
+    BulkSmsWindow& window = run.window();
+    window.setUnicode(o.isSet(o.unicode));
+    window.setPlainPunctuation(o.isSet(o.plainPunctuation));
+    window.setMessageTypeIndex(
+        o.isSet(o.flash) ? int(BulkSmsWindow::messageTypes().indexOf(QStringLiteral("Notification"))) : 1);
+    window.setSkipDuplicates(o.isSet(o.skip));
+    if (!window.Exclusion_Chk(o.isSet(o.exclusion)))
         return kExitDataNotWritten; // the lists were named on standard error
-    gsm.setSaveSentItems(parser.isSet(saveSent));
-    gsm.setSaveTemplates(parser.isSet(saveTemplates));
+    window.setSaveSentItems(o.isSet(o.saveSent));
+    window.setSaveTemplates(o.isSet(o.saveTemplates));
     bool retriesOk = false;
-    const int retryCount = parser.value(retries).toInt(&retriesOk);
+    const int retryCount = o.value(o.retries).toInt(&retriesOk);
     if (!retriesOk || retryCount < 0 || retryCount > Gsm_Bulk_Sms_Wnd::kMaxRetries) {
         err(QStringLiteral("--retries takes 0 to %1, not \"%2\"")
                 .arg(Gsm_Bulk_Sms_Wnd::kMaxRetries)
-                .arg(parser.value(retries)));
+                .arg(o.value(o.retries)));
         return 2;
     }
-    session.gsm.setRetries(retryCount);
-    session.gsm.setDeliveryReports(parser.isSet(deliveryReports));
-    if (parser.isSet(pauseEvery) || parser.isSet(pauseFor)) {
-        // The window's own entries, whatever the spacing typed ("5 Seconds" is "5  Seconds").
-        const QString count = choiceMatching(delayedCountEntries(), parser.value(pauseEvery));
-        const QString length = choiceMatching(delayedTimeEntries(), parser.value(pauseFor));
-        if (count.isEmpty() || length.isEmpty()) {
-            err(QStringLiteral("A pause needs --pause-every (one of %1) and --pause-for (one of %2).")
-                    .arg(simplifiedChoices(delayedCountEntries()), simplifiedChoices(delayedTimeEntries())));
+    run.session.gsm.setRetries(retryCount);
+    run.session.gsm.setDeliveryReports(o.isSet(o.deliveryReports));
+    if (!o.isSet(o.pauseEvery) && !o.isSet(o.pauseFor))
+        return std::nullopt;
+    // The window's own entries, whatever the spacing typed ("5 Seconds" is "5  Seconds").
+    const QString count = choiceMatching(delayedCountEntries(), o.value(o.pauseEvery));
+    const QString length = choiceMatching(delayedTimeEntries(), o.value(o.pauseFor));
+    if (count.isEmpty() || length.isEmpty()) {
+        err(QStringLiteral("A pause needs --pause-every (one of %1) and --pause-for (one of %2).")
+                .arg(simplifiedChoices(delayedCountEntries()), simplifiedChoices(delayedTimeEntries())));
+        return 2;
+    }
+    window.Delayed_Delivery_Chk(true);
+    window.setDelayedCountChoice(count);
+    window.setDelayedTimeChoice(length);
+    return std::nullopt;
+}
+
+// The final list on standard output, each number with its fate; the cost on standard error.
+int printDryRun(const SendRun& run, const NumberNormaliser& numbers) {
+    BulkSmsWindow& window = run.window();
+    QSet<QString> seen;
+    int messages = 0, parts = 0, unicodeMessages = 0;
+    for (const Record& r : window.list().records()) {
+        const QString number = recipientNumber(r); // as it is sent
+        QString fate = QStringLiteral("send");
+        if (window.exclusion() && window.Check_Exclusion_Number(number))
+            fate = QStringLiteral("excluded");
+        else if (window.skipDuplicates() && seen.contains(number))
+            fate = QStringLiteral("skipped");
+        seen.insert(number);
+        out(QStringLiteral("%1\t%2\t%3").arg(number, fate, r.value(kMessageKey)));
+        if (fate != QLatin1String("send"))
+            continue;
+        const SmsParts::Cost cost =
+            SmsParts::costOf(window.textAsSent(r.value(kMessageKey)), window.unicode());
+        ++messages;
+        parts += cost.parts;
+        unicodeMessages += cost.coding == SmsCoding::Ucs2;
+    }
+    // With a default country the refused numbers follow, each with the reason.
+    if (numbers.active())
+        for (const Recipient& r : run.refused)
+            out(QStringLiteral("%1\tinvalid: %2").arg(r.number, r.message));
+    // The list stays alone on standard output, for scripts; the cost goes beside it.
+    err(QStringLiteral("%1 messages to send in %2 SMS parts (%3 as Unicode); %4 rejected.")
+            .arg(messages)
+            .arg(parts)
+            .arg(unicodeMessages)
+            .arg(run.invalid));
+    return 0;
+}
+
+// Applies one --device's settings ("mode=pdu", "smsc=+44...") to its row of the device list.
+std::optional<int> applyDeviceSettings(GSM_Device_List_Wnd& devices, const QString& path,
+                                       const QStringList& settings) {
+    for (const QString& setting : settings) {
+        if (setting == QLatin1String("mode=pdu"))
+            devices.Update_Column_Value(path, kSmsModeKey, smsModeText(SmsMode::Pdu));
+        else if (setting == QLatin1String("mode=text"))
+            devices.Update_Column_Value(path, kSmsModeKey, smsModeText(SmsMode::Text));
+        else if (setting.startsWith(QLatin1String("smsc=")) && isServiceCentreNumber(setting.mid(5)))
+            devices.Set_SMSC_Use_Status(path, QStringLiteral("Y"), setting.mid(5));
+        else if (setting.startsWith(QLatin1String("smsc="))) {
+            err(QStringLiteral("Not a valid service centre number: %1").arg(setting.mid(5)));
+            return 2;
+        } else {
+            err(QStringLiteral("Unknown device setting: %1").arg(setting));
             return 2;
         }
-        gsm.Delayed_Delivery_Chk(true);
-        gsm.setDelayedCountChoice(count);
-        gsm.setDelayedTimeChoice(length);
     }
+    return std::nullopt;
+}
 
-    if (parser.isSet(dryRun)) {
-        QSet<QString> seen;
-        int messages = 0, parts = 0, unicodeMessages = 0;
-        for (const Record& r : gsm.list().records()) {
-            const QString number = recipientNumber(r); // as it is sent
-            QString fate = QStringLiteral("send");
-            if (gsm.exclusion() && gsm.Check_Exclusion_Number(number))
-                fate = QStringLiteral("excluded");
-            else if (gsm.skipDuplicates() && seen.contains(number))
-                fate = QStringLiteral("skipped");
-            seen.insert(number);
-            out(QStringLiteral("%1\t%2\t%3").arg(number, fate, r.value(kMessageKey)));
-            if (fate != QLatin1String("send"))
-                continue;
-            const SmsParts::Cost cost = SmsParts::costOf(gsm.textAsSent(r.value(kMessageKey)), gsm.unicode());
-            ++messages;
-            parts += cost.parts;
-            unicodeMessages += cost.coding == SmsCoding::Ucs2;
-        }
-        // With a default country the refused numbers follow, each with the reason.
-        if (numbers.active())
-            for (const Recipient& r : refused)
-                out(QStringLiteral("%1\tinvalid: %2").arg(r.number, r.message));
-        // The list stays alone on standard output, for scripts; the cost goes beside it.
-        err(QStringLiteral("%1 messages to send in %2 SMS parts (%3 as Unicode); %4 rejected.")
-                .arg(messages)
-                .arg(parts)
-                .arg(unicodeMessages)
-                .arg(invalid));
-        return 0;
-    }
-
-    if (throughAndroid)
-        return sendThroughAndroid(session.android, session.op, parser.value(serial), parser.value(mode));
-
-    // Devices: search, apply each one's settings, tick and select them as the window does.
+// Searches the modems, applies each --device's settings, and selects them (every modem found
+// without --device) as the device window does.
+std::optional<int> selectModems(const SendOptions& o, Session& session) {
     GSM_Device_List_Wnd& devices = searchDevices(session.op);
     QStringList wanted;
-    for (const QString& deviceArgument : parser.values(device)) {
+    for (const QString& deviceArgument : o.values(o.device)) {
         const QStringList parts = deviceArgument.split(QLatin1Char(','));
         const QString& path = parts.first();
         if (devices.rowOf(path) < 0) {
             err(QStringLiteral("Device %1 was not found or cannot send messages.").arg(path));
             return 2;
         }
-        for (const QString& setting : parts.mid(1)) {
-            if (setting == QLatin1String("mode=pdu"))
-                devices.Update_Column_Value(path, kSmsModeKey, smsModeText(SmsMode::Pdu));
-            else if (setting == QLatin1String("mode=text"))
-                devices.Update_Column_Value(path, kSmsModeKey, smsModeText(SmsMode::Text));
-            else if (setting.startsWith(QLatin1String("smsc=")) && isServiceCentreNumber(setting.mid(5)))
-                devices.Set_SMSC_Use_Status(path, QStringLiteral("Y"), setting.mid(5));
-            else if (setting.startsWith(QLatin1String("smsc="))) {
-                err(QStringLiteral("Not a valid service centre number: %1").arg(setting.mid(5)));
-                return 2;
-            } else {
-                err(QStringLiteral("Unknown device setting: %1").arg(setting));
-                return 2;
-            }
-        }
+        if (const std::optional<int> refused = applyDeviceSettings(devices, path, parts.mid(1)))
+            return refused;
         wanted << path;
     }
     if (wanted.isEmpty())
@@ -551,12 +414,31 @@ int runSend(const QStringList& arguments) {
         err(QStringLiteral("No device could be selected."));
         return 2;
     }
-    Gsm_Bulk_Sms_Wnd& modems = session.gsm;
-    modems.applyDeviceSelection();
-    modems.prev_composer_msg = modems.composerText(); // the message is already in every row
+    session.gsm.applyDeviceSelection();
+    return std::nullopt;
+}
 
+// Writes the run's report when --report asks for one.
+std::optional<int> writeReport(const SendOptions& o, const ReportChoice& choice, const SMS_Sending& job) {
+    QList<ReportItem> reported;
+    for (const SendingItem& item : job.items().all())
+        if (statusPassesFilter(item.status, choice.group))
+            reported.append({item.number, item.message, item.currentStatus, item.status});
+    QString why;
+    if (!writeSendingReport(o.value(o.report), choice.format, reported, &why)) {
+        err(errorInFileAccessing(why));
+        return kExitDataNotWritten;
+    }
+    err(QStringLiteral("Report written to %1").arg(o.value(o.report)));
+    return std::nullopt;
+}
+
+// Sends the list through the selected modems, printing each result; the run's exit status.
+int sendThroughModems(const SendOptions& o, const ReportChoice& report, Session& session) {
+    Gsm_Bulk_Sms_Wnd& modems = session.gsm;
+    modems.prev_composer_msg = modems.composerText(); // the message is already in every row
     RunReport results(modems.sendingJob(),
-                      parser.isSet(json) ? RunReport::Format::Json : RunReport::Format::Lines);
+                      o.isSet(o.json) ? RunReport::Format::Json : RunReport::Format::Lines);
     StopSignals::install([&modems] {
         SMS_Sending& job = modems.sendingJob();
         if (!job.running() && !job.finished())
@@ -566,19 +448,77 @@ int runSend(const QStringList& arguments) {
     });
     modems.Send_SMS_Btn();
     results.finish();
-    if (parser.isSet(report)) {
-        QList<ReportItem> reported;
-        for (const SendingItem& item : modems.sendingJob().items().all())
-            if (statusPassesFilter(item.status, reportGroup))
-                reported.append({item.number, item.message, item.currentStatus, item.status});
-        QString why;
-        if (!writeSendingReport(parser.value(report), reportFormat, reported, &why)) {
-            err(errorInFileAccessing(why));
-            return kExitDataNotWritten;
-        }
-        err(QStringLiteral("Report written to %1").arg(parser.value(report)));
-    }
+    if (o.isSet(o.report))
+        if (const std::optional<int> failed = writeReport(o, report, modems.sendingJob()))
+            return *failed;
     return results.exitStatus();
+}
+
+// Everything before the devices: the data folder claimed, the list filled, the options set.
+std::optional<int> prepareSend(SendRun& run) {
+    const SendOptions& o = run.options;
+    if (o.isSet(o.resume))
+        if (const std::optional<int> end = resumeUnfinished(run))
+            return end;
+    if (o.isSet(o.country) && !DefaultCountry::instance().set(o.value(o.country))) {
+        err(QStringLiteral("--country takes a region code such as GB, or none, not \"%1\"")
+                .arg(o.value(o.country)));
+        return 2;
+    }
+    const NumberNormaliser numbers = DefaultCountry::instance().normaliser();
+    // Only validity filters the list; duplicates and exclusions are marked by the run itself.
+    assign_format_skip_exclude_var();
+    if (const std::optional<int> end = fillList(run, numbers))
+        return end;
+    if (o.isSet(o.resume))
+        carriedRunOf(run.session, run.throughAndroid).set(run.resumed.carried);
+    if (run.window().list().isEmpty()) {
+        err(QStringLiteral("No recipients."));
+        return 2;
+    }
+    if (const std::optional<int> end = applyOptions(run))
+        return end;
+    if (o.isSet(o.dryRun))
+        return printDryRun(run, numbers);
+    return std::nullopt;
+}
+
+int runSend(const QStringList& arguments) {
+    SendOptions o;
+    if (const std::optional<int> end = parseCommandLine(o.parser, arguments.mid(1)))
+        return *end;
+    ReportChoice report;
+    QList<Recipient> raw;
+    if (const std::optional<int> end = readReportChoice(o, report))
+        return *end;
+    if (const std::optional<int> end = readRecipients(o, raw))
+        return *end;
+
+    Session session(o.isSet(o.yes));
+    if (!session.launch())
+        return 2;
+    SendRun run(o, session);
+    run.raw = raw;
+    if (run.throughAndroid)
+        gsm_and_none = 2; // the shared filters and dialogs act on the Android window
+    if (o.isSet(o.resume) && o.isSet(o.discardUnfinished)) {
+        err(QStringLiteral("--resume and --discard-unfinished exclude each other."));
+        return 2;
+    }
+    // Held until this process ends: one sender per data folder, and the unfinished run's
+    // record is looked at only by the process that may continue it.
+    std::shared_ptr<SendingLock> sendingLock;
+    if (!o.isSet(o.dryRun))
+        if (const std::optional<int> refused =
+                claimDataFolder(sendingLock, o.isSet(o.resume), o.isSet(o.discardUnfinished), run.road))
+            return *refused;
+    if (const std::optional<int> end = prepareSend(run))
+        return *end;
+    if (run.throughAndroid)
+        return sendThroughAndroid(session.android, session.op, o.value(o.serial), o.value(o.mode));
+    if (const std::optional<int> end = selectModems(o, session))
+        return *end;
+    return sendThroughModems(o, report, session);
 }
 
 } // namespace
