@@ -302,9 +302,9 @@ std::optional<int> applyOptions(SendRun& run) {
     window.setSaveTemplates(o.isSet(o.saveTemplates));
     bool retriesOk = false;
     const int retryCount = o.value(o.retries).toInt(&retriesOk);
-    if (!retriesOk || retryCount < 0 || retryCount > Gsm_Bulk_Sms_Wnd::kMaxRetries) {
+    if (!retriesOk || retryCount < 0 || retryCount > RunSettings::kMaxRetries) {
         err(QStringLiteral("--retries takes 0 to %1, not \"%2\"")
-                .arg(Gsm_Bulk_Sms_Wnd::kMaxRetries)
+                .arg(RunSettings::kMaxRetries)
                 .arg(o.value(o.retries)));
         return 2;
     }

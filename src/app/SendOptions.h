@@ -1,5 +1,7 @@
 #pragma once
 // The options of "bulksms send", with their help texts, on one parser.
+#include "sending/SendingRun.h"
+
 #include <QCommandLineOption>
 #include <QCommandLineParser>
 #include <QString>
@@ -62,9 +64,10 @@ struct SendOptions {
         QStringLiteral("Replace typographic quotes and dashes by plain ones (keeps texts in 7-bit).")};
     const QCommandLineOption retries{
         QStringLiteral("retries"),
-        QStringLiteral("Further attempts for a message the network refused (default 1), on another device "
-                       "where there is one."),
-        QStringLiteral("N"), QStringLiteral("1")};
+        QStringLiteral("Further attempts for a message the network refused (default %1), on another device "
+                       "where there is one.")
+            .arg(RunSettings::kDefaultRetries),
+        QStringLiteral("N"), QString::number(RunSettings::kDefaultRetries)};
     const QCommandLineOption skip{QStringLiteral("skip-duplicates"), QStringLiteral("Send a number once.")};
     const QCommandLineOption exclusion{QStringLiteral("exclusion"),
                                        QStringLiteral("Leave out the applied exclusion lists' numbers.")};

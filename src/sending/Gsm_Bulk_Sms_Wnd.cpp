@@ -73,7 +73,7 @@ void Gsm_Bulk_Sms_Wnd::setPleaseWait(bool shown) {
 }
 
 void Gsm_Bulk_Sms_Wnd::setRetries(int retries) {
-    m_retries = qBound(0, retries, kMaxRetries);
+    m_retries = qBound(0, retries, RunSettings::kMaxRetries);
     emit changed();
 }
 

@@ -2,6 +2,7 @@
 // The GSM main window's controller: the shared list and composer, the device choice, and
 // the Send flow that checks everything, verifies the chosen ports and opens the sending job.
 #include "ResumeRun.h"
+#include "SendingRun.h"
 #include "device/DeviceRecord.h"
 #include "gsm/MFCSMS.h"
 #include "list/BulkSmsWindow.h"
@@ -46,7 +47,6 @@ public:
     // one); 1 by default.
     int retries() const { return m_retries; }
     void setRetries(int retries);
-    static constexpr int kMaxRetries = 5;
 
     // "Request delivery reports": every message asks the network for a report, and the job
     // shows each message's delivery as the reports come.
@@ -73,7 +73,7 @@ private:
     QString m_sendingPortChoice;
     QString m_messageIs;
     bool m_pleaseWait = false;
-    int m_retries = 1;
+    int m_retries = RunSettings::kDefaultRetries;
     bool m_deliveryReports = false;
     CarriedRun m_carried;
     bool m_sendInProgress = false; // Send is running (checks, then the job): a second press is ignored

@@ -112,7 +112,8 @@ void SendingRun::dispatch(std::stop_token stop) {
         }
         m_devicesToCome = 0;
     });
-    toWindow(&SendingRun::sendingStarted);
+    if (m_startedDevices == 0) // no device took the run: the window still leaves its loading state
+        toWindow(&SendingRun::sendingStarted);
     release({});
 }
 

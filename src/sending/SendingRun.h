@@ -30,12 +30,15 @@ class Operator;
 
 // Everything a run reads from the window that started it, copied when it starts.
 struct RunSettings {
+    // Further attempts for a message the network refused: the default, and the most allowed.
+    static constexpr int kDefaultRetries = 1, kMaxRetries = 5;
+
     DelaySchedule schedule;
     bool unicode = false, flash = false, plainPunctuation = false;
     bool skipDuplicates = false, exclusion = false;
     QSet<QString> excludedNumbers;
     bool deliveryReports = false;
-    int retries = 1;                  // further attempts for a message the network refused
+    int retries = kDefaultRetries;    // further attempts for a message the network refused
     bool batch = false;               // each device takes all its messages at once (a phone's single shot)
     QList<RunJournal::Entry> carried; // what an unfinished run this one resumes had finished
     QString road = kGsmRoad;          // the kind of device the run goes through
@@ -101,7 +104,7 @@ public:
 signals:
     void loading(int loaded);                     // every thousand rows
     void loaded(const QList<SendingItem>& items); // the items as recorded
-    void sendingStarted();                        // the first device took its first item
+    void sendingStarted();                        // once: the first device started, or none could
     void itemChanged(int index, const SendingItem& item, bool counted); // counted: it just finished
     void itemsStopped(const QList<int>& indexes, const QList<SendingItem>& items);
     void deviceNote(const QString& device, const QString& note); // left the run, or no reports

@@ -41,7 +41,7 @@ GsmBulkSmsView::GsmBulkSmsView(Gsm_Bulk_Sms_Wnd& controller, QWidget* parent)
     bottomBar()->insertWidget(2, ports);
     auto* retries = new QSpinBox(this);
     retries->setObjectName(QStringLiteral("retries"));
-    retries->setRange(0, Gsm_Bulk_Sms_Wnd::kMaxRetries);
+    retries->setRange(0, RunSettings::kMaxRetries);
     retries->setToolTip(QStringLiteral("Further attempts for a message the network refused, on another "
                                        "device where there is one."));
     bottomBar()->insertWidget(3, new QLabel(QStringLiteral("Retries:"), this));
