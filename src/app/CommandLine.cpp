@@ -9,9 +9,9 @@
 #include "ConsoleOutput.h"
 #include "RunReport.h"
 #include "StopSignals.h"
-#include "core/AppState.h"
 #include "core/Launch.h"
 #include "core/Log.h"
+#include "core/MainWindows.h"
 #include "core/SendingLock.h"
 #include "delivery/DelaySchedule.h"
 #include "device/DeviceRecord.h"
@@ -63,17 +63,16 @@ struct Session {
     ConsoleOperator op;
     Bulk_SMSAppDelegate android{op};
     Gsm_Bulk_Sms_Wnd gsm{op};
+    MainWindows windows{android, gsm};
     explicit Session(bool yes) : op(yes) {}
-    bool launch() { return Launch_Application(op, android, gsm); }
+    bool launch() { return Launch_Application(op, windows); }
 };
 
 // Searches the attached modems (and BULKSMS_EXTRA_MODEMS) as the device window does.
-GSM_Device_List_Wnd& searchDevices(Operator& op) {
-    GSM_Device_List_Wnd& devices = GSM_Device_List_Wnd::defaultInstance(op);
+void searchDevices(GSM_Device_List_Wnd& devices) {
     ModemIterator iterator;
     if (FindModems(iterator) == 0)
         devices.GetModemPath(iterator.paths);
-    return devices;
 }
 
 int runDevices(const QStringList& arguments) {
@@ -94,7 +93,9 @@ int runDevices(const QStringList& arguments) {
         return 2;
     if (parser.isSet(android))
         return listAndroidDevices(parser.value(serial));
-    const RecordTable& list = searchDevices(session.op).nsPortListData();
+    GSM_Device_List_Wnd devices(session.op, session.gsm.selection());
+    searchDevices(devices);
+    const RecordTable& list = devices.nsPortListData();
     for (const Record& r : list.records())
         out(QStringLiteral("%1\tmaker: %2\tmodel: %3\tIMEI: %4\tsignal: %5\tbattery: %6\toperator: %7\tSMSC: "
                            "%8\tmodes: %9")
@@ -340,8 +341,8 @@ int runSend(const QStringList& arguments) {
     if (!session.launch())
         return 2;
     const bool throughAndroid = parser.isSet(android);
-    if (throughAndroid)
-        gsm_and_none = 2; // the shared filters and dialogs act on the Android window
+    if (throughAndroid) // the shared filters and dialogs act on the Android window
+        session.windows.setFront(MainWindowController::Kind::Android);
     BulkSmsWindow& gsm = throughAndroid ? static_cast<BulkSmsWindow&>(session.android) : session.gsm;
     const QString road = throughAndroid ? kAndroidRoad : kGsmRoad;
     ResumePlan resumed;
@@ -509,7 +510,8 @@ int runSend(const QStringList& arguments) {
         return sendThroughAndroid(session.android, session.op, parser.value(serial), parser.value(mode));
 
     // Devices: search, apply each one's settings, tick and select them as the window does.
-    GSM_Device_List_Wnd& devices = searchDevices(session.op);
+    GSM_Device_List_Wnd devices(session.op, session.gsm.selection());
+    searchDevices(devices);
     QStringList wanted;
     for (const QString& deviceArgument : parser.values(device)) {
         const QStringList parts = deviceArgument.split(QLatin1Char(','));
