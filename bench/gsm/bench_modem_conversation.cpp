@@ -8,7 +8,6 @@
 // Usage: bench_modem_conversation [messages per delay, default 3]
 // BENCH_VERBOSE=1 writes the session log to stderr.
 #include "SendingSetup.h"
-#include "core/AppState.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
 #include "core/Log.h"
@@ -176,9 +175,9 @@ void search(int modemCount) {
     QStringList paths;
     for (const auto& modem : modems)
         paths << modem->devicePath();
-    clearDeviceSelection();
     SilentOperator op;
-    GSM_Device_List_Wnd window(op);
+    DeviceSelection selection;
+    GSM_Device_List_Wnd window(op, selection);
     WorkerThread worker(QStringLiteral("bench search"));
     QElapsedTimer timer;
     timer.start();

@@ -2,7 +2,6 @@
 // prescribed waits (rests, read time-outs) cost next to nothing. Prints items per second and
 // the time per item for growing N: the product's own cost per item must stay flat.
 #include "SendingSetup.h"
-#include "core/AppState.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
 #include "core/Log.h"

@@ -1,7 +1,6 @@
 // 100,000 stored sent items: the window's load (file read and parsed on its worker, table
 // filled on the main thread), the rewrite at close, and the export in each format. The
 // figures say whether a person opening or exporting a large log would wait.
-#include "core/AppState.h"
 #include "core/DataFolder.h"
 #include "core/WorkerThread.h"
 #include "stores/ExportFile.h"
@@ -56,7 +55,6 @@ int main(int argc, char** argv) {
     Resource_Path = locateResourcePath();
     computeDataPaths();
     Check_Path_And_Create_Files();
-    gsm_and_none = 1;
     BenchOperator op;
 
     for (int count : {25000, 100000}) {

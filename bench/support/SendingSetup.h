@@ -1,7 +1,6 @@
 #pragma once
 // What the sending benchmarks do before pressing Send: the virtual modems selected as the
 // device window would select them, and a list of numbered recipients.
-#include "core/AppState.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 #include "sim/VirtualModem.h"
 
@@ -10,16 +9,17 @@
 
 inline void selectVirtualModems(Gsm_Bulk_Sms_Wnd& window,
                                 const std::vector<std::unique_ptr<sim::VirtualModem>>& modems) {
-    clearDeviceSelection();
+    DeviceSelection& selection = window.selection();
+    selection.clear();
     for (const auto& modem : modems) {
         const QString path = modem->devicePath();
-        port_val_str_array << path;
-        port_det_str_array << Record{{"PORT_DETAL", path},  {"COM_PORT", path.mid(5)},
-                                     {"Model", "VM"},       {"SMSMode", "PDU Mode"},
-                                     {"UseCusSMSC", "N"},   {"DefSMSC", "+447700900123"},
-                                     {"SMS_CAPABLE", "Yes"}};
-        sel_port_bsd_str = path;
-        sel_port_name_str = path.mid(5);
+        selection.port_val_str_array << path;
+        selection.port_det_str_array << Record{{"PORT_DETAL", path},  {"COM_PORT", path.mid(5)},
+                                               {"Model", "VM"},       {"SMSMode", "PDU Mode"},
+                                               {"UseCusSMSC", "N"},   {"DefSMSC", "+447700900123"},
+                                               {"SMS_CAPABLE", "Yes"}};
+        selection.sel_port_bsd_str = path;
+        selection.sel_port_name_str = path.mid(5);
     }
     window.applyDeviceSelection();
 }

@@ -1,6 +1,5 @@
 #include "AdbRunner.h"
 
-#include "AndroidState.h"
 #include "core/ChildProcess.h"
 #include "core/DataFolder.h"
 #include "core/Guard.h"
@@ -24,7 +23,7 @@ QString adbProgram() {
 }
 
 QString ExecuteExternalFile(const QStringList& arguments, const std::function<bool()>& stop) {
-    const std::function<bool()> stopAsked = stop ? stop : [] { return Stop_Modem_SRCH == 1; };
+    const std::function<bool()> stopAsked = stop ? stop : [] { return false; };
     return Guard::run(
         "ExecuteExternalFile",
         [&] {

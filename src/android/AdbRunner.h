@@ -11,8 +11,8 @@
 QString adbProgram();
 
 // Runs adb with these arguments and returns everything it printed (UTF-8). When stop() turns
-// true the child is killed and the output so far is returned. Without a stop, the device
-// search's flag (Stop_Modem_SRCH) is the stop. "" when adb cannot be started (logged).
+// true the child is killed and the output so far is returned; without a stop it runs to its
+// end. "" when adb cannot be started (logged).
 QString ExecuteExternalFile(const QStringList& arguments, const std::function<bool()>& stop = {});
 
 // "" when the output holds "error" or "No device" (any case), else the output.

@@ -1,7 +1,6 @@
 #include "AndroidDevices.h"
 
 #include "AdbRunner.h"
-#include "AndroidState.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "device/DeviceRecord.h"
@@ -26,9 +25,9 @@ QString withoutDeviceWord(const QString& text) {
     return line.trimmed().toUpper();
 }
 
-QString getprop(const QString& key) {
+QString getpropUnless(const QString& key, const std::function<bool()>& stop) {
     return Check_Command_Response_Is_Valid(
-               ExecuteExternalFile({QStringLiteral("shell"), QStringLiteral("getprop"), key}))
+               ExecuteExternalFile({QStringLiteral("shell"), QStringLiteral("getprop"), key}, stop))
         .trimmed();
 }
 
@@ -59,8 +58,9 @@ QString deviceListFromOutput(const QString& adbOutput, const QString& serialFilt
     return kept.join(QLatin1Char('\n'));
 }
 
-QString Get_Android_Device_List() {
-    return deviceListFromOutput(ExecuteExternalFile({QStringLiteral("devices")}), androidSerialFilter());
+QString Get_Android_Device_List(const PhoneQuery& query) {
+    return deviceListFromOutput(ExecuteExternalFile({QStringLiteral("devices")}, query.stop),
+                                query.serialFilter);
 }
 
 QString androidDeviceFromList(const QString& list) {
@@ -70,7 +70,9 @@ QString androidDeviceFromList(const QString& list) {
     return QStringLiteral("Android Device ") + withoutDeviceWord(first);
 }
 
-QString Get_Android_Device() { return androidDeviceFromList(Get_Android_Device_List()); }
+QString Get_Android_Device(const PhoneQuery& query) {
+    return androidDeviceFromList(Get_Android_Device_List(query));
+}
 
 bool Check_More_Than_One_Android_Device(const QString& list) {
     const qsizetype lineBreak = list.indexOf(QLatin1Char('\n'));
@@ -79,17 +81,18 @@ bool Check_More_Than_One_Android_Device(const QString& list) {
     return holdsAnyState(list.left(lineBreak), true) && holdsAnyState(list.mid(lineBreak + 1), true);
 }
 
-QString Get_Android_Device_Status() {
-    const QString list = Get_Android_Device_List();
+QString Get_Android_Device_Status(const PhoneQuery& query) {
+    const QString list = Get_Android_Device_List(query);
     QString status;
     if (list.isEmpty()) {
         status = QStringLiteral("No device found.");
     } else if (list.contains(QLatin1String("device"))) {
         status = QStringLiteral("Connected:\n") + withoutDeviceWord(list);
-        const auto setting = [](const char* key) {
+        const auto setting = [&query](const char* key) {
             QString value =
                 ExecuteExternalFile({QStringLiteral("shell"), QStringLiteral("settings"),
-                                     QStringLiteral("get"), QStringLiteral("global"), QLatin1String(key)})
+                                     QStringLiteral("get"), QStringLiteral("global"), QLatin1String(key)},
+                                    query.stop)
                     .trimmed()
                     .toLower();
             return value.contains(QLatin1String("not found")) ? QStringLiteral("null") : value;
@@ -117,7 +120,8 @@ Record propertyRow(const QString& label, const QString& value) {
                   {kDeviceTickedKey, QStringLiteral("0")}};
 }
 
-RecordList readDeviceProperties() {
+RecordList readDeviceProperties(const std::function<bool()>& stop) {
+    const auto getprop = [&stop](const QString& key) { return getpropUnless(key, stop); };
     RecordList rows;
     const QString manufacturer = getprop(QStringLiteral("ro.product.manufacturer"));
     const QString model = getprop(QStringLiteral("ro.product.model"));
@@ -178,7 +182,8 @@ RecordList readDeviceProperties() {
         }
     }
     QString serial =
-        Check_Command_Response_Is_Valid(ExecuteExternalFile({QStringLiteral("get-serialno")})).trimmed();
+        Check_Command_Response_Is_Valid(ExecuteExternalFile({QStringLiteral("get-serialno")}, stop))
+            .trimmed();
     if (serial.isEmpty())
         serial = QStringLiteral("unknown");
     rows.append(propertyRow(QStringLiteral("Serial Number"), serial.toUpper()));

@@ -6,23 +6,32 @@
 
 #include <QString>
 
+#include <functional>
+
+// How one search or check reaches the phones: the serial the device list is narrowed to
+// ("" = every phone) and when to give up its adb commands (none: never).
+struct PhoneQuery {
+    QString serialFilter;
+    std::function<bool()> stop;
+};
+
 // adb's device list without anything up to its header, trimmed ("" = no phone).
-QString Get_Android_Device_List();
+QString Get_Android_Device_List(const PhoneQuery& query = {});
 // The list text narrowed to the serial filter (a pure step of the above, for tests).
 QString deviceListFromOutput(const QString& adbOutput, const QString& serialFilter = {});
 
 // "Android Device " and the first line without "device", trimmed and upper-cased; "" when none.
-QString Get_Android_Device();
+QString Get_Android_Device(const PhoneQuery& query = {});
 QString androidDeviceFromList(const QString& list);
 
 bool Check_More_Than_One_Android_Device(const QString& list);
 
 // The status text shown by the check-device-status buttons.
-QString Get_Android_Device_Status();
+QString Get_Android_Device_Status(const PhoneQuery& query = {});
 
 // The property rows of the search window ("COM_PORT" label, "PORT_DETAL" value), after the
 // "Device" row: Manufacturer ... Sim Operator read through getprop, then the serial number.
-RecordList readDeviceProperties();
+RecordList readDeviceProperties(const std::function<bool()>& stop = {});
 Record propertyRow(const QString& label, const QString& value);
 
 // The display name from the rows: the manufacturer, and the model unless the maker holds it.

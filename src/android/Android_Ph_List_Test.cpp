@@ -4,10 +4,8 @@
 
 #include "AndroidDevices.h"
 #include "AndroidModeTest.h"
-#include "AndroidState.h"
 #include "CompanionApp.h"
 #include "PhoneStorage.h"
-#include "core/AppState.h"
 #include "core/Clock.h"
 #include "core/FileUtils.h"
 #include "core/Guard.h"
@@ -23,7 +21,7 @@ void Android_Ph_List_Wnd::Send_Test_Btn() {
         m_op.Show_MessageBox(QStringLiteral("Device list is empty."));
         return;
     }
-    if (sel_port_name_str.isEmpty()) {
+    if (m_selection.sel_port_name_str.isEmpty()) {
         m_op.Show_MessageBox(QStringLiteral("Mobile device is not ready."));
         return;
     }
@@ -39,9 +37,9 @@ void Android_Ph_List_Wnd::Send_Test_Btn() {
     emit changed();
     m_worker.start([this, number, model](std::stop_token) {
         Guard::run("Android_Ph_List_Wnd::Send_Test_Btn", [&] {
-            Stop_Modem_SRCH = 0;
+            Stop_Modem_SRCH = false;
             QString tag;
-            if (!CheckConnection(tag, false, m_op)) {
+            if (!CheckConnection(tag, false, m_op, query(), this)) {
                 onMain([this] { m_pleaseWait = false; });
                 if (tag != QLatin1String("MORE"))
                     m_op.Show_MessageBox(QStringLiteral("Mobile device is not ready."));

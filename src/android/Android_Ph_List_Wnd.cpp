@@ -2,8 +2,6 @@
 
 #include "And_Conn_Err.h"
 #include "AndroidDevices.h"
-#include "AndroidState.h"
-#include "core/AppState.h"
 #include "core/Clock.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
@@ -16,8 +14,6 @@ namespace {
 
 const QStringList kRowColumns = {kPortNameKey, kPortDetailKey};
 const QString kNotReady = QStringLiteral("Mobile device is not ready.");
-
-bool stopAsked() { return Stop_Modem_SRCH == 1; }
 
 // Capitalised word by word, as the status lines show their texts.
 QString capitalised(const QString& text) {
@@ -33,25 +29,33 @@ QString capitalised(const QString& text) {
 
 } // namespace
 
-Android_Ph_List_Wnd& Android_Ph_List_Wnd::defaultInstance(Operator& op) {
-    static auto* instance = new Android_Ph_List_Wnd(op);
-    return *instance;
-}
-
-Android_Ph_List_Wnd::Android_Ph_List_Wnd(Operator& op, QObject* parent)
-    : DialogController(parent), m_op(op),
+Android_Ph_List_Wnd::Android_Ph_List_Wnd(Operator& op, DeviceSelection& selection, AndroidSelection& phone,
+                                         QObject* parent)
+    : DialogController(parent), m_op(op), m_selection(selection), m_phone(phone),
       m_busyBar([this] { onMain([this] { m_busy = nextActivityValue(m_busy); }); }), m_rows(kRowColumns) {
     resetLines();
 }
 
 Android_Ph_List_Wnd::~Android_Ph_List_Wnd() {
-    Stop_Modem_SRCH = 1;
+    Stop_Modem_SRCH = true;
     m_busyBar.stop();
     m_worker.requestStop();
     m_worker.join();
 }
 
-void Android_Ph_List_Wnd::Stop_Modem_SRCH_set() { Stop_Modem_SRCH = 1; }
+PhoneQuery Android_Ph_List_Wnd::query() const {
+    return PhoneQuery{m_phone.serialFilter, [this] { return stopAsked(); }};
+}
+
+QString Android_Ph_List_Wnd::selectedDevice() const {
+    const std::lock_guard lock(m_deviceMutex);
+    return m_selectedDevice;
+}
+
+void Android_Ph_List_Wnd::phoneFound(const QString& deviceLine) {
+    const std::lock_guard lock(m_deviceMutex);
+    m_selectedDevice = deviceLine;
+}
 
 void Android_Ph_List_Wnd::resetLines() {
     m_lines = {StatusLine{QStringLiteral("Searching Android Device"), QLatin1Char('A')},
@@ -67,25 +71,25 @@ void Android_Ph_List_Wnd::markLine(Line line, const QString& text, QChar mark) {
 QString Android_Ph_List_Wnd::displayName() const {
     QString name = Get_Device_name_Detail(m_rows.records());
     if (name.isEmpty() || name.contains(QLatin1String("unknown"), Qt::CaseInsensitive))
-        return Android_Selected_Device();
+        return selectedDevice();
     return name;
 }
 
 bool Android_Ph_List_Wnd::Open_Ph_List_Wnd() {
     m_tableVisible = false;
-    AND_Sel_Dev_Details.clear();
+    m_phone.AND_Sel_Dev_Details.clear();
     m_busy = 0;
     m_permissionHint = true;
     m_pleaseWait = false;
     resetLines();
     emit changed();
     m_busyBar.startTimerThread();
-    Stop_Modem_SRCH = 0;
+    Stop_Modem_SRCH = false;
     Search_Btn();
     const auto rested = std::chrono::steady_clock::now() + Clock::scaled(1s);
     waitKeepingEventsFlowing([&] { return std::chrono::steady_clock::now() >= rested; });
     const int code = m_op.runModal(*this);
-    Stop_Modem_SRCH = 1; // a search still running ends with the window
+    Stop_Modem_SRCH = true; // a search still running ends with the window
     waitForSearch();
     m_busyBar.stop();
     return code == 1 || code == 0;
@@ -95,7 +99,7 @@ void Android_Ph_List_Wnd::Search_Btn() {
     if (m_searching)
         return;
     m_tableVisible = false;
-    Stop_Modem_SRCH = 0;
+    Stop_Modem_SRCH = false;
     m_searching = true;
     emit changed();
     m_worker.start([this](std::stop_token) {
@@ -117,7 +121,7 @@ Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::searchDevice(bool repeat) {
         const Outcome outcome = searchRound();
         if (!repeat || (outcome != Outcome::NoDevice && outcome != Outcome::Unauthorized))
             return outcome;
-        Clock::sleepUnless(1s, stopAsked);
+        Clock::sleepUnless(1s, [this] { return stopAsked(); });
     }
 }
 
@@ -128,9 +132,10 @@ Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::searchRound() {
         m_infoLabel = QStringLiteral("Status : ");
         m_tableVisible = false;
     });
-    setAndroidSelectedDevice(QString());
+    phoneFound(QString());
+    const auto stop = [this] { return stopAsked(); };
     QString tag;
-    if (!CheckConnection(tag, true, m_op, this)) {
+    if (!CheckConnection(tag, true, m_op, query(), this)) {
         if (stopAsked())
             return searchDevice(false);
         Clock::sleep(1s);
@@ -139,7 +144,7 @@ Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::searchRound() {
             m_busy = 0;
             m_permissionHint = false;
         });
-        const QString device = Android_Selected_Device();
+        const QString device = selectedDevice();
         if (tag == QLatin1String("MORE")) {
             markLine(Searching, QStringLiteral("Android device found"), QLatin1Char('T'));
             onMain([this] { m_controlsEnabled = true; });
@@ -147,20 +152,20 @@ Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::searchRound() {
         }
         if (device.trimmed().isEmpty()) {
             markLine(Searching, QStringLiteral("Android Device "), QLatin1Char('C'));
-            Clock::sleepUnless(1s, stopAsked);
+            Clock::sleepUnless(1s, stop);
             And_Conn_Err box(
                 QLatin1Char('C'), QStringLiteral("Android device not found"),
                 QStringLiteral("1. Either Mobile Device is not connected properly or,") +
                     QStringLiteral("\n\n") + QStringLiteral("2. USB Debugging is not enabled or,") +
                     QStringLiteral("\n\n") + QStringLiteral("3. ADB Drivers are not installed properly."));
             m_op.runModal(box);
-            Clock::sleepUnless(1s, stopAsked);
+            Clock::sleepUnless(1s, stop);
             return Outcome::NoDevice;
         }
         if (device.contains(QLatin1String("unauthorized"), Qt::CaseInsensitive)) {
             markLine(Searching, QStringLiteral("Android device found"), QLatin1Char('T'));
             markLine(Permission, QStringLiteral("User permissions"), QLatin1Char('C'));
-            Clock::sleepUnless(1s, stopAsked);
+            Clock::sleepUnless(1s, stop);
             And_Conn_Err box(
                 QLatin1Char('P'), QStringLiteral("Allow USB permissions on your mobile"),
                 QStringLiteral("Allow USB permissions from Pop-up message on your mobile screen.") +
@@ -172,15 +177,15 @@ Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::searchRound() {
                         "Note: Make sure your mobile screen is unlocked. If you do not see Permission "
                         "message after several retries, try rebooting your mobile device."));
             m_op.runModal(box);
-            Clock::sleepUnless(1s, stopAsked);
+            Clock::sleepUnless(1s, stop);
             return Outcome::Unauthorized;
         }
         onMain([this] { m_controlsEnabled = true; });
         return Outcome::Failed;
     }
 
-    const auto rest = [this](std::chrono::milliseconds wait) {
-        if (!Clock::sleepUnless(wait, stopAsked) || stopAsked()) {
+    const auto rest = [this, &stop](std::chrono::milliseconds wait) {
+        if (!Clock::sleepUnless(wait, stop) || stopAsked()) {
             markLine(Connection, QStringLiteral("Stopped"), QLatin1Char('A'));
             onMain([this] { m_controlsEnabled = true; });
             return false;
@@ -193,20 +198,20 @@ Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::searchRound() {
     if (!rest(2s))
         return Outcome::Stopped;
     markLine(Permission, QStringLiteral("Waiting for user permissions"), QLatin1Char('A'));
-    const QString device = Android_Selected_Device();
+    const QString device = selectedDevice();
     onMain([&] { m_rows.append(propertyRow(QStringLiteral("Device"), device)); });
-    Send_Permission_Command_To_Phone();
+    Send_Permission_Command_To_Phone(stop);
     markLine(Permission, QStringLiteral("User permissions done"), QLatin1Char('T'));
     markLine(Connection, QStringLiteral("Connecting"), QLatin1Char('A'));
 
-    const RecordList properties = readDeviceProperties();
+    const RecordList properties = readDeviceProperties(stop);
     onMain([&] {
         for (const Record& row : properties)
             if (!row.value(kPortNameKey).trimmed().isEmpty())
                 m_rows.append(row);
     });
     markLine(Connection, QStringLiteral("Connected"), QLatin1Char('T'));
-    Clock::sleepUnless(1s, stopAsked);
+    Clock::sleepUnless(1s, stop);
     m_busyBar.stop();
     onMain([this] {
         m_linesVisible = false;
@@ -229,11 +234,11 @@ void Android_Ph_List_Wnd::Select_Btn() {
 bool Android_Ph_List_Wnd::chooseShownPhone() {
     m_pleaseWait = true;
     emit changed();
-    Stop_Modem_SRCH = 0;
+    Stop_Modem_SRCH = false;
     QString tag;
     bool ready = false;
     WorkerThread check(QStringLiteral("android-check"));
-    check.start([&](std::stop_token) { ready = CheckConnection(tag, false, m_op); });
+    check.start([&](std::stop_token) { ready = CheckConnection(tag, false, m_op, query(), this); });
     check.join();
     m_pleaseWait = false;
     emit changed();
@@ -243,10 +248,10 @@ bool Android_Ph_List_Wnd::chooseShownPhone() {
         return false;
     }
     const QString name = displayName();
-    sel_port_name_str = name;
-    sel_port_bsd_str = name;
-    port_val_str_array = {name};
-    AND_Sel_Dev_Details = Sel_Dev_Detail_String_Creation(m_rows.records());
+    m_selection.sel_port_name_str = name;
+    m_selection.sel_port_bsd_str = name;
+    m_selection.port_val_str_array = {name};
+    m_phone.AND_Sel_Dev_Details = Sel_Dev_Detail_String_Creation(m_rows.records());
     endModal(1);
     return true;
 }
@@ -258,15 +263,15 @@ void Android_Ph_List_Wnd::Close_Btn() {
                                "connected device. Are you sure you want to continue?")))
             return;
         m_pleaseWait = true;
-        Stop_Modem_SRCH = 1;
+        Stop_Modem_SRCH = true;
         emit changed();
         waitForSearch();
         m_pleaseWait = false;
     }
-    if (!AND_Sel_Dev_Details.isEmpty())
+    if (!m_phone.AND_Sel_Dev_Details.isEmpty())
         return;
     if (!m_rows.isEmpty()) {
-        Stop_Modem_SRCH = 0;
+        Stop_Modem_SRCH = false;
         if (m_op.Show_YES_NO_MessageBox(
                 QStringLiteral("Found Android Device [ ") + displayName() +
                 QStringLiteral(" ] connected to your computer.\n\n") +
@@ -275,24 +280,24 @@ void Android_Ph_List_Wnd::Close_Btn() {
             return;
         }
     }
-    clearDeviceSelection();
+    m_selection.clear();
     endModal(0);
 }
 
 void Android_Ph_List_Wnd::Mobile_Type_Btn() {
-    Stop_Modem_SRCH = 1;
+    Stop_Modem_SRCH = true;
     waitForSearch();
-    clearDeviceSelection();
+    m_selection.clear();
     endModal(NoCode);
 }
 
 void Android_Ph_List_Wnd::Check_Device_Status_Btn() {
     if (m_searching)
         return;
-    Stop_Modem_SRCH = 0;
+    Stop_Modem_SRCH = false;
     QString status;
     WorkerThread reader(QStringLiteral("adb-status"));
-    reader.start([&status](std::stop_token) { status = Get_Android_Device_Status(); });
+    reader.start([&](std::stop_token) { status = Get_Android_Device_Status(query()); });
     reader.join();
     m_op.Show_MessageBox(status);
 }

@@ -1,8 +1,11 @@
 #pragma once
 // The Android device search window: it finds, authorises and connects one phone (installing
 // the companion app and granting its permissions), shows the phone's properties, and records
-// the chosen phone in the selection globals. Three status lines follow the search.
+// the chosen phone in the selection of the main window that owns it. Three status lines follow
+// the search.
+#include "AndroidSelection.h"
 #include "CompanionApp.h"
+#include "core/DeviceSelection.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
 #include "core/WorkerThread.h"
@@ -12,14 +15,17 @@
 
 #include <array>
 #include <atomic>
+#include <mutex>
 
 class Operator;
 
 class Android_Ph_List_Wnd : public DialogController, public ConnectionStatusLines {
     Q_OBJECT
 public:
-    static Android_Ph_List_Wnd& defaultInstance(Operator& op);
-    explicit Android_Ph_List_Wnd(Operator& op, QObject* parent = nullptr);
+    // selection, phone: where the chosen phone goes (the owning main window's); the phone's
+    // serial filter narrows the search.
+    Android_Ph_List_Wnd(Operator& op, DeviceSelection& selection, AndroidSelection& phone,
+                        QObject* parent = nullptr);
     ~Android_Ph_List_Wnd() override;
 
     struct StatusLine {
@@ -32,7 +38,7 @@ public:
 
     // --- Buttons.
     void Search_Btn(); // also Retry
-    void Stop_Btn() { Stop_Modem_SRCH_set(); }
+    void Stop_Btn() { Stop_Modem_SRCH = true; }
     void Select_Btn();
     void Close_Btn();
     void Mobile_Type_Btn();
@@ -64,16 +70,27 @@ public:
     bool pleaseWaitShown() const { return m_pleaseWait; }
     bool permissionHintVisible() const { return m_permissionHint; }
     QString displayName() const;
+    // The phone's line as the last check read it ("" when none was found).
+    QString selectedDevice() const;
 
     void markLine(Line line, const QString& text, QChar mark) override;
+    void phoneFound(const QString& deviceLine) override;
 
 private:
     void resetLines();
     Outcome searchRound();
     bool chooseShownPhone(); // Select from step 2 on
-    static void Stop_Modem_SRCH_set();
+    bool stopAsked() const { return Stop_Modem_SRCH; }
+    // The phones this window looks at, and its stop.
+    PhoneQuery query() const;
 
     Operator& m_op;
+    DeviceSelection& m_selection;
+    AndroidSelection& m_phone;
+    // The operator asked to stop the search or connection under way.
+    std::atomic<bool> Stop_Modem_SRCH{false};
+    mutable std::mutex m_deviceMutex; // the line is written by the search worker
+    QString m_selectedDevice;
     WorkerThread m_worker{QStringLiteral("android-search")};
     ActivityIndicator m_busyBar;
     std::atomic<bool> m_searching{false};

@@ -3,9 +3,7 @@
 #include "AdbRunner.h"
 #include "AndroidDevices.h"
 #include "AndroidModeTest.h"
-#include "AndroidState.h"
 #include "CompanionApp.h"
-#include "core/AppState.h"
 #include "core/Clock.h"
 #include "core/FileUtils.h"
 #include "core/Guard.h"
@@ -31,8 +29,9 @@ const CaseKind kCases[] = {
 const QStringList kCaseColumns = {kPhoneCaseLabelKey, kCaseDescriptionKey, kCaseStatusKey};
 } // namespace
 
-Android_TroubleShooting::Android_TroubleShooting(Operator& op, QObject* parent)
-    : DialogController(parent), m_op(op), m_cases(kCaseColumns) {}
+Android_TroubleShooting::Android_TroubleShooting(Operator& op, AndroidSelection& phone,
+                                                 const DeviceSelection& selection, QObject* parent)
+    : DialogController(parent), m_op(op), m_phone(phone), m_selection(selection), m_cases(kCaseColumns) {}
 
 Android_TroubleShooting::~Android_TroubleShooting() {
     m_stop = true;
@@ -40,7 +39,7 @@ Android_TroubleShooting::~Android_TroubleShooting() {
 }
 
 void Android_TroubleShooting::open(const QString& deviceCaption) {
-    const int mode = AND_SMS_sending_mode;
+    const int mode = m_phone.AND_SMS_sending_mode;
     m_mode = mode == int(AndroidSendingMode::SingleShot) ? 0
              : mode == int(AndroidSendingMode::Classic)  ? 3
                                                          : 1;
@@ -69,7 +68,8 @@ void Android_TroubleShooting::setStatus(int index, const QString& status) {
 void Android_TroubleShooting::Start_Btn() {
     if (m_testing)
         return;
-    if (sel_port_name_str.isEmpty() || m_deviceLabel.isEmpty() || m_deviceLabel == kNoDeviceSelectedCaption) {
+    if (m_selection.sel_port_name_str.isEmpty() || m_deviceLabel.isEmpty() ||
+        m_deviceLabel == kNoDeviceSelectedCaption) {
         m_op.Show_MessageBox(kNoPhoneSelectedMessage);
         return;
     }
@@ -95,14 +95,13 @@ void Android_TroubleShooting::Start_Btn() {
 }
 
 void Android_TroubleShooting::runCases(const QString& number, const QString& device) {
-    Stop_Modem_SRCH = 0;
     QString tag;
-    if (!CheckConnection(tag, false, m_op)) {
+    if (!CheckConnection(tag, false, m_op, PhoneQuery{m_phone.serialFilter, {}})) {
         if (tag != QLatin1String("MORE"))
             m_op.Show_MessageBox(kNoPhoneSelectedMessage);
         return;
     }
-    const QString details = MainThread::invokeAndWait([] { return AND_Sel_Dev_Details; });
+    const QString details = MainThread::invokeAndWait([this] { return m_phone.AND_Sel_Dev_Details; });
     for (int i = 0; i < 3; ++i) {
         if (m_stop) {
             for (int rest = i; rest < 3; ++rest)
@@ -143,19 +142,19 @@ void Android_TroubleShooting::runCases(const QString& number, const QString& dev
 
 void Android_TroubleShooting::Single_Shot_Radio() {
     m_mode = 0;
-    AND_SMS_sending_mode = m_mode;
+    m_phone.AND_SMS_sending_mode = m_mode;
     emit changed();
 }
 
 void Android_TroubleShooting::Standard_Radio() {
     m_mode = 1;
-    AND_SMS_sending_mode = m_mode;
+    m_phone.AND_SMS_sending_mode = m_mode;
     emit changed();
 }
 
 void Android_TroubleShooting::Classic_Radio() {
     m_mode = 3;
-    AND_SMS_sending_mode = m_mode;
+    m_phone.AND_SMS_sending_mode = m_mode;
     emit changed();
     m_op.Show_MessageBox(QStringLiteral("Information:\n\nYou have selected 'Classic Mode' for sending "
                                         "Messages.\n\nSome Devices may not support "
@@ -167,7 +166,7 @@ void Android_TroubleShooting::Classic_Radio() {
 void Android_TroubleShooting::OK_Btn() {
     if (m_testing)
         return;
-    AND_SMS_sending_mode = m_mode;
+    m_phone.AND_SMS_sending_mode = m_mode;
     endModal(1);
 }
 

@@ -4,6 +4,8 @@
 // operator picks (ends with 1 on OK, 0 on Close).
 //
 // The cases run on the window's worker; every change the view sees is made on the main thread.
+#include "AndroidSelection.h"
+#include "core/DeviceSelection.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
 #include "core/WorkerThread.h"
@@ -16,7 +18,10 @@ class Operator;
 class Android_TroubleShooting : public DialogController {
     Q_OBJECT
 public:
-    explicit Android_TroubleShooting(Operator& op, QObject* parent = nullptr);
+    // phone, selection: the Android window's chosen phone; the test reads its details and
+    // sets its sending mode.
+    Android_TroubleShooting(Operator& op, AndroidSelection& phone, const DeviceSelection& selection,
+                            QObject* parent = nullptr);
     ~Android_TroubleShooting() override;
 
     // Prepares the window for the phone the Android window shows: the radios from the current
@@ -50,6 +55,8 @@ private:
     void setStatus(int index, const QString& status);
 
     Operator& m_op;
+    AndroidSelection& m_phone;
+    const DeviceSelection& m_selection;
     RecordTable m_cases;
     WorkerThread m_worker{QStringLiteral("mode-test")};
     std::atomic<bool> m_stop{false};

@@ -2,7 +2,6 @@
 
 #include "AdbRunner.h"
 #include "AndroidDevices.h"
-#include "AndroidState.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
 #include "core/Operator.h"
@@ -14,8 +13,10 @@ using namespace std::chrono_literals;
 
 namespace {
 
-QString shellRun(const QStringList& words) {
-    return ExecuteExternalFile(QStringList{QStringLiteral("shell")} + words);
+using Stop = std::function<bool()>;
+
+QString shellRun(const QStringList& words, const Stop& stop) {
+    return ExecuteExternalFile(QStringList{QStringLiteral("shell")} + words, stop);
 }
 
 QString apkPath() { return Resource_Path + QLatin1Char('/') + kCompanionApk; }
@@ -26,8 +27,9 @@ void mark(ConnectionStatusLines* status, ConnectionStatusLines::Line line, const
 }
 
 // Waits one prescribed second; false (with "Stopped" on the connection line) on a stop.
-bool restUnlessStopped(ConnectionStatusLines* status) {
-    if (!Clock::sleepUnless(1s, [] { return Stop_Modem_SRCH == 1; }) || Stop_Modem_SRCH == 1) {
+bool restUnlessStopped(ConnectionStatusLines* status, const Stop& stop) {
+    const auto stopped = [&stop] { return stop && stop(); };
+    if (!Clock::sleepUnless(1s, stopped) || stopped()) {
         mark(status, ConnectionStatusLines::Connection, QStringLiteral("Stopped"), QLatin1Char('A'));
         return false;
     }
@@ -35,25 +37,26 @@ bool restUnlessStopped(ConnectionStatusLines* status) {
 }
 
 // One install attempt with its log line and the two settings; returns the install result.
-QString installOnce() {
+QString installOnce(const Stop& stop) {
     const QString manufacturer =
         Check_Command_Response_Is_Valid(
-            shellRun({QStringLiteral("getprop"), QStringLiteral("ro.product.manufacturer")}))
+            shellRun({QStringLiteral("getprop"), QStringLiteral("ro.product.manufacturer")}, stop))
             .trimmed();
     const QString model = Check_Command_Response_Is_Valid(
-                              shellRun({QStringLiteral("getprop"), QStringLiteral("ro.product.model")}))
+                              shellRun({QStringLiteral("getprop"), QStringLiteral("ro.product.model")}, stop))
                               .trimmed();
     const QString time = Get_Date_Time_Val();
-    QString result = ExecuteExternalFile(
-                         {QStringLiteral("install"), QStringLiteral("-t"), QStringLiteral("-r"), apkPath()}) +
-                     QLatin1Char('\n');
+    QString result =
+        ExecuteExternalFile(
+            {QStringLiteral("install"), QStringLiteral("-t"), QStringLiteral("-r"), apkPath()}, stop) +
+        QLatin1Char('\n');
     Write_In_Troubleshoot_File(
         QStringLiteral("Install OstrelBulkSMS.apk in %1-%2 at %3\n").arg(manufacturer, model, time) + result);
     for (const auto& [key, value] : {std::pair{"sms_outgoing_check_max_count", "1000"},
                                      std::pair{"sms_outgoing_check_interval", "900000"}}) {
         const QStringList command = {QStringLiteral("settings"), QStringLiteral("put"),
                                      QStringLiteral("global"), QLatin1String(key), QLatin1String(value)};
-        const QString output = shellRun(command);
+        const QString output = shellRun(command, stop);
         Write_In_Troubleshoot_File(QStringLiteral("shell ") + command.join(QLatin1Char(' ')) +
                                    QLatin1Char('\n') + output + QLatin1Char('\n'));
     }
@@ -80,14 +83,17 @@ QString missingApkMessage() {
         .arg(kCompanionApk, Resource_Path);
 }
 
-bool CheckConnection(QString& errorTag, bool install, Operator& op, ConnectionStatusLines* status) {
+bool CheckConnection(QString& errorTag, bool install, Operator& op, const PhoneQuery& query,
+                     ConnectionStatusLines* status) {
     errorTag.clear();
+    const Stop& stop = query.stop;
     Write_In_Troubleshoot_File(QStringLiteral("start check connection of android device"));
-    const QString list = Get_Android_Device_List();
+    const QString list = Get_Android_Device_List(query);
     const QString device = androidDeviceFromList(list);
     if (device.isEmpty()) {
         Clock::sleep(1s);
-        setAndroidSelectedDevice(QString());
+        if (status != nullptr)
+            status->phoneFound(QString());
         return false;
     }
     if (Check_More_Than_One_Android_Device(list)) {
@@ -98,7 +104,8 @@ bool CheckConnection(QString& errorTag, bool install, Operator& op, ConnectionSt
         op.Show_MessageBox(kMoreThanOnePhoneMessage);
         return false;
     }
-    setAndroidSelectedDevice(device);
+    if (status != nullptr)
+        status->phoneFound(device);
     if (device.contains(QLatin1String("offline"), Qt::CaseInsensitive)) {
         if (install)
             mark(status, ConnectionStatusLines::Searching, QStringLiteral("Android device found"),
@@ -111,18 +118,18 @@ bool CheckConnection(QString& errorTag, bool install, Operator& op, ConnectionSt
             return false;
         mark(status, ConnectionStatusLines::Searching, QStringLiteral("Android device found"),
              QLatin1Char('T'));
-        if (!restUnlessStopped(status))
+        if (!restUnlessStopped(status, stop))
             return false;
         mark(status, ConnectionStatusLines::Permission, QStringLiteral("Waiting for user permissions"),
              QLatin1Char('A'));
-        if (!restUnlessStopped(status) || !restUnlessStopped(status))
+        if (!restUnlessStopped(status, stop) || !restUnlessStopped(status, stop))
             return false;
         mark(status, ConnectionStatusLines::Permission,
              QStringLiteral("Still waiting for user permissions, retrying"), QLatin1Char('A'));
-        if (!restUnlessStopped(status))
+        if (!restUnlessStopped(status, stop))
             return false;
-        const QString again = Get_Android_Device();
-        if (!restUnlessStopped(status))
+        const QString again = Get_Android_Device(query);
+        if (!restUnlessStopped(status, stop))
             return false;
         if (again.contains(QLatin1String("unauthorized"), Qt::CaseInsensitive))
             Write_In_Troubleshoot_File(QStringLiteral("User permissions not found\n") + again);
@@ -142,7 +149,7 @@ bool CheckConnection(QString& errorTag, bool install, Operator& op, ConnectionSt
         return false;
     }
 
-    QString result = installOnce();
+    QString result = installOnce(stop);
     bool retried = false;
     for (;;) {
         if (result.trimmed().isEmpty())
@@ -159,35 +166,38 @@ bool CheckConnection(QString& errorTag, bool install, Operator& op, ConnectionSt
         if (retried)
             return connectionFailed(op, status, result);
         const QString uninstall =
-            shellRun({QStringLiteral("pm"), QStringLiteral("uninstall"), kCompanionPackage});
+            shellRun({QStringLiteral("pm"), QStringLiteral("uninstall"), kCompanionPackage}, stop);
         Write_In_Troubleshoot_File(QStringLiteral("Uninstall OstrelBulkSMS.apk\n") + uninstall);
         retried = true;
         if (!uninstall.contains(QLatin1String("Success")))
             return connectionFailed(op, status, uninstall);
-        result = installOnce();
+        result = installOnce(stop);
     }
 }
 
-QString Send_Permission_Command_To_Phone() {
+QString Send_Permission_Command_To_Phone(const Stop& stop) {
     const int api = Check_Command_Response_Is_Valid(
-                        shellRun({QStringLiteral("getprop"), QStringLiteral("ro.build.version.sdk")}))
+                        shellRun({QStringLiteral("getprop"), QStringLiteral("ro.build.version.sdk")}, stop))
                         .trimmed()
                         .toInt();
     QString last;
     if (api > 22) {
-        last = shellRun({QStringLiteral("pm"), QStringLiteral("reset-permissions"), kCompanionPackage});
+        last = shellRun({QStringLiteral("pm"), QStringLiteral("reset-permissions"), kCompanionPackage}, stop);
         for (const char* permission : {"RECEIVE_SMS", "SEND_SMS", "READ_EXTERNAL_STORAGE",
                                        "WRITE_EXTERNAL_STORAGE", "READ_PHONE_STATE"})
             last = shellRun({QStringLiteral("pm"), QStringLiteral("grant"), kCompanionPackage,
-                             QStringLiteral("android.permission.") + QLatin1String(permission)});
+                             QStringLiteral("android.permission.") + QLatin1String(permission)},
+                            stop);
         if (api > 29)
             last = shellRun({QStringLiteral("appops"), QStringLiteral("set"), QStringLiteral("--uid"),
                              kCompanionPackage, QStringLiteral("MANAGE_EXTERNAL_STORAGE"),
-                             QStringLiteral("allow")});
+                             QStringLiteral("allow")},
+                            stop);
     }
-    last = shellRun({QStringLiteral("am"), QStringLiteral("clear-debug-app")});
+    last = shellRun({QStringLiteral("am"), QStringLiteral("clear-debug-app")}, stop);
     last = shellRun({QStringLiteral("am"), QStringLiteral("start"), QStringLiteral("-a"),
                      QStringLiteral("android.intent.category.MAIN"), QStringLiteral("-e"),
-                     QStringLiteral("SENDPARAM"), QStringLiteral("-n"), kCompanionActivity});
+                     QStringLiteral("SENDPARAM"), QStringLiteral("-n"), kCompanionActivity},
+                    stop);
     return last;
 }

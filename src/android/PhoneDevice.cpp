@@ -2,7 +2,6 @@
 
 #include "AdbRunner.h"
 #include "AndroidDevices.h"
-#include "AndroidState.h"
 #include "CompanionApp.h"
 #include "CompanionStart.h"
 #include "PhoneStorage.h"
@@ -57,14 +56,14 @@ SendOutcome judgeStartOutput(const QString& output) {
     return SendOutcome::of(Outcome::HandedToPhone);
 }
 
-PhoneDevice::PhoneDevice(Operator& op, QString serial, Mode mode, Hooks hooks)
-    : m_op(op), m_serial(std::move(serial)), m_mode(mode), m_hooks(std::move(hooks)) {}
+PhoneDevice::PhoneDevice(Operator& op, QString serial, Mode mode, Hooks hooks, QString serialFilter)
+    : m_op(op), m_serial(std::move(serial)), m_serialFilter(std::move(serialFilter)), m_mode(mode),
+      m_hooks(std::move(hooks)) {}
 
 QString PhoneDevice::prepare(bool deliveryReports) {
     Q_UNUSED(deliveryReports); // the app sends by itself: the network's reports stay on the phone
-    Stop_Modem_SRCH = 0;
     QString tag;
-    m_notConnected = !CheckConnection(tag, false, m_op);
+    m_notConnected = !CheckConnection(tag, false, m_op, PhoneQuery{m_serialFilter, {}});
     if (!m_notConnected) {
         Send_DEL_File_Command_To_Phone(); // nothing an earlier run copied there is sent again
         return {};

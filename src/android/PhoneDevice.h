@@ -19,7 +19,8 @@ public:
         std::function<void()> switchedToOneByOne; // single-shot turned into standard one-by-one
     };
 
-    PhoneDevice(Operator& op, QString serial, Mode mode, Hooks hooks);
+    // serialFilter: the serial the device list is narrowed to ("" = every phone).
+    PhoneDevice(Operator& op, QString serial, Mode mode, Hooks hooks, QString serialFilter = {});
 
     QString name() const override { return m_serial; }
     QString prepare(bool deliveryReports) override;
@@ -45,6 +46,7 @@ private:
 
     Operator& m_op;
     const QString m_serial;
+    const QString m_serialFilter;
     std::atomic<Mode> m_mode;
     const Hooks m_hooks;
     std::atomic<bool> m_notConnected{false};

@@ -7,8 +7,6 @@
 
 using namespace std::chrono_literals;
 
-std::atomic<bool> phone_file_saved{false};
-
 namespace {
 
 QString joined(const QString& folder, const QString& name) {
@@ -56,7 +54,6 @@ bool Save_File_To_Phone_Storage(const QString& fileName, bool writeToLog, const 
         log += QStringLiteral("Failed to access storage");
     if (writeToLog)
         Write_In_Troubleshoot_File(log);
-    phone_file_saved = true;
     return !failed;
 }
 
@@ -70,11 +67,8 @@ QString Send_DEL_File_Command_To_ADB(const QString& fileName, const AdbStop& sto
 }
 
 void Send_DEL_File_Command_To_Phone(const AdbStop& stop) {
-    if (phone_file_saved) {
-        Send_DEL_File_Command_To_ADB(kListFileName, stop);
-        Send_DEL_File_Command_To_ADB(kMessageFileName, stop);
-    }
-    phone_file_saved = false;
+    Send_DEL_File_Command_To_ADB(kListFileName, stop);
+    Send_DEL_File_Command_To_ADB(kMessageFileName, stop);
 }
 
 QByteArray listFileLine(const QString& number, const QString& message) {

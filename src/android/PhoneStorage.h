@@ -3,7 +3,6 @@
 // legacy roots), removals, and the two file formats the companion app reads.
 #include <QString>
 
-#include <atomic>
 #include <functional>
 
 using AdbStop = std::function<bool()>;
@@ -15,11 +14,9 @@ QString phoneStorageRoot(const AdbStop& stop = {});
 bool Save_File_To_Phone_Storage(const QString& fileName, bool writeToLog, const AdbStop& stop = {});
 // Removes the file from the phone's storage (and from the second place of a legacy root).
 QString Send_DEL_File_Command_To_ADB(const QString& fileName, const AdbStop& stop = {});
-// Removes "ostrelsms.txt" and "message.txt" when a copy was made since the last removal.
+// Removes "ostrelsms.txt" and "message.txt": whatever an earlier run, test or program copied
+// there is never sent again.
 void Send_DEL_File_Command_To_Phone(const AdbStop& stop = {});
-
-// Set by every copy to the phone, cleared by Send_DEL_File_Command_To_Phone.
-extern std::atomic<bool> phone_file_saved;
 
 inline const QString kListFileName = QStringLiteral("ostrelsms.txt");
 inline const QString kMessageFileName = QStringLiteral("message.txt");

@@ -10,9 +10,9 @@
 #include "RunReport.h"
 #include "SendOptions.h"
 #include "StopSignals.h"
-#include "core/AppState.h"
 #include "core/Launch.h"
 #include "core/Log.h"
+#include "core/MainWindows.h"
 #include "core/SendingLock.h"
 #include "delivery/DelaySchedule.h"
 #include "device/DeviceRecord.h"
@@ -64,17 +64,16 @@ struct Session {
     ConsoleOperator op;
     Bulk_SMSAppDelegate android{op};
     Gsm_Bulk_Sms_Wnd gsm{op};
+    MainWindows windows{android, gsm};
     explicit Session(bool yes) : op(yes) {}
-    bool launch() { return Launch_Application(op, android, gsm); }
+    bool launch() { return Launch_Application(op, windows); }
 };
 
 // Searches the attached modems (and BULKSMS_EXTRA_MODEMS) as the device window does.
-GSM_Device_List_Wnd& searchDevices(Operator& op) {
-    GSM_Device_List_Wnd& devices = GSM_Device_List_Wnd::defaultInstance(op);
+void searchDevices(GSM_Device_List_Wnd& devices) {
     ModemIterator iterator;
     if (FindModems(iterator) == 0)
         devices.GetModemPath(iterator.paths);
-    return devices;
 }
 
 int runDevices(const QStringList& arguments) {
@@ -95,7 +94,9 @@ int runDevices(const QStringList& arguments) {
         return 2;
     if (parser.isSet(android))
         return listAndroidDevices(parser.value(serial));
-    const RecordTable& list = searchDevices(session.op).nsPortListData();
+    GSM_Device_List_Wnd devices(session.op, session.gsm.selection());
+    searchDevices(devices);
+    const RecordTable& list = devices.nsPortListData();
     for (const Record& r : list.records())
         out(QStringLiteral("%1\tmaker: %2\tmodel: %3\tIMEI: %4\tsignal: %5\tbattery: %6\toperator: %7\tSMSC: "
                            "%8\tmodes: %9")
@@ -385,7 +386,8 @@ std::optional<int> applyDeviceSettings(GSM_Device_List_Wnd& devices, const QStri
 // Searches the modems, applies each --device's settings, and selects them (every modem found
 // without --device) as the device window does.
 std::optional<int> selectModems(const SendOptions& o, Session& session) {
-    GSM_Device_List_Wnd& devices = searchDevices(session.op);
+    GSM_Device_List_Wnd devices(session.op, session.gsm.selection());
+    searchDevices(devices);
     QStringList wanted;
     for (const QString& deviceArgument : o.values(o.device)) {
         const QStringList parts = deviceArgument.split(QLatin1Char(','));
@@ -499,8 +501,8 @@ int runSend(const QStringList& arguments) {
         return 2;
     SendRun run(o, session);
     run.raw = raw;
-    if (run.throughAndroid)
-        gsm_and_none = 2; // the shared filters and dialogs act on the Android window
+    if (run.throughAndroid) // the shared filters and dialogs act on the Android window
+        session.windows.setFront(MainWindowController::Kind::Android);
     if (o.isSet(o.resume) && o.isSet(o.discardUnfinished)) {
         err(QStringLiteral("--resume and --discard-unfinished exclude each other."));
         return 2;

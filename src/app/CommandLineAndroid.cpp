@@ -3,7 +3,6 @@
 #include "ConsoleOutput.h"
 #include "StopSignals.h"
 #include "android/AndroidDevices.h"
-#include "android/AndroidState.h"
 #include "android/Android_Ph_List_Wnd.h"
 #include "android/Android_TroubleShooting.h"
 #include "core/WorkerThread.h"
@@ -15,9 +14,9 @@
 
 namespace {
 
-// Narrows every adb command to one phone: the device list by the filter, adb by ANDROID_SERIAL.
+// Narrows every adb command to one phone: adb by ANDROID_SERIAL (the device list by the
+// caller's serial filter).
 void pointAdbAt(const QString& serial) {
-    setAndroidSerialFilter(serial);
     if (serial.isEmpty())
         qunsetenv("ANDROID_SERIAL");
     else
@@ -35,8 +34,8 @@ template <typename F> auto onWorker(F&& body) {
 // Searches and selects the phone as the device search window does; false (said why) when none.
 bool selectPhone(Bulk_SMSAppDelegate& window, Operator& op, const QString& serial) {
     pointAdbAt(serial);
-    Android_Ph_List_Wnd& search = Android_Ph_List_Wnd::defaultInstance(op);
-    Stop_Modem_SRCH = 0;
+    window.androidSelection().serialFilter = serial;
+    Android_Ph_List_Wnd search(op, window.selection(), window.androidSelection());
     const auto outcome = onWorker([&search] { return search.searchDevice(false); });
     if (outcome != Android_Ph_List_Wnd::Outcome::Connected) {
         printErr(QStringLiteral("No phone ready to send with."));
@@ -59,7 +58,7 @@ int testAndroidPhone(Bulk_SMSAppDelegate& window, Operator& op, const QString& s
                      const QString& number) {
     if (!selectPhone(window, op, serial))
         return 2;
-    Android_TroubleShooting test(op);
+    Android_TroubleShooting test(op, window.androidSelection(), window.selection());
     test.open(window.deviceCaption());
     test.setTestNumberText(number);
     test.Start_Btn();
@@ -77,9 +76,8 @@ int testAndroidPhone(Bulk_SMSAppDelegate& window, Operator& op, const QString& s
 }
 
 int listAndroidDevices(const QString& serial) {
-    Stop_Modem_SRCH = 0;
     pointAdbAt(serial);
-    const QString list = onWorker([] { return Get_Android_Device_List(); });
+    const QString list = onWorker([&serial] { return Get_Android_Device_List(PhoneQuery{serial, {}}); });
     int phones = 0;
     for (const QString& entry : list.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
         const QString phone = entry.trimmed().section(QLatin1Char('\t'), 0, 0);

@@ -5,6 +5,7 @@
 #include "ConsoleOutput.h"
 #include "core/FileUtils.h"
 #include "core/Launch.h"
+#include "core/MainWindows.h"
 #include "device/TestCaseRecord.h"
 #include "gsm/ModemAnswers.h"
 #include "gsm/ModemDiscovery.h"
@@ -28,9 +29,9 @@ void printCases(const RecordList& cases) {
                      c.value(kCaseStatusKey)));
 }
 
-int testGsmDevice(Operator& op, const QString& path, const QString& number, const QString& customSmsc,
-                  const QString& reportPath) {
-    GSM_Device_List_Wnd& devices = GSM_Device_List_Wnd::defaultInstance(op);
+int testGsmDevice(Operator& op, DeviceSelection& selection, const QString& path, const QString& number,
+                  const QString& customSmsc, const QString& reportPath) {
+    GSM_Device_List_Wnd devices(op, selection);
     ModemIterator iterator;
     if (FindModems(iterator) == 0)
         devices.GetModemPath(iterator.paths);
@@ -108,10 +109,11 @@ int runTestDevice(const QStringList& arguments) {
     ConsoleOperator op(true);
     Bulk_SMSAppDelegate androidWindow(op);
     Gsm_Bulk_Sms_Wnd gsm(op);
-    if (!Launch_Application(op, androidWindow, gsm))
+    MainWindows windows(androidWindow, gsm);
+    if (!Launch_Application(op, windows))
         return 2;
     if (throughAndroid)
         return testAndroidPhone(androidWindow, op, parser.value(serial), parser.value(to));
-    return testGsmDevice(op, parser.value(device), parser.value(to), parser.value(smsc),
+    return testGsmDevice(op, gsm.selection(), parser.value(device), parser.value(to), parser.value(smsc),
                          parser.value(report));
 }

@@ -3,6 +3,7 @@
 #include "core/AppState.h"
 #include "core/Launch.h"
 #include "core/Log.h"
+#include "core/MainWindows.h"
 #include "sending/Bulk_SMSAppDelegate.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 #include "sending/ResumeRun.h"
@@ -31,12 +32,13 @@ int runDesktop(int argc, char* argv[]) {
     Gsm_Bulk_Sms_Wnd gsmWindow(op);
     AndroidBulkSmsView androidView(androidWindow);
     GsmBulkSmsView gsmView(gsmWindow);
+    MainWindows windows(androidWindow, gsmWindow);
 
-    if (!Launch_Application(op, androidWindow, gsmWindow))
+    if (!Launch_Application(op, windows))
         return 1;
     QTimer::singleShot(0, &app, [&] {
         offerToResumeUnfinishedRun(gsmWindow, androidWindow, op);
-        Show_Device_Kind_Selection(op, gsmWindow, androidWindow);
+        Show_Device_Kind_Selection(op, windows);
     });
     return app.exec();
 }

@@ -1,17 +1,15 @@
 #include "Launch.h"
 
-#include "AppState.h"
 #include "DataFolder.h"
 #include "DataTreePrivacy.h"
 #include "FileUtils.h"
-#include "MainWindowController.h"
+#include "MainWindows.h"
 #include "Mobile_Sel_Wnd.h"
 #include "Operator.h"
 
-bool Launch_Application(Operator& op, MainWindowController& androidWindow, MainWindowController& gsmWindow) {
-    Main_App_wnd = &androidWindow;
-    GSM_App_wnd = &gsmWindow;
-
+bool Launch_Application(Operator& op, MainWindows& windows) {
+    MainWindowController& androidWindow = windows.android();
+    MainWindowController& gsmWindow = windows.gsm();
     androidWindow.windowDidLoad();
     Resource_Path = locateResourcePath();
     if (!Create_Folder(Resource_Path)) {
@@ -27,15 +25,15 @@ bool Launch_Application(Operator& op, MainWindowController& androidWindow, MainW
     Check_Path_And_Create_Files();
     gsmWindow.windowDidLoad();
 
-    text_change_notifications_on = true;
+    androidWindow.setTextChangeNotifications(true);
+    gsmWindow.setTextChangeNotifications(true);
     gsmWindow.bringToFront();
     androidWindow.hide();
-    gsm_and_none = 1;
+    windows.setFront(MainWindowController::Kind::Gsm);
     return true;
 }
 
-int Show_Device_Kind_Selection(Operator& op, MainWindowController& gsmWindow,
-                               MainWindowController& androidWindow) {
-    Mobile_Sel_Wnd dialog(gsmWindow, androidWindow);
+int Show_Device_Kind_Selection(Operator& op, MainWindows& windows) {
+    Mobile_Sel_Wnd dialog(windows);
     return op.runModal(dialog);
 }

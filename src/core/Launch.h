@@ -1,13 +1,12 @@
 #pragma once
 // Bringing the application up, in the order the system prescribes.
-class MainWindowController;
+class MainWindows;
 class Operator;
 
 // Loads both windows, fixes the resource and data paths, lays out the data folder and
-// leaves the GSM window in front (gsm_and_none = 1) with the Android window hidden.
+// leaves the GSM window in front with the Android window hidden.
 // An inaccessible resource folder is reported and ends the application: returns false.
-bool Launch_Application(Operator& op, MainWindowController& androidWindow, MainWindowController& gsmWindow);
+bool Launch_Application(Operator& op, MainWindows& windows);
 
 // Shows the device-kind dialog over the front window; returns its end code.
-int Show_Device_Kind_Selection(Operator& op, MainWindowController& gsmWindow,
-                               MainWindowController& androidWindow);
+int Show_Device_Kind_Selection(Operator& op, MainWindows& windows);

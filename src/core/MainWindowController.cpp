@@ -28,8 +28,8 @@ void MainWindowController::setDeviceChoiceIndex(int index) {
 }
 
 bool MainWindowController::searchForDevices() {
-    sel_port_name_str.clear();
-    sel_port_bsd_str.clear();
+    m_selection.sel_port_name_str.clear();
+    m_selection.sel_port_bsd_str.clear();
     m_deviceChoices.clear();
     m_deviceChoiceIndex = -1;
     m_deviceCaption = kNoDeviceSelectedCaption;
@@ -42,22 +42,23 @@ bool MainWindowController::searchForDevices() {
 }
 
 void MainWindowController::showSelectionResult() {
-    if (sel_port_name_str.isEmpty()) {
+    if (m_selection.sel_port_name_str.isEmpty()) {
         m_deviceCaption = kNoDeviceSelectedCaption;
         m_noDeviceNoticeVisible = true;
         emit changed();
         return;
     }
     m_noDeviceNoticeVisible = false;
-    const qsizetype selected = port_val_str_array.size();
+    QStringList& paths = m_selection.port_val_str_array;
+    const qsizetype selected = paths.size();
     const bool several = m_kind == Kind::Gsm && selected >= 2;
     if (several) {
         m_deviceCaption = QStringLiteral("%1 Mobile Device selected.").arg(selected);
-        port_val_str_array.append(kAllDeviceChoice);
+        paths.append(kAllDeviceChoice);
     } else {
-        m_deviceCaption = sel_port_name_str;
+        m_deviceCaption = m_selection.sel_port_name_str;
     }
-    m_deviceChoices = port_val_str_array;
+    m_deviceChoices = paths;
     if (m_deviceChoices.isEmpty())
         m_deviceChoiceIndex = -1;
     else
@@ -77,5 +78,5 @@ void MainWindowController::Exit_App() {
         m_op.quitApplication();
         return;
     }
-    text_change_notifications_on = false;
+    m_textChangeNotificationsOn = false;
 }

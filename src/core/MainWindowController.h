@@ -1,11 +1,16 @@
 #pragma once
 // What both main windows (GSM and Android) share at the level of the application:
 // being in front or hidden, the device caption with its no-device notice and device
-// drop-down, the device selection sequence, and the way out.
+// drop-down, the device selection sequence (and the selection it keeps), and the way out.
+#include "DeviceSelection.h"
+
 #include <QObject>
 #include <QString>
 #include <QStringList>
 
+#include <atomic>
+
+class MainWindows;
 class Operator;
 
 class MainWindowController : public QObject {
@@ -41,8 +46,21 @@ public:
     // selected. Returns whether the search window reported success.
     bool searchForDevices();
 
-    // Shows the devices the selection globals hold: caption, notice and drop-down.
+    // The devices this window sends with; its device search window writes them.
+    DeviceSelection& selection() { return m_selection; }
+    const DeviceSelection& selection() const { return m_selection; }
+
+    // Shows the devices the selection holds: caption, notice and drop-down.
     void applyDeviceSelection() { showSelectionResult(); }
+
+    // The program's two main windows this one belongs with (null until they are made).
+    MainWindows* mainWindows() const { return m_mainWindows; }
+    void setMainWindows(MainWindows* windows) { m_mainWindows = windows; }
+
+    // True while the number field and the composer report their text changes (the list
+    // window's). Exit_App answered with No turns it off until Reset turns it on again.
+    bool textChangeNotificationsOn() const { return m_textChangeNotificationsOn; }
+    void setTextChangeNotifications(bool on) { m_textChangeNotificationsOn = on; }
 
     // The connect button and the no-device notice: connection steps, then (unless
     // cancelled) the device search.
@@ -64,6 +82,9 @@ private:
 
     Kind m_kind;
     Operator& m_op;
+    MainWindows* m_mainWindows = nullptr;
+    DeviceSelection m_selection;
+    std::atomic<bool> m_textChangeNotificationsOn{false};
     bool m_visible = false;
     QString m_deviceCaption;
     bool m_noDeviceNoticeVisible = true;

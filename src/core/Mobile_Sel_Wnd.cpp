@@ -1,15 +1,13 @@
 #include "Mobile_Sel_Wnd.h"
 
-#include "AppState.h"
-#include "MainWindowController.h"
+#include "MainWindows.h"
 
-Mobile_Sel_Wnd::Mobile_Sel_Wnd(MainWindowController& gsmWindow, MainWindowController& androidWindow,
-                               QObject* parent)
-    : DialogController(parent), m_gsm(gsmWindow), m_android(androidWindow) {}
+Mobile_Sel_Wnd::Mobile_Sel_Wnd(MainWindows& windows, QObject* parent)
+    : DialogController(parent), m_windows(windows) {}
 
-void Mobile_Sel_Wnd::GSM_Btn() { choose(m_gsm, m_android); }
+void Mobile_Sel_Wnd::GSM_Btn() { choose(m_windows.gsm(), m_windows.android()); }
 
-void Mobile_Sel_Wnd::Android_Btn() { choose(m_android, m_gsm); }
+void Mobile_Sel_Wnd::Android_Btn() { choose(m_windows.android(), m_windows.gsm()); }
 
 void Mobile_Sel_Wnd::Cancel_Btn() {
     setPanelVisible(false);
@@ -17,7 +15,7 @@ void Mobile_Sel_Wnd::Cancel_Btn() {
 }
 
 void Mobile_Sel_Wnd::choose(MainWindowController& chosen, MainWindowController& other) {
-    gsm_and_none = static_cast<int>(chosen.kind());
+    m_windows.setFront(chosen.kind());
     chosen.bringToFront();
     other.hide();
     setPanelVisible(false);

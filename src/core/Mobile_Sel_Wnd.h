@@ -5,12 +5,12 @@
 #include "DialogController.h"
 
 class MainWindowController;
+class MainWindows;
 
 class Mobile_Sel_Wnd : public DialogController {
     Q_OBJECT
 public:
-    Mobile_Sel_Wnd(MainWindowController& gsmWindow, MainWindowController& androidWindow,
-                   QObject* parent = nullptr);
+    explicit Mobile_Sel_Wnd(MainWindows& windows, QObject* parent = nullptr);
 
     void GSM_Btn();
     void Android_Btn();
@@ -23,7 +23,6 @@ private:
     void choose(MainWindowController& chosen, MainWindowController& other);
     void setPanelVisible(bool visible);
 
-    MainWindowController& m_gsm;
-    MainWindowController& m_android;
+    MainWindows& m_windows;
     bool m_panelVisible = true;
 };

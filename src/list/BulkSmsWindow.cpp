@@ -4,10 +4,10 @@
 #include "ListLoad.h"
 #include "LoadCounters.h"
 #include "Update_Num_SMS.h"
-#include "core/AppState.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "core/Log.h"
+#include "core/MainWindows.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
 #include "text/NumberRules.h"
@@ -89,15 +89,15 @@ void BulkSmsWindow::windowDidLoad() {
     emit changed();
 }
 
-BulkSmsWindow* activeBulkSmsWindow() {
-    return qobject_cast<BulkSmsWindow*>(gsm_and_none == 1 ? GSM_App_wnd : Main_App_wnd);
+BulkSmsWindow* activeBulkSmsWindow(const MainWindows* windows) {
+    return windows == nullptr ? nullptr : qobject_cast<BulkSmsWindow*>(&windows->front());
 }
 
 // ---- number field and list ----
 
 void BulkSmsWindow::setNumberField(const QString& text) {
     QString cut = text;
-    if (text_change_notifications_on && cut.size() > kMaxNumberLength)
+    if (textChangeNotificationsOn() && cut.size() > kMaxNumberLength)
         cut = cut.left(kMaxNumberLength);
     if (cut == m_numberField)
         return;
@@ -402,7 +402,7 @@ void BulkSmsWindow::Clear_All_Btn() {
 void BulkSmsWindow::Reset_Btn() {
     if (!op().Show_YES_NO_MessageBox(QStringLiteral("\nAre you sure you want to continue to reset?")))
         return;
-    text_change_notifications_on = true;
+    setTextChangeNotifications(true);
     prev_composer_msg.clear();
     m_numberField.clear();
     m_composerText.clear();

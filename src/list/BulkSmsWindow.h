@@ -8,6 +8,8 @@
 #include <QList>
 #include <QStringList>
 
+class MainWindows;
+
 class BulkSmsWindow : public MainWindowController {
     Q_OBJECT
 public:
@@ -219,5 +221,5 @@ private:
     QString m_delayedTimeChoice;
 };
 
-// The main window the shared dialogs act on: GSM when gsm_and_none is 1, else Android.
-BulkSmsWindow* activeBulkSmsWindow();
+// The main window the shared dialogs act on: the front one of the windows (null without them).
+BulkSmsWindow* activeBulkSmsWindow(const MainWindows* windows);

@@ -6,7 +6,6 @@
 #include "Fill_Msg_In_List.h"
 #include "Send_Msg_Info.h"
 #include "Update_Sel_Num_SMS.h"
-#include "core/AppState.h"
 #include "core/Clock.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
@@ -18,7 +17,7 @@ void BulkSmsWindow::setComposerText(const QString& text) {
     if (text == m_composerText)
         return;
     m_composerText = text;
-    if (text_change_notifications_on)
+    if (textChangeNotificationsOn())
         applyComposerCut();
     emit changed();
 }

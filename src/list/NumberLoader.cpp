@@ -78,9 +78,10 @@ void NumberLoader::Load_Number() {
             Show_NSLog_Message(QStringLiteral("No column import available for %1").arg(path));
             return;
         }
-        loads->openColumnImport(path, m_window.kind() == MainWindowController::Kind::Android
-                                          ? QStringLiteral("AND")
-                                          : QStringLiteral("GSM"));
+        loads->openColumnImport(m_window, path,
+                                m_window.kind() == MainWindowController::Kind::Android
+                                    ? QStringLiteral("AND")
+                                    : QStringLiteral("GSM"));
         m_window.replaceListOnNextLoad = false;
         m_window.Update_List_Count();
         return;
@@ -148,7 +149,7 @@ void NumberLoader::Excel_Msg_Load_Btn() {
         Show_NSLog_Message(QStringLiteral("No spreadsheet message window available"));
         return;
     }
-    loads->openDynamicMessages();
+    loads->openDynamicMessages(m_window);
     m_window.replaceListOnNextLoad = false;
     m_window.Update_List_Count();
 }

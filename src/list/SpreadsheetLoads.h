@@ -4,14 +4,18 @@
 // implementation at start-up; without one, a spreadsheet load does nothing but log.
 #include <QString>
 
+class BulkSmsWindow;
+
 class SpreadsheetLoads {
 public:
     virtual ~SpreadsheetLoads() = default;
 
-    // Runs the column import for the workbook; mode "AND" or "GSM". Returns its end code.
-    virtual int openColumnImport(const QString& path, const QString& mode) = 0;
-    // Runs the messages-from-spreadsheet wizard on the active window. Returns its end code.
-    virtual int openDynamicMessages() = 0;
+    // Runs the column import for the workbook, asked by window; mode "AND" or "GSM" (its kind).
+    // Returns its end code.
+    virtual int openColumnImport(BulkSmsWindow& window, const QString& path, const QString& mode) = 0;
+    // Runs the messages-from-spreadsheet wizard on the front one of the asking window's main
+    // windows. Returns its end code.
+    virtual int openDynamicMessages(BulkSmsWindow& asking) = 0;
 
     static void install(SpreadsheetLoads* loads);
     static SpreadsheetLoads* installed();

@@ -4,9 +4,7 @@
 #include "Bulk_SMSAppDelegate.h"
 #include "JournalledRun.h"
 #include "android/AndroidDevices.h"
-#include "android/AndroidState.h"
 #include "android/PhoneDevice.h"
-#include "core/AppState.h"
 #include "core/DataFolder.h"
 #include "core/Guard.h"
 #include "core/MainThread.h"
@@ -23,9 +21,10 @@ const QString kCompleted = QStringLiteral("Message Sending Process Completed.");
 // The phone of one run; it tells the window when it found no phone to send through.
 class RunPhone : public PhoneDevice {
 public:
-    RunPhone(Operator& op, const QString& serial, Mode mode, Hooks hooks,
+    RunPhone(Operator& op, const QString& serial, Mode mode, Hooks hooks, const QString& serialFilter,
              std::shared_ptr<std::atomic<bool>> notConnected)
-        : PhoneDevice(op, serial, mode, std::move(hooks)), m_notConnected(std::move(notConnected)) {}
+        : PhoneDevice(op, serial, mode, std::move(hooks), serialFilter),
+          m_notConnected(std::move(notConnected)) {}
     QString prepare(bool deliveryReports) override {
         QString why = PhoneDevice::prepare(deliveryReports);
         if (this->notConnected())
@@ -42,7 +41,7 @@ private:
 void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     if (m_sendInProgress)
         return;
-    if (sel_port_name_str.isEmpty() || deviceCaption() == kNoDeviceSelectedCaption) {
+    if (selection().sel_port_name_str.isEmpty() || deviceCaption() == kNoDeviceSelectedCaption) {
         op().Show_MessageBox(kNoPhoneSelectedMessage);
         return;
     }
@@ -125,12 +124,12 @@ RunSettings Bulk_SMSAppDelegate::runSettings() {
     settings.batch = m_singleShot;
     settings.road = kAndroidRoad;
     settings.carried = m_carried.take();
-    settings.loadedDevice = sel_port_name_str;
+    settings.loadedDevice = selection().sel_port_name_str;
     return settings;
 }
 
 DeviceOpener Bulk_SMSAppDelegate::phoneOpener() {
-    const PhoneDevice::Mode mode = AND_SMS_sending_mode == int(AndroidSendingMode::Classic)
+    const PhoneDevice::Mode mode = m_phone.AND_SMS_sending_mode == int(AndroidSendingMode::Classic)
                                        ? PhoneDevice::Mode::Classic
                                        : PhoneDevice::Mode::Standard;
     PhoneDevice::Hooks hooks;
@@ -144,9 +143,9 @@ DeviceOpener Bulk_SMSAppDelegate::phoneOpener() {
             Standard_Radio();
         });
     };
-    return [this, mode, hooks,
+    return [this, mode, hooks, serial = selection().sel_port_name_str, filter = m_phone.serialFilter,
             notConnected = m_notConnected](std::stop_token) -> std::unique_ptr<SendingDevice> {
-        return std::make_unique<RunPhone>(op(), sel_port_name_str, mode, hooks, notConnected);
+        return std::make_unique<RunPhone>(op(), serial, mode, hooks, filter, notConnected);
     };
 }
 

@@ -1,15 +1,13 @@
 #include "Bulk_SMSAppDelegate.h"
 
 #include "android/AndroidDevices.h"
-#include "android/AndroidState.h"
-#include "android/Android_Ph_List_Wnd.h"
 #include "android/Android_TroubleShooting.h"
 #include "android/Connection_Info.h"
 #include "core/AppState.h"
 #include "core/Operator.h"
 
 Bulk_SMSAppDelegate::Bulk_SMSAppDelegate(Operator& op, QObject* parent)
-    : BulkSmsWindow(Kind::Android, op, parent), m_progress(op),
+    : BulkSmsWindow(Kind::Android, op, parent), m_devices(op, selection(), m_phone), m_progress(op),
       m_countdown(PauseCountdown::Variant::AndroidWindow,
                   [this](const QString& text) {
                       m_progress.update([text](AndroidSendingProgress::State& s) { s.pauseText = text; });
@@ -42,14 +40,14 @@ void Bulk_SMSAppDelegate::windowDidLoad() {
 void Bulk_SMSAppDelegate::resetSendingOptions() {
     m_singleShot = false;
     m_classic = false;
-    AND_SMS_sending_mode = int(AndroidSendingMode::Standard);
+    m_phone.AND_SMS_sending_mode = int(AndroidSendingMode::Standard);
     setDelayedDeliveryEnabled(true);
     emit changed();
 }
 
 void Bulk_SMSAppDelegate::Single_Shot_Radio() {
     m_singleShot = true;
-    AND_SMS_sending_mode = int(AndroidSendingMode::SingleShot);
+    m_phone.AND_SMS_sending_mode = int(AndroidSendingMode::SingleShot);
     Delayed_Delivery_Chk(false);
     setDelayedDeliveryEnabled(false);
     emit changed();
@@ -57,24 +55,24 @@ void Bulk_SMSAppDelegate::Single_Shot_Radio() {
 
 void Bulk_SMSAppDelegate::One_By_One_Radio() {
     m_singleShot = false;
-    if (!m_classic && AND_SMS_sending_mode != int(AndroidSendingMode::Classic))
-        AND_SMS_sending_mode = int(AndroidSendingMode::Standard);
+    if (!m_classic && m_phone.AND_SMS_sending_mode != int(AndroidSendingMode::Classic))
+        m_phone.AND_SMS_sending_mode = int(AndroidSendingMode::Standard);
     else
-        AND_SMS_sending_mode = int(AndroidSendingMode::Classic);
-    m_classic = AND_SMS_sending_mode == int(AndroidSendingMode::Classic);
+        m_phone.AND_SMS_sending_mode = int(AndroidSendingMode::Classic);
+    m_classic = m_phone.AND_SMS_sending_mode == int(AndroidSendingMode::Classic);
     setDelayedDeliveryEnabled(true);
     emit changed();
 }
 
 void Bulk_SMSAppDelegate::Standard_Radio() {
     m_classic = false;
-    AND_SMS_sending_mode = int(AndroidSendingMode::Standard);
+    m_phone.AND_SMS_sending_mode = int(AndroidSendingMode::Standard);
     emit changed();
 }
 
 void Bulk_SMSAppDelegate::Classic_Radio() {
     m_classic = true;
-    AND_SMS_sending_mode = int(AndroidSendingMode::Classic);
+    m_phone.AND_SMS_sending_mode = int(AndroidSendingMode::Classic);
     emit changed();
     op().Show_MessageBox(QStringLiteral("Information:\n\nYou have selected 'Classic Mode' for sending "
                                         "Messages.\n\nSome Devices may not support "
@@ -84,14 +82,14 @@ void Bulk_SMSAppDelegate::Classic_Radio() {
 }
 
 void Bulk_SMSAppDelegate::Test_Btn() {
-    Android_TroubleShooting window(op());
+    Android_TroubleShooting window(op(), m_phone, selection());
     window.open(deviceCaption());
     op().runModal(window);
     showSendingMode();
 }
 
 void Bulk_SMSAppDelegate::showSendingMode() {
-    const int mode = AND_SMS_sending_mode;
+    const int mode = m_phone.AND_SMS_sending_mode;
     m_singleShot = mode == int(AndroidSendingMode::SingleShot);
     m_classic = mode == int(AndroidSendingMode::Classic);
     if (m_singleShot)
@@ -101,22 +99,20 @@ void Bulk_SMSAppDelegate::showSendingMode() {
 }
 
 void Bulk_SMSAppDelegate::Device_Details_Btn() {
-    if (deviceCaption() == kNoDeviceSelectedCaption || AND_Sel_Dev_Details.isEmpty())
+    if (deviceCaption() == kNoDeviceSelectedCaption || m_phone.AND_Sel_Dev_Details.isEmpty())
         op().Show_MessageBox(kNoPhoneSelectedMessage);
     else
-        op().Show_MessageBox(AND_Sel_Dev_Details);
+        op().Show_MessageBox(m_phone.AND_Sel_Dev_Details);
 }
 
 void Bulk_SMSAppDelegate::Check_Device_Status_Btn() {
-    Stop_Modem_SRCH = 0;
     QString status;
     WorkerThread reader(QStringLiteral("adb-status"));
-    reader.start([&status](std::stop_token) { status = Get_Android_Device_Status(); });
+    reader.start([&status, query = PhoneQuery{m_phone.serialFilter, {}}](std::stop_token) {
+        status = Get_Android_Device_Status(query);
+    });
     reader.join();
     op().Show_MessageBox(status);
 }
 
-bool Bulk_SMSAppDelegate::openDeviceSearchWindow() {
-    Android_Ph_List_Wnd& devices = Android_Ph_List_Wnd::defaultInstance(op());
-    return devices.Open_Ph_List_Wnd();
-}
+bool Bulk_SMSAppDelegate::openDeviceSearchWindow() { return m_devices.Open_Ph_List_Wnd(); }

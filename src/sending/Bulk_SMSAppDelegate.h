@@ -4,7 +4,9 @@
 // the list through the chosen phone on the sending engine (single-shot as one batch).
 #include "ResumeRun.h"
 #include "SendingRun.h"
+#include "android/AndroidSelection.h"
 #include "android/AndroidSendingProgress.h"
+#include "android/Android_Ph_List_Wnd.h"
 #include "delivery/ActivityIndicator.h"
 #include "delivery/PauseCountdown.h"
 #include "list/BulkSmsWindow.h"
@@ -36,6 +38,11 @@ public:
     void Test_Btn();
     // The radios as the sending mode (AND_SMS_sending_mode) says.
     void showSendingMode();
+
+    // The chosen phone's details, the sending mode and the serial filter; and the device search
+    // window that fills them and the selection.
+    AndroidSelection& androidSelection() { return m_phone; }
+    Android_Ph_List_Wnd& deviceListWindow() { return m_devices; }
 
     // --- Device buttons.
     void Device_Details_Btn();
@@ -72,6 +79,8 @@ private:
     void showItem(int index, const SendingItem& item, bool counted);
     void afterRun();
 
+    AndroidSelection m_phone;
+    Android_Ph_List_Wnd m_devices;
     AndroidSendingProgress m_progress;
     PauseCountdown m_countdown;
     ActivityIndicator m_busy;

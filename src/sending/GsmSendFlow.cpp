@@ -3,7 +3,6 @@
 #include "Gsm_Bulk_Sms_Wnd.h"
 
 #include "SMS_Sending.h"
-#include "core/AppState.h"
 #include "core/Clock.h"
 #include "core/FileUtils.h"
 #include "core/Guard.h"
@@ -24,7 +23,7 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
         return; // pressed again while its ports are being checked: this thread's events flow meanwhile
     m_sendInProgress = true;
     Guard::run("Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port", [this] {
-        if (sel_port_bsd_str.isEmpty() || port_val_str_array.isEmpty()) {
+        if (selection().sel_port_bsd_str.isEmpty() || selection().port_val_str_array.isEmpty()) {
             op().Show_MessageBox(QStringLiteral(
                 "Either Mobile Device is not connected properly or No Mobile Phone Device is "
                 "selected.\n\nPlease use "
@@ -116,7 +115,7 @@ void Gsm_Bulk_Sms_Wnd::GSM_Chk_Port_And_Send_Msg() {
     close_all_ports();
 
     if (chosen != kAllDeviceChoice) {
-        if (port_val_str_array.contains(chosen) && !testPorts({chosen}).first()) {
+        if (selection().port_val_str_array.contains(chosen) && !testPorts({chosen}).first()) {
             setPleaseWait(false);
             op().Show_MessageBox(
                 describeDevice(chosen) +
@@ -126,7 +125,7 @@ void Gsm_Bulk_Sms_Wnd::GSM_Chk_Port_And_Send_Msg() {
             return;
         }
     } else {
-        QStringList paths = port_val_str_array;
+        QStringList paths = selection().port_val_str_array;
         paths.removeAll(kAllDeviceChoice);
         const QList<bool> works = testPorts(paths);
         QString failures;

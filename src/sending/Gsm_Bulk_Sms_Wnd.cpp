@@ -6,10 +6,9 @@
 #include "device/DeviceRecord.h"
 #include "gsm/ModemSessionPool.h"
 #include "gsm/windows/GSM_DEV_Conn_Step_Wnd.h"
-#include "gsm/windows/GSM_Device_List_Wnd.h"
-#include "gsm/windows/Selected_Device_Details_GSM.h"
 
-Gsm_Bulk_Sms_Wnd::Gsm_Bulk_Sms_Wnd(Operator& op, QObject* parent) : BulkSmsWindow(Kind::Gsm, op, parent) {
+Gsm_Bulk_Sms_Wnd::Gsm_Bulk_Sms_Wnd(Operator& op, QObject* parent)
+    : BulkSmsWindow(Kind::Gsm, op, parent), m_devices(op, selection()), m_deviceDetails(op, selection()) {
     // Text mode sets a port's default service centre back after a custom one: from its record.
     const auto defaultSmsc = [this](const QString& path) { return deviceDetail(path, kDefaultSmscKey); };
     for (MFCSMS* session : mfc_sms_obj_arr)
@@ -30,11 +29,10 @@ int Gsm_Bulk_Sms_Wnd::runConnectionSteps() {
 }
 
 bool Gsm_Bulk_Sms_Wnd::openDeviceSearchWindow() {
-    GSM_Device_List_Wnd& devices = GSM_Device_List_Wnd::defaultInstance(op());
-    devices.Search_dev_Pressed();
+    m_devices.Search_dev_Pressed();
     // Selecting devices (1) and going on without one (0) both end the choice; closing the
     // window otherwise lets the operator choose again.
-    const int code = op().runModal(devices);
+    const int code = op().runModal(m_devices);
     return code == 1 || code == 0;
 }
 
@@ -45,21 +43,21 @@ SMS_Sending& Gsm_Bulk_Sms_Wnd::sendingJob() {
 }
 
 QString Gsm_Bulk_Sms_Wnd::deviceDetail(const QString& path, const QString& key) const {
-    for (const Record& record : port_det_str_array)
+    for (const Record& record : selection().port_det_str_array)
         if (record.value(kPortDetailKey) == path)
             return record.value(key);
-    return GSM_Device_List_Wnd::defaultInstance(op()).Get_Sel_Port_Details(path, key);
+    return m_devices.Get_Sel_Port_Details(path, key);
 }
 
 void Gsm_Bulk_Sms_Wnd::Device_Details_Pressed() {
-    if (port_det_str_array.isEmpty()) {
+    if (selection().port_det_str_array.isEmpty()) {
         op().Show_MessageBox(QStringLiteral(
             "Either Mobile Device is not connected properly or No Mobile Phone Device is selected."
             "\n\nPlease use Mobile Phone Connection Wizard for finding device or establishing "
             "connection."));
         return;
     }
-    Selected_Device_Details_GSM::defaultInstance(op()).Open_Gsm_Ph_Det_List_Wnd();
+    m_deviceDetails.Open_Gsm_Ph_Det_List_Wnd();
 }
 
 void Gsm_Bulk_Sms_Wnd::close_all_ports() {

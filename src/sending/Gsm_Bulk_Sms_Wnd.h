@@ -5,6 +5,8 @@
 #include "SendingRun.h"
 #include "device/DeviceRecord.h"
 #include "gsm/MFCSMS.h"
+#include "gsm/windows/GSM_Device_List_Wnd.h"
+#include "gsm/windows/Selected_Device_Details_GSM.h"
 #include "list/BulkSmsWindow.h"
 
 #include <memory>
@@ -30,6 +32,11 @@ public:
     // The selected-device details window: each selected device's settings, a test message,
     // the automated send-mode test.
     void Device_Details_Pressed();
+
+    // This window's device windows: the search that fills its selection, and the details of
+    // the selected devices.
+    GSM_Device_List_Wnd& deviceListWindow() { return m_devices; }
+    Selected_Device_Details_GSM& deviceDetailsWindow() { return m_deviceDetails; }
 
     // The ports verified for the run (`_cb_ports_ComboBox_Sending`) and the one chosen.
     const QStringList& sendingPorts() const { return m_sendingPorts; }
@@ -68,6 +75,8 @@ private:
     QString describeDevice(const QString& path) const;
     void setPleaseWait(bool shown);
 
+    GSM_Device_List_Wnd m_devices;
+    Selected_Device_Details_GSM m_deviceDetails;
     std::unique_ptr<SMS_Sending> m_job;
     QStringList m_sendingPorts;
     QString m_sendingPortChoice;

@@ -3,7 +3,6 @@
 #include "JournalledRun.h"
 
 #include "Gsm_Bulk_Sms_Wnd.h"
-#include "core/AppState.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
 #include "core/Guard.h"
@@ -159,7 +158,7 @@ RunSettings SMS_Sending::copyRunSettings() const {
     settings.saveSentItems = m_window.saveSentItems();
     settings.saveTemplates = m_window.saveTemplates();
     settings.sentItemsPath = SentItem_File_Path;
-    settings.loadedDevice = sel_port_bsd_str;
+    settings.loadedDevice = m_window.selection().sel_port_bsd_str;
     settings.openingGap = 2s;
     if (settings.exclusion)
         for (const Record& record : m_window.exclusionSet().records())

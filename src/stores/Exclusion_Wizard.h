@@ -4,6 +4,7 @@
 // Save, Rename of an existing list and Finish; after every save the active main window's
 // exclusion set is rebuilt from the files.
 #include "KeyedTable.h"
+#include "StoreWindowSupport.h"
 #include "core/DialogController.h"
 #include "core/WorkerThread.h"
 #include "sheets/windows/ImportTargets.h"
@@ -21,7 +22,7 @@ inline const QString kAvailableListKey = QStringLiteral("Avail_List");
 inline const QString kAppliedListKey = QStringLiteral("Exclude_List");
 inline const QString kExclusionNumberKey = QStringLiteral("Exclusion_Num_List");
 
-class Exclusion_Wizard : public DialogController, public ExclusionImportTarget {
+class Exclusion_Wizard : public DialogController, public ExclusionImportTarget, public ActsOnMainWindows {
     Q_OBJECT
 public:
     enum class Screen { Start, NameEntry, Numbers };

@@ -3,7 +3,6 @@
 #include "ExportDialogs.h"
 #include "ExportFile.h"
 #include "StoreWindowSupport.h"
-#include "core/AppState.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "core/Guard.h"
@@ -75,7 +74,7 @@ void Sent_Items::setLoaded(RecordList records) {
 }
 
 void Sent_Items::startLoading() {
-    m_gsm = gsm_and_none != 2;
+    m_gsm = !androidInFront();
     m_table.clear();
     m_selected.clear();
     m_details.clear();

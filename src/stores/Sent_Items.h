@@ -3,6 +3,7 @@
 // the main window's list and exported. The file changes only when the window closes (or
 // at Clear all); each rewrite is atomic.
 #include "SentItemFile.h"
+#include "StoreWindowSupport.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
 #include "core/WorkerThread.h"
@@ -18,7 +19,7 @@ class Operator;
 inline const QString kSentItemDateKey = QStringLiteral("Date");
 inline const QString kSentItemStatusKey = QStringLiteral("Status"); // kept in the GSM log only
 
-class Sent_Items : public DialogController {
+class Sent_Items : public DialogController, public ActsOnMainWindows {
     Q_OBJECT
 public:
     explicit Sent_Items(Operator& op, QObject* parent = nullptr);

@@ -1,13 +1,18 @@
 #include "StoreWindowSupport.h"
 
 #include "core/Clock.h"
+#include "core/MainWindows.h"
 #include "core/WorkerThread.h"
 #include "list/BulkSmsWindow.h"
 
 #include <algorithm>
 #include <chrono>
 
-BulkSmsWindow* activeStoreWindow() { return activeBulkSmsWindow(); }
+BulkSmsWindow* ActsOnMainWindows::activeStoreWindow() const { return activeBulkSmsWindow(m_mainWindows); }
+
+bool ActsOnMainWindows::androidInFront() const {
+    return m_mainWindows != nullptr && m_mainWindows->frontKind() == MainWindowController::Kind::Android;
+}
 
 void restBeforeShowing() {
     const auto until = std::chrono::steady_clock::now() + Clock::scaled(std::chrono::seconds(1));

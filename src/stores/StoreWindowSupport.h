@@ -3,9 +3,23 @@
 #include <QList>
 
 class BulkSmsWindow;
+class MainWindows;
 
-// The main window the stored-list windows act on (by gsm_and_none); may be null.
-BulkSmsWindow* activeStoreWindow();
+// What a stored-list window acts on: the front one of the main windows it was given by whoever
+// opens it (the window whose panel opened it).
+class ActsOnMainWindows {
+public:
+    void actOn(const MainWindows* windows) { m_mainWindows = windows; }
+
+protected:
+    // The front main window; null before actOn.
+    BulkSmsWindow* activeStoreWindow() const;
+    // Whether the Android window is in front (false before actOn: the GSM side).
+    bool androidInFront() const;
+
+private:
+    const MainWindows* m_mainWindows = nullptr;
+};
 
 // Waits about one second (on the core clock) with the main thread's events flowing, as the
 // windows do between starting their load and showing themselves.

@@ -3,6 +3,7 @@
 // exported and put into the active main window's composer. The file changes when the
 // window closes (or at Delete all); each rewrite is atomic.
 #include "KeyedTable.h"
+#include "StoreWindowSupport.h"
 #include "core/DialogController.h"
 #include "core/WorkerThread.h"
 #include "sheets/windows/ImportTargets.h"
@@ -15,7 +16,7 @@
 class Operator;
 class UpdateTemp;
 
-class Templates : public DialogController, public TemplateImportTarget {
+class Templates : public DialogController, public TemplateImportTarget, public ActsOnMainWindows {
     Q_OBJECT
 public:
     explicit Templates(Operator& op, QObject* parent = nullptr);

@@ -65,16 +65,23 @@ QLayout* RecipientPanel::buildStoreButtons(QWidget* side) {
         row->addWidget(b);
     row->addStretch();
     connect(exportList, &QPushButton::clicked, this, [this] { exportContactList(m_window); });
-    connect(sentItems, &QPushButton::clicked, this,
-            [this] { Sent_Items::defaultInstance(m_window.op()).Open_Sent_Item_Wnd(); });
+    connect(sentItems, &QPushButton::clicked, this, [this] {
+        Sent_Items& window = Sent_Items::defaultInstance(m_window.op());
+        window.actOn(m_window.mainWindows());
+        window.Open_Sent_Item_Wnd();
+    });
     connect(templates, &QPushButton::clicked, this, [this] {
         Templates& window = Templates::defaultInstance(m_window.op());
         const QTextCursor cursor = m_composer->textCursor();
         window.setComposerSelection(cursor.selectionStart(), cursor.selectionEnd() - cursor.selectionStart());
+        window.actOn(m_window.mainWindows());
         window.Open_Template_Wnd();
     });
-    connect(exclusion, &QPushButton::clicked, this,
-            [this] { Exclusion_Wizard::defaultInstance(m_window.op()).Open_Exclusion_Wnd(); });
+    connect(exclusion, &QPushButton::clicked, this, [this] {
+        Exclusion_Wizard& window = Exclusion_Wizard::defaultInstance(m_window.op());
+        window.actOn(m_window.mainWindows());
+        window.Open_Exclusion_Wnd();
+    });
     return row;
 }
 

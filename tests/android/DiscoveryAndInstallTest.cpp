@@ -4,11 +4,9 @@
 #include "android/AdbRunner.h"
 #include "android/And_Conn_Err.h"
 #include "android/AndroidDevices.h"
-#include "android/AndroidState.h"
 #include "android/Android_Ph_List_Wnd.h"
 #include "android/CompanionApp.h"
 #include "android/PhoneStorage.h"
-#include "core/AppState.h"
 #include "core/DataFolder.h"
 #include "core/TroubleshootingLog.h"
 #include "core/WorkerThread.h"
@@ -37,7 +35,11 @@ QStringList childProcesses() {
     return children;
 }
 
-using DiscoveryTest = PhoneFixture;
+class DiscoveryTest : public PhoneFixture {
+protected:
+    DeviceSelection selection; // the Android window's, as its search window fills it
+    AndroidSelection chosen;
+};
 
 TEST_F(DiscoveryTest, ConnectionCheckJudgesEachKindOfAttachment) {
     struct Case {
@@ -108,7 +110,7 @@ TEST_F(DiscoveryTest, SearchFindsThePhoneWithItsPropertiesAndSelectsIt) {
     config.properties.insert("ro.product.model", "Pixel 7");
     config.properties.insert("gsm.sim.state", ",LOADED,");
     startPhones(one(config));
-    Android_Ph_List_Wnd window(op);
+    Android_Ph_List_Wnd window(op, selection, chosen);
     EXPECT_EQ(onWorker([&] { return window.searchDevice(false); }), Android_Ph_List_Wnd::Outcome::Connected);
     QStringList rows;
     for (const Record& r : window.rows().records())
@@ -123,8 +125,8 @@ TEST_F(DiscoveryTest, SearchFindsThePhoneWithItsPropertiesAndSelectsIt) {
     window.beginModal();
     window.Select_Btn();
     EXPECT_EQ(window.endCode(), 1);
-    EXPECT_EQ(sel_port_name_str, "GOOGLE PIXEL 7");
-    EXPECT_TRUE(AND_Sel_Dev_Details.startsWith("Model Details:\n"));
+    EXPECT_EQ(selection.sel_port_name_str, "GOOGLE PIXEL 7");
+    EXPECT_TRUE(chosen.AND_Sel_Dev_Details.startsWith("Model Details:\n"));
 }
 
 TEST_F(DiscoveryTest, UnauthorisedPhoneRepeatsTheSearchWithThePermissionBoxUntilAllowed) {
@@ -132,7 +134,7 @@ TEST_F(DiscoveryTest, UnauthorisedPhoneRepeatsTheSearchWithThePermissionBoxUntil
     config.state = "unauthorized";
     config.authorizeAfter = 6; // device lists read before the phone's owner allows the computer
     startPhones(one(config));
-    Android_Ph_List_Wnd window(op);
+    Android_Ph_List_Wnd window(op, selection, chosen);
     int boxes = 0;
     for (int i = 0; i < 3; ++i)
         op.onModal<And_Conn_Err>([&](And_Conn_Err& box) {
@@ -146,10 +148,10 @@ TEST_F(DiscoveryTest, UnauthorisedPhoneRepeatsTheSearchWithThePermissionBoxUntil
 
 TEST_F(DiscoveryTest, StopEndsAWaitingSearch) {
     startPhones({});
-    Android_Ph_List_Wnd window(op);
+    Android_Ph_List_Wnd window(op, selection, chosen);
     op.onModal<And_Conn_Err>([&](And_Conn_Err& box) {
         EXPECT_EQ(box.title(), "Android device not found");
-        Stop_Modem_SRCH = 1; // the operator presses Stop while the box is up
+        window.Stop_Btn(); // the operator presses Stop while the box is up
         box.OK_Btn();
     });
     EXPECT_EQ(onWorker([&] { return window.searchDevice(true); }), Android_Ph_List_Wnd::Outcome::Stopped);

@@ -1,6 +1,5 @@
 #include "PhoneFixture.h"
 
-#include "android/AndroidState.h"
 #include "core/DataFolder.h"
 
 #include <QFile>
@@ -11,8 +10,6 @@ void PhoneFixture::startPhones(const QList<sim::PhoneConfig>& phones, bool withA
     qputenv("ADB_SERVER_SOCKET", server->socketSpec().toUtf8());
     qputenv("HOME", QFile::encodeName(adbHome.path())); // adb keeps nothing of ours
     qunsetenv("ANDROID_SERIAL");
-    setAndroidSerialFilter(QString());
-    Stop_Modem_SRCH = 0;
     if (withApk) {
         QFile apk(Resource_Path + QStringLiteral("/OstrelBulkSMS.apk"));
         ASSERT_TRUE(apk.open(QIODevice::WriteOnly));

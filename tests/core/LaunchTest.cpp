@@ -1,8 +1,7 @@
 // Launch order: paths fixed, data folder laid out, GSM window in front.
 #include "core/Launch.h"
-#include "core/AppState.h"
 #include "core/DataFolder.h"
-#include "core/MainWindowController.h"
+#include "core/MainWindows.h"
 
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
@@ -28,18 +27,18 @@ TEST(Launch, LaysOutTheDataFolderAndBringsTheGsmWindowToTheFront) {
     ScriptedOperator op;
     PlainWindow android(MainWindowController::Kind::Android, op);
     PlainWindow gsm(MainWindowController::Kind::Gsm, op);
+    MainWindows windows(android, gsm);
     android.bringToFront();
-    gsm_and_none = 2;
+    windows.setFront(MainWindowController::Kind::Android);
 
-    ASSERT_TRUE(Launch_Application(op, android, gsm));
+    ASSERT_TRUE(Launch_Application(op, windows));
     EXPECT_EQ(Resource_Path, home.resources());
     EXPECT_TRUE(QFileInfo::exists(ExListIndex_File_Path));
     EXPECT_TRUE(android.loaded && gsm.loaded);
     EXPECT_TRUE(gsm.isVisible());
     EXPECT_FALSE(android.isVisible());
-    EXPECT_EQ(gsm_and_none, 1);
-    EXPECT_EQ(Main_App_wnd, &android);
-    EXPECT_EQ(GSM_App_wnd, &gsm);
+    EXPECT_EQ(&windows.front(), &gsm);
+    EXPECT_TRUE(android.textChangeNotificationsOn() && gsm.textChangeNotificationsOn());
     EXPECT_TRUE(op.alerts().isEmpty());
 }
 
@@ -52,8 +51,9 @@ TEST(Launch, AnInaccessibleResourceFolderEndsTheApplication) {
     ScriptedOperator op;
     PlainWindow android(MainWindowController::Kind::Android, op);
     PlainWindow gsm(MainWindowController::Kind::Gsm, op);
+    MainWindows windows(android, gsm);
 
-    EXPECT_FALSE(Launch_Application(op, android, gsm));
+    EXPECT_FALSE(Launch_Application(op, windows));
     EXPECT_EQ(op.alerts(), QStringList{"\nCan not access Bulk sms Data file."});
     EXPECT_TRUE(op.quitRequested());
     EXPECT_FALSE(gsm.loaded); // nothing after the failing step ran

@@ -1,7 +1,6 @@
 // The device-kind dialog and the device selection sequence, with windows whose
 // connection steps and device search are played by the test.
-#include "core/AppState.h"
-#include "core/MainWindowController.h"
+#include "core/MainWindows.h"
 #include "core/Mobile_Sel_Wnd.h"
 
 #include "ScriptedOperator.h"
@@ -34,12 +33,13 @@ std::function<void(DialogController&)> endWith(int code) {
     return [code](DialogController& d) { d.endModal(code); };
 }
 
-// The search window's effect: the devices it leaves selected.
-std::function<bool()> selects(QStringList names, bool success = true) {
-    return [names, success] {
-        port_val_str_array = names;
-        sel_port_name_str = names.isEmpty() ? QString() : names.first();
-        sel_port_bsd_str = names.isEmpty() ? QString() : "/dev/ttyUSB0";
+// The search window's effect: the devices it leaves selected in the window's selection.
+std::function<bool()> selects(TestWindow& window, QStringList names, bool success = true) {
+    return [&window, names, success] {
+        DeviceSelection& selection = window.selection();
+        selection.port_val_str_array = names;
+        selection.sel_port_name_str = names.isEmpty() ? QString() : names.first();
+        selection.sel_port_bsd_str = names.isEmpty() ? QString() : "/dev/ttyUSB0";
         return success;
     };
 }
@@ -47,22 +47,21 @@ std::function<bool()> selects(QStringList names, bool success = true) {
 class MobileSelWndTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        clearDeviceSelection();
-        gsm_and_none = 1;
         gsm.bringToFront();
         android.hide();
     }
     int run() {
-        Mobile_Sel_Wnd dialog(gsm, android);
+        Mobile_Sel_Wnd dialog(windows);
         return op.runModal(dialog);
     }
     ScriptedOperator op;
     TestWindow gsm{MainWindowController::Kind::Gsm, op};
     TestWindow android{MainWindowController::Kind::Android, op};
+    MainWindows windows{android, gsm};
 };
 
 TEST_F(MobileSelWndTest, GsmWithThreeModemsShowsTheCountAndAllDevice) {
-    gsm.search = selects({"/dev/ttyUSB0", "/dev/ttyUSB2", "/dev/ttyACM0"});
+    gsm.search = selects(gsm, {"/dev/ttyUSB0", "/dev/ttyUSB2", "/dev/ttyACM0"});
     op.onModal<Mobile_Sel_Wnd>([](Mobile_Sel_Wnd& d) { d.GSM_Btn(); }).onModal(endWith(1));
 
     EXPECT_EQ(run(), 1);
@@ -76,7 +75,7 @@ TEST_F(MobileSelWndTest, GsmWithThreeModemsShowsTheCountAndAllDevice) {
 }
 
 TEST_F(MobileSelWndTest, OneDeviceIsNamedAndChosen) {
-    gsm.search = selects({"Modem A"});
+    gsm.search = selects(gsm, {"Modem A"});
     op.onModal<Mobile_Sel_Wnd>([](Mobile_Sel_Wnd& d) { d.GSM_Btn(); }).onModal(endWith(1));
     EXPECT_EQ(run(), 1);
     EXPECT_EQ(gsm.deviceCaption(), "Modem A");
@@ -85,10 +84,10 @@ TEST_F(MobileSelWndTest, OneDeviceIsNamedAndChosen) {
 }
 
 TEST_F(MobileSelWndTest, AndroidNeverAddsAllDevice) {
-    android.search = selects({"Pixel", "Galaxy"});
+    android.search = selects(android, {"Pixel", "Galaxy"});
     op.onModal<Mobile_Sel_Wnd>([](Mobile_Sel_Wnd& d) { d.Android_Btn(); }).onModal(endWith(1));
     EXPECT_EQ(run(), 1);
-    EXPECT_EQ(gsm_and_none, 2);
+    EXPECT_EQ(windows.frontKind(), MainWindowController::Kind::Android);
     EXPECT_EQ(android.deviceCaption(), "Pixel");
     EXPECT_EQ(android.deviceChoices(), (QStringList{"Pixel", "Galaxy"}));
     EXPECT_TRUE(android.isVisible());
@@ -104,7 +103,7 @@ TEST_F(MobileSelWndTest, CancelledStepsCloseTheDialogWithTheChosenWindowInFront)
 }
 
 TEST_F(MobileSelWndTest, BackOrAFailedSearchShowsTheChoiceAgain) {
-    gsm.search = selects({}, false);
+    gsm.search = selects(gsm, {}, false);
     op.onModal<Mobile_Sel_Wnd>([this](Mobile_Sel_Wnd& d) {
         d.GSM_Btn(); // steps: back
         EXPECT_TRUE(d.panelVisible());
@@ -121,7 +120,7 @@ TEST_F(MobileSelWndTest, BackOrAFailedSearchShowsTheChoiceAgain) {
 }
 
 TEST_F(MobileSelWndTest, ANewSearchClearsThePreviousChoice) {
-    gsm.search = selects({"A", "B"});
+    gsm.search = selects(gsm, {"A", "B"});
     op.onModal(endWith(1));
     gsm.connectDevice();
     ASSERT_EQ(gsm.deviceChoices().size(), 3);
@@ -129,7 +128,7 @@ TEST_F(MobileSelWndTest, ANewSearchClearsThePreviousChoice) {
     gsm.search = [] { return true; }; // the search window selects nothing
     op.onModal(endWith(1));
     gsm.connectDevice();
-    EXPECT_TRUE(sel_port_name_str.isEmpty());
+    EXPECT_TRUE(gsm.selection().sel_port_name_str.isEmpty());
     EXPECT_TRUE(gsm.deviceChoices().isEmpty());
     EXPECT_TRUE(gsm.noDeviceNoticeVisible());
 }
@@ -148,11 +147,11 @@ TEST_F(MobileSelWndTest, ConnectStopsOnCancelOnly) {
 }
 
 TEST_F(MobileSelWndTest, ExitAsksAndQuitsOnlyOnYes) {
-    text_change_notifications_on = true;
+    gsm.setTextChangeNotifications(true);
     op.answerNo();
     gsm.Exit_App();
     EXPECT_FALSE(op.quitRequested());
-    EXPECT_FALSE(text_change_notifications_on);
+    EXPECT_FALSE(gsm.textChangeNotificationsOn());
 
     op.answerYes();
     android.Exit_App();

@@ -9,7 +9,6 @@
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
 #include "TestWindows.h"
-#include "core/AppState.h"
 #include "core/MainThread.h"
 
 #include <gtest/gtest.h>
@@ -53,7 +52,6 @@ TEST(GsmAlphabet, OtherCharactersNeedUnicode) {
 class ComposerTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        text_change_notifications_on = true;
         for (const char* n : {"1", "2", "3"})
             window.add(n); // list: 3, 2, 1
     }

@@ -7,7 +7,6 @@
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
 #include "TestWindows.h"
-#include "core/AppState.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 
@@ -20,7 +19,6 @@ namespace {
 class DefaultCountryTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        text_change_notifications_on = true;
         Check_Path_And_Create_Files();
         ASSERT_TRUE(DefaultCountry::instance().set("GB"));
     }

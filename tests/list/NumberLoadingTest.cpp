@@ -10,7 +10,6 @@
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
 #include "TestWindows.h"
-#include "core/AppState.h"
 
 #include <QDir>
 #include <QFile>
@@ -26,8 +25,6 @@ const QString kCorrupted = "\n" + NumberLoader::corruptedFileMessage();
 
 class NumberLoadingTest : public ::testing::Test {
 protected:
-    void SetUp() override { text_change_notifications_on = true; }
-
     QString writeFile(const QString& name, const QByteArray& bytes) {
         const QString path = home.root() + "/" + name;
         QFile file(path);
@@ -382,11 +379,11 @@ TEST_F(NumberLoadingTest, CancelLeavesTheListAsItWasAndTheNextLoadTakesEveryNumb
 
 class RecordingSpreadsheetLoads : public SpreadsheetLoads {
 public:
-    int openColumnImport(const QString& path, const QString& mode) override {
+    int openColumnImport(BulkSmsWindow&, const QString& path, const QString& mode) override {
         calls << "import " + path.section('/', -1) + " " + mode;
         return 1;
     }
-    int openDynamicMessages() override {
+    int openDynamicMessages(BulkSmsWindow&) override {
         calls << "dynamic";
         return 1;
     }

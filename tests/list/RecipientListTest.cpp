@@ -5,7 +5,6 @@
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
 #include "TestWindows.h"
-#include "core/AppState.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 
@@ -15,7 +14,6 @@ namespace {
 
 class RecipientListTest : public ::testing::Test {
 protected:
-    void SetUp() override { text_change_notifications_on = true; }
     ScriptedOperator op;
     TestBulkSmsWindow window{MainWindowController::Kind::Android, op};
 };
@@ -181,7 +179,7 @@ TEST_F(RecipientListTest, ResetRestoresEveryControl) {
     window.Delayed_Delivery_Chk(true);
     window.setDelayedCountChoice("10");
     window.prev_composer_msg = "draft";
-    text_change_notifications_on = false;
+    window.setTextChangeNotifications(false);
 
     op.answerNo();
     window.Reset_Btn();
@@ -199,7 +197,7 @@ TEST_F(RecipientListTest, ResetRestoresEveryControl) {
     EXPECT_FALSE(window.delayedChoicesEnabled());
     EXPECT_TRUE(window.delayedCountChoice().isEmpty());
     EXPECT_TRUE(window.prev_composer_msg.isEmpty());
-    EXPECT_TRUE(text_change_notifications_on);
+    EXPECT_TRUE(window.textChangeNotificationsOn());
     EXPECT_EQ(op.questions(), QStringList(2, "\nAre you sure you want to continue to reset?"));
 }
 

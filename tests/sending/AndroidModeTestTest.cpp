@@ -3,10 +3,8 @@
 // sets the sending mode the Android window then shows, and the search window's test message.
 #include "PhoneFixture.h"
 #include "android/AndroidDevices.h"
-#include "android/AndroidState.h"
 #include "android/Android_Ph_List_Wnd.h"
 #include "android/Android_TroubleShooting.h"
-#include "core/AppState.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "core/TroubleshootingLog.h"
@@ -22,15 +20,7 @@ const QString kTo = QStringLiteral("+442079460958");
 
 class AndroidModeTestTest : public PhoneFixture {
 protected:
-    void SetUp() override {
-        clearDeviceSelection();
-        sel_port_name_str = kDevice;
-        AND_SMS_sending_mode = int(AndroidSendingMode::Standard);
-    }
-    void TearDown() override {
-        clearDeviceSelection();
-        PhoneFixture::TearDown();
-    }
+    void SetUp() override { selection.sel_port_name_str = kDevice; }
     sim::PhoneConfig installed(const std::function<void(sim::PhoneConfig&)>& change = {}) {
         sim::PhoneConfig config = phone();
         config.appInstalled = true;
@@ -50,6 +40,9 @@ protected:
             modes << m.section('|', 2);
         return modes;
     }
+    // The Android window's choice the windows under test are given.
+    DeviceSelection selection;
+    AndroidSelection chosen;
 };
 
 TEST_F(AndroidModeTestTest, ExactlyTheCasesOnAFailingPathFail) {
@@ -79,7 +72,7 @@ TEST_F(AndroidModeTestTest, ExactlyTheCasesOnAFailingPathFail) {
         flushTroubleshootingLog();
         const qsizetype before =
             QFileInfo(Troubleshooting_Log_Path).size(); // the rows before wrote there too
-        Android_TroubleShooting window(op);
+        Android_TroubleShooting window(op, chosen, selection);
         window.open(kDevice);
         EXPECT_EQ(statuses(window), (QStringList{"", "", ""}));
         window.setTestNumberText(" " + kTo + " ");
@@ -111,7 +104,7 @@ TEST_F(AndroidModeTestTest, AFileForThePhoneThatCannotBeWrittenHereIsToldAndNotC
         ASSERT_TRUE(QDir().mkpath(local)); // a folder where the file should go
         told << "\n" + errorInFileAccessing(local + ": Is a directory");
     }
-    Android_TroubleShooting window(op);
+    Android_TroubleShooting window(op, chosen, selection);
     window.open(kDevice);
     window.setTestNumberText(kTo);
     window.Start_Btn();
@@ -122,7 +115,7 @@ TEST_F(AndroidModeTestTest, AFileForThePhoneThatCannotBeWrittenHereIsToldAndNotC
 
 TEST_F(AndroidModeTestTest, StopDuringTheSecondCaseLeavesTheThirdStopped) {
     startPhones(one(installed()));
-    Android_TroubleShooting window(op);
+    Android_TroubleShooting window(op, chosen, selection);
     window.open(kDevice);
     // Asked as the second case is announced: that case still runs, the third does not.
     QObject::connect(&window, &DialogController::changed, &window, [&window] {
@@ -138,7 +131,7 @@ TEST_F(AndroidModeTestTest, StopDuringTheSecondCaseLeavesTheThirdStopped) {
 
 TEST_F(AndroidModeTestTest, ABadNumberOrNoPhoneIsRefusedBeforeAnythingRuns) {
     startPhones(one(installed()));
-    Android_TroubleShooting window(op);
+    Android_TroubleShooting window(op, chosen, selection);
     window.open(kDevice);
     window.setTestNumberText("+44 20 7946 0958");
     window.Start_Btn();
@@ -163,7 +156,7 @@ TEST_F(AndroidModeTestTest, OkSetsTheModeTheAndroidWindowShows) {
         w.OK_Btn();
     });
     android.Test_Btn();
-    EXPECT_EQ(AND_SMS_sending_mode, int(AndroidSendingMode::SingleShot));
+    EXPECT_EQ(android.androidSelection().AND_SMS_sending_mode, int(AndroidSendingMode::SingleShot));
     EXPECT_TRUE(android.singleShotOn());
 
     op.onModal<Android_TroubleShooting>([](Android_TroubleShooting& w) {
@@ -172,7 +165,7 @@ TEST_F(AndroidModeTestTest, OkSetsTheModeTheAndroidWindowShows) {
         w.Close_Btn(); // the radios set the mode already
     });
     android.Test_Btn();
-    EXPECT_EQ(AND_SMS_sending_mode, int(AndroidSendingMode::Classic));
+    EXPECT_EQ(android.androidSelection().AND_SMS_sending_mode, int(AndroidSendingMode::Classic));
     EXPECT_FALSE(android.singleShotOn());
     EXPECT_TRUE(android.classicOn());
     ASSERT_EQ(op.alerts().size(), 1);
@@ -183,8 +176,9 @@ TEST_F(AndroidModeTestTest, TheModeThatWorkedIsWhatTheNextSendUses) {
     startPhones(one(installed([](sim::PhoneConfig& p) { p.pushFails = true; }))); // no list file can go
     Bulk_SMSAppDelegate android(op);
     android.windowDidLoad();
-    sel_port_bsd_str = sel_port_name_str;
-    port_val_str_array = {sel_port_name_str};
+    android.selection().sel_port_name_str = kDevice;
+    android.selection().sel_port_bsd_str = kDevice;
+    android.selection().port_val_str_array = {kDevice};
     android.applyDeviceSelection();
     op.onModal<Android_TroubleShooting>([this](Android_TroubleShooting& w) {
         w.setTestNumberText(kTo);
@@ -208,7 +202,7 @@ TEST_F(AndroidModeTestTest, TheModeThatWorkedIsWhatTheNextSendUses) {
 
 TEST_F(AndroidModeTestTest, TheSearchWindowTestSendsOneMessageInEachMode) {
     startPhones(one(installed([](sim::PhoneConfig& p) { p.pushFails = true; })));
-    Android_Ph_List_Wnd window(op);
+    Android_Ph_List_Wnd window(op, selection, chosen);
     window.Send_Test_Btn();
     window.rows().setRecords({propertyRow("Manufacturer", "Virtual"), propertyRow("Model", "Phone 5G")});
     window.setTestNumberText(kTo);

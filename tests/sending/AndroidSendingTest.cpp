@@ -1,13 +1,14 @@
 // The Android window's Send in each mode, through the real adb client to a virtual phone whose
 // log must agree with the list, text for text.
 #include "PhoneFixture.h"
-#include "android/AndroidState.h"
-#include "core/AppState.h"
+#include "core/Clock.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "sending/Bulk_SMSAppDelegate.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 #include "sending/ResumeRun.h"
+#include "sending/SMS_Sending.h"
+#include "sim/VirtualModem.h"
 #include "stores/SentItemFile.h"
 #include "stores/TemplateFile.h"
 
@@ -22,9 +23,10 @@ protected:
     std::unique_ptr<Bulk_SMSAppDelegate> windowWith(const QList<QPair<QString, QString>>& rows) {
         auto window = std::make_unique<Bulk_SMSAppDelegate>(op);
         window->windowDidLoad();
-        sel_port_name_str = "VIRTUAL PHONE 5G";
-        sel_port_bsd_str = sel_port_name_str;
-        port_val_str_array = {sel_port_name_str};
+        DeviceSelection& selection = window->selection();
+        selection.sel_port_name_str = "VIRTUAL PHONE 5G";
+        selection.sel_port_bsd_str = selection.sel_port_name_str;
+        selection.port_val_str_array = {selection.sel_port_name_str};
         window->applyDeviceSelection();
         for (auto it = rows.crbegin(); it != rows.crend(); ++it)
             window->Create_Num_Msg_List(it->first, it->second);
@@ -228,11 +230,76 @@ TEST_F(AndroidSendingTest, AMissingCompanionAppSendsNothingAndSaysSo) {
                                        "was sent to 1."));
 }
 
+// A GSM run and an Android run at once in one process, against the virtual modem and the
+// virtual phone: each goes through its own device only, and each window's selection, counters
+// and statuses are its own.
+TEST_F(AndroidSendingTest, AGsmRunAndAnAndroidRunAtOnceStayApart) {
+    Clock::setScale(0.02); // the modem's read time-outs leave it time to answer
+    startPhones(one(installed()));
+    sim::ModemBehaviour network;
+    network.networkDelayMs = 0;
+    sim::VirtualModem modem(sim::ModemIdentity{}, network);
+    ASSERT_TRUE(modem.start());
+    const QString path = modem.devicePath();
+    Gsm_Bulk_Sms_Wnd gsm(op);
+    gsm.windowDidLoad();
+    gsm.selection().port_val_str_array << path;
+    gsm.selection().port_det_str_array
+        << Record{{"PORT_DETAL", path},         {"COM_PORT", path.mid(8)}, {"Model", "VM-100"},
+                  {"SMSMode", "PDU Mode"},      {"UseCusSMSC", "N"},       {"CusSMSC", ""},
+                  {"DefSMSC", "+447700900123"}, {"SMS_CAPABLE", "Yes"}};
+    gsm.selection().sel_port_name_str = path.mid(8);
+    gsm.selection().sel_port_bsd_str = path;
+    gsm.applyDeviceSelection();
+    const QStringList toModem = {"+447700900201", "+447700900202", "+447700900203"};
+    for (const QString& number : toModem)
+        gsm.Create_Num_Msg_List(number, "Through the modem");
+    gsm.prev_composer_msg = gsm.composerText();
+    const QList<QPair<QString, QString>> toPhone = {{"+447700900101", "Through the phone"},
+                                                    {"+447700900102", "Through the phone"}};
+    auto android = windowWith(toPhone);
+    android->prev_composer_msg = android->composerText();
+
+    android->Send_SMS_Btn(); // the phone's run goes on on its own threads
+    bool together = false;
+    op.onModal<SMS_Sending>([&](SMS_Sending& job) {
+        together = android->sendInProgress();
+        ASSERT_TRUE(spinUntil([&] { return job.statusLine() == kFinish && !job.pleaseWaitShown(); },
+                              std::chrono::seconds(60)));
+        ASSERT_TRUE(spinUntil([&] { return !job.running(); }, std::chrono::seconds(30)));
+        if (!job.isEnded())
+            job.CancelPressed();
+    });
+    gsm.Send_SMS_Btn();
+    android->waitForSend();
+    Clock::setScale(0.001);
+
+    EXPECT_TRUE(together);
+    QStringList received;
+    for (const sim::ReceivedMessage& m : modem.received())
+        received << m.number + "|" + m.text;
+    received.sort();
+    EXPECT_EQ(received, (QStringList{"+447700900201|Through the modem", "+447700900202|Through the modem",
+                                     "+447700900203|Through the modem"}));
+    EXPECT_EQ(sentMessages(), (QStringList{"+447700900101|Through the phone|standard",
+                                           "+447700900102|Through the phone|standard"}));
+    EXPECT_EQ(gsm.sendingJob().progressText(), "3 / 3 Message or 100.00%");
+    for (const SendingItem& item : gsm.sendingJob().items().all())
+        EXPECT_EQ(item.status, "Message sent successfully.") << item.number.toStdString();
+    EXPECT_EQ(android->lastRunEnd(), Bulk_SMSAppDelegate::RunEnd::Completed);
+    EXPECT_EQ(android->lastRunSent(), 2);
+    for (const SendingItem& item : android->run()->record().all())
+        EXPECT_EQ(item.status, "Handed to the phone") << item.number.toStdString();
+    EXPECT_EQ(gsm.deviceChoices(), QStringList{path});
+    EXPECT_EQ(android->deviceChoices(), QStringList{"VIRTUAL PHONE 5G"});
+    EXPECT_EQ(gsm.selection().port_det_str_array.size(), 1);
+    EXPECT_TRUE(android->selection().port_det_str_array.isEmpty());
+}
+
 TEST_F(AndroidSendingTest, SendChecksComeFirst) {
     startPhones(one(installed()));
     Bulk_SMSAppDelegate window(op);
     window.windowDidLoad();
-    clearDeviceSelection();
     window.applyDeviceSelection();
     window.Send_SMS_Btn();
     window.waitForSend();

@@ -9,7 +9,6 @@
 #include "MainThreadWatchdog.h"
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
-#include "core/AppState.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
@@ -35,14 +34,10 @@ class SendingRunTest : public ::testing::Test {
 protected:
     void SetUp() override {
         Clock::setScale(0.02); // a second is 20 ms; read time-outs leave the modems time to answer
-        clearDeviceSelection();
-        text_change_notifications_on = true;
         window.windowDidLoad();
+        window.setTextChangeNotifications(true);
     }
-    void TearDown() override {
-        Clock::setScale(0.001);
-        clearDeviceSelection();
-    }
+    void TearDown() override { Clock::setScale(0.001); }
 
     VirtualModem& attach(const QString& mode = "PDU Mode", ModemBehaviour behaviour = {}) {
         behaviour.networkDelayMs = 0;
@@ -51,13 +46,14 @@ protected:
         modems.push_back(std::make_unique<VirtualModem>(id, behaviour));
         EXPECT_TRUE(modems.back()->start());
         const QString path = modems.back()->devicePath();
-        port_val_str_array << path;
-        port_det_str_array << Record{{"PORT_DETAL", path},         {"COM_PORT", path.mid(8)},
-                                     {"Model", "VM-100"},          {"SMSMode", mode},
-                                     {"UseCusSMSC", "N"},          {"CusSMSC", "+447700900123"},
-                                     {"DefSMSC", "+447700900123"}, {"SMS_CAPABLE", "Yes"}};
-        sel_port_name_str = path.mid(8);
-        sel_port_bsd_str = path;
+        DeviceSelection& selection = window.selection();
+        selection.port_val_str_array << path;
+        selection.port_det_str_array << Record{{"PORT_DETAL", path},         {"COM_PORT", path.mid(8)},
+                                               {"Model", "VM-100"},          {"SMSMode", mode},
+                                               {"UseCusSMSC", "N"},          {"CusSMSC", "+447700900123"},
+                                               {"DefSMSC", "+447700900123"}, {"SMS_CAPABLE", "Yes"}};
+        selection.sel_port_name_str = path.mid(8);
+        selection.sel_port_bsd_str = path;
         return *modems.back();
     }
     void chooseDevices() { window.applyDeviceSelection(); }
@@ -660,7 +656,7 @@ TEST_F(SendingRunTest, ACaseAppliedFromTheDetailsWindowIsWhatTheNextRunUses) {
     ModemBehaviour behaviour;
     behaviour.refusedServiceCentres = {"+447700900123"}; // the modem's own centre is refused
     VirtualModem& modem = attach("PDU Mode", behaviour);
-    port_det_str_array[0].insert("SUPSMSMode", ";PDU Mode;Text Mode;");
+    window.selection().port_det_str_array[0].insert("SUPSMSMode", ";PDU Mode;Text Mode;");
     chooseDevices();
     op.onModal<Automated_GSM_Sending>([&](Automated_GSM_Sending& test) {
         test.setCustomSmscText("+447700900999");
@@ -676,11 +672,11 @@ TEST_F(SendingRunTest, ACaseAppliedFromTheDetailsWindowIsWhatTheNextRunUses) {
         test.Use_Settings_Button_Presses();
         test.Close_Button_Presses();
     });
-    Selected_Device_Details_GSM details(op);
+    Selected_Device_Details_GSM& details = window.deviceDetailsWindow();
     details.fillRows();
     details.Automate_Button_Presses();
     EXPECT_EQ(details.PDU_TEXT_MODE_SEL(), 2); // the mode buttons follow
-    EXPECT_EQ(port_det_str_array.at(0).value("SMSMode"), "Text Mode");
+    EXPECT_EQ(window.selection().port_det_str_array.at(0).value("SMSMode"), "Text Mode");
 
     const int before = int(modem.received().size());
     addRecipients({"+447700900777"}, "After the test");

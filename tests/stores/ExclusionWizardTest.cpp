@@ -13,6 +13,10 @@ const QString kContinue = "\nAre you sure you want to continue";
 
 class ExclusionTest : public StoreWindowsTest {
 protected:
+    void SetUp() override {
+        StoreWindowsTest::SetUp();
+        wizard.actOn(windows.get());
+    }
     Exclusion_Wizard& opened() {
         wizard.startLoading();
         wizard.waitForLoading();

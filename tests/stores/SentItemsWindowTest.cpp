@@ -15,6 +15,7 @@ class SentItemsTest : public StoreWindowsTest {
 protected:
     void SetUp() override {
         StoreWindowsTest::SetUp();
+        window.actOn(windows.get());
         ASSERT_TRUE(writeSentItemsFile(SentItem_File_Path,
                                        {{"111", "Hello\nthere", "01/02/2025", "Message sent successfully."},
                                         {"222", "Second", "01/02/2025", "+CMS ERROR: 38"},
@@ -39,7 +40,7 @@ TEST_F(SentItemsTest, LoadsTheActiveKindsFileAndShowsDetails) {
     EXPECT_EQ(window.detailsText(), "Number\t: 111\r\n\r\nMessage\t: Hello\nthere\r\n\r\nDate\t\t: "
                                     "01/02/2025\r\n\r\nStatus\t: Message sent successfully.");
 
-    gsm_and_none = 2;
+    windows->setFront(MainWindowController::Kind::Android);
     loaded();
     EXPECT_FALSE(window.isGsm());
     ASSERT_EQ(window.nsSendListData().size(), 1);
@@ -141,7 +142,7 @@ TEST_F(SentItemsTest, AFilterWithNothingInItsGroupStaysOpen) {
 // never offers to open it, and leaves a file already there exactly as it was. A full disk is a
 // file size limit on a child of this test running the window.
 TEST_F(SentItemsTest, AWriteThatFailsIsToldAndKeepsTheOldFile) {
-    gsm_and_none = 2; // Android: no filter
+    windows->setFront(MainWindowController::Kind::Android); // no filter
     loaded();
     ASSERT_TRUE(QDir().mkpath(path("report.html")));
     writeFile("sent.txt", "last week's\n");

@@ -57,6 +57,7 @@ TEST_F(StoreWindowsTest, StoredFilesReadWhateverEndsTheirLines) {
         const QByteArray templates = "Hello" + e + "Bye|AP*|DX/now" + e;
         EXPECT_EQ(parseTemplates(templates), (QStringList{"Hello", "Bye\nnow"})) << ending;
         Templates window(op);
+        window.actOn(windows.get());
         window.loadFrom(templates);
         EXPECT_EQ(window.templates(), (QStringList{"Hello", "Bye\nnow"})) << ending;
 
@@ -83,6 +84,7 @@ TEST_F(StoreWindowsTest, WorkbookColumnsBecomeTemplatesOnce) {
     const QString book = path("templates.xlsx");
     ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(book, {{"Text"}, {"Hello"}, {"Hello "}, {"Bye"}}, false));
     Templates window(op);
+    window.actOn(windows.get());
     window.loadFrom("Bye\n");
     op.chooseFile(book).onModal<Import_Excel>(tickFirstColumnAndImport);
     window.Import_Btn();
@@ -95,6 +97,7 @@ TEST_F(StoreWindowsTest, WorkbookColumnsBecomeExclusionNumbers) {
     ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(
         book, {{"Phone"}, {"+44 20 7946 0958"}, {"not one"}, {"5550100"}}, false));
     Exclusion_Wizard wizard(op);
+    wizard.actOn(windows.get());
     wizard.New_List_Btn();
     wizard.setNameField("Book");
     wizard.OnContinue();

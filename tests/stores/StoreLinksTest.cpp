@@ -51,6 +51,7 @@ protected:
 TEST_F(StoreLinksTest, SentItemsAndTemplatesAreNeitherShownNorSavedThroughALink) {
     plant(path("outside.txt"), SentItem_File_Path);
     Sent_Items sent(op);
+    sent.actOn(windows.get());
     load(sent);
     EXPECT_TRUE(sent.items().isEmpty());
     sent.Close_Btn(); // the window's list would replace the file
@@ -61,6 +62,7 @@ TEST_F(StoreLinksTest, SentItemsAndTemplatesAreNeitherShownNorSavedThroughALink)
 
     plant(path("outside.txt"), Templates_File_Path);
     Templates templates(op);
+    templates.actOn(windows.get());
     load(templates);
     EXPECT_TRUE(templates.templates().isEmpty());
     templates.Close_Btn();
@@ -78,6 +80,7 @@ TEST_F(StoreLinksTest, ExclusionListsBehindALinkAreRefusedAndStopTheExclusionSet
     ASSERT_TRUE(writeFileAtomically(AppExclusion_File_Path, "Staff\n"));
     plant(path("outside.txt"), staff);
     Exclusion_Wizard wizard(op);
+    wizard.actOn(windows.get());
     load(wizard);
     wizard.setAvailableSelection({0});
     wizard.OnUpdate();

@@ -1,10 +1,10 @@
 #pragma once
 // A data home with the workbook template, and both main windows as the stored-list windows
-// find them (the GSM one active unless a test switches gsm_and_none).
+// find them (the GSM one in front unless a test brings the other forward).
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
-#include "core/AppState.h"
 #include "core/DataFolder.h"
+#include "core/MainWindows.h"
 #include "list/BulkSmsWindow.h"
 
 #include <QFile>
@@ -16,7 +16,10 @@
 
 class StoreTestWindow : public BulkSmsWindow {
 public:
-    StoreTestWindow(Kind kind, Operator& op) : BulkSmsWindow(kind, op) { windowDidLoad(); }
+    StoreTestWindow(Kind kind, Operator& op) : BulkSmsWindow(kind, op) {
+        windowDidLoad();
+        setTextChangeNotifications(true); // as after launch
+    }
     QString title() const override { return QStringLiteral("test"); }
     int runConnectionSteps() override { return 0; }
     QStringList numbers() const {
@@ -34,15 +37,7 @@ protected:
         ASSERT_TRUE(Check_Path_And_Create_Files());
         gsm = std::make_unique<StoreTestWindow>(MainWindowController::Kind::Gsm, op);
         android = std::make_unique<StoreTestWindow>(MainWindowController::Kind::Android, op);
-        GSM_App_wnd = gsm.get();
-        Main_App_wnd = android.get();
-        gsm_and_none = 1;
-        text_change_notifications_on = true; // as after launch
-    }
-    void TearDown() override {
-        GSM_App_wnd = nullptr;
-        Main_App_wnd = nullptr;
-        gsm_and_none = 1;
+        windows = std::make_unique<MainWindows>(*android, *gsm);
     }
     QString path(const QString& name) const { return home.root() + "/" + name; }
     void writeFile(const QString& name, const QByteArray& bytes) const {
@@ -54,4 +49,5 @@ protected:
     TestDataHome home;
     ScriptedOperator op;
     std::unique_ptr<StoreTestWindow> gsm, android;
+    std::unique_ptr<MainWindows> windows;
 };

@@ -10,6 +10,10 @@ namespace {
 
 class TemplatesTest : public StoreWindowsTest {
 protected:
+    void SetUp() override {
+        StoreWindowsTest::SetUp();
+        window.actOn(windows.get());
+    }
     Templates& loaded(const QByteArray& file) {
         EXPECT_TRUE(writeFileAtomically(Templates_File_Path, file));
         window.startLoading();

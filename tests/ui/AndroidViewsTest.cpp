@@ -1,10 +1,8 @@
 // The Android windows' views against a virtual phone: they show what their controllers hold and
 // forward clicks. With BULKSMS_SCREENSHOT_DIR set, each view is also saved as a PNG to look at.
 #include "android/And_Conn_Err.h"
-#include "android/AndroidState.h"
 #include "android/Android_Ph_List_Wnd.h"
 #include "android/Android_TroubleShooting.h"
-#include "core/AppState.h"
 #include "core/DataFolder.h"
 #include "core/WorkerThread.h"
 #include "sending/Bulk_SMSAppDelegate.h"
@@ -53,7 +51,6 @@ protected:
         apk.write("package");
         apk.close();
         Check_Path_And_Create_Files();
-        Stop_Modem_SRCH = 0;
     }
     void TearDown() override {
         server->stop();
@@ -66,7 +63,9 @@ protected:
 };
 
 TEST_F(AndroidViewsTest, SearchWindowShowsThePhoneAndSelectsIt) {
-    Android_Ph_List_Wnd search(op);
+    DeviceSelection selection;
+    AndroidSelection chosen;
+    Android_Ph_List_Wnd search(op, selection, chosen);
     AndroidPhListView view(search);
     view.resize(560, 460);
     view.show();
@@ -84,7 +83,7 @@ TEST_F(AndroidViewsTest, SearchWindowShowsThePhoneAndSelectsIt) {
         if (button->text() == "Select")
             button->click();
     EXPECT_EQ(search.endCode(), 1);
-    EXPECT_EQ(sel_port_name_str, "SAMSUNG GALAXY A52");
+    EXPECT_EQ(selection.sel_port_name_str, "SAMSUNG GALAXY A52");
 }
 
 TEST_F(AndroidViewsTest, MainWindowModesSendAndProgress) {
@@ -93,9 +92,9 @@ TEST_F(AndroidViewsTest, MainWindowModesSendAndProgress) {
     AndroidBulkSmsView view(window);
     view.resize(1000, 700);
     view.show();
-    sel_port_name_str = "SAMSUNG GALAXY A52";
-    sel_port_bsd_str = sel_port_name_str;
-    port_val_str_array = {sel_port_name_str};
+    window.selection().sel_port_name_str = "SAMSUNG GALAXY A52";
+    window.selection().sel_port_bsd_str = "SAMSUNG GALAXY A52";
+    window.selection().port_val_str_array = {"SAMSUNG GALAXY A52"};
     window.applyDeviceSelection();
     window.Create_Num_Msg_List("+447700900002", "See you at 5 & bring snacks");
     window.Create_Num_Msg_List("+447700900001", "Tom & Jerry (2)");
@@ -105,7 +104,7 @@ TEST_F(AndroidViewsTest, MainWindowModesSendAndProgress) {
     ASSERT_TRUE(singleShot && classic);
     EXPECT_FALSE(singleShot->isChecked());
     singleShot->click();
-    EXPECT_EQ(AND_SMS_sending_mode, int(AndroidSendingMode::SingleShot));
+    EXPECT_EQ(window.androidSelection().AND_SMS_sending_mode, int(AndroidSendingMode::SingleShot));
     EXPECT_FALSE(classic->isEnabled());
     view.findChild<QRadioButton*>("One_By_One_Radio")->click();
     EXPECT_TRUE(classic->isEnabled());
@@ -144,11 +143,11 @@ TEST_F(AndroidViewsTest, TheModeTestRunsOnAPhoneAndOkSetsTheWorkingMode) {
     server = std::make_unique<sim::AdbServer>(QList<sim::PhoneConfig>{config});
     ASSERT_TRUE(server->start(0));
     qputenv("ADB_SERVER_SOCKET", server->socketSpec().toUtf8());
-    sel_port_name_str = "VIRTUAL PHONE 5G";
-    AND_SMS_sending_mode = int(AndroidSendingMode::Standard);
-
-    Android_TroubleShooting window(op);
-    window.open(sel_port_name_str);
+    DeviceSelection selection;
+    selection.sel_port_name_str = "VIRTUAL PHONE 5G";
+    AndroidSelection chosen;
+    Android_TroubleShooting window(op, chosen, selection);
+    window.open(selection.sel_port_name_str);
     window.setTestNumberText("+442079460958");
     AndroidTroubleShootingView view(window, nullptr);
     view.show();
@@ -173,8 +172,7 @@ TEST_F(AndroidViewsTest, TheModeTestRunsOnAPhoneAndOkSetsTheWorkingMode) {
     view.findChildren<QRadioButton*>().at(2)->click(); // classic, the one that worked
     saveShot(view, "android-mode-test-run");
     ok->click();
-    EXPECT_EQ(AND_SMS_sending_mode, int(AndroidSendingMode::Classic));
-    sel_port_name_str.clear();
+    EXPECT_EQ(chosen.AND_SMS_sending_mode, int(AndroidSendingMode::Classic));
 }
 
 TEST_F(AndroidViewsTest, ConnectionErrorBoxEndsWithOk) {

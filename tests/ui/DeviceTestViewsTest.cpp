@@ -1,8 +1,6 @@
 // The device test windows show their controllers' cases and outcomes, and forward clicks;
 // run against a virtual modem, with pictures kept in BULKSMS_SCREENSHOT_DIR.
-#include "android/AndroidState.h"
 #include "android/Android_TroubleShooting.h"
-#include "core/AppState.h"
 #include "core/Clock.h"
 #include "gsm/windows/Automated_GSM_Sending.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"
@@ -44,7 +42,6 @@ QPushButton* button(QWidget& view, const QString& text) {
 class DeviceTestViews : public ::testing::Test {
 protected:
     void SetUp() override {
-        clearDeviceSelection();
         Clock::setScale(0.2); // read time-outs long enough for a busy machine drawing windows
         sim::ModemBehaviour behaviour;
         behaviour.networkDelayMs = 0;
@@ -63,12 +60,10 @@ protected:
         }
         ASSERT_EQ(devices.nsPortListData().size(), 1);
     }
-    void TearDown() override {
-        clearDeviceSelection();
-        Clock::setScale(0.001);
-    }
+    void TearDown() override { Clock::setScale(0.001); }
     ScriptedOperator op;
-    GSM_Device_List_Wnd devices{op};
+    DeviceSelection selection; // the GSM window's
+    GSM_Device_List_Wnd devices{op, selection};
     std::unique_ptr<sim::VirtualModem> modem;
 };
 
@@ -125,22 +120,24 @@ TEST_F(DeviceTestViews, TheAutomatedWindowAppliesTheChosenCase) {
 }
 
 TEST_F(DeviceTestViews, TheDetailsWindowShowsTheSelectedDevices) {
-    port_det_str_array = devices.nsPortListData().records();
-    port_det_str_array[0].insert("SMSMode", "Text Mode");
-    Selected_Device_Details_GSM window(op);
+    selection.port_det_str_array = devices.nsPortListData().records();
+    selection.port_det_str_array[0].insert("SMSMode", "Text Mode");
+    Selected_Device_Details_GSM window(op, selection);
     window.fillRows();
     SelectedDeviceDetailsView view(window, nullptr);
     view.show();
     EXPECT_TRUE(view.findChildren<QRadioButton*>().at(1)->isChecked()); // text mode
     keepPicture(view, "gsm-selected-details");
     view.findChildren<QRadioButton*>().at(0)->click();
-    EXPECT_EQ(port_det_str_array.at(0).value("SMSMode"), "PDU Mode");
+    EXPECT_EQ(selection.port_det_str_array.at(0).value("SMSMode"), "PDU Mode");
 }
 
 TEST(AndroidTestViews, TheModeTestShowsItsCasesAndRadios) {
     ScriptedOperator op;
-    AND_SMS_sending_mode = int(AndroidSendingMode::Classic);
-    Android_TroubleShooting window(op);
+    DeviceSelection selection;
+    AndroidSelection chosen;
+    chosen.AND_SMS_sending_mode = int(AndroidSendingMode::Classic);
+    Android_TroubleShooting window(op, chosen, selection);
     window.open("VIRTUAL PHONE 5G");
     const QStringList outcomes = {"Fail", "Success", "Success"};
     for (int i = 0; i < 3; ++i) {
@@ -155,7 +152,7 @@ TEST(AndroidTestViews, TheModeTestShowsItsCasesAndRadios) {
     view.findChildren<QRadioButton*>().at(1)->click();
     button(view, "OK")->click();
     EXPECT_EQ(window.endCode(), 1);
-    EXPECT_EQ(AND_SMS_sending_mode, int(AndroidSendingMode::Standard));
+    EXPECT_EQ(chosen.AND_SMS_sending_mode, int(AndroidSendingMode::Standard));
 }
 
 } // namespace

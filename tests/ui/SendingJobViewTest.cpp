@@ -1,7 +1,6 @@
 // The sending window over a real run against virtual modems: what a person sees of each
 // message while the run goes on.
 #include "ui/SendingJobView.h"
-#include "core/AppState.h"
 #include "core/Clock.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 #include "sending/SMS_Sending.h"
@@ -38,7 +37,6 @@ TEST(SendingJobView, DeliveryStatesFillInAsTheReportsCome) {
     Clock::setScale(0.05);
     TestDataHome home;
     ScriptedOperator op;
-    clearDeviceSelection();
     Gsm_Bulk_Sms_Wnd window(op);
     window.windowDidLoad();
 
@@ -49,12 +47,13 @@ TEST(SendingJobView, DeliveryStatesFillInAsTheReportsCome) {
     sim::VirtualModem modem(sim::ModemIdentity{}, network);
     ASSERT_TRUE(modem.start());
     const QString path = modem.devicePath();
-    port_val_str_array << path;
-    port_det_str_array << Record{{"PORT_DETAL", path},         {"COM_PORT", path.mid(8)}, {"Model", "VM-100"},
-                                 {"SMSMode", "PDU Mode"},      {"UseCusSMSC", "N"},       {"CusSMSC", ""},
-                                 {"DefSMSC", "+447700900123"}, {"SMS_CAPABLE", "Yes"}};
-    sel_port_name_str = path.mid(8);
-    sel_port_bsd_str = path;
+    window.selection().port_val_str_array << path;
+    window.selection().port_det_str_array
+        << Record{{"PORT_DETAL", path},         {"COM_PORT", path.mid(8)}, {"Model", "VM-100"},
+                  {"SMSMode", "PDU Mode"},      {"UseCusSMSC", "N"},       {"CusSMSC", ""},
+                  {"DefSMSC", "+447700900123"}, {"SMS_CAPABLE", "Yes"}};
+    window.selection().sel_port_name_str = path.mid(8);
+    window.selection().sel_port_bsd_str = path;
     window.applyDeviceSelection();
     window.setDeliveryReports(true);
     for (const char* n : {"+447700900003", "+447700900002", "+447700900001"})
@@ -85,7 +84,6 @@ TEST(SendingJobView, DeliveryStatesFillInAsTheReportsCome) {
     window.Send_SMS_Btn();
     EXPECT_TRUE(pendingSeen);
     Clock::setScale(0.001);
-    clearDeviceSelection();
 }
 
 // While "Are you sure" is on screen nothing new goes out; No lets the run go on where it was,
@@ -95,7 +93,6 @@ class StopQuestionTest : public ::testing::Test {
 protected:
     void SetUp() override {
         Clock::setScale(0.05);
-        clearDeviceSelection();
         window.windowDidLoad();
         for (int i = 0; i < 2; ++i) {
             sim::ModemIdentity id;
@@ -105,23 +102,20 @@ protected:
             modems.push_back(std::make_unique<sim::VirtualModem>(id, network));
             ASSERT_TRUE(modems.back()->start());
             const QString path = modems.back()->devicePath();
-            port_val_str_array << path;
-            port_det_str_array << Record{{"PORT_DETAL", path},         {"COM_PORT", path.mid(8)},
-                                         {"Model", "VM-100"},          {"SMSMode", "PDU Mode"},
-                                         {"UseCusSMSC", "N"},          {"CusSMSC", ""},
-                                         {"DefSMSC", "+447700900123"}, {"SMS_CAPABLE", "Yes"}};
-            sel_port_name_str = path.mid(8);
-            sel_port_bsd_str = path;
+            window.selection().port_val_str_array << path;
+            window.selection().port_det_str_array
+                << Record{{"PORT_DETAL", path},         {"COM_PORT", path.mid(8)}, {"Model", "VM-100"},
+                          {"SMSMode", "PDU Mode"},      {"UseCusSMSC", "N"},       {"CusSMSC", ""},
+                          {"DefSMSC", "+447700900123"}, {"SMS_CAPABLE", "Yes"}};
+            window.selection().sel_port_name_str = path.mid(8);
+            window.selection().sel_port_bsd_str = path;
         }
         window.applyDeviceSelection();
         for (int i = 0; i < kRecipients; ++i)
             window.Create_Num_Msg_List(QStringLiteral("+447700900%1").arg(100 + i), "Stop or go on?");
         window.prev_composer_msg = window.composerText();
     }
-    void TearDown() override {
-        Clock::setScale(0.001);
-        clearDeviceSelection();
-    }
+    void TearDown() override { Clock::setScale(0.001); }
     int received() const {
         int count = 0;
         for (const auto& modem : modems)

@@ -1,10 +1,8 @@
 // The stored-list windows and the export dialogs: each has a view that shows its
 // controller and hands clicks and selections back. BULKSMS_SCREENSHOT_DIR, when set,
 // receives a PNG of each window as a person would see it.
-#include "core/AppState.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
-#include "sending/Gsm_Bulk_Sms_Wnd.h"
 #include "stores/Exclusion_Wizard.h"
 #include "stores/ExportDialogs.h"
 #include "stores/SentItemFile.h"
@@ -42,10 +40,7 @@ protected:
     void SetUp() override {
         ViewRegistry::registerStandardViews();
         Check_Path_And_Create_Files();
-        GSM_App_wnd = &gsm;
-        gsm_and_none = 1;
     }
-    void TearDown() override { GSM_App_wnd = nullptr; }
     std::unique_ptr<QDialog> viewOf(DialogController& dialog) {
         std::unique_ptr<QDialog> view(ViewRegistry::createView(dialog, nullptr));
         EXPECT_NE(view, nullptr) << dialog.metaObject()->className();
@@ -62,7 +57,6 @@ protected:
 
     TestDataHome home;
     ScriptedOperator op;
-    Gsm_Bulk_Sms_Wnd gsm{op};
 };
 
 TEST_F(StoreViewsTest, SentItemsViewShowsRecordsDetailsAndForwardsSelection) {

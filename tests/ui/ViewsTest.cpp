@@ -1,7 +1,7 @@
 // The views show their controllers' state and forward clicks; they run headless.
 #include "android/Android_Ph_List_Wnd.h"
 #include "android/Connection_Info.h"
-#include "core/AppState.h"
+#include "core/MainWindows.h"
 #include "core/Mobile_Sel_Wnd.h"
 #include "gsm/windows/GSM_DEV_Conn_Step_Wnd.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"
@@ -39,12 +39,12 @@ TEST(Views, EveryDialogControllerHasAView) {
     ScriptedOperator op;
     Gsm_Bulk_Sms_Wnd gsm(op);
     Bulk_SMSAppDelegate android(op);
-    Mobile_Sel_Wnd selection(gsm, android);
+    MainWindows windows(android, gsm);
+    Mobile_Sel_Wnd selection(windows);
     GSM_DEV_Conn_Step_Wnd gsmSteps;
     Connection_Info androidSteps;
-    GSM_Device_List_Wnd devices(op);
-    for (DialogController* dialog :
-         std::initializer_list<DialogController*>{&selection, &gsmSteps, &androidSteps, &devices}) {
+    for (DialogController* dialog : std::initializer_list<DialogController*>{
+             &selection, &gsmSteps, &androidSteps, &gsm.deviceListWindow()}) {
         std::unique_ptr<QDialog> view(ViewRegistry::createView(*dialog, nullptr));
         ASSERT_NE(view, nullptr) << dialog->metaObject()->className();
         EXPECT_FALSE(view->grab().isNull());
@@ -54,8 +54,8 @@ TEST(Views, EveryDialogControllerHasAView) {
 TEST(Views, ComposerShowsWhatTheMessageCostsAsItIsTyped) {
     ScriptedOperator op;
     Gsm_Bulk_Sms_Wnd gsm(op);
-    text_change_notifications_on = true;
     gsm.windowDidLoad();
+    gsm.setTextChangeNotifications(true);
     GsmBulkSmsView view(gsm);
     view.resize(1100, 760);
     view.show();
@@ -104,8 +104,8 @@ TEST(Views, MainWindowFollowsItsController) {
     EXPECT_TRUE(view.isVisible());
     EXPECT_EQ(view.windowTitle(), android.title());
 
-    port_val_str_array = QStringList{"Pixel", "Galaxy"};
-    sel_port_name_str = "Pixel";
+    android.selection().port_val_str_array = QStringList{"Pixel", "Galaxy"};
+    android.selection().sel_port_name_str = "Pixel";
     auto* devices = view.findChild<QComboBox*>("_cb_ports_ComboBox");
     ASSERT_NE(devices, nullptr);
     // The phone search finds an offline phone (its message is shown) and the window is closed
@@ -130,7 +130,6 @@ TEST(Views, MainWindowFollowsItsController) {
 
     android.hide();
     EXPECT_FALSE(view.isVisible());
-    clearDeviceSelection();
 }
 
 TEST(Views, ClosingTheWindowAsksBeforeQuitting) {

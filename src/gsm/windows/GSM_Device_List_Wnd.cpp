@@ -1,6 +1,5 @@
 #include "GSM_Device_List_Wnd.h"
 
-#include "core/AppState.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
@@ -8,14 +7,12 @@
 #include "device/TestCaseRecord.h"
 #include "text/NumberRules.h"
 
-QString Cus_SMS_Num_STR;
-
 namespace {
 const QStringList kShownColumns = {kDeviceTickedKey, kPortNameKey};
 } // namespace
 
-GSM_Device_List_Wnd::GSM_Device_List_Wnd(Operator& op, QObject* parent)
-    : DialogController(parent), m_op(op), m_ports(kShownColumns),
+GSM_Device_List_Wnd::GSM_Device_List_Wnd(Operator& op, DeviceSelection& selection, QObject* parent)
+    : DialogController(parent), m_op(op), m_selection(selection), m_ports(kShownColumns),
       m_cases({kModemCaseLabelKey, kCaseDescriptionKey, kCaseStatusKey}) {}
 
 GSM_Device_List_Wnd::~GSM_Device_List_Wnd() {
@@ -23,12 +20,6 @@ GSM_Device_List_Wnd::~GSM_Device_List_Wnd() {
     m_stopTest = true;
     m_worker.requestStop();
     waitForWorkers();
-}
-
-GSM_Device_List_Wnd& GSM_Device_List_Wnd::defaultInstance(Operator& op) {
-    // Kept for the life of the process: its device list is what the whole GSM side uses.
-    static auto* instance = new GSM_Device_List_Wnd(op);
-    return *instance;
 }
 
 void GSM_Device_List_Wnd::waitForWorkers() { m_worker.join(); }
@@ -62,9 +53,9 @@ void GSM_Device_List_Wnd::Update_Column_Value(const QString& path, const QString
     m_ports.replace(row, copy);
 }
 
-void GSM_Device_List_Wnd::Update_Column_Value_For_Main_array(const QString& path, const QString& key,
-                                                             const QString& value) {
-    for (Record& record : port_det_str_array)
+void GSM_Device_List_Wnd::Update_Column_Value_For_Main_array(DeviceSelection& selection, const QString& path,
+                                                             const QString& key, const QString& value) {
+    for (Record& record : selection.port_det_str_array)
         if (record.value(kPortDetailKey) == path)
             record.insert(key, value);
 }
@@ -73,8 +64,8 @@ void GSM_Device_List_Wnd::Set_SMSC_Use_Status(const QString& path, const QString
                                               const QString& smsc) {
     Update_Column_Value(path, kUseCustomSmscKey, status);
     Update_Column_Value(path, kCustomSmscKey, smsc);
-    Update_Column_Value_For_Main_array(path, kUseCustomSmscKey, status);
-    Update_Column_Value_For_Main_array(path, kCustomSmscKey, smsc);
+    Update_Column_Value_For_Main_array(m_selection, path, kUseCustomSmscKey, status);
+    Update_Column_Value_For_Main_array(m_selection, path, kCustomSmscKey, smsc);
 }
 
 void GSM_Device_List_Wnd::setRowTicked(int row, bool ticked) {

@@ -1,11 +1,12 @@
 #pragma once
 // The GSM device window: finds the modems attached, shows each with its details, lets the
 // operator choose a mode and a custom service centre per device, and selects the devices
-// to send with (handed back through the selection globals). It ends with 1 when devices
-// were selected and 0 to go on without a device.
+// to send with (written into the selection of the main window that owns it). It ends with 1
+// when devices were selected and 0 to go on without a device.
 //
 // Searching and reading a device's details run on worker threads through the window's one
 // modem session; every change the view sees is made on the main thread.
+#include "core/DeviceSelection.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
 #include "core/WorkerThread.h"
@@ -22,17 +23,12 @@
 
 class Operator;
 
-// The custom service centre chosen with the selection ("" when the box was off).
-extern QString Cus_SMS_Num_STR;
-
 class GSM_Device_List_Wnd : public DialogController {
     Q_OBJECT
 public:
-    explicit GSM_Device_List_Wnd(Operator& op, QObject* parent = nullptr);
+    // selection: where the chosen devices go (the owning main window's).
+    GSM_Device_List_Wnd(Operator& op, DeviceSelection& selection, QObject* parent = nullptr);
     ~GSM_Device_List_Wnd() override;
-
-    // The window kept for the life of the process (created on first use).
-    static GSM_Device_List_Wnd& defaultInstance(Operator& op);
 
     // The device list: one record per modem, in discovery order.
     RecordTable& nsPortListData() { return m_ports; }
@@ -84,8 +80,9 @@ public:
     int rowOf(const QString& path) const;
     QString Get_Sel_Port_Details(const QString& path, const QString& key) const;
     void Update_Column_Value(const QString& path, const QString& key, const QString& value);
-    static void Update_Column_Value_For_Main_array(const QString& path, const QString& key,
-                                                   const QString& value);
+    // The same value in the selected devices' record of that path.
+    static void Update_Column_Value_For_Main_array(DeviceSelection& selection, const QString& path,
+                                                   const QString& key, const QString& value);
     // Both lists at once, as the custom service centre tick box does.
     void Set_SMSC_Use_Status(const QString& path, const QString& status, const QString& smsc);
 
@@ -139,11 +136,12 @@ private:
     enum class Verdict { Accept, Skip, Stop };
     Verdict checkForSelection(const Record& record, int ticked);
     // On the main thread: the accepted devices become the selection.
-    void finishSelection(const QList<Record>& accepted, const QString& customSmsc);
+    void finishSelection(const QList<Record>& accepted);
     void Fill_Test_case_List();
     void Chk_Test_Automate_SMS_fun(SendModeTest::Request request);
 
     Operator& m_op;
+    DeviceSelection& m_selection;
     MFCSMS m_session;
     RecordTable m_ports;
     WorkerThread m_worker{QStringLiteral("device-search")}; // the search, or a device's details

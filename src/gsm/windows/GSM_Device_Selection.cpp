@@ -1,9 +1,8 @@
 // Selecting the ticked devices of the GSM device window for sending: each is checked
-// (service centre, mode, a working connection) and the accepted ones are handed back
-// through the selection globals.
+// (service centre, mode, a working connection) and the accepted ones become the selection of
+// the main window that owns the device window.
 #include "GSM_Device_List_Wnd.h"
 
-#include "core/AppState.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
 #include "device/DeviceRecord.h"
@@ -55,15 +54,14 @@ void GSM_Device_List_Wnd::Multi_Phone_Selected_Func() {
 
     m_progressSheet = true;
     emit changed();
-    port_val_str_array.clear();
-    port_det_str_array.clear();
+    m_selection.port_val_str_array.clear();
+    m_selection.port_det_str_array.clear();
     QList<Record> records; // read after the custom service centre above was stored
     for (int row : ticked)
         records << m_ports.at(row);
-    const QString customSmsc = m_customSmscChecked ? m_customSmscText : QString();
     // The checks talk to every ticked modem (seconds each): on the worker, behind the progress
     // sheet, so that the window keeps repainting. The selection is handed back on this thread.
-    m_worker.start([this, records, customSmsc](std::stop_token) {
+    m_worker.start([this, records](std::stop_token) {
         QList<Record> accepted;
         for (const Record& record : records) {
             const Verdict verdict = checkForSelection(record, int(records.size()));
@@ -73,17 +71,16 @@ void GSM_Device_List_Wnd::Multi_Phone_Selected_Func() {
             if (verdict == Verdict::Accept)
                 accepted << record;
         }
-        MainThread::invokeAndWait([&] { finishSelection(accepted, customSmsc); });
+        MainThread::invokeAndWait([&] { finishSelection(accepted); });
     });
 }
 
-void GSM_Device_List_Wnd::finishSelection(const QList<Record>& accepted, const QString& customSmsc) {
+void GSM_Device_List_Wnd::finishSelection(const QList<Record>& accepted) {
     for (const Record& record : accepted) {
-        sel_port_name_str = record.value(kPortNameKey);
-        sel_port_bsd_str = record.value(kPortDetailKey);
-        port_val_str_array.append(sel_port_bsd_str);
-        port_det_str_array.append(record);
-        Cus_SMS_Num_STR = customSmsc;
+        m_selection.sel_port_name_str = record.value(kPortNameKey);
+        m_selection.sel_port_bsd_str = record.value(kPortDetailKey);
+        m_selection.port_val_str_array.append(m_selection.sel_port_bsd_str);
+        m_selection.port_det_str_array.append(record);
     }
     m_progressSheet = false;
     emit changed();

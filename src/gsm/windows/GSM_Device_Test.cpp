@@ -2,7 +2,6 @@
 // device, its report, and the automated sending window for every device found.
 #include "GSM_Device_List_Wnd.h"
 
-#include "core/AppState.h"
 #include "core/FileUtils.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
@@ -71,7 +70,7 @@ void GSM_Device_List_Wnd::Chk_Test_Automate_SMS_fun(SendModeTest::Request reques
     onMain([this, path, history, end] {
         if (end != SendModeTest::End::OpenFailed) {
             Update_Column_Value(path, kTestHistoryKey, history);
-            Update_Column_Value_For_Main_array(path, kTestHistoryKey, history);
+            Update_Column_Value_For_Main_array(m_selection, path, kTestHistoryKey, history);
         }
         m_testing = false;
         m_progressSheet = false;
@@ -107,7 +106,7 @@ void GSM_Device_List_Wnd::Save_SMS_Report_Pressed() {
 Automated_GSM_Sending::SettingsWriter GSM_Device_List_Wnd::settingsWriter() {
     return [this](const QString& path, const QString& key, const QString& value) {
         Update_Column_Value(path, key, value);
-        Update_Column_Value_For_Main_array(path, key, value);
+        Update_Column_Value_For_Main_array(m_selection, path, key, value);
         // The shown device's settings follow at once.
         if (m_prevIndex >= 0 && m_prevIndex < m_ports.size() &&
             m_ports.at(m_prevIndex).value(kPortDetailKey) == path) {

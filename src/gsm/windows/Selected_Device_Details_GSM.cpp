@@ -2,7 +2,6 @@
 
 #include "GSM_Device_List_Wnd.h"
 #include "SendModeTest.h"
-#include "core/AppState.h"
 #include "core/Clock.h"
 #include "core/Guard.h"
 #include "core/MainThread.h"
@@ -30,15 +29,11 @@ const QString kCustomMissingOnOk =
 const QString kTestMessage = QStringLiteral("Test Message From Ostrel Bulk SMS Software.");
 } // namespace
 
-Selected_Device_Details_GSM::Selected_Device_Details_GSM(Operator& op, QObject* parent)
-    : DialogController(parent), m_op(op), m_rows({kPortNameKey, kModelKey}) {}
+Selected_Device_Details_GSM::Selected_Device_Details_GSM(Operator& op, DeviceSelection& selection,
+                                                         QObject* parent)
+    : DialogController(parent), m_op(op), m_selection(selection), m_rows({kPortNameKey, kModelKey}) {}
 
 Selected_Device_Details_GSM::~Selected_Device_Details_GSM() { m_worker.join(); }
-
-Selected_Device_Details_GSM& Selected_Device_Details_GSM::defaultInstance(Operator& op) {
-    static auto* instance = new Selected_Device_Details_GSM(op);
-    return *instance;
-}
 
 Record Selected_Device_Details_GSM::Create_Port_List(const Record& deviceRecord) {
     Record row;
@@ -50,7 +45,7 @@ Record Selected_Device_Details_GSM::Create_Port_List(const Record& deviceRecord)
 
 void Selected_Device_Details_GSM::fillRows() {
     RecordList rows;
-    for (const Record& record : port_det_str_array)
+    for (const Record& record : m_selection.port_det_str_array)
         rows << Create_Port_List(record);
     m_rows.setRecords(rows);
     m_shownRow = -1;
@@ -91,7 +86,7 @@ void Selected_Device_Details_GSM::Update_Column_Value(const QString& path, const
         copy.insert(key, value);
         m_rows.replace(row, copy);
     }
-    GSM_Device_List_Wnd::Update_Column_Value_For_Main_array(path, key, value);
+    GSM_Device_List_Wnd::Update_Column_Value_For_Main_array(m_selection, path, key, value);
 }
 
 // ---- modes and service centre, as in the device window ----
@@ -195,7 +190,7 @@ void Selected_Device_Details_GSM::Send_Test_SMS_fun(const Record& row, const QSt
                                                     const QString& number) {
     const QString path = row.value(kPortDetailKey);
     QString capability;
-    for (const Record& record : MainThread::invokeAndWait([] { return port_det_str_array; }))
+    for (const Record& record : MainThread::invokeAndWait([this] { return m_selection.port_det_str_array; }))
         if (record.value(kPortDetailKey) == path)
             capability = record.value(kSmsCapableKey);
     QString status;
@@ -263,7 +258,7 @@ void Selected_Device_Details_GSM::Automate_Button_Presses() {
     }
     const QString path = shownPath();
     Record device = m_rows.at(m_shownRow);
-    for (const Record& record : port_det_str_array)
+    for (const Record& record : m_selection.port_det_str_array)
         if (record.value(kPortDetailKey) == path)
             device = record; // the whole record: capability, maker and the rest of its details
     Automated_GSM_Sending window(m_op);

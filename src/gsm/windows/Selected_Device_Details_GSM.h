@@ -6,6 +6,7 @@
 //
 // The test message runs on the window's worker through the window's own modem session.
 #include "Automated_GSM_Sending.h"
+#include "core/DeviceSelection.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
 #include "core/WorkerThread.h"
@@ -19,10 +20,9 @@ class Operator;
 class Selected_Device_Details_GSM : public DialogController {
     Q_OBJECT
 public:
-    explicit Selected_Device_Details_GSM(Operator& op, QObject* parent = nullptr);
+    // selection: the devices it shows and changes (the owning main window's).
+    Selected_Device_Details_GSM(Operator& op, DeviceSelection& selection, QObject* parent = nullptr);
     ~Selected_Device_Details_GSM() override;
-
-    static Selected_Device_Details_GSM& defaultInstance(Operator& op);
 
     // Rows from the selected devices' records, the first one shown, and the window run modally.
     int Open_Gsm_Ph_Det_List_Wnd();
@@ -67,6 +67,7 @@ private:
     QString shownPath() const;
 
     Operator& m_op;
+    DeviceSelection& m_selection;
     MFCSMS m_session;
     RecordTable m_rows;
     WorkerThread m_worker{QStringLiteral("test-message")};

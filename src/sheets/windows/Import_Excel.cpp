@@ -2,9 +2,9 @@
 
 #include "ImportTargets.h"
 #include "WorkbookPreparation.h"
-#include "core/AppState.h"
 #include "core/Guard.h"
 #include "core/MainThread.h"
+#include "core/MainWindows.h"
 #include "core/Operator.h"
 #include "list/BulkSmsWindow.h"
 #include "list/ListLoad.h"
@@ -15,19 +15,18 @@
 #include <memory>
 #include <utility>
 
-namespace {
+Import_Excel::Import_Excel(Operator& op, const MainWindows* windows, QObject* parent)
+    : DialogController(parent), m_op(op), m_windows(windows), m_columns({kColumnTickedKey, kColumnNameKey}) {}
 
-BulkSmsWindow* windowOfMode(const QString& mode) {
+BulkSmsWindow* Import_Excel::windowOfMode(const QString& mode) const {
+    if (m_windows == nullptr)
+        return nullptr;
     if (mode == QLatin1String("AND"))
-        return qobject_cast<BulkSmsWindow*>(Main_App_wnd);
+        return qobject_cast<BulkSmsWindow*>(&m_windows->android());
     if (mode == QLatin1String("GSM"))
-        return qobject_cast<BulkSmsWindow*>(GSM_App_wnd);
+        return qobject_cast<BulkSmsWindow*>(&m_windows->gsm());
     return nullptr;
 }
-} // namespace
-
-Import_Excel::Import_Excel(Operator& op, QObject* parent)
-    : DialogController(parent), m_op(op), m_columns({kColumnTickedKey, kColumnNameKey}) {}
 
 int Import_Excel::Open_excel_Wnd(const QString& path, const QString& mode) {
     MainThread::invokeAndWait([&] { prepareWindow(path, mode); });

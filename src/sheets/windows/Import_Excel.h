@@ -11,13 +11,15 @@
 
 class BulkSmsWindow;
 class ExclusionImportTarget;
+class MainWindows;
 class Operator;
 class TemplateImportTarget;
 
 class Import_Excel : public DialogController {
     Q_OBJECT
 public:
-    explicit Import_Excel(Operator& op, QObject* parent = nullptr);
+    // windows: the main windows an "AND" or "GSM" import fills (none for "EX" and "TEMP").
+    explicit Import_Excel(Operator& op, const MainWindows* windows = nullptr, QObject* parent = nullptr);
 
     void setExclusionTarget(ExclusionImportTarget* target) { m_exclusionTarget = target; }
     void setTemplateTarget(TemplateImportTarget* target) { m_templateTarget = target; }
@@ -57,8 +59,11 @@ private:
     // The import into a window's list, on that window's loading thread.
     void importIntoList(BulkSmsWindow& window);
     void passValue(BulkSmsWindow* window, const QString& value, const QString& message);
+    // The main window an "AND" or "GSM" import fills; null for the others.
+    BulkSmsWindow* windowOfMode(const QString& mode) const;
 
     Operator& m_op;
+    const MainWindows* m_windows;
     QString m_mode;
     QString m_path;
     QString m_openFailure; // why the workbook could not be opened, "" when it could

@@ -2,23 +2,21 @@
 
 #include "Excel_Dynamic_Msg.h"
 #include "Import_Excel.h"
-#include "core/AppState.h"
 #include "core/Log.h"
 #include "core/Operator.h"
 #include "list/BulkSmsWindow.h"
 
-int SpreadsheetWindows::openColumnImport(const QString& path, const QString& mode) {
-    auto* window = qobject_cast<BulkSmsWindow*>(mode == QLatin1String("AND") ? Main_App_wnd : GSM_App_wnd);
-    if (window == nullptr) {
+int SpreadsheetWindows::openColumnImport(BulkSmsWindow& window, const QString& path, const QString& mode) {
+    if (window.mainWindows() == nullptr) {
         Show_NSLog_Message(QStringLiteral("No window for the column import in mode %1").arg(mode));
         return 0;
     }
-    Import_Excel dialog(window->op());
+    Import_Excel dialog(window.op(), window.mainWindows());
     return dialog.Open_excel_Wnd(path, mode);
 }
 
-int SpreadsheetWindows::openDynamicMessages() {
-    BulkSmsWindow* window = activeBulkSmsWindow();
+int SpreadsheetWindows::openDynamicMessages(BulkSmsWindow& asking) {
+    BulkSmsWindow* window = activeBulkSmsWindow(asking.mainWindows());
     if (window == nullptr) {
         Show_NSLog_Message(QStringLiteral("No active window for spreadsheet messages"));
         return 0;

@@ -5,7 +5,6 @@
 #include "MainThreadWatchdog.h"
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
-#include "core/AppState.h"
 #include "core/Clock.h"
 #include "core/Log.h"
 #include "sim/VirtualModem.h"
@@ -61,7 +60,6 @@ protected:
     }
     Record record(int row) const { return window.nsPortListData().at(row); }
     void SetUp() override {
-        clearDeviceSelection();
         // Read time-outs must leave the virtual modem's thread time to answer.
         Clock::setScale(0.05);
     }
@@ -69,7 +67,8 @@ protected:
 
     std::vector<std::unique_ptr<VirtualModem>> modems;
     ScriptedOperator op;
-    GSM_Device_List_Wnd window{op};
+    DeviceSelection selection; // the GSM window's, as the device window fills it
+    GSM_Device_List_Wnd window{op, selection};
 };
 
 TEST_F(DeviceWindowTest, TwoModemsAreFoundInOrderWithTheirDetails) {
@@ -148,7 +147,7 @@ TEST_F(SelectionTest, OneFailingDeviceShowsThePlainMessageAndStays) {
               QStringList{"\nEither no Mobile Device is connected on this port or selected device is "
                           "not working properly."});
     EXPECT_FALSE(window.isEnded());
-    EXPECT_TRUE(port_val_str_array.isEmpty());
+    EXPECT_TRUE(selection.port_val_str_array.isEmpty());
 }
 
 TEST_F(SelectionTest, TwoTickedWithOneFailingAsksAndKeepsTheOther) {
@@ -165,9 +164,9 @@ TEST_F(SelectionTest, TwoTickedWithOneFailingAsksAndKeepsTheOther) {
                     "properly.\n\nAre you sure you want to continue without selecting device?"});
     EXPECT_TRUE(window.isEnded());
     EXPECT_EQ(window.endCode(), 1);
-    EXPECT_EQ(port_val_str_array, QStringList{paths().at(0)});
-    EXPECT_EQ(sel_port_bsd_str, paths().at(0));
-    EXPECT_EQ(port_det_str_array.size(), 1);
+    EXPECT_EQ(selection.port_val_str_array, QStringList{paths().at(0)});
+    EXPECT_EQ(selection.sel_port_bsd_str, paths().at(0));
+    EXPECT_EQ(selection.port_det_str_array.size(), 1);
     EXPECT_TRUE(modems.at(0)->commandLog().contains("AT+CMMS=2"));
 }
 
@@ -181,7 +180,7 @@ TEST_F(SelectionTest, TheChecksTalkToTheModemsOffTheMainThread) {
     window.waitForWorkers();
     EXPECT_FALSE(window.progressSheetShown());
     EXPECT_EQ(window.endCode(), 1);
-    EXPECT_EQ(port_val_str_array, QStringList{paths().at(0)});
+    EXPECT_EQ(selection.port_val_str_array, QStringList{paths().at(0)});
 }
 
 TEST_F(SelectionTest, ADeviceWithoutAModeCannotBeSelected) {
@@ -196,7 +195,7 @@ TEST_F(SelectionTest, ADeviceWithoutAModeCannotBeSelected) {
 TEST_F(SelectionTest, NothingTickedOrNothingListed) {
     window.Multi_Phone_Selected_Func();
     window.waitForWorkers();
-    GSM_Device_List_Wnd empty(op);
+    GSM_Device_List_Wnd empty(op, selection);
     empty.Multi_Phone_Selected_Func();
     empty.waitForWorkers();
     EXPECT_EQ(op.alerts(), (QStringList{"\nPlease select device from list.", "\nDevice list is empty."}));
@@ -269,7 +268,7 @@ TEST_F(DeviceWindowTest, EightModemsAreSearchedAndSelectedWhileTheWindowStaysRes
     window.beginModal();
     window.Multi_Phone_Selected_Func();
     window.waitForWorkers();
-    EXPECT_EQ(port_val_str_array, paths());
+    EXPECT_EQ(selection.port_val_str_array, paths());
     EXPECT_LT(watchdog.longestGapMs(), 100);
 }
 

@@ -4,7 +4,6 @@
 
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
-#include "core/AppState.h"
 #include "core/Clock.h"
 #include "sim/VirtualModem.h"
 
@@ -32,17 +31,13 @@ Record selectedDevice(const QString& path, const QString& mode = "PDU Mode",
 class DetailsWindowTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        clearDeviceSelection();
         Clock::setScale(0.2); // read time-outs leave the virtual modem's thread time to answer
     }
-    void TearDown() override {
-        clearDeviceSelection();
-        Clock::setScale(0.001);
-    }
+    void TearDown() override { Clock::setScale(0.001); }
     void select(const QList<Record>& records) {
         for (const Record& r : records) {
-            port_det_str_array << r;
-            port_val_str_array << r.value("PORT_DETAL");
+            selection.port_det_str_array << r;
+            selection.port_val_str_array << r.value("PORT_DETAL");
         }
         window.fillRows();
     }
@@ -54,7 +49,8 @@ protected:
     }
 
     ScriptedOperator op;
-    Selected_Device_Details_GSM window{op};
+    DeviceSelection selection; // the GSM window's selected devices
+    Selected_Device_Details_GSM window{op, selection};
 };
 
 TEST_F(DetailsWindowTest, ChangesOfARowReachTheSelectedDevicesRecords) {
@@ -70,13 +66,13 @@ TEST_F(DetailsWindowTest, ChangesOfARowReachTheSelectedDevicesRecords) {
     window.Custom_SMSC_Pressed(true);
     EXPECT_EQ(op.alerts(),
               QStringList{"\nThe SMSC number does not seem to be valid. Please enter a valid SMSC number."});
-    EXPECT_EQ(port_det_str_array.at(1).value("SMSMode"), "PDU Mode");
-    EXPECT_EQ(port_det_str_array.at(1).value("UseCusSMSC"), "Y");
-    EXPECT_EQ(port_det_str_array.at(1).value("CusSMSC"), "+447700900777");
-    EXPECT_EQ(port_det_str_array.at(0).value("UseCusSMSC"), "N"); // the other device is untouched
+    EXPECT_EQ(selection.port_det_str_array.at(1).value("SMSMode"), "PDU Mode");
+    EXPECT_EQ(selection.port_det_str_array.at(1).value("UseCusSMSC"), "Y");
+    EXPECT_EQ(selection.port_det_str_array.at(1).value("CusSMSC"), "+447700900777");
+    EXPECT_EQ(selection.port_det_str_array.at(0).value("UseCusSMSC"), "N"); // the other device is untouched
     window.Custom_SMSC_Pressed(false);
-    EXPECT_EQ(port_det_str_array.at(1).value("UseCusSMSC"), "N");
-    EXPECT_EQ(port_det_str_array.at(1).value("CusSMSC"), "+447700900123");
+    EXPECT_EQ(selection.port_det_str_array.at(1).value("UseCusSMSC"), "N");
+    EXPECT_EQ(selection.port_det_str_array.at(1).value("CusSMSC"), "+447700900123");
 }
 
 TEST_F(DetailsWindowTest, OkNamesTheDeviceWithoutAServiceCentreAndStaysOpen) {
@@ -125,7 +121,7 @@ TEST_F(DetailsWindowTest, ATestMessageGoesThroughTheDeviceInItsModeAndCentre) {
     EXPECT_EQ(modem.received().at(0).smsc, "+447700900777");
 
     // A device whose capability was not detected asks first, and only reports the hand-over.
-    port_det_str_array[0].insert("SMS_CAPABLE", "Not Detected");
+    selection.port_det_str_array[0].insert("SMS_CAPABLE", "Not Detected");
     window.PDU_Mode_Radio();
     op.answerYes();
     sendTest("+447700900555");

@@ -7,7 +7,6 @@
 
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
-#include "core/AppState.h"
 #include "core/Clock.h"
 #include "core/FileUtils.h"
 #include "gsm/MFCSMS.h"
@@ -126,7 +125,6 @@ TEST(SendModeCases, TheReportIsUtf16PiecesEachWithItsMark) {
 class ModeTestOnModems : public ::testing::Test {
 protected:
     void SetUp() override {
-        clearDeviceSelection();
         Clock::setScale(0.2); // read time-outs leave the virtual modem's thread time to answer
     }
     void TearDown() override { Clock::setScale(0.001); }
@@ -170,7 +168,8 @@ protected:
 
     std::vector<std::unique_ptr<VirtualModem>> modems;
     ScriptedOperator op;
-    GSM_Device_List_Wnd devices{op};
+    DeviceSelection selection; // the GSM window's
+    GSM_Device_List_Wnd devices{op, selection};
 };
 
 TEST_F(ModeTestOnModems, ModemsPassExactlyTheCasesTheyAccept) {
@@ -397,9 +396,9 @@ TEST_F(ModeTestOnModems, ApplyingACaseChangesTheDeviceRecordTheSendingUses) {
     devices.beginModal();
     devices.Multi_Phone_Selected_Func();
     devices.waitForWorkers();
-    ASSERT_EQ(port_det_str_array.size(), 1);
-    EXPECT_EQ(port_det_str_array.at(0).value("SMSMode"), "Text Mode");
-    EXPECT_EQ(port_det_str_array.at(0).value("CusSMSC"), kCustom);
+    ASSERT_EQ(selection.port_det_str_array.size(), 1);
+    EXPECT_EQ(selection.port_det_str_array.at(0).value("SMSMode"), "Text Mode");
+    EXPECT_EQ(selection.port_det_str_array.at(0).value("CusSMSC"), kCustom);
 }
 
 TEST_F(ModeTestOnModems, TheWindowRefusesWhatItCannotDoAndAsksBeforeClosing) {
@@ -425,7 +424,7 @@ TEST_F(ModeTestOnModems, TheWindowRefusesWhatItCannotDoAndAsksBeforeClosing) {
                           port + ",.\nAre you sure to continue?"});
 
     // Before any search the automated window does not open.
-    GSM_Device_List_Wnd fresh(op);
+    GSM_Device_List_Wnd fresh(op, selection);
     fresh.Automate_Button_Presses();
     EXPECT_TRUE(
         op.alerts().last().startsWith("\nThe scanning to find connected Mobile devices has not been"));

@@ -1,6 +1,5 @@
 #include "ImportFixture.h"
 
-#include "core/AppState.h"
 #include "list/ListLoad.h"
 #include "list/LoadCounters.h"
 #include "sheets/ColumnNames.h"
@@ -26,15 +25,7 @@ QStringList ImportTestWindow::messages() const {
 
 void ImportTest::SetUp() {
     WorkbookTest::SetUp();
-    text_change_notifications_on = true;
-    Main_App_wnd = &android;
-    GSM_App_wnd = &gsm;
-    gsm_and_none = 2;
-}
-
-void ImportTest::TearDown() {
-    Main_App_wnd = nullptr;
-    GSM_App_wnd = nullptr;
+    windows.setFront(MainWindowController::Kind::Android);
 }
 
 QString ImportTest::tableWorkbook(const QString& name, const QList<SpreadsheetData>& sheets) const {

@@ -3,11 +3,15 @@
 #include "WorkbookFixture.h"
 
 #include "ScriptedOperator.h"
+#include "core/MainWindows.h"
 #include "list/BulkSmsWindow.h"
 
 class ImportTestWindow : public BulkSmsWindow {
 public:
-    ImportTestWindow(Kind kind, Operator& op) : BulkSmsWindow(kind, op) { windowDidLoad(); }
+    ImportTestWindow(Kind kind, Operator& op) : BulkSmsWindow(kind, op) {
+        windowDidLoad();
+        setTextChangeNotifications(true); // as after launch
+    }
     QString title() const override { return "test"; }
     int runConnectionSteps() override { return 0; }
     QStringList numbers() const;
@@ -17,7 +21,6 @@ public:
 class ImportTest : public WorkbookTest {
 protected:
     void SetUp() override;
-    void TearDown() override;
 
     // A workbook whose sheets hold the given rows (inline strings, dimension from the widest row).
     QString tableWorkbook(const QString& name, const QList<SpreadsheetData>& sheets) const;
@@ -28,4 +31,5 @@ protected:
     ScriptedOperator op;
     ImportTestWindow android{MainWindowController::Kind::Android, op};
     ImportTestWindow gsm{MainWindowController::Kind::Gsm, op};
+    MainWindows windows{android, gsm};
 };
