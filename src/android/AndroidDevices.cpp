@@ -117,7 +117,7 @@ Record propertyRow(const QString& label, const QString& value) {
                   {kDeviceTickedKey, QStringLiteral("0")}};
 }
 
-RecordList readDeviceProperties() {
+RecordList readDeviceProperties(const DataFolder& folder) {
     RecordList rows;
     const QString manufacturer = getprop(QStringLiteral("ro.product.manufacturer"));
     const QString model = getprop(QStringLiteral("ro.product.model"));
@@ -140,7 +140,7 @@ RecordList readDeviceProperties() {
 
     // The values pass through the scratch "build.prop", one "query=value" line each, and are
     // read back line by line: a value adb garbled into an error reads as empty.
-    const QString scratch = Created_Resource_Path + QStringLiteral("/build.prop");
+    const QString scratch = folder.Created_Resource_Path() + QStringLiteral("/build.prop");
     const QList<QPair<QString, QString>> lines = {
         {QStringLiteral("ro.product.manufacturer"), manufacturer},
         {QStringLiteral("ro.product.model"), model},

@@ -6,6 +6,8 @@
 
 #include <QString>
 
+class DataFolder;
+
 // adb's device list without anything up to its header, trimmed ("" = no phone).
 QString Get_Android_Device_List();
 // The list text narrowed to the serial filter (a pure step of the above, for tests).
@@ -22,7 +24,7 @@ QString Get_Android_Device_Status();
 
 // The property rows of the search window ("COM_PORT" label, "PORT_DETAL" value), after the
 // "Device" row: Manufacturer ... Sim Operator read through getprop, then the serial number.
-RecordList readDeviceProperties();
+RecordList readDeviceProperties(const DataFolder& folder);
 Record propertyRow(const QString& label, const QString& value);
 
 // The display name from the rows: the manufacturer, and the model unless the maker holds it.

@@ -9,6 +9,7 @@
 #include "core/Operator.h"
 #include "delivery/DelayedDeliveryPause.h"
 #include "device/DeviceRecord.h"
+#include <utility>
 
 using namespace std::chrono_literals;
 
@@ -33,13 +34,13 @@ QString capitalised(const QString& text) {
 
 } // namespace
 
-Android_Ph_List_Wnd& Android_Ph_List_Wnd::defaultInstance(Operator& op) {
-    static auto* instance = new Android_Ph_List_Wnd(op);
+Android_Ph_List_Wnd& Android_Ph_List_Wnd::defaultInstance(Operator& op, const DataFolder& folder) {
+    static auto* instance = new Android_Ph_List_Wnd(op, folder);
     return *instance;
 }
 
-Android_Ph_List_Wnd::Android_Ph_List_Wnd(Operator& op, QObject* parent)
-    : DialogController(parent), m_op(op),
+Android_Ph_List_Wnd::Android_Ph_List_Wnd(Operator& op, DataFolder folder, QObject* parent)
+    : DialogController(parent), m_op(op), m_folder(std::move(folder)),
       m_busyBar([this] { onMain([this] { m_busy = nextActivityValue(m_busy); }); }), m_rows(kRowColumns) {
     resetLines();
 }
@@ -130,7 +131,7 @@ Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::searchRound() {
     });
     setAndroidSelectedDevice(QString());
     QString tag;
-    if (!CheckConnection(tag, true, m_op, this)) {
+    if (!CheckConnection(tag, true, m_op, m_folder, this)) {
         if (stopAsked())
             return searchDevice(false);
         Clock::sleep(1s);
@@ -199,7 +200,7 @@ Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::searchRound() {
     markLine(Permission, QStringLiteral("User permissions done"), QLatin1Char('T'));
     markLine(Connection, QStringLiteral("Connecting"), QLatin1Char('A'));
 
-    const RecordList properties = readDeviceProperties();
+    const RecordList properties = readDeviceProperties(m_folder);
     onMain([&] {
         for (const Record& row : properties)
             if (!row.value(kPortNameKey).trimmed().isEmpty())
@@ -233,7 +234,7 @@ bool Android_Ph_List_Wnd::chooseShownPhone() {
     QString tag;
     bool ready = false;
     WorkerThread check(QStringLiteral("android-check"));
-    check.start([&](std::stop_token) { ready = CheckConnection(tag, false, m_op); });
+    check.start([&](std::stop_token) { ready = CheckConnection(tag, false, m_op, m_folder); });
     check.join();
     m_pleaseWait = false;
     emit changed();

@@ -3,6 +3,7 @@
 // the companion app and granting its permissions), shows the phone's properties, and records
 // the chosen phone in the selection globals. Three status lines follow the search.
 #include "CompanionApp.h"
+#include "core/DataFolder.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
 #include "core/WorkerThread.h"
@@ -18,8 +19,9 @@ class Operator;
 class Android_Ph_List_Wnd : public DialogController, public ConnectionStatusLines {
     Q_OBJECT
 public:
-    static Android_Ph_List_Wnd& defaultInstance(Operator& op);
-    explicit Android_Ph_List_Wnd(Operator& op, QObject* parent = nullptr);
+    static Android_Ph_List_Wnd& defaultInstance(Operator& op, const DataFolder& folder);
+    // folder: where the phone's properties and the test messages' files are written.
+    Android_Ph_List_Wnd(Operator& op, DataFolder folder, QObject* parent = nullptr);
     ~Android_Ph_List_Wnd() override;
 
     struct StatusLine {
@@ -74,6 +76,7 @@ private:
     static void Stop_Modem_SRCH_set();
 
     Operator& m_op;
+    const DataFolder m_folder;
     WorkerThread m_worker{QStringLiteral("android-search")};
     ActivityIndicator m_busyBar;
     std::atomic<bool> m_searching{false};

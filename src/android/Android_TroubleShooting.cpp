@@ -14,6 +14,7 @@
 #include "core/Operator.h"
 #include "core/TroubleshootingLog.h"
 #include "device/TestCaseRecord.h"
+#include <utility>
 
 using namespace std::chrono_literals;
 
@@ -31,8 +32,8 @@ const CaseKind kCases[] = {
 const QStringList kCaseColumns = {kPhoneCaseLabelKey, kCaseDescriptionKey, kCaseStatusKey};
 } // namespace
 
-Android_TroubleShooting::Android_TroubleShooting(Operator& op, QObject* parent)
-    : DialogController(parent), m_op(op), m_cases(kCaseColumns) {}
+Android_TroubleShooting::Android_TroubleShooting(Operator& op, DataFolder folder, QObject* parent)
+    : DialogController(parent), m_op(op), m_folder(std::move(folder)), m_cases(kCaseColumns) {}
 
 Android_TroubleShooting::~Android_TroubleShooting() {
     m_stop = true;
@@ -97,7 +98,7 @@ void Android_TroubleShooting::Start_Btn() {
 void Android_TroubleShooting::runCases(const QString& number, const QString& device) {
     Stop_Modem_SRCH = 0;
     QString tag;
-    if (!CheckConnection(tag, false, m_op)) {
+    if (!CheckConnection(tag, false, m_op, m_folder)) {
         if (tag != QLatin1String("MORE"))
             m_op.Show_MessageBox(kNoPhoneSelectedMessage);
         return;
@@ -117,8 +118,8 @@ void Android_TroubleShooting::runCases(const QString& number, const QString& dev
             QStringLiteral("Timestamp:\t") + Get_Date_Time_Val() + QStringLiteral("\n") + details +
             QStringLiteral("\n") + QStringLiteral("Test Number : ") + number + QStringLiteral("\n"));
         const QString text = AndroidModeTest::caseText(kCases[i].description, device);
-        const AndroidModeTest::Outcome outcome = i == 0   ? AndroidModeTest::singleShot(number, text)
-                                                 : i == 1 ? AndroidModeTest::standard(number, text)
+        const AndroidModeTest::Outcome outcome = i == 0 ? AndroidModeTest::singleShot(m_folder, number, text)
+                                                 : i == 1 ? AndroidModeTest::standard(m_folder, number, text)
                                                           : AndroidModeTest::classic(number, text);
         const bool worked = outcome.worked();
         if (outcome.copied)

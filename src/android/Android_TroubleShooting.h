@@ -4,6 +4,7 @@
 // operator picks (ends with 1 on OK, 0 on Close).
 //
 // The cases run on the window's worker; every change the view sees is made on the main thread.
+#include "core/DataFolder.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
 #include "core/WorkerThread.h"
@@ -16,7 +17,8 @@ class Operator;
 class Android_TroubleShooting : public DialogController {
     Q_OBJECT
 public:
-    explicit Android_TroubleShooting(Operator& op, QObject* parent = nullptr);
+    // folder: where the test messages' files are written.
+    Android_TroubleShooting(Operator& op, DataFolder folder, QObject* parent = nullptr);
     ~Android_TroubleShooting() override;
 
     // Prepares the window for the phone the Android window shows: the radios from the current
@@ -50,6 +52,7 @@ private:
     void setStatus(int index, const QString& status);
 
     Operator& m_op;
+    const DataFolder m_folder;
     RecordTable m_cases;
     WorkerThread m_worker{QStringLiteral("mode-test")};
     std::atomic<bool> m_stop{false};

@@ -18,7 +18,9 @@ QString shellRun(const QStringList& words) {
     return ExecuteExternalFile(QStringList{QStringLiteral("shell")} + words);
 }
 
-QString apkPath() { return Resource_Path + QLatin1Char('/') + kCompanionApk; }
+QString apkPath(const DataFolder& folder) {
+    return folder.Resource_Path() + QLatin1Char('/') + kCompanionApk;
+}
 
 void mark(ConnectionStatusLines* status, ConnectionStatusLines::Line line, const QString& text, QChar m) {
     if (status != nullptr)
@@ -35,7 +37,7 @@ bool restUnlessStopped(ConnectionStatusLines* status) {
 }
 
 // One install attempt with its log line and the two settings; returns the install result.
-QString installOnce() {
+QString installOnce(const DataFolder& folder) {
     const QString manufacturer =
         Check_Command_Response_Is_Valid(
             shellRun({QStringLiteral("getprop"), QStringLiteral("ro.product.manufacturer")}))
@@ -44,8 +46,8 @@ QString installOnce() {
                               shellRun({QStringLiteral("getprop"), QStringLiteral("ro.product.model")}))
                               .trimmed();
     const QString time = Get_Date_Time_Val();
-    QString result = ExecuteExternalFile(
-                         {QStringLiteral("install"), QStringLiteral("-t"), QStringLiteral("-r"), apkPath()}) +
+    QString result = ExecuteExternalFile({QStringLiteral("install"), QStringLiteral("-t"),
+                                          QStringLiteral("-r"), apkPath(folder)}) +
                      QLatin1Char('\n');
     Write_In_Troubleshoot_File(
         QStringLiteral("Install OstrelBulkSMS.apk in %1-%2 at %3\n").arg(manufacturer, model, time) + result);
@@ -73,14 +75,15 @@ bool connectionFailed(Operator& op, ConnectionStatusLines* status, const QString
 
 } // namespace
 
-QString missingApkMessage() {
+QString missingApkMessage(const DataFolder& folder) {
     return QStringLiteral(
                "The companion app \"%1\" is not in the resource folder:\n%2\n\nPut the app's package "
                "file there and search again.")
-        .arg(kCompanionApk, Resource_Path);
+        .arg(kCompanionApk, folder.Resource_Path());
 }
 
-bool CheckConnection(QString& errorTag, bool install, Operator& op, ConnectionStatusLines* status) {
+bool CheckConnection(QString& errorTag, bool install, Operator& op, const DataFolder& folder,
+                     ConnectionStatusLines* status) {
     errorTag.clear();
     Write_In_Troubleshoot_File(QStringLiteral("start check connection of android device"));
     const QString list = Get_Android_Device_List();
@@ -133,16 +136,16 @@ bool CheckConnection(QString& errorTag, bool install, Operator& op, ConnectionSt
 
     // The app is the operator's to supply; without it the install's own error would read as
     // a success below.
-    if (!QFileInfo(apkPath()).isFile()) {
+    if (!QFileInfo(apkPath(folder)).isFile()) {
         mark(status, ConnectionStatusLines::Connection, QStringLiteral("Connection Failed"),
              QLatin1Char('T'));
-        Write_In_Troubleshoot_File(QStringLiteral("Connection Failed\n") + missingApkMessage() +
+        Write_In_Troubleshoot_File(QStringLiteral("Connection Failed\n") + missingApkMessage(folder) +
                                    QLatin1Char('\n'));
-        op.Show_MessageBox(missingApkMessage());
+        op.Show_MessageBox(missingApkMessage(folder));
         return false;
     }
 
-    QString result = installOnce();
+    QString result = installOnce(folder);
     bool retried = false;
     for (;;) {
         if (result.trimmed().isEmpty())
@@ -164,7 +167,7 @@ bool CheckConnection(QString& errorTag, bool install, Operator& op, ConnectionSt
         retried = true;
         if (!uninstall.contains(QLatin1String("Success")))
             return connectionFailed(op, status, uninstall);
-        result = installOnce();
+        result = installOnce(folder);
     }
 }
 

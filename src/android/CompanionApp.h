@@ -5,6 +5,7 @@
 #include <QChar>
 #include <QString>
 
+class DataFolder;
 class Operator;
 
 inline const QString kCompanionPackage = QStringLiteral("com.OSTRELPROBULKSMS");
@@ -23,11 +24,12 @@ public:
 // True when the phone is ready. errorTag becomes "MORE" when several phones are attached.
 // With install the app is installed and status marks the search window's lines; without it
 // nothing is installed and problems are told by message box only.
-bool CheckConnection(QString& errorTag, bool install, Operator& op, ConnectionStatusLines* status = nullptr);
+bool CheckConnection(QString& errorTag, bool install, Operator& op, const DataFolder& folder,
+                     ConnectionStatusLines* status = nullptr);
 
 // Grants the app its permissions for the phone's API level and starts it once with SENDPARAM.
 // Returns the output of the last command.
 QString Send_Permission_Command_To_Phone();
 
 // The message shown when the app's package is not in the resource folder.
-QString missingApkMessage();
+QString missingApkMessage(const DataFolder& folder);

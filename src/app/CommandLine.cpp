@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include "AppContext.h"
 #include "CommandLineAndroid.h"
 #include "CommandLineExclusion.h"
 #include "CommandLineInputs.h"
@@ -61,10 +62,12 @@ bool isServiceCentreNumber(const QString& number) {
 
 struct Session {
     ConsoleOperator op;
-    Bulk_SMSAppDelegate android{op};
-    Gsm_Bulk_Sms_Wnd gsm{op};
+    AppContext context{op, DataFolder::fromEnvironment()};
+    Bulk_SMSAppDelegate android{op, context.folder()};
+    Gsm_Bulk_Sms_Wnd gsm{op, context.folder()};
     explicit Session(bool yes) : op(yes) {}
-    bool launch() { return Launch_Application(op, android, gsm); }
+    const DataFolder& folder() const { return context.folder(); }
+    bool launch() { return Launch_Application(op, context.folder(), android, gsm); }
 };
 
 // Searches the attached modems (and BULKSMS_EXTRA_MODEMS) as the device window does.
@@ -93,7 +96,7 @@ int runDevices(const QStringList& arguments) {
     if (!session.launch())
         return 2;
     if (parser.isSet(android))
-        return listAndroidDevices(parser.value(serial));
+        return listAndroidDevices(session.folder(), parser.value(serial));
     const RecordTable& list = searchDevices(session.op).nsPortListData();
     for (const Record& r : list.records())
         out(QStringLiteral("%1\tmaker: %2\tmodel: %3\tIMEI: %4\tsignal: %5\tbattery: %6\toperator: %7\tSMSC: "
@@ -110,18 +113,18 @@ CarriedRun& carriedRunOf(Session& session, bool throughAndroid) {
 
 // Takes the data folder's sending lock, and settles a run that did not end: a new run never
 // replaces its record unless told to discard it. An exit status when the command ends here.
-std::optional<int> claimDataFolder(std::shared_ptr<SendingLock>& lock, bool resuming, bool discardUnfinished,
-                                   const QString& road) {
+std::optional<int> claimDataFolder(const DataFolder& folder, std::shared_ptr<SendingLock>& lock,
+                                   bool resuming, bool discardUnfinished, const QString& road) {
     qint64 holder = 0;
     QString why;
-    lock = SendingLock::acquire(&holder, &why);
+    lock = SendingLock::acquire(folder, &holder, &why);
     if (!lock) {
         err(SendingLock::refusal(holder, why));
         return holder < 0 ? kExitDataNotWritten : RunReport::kAnotherSender;
     }
     QString unreadable;
     const std::optional<RunJournal::Unfinished> unfinished =
-        resuming ? std::nullopt : RunJournal::load(&unreadable, road);
+        resuming ? std::nullopt : RunJournal::load(folder, &unreadable, road);
     if (!unreadable.isEmpty()) {
         err(errorInFileAccessing(unreadable));
         return kExitDataNotWritten;
@@ -136,7 +139,7 @@ std::optional<int> claimDataFolder(std::shared_ptr<SendingLock>& lock, bool resu
                 .arg(counts));
         return 2;
     }
-    RunJournal::discard(road);
+    RunJournal::discard(folder, road);
     err(QStringLiteral("The run that did not end %1 was discarded.").arg(counts));
     return std::nullopt;
 }
@@ -353,13 +356,14 @@ int runSend(const QStringList& arguments) {
     // record is looked at only by the process that may continue it.
     std::shared_ptr<SendingLock> sendingLock;
     if (!parser.isSet(dryRun)) {
-        if (const std::optional<int> refused =
-                claimDataFolder(sendingLock, parser.isSet(resume), parser.isSet(discardUnfinished), road))
+        if (const std::optional<int> refused = claimDataFolder(
+                session.folder(), sendingLock, parser.isSet(resume), parser.isSet(discardUnfinished), road))
             return *refused;
     }
     if (parser.isSet(resume)) {
         QString unreadable;
-        const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load(&unreadable, road);
+        const std::optional<RunJournal::Unfinished> unfinished =
+            RunJournal::load(session.folder(), &unreadable, road);
         if (!unreadable.isEmpty()) {
             err(errorInFileAccessing(unreadable));
             return kExitDataNotWritten;
@@ -383,7 +387,7 @@ int runSend(const QStringList& arguments) {
         for (const RunJournal::Entry& entry : resumed.toSend)
             raw.append({entry.number, entry.message});
         if (raw.isEmpty()) {
-            RunJournal::discard(road);
+            RunJournal::discard(session.folder(), road);
             out(QStringLiteral("%1 of %2 recipients sent.").arg(resumed.sent).arg(resumed.total));
             return resumed.sent + resumed.unknown == resumed.total ? 0 : RunReport::kSomeFailed;
         }

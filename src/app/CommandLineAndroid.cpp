@@ -35,7 +35,7 @@ template <typename F> auto onWorker(F&& body) {
 // Searches and selects the phone as the device search window does; false (said why) when none.
 bool selectPhone(Bulk_SMSAppDelegate& window, Operator& op, const QString& serial) {
     pointAdbAt(serial);
-    Android_Ph_List_Wnd& search = Android_Ph_List_Wnd::defaultInstance(op);
+    Android_Ph_List_Wnd& search = Android_Ph_List_Wnd::defaultInstance(op, window.dataFolder());
     Stop_Modem_SRCH = 0;
     const auto outcome = onWorker([&search] { return search.searchDevice(false); });
     if (outcome != Android_Ph_List_Wnd::Outcome::Connected) {
@@ -59,7 +59,7 @@ int testAndroidPhone(Bulk_SMSAppDelegate& window, Operator& op, const QString& s
                      const QString& number) {
     if (!selectPhone(window, op, serial))
         return 2;
-    Android_TroubleShooting test(op);
+    Android_TroubleShooting test(op, window.dataFolder());
     test.open(window.deviceCaption());
     test.setTestNumberText(number);
     test.Start_Btn();
@@ -76,7 +76,7 @@ int testAndroidPhone(Bulk_SMSAppDelegate& window, Operator& op, const QString& s
     return anyWorked ? 0 : 1;
 }
 
-int listAndroidDevices(const QString& serial) {
+int listAndroidDevices(const DataFolder& folder, const QString& serial) {
     Stop_Modem_SRCH = 0;
     pointAdbAt(serial);
     const QString list = onWorker([] { return Get_Android_Device_List(); });
@@ -88,7 +88,7 @@ int listAndroidDevices(const QString& serial) {
         QString text = phone + QLatin1Char('\t') + state;
         if (state == QLatin1String("device")) {
             pointAdbAt(phone);
-            const RecordList rows = onWorker([] { return readDeviceProperties(); });
+            const RecordList rows = onWorker([&folder] { return readDeviceProperties(folder); });
             for (const Record& row : rows)
                 text += QLatin1Char('\t') + row.value(kPortNameKey).trimmed() + QStringLiteral(": ") +
                         row.value(kPortDetailKey);

@@ -106,9 +106,10 @@ int runTestDevice(const QStringList& arguments) {
         return 2;
     }
     ConsoleOperator op(true);
-    Bulk_SMSAppDelegate androidWindow(op);
-    Gsm_Bulk_Sms_Wnd gsm(op);
-    if (!Launch_Application(op, androidWindow, gsm))
+    const DataFolder folder = DataFolder::fromEnvironment();
+    Bulk_SMSAppDelegate androidWindow(op, folder);
+    Gsm_Bulk_Sms_Wnd gsm(op, folder);
+    if (!Launch_Application(op, folder, androidWindow, gsm))
         return 2;
     if (throughAndroid)
         return testAndroidPhone(androidWindow, op, parser.value(serial), parser.value(to));

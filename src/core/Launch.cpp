@@ -8,23 +8,23 @@
 #include "Mobile_Sel_Wnd.h"
 #include "Operator.h"
 
-bool Launch_Application(Operator& op, MainWindowController& androidWindow, MainWindowController& gsmWindow) {
+bool Launch_Application(Operator& op, const DataFolder& folder, MainWindowController& androidWindow,
+                        MainWindowController& gsmWindow) {
     Main_App_wnd = &androidWindow;
     GSM_App_wnd = &gsmWindow;
 
+    folder.adoptForProcess();
     androidWindow.windowDidLoad();
-    Resource_Path = locateResourcePath();
-    if (!Create_Folder(Resource_Path)) {
+    if (!Create_Folder(folder.Resource_Path())) {
         op.Show_MessageBox(QStringLiteral("Can not access Bulk sms Data file."));
         op.quitApplication();
         return false;
     }
-    computeDataPaths();
-    Create_Folder(Created_Resource_Path);
+    Create_Folder(folder.Created_Resource_Path());
     // Earlier versions left the data open to everyone; links planted in it are named.
-    if (const QStringList problems = makeDataTreePrivate(); !problems.isEmpty())
+    if (const QStringList problems = makeDataTreePrivate(folder); !problems.isEmpty())
         op.Show_MessageBox(errorInFileAccessing(problems.join(QLatin1Char('\n'))));
-    Check_Path_And_Create_Files();
+    folder.Check_Path_And_Create_Files();
     gsmWindow.windowDidLoad();
 
     text_change_notifications_on = true;

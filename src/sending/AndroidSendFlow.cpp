@@ -23,9 +23,9 @@ const QString kCompleted = QStringLiteral("Message Sending Process Completed.");
 // The phone of one run; it tells the window when it found no phone to send through.
 class RunPhone : public PhoneDevice {
 public:
-    RunPhone(Operator& op, const QString& serial, Mode mode, Hooks hooks,
+    RunPhone(Operator& op, const DataFolder& folder, const QString& serial, Mode mode, Hooks hooks,
              std::shared_ptr<std::atomic<bool>> notConnected)
-        : PhoneDevice(op, serial, mode, std::move(hooks)), m_notConnected(std::move(notConnected)) {}
+        : PhoneDevice(op, folder, serial, mode, std::move(hooks)), m_notConnected(std::move(notConnected)) {}
     QString prepare(bool deliveryReports) override {
         QString why = PhoneDevice::prepare(deliveryReports);
         if (this->notConnected())
@@ -60,12 +60,12 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     }
     qint64 holder = 0;
     QString why;
-    m_sendingLock = SendingLock::acquire(&holder, &why);
+    m_sendingLock = SendingLock::acquire(dataFolder(), &holder, &why);
     if (!m_sendingLock) {
         op().Show_MessageBox(SendingLock::refusal(holder, why));
         return;
     }
-    if (!m_carried.resuming() && !unfinishedRunDiscarded(op(), kAndroidRoad)) {
+    if (!m_carried.resuming() && !unfinishedRunDiscarded(op(), dataFolder(), kAndroidRoad)) {
         m_sendingLock.reset();
         return;
     }
@@ -76,7 +76,7 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     if (m_run)
         m_run->join();
     m_sendInProgress = true;
-    Check_Path_And_Create_Files();
+    dataFolder().Check_Path_And_Create_Files();
     m_runEnd = RunEnd::None;
     m_sentCount = 0;
     m_deviceLeft = false;
@@ -99,8 +99,9 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     DelayedDeliveryPause::Hooks hooks;
     hooks.stopActivity = [this] { m_busy.stop(); };
     hooks.startActivity = [this] { m_busy.startTimerThread(); };
-    m_run = std::make_unique<SendingRun>(runSettings(), QList<DeviceOpener>{phoneOpener()},
-                                         std::make_unique<JournalledRun>(), op(), m_countdown, hooks);
+    m_run =
+        std::make_unique<SendingRun>(runSettings(), QList<DeviceOpener>{phoneOpener()},
+                                     std::make_unique<JournalledRun>(dataFolder()), op(), m_countdown, hooks);
     watch(*m_run);
     m_progress.setRunControls([this](bool on) { m_run->hold(on); }, [this] { m_run->stop(); });
     QList<std::pair<QString, QString>> rows;
@@ -120,7 +121,8 @@ RunSettings Bulk_SMSAppDelegate::runSettings() {
             settings.excludedNumbers.insert(recipientNumber(record));
     settings.saveSentItems = saveSentItems();
     settings.saveTemplates = saveTemplates();
-    settings.sentItemsPath = SentItemAnd_File_Path;
+    settings.dataFolder = dataFolder();
+    settings.sentItemsPath = dataFolder().SentItemAnd_File_Path();
     settings.sentItemsWithStatus = false;
     settings.batch = m_singleShot;
     settings.road = kAndroidRoad;
@@ -146,7 +148,7 @@ DeviceOpener Bulk_SMSAppDelegate::phoneOpener() {
     };
     return [this, mode, hooks,
             notConnected = m_notConnected](std::stop_token) -> std::unique_ptr<SendingDevice> {
-        return std::make_unique<RunPhone>(op(), sel_port_name_str, mode, hooks, notConnected);
+        return std::make_unique<RunPhone>(op(), dataFolder(), sel_port_name_str, mode, hooks, notConnected);
     };
 }
 

@@ -7,9 +7,10 @@
 #include "android/Connection_Info.h"
 #include "core/AppState.h"
 #include "core/Operator.h"
+#include <utility>
 
-Bulk_SMSAppDelegate::Bulk_SMSAppDelegate(Operator& op, QObject* parent)
-    : BulkSmsWindow(Kind::Android, op, parent), m_progress(op),
+Bulk_SMSAppDelegate::Bulk_SMSAppDelegate(Operator& op, DataFolder folder, QObject* parent)
+    : BulkSmsWindow(Kind::Android, op, std::move(folder), parent), m_progress(op),
       m_countdown(PauseCountdown::Variant::AndroidWindow,
                   [this](const QString& text) {
                       m_progress.update([text](AndroidSendingProgress::State& s) { s.pauseText = text; });
@@ -84,7 +85,7 @@ void Bulk_SMSAppDelegate::Classic_Radio() {
 }
 
 void Bulk_SMSAppDelegate::Test_Btn() {
-    Android_TroubleShooting window(op());
+    Android_TroubleShooting window(op(), dataFolder());
     window.open(deviceCaption());
     op().runModal(window);
     showSendingMode();
@@ -117,6 +118,6 @@ void Bulk_SMSAppDelegate::Check_Device_Status_Btn() {
 }
 
 bool Bulk_SMSAppDelegate::openDeviceSearchWindow() {
-    Android_Ph_List_Wnd& devices = Android_Ph_List_Wnd::defaultInstance(op());
+    Android_Ph_List_Wnd& devices = Android_Ph_List_Wnd::defaultInstance(op(), dataFolder());
     return devices.Open_Ph_List_Wnd();
 }

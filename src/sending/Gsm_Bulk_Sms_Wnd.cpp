@@ -8,8 +8,10 @@
 #include "gsm/windows/GSM_DEV_Conn_Step_Wnd.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"
 #include "gsm/windows/Selected_Device_Details_GSM.h"
+#include <utility>
 
-Gsm_Bulk_Sms_Wnd::Gsm_Bulk_Sms_Wnd(Operator& op, QObject* parent) : BulkSmsWindow(Kind::Gsm, op, parent) {
+Gsm_Bulk_Sms_Wnd::Gsm_Bulk_Sms_Wnd(Operator& op, DataFolder folder, QObject* parent)
+    : BulkSmsWindow(Kind::Gsm, op, std::move(folder), parent) {
     // Text mode sets a port's default service centre back after a custom one: from its record.
     const auto defaultSmsc = [this](const QString& path) { return deviceDetail(path, kDefaultSmscKey); };
     for (MFCSMS* session : mfc_sms_obj_arr)

@@ -4,6 +4,7 @@
 // Save, Rename of an existing list and Finish; after every save the active main window's
 // exclusion set is rebuilt from the files.
 #include "KeyedTable.h"
+#include "core/DataFolder.h"
 #include "core/DialogController.h"
 #include "core/WorkerThread.h"
 #include "sheets/windows/ImportTargets.h"
@@ -26,11 +27,8 @@ class Exclusion_Wizard : public DialogController, public ExclusionImportTarget {
 public:
     enum class Screen { Start, NameEntry, Numbers };
 
-    explicit Exclusion_Wizard(Operator& op, QObject* parent = nullptr);
+    Exclusion_Wizard(Operator& op, DataFolder folder, QObject* parent = nullptr);
     ~Exclusion_Wizard() override;
-
-    // The shared instance (Exclusion_wnd), created on first use.
-    static Exclusion_Wizard& defaultInstance(Operator& op);
 
     void Open_Exclusion_Wnd();
     void startLoading();
@@ -126,6 +124,7 @@ private:
     bool hasBlankSelection(const RecordTable& table, const QList<int>& rows, const QString& key) const;
 
     Operator& m_op;
+    const DataFolder m_folder;
     Screen m_screen = Screen::Start;
     KeyedTable m_available;
     KeyedTable m_applied;

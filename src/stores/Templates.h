@@ -3,6 +3,7 @@
 // exported and put into the active main window's composer. The file changes when the
 // window closes (or at Delete all); each rewrite is atomic.
 #include "KeyedTable.h"
+#include "core/DataFolder.h"
 #include "core/DialogController.h"
 #include "core/WorkerThread.h"
 #include "sheets/windows/ImportTargets.h"
@@ -18,11 +19,8 @@ class UpdateTemp;
 class Templates : public DialogController, public TemplateImportTarget {
     Q_OBJECT
 public:
-    explicit Templates(Operator& op, QObject* parent = nullptr);
+    Templates(Operator& op, DataFolder folder, QObject* parent = nullptr);
     ~Templates() override;
-
-    // The shared instance (Template_Window), created on first use.
-    static Templates& defaultInstance(Operator& op);
 
     void Open_Template_Wnd();
     void startLoading();
@@ -71,6 +69,7 @@ private:
     void setPleaseWait(bool shown);
 
     Operator& m_op;
+    const DataFolder m_folder;
     KeyedTable m_table;
     QList<int> m_selected;
     int m_composerStart = -1, m_composerLength = 0;

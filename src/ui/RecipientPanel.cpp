@@ -7,9 +7,7 @@
 #include "list/ListLoad.h"
 #include "list/NumberLoader.h"
 #include "stores/ContactListExport.h"
-#include "stores/Exclusion_Wizard.h"
-#include "stores/Sent_Items.h"
-#include "stores/Templates.h"
+#include "stores/StoreWindows.h"
 #include "text/NumberRules.h"
 
 #include <QCheckBox>
@@ -31,7 +29,8 @@
 
 #include <algorithm>
 
-RecipientPanel::RecipientPanel(BulkSmsWindow& window, QWidget* parent) : QWidget(parent), m_window(window) {
+RecipientPanel::RecipientPanel(BulkSmsWindow& window, StoreWindows& stores, QWidget* parent)
+    : QWidget(parent), m_window(window), m_stores(stores) {
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     auto* splitter = new QSplitter(Qt::Horizontal, this);
@@ -65,16 +64,14 @@ QLayout* RecipientPanel::buildStoreButtons(QWidget* side) {
         row->addWidget(b);
     row->addStretch();
     connect(exportList, &QPushButton::clicked, this, [this] { exportContactList(m_window); });
-    connect(sentItems, &QPushButton::clicked, this,
-            [this] { Sent_Items::defaultInstance(m_window.op()).Open_Sent_Item_Wnd(); });
+    connect(sentItems, &QPushButton::clicked, this, [this] { m_stores.sentItems().Open_Sent_Item_Wnd(); });
     connect(templates, &QPushButton::clicked, this, [this] {
-        Templates& window = Templates::defaultInstance(m_window.op());
+        Templates& window = m_stores.templates();
         const QTextCursor cursor = m_composer->textCursor();
         window.setComposerSelection(cursor.selectionStart(), cursor.selectionEnd() - cursor.selectionStart());
         window.Open_Template_Wnd();
     });
-    connect(exclusion, &QPushButton::clicked, this,
-            [this] { Exclusion_Wizard::defaultInstance(m_window.op()).Open_Exclusion_Wnd(); });
+    connect(exclusion, &QPushButton::clicked, this, [this] { m_stores.exclusion().Open_Exclusion_Wnd(); });
     return row;
 }
 

@@ -14,11 +14,11 @@ void PhoneFixture::startPhones(const QList<sim::PhoneConfig>& phones, bool withA
     setAndroidSerialFilter(QString());
     Stop_Modem_SRCH = 0;
     if (withApk) {
-        QFile apk(Resource_Path + QStringLiteral("/OstrelBulkSMS.apk"));
+        QFile apk(home.folder.Resource_Path() + QStringLiteral("/OstrelBulkSMS.apk"));
         ASSERT_TRUE(apk.open(QIODevice::WriteOnly));
         apk.write("PK\x03\x04 companion app");
     }
-    Check_Path_And_Create_Files();
+    home.folder.Check_Path_And_Create_Files();
 }
 
 void PhoneFixture::TearDown() {

@@ -16,8 +16,9 @@ namespace {
 class RecipientListTest : public ::testing::Test {
 protected:
     void SetUp() override { text_change_notifications_on = true; }
+    TestDataHome home;
     ScriptedOperator op;
-    TestBulkSmsWindow window{MainWindowController::Kind::Android, op};
+    TestBulkSmsWindow window{MainWindowController::Kind::Android, op, home.folder};
 };
 
 TEST_F(RecipientListTest, NewNumbersGoOnTopWithTheComposerText) {
@@ -75,11 +76,11 @@ TEST_F(RecipientListTest, RemovedNumbersAreNoLongerDuplicates) {
 class ExclusionTest : public RecipientListTest {
 protected:
     void applyList(const QString& name, const QByteArray& numbers) {
-        Check_Path_And_Create_Files();
-        ASSERT_TRUE(writeFileAtomically(Exclusion_Folder_Path + "/" + name + ".OSTREL", numbers));
-        ASSERT_TRUE(appendToFile(AppExclusion_File_Path, name.toUtf8() + "\n"));
+        home.folder.Check_Path_And_Create_Files();
+        ASSERT_TRUE(
+            writeFileAtomically(home.folder.Exclusion_Folder_Path() + "/" + name + ".OSTREL", numbers));
+        ASSERT_TRUE(appendToFile(home.folder.AppExclusion_File_Path(), name.toUtf8() + "\n"));
     }
-    TestDataHome home;
 };
 
 TEST_F(ExclusionTest, AppliedListsRefuseTheirNumbers) {
@@ -105,9 +106,9 @@ TEST_F(ExclusionTest, NothingIsExcludedWithoutAppliedListsOrWithTheOptionOff) {
 }
 
 TEST_F(ExclusionTest, ListNamesCannotLeaveTheExclusionFolder) {
-    Check_Path_And_Create_Files();
-    ASSERT_TRUE(writeFileAtomically(Bulk_SMS_Data_Folder_Path + "/Secret.OSTREL", "444\n"));
-    ASSERT_TRUE(appendToFile(AppExclusion_File_Path, "../Secret\n"));
+    home.folder.Check_Path_And_Create_Files();
+    ASSERT_TRUE(writeFileAtomically(home.folder.Bulk_SMS_Data_Folder_Path() + "/Secret.OSTREL", "444\n"));
+    ASSERT_TRUE(appendToFile(home.folder.AppExclusion_File_Path(), "../Secret\n"));
     window.Exclusion_Chk(true);
     EXPECT_EQ(window.exclusionSet().size(), 0);
 }
@@ -223,8 +224,9 @@ TEST_F(RecipientListTest, FirstAddRemembersTheComposerTextOnce) {
 namespace {
 
 TEST(RecipientBatches, ALoadUnderFiftyThousandSelectedRowsIsOneInsertionAndKeepsTheSelection) {
+    TestDataHome home;
     ScriptedOperator op;
-    TestBulkSmsWindow window{MainWindowController::Kind::Gsm, op};
+    TestBulkSmsWindow window{MainWindowController::Kind::Gsm, op, home.folder};
     window.setSkipDuplicates(true);
     {
         BulkSmsWindow::BatchInsert batch(window);

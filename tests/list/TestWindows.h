@@ -4,7 +4,9 @@
 
 class TestBulkSmsWindow : public BulkSmsWindow {
 public:
-    TestBulkSmsWindow(Kind kind, Operator& op) : BulkSmsWindow(kind, op) { windowDidLoad(); }
+    TestBulkSmsWindow(Kind kind, Operator& op, const DataFolder& folder) : BulkSmsWindow(kind, op, folder) {
+        windowDidLoad();
+    }
     QString title() const override { return "test"; }
     int runConnectionSteps() override { return 0; }
 

@@ -16,7 +16,9 @@
 
 class StoreTestWindow : public BulkSmsWindow {
 public:
-    StoreTestWindow(Kind kind, Operator& op) : BulkSmsWindow(kind, op) { windowDidLoad(); }
+    StoreTestWindow(Kind kind, Operator& op, const DataFolder& folder) : BulkSmsWindow(kind, op, folder) {
+        windowDidLoad();
+    }
     QString title() const override { return QStringLiteral("test"); }
     int runConnectionSteps() override { return 0; }
     QStringList numbers() const {
@@ -31,9 +33,9 @@ class StoreWindowsTest : public ::testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(QFile::copy(QStringLiteral(BULKSMS_TEMPLATE_XLSX), home.resources() + "/Template.xlsx"));
-        ASSERT_TRUE(Check_Path_And_Create_Files());
-        gsm = std::make_unique<StoreTestWindow>(MainWindowController::Kind::Gsm, op);
-        android = std::make_unique<StoreTestWindow>(MainWindowController::Kind::Android, op);
+        ASSERT_TRUE(home.folder.Check_Path_And_Create_Files());
+        gsm = std::make_unique<StoreTestWindow>(MainWindowController::Kind::Gsm, op, home.folder);
+        android = std::make_unique<StoreTestWindow>(MainWindowController::Kind::Android, op, home.folder);
         GSM_App_wnd = gsm.get();
         Main_App_wnd = android.get();
         gsm_and_none = 1;

@@ -9,6 +9,7 @@
 #include "core/WorkerThread.h"
 #include "sending/Bulk_SMSAppDelegate.h"
 #include "sim/AdbServer.h"
+#include "stores/StoreWindows.h"
 #include "ui/AndroidBulkSmsView.h"
 #include "ui/AndroidPhListView.h"
 #include "ui/AndroidSendingProgressView.h"
@@ -48,11 +49,11 @@ protected:
         ASSERT_TRUE(server->start(0));
         qputenv("ADB_SERVER_SOCKET", server->socketSpec().toUtf8());
         qputenv("HOME", QFile::encodeName(adbHome.path()));
-        QFile apk(Resource_Path + "/OstrelBulkSMS.apk");
+        QFile apk(home.folder.Resource_Path() + "/OstrelBulkSMS.apk");
         ASSERT_TRUE(apk.open(QIODevice::WriteOnly));
         apk.write("package");
         apk.close();
-        Check_Path_And_Create_Files();
+        home.folder.Check_Path_And_Create_Files();
         Stop_Modem_SRCH = 0;
     }
     void TearDown() override {
@@ -66,7 +67,7 @@ protected:
 };
 
 TEST_F(AndroidViewsTest, SearchWindowShowsThePhoneAndSelectsIt) {
-    Android_Ph_List_Wnd search(op);
+    Android_Ph_List_Wnd search(op, home.folder);
     AndroidPhListView view(search);
     view.resize(560, 460);
     view.show();
@@ -88,9 +89,10 @@ TEST_F(AndroidViewsTest, SearchWindowShowsThePhoneAndSelectsIt) {
 }
 
 TEST_F(AndroidViewsTest, MainWindowModesSendAndProgress) {
-    Bulk_SMSAppDelegate window(op);
+    Bulk_SMSAppDelegate window(op, home.folder);
     window.windowDidLoad();
-    AndroidBulkSmsView view(window);
+    StoreWindows stores(op, home.folder);
+    AndroidBulkSmsView view(window, stores);
     view.resize(1000, 700);
     view.show();
     sel_port_name_str = "SAMSUNG GALAXY A52";
@@ -147,7 +149,7 @@ TEST_F(AndroidViewsTest, TheModeTestRunsOnAPhoneAndOkSetsTheWorkingMode) {
     sel_port_name_str = "VIRTUAL PHONE 5G";
     AND_SMS_sending_mode = int(AndroidSendingMode::Standard);
 
-    Android_TroubleShooting window(op);
+    Android_TroubleShooting window(op, home.folder);
     window.open(sel_port_name_str);
     window.setTestNumberText("+442079460958");
     AndroidTroubleShootingView view(window, nullptr);

@@ -138,9 +138,10 @@ TEST_F(DeviceTestViews, TheDetailsWindowShowsTheSelectedDevices) {
 }
 
 TEST(AndroidTestViews, TheModeTestShowsItsCasesAndRadios) {
+    TestDataHome home;
     ScriptedOperator op;
     AND_SMS_sending_mode = int(AndroidSendingMode::Classic);
-    Android_TroubleShooting window(op);
+    Android_TroubleShooting window(op, home.folder);
     window.open("VIRTUAL PHONE 5G");
     const QStringList outcomes = {"Fail", "Success", "Success"};
     for (int i = 0; i < 3; ++i) {

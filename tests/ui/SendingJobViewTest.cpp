@@ -39,7 +39,7 @@ TEST(SendingJobView, DeliveryStatesFillInAsTheReportsCome) {
     TestDataHome home;
     ScriptedOperator op;
     clearDeviceSelection();
-    Gsm_Bulk_Sms_Wnd window(op);
+    Gsm_Bulk_Sms_Wnd window(op, home.folder);
     window.windowDidLoad();
 
     sim::ModemBehaviour network;
@@ -161,7 +161,7 @@ protected:
     static constexpr int kRecipients = 40;
     TestDataHome home;
     ScriptedOperator op;
-    Gsm_Bulk_Sms_Wnd window{op};
+    Gsm_Bulk_Sms_Wnd window{op, home.folder};
     std::vector<std::unique_ptr<sim::VirtualModem>> modems;
 };
 

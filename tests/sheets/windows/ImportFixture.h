@@ -7,7 +7,9 @@
 
 class ImportTestWindow : public BulkSmsWindow {
 public:
-    ImportTestWindow(Kind kind, Operator& op) : BulkSmsWindow(kind, op) { windowDidLoad(); }
+    ImportTestWindow(Kind kind, Operator& op, const DataFolder& folder) : BulkSmsWindow(kind, op, folder) {
+        windowDidLoad();
+    }
     QString title() const override { return "test"; }
     int runConnectionSteps() override { return 0; }
     QStringList numbers() const;
@@ -26,6 +28,6 @@ protected:
     void waitForLoads();
 
     ScriptedOperator op;
-    ImportTestWindow android{MainWindowController::Kind::Android, op};
-    ImportTestWindow gsm{MainWindowController::Kind::Gsm, op};
+    ImportTestWindow android{MainWindowController::Kind::Android, op, m_home.folder};
+    ImportTestWindow gsm{MainWindowController::Kind::Gsm, op, m_home.folder};
 };
