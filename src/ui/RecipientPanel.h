@@ -7,6 +7,7 @@
 
 class BulkSmsWindow;
 class StoreWindows;
+class QBoxLayout;
 class QCheckBox;
 class QComboBox;
 class QLabel;
@@ -26,6 +27,11 @@ public:
 
 private:
     QWidget* buildListSide();
+    QLayout* buildNumberEntry(QWidget* side);
+    QLayout* buildLoadButtons(QWidget* side);
+    QWidget* buildLoadProgress(QWidget* side);
+    QTableView* buildTable(QWidget* side);
+    void addListButtons(QWidget* side, QBoxLayout* layout);
     QWidget* buildComposerSide();
     QWidget* buildDelayedDelivery(QWidget* parent);
     QLayout* buildStoreButtons(QWidget* side);
