@@ -124,7 +124,7 @@ void sendRun(int modemCount, int recipients, int networkDelayMs, double& first, 
     if (modems.empty())
         return;
     SendingOperator op;
-    Gsm_Bulk_Sms_Wnd window(op);
+    Gsm_Bulk_Sms_Wnd window(op, DataFolder::fromEnvironment());
     selectVirtualModems(window, modems);
     fillRecipients(window, recipients);
 
@@ -199,9 +199,9 @@ int main(int argc, char** argv) {
     const int messages = argc > 1 ? std::max(1, QString::fromLocal8Bit(argv[1]).toInt()) : 3;
     QTemporaryDir home;
     qputenv("BULKSMS_DATA_HOME", QFile::encodeName(home.path()));
-    Resource_Path = home.path();
-    computeDataPaths();
-    Check_Path_And_Create_Files();
+    const DataFolder folder = DataFolder::fromEnvironment();
+    folder.adoptForProcess();
+    folder.Check_Path_And_Create_Files();
 
     QElapsedTimer all;
     all.start();

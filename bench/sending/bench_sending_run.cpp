@@ -47,7 +47,7 @@ protected:
 
 double run(int recipients, std::vector<std::unique_ptr<sim::VirtualModem>>& modems) {
     BenchOperator op;
-    Gsm_Bulk_Sms_Wnd window(op);
+    Gsm_Bulk_Sms_Wnd window(op, DataFolder::fromEnvironment());
     selectVirtualModems(window, modems);
     fillRecipients(window, recipients);
     QElapsedTimer timer;
@@ -73,9 +73,9 @@ int main(int argc, char** argv) {
                         : 0.002); // the answer wait (60 s) stays above a busy machine's answer time
     QTemporaryDir home;
     qputenv("BULKSMS_DATA_HOME", QFile::encodeName(home.path()));
-    Resource_Path = home.path();
-    computeDataPaths();
-    Check_Path_And_Create_Files();
+    const DataFolder folder = DataFolder::fromEnvironment();
+    folder.adoptForProcess();
+    folder.Check_Path_And_Create_Files();
 
     std::vector<std::unique_ptr<sim::VirtualModem>> modems;
     for (int i = 0; i < 8; ++i) {

@@ -2,7 +2,6 @@
 // with skip duplicates on; prints time and peak memory of each run.
 // Usage: bench_dynamic_messages [rows]
 #include "BenchSupport.h"
-#include "core/DataFolder.h"
 #include "core/Operator.h"
 #include "list/BulkSmsWindow.h"
 #include "sheets/SpreadsheetWriter.h"
@@ -21,8 +20,8 @@ using namespace bench;
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     const int rows = argc > 1 ? std::atoi(argv[1]) : 50000;
-    Resource_Path = qEnvironmentVariableIsSet("BULKSMS_RESOURCES") ? locateResourcePath()
-                                                                   : QStringLiteral(BULKSMS_BUILD_RESOURCES);
+    if (!qEnvironmentVariableIsSet("BULKSMS_RESOURCES"))
+        qputenv("BULKSMS_RESOURCES", BULKSMS_BUILD_RESOURCES);
     SpreadsheetData table;
     table.append({QStringLiteral("Phone"), QStringLiteral("Text"), QStringLiteral("Name")});
     for (int i = 0; i < rows; ++i)

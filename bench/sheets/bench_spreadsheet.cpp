@@ -1,7 +1,6 @@
 // Writes a workbook of 50,000 rows and 3 columns (a number and two texts), then imports it
 // as the import windows do; prints the time and peak memory of each phase.
 // Usage: bench_spreadsheet [rows]
-#include "core/DataFolder.h"
 #include "sheets/SpreadsheetWriter.h"
 
 #include <QCoreApplication>
@@ -30,8 +29,8 @@ void report(const char* phase, qint64 ms) {
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     const int rows = argc > 1 ? std::atoi(argv[1]) : 50000;
-    Resource_Path = qEnvironmentVariableIsSet("BULKSMS_RESOURCES") ? locateResourcePath()
-                                                                   : QStringLiteral(BULKSMS_BUILD_RESOURCES);
+    if (!qEnvironmentVariableIsSet("BULKSMS_RESOURCES"))
+        qputenv("BULKSMS_RESOURCES", BULKSMS_BUILD_RESOURCES);
 
     SpreadsheetData table;
     table.reserve(rows + 1);

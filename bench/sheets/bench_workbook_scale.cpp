@@ -11,7 +11,6 @@
 // Peers: SheetJS from bench/.peers (bench/install-peers) or NODE_PATH; libxlsxwriter when
 // it was found at build time. A missing peer is skipped with a note.
 #include "BenchSupport.h"
-#include "core/DataFolder.h"
 #include "list/DefaultCountry.h"
 #include "list/ListLoad.h"
 #include "list/LoadCounters.h"
@@ -224,8 +223,8 @@ QByteArray sheetJsModules() {
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
-    Resource_Path = qEnvironmentVariableIsSet("BULKSMS_RESOURCES") ? locateResourcePath()
-                                                                   : QStringLiteral(BULKSMS_BUILD_RESOURCES);
+    if (!qEnvironmentVariableIsSet("BULKSMS_RESOURCES"))
+        qputenv("BULKSMS_RESOURCES", BULKSMS_BUILD_RESOURCES);
     QStringList args = app.arguments().mid(1);
     if (args.value(0) == QLatin1String("--child"))
         return child(args.mid(1));

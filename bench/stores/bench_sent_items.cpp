@@ -52,18 +52,18 @@ int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     QTemporaryDir dir;
     qputenv("BULKSMS_DATA_HOME", QFile::encodeName(dir.path() + QStringLiteral("/data")));
-    Resource_Path = locateResourcePath();
-    computeDataPaths();
-    Check_Path_And_Create_Files();
+    const DataFolder folder = DataFolder::fromEnvironment();
+    folder.adoptForProcess();
+    folder.Check_Path_And_Create_Files();
     BenchOperator op;
 
     for (int count : {25000, 100000}) {
         std::printf("%d sent items\n", count);
-        if (!writeSentItemsFile(SentItem_File_Path, makeItems(count)))
+        if (!writeSentItemsFile(folder.SentItem_File_Path(), makeItems(count)))
             return 1;
-        std::printf("  file %.1f MiB\n", QFileInfo(SentItem_File_Path).size() / 1048576.0);
+        std::printf("  file %.1f MiB\n", QFileInfo(folder.SentItem_File_Path()).size() / 1048576.0);
 
-        Sent_Items window(op);
+        Sent_Items window(op, folder);
         QElapsedTimer timer;
         // The longest time the main thread's events waited while the log loaded: what a
         // person would feel as a frozen window.
@@ -91,7 +91,7 @@ int main(int argc, char** argv) {
         report("items from the table", msSince(timer));
 
         timer.start();
-        writeSentItemsFile(SentItem_File_Path, items);
+        writeSentItemsFile(folder.SentItem_File_Path(), items);
         report("close: atomic rewrite", msSince(timer));
 
         const QString text = dir.path() + QStringLiteral("/sent.txt");

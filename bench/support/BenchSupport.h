@@ -5,8 +5,11 @@
 #include "list/BulkSmsWindow.h"
 
 #include <QFile>
+#include <QTemporaryDir>
 
 #include <cstdio>
+#include <memory>
+#include <utility>
 
 namespace bench {
 
@@ -28,11 +31,17 @@ protected:
     void quit() override {}
 };
 
+// Its data folder is a temporary one of its own, gone with the window.
 class BenchWindow : public BulkSmsWindow {
 public:
-    using BulkSmsWindow::BulkSmsWindow;
+    BenchWindow(Kind kind, Operator& op) : BenchWindow(kind, op, std::make_unique<QTemporaryDir>()) {}
     QString title() const override { return {}; }
     int runConnectionSteps() override { return 0; }
+
+private:
+    BenchWindow(Kind kind, Operator& op, std::unique_ptr<QTemporaryDir> dir)
+        : BulkSmsWindow(kind, op, DataFolder(dir->path(), dir->path())), m_dir(std::move(dir)) {}
+    std::unique_ptr<QTemporaryDir> m_dir;
 };
 
 // Peak resident memory of the process so far, in MiB (-1 when unknown).

@@ -15,7 +15,7 @@ QString adbProgram() {
     QString configured = qEnvironmentVariable("BULKSMS_ADB");
     if (!configured.isEmpty())
         return configured;
-    const QFileInfo bundled(Resource_Path + QStringLiteral("/adb"));
+    const QFileInfo bundled(locateResourcePath() + QStringLiteral("/adb"));
     if (bundled.isFile() && bundled.isExecutable())
         return bundled.absoluteFilePath();
     const QString onPath = QStandardPaths::findExecutable(QStringLiteral("adb"));

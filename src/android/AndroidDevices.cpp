@@ -120,7 +120,7 @@ Record propertyRow(const QString& label, const QString& value) {
                   {kDeviceTickedKey, QStringLiteral("0")}};
 }
 
-RecordList readDeviceProperties(const std::function<bool()>& stop) {
+RecordList readDeviceProperties(const DataFolder& folder, const std::function<bool()>& stop) {
     const auto getprop = [&stop](const QString& key) { return getpropUnless(key, stop); };
     RecordList rows;
     const QString manufacturer = getprop(QStringLiteral("ro.product.manufacturer"));
@@ -144,7 +144,7 @@ RecordList readDeviceProperties(const std::function<bool()>& stop) {
 
     // The values pass through the scratch "build.prop", one "query=value" line each, and are
     // read back line by line: a value adb garbled into an error reads as empty.
-    const QString scratch = Created_Resource_Path + QStringLiteral("/build.prop");
+    const QString scratch = folder.Created_Resource_Path() + QStringLiteral("/build.prop");
     const QList<QPair<QString, QString>> lines = {
         {QStringLiteral("ro.product.manufacturer"), manufacturer},
         {QStringLiteral("ro.product.model"), model},

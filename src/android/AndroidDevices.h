@@ -8,6 +8,8 @@
 
 #include <functional>
 
+class DataFolder;
+
 // How one search or check reaches the phones: the serial the device list is narrowed to
 // ("" = every phone) and when to give up its adb commands (none: never).
 struct PhoneQuery {
@@ -31,7 +33,7 @@ QString Get_Android_Device_Status(const PhoneQuery& query = {});
 
 // The property rows of the search window ("COM_PORT" label, "PORT_DETAL" value), after the
 // "Device" row: Manufacturer ... Sim Operator read through getprop, then the serial number.
-RecordList readDeviceProperties(const std::function<bool()>& stop = {});
+RecordList readDeviceProperties(const DataFolder& folder, const std::function<bool()>& stop = {});
 Record propertyRow(const QString& label, const QString& value);
 
 // The display name from the rows: the manufacturer, and the model unless the maker holds it.

@@ -17,7 +17,6 @@ using namespace std::chrono_literals;
 namespace AndroidModeTest {
 namespace {
 const AdbStop kUninterrupted = [] { return false; };
-QString localPath(const QString& name) { return Created_Resource_Path + QLatin1Char('/') + name; }
 } // namespace
 
 QString caseText(const QString& description, const QString& device) {
@@ -54,16 +53,16 @@ void startThenClean(Outcome& outcome, const QString& localFile, const std::funct
 }
 } // namespace
 
-Outcome singleShot(const QString& number, const QString& text) {
+Outcome singleShot(const DataFolder& folder, const QString& number, const QString& text) {
     Outcome outcome;
-    const QString path = localPath(kListFileName);
+    const QString path = folder.Created_Resource_Path() + QLatin1Char('/') + kListFileName;
     // An empty list first: whether the phone's storage takes the file at all. A file that
     // could not be written here is never copied: the phone would get an old one.
     outcome.copied = writeFileAtomically(path, QByteArray(), &outcome.fileError) &&
-                     Save_File_To_Phone_Storage(kListFileName, true, kUninterrupted);
+                     Save_File_To_Phone_Storage(folder, kListFileName, true, kUninterrupted);
     if (outcome.copied)
         outcome.copied = writeFileAtomically(path, listFileLine(number, text), &outcome.fileError) &&
-                         Save_File_To_Phone_Storage(kListFileName, true, kUninterrupted);
+                         Save_File_To_Phone_Storage(folder, kListFileName, true, kUninterrupted);
     startThenClean(outcome, path, [] {
         return ExecuteExternalFile({QStringLiteral("shell"), QStringLiteral("am"), QStringLiteral("start"),
                                     QStringLiteral("-a"), QStringLiteral("android.intent.category.MAIN"),
@@ -73,11 +72,11 @@ Outcome singleShot(const QString& number, const QString& text) {
     return outcome;
 }
 
-Outcome standard(const QString& number, const QString& text) {
+Outcome standard(const DataFolder& folder, const QString& number, const QString& text) {
     Outcome outcome;
-    const QString path = localPath(kMessageFileName);
+    const QString path = folder.Created_Resource_Path() + QLatin1Char('/') + kMessageFileName;
     outcome.copied = writeFileAtomically(path, text.toUtf8(), &outcome.fileError) &&
-                     Save_File_To_Phone_Storage(kMessageFileName, true, kUninterrupted);
+                     Save_File_To_Phone_Storage(folder, kMessageFileName, true, kUninterrupted);
     startThenClean(outcome, path, [&number] { return Send_AN_MSG_Command(number, QString(), false); });
     return outcome;
 }

@@ -5,6 +5,8 @@
 // both use them.
 #include <QString>
 
+class DataFolder;
+
 namespace AndroidModeTest {
 
 inline const QString kSingleShot = QStringLiteral("Single-shot Execution Mode");
@@ -31,8 +33,8 @@ struct Outcome {
 
 // Each runs on the calling (worker) thread, removes what it put on the phone and the
 // computer, and waits as the sending does after a start.
-Outcome singleShot(const QString& number, const QString& text);
-Outcome standard(const QString& number, const QString& text);
+Outcome singleShot(const DataFolder& folder, const QString& number, const QString& text);
+Outcome standard(const DataFolder& folder, const QString& number, const QString& text);
 Outcome classic(const QString& number, const QString& text);
 
 } // namespace AndroidModeTest

@@ -39,18 +39,19 @@ void Android_Ph_List_Wnd::Send_Test_Btn() {
         Guard::run("Android_Ph_List_Wnd::Send_Test_Btn", [&] {
             Stop_Modem_SRCH = false;
             QString tag;
-            if (!CheckConnection(tag, false, m_op, query(), this)) {
+            if (!CheckConnection(tag, false, m_op, m_folder, query(), this)) {
                 onMain([this] { m_pleaseWait = false; });
                 if (tag != QLatin1String("MORE"))
                     m_op.Show_MessageBox(QStringLiteral("Mobile device is not ready."));
                 return;
             }
             Send_DEL_File_Command_To_Phone();
-            QString fileError = AndroidModeTest::singleShot(
-                                    number, AndroidModeTest::caseText(AndroidModeTest::kSingleShot, model))
-                                    .fileError;
+            QString fileError =
+                AndroidModeTest::singleShot(m_folder, number,
+                                            AndroidModeTest::caseText(AndroidModeTest::kSingleShot, model))
+                    .fileError;
             const QString standardError =
-                AndroidModeTest::standard(number,
+                AndroidModeTest::standard(m_folder, number,
                                           AndroidModeTest::caseText(AndroidModeTest::kStandard, model))
                     .fileError;
             if (fileError.isEmpty())

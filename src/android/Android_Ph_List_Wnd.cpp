@@ -7,6 +7,7 @@
 #include "core/Operator.h"
 #include "delivery/DelayedDeliveryPause.h"
 #include "device/DeviceRecord.h"
+#include <utility>
 
 using namespace std::chrono_literals;
 
@@ -29,9 +30,9 @@ QString capitalised(const QString& text) {
 
 } // namespace
 
-Android_Ph_List_Wnd::Android_Ph_List_Wnd(Operator& op, DeviceSelection& selection, AndroidSelection& phone,
-                                         QObject* parent)
-    : DialogController(parent), m_op(op), m_selection(selection), m_phone(phone),
+Android_Ph_List_Wnd::Android_Ph_List_Wnd(Operator& op, DataFolder folder, DeviceSelection& selection,
+                                         AndroidSelection& phone, QObject* parent)
+    : DialogController(parent), m_op(op), m_folder(std::move(folder)), m_selection(selection), m_phone(phone),
       m_busyBar([this] { onMain([this] { m_busy = nextActivityValue(m_busy); }); }), m_rows(kRowColumns) {
     resetLines();
 }
@@ -135,7 +136,7 @@ Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::searchRound() {
     phoneFound(QString());
     const auto stop = [this] { return stopAsked(); };
     QString tag;
-    if (!CheckConnection(tag, true, m_op, query(), this)) {
+    if (!CheckConnection(tag, true, m_op, m_folder, query(), this)) {
         if (stopAsked())
             return searchDevice(false);
         Clock::sleep(1s);
@@ -204,7 +205,7 @@ Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::searchRound() {
     markLine(Permission, QStringLiteral("User permissions done"), QLatin1Char('T'));
     markLine(Connection, QStringLiteral("Connecting"), QLatin1Char('A'));
 
-    const RecordList properties = readDeviceProperties(stop);
+    const RecordList properties = readDeviceProperties(m_folder, stop);
     onMain([&] {
         for (const Record& row : properties)
             if (!row.value(kPortNameKey).trimmed().isEmpty())
@@ -238,7 +239,7 @@ bool Android_Ph_List_Wnd::chooseShownPhone() {
     QString tag;
     bool ready = false;
     WorkerThread check(QStringLiteral("android-check"));
-    check.start([&](std::stop_token) { ready = CheckConnection(tag, false, m_op, query(), this); });
+    check.start([&](std::stop_token) { ready = CheckConnection(tag, false, m_op, m_folder, query(), this); });
     check.join();
     m_pleaseWait = false;
     emit changed();

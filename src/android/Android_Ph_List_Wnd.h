@@ -5,6 +5,7 @@
 // the search.
 #include "AndroidSelection.h"
 #include "CompanionApp.h"
+#include "core/DataFolder.h"
 #include "core/DeviceSelection.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
@@ -22,9 +23,10 @@ class Operator;
 class Android_Ph_List_Wnd : public DialogController, public ConnectionStatusLines {
     Q_OBJECT
 public:
+    // folder: where the phone's properties and the test messages' files are written;
     // selection, phone: where the chosen phone goes (the owning main window's); the phone's
     // serial filter narrows the search.
-    Android_Ph_List_Wnd(Operator& op, DeviceSelection& selection, AndroidSelection& phone,
+    Android_Ph_List_Wnd(Operator& op, DataFolder folder, DeviceSelection& selection, AndroidSelection& phone,
                         QObject* parent = nullptr);
     ~Android_Ph_List_Wnd() override;
 
@@ -85,6 +87,7 @@ private:
     PhoneQuery query() const;
 
     Operator& m_op;
+    const DataFolder m_folder;
     DeviceSelection& m_selection;
     AndroidSelection& m_phone;
     // The operator asked to stop the search or connection under way.

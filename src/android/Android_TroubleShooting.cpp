@@ -12,6 +12,7 @@
 #include "core/Operator.h"
 #include "core/TroubleshootingLog.h"
 #include "device/TestCaseRecord.h"
+#include <utility>
 
 using namespace std::chrono_literals;
 
@@ -29,9 +30,10 @@ const CaseKind kCases[] = {
 const QStringList kCaseColumns = {kPhoneCaseLabelKey, kCaseDescriptionKey, kCaseStatusKey};
 } // namespace
 
-Android_TroubleShooting::Android_TroubleShooting(Operator& op, AndroidSelection& phone,
+Android_TroubleShooting::Android_TroubleShooting(Operator& op, DataFolder folder, AndroidSelection& phone,
                                                  const DeviceSelection& selection, QObject* parent)
-    : DialogController(parent), m_op(op), m_phone(phone), m_selection(selection), m_cases(kCaseColumns) {}
+    : DialogController(parent), m_op(op), m_folder(std::move(folder)), m_phone(phone), m_selection(selection),
+      m_cases(kCaseColumns) {}
 
 Android_TroubleShooting::~Android_TroubleShooting() {
     m_stop = true;
@@ -96,7 +98,7 @@ void Android_TroubleShooting::Start_Btn() {
 
 void Android_TroubleShooting::runCases(const QString& number, const QString& device) {
     QString tag;
-    if (!CheckConnection(tag, false, m_op, PhoneQuery{m_phone.serialFilter, {}})) {
+    if (!CheckConnection(tag, false, m_op, m_folder, PhoneQuery{m_phone.serialFilter, {}})) {
         if (tag != QLatin1String("MORE"))
             m_op.Show_MessageBox(kNoPhoneSelectedMessage);
         return;
@@ -116,8 +118,8 @@ void Android_TroubleShooting::runCases(const QString& number, const QString& dev
             QStringLiteral("Timestamp:\t") + Get_Date_Time_Val() + QStringLiteral("\n") + details +
             QStringLiteral("\n") + QStringLiteral("Test Number : ") + number + QStringLiteral("\n"));
         const QString text = AndroidModeTest::caseText(kCases[i].description, device);
-        const AndroidModeTest::Outcome outcome = i == 0   ? AndroidModeTest::singleShot(number, text)
-                                                 : i == 1 ? AndroidModeTest::standard(number, text)
+        const AndroidModeTest::Outcome outcome = i == 0 ? AndroidModeTest::singleShot(m_folder, number, text)
+                                                 : i == 1 ? AndroidModeTest::standard(m_folder, number, text)
                                                           : AndroidModeTest::classic(number, text);
         const bool worked = outcome.worked();
         if (outcome.copied)

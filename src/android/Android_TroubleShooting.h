@@ -5,6 +5,7 @@
 //
 // The cases run on the window's worker; every change the view sees is made on the main thread.
 #include "AndroidSelection.h"
+#include "core/DataFolder.h"
 #include "core/DeviceSelection.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
@@ -18,10 +19,10 @@ class Operator;
 class Android_TroubleShooting : public DialogController {
     Q_OBJECT
 public:
-    // phone, selection: the Android window's chosen phone; the test reads its details and
-    // sets its sending mode.
-    Android_TroubleShooting(Operator& op, AndroidSelection& phone, const DeviceSelection& selection,
-                            QObject* parent = nullptr);
+    // folder: where the test messages' files are written; phone, selection: the Android
+    // window's chosen phone; the test reads its details and sets its sending mode.
+    Android_TroubleShooting(Operator& op, DataFolder folder, AndroidSelection& phone,
+                            const DeviceSelection& selection, QObject* parent = nullptr);
     ~Android_TroubleShooting() override;
 
     // Prepares the window for the phone the Android window shows: the radios from the current
@@ -55,6 +56,7 @@ private:
     void setStatus(int index, const QString& status);
 
     Operator& m_op;
+    const DataFolder m_folder;
     AndroidSelection& m_phone;
     const DeviceSelection& m_selection;
     RecordTable m_cases;

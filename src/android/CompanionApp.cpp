@@ -19,7 +19,9 @@ QString shellRun(const QStringList& words, const Stop& stop) {
     return ExecuteExternalFile(QStringList{QStringLiteral("shell")} + words, stop);
 }
 
-QString apkPath() { return Resource_Path + QLatin1Char('/') + kCompanionApk; }
+QString apkPath(const DataFolder& folder) {
+    return folder.Resource_Path() + QLatin1Char('/') + kCompanionApk;
+}
 
 void mark(ConnectionStatusLines* status, ConnectionStatusLines::Line line, const QString& text, QChar m) {
     if (status != nullptr)
@@ -37,7 +39,7 @@ bool restUnlessStopped(ConnectionStatusLines* status, const Stop& stop) {
 }
 
 // One install attempt with its log line and the two settings; returns the install result.
-QString installOnce(const Stop& stop) {
+QString installOnce(const DataFolder& folder, const Stop& stop) {
     const QString manufacturer =
         Check_Command_Response_Is_Valid(
             shellRun({QStringLiteral("getprop"), QStringLiteral("ro.product.manufacturer")}, stop))
@@ -48,7 +50,7 @@ QString installOnce(const Stop& stop) {
     const QString time = Get_Date_Time_Val();
     QString result =
         ExecuteExternalFile(
-            {QStringLiteral("install"), QStringLiteral("-t"), QStringLiteral("-r"), apkPath()}, stop) +
+            {QStringLiteral("install"), QStringLiteral("-t"), QStringLiteral("-r"), apkPath(folder)}, stop) +
         QLatin1Char('\n');
     Write_In_Troubleshoot_File(
         QStringLiteral("Install OstrelBulkSMS.apk in %1-%2 at %3\n").arg(manufacturer, model, time) + result);
@@ -76,15 +78,15 @@ bool connectionFailed(Operator& op, ConnectionStatusLines* status, const QString
 
 } // namespace
 
-QString missingApkMessage() {
+QString missingApkMessage(const DataFolder& folder) {
     return QStringLiteral(
                "The companion app \"%1\" is not in the resource folder:\n%2\n\nPut the app's package "
                "file there and search again.")
-        .arg(kCompanionApk, Resource_Path);
+        .arg(kCompanionApk, folder.Resource_Path());
 }
 
-bool CheckConnection(QString& errorTag, bool install, Operator& op, const PhoneQuery& query,
-                     ConnectionStatusLines* status) {
+bool CheckConnection(QString& errorTag, bool install, Operator& op, const DataFolder& folder,
+                     const PhoneQuery& query, ConnectionStatusLines* status) {
     errorTag.clear();
     const Stop& stop = query.stop;
     Write_In_Troubleshoot_File(QStringLiteral("start check connection of android device"));
@@ -140,16 +142,16 @@ bool CheckConnection(QString& errorTag, bool install, Operator& op, const PhoneQ
 
     // The app is the operator's to supply; without it the install's own error would read as
     // a success below.
-    if (!QFileInfo(apkPath()).isFile()) {
+    if (!QFileInfo(apkPath(folder)).isFile()) {
         mark(status, ConnectionStatusLines::Connection, QStringLiteral("Connection Failed"),
              QLatin1Char('T'));
-        Write_In_Troubleshoot_File(QStringLiteral("Connection Failed\n") + missingApkMessage() +
+        Write_In_Troubleshoot_File(QStringLiteral("Connection Failed\n") + missingApkMessage(folder) +
                                    QLatin1Char('\n'));
-        op.Show_MessageBox(missingApkMessage());
+        op.Show_MessageBox(missingApkMessage(folder));
         return false;
     }
 
-    QString result = installOnce(stop);
+    QString result = installOnce(folder, stop);
     bool retried = false;
     for (;;) {
         if (result.trimmed().isEmpty())
@@ -171,7 +173,7 @@ bool CheckConnection(QString& errorTag, bool install, Operator& op, const PhoneQ
         retried = true;
         if (!uninstall.contains(QLatin1String("Success")))
             return connectionFailed(op, status, uninstall);
-        result = installOnce(stop);
+        result = installOnce(folder, stop);
     }
 }
 

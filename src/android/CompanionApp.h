@@ -9,6 +9,7 @@
 
 #include <functional>
 
+class DataFolder;
 class Operator;
 
 inline const QString kCompanionPackage = QStringLiteral("com.OSTRELPROBULKSMS");
@@ -30,12 +31,12 @@ public:
 // With install the app is installed and status marks the search window's lines; without it
 // nothing is installed and problems are told by message box only. query: the phones looked at
 // and the stop of the search (its rests end early on it).
-bool CheckConnection(QString& errorTag, bool install, Operator& op, const PhoneQuery& query = {},
-                     ConnectionStatusLines* status = nullptr);
+bool CheckConnection(QString& errorTag, bool install, Operator& op, const DataFolder& folder,
+                     const PhoneQuery& query = {}, ConnectionStatusLines* status = nullptr);
 
 // Grants the app its permissions for the phone's API level and starts it once with SENDPARAM.
 // Returns the output of the last command.
 QString Send_Permission_Command_To_Phone(const std::function<bool()>& stop = {});
 
 // The message shown when the app's package is not in the resource folder.
-QString missingApkMessage();
+QString missingApkMessage(const DataFolder& folder);

@@ -32,8 +32,6 @@ QString startError(const QString& output) {
     return lines.isEmpty() ? QString() : lines.last().trimmed();
 }
 
-QString localPath(const QString& fileName) { return Created_Resource_Path + QLatin1Char('/') + fileName; }
-
 // Whom a failed start left without a message, as the operator reads it.
 QString recipientsOf(const QList<OutgoingMessage>& messages) {
     return messages.size() == 1 ? messages.first().number
@@ -56,14 +54,15 @@ SendOutcome judgeStartOutput(const QString& output) {
     return SendOutcome::of(Outcome::HandedToPhone);
 }
 
-PhoneDevice::PhoneDevice(Operator& op, QString serial, Mode mode, Hooks hooks, QString serialFilter)
-    : m_op(op), m_serial(std::move(serial)), m_serialFilter(std::move(serialFilter)), m_mode(mode),
-      m_hooks(std::move(hooks)) {}
+PhoneDevice::PhoneDevice(Operator& op, DataFolder folder, QString serial, Mode mode, Hooks hooks,
+                         QString serialFilter)
+    : m_op(op), m_folder(std::move(folder)), m_serial(std::move(serial)),
+      m_serialFilter(std::move(serialFilter)), m_mode(mode), m_hooks(std::move(hooks)) {}
 
 QString PhoneDevice::prepare(bool deliveryReports) {
     Q_UNUSED(deliveryReports); // the app sends by itself: the network's reports stay on the phone
     QString tag;
-    m_notConnected = !CheckConnection(tag, false, m_op, PhoneQuery{m_serialFilter, {}});
+    m_notConnected = !CheckConnection(tag, false, m_op, m_folder, PhoneQuery{m_serialFilter, {}});
     if (!m_notConnected) {
         Send_DEL_File_Command_To_Phone(); // nothing an earlier run copied there is sent again
         return {};
@@ -85,13 +84,13 @@ SendOutcome PhoneDevice::send(const OutgoingMessage& message, std::stop_token st
 }
 
 std::optional<SendOutcome> PhoneDevice::startFromFile(const OutgoingMessage& message, QString& output) {
-    const QString path = localPath(kMessageFileName);
+    const QString path = m_folder.Created_Resource_Path() + QLatin1Char('/') + kMessageFileName;
     if (QString why; !writeFileAtomically(path, message.text.toUtf8(), &why)) {
         // The phone would send whatever message file it holds: nothing is sent instead.
         Delete_File(path);
         return dataNotWritten(why);
     }
-    const bool copied = Save_File_To_Phone_Storage(kMessageFileName, false, kUninterrupted);
+    const bool copied = Save_File_To_Phone_Storage(m_folder, kMessageFileName, false, kUninterrupted);
     Delete_File(path);
     if (copied) {
         output = Send_AN_MSG_Command(message.number, QString(), false);
@@ -141,11 +140,11 @@ std::optional<QList<SendOutcome>> PhoneDevice::sendBatch(const QList<OutgoingMes
     Q_UNUSED(stop); // the phone takes the list in one start: nothing to cut short
     if (messages.isEmpty())
         return QList<SendOutcome>();
-    const QString listPath = localPath(kListFileName);
+    const QString listPath = m_folder.Created_Resource_Path() + QLatin1Char('/') + kListFileName;
     // An empty list proves that the phone takes the file before anyone's number is written down.
     if (QString why; !writeFileAtomically(listPath, QByteArray(), &why))
         return QList<SendOutcome>(messages.size(), stamped(dataNotWritten(why)));
-    if (!Save_File_To_Phone_Storage(kListFileName, false)) {
+    if (!Save_File_To_Phone_Storage(m_folder, kListFileName, false)) {
         Delete_File(listPath);
         if (m_op.Show_YES_NO_MessageBox(QStringLiteral(
                 "The list could not be copied to the phone's storage for single-shot sending.\n\nDo you want "
@@ -161,7 +160,7 @@ std::optional<QList<SendOutcome>> PhoneDevice::sendBatch(const QList<OutgoingMes
 }
 
 std::optional<QList<SendOutcome>> PhoneDevice::handOverList(const QList<OutgoingMessage>& messages) {
-    const QString listPath = localPath(kListFileName);
+    const QString listPath = m_folder.Created_Resource_Path() + QLatin1Char('/') + kListFileName;
     QByteArray content;
     for (const OutgoingMessage& message : messages)
         content += listFileLine(message.number, message.text);
@@ -171,7 +170,7 @@ std::optional<QList<SendOutcome>> PhoneDevice::handOverList(const QList<Outgoing
         return QList<SendOutcome>(messages.size(), stamped(dataNotWritten(why)));
     }
     SendOutcome outcome;
-    if (!Save_File_To_Phone_Storage(kListFileName, false)) {
+    if (!Save_File_To_Phone_Storage(m_folder, kListFileName, false)) {
         // The phone holds the empty list: the app would send nothing.
         m_op.Show_MessageBox(kListNotCopied + QStringLiteral(" No message was sent."));
         outcome = SendOutcome::of(Outcome::NotHandedOver, kListNotCopied);

@@ -2,6 +2,7 @@
 // One phone as a device of a sending run: the companion app takes each message as it comes
 // (its text in a file copied to the phone, or in the start command) or a whole list at once
 // (single-shot). The phone sends by itself: a message it took is handed over, never "sent".
+#include "core/DataFolder.h"
 #include "device/SendingDevice.h"
 
 #include <atomic>
@@ -19,8 +20,10 @@ public:
         std::function<void()> switchedToOneByOne; // single-shot turned into standard one-by-one
     };
 
+    // Files for the phone are written in the data folder before they are copied;
     // serialFilter: the serial the device list is narrowed to ("" = every phone).
-    PhoneDevice(Operator& op, QString serial, Mode mode, Hooks hooks, QString serialFilter = {});
+    PhoneDevice(Operator& op, DataFolder folder, QString serial, Mode mode, Hooks hooks,
+                QString serialFilter = {});
 
     QString name() const override { return m_serial; }
     QString prepare(bool deliveryReports) override;
@@ -45,6 +48,7 @@ private:
     void call(const std::function<void()>& hook) const;
 
     Operator& m_op;
+    const DataFolder m_folder;
     const QString m_serial;
     const QString m_serialFilter;
     std::atomic<Mode> m_mode;

@@ -5,13 +5,17 @@
 
 #include <functional>
 
+class DataFolder;
+
 using AdbStop = std::function<bool()>;
 
 // The phone's storage root: "echo $EXTERNAL_STORAGE" as the phone's shell expands it.
 QString phoneStorageRoot(const AdbStop& stop = {});
 
-// Copies Created_Resource_Path/fileName to the phone's storage; false when the copy failed.
-bool Save_File_To_Phone_Storage(const QString& fileName, bool writeToLog, const AdbStop& stop = {});
+// Copies fileName from the data folder's Created_Resource_Path to the phone's storage; false
+// when the copy failed.
+bool Save_File_To_Phone_Storage(const DataFolder& folder, const QString& fileName, bool writeToLog,
+                                const AdbStop& stop = {});
 // Removes the file from the phone's storage (and from the second place of a legacy root).
 QString Send_DEL_File_Command_To_ADB(const QString& fileName, const AdbStop& stop = {});
 // Removes "ostrelsms.txt" and "message.txt": whatever an earlier run, test or program copied

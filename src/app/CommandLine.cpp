@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include "AppContext.h"
 #include "CommandLineAndroid.h"
 #include "CommandLineExclusion.h"
 #include "CommandLineInputs.h"
@@ -62,11 +63,13 @@ bool isServiceCentreNumber(const QString& number) {
 
 struct Session {
     ConsoleOperator op;
-    Bulk_SMSAppDelegate android{op};
-    Gsm_Bulk_Sms_Wnd gsm{op};
+    AppContext context{op, DataFolder::fromEnvironment()};
+    Bulk_SMSAppDelegate android{op, context.folder()};
+    Gsm_Bulk_Sms_Wnd gsm{op, context.folder()};
     MainWindows windows{android, gsm};
     explicit Session(bool yes) : op(yes) {}
-    bool launch() { return Launch_Application(op, windows); }
+    const DataFolder& folder() const { return context.folder(); }
+    bool launch() { return Launch_Application(op, context.folder(), windows); }
 };
 
 // Searches the attached modems (and BULKSMS_EXTRA_MODEMS) as the device window does.
@@ -93,7 +96,7 @@ int runDevices(const QStringList& arguments) {
     if (!session.launch())
         return 2;
     if (parser.isSet(android))
-        return listAndroidDevices(parser.value(serial));
+        return listAndroidDevices(session.folder(), parser.value(serial));
     GSM_Device_List_Wnd devices(session.op, session.gsm.selection());
     searchDevices(devices);
     const RecordTable& list = devices.nsPortListData();
@@ -112,18 +115,18 @@ CarriedRun& carriedRunOf(Session& session, bool throughAndroid) {
 
 // Takes the data folder's sending lock, and settles a run that did not end: a new run never
 // replaces its record unless told to discard it. An exit status when the command ends here.
-std::optional<int> claimDataFolder(std::shared_ptr<SendingLock>& lock, bool resuming, bool discardUnfinished,
-                                   const QString& road) {
+std::optional<int> claimDataFolder(const DataFolder& folder, std::shared_ptr<SendingLock>& lock,
+                                   bool resuming, bool discardUnfinished, const QString& road) {
     qint64 holder = 0;
     QString why;
-    lock = SendingLock::acquire(&holder, &why);
+    lock = SendingLock::acquire(folder, &holder, &why);
     if (!lock) {
         err(SendingLock::refusal(holder, why));
         return holder < 0 ? kExitDataNotWritten : RunReport::kAnotherSender;
     }
     QString unreadable;
     const std::optional<RunJournal::Unfinished> unfinished =
-        resuming ? std::nullopt : RunJournal::load(&unreadable, road);
+        resuming ? std::nullopt : RunJournal::load(folder, &unreadable, road);
     if (!unreadable.isEmpty()) {
         err(errorInFileAccessing(unreadable));
         return kExitDataNotWritten;
@@ -138,7 +141,7 @@ std::optional<int> claimDataFolder(std::shared_ptr<SendingLock>& lock, bool resu
                 .arg(counts));
         return 2;
     }
-    RunJournal::discard(road);
+    RunJournal::discard(folder, road);
     err(QStringLiteral("The run that did not end %1 was discarded.").arg(counts));
     return std::nullopt;
 }
@@ -218,7 +221,8 @@ std::optional<int> readRecipients(const SendOptions& o, QList<Recipient>& raw) {
 std::optional<int> resumeUnfinished(SendRun& run) {
     const SendOptions& o = run.options;
     QString unreadable;
-    const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load(&unreadable, run.road);
+    const std::optional<RunJournal::Unfinished> unfinished =
+        RunJournal::load(run.session.folder(), &unreadable, run.road);
     if (!unreadable.isEmpty()) {
         err(errorInFileAccessing(unreadable));
         return kExitDataNotWritten;
@@ -243,7 +247,7 @@ std::optional<int> resumeUnfinished(SendRun& run) {
         run.raw.append({entry.number, entry.message});
     if (!run.raw.isEmpty())
         return std::nullopt;
-    RunJournal::discard(run.road);
+    RunJournal::discard(run.session.folder(), run.road);
     out(QStringLiteral("%1 of %2 recipients sent.").arg(resumed.sent).arg(resumed.total));
     return resumed.sent + resumed.unknown == resumed.total ? 0 : RunReport::kSomeFailed;
 }
@@ -511,8 +515,8 @@ int runSend(const QStringList& arguments) {
     // record is looked at only by the process that may continue it.
     std::shared_ptr<SendingLock> sendingLock;
     if (!o.isSet(o.dryRun))
-        if (const std::optional<int> refused =
-                claimDataFolder(sendingLock, o.isSet(o.resume), o.isSet(o.discardUnfinished), run.road))
+        if (const std::optional<int> refused = claimDataFolder(
+                session.folder(), sendingLock, o.isSet(o.resume), o.isSet(o.discardUnfinished), run.road))
             return *refused;
     if (const std::optional<int> end = prepareSend(run))
         return *end;

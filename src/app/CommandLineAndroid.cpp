@@ -35,7 +35,7 @@ template <typename F> auto onWorker(F&& body) {
 bool selectPhone(Bulk_SMSAppDelegate& window, Operator& op, const QString& serial) {
     pointAdbAt(serial);
     window.androidSelection().serialFilter = serial;
-    Android_Ph_List_Wnd search(op, window.selection(), window.androidSelection());
+    Android_Ph_List_Wnd search(op, window.dataFolder(), window.selection(), window.androidSelection());
     const auto outcome = onWorker([&search] { return search.searchDevice(false); });
     if (outcome != Android_Ph_List_Wnd::Outcome::Connected) {
         printErr(QStringLiteral("No phone ready to send with."));
@@ -58,7 +58,7 @@ int testAndroidPhone(Bulk_SMSAppDelegate& window, Operator& op, const QString& s
                      const QString& number) {
     if (!selectPhone(window, op, serial))
         return 2;
-    Android_TroubleShooting test(op, window.androidSelection(), window.selection());
+    Android_TroubleShooting test(op, window.dataFolder(), window.androidSelection(), window.selection());
     test.open(window.deviceCaption());
     test.setTestNumberText(number);
     test.Start_Btn();
@@ -75,7 +75,7 @@ int testAndroidPhone(Bulk_SMSAppDelegate& window, Operator& op, const QString& s
     return anyWorked ? 0 : 1;
 }
 
-int listAndroidDevices(const QString& serial) {
+int listAndroidDevices(const DataFolder& folder, const QString& serial) {
     pointAdbAt(serial);
     const QString list = onWorker([&serial] { return Get_Android_Device_List(PhoneQuery{serial, {}}); });
     int phones = 0;
@@ -86,7 +86,7 @@ int listAndroidDevices(const QString& serial) {
         QString text = phone + QLatin1Char('\t') + state;
         if (state == QLatin1String("device")) {
             pointAdbAt(phone);
-            const RecordList rows = onWorker([] { return readDeviceProperties(); });
+            const RecordList rows = onWorker([&folder] { return readDeviceProperties(folder); });
             for (const Record& row : rows)
                 text += QLatin1Char('\t') + row.value(kPortNameKey).trimmed() + QStringLiteral(": ") +
                         row.value(kPortDetailKey);

@@ -4,10 +4,11 @@
 #include <QString>
 
 class Bulk_SMSAppDelegate;
+class DataFolder;
 class Operator;
 
 // "bulksms devices --android": one line per phone with its state and properties.
-int listAndroidDevices(const QString& serial);
+int listAndroidDevices(const DataFolder& folder, const QString& serial);
 
 // Finds and selects the phone, applies the mode ("single-shot", "standard", "classic") and
 // sends the window's list; prints a progress line per record and the summary.

@@ -20,11 +20,12 @@ constexpr int kSomeLinesRejected = 1;
 const QString kUsage = QStringLiteral("Usage: bulksms exclusion import FILE [--list NAME]\n"
                                       "       bulksms exclusion list [NAME] [--json]");
 
-void locateData() {
-    Resource_Path = locateResourcePath();
-    computeDataPaths();
-    Check_Path_And_Create_Files();
-    DefaultCountry::instance().load(); // numbers are compared as the windows compare them
+DataFolder locateData() {
+    DataFolder folder = DataFolder::fromEnvironment();
+    folder.adoptForProcess();
+    folder.Check_Path_And_Create_Files();
+    DefaultCountry::instance().load(folder); // numbers are compared as the windows compare them
+    return folder;
 }
 
 void printJson(const QJsonObject& object) {
@@ -76,9 +77,9 @@ int runImport(const QStringList& arguments) {
         printErr(QStringLiteral("%1 could not be read, or holds no text.").arg(path));
         return kExitUsage;
     }
-    locateData();
+    const DataFolder folder = locateData();
     QString unread;
-    const QStringList listed = exclusionListNumbers(name, &unread);
+    const QStringList listed = exclusionListNumbers(folder, name, &unread);
     if (!unread.isEmpty()) {
         printErr(errorInFileAccessing(unread));
         return kExitDataNotWritten;
@@ -91,7 +92,7 @@ int runImport(const QStringList& arguments) {
         return kExitUsage;
     }
     QString why;
-    if (!addToExclusionList(name, taken.added, &why)) {
+    if (!addToExclusionList(folder, name, taken.added, &why)) {
         printErr(errorInFileAccessing(why));
         return kExitDataNotWritten;
     }
@@ -121,13 +122,13 @@ int runList(const QStringList& arguments) {
         printErr(QStringLiteral("At most one list name, please.\n") + kUsage);
         return kExitUsage;
     }
-    locateData();
+    const DataFolder folder = locateData();
     QString unread;
-    const QStringList names = exclusionListNames(&unread);
-    const QStringList applied = unread.isEmpty() ? appliedExclusionListNames(&unread) : QStringList();
+    const QStringList names = exclusionListNames(folder, &unread);
+    const QStringList applied = unread.isEmpty() ? appliedExclusionListNames(folder, &unread) : QStringList();
     // A list that cannot be read is never shown as empty.
-    const auto numbersOf = [&unread](const QString& name) {
-        return unread.isEmpty() ? exclusionListNumbers(name, &unread) : QStringList();
+    const auto numbersOf = [&unread, &folder](const QString& name) {
+        return unread.isEmpty() ? exclusionListNumbers(folder, name, &unread) : QStringList();
     };
     if (parser.positionalArguments().isEmpty()) {
         QJsonArray lists;

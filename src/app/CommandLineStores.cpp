@@ -16,12 +16,13 @@ namespace {
 
 // The data and resource folders as the application finds them, without any window; the
 // data tree narrowed as at every start.
-void locateData() {
-    Resource_Path = locateResourcePath();
-    computeDataPaths();
-    if (const QStringList problems = makeDataTreePrivate(); !problems.isEmpty())
+DataFolder locateData() {
+    DataFolder folder = DataFolder::fromEnvironment();
+    folder.adoptForProcess();
+    if (const QStringList problems = makeDataTreePrivate(folder); !problems.isEmpty())
         printErr(errorInFileAccessing(problems.join(QLatin1Char('\n'))));
-    Check_Path_And_Create_Files();
+    folder.Check_Path_And_Create_Files();
+    return folder;
 }
 
 // A store's file; false, after saying why, when it cannot be read (nothing is exported then).
@@ -98,10 +99,10 @@ int runSentItems(const QStringList& arguments) {
         printErr(QStringLiteral("--filter is all, sent or unsent, and only for the GSM sent items."));
         return 2;
     }
-    locateData();
+    const DataFolder folder = locateData();
     const bool withStatus = !parser.isSet(android);
     QByteArray stored;
-    if (!readData(withStatus ? SentItem_File_Path : SentItemAnd_File_Path, stored))
+    if (!readData(withStatus ? folder.SentItem_File_Path() : folder.SentItemAnd_File_Path(), stored))
         return kExitDataNotWritten;
     QList<SentItem> items;
     for (const SentItem& item : parseSentItems(stored))
@@ -140,12 +141,12 @@ int runTemplates(const QStringList& arguments) {
     ExportFormat format = ExportFormat::Text;
     if (!exportTarget(parser, exportFile, path, format))
         return 2;
-    locateData();
+    const DataFolder folder = locateData();
     QByteArray stored;
-    if (!readData(Templates_File_Path, stored))
+    if (!readData(folder.Templates_File_Path(), stored))
         return kExitDataNotWritten;
     ConsoleOperator op(false);
-    Templates store(op);
+    Templates store(op, folder);
     store.loadFrom(stored);
     const QStringList all = store.templates();
     QString why;

@@ -107,10 +107,11 @@ int runTestDevice(const QStringList& arguments) {
         return 2;
     }
     ConsoleOperator op(true);
-    Bulk_SMSAppDelegate androidWindow(op);
-    Gsm_Bulk_Sms_Wnd gsm(op);
+    const DataFolder folder = DataFolder::fromEnvironment();
+    Bulk_SMSAppDelegate androidWindow(op, folder);
+    Gsm_Bulk_Sms_Wnd gsm(op, folder);
     MainWindows windows(androidWindow, gsm);
-    if (!Launch_Application(op, windows))
+    if (!Launch_Application(op, folder, windows))
         return 2;
     if (throughAndroid)
         return testAndroidPhone(androidWindow, op, parser.value(serial), parser.value(to));

@@ -1,5 +1,6 @@
 #include "Desktop.h"
 
+#include "AppContext.h"
 #include "core/AppState.h"
 #include "core/Launch.h"
 #include "core/Log.h"
@@ -28,13 +29,14 @@ int runDesktop(int argc, char* argv[]) {
     QtOperator op;
     ViewRegistry::registerStandardViews();
 
-    Bulk_SMSAppDelegate androidWindow(op);
-    Gsm_Bulk_Sms_Wnd gsmWindow(op);
-    AndroidBulkSmsView androidView(androidWindow);
-    GsmBulkSmsView gsmView(gsmWindow);
+    AppContext context(op, DataFolder::fromEnvironment());
+    Bulk_SMSAppDelegate androidWindow(op, context.folder());
+    Gsm_Bulk_Sms_Wnd gsmWindow(op, context.folder());
+    AndroidBulkSmsView androidView(androidWindow, context.stores());
+    GsmBulkSmsView gsmView(gsmWindow, context.stores());
     MainWindows windows(androidWindow, gsmWindow);
 
-    if (!Launch_Application(op, windows))
+    if (!Launch_Application(op, context.folder(), windows))
         return 1;
     QTimer::singleShot(0, &app, [&] {
         offerToResumeUnfinishedRun(gsmWindow, androidWindow, op);

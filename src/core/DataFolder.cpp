@@ -3,6 +3,7 @@
 #include "AppState.h"
 #include "FileUtils.h"
 #include "Log.h"
+#include "NoFollowPaths.h"
 #include "TroubleshootingLog.h"
 
 #include <QDir>
@@ -12,6 +13,7 @@
 #include <fcntl.h>
 #include <mutex>
 #include <unistd.h>
+#include <utility>
 
 #ifndef BULKSMS_INSTALLED_RESOURCES
 #define BULKSMS_INSTALLED_RESOURCES ""
@@ -20,18 +22,11 @@
 #define BULKSMS_BUILD_RESOURCES ""
 #endif
 
-QString Resource_Path;
-QString Created_Resource_Path;
-QString Bulk_SMS_Data_Folder_Path;
-QString SentItem_File_Path;
-QString SentItemAnd_File_Path;
-QString Templates_File_Path;
-QString AppExclusion_File_Path;
-QString Exclusion_Folder_Path;
-QString ExListIndex_File_Path;
-QString Troubleshooting_Log_Path;
-
 namespace {
+// Several threads may lay out the folder at once (run workers, loaders) and an item created
+// by one between another's look and its creation would read as a failure: one layout at a time,
+// for the process's changes to its data folder on disk.
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): one per process
 std::mutex g_layoutMutex;
 
 QString dataHome() {
@@ -72,26 +67,39 @@ QString locateResourcePath() {
     return QStringLiteral(BULKSMS_INSTALLED_RESOURCES);
 }
 
-void computeDataPaths() {
-    Created_Resource_Path = QDir::cleanPath(dataHome() + QLatin1Char('/') + kApplicationName);
-    Bulk_SMS_Data_Folder_Path = Created_Resource_Path + QStringLiteral("/BULK_SMS_DATA");
-    SentItem_File_Path = Bulk_SMS_Data_Folder_Path + QStringLiteral("/SentItem.OSTREL");
-    SentItemAnd_File_Path = Bulk_SMS_Data_Folder_Path + QStringLiteral("/SentItemAnd.OSTREL");
-    Templates_File_Path = Bulk_SMS_Data_Folder_Path + QStringLiteral("/Templates.OSTREL");
-    AppExclusion_File_Path = Bulk_SMS_Data_Folder_Path + QStringLiteral("/AppExclusion.OSTREL");
-    Exclusion_Folder_Path = Bulk_SMS_Data_Folder_Path + QStringLiteral("/Exclusion");
-    ExListIndex_File_Path = Exclusion_Folder_Path + QStringLiteral("/ExListIndex.OSTREL");
-    Troubleshooting_Log_Path = Created_Resource_Path + QStringLiteral("/Troubleshooting_Log.txt");
+DataFolder::DataFolder(const QString& dataHome, QString resources)
+    : m_resources(std::move(resources)),
+      m_root(QDir::cleanPath(dataHome + QLatin1Char('/') + kApplicationName)),
+      m_data(m_root + QStringLiteral("/BULK_SMS_DATA")) {}
+
+DataFolder DataFolder::fromEnvironment() { return {dataHome(), locateResourcePath()}; }
+
+QString DataFolder::SentItem_File_Path() const { return m_data + QStringLiteral("/SentItem.OSTREL"); }
+QString DataFolder::SentItemAnd_File_Path() const { return m_data + QStringLiteral("/SentItemAnd.OSTREL"); }
+QString DataFolder::Templates_File_Path() const { return m_data + QStringLiteral("/Templates.OSTREL"); }
+QString DataFolder::AppExclusion_File_Path() const { return m_data + QStringLiteral("/AppExclusion.OSTREL"); }
+QString DataFolder::Exclusion_Folder_Path() const { return m_data + QStringLiteral("/Exclusion"); }
+QString DataFolder::ExListIndex_File_Path() const {
+    return Exclusion_Folder_Path() + QStringLiteral("/ExListIndex.OSTREL");
+}
+QString DataFolder::Troubleshooting_Log_Path() const {
+    return m_root + QStringLiteral("/Troubleshooting_Log.txt");
 }
 
-bool Check_Path_And_Create_Files() {
+void DataFolder::adoptForProcess() const {
+    setDataTreeRoot(m_root);
+    setTroubleshootingLogPath(Troubleshooting_Log_Path());
+}
+
+bool DataFolder::Check_Path_And_Create_Files() const {
     std::lock_guard lock(g_layoutMutex);
     // Each step runs only when its item is missing; the first failure stops the rest,
     // and the next call tries again.
-    const bool complete = ensureFolder(Bulk_SMS_Data_Folder_Path) && ensureEmptyFile(SentItem_File_Path) &&
-                          ensureEmptyFile(SentItemAnd_File_Path) && ensureEmptyFile(Templates_File_Path) &&
-                          ensureEmptyFile(AppExclusion_File_Path) && ensureFolder(Exclusion_Folder_Path) &&
-                          ensureEmptyFile(ExListIndex_File_Path);
-    ensureTroubleshootingLog(); // kept as it is: it is bounded by its own cap
+    const bool complete = ensureFolder(m_data) && ensureEmptyFile(SentItem_File_Path()) &&
+                          ensureEmptyFile(SentItemAnd_File_Path()) &&
+                          ensureEmptyFile(Templates_File_Path()) &&
+                          ensureEmptyFile(AppExclusion_File_Path()) &&
+                          ensureFolder(Exclusion_Folder_Path()) && ensureEmptyFile(ExListIndex_File_Path());
+    ensureTroubleshootingLog(Troubleshooting_Log_Path()); // kept as it is: it is bounded by its own cap
     return complete;
 }

@@ -1,8 +1,11 @@
 #pragma once
-// The per-user data folder and the resource folder.
+// The per-user data folder and the resource folder: every path the program reads or writes
+// its data at, fixed when the folder is made and never changed. The program's start makes
+// one from the environment (fromEnvironment) and hands it to whoever needs a path; tests
+// make their own over a temporary folder.
 //
-// Created_Resource_Path     $BULKSMS_DATA_HOME, else $XDG_DATA_HOME, else ~/.local/share,
-//                           joined with the application name
+// Created_Resource_Path     the data home ($BULKSMS_DATA_HOME, else $XDG_DATA_HOME, else
+//                           ~/.local/share) joined with the application name
 // Bulk_SMS_Data_Folder_Path Created_Resource_Path / "BULK_SMS_DATA" (the stored lists)
 // Resource_Path             $BULKSMS_RESOURCES, else share/ostrel-bulk-sms beside the program's
 //                           folder (an installed tree, wherever unpacked), else, for a program of
@@ -13,27 +16,42 @@
 //                           TroubleshootingLog.h: 0600, bounded, never emptied here).
 #include <QString>
 
-extern QString Resource_Path;
-extern QString Created_Resource_Path;
-extern QString Bulk_SMS_Data_Folder_Path;
+class DataFolder {
+public:
+    // dataHome holds the application's folder; resources is the resource folder.
+    DataFolder(const QString& dataHome, QString resources);
 
-extern QString SentItem_File_Path;    // sent items of the GSM window
-extern QString SentItemAnd_File_Path; // sent items of the Android window
-extern QString Templates_File_Path;
-extern QString AppExclusion_File_Path; // names of the exclusion lists applied
-extern QString Exclusion_Folder_Path;  // one file per exclusion list
-extern QString ExListIndex_File_Path;
-extern QString Troubleshooting_Log_Path;
+    // The folders the environment names (above).
+    static DataFolder fromEnvironment();
 
-// The resource folder this process uses.
+    const QString& Resource_Path() const { return m_resources; }
+    const QString& Created_Resource_Path() const { return m_root; }
+    const QString& Bulk_SMS_Data_Folder_Path() const { return m_data; }
+
+    QString SentItem_File_Path() const;    // sent items of the GSM window
+    QString SentItemAnd_File_Path() const; // sent items of the Android window
+    QString Templates_File_Path() const;
+    QString AppExclusion_File_Path() const; // names of the exclusion lists applied
+    QString Exclusion_Folder_Path() const;  // one file per exclusion list
+    QString ExListIndex_File_Path() const;
+    QString Troubleshooting_Log_Path() const;
+
+    // Makes sure the data folder layout exists (missing items only, in a fixed order;
+    // folders 0700 and files 0600, existing ones narrowed to that;
+    // the first failure stops the remaining steps) and then always makes sure the troubleshooting
+    // log exists private to the user (0600), keeping what it holds. Returns true when the whole
+    // layout is in place. Safe to call from any thread.
+    bool Check_Path_And_Create_Files() const;
+
+    // Points the process's one troubleshooting log at this folder's, and the link rule of every
+    // file call (NoFollowPaths.h) at its tree: the program's start does, once.
+    void adoptForProcess() const;
+
+private:
+    QString m_resources;
+    QString m_root;
+    QString m_data;
+};
+
+// The resource folder the environment names (above).
 QString locateResourcePath();
-
-// Fixes every data path from Created_Resource_Path (computed from the environment).
-void computeDataPaths();
-
-// Makes sure the data folder layout exists (missing items only, in a fixed order;
-// folders 0700 and files 0600, existing ones narrowed to that;
-// the first failure stops the remaining steps) and then always makes sure the troubleshooting
-// log exists private to the user (0600), keeping what it holds. Returns true when the whole
-// layout is in place. Safe to call from any thread.
-bool Check_Path_And_Create_Files();

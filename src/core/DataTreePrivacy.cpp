@@ -75,18 +75,17 @@ void narrowFolder(int folder, const QString& path, int depth, QStringList& probl
 
 } // namespace
 
-QStringList makeDataTreePrivate() {
+QStringList makeDataTreePrivate(const DataFolder& folder) {
     QStringList problems;
-    if (Created_Resource_Path.isEmpty())
-        return problems;
+    const QString& root = folder.Created_Resource_Path();
     QByteArray name;
     QString why;
-    const int parent = openContainingFolder(Created_Resource_Path, name, &why);
+    const int parent = openContainingFolder(root, name, &why);
     if (parent < 0) {
         if (errno != ENOENT)
             problems << why;
     } else {
-        narrowItem(parent, name, Created_Resource_Path, 0, problems);
+        narrowItem(parent, name, root, 0, problems);
         ::close(parent);
     }
     for (const QString& problem : problems)

@@ -7,22 +7,21 @@
 #include "Mobile_Sel_Wnd.h"
 #include "Operator.h"
 
-bool Launch_Application(Operator& op, MainWindows& windows) {
+bool Launch_Application(Operator& op, const DataFolder& folder, MainWindows& windows) {
     MainWindowController& androidWindow = windows.android();
     MainWindowController& gsmWindow = windows.gsm();
+    folder.adoptForProcess();
     androidWindow.windowDidLoad();
-    Resource_Path = locateResourcePath();
-    if (!Create_Folder(Resource_Path)) {
+    if (!Create_Folder(folder.Resource_Path())) {
         op.Show_MessageBox(QStringLiteral("Can not access Bulk sms Data file."));
         op.quitApplication();
         return false;
     }
-    computeDataPaths();
-    Create_Folder(Created_Resource_Path);
+    Create_Folder(folder.Created_Resource_Path());
     // Earlier versions left the data open to everyone; links planted in it are named.
-    if (const QStringList problems = makeDataTreePrivate(); !problems.isEmpty())
+    if (const QStringList problems = makeDataTreePrivate(folder); !problems.isEmpty())
         op.Show_MessageBox(errorInFileAccessing(problems.join(QLatin1Char('\n'))));
-    Check_Path_And_Create_Files();
+    folder.Check_Path_And_Create_Files();
     gsmWindow.windowDidLoad();
 
     androidWindow.setTextChangeNotifications(true);

@@ -13,6 +13,9 @@ std::mutex& captureMutex() {
     static std::mutex m;
     return m;
 }
+// The process has one standard error: the command line's choice holds for every line logged,
+// from any thread.
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): one per process
 std::atomic<bool> g_toStandardError{false};
 
 std::vector<LogCapture*>& captures() {

@@ -1,7 +1,5 @@
 #include "NoFollowPaths.h"
 
-#include "DataFolder.h"
-
 #include <QDir>
 #include <QFile>
 #include <QStringList>
@@ -9,9 +7,30 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <mutex>
 #include <unistd.h>
 
 namespace {
+
+// The data tree every file call of the process guards (setDataTreeRoot).
+struct DataTreeRoot {
+    std::mutex mutex;
+    QString path;
+};
+
+DataTreeRoot& dataTreeRoot() {
+    // The link rule of every file call in the process, however deep, for the one data tree the
+    // program's start names.
+    // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): one per process
+    static DataTreeRoot root;
+    return root;
+}
+
+QString dataTreeRootPath() {
+    DataTreeRoot& root = dataTreeRoot();
+    const std::lock_guard lock(root.mutex);
+    return root.path;
+}
 
 QString withReason(const QString& path, int code) {
     return path + QStringLiteral(": ") + QString::fromLocal8Bit(std::strerror(code));
@@ -39,11 +58,18 @@ void explainFailure(int folder, const QByteArray& name, const QString& linkPath,
 
 } // namespace
 
+void setDataTreeRoot(const QString& root) {
+    DataTreeRoot& tree = dataTreeRoot();
+    const std::lock_guard lock(tree.mutex);
+    tree.path = root;
+}
+
 bool inDataTree(const QString& path) {
-    if (Created_Resource_Path.isEmpty())
+    const QString root = dataTreeRootPath();
+    if (root.isEmpty())
         return false;
     const QString clean = QDir::cleanPath(path);
-    return clean == Created_Resource_Path || clean.startsWith(Created_Resource_Path + QLatin1Char('/'));
+    return clean == root || clean.startsWith(root + QLatin1Char('/'));
 }
 
 QString symbolicLinkRefusal(const QString& link) {
@@ -55,8 +81,8 @@ int openContainingFolder(const QString& path, QByteArray& name, QString* error) 
     // the data tree's parent one level at a time, none of them a link.
     QString start, last, reached;
     QStringList levels;
-    if (inDataTree(path)) {
-        reached = Created_Resource_Path.left(Created_Resource_Path.lastIndexOf(QLatin1Char('/')) + 1);
+    if (const QString root = dataTreeRootPath(); inDataTree(path)) {
+        reached = root.left(root.lastIndexOf(QLatin1Char('/')) + 1);
         start = reached.isEmpty() ? QStringLiteral(".") : reached.size() == 1 ? reached : reached.chopped(1);
         levels = QDir::cleanPath(path).mid(reached.size()).split(QLatin1Char('/'));
         last = levels.takeLast();

@@ -1,6 +1,6 @@
 #pragma once
-// Reaching files without following symbolic links. In the data tree (Created_Resource_Path
-// and everything below it) no level from Created_Resource_Path down may be a symbolic link:
+// Reaching files without following symbolic links. In the data tree (Created_Resource_Path of
+// the data folder, and everything below it) no level from its root down may be a symbolic link:
 // a link planted there would send other people's numbers and messages to, or take them from,
 // a file of someone else's choosing. Elsewhere (exports to folders the operator chose) only
 // the last component is not followed, as open(O_NOFOLLOW) does.
@@ -11,6 +11,11 @@
 #include <QString>
 
 #include <sys/stat.h>
+
+// Names the data tree's root (DataFolder::Created_Resource_Path) for every file call of the
+// process, however deep: the program's start does, once; with none, only last components are
+// guarded.
+void setDataTreeRoot(const QString& root);
 
 // Whether path lies in the data tree (its folders and files, not its parent).
 bool inDataTree(const QString& path);

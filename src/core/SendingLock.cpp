@@ -12,7 +12,11 @@
 #include <unistd.h>
 
 namespace {
+// flock() belongs to the open file, so a second open in this process would be refused by the
+// first: the process holds the lock once, and every holder in it shares that.
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): guards g_held
 std::mutex g_mutex;
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): one per process
 std::weak_ptr<SendingLock> g_held; // this process's lock, while anything holds it
 
 qint64 pidIn(int fd) {
@@ -27,15 +31,17 @@ SendingLock::~SendingLock() {
     ::close(m_fd);
 }
 
-QString SendingLock::path() { return Bulk_SMS_Data_Folder_Path + QStringLiteral("/Sending.lock"); }
+QString SendingLock::path(const DataFolder& folder) {
+    return folder.Bulk_SMS_Data_Folder_Path() + QStringLiteral("/Sending.lock");
+}
 
-std::shared_ptr<SendingLock> SendingLock::acquire(qint64* holder, QString* why) {
+std::shared_ptr<SendingLock> SendingLock::acquire(const DataFolder& folder, qint64* holder, QString* why) {
     std::lock_guard lock(g_mutex);
     if (auto held = g_held.lock())
         return held;
-    Create_Folder(Bulk_SMS_Data_Folder_Path);
+    Create_Folder(folder.Bulk_SMS_Data_Folder_Path());
     QString refused;
-    const int fd = openNoFollow(path(), O_RDWR | O_CREAT, 0600, &refused);
+    const int fd = openNoFollow(path(folder), O_RDWR | O_CREAT, 0600, &refused);
     if (fd < 0) {
         if (holder)
             *holder = -1;
@@ -48,7 +54,7 @@ std::shared_ptr<SendingLock> SendingLock::acquire(qint64* holder, QString* why) 
         if (holder)
             *holder = error == EWOULDBLOCK ? pidIn(fd) : -1;
         if (why && error != EWOULDBLOCK)
-            *why = QStringLiteral("%1: %2").arg(path(), QString::fromLocal8Bit(std::strerror(error)));
+            *why = QStringLiteral("%1: %2").arg(path(folder), QString::fromLocal8Bit(std::strerror(error)));
         ::close(fd);
         return nullptr;
     }

@@ -8,6 +8,8 @@
 
 #include <memory>
 
+class DataFolder;
+
 class SendingLock {
 public:
     ~SendingLock();
@@ -16,9 +18,10 @@ public:
 
     // The lock, or nothing when another process holds it (`holder`: its pid, 0 when unknown)
     // or the lock file cannot be opened (`holder` -1, `why` the reason).
-    static std::shared_ptr<SendingLock> acquire(qint64* holder = nullptr, QString* why = nullptr);
+    static std::shared_ptr<SendingLock> acquire(const DataFolder& folder, qint64* holder = nullptr,
+                                                QString* why = nullptr);
 
-    static QString path(); // "Sending.lock" in the data folder
+    static QString path(const DataFolder& folder); // "Sending.lock" in the data folder
 
     // What the operator is told when another process sends from this data folder.
     static QString refusal(qint64 holder, const QString& why = {});

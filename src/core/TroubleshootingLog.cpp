@@ -1,6 +1,5 @@
 #include "TroubleshootingLog.h"
 
-#include "DataFolder.h"
 #include "FileUtils.h"
 #include "NoFollowPaths.h"
 
@@ -32,6 +31,7 @@ std::mutex& logMutex() {
 
 // Set while this thread writes the log: a failure reported from inside (the durable writer logs
 // its reasons) must not come back here and wait on the mutex it holds.
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): each thread's own
 thread_local bool t_writing = false;
 
 // Never through a symbolic link (at any level of the data tree: openNoFollow), never a device
@@ -164,9 +164,18 @@ namespace {
 // together in one append.
 class LogWriter {
 public:
+    void setPath(const QString& path) {
+        const std::lock_guard lock(m_mutex);
+        m_path = path;
+    }
+
     // stampMs >= 0: a log line, stamped here with that time (the local time is costly to find).
-    void post(const QString& path, const QByteArray& bytes, qint64 stampMs = -1) {
+    // Dropped while the log has no path.
+    void post(const QByteArray& bytes, qint64 stampMs = -1) {
         std::unique_lock lock(m_mutex);
+        const QString path = m_path;
+        if (path.isEmpty())
+            return;
         if (m_stopped) { // the process is ending: the caller writes it itself
             lock.unlock();
             const QByteArray stamp =
@@ -252,6 +261,7 @@ private:
 
     static constexpr std::chrono::milliseconds kGathering{50};
 
+    QString m_path;            // the file the next entries go to
     qint64 m_stampSecond = -1; // the writer thread's own
     QByteArray m_secondText;
     std::mutex m_mutex;
@@ -266,6 +276,10 @@ private:
 
 LogWriter& logWriter() {
     // Never destroyed: a line logged by another object's destructor at exit still has a writer.
+    // The one sink of the process's log lines (Log.h), which any thread may reach, for the
+    // process's one log file and its writer thread: its path is given by the program's start
+    // (setTroubleshootingLogPath).
+    // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): one per process
     static LogWriter* const writer = [] {
         auto* created = new LogWriter;
         std::atexit([] { logWriter().stop(); });
@@ -278,14 +292,16 @@ LogWriter& logWriter() {
 
 void appendToTroubleshootingLog(const QByteArray& bytes) {
     // A failure reported while the log itself is being written is dropped, never looped back.
-    if (!t_writing && !Troubleshooting_Log_Path.isEmpty())
-        logWriter().post(Troubleshooting_Log_Path, bytes);
+    if (!t_writing)
+        logWriter().post(bytes);
 }
 
 void postLogLine(const QByteArray& line) {
-    if (!t_writing && !Troubleshooting_Log_Path.isEmpty())
-        logWriter().post(Troubleshooting_Log_Path, line, QDateTime::currentMSecsSinceEpoch());
+    if (!t_writing)
+        logWriter().post(line, QDateTime::currentMSecsSinceEpoch());
 }
+
+void setTroubleshootingLogPath(const QString& path) { logWriter().setPath(path); }
 
 void flushTroubleshootingLog() { logWriter().flush(); }
 
@@ -295,10 +311,10 @@ void Write_In_Troubleshoot_File(const QString& text) {
     flushTroubleshootingLog();
 }
 
-void ensureTroubleshootingLog() {
-    if (Troubleshooting_Log_Path.isEmpty())
+void ensureTroubleshootingLog(const QString& path) {
+    if (path.isEmpty())
         return;
-    const int fd = openNoFollow(Troubleshooting_Log_Path, O_WRONLY | kOpenFlags, kPrivateFile);
+    const int fd = openNoFollow(path, O_WRONLY | kOpenFlags, kPrivateFile);
     if (fd < 0)
         return;
     struct stat st {};

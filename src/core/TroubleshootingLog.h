@@ -1,8 +1,9 @@
 #pragma once
 // The troubleshooting log, Troubleshooting_Log_Path (DataFolder.h): "Troubleshooting_Log.txt"
-// beside the data folder. Every log line (Log.h: each AT command and answer, each adb command
-// line) and the Android troubleshooting window's entries go here and nowhere else outside the
-// user's data, since they hold phone numbers and message texts.
+// beside the data folder. The process has one log and one thread writing it, which any thread
+// reaches; the program's start gives it its path (setTroubleshootingLogPath). Every log line (Log.h: each AT
+// command and answer, each adb command line) and the Android troubleshooting window's entries go here and
+// nowhere else outside the user's data, since they hold phone numbers and message texts.
 //
 // The file is private to the user (created 0600, narrowed to 0600 when found looser) and is
 // never opened through a symbolic link. Data-file operations leave it as it is; it is bounded
@@ -22,8 +23,12 @@ inline constexpr qint64 kTroubleshootingLogCap = qint64(8) << 20;
 // written (no data folder yet, a symbolic link in its place) is skipped silently.
 void Write_In_Troubleshoot_File(const QString& text);
 
-// Hands bytes (as given) to the log's thread for the log at Troubleshooting_Log_Path, bounded
-// by kTroubleshootingLogCap, and returns at once. Silent on failure.
+// Names the process's log file (Troubleshooting_Log_Path of its data folder); entries handed
+// over before it, or while the path is empty, are dropped.
+void setTroubleshootingLogPath(const QString& path);
+
+// Hands bytes (as given) to the log's thread for the process's log, bounded by
+// kTroubleshootingLogCap, and returns at once. Silent on failure.
 void appendToTroubleshootingLog(const QByteArray& bytes);
 
 // Hands a log line (with its line break) to the log's thread, which writes it after the local
@@ -39,6 +44,6 @@ void flushTroubleshootingLog();
 // it was.
 bool appendToTroubleshootingLog(const QString& path, const QByteArray& bytes, qint64 cap);
 
-// Creates the log at Troubleshooting_Log_Path when it is missing, and narrows it to 0600;
-// nothing is removed from it. A symbolic link there is left alone.
-void ensureTroubleshootingLog();
+// Creates the log at path when it is missing, and narrows it to 0600; nothing is removed
+// from it. A symbolic link there is left alone.
+void ensureTroubleshootingLog(const QString& path);

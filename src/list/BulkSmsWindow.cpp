@@ -40,6 +40,7 @@ struct AcceptedNumber {
     QString e164;
     bool claimed = false; // already in the open batch's index
 };
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): each thread's own
 thread_local AcceptedNumber lastAccepted;
 
 // Digits with at most a leading "+", no longer than a number may be: what normalising and
@@ -56,8 +57,8 @@ bool isPlainNumber(const QString& s) {
 }
 } // namespace
 
-BulkSmsWindow::BulkSmsWindow(Kind kind, Operator& op, QObject* parent)
-    : MainWindowController(kind, op, parent), m_list({kNumberKey, kMessageKey}),
+BulkSmsWindow::BulkSmsWindow(Kind kind, Operator& op, DataFolder folder, QObject* parent)
+    : MainWindowController(kind, op, parent), m_folder(std::move(folder)), m_list({kNumberKey, kMessageKey}),
       m_exclusionSet({kNumberKey}) {
     connect(&m_list, &RecordTable::inserted, this, &BulkSmsWindow::Update_List_Count);
     connect(&m_list, &RecordTable::wasReset, this, &BulkSmsWindow::Update_List_Count);
@@ -81,8 +82,7 @@ BulkSmsWindow::BulkSmsWindow(Kind kind, Operator& op, QObject* parent)
 BulkSmsWindow::~BulkSmsWindow() { delete findChild<ListLoad*>(QString(), Qt::FindDirectChildrenOnly); }
 
 void BulkSmsWindow::windowDidLoad() {
-    if (!Bulk_SMS_Data_Folder_Path.isEmpty())
-        DefaultCountry::instance().load();
+    DefaultCountry::instance().load(m_folder);
     m_messageTypeIndex = 1;
     m_fillButtonTitle = QStringLiteral("Apply this\r\nmessage to\r\nlist items");
     m_delayedDeliveryEnabled = true;
@@ -297,13 +297,13 @@ bool BulkSmsWindow::Fill_Exclusion_Num_List() {
     if (!m_exclusion)
         return true;
     m_exclusionSet.clear();
-    Check_Path_And_Create_Files();
+    m_folder.Check_Path_And_Create_Files();
     QString why;
     const auto refused = [&] {
         op().Show_MessageBox(errorInFileAccessing(why));
         return false;
     };
-    for (const QString& name : readLines(AppExclusion_File_Path, why)) {
+    for (const QString& name : readLines(m_folder.AppExclusion_File_Path(), why)) {
         // A list name is a plain file name; anything that could leave the folder is ignored.
         if (name.isEmpty() || name.contains(QLatin1Char('/')) || name == QLatin1String("..") ||
             name == QLatin1String(".")) {
@@ -311,8 +311,8 @@ bool BulkSmsWindow::Fill_Exclusion_Num_List() {
                 Show_NSLog_Message(QStringLiteral("Ignored exclusion list name: %1").arg(name));
             continue;
         }
-        for (const QString& number :
-             readLines(Exclusion_Folder_Path + QLatin1Char('/') + name + QStringLiteral(".OSTREL"), why))
+        for (const QString& number : readLines(
+                 m_folder.Exclusion_Folder_Path() + QLatin1Char('/') + name + QStringLiteral(".OSTREL"), why))
             Create_Exclusion_List(number);
         if (!why.isEmpty())
             return refused();
@@ -456,7 +456,7 @@ void BulkSmsWindow::setDefaultCountry(const QString& region) {
     if ((code.isEmpty() && !region.trimmed().isEmpty()) || code == defaultCountry())
         return;
     QString why;
-    if (!DefaultCountry::instance().choose(code, &why))
+    if (!DefaultCountry::instance().choose(code, m_folder, &why))
         op().Show_MessageBox(errorInFileAccessing(why));
     emit changed();
 }

@@ -2,6 +2,7 @@
 // The part both main windows share: the recipient list with its number field, filters and
 // counters, and the composer with its options. GSM and Android windows derive from it.
 #include "NumberList.h"
+#include "core/DataFolder.h"
 #include "core/MainWindowController.h"
 #include "delivery/DelaySchedule.h"
 
@@ -15,12 +16,14 @@ class BulkSmsWindow : public MainWindowController {
 public:
     enum class Focus { NumberField, Composer, DelayedCount, DelayedTime };
 
-    BulkSmsWindow(Kind kind, Operator& op, QObject* parent = nullptr);
+    // folder: the data folder the window's lists and settings are kept in.
+    BulkSmsWindow(Kind kind, Operator& op, DataFolder folder, QObject* parent = nullptr);
     // Ends a load still running into the list before the list goes.
     ~BulkSmsWindow() override;
 
     void windowDidLoad() override;
 
+    const DataFolder& dataFolder() const { return m_folder; }
     NumberList& list() { return m_list; }
     const NumberList& list() const { return m_list; }
     const NumberList& exclusionSet() const { return m_exclusionSet; }
@@ -189,6 +192,7 @@ private:
     void rekeyNumbers();
     void applyComposerCut();
 
+    const DataFolder m_folder;
     NumberList m_list;
     NumberList m_exclusionSet;
     // Selected rows are kept less the rows inserted at the top since, so inserting at the

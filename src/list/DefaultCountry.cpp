@@ -18,8 +18,8 @@ DefaultCountry& DefaultCountry::instance() {
     return *country;
 }
 
-QString DefaultCountry::filePath() {
-    return Bulk_SMS_Data_Folder_Path + QStringLiteral("/Default_Country.OSTREL");
+QString DefaultCountry::filePath(const DataFolder& folder) {
+    return folder.Bulk_SMS_Data_Folder_Path() + QStringLiteral("/Default_Country.OSTREL");
 }
 
 QString DefaultCountry::region() const {
@@ -65,25 +65,26 @@ bool DefaultCountry::set(const QString& region) {
     return true;
 }
 
-bool DefaultCountry::choose(const QString& region, QString* error) {
+bool DefaultCountry::choose(const QString& region, const DataFolder& folder, QString* error) {
     if (!set(region))
         return false;
     const QString code = this->region();
-    if (Bulk_SMS_Data_Folder_Path.isEmpty() ||
-        !writeFileAtomically(filePath(), code.isEmpty() ? QByteArray() : code.toUtf8() + '\n', error)) {
-        Show_NSLog_Message(QStringLiteral("The default country could not be kept in %1").arg(filePath()));
+    if (!writeFileAtomically(filePath(folder), code.isEmpty() ? QByteArray() : code.toUtf8() + '\n', error)) {
+        Show_NSLog_Message(
+            QStringLiteral("The default country could not be kept in %1").arg(filePath(folder)));
         return false;
     }
     return true;
 }
 
-void DefaultCountry::load() {
-    PrivateFile file(filePath());
+void DefaultCountry::load(const DataFolder& folder) {
+    PrivateFile file(filePath(folder));
     QString code;
-    if (!Bulk_SMS_Data_Folder_Path.isEmpty() && file.open() && file.readAll().size() <= kMaxFileSize)
+    if (file.open() && file.readAll().size() <= kMaxFileSize)
         code = QString::fromUtf8(file.readAll()).trimmed();
     if (!set(code)) {
-        Show_NSLog_Message(QStringLiteral("Ignored default country \"%1\" in %2").arg(code, filePath()));
+        Show_NSLog_Message(
+            QStringLiteral("Ignored default country \"%1\" in %2").arg(code, filePath(folder)));
         set(QString());
     }
 }

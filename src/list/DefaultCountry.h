@@ -11,6 +11,8 @@
 #include <mutex>
 #include <utility>
 
+class DataFolder;
+
 class DefaultCountry : public QObject {
     Q_OBJECT
 public:
@@ -28,11 +30,11 @@ public:
     bool set(const QString& region);
     // Chosen in a window: set, and kept in the data folder for the next start. False when
     // either failed; error (may be null) then says which file could not be written and why.
-    bool choose(const QString& region, QString* error = nullptr);
+    bool choose(const QString& region, const DataFolder& folder, QString* error = nullptr);
     // The choice kept in the data folder; none when there is none or it is unreadable.
-    void load();
+    void load(const DataFolder& folder);
 
-    static QString filePath();
+    static QString filePath(const DataFolder& folder);
     // What a window offers: none first, then every region by name, as
     // {"GB", "United Kingdom (GB, +44)"}.
     static QList<std::pair<QString, QString>> choices();

@@ -21,9 +21,9 @@ const QString kCompleted = QStringLiteral("Message Sending Process Completed.");
 // The phone of one run; it tells the window when it found no phone to send through.
 class RunPhone : public PhoneDevice {
 public:
-    RunPhone(Operator& op, const QString& serial, Mode mode, Hooks hooks, const QString& serialFilter,
-             std::shared_ptr<std::atomic<bool>> notConnected)
-        : PhoneDevice(op, serial, mode, std::move(hooks), serialFilter),
+    RunPhone(Operator& op, const DataFolder& folder, const QString& serial, Mode mode, Hooks hooks,
+             const QString& serialFilter, std::shared_ptr<std::atomic<bool>> notConnected)
+        : PhoneDevice(op, folder, serial, mode, std::move(hooks), serialFilter),
           m_notConnected(std::move(notConnected)) {}
     QString prepare(bool deliveryReports) override {
         QString why = PhoneDevice::prepare(deliveryReports);
@@ -59,12 +59,12 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     }
     qint64 holder = 0;
     QString why;
-    m_sendingLock = SendingLock::acquire(&holder, &why);
+    m_sendingLock = SendingLock::acquire(dataFolder(), &holder, &why);
     if (!m_sendingLock) {
         op().Show_MessageBox(SendingLock::refusal(holder, why));
         return;
     }
-    if (!m_carried.resuming() && !unfinishedRunDiscarded(op(), kAndroidRoad)) {
+    if (!m_carried.resuming() && !unfinishedRunDiscarded(op(), dataFolder(), kAndroidRoad)) {
         m_sendingLock.reset();
         return;
     }
@@ -75,7 +75,7 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     if (m_run)
         m_run->join();
     m_sendInProgress = true;
-    Check_Path_And_Create_Files();
+    dataFolder().Check_Path_And_Create_Files();
     m_runEnd = RunEnd::None;
     m_sentCount = 0;
     m_deviceLeft = false;
@@ -98,8 +98,9 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     DelayedDeliveryPause::Hooks hooks;
     hooks.stopActivity = [this] { m_busy.stop(); };
     hooks.startActivity = [this] { m_busy.startTimerThread(); };
-    m_run = std::make_unique<SendingRun>(runSettings(), QList<DeviceOpener>{phoneOpener()},
-                                         std::make_unique<JournalledRun>(), op(), m_countdown, hooks);
+    m_run =
+        std::make_unique<SendingRun>(runSettings(), QList<DeviceOpener>{phoneOpener()},
+                                     std::make_unique<JournalledRun>(dataFolder()), op(), m_countdown, hooks);
     watch(*m_run);
     m_progress.setRunControls([this](bool on) { m_run->hold(on); }, [this] { m_run->stop(); });
     QList<std::pair<QString, QString>> rows;
@@ -119,7 +120,8 @@ RunSettings Bulk_SMSAppDelegate::runSettings() {
             settings.excludedNumbers.insert(recipientNumber(record));
     settings.saveSentItems = saveSentItems();
     settings.saveTemplates = saveTemplates();
-    settings.sentItemsPath = SentItemAnd_File_Path;
+    settings.dataFolder = dataFolder();
+    settings.sentItemsPath = dataFolder().SentItemAnd_File_Path();
     settings.sentItemsWithStatus = false;
     settings.batch = m_singleShot;
     settings.road = kAndroidRoad;
@@ -145,7 +147,7 @@ DeviceOpener Bulk_SMSAppDelegate::phoneOpener() {
     };
     return [this, mode, hooks, serial = selection().sel_port_name_str, filter = m_phone.serialFilter,
             notConnected = m_notConnected](std::stop_token) -> std::unique_ptr<SendingDevice> {
-        return std::make_unique<RunPhone>(op(), serial, mode, hooks, filter, notConnected);
+        return std::make_unique<RunPhone>(op(), dataFolder(), serial, mode, hooks, filter, notConnected);
     };
 }
 

@@ -5,9 +5,11 @@
 #include "android/Connection_Info.h"
 #include "core/AppState.h"
 #include "core/Operator.h"
+#include <utility>
 
-Bulk_SMSAppDelegate::Bulk_SMSAppDelegate(Operator& op, QObject* parent)
-    : BulkSmsWindow(Kind::Android, op, parent), m_devices(op, selection(), m_phone), m_progress(op),
+Bulk_SMSAppDelegate::Bulk_SMSAppDelegate(Operator& op, DataFolder folder, QObject* parent)
+    : BulkSmsWindow(Kind::Android, op, std::move(folder), parent),
+      m_devices(op, dataFolder(), selection(), m_phone), m_progress(op),
       m_countdown(PauseCountdown::Variant::AndroidWindow,
                   [this](const QString& text) {
                       m_progress.update([text](AndroidSendingProgress::State& s) { s.pauseText = text; });
@@ -82,7 +84,7 @@ void Bulk_SMSAppDelegate::Classic_Radio() {
 }
 
 void Bulk_SMSAppDelegate::Test_Btn() {
-    Android_TroubleShooting window(op(), m_phone, selection());
+    Android_TroubleShooting window(op(), dataFolder(), m_phone, selection());
     window.open(deviceCaption());
     op().runModal(window);
     showSendingMode();

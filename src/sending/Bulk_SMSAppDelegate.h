@@ -19,7 +19,7 @@ class SendingLock;
 class Bulk_SMSAppDelegate : public BulkSmsWindow {
     Q_OBJECT
 public:
-    explicit Bulk_SMSAppDelegate(Operator& op, QObject* parent = nullptr);
+    Bulk_SMSAppDelegate(Operator& op, DataFolder folder, QObject* parent = nullptr);
     ~Bulk_SMSAppDelegate() override;
 
     QString title() const override;

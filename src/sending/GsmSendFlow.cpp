@@ -50,12 +50,12 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
         // Held until the run has ended: another copy on this data folder must not send meanwhile.
         qint64 holder = 0;
         QString why;
-        const std::shared_ptr<SendingLock> lock = SendingLock::acquire(&holder, &why);
+        const std::shared_ptr<SendingLock> lock = SendingLock::acquire(dataFolder(), &holder, &why);
         if (!lock) {
             op().Show_MessageBox(SendingLock::refusal(holder, why));
             return;
         }
-        if (!m_carried.resuming() && !unfinishedRunDiscarded(op(), kGsmRoad))
+        if (!m_carried.resuming() && !unfinishedRunDiscarded(op(), dataFolder(), kGsmRoad))
             return;
         if (!Fill_Exclusion_Num_List())
             return; // its people would be messaged

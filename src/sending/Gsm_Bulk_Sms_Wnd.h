@@ -17,7 +17,7 @@ class SMS_Sending;
 class Gsm_Bulk_Sms_Wnd : public BulkSmsWindow {
     Q_OBJECT
 public:
-    explicit Gsm_Bulk_Sms_Wnd(Operator& op, QObject* parent = nullptr);
+    Gsm_Bulk_Sms_Wnd(Operator& op, DataFolder folder, QObject* parent = nullptr);
     ~Gsm_Bulk_Sms_Wnd() override;
 
     QString title() const override;

@@ -6,6 +6,7 @@
 
 class JournalledRun : public RunRecord {
 public:
+    explicit JournalledRun(DataFolder folder) : m_journal(std::move(folder)) {}
     void begin(const QList<SendingItem>& items, const QList<RunJournal::Entry>& carried,
                const QString& road) override;
     int size() const override { return m_items.size(); }

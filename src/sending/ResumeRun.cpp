@@ -30,7 +30,8 @@ void applyResume(BulkSmsWindow& window, CarriedRun& carried, const ResumePlan& p
 namespace {
 
 void offerToResume(BulkSmsWindow& window, CarriedRun& carried, const QString& road, Operator& op) {
-    const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load(nullptr, road);
+    const std::optional<RunJournal::Unfinished> unfinished =
+        RunJournal::load(window.dataFolder(), nullptr, road);
     if (!unfinished)
         return;
     const ResumePlan counted = planResume(*unfinished, false);
@@ -41,7 +42,7 @@ void offerToResume(BulkSmsWindow& window, CarriedRun& carried, const QString& ro
         if (op.Show_YES_NO_MessageBox(
                 QStringLiteral("Discard the unfinished run? Its recipients who were not sent yet will not be "
                                "sent.\n\nNo keeps it, to resume at the next start.")))
-            RunJournal::discard(road);
+            RunJournal::discard(window.dataFolder(), road);
         return;
     }
     const bool resendUnknown =
@@ -58,16 +59,16 @@ void offerToResume(BulkSmsWindow& window, CarriedRun& carried, const QString& ro
 void offerToResumeUnfinishedRun(Gsm_Bulk_Sms_Wnd& gsm, Bulk_SMSAppDelegate& android, Operator& op) {
     // While another copy sends from this data folder, its journals are its live record, not
     // runs that broke off.
-    const std::shared_ptr<SendingLock> lock = SendingLock::acquire();
+    const std::shared_ptr<SendingLock> lock = SendingLock::acquire(gsm.dataFolder());
     if (!lock)
         return;
     offerToResume(gsm, gsm.carriedRun(), kGsmRoad, op);
     offerToResume(android, android.carriedRun(), kAndroidRoad, op);
 }
 
-bool unfinishedRunDiscarded(Operator& op, const QString& road) {
+bool unfinishedRunDiscarded(Operator& op, const DataFolder& folder, const QString& road) {
     QString unreadable;
-    const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load(&unreadable, road);
+    const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load(folder, &unreadable, road);
     if (!unreadable.isEmpty()) { // no run may start over a record it cannot read
         op.Show_MessageBox(errorInFileAccessing(unreadable));
         return false;
@@ -81,6 +82,6 @@ bool unfinishedRunDiscarded(Operator& op, const QString& road) {
                 .arg(unfinished->sent())
                 .arg(unfinished->total())))
         return false;
-    RunJournal::discard(road);
+    RunJournal::discard(folder, road);
     return true;
 }

@@ -4,6 +4,7 @@
 // Android), and those already finished are carried into the new run's journal, so that
 // nobody is texted twice.
 #include "RunJournal.h"
+#include "core/DataFolder.h"
 
 #include <utility>
 
@@ -50,4 +51,4 @@ void offerToResumeUnfinishedRun(Gsm_Bulk_Sms_Wnd& gsm, Bulk_SMSAppDelegate& andr
 
 // Before a new run: a run that did not end is never replaced unless the operator discards it
 // (true), or its journal cannot be read (false, and the operator is told).
-bool unfinishedRunDiscarded(Operator& op, const QString& road);
+bool unfinishedRunDiscarded(Operator& op, const DataFolder& folder, const QString& road);

@@ -53,9 +53,10 @@ RunJournal::~RunJournal() {
         ::close(m_fd);
 }
 
-QString RunJournal::path(const QString& road) {
-    return Bulk_SMS_Data_Folder_Path + (road == kAndroidRoad ? QStringLiteral("/Run_Journal_Android.jsonl")
-                                                             : QStringLiteral("/Run_Journal.jsonl"));
+QString RunJournal::path(const DataFolder& folder, const QString& road) {
+    return folder.Bulk_SMS_Data_Folder_Path() + (road == kAndroidRoad
+                                                     ? QStringLiteral("/Run_Journal_Android.jsonl")
+                                                     : QStringLiteral("/Run_Journal.jsonl"));
 }
 
 int RunJournal::Unfinished::sent() const {
@@ -85,7 +86,7 @@ bool RunJournal::begin(const QList<SendingItem>& items, const QList<Entry>& carr
         ::close(m_fd);
     m_fd = -1;
     m_failure.clear();
-    m_path = path(road);
+    m_path = path(m_folder, road);
     QJsonArray done;
     for (const Entry& entry : carried)
         done.append(entryOf(entry.number, entry.message, entry.unknown ? kUnknown : entry.status,
@@ -166,11 +167,12 @@ void RunJournal::end() {
         Delete_File(m_path);
 }
 
-void RunJournal::discard(const QString& road) { Delete_File(path(road)); }
+void RunJournal::discard(const DataFolder& folder, const QString& road) { Delete_File(path(folder, road)); }
 
-std::optional<RunJournal::Unfinished> RunJournal::load(QString* error, const QString& road) {
+std::optional<RunJournal::Unfinished> RunJournal::load(const DataFolder& folder, QString* error,
+                                                       const QString& road) {
     QByteArray content;
-    if (!readPrivateFile(path(road), &content, error))
+    if (!readPrivateFile(path(folder, road), &content, error))
         return std::nullopt;
     Unfinished unfinished;
     unfinished.road = road;

@@ -7,12 +7,14 @@
 // belongs to a run that did not end. A record that cannot be written is the run's end: every
 // step says whether it reached the disk, and once one has not, none of the later ones do.
 #include "SendingItems.h"
+#include "core/DataFolder.h"
 
 #include <QList>
 #include <QString>
 
 #include <mutex>
 #include <optional>
+#include <utility>
 
 // The kinds of device a run goes through, as its record names them.
 inline const QString kGsmRoad = QStringLiteral("gsm");
@@ -20,14 +22,14 @@ inline const QString kAndroidRoad = QStringLiteral("android");
 
 class RunJournal {
 public:
-    RunJournal() = default;
+    explicit RunJournal(DataFolder folder) : m_folder(std::move(folder)) {}
     ~RunJournal();
     RunJournal(const RunJournal&) = delete;
     RunJournal& operator=(const RunJournal&) = delete;
 
     // "Run_Journal.jsonl" in the data folder ("Run_Journal_Android.jsonl" for runs through a
     // phone): a GSM run and an Android run in one process each keep their own.
-    static QString path(const QString& road = kGsmRoad);
+    static QString path(const DataFolder& folder, const QString& road = kGsmRoad);
 
     // An item of a run that did not end, as its journal tells it.
     struct Entry {
@@ -46,9 +48,10 @@ public:
     // The journal left by a run that did not end, if there is one. A journal that cannot be
     // read (a symbolic link in its place, say) is none, and error (may be null) then gets
     // "<path>: <reason>"; "" otherwise.
-    static std::optional<Unfinished> load(QString* error = nullptr, const QString& road = kGsmRoad);
+    static std::optional<Unfinished> load(const DataFolder& folder, QString* error = nullptr,
+                                          const QString& road = kGsmRoad);
     // Removes a journal left behind (the operator chose not to resume it).
-    static void discard(const QString& road = kGsmRoad);
+    static void discard(const DataFolder& folder, const QString& road = kGsmRoad);
 
     // Starts the journal of a run over these items; `carried` are the finished entries of
     // the unfinished run this one resumes (they stay in the journal as they were).
@@ -73,7 +76,8 @@ public:
 private:
     bool append(const QByteArray& line);
     void fail(const QString& why); // under m_lock
-    mutable std::mutex m_lock;     // the run's ports write at once
+    const DataFolder m_folder;
+    mutable std::mutex m_lock; // the run's ports write at once
     int m_fd = -1;
     QString m_path;
     QString m_failure;

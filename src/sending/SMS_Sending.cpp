@@ -44,7 +44,8 @@ Record SMS_Sending::recordOf(const SendingItem& item) {
 }
 
 SMS_Sending::SMS_Sending(Gsm_Bulk_Sms_Wnd& window, Operator& op, QObject* parent)
-    : DialogController(parent), m_window(window), m_op(op), m_table(kItemColumns),
+    : DialogController(parent), m_window(window), m_op(op), m_noRun(window.dataFolder()),
+      m_table(kItemColumns),
       m_pause(PauseCountdown::Variant::SendingJob,
               [this](const QString& text) { ui([this, text] { m_pauseLabel = text; }); }),
       m_activity([this] { ui([this] { m_activityValue = nextActivityValue(m_activityValue); }); }) {}
@@ -57,10 +58,7 @@ SMS_Sending::~SMS_Sending() {
     m_run.reset(); // its threads end before the window state they report to
 }
 
-const RunRecord& SMS_Sending::items() const {
-    static const JournalledRun kNoRun;
-    return m_run ? m_run->record() : kNoRun;
-}
+const RunRecord& SMS_Sending::items() const { return m_run ? m_run->record() : m_noRun; }
 
 // ---- threads ----
 
@@ -88,7 +86,7 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
             m_run->join();
         qint64 holder = 0;
         QString why;
-        m_sendingLock = SendingLock::acquire(&holder, &why);
+        m_sendingLock = SendingLock::acquire(m_window.dataFolder(), &holder, &why);
         if (!m_sendingLock) {
             m_op.Show_MessageBox(SendingLock::refusal(holder, why));
             return;
@@ -122,7 +120,8 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
             [this](bool visible) { ui([this, visible] { m_progressTextVisible = visible; }); },
             [this] { m_activity.stop(); }, [this] { m_activity.startTimerThread(); },
             [this] { ui([this] { m_activityValue = 0; }); }};
-        m_run = std::make_unique<SendingRun>(settings, portOpeners(), std::make_unique<JournalledRun>(), m_op,
+        m_run = std::make_unique<SendingRun>(settings, portOpeners(),
+                                             std::make_unique<JournalledRun>(m_window.dataFolder()), m_op,
                                              m_pause, hooks);
         watch(*m_run);
         emit changed();
@@ -157,7 +156,8 @@ RunSettings SMS_Sending::copyRunSettings() const {
     settings.exclusion = m_window.exclusion();
     settings.saveSentItems = m_window.saveSentItems();
     settings.saveTemplates = m_window.saveTemplates();
-    settings.sentItemsPath = SentItem_File_Path;
+    settings.dataFolder = m_window.dataFolder();
+    settings.sentItemsPath = m_window.dataFolder().SentItem_File_Path();
     settings.loadedDevice = m_window.selection().sel_port_bsd_str;
     settings.openingGap = 2s;
     if (settings.exclusion)

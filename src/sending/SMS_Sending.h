@@ -3,6 +3,7 @@
 // modem device per chosen port (opened two seconds apart) and shows it: live statuses,
 // delayed-delivery pauses, Stop and Close, and the closing messages. One instance, shown
 // modally by the GSM window.
+#include "JournalledRun.h"
 #include "SendingRun.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
@@ -124,6 +125,7 @@ private:
 
     Gsm_Bulk_Sms_Wnd& m_window;
     Operator& m_op;
+    const JournalledRun m_noRun; // what items() shows before the first run: nothing
     std::unique_ptr<SendingRun> m_run;
     RecordTable m_table;
     bool m_deliveryReports = false; // asked for by the current run

@@ -19,26 +19,22 @@ void SMS_Sending::Export_Item_Function() {
         m_op.Show_MessageBox(QStringLiteral("Sent items list is empty."));
         return;
     }
-    Status_EXPORT_MODE = 0;
-    SENT_EXPORT_MODE = 0;
-    sent_item_or_sms_sending = 0;
-    Status_Export_Option filter(m_op, [&all](int selector) {
+    Status_Export_Option filter(m_op, [&all] {
         QStringList statuses;
-        if (selector == 0)
-            for (const SendingItem& item : all)
-                statuses << item.status;
+        for (const SendingItem& item : all)
+            statuses << item.status;
         return statuses;
     });
-    if (m_op.runModal(filter) == 0 || Status_EXPORT_MODE == 3)
+    if (m_op.runModal(filter) == 0 || filter.Status_EXPORT_MODE() == 3)
         return;
     Export_Option format;
     if (m_op.runModal(format) == 0)
         return;
-    const auto chosen = static_cast<ExportFormat>(SENT_EXPORT_MODE.load());
+    const auto chosen = static_cast<ExportFormat>(format.SENT_EXPORT_MODE());
     const QString path = chooseReportPath(m_op, chosen);
     if (path.isEmpty())
         return;
-    const int group = Status_EXPORT_MODE;
+    const int group = filter.Status_EXPORT_MODE();
     QList<ReportItem> report;
     for (const SendingItem& item : all)
         if (statusPassesFilter(item.status, group))
@@ -54,5 +50,5 @@ void SMS_Sending::Export_Item_Function() {
         m_op.Show_MessageBox(errorInFileAccessing(why));
         return;
     }
-    offerToOpenExport(m_op);
+    offerToOpenExport(m_op, path);
 }

@@ -16,7 +16,10 @@ SendingRun::SendingRun(RunSettings settings, QList<DeviceOpener> devices, std::u
                        Operator& op, PauseCountdown& pause, DelayedDeliveryPause::Hooks pauseHooks,
                        QObject* parent)
     : QObject(parent), m_settings(std::move(settings)), m_openers(std::move(devices)),
-      m_record(std::move(record)), m_op(op), m_pause(pause), m_pauseHooks(std::move(pauseHooks)) {}
+      m_record(std::move(record)), m_op(op), m_pause(pause), m_pauseHooks(std::move(pauseHooks)) {
+    if (m_settings.saveTemplates && m_settings.dataFolder)
+        m_templates.emplace(*m_settings.dataFolder);
+}
 
 SendingRun::~SendingRun() {
     stop();

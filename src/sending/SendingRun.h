@@ -8,11 +8,13 @@
 // (delivered on their own thread) and through the read-only state below.
 #include "RunJournal.h"
 #include "RunRecord.h"
+#include "core/DataFolder.h"
 #include "core/ThreadGroup.h"
 #include "delivery/DelaySchedule.h"
 #include "delivery/DelayedDeliveryPause.h"
 #include "delivery/PauseCountdown.h"
 #include "device/SendingDevice.h"
+#include "stores/TemplateFile.h"
 
 #include <QObject>
 #include <QSet>
@@ -43,6 +45,7 @@ struct RunSettings {
     QList<RunJournal::Entry> carried; // what an unfinished run this one resumes had finished
     QString road = kGsmRoad;          // the kind of device the run goes through
     bool saveSentItems = false, saveTemplates = false;
+    std::optional<DataFolder> dataFolder; // where sent items and templates are kept
     QString sentItemsPath;
     bool sentItemsWithStatus = true; // a phone's sent items have no status
     QString loadedDevice;            // "Use Port" of the items left out at loading
@@ -153,7 +156,8 @@ private:
     PauseCountdown& m_pause;
     DelayedDeliveryPause::Hooks m_pauseHooks;
     std::atomic<int> m_pauseCounter{0};
-    QString m_date; // the sent items' date
+    QString m_date;                          // the sent items' date
+    std::optional<TemplateFile> m_templates; // where the run keeps its texts, when it does
 
     std::stop_source m_stop;
     std::atomic<bool> m_held{false};

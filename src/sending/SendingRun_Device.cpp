@@ -212,12 +212,13 @@ bool SendingRun::finishSent(Worker& worker, const RunRecord::Claim& claim, const
     show(claim.index, true);
     QString why;
     const QString status = m_settings.sentItemsWithStatus ? outcome.text() : QString();
-    if (m_settings.saveSentItems &&
-        !appendSentItem(m_settings.sentItemsPath, {claim.item.number, message.text, m_date, status}, &why))
+    if (m_settings.saveSentItems && m_settings.dataFolder &&
+        !appendSentItem(*m_settings.dataFolder, m_settings.sentItemsPath,
+                        {claim.item.number, message.text, m_date, status}, &why))
         stopForData(QStringLiteral("Sending stopped: the sent items could not be saved (%1).")
                         .arg(why.isEmpty() ? m_settings.sentItemsPath : why));
-    if (m_settings.saveTemplates && !Trim_Str(message.text).isEmpty())
-        appendTemplateIfNew(message.text);
+    if (m_templates && !Trim_Str(message.text).isEmpty())
+        m_templates->appendTemplateIfNew(message.text);
     return true;
 }
 

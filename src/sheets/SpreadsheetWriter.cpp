@@ -28,7 +28,7 @@ std::atomic<bool> SpreadsheetWriter::s_streaming{false};
 namespace {
 
 QString templatePackage() {
-    const QString resources = Resource_Path.isEmpty() ? locateResourcePath() : Resource_Path;
+    const QString resources = locateResourcePath();
     return resources + QStringLiteral("/Template.xlsx");
 }
 

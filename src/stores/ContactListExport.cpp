@@ -31,7 +31,7 @@ bool exportContactList(BulkSmsWindow& window) {
             return;
         }
         window.bringToFront();
-        offerToOpenExport(op);
+        offerToOpenExport(op, path);
     });
     if (!ran)
         op.Show_MessageBox(kErrorInFileAccessing);

@@ -18,8 +18,8 @@ bool IsValidFileName(const QString& name) {
     return true;
 }
 
-QString exclusionListPath(const QString& name) {
-    return Exclusion_Folder_Path + QLatin1Char('/') + name + QStringLiteral(".OSTREL");
+QString exclusionListPath(const DataFolder& folder, const QString& name) {
+    return folder.Exclusion_Folder_Path() + QLatin1Char('/') + name + QStringLiteral(".OSTREL");
 }
 
 QStringList readTrimmedLines(const QString& path, QString* error) {

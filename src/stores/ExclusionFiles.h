@@ -4,12 +4,14 @@
 #include <QString>
 #include <QStringList>
 
+class DataFolder;
+
 // A name that can be a list's file name: 1 to 50 characters, not blank, no control
 // characters, none from 128 to 255, none of / \ ? % * | " < > :.
 bool IsValidFileName(const QString& name);
 
-// The file of the list called name.
-QString exclusionListPath(const QString& name);
+// The file of the list called name in the data folder.
+QString exclusionListPath(const DataFolder& folder, const QString& name);
 
 // The lines of a file, trimmed, blank ones skipped (none for a missing file). A file that
 // cannot be read (readPrivateFile: a symbolic link, say) has none, and error (may be null)

@@ -68,24 +68,26 @@ QString exclusionListNameProblem(const QString& name) {
     return {};
 }
 
-QStringList exclusionListNames(QString* error) {
-    Check_Path_And_Create_Files();
-    return readListNames(ExListIndex_File_Path, error);
+QStringList exclusionListNames(const DataFolder& folder, QString* error) {
+    folder.Check_Path_And_Create_Files();
+    return readListNames(folder.ExListIndex_File_Path(), error);
 }
 
-QStringList appliedExclusionListNames(QString* error) {
-    Check_Path_And_Create_Files();
-    return readListNames(AppExclusion_File_Path, error);
+QStringList appliedExclusionListNames(const DataFolder& folder, QString* error) {
+    folder.Check_Path_And_Create_Files();
+    return readListNames(folder.AppExclusion_File_Path(), error);
 }
 
-QStringList exclusionListNumbers(const QString& name, QString* error) {
-    return readTrimmedLines(exclusionListPath(name), error);
+QStringList exclusionListNumbers(const DataFolder& folder, const QString& name, QString* error) {
+    return readTrimmedLines(exclusionListPath(folder, name), error);
 }
 
-bool addToExclusionList(const QString& name, const QStringList& numbers, QString* error) {
-    if (!Check_Path_And_Create_Files()) {
+bool addToExclusionList(const DataFolder& folder, const QString& name, const QStringList& numbers,
+                        QString* error) {
+    if (!folder.Check_Path_And_Create_Files()) {
         if (error)
-            *error = QStringLiteral("%1: the data folder could not be set up").arg(Bulk_SMS_Data_Folder_Path);
+            *error = QStringLiteral("%1: the data folder could not be set up")
+                         .arg(folder.Bulk_SMS_Data_Folder_Path());
         return false;
     }
     QString why;
@@ -94,16 +96,16 @@ bool addToExclusionList(const QString& name, const QStringList& numbers, QString
             *error = why;
         return false;
     };
-    const QStringList listed = exclusionListNumbers(name, &why);
-    if (!why.isEmpty() || !writeLines(exclusionListPath(name), listed + numbers, &why))
+    const QStringList listed = exclusionListNumbers(folder, name, &why);
+    if (!why.isEmpty() || !writeLines(exclusionListPath(folder, name), listed + numbers, &why))
         return told();
-    const QStringList names = readListNames(ExListIndex_File_Path, &why);
-    if (!why.isEmpty() ||
-        (!names.contains(name) && !writeLines(ExListIndex_File_Path, names + QStringList{name}, &why)))
+    const QStringList names = readListNames(folder.ExListIndex_File_Path(), &why);
+    if (!why.isEmpty() || (!names.contains(name) &&
+                           !writeLines(folder.ExListIndex_File_Path(), names + QStringList{name}, &why)))
         return told();
-    const QStringList applied = readListNames(AppExclusion_File_Path, &why);
-    if (!why.isEmpty() ||
-        (!applied.contains(name) && !writeLines(AppExclusion_File_Path, applied + QStringList{name}, &why)))
+    const QStringList applied = readListNames(folder.AppExclusion_File_Path(), &why);
+    if (!why.isEmpty() || (!applied.contains(name) &&
+                           !writeLines(folder.AppExclusion_File_Path(), applied + QStringList{name}, &why)))
         return told();
     return true;
 }

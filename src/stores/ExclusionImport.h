@@ -10,6 +10,8 @@
 #include <QString>
 #include <QStringList>
 
+class DataFolder;
+
 struct ExclusionImport {
     struct Rejected {
         int line = 0;
@@ -30,15 +32,16 @@ QString exclusionListNameProblem(const QString& name);
 
 // The names of the lists (the index), and the names applied when sending. A file that cannot
 // be read gives none, and error (may be null) gets "<path>: <reason>" ("" when read).
-QStringList exclusionListNames(QString* error = nullptr);
-QStringList appliedExclusionListNames(QString* error = nullptr);
+QStringList exclusionListNames(const DataFolder& folder, QString* error = nullptr);
+QStringList appliedExclusionListNames(const DataFolder& folder, QString* error = nullptr);
 
 // The list's numbers ("" lines dropped); none for a list that does not exist, or whose file
 // cannot be read (error then says why).
-QStringList exclusionListNumbers(const QString& name, QString* error = nullptr);
+QStringList exclusionListNumbers(const DataFolder& folder, const QString& name, QString* error = nullptr);
 
 // Appends numbers to the list called name: its file first, then the index and the applied
 // names when it is not in them, each rewritten durably, so a list is never named without its
 // file. False with "<path>: <reason>" in error when a file could not be read or written (a
 // file that cannot be read is never rewritten: what it holds would be lost).
-bool addToExclusionList(const QString& name, const QStringList& numbers, QString* error);
+bool addToExclusionList(const DataFolder& folder, const QString& name, const QStringList& numbers,
+                        QString* error);

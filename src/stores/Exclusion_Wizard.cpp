@@ -12,6 +12,7 @@
 #include "list/DefaultCountry.h"
 
 #include <QFileInfo>
+#include <utility>
 
 #include <algorithm>
 
@@ -38,9 +39,10 @@ RecordList recordsOf(const QStringList& values, const QString& key) {
 }
 } // namespace
 
-Exclusion_Wizard::Exclusion_Wizard(Operator& op, QObject* parent)
-    : DialogController(parent), m_op(op), m_available(kAvailableListKey, {kAvailableListKey}),
-      m_applied(kAppliedListKey, {kAppliedListKey}), m_numbers(kExclusionNumberKey, {kExclusionNumberKey}) {
+Exclusion_Wizard::Exclusion_Wizard(Operator& op, DataFolder folder, QObject* parent)
+    : DialogController(parent), m_op(op), m_folder(std::move(folder)),
+      m_available(kAvailableListKey, {kAvailableListKey}), m_applied(kAppliedListKey, {kAppliedListKey}),
+      m_numbers(kExclusionNumberKey, {kExclusionNumberKey}) {
     // One subscriber is one number of a list, however written, as it is when the list is applied.
     useDefaultCountry();
     connect(&DefaultCountry::instance(), &DefaultCountry::changed, this, [this] { useDefaultCountry(); });
@@ -63,11 +65,6 @@ bool Exclusion_Wizard::Skip_Duplicate_Number(const QString& number, int except) 
 }
 
 Exclusion_Wizard::~Exclusion_Wizard() { m_loader.requestStop(); }
-
-Exclusion_Wizard& Exclusion_Wizard::defaultInstance(Operator& op) {
-    static Exclusion_Wizard* Exclusion_wnd = new Exclusion_Wizard(op);
-    return *Exclusion_wnd;
-}
 
 QStringList Exclusion_Wizard::availableLists() const { return valuesOf(m_available, kAvailableListKey); }
 QStringList Exclusion_Wizard::appliedLists() const { return valuesOf(m_applied, kAppliedListKey); }
@@ -141,7 +138,7 @@ void Exclusion_Wizard::startLoading() {
     m_numbers.clear();
     showStart();
     m_loading = true;
-    const QString index = ExListIndex_File_Path, applied = AppExclusion_File_Path;
+    const QString index = m_folder.ExListIndex_File_Path(), applied = m_folder.AppExclusion_File_Path();
     m_loader.start([this, index, applied](std::stop_token stop) {
         QStringList a, b;
         QString whyIndex, whyApplied;
@@ -194,8 +191,8 @@ void Exclusion_Wizard::refreshMainWindow() {
         window->Fill_Exclusion_Num_List();
 }
 
-bool Exclusion_Wizard::writeIndex() { return writeTold(ExListIndex_File_Path, availableLists()); }
-bool Exclusion_Wizard::writeApplied() { return writeTold(AppExclusion_File_Path, appliedLists()); }
+bool Exclusion_Wizard::writeIndex() { return writeTold(m_folder.ExListIndex_File_Path(), availableLists()); }
+bool Exclusion_Wizard::writeApplied() { return writeTold(m_folder.AppExclusion_File_Path(), appliedLists()); }
 
 // ---- start screen: available lists ----
 
@@ -241,8 +238,8 @@ void Exclusion_Wizard::OnUpdate() {
         return;
     }
     const QString name = m_available.at(m_availableSel.first()).value(kAvailableListKey);
-    Check_Path_And_Create_Files();
-    const QString path = exclusionListPath(name);
+    m_folder.Check_Path_And_Create_Files();
+    const QString path = exclusionListPath(m_folder, name);
     QString why;
     if (!QFileInfo::exists(path) && !createEmptyFile(path, &why)) {
         fileError(why);
@@ -287,11 +284,11 @@ void Exclusion_Wizard::Delete_List_Btn() {
             if (m_applied.at(r).value(kAppliedListKey) == name)
                 appliedRows << r;
         m_applied.removeRows(appliedRows);
-        Delete_File(exclusionListPath(name));
+        Delete_File(exclusionListPath(m_folder, name));
     }
     m_availableSel.clear();
     m_appliedSel.clear();
-    Check_Path_And_Create_Files();
+    m_folder.Check_Path_And_Create_Files();
     writeIndex();
     writeApplied();
     refreshMainWindow();
@@ -378,7 +375,7 @@ void Exclusion_Wizard::Save_Btn() {
 }
 
 void Exclusion_Wizard::Save_Applied_List() {
-    Check_Path_And_Create_Files();
+    m_folder.Check_Path_And_Create_Files();
     if (!writeApplied())
         return;
     update_app_ex = false;

@@ -5,6 +5,7 @@
 // exclusion set is rebuilt from the files.
 #include "KeyedTable.h"
 #include "StoreWindowSupport.h"
+#include "core/DataFolder.h"
 #include "core/DialogController.h"
 #include "core/WorkerThread.h"
 #include "sheets/windows/ImportTargets.h"
@@ -27,11 +28,8 @@ class Exclusion_Wizard : public DialogController, public ExclusionImportTarget, 
 public:
     enum class Screen { Start, NameEntry, Numbers };
 
-    explicit Exclusion_Wizard(Operator& op, QObject* parent = nullptr);
+    Exclusion_Wizard(Operator& op, DataFolder folder, QObject* parent = nullptr);
     ~Exclusion_Wizard() override;
-
-    // The shared instance (Exclusion_wnd), created on first use.
-    static Exclusion_Wizard& defaultInstance(Operator& op);
 
     void Open_Exclusion_Wnd();
     void startLoading();
@@ -127,6 +125,7 @@ private:
     bool hasBlankSelection(const RecordTable& table, const QList<int>& rows, const QString& key) const;
 
     Operator& m_op;
+    const DataFolder m_folder;
     Screen m_screen = Screen::Start;
     KeyedTable m_available;
     KeyedTable m_applied;

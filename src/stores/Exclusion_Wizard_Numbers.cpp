@@ -155,7 +155,7 @@ void Exclusion_Wizard::Export_Numbers_Btn() {
             m_op.Show_MessageBox(errorInFileAccessing(why));
             return;
         }
-        offerToOpenExport(m_op);
+        offerToOpenExport(m_op, path);
     });
 }
 
@@ -175,10 +175,10 @@ bool Exclusion_Wizard::applyRename(bool fromButton) {
     if (fromButton && !m_op.Show_YES_NO_MessageBox(kContinue))
         return false;
     if (update_count == 3) {
-        Check_Path_And_Create_Files();
-        const QString from = exclusionListPath(m_exlist_name_str);
+        m_folder.Check_Path_And_Create_Files();
+        const QString from = exclusionListPath(m_folder, m_exlist_name_str);
         QString why;
-        if (!renameFile(from, exclusionListPath(name), &why)) {
+        if (!renameFile(from, exclusionListPath(m_folder, name), &why)) {
             fileError(why);
             return false;
         }
@@ -188,9 +188,9 @@ bool Exclusion_Wizard::applyRename(bool fromButton) {
         for (int r = 0; r < m_applied.size(); ++r)
             if (m_applied.at(r).value(kAppliedListKey) == m_exlist_name_str)
                 m_applied.replace(r, Record{{kAppliedListKey, name}});
-        if (QFileInfo::exists(ExListIndex_File_Path))
+        if (QFileInfo::exists(m_folder.ExListIndex_File_Path()))
             writeIndex();
-        if (QFileInfo::exists(AppExclusion_File_Path))
+        if (QFileInfo::exists(m_folder.AppExclusion_File_Path()))
             writeApplied();
         refreshMainWindow();
     }
@@ -208,7 +208,7 @@ bool Exclusion_Wizard::finish() {
         m_op.Show_MessageBox(kExclusionNumbersEmpty);
         return false;
     }
-    Check_Path_And_Create_Files();
+    m_folder.Check_Path_And_Create_Files();
     if (!m_op.Show_YES_NO_MessageBox(kContinue))
         return false;
     if (!applyRename(false))
@@ -216,16 +216,16 @@ bool Exclusion_Wizard::finish() {
     const QString name = m_exlist_name_str;
     if (add_count == 2) {
         add_count = 1;
-        if (QFileInfo::exists(ExListIndex_File_Path)) {
+        if (QFileInfo::exists(m_folder.ExListIndex_File_Path())) {
             QString why;
-            if (!appendToFile(ExListIndex_File_Path, (name + QLatin1Char('\n')).toUtf8(), &why))
+            if (!appendToFile(m_folder.ExListIndex_File_Path(), (name + QLatin1Char('\n')).toUtf8(), &why))
                 fileError(why);
-            writeTold(exclusionListPath(name), numbers());
+            writeTold(exclusionListPath(m_folder, name), numbers());
         }
         m_available.append(Record{{kAvailableListKey, name}});
     } else if (update_count == 3) {
-        if (QFileInfo::exists(ExListIndex_File_Path))
-            writeTold(exclusionListPath(name), numbers());
+        if (QFileInfo::exists(m_folder.ExListIndex_File_Path()))
+            writeTold(exclusionListPath(m_folder, name), numbers());
     }
     m_numbers.clear();
     back_flag = false;

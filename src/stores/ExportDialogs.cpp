@@ -4,11 +4,7 @@
 #include "core/Operator.h"
 
 #include <algorithm>
-
-std::atomic<int> Status_EXPORT_MODE{0};
-std::atomic<int> SENT_EXPORT_MODE{0};
-std::atomic<int> sent_item_or_sms_sending{0};
-QString Export_File_Path;
+#include <utility>
 
 bool statusPassesFilter(const QString& status, int filter) {
     switch (filter) {
@@ -19,38 +15,37 @@ bool statusPassesFilter(const QString& status, int filter) {
     }
 }
 
-Status_Export_Option::Status_Export_Option(Operator& op, std::function<QStringList(int)> statusesOf,
+Status_Export_Option::Status_Export_Option(Operator& op, std::function<QStringList()> statusesOf,
                                            QObject* parent)
     : DialogController(parent), m_op(op), m_statusesOf(std::move(statusesOf)) {}
 
 void Status_Export_Option::choose(int filter) {
     m_choice = filter;
-    Status_EXPORT_MODE = filter;
+    m_filter = filter;
     emit changed();
 }
 
 void Status_Export_Option::OKPressed() {
-    const int selector = sent_item_or_sms_sending;
     const int filter = m_choice;
     bool found = false;
-    if ((selector == 0 || selector == 1) && m_statusesOf) {
-        const QStringList statuses = m_statusesOf(selector);
+    if (m_statusesOf) {
+        const QStringList statuses = m_statusesOf();
         found = std::any_of(statuses.begin(), statuses.end(),
                             [filter](const QString& s) { return statusPassesFilter(s, filter); });
     }
     if (!found) {
-        Status_EXPORT_MODE = 3;
+        m_filter = 3;
         m_op.Show_MessageBox(kNoItemForExportOption);
         return; // the dialog stays open
     }
-    Status_EXPORT_MODE = filter;
+    m_filter = filter;
     m_choice = 0;
     emit changed();
     endModal(1);
 }
 
 void Status_Export_Option::CancelPressed() {
-    Status_EXPORT_MODE = 0;
+    m_filter = 0;
     m_choice = 0;
     emit changed();
     endModal(0);
@@ -58,25 +53,26 @@ void Status_Export_Option::CancelPressed() {
 
 void Export_Option::choose(int format) {
     m_choice = format;
-    SENT_EXPORT_MODE = format;
+    m_format = format;
     emit changed();
 }
 
 void Export_Option::OKPressed() {
-    SENT_EXPORT_MODE = m_choice;
+    m_format = m_choice;
     m_choice = 0;
     emit changed();
     endModal(1);
 }
 
 void Export_Option::CancelPressed() {
-    SENT_EXPORT_MODE = 0;
+    m_format = 0;
     m_choice = 0;
     emit changed();
     endModal(0);
 }
 
-Open_Export_Log::Open_Export_Log(Operator& op, QObject* parent) : DialogController(parent), m_op(op) {}
+Open_Export_Log::Open_Export_Log(Operator& op, QString Export_File_Path, QObject* parent)
+    : DialogController(parent), m_op(op), m_path(std::move(Export_File_Path)) {}
 
 void Open_Export_Log::setOpenLog(bool on) {
     m_openLog = on;
@@ -85,7 +81,7 @@ void Open_Export_Log::setOpenLog(bool on) {
 
 void Open_Export_Log::OKPressed() {
     if (m_openLog)
-        m_op.openWithDefaultApplication(Export_File_Path);
+        m_op.openWithDefaultApplication(m_path);
     setOpenLog(true);
     endModal(1);
 }

@@ -18,8 +18,7 @@ QString chooseReportPath(Operator& op, ExportFormat format) {
     const QString chosen = op.chooseFileToSave({extension});
     if (chosen.isEmpty())
         return {};
-    Export_File_Path = withExportExtension(chosen, extension);
-    return Export_File_Path;
+    return withExportExtension(chosen, extension);
 }
 
 QString chooseListPath(Operator& op, ExportFormat& format) {
@@ -28,8 +27,7 @@ QString chooseListPath(Operator& op, ExportFormat& format) {
         return {};
     const bool workbook = QFileInfo(chosen).suffix().toLower() == QLatin1String("xlsx");
     format = workbook ? ExportFormat::Xlsx : ExportFormat::Text;
-    Export_File_Path = withExportExtension(chosen, exportExtension(format));
-    return Export_File_Path;
+    return withExportExtension(chosen, exportExtension(format));
 }
 
 bool writeExportBytes(const QString& path, const QByteArray& bytes, QString* error) {
@@ -40,8 +38,8 @@ bool writeExportWorkbook(const QString& path, const SpreadsheetData& rows, QStri
     return SpreadsheetWriter::WriteWorkbook(path, rows, false, error);
 }
 
-int offerToOpenExport(Operator& op) {
-    Open_Export_Log dialog(op);
+int offerToOpenExport(Operator& op, const QString& path) {
+    Open_Export_Log dialog(op, path);
     return op.runModal(dialog);
 }
 

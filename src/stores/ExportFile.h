@@ -9,12 +9,12 @@
 class Operator;
 
 // The save dialog limited to the format's type; the type is appended when the chosen name's
-// extension (in lower case) differs. Keeps the path in Export_File_Path. "" when cancelled.
+// extension (in lower case) differs. "" when cancelled.
 QString chooseReportPath(Operator& op, ExportFormat format);
 
 // The save dialog offering "xlsx" and "txt": a name ending in ".xlsx" (any case) is a
-// workbook, anything else text, with ".txt" appended unless it already ends so. Keeps the
-// path in Export_File_Path. "" when cancelled.
+// workbook, anything else text, with ".txt" appended unless it already ends so. "" when
+// cancelled.
 QString chooseListPath(Operator& op, ExportFormat& format);
 
 // The path with the extension rule above applied.
@@ -26,8 +26,8 @@ QString withExportExtension(const QString& path, const QString& extension);
 bool writeExportBytes(const QString& path, const QByteArray& bytes, QString* error = nullptr);
 bool writeExportWorkbook(const QString& path, const SpreadsheetData& rows, QString* error = nullptr);
 
-// Runs the open-after-export dialog for Export_File_Path; returns its end code.
-int offerToOpenExport(Operator& op);
+// Runs the open-after-export dialog for the file just written at path; returns its end code.
+int offerToOpenExport(Operator& op, const QString& path);
 
 // The sending job's report in the format, written to path (which is used as given), as above.
 bool writeSendingReport(const QString& path, ExportFormat format, const QList<ReportItem>& items,

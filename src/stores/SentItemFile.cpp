@@ -63,8 +63,8 @@ bool writeSentItemsFile(const QString& path, const QList<SentItem>& items, QStri
     return file.commit(error);
 }
 
-bool appendSentItem(const QString& path, const SentItem& item, QString* error) {
-    Check_Path_And_Create_Files();
+bool appendSentItem(const DataFolder& folder, const QString& path, const SentItem& item, QString* error) {
+    folder.Check_Path_And_Create_Files();
     return appendToFile(path, formatSentItemLine(item), error);
 }
 

@@ -6,6 +6,8 @@
 
 #include <QString>
 
+class DataFolder;
+
 struct SentItem {
     QString number;
     QString message;
@@ -24,9 +26,11 @@ QList<SentItem> parseSentItems(const QByteArray& content);
 // "<path>: <reason>" when it could not, and the file stays as it was.
 bool writeSentItemsFile(const QString& path, const QList<SentItem>& items, QString* error = nullptr);
 
-// Appends one item to the file (after making sure the data files exist). Thread-safe. False,
-// with "<path>: <reason>" in error (may be null), when the line could not be written whole.
-bool appendSentItem(const QString& path, const SentItem& item, QString* error = nullptr);
+// Appends one item to the file at path (after making sure the folder's data files exist).
+// Thread-safe. False, with "<path>: <reason>" in error (may be null), when the line could not
+// be written whole.
+bool appendSentItem(const DataFolder& folder, const QString& path, const SentItem& item,
+                    QString* error = nullptr);
 
 // Today's date as a run records it.
 QString sentItemDate();

@@ -36,18 +36,15 @@ QList<SentItem> readItems(const QString& path, QString& why) {
 }
 } // namespace
 
-Sent_Items::Sent_Items(Operator& op, QObject* parent)
-    : DialogController(parent), m_op(op),
+Sent_Items::Sent_Items(Operator& op, DataFolder folder, QObject* parent)
+    : DialogController(parent), m_op(op), m_folder(std::move(folder)),
       m_table({kNumberKey, kMessageKey, kSentItemDateKey, kSentItemStatusKey}) {}
 
 Sent_Items::~Sent_Items() { m_loader.requestStop(); }
 
-Sent_Items& Sent_Items::defaultInstance(Operator& op) {
-    static Sent_Items* SENT_WND = new Sent_Items(op);
-    return *SENT_WND;
+QString Sent_Items::filePath() const {
+    return m_gsm ? m_folder.SentItem_File_Path() : m_folder.SentItemAnd_File_Path();
 }
-
-QString Sent_Items::filePath() const { return m_gsm ? SentItem_File_Path : SentItemAnd_File_Path; }
 
 QList<SentItem> Sent_Items::items() const {
     QList<SentItem> out;
@@ -163,7 +160,7 @@ void Sent_Items::Clear_All_Btn() {
     }
     if (!m_op.Show_YES_NO_MessageBox(kClearEntireList))
         return;
-    Check_Path_And_Create_Files();
+    m_folder.Check_Path_And_Create_Files();
     QString why;
     if (!writeFileAtomically(filePath(), QByteArray(), &why)) {
         m_op.Show_MessageBox(errorInFileAccessing(why)); // the file still holds them: so does the window
@@ -180,7 +177,7 @@ void Sent_Items::Clear_All_Btn() {
 void Sent_Items::Close_Btn() {
     if (!m_loading) {
         // One atomic rewrite: the file matches the window, or stays as it was.
-        Check_Path_And_Create_Files();
+        m_folder.Check_Path_And_Create_Files();
         QString why;
         if (!writeSentItemsFile(filePath(), items(), &why))
             m_op.Show_MessageBox(errorInFileAccessing(why));
@@ -245,28 +242,25 @@ void Sent_Items::Export_Btn() {
 }
 
 void Sent_Items::exportItems() {
-    Status_EXPORT_MODE = 0;
-    SENT_EXPORT_MODE = 0;
-    sent_item_or_sms_sending = 1;
+    int filter = 0; // the Android log has no status to filter by
     if (m_gsm) {
-        Status_Export_Option filter(m_op, [this](int selector) {
+        Status_Export_Option dialog(m_op, [this] {
             QStringList statuses;
-            if (selector == 1)
-                for (const Record& r : m_table.records())
-                    statuses << r.value(kSentItemStatusKey);
+            for (const Record& r : m_table.records())
+                statuses << r.value(kSentItemStatusKey);
             return statuses;
         });
-        if (m_op.runModal(filter) == 0 || Status_EXPORT_MODE == 3)
+        if (m_op.runModal(dialog) == 0 || dialog.Status_EXPORT_MODE() == 3)
             return;
+        filter = dialog.Status_EXPORT_MODE();
     }
     Export_Option format;
     if (m_op.runModal(format) == 0)
         return;
-    const auto chosen = static_cast<ExportFormat>(SENT_EXPORT_MODE.load());
+    const auto chosen = static_cast<ExportFormat>(format.SENT_EXPORT_MODE());
     const QString path = chooseReportPath(m_op, chosen);
     if (path.isEmpty())
         return;
-    const int filter = m_gsm ? Status_EXPORT_MODE.load() : 0;
     QList<SentItem> exported;
     for (const SentItem& item : items())
         if (statusPassesFilter(item.status, filter))
@@ -284,5 +278,5 @@ void Sent_Items::exportItems() {
         m_op.Show_MessageBox(errorInFileAccessing(why));
         return;
     }
-    offerToOpenExport(m_op);
+    offerToOpenExport(m_op, path);
 }

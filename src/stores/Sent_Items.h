@@ -4,6 +4,7 @@
 // at Clear all); each rewrite is atomic.
 #include "SentItemFile.h"
 #include "StoreWindowSupport.h"
+#include "core/DataFolder.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
 #include "core/WorkerThread.h"
@@ -22,11 +23,8 @@ inline const QString kSentItemStatusKey = QStringLiteral("Status"); // kept in t
 class Sent_Items : public DialogController, public ActsOnMainWindows {
     Q_OBJECT
 public:
-    explicit Sent_Items(Operator& op, QObject* parent = nullptr);
+    Sent_Items(Operator& op, DataFolder folder, QObject* parent = nullptr);
     ~Sent_Items() override;
-
-    // The shared instance (SENT_WND), created on first use.
-    static Sent_Items& defaultInstance(Operator& op);
 
     // Loads the file of the active device kind on a worker and runs the window modally.
     void Open_Sent_Item_Wnd();
@@ -68,6 +66,7 @@ private:
     void exportItems();
 
     Operator& m_op;
+    const DataFolder m_folder;
     RecordTable m_table;
     bool m_gsm = true;
     QList<int> m_selected;

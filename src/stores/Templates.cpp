@@ -20,6 +20,7 @@
 #include "text/TextLines.h"
 
 #include <QFileInfo>
+#include <utility>
 
 namespace {
 QByteArray readFile(const QString& path, QString& why) {
@@ -30,16 +31,11 @@ QByteArray readFile(const QString& path, QString& why) {
 }
 } // namespace
 
-Templates::Templates(Operator& op, QObject* parent)
-    : DialogController(parent), m_op(op), m_table(kMessageKey, {kMessageKey}),
+Templates::Templates(Operator& op, DataFolder folder, QObject* parent)
+    : DialogController(parent), m_op(op), m_folder(std::move(folder)), m_table(kMessageKey, {kMessageKey}),
       m_editor(new UpdateTemp(*this, op, this)) {}
 
 Templates::~Templates() { m_loader.requestStop(); }
-
-Templates& Templates::defaultInstance(Operator& op) {
-    static Templates* Template_Window = new Templates(op);
-    return *Template_Window;
-}
 
 QStringList Templates::templates() const {
     QStringList out;
@@ -89,7 +85,7 @@ void Templates::startLoading() {
     m_selected.clear();
     m_loading = true;
     emit changed();
-    const QString path = Templates_File_Path;
+    const QString path = m_folder.Templates_File_Path();
     m_loader.start([this, path](std::stop_token stop) {
         QString why;
         const QByteArray content = Guard::run(
@@ -174,9 +170,9 @@ void Templates::Delete_All_Btn() {
             QStringLiteral("\nThis option will clear the entire list contents. Are you "
                            "sure you want to continue clearing the entire list?")))
         return;
-    Check_Path_And_Create_Files();
+    m_folder.Check_Path_And_Create_Files();
     QString why;
-    if (!writeFileAtomically(Templates_File_Path, QByteArray(), &why)) {
+    if (!writeFileAtomically(m_folder.Templates_File_Path(), QByteArray(), &why)) {
         m_op.Show_MessageBox(errorInFileAccessing(why)); // the file still holds them: so does the window
         return;
     }
@@ -261,11 +257,10 @@ void Templates::Export_Btn() {
 }
 
 void Templates::exportTemplates() {
-    SENT_EXPORT_MODE = 0;
     Export_Option format;
     if (m_op.runModal(format) == 0)
         return;
-    const auto chosen = static_cast<ExportFormat>(SENT_EXPORT_MODE.load());
+    const auto chosen = static_cast<ExportFormat>(format.SENT_EXPORT_MODE());
     const QString path = chooseReportPath(m_op, chosen);
     if (path.isEmpty())
         return;
@@ -280,12 +275,12 @@ void Templates::exportTemplates() {
         m_op.Show_MessageBox(errorInFileAccessing(why));
         return;
     }
-    offerToOpenExport(m_op);
+    offerToOpenExport(m_op, path);
 }
 
 bool Templates::Write_Template_file(QString* error) {
-    Check_Path_And_Create_Files();
-    return writeTemplatesFile(Templates_File_Path, templates(), error);
+    m_folder.Check_Path_And_Create_Files();
+    return writeTemplatesFile(m_folder.Templates_File_Path(), templates(), error);
 }
 
 void Templates::Close_Btn() {

@@ -4,6 +4,7 @@
 // window closes (or at Delete all); each rewrite is atomic.
 #include "KeyedTable.h"
 #include "StoreWindowSupport.h"
+#include "core/DataFolder.h"
 #include "core/DialogController.h"
 #include "core/WorkerThread.h"
 #include "sheets/windows/ImportTargets.h"
@@ -19,11 +20,8 @@ class UpdateTemp;
 class Templates : public DialogController, public TemplateImportTarget, public ActsOnMainWindows {
     Q_OBJECT
 public:
-    explicit Templates(Operator& op, QObject* parent = nullptr);
+    Templates(Operator& op, DataFolder folder, QObject* parent = nullptr);
     ~Templates() override;
-
-    // The shared instance (Template_Window), created on first use.
-    static Templates& defaultInstance(Operator& op);
 
     void Open_Template_Wnd();
     void startLoading();
@@ -72,6 +70,7 @@ private:
     void setPleaseWait(bool shown);
 
     Operator& m_op;
+    const DataFolder m_folder;
     KeyedTable m_table;
     QList<int> m_selected;
     int m_composerStart = -1, m_composerLength = 0;

@@ -14,10 +14,10 @@
 #include <QTableView>
 #include <QVBoxLayout>
 
-AndroidBulkSmsView::AndroidBulkSmsView(Bulk_SMSAppDelegate& controller, QWidget* parent)
+AndroidBulkSmsView::AndroidBulkSmsView(Bulk_SMSAppDelegate& controller, StoreWindows& stores, QWidget* parent)
     : MainWindowView(controller, parent) {
     setObjectName(QStringLiteral("Bulk_SMSAppDelegate"));
-    auto* panel = new RecipientPanel(controller, this);
+    auto* panel = new RecipientPanel(controller, stores, this);
     contentArea()->addWidget(panel);
     // The row being sent is shown in the list as the run goes through it.
     connect(&controller, &Bulk_SMSAppDelegate::sendingRowShown, panel, [panel](int row) {

@@ -3,9 +3,11 @@
 #include "MainWindowView.h"
 
 class Bulk_SMSAppDelegate;
+class StoreWindows;
 
 class AndroidBulkSmsView : public MainWindowView {
     Q_OBJECT
 public:
-    explicit AndroidBulkSmsView(Bulk_SMSAppDelegate& controller, QWidget* parent = nullptr);
+    // stores: the stored-list windows the recipient panel opens.
+    AndroidBulkSmsView(Bulk_SMSAppDelegate& controller, StoreWindows& stores, QWidget* parent = nullptr);
 };

@@ -13,10 +13,10 @@
 #include <QSpinBox>
 #include <QVBoxLayout>
 
-GsmBulkSmsView::GsmBulkSmsView(Gsm_Bulk_Sms_Wnd& controller, QWidget* parent)
+GsmBulkSmsView::GsmBulkSmsView(Gsm_Bulk_Sms_Wnd& controller, StoreWindows& stores, QWidget* parent)
     : MainWindowView(controller, parent) {
     setObjectName(QStringLiteral("Gsm_Bulk_Sms_Wnd"));
-    contentArea()->addWidget(new RecipientPanel(controller, this));
+    contentArea()->addWidget(new RecipientPanel(controller, stores, this));
     auto* search = new QPushButton(QStringLiteral("Search Device"), this);
     deviceBar()->addWidget(search);
     connect(search, &QPushButton::clicked, this, [&controller] { controller.connectDevice(); });

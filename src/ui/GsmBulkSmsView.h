@@ -3,9 +3,11 @@
 #include "MainWindowView.h"
 
 class Gsm_Bulk_Sms_Wnd;
+class StoreWindows;
 
 class GsmBulkSmsView : public MainWindowView {
     Q_OBJECT
 public:
-    explicit GsmBulkSmsView(Gsm_Bulk_Sms_Wnd& controller, QWidget* parent = nullptr);
+    // stores: the stored-list windows the recipient panel opens.
+    GsmBulkSmsView(Gsm_Bulk_Sms_Wnd& controller, StoreWindows& stores, QWidget* parent = nullptr);
 };

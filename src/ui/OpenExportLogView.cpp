@@ -11,7 +11,8 @@ OpenExportLogView::OpenExportLogView(Open_Export_Log& controller, QWidget* paren
     : QDialog(parent), m_controller(controller) {
     setWindowTitle(kApplicationName);
     auto* layout = new QVBoxLayout(this);
-    auto* label = new QLabel(QStringLiteral("The file has been exported:\n%1").arg(Export_File_Path), this);
+    auto* label = new QLabel(
+        QStringLiteral("The file has been exported:\n%1").arg(controller.Export_File_Path()), this);
     label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     layout->addWidget(label);
     auto* open = new QCheckBox(QStringLiteral("Open the exported file"), this);

@@ -7,9 +7,7 @@
 #include "list/ListLoad.h"
 #include "list/NumberLoader.h"
 #include "stores/ContactListExport.h"
-#include "stores/Exclusion_Wizard.h"
-#include "stores/Sent_Items.h"
-#include "stores/Templates.h"
+#include "stores/StoreWindows.h"
 #include "text/NumberRules.h"
 
 #include <QCheckBox>
@@ -31,7 +29,8 @@
 
 #include <algorithm>
 
-RecipientPanel::RecipientPanel(BulkSmsWindow& window, QWidget* parent) : QWidget(parent), m_window(window) {
+RecipientPanel::RecipientPanel(BulkSmsWindow& window, StoreWindows& stores, QWidget* parent)
+    : QWidget(parent), m_window(window), m_stores(stores) {
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     auto* splitter = new QSplitter(Qt::Horizontal, this);
@@ -66,19 +65,19 @@ QLayout* RecipientPanel::buildStoreButtons(QWidget* side) {
     row->addStretch();
     connect(exportList, &QPushButton::clicked, this, [this] { exportContactList(m_window); });
     connect(sentItems, &QPushButton::clicked, this, [this] {
-        Sent_Items& window = Sent_Items::defaultInstance(m_window.op());
+        Sent_Items& window = m_stores.sentItems();
         window.actOn(m_window.mainWindows());
         window.Open_Sent_Item_Wnd();
     });
     connect(templates, &QPushButton::clicked, this, [this] {
-        Templates& window = Templates::defaultInstance(m_window.op());
+        Templates& window = m_stores.templates();
         const QTextCursor cursor = m_composer->textCursor();
         window.setComposerSelection(cursor.selectionStart(), cursor.selectionEnd() - cursor.selectionStart());
         window.actOn(m_window.mainWindows());
         window.Open_Template_Wnd();
     });
     connect(exclusion, &QPushButton::clicked, this, [this] {
-        Exclusion_Wizard& window = Exclusion_Wizard::defaultInstance(m_window.op());
+        Exclusion_Wizard& window = m_stores.exclusion();
         window.actOn(m_window.mainWindows());
         window.Open_Exclusion_Wnd();
     });
@@ -88,7 +87,22 @@ QLayout* RecipientPanel::buildStoreButtons(QWidget* side) {
 QWidget* RecipientPanel::buildListSide() {
     auto* side = new QGroupBox(QStringLiteral("Phone numbers - Messages"), this);
     auto* layout = new QVBoxLayout(side);
+    layout->addLayout(buildNumberEntry(side));
+    layout->addLayout(buildLoadButtons(side));
+    layout->addWidget(buildLoadProgress(side));
+    layout->addWidget(buildTable(side), 1);
+    addListButtons(side, layout);
+    layout->addLayout(buildStoreButtons(side));
+    // Nothing that could change the list works while a load fills it.
+    connect(&ListLoad::of(m_window), &ListLoad::runningChanged, this, [this](bool running) {
+        for (QWidget* control : std::as_const(m_listControls))
+            control->setEnabled(!running);
+        m_tableLocked = running;
+    });
+    return side;
+}
 
+QLayout* RecipientPanel::buildNumberEntry(QWidget* side) {
     auto* entry = new QHBoxLayout();
     m_number = new QLineEdit(side);
     m_number->setObjectName(QStringLiteral("_numberEdit"));
@@ -96,9 +110,19 @@ QWidget* RecipientPanel::buildListSide() {
     auto* add = new QPushButton(QStringLiteral("Add"), side);
     entry->addWidget(m_number, 1);
     entry->addWidget(add);
-    layout->addLayout(entry);
+    connect(m_number, &QLineEdit::textEdited, this,
+            [this](const QString& text) { m_window.setNumberField(text); });
+    connect(m_number, &QLineEdit::returnPressed, this, [this] {
+        if (!m_number->text().trimmed().isEmpty())
+            m_window.Add_number_To_List();
+    });
+    connect(add, &QPushButton::clicked, this, [this] { m_window.Add_number_To_List(); });
+    m_listControls << add << m_number;
+    return entry;
+}
 
-    // Bulk loads: files, pasted numbers and messages from a spreadsheet.
+// Bulk loads: files, pasted numbers and messages from a spreadsheet.
+QLayout* RecipientPanel::buildLoadButtons(QWidget* side) {
     auto* loads = new QHBoxLayout();
     auto* loadFile = new QPushButton(QStringLiteral("Load Numbers..."), side);
     auto* paste = new QPushButton(QStringLiteral("Paste Numbers..."), side);
@@ -107,9 +131,17 @@ QWidget* RecipientPanel::buildListSide() {
     loads->addWidget(paste);
     loads->addWidget(excelMessages);
     loads->addStretch();
-    layout->addLayout(loads);
-    // While a load runs, a row of its own below the buttons: how far it has come, and
-    // Cancel (the list then stays as it was).
+    connect(loadFile, &QPushButton::clicked, this, [this] { NumberLoader::of(m_window).Load_Number(); });
+    connect(paste, &QPushButton::clicked, this, [this] { NumberLoader::of(m_window).Manually_Add_Btn(); });
+    connect(excelMessages, &QPushButton::clicked, this,
+            [this] { NumberLoader::of(m_window).Excel_Msg_Load_Btn(); });
+    m_listControls << loadFile << paste << excelMessages;
+    return loads;
+}
+
+// While a load runs, a row of its own below the buttons: how far it has come, and Cancel
+// (the list then stays as it was).
+QWidget* RecipientPanel::buildLoadProgress(QWidget* side) {
     auto* loading = new QWidget(side);
     auto* loadingRow = new QHBoxLayout(loading);
     loadingRow->setContentsMargins(0, 0, 0, 0);
@@ -122,11 +154,6 @@ QWidget* RecipientPanel::buildListSide() {
     loadingRow->addWidget(progress, 1);
     loadingRow->addWidget(cancelLoad);
     loading->hide();
-    layout->addWidget(loading);
-    connect(loadFile, &QPushButton::clicked, this, [this] { NumberLoader::of(m_window).Load_Number(); });
-    connect(paste, &QPushButton::clicked, this, [this] { NumberLoader::of(m_window).Manually_Add_Btn(); });
-    connect(excelMessages, &QPushButton::clicked, this,
-            [this] { NumberLoader::of(m_window).Excel_Msg_Load_Btn(); });
     ListLoad& load = ListLoad::of(m_window);
     connect(cancelLoad, &QPushButton::clicked, this, [this] { ListLoad::of(m_window).Cancel(); });
     connect(&load, &ListLoad::progressChanged, progress, [this, progress] {
@@ -135,8 +162,10 @@ QWidget* RecipientPanel::buildListSide() {
         progress->setFormat(l.progressText());
     });
     connect(&load, &ListLoad::runningChanged, loading, &QWidget::setVisible);
-    m_listControls << add << m_number << loadFile << paste << excelMessages;
+    return loading;
+}
 
+QTableView* RecipientPanel::buildTable(QWidget* side) {
     m_model = new RecordTableModel(m_window.list(), this);
     // Before the table's selection model hears of a change (it connects when the model is
     // set), so that what it reports while rows move is not taken for the operator's choice.
@@ -152,35 +181,6 @@ QWidget* RecipientPanel::buildListSide() {
     m_table->verticalHeader()->setDefaultSectionSize(m_table->fontMetrics().height() + 6);
     m_table->horizontalHeader()->setStretchLastSection(true);
     m_table->setColumnWidth(0, 170);
-    layout->addWidget(m_table, 1);
-
-    auto* buttons = new QHBoxLayout();
-    m_count = new QLabel(side);
-    auto* clearSelected = new QPushButton(QStringLiteral("Clear Selected"), side);
-    auto* clearAll = new QPushButton(QStringLiteral("Clear All"), side);
-    auto* reset = new QPushButton(QStringLiteral("Reset"), side);
-    // What the last load left out, on a line of its own under the list: the count's row has
-    // no room for a sentence.
-    m_refused = new QLabel(side);
-    m_refused->setObjectName(QStringLiteral("refusedNumbersNote"));
-    m_refused->setWordWrap(true);
-    m_refused->hide();
-    layout->addWidget(m_refused);
-    buttons->addWidget(m_count);
-    buttons->addStretch();
-    buttons->addWidget(clearSelected);
-    buttons->addWidget(clearAll);
-    buttons->addWidget(reset);
-    layout->addLayout(buttons);
-    layout->addLayout(buildStoreButtons(side));
-
-    connect(m_number, &QLineEdit::textEdited, this,
-            [this](const QString& text) { m_window.setNumberField(text); });
-    connect(m_number, &QLineEdit::returnPressed, this, [this] {
-        if (!m_number->text().trimmed().isEmpty())
-            m_window.Add_number_To_List();
-    });
-    connect(add, &QPushButton::clicked, this, [this] { m_window.Add_number_To_List(); });
     // The selection model may report half-updated selections while rows are being inserted
     // or reset; the controller hears about the selection once the model is settled.
     connect(m_table->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
@@ -198,6 +198,28 @@ QWidget* RecipientPanel::buildListSide() {
         if (!m_tableLocked)
             m_window.doubleClickInTable(index.row());
     });
+    return m_table;
+}
+
+// Under the list: what the last load left out, on a line of its own (the count's row has no
+// room for a sentence), then the count and the buttons that thin the list.
+void RecipientPanel::addListButtons(QWidget* side, QBoxLayout* layout) {
+    m_refused = new QLabel(side);
+    m_refused->setObjectName(QStringLiteral("refusedNumbersNote"));
+    m_refused->setWordWrap(true);
+    m_refused->hide();
+    layout->addWidget(m_refused);
+    auto* buttons = new QHBoxLayout();
+    m_count = new QLabel(side);
+    auto* clearSelected = new QPushButton(QStringLiteral("Clear Selected"), side);
+    auto* clearAll = new QPushButton(QStringLiteral("Clear All"), side);
+    auto* reset = new QPushButton(QStringLiteral("Reset"), side);
+    buttons->addWidget(m_count);
+    buttons->addStretch();
+    buttons->addWidget(clearSelected);
+    buttons->addWidget(clearAll);
+    buttons->addWidget(reset);
+    layout->addLayout(buttons);
     connect(clearSelected, &QPushButton::clicked, this, [this] {
         m_window.Clear_Sel_Btn();
         selectFirstRowIfAny();
@@ -205,13 +227,6 @@ QWidget* RecipientPanel::buildListSide() {
     connect(clearAll, &QPushButton::clicked, this, [this] { m_window.Clear_All_Btn(); });
     connect(reset, &QPushButton::clicked, this, [this] { m_window.Reset_Btn(); });
     m_listControls << clearSelected << clearAll << reset;
-    // Nothing that could change the list works while a load fills it.
-    connect(&ListLoad::of(m_window), &ListLoad::runningChanged, this, [this](bool running) {
-        for (QWidget* control : std::as_const(m_listControls))
-            control->setEnabled(!running);
-        m_tableLocked = running;
-    });
-    return side;
 }
 
 QWidget* RecipientPanel::buildComposerSide() {

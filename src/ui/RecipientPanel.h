@@ -1,10 +1,13 @@
 #pragma once
 // The working area both main windows share: number field and recipient table on the
-// left, the composer and the list options on the right.
+// left, the composer and the list options on the right; its buttons open the stored-list
+// windows it is given.
 #include <QList>
 #include <QWidget>
 
 class BulkSmsWindow;
+class StoreWindows;
+class QBoxLayout;
 class QCheckBox;
 class QComboBox;
 class QLabel;
@@ -18,12 +21,17 @@ class RecordTableModel;
 class RecipientPanel : public QWidget {
     Q_OBJECT
 public:
-    explicit RecipientPanel(BulkSmsWindow& window, QWidget* parent = nullptr);
+    RecipientPanel(BulkSmsWindow& window, StoreWindows& stores, QWidget* parent = nullptr);
 
     QTableView* table() const { return m_table; }
 
 private:
     QWidget* buildListSide();
+    QLayout* buildNumberEntry(QWidget* side);
+    QLayout* buildLoadButtons(QWidget* side);
+    QWidget* buildLoadProgress(QWidget* side);
+    QTableView* buildTable(QWidget* side);
+    void addListButtons(QWidget* side, QBoxLayout* layout);
     QWidget* buildComposerSide();
     QWidget* buildDelayedDelivery(QWidget* parent);
     QLayout* buildStoreButtons(QWidget* side);
@@ -32,6 +40,7 @@ private:
     void pushSelection();
 
     BulkSmsWindow& m_window;
+    StoreWindows& m_stores;
     RecordTableModel* m_model = nullptr;
     QLineEdit* m_number = nullptr;
     QTableView* m_table = nullptr;

@@ -91,7 +91,7 @@ TEST_F(DiscoveryTest, ConnectionCheckJudgesEachKindOfAttachment) {
         }
         op.clearTranscript();
         QString tag;
-        EXPECT_EQ(onWorker([&] { return CheckConnection(tag, false, op); }), c.ready);
+        EXPECT_EQ(onWorker([&] { return CheckConnection(tag, false, op, home.folder); }), c.ready);
         EXPECT_EQ(tag, c.tag);
         EXPECT_EQ(op.alerts(), c.alerts);
         const QString status = onWorker([] { return Get_Android_Device_Status(); });
@@ -110,7 +110,7 @@ TEST_F(DiscoveryTest, SearchFindsThePhoneWithItsPropertiesAndSelectsIt) {
     config.properties.insert("ro.product.model", "Pixel 7");
     config.properties.insert("gsm.sim.state", ",LOADED,");
     startPhones(one(config));
-    Android_Ph_List_Wnd window(op, selection, chosen);
+    Android_Ph_List_Wnd window(op, home.folder, selection, chosen);
     EXPECT_EQ(onWorker([&] { return window.searchDevice(false); }), Android_Ph_List_Wnd::Outcome::Connected);
     QStringList rows;
     for (const Record& r : window.rows().records())
@@ -121,7 +121,7 @@ TEST_F(DiscoveryTest, SearchFindsThePhoneWithItsPropertiesAndSelectsIt) {
                            "Sim Status=LOADED", "Sim Operator=DEMO NET", "Serial Number=VPHONE0001"}));
     EXPECT_EQ(window.statusLines().at(2).text, "Connected");
     EXPECT_TRUE(firstPhone().appInstalled());
-    EXPECT_FALSE(QFile::exists(Created_Resource_Path + "/build.prop"));
+    EXPECT_FALSE(QFile::exists(home.folder.Created_Resource_Path() + "/build.prop"));
     window.beginModal();
     window.Select_Btn();
     EXPECT_EQ(window.endCode(), 1);
@@ -134,7 +134,7 @@ TEST_F(DiscoveryTest, UnauthorisedPhoneRepeatsTheSearchWithThePermissionBoxUntil
     config.state = "unauthorized";
     config.authorizeAfter = 6; // device lists read before the phone's owner allows the computer
     startPhones(one(config));
-    Android_Ph_List_Wnd window(op, selection, chosen);
+    Android_Ph_List_Wnd window(op, home.folder, selection, chosen);
     int boxes = 0;
     for (int i = 0; i < 3; ++i)
         op.onModal<And_Conn_Err>([&](And_Conn_Err& box) {
@@ -148,7 +148,7 @@ TEST_F(DiscoveryTest, UnauthorisedPhoneRepeatsTheSearchWithThePermissionBoxUntil
 
 TEST_F(DiscoveryTest, StopEndsAWaitingSearch) {
     startPhones({});
-    Android_Ph_List_Wnd window(op, selection, chosen);
+    Android_Ph_List_Wnd window(op, home.folder, selection, chosen);
     op.onModal<And_Conn_Err>([&](And_Conn_Err& box) {
         EXPECT_EQ(box.title(), "Android device not found");
         window.Stop_Btn(); // the operator presses Stop while the box is up
@@ -180,19 +180,20 @@ TEST_F(InstallTest, InstallOutcomes) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        QFile::remove(Resource_Path + "/OstrelBulkSMS.apk");
+        QFile::remove(home.folder.Resource_Path() + "/OstrelBulkSMS.apk");
         sim::PhoneConfig config = phone();
         config.install = c.install;
         startPhones(one(config), c.apk);
-        Check_Path_And_Create_Files(); // keeps the troubleshooting log: this case's entries follow
+        home.folder
+            .Check_Path_And_Create_Files(); // keeps the troubleshooting log: this case's entries follow
         flushTroubleshootingLog();
-        const qsizetype before = readAll(Troubleshooting_Log_Path).size();
+        const qsizetype before = readAll(home.folder.Troubleshooting_Log_Path()).size();
         op.clearTranscript();
         QString tag;
-        EXPECT_EQ(onWorker([&] { return CheckConnection(tag, true, op); }), c.ready);
+        EXPECT_EQ(onWorker([&] { return CheckConnection(tag, true, op, home.folder); }), c.ready);
         EXPECT_EQ(firstPhone().appInstalled(), c.installed);
         flushTroubleshootingLog();
-        const QString log = QString::fromUtf8(readAll(Troubleshooting_Log_Path).mid(before));
+        const QString log = QString::fromUtf8(readAll(home.folder.Troubleshooting_Log_Path()).mid(before));
         EXPECT_EQ(log.contains("Uninstall OstrelBulkSMS.apk\n"), c.uninstallLogged) << log.toStdString();
         if (c.apk) {
             EXPECT_TRUE(log.contains("Install OstrelBulkSMS.apk in Virtual-Phone 5G at "))
@@ -237,11 +238,12 @@ TEST_F(InstallTest, LegacyStorageRootGetsEveryFileTwice) {
         sim::PhoneConfig config = phone();
         config.externalStorage = root;
         startPhones(one(config));
-        QFile local(Created_Resource_Path + "/message.txt");
+        QFile local(home.folder.Created_Resource_Path() + "/message.txt");
         ASSERT_TRUE(local.open(QIODevice::WriteOnly));
         local.write("hello");
         local.close();
-        EXPECT_TRUE(onWorker([] { return Save_File_To_Phone_Storage(kMessageFileName, false); }));
+        EXPECT_TRUE(
+            onWorker([this] { return Save_File_To_Phone_Storage(home.folder, kMessageFileName, false); }));
         EXPECT_EQ(firstPhone().file(root + "/message.txt"), "hello");
         EXPECT_EQ(firstPhone().file(second + "/message.txt"), "hello");
         onWorker([] { return Send_DEL_File_Command_To_ADB(kMessageFileName); });

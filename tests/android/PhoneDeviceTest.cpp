@@ -28,7 +28,7 @@ protected:
         stops = switches = 0;
     }
     PhoneDevice device(Mode mode) {
-        return {op, "VPHONE0001", mode, {[this] { ++stops; }, [this] { ++switches; }}};
+        return {op, home.folder, "VPHONE0001", mode, {[this] { ++stops; }, [this] { ++switches; }}};
     }
     // Prepares the device and hands it the texts one by one until one is not delivered, as a run would.
     QList<SendOutcome> sendEach(Mode mode, const QStringList& texts) {
@@ -84,7 +84,7 @@ TEST_F(PhoneDeviceTest, EachMessageReachesThePhoneAsComposedOrSaysWhyNot) {
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::Message() << int(c.fault) << " " << c.path.toStdString());
         startPhone(c.fault);
-        const QString file = Created_Resource_Path + "/message.txt";
+        const QString file = home.folder.Created_Resource_Path() + "/message.txt";
         ASSERT_TRUE(c.fault != Fault::FolderInTheWay || QDir().mkpath(file));
         if (c.answer) {
             *c.answer ? op.answerYes() : op.answerNo();
@@ -121,7 +121,7 @@ TEST_F(PhoneDeviceTest, ABatchGoesToThePhoneAsOneList) {
               ";\r\n1001,~$^'b\r\n1002,~$^'Caf\u00e9\r\n");
     qint64 size = 0;
     EXPECT_FALSE(firstPhone().fileExists("/sdcard/ostrelsms.txt", size));
-    EXPECT_FALSE(QFile::exists(Created_Resource_Path + "/ostrelsms.txt"));
+    EXPECT_FALSE(QFile::exists(home.folder.Created_Resource_Path() + "/ostrelsms.txt"));
 }
 
 TEST_F(PhoneDeviceTest, ABatchThePhoneCannotStoreGoesOneByOneOrNowhere) {

@@ -11,11 +11,11 @@ void PhoneFixture::startPhones(const QList<sim::PhoneConfig>& phones, bool withA
     qputenv("HOME", QFile::encodeName(adbHome.path())); // adb keeps nothing of ours
     qunsetenv("ANDROID_SERIAL");
     if (withApk) {
-        QFile apk(Resource_Path + QStringLiteral("/OstrelBulkSMS.apk"));
+        QFile apk(home.folder.Resource_Path() + QStringLiteral("/OstrelBulkSMS.apk"));
         ASSERT_TRUE(apk.open(QIODevice::WriteOnly));
         apk.write("PK\x03\x04 companion app");
     }
-    Check_Path_And_Create_Files();
+    home.folder.Check_Path_And_Create_Files();
 }
 
 void PhoneFixture::TearDown() {

@@ -37,7 +37,7 @@ bool isLink(const QString& path) {
 class DataTreeLinksTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_TRUE(Check_Path_And_Create_Files());
+        ASSERT_TRUE(home.folder.Check_Path_And_Create_Files());
         ASSERT_TRUE(QDir().mkpath(outsideFolder));
         writeBytes(outsideFile, secret);
         writeBytes(outsideFolder + "/ExListIndex.OSTREL", "Staff\n");
@@ -60,18 +60,19 @@ protected:
 };
 
 TEST_F(DataTreeLinksTest, NoReaderOrWriterGoesThroughALinkAndEachNamesIt) {
-    const QString staff = Exclusion_Folder_Path + "/Staff.OSTREL";
+    const QString staff = home.folder.Exclusion_Folder_Path() + "/Staff.OSTREL";
     const struct {
         const char* what;
         QString file; // the data file read and written
         QString link; // the link planted on its way
         QString target;
-        bool layoutRefused; // Check_Path_And_Create_Files() meets it
+        bool layoutRefused; // home.folder.Check_Path_And_Create_Files() meets it
     } cases[] = {
-        {"sent items", SentItem_File_Path, SentItem_File_Path, outsideFile, true},
-        {"templates", Templates_File_Path, Templates_File_Path, outsideFile, true},
+        {"sent items", home.folder.SentItem_File_Path(), home.folder.SentItem_File_Path(), outsideFile, true},
+        {"templates", home.folder.Templates_File_Path(), home.folder.Templates_File_Path(), outsideFile,
+         true},
         {"an exclusion list", staff, staff, outsideFile, false},
-        {"the exclusion folder", staff, Exclusion_Folder_Path, outsideFolder, true},
+        {"the exclusion folder", staff, home.folder.Exclusion_Folder_Path(), outsideFolder, true},
     };
     const QString before = snapshot();
     for (const auto& c : cases) {
@@ -96,17 +97,17 @@ TEST_F(DataTreeLinksTest, NoReaderOrWriterGoesThroughALinkAndEachNamesIt) {
         EXPECT_EQ(why.toStdString(), refusal.toStdString());
         EXPECT_FALSE(createEmptyFile(c.file, &why));
         EXPECT_EQ(why.toStdString(), refusal.toStdString());
-        EXPECT_FALSE(renameFile(c.file, Bulk_SMS_Data_Folder_Path + "/moved", &why));
+        EXPECT_FALSE(renameFile(c.file, home.folder.Bulk_SMS_Data_Folder_Path() + "/moved", &why));
         EXPECT_EQ(why.toStdString(), refusal.toStdString());
-        EXPECT_EQ(Check_Path_And_Create_Files(), !c.layoutRefused);
-        EXPECT_TRUE(makeDataTreePrivate().contains(refusal));
+        EXPECT_EQ(home.folder.Check_Path_And_Create_Files(), !c.layoutRefused);
+        EXPECT_TRUE(makeDataTreePrivate(home.folder).contains(refusal));
 
         EXPECT_TRUE(isLink(c.link)); // refused, not replaced
         EXPECT_EQ(snapshot(), before);
         Delete_File(c.file); // the link itself may go, never what it points at
         EXPECT_EQ(snapshot(), before);
         QFile::remove(c.link);
-        ASSERT_TRUE(Check_Path_And_Create_Files());
+        ASSERT_TRUE(home.folder.Check_Path_And_Create_Files());
     }
 }
 
@@ -123,23 +124,25 @@ TEST_F(DataTreeLinksTest, ExportsOutsideTheDataTreeStillReplaceALinkAndLeaveItsT
 // Earlier versions left the tree open to everyone: every folder becomes 0700 and every file
 // 0600, the tree's own top included; links are named, and neither followed nor changed.
 TEST_F(DataTreeLinksTest, StartUpNarrowsTheTreeAndLeavesWhatLinksPointAt) {
-    const QString staff = Exclusion_Folder_Path + "/Staff.OSTREL",
-                  log = Created_Resource_Path + "/build.prop";
+    const QString staff = home.folder.Exclusion_Folder_Path() + "/Staff.OSTREL",
+                  log = home.folder.Created_Resource_Path() + "/build.prop";
     writeBytes(staff, "+447700900002\n", 0644);
     writeBytes(log, "x", 0666);
-    const QStringList folders = {Created_Resource_Path, Bulk_SMS_Data_Folder_Path, Exclusion_Folder_Path};
-    const QStringList files = {SentItem_File_Path, ExListIndex_File_Path, staff, log};
+    const QStringList folders = {home.folder.Created_Resource_Path(), home.folder.Bulk_SMS_Data_Folder_Path(),
+                                 home.folder.Exclusion_Folder_Path()};
+    const QStringList files = {home.folder.SentItem_File_Path(), home.folder.ExListIndex_File_Path(), staff,
+                               log};
     for (const QString& folder : folders)
         ::chmod(QFile::encodeName(folder).constData(), 0755);
     for (const QString& file : files)
         ::chmod(QFile::encodeName(file).constData(), 0644);
-    const QString toFile = Bulk_SMS_Data_Folder_Path + "/Linked.OSTREL",
-                  toFolder = Created_Resource_Path + "/Old";
+    const QString toFile = home.folder.Bulk_SMS_Data_Folder_Path() + "/Linked.OSTREL",
+                  toFolder = home.folder.Created_Resource_Path() + "/Old";
     ASSERT_TRUE(makeLink(outsideFile, toFile) && makeLink(outsideFolder, toFolder));
     ::chmod(QFile::encodeName(outsideFolder).constData(), 0755);
     const QString before = snapshot();
 
-    const QStringList problems = makeDataTreePrivate();
+    const QStringList problems = makeDataTreePrivate(home.folder);
     for (const QString& folder : folders)
         EXPECT_EQ(permissionsOf(folder), 0700u) << folder.toStdString();
     for (const QString& file : files)
@@ -152,11 +155,12 @@ TEST_F(DataTreeLinksTest, StartUpNarrowsTheTreeAndLeavesWhatLinksPointAt) {
     EXPECT_EQ(readAll(staff), "+447700900002\n");
 
     // The top itself a link: nothing below it is reached.
-    QDir(Created_Resource_Path).removeRecursively();
-    ASSERT_TRUE(makeLink(outsideFolder, Created_Resource_Path));
-    EXPECT_EQ(makeDataTreePrivate(), QStringList{symbolicLinkRefusal(Created_Resource_Path)});
-    EXPECT_FALSE(ensurePrivateItem(Bulk_SMS_Data_Folder_Path, PrivateItem::Folder));
-    EXPECT_FALSE(ensurePrivateItem(SentItem_File_Path, PrivateItem::EmptyFile));
+    QDir(home.folder.Created_Resource_Path()).removeRecursively();
+    ASSERT_TRUE(makeLink(outsideFolder, home.folder.Created_Resource_Path()));
+    EXPECT_EQ(makeDataTreePrivate(home.folder),
+              QStringList{symbolicLinkRefusal(home.folder.Created_Resource_Path())});
+    EXPECT_FALSE(ensurePrivateItem(home.folder.Bulk_SMS_Data_Folder_Path(), PrivateItem::Folder));
+    EXPECT_FALSE(ensurePrivateItem(home.folder.SentItem_File_Path(), PrivateItem::EmptyFile));
     EXPECT_EQ(snapshot(), before);
 }
 

@@ -1,4 +1,4 @@
-// Launch order: paths fixed, data folder laid out, GSM window in front.
+// Launch order: data folder laid out, GSM window in front.
 #include "core/Launch.h"
 #include "core/DataFolder.h"
 #include "core/MainWindows.h"
@@ -31,9 +31,8 @@ TEST(Launch, LaysOutTheDataFolderAndBringsTheGsmWindowToTheFront) {
     android.bringToFront();
     windows.setFront(MainWindowController::Kind::Android);
 
-    ASSERT_TRUE(Launch_Application(op, windows));
-    EXPECT_EQ(Resource_Path, home.resources());
-    EXPECT_TRUE(QFileInfo::exists(ExListIndex_File_Path));
+    ASSERT_TRUE(Launch_Application(op, home.folder, windows));
+    EXPECT_TRUE(QFileInfo::exists(home.folder.ExListIndex_File_Path()));
     EXPECT_TRUE(android.loaded && gsm.loaded);
     EXPECT_TRUE(gsm.isVisible());
     EXPECT_FALSE(android.isVisible());
@@ -47,13 +46,13 @@ TEST(Launch, AnInaccessibleResourceFolderEndsTheApplication) {
     QFile blocker(home.root() + "/file");
     ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
     blocker.close();
-    qputenv("BULKSMS_RESOURCES", QFile::encodeName(home.root() + "/file/resources"));
+    const DataFolder folder(home.dataHome(), home.root() + "/file/resources");
     ScriptedOperator op;
     PlainWindow android(MainWindowController::Kind::Android, op);
     PlainWindow gsm(MainWindowController::Kind::Gsm, op);
     MainWindows windows(android, gsm);
 
-    EXPECT_FALSE(Launch_Application(op, windows));
+    EXPECT_FALSE(Launch_Application(op, folder, windows));
     EXPECT_EQ(op.alerts(), QStringList{"\nCan not access Bulk sms Data file."});
     EXPECT_TRUE(op.quitRequested());
     EXPECT_FALSE(gsm.loaded); // nothing after the failing step ran

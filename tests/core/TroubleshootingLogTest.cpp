@@ -38,8 +38,8 @@ class TroubleshootingLogTest : public ::testing::Test {
 protected:
     void SetUp() override {
         ::umask(022);
-        ASSERT_TRUE(QDir().mkpath(Created_Resource_Path));
-        log = Troubleshooting_Log_Path;
+        ASSERT_TRUE(QDir().mkpath(home.folder.Created_Resource_Path()));
+        log = home.folder.Troubleshooting_Log_Path();
     }
     TestDataHome home;
     QString log;
@@ -91,7 +91,7 @@ TEST_F(TroubleshootingLogTest, AppendsPastTheCapKeepTheNewestHalfFromALineStart)
     }
     EXPECT_GE(trims, 10);
     EXPECT_TRUE(before.startsWith("entry ")); // from a line start
-    EXPECT_EQ(QDir(Created_Resource_Path).entryList(QDir::Files | QDir::Hidden),
+    EXPECT_EQ(QDir(home.folder.Created_Resource_Path()).entryList(QDir::Files | QDir::Hidden),
               QStringList{"Troubleshooting_Log.txt"}); // no temporary file left
 
     // An entry longer than half the cap keeps its newest lines only: the cap holds.
@@ -112,7 +112,7 @@ TEST_F(TroubleshootingLogTest, ALogOpenToOthersIsNarrowedAndItsContentKept) {
     file.write("from an earlier version\n");
     file.close();
     ASSERT_EQ(::chmod(QFile::encodeName(log).constData(), 0644), 0);
-    Check_Path_And_Create_Files();
+    home.folder.Check_Path_And_Create_Files();
     EXPECT_EQ(permissionsOf(log), 0600u);
     ASSERT_EQ(::chmod(QFile::encodeName(log).constData(), 0666), 0);
     Write_In_Troubleshoot_File(QStringLiteral("Execute Case 1\n"));
@@ -133,7 +133,7 @@ TEST_F(TroubleshootingLogTest, ASymbolicLinkInPlaceOfTheLogIsNeverWrittenThrough
     Write_In_Troubleshoot_File(QStringLiteral("secret\n"));
     Show_NSLog_Message(QStringLiteral("secret"));
     flushTroubleshootingLog();
-    Check_Path_And_Create_Files();
+    home.folder.Check_Path_And_Create_Files();
     EXPECT_EQ(readAll(victim), QByteArray(2000, 'v') + '\n');
     EXPECT_EQ(permissionsOf(victim), 0644u);
     EXPECT_TRUE(QFileInfo(log).isSymLink());
@@ -143,7 +143,7 @@ TEST_F(TroubleshootingLogTest, ASymbolicLinkInPlaceOfTheLogIsNeverWrittenThrough
     ASSERT_EQ(::unlink(QFile::encodeName(log).constData()), 0);
     ASSERT_EQ(::symlink(QFile::encodeName(nowhere).constData(), QFile::encodeName(log).constData()), 0);
     Write_In_Troubleshoot_File(QStringLiteral("secret\n"));
-    Check_Path_And_Create_Files();
+    home.folder.Check_Path_And_Create_Files();
     EXPECT_FALSE(QFileInfo::exists(nowhere));
 }
 
@@ -230,7 +230,7 @@ TEST_F(TroubleshootingLogTest, AnEntryTheDiskCannotTakeLeavesTheLogAsItWas) {
         });
         EXPECT_EQ(outcome, QStringLiteral("0 %1").arg(c.reported));
         EXPECT_EQ(readAll(log), old);
-        EXPECT_EQ(QDir(Created_Resource_Path).entryList(QDir::Files | QDir::Hidden),
+        EXPECT_EQ(QDir(home.folder.Created_Resource_Path()).entryList(QDir::Files | QDir::Hidden),
                   QStringList{"Troubleshooting_Log.txt"});
     }
 }

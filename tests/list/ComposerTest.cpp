@@ -55,8 +55,9 @@ protected:
         for (const char* n : {"1", "2", "3"})
             window.add(n); // list: 3, 2, 1
     }
+    TestDataHome home;
     ScriptedOperator op;
-    TestBulkSmsWindow window{Kind::Android, op};
+    TestBulkSmsWindow window{Kind::Android, op, home.folder};
 };
 
 // A paste longer than a message keeps what fits and says how much was left out; at the limit
@@ -144,7 +145,7 @@ TEST_F(ComposerTest, FillBlankTouchesOnlyEmptyMessages) {
 
 TEST_F(ComposerTest, FillNeedsAListAndAText) {
     window.Fill_Msg_Btn();
-    TestBulkSmsWindow empty(Kind::Gsm, op);
+    TestBulkSmsWindow empty(Kind::Gsm, op, home.folder);
     empty.setComposerText("x");
     empty.Fill_Msg_Btn();
     EXPECT_EQ(op.alerts(),
@@ -152,7 +153,7 @@ TEST_F(ComposerTest, FillNeedsAListAndAText) {
 }
 
 TEST_F(ComposerTest, BlankRulesDifferBetweenTheWindows) {
-    TestBulkSmsWindow gsm(Kind::Gsm, op);
+    TestBulkSmsWindow gsm(Kind::Gsm, op, home.folder);
     gsm.add("1");
     gsm.setComposerText("text");
     window.setComposerText("text");
@@ -277,8 +278,9 @@ TEST_F(ComposerTest, MessageTypeNotificationMeansFlash) {
 }
 
 TEST(DelaySchedule, CheckBoxSelectsDefaultsAndEmptiesWhenOff) {
+    TestDataHome home;
     ScriptedOperator op;
-    TestBulkSmsWindow window(MainWindowController::Kind::Gsm, op);
+    TestBulkSmsWindow window(MainWindowController::Kind::Gsm, op, home.folder);
     window.Delayed_Delivery_Chk(true);
     EXPECT_EQ(window.delayedCountChoice(), "15");
     EXPECT_EQ(window.delayedTimeChoice(), " 2  Minutes");

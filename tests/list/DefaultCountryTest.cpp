@@ -19,7 +19,7 @@ namespace {
 class DefaultCountryTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        Check_Path_And_Create_Files();
+        home.folder.Check_Path_And_Create_Files();
         ASSERT_TRUE(DefaultCountry::instance().set("GB"));
     }
     void TearDown() override { DefaultCountry::instance().set(QString()); }
@@ -32,9 +32,9 @@ protected:
         ASSERT_TRUE(spinUntil([&] { return !NumberLoader::of(window).isLoading(); }));
     }
     void applyExclusionList(const QByteArray& numbers) {
-        Check_Path_And_Create_Files();
-        ASSERT_TRUE(writeFileAtomically(Exclusion_Folder_Path + "/Opted out.OSTREL", numbers));
-        ASSERT_TRUE(appendToFile(AppExclusion_File_Path, "Opted out\n"));
+        home.folder.Check_Path_And_Create_Files();
+        ASSERT_TRUE(writeFileAtomically(home.folder.Exclusion_Folder_Path() + "/Opted out.OSTREL", numbers));
+        ASSERT_TRUE(appendToFile(home.folder.AppExclusion_File_Path(), "Opted out\n"));
         window.Exclusion_Chk(true);
     }
     QStringList sentForms() const {
@@ -47,7 +47,7 @@ protected:
 
     TestDataHome home;
     ScriptedOperator op;
-    TestBulkSmsWindow window{MainWindowController::Kind::Gsm, op};
+    TestBulkSmsWindow window{MainWindowController::Kind::Gsm, op, home.folder};
 };
 
 TEST_F(DefaultCountryTest, OneSubscriberWrittenThreeWaysIsLoadedOnce) {
@@ -140,22 +140,22 @@ TEST_F(DefaultCountryTest, ChangingTheCountryReadsTheListAgain) {
 
 TEST_F(DefaultCountryTest, TheChoiceIsKeptInTheDataFolder) {
     window.setDefaultCountry("de");
-    EXPECT_EQ(readAll(DefaultCountry::filePath()), "DE\n");
-    EXPECT_EQ(permissionsOf(DefaultCountry::filePath()), 0600u);
+    EXPECT_EQ(readAll(DefaultCountry::filePath(home.folder)), "DE\n");
+    EXPECT_EQ(permissionsOf(DefaultCountry::filePath(home.folder)), 0600u);
     DefaultCountry::instance().set(QString());
-    DefaultCountry::instance().load();
+    DefaultCountry::instance().load(home.folder);
     EXPECT_EQ(window.defaultCountry(), "DE");
 
     window.setDefaultCountry("Narnia"); // no region: nothing changes
     EXPECT_EQ(window.defaultCountry(), "DE");
     window.setDefaultCountry("");
-    DefaultCountry::instance().load();
+    DefaultCountry::instance().load(home.folder);
     EXPECT_EQ(window.defaultCountry(), "");
 
     for (const QByteArray& stored : {QByteArray("ZZ\n"), QByteArray("../../etc\n"), QByteArray(4096, 'G')}) {
-        ASSERT_TRUE(writeFileAtomically(DefaultCountry::filePath(), stored));
+        ASSERT_TRUE(writeFileAtomically(DefaultCountry::filePath(home.folder), stored));
         DefaultCountry::instance().set("GB");
-        DefaultCountry::instance().load();
+        DefaultCountry::instance().load(home.folder);
         EXPECT_EQ(window.defaultCountry(), "") << stored.left(20).toStdString();
     }
     EXPECT_TRUE(op.alerts().isEmpty());

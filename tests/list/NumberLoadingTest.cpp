@@ -46,7 +46,7 @@ protected:
 
     TestDataHome home;
     ScriptedOperator op;
-    TestBulkSmsWindow window{MainWindowController::Kind::Android, op};
+    TestBulkSmsWindow window{MainWindowController::Kind::Android, op, home.folder};
 };
 
 struct FileCase {
@@ -393,7 +393,7 @@ public:
 TEST_F(NumberLoadingTest, WorkbooksGoToTheColumnImportWithTheWindowKind) {
     RecordingSpreadsheetLoads loads;
     SpreadsheetLoads::install(&loads);
-    TestBulkSmsWindow gsm{MainWindowController::Kind::Gsm, op};
+    TestBulkSmsWindow gsm{MainWindowController::Kind::Gsm, op, home.folder};
     op.chooseFile(home.root() + "/book.XLSX").chooseFile(home.root() + "/other.xlsx");
     loader().Load_Number();
     gsm.list().prepend(recipientRecord("1", ""));

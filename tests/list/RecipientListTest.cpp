@@ -14,8 +14,9 @@ namespace {
 
 class RecipientListTest : public ::testing::Test {
 protected:
+    TestDataHome home;
     ScriptedOperator op;
-    TestBulkSmsWindow window{MainWindowController::Kind::Android, op};
+    TestBulkSmsWindow window{MainWindowController::Kind::Android, op, home.folder};
 };
 
 TEST_F(RecipientListTest, NewNumbersGoOnTopWithTheComposerText) {
@@ -73,11 +74,11 @@ TEST_F(RecipientListTest, RemovedNumbersAreNoLongerDuplicates) {
 class ExclusionTest : public RecipientListTest {
 protected:
     void applyList(const QString& name, const QByteArray& numbers) {
-        Check_Path_And_Create_Files();
-        ASSERT_TRUE(writeFileAtomically(Exclusion_Folder_Path + "/" + name + ".OSTREL", numbers));
-        ASSERT_TRUE(appendToFile(AppExclusion_File_Path, name.toUtf8() + "\n"));
+        home.folder.Check_Path_And_Create_Files();
+        ASSERT_TRUE(
+            writeFileAtomically(home.folder.Exclusion_Folder_Path() + "/" + name + ".OSTREL", numbers));
+        ASSERT_TRUE(appendToFile(home.folder.AppExclusion_File_Path(), name.toUtf8() + "\n"));
     }
-    TestDataHome home;
 };
 
 TEST_F(ExclusionTest, AppliedListsRefuseTheirNumbers) {
@@ -103,9 +104,9 @@ TEST_F(ExclusionTest, NothingIsExcludedWithoutAppliedListsOrWithTheOptionOff) {
 }
 
 TEST_F(ExclusionTest, ListNamesCannotLeaveTheExclusionFolder) {
-    Check_Path_And_Create_Files();
-    ASSERT_TRUE(writeFileAtomically(Bulk_SMS_Data_Folder_Path + "/Secret.OSTREL", "444\n"));
-    ASSERT_TRUE(appendToFile(AppExclusion_File_Path, "../Secret\n"));
+    home.folder.Check_Path_And_Create_Files();
+    ASSERT_TRUE(writeFileAtomically(home.folder.Bulk_SMS_Data_Folder_Path() + "/Secret.OSTREL", "444\n"));
+    ASSERT_TRUE(appendToFile(home.folder.AppExclusion_File_Path(), "../Secret\n"));
     window.Exclusion_Chk(true);
     EXPECT_EQ(window.exclusionSet().size(), 0);
 }
@@ -221,8 +222,9 @@ TEST_F(RecipientListTest, FirstAddRemembersTheComposerTextOnce) {
 namespace {
 
 TEST(RecipientBatches, ALoadUnderFiftyThousandSelectedRowsIsOneInsertionAndKeepsTheSelection) {
+    TestDataHome home;
     ScriptedOperator op;
-    TestBulkSmsWindow window{MainWindowController::Kind::Gsm, op};
+    TestBulkSmsWindow window{MainWindowController::Kind::Gsm, op, home.folder};
     window.setSkipDuplicates(true);
     {
         BulkSmsWindow::BatchInsert batch(window);

@@ -4,7 +4,7 @@
 
 class TestBulkSmsWindow : public BulkSmsWindow {
 public:
-    TestBulkSmsWindow(Kind kind, Operator& op) : BulkSmsWindow(kind, op) {
+    TestBulkSmsWindow(Kind kind, Operator& op, const DataFolder& folder) : BulkSmsWindow(kind, op, folder) {
         windowDidLoad();
         setTextChangeNotifications(true); // as after launch
     }

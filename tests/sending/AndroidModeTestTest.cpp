@@ -71,8 +71,8 @@ TEST_F(AndroidModeTestTest, ExactlyTheCasesOnAFailingPathFail) {
         startPhones(one(installed(row.fault)));
         flushTroubleshootingLog();
         const qsizetype before =
-            QFileInfo(Troubleshooting_Log_Path).size(); // the rows before wrote there too
-        Android_TroubleShooting window(op, chosen, selection);
+            QFileInfo(home.folder.Troubleshooting_Log_Path()).size(); // the rows before wrote there too
+        Android_TroubleShooting window(op, home.folder, chosen, selection);
         window.open(kDevice);
         EXPECT_EQ(statuses(window), (QStringList{"", "", ""}));
         window.setTestNumberText(" " + kTo + " ");
@@ -88,7 +88,7 @@ TEST_F(AndroidModeTestTest, ExactlyTheCasesOnAFailingPathFail) {
         }
         EXPECT_TRUE(op.alerts().isEmpty()) << op.alerts().join('|').toStdString();
         flushTroubleshootingLog();
-        const QByteArray log = readAll(Troubleshooting_Log_Path).mid(before);
+        const QByteArray log = readAll(home.folder.Troubleshooting_Log_Path()).mid(before);
         EXPECT_TRUE(log.contains("Mode 3: One-by-One Contact Process - Classic Mode")) << log.constData();
         EXPECT_TRUE(log.contains("Test Number : " + kTo.toUtf8()));
     }
@@ -99,12 +99,12 @@ TEST_F(AndroidModeTestTest, ExactlyTheCasesOnAFailingPathFail) {
 TEST_F(AndroidModeTestTest, AFileForThePhoneThatCannotBeWrittenHereIsToldAndNotCopied) {
     startPhones(one(installed()));
     QStringList told;
-    for (const QString& local :
-         {Created_Resource_Path + "/ostrelsms.txt", Created_Resource_Path + "/message.txt"}) {
+    for (const QString& local : {home.folder.Created_Resource_Path() + "/ostrelsms.txt",
+                                 home.folder.Created_Resource_Path() + "/message.txt"}) {
         ASSERT_TRUE(QDir().mkpath(local)); // a folder where the file should go
         told << "\n" + errorInFileAccessing(local + ": Is a directory");
     }
-    Android_TroubleShooting window(op, chosen, selection);
+    Android_TroubleShooting window(op, home.folder, chosen, selection);
     window.open(kDevice);
     window.setTestNumberText(kTo);
     window.Start_Btn();
@@ -115,7 +115,7 @@ TEST_F(AndroidModeTestTest, AFileForThePhoneThatCannotBeWrittenHereIsToldAndNotC
 
 TEST_F(AndroidModeTestTest, StopDuringTheSecondCaseLeavesTheThirdStopped) {
     startPhones(one(installed()));
-    Android_TroubleShooting window(op, chosen, selection);
+    Android_TroubleShooting window(op, home.folder, chosen, selection);
     window.open(kDevice);
     // Asked as the second case is announced: that case still runs, the third does not.
     QObject::connect(&window, &DialogController::changed, &window, [&window] {
@@ -131,7 +131,7 @@ TEST_F(AndroidModeTestTest, StopDuringTheSecondCaseLeavesTheThirdStopped) {
 
 TEST_F(AndroidModeTestTest, ABadNumberOrNoPhoneIsRefusedBeforeAnythingRuns) {
     startPhones(one(installed()));
-    Android_TroubleShooting window(op, chosen, selection);
+    Android_TroubleShooting window(op, home.folder, chosen, selection);
     window.open(kDevice);
     window.setTestNumberText("+44 20 7946 0958");
     window.Start_Btn();
@@ -148,7 +148,7 @@ TEST_F(AndroidModeTestTest, ABadNumberOrNoPhoneIsRefusedBeforeAnythingRuns) {
 
 TEST_F(AndroidModeTestTest, OkSetsTheModeTheAndroidWindowShows) {
     startPhones(one(installed()));
-    Bulk_SMSAppDelegate android(op);
+    Bulk_SMSAppDelegate android(op, home.folder);
     android.windowDidLoad();
     op.onModal<Android_TroubleShooting>([](Android_TroubleShooting& w) {
         EXPECT_EQ(w.modeChoice(), 1);
@@ -174,7 +174,7 @@ TEST_F(AndroidModeTestTest, OkSetsTheModeTheAndroidWindowShows) {
 
 TEST_F(AndroidModeTestTest, TheModeThatWorkedIsWhatTheNextSendUses) {
     startPhones(one(installed([](sim::PhoneConfig& p) { p.pushFails = true; }))); // no list file can go
-    Bulk_SMSAppDelegate android(op);
+    Bulk_SMSAppDelegate android(op, home.folder);
     android.windowDidLoad();
     android.selection().sel_port_name_str = kDevice;
     android.selection().sel_port_bsd_str = kDevice;
@@ -202,7 +202,7 @@ TEST_F(AndroidModeTestTest, TheModeThatWorkedIsWhatTheNextSendUses) {
 
 TEST_F(AndroidModeTestTest, TheSearchWindowTestSendsOneMessageInEachMode) {
     startPhones(one(installed([](sim::PhoneConfig& p) { p.pushFails = true; })));
-    Android_Ph_List_Wnd window(op, selection, chosen);
+    Android_Ph_List_Wnd window(op, home.folder, selection, chosen);
     window.Send_Test_Btn();
     window.rows().setRecords({propertyRow("Manufacturer", "Virtual"), propertyRow("Model", "Phone 5G")});
     window.setTestNumberText(kTo);

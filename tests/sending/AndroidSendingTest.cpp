@@ -21,7 +21,7 @@ class AndroidSendingTest : public PhoneFixture {
 protected:
     // A window with the phone chosen and the list filled, first given on top.
     std::unique_ptr<Bulk_SMSAppDelegate> windowWith(const QList<QPair<QString, QString>>& rows) {
-        auto window = std::make_unique<Bulk_SMSAppDelegate>(op);
+        auto window = std::make_unique<Bulk_SMSAppDelegate>(op, home.folder);
         window->windowDidLoad();
         DeviceSelection& selection = window->selection();
         selection.sel_port_name_str = "VIRTUAL PHONE 5G";
@@ -92,8 +92,8 @@ TEST_F(AndroidSendingTest, OneByOneDeliversEveryHostileTextExactlyInBothModes) {
 TEST_F(AndroidSendingTest, SkippedAndExcludedNumbersAreNeitherSentNorLogged) {
     startPhones(one(installed()));
     auto window = windowWith({{"111", "a"}, {"222", "b"}, {"111", "c"}, {"333", "d"}, {"444", "e"}});
-    ASSERT_TRUE(writeFileAtomically(AppExclusion_File_Path, "Blocked\n"));
-    ASSERT_TRUE(writeFileAtomically(Exclusion_Folder_Path + "/Blocked.OSTREL", "444\n"));
+    ASSERT_TRUE(writeFileAtomically(home.folder.AppExclusion_File_Path(), "Blocked\n"));
+    ASSERT_TRUE(writeFileAtomically(home.folder.Exclusion_Folder_Path() + "/Blocked.OSTREL", "444\n"));
     window->Exclusion_Chk(true);
     window->setSkipDuplicates(true);
     window->setSaveSentItems(true);
@@ -101,10 +101,10 @@ TEST_F(AndroidSendingTest, SkippedAndExcludedNumbersAreNeitherSentNorLogged) {
     send(*window);
     EXPECT_EQ(sentMessages(), (QStringList{"111|a|standard", "222|b|standard", "333|d|standard"}));
     QStringList logged;
-    for (const SentItem& item : parseSentItems(readAll(SentItemAnd_File_Path)))
+    for (const SentItem& item : parseSentItems(readAll(home.folder.SentItemAnd_File_Path())))
         logged << item.number + "|" + item.message + "|" + item.status;
     EXPECT_EQ(logged, (QStringList{"111|a|", "222|b|", "333|d|"}));
-    EXPECT_EQ(parseTemplates(readAll(Templates_File_Path)), (QStringList{"a", "b", "d"}));
+    EXPECT_EQ(parseTemplates(readAll(home.folder.Templates_File_Path())), (QStringList{"a", "b", "d"}));
 }
 
 TEST_F(AndroidSendingTest, SingleShotSendsTheWholeListThroughOneFile) {
@@ -132,7 +132,7 @@ TEST_F(AndroidSendingTest, SingleShotSendsTheWholeListThroughOneFile) {
         EXPECT_EQ(reads.first().value("content").toString(), file);
         qint64 size = 0;
         EXPECT_FALSE(firstPhone().fileExists("/sdcard/ostrelsms.txt", size)); // removed afterwards
-        EXPECT_FALSE(QFile::exists(Created_Resource_Path + "/ostrelsms.txt"));
+        EXPECT_FALSE(QFile::exists(home.folder.Created_Resource_Path() + "/ostrelsms.txt"));
         server->stop();
     }
 }
@@ -241,7 +241,7 @@ TEST_F(AndroidSendingTest, AGsmRunAndAnAndroidRunAtOnceStayApart) {
     sim::VirtualModem modem(sim::ModemIdentity{}, network);
     ASSERT_TRUE(modem.start());
     const QString path = modem.devicePath();
-    Gsm_Bulk_Sms_Wnd gsm(op);
+    Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
     gsm.windowDidLoad();
     gsm.selection().port_val_str_array << path;
     gsm.selection().port_det_str_array
@@ -298,7 +298,7 @@ TEST_F(AndroidSendingTest, AGsmRunAndAnAndroidRunAtOnceStayApart) {
 
 TEST_F(AndroidSendingTest, SendChecksComeFirst) {
     startPhones(one(installed()));
-    Bulk_SMSAppDelegate window(op);
+    Bulk_SMSAppDelegate window(op, home.folder);
     window.windowDidLoad();
     window.applyDeviceSelection();
     window.Send_SMS_Btn();
@@ -366,15 +366,16 @@ TEST_F(AndroidSendingTest, ARunThatStoppedForItsDataResumesWithoutTextingAnyoneT
     startPhones(one(installed()));
     auto window = windowWith({{"1", "a"}, {"2", "b"}, {"3", "c"}});
     window->setSaveSentItems(true);
-    QFile::remove(SentItemAnd_File_Path);
-    ASSERT_TRUE(QDir().mkpath(SentItemAnd_File_Path)); // a folder where the file goes: no write succeeds
+    QFile::remove(home.folder.SentItemAnd_File_Path());
+    ASSERT_TRUE(QDir().mkpath(
+        home.folder.SentItemAnd_File_Path())); // a folder where the file goes: no write succeeds
     send(*window);
     EXPECT_EQ(window->lastRunEnd(), Bulk_SMSAppDelegate::RunEnd::DataNotWritten);
     EXPECT_EQ(sentMessages(), QStringList{"1|a|standard"});
-    ASSERT_TRUE(RunJournal::load(nullptr, kAndroidRoad));
+    ASSERT_TRUE(RunJournal::load(home.folder, nullptr, kAndroidRoad));
 
-    ASSERT_TRUE(QDir(SentItemAnd_File_Path).removeRecursively());
-    Gsm_Bulk_Sms_Wnd gsm(op);
+    ASSERT_TRUE(QDir(home.folder.SentItemAnd_File_Path()).removeRecursively());
+    Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
     auto resumed = windowWith({});
     op.answerYes(); // resume
     offerToResumeUnfinishedRun(gsm, *resumed, op);
@@ -382,7 +383,7 @@ TEST_F(AndroidSendingTest, ARunThatStoppedForItsDataResumesWithoutTextingAnyoneT
     ASSERT_EQ(resumed->list().size(), 2);
     send(*resumed);
     EXPECT_EQ(sentMessages(), (QStringList{"1|a|standard", "2|b|standard", "3|c|standard"}));
-    EXPECT_FALSE(RunJournal::load(nullptr, kAndroidRoad)); // the run ended
+    EXPECT_FALSE(RunJournal::load(home.folder, nullptr, kAndroidRoad)); // the run ended
 }
 
 } // namespace

@@ -28,7 +28,7 @@ QList<SendingItem> itemsOf(const QStringList& numbers) {
 
 class RunJournalTest : public ::testing::Test {
 protected:
-    void SetUp() override { ASSERT_TRUE(Check_Path_And_Create_Files()); }
+    void SetUp() override { ASSERT_TRUE(home.folder.Check_Path_And_Create_Files()); }
     TestDataHome home;
 };
 
@@ -36,7 +36,7 @@ TEST_F(RunJournalTest, ACrashLeavesWhatWasSentWhatWasNotAndWhatMayHaveBeen) {
     QList<SendingItem> items = itemsOf({"1", "2", "3", "4", "5"});
     items[4].status = kSkipped; // finished when the list was loaded
     {
-        RunJournal journal;
+        RunJournal journal{home.folder};
         ASSERT_TRUE(journal.begin(items, {{"9", "Hi 9", "Message sent successfully.", false, "Delivered"}}));
         journal.handing(0, "/dev/pts/1");
         SendingItem sent = items[0];
@@ -47,9 +47,9 @@ TEST_F(RunJournalTest, ACrashLeavesWhatWasSentWhatWasNotAndWhatMayHaveBeen) {
         journal.handing(2, "/dev/pts/2");
         journal.waiting(2, "+CMS ERROR: 38"); // refused, waiting for another attempt
     }
-    ASSERT_TRUE(appendToFile(RunJournal::path(), "{\"i\":3,\"hand")); // a line the crash cut short
+    ASSERT_TRUE(appendToFile(RunJournal::path(home.folder), "{\"i\":3,\"hand")); // a line the crash cut short
 
-    const std::optional<RunJournal::Unfinished> left = RunJournal::load();
+    const std::optional<RunJournal::Unfinished> left = RunJournal::load(home.folder);
     ASSERT_TRUE(left);
     ASSERT_EQ(left->total(), 6);
     EXPECT_EQ(left->sent(), 2);
@@ -68,17 +68,17 @@ TEST_F(RunJournalTest, ACrashLeavesWhatWasSentWhatWasNotAndWhatMayHaveBeen) {
 }
 
 TEST_F(RunJournalTest, ARunThatEndsLeavesNothingToResume) {
-    RunJournal journal;
+    RunJournal journal{home.folder};
     ASSERT_TRUE(journal.begin(itemsOf({"1"})));
-    EXPECT_TRUE(RunJournal::load());
+    EXPECT_TRUE(RunJournal::load(home.folder));
     journal.end();
-    EXPECT_FALSE(RunJournal::load());
-    EXPECT_FALSE(QFile::exists(RunJournal::path()));
+    EXPECT_FALSE(RunJournal::load(home.folder));
+    EXPECT_FALSE(QFile::exists(RunJournal::path(home.folder)));
 }
 
 TEST_F(RunJournalTest, StartUpOffersToResumeAndFillsTheListWithWhatIsLeft) {
     {
-        RunJournal journal;
+        RunJournal journal{home.folder};
         ASSERT_TRUE(journal.begin(itemsOf({"1", "2", "3"})));
         SendingItem sent = itemsOf({"1"}).first();
         sent.status = QStringLiteral("Message sent successfully.");
@@ -86,8 +86,8 @@ TEST_F(RunJournalTest, StartUpOffersToResumeAndFillsTheListWithWhatIsLeft) {
         journal.handing(1, "/dev/pts/1");
     }
     ScriptedOperator op;
-    Gsm_Bulk_Sms_Wnd window(op);
-    Bulk_SMSAppDelegate phoneWindow(op);
+    Gsm_Bulk_Sms_Wnd window(op, home.folder);
+    Bulk_SMSAppDelegate phoneWindow(op, home.folder);
     op.answerYes(); // resume
     op.answerNo();  // the one of unknown fate is not sent again
     offerToResumeUnfinishedRun(window, phoneWindow, op);
@@ -102,42 +102,43 @@ TEST_F(RunJournalTest, StartUpOffersToResumeAndFillsTheListWithWhatIsLeft) {
 
     // No, then No again: nothing is resumed and nothing is lost; the next start asks again.
     ScriptedOperator keeping;
-    Gsm_Bulk_Sms_Wnd kept(keeping);
-    Bulk_SMSAppDelegate keptPhone(keeping);
+    Gsm_Bulk_Sms_Wnd kept(keeping, home.folder);
+    Bulk_SMSAppDelegate keptPhone(keeping, home.folder);
     keeping.answerNo().answerNo();
     offerToResumeUnfinishedRun(kept, keptPhone, keeping);
     EXPECT_TRUE(kept.list().isEmpty());
-    EXPECT_TRUE(RunJournal::load());
+    EXPECT_TRUE(RunJournal::load(home.folder));
 
     // No, then Yes to discarding: the journal goes, and the next start asks nothing.
     ScriptedOperator other;
-    Gsm_Bulk_Sms_Wnd fresh(other);
-    Bulk_SMSAppDelegate freshPhone(other);
+    Gsm_Bulk_Sms_Wnd fresh(other, home.folder);
+    Bulk_SMSAppDelegate freshPhone(other, home.folder);
     other.answerNo().answerYes();
     offerToResumeUnfinishedRun(fresh, freshPhone, other);
     EXPECT_EQ(other.questions().last(),
               "Discard the unfinished run? Its recipients who were not sent yet will "
               "not be sent.\n\nNo keeps it, to resume at the next start.");
     EXPECT_TRUE(fresh.list().isEmpty());
-    EXPECT_FALSE(RunJournal::load());
+    EXPECT_FALSE(RunJournal::load(home.folder));
 }
 
 TEST_F(RunJournalTest, ARunThroughAPhoneResumesInThePhoneWindowAndCountsWhatThePhoneTook) {
     {
-        RunJournal journal;
+        RunJournal journal{home.folder};
         ASSERT_TRUE(journal.begin(itemsOf({"1", "2"}), {}, kAndroidRoad));
         SendingItem taken = itemsOf({"1"}).first();
         taken.outcome = SendOutcome::of(Outcome::HandedToPhone);
         taken.status = taken.outcome->text();
         journal.finished(0, taken);
     }
-    EXPECT_FALSE(RunJournal::load()); // the GSM road's record is another
-    const std::optional<RunJournal::Unfinished> unfinished = RunJournal::load(nullptr, kAndroidRoad);
+    EXPECT_FALSE(RunJournal::load(home.folder)); // the GSM road's record is another
+    const std::optional<RunJournal::Unfinished> unfinished =
+        RunJournal::load(home.folder, nullptr, kAndroidRoad);
     ASSERT_TRUE(unfinished);
     EXPECT_EQ(unfinished->sent(), 1); // the phone has it: never sent again
     ScriptedOperator op;
-    Gsm_Bulk_Sms_Wnd gsm(op);
-    Bulk_SMSAppDelegate phone(op);
+    Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
+    Bulk_SMSAppDelegate phone(op, home.folder);
     op.answerYes();
     offerToResumeUnfinishedRun(gsm, phone, op);
     EXPECT_TRUE(gsm.list().isEmpty());

@@ -50,7 +50,8 @@ void waitFor(const std::function<bool()>& met, const std::stop_token& stop = {})
 class EngineRun {
 public:
     EngineRun(Operator& op, const QList<ScriptedDevice*>& devices, RunSettings settings = {})
-        : run(std::move(settings), openersOf(devices), std::make_unique<JournalledRun>(), op, pause, {}) {
+        : run(std::move(settings), openersOf(devices),
+              std::make_unique<JournalledRun>(DataFolder::fromEnvironment()), op, pause, {}) {
         QObject::connect(&run, &SendingRun::itemChanged, &run,
                          [this](int index, const SendingItem& item, bool counted) {
                              changes.append({index, item, counted});
@@ -104,7 +105,7 @@ private:
 // What the journal left in the data folder says of each item, in order ({} when there is none).
 template <typename T> QList<T> journalled(T RunJournal::Entry::*field) {
     QList<T> out;
-    if (const std::optional<RunJournal::Unfinished> left = RunJournal::load())
+    if (const std::optional<RunJournal::Unfinished> left = RunJournal::load(DataFolder::fromEnvironment()))
         for (const RunJournal::Entry& entry : left->entries)
             out << entry.*field;
     return out;
@@ -113,7 +114,8 @@ template <typename T> QList<T> journalled(T RunJournal::Entry::*field) {
 class SendingEngineTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_TRUE(Check_Path_And_Create_Files()); // the data folder, where the run's journal goes
+        ASSERT_TRUE(
+            home.folder.Check_Path_And_Create_Files()); // the data folder, where the run's journal goes
     }
     // The log's thread writes a run's last lines while the next test points the data paths elsewhere.
     void TearDown() override { flushTroubleshootingLog(); }
@@ -154,7 +156,7 @@ TEST_F(SendingEngineTest, EachItemEndsWithItsOutcomeAndTheJournalTellsAResumeWho
     EXPECT_EQ(journalled(&RunJournal::Entry::unknown),
               (QList<bool>{false, false, false, false, false, true}));
     run.run.endRecord();
-    EXPECT_FALSE(RunJournal::load());
+    EXPECT_FALSE(RunJournal::load(home.folder));
 }
 
 TEST_F(SendingEngineTest, ARefusalIsRetriedAfterAGrowingPauseUntilTheRetriesRunOut) {
@@ -340,7 +342,8 @@ TEST_F(SendingEngineTest, WhileHeldNoDeviceTakesAMessage) {
 
 // The journal's open file now writes to /dev/full: its next line meets a full disk.
 bool fillTheJournalsDisk() {
-    const QByteArray journal = QFile::encodeName(QFileInfo(RunJournal::path()).canonicalFilePath());
+    const QByteArray journal =
+        QFile::encodeName(QFileInfo(RunJournal::path(DataFolder::fromEnvironment())).canonicalFilePath());
     const int full = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
     bool filled = false;
     for (int fd = 3; fd < 1024 && full >= 0; ++fd) {
@@ -364,8 +367,8 @@ TEST_F(SendingEngineTest, ARecordThatCannotBeKeptStopsEveryHandOver) {
     for (const Case& c : {Case{"full disk", false, 2}, Case{"folder in the journal's place", true, 0}}) {
         SCOPED_TRACE(c.name);
         if (c.fromTheStart) {
-            RunJournal::discard(); // left by the run before
-            ASSERT_TRUE(QDir().mkpath(RunJournal::path() + "/in-the-way"));
+            RunJournal::discard(home.folder); // left by the run before
+            ASSERT_TRUE(QDir().mkpath(RunJournal::path(home.folder) + "/in-the-way"));
         }
         ScriptedDevice device("dev-1");
         bool filled = false;
@@ -385,7 +388,7 @@ TEST_F(SendingEngineTest, ARecordThatCannotBeKeptStopsEveryHandOver) {
                       device.numbers().contains(item.number) ? kStatusSent : kNotSentDataFailure);
         run.run.endRecord(); // what is on the disk stays, for the next start to offer
         if (c.fromTheStart) {
-            QDir(RunJournal::path()).removeRecursively();
+            QDir(RunJournal::path(home.folder)).removeRecursively();
             continue;
         }
         EXPECT_TRUE(filled);
@@ -523,12 +526,12 @@ TEST_F(SendingEngineTest, TwoRunsKeepTheirOwnJournals) {
     ASSERT_TRUE(first.finish());
     ASSERT_TRUE(second.finish());
     first.run.endRecord();
-    EXPECT_FALSE(RunJournal::load());
-    const std::optional<RunJournal::Unfinished> phones = RunJournal::load(nullptr, kAndroidRoad);
+    EXPECT_FALSE(RunJournal::load(home.folder));
+    const std::optional<RunJournal::Unfinished> phones = RunJournal::load(home.folder, nullptr, kAndroidRoad);
     ASSERT_TRUE(phones); // the second did not end
     EXPECT_EQ(phones->total(), 2);
     second.run.endRecord();
-    EXPECT_FALSE(RunJournal::load(nullptr, kAndroidRoad));
+    EXPECT_FALSE(RunJournal::load(home.folder, nullptr, kAndroidRoad));
 }
 
 } // namespace

@@ -89,7 +89,7 @@ protected:
 
     TestDataHome home;
     ScriptedOperator op;
-    Gsm_Bulk_Sms_Wnd window{op};
+    Gsm_Bulk_Sms_Wnd window{op, home.folder};
     std::vector<std::unique_ptr<VirtualModem>> modems;
 };
 
@@ -181,10 +181,10 @@ TEST_F(SendingRunTest, ExcludedNumbersAreNotSentEvenWhenListedBeforeTheExclusion
     attach();
     chooseDevices();
     addRecipients(numbers(6), "e"); // listed first: the run itself must leave them out
-    Check_Path_And_Create_Files();
-    ASSERT_TRUE(writeFileAtomically(Exclusion_Folder_Path + "/VIP.OSTREL",
+    home.folder.Check_Path_And_Create_Files();
+    ASSERT_TRUE(writeFileAtomically(home.folder.Exclusion_Folder_Path() + "/VIP.OSTREL",
                                     (numbers(1, 101).first() + "\n" + numbers(1, 104).first()).toUtf8()));
-    ASSERT_TRUE(appendToFile(AppExclusion_File_Path, "VIP\n"));
+    ASSERT_TRUE(appendToFile(home.folder.AppExclusion_File_Path(), "VIP\n"));
     window.Exclusion_Chk(true);
     window.prev_composer_msg = window.composerText();
     send();
@@ -294,7 +294,7 @@ TEST_F(SendingRunTest, AModemThatFallsSilentLeavesItsMessageUnknownAndTheOtherPo
 
 TEST_F(SendingRunTest, DeliveryReportsFillInDuringTheRunHandedOverOrKeptByTheModem) {
     Clock::setScale(0.05);
-    ASSERT_TRUE(Check_Path_And_Create_Files()); // the data folder, where the run's journal goes
+    ASSERT_TRUE(home.folder.Check_Path_And_Create_Files()); // the data folder, where the run's journal goes
     const QStringList to = numbers(6);
     ModemBehaviour network;
     network.deliveryStatusForNumber.insert(to.at(1), 0x61); // recipient busy
@@ -318,13 +318,13 @@ TEST_F(SendingRunTest, DeliveryReportsFillInDuringTheRunHandedOverOrKeptByTheMod
             return false;
         });
         // A report is in the journal before it is shown: a crash now would not lose it.
-        const std::optional<RunJournal::Unfinished> journal = RunJournal::load();
+        const std::optional<RunJournal::Unfinished> journal = RunJournal::load(home.folder);
         ASSERT_TRUE(journal);
         EXPECT_TRUE(std::any_of(journal->entries.begin(), journal->entries.end(),
                                 [](const RunJournal::Entry& e) { return e.delivery == "Delivered"; }));
     });
     EXPECT_TRUE(shownBeforeTheEnd);
-    EXPECT_FALSE(RunJournal::load()); // the run ended, reports and all
+    EXPECT_FALSE(RunJournal::load(home.folder)); // the run ended, reports and all
     QMap<QString, QString> delivery;
     for (const SendingItem& item : items()) {
         EXPECT_EQ(item.status, "Message sent successfully.");
@@ -431,7 +431,7 @@ TEST_F(SendingRunTest, SentItemsAndTemplatesAreWrittenOncePerMessage) {
     addRecipients(numbers(4), "Two\nlines");
     window.prev_composer_msg = window.composerText();
     send();
-    QFile sent(SentItem_File_Path);
+    QFile sent(home.folder.SentItem_File_Path());
     ASSERT_TRUE(sent.open(QIODevice::ReadOnly));
     const QList<QByteArray> lines = sent.readAll().split('\n');
     ASSERT_EQ(lines.size(), 5);
@@ -439,7 +439,7 @@ TEST_F(SendingRunTest, SentItemsAndTemplatesAreWrittenOncePerMessage) {
         EXPECT_TRUE(lines[i].startsWith("\a+4477009") && lines[i].contains("\vTwo|AP*|DX/lines\a") &&
                     lines[i].endsWith("\vMessage sent successfully."))
             << lines[i].toStdString();
-    QFile templates(Templates_File_Path);
+    QFile templates(home.folder.Templates_File_Path());
     ASSERT_TRUE(templates.open(QIODevice::ReadOnly));
     EXPECT_EQ(templates.readAll(), "Two|AP*|DX/lines\n");
 }
@@ -609,13 +609,13 @@ TEST_F(SendingRunTest, SendRefusesWhileAnotherProcessSendsAndAnUnfinishedRunIsDi
     window.prev_composer_msg = window.composerText();
 
     // Another process holds the data folder's sending lock (and names itself in it, as ours do).
-    ASSERT_TRUE(Create_Folder(Bulk_SMS_Data_Folder_Path));
+    ASSERT_TRUE(Create_Folder(home.folder.Bulk_SMS_Data_Folder_Path()));
     QProcess other;
-    const QString lockFile = Bulk_SMS_Data_Folder_Path + "/Sending.lock";
+    const QString lockFile = home.folder.Bulk_SMS_Data_Folder_Path() + "/Sending.lock";
     other.start("flock", {"--close", lockFile, "-c", "echo $$ > '" + lockFile + "'; echo locked; sleep 30"});
     ASSERT_TRUE(other.waitForReadyRead(10000));
     const qint64 holder =
-        QByteArray(readAll(Bulk_SMS_Data_Folder_Path + "/Sending.lock")).trimmed().toLongLong();
+        QByteArray(readAll(home.folder.Bulk_SMS_Data_Folder_Path() + "/Sending.lock")).trimmed().toLongLong();
     ASSERT_GT(holder, 0);
     window.Send_SMS_Btn();
     EXPECT_EQ(op.alerts().last(),
@@ -628,7 +628,7 @@ TEST_F(SendingRunTest, SendRefusesWhileAnotherProcessSendsAndAnUnfinishedRunIsDi
 
     // A run that did not end: No keeps its record and sends nothing; Yes discards it and sends.
     {
-        RunJournal unfinished;
+        RunJournal unfinished{home.folder};
         SendingItem item;
         item.number = "+447700900999";
         ASSERT_TRUE(unfinished.begin({item}));
@@ -636,14 +636,14 @@ TEST_F(SendingRunTest, SendRefusesWhileAnotherProcessSendsAndAnUnfinishedRunIsDi
     op.answerNo();
     window.Send_SMS_Btn();
     EXPECT_TRUE(receivedNumbers().isEmpty());
-    EXPECT_TRUE(RunJournal::load());
+    EXPECT_TRUE(RunJournal::load(home.folder));
     EXPECT_TRUE(op.questions().last().startsWith("A run that did not end (0 of 1 sent) is kept"));
     op.answerYes();
     send();
     QStringList expected = numbers(2);
     expected.sort();
     EXPECT_EQ(receivedNumbers(), expected);
-    EXPECT_FALSE(RunJournal::load());
+    EXPECT_FALSE(RunJournal::load(home.folder));
 }
 
 } // namespace

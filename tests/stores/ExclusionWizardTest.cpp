@@ -37,8 +37,10 @@ protected:
         wizard.Finish_Btn();
         ASSERT_EQ(wizard.screen(), Exclusion_Wizard::Screen::Start);
     }
-    QString listFile(const QString& name) const { return Exclusion_Folder_Path + "/" + name + ".OSTREL"; }
-    Exclusion_Wizard wizard{op};
+    QString listFile(const QString& name) const {
+        return home.folder.Exclusion_Folder_Path() + "/" + name + ".OSTREL";
+    }
+    Exclusion_Wizard wizard{op, home.folder};
 };
 
 TEST(ExclusionFiles, ValidNames) {
@@ -55,12 +57,12 @@ TEST(ExclusionFiles, ValidNames) {
 TEST_F(ExclusionTest, CreatingAListWritesItsFileAndTheIndexButDoesNotApplyIt) {
     opened();
     createList("Staff", {"+44 20 7946 0958", "5550100"});
-    EXPECT_TRUE(readAll(ExListIndex_File_Path).endsWith("Staff\n"));
+    EXPECT_TRUE(readAll(home.folder.ExListIndex_File_Path()).endsWith("Staff\n"));
     EXPECT_EQ(readAll(listFile("Staff")), "+442079460958\n5550100\n");
     EXPECT_EQ(permissionsOf(listFile("Staff")), 0600u);
     EXPECT_EQ(wizard.availableLists(), QStringList{"Staff"});
     EXPECT_TRUE(wizard.appliedLists().isEmpty());
-    EXPECT_EQ(readAll(AppExclusion_File_Path), "");
+    EXPECT_EQ(readAll(home.folder.AppExclusion_File_Path()), "");
     EXPECT_EQ(op.questions(), QStringList{kContinue});
 }
 
@@ -100,7 +102,7 @@ TEST_F(ExclusionTest, AppliedListsReachTheMainWindowsExclusionSet) {
     EXPECT_TRUE(wizard.update_app_ex);
     op.answerYes();
     wizard.Save_Btn();
-    EXPECT_EQ(readAll(AppExclusion_File_Path), "Staff\n");
+    EXPECT_EQ(readAll(home.folder.AppExclusion_File_Path()), "Staff\n");
     EXPECT_TRUE(gsm->Check_Exclusion_Number("111"));
     EXPECT_FALSE(gsm->Check_Exclusion_Number("333"));
     // The list refuses those numbers now.
@@ -133,8 +135,8 @@ TEST_F(ExclusionTest, RenamingAnAppliedListRenamesItsFileAndItsEntries) {
     wizard.Rename_Btn();
     EXPECT_FALSE(QFileInfo::exists(listFile("Staff")));
     EXPECT_EQ(readAll(listFile("Crew")), "111\n");
-    EXPECT_EQ(readAll(ExListIndex_File_Path), "Crew\n");
-    EXPECT_EQ(readAll(AppExclusion_File_Path), "Crew\n");
+    EXPECT_EQ(readAll(home.folder.ExListIndex_File_Path()), "Crew\n");
+    EXPECT_EQ(readAll(home.folder.AppExclusion_File_Path()), "Crew\n");
     EXPECT_EQ(wizard.currentListCaption(), "Crew");
 }
 
@@ -148,8 +150,8 @@ TEST_F(ExclusionTest, DeletingAnAppliedListRemovesItEverywhere) {
     wizard.setAvailableSelection({0});
     op.answerYes();
     wizard.Delete_List_Btn();
-    EXPECT_EQ(readAll(ExListIndex_File_Path), "Keep\n");
-    EXPECT_EQ(readAll(AppExclusion_File_Path), "Keep\n");
+    EXPECT_EQ(readAll(home.folder.ExListIndex_File_Path()), "Keep\n");
+    EXPECT_EQ(readAll(home.folder.AppExclusion_File_Path()), "Keep\n");
     EXPECT_FALSE(QFileInfo::exists(listFile("Staff")));
     EXPECT_EQ(wizard.appliedLists(), QStringList{"Keep"});
 }
@@ -166,7 +168,7 @@ TEST_F(ExclusionTest, ClosingWithNoDiscardsUnsavedNumbersAndAppliedLists) {
     wizard.Close_Btn();
     EXPECT_TRUE(wizard.isEnded());
     EXPECT_EQ(readAll(listFile("Staff")), "111\n");
-    EXPECT_EQ(readAll(AppExclusion_File_Path), "");
+    EXPECT_EQ(readAll(home.folder.AppExclusion_File_Path()), "");
 }
 
 TEST_F(ExclusionTest, NumbersFromFilesTheEditorAndRemoval) {
@@ -256,7 +258,7 @@ TEST_F(ExclusionTest, BackFromANewListsNumbersReturnsToItsName) {
 }
 
 TEST_F(ExclusionTest, HostileIndexLinesAreIgnored) {
-    ASSERT_TRUE(writeFileAtomically(ExListIndex_File_Path, "../../etc/passwd\nGood\n\n  \n"));
+    ASSERT_TRUE(writeFileAtomically(home.folder.ExListIndex_File_Path(), "../../etc/passwd\nGood\n\n  \n"));
     opened();
     EXPECT_EQ(wizard.availableLists(), QStringList{"Good"});
 }

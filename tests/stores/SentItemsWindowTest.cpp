@@ -16,11 +16,12 @@ protected:
     void SetUp() override {
         StoreWindowsTest::SetUp();
         window.actOn(windows.get());
-        ASSERT_TRUE(writeSentItemsFile(SentItem_File_Path,
+        ASSERT_TRUE(writeSentItemsFile(home.folder.SentItem_File_Path(),
                                        {{"111", "Hello\nthere", "01/02/2025", "Message sent successfully."},
                                         {"222", "Second", "01/02/2025", "+CMS ERROR: 38"},
                                         {"333", "Third", "02/02/2025", "Stopped."}}));
-        ASSERT_TRUE(writeSentItemsFile(SentItemAnd_File_Path, {{"444", "Android one", "03/02/2025", ""}}));
+        ASSERT_TRUE(writeSentItemsFile(home.folder.SentItemAnd_File_Path(),
+                                       {{"444", "Android one", "03/02/2025", ""}}));
     }
     Sent_Items& loaded() {
         window.startLoading();
@@ -28,7 +29,7 @@ protected:
         EXPECT_TRUE(spinUntil([&] { return !window.loading(); }));
         return window;
     }
-    Sent_Items window{op};
+    Sent_Items window{op, home.folder};
 };
 
 TEST_F(SentItemsTest, LoadsTheActiveKindsFileAndShowsDetails) {
@@ -51,19 +52,19 @@ TEST_F(SentItemsTest, LoadsTheActiveKindsFileAndShowsDetails) {
 
 TEST_F(SentItemsTest, ClearSelectedReachesTheFileOnlyAtClose) {
     loaded();
-    const QByteArray before = readAll(SentItem_File_Path);
+    const QByteArray before = readAll(home.folder.SentItem_File_Path());
     window.setSelectedRows({0, 1});
     window.Clear_Sel_Btn();
     EXPECT_EQ(window.nsSendListData().size(), 1);
-    EXPECT_EQ(readAll(SentItem_File_Path), before);
+    EXPECT_EQ(readAll(home.folder.SentItem_File_Path()), before);
     window.Close_Btn();
-    EXPECT_EQ(readAll(SentItem_File_Path), "\a333\vThird\a02/02/2025\vStopped.\n");
-    EXPECT_EQ(permissionsOf(SentItem_File_Path), 0600u);
+    EXPECT_EQ(readAll(home.folder.SentItem_File_Path()), "\a333\vThird\a02/02/2025\vStopped.\n");
+    EXPECT_EQ(permissionsOf(home.folder.SentItem_File_Path()), 0600u);
 
     loaded();
-    const QByteArray same = readAll(SentItem_File_Path);
+    const QByteArray same = readAll(home.folder.SentItem_File_Path());
     window.Close_Btn(); // no change: the same bytes
-    EXPECT_EQ(readAll(SentItem_File_Path), same);
+    EXPECT_EQ(readAll(home.folder.SentItem_File_Path()), same);
 }
 
 TEST_F(SentItemsTest, OperatorErrorsAndClearAll) {
@@ -76,8 +77,8 @@ TEST_F(SentItemsTest, OperatorErrorsAndClearAll) {
     op.answerYes();
     window.Clear_All_Btn();
     EXPECT_TRUE(window.nsSendListData().isEmpty());
-    EXPECT_TRUE(QFileInfo::exists(SentItem_File_Path));
-    EXPECT_EQ(QFileInfo(SentItem_File_Path).size(), 0);
+    EXPECT_TRUE(QFileInfo::exists(home.folder.SentItem_File_Path()));
+    EXPECT_EQ(QFileInfo(home.folder.SentItem_File_Path()).size(), 0);
     window.Export_Btn();
     window.Clear_All_Btn();
     EXPECT_EQ(op.alerts(), (QStringList{"\n" + kSelectSentItem, "\n" + kSelectSentItem,
@@ -113,25 +114,27 @@ TEST_F(SentItemsTest, ExportFiltersAndAddsTheExtension) {
             d.OKPressed();
         })
         .chooseFile(path("sent"))
-        .onModal<Open_Export_Log>([](Open_Export_Log& d) { d.OKPressed(); });
+        .onModal<Open_Export_Log>([this](Open_Export_Log& d) {
+            EXPECT_EQ(d.Export_File_Path(), path("sent.txt"));
+            d.OKPressed();
+        });
     window.Export_Btn();
     ASSERT_TRUE(QFileInfo::exists(path("sent.txt")));
     const QByteArray bytes = readAll(path("sent.txt"));
     const QString text(reinterpret_cast<const QChar*>(bytes.constData()), bytes.size() / 2);
     EXPECT_TRUE(text.contains("Number\t: 111"));
     EXPECT_FALSE(text.contains("Number\t: 222"));
-    EXPECT_EQ(Export_File_Path, path("sent.txt"));
     EXPECT_EQ(op.events().last().kind, ScriptedOperator::Kind::OpenWith);
 }
 
 TEST_F(SentItemsTest, AFilterWithNothingInItsGroupStaysOpen) {
-    ASSERT_TRUE(writeSentItemsFile(SentItem_File_Path, {{"1", "m", "d", "Stopped."}}));
+    ASSERT_TRUE(writeSentItemsFile(home.folder.SentItem_File_Path(), {{"1", "m", "d", "Stopped."}}));
     loaded();
     op.onModal<Status_Export_Option>([](Status_Export_Option& d) {
         d.Export_Sent_RD();
         d.OKPressed();
         EXPECT_FALSE(d.isEnded());
-        EXPECT_EQ(Status_EXPORT_MODE, 3);
+        EXPECT_EQ(d.Status_EXPORT_MODE(), 3);
         d.CancelPressed();
     });
     window.Export_Btn();
@@ -169,14 +172,14 @@ TEST_F(SentItemsTest, AWriteThatFailsIsToldAndKeepsTheOldFile) {
     EXPECT_EQ(QDir(home.root()).entryList(QDir::Files | QDir::Hidden),
               (QStringList{"sent.txt", "sent.xlsx"}));
 
-    const QByteArray before = readAll(SentItemAnd_File_Path);
+    const QByteArray before = readAll(home.folder.SentItemAnd_File_Path());
     EXPECT_EQ(inChildWithFileSizeLimit(16,
                                        [&] {
                                            window.Close_Btn();
                                            return op.alerts().join('|');
                                        }),
-              "\n" + kErrorInFileAccessing + "\n" + SentItemAnd_File_Path + ": File too large");
-    EXPECT_EQ(readAll(SentItemAnd_File_Path), before);
+              "\n" + kErrorInFileAccessing + "\n" + home.folder.SentItemAnd_File_Path() + ": File too large");
+    EXPECT_EQ(readAll(home.folder.SentItemAnd_File_Path()), before);
 }
 
 } // namespace

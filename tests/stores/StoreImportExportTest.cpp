@@ -56,7 +56,7 @@ TEST_F(StoreWindowsTest, StoredFilesReadWhateverEndsTheirLines) {
         const std::string ending = e.toHex().toStdString();
         const QByteArray templates = "Hello" + e + "Bye|AP*|DX/now" + e;
         EXPECT_EQ(parseTemplates(templates), (QStringList{"Hello", "Bye\nnow"})) << ending;
-        Templates window(op);
+        Templates window(op, home.folder);
         window.actOn(windows.get());
         window.loadFrom(templates);
         EXPECT_EQ(window.templates(), (QStringList{"Hello", "Bye\nnow"})) << ending;
@@ -65,11 +65,12 @@ TEST_F(StoreWindowsTest, StoredFilesReadWhateverEndsTheirLines) {
         ASSERT_EQ(sent.size(), 2) << ending;
         EXPECT_EQ(sent[1].number, "222") << ending;
 
-        ASSERT_TRUE(writeFileAtomically(ExListIndex_File_Path, "Staff" + e + "Other" + e));
-        ASSERT_TRUE(
-            writeFileAtomically(exclusionListPath("Staff"), "+447700900001" + e + "+447700900002" + e));
-        ASSERT_TRUE(writeFileAtomically(AppExclusion_File_Path, "Staff" + e));
-        EXPECT_EQ(readListNames(ExListIndex_File_Path), (QStringList{"Staff", "Other"})) << ending;
+        ASSERT_TRUE(writeFileAtomically(home.folder.ExListIndex_File_Path(), "Staff" + e + "Other" + e));
+        ASSERT_TRUE(writeFileAtomically(exclusionListPath(home.folder, "Staff"),
+                                        "+447700900001" + e + "+447700900002" + e));
+        ASSERT_TRUE(writeFileAtomically(home.folder.AppExclusion_File_Path(), "Staff" + e));
+        EXPECT_EQ(readListNames(home.folder.ExListIndex_File_Path()), (QStringList{"Staff", "Other"}))
+            << ending;
         gsm->Exclusion_Chk(true);
         EXPECT_TRUE(gsm->Check_Exclusion_Number("+447700900001")) << ending;
         EXPECT_TRUE(gsm->Check_Exclusion_Number("+447700900002")) << ending;
@@ -83,7 +84,7 @@ TEST_F(StoreWindowsTest, StoredFilesReadWhateverEndsTheirLines) {
 TEST_F(StoreWindowsTest, WorkbookColumnsBecomeTemplatesOnce) {
     const QString book = path("templates.xlsx");
     ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(book, {{"Text"}, {"Hello"}, {"Hello "}, {"Bye"}}, false));
-    Templates window(op);
+    Templates window(op, home.folder);
     window.actOn(windows.get());
     window.loadFrom("Bye\n");
     op.chooseFile(book).onModal<Import_Excel>(tickFirstColumnAndImport);
@@ -96,7 +97,7 @@ TEST_F(StoreWindowsTest, WorkbookColumnsBecomeExclusionNumbers) {
     const QString book = path("numbers.xlsx");
     ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(
         book, {{"Phone"}, {"+44 20 7946 0958"}, {"not one"}, {"5550100"}}, false));
-    Exclusion_Wizard wizard(op);
+    Exclusion_Wizard wizard(op, home.folder);
     wizard.actOn(windows.get());
     wizard.New_List_Btn();
     wizard.setNameField("Book");
@@ -120,9 +121,11 @@ TEST_F(StoreWindowsTest, ContactListExportsByExtension) {
         QString chosen, written;
     } cases[] = {{path("list.csv"), path("list.csv.txt")}, {path("LIST.TXT"), path("LIST.TXT")}};
     for (const auto& c : cases) {
-        op.chooseFile(c.chosen).onModal<Open_Export_Log>([](Open_Export_Log& d) { d.CancelPressed(); });
+        op.chooseFile(c.chosen).onModal<Open_Export_Log>([&c](Open_Export_Log& d) {
+            EXPECT_EQ(d.Export_File_Path(), c.written);
+            d.CancelPressed();
+        });
         ASSERT_TRUE(exportContactList(*gsm));
-        EXPECT_EQ(Export_File_Path, c.written);
         EXPECT_EQ(readAll(c.written), (kRule + "\n\n\t\t\t[ Bulk SMS - Contact List ]\t\t\t\n\n" + kRule +
                                        "\n111\nFirst\nline\n222\nSecond\n")
                                           .toUtf8());

@@ -49,37 +49,40 @@ protected:
 };
 
 TEST_F(StoreLinksTest, SentItemsAndTemplatesAreNeitherShownNorSavedThroughALink) {
-    plant(path("outside.txt"), SentItem_File_Path);
-    Sent_Items sent(op);
+    plant(path("outside.txt"), home.folder.SentItem_File_Path());
+    Sent_Items sent(op, home.folder);
     sent.actOn(windows.get());
     load(sent);
     EXPECT_TRUE(sent.items().isEmpty());
     sent.Close_Btn(); // the window's list would replace the file
     QString why;
-    EXPECT_FALSE(appendSentItem(SentItem_File_Path, {"+447700900002", "Hi", "02/02/2025", "sent"}, &why));
-    EXPECT_EQ(why, refused(SentItem_File_Path));
-    EXPECT_EQ(op.alerts(), (QStringList{told(SentItem_File_Path), told(SentItem_File_Path)}));
+    EXPECT_FALSE(appendSentItem(home.folder, home.folder.SentItem_File_Path(),
+                                {"+447700900002", "Hi", "02/02/2025", "sent"}, &why));
+    EXPECT_EQ(why, refused(home.folder.SentItem_File_Path()));
+    EXPECT_EQ(op.alerts(),
+              (QStringList{told(home.folder.SentItem_File_Path()), told(home.folder.SentItem_File_Path())}));
 
-    plant(path("outside.txt"), Templates_File_Path);
-    Templates templates(op);
+    plant(path("outside.txt"), home.folder.Templates_File_Path());
+    Templates templates(op, home.folder);
     templates.actOn(windows.get());
     load(templates);
     EXPECT_TRUE(templates.templates().isEmpty());
     templates.Close_Btn();
-    EXPECT_FALSE(appendTemplateIfNew("Hi", &why));
-    EXPECT_EQ(why, refused(Templates_File_Path));
-    EXPECT_EQ(op.alerts().mid(2), (QStringList{told(Templates_File_Path), told(Templates_File_Path)}));
+    EXPECT_FALSE(TemplateFile(home.folder).appendTemplateIfNew("Hi", &why));
+    EXPECT_EQ(why, refused(home.folder.Templates_File_Path()));
+    EXPECT_EQ(op.alerts().mid(2), (QStringList{told(home.folder.Templates_File_Path()),
+                                               told(home.folder.Templates_File_Path())}));
     EXPECT_EQ(outside(), before);
 }
 
 // An exclusion list, or the whole exclusion folder, replaced by a link: the wizard says so,
 // and the main window refuses to build an exclusion set that would miss its numbers.
 TEST_F(StoreLinksTest, ExclusionListsBehindALinkAreRefusedAndStopTheExclusionSet) {
-    const QString staff = Exclusion_Folder_Path + "/Staff.OSTREL";
-    ASSERT_TRUE(writeFileAtomically(ExListIndex_File_Path, "Staff\n"));
-    ASSERT_TRUE(writeFileAtomically(AppExclusion_File_Path, "Staff\n"));
+    const QString staff = home.folder.Exclusion_Folder_Path() + "/Staff.OSTREL";
+    ASSERT_TRUE(writeFileAtomically(home.folder.ExListIndex_File_Path(), "Staff\n"));
+    ASSERT_TRUE(writeFileAtomically(home.folder.AppExclusion_File_Path(), "Staff\n"));
     plant(path("outside.txt"), staff);
-    Exclusion_Wizard wizard(op);
+    Exclusion_Wizard wizard(op, home.folder);
     wizard.actOn(windows.get());
     load(wizard);
     wizard.setAvailableSelection({0});
@@ -88,12 +91,13 @@ TEST_F(StoreLinksTest, ExclusionListsBehindALinkAreRefusedAndStopTheExclusionSet
     EXPECT_FALSE(gsm->Exclusion_Chk(true));
     EXPECT_EQ(op.alerts(), (QStringList{told(staff), told(staff)}));
 
-    plant(path("elsewhere"), Exclusion_Folder_Path);
+    plant(path("elsewhere"), home.folder.Exclusion_Folder_Path());
     load(wizard);
     EXPECT_TRUE(wizard.availableLists().isEmpty());
     EXPECT_FALSE(gsm->Fill_Exclusion_Num_List());
     EXPECT_TRUE(gsm->exclusionSet().isEmpty());
-    EXPECT_EQ(op.alerts().mid(2), (QStringList{told(Exclusion_Folder_Path), told(Exclusion_Folder_Path)}));
+    EXPECT_EQ(op.alerts().mid(2), (QStringList{told(home.folder.Exclusion_Folder_Path()),
+                                               told(home.folder.Exclusion_Folder_Path())}));
     EXPECT_EQ(outside(), before);
 }
 

@@ -16,7 +16,7 @@
 
 class StoreTestWindow : public BulkSmsWindow {
 public:
-    StoreTestWindow(Kind kind, Operator& op) : BulkSmsWindow(kind, op) {
+    StoreTestWindow(Kind kind, Operator& op, const DataFolder& folder) : BulkSmsWindow(kind, op, folder) {
         windowDidLoad();
         setTextChangeNotifications(true); // as after launch
     }
@@ -34,9 +34,9 @@ class StoreWindowsTest : public ::testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(QFile::copy(QStringLiteral(BULKSMS_TEMPLATE_XLSX), home.resources() + "/Template.xlsx"));
-        ASSERT_TRUE(Check_Path_And_Create_Files());
-        gsm = std::make_unique<StoreTestWindow>(MainWindowController::Kind::Gsm, op);
-        android = std::make_unique<StoreTestWindow>(MainWindowController::Kind::Android, op);
+        ASSERT_TRUE(home.folder.Check_Path_And_Create_Files());
+        gsm = std::make_unique<StoreTestWindow>(MainWindowController::Kind::Gsm, op, home.folder);
+        android = std::make_unique<StoreTestWindow>(MainWindowController::Kind::Android, op, home.folder);
         windows = std::make_unique<MainWindows>(*android, *gsm);
     }
     QString path(const QString& name) const { return home.root() + "/" + name; }

@@ -27,10 +27,11 @@ TEST(SentItemFile, RecordIsOneLineWithBellAndVerticalTab) {
 
 TEST(SentItemFile, AppendedItemsReadBack) {
     TestDataHome home;
-    ASSERT_TRUE(appendSentItem(SentItem_File_Path,
+    ASSERT_TRUE(appendSentItem(home.folder, home.folder.SentItem_File_Path(),
                                {"111", "line one\nline two", "03/04/2025", "Message sent to device."}));
-    ASSERT_TRUE(appendSentItem(SentItem_File_Path, {"+222", "", "03/04/2025", "+CMS ERROR: 38"}));
-    const QList<SentItem> items = parseSentItems(readAll(SentItem_File_Path));
+    ASSERT_TRUE(appendSentItem(home.folder, home.folder.SentItem_File_Path(),
+                               {"+222", "", "03/04/2025", "+CMS ERROR: 38"}));
+    const QList<SentItem> items = parseSentItems(readAll(home.folder.SentItem_File_Path()));
     ASSERT_EQ(items.size(), 2);
     EXPECT_EQ(items[0].message, "line one\nline two");
     EXPECT_EQ(items[1].number, "+222");
@@ -70,16 +71,16 @@ TEST(SentItemFile, LinesAreReadFieldByField) {
 
 TEST(SentItemFile, RewriteRoundTripsAndIsPrivate) {
     TestDataHome home;
-    Check_Path_And_Create_Files();
+    home.folder.Check_Path_And_Create_Files();
     const QList<SentItem> items = {{"+1", "two\nlines", "01/02/2025", "Message sent successfully."},
                                    {"2", "\xE2\x82\xAC |AP*|DX/", "01/02/2025", ""}};
-    ASSERT_TRUE(writeSentItemsFile(SentItem_File_Path, items));
-    const QList<SentItem> back = parseSentItems(readAll(SentItem_File_Path));
+    ASSERT_TRUE(writeSentItemsFile(home.folder.SentItem_File_Path(), items));
+    const QList<SentItem> back = parseSentItems(readAll(home.folder.SentItem_File_Path()));
     ASSERT_EQ(back.size(), 2);
     EXPECT_EQ(back[0].message, "two\nlines");
     EXPECT_EQ(back[1].message,
               QString::fromUtf8("\xE2\x82\xAC \n")); // the separator text comes back a line feed
-    EXPECT_EQ(permissionsOf(SentItem_File_Path), 0600u);
+    EXPECT_EQ(permissionsOf(home.folder.SentItem_File_Path()), 0600u);
 }
 
 TEST(SentItemFile, DateIsDayMonthYear) {
@@ -88,52 +89,59 @@ TEST(SentItemFile, DateIsDayMonthYear) {
 
 TEST(TemplateFile, BlankAndKnownTextsAddNothing) {
     TestDataHome home;
-    EXPECT_TRUE(appendTemplateIfNew("Hello\nWorld"));
-    EXPECT_FALSE(appendTemplateIfNew("Hello\nWorld"));
-    EXPECT_FALSE(appendTemplateIfNew(" \n\t"));
-    EXPECT_TRUE(appendTemplateIfNew("Other"));
-    EXPECT_EQ(readAll(Templates_File_Path), "Hello|AP*|DX/World\nOther\n");
-    EXPECT_TRUE(Check_Duplicate_Template("  Other \n"));
-    EXPECT_FALSE(Check_Duplicate_Template("other"));
+    TemplateFile file(home.folder);
+    EXPECT_TRUE(file.appendTemplateIfNew("Hello\nWorld"));
+    EXPECT_FALSE(file.appendTemplateIfNew("Hello\nWorld"));
+    EXPECT_FALSE(file.appendTemplateIfNew(" \n\t"));
+    EXPECT_TRUE(file.appendTemplateIfNew("Other"));
+    EXPECT_EQ(readAll(home.folder.Templates_File_Path()), "Hello|AP*|DX/World\nOther\n");
+    EXPECT_TRUE(file.Check_Duplicate_Template("  Other \n"));
+    EXPECT_FALSE(file.Check_Duplicate_Template("other"));
 }
 
 TEST(TemplateFile, TextsDifferingInWhiteSpaceAreStoredOnce) {
     TestDataHome home;
+    TemplateFile file(home.folder);
     // As three sends of one text file would add them: trailing line feed, spaces, tab.
-    EXPECT_TRUE(appendTemplateIfNew("Meeting at 5\n"));
-    EXPECT_FALSE(appendTemplateIfNew("Meeting at 5\n"));
-    EXPECT_FALSE(appendTemplateIfNew("  Meeting at 5\t"));
-    EXPECT_EQ(readAll(Templates_File_Path), "Meeting at 5\n");
+    EXPECT_TRUE(file.appendTemplateIfNew("Meeting at 5\n"));
+    EXPECT_FALSE(file.appendTemplateIfNew("Meeting at 5\n"));
+    EXPECT_FALSE(file.appendTemplateIfNew("  Meeting at 5\t"));
+    EXPECT_EQ(readAll(home.folder.Templates_File_Path()), "Meeting at 5\n");
 }
 
 TEST(TemplateFile, UntrimmedLinesOfEarlierVersionsCountAsKnown) {
     TestDataHome home;
-    Check_Path_And_Create_Files();
-    ASSERT_TRUE(writeFileAtomically(Templates_File_Path, "Offer |AP*|DX/\n"));
-    EXPECT_FALSE(appendTemplateIfNew("Offer"));
-    EXPECT_EQ(readAll(Templates_File_Path), "Offer |AP*|DX/\n");
+    TemplateFile file(home.folder);
+    home.folder.Check_Path_And_Create_Files();
+    ASSERT_TRUE(writeFileAtomically(home.folder.Templates_File_Path(), "Offer |AP*|DX/\n"));
+    EXPECT_FALSE(file.appendTemplateIfNew("Offer"));
+    EXPECT_EQ(readAll(home.folder.Templates_File_Path()), "Offer |AP*|DX/\n");
 }
 
 TEST(TemplateFile, SeesTemplatesWrittenByOthersAndRestoresTheSeparator) {
     TestDataHome home;
-    Check_Path_And_Create_Files();
-    EXPECT_FALSE(Check_Duplicate_Template("a\nb"));
-    ASSERT_TRUE(writeFileAtomically(Templates_File_Path, "x|AP*|DX/y\nsecond line longer\n"));
-    EXPECT_TRUE(Check_Duplicate_Template("x\ny"));
-    EXPECT_EQ(parseTemplates(readAll(Templates_File_Path)), (QStringList{"x\ny", "second line longer"}));
+    TemplateFile file(home.folder);
+    home.folder.Check_Path_And_Create_Files();
+    EXPECT_FALSE(file.Check_Duplicate_Template("a\nb"));
+    ASSERT_TRUE(writeFileAtomically(home.folder.Templates_File_Path(), "x|AP*|DX/y\nsecond line longer\n"));
+    EXPECT_TRUE(file.Check_Duplicate_Template("x\ny"));
+    EXPECT_EQ(parseTemplates(readAll(home.folder.Templates_File_Path())),
+              (QStringList{"x\ny", "second line longer"}));
 }
 
+// The workers of one run share its file; two runs of one process each have their own.
 TEST(TemplateFile, ParallelSendersAddEachTextOnce) {
     TestDataHome home;
+    TemplateFile gsmRun(home.folder), androidRun(home.folder);
     std::vector<std::thread> workers;
     for (int t = 0; t < 4; ++t)
-        workers.emplace_back([] {
+        workers.emplace_back([&file = t % 2 == 0 ? gsmRun : androidRun] {
             for (int i = 0; i < 50; ++i)
-                appendTemplateIfNew(QStringLiteral("Offer %1").arg(i));
+                file.appendTemplateIfNew(QStringLiteral("Offer %1").arg(i));
         });
     for (auto& w : workers)
         w.join();
-    const QStringList templates = parseTemplates(readAll(Templates_File_Path));
+    const QStringList templates = parseTemplates(readAll(home.folder.Templates_File_Path()));
     EXPECT_EQ(templates.size(), 50);
     EXPECT_EQ(QSet<QString>(templates.begin(), templates.end()).size(), 50);
 }
@@ -142,19 +150,20 @@ TEST(TemplateFile, ParallelSendersAddEachTextOnce) {
 // had, and a template that never reached its file is not taken as known.
 TEST(StoredListFiles, AppendsOnAFullDiskFailWithTheReason) {
     TestDataHome home;
-    ASSERT_TRUE(Check_Path_And_Create_Files());
-    const QString outcome = inChildWithFileSizeLimit(0, [] {
+    ASSERT_TRUE(home.folder.Check_Path_And_Create_Files());
+    const QString outcome = inChildWithFileSizeLimit(0, [&home] {
+        TemplateFile file(home.folder);
         QString sentError, templateError;
-        appendSentItem(SentItem_File_Path, {"222", "Hi", "01/02/2025", "Message sent successfully."},
-                       &sentError);
-        const bool added = appendTemplateIfNew("Hi", &templateError);
+        appendSentItem(home.folder, home.folder.SentItem_File_Path(),
+                       {"222", "Hi", "01/02/2025", "Message sent successfully."}, &sentError);
+        const bool added = file.appendTemplateIfNew("Hi", &templateError);
         return QStringList{sentError, templateError,
-                           added || Check_Duplicate_Template("Hi") ? "known" : "new"}
+                           added || file.Check_Duplicate_Template("Hi") ? "known" : "new"}
             .join('|');
     });
-    EXPECT_EQ(outcome,
-              SentItem_File_Path + ": File too large|" + Templates_File_Path + ": File too large|new");
-    EXPECT_EQ(readAll(SentItem_File_Path) + readAll(Templates_File_Path), "");
+    EXPECT_EQ(outcome, home.folder.SentItem_File_Path() + ": File too large|" +
+                           home.folder.Templates_File_Path() + ": File too large|new");
+    EXPECT_EQ(readAll(home.folder.SentItem_File_Path()) + readAll(home.folder.Templates_File_Path()), "");
 }
 
 } // namespace

@@ -15,13 +15,13 @@ protected:
         window.actOn(windows.get());
     }
     Templates& loaded(const QByteArray& file) {
-        EXPECT_TRUE(writeFileAtomically(Templates_File_Path, file));
+        EXPECT_TRUE(writeFileAtomically(home.folder.Templates_File_Path(), file));
         window.startLoading();
         window.waitForLoading();
         EXPECT_TRUE(spinUntil([&] { return !window.loading(); }));
         return window;
     }
-    Templates window{op};
+    Templates window{op, home.folder};
 };
 
 TEST_F(TemplatesTest, LoadingSkipsBlankAndRepeatedLinesAndRestoresLineFeeds) {
@@ -65,7 +65,8 @@ TEST_F(TemplatesTest, EditorAddsUpdatesAndRefusesDuplicates) {
     EXPECT_EQ(window.editor().counterText(), "0 Characters");
 
     window.Close_Btn();
-    EXPECT_EQ(readAll(Templates_File_Path), "First\nSecond, edited\n" + QByteArray(1600, 'x') + "\n");
+    EXPECT_EQ(readAll(home.folder.Templates_File_Path()),
+              "First\nSecond, edited\n" + QByteArray(1600, 'x') + "\n");
 }
 
 TEST_F(TemplatesTest, SelectionRules) {
@@ -147,7 +148,7 @@ TEST_F(TemplatesTest, DeleteAllEmptiesTheFileAtOnce) {
     op.answerYes();
     window.Delete_All_Btn();
     EXPECT_TRUE(window.templates().isEmpty());
-    EXPECT_EQ(readAll(Templates_File_Path), "");
+    EXPECT_EQ(readAll(home.folder.Templates_File_Path()), "");
 }
 
 } // namespace

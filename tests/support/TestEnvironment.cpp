@@ -9,13 +9,12 @@
 
 #include <sys/stat.h>
 
-TestDataHome::TestDataHome() {
+TestDataHome::TestDataHome() : folder(dataHome(), resources()) {
     QDir(m_dir.path()).mkpath(QStringLiteral("data"));
     QDir(m_dir.path()).mkpath(QStringLiteral("resources"));
     qputenv("BULKSMS_DATA_HOME", QFile::encodeName(dataHome()));
     qputenv("BULKSMS_RESOURCES", QFile::encodeName(resources()));
-    Resource_Path = resources();
-    computeDataPaths();
+    folder.adoptForProcess();
 }
 
 TestDataHome::~TestDataHome() {

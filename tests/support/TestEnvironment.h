@@ -1,15 +1,20 @@
 #pragma once
 // Test helpers: a private data home and resource folder per test, and waiting on the
 // main thread's event loop for something a worker does.
+#include "core/DataFolder.h"
+
 #include <QByteArray>
 #include <QTemporaryDir>
 
 #include <chrono>
 #include <functional>
 
-// Points BULKSMS_DATA_HOME and BULKSMS_RESOURCES at fresh temporary folders and fixes
-// the data paths from them. Restores nothing global but the environment variables.
+// Points BULKSMS_DATA_HOME and BULKSMS_RESOURCES at fresh temporary folders, makes the data
+// folder over them and gives it the process's log and link rule, as the program's start does.
+// Restores nothing global but the environment variables.
 class TestDataHome {
+    QTemporaryDir m_dir; // before folder, which is made from it
+
 public:
     TestDataHome();
     ~TestDataHome();
@@ -17,8 +22,7 @@ public:
     QString dataHome() const;
     QString resources() const;
 
-private:
-    QTemporaryDir m_dir;
+    const DataFolder folder;
 };
 
 // A file's permission bits, and its bytes ("<unreadable>" when it cannot be read).

@@ -7,6 +7,7 @@
 #include "core/WorkerThread.h"
 #include "sending/Bulk_SMSAppDelegate.h"
 #include "sim/AdbServer.h"
+#include "stores/StoreWindows.h"
 #include "ui/AndroidBulkSmsView.h"
 #include "ui/AndroidPhListView.h"
 #include "ui/AndroidSendingProgressView.h"
@@ -46,11 +47,11 @@ protected:
         ASSERT_TRUE(server->start(0));
         qputenv("ADB_SERVER_SOCKET", server->socketSpec().toUtf8());
         qputenv("HOME", QFile::encodeName(adbHome.path()));
-        QFile apk(Resource_Path + "/OstrelBulkSMS.apk");
+        QFile apk(home.folder.Resource_Path() + "/OstrelBulkSMS.apk");
         ASSERT_TRUE(apk.open(QIODevice::WriteOnly));
         apk.write("package");
         apk.close();
-        Check_Path_And_Create_Files();
+        home.folder.Check_Path_And_Create_Files();
     }
     void TearDown() override {
         server->stop();
@@ -65,7 +66,7 @@ protected:
 TEST_F(AndroidViewsTest, SearchWindowShowsThePhoneAndSelectsIt) {
     DeviceSelection selection;
     AndroidSelection chosen;
-    Android_Ph_List_Wnd search(op, selection, chosen);
+    Android_Ph_List_Wnd search(op, home.folder, selection, chosen);
     AndroidPhListView view(search);
     view.resize(560, 460);
     view.show();
@@ -87,9 +88,10 @@ TEST_F(AndroidViewsTest, SearchWindowShowsThePhoneAndSelectsIt) {
 }
 
 TEST_F(AndroidViewsTest, MainWindowModesSendAndProgress) {
-    Bulk_SMSAppDelegate window(op);
+    Bulk_SMSAppDelegate window(op, home.folder);
     window.windowDidLoad();
-    AndroidBulkSmsView view(window);
+    StoreWindows stores(op, home.folder);
+    AndroidBulkSmsView view(window, stores);
     view.resize(1000, 700);
     view.show();
     window.selection().sel_port_name_str = "SAMSUNG GALAXY A52";
@@ -146,7 +148,7 @@ TEST_F(AndroidViewsTest, TheModeTestRunsOnAPhoneAndOkSetsTheWorkingMode) {
     DeviceSelection selection;
     selection.sel_port_name_str = "VIRTUAL PHONE 5G";
     AndroidSelection chosen;
-    Android_TroubleShooting window(op, chosen, selection);
+    Android_TroubleShooting window(op, home.folder, chosen, selection);
     window.open(selection.sel_port_name_str);
     window.setTestNumberText("+442079460958");
     AndroidTroubleShootingView view(window, nullptr);

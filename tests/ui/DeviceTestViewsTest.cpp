@@ -133,11 +133,12 @@ TEST_F(DeviceTestViews, TheDetailsWindowShowsTheSelectedDevices) {
 }
 
 TEST(AndroidTestViews, TheModeTestShowsItsCasesAndRadios) {
+    TestDataHome home;
     ScriptedOperator op;
     DeviceSelection selection;
     AndroidSelection chosen;
     chosen.AND_SMS_sending_mode = int(AndroidSendingMode::Classic);
-    Android_TroubleShooting window(op, chosen, selection);
+    Android_TroubleShooting window(op, home.folder, chosen, selection);
     window.open("VIRTUAL PHONE 5G");
     const QStringList outcomes = {"Fail", "Success", "Success"};
     for (int i = 0; i < 3; ++i) {

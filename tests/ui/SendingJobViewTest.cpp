@@ -37,7 +37,7 @@ TEST(SendingJobView, DeliveryStatesFillInAsTheReportsCome) {
     Clock::setScale(0.05);
     TestDataHome home;
     ScriptedOperator op;
-    Gsm_Bulk_Sms_Wnd window(op);
+    Gsm_Bulk_Sms_Wnd window(op, home.folder);
     window.windowDidLoad();
 
     sim::ModemBehaviour network;
@@ -155,7 +155,7 @@ protected:
     static constexpr int kRecipients = 40;
     TestDataHome home;
     ScriptedOperator op;
-    Gsm_Bulk_Sms_Wnd window{op};
+    Gsm_Bulk_Sms_Wnd window{op, home.folder};
     std::vector<std::unique_ptr<sim::VirtualModem>> modems;
 };
 

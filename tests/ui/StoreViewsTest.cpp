@@ -39,7 +39,7 @@ class StoreViewsTest : public ::testing::Test {
 protected:
     void SetUp() override {
         ViewRegistry::registerStandardViews();
-        Check_Path_And_Create_Files();
+        home.folder.Check_Path_And_Create_Files();
     }
     std::unique_ptr<QDialog> viewOf(DialogController& dialog) {
         std::unique_ptr<QDialog> view(ViewRegistry::createView(dialog, nullptr));
@@ -60,11 +60,12 @@ protected:
 };
 
 TEST_F(StoreViewsTest, SentItemsViewShowsRecordsDetailsAndForwardsSelection) {
-    ASSERT_TRUE(writeSentItemsFile(
-        SentItem_File_Path, {{"+447700900001", "Your parcel is ready.\nReply STOP to opt out.", "23/11/2026",
-                              "Message sent successfully."},
-                             {"+447700900002", "Your parcel is ready.", "23/11/2026", "+CMS ERROR: 38"}}));
-    Sent_Items window(op);
+    ASSERT_TRUE(
+        writeSentItemsFile(home.folder.SentItem_File_Path(),
+                           {{"+447700900001", "Your parcel is ready.\nReply STOP to opt out.", "23/11/2026",
+                             "Message sent successfully."},
+                            {"+447700900002", "Your parcel is ready.", "23/11/2026", "+CMS ERROR: 38"}}));
+    Sent_Items window(op, home.folder);
     window.startLoading();
     window.waitForLoading();
     ASSERT_TRUE(spinUntil([&] { return !window.loading(); }));
@@ -82,9 +83,9 @@ TEST_F(StoreViewsTest, SentItemsViewShowsRecordsDetailsAndForwardsSelection) {
 }
 
 TEST_F(StoreViewsTest, TemplatesAndEditorViews) {
-    ASSERT_TRUE(
-        writeFileAtomically(Templates_File_Path, "Dear customer, your order is ready.\nSee you at 5\n"));
-    Templates window(op);
+    ASSERT_TRUE(writeFileAtomically(home.folder.Templates_File_Path(),
+                                    "Dear customer, your order is ready.\nSee you at 5\n"));
+    Templates window(op, home.folder);
     window.startLoading();
     window.waitForLoading();
     ASSERT_TRUE(spinUntil([&] { return !window.loading(); }));
@@ -103,7 +104,7 @@ TEST_F(StoreViewsTest, TemplatesAndEditorViews) {
 }
 
 TEST_F(StoreViewsTest, ExclusionWizardFollowsItsScreens) {
-    Exclusion_Wizard wizard(op);
+    Exclusion_Wizard wizard(op, home.folder);
     wizard.startLoading();
     wizard.waitForLoading();
     ASSERT_TRUE(spinUntil([&] { return !wizard.loading(); }));
@@ -129,7 +130,7 @@ TEST_F(StoreViewsTest, ExclusionWizardFollowsItsScreens) {
 }
 
 TEST_F(StoreViewsTest, ExportChoicesShowAndSetTheirModes) {
-    Status_Export_Option filter(op, [](int) { return QStringList{"Message sent successfully."}; });
+    Status_Export_Option filter(op, [] { return QStringList{"Message sent successfully."}; });
     auto filterView = viewOf(filter);
     screenshot(*filterView, "export-filter");
     Export_Option format;
@@ -137,9 +138,9 @@ TEST_F(StoreViewsTest, ExportChoicesShowAndSetTheirModes) {
     for (QWidget* w : formatView->findChildren<QWidget*>())
         if (w->objectName() == "_export_in_Xlsx")
             static_cast<QAbstractButton*>(w)->click();
-    EXPECT_EQ(SENT_EXPORT_MODE, 2);
+    EXPECT_EQ(format.SENT_EXPORT_MODE(), 2);
     screenshot(*formatView, "export-format");
-    Open_Export_Log open(op);
+    Open_Export_Log open(op, home.root() + "/sent items.txt");
     auto openView = viewOf(open);
     screenshot(*openView, "export-open");
 }

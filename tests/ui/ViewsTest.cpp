@@ -8,12 +8,14 @@
 #include "sending/Bulk_SMSAppDelegate.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 #include "sim/AdbServer.h"
+#include "stores/StoreWindows.h"
 #include "ui/AndroidBulkSmsView.h"
 #include "ui/GsmBulkSmsView.h"
 #include "ui/UiHelpers.h"
 #include "ui/ViewRegistry.h"
 
 #include "ScriptedOperator.h"
+#include "TestEnvironment.h"
 #include "text/NumberRules.h"
 
 #include <QApplication>
@@ -35,10 +37,11 @@
 namespace {
 
 TEST(Views, EveryDialogControllerHasAView) {
+    TestDataHome home;
     ViewRegistry::registerStandardViews();
     ScriptedOperator op;
-    Gsm_Bulk_Sms_Wnd gsm(op);
-    Bulk_SMSAppDelegate android(op);
+    Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
+    Bulk_SMSAppDelegate android(op, home.folder);
     MainWindows windows(android, gsm);
     Mobile_Sel_Wnd selection(windows);
     GSM_DEV_Conn_Step_Wnd gsmSteps;
@@ -52,11 +55,13 @@ TEST(Views, EveryDialogControllerHasAView) {
 }
 
 TEST(Views, ComposerShowsWhatTheMessageCostsAsItIsTyped) {
+    TestDataHome home;
     ScriptedOperator op;
-    Gsm_Bulk_Sms_Wnd gsm(op);
+    Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
     gsm.windowDidLoad();
     gsm.setTextChangeNotifications(true);
-    GsmBulkSmsView view(gsm);
+    StoreWindows stores(op, home.folder);
+    GsmBulkSmsView view(gsm, stores);
     view.resize(1100, 760);
     view.show();
     auto* composer = view.findChild<QPlainTextEdit*>("_messageEdit");
@@ -97,9 +102,11 @@ TEST(Views, StepButtonsEndTheDialogWithTheirCodes) {
 }
 
 TEST(Views, MainWindowFollowsItsController) {
+    TestDataHome home;
     ScriptedOperator op;
-    Bulk_SMSAppDelegate android(op);
-    AndroidBulkSmsView view(android);
+    Bulk_SMSAppDelegate android(op, home.folder);
+    StoreWindows stores(op, home.folder);
+    AndroidBulkSmsView view(android, stores);
     android.bringToFront();
     EXPECT_TRUE(view.isVisible());
     EXPECT_EQ(view.windowTitle(), android.title());
@@ -133,9 +140,11 @@ TEST(Views, MainWindowFollowsItsController) {
 }
 
 TEST(Views, ClosingTheWindowAsksBeforeQuitting) {
+    TestDataHome home;
     ScriptedOperator op;
-    Bulk_SMSAppDelegate android(op);
-    AndroidBulkSmsView view(android);
+    Bulk_SMSAppDelegate android(op, home.folder);
+    StoreWindows stores(op, home.folder);
+    AndroidBulkSmsView view(android, stores);
     android.bringToFront();
     op.answerNo();
     EXPECT_FALSE(view.close());
@@ -172,7 +181,6 @@ TEST(UiHelpers, HyperlinkEscapesItsText) {
 } // namespace
 
 // ---- the recipient panel ----
-#include "TestEnvironment.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "list/DefaultCountry.h"
@@ -187,10 +195,12 @@ TEST(UiHelpers, HyperlinkEscapesItsText) {
 namespace {
 
 TEST(RecipientPanel, TypedNumbersAppearOnTopAndAreCounted) {
+    TestDataHome home;
     ScriptedOperator op;
-    Gsm_Bulk_Sms_Wnd gsm(op);
+    Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
     gsm.windowDidLoad();
-    RecipientPanel panel(gsm);
+    StoreWindows stores(op, home.folder);
+    RecipientPanel panel(gsm, stores);
     auto* number = panel.findChild<QLineEdit*>("_numberEdit");
     auto* composer = panel.findChild<QPlainTextEdit*>("_messageEdit");
     ASSERT_TRUE(number && composer);
@@ -217,9 +227,11 @@ TEST(RecipientPanel, TypedNumbersAppearOnTopAndAreCounted) {
 }
 
 TEST(RecipientPanel, TableSelectionReachesTheControllerAndFollowsInserts) {
+    TestDataHome home;
     ScriptedOperator op;
-    Gsm_Bulk_Sms_Wnd gsm(op);
-    RecipientPanel panel(gsm);
+    Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
+    StoreWindows stores(op, home.folder);
+    RecipientPanel panel(gsm, stores);
     for (const char* n : {"1", "2", "3"})
         gsm.Create_Num_Msg_List(n, "");
     panel.table()->selectRow(1); // "2"
@@ -235,11 +247,12 @@ namespace {
 
 TEST(RecipientPanel, OneDefaultCountryForBothWindowsAndTheWrittenFormInTheTable) {
     TestDataHome home;
-    Check_Path_And_Create_Files();
+    home.folder.Check_Path_And_Create_Files();
     ScriptedOperator op;
-    Gsm_Bulk_Sms_Wnd gsm(op);
-    Bulk_SMSAppDelegate android(op);
-    RecipientPanel gsmPanel(gsm), androidPanel(android);
+    Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
+    Bulk_SMSAppDelegate android(op, home.folder);
+    StoreWindows stores(op, home.folder);
+    RecipientPanel gsmPanel(gsm, stores), androidPanel(android, stores);
     auto* gsmCountry = gsmPanel.findChild<QComboBox*>("defaultCountryCombo");
     auto* androidCountry = androidPanel.findChild<QComboBox*>("defaultCountryCombo");
     ASSERT_TRUE(gsmCountry && androidCountry);
@@ -248,7 +261,7 @@ TEST(RecipientPanel, OneDefaultCountryForBothWindowsAndTheWrittenFormInTheTable)
     gsmCountry->setCurrentIndex(gsmCountry->findData("GB"));
     EXPECT_EQ(DefaultCountry::instance().region(), "GB");
     EXPECT_EQ(androidCountry->currentData().toString(), "GB");
-    EXPECT_EQ(readAll(DefaultCountry::filePath()), "GB\n");
+    EXPECT_EQ(readAll(DefaultCountry::filePath(home.folder)), "GB\n");
 
     gsm.setSkipDuplicates(true);
     for (const char* n : {"07911 123456", "+44 12", "+44 7911 123456"}) {
@@ -288,10 +301,12 @@ TEST(RecipientPanel, OneDefaultCountryForBothWindowsAndTheWrittenFormInTheTable)
 }
 
 TEST(RecipientPanel, DelayedDeliveryBoxShowsItsDefaults) {
+    TestDataHome home;
     ScriptedOperator op;
-    Gsm_Bulk_Sms_Wnd gsm(op);
+    Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
     gsm.windowDidLoad();
-    RecipientPanel panel(gsm);
+    StoreWindows stores(op, home.folder);
+    RecipientPanel panel(gsm, stores);
     auto* box = panel.findChild<QCheckBox*>("_Delayed_Delivry_Chk");
     auto* count = panel.findChild<QComboBox*>("_delayed_msg_count_combo");
     auto* time = panel.findChild<QComboBox*>("_delayed_time_combo");
@@ -322,10 +337,12 @@ TEST(RecipientPanel, DelayedDeliveryBoxShowsItsDefaults) {
 namespace {
 
 TEST(RecipientPanel, ALoadShowsItsProgressLocksTheListAndCancelKeepsIt) {
+    TestDataHome home;
     ScriptedOperator op;
-    Gsm_Bulk_Sms_Wnd gsm(op);
+    Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
     gsm.windowDidLoad();
-    RecipientPanel panel(gsm);
+    StoreWindows stores(op, home.folder);
+    RecipientPanel panel(gsm, stores);
     gsm.Create_Num_Msg_List("111", "");
     auto* progress = panel.findChild<QProgressBar*>("_loadProgress");
     auto* cancel = panel.findChild<QPushButton*>("_cancelLoad");

@@ -8,7 +8,7 @@
 
 class ImportTestWindow : public BulkSmsWindow {
 public:
-    ImportTestWindow(Kind kind, Operator& op) : BulkSmsWindow(kind, op) {
+    ImportTestWindow(Kind kind, Operator& op, const DataFolder& folder) : BulkSmsWindow(kind, op, folder) {
         windowDidLoad();
         setTextChangeNotifications(true); // as after launch
     }
@@ -29,7 +29,7 @@ protected:
     void waitForLoads();
 
     ScriptedOperator op;
-    ImportTestWindow android{MainWindowController::Kind::Android, op};
-    ImportTestWindow gsm{MainWindowController::Kind::Gsm, op};
+    ImportTestWindow android{MainWindowController::Kind::Android, op, m_home.folder};
+    ImportTestWindow gsm{MainWindowController::Kind::Gsm, op, m_home.folder};
     MainWindows windows{android, gsm};
 };
