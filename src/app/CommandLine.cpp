@@ -61,8 +61,9 @@ bool isServiceCentreNumber(const QString& number) {
 
 struct Session {
     ConsoleOperator op;
-    Bulk_SMSAppDelegate android{op};
-    Gsm_Bulk_Sms_Wnd gsm{op};
+    DefaultCountry country; // loaded by the windows as they open, then --country for this run
+    Bulk_SMSAppDelegate android{op, &country};
+    Gsm_Bulk_Sms_Wnd gsm{op, &country};
     explicit Session(bool yes) : op(yes) {}
     bool launch() { return Launch_Application(op, android, gsm); }
 };
@@ -388,14 +389,14 @@ int runSend(const QStringList& arguments) {
             return resumed.sent + resumed.unknown == resumed.total ? 0 : RunReport::kSomeFailed;
         }
     }
-    if (parser.isSet(country) && !DefaultCountry::instance().set(parser.value(country))) {
+    if (parser.isSet(country) && !session.country.set(parser.value(country))) {
         err(QStringLiteral("--country takes a region code such as GB, or none, not \"%1\"")
                 .arg(parser.value(country)));
         return 2;
     }
-    const NumberNormaliser numbers = DefaultCountry::instance().normaliser();
+    const NumberNormaliser numbers = session.country.normaliser();
     // Only validity filters the list; duplicates and exclusions are marked by the run itself.
-    assign_format_skip_exclude_var();
+    LoadCounters counts;
     QList<Recipient> valid;
     QList<Recipient> refused; // with a default country: the number, and why it cannot exist
     int invalid = 0;
@@ -407,7 +408,7 @@ int runSend(const QStringList& arguments) {
             ++invalid;
             continue;
         }
-        const QString n = gsm.Num_Able_To_insert(r.number);
+        const QString n = gsm.Num_Able_To_insert(r.number, counts);
         if (n.isEmpty()) {
             const QString written = r.number.trimmed();
             const QString why = numbers.active() ? numbers.refusalOf(r.number) : QString();

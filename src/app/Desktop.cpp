@@ -3,9 +3,11 @@
 #include "core/AppState.h"
 #include "core/Launch.h"
 #include "core/Log.h"
+#include "list/DefaultCountry.h"
 #include "sending/Bulk_SMSAppDelegate.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 #include "sending/ResumeRun.h"
+#include "sheets/windows/SpreadsheetWindows.h"
 #include "ui/AndroidBulkSmsView.h"
 #include "ui/GsmBulkSmsView.h"
 #include "ui/QtOperator.h"
@@ -27,8 +29,12 @@ int runDesktop(int argc, char* argv[]) {
     QtOperator op;
     ViewRegistry::registerStandardViews();
 
-    Bulk_SMSAppDelegate androidWindow(op);
-    Gsm_Bulk_Sms_Wnd gsmWindow(op);
+    // What both main windows share: the default country (loaded as they open) and the
+    // spreadsheet windows with their workbook reader.
+    DefaultCountry country;
+    SpreadsheetWindows spreadsheets;
+    Bulk_SMSAppDelegate androidWindow(op, &country, &spreadsheets);
+    Gsm_Bulk_Sms_Wnd gsmWindow(op, &country, &spreadsheets);
     AndroidBulkSmsView androidView(androidWindow);
     GsmBulkSmsView gsmView(gsmWindow);
 

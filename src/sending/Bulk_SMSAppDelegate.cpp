@@ -8,8 +8,9 @@
 #include "core/AppState.h"
 #include "core/Operator.h"
 
-Bulk_SMSAppDelegate::Bulk_SMSAppDelegate(Operator& op, QObject* parent)
-    : BulkSmsWindow(Kind::Android, op, parent), m_progress(op),
+Bulk_SMSAppDelegate::Bulk_SMSAppDelegate(Operator& op, DefaultCountry* country,
+                                         SpreadsheetLoads* spreadsheets, QObject* parent)
+    : BulkSmsWindow(Kind::Android, op, country, spreadsheets, parent), m_progress(op),
       m_countdown(PauseCountdown::Variant::AndroidWindow,
                   [this](const QString& text) {
                       m_progress.update([text](AndroidSendingProgress::State& s) { s.pauseText = text; });

@@ -17,7 +17,9 @@ class SendingLock;
 class Bulk_SMSAppDelegate : public BulkSmsWindow {
     Q_OBJECT
 public:
-    explicit Bulk_SMSAppDelegate(Operator& op, QObject* parent = nullptr);
+    // The default country and the spreadsheet windows are the application's (BulkSmsWindow).
+    explicit Bulk_SMSAppDelegate(Operator& op, DefaultCountry* country = nullptr,
+                                 SpreadsheetLoads* spreadsheets = nullptr, QObject* parent = nullptr);
     ~Bulk_SMSAppDelegate() override;
 
     QString title() const override;

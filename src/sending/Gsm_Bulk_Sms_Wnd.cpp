@@ -9,7 +9,9 @@
 #include "gsm/windows/GSM_Device_List_Wnd.h"
 #include "gsm/windows/Selected_Device_Details_GSM.h"
 
-Gsm_Bulk_Sms_Wnd::Gsm_Bulk_Sms_Wnd(Operator& op, QObject* parent) : BulkSmsWindow(Kind::Gsm, op, parent) {
+Gsm_Bulk_Sms_Wnd::Gsm_Bulk_Sms_Wnd(Operator& op, DefaultCountry* country, SpreadsheetLoads* spreadsheets,
+                                   QObject* parent)
+    : BulkSmsWindow(Kind::Gsm, op, country, spreadsheets, parent) {
     // Text mode sets a port's default service centre back after a custom one: from its record.
     const auto defaultSmsc = [this](const QString& path) { return deviceDetail(path, kDefaultSmscKey); };
     for (MFCSMS* session : mfc_sms_obj_arr)

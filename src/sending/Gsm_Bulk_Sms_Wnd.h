@@ -14,7 +14,9 @@ class SMS_Sending;
 class Gsm_Bulk_Sms_Wnd : public BulkSmsWindow {
     Q_OBJECT
 public:
-    explicit Gsm_Bulk_Sms_Wnd(Operator& op, QObject* parent = nullptr);
+    // The default country and the spreadsheet windows are the application's (BulkSmsWindow).
+    explicit Gsm_Bulk_Sms_Wnd(Operator& op, DefaultCountry* country = nullptr,
+                              SpreadsheetLoads* spreadsheets = nullptr, QObject* parent = nullptr);
     ~Gsm_Bulk_Sms_Wnd() override;
 
     QString title() const override;

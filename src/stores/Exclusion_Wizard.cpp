@@ -38,16 +38,17 @@ RecordList recordsOf(const QStringList& values, const QString& key) {
 }
 } // namespace
 
-Exclusion_Wizard::Exclusion_Wizard(Operator& op, QObject* parent)
-    : DialogController(parent), m_op(op), m_available(kAvailableListKey, {kAvailableListKey}),
-      m_applied(kAppliedListKey, {kAppliedListKey}), m_numbers(kExclusionNumberKey, {kExclusionNumberKey}) {
+Exclusion_Wizard::Exclusion_Wizard(Operator& op, DefaultCountry& country, QObject* parent)
+    : DialogController(parent), m_op(op), m_country(country),
+      m_available(kAvailableListKey, {kAvailableListKey}), m_applied(kAppliedListKey, {kAppliedListKey}),
+      m_numbers(kExclusionNumberKey, {kExclusionNumberKey}) {
     // One subscriber is one number of a list, however written, as it is when the list is applied.
     useDefaultCountry();
-    connect(&DefaultCountry::instance(), &DefaultCountry::changed, this, [this] { useDefaultCountry(); });
+    connect(&m_country, &DefaultCountry::changed, this, [this] { useDefaultCountry(); });
 }
 
 void Exclusion_Wizard::useDefaultCountry() {
-    const NumberNormaliser normaliser = DefaultCountry::instance().normaliser();
+    const NumberNormaliser normaliser = m_country.normaliser();
     if (!normaliser.active()) {
         m_numbers.setComparedForm({});
         return;
@@ -64,8 +65,8 @@ bool Exclusion_Wizard::Skip_Duplicate_Number(const QString& number, int except) 
 
 Exclusion_Wizard::~Exclusion_Wizard() { m_loader.requestStop(); }
 
-Exclusion_Wizard& Exclusion_Wizard::defaultInstance(Operator& op) {
-    static Exclusion_Wizard* Exclusion_wnd = new Exclusion_Wizard(op);
+Exclusion_Wizard& Exclusion_Wizard::defaultInstance(Operator& op, DefaultCountry& country) {
+    static Exclusion_Wizard* Exclusion_wnd = new Exclusion_Wizard(op, country);
     return *Exclusion_wnd;
 }
 

@@ -13,6 +13,7 @@
 
 #include <atomic>
 
+class DefaultCountry;
 class Operator;
 
 // The keys of the wizard's three tables: the names of the lists not applied and applied,
@@ -26,11 +27,12 @@ class Exclusion_Wizard : public DialogController, public ExclusionImportTarget {
 public:
     enum class Screen { Start, NameEntry, Numbers };
 
-    explicit Exclusion_Wizard(Operator& op, QObject* parent = nullptr);
+    // Numbers are compared in the forms of the application's default country.
+    Exclusion_Wizard(Operator& op, DefaultCountry& country, QObject* parent = nullptr);
     ~Exclusion_Wizard() override;
 
     // The shared instance (Exclusion_wnd), created on first use.
-    static Exclusion_Wizard& defaultInstance(Operator& op);
+    static Exclusion_Wizard& defaultInstance(Operator& op, DefaultCountry& country);
 
     void Open_Exclusion_Wnd();
     void startLoading();
@@ -126,6 +128,7 @@ private:
     bool hasBlankSelection(const RecordTable& table, const QList<int>& rows, const QString& key) const;
 
     Operator& m_op;
+    DefaultCountry& m_country;
     Screen m_screen = Screen::Start;
     KeyedTable m_available;
     KeyedTable m_applied;

@@ -73,8 +73,9 @@ QLayout* RecipientPanel::buildStoreButtons(QWidget* side) {
         window.setComposerSelection(cursor.selectionStart(), cursor.selectionEnd() - cursor.selectionStart());
         window.Open_Template_Wnd();
     });
-    connect(exclusion, &QPushButton::clicked, this,
-            [this] { Exclusion_Wizard::defaultInstance(m_window.op()).Open_Exclusion_Wnd(); });
+    connect(exclusion, &QPushButton::clicked, this, [this] {
+        Exclusion_Wizard::defaultInstance(m_window.op(), m_window.country()).Open_Exclusion_Wnd();
+    });
     return row;
 }
 

@@ -22,9 +22,8 @@ protected:
     void SetUp() override {
         text_change_notifications_on = true;
         Check_Path_And_Create_Files();
-        ASSERT_TRUE(DefaultCountry::instance().set("GB"));
+        ASSERT_TRUE(window.country().set("GB"));
     }
-    void TearDown() override { DefaultCountry::instance().set(QString()); }
 
     void loadFile(const QString& name, const QByteArray& bytes) {
         const QString path = home.root() + "/" + name;
@@ -45,7 +44,10 @@ protected:
             out << recipientNumber(r);
         return out;
     }
-    static QList<int> counters() { return {TOT_PROC, TOT, SKPD, EXLD, impossibleNumbers}; }
+    QList<int> counters() const {
+        const LoadCounters& c = window.lastLoad();
+        return {c.TOT_PROC, c.TOT, c.SKPD, c.EXLD, c.impossibleNumbers};
+    }
 
     TestDataHome home;
     ScriptedOperator op;
@@ -110,7 +112,7 @@ TEST_F(DefaultCountryTest, AMessyContactFileIsCountedAsACarefulPersonWouldCountI
     // Four people; Ann three more times; Cat's and Gus's numbers cannot exist.
     EXPECT_EQ(sentForms(), (QStringList{"+12025550143", "+442079460958", "+447911123457", "+447911123456"}));
     EXPECT_EQ(counters(), (QList<int>{9, 7, 3, 0, 2}));
-    EXPECT_EQ(ignoredCells.load(), 13); // the titles, the names and "ask her"
+    EXPECT_EQ(window.lastLoad().ignoredCells, 13); // the titles, the names and "ask her"
 }
 
 TEST_F(DefaultCountryTest, TypedAndEditedNumbersMustBeAbleToExist) {
@@ -127,7 +129,7 @@ TEST_F(DefaultCountryTest, TypedAndEditedNumbersMustBeAbleToExist) {
 }
 
 TEST_F(DefaultCountryTest, ChangingTheCountryReadsTheListAgain) {
-    DefaultCountry::instance().set(QString());
+    window.country().set(QString());
     window.add("07911 123456");
     window.add("0612345678");
     EXPECT_EQ(sentForms(), (QStringList{"0612345678", "07911123456"}));
@@ -144,20 +146,20 @@ TEST_F(DefaultCountryTest, TheChoiceIsKeptInTheDataFolder) {
     window.setDefaultCountry("de");
     EXPECT_EQ(readAll(DefaultCountry::filePath()), "DE\n");
     EXPECT_EQ(permissionsOf(DefaultCountry::filePath()), 0600u);
-    DefaultCountry::instance().set(QString());
-    DefaultCountry::instance().load();
+    window.country().set(QString());
+    window.country().load();
     EXPECT_EQ(window.defaultCountry(), "DE");
 
     window.setDefaultCountry("Narnia"); // no region: nothing changes
     EXPECT_EQ(window.defaultCountry(), "DE");
     window.setDefaultCountry("");
-    DefaultCountry::instance().load();
+    window.country().load();
     EXPECT_EQ(window.defaultCountry(), "");
 
     for (const QByteArray& stored : {QByteArray("ZZ\n"), QByteArray("../../etc\n"), QByteArray(4096, 'G')}) {
         ASSERT_TRUE(writeFileAtomically(DefaultCountry::filePath(), stored));
-        DefaultCountry::instance().set("GB");
-        DefaultCountry::instance().load();
+        window.country().set("GB");
+        window.country().load();
         EXPECT_EQ(window.defaultCountry(), "") << stored.left(20).toStdString();
     }
     EXPECT_TRUE(op.alerts().isEmpty());

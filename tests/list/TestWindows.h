@@ -4,7 +4,10 @@
 
 class TestBulkSmsWindow : public BulkSmsWindow {
 public:
-    TestBulkSmsWindow(Kind kind, Operator& op) : BulkSmsWindow(kind, op) { windowDidLoad(); }
+    TestBulkSmsWindow(Kind kind, Operator& op, SpreadsheetLoads* spreadsheets = nullptr)
+        : BulkSmsWindow(kind, op, nullptr, spreadsheets) {
+        windowDidLoad();
+    }
     QString title() const override { return "test"; }
     int runConnectionSteps() override { return 0; }
 

@@ -34,7 +34,8 @@ protected:
         ASSERT_EQ(wizard.screen(), Exclusion_Wizard::Screen::Start);
     }
     QString listFile(const QString& name) const { return Exclusion_Folder_Path + "/" + name + ".OSTREL"; }
-    Exclusion_Wizard wizard{op};
+    DefaultCountry country;
+    Exclusion_Wizard wizard{op, country};
 };
 
 TEST(ExclusionFiles, ValidNames) {
@@ -199,10 +200,7 @@ TEST_F(ExclusionTest, NumbersFromFilesTheEditorAndRemoval) {
 }
 
 TEST_F(ExclusionTest, WithADefaultCountryOneSubscriberIsOneNumberHoweverWritten) {
-    struct NoCountryAfterwards {
-        ~NoCountryAfterwards() { DefaultCountry::instance().set(QString()); }
-    } reset;
-    ASSERT_TRUE(DefaultCountry::instance().set("GB"));
+    ASSERT_TRUE(country.set("GB"));
     opened();
     wizard.New_List_Btn();
     wizard.setNameField("Opted out");
@@ -233,7 +231,7 @@ TEST_F(ExclusionTest, WithADefaultCountryOneSubscriberIsOneNumberHoweverWritten)
     EXPECT_EQ(op.alerts(), QStringList{"\n" + kExclusionNumberExists});
 
     // Without a country, numbers compare as written again.
-    DefaultCountry::instance().set(QString());
+    country.set(QString());
     wizard.setNumberField("+447911123456");
     wizard.Add_Number_Btn();
     EXPECT_EQ(wizard.numbers().size(), 3);

@@ -3,6 +3,7 @@
 // whose exclusion lists cannot be read is refused.
 #include "StoreWindowsFixture.h"
 #include "core/FileUtils.h"
+#include "list/DefaultCountry.h"
 #include "stores/Exclusion_Wizard.h"
 #include "stores/SentItemFile.h"
 #include "stores/Sent_Items.h"
@@ -77,7 +78,8 @@ TEST_F(StoreLinksTest, ExclusionListsBehindALinkAreRefusedAndStopTheExclusionSet
     ASSERT_TRUE(writeFileAtomically(ExListIndex_File_Path, "Staff\n"));
     ASSERT_TRUE(writeFileAtomically(AppExclusion_File_Path, "Staff\n"));
     plant(path("outside.txt"), staff);
-    Exclusion_Wizard wizard(op);
+    DefaultCountry country;
+    Exclusion_Wizard wizard(op, country);
     load(wizard);
     wizard.setAvailableSelection({0});
     wizard.OnUpdate();

@@ -4,6 +4,7 @@
 #include "core/AppState.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
+#include "list/DefaultCountry.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 #include "stores/Exclusion_Wizard.h"
 #include "stores/ExportDialogs.h"
@@ -109,7 +110,8 @@ TEST_F(StoreViewsTest, TemplatesAndEditorViews) {
 }
 
 TEST_F(StoreViewsTest, ExclusionWizardFollowsItsScreens) {
-    Exclusion_Wizard wizard(op);
+    DefaultCountry country;
+    Exclusion_Wizard wizard(op, country);
     wizard.startLoading();
     wizard.waitForLoading();
     ASSERT_TRUE(spinUntil([&] { return !wizard.loading(); }));

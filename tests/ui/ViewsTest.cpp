@@ -238,8 +238,9 @@ TEST(RecipientPanel, OneDefaultCountryForBothWindowsAndTheWrittenFormInTheTable)
     TestDataHome home;
     Check_Path_And_Create_Files();
     ScriptedOperator op;
-    Gsm_Bulk_Sms_Wnd gsm(op);
-    Bulk_SMSAppDelegate android(op);
+    DefaultCountry country;
+    Gsm_Bulk_Sms_Wnd gsm(op, &country);
+    Bulk_SMSAppDelegate android(op, &country);
     RecipientPanel gsmPanel(gsm), androidPanel(android);
     auto* gsmCountry = gsmPanel.findChild<QComboBox*>("defaultCountryCombo");
     auto* androidCountry = androidPanel.findChild<QComboBox*>("defaultCountryCombo");
@@ -247,7 +248,7 @@ TEST(RecipientPanel, OneDefaultCountryForBothWindowsAndTheWrittenFormInTheTable)
     EXPECT_EQ(gsmCountry->currentData().toString(), ""); // none until chosen
 
     gsmCountry->setCurrentIndex(gsmCountry->findData("GB"));
-    EXPECT_EQ(DefaultCountry::instance().region(), "GB");
+    EXPECT_EQ(country.region(), "GB");
     EXPECT_EQ(androidCountry->currentData().toString(), "GB");
     EXPECT_EQ(readAll(DefaultCountry::filePath()), "GB\n");
 
@@ -284,7 +285,7 @@ TEST(RecipientPanel, OneDefaultCountryForBothWindowsAndTheWrittenFormInTheTable)
         gsmPanel.grab().save(pictures + "/recipient-country.png");
 
     androidCountry->setCurrentIndex(0);
-    EXPECT_EQ(DefaultCountry::instance().region(), "");
+    EXPECT_EQ(country.region(), "");
     EXPECT_EQ(gsmCountry->currentIndex(), 0);
 }
 
@@ -349,7 +350,7 @@ TEST(RecipientPanel, ALoadShowsItsProgressLocksTheListAndCancelKeepsIt) {
             }
             return true;
         },
-        [&](bool c) { committed = c; }));
+        [&](bool c, const LoadCounters&) { committed = c; }));
     ASSERT_TRUE(spinUntil([&] { return load.rowsRead() > 10 && progress->value() == 500; }));
     EXPECT_TRUE(progress->isVisibleTo(&panel));
     EXPECT_TRUE(cancel->isVisibleTo(&panel));

@@ -12,12 +12,15 @@
 class BulkSmsWindow;
 class ExclusionImportTarget;
 class Operator;
+class SpreadsheetWriter;
 class TemplateImportTarget;
 
 class Import_Excel : public DialogController {
     Q_OBJECT
 public:
-    explicit Import_Excel(Operator& op, QObject* parent = nullptr);
+    // spreadsheet reads the workbook; an import into a list goes on reading it after the
+    // window has ended, so it must outlive the load.
+    Import_Excel(Operator& op, SpreadsheetWriter& spreadsheet, QObject* parent = nullptr);
 
     void setExclusionTarget(ExclusionImportTarget* target) { m_exclusionTarget = target; }
     void setTemplateTarget(TemplateImportTarget* target) { m_templateTarget = target; }
@@ -56,9 +59,11 @@ private:
     void importRows();
     // The import into a window's list, on that window's loading thread.
     void importIntoList(BulkSmsWindow& window);
-    void passValue(BulkSmsWindow* window, const QString& value, const QString& message);
+    // A value of the exclusion or template import to its target.
+    void passValue(const QString& value);
 
     Operator& m_op;
+    SpreadsheetWriter& m_spreadsheet;
     QString m_mode;
     QString m_path;
     QString m_openFailure; // why the workbook could not be opened, "" when it could

@@ -13,7 +13,7 @@ int SpreadsheetWindows::openColumnImport(const QString& path, const QString& mod
         Show_NSLog_Message(QStringLiteral("No window for the column import in mode %1").arg(mode));
         return 0;
     }
-    Import_Excel dialog(window->op());
+    Import_Excel dialog(window->op(), m_spreadsheet);
     return dialog.Open_excel_Wnd(path, mode);
 }
 
@@ -23,11 +23,6 @@ int SpreadsheetWindows::openDynamicMessages() {
         Show_NSLog_Message(QStringLiteral("No active window for spreadsheet messages"));
         return 0;
     }
-    Excel_Dynamic_Msg dialog(*window);
+    Excel_Dynamic_Msg dialog(*window, m_spreadsheet);
     return window->op().runModal(dialog);
-}
-
-void SpreadsheetWindows::install() {
-    static SpreadsheetWindows windows;
-    SpreadsheetLoads::install(&windows);
 }

@@ -4,13 +4,10 @@
 
 #include "core/AppState.h"
 #include "list/ListLoad.h"
-#include "list/LoadCounters.h"
 #include "list/NumberLoader.h"
-#include "sheets/SheetState.h"
 #include "sheets/windows/Excel_Dynamic_Msg.h"
 #include "sheets/windows/ImportTargets.h"
 #include "sheets/windows/Import_Excel.h"
-#include "sheets/windows/SpreadsheetWindows.h"
 
 namespace {
 
@@ -46,7 +43,7 @@ TEST_F(ColumnImportTest, HeaderRowTickedColumnsAndOrder) {
         SCOPED_TRACE(c.name);
         android.list().clear();
         op.clearTranscript();
-        Import_Excel dialog(op);
+        Import_Excel dialog(op, spreadsheet);
         open(dialog, workbook, "AND", c.ticked);
         dialog.setContainsHeader(c.header);
         dialog.OKPressed();
@@ -63,7 +60,7 @@ TEST_F(ColumnImportTest, ValuesGoToTheWindowOfTheModeWithItsComposerText) {
     gsm.setComposerText("gsm text");
     gsm.list().prepend(recipientRecord("9", ""));
     android.list().prepend(recipientRecord("8", ""));
-    Import_Excel dialog(op);
+    Import_Excel dialog(op, spreadsheet);
     open(dialog, tableWorkbook("p.xlsx", {kPhones}), "GSM", {2});
     dialog.OKPressed();
     waitForLoads();
@@ -78,12 +75,12 @@ TEST_F(ColumnImportTest, AllDuplicatesShowTheSummary) {
     android.setSkipDuplicates(true);
     for (const char* n : {"111", "333", "444"})
         android.list().prepend(recipientRecord(n, ""));
-    Import_Excel dialog(op);
+    Import_Excel dialog(op, spreadsheet);
     open(dialog, tableWorkbook("p.xlsx", {kPhones}), "AND", {1});
     dialog.OKPressed();
     waitForLoads();
     EXPECT_EQ(android.list().size(), 3);
-    EXPECT_EQ(op.alerts(), QStringList{"\n" + format_skip_exclude_str()});
+    EXPECT_EQ(op.alerts(), QStringList{"\n" + android.lastLoad().summary()});
     EXPECT_EQ(counters(), (QList<int>{3, 3, 3, 0}));
     EXPECT_EQ(dialog.endCode(), 1);
 }
@@ -91,12 +88,12 @@ TEST_F(ColumnImportTest, AllDuplicatesShowTheSummary) {
 TEST_F(ColumnImportTest, SheetChoiceReadsThatSheetsPart) {
     const QString workbook = tableWorkbook(
         "three.xlsx", {{{"A"}, {"1"}}, {{"B", "C"}, {"2", "3"}}, {{"Third", "Col"}, {"777", "888"}}});
-    Import_Excel dialog(op);
+    Import_Excel dialog(op, spreadsheet);
     dialog.prepareWindow(workbook, "AND");
     EXPECT_EQ(dialog.sheetNames(), (QStringList{"Sheet1", "Sheet2", "Sheet3"}));
     EXPECT_EQ(dialog.ListData().size(), 1); // the first sheet is chosen on opening
     dialog.Sheet_ComboBox_changed(2);
-    EXPECT_EQ(Excel_Sheet_Number, 3);
+    EXPECT_EQ(spreadsheet.Excel_Sheet_Number, 3);
     ASSERT_EQ(dialog.ListData().size(), 2);
     EXPECT_EQ(dialog.ListData().at(0).value("Extension"), "Third");
     dialog.Select_All();
@@ -115,7 +112,7 @@ TEST_F(ColumnImportTest, OperatorErrorsKeepTheWindowOpen) {
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write("just text");
     file.close();
-    Import_Excel dialog(op);
+    Import_Excel dialog(op, spreadsheet);
     dialog.prepareWindow(notAWorkbook, "AND");
     EXPECT_TRUE(dialog.sheetNames().isEmpty());
     dialog.OKPressed();
@@ -131,7 +128,7 @@ TEST_F(ColumnImportTest, OperatorErrorsKeepTheWindowOpen) {
 TEST_F(ColumnImportTest, AHeaderCellOfSpacesKeepsEveryColumnInItsPlace) {
     const QString workbook = tableWorkbook(
         "blank.xlsx", {{{"Name", " ", "Phone"}, {"Ann", "12", "07700900111"}, {"Bob", "34", "07700900222"}}});
-    Import_Excel dialog(op);
+    Import_Excel dialog(op, spreadsheet);
     open(dialog, workbook, "AND", {2});
     ASSERT_EQ(dialog.ListData().size(), 3);
     EXPECT_EQ(dialog.ListData().at(1).value("Extension"), "Untitled Column 2");
@@ -147,7 +144,7 @@ TEST_F(ColumnImportTest, AFileThatIsNoWorkbookEndsTheImportWithItsReason) {
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write("Number,Message\n5550100,Hi\n");
     file.close();
-    Import_Excel dialog(op); // no modal is scripted: the window must not run
+    Import_Excel dialog(op, spreadsheet); // no modal is scripted: the window must not run
     EXPECT_EQ(dialog.Open_excel_Wnd(notAWorkbook, "AND"), 0);
     waitForLoads();
     EXPECT_EQ(op.alerts(),
@@ -159,7 +156,7 @@ TEST_F(ColumnImportTest, ASheetThatCannotBeReadSaysWhy) {
     const QString workbook =
         sheetWorkbook("bad.xlsx", sheetXml(R"(<row><c r="A1" t="inlineStr"><is><t>Phone</t></is></c></row>)"
                                            R"(<row><c r="A2" s="9"><v>07700900111</v></c></row>)"));
-    Import_Excel dialog(op);
+    Import_Excel dialog(op, spreadsheet);
     open(dialog, workbook, "AND", {0});
     dialog.OKPressed();
     waitForLoads();
@@ -168,7 +165,7 @@ TEST_F(ColumnImportTest, ASheetThatCannotBeReadSaysWhy) {
 }
 
 TEST_F(ColumnImportTest, BlankColumnNamesAreNotListed) {
-    Import_Excel dialog(op);
+    Import_Excel dialog(op, spreadsheet);
     dialog.Create_List("  ", true);
     dialog.Create_List("Name", false);
     EXPECT_EQ(dialog.ListData().size(), 1);
@@ -194,7 +191,7 @@ TEST_F(ColumnImportTest, ExclusionAndTemplateDestinationsTakeEveryValueWithoutSu
     FakeExclusions exclusions;
     FakeTemplates templates;
     for (const char* mode : {"EX", "TEMP"}) {
-        Import_Excel dialog(op);
+        Import_Excel dialog(op, spreadsheet);
         dialog.setExclusionTarget(&exclusions);
         dialog.setTemplateTarget(&templates);
         open(dialog, workbook, mode, {0});
@@ -214,7 +211,7 @@ TEST_F(ColumnImportTest, OpenRunsTheWindowAndReturnsItsCode) {
           d.setColumnTicked(1, true);
           d.OKPressed();
       }).onModal<Import_Excel>([](Import_Excel& d) { d.CancelPressed(); });
-    Import_Excel first(op), second(op);
+    Import_Excel first(op, spreadsheet), second(op, spreadsheet);
     EXPECT_EQ(first.Open_excel_Wnd(workbook, "AND"), 1);
     waitForLoads();
     EXPECT_EQ(second.Open_excel_Wnd(workbook, "AND"), 0);
@@ -227,7 +224,6 @@ TEST_F(ColumnImportTest, OpenRunsTheWindowAndReturnsItsCode) {
 namespace {
 
 TEST_F(ColumnImportTest, TheLoadButtonHandsWorkbooksToTheImportOfItsWindow) {
-    SpreadsheetWindows::install();
     gsm.setComposerText("from gsm");
     op.chooseFile(tableWorkbook("p.XLSX", {kPhones}));
     op.onModal<Import_Excel>([](Import_Excel& d) {
@@ -237,14 +233,12 @@ TEST_F(ColumnImportTest, TheLoadButtonHandsWorkbooksToTheImportOfItsWindow) {
     });
     NumberLoader::of(gsm).Load_Number();
     waitForLoads();
-    SpreadsheetLoads::install(nullptr);
     EXPECT_EQ(gsm.numbers(), (QStringList{"555", "222"}));
     EXPECT_EQ(gsm.messages(), QStringList(2, "from gsm"));
     EXPECT_TRUE(android.list().isEmpty());
 }
 
 TEST_F(ColumnImportTest, TheMessagesButtonOpensTheWizardOnTheActiveWindow) {
-    SpreadsheetWindows::install();
     gsm_and_none = 1;
     const QString workbook = tableWorkbook("m.xlsx", {{{"Phone", "Text"}, {"123", "hello"}}});
     op.onModal<Excel_Dynamic_Msg>([&](Excel_Dynamic_Msg& w) {
@@ -258,7 +252,6 @@ TEST_F(ColumnImportTest, TheMessagesButtonOpensTheWizardOnTheActiveWindow) {
     });
     NumberLoader::of(android).Excel_Msg_Load_Btn(); // the button of either window acts on the active one
     waitForLoads();
-    SpreadsheetLoads::install(nullptr);
     EXPECT_EQ(gsm.numbers(), QStringList{"123"});
     EXPECT_EQ(gsm.messages(), QStringList{"hello"});
 }
@@ -274,7 +267,7 @@ TEST_F(ColumnImportTest, CancelDuringTheImportLeavesTheListAsItWas) {
     const QString workbook = tableWorkbook("many.xlsx", {rows});
     gsm.Create_Num_Msg_List("555", "old");
     for (bool cancel : {true, false}) {
-        Import_Excel dialog(op);
+        Import_Excel dialog(op, spreadsheet);
         dialog.prepareWindow(workbook, "GSM");
         dialog.setColumnTicked(0, true);
         dialog.OKPressed();

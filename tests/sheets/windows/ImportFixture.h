@@ -4,10 +4,14 @@
 
 #include "ScriptedOperator.h"
 #include "list/BulkSmsWindow.h"
+#include "sheets/windows/SpreadsheetWindows.h"
 
 class ImportTestWindow : public BulkSmsWindow {
 public:
-    ImportTestWindow(Kind kind, Operator& op) : BulkSmsWindow(kind, op) { windowDidLoad(); }
+    ImportTestWindow(Kind kind, Operator& op, SpreadsheetLoads* spreadsheets)
+        : BulkSmsWindow(kind, op, nullptr, spreadsheets) {
+        windowDidLoad();
+    }
     QString title() const override { return "test"; }
     int runConnectionSteps() override { return 0; }
     QStringList numbers() const;
@@ -21,11 +25,13 @@ protected:
 
     // A workbook whose sheets hold the given rows (inline strings, dimension from the widest row).
     QString tableWorkbook(const QString& name, const QList<SpreadsheetData>& sheets) const;
-    static QList<int> counters();
+    // What the last load into the Android window counted: readable, valid, skipped, excluded.
+    QList<int> counters() const;
     // Waits until the loads the windows run on their loading threads are done.
     void waitForLoads();
 
     ScriptedOperator op;
-    ImportTestWindow android{MainWindowController::Kind::Android, op};
-    ImportTestWindow gsm{MainWindowController::Kind::Gsm, op};
+    SpreadsheetWindows spreadsheets; // what the load buttons open, with a reader of their own
+    ImportTestWindow android{MainWindowController::Kind::Android, op, &spreadsheets};
+    ImportTestWindow gsm{MainWindowController::Kind::Gsm, op, &spreadsheets};
 };
