@@ -75,8 +75,8 @@ int main(int argc, char** argv) {
         if (loader.isLoading())
             loop.exec();
         std::printf("%-30s %6lld ms   peak %6.1f MiB   rows %d (read %d, valid %d, skipped %d)\n", f.kind,
-                    static_cast<long long>(timer.elapsed()), peakMiB(), window.list().size(), TOT_PROC.load(),
-                    TOT.load(), SKPD.load());
+                    static_cast<long long>(timer.elapsed()), peakMiB(), window.list().size(),
+                    window.lastLoad().TOT_PROC, window.lastLoad().TOT, window.lastLoad().SKPD);
     }
     return 0;
 }

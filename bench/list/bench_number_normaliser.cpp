@@ -41,15 +41,11 @@ QStringList writtenNumbers() {
     return numbers;
 }
 
-double loadInto(BulkSmsWindow& window, const QStringList& numbers) {
-    assign_format_skip_exclude_var();
+double loadInto(BulkSmsWindow& window, const QStringList& numbers, LoadCounters& counts) {
     QElapsedTimer timer;
     timer.start();
-    for (const QString& raw : numbers) {
-        const QString number = window.Num_Able_To_insert(raw);
-        if (!number.isEmpty())
-            window.Create_Num_Msg_List(number, QStringLiteral("Hello"));
-    }
+    for (const QString& raw : numbers)
+        window.insertIfAble(raw, QStringLiteral("Hello"), counts);
     return timer.nsecsElapsed() / 1e6;
 }
 } // namespace
@@ -86,15 +82,16 @@ int main(int argc, char** argv) {
 
     BenchOperator op;
     for (const QString& country : {QString(), QStringLiteral("GB")}) {
-        DefaultCountry::instance().set(country);
         BenchWindow window(MainWindowController::Kind::Gsm, op);
+        window.country().set(country);
         window.setSkipDuplicates(true);
         resetPeak();
-        const double ms = loadInto(window, numbers);
+        LoadCounters counts;
+        const double ms = loadInto(window, numbers, counts);
         std::printf("loading %d numbers, country %-4s: %8.1f ms (list %d, valid %d, duplicates %d, "
                     "cannot exist %d), peak %.0f MiB\n",
                     kCount, country.isEmpty() ? "none" : qPrintable(country), ms, window.list().size(),
-                    TOT.load(), SKPD.load(), impossibleNumbers.load(), peakMiB());
+                    counts.TOT, counts.SKPD, counts.impossibleNumbers, peakMiB());
     }
     return 0;
 }

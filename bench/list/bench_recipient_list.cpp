@@ -19,21 +19,17 @@
 using namespace bench;
 
 namespace {
-double load(BenchWindow& window, int count) {
+double load(BenchWindow& window, int count, LoadCounters& counts) {
     QElapsedTimer timer;
     timer.start();
-    for (int i = 0; i < count; ++i) {
-        const QString number =
-            window.Num_Able_To_insert(QStringLiteral("+44 7700 %1").arg(i, 6, 10, QLatin1Char('0')));
-        if (!number.isEmpty())
-            window.Create_Num_Msg_List(number, QStringLiteral("Hello"));
-    }
+    for (int i = 0; i < count; ++i)
+        window.insertIfAble(QStringLiteral("+44 7700 %1").arg(i, 6, 10, QLatin1Char('0')),
+                            QStringLiteral("Hello"), counts);
     return timer.nsecsElapsed() / 1e6;
 }
 
 // Numbers as a workbook's number cells give them (digits, the country's code without "+").
 void million(BenchOperator& op, qint64 rows, const QString& country) {
-    DefaultCountry::instance().set(country);
     QStringList cells;
     cells.reserve(rows);
     for (qint64 i = 0; i < rows; ++i)
@@ -41,8 +37,9 @@ void million(BenchOperator& op, qint64 rows, const QString& country) {
     resetPeak();
     const double before = peakMiB();
     auto window = std::make_unique<BenchWindow>(MainWindowController::Kind::Gsm, op);
+    window->country().set(country);
     window->setSkipDuplicates(true);
-    assign_format_skip_exclude_var();
+    LoadCounters counts;
     const QString message = QStringLiteral("Hello");
     QElapsedTimer timer;
     timer.start();
@@ -50,9 +47,7 @@ void million(BenchOperator& op, qint64 rows, const QString& country) {
     {
         BulkSmsWindow::BatchInsert batch(*window);
         for (const QString& cell : std::as_const(cells)) {
-            const QString accepted = window->Num_Able_To_insert(cell);
-            if (!accepted.isEmpty())
-                window->Create_Num_Msg_List(accepted, message);
+            window->insertIfAble(cell, message, counts);
             if (batch.pending() >= 20000) {
                 const qint64 at = timer.nsecsElapsed();
                 batch.flush();
@@ -83,11 +78,11 @@ int main(int argc, char** argv) {
     for (int count : {25000, 50000, 100000}) {
         BenchWindow window(MainWindowController::Kind::Gsm, op);
         window.setSkipDuplicates(true);
-        assign_format_skip_exclude_var();
-        const double fresh = load(window, count);
-        const double again = load(window, count);
+        LoadCounters counts;
+        const double fresh = load(window, count, counts);
+        const double again = load(window, count, counts);
         std::printf("%6d numbers: insert %7.1f ms, duplicates %7.1f ms (list %d, skipped %d)\n", count, fresh,
-                    again, window.list().size(), SKPD.load());
+                    again, window.list().size(), counts.SKPD);
     }
     million(op, rows, QString());
     million(op, rows, QStringLiteral("GB"));

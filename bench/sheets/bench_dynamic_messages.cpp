@@ -39,7 +39,8 @@ int main(int argc, char** argv) {
     for (int mode : {0, 1}) {
         BenchWindow window(MainWindowController::Kind::Gsm, op);
         window.setSkipDuplicates(true);
-        Excel_Dynamic_Msg wizard(window);
+        SpreadsheetWriter spreadsheet;
+        Excel_Dynamic_Msg wizard(window, spreadsheet);
         resetPeak();
         QElapsedTimer timer;
         timer.start();

@@ -55,13 +55,14 @@ int main(int argc, char** argv) {
 
     resetPeak();
     timer.restart();
-    SpreadsheetWriter::ReadWorkbook(book, true);
-    const QStringList sheets = SpreadsheetWriter::Read_Sheet_Name();
-    Excel_Sheet_Number = 1;
-    SpreadsheetWriter::ReadData_only_column();
+    SpreadsheetWriter spreadsheet;
+    spreadsheet.ReadWorkbook(book, true);
+    const QStringList sheets = spreadsheet.Read_Sheet_Name();
+    spreadsheet.Excel_Sheet_Number = 1;
+    spreadsheet.ReadData_only_column();
     report("read: prepare, sheets, header", timer.elapsed());
     timer.restart();
-    const SpreadsheetData read = SpreadsheetWriter::ReadWorkbook(book, false);
+    const SpreadsheetData read = spreadsheet.ReadWorkbook(book, false);
     report("read: all rows", timer.elapsed());
 
     const bool ok = read.size() == rows + 1 && read.last().size() == 3 && sheets.size() == 1;

@@ -82,13 +82,14 @@ int writeXlsxwriter(qint64 rows, const QString& path) {
 }
 
 int readOurs(const QString& path) {
-    SpreadsheetWriter::ReadWorkbook(path, true);
-    if (SpreadsheetWriter::Read_Sheet_Name().isEmpty())
+    SpreadsheetWriter spreadsheet;
+    spreadsheet.ReadWorkbook(path, true);
+    if (spreadsheet.Read_Sheet_Name().isEmpty())
         return 1;
-    Excel_Sheet_Number = 1;
-    SpreadsheetWriter::ReadData_only_column();
+    spreadsheet.Excel_Sheet_Number = 1;
+    spreadsheet.ReadData_only_column();
     qint64 rows = 0, cells = 0;
-    const bool ok = SpreadsheetWriter::ReadRows([&](QStringList& row) {
+    const bool ok = spreadsheet.ReadRows([&](QStringList& row) {
         ++rows;
         for (const QString& cell : row)
             cells += cell.isEmpty() ? 0 : 1;
@@ -118,16 +119,16 @@ int intoList(const QString& path) {
     BenchOperator op;
     BenchWindow window(MainWindowController::Kind::Gsm, op);
     window.setSkipDuplicates(true);
-    SpreadsheetWriter::ReadWorkbook(path, true);
-    Excel_Sheet_Number = 1;
-    SpreadsheetWriter::ReadData_only_column();
-    assign_format_skip_exclude_var();
+    SpreadsheetWriter spreadsheet;
+    spreadsheet.ReadWorkbook(path, true);
+    spreadsheet.Excel_Sheet_Number = 1;
+    spreadsheet.ReadData_only_column();
     const QString message = QStringLiteral("Hello");
     bool ok = false;
     ListLoad::of(window).start(
         [&](ListLoad& load) {
             bool header = true;
-            ok = SpreadsheetWriter::ReadRows([&](QStringList& row) {
+            ok = spreadsheet.ReadRows([&](QStringList& row) {
                 if (!std::exchange(header, false))
                     load.accept(row.value(0), message);
                 return true;
@@ -136,17 +137,17 @@ int intoList(const QString& path) {
         },
         nullptr);
     waitForLoad(window);
-    SpreadsheetWriter::releaseWorkbook();
+    spreadsheet.releaseWorkbook();
     std::fprintf(stderr, "%d in the list\n", window.list().size());
     return ok ? 0 : 1;
 }
 
 // Through the load button of a window, with the default country given (or none).
 int csvIntoList(const QString& path, const QString& country) {
-    DefaultCountry::instance().set(country);
     BenchOperator op;
     op.file = path;
     BenchWindow window(MainWindowController::Kind::Gsm, op);
+    window.country().set(country);
     window.setSkipDuplicates(true);
     NumberLoader::of(window).Load_Number();
     waitForLoad(window);

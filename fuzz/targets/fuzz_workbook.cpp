@@ -25,18 +25,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         SpreadsheetWriter::ReadWorksheetXML2004(written(in.bytes, QStringLiteral("book.xml")));
         return 0;
     }
-    SpreadsheetWriter::ReadODS(written(in.bytes, QStringLiteral("book.ods")));
-    SpreadsheetWriter::ReadWorkbook(written(in.bytes, QStringLiteral("book.xlsx")), true);
-    const QStringList sheets = SpreadsheetWriter::Read_Sheet_Name();
-    if (SpreadsheetWriter::shared().readFailure.isEmpty() && !sheets.isEmpty()) {
-        Excel_Sheet_Number = 1 + in.bytes.size() % sheets.size();
-        SpreadsheetWriter::ReadData_only_column();
+    SpreadsheetWriter spreadsheet;
+    spreadsheet.ReadODS(written(in.bytes, QStringLiteral("book.ods")));
+    spreadsheet.ReadWorkbook(written(in.bytes, QStringLiteral("book.xlsx")), true);
+    const QStringList sheets = spreadsheet.Read_Sheet_Name();
+    if (spreadsheet.readFailure.isEmpty() && !sheets.isEmpty()) {
+        spreadsheet.Excel_Sheet_Number = 1 + in.bytes.size() % sheets.size();
+        spreadsheet.ReadData_only_column();
         qsizetype cells = 0;
-        SpreadsheetWriter::ReadRows([&cells](QStringList& row) {
+        spreadsheet.ReadRows([&cells](QStringList& row) {
             cells += row.size();
             return cells < 1000000;
         });
     }
-    SpreadsheetWriter::releaseWorkbook();
+    spreadsheet.releaseWorkbook();
     return 0;
 }

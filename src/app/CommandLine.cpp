@@ -64,8 +64,9 @@ bool isServiceCentreNumber(const QString& number) {
 struct Session {
     ConsoleOperator op;
     AppContext context{op, DataFolder::fromEnvironment()};
-    Bulk_SMSAppDelegate android{op, context.folder()};
-    Gsm_Bulk_Sms_Wnd gsm{op, context.folder()};
+    // The default country is loaded by the windows as they open, then --country for this run.
+    Bulk_SMSAppDelegate android{op, context.folder(), &context.country()};
+    Gsm_Bulk_Sms_Wnd gsm{op, context.folder(), &context.country()};
     MainWindows windows{android, gsm};
     explicit Session(bool yes) : op(yes) {}
     const DataFolder& folder() const { return context.folder(); }
@@ -158,6 +159,7 @@ struct SendRun {
     QList<Recipient> raw;     // as given, before the list's filter
     QList<Recipient> refused; // with a default country: the number, and why it cannot exist
     int invalid = 0;
+    LoadCounters counts; // what the list's filter made of them
     ResumePlan resumed;
     BulkSmsWindow& window() const {
         return throughAndroid ? static_cast<BulkSmsWindow&>(session.android) : session.gsm;
@@ -264,7 +266,7 @@ std::optional<int> fillList(SendRun& run, const NumberNormaliser& numbers) {
             ++run.invalid;
             continue;
         }
-        const QString n = window.Num_Able_To_insert(r.number);
+        const QString n = window.Num_Able_To_insert(r.number, run.counts);
         if (n.isEmpty()) {
             const QString written = r.number.trimmed();
             const QString why = numbers.active() ? numbers.refusalOf(r.number) : QString();
@@ -466,14 +468,13 @@ std::optional<int> prepareSend(SendRun& run) {
     if (o.isSet(o.resume))
         if (const std::optional<int> end = resumeUnfinished(run))
             return end;
-    if (o.isSet(o.country) && !DefaultCountry::instance().set(o.value(o.country))) {
+    if (o.isSet(o.country) && !run.session.context.country().set(o.value(o.country))) {
         err(QStringLiteral("--country takes a region code such as GB, or none, not \"%1\"")
                 .arg(o.value(o.country)));
         return 2;
     }
-    const NumberNormaliser numbers = DefaultCountry::instance().normaliser();
+    const NumberNormaliser numbers = run.session.context.country().normaliser();
     // Only validity filters the list; duplicates and exclusions are marked by the run itself.
-    assign_format_skip_exclude_var();
     if (const std::optional<int> end = fillList(run, numbers))
         return end;
     if (o.isSet(o.resume))

@@ -24,7 +24,6 @@ DataFolder locateData() {
     DataFolder folder = DataFolder::fromEnvironment();
     folder.adoptForProcess();
     folder.Check_Path_And_Create_Files();
-    DefaultCountry::instance().load(folder); // numbers are compared as the windows compare them
     return folder;
 }
 
@@ -84,7 +83,9 @@ int runImport(const QStringList& arguments) {
         printErr(errorInFileAccessing(unread));
         return kExitDataNotWritten;
     }
-    const ExclusionImport taken = takeExclusionNumbers(lines, listed);
+    DefaultCountry country; // numbers are compared as the windows compare them
+    country.load(folder);
+    const ExclusionImport taken = takeExclusionNumbers(lines, listed, country.normaliser());
     for (const ExclusionImport::Rejected& line : taken.rejected)
         printErr(QStringLiteral("line %1: %2: %3").arg(line.line).arg(line.text, line.why));
     if (taken.added.isEmpty() && taken.alreadyListed == 0) {

@@ -85,19 +85,20 @@ bool fromWorkbook(const QString& path, const QString& message, const WorkbookInp
                   QString& reason) {
     const QString ext = QFileInfo(path).suffix().toLower();
     WorkbookRows rows(message, in, out);
+    SpreadsheetWriter spreadsheet; // this read's alone
     bool read = true;
     if (ext == QLatin1String("ods") || ext == QLatin1String("xml")) {
         const SpreadsheetData table = ext == QLatin1String("ods")
-                                          ? SpreadsheetWriter::ReadODS(path)
+                                          ? spreadsheet.ReadODS(path)
                                           : SpreadsheetWriter::ReadWorksheetXML2004(path);
         for (const QStringList& row : table)
             if (!rows.take(row, reason))
                 return false;
     } else {
-        SpreadsheetWriter::ReadWorkbook(path, true);
-        const QStringList sheets = SpreadsheetWriter::Read_Sheet_Name();
-        if (!SpreadsheetWriter::shared().readFailure.isEmpty()) {
-            reason = QStringLiteral("%1: %2").arg(path, SpreadsheetWriter::shared().readFailure);
+        spreadsheet.ReadWorkbook(path, true);
+        const QStringList sheets = spreadsheet.Read_Sheet_Name();
+        if (!spreadsheet.readFailure.isEmpty()) {
+            reason = QStringLiteral("%1: %2").arg(path, spreadsheet.readFailure);
             return false;
         }
         if (in.sheet < 1 || in.sheet > sheets.size()) {
@@ -105,17 +106,17 @@ bool fromWorkbook(const QString& path, const QString& message, const WorkbookInp
                 QStringLiteral("The workbook has no sheet %1 (it has %2).").arg(in.sheet).arg(sheets.size());
             return false;
         }
-        Excel_Sheet_Number = in.sheet;
-        SpreadsheetWriter::ReadData_only_column();
+        spreadsheet.Excel_Sheet_Number = in.sheet;
+        spreadsheet.ReadData_only_column();
         // One pass: each row becomes recipients as it is read and is then gone.
-        read = SpreadsheetWriter::ReadRows([&](QStringList& row) { return rows.take(row, reason); });
-        SpreadsheetWriter::releaseWorkbook();
+        read = spreadsheet.ReadRows([&](QStringList& row) { return rows.take(row, reason); });
+        spreadsheet.releaseWorkbook();
         if (!reason.isEmpty())
             return false;
     }
     if (read && rows.rows() > 0)
         return true;
-    const QString why = spreadsheet ? spreadsheet->readFailure : QString();
+    const QString why = spreadsheet.readFailure;
     reason = why.isEmpty() ? QStringLiteral("Nothing could be read from %1.").arg(path)
                            : QStringLiteral("%1: %2").arg(path, why);
     return false;

@@ -8,6 +8,7 @@
 #include "sending/Bulk_SMSAppDelegate.h"
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 #include "sending/ResumeRun.h"
+#include "sheets/windows/SpreadsheetWindows.h"
 #include "ui/AndroidBulkSmsView.h"
 #include "ui/GsmBulkSmsView.h"
 #include "ui/QtOperator.h"
@@ -30,8 +31,8 @@ int runDesktop(int argc, char* argv[]) {
     ViewRegistry::registerStandardViews();
 
     AppContext context(op, DataFolder::fromEnvironment());
-    Bulk_SMSAppDelegate androidWindow(op, context.folder());
-    Gsm_Bulk_Sms_Wnd gsmWindow(op, context.folder());
+    Bulk_SMSAppDelegate androidWindow(op, context.folder(), &context.country(), &context.spreadsheets());
+    Gsm_Bulk_Sms_Wnd gsmWindow(op, context.folder(), &context.country(), &context.spreadsheets());
     AndroidBulkSmsView androidView(androidWindow, context.stores());
     GsmBulkSmsView gsmView(gsmWindow, context.stores());
     MainWindows windows(androidWindow, gsmWindow);

@@ -2,7 +2,6 @@
 
 #include "DefaultCountry.h"
 #include "ListLoad.h"
-#include "LoadCounters.h"
 #include "Update_Num_SMS.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
@@ -31,18 +30,6 @@ QStringList readLines(const QString& path, QString& why) {
     return TextLines::split(QString::fromUtf8(file.readAll()));
 }
 
-// The last number Num_Able_To_insert accepted, so that inserting it right after does not
-// read it a second time (every loader asks, then inserts, on one thread).
-struct AcceptedNumber {
-    const BulkSmsWindow* window = nullptr;
-    QString region;
-    QString written;
-    QString e164;
-    bool claimed = false; // already in the open batch's index
-};
-// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): each thread's own
-thread_local AcceptedNumber lastAccepted;
-
 // Digits with at most a leading "+", no longer than a number may be: what normalising and
 // the character checks would give back unchanged and let through.
 bool isPlainNumber(const QString& s) {
@@ -57,9 +44,12 @@ bool isPlainNumber(const QString& s) {
 }
 } // namespace
 
-BulkSmsWindow::BulkSmsWindow(Kind kind, Operator& op, DataFolder folder, QObject* parent)
-    : MainWindowController(kind, op, parent), m_folder(std::move(folder)), m_list({kNumberKey, kMessageKey}),
-      m_exclusionSet({kNumberKey}) {
+BulkSmsWindow::BulkSmsWindow(Kind kind, Operator& op, DataFolder folder, DefaultCountry* country,
+                             SpreadsheetLoads* spreadsheets, QObject* parent)
+    : MainWindowController(kind, op, parent), m_folder(std::move(folder)),
+      m_ownCountry(country ? nullptr : std::make_unique<DefaultCountry>()),
+      m_country(country ? *country : *m_ownCountry), m_spreadsheetLoads(spreadsheets),
+      m_list({kNumberKey, kMessageKey}), m_exclusionSet({kNumberKey}) {
     connect(&m_list, &RecordTable::inserted, this, &BulkSmsWindow::Update_List_Count);
     connect(&m_list, &RecordTable::wasReset, this, &BulkSmsWindow::Update_List_Count);
     // Selected rows follow their records when rows are inserted above them; a reset drops them.
@@ -76,13 +66,13 @@ BulkSmsWindow::BulkSmsWindow(Kind kind, Operator& op, DataFolder folder, QObject
         m_selectedRows.clear();
         m_selectionShift = 0;
     });
-    connect(&DefaultCountry::instance(), &DefaultCountry::changed, this, &BulkSmsWindow::rekeyNumbers);
+    connect(&m_country, &DefaultCountry::changed, this, &BulkSmsWindow::rekeyNumbers);
 }
 
 BulkSmsWindow::~BulkSmsWindow() { delete findChild<ListLoad*>(QString(), Qt::FindDirectChildrenOnly); }
 
 void BulkSmsWindow::windowDidLoad() {
-    DefaultCountry::instance().load(m_folder);
+    m_country.load(m_folder);
     m_messageTypeIndex = 1;
     m_fillButtonTitle = QStringLiteral("Apply this\r\nmessage to\r\nlist items");
     m_delayedDeliveryEnabled = true;
@@ -113,30 +103,32 @@ bool BulkSmsWindow::Check_Ph_Number(const QString& number, bool test_flag) const
     return ::Check_Ph_Number(number, test_flag);
 }
 
-QString BulkSmsWindow::Num_Able_To_insert(const QString& raw) { return filterNumber(raw, false); }
-
-void BulkSmsWindow::insertIfAble(const QString& raw, const QString& message) {
-    const QString number = filterNumber(raw, true);
-    if (!number.isEmpty())
-        Create_Num_Msg_List(number, message);
+QString BulkSmsWindow::Num_Able_To_insert(const QString& raw, LoadCounters& counts) {
+    const std::optional<Accepted> number = filterNumber(raw, false, counts);
+    return number ? number->written : QString();
 }
 
-QString BulkSmsWindow::filterNumber(const QString& raw, bool claim) {
+void BulkSmsWindow::insertIfAble(const QString& raw, const QString& message, LoadCounters& counts) {
+    if (const std::optional<Accepted> number = filterNumber(raw, true, counts))
+        insertAccepted(*number, message);
+}
+
+std::optional<BulkSmsWindow::Accepted> BulkSmsWindow::filterNumber(const QString& raw, bool claim,
+                                                                   LoadCounters& counts) {
     // Most cells and lines are a number as it is kept: nothing to normalise or check.
     const bool plain = isPlainNumber(raw);
     const QString s = plain ? raw : normaliseNumberText(raw);
     if (s.isEmpty())
-        return QString();
-    ++TOT_PROC;
+        return std::nullopt;
+    ++counts.TOT_PROC;
     if (!plain && (::Check_Ph_Number(s, false) || hasMisplacedPlus(s)))
-        return QString();
-    const NumberNormaliser& numbers = DefaultCountry::instance().currentNormaliser();
-    const NormalisedNumber n = numbers.normalise(s);
+        return std::nullopt;
+    const NormalisedNumber n = m_country.normaliser().normalise(s);
     if (!n.valid()) {
-        ++impossibleNumbers;
-        return QString();
+        ++counts.impossibleNumbers;
+        return std::nullopt;
     }
-    ++TOT;
+    ++counts.TOT;
     const QString& key = n.e164.isEmpty() ? n.written : n.e164;
     // Inserting right after, into an open batch: the number is entered in the batch's index
     // by the same lookup that finds it is new.
@@ -144,52 +136,41 @@ QString BulkSmsWindow::filterNumber(const QString& raw, bool claim) {
     if (m_skipDuplicates &&
         (claiming ? (!m_replacing && m_list.containsNumber(key)) || !m_pendingNumbers.claim(key)
                   : holdsNumber(key))) {
-        ++SKPD;
-        return QString();
+        ++counts.SKPD;
+        return std::nullopt;
     }
     if (m_exclusion && m_exclusionSet.containsNumber(key)) {
         if (claiming)
             m_pendingNumbers.remove(key);
-        ++EXLD;
-        return QString();
+        ++counts.EXLD;
+        return std::nullopt;
     }
-    lastAccepted = {this, numbers.region(), n.written, n.e164, claiming};
-    return n.written;
+    return Accepted{n.written, n.e164, claiming};
 }
 
 QString BulkSmsWindow::validTypedNumber(const QString& raw) const {
     const QString s = ::validTypedNumber(raw);
     if (s.isEmpty())
         return QString();
-    const NormalisedNumber n = DefaultCountry::instance().normaliser().normalise(s);
+    const NormalisedNumber n = m_country.normaliser().normalise(s);
     return n.valid() ? n.written : QString();
 }
 
-Record BulkSmsWindow::recipientFor(const QString& number, const QString& message) const {
-    return recipientFor(number, message, nullptr);
+QString BulkSmsWindow::e164Of(const QString& number) const {
+    const NumberNormaliser numbers = m_country.normaliser();
+    return numbers.active() ? numbers.normalise(number).e164 : QString();
 }
 
-Record BulkSmsWindow::recipientFor(const QString& number, const QString& message, QString* key) const {
+Record BulkSmsWindow::recipientFor(const QString& number, const QString& message) const {
     Record record = recipientRecord(number, message);
-    const NumberNormaliser& numbers = DefaultCountry::instance().currentNormaliser();
-    QString e164;
-    if (!numbers.active()) {
-        // as written
-    } else if (lastAccepted.window == this && lastAccepted.written == number &&
-               lastAccepted.region == numbers.region()) {
-        e164 = lastAccepted.e164;
-    } else {
-        e164 = numbers.normalise(number).e164;
-    }
+    const QString e164 = e164Of(number);
     if (!e164.isEmpty())
         record.insert(kE164Key, e164);
-    if (key)
-        *key = e164.isEmpty() ? number : e164;
     return record;
 }
 
 bool BulkSmsWindow::Check_Duplicate_Number(const QString& number) const {
-    return holdsNumber(DefaultCountry::instance().normaliser().comparisonKey(number));
+    return holdsNumber(m_country.normaliser().comparisonKey(number));
 }
 
 bool BulkSmsWindow::holdsNumber(const QString& key) const {
@@ -198,11 +179,11 @@ bool BulkSmsWindow::holdsNumber(const QString& key) const {
 }
 
 bool BulkSmsWindow::Check_Exclusion_Number(const QString& number) const {
-    return m_exclusionSet.containsNumber(DefaultCountry::instance().normaliser().comparisonKey(number));
+    return m_exclusionSet.containsNumber(m_country.normaliser().comparisonKey(number));
 }
 
 void BulkSmsWindow::rekeyNumbers() {
-    const NumberNormaliser numbers = DefaultCountry::instance().normaliser();
+    const NumberNormaliser numbers = m_country.normaliser();
     const auto rekeyed = [&numbers](const NumberList& table) {
         RecordList records = table.records();
         for (Record& r : records) {
@@ -224,19 +205,21 @@ void BulkSmsWindow::rekeyNumbers() {
 
 void BulkSmsWindow::Create_Num_Msg_List(const QString& number, const QString& message) {
     const QString trimmed = Trim_Str(number);
-    if (trimmed.isEmpty())
-        return;
+    if (!trimmed.isEmpty())
+        insertAccepted({trimmed, e164Of(trimmed), false}, message);
+}
+
+void BulkSmsWindow::insertAccepted(const Accepted& number, const QString& message) {
+    Record record = recipientRecord(number.written, message);
+    if (!number.e164.isEmpty())
+        record.insert(kE164Key, number.e164);
     if (m_batchDepth > 0) {
-        const bool claimed =
-            lastAccepted.claimed && lastAccepted.window == this && lastAccepted.written == trimmed;
-        lastAccepted.claimed = false;
-        QString key;
-        m_pending.append(recipientFor(trimmed, message, &key));
-        if (!claimed)
-            m_pendingNumbers.add(key);
+        m_pending.append(record);
+        if (!number.claimed)
+            m_pendingNumbers.add(number.e164.isEmpty() ? number.written : number.e164);
         return; // the composer is looked at when the batch goes in, on the main thread
     }
-    m_list.prepend(recipientFor(trimmed, message));
+    m_list.prepend(record);
     rememberComposerText();
 }
 
@@ -287,9 +270,9 @@ void BulkSmsWindow::Create_Exclusion_List(const QString& number) {
     if (trimmed.isEmpty())
         return;
     Record record{{kNumberKey, trimmed}};
-    const NormalisedNumber n = DefaultCountry::instance().normaliser().normalise(trimmed);
-    if (!n.e164.isEmpty())
-        record.insert(kE164Key, n.e164);
+    const QString e164 = e164Of(trimmed);
+    if (!e164.isEmpty())
+        record.insert(kE164Key, e164);
     m_exclusionSet.append(record);
 }
 
@@ -439,10 +422,15 @@ void BulkSmsWindow::doubleClickInTable(int row) {
 
 // ---- options ----
 
-QString BulkSmsWindow::defaultCountry() const { return DefaultCountry::instance().region(); }
+QString BulkSmsWindow::defaultCountry() const { return m_country.region(); }
+
+void BulkSmsWindow::setLastLoad(const LoadCounters& counts) {
+    m_lastLoad = counts;
+    emit changed();
+}
 
 QString BulkSmsWindow::refusedNumbersNote() const {
-    const int refused = impossibleNumbers.load();
+    const int refused = m_lastLoad.impossibleNumbers;
     const QString country = defaultCountry();
     if (refused == 0 || country.isEmpty())
         return QString();
@@ -456,7 +444,7 @@ void BulkSmsWindow::setDefaultCountry(const QString& region) {
     if ((code.isEmpty() && !region.trimmed().isEmpty()) || code == defaultCountry())
         return;
     QString why;
-    if (!DefaultCountry::instance().choose(code, m_folder, &why))
+    if (!m_country.choose(code, m_folder, &why))
         op().Show_MessageBox(errorInFileAccessing(why));
     emit changed();
 }

@@ -1,6 +1,7 @@
 #pragma once
 // The part both main windows share: the recipient list with its number field, filters and
 // counters, and the composer with its options. GSM and Android windows derive from it.
+#include "LoadCounters.h"
 #include "NumberList.h"
 #include "core/DataFolder.h"
 #include "core/MainWindowController.h"
@@ -9,15 +10,23 @@
 #include <QList>
 #include <QStringList>
 
+#include <memory>
+#include <optional>
+
+class DefaultCountry;
 class MainWindows;
+class SpreadsheetLoads;
 
 class BulkSmsWindow : public MainWindowController {
     Q_OBJECT
 public:
     enum class Focus { NumberField, Composer, DelayedCount, DelayedTime };
 
-    // folder: the data folder the window's lists and settings are kept in.
-    BulkSmsWindow(Kind kind, Operator& op, DataFolder folder, QObject* parent = nullptr);
+    // folder: the data folder the window's lists and settings are kept in; country is the
+    // application's, shared by both windows (none: a window alone, as in a test, keeps one of
+    // its own); spreadsheets reaches the spreadsheet windows (none: a workbook load only logs).
+    BulkSmsWindow(Kind kind, Operator& op, DataFolder folder, DefaultCountry* country = nullptr,
+                  SpreadsheetLoads* spreadsheets = nullptr, QObject* parent = nullptr);
     // Ends a load still running into the list before the list goes.
     ~BulkSmsWindow() override;
 
@@ -27,6 +36,8 @@ public:
     NumberList& list() { return m_list; }
     const NumberList& list() const { return m_list; }
     const NumberList& exclusionSet() const { return m_exclusionSet; }
+    DefaultCountry& country() { return m_country; }
+    SpreadsheetLoads* spreadsheetLoads() const { return m_spreadsheetLoads; }
 
     // --- Number field and list operations ---
     QString numberField() const { return m_numberField; }
@@ -35,10 +46,11 @@ public:
 
     bool Check_Ph_Number(const QString& number, bool test_flag) const;
     // With a default country a number must also be able to exist there; the number returned
-    // is its written form ("+" given back to a spreadsheet number), compared in E.164.
-    QString Num_Able_To_insert(const QString& raw);
+    // is its written form ("+" given back to a spreadsheet number), compared in E.164. The
+    // verdict is counted in counts, the load's.
+    QString Num_Able_To_insert(const QString& raw, LoadCounters& counts);
     // A load's candidate: Num_Able_To_insert, then Create_Num_Msg_List when it is taken.
-    void insertIfAble(const QString& raw, const QString& message);
+    void insertIfAble(const QString& raw, const QString& message, LoadCounters& counts);
     // A typed number as the list would keep it, or "" when it is no valid phone number.
     QString validTypedNumber(const QString& raw) const;
     // A recipient record for an accepted number: with a default country it carries the
@@ -132,6 +144,9 @@ public:
     void setDefaultCountry(const QString& region);
     // Beside the list after a load that left out numbers that cannot exist: how many; "" otherwise.
     QString refusedNumbersNote() const;
+    // What the last load into the list counted; every load hands its counters here when done.
+    const LoadCounters& lastLoad() const { return m_lastLoad; }
+    void setLastLoad(const LoadCounters& counts);
 
     // --- Options (check boxes) ---
     bool unicode() const { return m_unicode; }
@@ -179,12 +194,20 @@ protected:
     void requestFocus(Focus target) { emit focusRequested(target); }
 
 private:
+    // A number the insert filter took: as written, in E.164 (with a default country) and
+    // whether it was already entered in the open batch's index.
+    struct Accepted {
+        QString written;
+        QString e164;
+        bool claimed = false;
+    };
     void flushPendingRecipients();
     // Num_Able_To_insert; with claim, a number taken into an open batch is entered in its
     // index at once (the caller inserts it right after).
-    QString filterNumber(const QString& raw, bool claim);
-    // The record, and in key the number it is compared by.
-    Record recipientFor(const QString& number, const QString& message, QString* key) const;
+    std::optional<Accepted> filterNumber(const QString& raw, bool claim, LoadCounters& counts);
+    void insertAccepted(const Accepted& number, const QString& message);
+    // E.164 form of a number with the default country; "" without one or when it has none.
+    QString e164Of(const QString& number) const;
     // Remembers the composer text once numbers went in (the question before sending).
     void rememberComposerText();
     void rejectTypedNumber(const QString& message);
@@ -193,8 +216,12 @@ private:
     void applyComposerCut();
 
     const DataFolder m_folder;
+    std::unique_ptr<DefaultCountry> m_ownCountry; // a window alone only
+    DefaultCountry& m_country;
+    SpreadsheetLoads* m_spreadsheetLoads = nullptr;
     NumberList m_list;
     NumberList m_exclusionSet;
+    LoadCounters m_lastLoad;
     // Selected rows are kept less the rows inserted at the top since, so inserting at the
     // top costs the same however many rows are selected.
     mutable QList<int> m_selectedRows;

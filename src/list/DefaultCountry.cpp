@@ -13,11 +13,6 @@ namespace {
 constexpr qint64 kMaxFileSize = 64;
 } // namespace
 
-DefaultCountry& DefaultCountry::instance() {
-    static DefaultCountry* country = new DefaultCountry; // lives as long as the process
-    return *country;
-}
-
 QString DefaultCountry::filePath(const DataFolder& folder) {
     return folder.Bulk_SMS_Data_Folder_Path() + QStringLiteral("/Default_Country.OSTREL");
 }
@@ -32,22 +27,6 @@ NumberNormaliser DefaultCountry::normaliser() const {
     return m_normaliser;
 }
 
-const NumberNormaliser& DefaultCountry::currentNormaliser() const {
-    struct Cached {
-        const DefaultCountry* country = nullptr;
-        quint64 generation = 0;
-        NumberNormaliser normaliser;
-    };
-    thread_local Cached cached;
-    const quint64 generation = m_generation.load(std::memory_order_acquire);
-    if (cached.country != this || cached.generation != generation) {
-        cached.normaliser = normaliser();
-        cached.country = this;
-        cached.generation = generation;
-    }
-    return cached.normaliser;
-}
-
 bool DefaultCountry::set(const QString& region) {
     const QString text = region.trimmed();
     const bool none = text.isEmpty() || text.compare(QLatin1String("none"), Qt::CaseInsensitive) == 0;
@@ -59,7 +38,6 @@ bool DefaultCountry::set(const QString& region) {
         if (m_normaliser.region() == next.region())
             return true;
         m_normaliser = next;
-        m_generation.fetch_add(1, std::memory_order_release);
     }
     emit changed();
     return true;

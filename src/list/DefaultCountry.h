@@ -1,13 +1,13 @@
 #pragma once
 // The country whose numbers people write without its code ("07911 123456" in GB): chosen once
 // in the windows and kept in the data folder ("Default_Country.OSTREL", one region code), or
-// given for one run on the command line. None means numbers are compared as written.
+// given for one run on the command line. None means numbers are compared as written. One
+// object of the application, made at its start and handed to every window that compares numbers.
 #include "text/NumberNormaliser.h"
 
 #include <QList>
 #include <QObject>
 
-#include <atomic>
 #include <mutex>
 #include <utility>
 
@@ -16,14 +16,11 @@ class DataFolder;
 class DefaultCountry : public QObject {
     Q_OBJECT
 public:
-    static DefaultCountry& instance();
+    explicit DefaultCountry(QObject* parent = nullptr) : QObject(parent) {}
 
     // Safe from any thread: loaders read it while the windows may change it.
     QString region() const;
     NumberNormaliser normaliser() const;
-    // The same, kept per thread until the country changes: what the insert filter asks for
-    // every number of a load, without a lock or a copy.
-    const NumberNormaliser& currentNormaliser() const;
 
     // For this process only; "" (or "none") is none. False, and nothing changes, for a code
     // that is no region.
@@ -43,9 +40,6 @@ signals:
     void changed();
 
 private:
-    DefaultCountry() = default;
-
     mutable std::mutex m_mutex;
     NumberNormaliser m_normaliser;
-    std::atomic<quint64> m_generation{0}; // counts the changes of m_normaliser
 };

@@ -29,6 +29,7 @@ bool ListLoad::start(Work work, Done done, bool replaceList) {
     m_rows = 0;
     m_fraction = 0;
     m_replace = replaceList;
+    m_counters = {};
     m_window.holdInserts(replaceList);
     m_running = true;
     emit runningChanged(true);
@@ -47,7 +48,9 @@ bool ListLoad::start(Work work, Done done, bool replaceList) {
     return true;
 }
 
-void ListLoad::accept(const QString& raw, const QString& message) { m_window.insertIfAble(raw, message); }
+void ListLoad::accept(const QString& raw, const QString& message) {
+    m_window.insertIfAble(raw, message, m_counters);
+}
 
 void ListLoad::setProgress(qint64 rowsRead, double fraction) {
     m_rows = rowsRead;
@@ -66,9 +69,10 @@ void ListLoad::finish(bool succeeded, const Done& done) {
     m_thread.join();
     const bool commit = succeeded && !m_cancel;
     m_window.releaseInserts(commit);
+    m_window.setLastLoad(m_counters);
     m_running = false;
     emit progressChanged();
     emit runningChanged(false);
     if (done)
-        done(commit);
+        done(commit, m_counters);
 }

@@ -9,6 +9,7 @@
 #include <QObject>
 #include <QString>
 
+#include "LoadCounters.h"
 #include "core/WorkerThread.h"
 
 #include <atomic>
@@ -26,8 +27,8 @@ public:
     // dropped, as by Cancel). It reports progress and checks cancelled() as it goes.
     using Work = std::function<bool(ListLoad& load)>;
     // Runs on the main thread once the load has ended: committed is false after Cancel or
-    // a failure.
-    using Done = std::function<void(bool committed)>;
+    // a failure; counts is what the load counted (the window keeps it as its last load).
+    using Done = std::function<void(bool committed, const LoadCounters& counts)>;
 
     // Starts the work; false (doing nothing) while another load runs. replaceList empties
     // the list when the accepted records go in.
@@ -36,6 +37,8 @@ public:
     // ---- called by the work, on the loading thread ----
     // The insert filter, then the wait beside the list.
     void accept(const QString& raw, const QString& message);
+    // The load's counters, filled by accept; the work adds what its source alone knows.
+    LoadCounters& counters() { return m_counters; }
     void setProgress(qint64 rowsRead, double fraction);
     bool cancelled() const { return m_cancel; }
 
@@ -62,4 +65,5 @@ private:
     std::atomic<qint64> m_rows{0};
     std::atomic<double> m_fraction{0};
     bool m_replace = false;
+    LoadCounters m_counters; // the loading thread's while it runs
 };

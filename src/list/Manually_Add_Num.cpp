@@ -54,7 +54,6 @@ void Manually_Add_Num::OKPressed() {
         m_window.op().Show_MessageBox(NumberLoader::corruptedFileMessage());
         return;
     }
-    assign_format_skip_exclude_var();
     const QString message = m_window.composerText().left(kMaxMessageLength);
     const bool replace = std::exchange(m_window.replaceListOnNextLoad, false);
     BulkSmsWindow* window = &m_window;
@@ -64,7 +63,7 @@ void Manually_Add_Num::OKPressed() {
         [text, message](ListLoad& load) {
             int ignored = 0;
             const QStringList candidates = NumberCandidates::fromPaste(text, &ignored);
-            ignoredCells += ignored;
+            load.counters().ignoredCells += ignored;
             qint64 done = 0;
             for (const QString& candidate : candidates) {
                 load.accept(candidate, message);
@@ -77,9 +76,9 @@ void Manually_Add_Num::OKPressed() {
             load.setProgress(done, 1);
             return true;
         },
-        [window](bool committed) {
+        [window](bool committed, const LoadCounters& counts) {
             if (committed && (window->list().isEmpty() || window->list().size() == window->prev_list_item))
-                window->op().Show_MessageBox(format_skip_exclude_str());
+                window->op().Show_MessageBox(counts.summary());
         },
         replace);
     clearText();

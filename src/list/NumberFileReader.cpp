@@ -1,6 +1,5 @@
 #include "NumberFileReader.h"
 
-#include "LoadCounters.h"
 #include "NumberCandidates.h"
 #include "text/CodePageDecoder.h"
 #include "text/RtfConverter.h"
@@ -179,7 +178,6 @@ bool NumberFileReader::next(QStringList& candidates, QList<qint64>* lines) {
 
 void NumberFileReader::countCut(qint64 line) {
     ++m_cutLines;
-    ++TOT_PROC; // a readable record, and no number
     if (m_cutLineNumbers.size() < kMaxNamedCutLines)
         m_cutLineNumbers.append(line);
 }

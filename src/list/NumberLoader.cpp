@@ -2,7 +2,6 @@
 
 #include "BulkSmsWindow.h"
 #include "ListLoad.h"
-#include "LoadCounters.h"
 #include "Load_Num_Info.h"
 #include "Manually_Add_Num.h"
 #include "NumberCandidates.h"
@@ -73,7 +72,7 @@ void NumberLoader::Load_Number() {
         return;
     if (QFileInfo(path).suffix().toLower() == QLatin1String("xlsx")) {
         m_window.prev_list_item = m_window.list().size();
-        SpreadsheetLoads* loads = SpreadsheetLoads::installed();
+        SpreadsheetLoads* loads = m_window.spreadsheetLoads();
         if (loads == nullptr) {
             Show_NSLog_Message(QStringLiteral("No column import available for %1").arg(path));
             return;
@@ -92,7 +91,6 @@ void NumberLoader::Load_Number() {
 void NumberLoader::Load_Num_Func(const QString& path) {
     const bool replace = std::exchange(m_window.replaceListOnNextLoad, false);
     m_window.prev_list_item = replace ? 0 : m_window.list().size();
-    assign_format_skip_exclude_var();
     const QString message = m_window.composerText().left(kMaxMessageLength);
     // What the loading thread found out, read on the main thread once it is done.
     auto failure = std::make_shared<QString>();
@@ -110,7 +108,8 @@ void NumberLoader::Load_Num_Func(const QString& path) {
                 load.setProgress(read, reader.fraction());
                 batch.clear();
             }
-            ignoredCells += reader.ignoredCells();
+            load.counters().TOT_PROC += reader.cutLines(); // readable records, and no numbers
+            load.counters().ignoredCells += reader.ignoredCells();
             if (load.cancelled() || (opened && !reader.failed() && reader.hadText()))
                 return true;
             if (failure->isEmpty())
@@ -118,18 +117,18 @@ void NumberLoader::Load_Num_Func(const QString& path) {
             Show_NSLog_Message(QStringLiteral("Loading numbers from %1 failed").arg(path));
             return false;
         },
-        [this, failure](bool committed) {
+        [this, failure](bool committed, const LoadCounters& counts) {
             if (!failure->isEmpty())
                 m_window.op().Show_MessageBox(*failure);
             else if (committed)
-                reportIfNothingAdded();
+                reportIfNothingAdded(counts);
         },
         replace);
 }
 
-void NumberLoader::reportIfNothingAdded() {
+void NumberLoader::reportIfNothingAdded(const LoadCounters& counts) {
     if (m_window.list().isEmpty() || m_window.list().size() == m_window.prev_list_item)
-        m_window.op().Show_MessageBox(format_skip_exclude_str());
+        m_window.op().Show_MessageBox(counts.summary());
 }
 
 void NumberLoader::Manually_Add_Btn() {
@@ -144,7 +143,7 @@ void NumberLoader::Manually_Add_Btn() {
 void NumberLoader::Excel_Msg_Load_Btn() {
     if (isLoading() || !beginBulkLoad())
         return;
-    SpreadsheetLoads* loads = SpreadsheetLoads::installed();
+    SpreadsheetLoads* loads = m_window.spreadsheetLoads();
     if (loads == nullptr) {
         Show_NSLog_Message(QStringLiteral("No spreadsheet message window available"));
         return;
@@ -153,12 +152,3 @@ void NumberLoader::Excel_Msg_Load_Btn() {
     m_window.replaceListOnNextLoad = false;
     m_window.Update_List_Count();
 }
-
-// ---- the hand-over to the spreadsheet windows ----
-
-namespace {
-std::atomic<SpreadsheetLoads*> g_spreadsheetLoads{nullptr};
-}
-
-void SpreadsheetLoads::install(SpreadsheetLoads* loads) { g_spreadsheetLoads = loads; }
-SpreadsheetLoads* SpreadsheetLoads::installed() { return g_spreadsheetLoads; }

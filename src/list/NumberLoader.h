@@ -7,6 +7,7 @@
 #include <QStringList>
 
 class BulkSmsWindow;
+struct LoadCounters;
 
 class NumberLoader : public QObject {
     Q_OBJECT
@@ -42,7 +43,7 @@ private:
     // The number field check and the keep-or-replace question; false stops the load.
     bool beginBulkLoad();
     // After a load: the summary when nothing was added.
-    void reportIfNothingAdded();
+    void reportIfNothingAdded(const LoadCounters& counts);
 
     BulkSmsWindow& m_window;
 };

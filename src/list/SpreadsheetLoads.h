@@ -1,7 +1,8 @@
 #pragma once
 // The list's way into the spreadsheet windows (column import and messages from a
-// spreadsheet), which live in a layer above it. The application installs the
-// implementation at start-up; without one, a spreadsheet load does nothing but log.
+// spreadsheet), which live in a layer above it. The application's start makes the
+// implementation and hands it to the main windows; without one, a spreadsheet load does
+// nothing but log.
 #include <QString>
 
 class BulkSmsWindow;
@@ -16,7 +17,4 @@ public:
     // Runs the messages-from-spreadsheet wizard on the front one of the asking window's main
     // windows. Returns its end code.
     virtual int openDynamicMessages(BulkSmsWindow& asking) = 0;
-
-    static void install(SpreadsheetLoads* loads);
-    static SpreadsheetLoads* installed();
 };

@@ -7,8 +7,9 @@
 #include "core/Operator.h"
 #include <utility>
 
-Bulk_SMSAppDelegate::Bulk_SMSAppDelegate(Operator& op, DataFolder folder, QObject* parent)
-    : BulkSmsWindow(Kind::Android, op, std::move(folder), parent),
+Bulk_SMSAppDelegate::Bulk_SMSAppDelegate(Operator& op, DataFolder folder, DefaultCountry* country,
+                                         SpreadsheetLoads* spreadsheets, QObject* parent)
+    : BulkSmsWindow(Kind::Android, op, std::move(folder), country, spreadsheets, parent),
       m_devices(op, dataFolder(), selection(), m_phone), m_progress(op),
       m_countdown(PauseCountdown::Variant::AndroidWindow,
                   [this](const QString& text) {

@@ -19,7 +19,9 @@ class SendingLock;
 class Bulk_SMSAppDelegate : public BulkSmsWindow {
     Q_OBJECT
 public:
-    Bulk_SMSAppDelegate(Operator& op, DataFolder folder, QObject* parent = nullptr);
+    // The default country and the spreadsheet windows are the application's (BulkSmsWindow).
+    Bulk_SMSAppDelegate(Operator& op, DataFolder folder, DefaultCountry* country = nullptr,
+                        SpreadsheetLoads* spreadsheets = nullptr, QObject* parent = nullptr);
     ~Bulk_SMSAppDelegate() override;
 
     QString title() const override;

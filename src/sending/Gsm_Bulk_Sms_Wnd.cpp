@@ -8,9 +8,10 @@
 #include "gsm/windows/GSM_DEV_Conn_Step_Wnd.h"
 #include <utility>
 
-Gsm_Bulk_Sms_Wnd::Gsm_Bulk_Sms_Wnd(Operator& op, DataFolder folder, QObject* parent)
-    : BulkSmsWindow(Kind::Gsm, op, std::move(folder), parent), m_devices(op, selection()),
-      m_deviceDetails(op, selection()) {
+Gsm_Bulk_Sms_Wnd::Gsm_Bulk_Sms_Wnd(Operator& op, DataFolder folder, DefaultCountry* country,
+                                   SpreadsheetLoads* spreadsheets, QObject* parent)
+    : BulkSmsWindow(Kind::Gsm, op, std::move(folder), country, spreadsheets, parent),
+      m_devices(op, selection()), m_deviceDetails(op, selection()) {
     // Text mode sets a port's default service centre back after a custom one: from its record.
     const auto defaultSmsc = [this](const QString& path) { return deviceDetail(path, kDefaultSmscKey); };
     for (MFCSMS* session : mfc_sms_obj_arr)

@@ -17,7 +17,9 @@ class SMS_Sending;
 class Gsm_Bulk_Sms_Wnd : public BulkSmsWindow {
     Q_OBJECT
 public:
-    Gsm_Bulk_Sms_Wnd(Operator& op, DataFolder folder, QObject* parent = nullptr);
+    // The default country and the spreadsheet windows are the application's (BulkSmsWindow).
+    Gsm_Bulk_Sms_Wnd(Operator& op, DataFolder folder, DefaultCountry* country = nullptr,
+                     SpreadsheetLoads* spreadsheets = nullptr, QObject* parent = nullptr);
     ~Gsm_Bulk_Sms_Wnd() override;
 
     QString title() const override;

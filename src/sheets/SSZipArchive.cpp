@@ -15,7 +15,6 @@
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
-#include <mutex>
 #include <optional>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -24,9 +23,6 @@ namespace {
 
 constexpr int kUnzipChunk = 4096;
 constexpr int kZipChunk = 16384;
-
-std::mutex g_limitsMutex;
-SSZipLimits g_limits;
 
 void report(SSZipError* error, int code, const QString& description) {
     Show_NSLog_Message(QStringLiteral("%1 (%2)").arg(description).arg(code));
@@ -194,22 +190,12 @@ struct SSZipArchive::TracedIo {
     }
 };
 
-SSZipLimits SSZipArchive::limits() {
-    std::lock_guard lock(g_limitsMutex);
-    return g_limits;
-}
-
-void SSZipArchive::setLimits(const SSZipLimits& limits) {
-    std::lock_guard lock(g_limitsMutex);
-    g_limits = limits;
-}
-
 bool SSZipArchive::unzipFileAtPath(const QString& path, const QString& toDestination) {
     return unzipFileAtPath(path, toDestination, true, QString(), nullptr);
 }
 
 bool SSZipArchive::unzipFileAtPath(const QString& path, const QString& toDestination, bool overwrite,
-                                   const QString& password, SSZipError* error) {
+                                   const QString& password, SSZipError* error, const SSZipLimits& limits) {
     unzFile zip = unzOpen(QFile::encodeName(path).constData());
     if (!zip) {
         report(error, OpenFailed, QStringLiteral("failed to open zip file"));
@@ -224,7 +210,7 @@ bool SSZipArchive::unzipFileAtPath(const QString& path, const QString& toDestina
     }
 
     SSZipTally tally;
-    ZipInflateBudget budget(limits(), tally, QFileInfo(path).size());
+    ZipInflateBudget budget(limits, tally, QFileInfo(path).size());
     const QByteArray passwordBytes = password.toLatin1();
     bool success = true;
     do {
@@ -314,7 +300,7 @@ bool SSZipArchive::entryNamesAtPath(const QString& path, QStringList& names, SSZ
 }
 
 bool SSZipArchive::unzipEntryAtPath(const QString& path, const QString& entryName, const QString& toFile,
-                                    SSZipTally& tally, SSZipError* error) {
+                                    SSZipTally& tally, SSZipError* error, const SSZipLimits& limits) {
     unzFile zip = unzOpen(QFile::encodeName(path).constData());
     if (!zip) {
         report(error, OpenFailed, QStringLiteral("failed to open zip file"));
@@ -345,7 +331,7 @@ bool SSZipArchive::unzipEntryAtPath(const QString& path, const QString& entryNam
         return false;
     }
     QDir().mkpath(QFileInfo(toFile).path());
-    ZipInflateBudget budget(limits(), tally, QFileInfo(path).size());
+    ZipInflateBudget budget(limits, tally, QFileInfo(path).size());
     budget.startEntry(qint64(info.compressed_size));
     const CopyOutcome outcome = copyEntryTo(zip, toFile, budget);
     // A damaged entry also shows as a checksum failure when it is closed.

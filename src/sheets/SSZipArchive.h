@@ -69,9 +69,10 @@ public:
         WriteFailed = -8,
     };
 
-    // Unpacks every entry in archive order. password may be empty. error may be null.
+    // Unpacks every entry in archive order, held to limits. password may be empty. error may
+    // be null.
     static bool unzipFileAtPath(const QString& path, const QString& toDestination, bool overwrite,
-                                const QString& password, SSZipError* error);
+                                const QString& password, SSZipError* error, const SSZipLimits& limits = {});
     // The same with overwrite on, no password and no error report.
     static bool unzipFileAtPath(const QString& path, const QString& toDestination);
 
@@ -79,11 +80,11 @@ public:
     // when the archive cannot be opened or listed.
     static bool entryNamesAtPath(const QString& path, QStringList& names, SSZipError* error);
 
-    // Inflates the one entry named entryName into the file toFile, with the caps above
+    // Inflates the one entry named entryName into the file toFile, with the caps of limits
     // applied to it and to tally (everything inflated from this archive so far). A refused,
     // encrypted, damaged or over-budget entry leaves no file and gives false with the error.
     static bool unzipEntryAtPath(const QString& path, const QString& entryName, const QString& toFile,
-                                 SSZipTally& tally, SSZipError* error);
+                                 SSZipTally& tally, SSZipError* error, const SSZipLimits& limits = {});
 
     // Creates (replaces) the archive at path from the given files and folders, each placed
     // at the root of the archive under its last path component.
@@ -99,10 +100,6 @@ public:
     static bool createZipFileFromTemplate(const QString& path, const QString& templatePath,
                                           const QHash<QString, SSZipEntryContent>& generated,
                                           SSZipError* error = nullptr);
-
-    // Current caps of unpacking; process-wide, change them only while nothing unpacks.
-    static SSZipLimits limits();
-    static void setLimits(const SSZipLimits& limits);
 
     // The archive-writer object underneath createZipFileAtPath.
     explicit SSZipArchive(const QString& path); // initWithPath:

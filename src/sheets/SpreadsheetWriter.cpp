@@ -22,9 +22,6 @@
 #include <functional>
 #include <memory>
 
-void (*SpreadsheetWriter::writeFailureBeep)() = nullptr;
-std::atomic<bool> SpreadsheetWriter::s_streaming{false};
-
 namespace {
 
 QString templatePackage() {
@@ -39,16 +36,16 @@ bool writePartFile(const QString& location, const std::function<bool(const XmlPa
     return made && file.commit();
 }
 
-void reportUnwritablePart(const QString& location) {
-    if (SpreadsheetWriter::writeFailureBeep)
-        SpreadsheetWriter::writeFailureBeep();
+void logUnwritablePart(const QString& location) {
     Show_NSLog_Message(QStringLiteral("Error when writing file %1").arg(location));
 }
 
 } // namespace
 
 SpreadsheetWriter::SpreadsheetWriter() : m_workDir(QDir::tempPath() + QStringLiteral("/ziptmp-XXXXXX")) {
-    // A private folder per process (created 0700), never a fixed shared name in /tmp.
+    xmlInitParser();
+    // A private folder per reader (created 0700), never a fixed shared name in /tmp; it goes
+    // with the reader, so the operator's contacts unpacked there do not outlive it.
     if (m_workDir.isValid())
         tmpDir = m_workDir.path();
     else
@@ -56,16 +53,10 @@ SpreadsheetWriter::SpreadsheetWriter() : m_workDir(QDir::tempPath() + QStringLit
                                .arg(m_workDir.errorString()));
 }
 
-SpreadsheetWriter& SpreadsheetWriter::shared() {
-    // Kept for the life of the process; destroyed at exit so the working folder, which holds
-    // the operator's contacts, does not outlive it.
-    static std::unique_ptr<SpreadsheetWriter> owner;
-    if (!spreadsheet) {
-        xmlInitParser();
-        owner.reset(new SpreadsheetWriter);
-        spreadsheet = owner.get();
-    }
-    return *spreadsheet;
+void SpreadsheetWriter::reportUnwritablePart(const QString& location) const {
+    if (writeFailureBeep)
+        writeFailureBeep();
+    logUnwritablePart(location);
 }
 
 bool SpreadsheetWriter::clearWorkingFolder() const {
@@ -99,69 +90,62 @@ std::unique_ptr<ZipEntryStream> SpreadsheetWriter::openSheet(int sheetNumber, bo
 // ---- reading ----
 
 SpreadsheetData SpreadsheetWriter::ReadWorkbook(const QString& location, bool only_col) {
-    if (!only_col) {
-        SpreadsheetWriter& self = shared();
-        return self.ReadData(Excel_Sheet_Number);
-    }
-    if (s_streaming) { // a load is reading the prepared workbook on its thread
+    if (!only_col)
+        return ReadData(Excel_Sheet_Number);
+    if (m_streaming) { // a load is reading the prepared workbook on its thread
         Show_NSLog_Message(
             QStringLiteral("Error: a workbook is being read; %1 is not opened now").arg(location));
         return {};
     }
     Excel_Sheet_Columns = 1;
-    SpreadsheetWriter& self = shared();
-    self.sharedStrings.clear();
-    self.Styles.clear();
-    self.Styles_Fmt_Code.clear();
-    self.date1904 = false;
-    self.data.clear();
-    self.m_prepared = false;
-    self.readFailure.clear();
+    sharedStrings.clear();
+    Styles.clear();
+    Styles_Fmt_Code.clear();
+    date1904 = false;
+    data.clear();
+    m_prepared = false;
+    readFailure.clear();
     // Parts an earlier workbook left behind must never be read as this one's.
-    if (!self.clearWorkingFolder()) {
-        self.readFailure = QStringLiteral("The working folder for workbooks cannot be used.");
-        return self.data;
+    if (!clearWorkingFolder()) {
+        readFailure = QStringLiteral("The working folder for workbooks cannot be used.");
+        return data;
     }
-    if (!self.m_package.open(location, self.tmpDir, self.readFailure)) {
-        Show_NSLog_Message(QStringLiteral("Error: %1 (%2)").arg(self.readFailure, location));
-        return self.data;
+    if (!m_package.open(location, tmpDir, readFailure, zipLimits)) {
+        Show_NSLog_Message(QStringLiteral("Error: %1 (%2)").arg(readFailure, location));
+        return data;
     }
     // The shared strings are read once, here, as they inflate; every later read uses them.
-    if (std::unique_ptr<ZipEntryStream> strings = self.m_package.openSharedStrings()) {
-        self.sharedStrings = readSharedStrings(*strings);
+    if (std::unique_ptr<ZipEntryStream> strings = m_package.openSharedStrings()) {
+        sharedStrings = readSharedStrings(*strings);
         if (strings->failed()) {
-            self.sharedStrings.clear();
-            self.readFailure =
-                XlsxPackage::failureMessage(strings->error(), QStringLiteral("shared strings"));
-            Show_NSLog_Message(QStringLiteral("Error: %1 (%2)").arg(self.readFailure, location));
-            return self.data;
+            sharedStrings.clear();
+            readFailure = XlsxPackage::failureMessage(strings->error(), QStringLiteral("shared strings"));
+            Show_NSLog_Message(QStringLiteral("Error: %1 (%2)").arg(readFailure, location));
+            return data;
         }
     }
-    self.m_prepared = true;
-    if (!self.m_package.stylesFile().isEmpty())
-        readStyles(self.m_package.stylesFile(), self.Styles, self.Styles_Fmt_Code);
-    self.date1904 = readsDates1904(self.m_package.workbookFile());
-    return self.data;
+    m_prepared = true;
+    if (!m_package.stylesFile().isEmpty())
+        readStyles(m_package.stylesFile(), Styles, Styles_Fmt_Code);
+    date1904 = readsDates1904(m_package.workbookFile());
+    return data;
 }
 
-QStringList SpreadsheetWriter::Read_Sheet_Name() {
-    SpreadsheetWriter& self = shared();
-    return self.m_prepared ? self.m_package.sheetNames() : QStringList();
+QStringList SpreadsheetWriter::Read_Sheet_Name() const {
+    return m_prepared ? m_package.sheetNames() : QStringList();
 }
 
 SpreadsheetData SpreadsheetWriter::ReadData_only_column() {
-    SpreadsheetWriter& self = shared();
-    self.data.clear();
-    std::unique_ptr<ZipEntryStream> sheet = self.openSheet(Excel_Sheet_Number);
+    data.clear();
+    std::unique_ptr<ZipEntryStream> sheet = openSheet(Excel_Sheet_Number);
     if (!sheet)
-        return self.data;
-    const XlsxSheetReader reader(self.tables());
-    self.data =
-        reader.readHeader(*sheet, self.m_package.sheetPartName(Excel_Sheet_Number), Excel_Sheet_Columns);
+        return data;
+    const XlsxSheetReader reader(tables());
+    data = reader.readHeader(*sheet, m_package.sheetPartName(Excel_Sheet_Number), Excel_Sheet_Columns);
     if (sheet->failed())
-        self.readFailure =
-            XlsxPackage::failureMessage(sheet->error(), self.m_package.sheetPartName(Excel_Sheet_Number));
-    return self.data;
+        readFailure =
+            XlsxPackage::failureMessage(sheet->error(), m_package.sheetPartName(Excel_Sheet_Number));
+    return data;
 }
 
 SpreadsheetData SpreadsheetWriter::ReadData(int sheetNumber) {
@@ -180,57 +164,55 @@ SpreadsheetData SpreadsheetWriter::ReadData(int sheetNumber) {
 }
 
 bool SpreadsheetWriter::ReadRows(const RowSink& sink) {
-    SpreadsheetWriter& self = shared();
-    s_streaming = true;
-    const auto done = qScopeGuard([] { s_streaming = false; });
+    m_streaming = true;
+    const auto done = qScopeGuard([this] { m_streaming = false; });
     const int number = Excel_Sheet_Number;
-    const QString part = self.m_package.sheetPartName(number);
+    const QString part = m_package.sheetPartName(number);
     QStringList merged;
     {
         // Merged blocks are listed after the rows; a scan of the bytes alone finds them first.
-        std::unique_ptr<ZipEntryStream> scan = self.openSheet(number, true);
+        std::unique_ptr<ZipEntryStream> scan = openSheet(number, true);
         if (!scan)
             return false;
         merged = XlsxSheetReader::scanMergedRanges(*scan);
         if (scan->failed()) { // a bomb or a damaged entry fails before any row is handed over
-            self.readFailure = XlsxPackage::failureMessage(scan->error(), part);
+            readFailure = XlsxPackage::failureMessage(scan->error(), part);
             return false;
         }
     }
-    std::unique_ptr<ZipEntryStream> sheet = self.openSheet(number);
+    std::unique_ptr<ZipEntryStream> sheet = openSheet(number);
     if (!sheet)
         return false;
-    // The read keeps its own (shared, copy-on-write) tables: an export on the main thread
-    // may rebuild the object's meanwhile.
-    const QStringList strings = self.sharedStrings;
-    const QStringList styles = self.Styles;
-    const QList<QPair<QString, QString>> formatCodes = self.Styles_Fmt_Code;
-    const XlsxSheetReader reader({strings, styles, formatCodes, self.date1904});
+    // The read keeps its own (shared, copy-on-write) tables: the main thread may drop the
+    // object's meanwhile.
+    const QStringList strings = sharedStrings;
+    const QStringList styles = Styles;
+    const QList<QPair<QString, QString>> formatCodes = Styles_Fmt_Code;
+    const XlsxSheetReader reader({strings, styles, formatCodes, date1904});
     QString failure;
-    self.m_reading = sheet.get();
+    m_reading = sheet.get();
     const bool ok = reader.readRows(*sheet, part, Excel_Sheet_Columns, merged, sink, &failure);
-    self.m_reading = nullptr;
+    m_reading = nullptr;
     if (!ok)
-        self.readFailure = sheet->failed() ? XlsxPackage::failureMessage(sheet->error(), part)
-                                           : QStringLiteral("The sheet could not be read: %1.").arg(failure);
+        readFailure = sheet->failed() ? XlsxPackage::failureMessage(sheet->error(), part)
+                                      : QStringLiteral("The sheet could not be read: %1.").arg(failure);
     return ok;
 }
 
-double SpreadsheetWriter::readFraction() {
-    const ZipEntryStream* sheet = shared().m_reading;
+double SpreadsheetWriter::readFraction() const {
+    const ZipEntryStream* sheet = m_reading;
     if (!sheet || sheet->declaredSize() <= 0)
         return 0;
     return std::clamp(double(sheet->inflatedBytes()) / double(sheet->declaredSize()), 0.0, 1.0);
 }
 
 void SpreadsheetWriter::releaseWorkbook() {
-    SpreadsheetWriter& self = shared();
-    self.sharedStrings = QStringList();
-    self.Styles = QStringList();
-    self.Styles_Fmt_Code.clear();
-    self.data = SpreadsheetData();
-    self.m_prepared = false;
-    self.clearWorkingFolder();
+    sharedStrings = QStringList();
+    Styles = QStringList();
+    Styles_Fmt_Code.clear();
+    data = SpreadsheetData();
+    m_prepared = false;
+    clearWorkingFolder();
 }
 
 QString SpreadsheetWriter::Get_Date_Time_Format_String(int numFmtId) const {
@@ -239,14 +221,14 @@ QString SpreadsheetWriter::Get_Date_Time_Format_String(int numFmtId) const {
 }
 
 SpreadsheetData SpreadsheetWriter::ReadODS(const QString& location) {
-    SpreadsheetWriter& self = shared();
-    self.m_prepared = false;
-    if (!self.clearWorkingFolder())
+    m_prepared = false;
+    if (!clearWorkingFolder())
         return {};
     // Only the content part is read, so only it is inflated.
-    const QString content = self.tmpDir + QStringLiteral("/content.xml");
+    const QString content = tmpDir + QStringLiteral("/content.xml");
     SSZipTally tally;
-    if (!SSZipArchive::unzipEntryAtPath(location, QStringLiteral("content.xml"), content, tally, nullptr))
+    if (!SSZipArchive::unzipEntryAtPath(location, QStringLiteral("content.xml"), content, tally, nullptr,
+                                        zipLimits))
         return {};
     return OdsReader::readContent(content);
 }
@@ -288,21 +270,6 @@ bool SpreadsheetWriter::WriteSharedStringsXML(const QString& location) {
 bool SpreadsheetWriter::WriteWorkbook(const QString& location, const SpreadsheetData& withData,
                                       bool hasTitleRow, QString* error) {
     Q_UNUSED(hasTitleRow)
-    if (s_streaming) { // a load is reading a workbook on its thread through the same object
-        Show_NSLog_Message(
-            QStringLiteral("Error: a workbook is being read; %1 is not written now").arg(location));
-        if (error)
-            *error = location + QStringLiteral(": a workbook is being read");
-        return false;
-    }
-    SpreadsheetWriter& self = shared();
-    // The parts are made from the caller's table as they are packed; nothing of it, nor of
-    // a workbook read before, is kept once the export is written.
-    self.data = SpreadsheetData();
-    self.sharedStrings = QStringList();
-    self.m_prepared = false;
-    self.clearWorkingFolder();
-
     // The archive is the template's with its worksheet and shared strings replaced. Both go
     // straight into the archive, and the template's other parts are copied over as stored:
     // nothing is unpacked to the working folder and read back.
@@ -334,8 +301,8 @@ bool SpreadsheetWriter::WriteWorkbook(const QString& location, const Spreadsheet
         },
         error);
     if (!stringsOk)
-        reportUnwritablePart(location + QStringLiteral(" (") + stringsEntry + QLatin1Char(')'));
+        logUnwritablePart(location + QStringLiteral(" (") + stringsEntry + QLatin1Char(')'));
     if (!sheetOk)
-        reportUnwritablePart(location + QStringLiteral(" (") + sheetEntry + QLatin1Char(')'));
+        logUnwritablePart(location + QStringLiteral(" (") + sheetEntry + QLatin1Char(')'));
     return written;
 }

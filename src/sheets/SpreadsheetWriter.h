@@ -9,10 +9,11 @@
 // false). ReadODS and ReadWorksheetXML2004 return rows directly. WriteWorkbook exports a
 // table as a one-sheet workbook built from the shipped "Template.xlsx".
 //
-// The class-level operations work on the process-wide object `spreadsheet`, created on
-// first use. Its working folder is private to the user and to this process. Nothing here
-// throws: failures are logged and the result is empty (or false).
-#include "SheetState.h"
+// The reader is an object with the state of the workbook being read: the owner of the
+// spreadsheet windows keeps one and hands it to them; the command line makes its own. Its
+// working folder is private to the user and to this process. Writing needs no reader.
+// Nothing here throws: failures are logged and the result is empty (or false).
+#include "SSZipArchive.h"
 #include "SpreadsheetData.h"
 #include "XlsxPackage.h"
 #include "XlsxSheetReader.h"
@@ -24,40 +25,42 @@
 #include <QTemporaryDir>
 
 #include <atomic>
+#include <functional>
 
 class SpreadsheetWriter {
 public:
-    // The process-wide object (creates `spreadsheet` when it does not exist yet).
-    static SpreadsheetWriter& shared();
+    SpreadsheetWriter();
+    SpreadsheetWriter(const SpreadsheetWriter&) = delete;
+    SpreadsheetWriter& operator=(const SpreadsheetWriter&) = delete;
 
     // ---- reading ----
-    static SpreadsheetData ReadWorkbook(const QString& location, bool only_col);
-    static QStringList Read_Sheet_Name();
-    static SpreadsheetData ReadData_only_column();
-    static SpreadsheetData ReadODS(const QString& location);
+    SpreadsheetData ReadWorkbook(const QString& location, bool only_col);
+    QStringList Read_Sheet_Name() const;
+    SpreadsheetData ReadData_only_column();
+    SpreadsheetData ReadODS(const QString& location);
 
     // The full read in one streaming pass: each row of sheet Excel_Sheet_Number goes to sink
     // as it is read (at least Excel_Sheet_Columns strings; return false to stop) and is gone
     // once sink returns, so memory never grows with the sheet. False, with readFailure set,
     // when the sheet cannot be read or breaks off midway.
     using RowSink = XlsxSheetReader::RowSink;
-    static bool ReadRows(const RowSink& sink);
-    // True while ReadRows streams a sheet, which a load does on its own thread: the shared
-    // object is then neither prepared again nor written through (both refuse and log).
-    static bool isStreaming() { return s_streaming; }
+    bool ReadRows(const RowSink& sink);
+    // True while ReadRows streams a sheet, which a load does on its own thread: the reader
+    // is then not prepared again (that refuses and logs).
+    bool isStreaming() const { return m_streaming; }
     // How far the running ReadRows has come through its sheet, 0 to 1; call it from sink.
-    static double readFraction();
+    double readFraction() const;
     // Drops what a prepared workbook keeps (shared strings, formats, rows read) once the
     // windows are done with it; the next read needs a new preparation.
-    static void releaseWorkbook();
+    void releaseWorkbook();
     static SpreadsheetData ReadWorksheetXML2004(const QString& location);
 
     // ---- writing ----
     // Every caller passes hasTitleRow false; it does not change the output. The worksheet
-    // and shared strings are made while the archive is packed; neither they nor the table
-    // are kept afterwards (data and sharedStrings are left empty). The workbook replaces any
-    // file at location only once it is whole and on the disk; error (may be null) gets
-    // "<location>: <reason>" when it could not be written.
+    // and shared strings are made while the archive is packed, straight from the table, and
+    // nothing of them is kept. The workbook replaces any file at location only once it is
+    // whole and on the disk; error (may be null) gets "<location>: <reason>" when it could
+    // not be written.
     static bool WriteWorkbook(const QString& location, const SpreadsheetData& withData, bool hasTitleRow,
                               QString* error = nullptr);
     static QString ColumnIndexToName(int column);
@@ -84,12 +87,18 @@ public:
     // Rows of the last full read (before any window's row limit).
     qsizetype rowsRead() const { return data.size(); }
 
-    // Called when a generated part cannot be written (the UI makes it beep).
-    static void (*writeFailureBeep)();
+    // 1-based number of the sheet the next header or full read takes.
+    qint32 Excel_Sheet_Number = 1;
+    // Column count of the current sheet: every row of a full read has this many entries.
+    qint32 Excel_Sheet_Columns = 1;
+    // Caps on what a workbook may inflate (tests lower them to build bombs cheaply).
+    SSZipLimits zipLimits;
+    // Called when a generated part cannot be written (a window may make it beep).
+    std::function<void()> writeFailureBeep;
 
 private:
-    SpreadsheetWriter();
     bool clearWorkingFolder() const;
+    void reportUnwritablePart(const QString& location) const;
     // The sheet's part, ready to read as it inflates; null with readFailure set when it
     // cannot be had.
     std::unique_ptr<ZipEntryStream> openSheet(int sheetNumber, bool forScan = false);
@@ -100,5 +109,5 @@ private:
     XlsxPackage m_package;
     bool m_prepared = false;
     const ZipEntryStream* m_reading = nullptr; // the sheet ReadRows is streaming
-    static std::atomic<bool> s_streaming;
+    std::atomic<bool> m_streaming{false};
 };

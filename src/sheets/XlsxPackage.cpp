@@ -68,7 +68,7 @@ QString XlsxPackage::inflate(const QString& partName, QString& failure) {
     // Private numbered files: an entry's name never decides where anything is written.
     QString local = m_workDir + QStringLiteral("/part%1.xml").arg(m_inflated.size() + 1);
     SSZipError error;
-    if (!SSZipArchive::unzipEntryAtPath(m_archive, entry, local, m_tally, &error)) {
+    if (!SSZipArchive::unzipEntryAtPath(m_archive, entry, local, m_tally, &error, m_limits)) {
         failure = failureMessage(error, entry);
         return {};
     }
@@ -100,8 +100,10 @@ QHash<QString, QString> XlsxPackage::relationshipTargets(const QString& sourcePa
     return targets;
 }
 
-bool XlsxPackage::open(const QString& archive, const QString& workDir, QString& failure) {
+bool XlsxPackage::open(const QString& archive, const QString& workDir, QString& failure,
+                       const SSZipLimits& limits) {
     m_archive = archive;
+    m_limits = limits;
     m_workDir = workDir;
     m_tally = {};
     m_entries.clear();
@@ -184,7 +186,7 @@ QString XlsxPackage::sheetPartName(int sheetNumber) const {
 std::unique_ptr<ZipEntryStream> XlsxPackage::openSharedStrings() {
     if (m_sharedStringsPart.isEmpty())
         return nullptr;
-    return std::make_unique<ZipEntryStream>(m_archive, m_sharedStringsPart, m_tally);
+    return std::make_unique<ZipEntryStream>(m_archive, m_sharedStringsPart, m_tally, m_limits);
 }
 
 std::unique_ptr<ZipEntryStream> XlsxPackage::openSheet(int sheetNumber, QString& failure, bool forScan) {
@@ -195,8 +197,8 @@ std::unique_ptr<ZipEntryStream> XlsxPackage::openSheet(int sheetNumber, QString&
         return nullptr;
     }
     m_scanTally = m_tally;
-    auto stream =
-        std::make_unique<ZipEntryStream>(m_archive, entryFor(part), forScan ? m_scanTally : m_tally);
+    auto stream = std::make_unique<ZipEntryStream>(m_archive, entryFor(part), forScan ? m_scanTally : m_tally,
+                                                   m_limits);
     if (!stream->isOpen()) {
         failure = notAWorkbookMessage();
         return nullptr;

@@ -22,9 +22,10 @@ public:
     static QString failureMessage(const SSZipError& error, const QString& entry);
 
     // Lists the archive and inflates the workbook part, its relationships, the shared strings
-    // and the styles into workDir (which must be empty). False with a reason to show when the
-    // file is no readable workbook.
-    bool open(const QString& archive, const QString& workDir, QString& failure);
+    // and the styles into workDir (which must be empty); every part of it is held to limits.
+    // False with a reason to show when the file is no readable workbook.
+    bool open(const QString& archive, const QString& workDir, QString& failure,
+              const SSZipLimits& limits = {});
 
     QString workbookFile() const { return m_workbookFile; }
     // The shared strings, read as they inflate; null when the package has none.
@@ -54,6 +55,7 @@ private:
     QString m_workDir;
     QHash<QString, QString> m_entries;  // lower-case part name -> entry name in the archive
     QHash<QString, QString> m_inflated; // entry name -> local file
+    SSZipLimits m_limits;
     SSZipTally m_tally;
     SSZipTally m_scanTally;
     QString m_workbookPart;

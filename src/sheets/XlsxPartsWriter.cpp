@@ -75,15 +75,10 @@ XlsxTextCells::XlsxTextCells(const SpreadsheetData& data) {
     }
 }
 
-bool writeWorksheetPart(const XmlPartWriter::Sink& sink, const SpreadsheetData& data,
-                        const XlsxTextCells& cells) {
-    const qsizetype columns = data.isEmpty() ? 0 : data.first().size();
-    ColumnLetters letters;
-    Digits digits;
-    const std::string lastCell =
-        columnLettersFromNumber(int(columns)).toStdString() + std::string(digits.of(data.size()));
+namespace {
 
-    XmlPartWriter w(sink);
+// The worksheet element and what comes before the rows: its size, view and row format.
+void startWorksheet(XmlPartWriter& w, const std::string& lastCell) {
     w.start("worksheet");
     w.attribute("xmlns", kMainNs);
     w.attribute("xmlns:r", kRelationshipsNs);
@@ -111,7 +106,13 @@ bool writeWorksheetPart(const XmlPartWriter::Sink& sink, const SpreadsheetData& 
     w.attribute("defaultRowHeight", "15");
     w.attribute("x14ac:dyDescent", "0");
     w.end();
+}
 
+// Every row; a text cell holds the index of its shared string, a number cell the number.
+void writeSheetData(XmlPartWriter& w, const SpreadsheetData& data, const XlsxTextCells& cells,
+                    qsizetype columns) {
+    ColumnLetters letters;
+    Digits digits;
     const std::string spans = "1:" + std::string(digits.of(columns));
     std::string cellsOfRow;
     qsizetype cell = 0, sharedIndex = 0;
@@ -141,7 +142,11 @@ bool writeWorksheetPart(const XmlPartWriter::Sink& sink, const SpreadsheetData& 
         w.end();
     }
     w.end();
+}
 
+// What follows the rows: page margins and the page layout extension (left open: finishing
+// the part closes it and the worksheet).
+void writeSheetEnd(XmlPartWriter& w) {
     w.start("pageMargins");
     w.attribute("left", "0.75");
     w.attribute("right", "0.75");
@@ -159,6 +164,20 @@ bool writeWorksheetPart(const XmlPartWriter::Sink& sink, const SpreadsheetData& 
     w.attribute("Mode", "0");
     w.attribute("OnePage", "0");
     w.attribute("WScale", "0");
+}
+
+} // namespace
+
+bool writeWorksheetPart(const XmlPartWriter::Sink& sink, const SpreadsheetData& data,
+                        const XlsxTextCells& cells) {
+    const qsizetype columns = data.isEmpty() ? 0 : data.first().size();
+    Digits digits;
+    const std::string lastCell =
+        columnLettersFromNumber(int(columns)).toStdString() + std::string(digits.of(data.size()));
+    XmlPartWriter w(sink);
+    startWorksheet(w, lastCell);
+    writeSheetData(w, data, cells, columns);
+    writeSheetEnd(w);
     return w.finish();
 }
 

@@ -11,7 +11,8 @@ namespace {
 unzFile handle(void* zip) { return static_cast<unzFile>(zip); }
 } // namespace
 
-ZipEntryStream::ZipEntryStream(const QString& archive, const QString& entryName, SSZipTally& tally)
+ZipEntryStream::ZipEntryStream(const QString& archive, const QString& entryName, SSZipTally& tally,
+                               const SSZipLimits& limits)
     : m_entryName(entryName) {
     unzFile zip = unzOpen(QFile::encodeName(archive).constData());
     if (!zip) {
@@ -47,7 +48,7 @@ ZipEntryStream::ZipEntryStream(const QString& archive, const QString& entryName,
         return;
     }
     m_declaredSize = qint64(info.uncompressed_size);
-    m_budget.emplace(SSZipArchive::limits(), tally, QFileInfo(archive).size());
+    m_budget.emplace(limits, tally, QFileInfo(archive).size());
     m_budget->startEntry(qint64(info.compressed_size));
 }
 

@@ -12,8 +12,10 @@
 
 class ZipEntryStream {
 public:
-    // Opens entryName ("\\" in archive names read as "/"); check isOpen() and error().
-    ZipEntryStream(const QString& archive, const QString& entryName, SSZipTally& tally);
+    // Opens entryName ("\\" in archive names read as "/"), held to limits; check isOpen()
+    // and error().
+    ZipEntryStream(const QString& archive, const QString& entryName, SSZipTally& tally,
+                   const SSZipLimits& limits = {});
     ~ZipEntryStream();
     ZipEntryStream(const ZipEntryStream&) = delete;
     ZipEntryStream& operator=(const ZipEntryStream&) = delete;

@@ -4,7 +4,7 @@
 #include "Exclusion_Wizard.h"
 #include "core/DataFolder.h"
 #include "core/TextUtils.h"
-#include "list/DefaultCountry.h"
+#include "text/NumberNormaliser.h"
 
 #include <QSet>
 
@@ -21,8 +21,8 @@ QString shown(const QString& line) {
 
 } // namespace
 
-ExclusionImport takeExclusionNumbers(const QList<ImportLine>& lines, const QStringList& listed) {
-    const NumberNormaliser normaliser = DefaultCountry::instance().normaliser();
+ExclusionImport takeExclusionNumbers(const QList<ImportLine>& lines, const QStringList& listed,
+                                     const NumberNormaliser& normaliser) {
     const auto keyOf = [&](const QString& number) {
         return normaliser.active() ? normaliser.comparisonKey(number) : number;
     };

@@ -11,6 +11,7 @@
 #include <QStringList>
 
 class DataFolder;
+class NumberNormaliser;
 
 struct ExclusionImport {
     struct Rejected {
@@ -24,8 +25,9 @@ struct ExclusionImport {
 };
 
 // The numbers of the import lines that the list does not hold yet. Numbers are compared as
-// the window compares them (by their international form when a default country is chosen).
-ExclusionImport takeExclusionNumbers(const QList<ImportLine>& lines, const QStringList& listed);
+// the window compares them: by their international form when normaliser has a country.
+ExclusionImport takeExclusionNumbers(const QList<ImportLine>& lines, const QStringList& listed,
+                                     const NumberNormaliser& normaliser);
 
 // What can be wrong with a list name for an import ("" when nothing).
 QString exclusionListNameProblem(const QString& name);

@@ -39,17 +39,17 @@ RecordList recordsOf(const QStringList& values, const QString& key) {
 }
 } // namespace
 
-Exclusion_Wizard::Exclusion_Wizard(Operator& op, DataFolder folder, QObject* parent)
-    : DialogController(parent), m_op(op), m_folder(std::move(folder)),
+Exclusion_Wizard::Exclusion_Wizard(Operator& op, DataFolder folder, DefaultCountry& country, QObject* parent)
+    : DialogController(parent), m_op(op), m_folder(std::move(folder)), m_country(country),
       m_available(kAvailableListKey, {kAvailableListKey}), m_applied(kAppliedListKey, {kAppliedListKey}),
       m_numbers(kExclusionNumberKey, {kExclusionNumberKey}) {
     // One subscriber is one number of a list, however written, as it is when the list is applied.
     useDefaultCountry();
-    connect(&DefaultCountry::instance(), &DefaultCountry::changed, this, [this] { useDefaultCountry(); });
+    connect(&m_country, &DefaultCountry::changed, this, [this] { useDefaultCountry(); });
 }
 
 void Exclusion_Wizard::useDefaultCountry() {
-    const NumberNormaliser normaliser = DefaultCountry::instance().normaliser();
+    const NumberNormaliser normaliser = m_country.normaliser();
     if (!normaliser.active()) {
         m_numbers.setComparedForm({});
         return;

@@ -15,6 +15,7 @@
 
 #include <atomic>
 
+class DefaultCountry;
 class Operator;
 
 // The keys of the wizard's three tables: the names of the lists not applied and applied,
@@ -28,9 +29,9 @@ class Exclusion_Wizard : public DialogController, public ExclusionImportTarget, 
 public:
     enum class Screen { Start, NameEntry, Numbers };
 
-    Exclusion_Wizard(Operator& op, DataFolder folder, QObject* parent = nullptr);
+    // Numbers are compared in the forms of the application's default country.
+    Exclusion_Wizard(Operator& op, DataFolder folder, DefaultCountry& country, QObject* parent = nullptr);
     ~Exclusion_Wizard() override;
-
     void Open_Exclusion_Wnd();
     void startLoading();
     void waitForLoading();
@@ -126,6 +127,7 @@ private:
 
     Operator& m_op;
     const DataFolder m_folder;
+    DefaultCountry& m_country;
     Screen m_screen = Screen::Start;
     KeyedTable m_available;
     KeyedTable m_applied;

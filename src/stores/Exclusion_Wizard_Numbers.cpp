@@ -12,6 +12,7 @@
 #include "core/Guard.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
+#include "sheets/SpreadsheetWriter.h"
 #include "sheets/windows/Import_Excel.h"
 #include "text/NumberRules.h"
 
@@ -81,7 +82,8 @@ void Exclusion_Wizard::Load_File_Btn() {
     m_fileField = path;
     const int before = m_numbers.size();
     if (QFileInfo(path).suffix().toLower() == QLatin1String("xlsx")) {
-        Import_Excel import(m_op);
+        SpreadsheetWriter spreadsheet; // read while the import window is open, then gone
+        Import_Excel import(m_op, spreadsheet);
         import.setExclusionTarget(this);
         const int code = import.Open_excel_Wnd(path, QStringLiteral("EX"));
         if (code == 1 && (m_numbers.isEmpty() || m_numbers.size() == before))

@@ -197,7 +197,6 @@ void Sent_Items::Send_To_Main_Btn() {
     BulkSmsWindow* window = activeStoreWindow();
     if (window == nullptr)
         return;
-    assign_format_skip_exclude_var();
     if (!window->list().isEmpty()) {
         Load_Num_Info question;
         const int code = m_op.runModal(question);
@@ -210,20 +209,18 @@ void Sent_Items::Send_To_Main_Btn() {
     }
     const int before = window->list().size();
     const QList<int> rows = m_selected;
+    LoadCounters counts;
     {
         BulkSmsWindow::BatchInsert batch(*window);
-        for (int row : rows) {
-            const Record& r = m_table.at(row);
-            const QString number = window->Num_Able_To_insert(r.value(kNumberKey));
-            if (!number.isEmpty())
-                window->Create_Num_Msg_List(number, r.value(kMessageKey));
-        }
+        for (int row : rows)
+            window->insertIfAble(m_table.at(row).value(kNumberKey), m_table.at(row).value(kMessageKey),
+                                 counts);
     }
-    window->Update_List_Count();
+    window->setLastLoad(counts);
     if (!window->list().isEmpty() && window->list().size() != before)
         m_op.Show_MessageBox(QStringLiteral("Selected sent items inserted in SMS Composer successfully."));
     else
-        m_op.Show_MessageBox(format_skip_exclude_str());
+        m_op.Show_MessageBox(counts.summary());
     setSelectedRows(rows);
 }
 

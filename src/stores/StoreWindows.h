@@ -5,11 +5,13 @@
 #include "Exclusion_Wizard.h"
 #include "Sent_Items.h"
 #include "Templates.h"
+#include "list/DefaultCountry.h"
 
 class StoreWindows {
 public:
-    StoreWindows(Operator& op, const DataFolder& folder)
-        : Template_Window(op, folder), SENT_WND(op, folder), Exclusion_wnd(op, folder) {}
+    // country: the application's default country, which the exclusion lists compare numbers in.
+    StoreWindows(Operator& op, const DataFolder& folder, DefaultCountry& country)
+        : Template_Window(op, folder), SENT_WND(op, folder), Exclusion_wnd(op, folder, country) {}
 
     Templates& templates() { return Template_Window; }
     Sent_Items& sentItems() { return SENT_WND; }

@@ -15,6 +15,7 @@
 #include "core/TextUtils.h"
 #include "list/BulkSmsWindow.h"
 #include "list/NumberList.h"
+#include "sheets/SpreadsheetWriter.h"
 #include "sheets/windows/Import_Excel.h"
 #include "text/NumberRules.h"
 #include "text/TextLines.h"
@@ -221,7 +222,8 @@ void Templates::Import_Btn() {
         return;
     prev_list_item = m_table.size();
     if (QFileInfo(path).suffix().toLower() == QLatin1String("xlsx")) {
-        Import_Excel import(m_op);
+        SpreadsheetWriter spreadsheet; // read while the import window is open, then gone
+        Import_Excel import(m_op, spreadsheet);
         import.setTemplateTarget(this);
         const int code = import.Open_excel_Wnd(path, QStringLiteral("TEMP"));
         if (code == 1 && (m_table.isEmpty() || m_table.size() == prev_list_item))

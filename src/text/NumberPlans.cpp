@@ -235,31 +235,26 @@ int extractCode(QStringView& number, const Plans& p) {
     return 0;
 }
 
-} // namespace
-
-namespace NumberPlans {
-
-std::optional<Reading> read(QStringView number, const QString& region) {
-    const Plans& p = plans();
-    const Plan* home = p.loaded ? p.byRegion.value(region) : nullptr;
-    if (home == nullptr || !home->usable || number.isEmpty())
-        return std::nullopt;
-    QStringView digits = number;
-    const bool plus = digits.startsWith(u'+');
-    if (plus)
-        digits = digits.mid(1);
+// The digits of a number written with at most a leading "+" (plus says whether it was
+// there); none when anything else is in it.
+std::optional<QStringView> digitsOf(QStringView number, bool& plus) {
+    plus = number.startsWith(u'+');
+    const QStringView digits = plus ? number.mid(1) : number;
     if (digits.isEmpty())
         return std::nullopt;
     for (QChar c : digits)
         if (c < u'0' || c > u'9')
             return std::nullopt;
+    return digits;
+}
 
-    // Where the calling code comes from: "+", the international prefix, the country's own code
-    // written without "+", or none (a national number).
-    int code = 0;
+// Where the calling code comes from: "+", the international prefix, the country's own code
+// written without "+", or none (a national number: 0). The code is taken off digits; none
+// when the number cannot be read.
+std::optional<int> takeCallingCode(QStringView& digits, bool plus, const Plan& home, const Plans& p) {
     bool international = plus;
     if (!plus) {
-        const PrefixMatch idd = home->idd.match(digits);
+        const PrefixMatch idd = home.idd.match(digits);
         if (idd.length > 0) {
             const QStringView rest = digits.mid(idd.length);
             if (rest.startsWith(u'0'))
@@ -271,43 +266,38 @@ std::optional<Reading> read(QStringView number, const QString& region) {
     if (international) {
         if (digits.size() <= kMinNsnLength)
             return std::nullopt;
-        code = extractCode(digits, p);
-        if (code == 0)
+        const int code = extractCode(digits, p);
+        return code == 0 ? std::nullopt : std::optional<int>(code);
+    }
+    if (digits.startsWith(home.codeText)) {
+        QStringView rest = digits.mid(home.codeText.size());
+        if (!home.stripTrunkPrefix(rest))
             return std::nullopt;
-    } else {
-        if (digits.startsWith(home->codeText)) {
-            QStringView rest = digits.mid(home->codeText.size());
-            if (!home->stripTrunkPrefix(rest))
-                return std::nullopt;
-            if ((!home->general->patternMatches(digits) && home->general->patternMatches(rest)) ||
-                home->length(digits) == Length::TooLong) {
-                code = home->code;
-                digits = rest;
-            }
+        if ((!home.general->patternMatches(digits) && home.general->patternMatches(rest)) ||
+            home.length(digits) == Length::TooLong) {
+            digits = rest;
+            return home.code;
         }
     }
-    // The trunk prefix, read with the plan of the number's country.
-    const Plan* plan = code == 0 ? home : p.mainByCode.value(code);
-    if (plan == nullptr || !plan->usable)
-        return std::nullopt;
-    if (code == 0)
-        code = home->code;
+    return 0;
+}
+
+// The trunk prefix, read with the plan of the number's country, taken off when what remains
+// can be a number there; false when the number cannot be read or has no possible length.
+bool takeTrunkPrefix(QStringView& digits, const Plan& plan) {
     QStringView national = digits;
-    if (!plan->stripTrunkPrefix(national))
-        return std::nullopt;
-    const Length length = plan->length(national);
+    if (!plan.stripTrunkPrefix(national))
+        return false;
+    const Length length = plan.length(national);
     if (length != Length::TooShort && length != Length::LocalOnly && length != Length::Invalid)
         digits = national;
-    if (digits.size() < kMinNsnLength || digits.size() > kMaxNsnLength)
-        return std::nullopt;
+    return digits.size() >= kMinNsnLength && digits.size() <= kMaxNsnLength;
+}
 
-    // Which region of the calling code the number belongs to, then whether it is valid there.
-    const QList<const Plan*> candidates = p.byCode.value(code);
-    const Plan* main = p.mainByCode.value(code);
-    if (candidates.isEmpty() || main == nullptr || !main->usable)
-        return std::nullopt;
+// Whether the number is valid in the region of its calling code that it belongs to (by its
+// leading digits, else by its validity); none when a region of the code has no usable plan.
+std::optional<bool> validInItsRegion(QStringView digits, const QList<const Plan*>& candidates) {
     const Plan* found = candidates.size() == 1 ? candidates.first() : nullptr;
-    bool foundValid = false; // found by its validity: not asked twice
     for (const Plan* candidate : candidates) {
         if (!candidate->usable)
             return std::nullopt;
@@ -319,16 +309,45 @@ std::optional<Reading> read(QStringView number, const QString& region) {
                 break;
             }
         } else if (candidate->isValid(digits)) {
-            found = candidate;
-            foundValid = true;
-            break;
+            return true; // found by its validity: not asked twice
         }
     }
-    if (found != nullptr && (foundValid || found->isValid(digits))) {
+    return found != nullptr && found->isValid(digits);
+}
+
+} // namespace
+
+namespace NumberPlans {
+
+std::optional<Reading> read(QStringView number, const QString& region) {
+    const Plans& p = plans();
+    const Plan* home = p.loaded ? p.byRegion.value(region) : nullptr;
+    if (home == nullptr || !home->usable || number.isEmpty())
+        return std::nullopt;
+    bool plus = false;
+    std::optional<QStringView> digits = digitsOf(number, plus);
+    if (!digits)
+        return std::nullopt;
+    const std::optional<int> taken = takeCallingCode(*digits, plus, *home, p);
+    if (!taken)
+        return std::nullopt;
+    const Plan* plan = *taken == 0 ? home : p.mainByCode.value(*taken);
+    if (plan == nullptr || !plan->usable || !takeTrunkPrefix(*digits, *plan))
+        return std::nullopt;
+    const int code = *taken == 0 ? home->code : *taken;
+
+    const QList<const Plan*> candidates = p.byCode.value(code);
+    const Plan* main = p.mainByCode.value(code);
+    if (candidates.isEmpty() || main == nullptr || !main->usable)
+        return std::nullopt;
+    const std::optional<bool> valid = validInItsRegion(*digits, candidates);
+    if (!valid)
+        return std::nullopt;
+    if (*valid) {
         QString e164 = QLatin1Char('+') + main->codeText;
-        return Reading{e164.append(digits), Length::Possible, main->id};
+        return Reading{e164.append(*digits), Length::Possible, main->id};
     }
-    return Reading{QString(), main->length(digits), main->id};
+    return Reading{QString(), main->length(*digits), main->id};
 }
 
 } // namespace NumberPlans

@@ -28,7 +28,6 @@
 #include "UpdateTempView.h"
 #include "android/And_Conn_Err.h"
 #include "core/DialogController.h"
-#include "sheets/windows/SpreadsheetWindows.h"
 
 #include <QByteArray>
 #include <QHash>
@@ -82,8 +81,6 @@ void registerStandardViews() {
     addView<StatusExportOptionView, Status_Export_Option>();
     addView<ExportOptionView, Export_Option>();
     addView<OpenExportLogView, Open_Export_Log>();
-    // The list's load buttons reach the spreadsheet windows through this hand-over.
-    SpreadsheetWindows::install();
 }
 
 } // namespace ViewRegistry

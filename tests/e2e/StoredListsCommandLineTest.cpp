@@ -1,6 +1,5 @@
 // The stored lists from the command line against a virtual modem: applied exclusion lists
 // keep their numbers off the network, the run's report and the stores export as files.
-#include "sheets/SheetState.h"
 #include "sheets/SpreadsheetWriter.h"
 #include "sim/VirtualModem.h"
 
@@ -107,11 +106,12 @@ TEST_F(StoredListsCommandLineTest, StoresExportByExtensionAndFilter) {
     run({"templates", "--export", book}, exitCode);
     EXPECT_EQ(exitCode, 0) << errors.toStdString();
     qputenv("BULKSMS_RESOURCES", QFile::encodeName(QStringLiteral(BULKSMS_RESOURCES_DIR)));
-    SpreadsheetWriter::ReadWorkbook(book, true);
-    ASSERT_FALSE(SpreadsheetWriter::Read_Sheet_Name().isEmpty());
-    Excel_Sheet_Number = 1;
-    SpreadsheetWriter::ReadData_only_column();
-    EXPECT_EQ(SpreadsheetWriter::ReadWorkbook(book, false),
+    SpreadsheetWriter spreadsheet;
+    spreadsheet.ReadWorkbook(book, true);
+    ASSERT_FALSE(spreadsheet.Read_Sheet_Name().isEmpty());
+    spreadsheet.Excel_Sheet_Number = 1;
+    spreadsheet.ReadData_only_column();
+    EXPECT_EQ(spreadsheet.ReadWorkbook(book, false),
               (SpreadsheetData{{"Template Message"}, {"One\ntwo"}, {"Three"}}));
 
     run({"templates", "--export", home.path() + "/t.pdf"}, exitCode);

@@ -20,9 +20,8 @@ class DefaultCountryTest : public ::testing::Test {
 protected:
     void SetUp() override {
         home.folder.Check_Path_And_Create_Files();
-        ASSERT_TRUE(DefaultCountry::instance().set("GB"));
+        ASSERT_TRUE(window.country().set("GB"));
     }
-    void TearDown() override { DefaultCountry::instance().set(QString()); }
 
     void loadFile(const QString& name, const QByteArray& bytes) {
         const QString path = home.root() + "/" + name;
@@ -43,7 +42,10 @@ protected:
             out << recipientNumber(r);
         return out;
     }
-    static QList<int> counters() { return {TOT_PROC, TOT, SKPD, EXLD, impossibleNumbers}; }
+    QList<int> counters() const {
+        const LoadCounters& c = window.lastLoad();
+        return {c.TOT_PROC, c.TOT, c.SKPD, c.EXLD, c.impossibleNumbers};
+    }
 
     TestDataHome home;
     ScriptedOperator op;
@@ -108,7 +110,7 @@ TEST_F(DefaultCountryTest, AMessyContactFileIsCountedAsACarefulPersonWouldCountI
     // Four people; Ann three more times; Cat's and Gus's numbers cannot exist.
     EXPECT_EQ(sentForms(), (QStringList{"+12025550143", "+442079460958", "+447911123457", "+447911123456"}));
     EXPECT_EQ(counters(), (QList<int>{9, 7, 3, 0, 2}));
-    EXPECT_EQ(ignoredCells.load(), 13); // the titles, the names and "ask her"
+    EXPECT_EQ(window.lastLoad().ignoredCells, 13); // the titles, the names and "ask her"
 }
 
 TEST_F(DefaultCountryTest, TypedAndEditedNumbersMustBeAbleToExist) {
@@ -125,7 +127,7 @@ TEST_F(DefaultCountryTest, TypedAndEditedNumbersMustBeAbleToExist) {
 }
 
 TEST_F(DefaultCountryTest, ChangingTheCountryReadsTheListAgain) {
-    DefaultCountry::instance().set(QString());
+    window.country().set(QString());
     window.add("07911 123456");
     window.add("0612345678");
     EXPECT_EQ(sentForms(), (QStringList{"0612345678", "07911123456"}));
@@ -142,20 +144,20 @@ TEST_F(DefaultCountryTest, TheChoiceIsKeptInTheDataFolder) {
     window.setDefaultCountry("de");
     EXPECT_EQ(readAll(DefaultCountry::filePath(home.folder)), "DE\n");
     EXPECT_EQ(permissionsOf(DefaultCountry::filePath(home.folder)), 0600u);
-    DefaultCountry::instance().set(QString());
-    DefaultCountry::instance().load(home.folder);
+    window.country().set(QString());
+    window.country().load(home.folder);
     EXPECT_EQ(window.defaultCountry(), "DE");
 
     window.setDefaultCountry("Narnia"); // no region: nothing changes
     EXPECT_EQ(window.defaultCountry(), "DE");
     window.setDefaultCountry("");
-    DefaultCountry::instance().load(home.folder);
+    window.country().load(home.folder);
     EXPECT_EQ(window.defaultCountry(), "");
 
     for (const QByteArray& stored : {QByteArray("ZZ\n"), QByteArray("../../etc\n"), QByteArray(4096, 'G')}) {
         ASSERT_TRUE(writeFileAtomically(DefaultCountry::filePath(home.folder), stored));
-        DefaultCountry::instance().set("GB");
-        DefaultCountry::instance().load(home.folder);
+        window.country().set("GB");
+        window.country().load(home.folder);
         EXPECT_EQ(window.defaultCountry(), "") << stored.left(20).toStdString();
     }
     EXPECT_TRUE(op.alerts().isEmpty());

@@ -42,7 +42,10 @@ protected:
     }
 
     NumberLoader& loader() { return NumberLoader::of(window); }
-    static QList<int> counters() { return {TOT_PROC, TOT, SKPD, EXLD}; }
+    QList<int> counters() const {
+        const LoadCounters& c = window.lastLoad();
+        return {c.TOT_PROC, c.TOT, c.SKPD, c.EXLD};
+    }
 
     TestDataHome home;
     ScriptedOperator op;
@@ -226,7 +229,7 @@ TEST_F(NumberLoadingTest, AllDuplicatesShowTheSummaryWithItsCounters) {
     op.onModal<Load_Num_Info>([](Load_Num_Info& q) { q.NoPressed(); });
     loadFile("b.txt", "111\n111\nbad\n");
     EXPECT_EQ(window.numbers(), QStringList{"111"});
-    EXPECT_EQ(op.alerts(), QStringList{"\n" + format_skip_exclude_str()});
+    EXPECT_EQ(op.alerts(), QStringList{"\n" + window.lastLoad().summary()});
     EXPECT_EQ(counters(), (QList<int>{3, 2, 2, 0}));
 }
 
@@ -308,7 +311,7 @@ TEST_F(NumberLoadingTest, FilesLargerThanAChunkReadTheSameInEveryEncoding) {
             EXPECT_EQ(window.list().size(), c.numbers) << c.name;
             EXPECT_EQ(window.numbers().first(), "+447701039999") << c.name;
         } else {
-            EXPECT_EQ(TOT_PROC.load(), c.numbers) << c.name;
+            EXPECT_EQ(window.lastLoad().TOT_PROC, c.numbers) << c.name;
         }
     }
 }
@@ -392,15 +395,14 @@ public:
 
 TEST_F(NumberLoadingTest, WorkbooksGoToTheColumnImportWithTheWindowKind) {
     RecordingSpreadsheetLoads loads;
-    SpreadsheetLoads::install(&loads);
-    TestBulkSmsWindow gsm{MainWindowController::Kind::Gsm, op, home.folder};
+    TestBulkSmsWindow android{MainWindowController::Kind::Android, op, home.folder, &loads};
+    TestBulkSmsWindow gsm{MainWindowController::Kind::Gsm, op, home.folder, &loads};
     op.chooseFile(home.root() + "/book.XLSX").chooseFile(home.root() + "/other.xlsx");
-    loader().Load_Number();
+    NumberLoader::of(android).Load_Number();
     gsm.list().prepend(recipientRecord("1", ""));
     op.onModal<Load_Num_Info>([](Load_Num_Info& q) { q.NoPressed(); });
     NumberLoader::of(gsm).Load_Number();
-    loader().Excel_Msg_Load_Btn();
-    SpreadsheetLoads::install(nullptr);
+    NumberLoader::of(android).Excel_Msg_Load_Btn();
     EXPECT_EQ(loads.calls, (QStringList{"import book.XLSX AND", "import other.xlsx GSM", "dynamic"}));
     EXPECT_EQ(gsm.prev_list_item, 1);
 }
@@ -431,7 +433,7 @@ TEST_F(PasteTest, TabsSplitCellsAndLinesGoOnTopInOrder) {
     paste("1\tAnn\t34\t07700900111\t07700900222\t1250.00\n333");
     EXPECT_EQ(window.numbers(), (QStringList{"333", "07700900222", "07700900111", "999"}));
     EXPECT_EQ(counters(), (QList<int>{3, 3, 0, 0}));
-    EXPECT_EQ(ignoredCells, 4);
+    EXPECT_EQ(window.lastLoad().ignoredCells, 4);
     EXPECT_EQ(window.messages(), QStringList(4, "msg"));
     EXPECT_TRUE(op.alerts().isEmpty());
 }
@@ -445,12 +447,12 @@ TEST_F(PasteTest, RefusalsAndSummary) {
     const QList<Case> cases{
         {"blank", " \n\t ", [] { return QStringList{"\nNo item to insert in list."}; }},
         {"lone surrogate", QString("12") + QChar(0xD800), [] { return QStringList{kCorrupted}; }},
-        {"nothing valid", "abc\ndef", [] { return QStringList{"\n" + format_skip_exclude_str()}; }},
+        {"nothing valid", "abc\ndef", [this] { return QStringList{"\n" + window.lastLoad().summary()}; }},
         {"no phone cells, said in the summary", "Ann\t34\nBob\t41",
-         [] {
-             EXPECT_TRUE(format_skip_exclude_str().endsWith(
+         [this] {
+             EXPECT_TRUE(window.lastLoad().summary().endsWith(
                  "\nCells that are not phone numbers (names, ids, amounts, dates), ignored = 4\n"));
-             return QStringList{"\n" + format_skip_exclude_str()};
+             return QStringList{"\n" + window.lastLoad().summary()};
          }},
     };
     for (const Case& c : cases) {

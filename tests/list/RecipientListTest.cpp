@@ -117,26 +117,23 @@ TEST_F(ExclusionTest, LoaderCountersForAMixedBatch) {
     window.Exclusion_Chk(true);
     window.Create_Num_Msg_List("100", "");
     window.Create_Num_Msg_List("200", "");
-    assign_format_skip_exclude_var();
     // 10 readable lines: 2 invalid, 3 duplicates (two of the list, one of the batch), 1 excluded.
     const QStringList batch = {"300", "abc", "100", "400", "200", "12+3", "500", "700", "300", "600"};
-    for (const QString& raw : batch) {
-        const QString n = window.Num_Able_To_insert(raw);
-        if (!n.isEmpty())
-            window.Create_Num_Msg_List(n, "");
-    }
-    EXPECT_EQ(TOT_PROC, 10);
-    EXPECT_EQ(TOT, 8);
-    EXPECT_EQ(SKPD, 3);
-    EXPECT_EQ(EXLD, 1);
+    LoadCounters counts;
+    for (const QString& raw : batch)
+        window.insertIfAble(raw, "", counts);
+    EXPECT_EQ(counts.TOT_PROC, 10);
+    EXPECT_EQ(counts.TOT, 8);
+    EXPECT_EQ(counts.SKPD, 3);
+    EXPECT_EQ(counts.EXLD, 1);
     EXPECT_EQ(window.numbers(), (QStringList{"600", "500", "400", "300", "200", "100"}));
 }
 
 TEST_F(RecipientListTest, BlankLinesAreNotCountedAndDuplicateAndExcludedCountsOnce) {
-    assign_format_skip_exclude_var();
-    EXPECT_EQ(window.Num_Able_To_insert(" - ( ) "), "");
-    EXPECT_EQ(TOT_PROC, 0);
-    EXPECT_EQ(format_skip_exclude_str(),
+    LoadCounters counts;
+    EXPECT_EQ(window.Num_Able_To_insert(" - ( ) ", counts), "");
+    EXPECT_EQ(counts.TOT_PROC, 0);
+    EXPECT_EQ(counts.summary(),
               "No contacts have been imported to the list.\n\n\nHere is the "
               "summary:\n\n==========================\n"
               "Total readable records = 0\n\nValid numbers = 0\n\nSkipped due to user settings = 0\n\n"
@@ -240,21 +237,19 @@ TEST(RecipientBatches, ALoadUnderFiftyThousandSelectedRowsIsOneInsertionAndKeeps
 
     int insertions = 0;
     QObject::connect(&window.list(), &RecordTable::aboutToInsert, [&](int, int) { ++insertions; });
-    assign_format_skip_exclude_var();
+    LoadCounters counts;
     {
         BulkSmsWindow::BatchInsert batch(window);
         for (int i = 0; i < 5000; ++i) {
             // Every tenth is a number already in the list or earlier in this same load.
             const QString raw = QString::number(i % 10 == 9 ? 7700000000LL + i : 7800000000LL + i % 4000);
-            const QString number = window.Num_Able_To_insert(raw);
-            if (!number.isEmpty())
-                window.Create_Num_Msg_List(number, "new");
+            window.insertIfAble(raw, "new", counts);
         }
         EXPECT_EQ(window.list().size(), 60000); // nothing shows before the batch ends
     }
     EXPECT_EQ(insertions, 1);
     EXPECT_EQ(window.list().size(), 60000 + 3600);
-    EXPECT_EQ(SKPD.load(), 5000 - 3600);
+    EXPECT_EQ(counts.SKPD, 5000 - 3600);
     // The last accepted is on top; the selection still names the same records, shifted.
     EXPECT_EQ(window.list().at(0).value(kNumberKey), "7800003998");
     ASSERT_EQ(window.selectedRows().size(), 50000);

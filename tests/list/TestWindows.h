@@ -4,7 +4,9 @@
 
 class TestBulkSmsWindow : public BulkSmsWindow {
 public:
-    TestBulkSmsWindow(Kind kind, Operator& op, const DataFolder& folder) : BulkSmsWindow(kind, op, folder) {
+    TestBulkSmsWindow(Kind kind, Operator& op, const DataFolder& folder,
+                      SpreadsheetLoads* spreadsheets = nullptr)
+        : BulkSmsWindow(kind, op, folder, nullptr, spreadsheets) {
         windowDidLoad();
         setTextChangeNotifications(true); // as after launch
     }

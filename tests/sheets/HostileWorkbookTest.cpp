@@ -19,19 +19,19 @@ using HostileWorkbookTest = WorkbookTest;
 const QByteArray kWorkbook = R"(<workbook><sheets><sheet name="S"/></sheets></workbook>)";
 
 // Everything a full import produces, asserting the sheet list stays sane.
-SpreadsheetData importAll(const QString& book) {
-    SpreadsheetWriter::ReadWorkbook(book, true);
-    Excel_Sheet_Number = 1;
-    SpreadsheetWriter::Read_Sheet_Name();
-    SpreadsheetWriter::ReadData_only_column();
-    const SpreadsheetData rows = SpreadsheetWriter::ReadWorkbook(book, false);
-    expectStreamedRowsMatch(rows);
+SpreadsheetData importAll(SpreadsheetWriter& spreadsheet, const QString& book) {
+    spreadsheet.ReadWorkbook(book, true);
+    spreadsheet.Excel_Sheet_Number = 1;
+    spreadsheet.Read_Sheet_Name();
+    spreadsheet.ReadData_only_column();
+    const SpreadsheetData rows = spreadsheet.ReadWorkbook(book, false);
+    expectStreamedRowsMatch(spreadsheet, rows);
     return rows;
 }
 
 TEST_F(HostileWorkbookTest, EscapingEntriesWriteNothingOutsideTheWorkingFolder) {
     const QString marker = "escape-" + QUuid::createUuid().toString(QUuid::WithoutBraces) + ".txt";
-    const QString outside = QFileInfo(SpreadsheetWriter::shared().tmpDir).path() + "/" + marker;
+    const QString outside = QFileInfo(spreadsheet.tmpDir).path() + "/" + marker;
     for (const QString& name :
          {"../" + marker, QFileInfo(outside).absoluteFilePath(), "xl/../../" + marker, "..\\" + marker}) {
         const QString book = packWorkbook(
@@ -39,7 +39,7 @@ TEST_F(HostileWorkbookTest, EscapingEntriesWriteNothingOutsideTheWorkingFolder) 
             {{"xl/workbook.xml", kWorkbook},
              {name, "owned"},
              {"xl/worksheets/sheet1.xml", sheetXml("<row><c r=\"A1\"><v>1</v></c></row>", "A1:A1")}});
-        importAll(book);
+        importAll(spreadsheet, book);
         EXPECT_FALSE(QFileInfo::exists(outside)) << name.toStdString();
     }
     QFile::remove(outside);
@@ -50,9 +50,9 @@ TEST_F(HostileWorkbookTest, ZipBombFailsCleanly) {
                                       {"xl/worksheets/sheet1.xml", QByteArray(1 << 20, ' '), {}, {}, 48}};
     ASSERT_TRUE(buildZip(path("bomb.xlsx"), entries));
     LogCapture log;
-    EXPECT_TRUE(importAll(path("bomb.xlsx")).isEmpty());
+    EXPECT_TRUE(importAll(spreadsheet, path("bomb.xlsx")).isEmpty());
     EXPECT_TRUE(log.contains("size limit"));
-    EXPECT_FALSE(QFileInfo::exists(SpreadsheetWriter::shared().tmpDir + "/xl/worksheets/sheet1.xml"));
+    EXPECT_FALSE(QFileInfo::exists(spreadsheet.tmpDir + "/xl/worksheets/sheet1.xml"));
 }
 
 TEST_F(HostileWorkbookTest, AStreamThatBreaksOffMidwayHandsOverNoRowsAndSaysWhy) {
@@ -66,27 +66,22 @@ TEST_F(HostileWorkbookTest, AStreamThatBreaksOffMidwayHandsOverNoRowsAndSaysWhy)
     std::vector<ZipEntrySpec> entries{{"xl/workbook.xml", kWorkbook}, {"xl/worksheets/sheet1.xml", bomb}};
     ASSERT_TRUE(buildZip(path("late-bomb.xlsx"), entries));
 
-    SpreadsheetWriter::ReadWorkbook(path("late-bomb.xlsx"), true);
-    ASSERT_EQ(SpreadsheetWriter::Read_Sheet_Name().size(), 1);
-    Excel_Sheet_Number = 1;
-    EXPECT_EQ(SpreadsheetWriter::ReadData_only_column(),
-              (SpreadsheetData{{"5550100"}})); // the top reads fine
+    spreadsheet.ReadWorkbook(path("late-bomb.xlsx"), true);
+    ASSERT_EQ(spreadsheet.Read_Sheet_Name().size(), 1);
+    spreadsheet.Excel_Sheet_Number = 1;
+    EXPECT_EQ(spreadsheet.ReadData_only_column(), (SpreadsheetData{{"5550100"}})); // the top reads fine
     int handedOver = 0;
-    EXPECT_FALSE(SpreadsheetWriter::ReadRows([&](QStringList&) { return ++handedOver > 0; }));
+    EXPECT_FALSE(spreadsheet.ReadRows([&](QStringList&) { return ++handedOver > 0; }));
     EXPECT_EQ(handedOver, 0);
-    EXPECT_TRUE(SpreadsheetWriter::shared().readFailure.contains("far more data"))
-        << SpreadsheetWriter::shared().readFailure.toStdString();
-    EXPECT_TRUE(SpreadsheetWriter::ReadWorkbook(path("late-bomb.xlsx"), false).isEmpty());
+    EXPECT_TRUE(spreadsheet.readFailure.contains("far more data")) << spreadsheet.readFailure.toStdString();
+    EXPECT_TRUE(spreadsheet.ReadWorkbook(path("late-bomb.xlsx"), false).isEmpty());
 }
 
 TEST_F(HostileWorkbookTest, ManyEntriesOfABombNeverFillTheDisk) {
     // Seventy sheets of blanks, each just under the ratio floor (scaled down to 1 MiB). Sheets
     // are read as they inflate, nothing of them is written, and all of them together stay
     // under the archive's ratio.
-    SSZipLimits limits;
-    limits.ratioCheckFromBytes = qint64(1) << 20;
-    const SSZipLimits saved = SSZipArchive::limits();
-    SSZipArchive::setLimits(limits);
+    spreadsheet.zipLimits.ratioCheckFromBytes = qint64(1) << 20;
     QByteArray sheets;
     std::vector<ZipEntrySpec> entries;
     for (int i = 1; i <= 70; ++i) {
@@ -96,21 +91,20 @@ TEST_F(HostileWorkbookTest, ManyEntriesOfABombNeverFillTheDisk) {
     entries.push_back({"xl/workbook.xml", "<workbook><sheets>" + sheets + "</sheets></workbook>"});
     ASSERT_TRUE(buildZip(path("many.xlsx"), entries));
 
-    SpreadsheetWriter::ReadWorkbook(path("many.xlsx"), true);
-    ASSERT_EQ(SpreadsheetWriter::Read_Sheet_Name().size(), 70);
+    spreadsheet.ReadWorkbook(path("many.xlsx"), true);
+    ASSERT_EQ(spreadsheet.Read_Sheet_Name().size(), 70);
     int sheet = 1;
     for (; sheet <= 70; ++sheet) {
-        Excel_Sheet_Number = sheet;
-        SpreadsheetWriter::ReadData_only_column();
-        if (SpreadsheetWriter::shared().readFailure.contains("far more data"))
+        spreadsheet.Excel_Sheet_Number = sheet;
+        spreadsheet.ReadData_only_column();
+        if (spreadsheet.readFailure.contains("far more data"))
             break;
     }
-    SSZipArchive::setLimits(saved);
     EXPECT_LT(sheet, 70);
     qint64 written = 0;
-    for (const QFileInfo& file : QDir(SpreadsheetWriter::shared().tmpDir).entryInfoList(QDir::Files))
+    for (const QFileInfo& file : QDir(spreadsheet.tmpDir).entryInfoList(QDir::Files))
         written += file.size();
-    EXPECT_LE(written, limits.maxTotalRatio * QFileInfo(path("many.xlsx")).size() + (1 << 20));
+    EXPECT_LE(written, spreadsheet.zipLimits.maxTotalRatio * QFileInfo(path("many.xlsx")).size() + (1 << 20));
 }
 
 TEST_F(HostileWorkbookTest, BrokenContainersGiveNoSheetsAndNoRows) {
@@ -127,14 +121,14 @@ TEST_F(HostileWorkbookTest, BrokenContainersGiveNoSheetsAndNoRows) {
             buildZip(path("bad.xlsx"), {{"word/document.xml", "<document/>"}});
         else
             writeFileBytes(path("bad.xlsx"), bytes);
-        SpreadsheetWriter::ReadWorkbook(path("bad.xlsx"), true);
-        EXPECT_EQ(SpreadsheetWriter::shared().readFailure,
+        spreadsheet.ReadWorkbook(path("bad.xlsx"), true);
+        EXPECT_EQ(spreadsheet.readFailure,
                   "This file is not a workbook (or it is damaged or password-protected).")
             << what;
-        EXPECT_TRUE(SpreadsheetWriter::Read_Sheet_Name().isEmpty()) << what;
-        EXPECT_FALSE(QFileInfo::exists(SpreadsheetWriter::shared().tmpDir + "/xl/worksheets")) << what;
-        EXPECT_TRUE(SpreadsheetWriter::ReadData_only_column().isEmpty()) << what;
-        EXPECT_TRUE(SpreadsheetWriter::ReadWorkbook(path("bad.xlsx"), false).isEmpty()) << what;
+        EXPECT_TRUE(spreadsheet.Read_Sheet_Name().isEmpty()) << what;
+        EXPECT_FALSE(QFileInfo::exists(spreadsheet.tmpDir + "/xl/worksheets")) << what;
+        EXPECT_TRUE(spreadsheet.ReadData_only_column().isEmpty()) << what;
+        EXPECT_TRUE(spreadsheet.ReadWorkbook(path("bad.xlsx"), false).isEmpty()) << what;
     }
 }
 
@@ -154,7 +148,7 @@ TEST_F(HostileWorkbookTest, EntitiesAreNeitherExpandedNorFetched) {
     const QString book = packWorkbook("entities.xlsx", {{"xl/workbook.xml", kWorkbook},
                                                         {"xl/sharedStrings.xml", laughs},
                                                         {"xl/worksheets/sheet1.xml", external}});
-    const SpreadsheetData rows = importAll(book);
+    const SpreadsheetData rows = importAll(spreadsheet, book);
     ASSERT_EQ(rows.size(), 1);
     EXPECT_LT(rows[0].join("").size(), 100);
     EXPECT_FALSE(rows[0].join("").contains("root:"));
@@ -175,9 +169,9 @@ TEST_F(HostileWorkbookTest, MalformedMarkupIsRepairedOrRefusedButNeverFatal) {
                                                        {"xl/worksheets/sheet1.xml", part},
                                                        {"xl/styles.xml", part},
                                                        {"xl/sharedStrings.xml", part}});
-        const SpreadsheetData rows = importAll(book);
+        const SpreadsheetData rows = importAll(spreadsheet, book);
         for (const QStringList& row : rows)
-            EXPECT_EQ(row.size(), Excel_Sheet_Columns);
+            EXPECT_EQ(row.size(), spreadsheet.Excel_Sheet_Columns);
     }
 }
 
@@ -193,9 +187,9 @@ TEST_F(HostileWorkbookTest, RandomlyDamagedWorkbooksNeverCrash) {
         for (int flips = 0; flips < 1 + round % 8; ++flips)
             damaged[random() % damaged.size()] = char(random());
         writeFileBytes(path("damaged.xlsx"), damaged);
-        const SpreadsheetData rows = importAll(path("damaged.xlsx"));
+        const SpreadsheetData rows = importAll(spreadsheet, path("damaged.xlsx"));
         for (const QStringList& row : rows)
-            ASSERT_EQ(row.size(), Excel_Sheet_Columns) << round;
+            ASSERT_EQ(row.size(), spreadsheet.Excel_Sheet_Columns) << round;
     }
 }
 

@@ -26,23 +26,22 @@ TEST_F(OtherFormatsTest, OdsRowsOfTheFirstTableWithRepeatedCellsExpanded) {
         packWorkbook("book.ods", {{"mimetype", "application/vnd.oasis.opendocument.spreadsheet"},
                                   {"content.xml", odsContent(tables)}});
     // Repeated rows are not expanded; repeated cells are.
-    EXPECT_EQ(SpreadsheetWriter::ReadODS(ods),
-              (SpreadsheetData{{"Name", "x", "x", "x"}, {"line 1line 2", ""}}));
+    EXPECT_EQ(spreadsheet.ReadODS(ods), (SpreadsheetData{{"Name", "x", "x", "x"}, {"line 1line 2", ""}}));
 }
 
 TEST_F(OtherFormatsTest, OdsRepeatsAreCappedAndBadFilesGiveNoRows) {
     const QByteArray huge =
         R"(<table:table><table:table-row><table:table-cell table:number-columns-repeated="2000000000"/></table:table-row></table:table>)";
     const QString ods = packWorkbook("huge.ods", {{"content.xml", odsContent(huge)}});
-    const SpreadsheetData rows = SpreadsheetWriter::ReadODS(ods);
+    const SpreadsheetData rows = spreadsheet.ReadODS(ods);
     ASSERT_EQ(rows.size(), 1);
     EXPECT_EQ(rows[0].size(), 16384);
 
     writeFileBytes(path("fake.ods"), "not a zip");
-    EXPECT_TRUE(SpreadsheetWriter::ReadODS(path("fake.ods")).isEmpty());
+    EXPECT_TRUE(spreadsheet.ReadODS(path("fake.ods")).isEmpty());
     // An XLSX workbook read as ODS has no content part.
     ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(path("a.xlsx"), {{"a"}}, false));
-    EXPECT_TRUE(SpreadsheetWriter::ReadODS(path("a.xlsx")).isEmpty());
+    EXPECT_TRUE(spreadsheet.ReadODS(path("a.xlsx")).isEmpty());
 }
 
 TEST_F(OtherFormatsTest, Xml2003RowsOfTheFirstWorksheet) {

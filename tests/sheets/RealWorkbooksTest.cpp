@@ -19,18 +19,19 @@ struct SheetExpectation {
     SpreadsheetData rows;
 };
 
-void expectSheets(const QString& book, const QStringList& names, const QList<SheetExpectation>& sheets) {
-    SpreadsheetWriter::ReadWorkbook(book, true);
-    EXPECT_EQ(SpreadsheetWriter::shared().readFailure, QString());
-    EXPECT_EQ(SpreadsheetWriter::Read_Sheet_Name(), names);
+void expectSheets(SpreadsheetWriter& spreadsheet, const QString& book, const QStringList& names,
+                  const QList<SheetExpectation>& sheets) {
+    spreadsheet.ReadWorkbook(book, true);
+    EXPECT_EQ(spreadsheet.readFailure, QString());
+    EXPECT_EQ(spreadsheet.Read_Sheet_Name(), names);
     for (const SheetExpectation& sheet : sheets) {
         SCOPED_TRACE(QString("sheet %1").arg(sheet.number).toStdString());
-        Excel_Sheet_Number = sheet.number;
-        const SpreadsheetData header = SpreadsheetWriter::ReadData_only_column();
+        spreadsheet.Excel_Sheet_Number = sheet.number;
+        const SpreadsheetData header = spreadsheet.ReadData_only_column();
         ASSERT_EQ(header.size(), 1);
         EXPECT_EQ(header.first(), sheet.header);
-        const SpreadsheetData rows = SpreadsheetWriter::ReadWorkbook(book, false);
-        expectStreamedRowsMatch(rows);
+        const SpreadsheetData rows = spreadsheet.ReadWorkbook(book, false);
+        expectStreamedRowsMatch(spreadsheet, rows);
         ASSERT_EQ(rows.size(), sheet.rows.size());
         for (qsizetype r = 0; r < rows.size(); ++r)
             EXPECT_EQ(rows.at(r), sheet.rows.at(r)) << "row " << r + 1;
@@ -40,7 +41,7 @@ void expectSheets(const QString& book, const QStringList& names, const QList<She
 TEST_F(RealWorkbooksTest, WrittenByOpenpyxl) {
     // A float phone cell, a padding format, ISO dates (t="d"), a blank-looking header cell,
     // a merged message cell, parts named by absolute targets.
-    expectSheets(dataFile("openpyxl.xlsx"), {"Contacts", "Old"},
+    expectSheets(spreadsheet, dataFile("openpyxl.xlsx"), {"Contacts", "Old"},
                  {{1,
                    {"Name", "Untitled Column 2", "Phone", "Padded", "Joined", "Message"},
                    {{"Name", " ", "Phone", "Padded", "Joined", "Message"},
@@ -52,7 +53,7 @@ TEST_F(RealWorkbooksTest, WrittenByOpenpyxl) {
 
 TEST_F(RealWorkbooksTest, WrittenLikeLibreOffice) {
     // Row-only dimension "1:2" narrower than the data, E-notation and cached formula values.
-    expectSheets(dataFile("libreoffice.xlsx"), {"Sheet1"},
+    expectSheets(spreadsheet, dataFile("libreoffice.xlsx"), {"Sheet1"},
                  {{1,
                    {"Name", "Phone", "Next", "05-03-2024", "Untitled Column 5"},
                    {{"Name", "Phone", "Next", "05-03-2024", ""},
@@ -65,7 +66,7 @@ TEST_F(RealWorkbooksTest, WrittenLikeExcelWithTabsMovedAndOneDeleted) {
     // sheet1.xml belongs to "Old". Stale dimension "A1", phonetic guides, padding and
     // fixed-point formats, a custom date format of id 170, a merged message block.
     const QString book = dataFile("excel.xlsx");
-    expectSheets(book, {"Contacts", "Old"},
+    expectSheets(spreadsheet, book, {"Contacts", "Old"},
                  {{1,
                    {"Name", "Untitled Column 2", "Phone", "Message", "Due"},
                    {{"Name", " ", "Phone", "Message", "Due"},
@@ -76,10 +77,10 @@ TEST_F(RealWorkbooksTest, WrittenLikeExcelWithTabsMovedAndOneDeleted) {
     // Only the small parts that were read land on disk: never the picture, never a folder of
     // parts, and never the shared strings or a sheet, which are read as they inflate.
     const QStringList inflated =
-        QDir(SpreadsheetWriter::shared().tmpDir).entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot);
+        QDir(spreadsheet.tmpDir).entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot);
     EXPECT_EQ(inflated.size(), 4) << inflated.join(' ').toStdString(); // .rels, workbook + rels, styles
     for (const QString& name : inflated) {
-        QFile part(SpreadsheetWriter::shared().tmpDir + "/" + name);
+        QFile part(spreadsheet.tmpDir + "/" + name);
         ASSERT_TRUE(part.open(QIODevice::ReadOnly));
         EXPECT_FALSE(part.read(4).startsWith("\x89PNG")) << name.toStdString();
     }

@@ -134,7 +134,7 @@ TEST_F(SpreadsheetWriterTest, WhatWeWriteReadsBackUnchanged) {
     SpreadsheetData header;
     EXPECT_EQ(importFirstSheet(out, &header), table);
     EXPECT_EQ(header, SpreadsheetData{table.first()});
-    EXPECT_EQ(SpreadsheetWriter::Read_Sheet_Name(), QStringList{"Sheet1"});
+    EXPECT_EQ(spreadsheet.Read_Sheet_Name(), QStringList{"Sheet1"});
 }
 
 // Whether the part is a well-formed XML document, as a strict parser sees it.
@@ -214,23 +214,21 @@ TEST_F(SpreadsheetWriterTest, ManyRowsReadBackInOrder) {
 }
 
 TEST_F(SpreadsheetWriterTest, UnwritablePartIsLoggedAndBeeps) {
-    static int beeps = 0;
-    SpreadsheetWriter::writeFailureBeep = [] { ++beeps; };
+    int beeps = 0;
+    spreadsheet.writeFailureBeep = [&beeps] { ++beeps; };
     LogCapture log;
-    SpreadsheetWriter& writer = SpreadsheetWriter::shared();
-    writer.data = {{"a"}};
+    spreadsheet.data = {{"a"}};
     const QString nowhere = path("missing-folder/sheet1.xml");
-    EXPECT_FALSE(writer.WriteWorksheetData(nowhere));
-    EXPECT_FALSE(writer.WriteSharedStringsXML(nowhere));
+    EXPECT_FALSE(spreadsheet.WriteWorksheetData(nowhere));
+    EXPECT_FALSE(spreadsheet.WriteSharedStringsXML(nowhere));
     EXPECT_EQ(beeps, 2);
     EXPECT_TRUE(log.contains("Error when writing file " + nowhere));
-    SpreadsheetWriter::writeFailureBeep = nullptr;
 }
 
 TEST_F(SpreadsheetWriterTest, UnwritableTargetFailsWithoutTouchingTheWorkingFolderOutside) {
     EXPECT_FALSE(SpreadsheetWriter::WriteWorkbook(path("no/such/dir/x.xlsx"), {{"a"}}, false));
-    EXPECT_TRUE(SpreadsheetWriter::shared().tmpDir.startsWith(QDir::tempPath() + "/ziptmp-"));
-    EXPECT_EQ(QFileInfo(SpreadsheetWriter::shared().tmpDir).permissions() &
+    EXPECT_TRUE(spreadsheet.tmpDir.startsWith(QDir::tempPath() + "/ziptmp-"));
+    EXPECT_EQ(QFileInfo(spreadsheet.tmpDir).permissions() &
                   (QFile::ReadGroup | QFile::ReadOther | QFile::WriteOther),
               QFile::Permissions());
 }

@@ -14,8 +14,6 @@ void WorkbookTest::SetUp() {
                             m_home.resources() + QStringLiteral("/Template.xlsx")));
     UErrorCode status = U_ZERO_ERROR;
     icu::Locale::setDefault(icu::Locale("en_US"), status);
-    Excel_Sheet_Number = 1;
-    Excel_Sheet_Columns = 1;
 }
 
 QString WorkbookTest::packWorkbook(const QString& name, const QMap<QString, QByteArray>& parts) const {
@@ -43,22 +41,22 @@ QString WorkbookTest::sheetWorkbook(const QString& name, const QByteArray& sheet
     return packWorkbook(name, parts);
 }
 
-SpreadsheetData WorkbookTest::importFirstSheet(const QString& workbook, SpreadsheetData* header) const {
-    SpreadsheetWriter::ReadWorkbook(workbook, true);
-    if (SpreadsheetWriter::Read_Sheet_Name().isEmpty())
+SpreadsheetData WorkbookTest::importFirstSheet(const QString& workbook, SpreadsheetData* header) {
+    spreadsheet.ReadWorkbook(workbook, true);
+    if (spreadsheet.Read_Sheet_Name().isEmpty())
         return {{"<no sheet>"}};
-    Excel_Sheet_Number = 1;
-    const SpreadsheetData head = SpreadsheetWriter::ReadData_only_column();
+    spreadsheet.Excel_Sheet_Number = 1;
+    const SpreadsheetData head = spreadsheet.ReadData_only_column();
     if (header)
         *header = head;
-    SpreadsheetData rows = SpreadsheetWriter::ReadWorkbook(workbook, false);
-    expectStreamedRowsMatch(rows);
+    SpreadsheetData rows = spreadsheet.ReadWorkbook(workbook, false);
+    expectStreamedRowsMatch(spreadsheet, rows);
     return rows;
 }
 
-void expectStreamedRowsMatch(const SpreadsheetData& table) {
+void expectStreamedRowsMatch(SpreadsheetWriter& spreadsheet, const SpreadsheetData& table) {
     SpreadsheetData streamed;
-    const bool ok = SpreadsheetWriter::ReadRows([&](QStringList& row) {
+    const bool ok = spreadsheet.ReadRows([&](QStringList& row) {
         streamed.append(row);
         return true;
     });

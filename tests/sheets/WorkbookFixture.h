@@ -23,13 +23,14 @@ protected:
                           const QByteArray& sharedStrings = {}, const QByteArray& styles = {}) const;
 
     // Prepare, list sheets, header, full read of the first sheet: what the import windows do.
-    SpreadsheetData importFirstSheet(const QString& workbook, SpreadsheetData* header = nullptr) const;
+    SpreadsheetData importFirstSheet(const QString& workbook, SpreadsheetData* header = nullptr);
 
     TestDataHome m_home;
+    SpreadsheetWriter spreadsheet;
 };
 
 // The streaming read of the current sheet gives the same cells as the table read of it.
-void expectStreamedRowsMatch(const SpreadsheetData& table);
+void expectStreamedRowsMatch(SpreadsheetWriter& spreadsheet, const SpreadsheetData& table);
 
 QByteArray sheetXml(const QByteArray& body, const QByteArray& dimension = "A1:C5");
 QByteArray sharedStringsXml(const QStringList& strings);

@@ -56,7 +56,7 @@ TEST_F(XlsxReaderTest, HeaderNamesGapsAndFullRowsFollowTheDimension) {
     SpreadsheetData header;
     const SpreadsheetData rows = importFirstSheet(book, &header);
     EXPECT_EQ(header, (SpreadsheetData{{"Name", "Untitled Column 2", "Phone"}}));
-    EXPECT_EQ(Excel_Sheet_Columns, 3);
+    EXPECT_EQ(spreadsheet.Excel_Sheet_Columns, 3);
     // Row numbers in the file are not used: five row elements, five rows.
     EXPECT_EQ(rows, (SpreadsheetData{{"Name", "", "Phone"},
                                      {"Ann", "5550100", "x"},
@@ -111,9 +111,9 @@ TEST_F(XlsxReaderTest, SharedStringIndexesBooleansAndFormulas) {
         const QString book =
             sheetWorkbook(QString("c%1.xlsx").arg(n++), sheetXml("<row>" + c.cell + "</row>", "A1:A1"),
                           sharedStringsXml({"first", "second", "third"}));
-        Excel_Sheet_Columns = 1;
-        SpreadsheetWriter::ReadWorkbook(book, true);
-        EXPECT_EQ(SpreadsheetWriter::ReadWorkbook(book, false), (SpreadsheetData{{c.expected}}))
+        spreadsheet.Excel_Sheet_Columns = 1;
+        spreadsheet.ReadWorkbook(book, true);
+        EXPECT_EQ(spreadsheet.ReadWorkbook(book, false), (SpreadsheetData{{c.expected}}))
             << c.cell.toStdString();
     }
 }
@@ -306,7 +306,7 @@ TEST_F(XlsxReaderTest, PrefixedElementsReadLikePlainOnes) {
           R"(<x:row r="1"><x:c r="A1" t="s"><x:v>0</x:v></x:c><x:c r="B1"><x:v>7</x:v></x:c></x:row></x:sheetData></x:worksheet>)"}});
     SpreadsheetData header;
     EXPECT_EQ(importFirstSheet(book, &header), (SpreadsheetData{{"Rich text", "7"}}));
-    EXPECT_EQ(SpreadsheetWriter::Read_Sheet_Name(), QStringList{"P"});
+    EXPECT_EQ(spreadsheet.Read_Sheet_Name(), QStringList{"P"});
 }
 
 TEST_F(XlsxReaderTest, SheetsAreFoundThroughTheRelationshipsNeverByPartNumber) {
@@ -326,8 +326,8 @@ TEST_F(XlsxReaderTest, SheetsAreFoundThroughTheRelationshipsNeverByPartNumber) {
                                                     {"xl/worksheets/data_a.xml", cell("from rels")},
                                                     {"xl/worksheets/data_b.xml", cell("absolute target")},
                                                     {"xl/worksheets/sheet1.xml", cell("by number")}});
-    SpreadsheetWriter::ReadWorkbook(book, true);
-    EXPECT_EQ(SpreadsheetWriter::Read_Sheet_Name(), (QStringList{"First", "Second", "Third"}));
+    spreadsheet.ReadWorkbook(book, true);
+    EXPECT_EQ(spreadsheet.Read_Sheet_Name(), (QStringList{"First", "Second", "Third"}));
     const std::pair<int, SpreadsheetData> cases[] = {
         {1, {{"from rels"}}}, // a part named like sheet 1 is not sheet 1 when the relationships say so
         {2, {{"absolute target"}}},
@@ -335,9 +335,9 @@ TEST_F(XlsxReaderTest, SheetsAreFoundThroughTheRelationshipsNeverByPartNumber) {
         {4, {}},
     };
     for (const auto& [number, expected] : cases) {
-        Excel_Sheet_Number = number;
-        SpreadsheetWriter::ReadData_only_column();
-        EXPECT_EQ(SpreadsheetWriter::ReadWorkbook(book, false), expected) << number;
+        spreadsheet.Excel_Sheet_Number = number;
+        spreadsheet.ReadData_only_column();
+        EXPECT_EQ(spreadsheet.ReadWorkbook(book, false), expected) << number;
     }
 }
 
@@ -352,15 +352,15 @@ TEST_F(XlsxReaderTest, ANewPreparationNeverReadsAnEarlierWorkbooksParts) {
         "one.xlsx",
         {{"xl/workbook.xml", workbook},
          {"xl/worksheets/sheet1.xml", sheetXml(R"(<row><c r="A1" t="s"><v>0</v></c></row>)", "A1:A1")}});
-    SpreadsheetWriter::ReadWorkbook(two, true);
-    SpreadsheetWriter::ReadWorkbook(one, true);
-    EXPECT_TRUE(SpreadsheetWriter::shared().sharedStrings.isEmpty());
-    Excel_Sheet_Number = 2;
-    EXPECT_TRUE(SpreadsheetWriter::ReadData_only_column().isEmpty());
-    EXPECT_TRUE(SpreadsheetWriter::ReadWorkbook(one, false).isEmpty());
-    Excel_Sheet_Number = 1;
-    SpreadsheetWriter::ReadData_only_column();
-    EXPECT_EQ(SpreadsheetWriter::ReadWorkbook(one, false), (SpreadsheetData{{""}})); // index 0 of no strings
+    spreadsheet.ReadWorkbook(two, true);
+    spreadsheet.ReadWorkbook(one, true);
+    EXPECT_TRUE(spreadsheet.sharedStrings.isEmpty());
+    spreadsheet.Excel_Sheet_Number = 2;
+    EXPECT_TRUE(spreadsheet.ReadData_only_column().isEmpty());
+    EXPECT_TRUE(spreadsheet.ReadWorkbook(one, false).isEmpty());
+    spreadsheet.Excel_Sheet_Number = 1;
+    spreadsheet.ReadData_only_column();
+    EXPECT_EQ(spreadsheet.ReadWorkbook(one, false), (SpreadsheetData{{""}})); // index 0 of no strings
 }
 
 TEST_F(XlsxReaderTest, FailuresInsideAReadGiveNoRowsAndAreLogged) {
@@ -378,9 +378,9 @@ TEST_F(XlsxReaderTest, FailuresInsideAReadGiveNoRowsAndAreLogged) {
     for (const Case& c : cases) {
         const QString book = sheetWorkbook("fail.xlsx", sheetXml(c.body, c.dimension));
         LogCapture log;
-        SpreadsheetWriter::ReadWorkbook(book, true);
-        SpreadsheetWriter::ReadData_only_column();
-        EXPECT_TRUE(SpreadsheetWriter::ReadWorkbook(book, false).isEmpty()) << c.what;
+        spreadsheet.ReadWorkbook(book, true);
+        spreadsheet.ReadData_only_column();
+        EXPECT_TRUE(spreadsheet.ReadWorkbook(book, false).isEmpty()) << c.what;
         EXPECT_TRUE(log.contains(c.logged)) << c.what << ": " << log.lines().join(" | ").toStdString();
     }
 }
@@ -389,25 +389,22 @@ TEST_F(XlsxReaderTest, FailuresInsideAReadGiveNoRowsAndAreLogged) {
 
 namespace {
 
-TEST_F(XlsxReaderTest, WhileASheetStreamsTheSharedReaderIsNeitherPreparedAgainNorWrittenThrough) {
+TEST_F(XlsxReaderTest, WhileASheetStreamsTheReaderIsNotPreparedAgain) {
     const QString book = sheetWorkbook(
         "a.xlsx", sheetXml(R"(<row><c r="A1"><v>1</v></c></row><row><c r="A2"><v>2</v></c></row>)", "A1:A2"));
     const QString other = sheetWorkbook("b.xlsx", sheetXml(R"(<row><c r="A1"><v>9</v></c></row>)", "A1:A1"));
-    SpreadsheetWriter::ReadWorkbook(book, true);
-    Excel_Sheet_Number = 1;
-    SpreadsheetWriter::ReadData_only_column();
+    spreadsheet.ReadWorkbook(book, true);
+    spreadsheet.Excel_Sheet_Number = 1;
+    spreadsheet.ReadData_only_column();
     QStringList seen;
-    EXPECT_TRUE(SpreadsheetWriter::ReadRows([&](QStringList& row) {
-        EXPECT_TRUE(SpreadsheetWriter::isStreaming());
-        EXPECT_FALSE(SpreadsheetWriter::WriteWorkbook(path("export.xlsx"), {{"x"}}, false));
-        EXPECT_TRUE(SpreadsheetWriter::ReadWorkbook(other, true).isEmpty());
+    EXPECT_TRUE(spreadsheet.ReadRows([&](QStringList& row) {
+        EXPECT_TRUE(spreadsheet.isStreaming());
+        EXPECT_TRUE(spreadsheet.ReadWorkbook(other, true).isEmpty());
         seen << row.value(0);
         return true;
     }));
     EXPECT_EQ(seen, (QStringList{"1", "2"})); // the read went on with its own workbook
-    EXPECT_FALSE(SpreadsheetWriter::isStreaming());
-    EXPECT_FALSE(QFileInfo::exists(path("export.xlsx")));
-    EXPECT_TRUE(SpreadsheetWriter::WriteWorkbook(path("export.xlsx"), {{"x"}}, false));
+    EXPECT_FALSE(spreadsheet.isStreaming());
 }
 
 } // namespace

@@ -40,7 +40,8 @@ protected:
     QString listFile(const QString& name) const {
         return home.folder.Exclusion_Folder_Path() + "/" + name + ".OSTREL";
     }
-    Exclusion_Wizard wizard{op, home.folder};
+    DefaultCountry country;
+    Exclusion_Wizard wizard{op, home.folder, country};
 };
 
 TEST(ExclusionFiles, ValidNames) {
@@ -205,10 +206,7 @@ TEST_F(ExclusionTest, NumbersFromFilesTheEditorAndRemoval) {
 }
 
 TEST_F(ExclusionTest, WithADefaultCountryOneSubscriberIsOneNumberHoweverWritten) {
-    struct NoCountryAfterwards {
-        ~NoCountryAfterwards() { DefaultCountry::instance().set(QString()); }
-    } reset;
-    ASSERT_TRUE(DefaultCountry::instance().set("GB"));
+    ASSERT_TRUE(country.set("GB"));
     opened();
     wizard.New_List_Btn();
     wizard.setNameField("Opted out");
@@ -239,7 +237,7 @@ TEST_F(ExclusionTest, WithADefaultCountryOneSubscriberIsOneNumberHoweverWritten)
     EXPECT_EQ(op.alerts(), QStringList{"\n" + kExclusionNumberExists});
 
     // Without a country, numbers compare as written again.
-    DefaultCountry::instance().set(QString());
+    country.set(QString());
     wizard.setNumberField("+447911123456");
     wizard.Add_Number_Btn();
     EXPECT_EQ(wizard.numbers().size(), 3);

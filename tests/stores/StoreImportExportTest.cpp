@@ -2,6 +2,7 @@
 // the main windows' contact-list export.
 #include "StoreWindowsFixture.h"
 #include "core/FileUtils.h"
+#include "list/DefaultCountry.h"
 #include "sheets/SpreadsheetWriter.h"
 #include "sheets/windows/Import_Excel.h"
 #include "stores/ContactListExport.h"
@@ -97,7 +98,8 @@ TEST_F(StoreWindowsTest, WorkbookColumnsBecomeExclusionNumbers) {
     const QString book = path("numbers.xlsx");
     ASSERT_TRUE(SpreadsheetWriter::WriteWorkbook(
         book, {{"Phone"}, {"+44 20 7946 0958"}, {"not one"}, {"5550100"}}, false));
-    Exclusion_Wizard wizard(op, home.folder);
+    DefaultCountry country;
+    Exclusion_Wizard wizard(op, home.folder, country);
     wizard.actOn(windows.get());
     wizard.New_List_Btn();
     wizard.setNameField("Book");

@@ -3,6 +3,7 @@
 // whose exclusion lists cannot be read is refused.
 #include "StoreWindowsFixture.h"
 #include "core/FileUtils.h"
+#include "list/DefaultCountry.h"
 #include "stores/Exclusion_Wizard.h"
 #include "stores/SentItemFile.h"
 #include "stores/Sent_Items.h"
@@ -82,7 +83,8 @@ TEST_F(StoreLinksTest, ExclusionListsBehindALinkAreRefusedAndStopTheExclusionSet
     ASSERT_TRUE(writeFileAtomically(home.folder.ExListIndex_File_Path(), "Staff\n"));
     ASSERT_TRUE(writeFileAtomically(home.folder.AppExclusion_File_Path(), "Staff\n"));
     plant(path("outside.txt"), staff);
-    Exclusion_Wizard wizard(op, home.folder);
+    DefaultCountry country;
+    Exclusion_Wizard wizard(op, home.folder, country);
     wizard.actOn(windows.get());
     load(wizard);
     wizard.setAvailableSelection({0});

@@ -1,6 +1,5 @@
 // Workbook exports read back by our own reader and, when it is installed, by LibreOffice.
 #include "StoreWindowsFixture.h"
-#include "sheets/SheetState.h"
 #include "sheets/SpreadsheetWriter.h"
 #include "stores/ExportFile.h"
 #include "stores/ExportFormats.h"
@@ -22,12 +21,13 @@ const QList<ReportItem> kItems = {
 };
 
 SpreadsheetData readBack(const QString& workbook) {
-    SpreadsheetWriter::ReadWorkbook(workbook, true);
-    if (SpreadsheetWriter::Read_Sheet_Name().isEmpty())
+    SpreadsheetWriter spreadsheet;
+    spreadsheet.ReadWorkbook(workbook, true);
+    if (spreadsheet.Read_Sheet_Name().isEmpty())
         return {{"<no sheet>"}};
-    Excel_Sheet_Number = 1;
-    SpreadsheetWriter::ReadData_only_column();
-    return SpreadsheetWriter::ReadWorkbook(workbook, false);
+    spreadsheet.Excel_Sheet_Number = 1;
+    spreadsheet.ReadData_only_column();
+    return spreadsheet.ReadWorkbook(workbook, false);
 }
 
 // RFC 4180 fields: quoted fields may hold commas, quotes and line breaks.

@@ -90,7 +90,8 @@ TEST_F(AndroidViewsTest, SearchWindowShowsThePhoneAndSelectsIt) {
 TEST_F(AndroidViewsTest, MainWindowModesSendAndProgress) {
     Bulk_SMSAppDelegate window(op, home.folder);
     window.windowDidLoad();
-    StoreWindows stores(op, home.folder);
+    DefaultCountry storeCountry;
+    StoreWindows stores(op, home.folder, storeCountry);
     AndroidBulkSmsView view(window, stores);
     view.resize(1000, 700);
     view.show();

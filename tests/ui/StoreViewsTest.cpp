@@ -3,6 +3,7 @@
 // receives a PNG of each window as a person would see it.
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
+#include "list/DefaultCountry.h"
 #include "stores/Exclusion_Wizard.h"
 #include "stores/ExportDialogs.h"
 #include "stores/SentItemFile.h"
@@ -104,7 +105,8 @@ TEST_F(StoreViewsTest, TemplatesAndEditorViews) {
 }
 
 TEST_F(StoreViewsTest, ExclusionWizardFollowsItsScreens) {
-    Exclusion_Wizard wizard(op, home.folder);
+    DefaultCountry country;
+    Exclusion_Wizard wizard(op, home.folder, country);
     wizard.startLoading();
     wizard.waitForLoading();
     ASSERT_TRUE(spinUntil([&] { return !wizard.loading(); }));

@@ -60,7 +60,8 @@ TEST(Views, ComposerShowsWhatTheMessageCostsAsItIsTyped) {
     Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
     gsm.windowDidLoad();
     gsm.setTextChangeNotifications(true);
-    StoreWindows stores(op, home.folder);
+    DefaultCountry storeCountry;
+    StoreWindows stores(op, home.folder, storeCountry);
     GsmBulkSmsView view(gsm, stores);
     view.resize(1100, 760);
     view.show();
@@ -105,7 +106,8 @@ TEST(Views, MainWindowFollowsItsController) {
     TestDataHome home;
     ScriptedOperator op;
     Bulk_SMSAppDelegate android(op, home.folder);
-    StoreWindows stores(op, home.folder);
+    DefaultCountry storeCountry;
+    StoreWindows stores(op, home.folder, storeCountry);
     AndroidBulkSmsView view(android, stores);
     android.bringToFront();
     EXPECT_TRUE(view.isVisible());
@@ -143,7 +145,8 @@ TEST(Views, ClosingTheWindowAsksBeforeQuitting) {
     TestDataHome home;
     ScriptedOperator op;
     Bulk_SMSAppDelegate android(op, home.folder);
-    StoreWindows stores(op, home.folder);
+    DefaultCountry storeCountry;
+    StoreWindows stores(op, home.folder, storeCountry);
     AndroidBulkSmsView view(android, stores);
     android.bringToFront();
     op.answerNo();
@@ -199,7 +202,8 @@ TEST(RecipientPanel, TypedNumbersAppearOnTopAndAreCounted) {
     ScriptedOperator op;
     Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
     gsm.windowDidLoad();
-    StoreWindows stores(op, home.folder);
+    DefaultCountry storeCountry;
+    StoreWindows stores(op, home.folder, storeCountry);
     RecipientPanel panel(gsm, stores);
     auto* number = panel.findChild<QLineEdit*>("_numberEdit");
     auto* composer = panel.findChild<QPlainTextEdit*>("_messageEdit");
@@ -230,7 +234,8 @@ TEST(RecipientPanel, TableSelectionReachesTheControllerAndFollowsInserts) {
     TestDataHome home;
     ScriptedOperator op;
     Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
-    StoreWindows stores(op, home.folder);
+    DefaultCountry storeCountry;
+    StoreWindows stores(op, home.folder, storeCountry);
     RecipientPanel panel(gsm, stores);
     for (const char* n : {"1", "2", "3"})
         gsm.Create_Num_Msg_List(n, "");
@@ -249,9 +254,10 @@ TEST(RecipientPanel, OneDefaultCountryForBothWindowsAndTheWrittenFormInTheTable)
     TestDataHome home;
     home.folder.Check_Path_And_Create_Files();
     ScriptedOperator op;
-    Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
-    Bulk_SMSAppDelegate android(op, home.folder);
-    StoreWindows stores(op, home.folder);
+    DefaultCountry country;
+    Gsm_Bulk_Sms_Wnd gsm(op, home.folder, &country);
+    Bulk_SMSAppDelegate android(op, home.folder, &country);
+    StoreWindows stores(op, home.folder, country);
     RecipientPanel gsmPanel(gsm, stores), androidPanel(android, stores);
     auto* gsmCountry = gsmPanel.findChild<QComboBox*>("defaultCountryCombo");
     auto* androidCountry = androidPanel.findChild<QComboBox*>("defaultCountryCombo");
@@ -259,7 +265,7 @@ TEST(RecipientPanel, OneDefaultCountryForBothWindowsAndTheWrittenFormInTheTable)
     EXPECT_EQ(gsmCountry->currentData().toString(), ""); // none until chosen
 
     gsmCountry->setCurrentIndex(gsmCountry->findData("GB"));
-    EXPECT_EQ(DefaultCountry::instance().region(), "GB");
+    EXPECT_EQ(country.region(), "GB");
     EXPECT_EQ(androidCountry->currentData().toString(), "GB");
     EXPECT_EQ(readAll(DefaultCountry::filePath(home.folder)), "GB\n");
 
@@ -296,7 +302,7 @@ TEST(RecipientPanel, OneDefaultCountryForBothWindowsAndTheWrittenFormInTheTable)
         gsmPanel.grab().save(pictures + "/recipient-country.png");
 
     androidCountry->setCurrentIndex(0);
-    EXPECT_EQ(DefaultCountry::instance().region(), "");
+    EXPECT_EQ(country.region(), "");
     EXPECT_EQ(gsmCountry->currentIndex(), 0);
 }
 
@@ -305,7 +311,8 @@ TEST(RecipientPanel, DelayedDeliveryBoxShowsItsDefaults) {
     ScriptedOperator op;
     Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
     gsm.windowDidLoad();
-    StoreWindows stores(op, home.folder);
+    DefaultCountry storeCountry;
+    StoreWindows stores(op, home.folder, storeCountry);
     RecipientPanel panel(gsm, stores);
     auto* box = panel.findChild<QCheckBox*>("_Delayed_Delivry_Chk");
     auto* count = panel.findChild<QComboBox*>("_delayed_msg_count_combo");
@@ -341,7 +348,8 @@ TEST(RecipientPanel, ALoadShowsItsProgressLocksTheListAndCancelKeepsIt) {
     ScriptedOperator op;
     Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
     gsm.windowDidLoad();
-    StoreWindows stores(op, home.folder);
+    DefaultCountry storeCountry;
+    StoreWindows stores(op, home.folder, storeCountry);
     RecipientPanel panel(gsm, stores);
     gsm.Create_Num_Msg_List("111", "");
     auto* progress = panel.findChild<QProgressBar*>("_loadProgress");
@@ -365,7 +373,7 @@ TEST(RecipientPanel, ALoadShowsItsProgressLocksTheListAndCancelKeepsIt) {
             }
             return true;
         },
-        [&](bool c) { committed = c; }));
+        [&](bool c, const LoadCounters&) { committed = c; }));
     ASSERT_TRUE(spinUntil([&] { return load.rowsRead() > 10 && progress->value() == 500; }));
     EXPECT_TRUE(progress->isVisibleTo(&panel));
     EXPECT_TRUE(cancel->isVisibleTo(&panel));

@@ -6,7 +6,6 @@
 #include "core/Operator.h"
 #include "list/BulkSmsWindow.h"
 #include "list/ListLoad.h"
-#include "list/LoadCounters.h"
 #include "sheets/SpreadsheetWriter.h"
 #include "text/NumberRules.h"
 
@@ -24,8 +23,9 @@ const QString kNotes =
 QString placeholder(int column) { return QStringLiteral("<COL-%1>").arg(column); }
 } // namespace
 
-Excel_Dynamic_Msg::Excel_Dynamic_Msg(BulkSmsWindow& window, QObject* parent)
-    : DialogController(parent), m_window(window), m_columns({kColumnTickedKey, kColumnNameKey}),
+Excel_Dynamic_Msg::Excel_Dynamic_Msg(BulkSmsWindow& window, SpreadsheetWriter& spreadsheet, QObject* parent)
+    : DialogController(parent), m_window(window), m_spreadsheet(spreadsheet),
+      m_columns({kColumnTickedKey, kColumnNameKey}),
       m_placeholders({kPlaceholderColumnNumberKey, kPlaceholderColumnNameKey, kPlaceholderTextKey}) {}
 
 void Excel_Dynamic_Msg::setMode(int mode) {
@@ -166,7 +166,7 @@ void Excel_Dynamic_Msg::Browse() {
     clearWorkbook();
     setPleaseWait(true);
     QString failure;
-    m_sheets = WorkbookPreparation::prepareAndListSheets(path, &failure);
+    m_sheets = WorkbookPreparation::prepareAndListSheets(m_spreadsheet, path, &failure);
     setPleaseWait(false);
     if (!failure.isEmpty())
         m_window.op().Show_MessageBox(failure);
@@ -176,7 +176,7 @@ void Excel_Dynamic_Msg::Sheet_ComboBox_changed(int index) {
     if (index < 0 || index >= m_sheets.size())
         return;
     m_sheetIndex = index;
-    m_header = WorkbookPreparation::headerOfSheet(index);
+    m_header = WorkbookPreparation::headerOfSheet(m_spreadsheet, index);
     m_numberCol = -1;
     m_msgCol = -1;
     // Blank names are already "Untitled Column <n>": entry i is always column i.
@@ -281,7 +281,6 @@ void Excel_Dynamic_Msg::finish() {
 }
 
 void Excel_Dynamic_Msg::insertRows() {
-    assign_format_skip_exclude_var();
     const bool replace = std::exchange(m_window.replaceListOnNextLoad, false);
     m_window.prev_list_item = replace ? 0 : m_window.list().size();
     QList<int> ticked;
@@ -300,18 +299,19 @@ void Excel_Dynamic_Msg::insertRows() {
     const int msgCol = m_msgCol;
     const QString templ = m_template;
     BulkSmsWindow* window = &m_window;
+    SpreadsheetWriter* spreadsheet = &m_spreadsheet; // the windows' owner's: it outlives the load
     // One pass over the sheet on the window's loading thread; rows past the limit are only
     // counted. The accepted rows go in when the sheet is done, unless the load is cancelled.
     ListLoad::of(m_window).start(
         [=](ListLoad& load) {
             qsizetype limit = kMaxRows;
             qsizetype taken = 0;
-            const bool read = SpreadsheetWriter::ReadRows([&](QStringList& row) {
+            const bool read = spreadsheet->ReadRows([&](QStringList& row) {
                 if (!outcome->sheetHadRows && startsWithHeader(row, numberColumns))
                     ++limit; // a header row does not count toward the limit
                 outcome->sheetHadRows = true;
                 if (taken % 512 == 0)
-                    load.setProgress(taken, SpreadsheetWriter::readFraction());
+                    load.setProgress(taken, spreadsheet->readFraction());
                 if (taken++ >= limit) {
                     ++outcome->dropped;
                     return !load.cancelled();
@@ -326,11 +326,11 @@ void Excel_Dynamic_Msg::insertRows() {
             });
             load.setProgress(taken, 1);
             if (!load.cancelled() && (!read || !outcome->sheetHadRows))
-                outcome->readFailure = WorkbookPreparation::lastReadFailure();
+                outcome->readFailure = spreadsheet->readFailure;
             return outcome->readFailure.isEmpty();
         },
-        [window, outcome](bool committed) {
-            SpreadsheetWriter::releaseWorkbook();
+        [window, outcome, spreadsheet](bool committed, const LoadCounters& counts) {
+            spreadsheet->releaseWorkbook();
             window->Update_List_Count();
             if (!outcome->readFailure.isEmpty()) {
                 window->op().Show_MessageBox(outcome->readFailure);
@@ -341,7 +341,7 @@ void Excel_Dynamic_Msg::insertRows() {
             if (outcome->dropped > 0)
                 window->op().Show_MessageBox(droppedRowsMessage(outcome->dropped));
             if (!(outcome->sheetHadRows && window->list().size() != window->prev_list_item))
-                window->op().Show_MessageBox(format_skip_exclude_str());
+                window->op().Show_MessageBox(counts.summary());
         },
         replace);
 }

@@ -12,6 +12,7 @@
 #include <QStringList>
 
 class BulkSmsWindow;
+class SpreadsheetWriter;
 
 // The keys of a placeholder record, one per column of the sheet in the message step: the
 // column's number, its name and the placeholder that stands for it in the message.
@@ -24,7 +25,9 @@ class Excel_Dynamic_Msg : public DialogController {
 public:
     static constexpr int kMaxRows = 50000;
 
-    explicit Excel_Dynamic_Msg(BulkSmsWindow& window, QObject* parent = nullptr);
+    // spreadsheet reads the workbook; the insertion goes on reading it after the wizard has
+    // ended, so it must outlive the load.
+    Excel_Dynamic_Msg(BulkSmsWindow& window, SpreadsheetWriter& spreadsheet, QObject* parent = nullptr);
 
     // ---- state shown by the view ----
     int EXEL_OR_DYN_SMS() const { return m_mode; }
@@ -79,6 +82,7 @@ private:
     void setPleaseWait(bool visible);
 
     BulkSmsWindow& m_window;
+    SpreadsheetWriter& m_spreadsheet;
     int m_mode = 0;
     int m_step = 0;
     QString m_path;

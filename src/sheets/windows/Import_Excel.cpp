@@ -8,15 +8,16 @@
 #include "core/Operator.h"
 #include "list/BulkSmsWindow.h"
 #include "list/ListLoad.h"
-#include "list/LoadCounters.h"
 #include "sheets/SpreadsheetWriter.h"
 #include "text/NumberRules.h"
 
 #include <memory>
 #include <utility>
 
-Import_Excel::Import_Excel(Operator& op, const MainWindows* windows, QObject* parent)
-    : DialogController(parent), m_op(op), m_windows(windows), m_columns({kColumnTickedKey, kColumnNameKey}) {}
+Import_Excel::Import_Excel(Operator& op, SpreadsheetWriter& spreadsheet, const MainWindows* windows,
+                           QObject* parent)
+    : DialogController(parent), m_op(op), m_spreadsheet(spreadsheet), m_windows(windows),
+      m_columns({kColumnTickedKey, kColumnNameKey}) {}
 
 BulkSmsWindow* Import_Excel::windowOfMode(const QString& mode) const {
     if (m_windows == nullptr)
@@ -46,7 +47,7 @@ void Import_Excel::prepareWindow(const QString& path, const QString& mode) {
     m_sheets.clear();
     m_sheetIndex = -1;
     setPleaseWait(true);
-    m_sheets = WorkbookPreparation::prepareAndListSheets(path, &m_openFailure);
+    m_sheets = WorkbookPreparation::prepareAndListSheets(m_spreadsheet, path, &m_openFailure);
     if (!m_sheets.isEmpty())
         Sheet_ComboBox_changed(0);
     setPleaseWait(false);
@@ -67,7 +68,7 @@ void Import_Excel::Sheet_ComboBox_changed(int index) {
     if (index < 0 || index >= m_sheets.size())
         return;
     m_sheetIndex = index;
-    const QStringList header = WorkbookPreparation::headerOfSheet(index);
+    const QStringList header = WorkbookPreparation::headerOfSheet(m_spreadsheet, index);
     if (!header.isEmpty()) {
         m_columns.clear();
         // Blank names are already "Untitled Column <n>": entry i is always column i.
@@ -134,7 +135,6 @@ void Import_Excel::importRows() {
     bool sheetHadRows = false;
     QString readFailure;
     Guard::run("Importing the columns of a workbook failed", [&] {
-        assign_format_skip_exclude_var();
         setPleaseWait(true);
         QList<int> ticked;
         for (int column = 0; column < m_columns.size(); ++column)
@@ -142,19 +142,19 @@ void Import_Excel::importRows() {
                 ticked << column;
         // One pass over the sheet: each row's values are handed on as it is read.
         bool first = true;
-        const bool read = SpreadsheetWriter::ReadRows([&](QStringList& row) {
+        const bool read = m_spreadsheet.ReadRows([&](QStringList& row) {
             sheetHadRows = true;
             if (std::exchange(first, false) && m_containsHeader)
                 return true;
             for (int column : ticked)
                 if (column < row.size())
-                    passValue(nullptr, row.at(column), QString());
+                    passValue(row.at(column));
             return true;
         });
         if (!read || !sheetHadRows)
-            readFailure = WorkbookPreparation::lastReadFailure();
+            readFailure = m_spreadsheet.readFailure;
     });
-    SpreadsheetWriter::releaseWorkbook();
+    m_spreadsheet.releaseWorkbook();
     setPleaseWait(false);
     if (!readFailure.isEmpty())
         m_op.Show_MessageBox(readFailure);
@@ -162,7 +162,6 @@ void Import_Excel::importRows() {
 }
 
 void Import_Excel::importIntoList(BulkSmsWindow& window) {
-    assign_format_skip_exclude_var();
     const bool replace = std::exchange(window.replaceListOnNextLoad, false);
     for (const char* mode : {"AND", "GSM"})
         if (BulkSmsWindow* w = windowOfMode(QLatin1String(mode)))
@@ -180,16 +179,17 @@ void Import_Excel::importIntoList(BulkSmsWindow& window) {
     auto outcome = std::make_shared<Outcome>();
     Operator* op = &m_op; // the window's: it outlives this dialog, which ends now
     BulkSmsWindow* target = &window;
+    SpreadsheetWriter* spreadsheet = &m_spreadsheet; // the windows' owner's, as lasting
     // One pass over the sheet on the loading thread; the window shows the rows read and a
     // Cancel button, and the accepted numbers go in when the sheet is done.
     ListLoad::of(window).start(
         [=](ListLoad& load) {
             bool first = true;
             qint64 rows = 0;
-            const bool read = SpreadsheetWriter::ReadRows([&](QStringList& row) {
+            const bool read = spreadsheet->ReadRows([&](QStringList& row) {
                 outcome->sheetHadRows = true;
                 if (++rows % 512 == 0)
-                    load.setProgress(rows, SpreadsheetWriter::readFraction());
+                    load.setProgress(rows, spreadsheet->readFraction());
                 if (std::exchange(first, false) && header)
                     return true;
                 for (int column : ticked)
@@ -199,26 +199,22 @@ void Import_Excel::importIntoList(BulkSmsWindow& window) {
             });
             load.setProgress(rows, 1);
             if (!load.cancelled() && (!read || !outcome->sheetHadRows))
-                outcome->readFailure = WorkbookPreparation::lastReadFailure();
+                outcome->readFailure = spreadsheet->readFailure;
             return outcome->readFailure.isEmpty();
         },
-        [op, target, outcome](bool committed) {
-            SpreadsheetWriter::releaseWorkbook();
+        [op, target, outcome, spreadsheet](bool committed, const LoadCounters& counts) {
+            spreadsheet->releaseWorkbook();
             if (!outcome->readFailure.isEmpty())
                 op->Show_MessageBox(outcome->readFailure);
             else if (committed && !(outcome->sheetHadRows && target->list().size() != target->prev_list_item))
-                op->Show_MessageBox(format_skip_exclude_str());
+                op->Show_MessageBox(counts.summary());
         },
         replace);
     endModal(1);
 }
 
-void Import_Excel::passValue(BulkSmsWindow* window, const QString& value, const QString& message) {
-    if (window != nullptr) {
-        const QString number = window->Num_Able_To_insert(value);
-        if (!number.isEmpty())
-            window->Create_Num_Msg_List(number, message);
-    } else if (m_mode == QLatin1String("EX")) {
+void Import_Excel::passValue(const QString& value) {
+    if (m_mode == QLatin1String("EX")) {
         if (m_exclusionTarget != nullptr)
             m_exclusionTarget->chk_and_insert_validation(value);
     } else if (m_mode == QLatin1String("TEMP")) {
@@ -228,6 +224,6 @@ void Import_Excel::passValue(BulkSmsWindow* window, const QString& value, const 
 }
 
 void Import_Excel::CancelPressed() {
-    SpreadsheetWriter::releaseWorkbook();
+    m_spreadsheet.releaseWorkbook();
     endModal(0);
 }

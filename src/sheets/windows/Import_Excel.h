@@ -13,13 +13,17 @@ class BulkSmsWindow;
 class ExclusionImportTarget;
 class MainWindows;
 class Operator;
+class SpreadsheetWriter;
 class TemplateImportTarget;
 
 class Import_Excel : public DialogController {
     Q_OBJECT
 public:
-    // windows: the main windows an "AND" or "GSM" import fills (none for "EX" and "TEMP").
-    explicit Import_Excel(Operator& op, const MainWindows* windows = nullptr, QObject* parent = nullptr);
+    // spreadsheet reads the workbook; an import into a list goes on reading it after the
+    // window has ended, so it must outlive the load. windows: the main windows an "AND" or
+    // "GSM" import fills (none for "EX" and "TEMP").
+    Import_Excel(Operator& op, SpreadsheetWriter& spreadsheet, const MainWindows* windows = nullptr,
+                 QObject* parent = nullptr);
 
     void setExclusionTarget(ExclusionImportTarget* target) { m_exclusionTarget = target; }
     void setTemplateTarget(TemplateImportTarget* target) { m_templateTarget = target; }
@@ -58,11 +62,13 @@ private:
     void importRows();
     // The import into a window's list, on that window's loading thread.
     void importIntoList(BulkSmsWindow& window);
-    void passValue(BulkSmsWindow* window, const QString& value, const QString& message);
+    // A value of the exclusion or template import to its target.
+    void passValue(const QString& value);
     // The main window an "AND" or "GSM" import fills; null for the others.
     BulkSmsWindow* windowOfMode(const QString& mode) const;
 
     Operator& m_op;
+    SpreadsheetWriter& m_spreadsheet;
     const MainWindows* m_windows;
     QString m_mode;
     QString m_path;

@@ -11,7 +11,7 @@ int SpreadsheetWindows::openColumnImport(BulkSmsWindow& window, const QString& p
         Show_NSLog_Message(QStringLiteral("No window for the column import in mode %1").arg(mode));
         return 0;
     }
-    Import_Excel dialog(window.op(), window.mainWindows());
+    Import_Excel dialog(window.op(), m_spreadsheet, window.mainWindows());
     return dialog.Open_excel_Wnd(path, mode);
 }
 
@@ -21,11 +21,6 @@ int SpreadsheetWindows::openDynamicMessages(BulkSmsWindow& asking) {
         Show_NSLog_Message(QStringLiteral("No active window for spreadsheet messages"));
         return 0;
     }
-    Excel_Dynamic_Msg dialog(*window);
+    Excel_Dynamic_Msg dialog(*window, m_spreadsheet);
     return window->op().runModal(dialog);
-}
-
-void SpreadsheetWindows::install() {
-    static SpreadsheetWindows windows;
-    SpreadsheetLoads::install(&windows);
 }

@@ -1,13 +1,12 @@
 #include "WorkbookPreparation.h"
 
 #include "core/Guard.h"
-#include "sheets/SheetState.h"
 #include "sheets/SpreadsheetWriter.h"
 
 namespace WorkbookPreparation {
 
-QStringList prepareAndListSheets(const QString& path, QString* failure) {
-    if (SpreadsheetWriter::isStreaming()) {
+QStringList prepareAndListSheets(SpreadsheetWriter& spreadsheet, const QString& path, QString* failure) {
+    if (spreadsheet.isStreaming()) {
         if (failure)
             *failure = QStringLiteral("Another workbook is being loaded into a list. Please open this one "
                                       "when that load is done.");
@@ -17,10 +16,10 @@ QStringList prepareAndListSheets(const QString& path, QString* failure) {
     QStringList sheets = Guard::run(
         "Preparing a workbook failed",
         [&] {
-            Excel_Sheet_Number = 1;
-            SpreadsheetWriter::ReadWorkbook(path, true);
-            reason = SpreadsheetWriter::shared().readFailure;
-            QStringList names = SpreadsheetWriter::Read_Sheet_Name();
+            spreadsheet.Excel_Sheet_Number = 1;
+            spreadsheet.ReadWorkbook(path, true);
+            reason = spreadsheet.readFailure;
+            QStringList names = spreadsheet.Read_Sheet_Name();
             if (reason.isEmpty() && names.isEmpty())
                 reason = QStringLiteral("This workbook has no sheet.");
             return names;
@@ -33,12 +32,12 @@ QStringList prepareAndListSheets(const QString& path, QString* failure) {
     return sheets;
 }
 
-QStringList headerOfSheet(int index) {
+QStringList headerOfSheet(SpreadsheetWriter& spreadsheet, int index) {
     QStringList header = Guard::run(
         "Reading the header of a sheet failed",
         [&] {
-            Excel_Sheet_Number = index + 1;
-            const SpreadsheetData header = SpreadsheetWriter::ReadData_only_column();
+            spreadsheet.Excel_Sheet_Number = index + 1;
+            const SpreadsheetData header = spreadsheet.ReadData_only_column();
             return header.isEmpty() ? QStringList() : header.first();
         },
         QStringList());
@@ -48,7 +47,5 @@ QStringList headerOfSheet(int index) {
     }
     return header;
 }
-
-QString lastReadFailure() { return spreadsheet ? spreadsheet->readFailure : QString(); }
 
 } // namespace WorkbookPreparation

@@ -3,13 +3,10 @@
 #include "ImportFixture.h"
 
 #include "list/ListLoad.h"
-#include "list/LoadCounters.h"
 #include "list/NumberLoader.h"
-#include "sheets/SheetState.h"
 #include "sheets/windows/Excel_Dynamic_Msg.h"
 #include "sheets/windows/ImportTargets.h"
 #include "sheets/windows/Import_Excel.h"
-#include "sheets/windows/SpreadsheetWindows.h"
 
 namespace {
 
@@ -45,7 +42,7 @@ TEST_F(ColumnImportTest, HeaderRowTickedColumnsAndOrder) {
         SCOPED_TRACE(c.name);
         android.list().clear();
         op.clearTranscript();
-        Import_Excel dialog(op, &windows);
+        Import_Excel dialog(op, spreadsheet, &windows);
         open(dialog, workbook, "AND", c.ticked);
         dialog.setContainsHeader(c.header);
         dialog.OKPressed();
@@ -62,7 +59,7 @@ TEST_F(ColumnImportTest, ValuesGoToTheWindowOfTheModeWithItsComposerText) {
     gsm.setComposerText("gsm text");
     gsm.list().prepend(recipientRecord("9", ""));
     android.list().prepend(recipientRecord("8", ""));
-    Import_Excel dialog(op, &windows);
+    Import_Excel dialog(op, spreadsheet, &windows);
     open(dialog, tableWorkbook("p.xlsx", {kPhones}), "GSM", {2});
     dialog.OKPressed();
     waitForLoads();
@@ -77,12 +74,12 @@ TEST_F(ColumnImportTest, AllDuplicatesShowTheSummary) {
     android.setSkipDuplicates(true);
     for (const char* n : {"111", "333", "444"})
         android.list().prepend(recipientRecord(n, ""));
-    Import_Excel dialog(op, &windows);
+    Import_Excel dialog(op, spreadsheet, &windows);
     open(dialog, tableWorkbook("p.xlsx", {kPhones}), "AND", {1});
     dialog.OKPressed();
     waitForLoads();
     EXPECT_EQ(android.list().size(), 3);
-    EXPECT_EQ(op.alerts(), QStringList{"\n" + format_skip_exclude_str()});
+    EXPECT_EQ(op.alerts(), QStringList{"\n" + android.lastLoad().summary()});
     EXPECT_EQ(counters(), (QList<int>{3, 3, 3, 0}));
     EXPECT_EQ(dialog.endCode(), 1);
 }
@@ -90,12 +87,12 @@ TEST_F(ColumnImportTest, AllDuplicatesShowTheSummary) {
 TEST_F(ColumnImportTest, SheetChoiceReadsThatSheetsPart) {
     const QString workbook = tableWorkbook(
         "three.xlsx", {{{"A"}, {"1"}}, {{"B", "C"}, {"2", "3"}}, {{"Third", "Col"}, {"777", "888"}}});
-    Import_Excel dialog(op, &windows);
+    Import_Excel dialog(op, spreadsheet, &windows);
     dialog.prepareWindow(workbook, "AND");
     EXPECT_EQ(dialog.sheetNames(), (QStringList{"Sheet1", "Sheet2", "Sheet3"}));
     EXPECT_EQ(dialog.ListData().size(), 1); // the first sheet is chosen on opening
     dialog.Sheet_ComboBox_changed(2);
-    EXPECT_EQ(Excel_Sheet_Number, 3);
+    EXPECT_EQ(spreadsheet.Excel_Sheet_Number, 3);
     ASSERT_EQ(dialog.ListData().size(), 2);
     EXPECT_EQ(dialog.ListData().at(0).value("Extension"), "Third");
     dialog.Select_All();
@@ -114,7 +111,7 @@ TEST_F(ColumnImportTest, OperatorErrorsKeepTheWindowOpen) {
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write("just text");
     file.close();
-    Import_Excel dialog(op, &windows);
+    Import_Excel dialog(op, spreadsheet, &windows);
     dialog.prepareWindow(notAWorkbook, "AND");
     EXPECT_TRUE(dialog.sheetNames().isEmpty());
     dialog.OKPressed();
@@ -130,7 +127,7 @@ TEST_F(ColumnImportTest, OperatorErrorsKeepTheWindowOpen) {
 TEST_F(ColumnImportTest, AHeaderCellOfSpacesKeepsEveryColumnInItsPlace) {
     const QString workbook = tableWorkbook(
         "blank.xlsx", {{{"Name", " ", "Phone"}, {"Ann", "12", "07700900111"}, {"Bob", "34", "07700900222"}}});
-    Import_Excel dialog(op, &windows);
+    Import_Excel dialog(op, spreadsheet, &windows);
     open(dialog, workbook, "AND", {2});
     ASSERT_EQ(dialog.ListData().size(), 3);
     EXPECT_EQ(dialog.ListData().at(1).value("Extension"), "Untitled Column 2");
@@ -146,7 +143,7 @@ TEST_F(ColumnImportTest, AFileThatIsNoWorkbookEndsTheImportWithItsReason) {
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write("Number,Message\n5550100,Hi\n");
     file.close();
-    Import_Excel dialog(op, &windows); // no modal is scripted: the window must not run
+    Import_Excel dialog(op, spreadsheet, &windows); // no modal is scripted: the window must not run
     EXPECT_EQ(dialog.Open_excel_Wnd(notAWorkbook, "AND"), 0);
     waitForLoads();
     EXPECT_EQ(op.alerts(),
@@ -158,7 +155,7 @@ TEST_F(ColumnImportTest, ASheetThatCannotBeReadSaysWhy) {
     const QString workbook =
         sheetWorkbook("bad.xlsx", sheetXml(R"(<row><c r="A1" t="inlineStr"><is><t>Phone</t></is></c></row>)"
                                            R"(<row><c r="A2" s="9"><v>07700900111</v></c></row>)"));
-    Import_Excel dialog(op, &windows);
+    Import_Excel dialog(op, spreadsheet, &windows);
     open(dialog, workbook, "AND", {0});
     dialog.OKPressed();
     waitForLoads();
@@ -167,7 +164,7 @@ TEST_F(ColumnImportTest, ASheetThatCannotBeReadSaysWhy) {
 }
 
 TEST_F(ColumnImportTest, BlankColumnNamesAreNotListed) {
-    Import_Excel dialog(op, &windows);
+    Import_Excel dialog(op, spreadsheet, &windows);
     dialog.Create_List("  ", true);
     dialog.Create_List("Name", false);
     EXPECT_EQ(dialog.ListData().size(), 1);
@@ -193,7 +190,7 @@ TEST_F(ColumnImportTest, ExclusionAndTemplateDestinationsTakeEveryValueWithoutSu
     FakeExclusions exclusions;
     FakeTemplates templates;
     for (const char* mode : {"EX", "TEMP"}) {
-        Import_Excel dialog(op, &windows);
+        Import_Excel dialog(op, spreadsheet, &windows);
         dialog.setExclusionTarget(&exclusions);
         dialog.setTemplateTarget(&templates);
         open(dialog, workbook, mode, {0});
@@ -213,7 +210,7 @@ TEST_F(ColumnImportTest, OpenRunsTheWindowAndReturnsItsCode) {
           d.setColumnTicked(1, true);
           d.OKPressed();
       }).onModal<Import_Excel>([](Import_Excel& d) { d.CancelPressed(); });
-    Import_Excel first(op, &windows), second(op, &windows);
+    Import_Excel first(op, spreadsheet, &windows), second(op, spreadsheet, &windows);
     EXPECT_EQ(first.Open_excel_Wnd(workbook, "AND"), 1);
     waitForLoads();
     EXPECT_EQ(second.Open_excel_Wnd(workbook, "AND"), 0);
@@ -226,7 +223,6 @@ TEST_F(ColumnImportTest, OpenRunsTheWindowAndReturnsItsCode) {
 namespace {
 
 TEST_F(ColumnImportTest, TheLoadButtonHandsWorkbooksToTheImportOfItsWindow) {
-    SpreadsheetWindows::install();
     gsm.setComposerText("from gsm");
     op.chooseFile(tableWorkbook("p.XLSX", {kPhones}));
     op.onModal<Import_Excel>([](Import_Excel& d) {
@@ -236,14 +232,12 @@ TEST_F(ColumnImportTest, TheLoadButtonHandsWorkbooksToTheImportOfItsWindow) {
     });
     NumberLoader::of(gsm).Load_Number();
     waitForLoads();
-    SpreadsheetLoads::install(nullptr);
     EXPECT_EQ(gsm.numbers(), (QStringList{"555", "222"}));
     EXPECT_EQ(gsm.messages(), QStringList(2, "from gsm"));
     EXPECT_TRUE(android.list().isEmpty());
 }
 
 TEST_F(ColumnImportTest, TheMessagesButtonOpensTheWizardOnTheActiveWindow) {
-    SpreadsheetWindows::install();
     windows.setFront(MainWindowController::Kind::Gsm);
     const QString workbook = tableWorkbook("m.xlsx", {{{"Phone", "Text"}, {"123", "hello"}}});
     op.onModal<Excel_Dynamic_Msg>([&](Excel_Dynamic_Msg& w) {
@@ -257,7 +251,6 @@ TEST_F(ColumnImportTest, TheMessagesButtonOpensTheWizardOnTheActiveWindow) {
     });
     NumberLoader::of(android).Excel_Msg_Load_Btn(); // the button of either window acts on the active one
     waitForLoads();
-    SpreadsheetLoads::install(nullptr);
     EXPECT_EQ(gsm.numbers(), QStringList{"123"});
     EXPECT_EQ(gsm.messages(), QStringList{"hello"});
 }
@@ -273,7 +266,7 @@ TEST_F(ColumnImportTest, CancelDuringTheImportLeavesTheListAsItWas) {
     const QString workbook = tableWorkbook("many.xlsx", {rows});
     gsm.Create_Num_Msg_List("555", "old");
     for (bool cancel : {true, false}) {
-        Import_Excel dialog(op, &windows);
+        Import_Excel dialog(op, spreadsheet, &windows);
         dialog.prepareWindow(workbook, "GSM");
         dialog.setColumnTicked(0, true);
         dialog.OKPressed();

@@ -49,7 +49,7 @@ protected:
         wizard.Sheet_ComboBox_changed(0);
         return wizard;
     }
-    Excel_Dynamic_Msg wizard{android};
+    Excel_Dynamic_Msg wizard{android, spreadsheet};
 };
 
 TEST_F(DynamicMessagesTest, PerRowMessagesWithAHeaderCountedAsInvalid) {
@@ -270,7 +270,7 @@ TEST_F(DynamicMessagesTest, NothingAddedShowsTheSummary) {
     wizard.Message_ComboBox_changed(1);
     wizard.rightButtonPressed();
     waitForLoads();
-    EXPECT_EQ(op.alerts(), QStringList{"\n" + format_skip_exclude_str()});
+    EXPECT_EQ(op.alerts(), QStringList{"\n" + android.lastLoad().summary()});
     EXPECT_EQ(wizard.endCode(), 1);
 }
 

@@ -57,7 +57,10 @@ QString ImportTest::tableWorkbook(const QString& name, const QList<SpreadsheetDa
     return packWorkbook(name, parts);
 }
 
-QList<int> ImportTest::counters() { return {TOT_PROC, TOT, SKPD, EXLD}; }
+QList<int> ImportTest::counters() const {
+    const LoadCounters& c = android.lastLoad();
+    return {c.TOT_PROC, c.TOT, c.SKPD, c.EXLD};
+}
 
 void ImportTest::waitForLoads() {
     ASSERT_TRUE(

@@ -5,10 +5,12 @@
 #include "ScriptedOperator.h"
 #include "core/MainWindows.h"
 #include "list/BulkSmsWindow.h"
+#include "sheets/windows/SpreadsheetWindows.h"
 
 class ImportTestWindow : public BulkSmsWindow {
 public:
-    ImportTestWindow(Kind kind, Operator& op, const DataFolder& folder) : BulkSmsWindow(kind, op, folder) {
+    ImportTestWindow(Kind kind, Operator& op, const DataFolder& folder, SpreadsheetLoads* spreadsheets)
+        : BulkSmsWindow(kind, op, folder, nullptr, spreadsheets) {
         windowDidLoad();
         setTextChangeNotifications(true); // as after launch
     }
@@ -24,12 +26,14 @@ protected:
 
     // A workbook whose sheets hold the given rows (inline strings, dimension from the widest row).
     QString tableWorkbook(const QString& name, const QList<SpreadsheetData>& sheets) const;
-    static QList<int> counters();
+    // What the last load into the Android window counted: readable, valid, skipped, excluded.
+    QList<int> counters() const;
     // Waits until the loads the windows run on their loading threads are done.
     void waitForLoads();
 
     ScriptedOperator op;
-    ImportTestWindow android{MainWindowController::Kind::Android, op, m_home.folder};
-    ImportTestWindow gsm{MainWindowController::Kind::Gsm, op, m_home.folder};
+    SpreadsheetWindows spreadsheets; // what the load buttons open, with a reader of their own
+    ImportTestWindow android{MainWindowController::Kind::Android, op, m_home.folder, &spreadsheets};
+    ImportTestWindow gsm{MainWindowController::Kind::Gsm, op, m_home.folder, &spreadsheets};
     MainWindows windows{android, gsm};
 };
