@@ -71,6 +71,66 @@ bool connectionFailed(Operator& op, ConnectionStatusLines* status, const QString
     return false;
 }
 
+// An unauthorised phone: the operator is given time to allow this computer on the phone; the
+// search tries again afterwards.
+void awaitPermission(ConnectionStatusLines* status) {
+    mark(status, ConnectionStatusLines::Searching, QStringLiteral("Android device found"), QLatin1Char('T'));
+    if (!restUnlessStopped(status))
+        return;
+    mark(status, ConnectionStatusLines::Permission, QStringLiteral("Waiting for user permissions"),
+         QLatin1Char('A'));
+    if (!restUnlessStopped(status) || !restUnlessStopped(status))
+        return;
+    mark(status, ConnectionStatusLines::Permission,
+         QStringLiteral("Still waiting for user permissions, retrying"), QLatin1Char('A'));
+    if (!restUnlessStopped(status))
+        return;
+    const QString again = Get_Android_Device();
+    if (!restUnlessStopped(status))
+        return;
+    if (again.contains(QLatin1String("unauthorized"), Qt::CaseInsensitive))
+        Write_In_Troubleshoot_File(QStringLiteral("User permissions not found\n") + again);
+}
+
+// Installs the companion app, uninstalling an older copy once when the install fails.
+bool installCompanion(Operator& op, ConnectionStatusLines* status) {
+    // The app is the operator's to supply; without it the install's own error would read as
+    // a success below.
+    if (!QFileInfo(apkPath()).isFile()) {
+        mark(status, ConnectionStatusLines::Connection, QStringLiteral("Connection Failed"),
+             QLatin1Char('T'));
+        Write_In_Troubleshoot_File(QStringLiteral("Connection Failed\n") + missingApkMessage() +
+                                   QLatin1Char('\n'));
+        op.Show_MessageBox(missingApkMessage());
+        return false;
+    }
+
+    QString result = installOnce();
+    bool retried = false;
+    for (;;) {
+        if (result.trimmed().isEmpty())
+            return true;
+        if (result.contains(QLatin1String("error"))) {
+            if (result.contains(QLatin1String("more than one device")))
+                op.Show_MessageBox(kMoreThanOnePhoneMessage);
+            return false;
+        }
+        if (!result.contains(kCompanionApk) && !result.contains(QLatin1String("OSTRELPROBULKSMS")))
+            return true;
+        if (result.contains(QLatin1String("Success")) || !result.contains(QLatin1String("Failure")))
+            return true;
+        if (retried)
+            return connectionFailed(op, status, result);
+        const QString uninstall =
+            shellRun({QStringLiteral("pm"), QStringLiteral("uninstall"), kCompanionPackage});
+        Write_In_Troubleshoot_File(QStringLiteral("Uninstall OstrelBulkSMS.apk\n") + uninstall);
+        retried = true;
+        if (!uninstall.contains(QLatin1String("Success")))
+            return connectionFailed(op, status, uninstall);
+        result = installOnce();
+    }
+}
+
 } // namespace
 
 QString missingApkMessage() {
@@ -107,65 +167,11 @@ bool CheckConnection(QString& errorTag, bool install, Operator& op, ConnectionSt
         return false;
     }
     if (device.contains(QLatin1String("unauthorized"), Qt::CaseInsensitive)) {
-        if (!install)
-            return false;
-        mark(status, ConnectionStatusLines::Searching, QStringLiteral("Android device found"),
-             QLatin1Char('T'));
-        if (!restUnlessStopped(status))
-            return false;
-        mark(status, ConnectionStatusLines::Permission, QStringLiteral("Waiting for user permissions"),
-             QLatin1Char('A'));
-        if (!restUnlessStopped(status) || !restUnlessStopped(status))
-            return false;
-        mark(status, ConnectionStatusLines::Permission,
-             QStringLiteral("Still waiting for user permissions, retrying"), QLatin1Char('A'));
-        if (!restUnlessStopped(status))
-            return false;
-        const QString again = Get_Android_Device();
-        if (!restUnlessStopped(status))
-            return false;
-        if (again.contains(QLatin1String("unauthorized"), Qt::CaseInsensitive))
-            Write_In_Troubleshoot_File(QStringLiteral("User permissions not found\n") + again);
+        if (install)
+            awaitPermission(status);
         return false;
     }
-    if (!install)
-        return true;
-
-    // The app is the operator's to supply; without it the install's own error would read as
-    // a success below.
-    if (!QFileInfo(apkPath()).isFile()) {
-        mark(status, ConnectionStatusLines::Connection, QStringLiteral("Connection Failed"),
-             QLatin1Char('T'));
-        Write_In_Troubleshoot_File(QStringLiteral("Connection Failed\n") + missingApkMessage() +
-                                   QLatin1Char('\n'));
-        op.Show_MessageBox(missingApkMessage());
-        return false;
-    }
-
-    QString result = installOnce();
-    bool retried = false;
-    for (;;) {
-        if (result.trimmed().isEmpty())
-            return true;
-        if (result.contains(QLatin1String("error"))) {
-            if (result.contains(QLatin1String("more than one device")))
-                op.Show_MessageBox(kMoreThanOnePhoneMessage);
-            return false;
-        }
-        if (!result.contains(kCompanionApk) && !result.contains(QLatin1String("OSTRELPROBULKSMS")))
-            return true;
-        if (result.contains(QLatin1String("Success")) || !result.contains(QLatin1String("Failure")))
-            return true;
-        if (retried)
-            return connectionFailed(op, status, result);
-        const QString uninstall =
-            shellRun({QStringLiteral("pm"), QStringLiteral("uninstall"), kCompanionPackage});
-        Write_In_Troubleshoot_File(QStringLiteral("Uninstall OstrelBulkSMS.apk\n") + uninstall);
-        retried = true;
-        if (!uninstall.contains(QLatin1String("Success")))
-            return connectionFailed(op, status, uninstall);
-        result = installOnce();
-    }
+    return !install || installCompanion(op, status);
 }
 
 QString Send_Permission_Command_To_Phone() {
