@@ -71,7 +71,7 @@ QString Android_Ph_List_Wnd::displayName() const {
     return name;
 }
 
-bool Android_Ph_List_Wnd::Open_Ph_List_Wnd() {
+void Android_Ph_List_Wnd::Open_Ph_List_Wnd(std::function<void(bool)> reported) {
     m_tableVisible = false;
     AND_Sel_Dev_Details.clear();
     m_busy = 0;
@@ -82,13 +82,13 @@ bool Android_Ph_List_Wnd::Open_Ph_List_Wnd() {
     m_busyBar.startTimerThread();
     Stop_Modem_SRCH = 0;
     Search_Btn();
-    const auto rested = std::chrono::steady_clock::now() + Clock::scaled(1s);
-    waitKeepingEventsFlowing([&] { return std::chrono::steady_clock::now() >= rested; });
-    const int code = m_op.runModal(*this);
-    Stop_Modem_SRCH = 1; // a search still running ends with the window
-    waitForSearch();
-    m_busyBar.stop();
-    return code == 1 || code == 0;
+    Clock::after(1s, this, [this, reported = std::move(reported)] {
+        const int code = m_op.runModal(*this);
+        Stop_Modem_SRCH = 1; // a search still running ends with the window
+        waitForSearch();
+        m_busyBar.stop();
+        reported(code == 1 || code == 0);
+    });
 }
 
 void Android_Ph_List_Wnd::Search_Btn() {
@@ -130,55 +130,59 @@ Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::searchRound() {
     });
     setAndroidSelectedDevice(QString());
     QString tag;
-    if (!CheckConnection(tag, true, m_op, this)) {
-        if (stopAsked())
-            return searchDevice(false);
-        Clock::sleep(1s);
-        m_busyBar.stop();
-        onMain([this] {
-            m_busy = 0;
-            m_permissionHint = false;
-        });
-        const QString device = Android_Selected_Device();
-        if (tag == QLatin1String("MORE")) {
-            markLine(Searching, QStringLiteral("Android device found"), QLatin1Char('T'));
-            onMain([this] { m_controlsEnabled = true; });
-            return Outcome::More;
-        }
-        if (device.trimmed().isEmpty()) {
-            markLine(Searching, QStringLiteral("Android Device "), QLatin1Char('C'));
-            Clock::sleepUnless(1s, stopAsked);
-            And_Conn_Err box(
-                QLatin1Char('C'), QStringLiteral("Android device not found"),
-                QStringLiteral("1. Either Mobile Device is not connected properly or,") +
-                    QStringLiteral("\n\n") + QStringLiteral("2. USB Debugging is not enabled or,") +
-                    QStringLiteral("\n\n") + QStringLiteral("3. ADB Drivers are not installed properly."));
-            m_op.runModal(box);
-            Clock::sleepUnless(1s, stopAsked);
-            return Outcome::NoDevice;
-        }
-        if (device.contains(QLatin1String("unauthorized"), Qt::CaseInsensitive)) {
-            markLine(Searching, QStringLiteral("Android device found"), QLatin1Char('T'));
-            markLine(Permission, QStringLiteral("User permissions"), QLatin1Char('C'));
-            Clock::sleepUnless(1s, stopAsked);
-            And_Conn_Err box(
-                QLatin1Char('P'), QStringLiteral("Allow USB permissions on your mobile"),
-                QStringLiteral("Allow USB permissions from Pop-up message on your mobile screen.") +
-                    QStringLiteral("\n\n") +
-                    QStringLiteral(
-                        "Ostrel Software app may not connect until you allow required permissions.") +
-                    QStringLiteral("\n\n") +
-                    QStringLiteral(
-                        "Note: Make sure your mobile screen is unlocked. If you do not see Permission "
-                        "message after several retries, try rebooting your mobile device."));
-            m_op.runModal(box);
-            Clock::sleepUnless(1s, stopAsked);
-            return Outcome::Unauthorized;
-        }
-        onMain([this] { m_controlsEnabled = true; });
-        return Outcome::Failed;
-    }
+    if (!CheckConnection(tag, true, m_op, this))
+        return notConnected(tag);
+    return connectFoundPhone();
+}
 
+Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::notConnected(const QString& tag) {
+    if (stopAsked())
+        return searchDevice(false);
+    Clock::sleep(1s);
+    m_busyBar.stop();
+    onMain([this] {
+        m_busy = 0;
+        m_permissionHint = false;
+    });
+    const QString device = Android_Selected_Device();
+    if (tag == QLatin1String("MORE")) {
+        markLine(Searching, QStringLiteral("Android device found"), QLatin1Char('T'));
+        onMain([this] { m_controlsEnabled = true; });
+        return Outcome::More;
+    }
+    if (device.trimmed().isEmpty()) {
+        markLine(Searching, QStringLiteral("Android Device "), QLatin1Char('C'));
+        Clock::sleepUnless(1s, stopAsked);
+        And_Conn_Err box(QLatin1Char('C'), QStringLiteral("Android device not found"),
+                         QStringLiteral("1. Either Mobile Device is not connected properly or,") +
+                             QStringLiteral("\n\n") + QStringLiteral("2. USB Debugging is not enabled or,") +
+                             QStringLiteral("\n\n") +
+                             QStringLiteral("3. ADB Drivers are not installed properly."));
+        m_op.runModal(box);
+        Clock::sleepUnless(1s, stopAsked);
+        return Outcome::NoDevice;
+    }
+    if (device.contains(QLatin1String("unauthorized"), Qt::CaseInsensitive)) {
+        markLine(Searching, QStringLiteral("Android device found"), QLatin1Char('T'));
+        markLine(Permission, QStringLiteral("User permissions"), QLatin1Char('C'));
+        Clock::sleepUnless(1s, stopAsked);
+        And_Conn_Err box(
+            QLatin1Char('P'), QStringLiteral("Allow USB permissions on your mobile"),
+            QStringLiteral("Allow USB permissions from Pop-up message on your mobile screen.") +
+                QStringLiteral("\n\n") +
+                QStringLiteral("Ostrel Software app may not connect until you allow required permissions.") +
+                QStringLiteral("\n\n") +
+                QStringLiteral("Note: Make sure your mobile screen is unlocked. If you do not see Permission "
+                               "message after several retries, try rebooting your mobile device."));
+        m_op.runModal(box);
+        Clock::sleepUnless(1s, stopAsked);
+        return Outcome::Unauthorized;
+    }
+    onMain([this] { m_controlsEnabled = true; });
+    return Outcome::Failed;
+}
+
+Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::connectFoundPhone() {
     const auto rest = [this](std::chrono::milliseconds wait) {
         if (!Clock::sleepUnless(wait, stopAsked) || stopAsked()) {
             markLine(Connection, QStringLiteral("Stopped"), QLatin1Char('A'));

@@ -30,8 +30,10 @@
 #include "text/SmsParts.h"
 
 #include <QCommandLineParser>
+#include <QEventLoop>
 #include <QFile>
 #include <QRegularExpression>
+#include <QTimer>
 
 namespace {
 
@@ -565,6 +567,16 @@ int runSend(const QStringList& arguments) {
         return true;
     });
     modems.Send_SMS_Btn();
+    // The ports are checked and the job shown after Send returns: the events turn until it closed.
+    QEventLoop sending;
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &sending, [&] {
+        if (!modems.sendingUnderWay())
+            sending.quit();
+    });
+    poll.start(20);
+    if (modems.sendingUnderWay())
+        sending.exec();
     results.finish();
     if (parser.isSet(report)) {
         QList<ReportItem> reported;

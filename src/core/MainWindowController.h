@@ -6,6 +6,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
+
 class Operator;
 
 class MainWindowController : public QObject {
@@ -38,8 +40,9 @@ public:
     virtual int runConnectionSteps() = 0;
 
     // Clears the selection, opens this kind's device search window and shows what was
-    // selected. Returns whether the search window reported success.
-    bool searchForDevices();
+    // selected; then() learns whether the search window reported success. A search window may
+    // open after a rest: this returns at once, and then() comes once the window has closed.
+    void searchForDevices(std::function<void(bool)> then = {});
 
     // Shows the devices the selection globals hold: caption, notice and drop-down.
     void applyDeviceSelection() { showSelectionResult(); }
@@ -55,9 +58,10 @@ signals:
     void changed();
 
 protected:
-    // Runs the device search window of this kind; returns whether it reported success.
-    // Until a kind has its search window, nothing gets selected and the choice ends.
-    virtual bool openDeviceSearchWindow() { return true; }
+    // Runs the device search window of this kind; reported() learns whether it reported
+    // success once it has closed. Until a kind has its search window, nothing gets selected
+    // and the choice ends.
+    virtual void openDeviceSearchWindow(std::function<void(bool)> reported) { reported(true); }
 
 private:
     void showSelectionResult();

@@ -116,7 +116,6 @@ void Bulk_SMSAppDelegate::Check_Device_Status_Btn() {
     op().Show_MessageBox(status);
 }
 
-bool Bulk_SMSAppDelegate::openDeviceSearchWindow() {
-    Android_Ph_List_Wnd& devices = Android_Ph_List_Wnd::defaultInstance(op());
-    return devices.Open_Ph_List_Wnd();
+void Bulk_SMSAppDelegate::openDeviceSearchWindow(std::function<void(bool)> reported) {
+    Android_Ph_List_Wnd::defaultInstance(op()).Open_Ph_List_Wnd(std::move(reported));
 }

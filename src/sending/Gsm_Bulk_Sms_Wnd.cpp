@@ -29,13 +29,13 @@ int Gsm_Bulk_Sms_Wnd::runConnectionSteps() {
     return op().runModal(steps);
 }
 
-bool Gsm_Bulk_Sms_Wnd::openDeviceSearchWindow() {
+void Gsm_Bulk_Sms_Wnd::openDeviceSearchWindow(std::function<void(bool)> reported) {
     GSM_Device_List_Wnd& devices = GSM_Device_List_Wnd::defaultInstance(op());
     devices.Search_dev_Pressed();
     // Selecting devices (1) and going on without one (0) both end the choice; closing the
     // window otherwise lets the operator choose again.
     const int code = op().runModal(devices);
-    return code == 1 || code == 0;
+    reported(code == 1 || code == 0);
 }
 
 SMS_Sending& Gsm_Bulk_Sms_Wnd::sendingJob() {

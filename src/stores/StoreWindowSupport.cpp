@@ -1,7 +1,6 @@
 #include "StoreWindowSupport.h"
 
 #include "core/Clock.h"
-#include "core/WorkerThread.h"
 #include "list/BulkSmsWindow.h"
 
 #include <algorithm>
@@ -9,9 +8,8 @@
 
 BulkSmsWindow* activeStoreWindow() { return activeBulkSmsWindow(); }
 
-void restBeforeShowing() {
-    const auto until = std::chrono::steady_clock::now() + Clock::scaled(std::chrono::seconds(1));
-    waitKeepingEventsFlowing([until] { return std::chrono::steady_clock::now() >= until; });
+void restBeforeShowing(QObject* window, std::function<void()> show) {
+    Clock::after(std::chrono::seconds(1), window, std::move(show));
 }
 
 QList<int> validRows(QList<int> rows, int size) {

@@ -14,6 +14,7 @@
 #include "ui/ViewRegistry.h"
 
 #include "ScriptedOperator.h"
+#include "TestEnvironment.h"
 #include "text/NumberRules.h"
 
 #include <QApplication>
@@ -120,7 +121,8 @@ TEST(Views, MainWindowFollowsItsController) {
         search.waitForSearch();
         search.Close_Btn();
     });
-    android.connectDevice();
+    android.connectDevice(); // the search window opens a second later
+    ASSERT_TRUE(spinUntil([&] { return android.noDeviceNoticeVisible(); }));
     qunsetenv("ADB_SERVER_SOCKET");
     EXPECT_EQ(op.alerts(), QStringList{"\nDevice is offline. please reconnect your device."});
     EXPECT_EQ(devices->count(), 0);
