@@ -143,7 +143,7 @@ void sendRun(int modemCount, int recipients, int networkDelayMs, double& first, 
             last = timer.nsecsElapsed() / 1e9;
     };
     timer.start();
-    window.Send_SMS_Btn();
+    sendAndWait(window);
     whole = timer.nsecsElapsed() / 1e9;
     op.tick();
     qsizetype arrived = 0;

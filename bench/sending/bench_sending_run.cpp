@@ -52,7 +52,7 @@ double run(int recipients, std::vector<std::unique_ptr<sim::VirtualModem>>& mode
     fillRecipients(window, recipients);
     QElapsedTimer timer;
     timer.start();
-    window.Send_SMS_Btn();
+    sendAndWait(window);
     const double seconds = timer.nsecsElapsed() / 1e9;
     int sent = 0;
     for (const SendingItem& item : window.sendingJob().items().all())

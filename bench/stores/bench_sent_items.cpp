@@ -2,7 +2,6 @@
 // filled on the main thread), the rewrite at close, and the export in each format. The
 // figures say whether a person opening or exporting a large log would wait.
 #include "core/DataFolder.h"
-#include "core/WorkerThread.h"
 #include "stores/ExportFile.h"
 #include "stores/ExportFormats.h"
 #include "stores/SentItemFile.h"
@@ -11,6 +10,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
@@ -79,7 +79,13 @@ int main(int argc, char** argv) {
         sinceTick.start();
         ticker.start();
         window.startLoading();
-        waitKeepingEventsFlowing([&] { return !window.loading(); });
+        QEventLoop loading;
+        QObject::connect(&ticker, &QTimer::timeout, &loading, [&] {
+            if (!window.loading())
+                loading.quit();
+        });
+        if (window.loading())
+            loading.exec();
         ticker.stop();
         report("open: load into the table", msSince(timer));
         report("  longest main-thread stall", longestStall / 1e6);

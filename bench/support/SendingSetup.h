@@ -4,6 +4,9 @@
 #include "sending/Gsm_Bulk_Sms_Wnd.h"
 #include "sim/VirtualModem.h"
 
+#include <QEventLoop>
+#include <QTimer>
+
 #include <memory>
 #include <vector>
 
@@ -30,4 +33,18 @@ inline void fillRecipients(Gsm_Bulk_Sms_Wnd& window, int recipients) {
         rows << Record{{"Number", QStringLiteral("+4477%1").arg(i, 8, 10, QLatin1Char('0'))},
                        {"Message", "Bench"}};
     window.list().setRecords(rows);
+}
+
+// Presses Send and turns the event loop, as the desktop does, until the job window has closed.
+inline void sendAndWait(Gsm_Bulk_Sms_Wnd& window) {
+    window.Send_SMS_Btn();
+    QEventLoop loop;
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
+        if (!window.sendingUnderWay())
+            loop.quit();
+    });
+    poll.start(1);
+    if (window.sendingUnderWay())
+        loop.exec();
 }

@@ -76,7 +76,7 @@ QString Android_Ph_List_Wnd::displayName() const {
     return name;
 }
 
-bool Android_Ph_List_Wnd::Open_Ph_List_Wnd() {
+void Android_Ph_List_Wnd::Open_Ph_List_Wnd(std::function<void(bool)> reported) {
     m_tableVisible = false;
     m_phone.AND_Sel_Dev_Details.clear();
     m_busy = 0;
@@ -87,13 +87,13 @@ bool Android_Ph_List_Wnd::Open_Ph_List_Wnd() {
     m_busyBar.startTimerThread();
     Stop_Modem_SRCH = false;
     Search_Btn();
-    const auto rested = std::chrono::steady_clock::now() + Clock::scaled(1s);
-    waitKeepingEventsFlowing([&] { return std::chrono::steady_clock::now() >= rested; });
-    const int code = m_op.runModal(*this);
-    Stop_Modem_SRCH = true; // a search still running ends with the window
-    waitForSearch();
-    m_busyBar.stop();
-    return code == 1 || code == 0;
+    Clock::after(1s, this, [this, reported = std::move(reported)] {
+        const int code = m_op.runModal(*this);
+        Stop_Modem_SRCH = true; // a search still running ends with the window
+        waitForSearch();
+        m_busyBar.stop();
+        reported(code == 1 || code == 0);
+    });
 }
 
 void Android_Ph_List_Wnd::Search_Btn() {
@@ -134,57 +134,62 @@ Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::searchRound() {
         m_tableVisible = false;
     });
     phoneFound(QString());
-    const auto stop = [this] { return stopAsked(); };
     QString tag;
-    if (!CheckConnection(tag, true, m_op, m_folder, query(), this)) {
-        if (stopAsked())
-            return searchDevice(false);
-        Clock::sleep(1s);
-        m_busyBar.stop();
-        onMain([this] {
-            m_busy = 0;
-            m_permissionHint = false;
-        });
-        const QString device = selectedDevice();
-        if (tag == QLatin1String("MORE")) {
-            markLine(Searching, QStringLiteral("Android device found"), QLatin1Char('T'));
-            onMain([this] { m_controlsEnabled = true; });
-            return Outcome::More;
-        }
-        if (device.trimmed().isEmpty()) {
-            markLine(Searching, QStringLiteral("Android Device "), QLatin1Char('C'));
-            Clock::sleepUnless(1s, stop);
-            And_Conn_Err box(
-                QLatin1Char('C'), QStringLiteral("Android device not found"),
-                QStringLiteral("1. Either Mobile Device is not connected properly or,") +
-                    QStringLiteral("\n\n") + QStringLiteral("2. USB Debugging is not enabled or,") +
-                    QStringLiteral("\n\n") + QStringLiteral("3. ADB Drivers are not installed properly."));
-            m_op.runModal(box);
-            Clock::sleepUnless(1s, stop);
-            return Outcome::NoDevice;
-        }
-        if (device.contains(QLatin1String("unauthorized"), Qt::CaseInsensitive)) {
-            markLine(Searching, QStringLiteral("Android device found"), QLatin1Char('T'));
-            markLine(Permission, QStringLiteral("User permissions"), QLatin1Char('C'));
-            Clock::sleepUnless(1s, stop);
-            And_Conn_Err box(
-                QLatin1Char('P'), QStringLiteral("Allow USB permissions on your mobile"),
-                QStringLiteral("Allow USB permissions from Pop-up message on your mobile screen.") +
-                    QStringLiteral("\n\n") +
-                    QStringLiteral(
-                        "Ostrel Software app may not connect until you allow required permissions.") +
-                    QStringLiteral("\n\n") +
-                    QStringLiteral(
-                        "Note: Make sure your mobile screen is unlocked. If you do not see Permission "
-                        "message after several retries, try rebooting your mobile device."));
-            m_op.runModal(box);
-            Clock::sleepUnless(1s, stop);
-            return Outcome::Unauthorized;
-        }
-        onMain([this] { m_controlsEnabled = true; });
-        return Outcome::Failed;
-    }
+    if (!CheckConnection(tag, true, m_op, m_folder, query(), this))
+        return notConnected(tag);
+    return connectFoundPhone();
+}
 
+Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::notConnected(const QString& tag) {
+    const auto stop = [this] { return stopAsked(); };
+    if (stopAsked())
+        return searchDevice(false);
+    Clock::sleep(1s);
+    m_busyBar.stop();
+    onMain([this] {
+        m_busy = 0;
+        m_permissionHint = false;
+    });
+    const QString device = selectedDevice();
+    if (tag == QLatin1String("MORE")) {
+        markLine(Searching, QStringLiteral("Android device found"), QLatin1Char('T'));
+        onMain([this] { m_controlsEnabled = true; });
+        return Outcome::More;
+    }
+    if (device.trimmed().isEmpty()) {
+        markLine(Searching, QStringLiteral("Android Device "), QLatin1Char('C'));
+        Clock::sleepUnless(1s, stop);
+        And_Conn_Err box(QLatin1Char('C'), QStringLiteral("Android device not found"),
+                         QStringLiteral("1. Either Mobile Device is not connected properly or,") +
+                             QStringLiteral("\n\n") + QStringLiteral("2. USB Debugging is not enabled or,") +
+                             QStringLiteral("\n\n") +
+                             QStringLiteral("3. ADB Drivers are not installed properly."));
+        m_op.runModal(box);
+        Clock::sleepUnless(1s, stop);
+        return Outcome::NoDevice;
+    }
+    if (device.contains(QLatin1String("unauthorized"), Qt::CaseInsensitive)) {
+        markLine(Searching, QStringLiteral("Android device found"), QLatin1Char('T'));
+        markLine(Permission, QStringLiteral("User permissions"), QLatin1Char('C'));
+        Clock::sleepUnless(1s, stop);
+        And_Conn_Err box(
+            QLatin1Char('P'), QStringLiteral("Allow USB permissions on your mobile"),
+            QStringLiteral("Allow USB permissions from Pop-up message on your mobile screen.") +
+                QStringLiteral("\n\n") +
+                QStringLiteral("Ostrel Software app may not connect until you allow required permissions.") +
+                QStringLiteral("\n\n") +
+                QStringLiteral("Note: Make sure your mobile screen is unlocked. If you do not see Permission "
+                               "message after several retries, try rebooting your mobile device."));
+        m_op.runModal(box);
+        Clock::sleepUnless(1s, stop);
+        return Outcome::Unauthorized;
+    }
+    onMain([this] { m_controlsEnabled = true; });
+    return Outcome::Failed;
+}
+
+Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::connectFoundPhone() {
+    const auto stop = [this] { return stopAsked(); };
     const auto rest = [this, &stop](std::chrono::milliseconds wait) {
         if (!Clock::sleepUnless(wait, stop) || stopAsked()) {
             markLine(Connection, QStringLiteral("Stopped"), QLatin1Char('A'));

@@ -16,6 +16,7 @@
 
 #include <array>
 #include <atomic>
+#include <functional>
 #include <mutex>
 
 class Operator;
@@ -35,8 +36,9 @@ public:
         QChar mark;
     };
 
-    // Opens the window modally with a search running; true when it closed with 1 or 0.
-    bool Open_Ph_List_Wnd();
+    // Starts a search and opens the window modally a second later; returns at once. Once the
+    // window has closed, reported() learns whether it closed with 1 or 0.
+    void Open_Ph_List_Wnd(std::function<void(bool)> reported);
 
     // --- Buttons.
     void Search_Btn(); // also Retry
@@ -81,6 +83,10 @@ public:
 private:
     void resetLines();
     Outcome searchRound();
+    // The round's phone did not connect: what was found is shown, and the operator told.
+    Outcome notConnected(const QString& tag);
+    // The phone is there and has the app: its permissions are granted, its properties shown.
+    Outcome connectFoundPhone();
     bool chooseShownPhone(); // Select from step 2 on
     bool stopAsked() const { return Stop_Modem_SRCH; }
     // The phones this window looks at, and its stop.

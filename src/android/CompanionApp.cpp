@@ -76,70 +76,31 @@ bool connectionFailed(Operator& op, ConnectionStatusLines* status, const QString
     return false;
 }
 
-} // namespace
-
-QString missingApkMessage(const DataFolder& folder) {
-    return QStringLiteral(
-               "The companion app \"%1\" is not in the resource folder:\n%2\n\nPut the app's package "
-               "file there and search again.")
-        .arg(kCompanionApk, folder.Resource_Path());
+// An unauthorised phone: the operator is given time to allow this computer on the phone; the
+// search tries again afterwards.
+void awaitPermission(ConnectionStatusLines* status, const PhoneQuery& query) {
+    const Stop& stop = query.stop;
+    mark(status, ConnectionStatusLines::Searching, QStringLiteral("Android device found"), QLatin1Char('T'));
+    if (!restUnlessStopped(status, stop))
+        return;
+    mark(status, ConnectionStatusLines::Permission, QStringLiteral("Waiting for user permissions"),
+         QLatin1Char('A'));
+    if (!restUnlessStopped(status, stop) || !restUnlessStopped(status, stop))
+        return;
+    mark(status, ConnectionStatusLines::Permission,
+         QStringLiteral("Still waiting for user permissions, retrying"), QLatin1Char('A'));
+    if (!restUnlessStopped(status, stop))
+        return;
+    const QString again = Get_Android_Device(query);
+    if (!restUnlessStopped(status, stop))
+        return;
+    if (again.contains(QLatin1String("unauthorized"), Qt::CaseInsensitive))
+        Write_In_Troubleshoot_File(QStringLiteral("User permissions not found\n") + again);
 }
 
-bool CheckConnection(QString& errorTag, bool install, Operator& op, const DataFolder& folder,
-                     const PhoneQuery& query, ConnectionStatusLines* status) {
-    errorTag.clear();
-    const Stop& stop = query.stop;
-    Write_In_Troubleshoot_File(QStringLiteral("start check connection of android device"));
-    const QString list = Get_Android_Device_List(query);
-    const QString device = androidDeviceFromList(list);
-    if (device.isEmpty()) {
-        Clock::sleep(1s);
-        if (status != nullptr)
-            status->phoneFound(QString());
-        return false;
-    }
-    if (Check_More_Than_One_Android_Device(list)) {
-        errorTag = QStringLiteral("MORE");
-        if (install)
-            mark(status, ConnectionStatusLines::Searching, QStringLiteral("Android device found"),
-                 QLatin1Char('T'));
-        op.Show_MessageBox(kMoreThanOnePhoneMessage);
-        return false;
-    }
-    if (status != nullptr)
-        status->phoneFound(device);
-    if (device.contains(QLatin1String("offline"), Qt::CaseInsensitive)) {
-        if (install)
-            mark(status, ConnectionStatusLines::Searching, QStringLiteral("Android device found"),
-                 QLatin1Char('T'));
-        op.Show_MessageBox(QStringLiteral("Device is offline. please reconnect your device."));
-        return false;
-    }
-    if (device.contains(QLatin1String("unauthorized"), Qt::CaseInsensitive)) {
-        if (!install)
-            return false;
-        mark(status, ConnectionStatusLines::Searching, QStringLiteral("Android device found"),
-             QLatin1Char('T'));
-        if (!restUnlessStopped(status, stop))
-            return false;
-        mark(status, ConnectionStatusLines::Permission, QStringLiteral("Waiting for user permissions"),
-             QLatin1Char('A'));
-        if (!restUnlessStopped(status, stop) || !restUnlessStopped(status, stop))
-            return false;
-        mark(status, ConnectionStatusLines::Permission,
-             QStringLiteral("Still waiting for user permissions, retrying"), QLatin1Char('A'));
-        if (!restUnlessStopped(status, stop))
-            return false;
-        const QString again = Get_Android_Device(query);
-        if (!restUnlessStopped(status, stop))
-            return false;
-        if (again.contains(QLatin1String("unauthorized"), Qt::CaseInsensitive))
-            Write_In_Troubleshoot_File(QStringLiteral("User permissions not found\n") + again);
-        return false;
-    }
-    if (!install)
-        return true;
-
+// Installs the companion app, uninstalling an older copy once when the install fails.
+bool installCompanion(Operator& op, const DataFolder& folder, ConnectionStatusLines* status,
+                      const Stop& stop) {
     // The app is the operator's to supply; without it the install's own error would read as
     // a success below.
     if (!QFileInfo(apkPath(folder)).isFile()) {
@@ -175,6 +136,52 @@ bool CheckConnection(QString& errorTag, bool install, Operator& op, const DataFo
             return connectionFailed(op, status, uninstall);
         result = installOnce(folder, stop);
     }
+}
+
+} // namespace
+
+QString missingApkMessage(const DataFolder& folder) {
+    return QStringLiteral(
+               "The companion app \"%1\" is not in the resource folder:\n%2\n\nPut the app's package "
+               "file there and search again.")
+        .arg(kCompanionApk, folder.Resource_Path());
+}
+
+bool CheckConnection(QString& errorTag, bool install, Operator& op, const DataFolder& folder,
+                     const PhoneQuery& query, ConnectionStatusLines* status) {
+    errorTag.clear();
+    Write_In_Troubleshoot_File(QStringLiteral("start check connection of android device"));
+    const QString list = Get_Android_Device_List(query);
+    const QString device = androidDeviceFromList(list);
+    if (device.isEmpty()) {
+        Clock::sleep(1s);
+        if (status != nullptr)
+            status->phoneFound(QString());
+        return false;
+    }
+    if (Check_More_Than_One_Android_Device(list)) {
+        errorTag = QStringLiteral("MORE");
+        if (install)
+            mark(status, ConnectionStatusLines::Searching, QStringLiteral("Android device found"),
+                 QLatin1Char('T'));
+        op.Show_MessageBox(kMoreThanOnePhoneMessage);
+        return false;
+    }
+    if (status != nullptr)
+        status->phoneFound(device);
+    if (device.contains(QLatin1String("offline"), Qt::CaseInsensitive)) {
+        if (install)
+            mark(status, ConnectionStatusLines::Searching, QStringLiteral("Android device found"),
+                 QLatin1Char('T'));
+        op.Show_MessageBox(QStringLiteral("Device is offline. please reconnect your device."));
+        return false;
+    }
+    if (device.contains(QLatin1String("unauthorized"), Qt::CaseInsensitive)) {
+        if (install)
+            awaitPermission(status, query);
+        return false;
+    }
+    return !install || installCompanion(op, folder, status, query.stop);
 }
 
 QString Send_Permission_Command_To_Phone(const Stop& stop) {

@@ -32,8 +32,10 @@
 #include "text/SmsParts.h"
 
 #include <QCommandLineParser>
+#include <QEventLoop>
 #include <QFile>
 #include <QRegularExpression>
+#include <QTimer>
 
 namespace {
 
@@ -455,6 +457,16 @@ int sendThroughModems(const SendOptions& o, const ReportChoice& report, Session&
         return true;
     });
     modems.Send_SMS_Btn();
+    // The ports are checked and the job shown after Send returns: the events turn until it closed.
+    QEventLoop sending;
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &sending, [&] {
+        if (!modems.sendingUnderWay())
+            sending.quit();
+    });
+    poll.start(20);
+    if (modems.sendingUnderWay())
+        sending.exec();
     results.finish();
     if (o.isSet(o.report))
         if (const std::optional<int> failed = writeReport(o, report, modems.sendingJob()))

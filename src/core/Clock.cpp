@@ -1,6 +1,7 @@
 #include "Clock.h"
 
 #include <QByteArray>
+#include <QTimer>
 #include <QtGlobal>
 
 #include <atomic>
@@ -28,6 +29,7 @@ std::atomic<double>& currentScale() {
 }
 
 constexpr std::chrono::microseconds kStopPollInterval{2000};
+constexpr std::chrono::milliseconds kEarlyPollInterval{2};
 } // namespace
 
 double scale() {
@@ -58,6 +60,26 @@ bool sleepUnless(Duration prescribed, const std::function<bool()>& stop) {
         std::this_thread::sleep_for(
             std::min<std::chrono::steady_clock::duration>(deadline - now, kStopPollInterval));
     }
+}
+
+void after(Duration prescribed, QObject* context, std::function<void()> then, std::function<bool()> early) {
+    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(scaled(prescribed));
+    if (!early) {
+        QTimer::singleShot(wait, Qt::PreciseTimer, context, std::move(then));
+        return;
+    }
+    // The poll belongs to the context: it goes when the context goes.
+    auto* poll = new QTimer(context);
+    const auto deadline = std::chrono::steady_clock::now() + wait;
+    QObject::connect(poll, &QTimer::timeout, context,
+                     [poll, deadline, then = std::move(then), early = std::move(early)] {
+                         if (std::chrono::steady_clock::now() < deadline && !early())
+                             return;
+                         poll->stop();
+                         poll->deleteLater();
+                         then();
+                     });
+    poll->start(kEarlyPollInterval);
 }
 
 } // namespace Clock

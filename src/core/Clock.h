@@ -6,6 +6,8 @@
 #include <chrono>
 #include <functional>
 
+class QObject;
+
 namespace Clock {
 
 using Duration = std::chrono::milliseconds;
@@ -22,5 +24,11 @@ void sleep(Duration prescribed);
 
 // Sleeps, waking early when stop() turns true. Returns false when woken by stop().
 bool sleepUnless(Duration prescribed, const std::function<bool()>& stop);
+
+// Runs then on context's thread once the prescribed duration has passed, or sooner once
+// early() holds (looked at every few milliseconds); never when context is gone first. It returns
+// at once: a rest before a window opens is a continuation, the main thread is never blocked.
+void after(Duration prescribed, QObject* context, std::function<void()> then,
+           std::function<bool()> early = {});
 
 } // namespace Clock

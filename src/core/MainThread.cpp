@@ -17,6 +17,8 @@ namespace {
 // which cannot see the locks inside the Qt libraries, and the order of posts is kept.
 std::mutex g_queueMutex;
 std::deque<std::function<void()>> g_queue;
+// Wakes waitUntil: work was queued, or what a done() reads has changed.
+std::condition_variable g_queueChanged;
 
 void drain() {
     while (true) {
@@ -66,7 +68,33 @@ void post(std::function<void()> fn) {
         std::lock_guard lock(g_queueMutex);
         g_queue.push_back(std::move(fn));
     }
+    g_queueChanged.notify_all();
     QCoreApplication::postEvent(dispatcher(app), new QEvent(QEvent::User));
+}
+
+void waitUntil(const std::function<bool()>& done) {
+    const bool runsHandOffs = QCoreApplication::instance() != nullptr && isCurrent();
+    std::unique_lock lock(g_queueMutex);
+    while (true) {
+        if (runsHandOffs && !g_queue.empty()) {
+            lock.unlock();
+            drain();
+            lock.lock();
+        } else if (done()) {
+            break;
+        } else {
+            g_queueChanged.wait(lock);
+        }
+    }
+    lock.unlock();
+    if (runsHandOffs)
+        drain();
+}
+
+void wakeWaiters() {
+    // Taking the lock orders the change before a waiter's look at done(): no wake-up is lost.
+    { std::lock_guard lock(g_queueMutex); }
+    g_queueChanged.notify_all();
 }
 
 void invokeAndWaitVoid(const std::function<void()>& fn) {

@@ -3,6 +3,8 @@
 #include "AppState.h"
 #include "Operator.h"
 
+#include <QPointer>
+
 MainWindowController::MainWindowController(Kind kind, Operator& op, QObject* parent)
     : QObject(parent), m_kind(kind), m_op(op), m_deviceCaption(kNoDeviceSelectedCaption) {}
 
@@ -27,7 +29,7 @@ void MainWindowController::setDeviceChoiceIndex(int index) {
     emit changed();
 }
 
-bool MainWindowController::searchForDevices() {
+void MainWindowController::searchForDevices(std::function<void(bool)> then) {
     m_selection.sel_port_name_str.clear();
     m_selection.sel_port_bsd_str.clear();
     m_deviceChoices.clear();
@@ -36,9 +38,13 @@ bool MainWindowController::searchForDevices() {
     m_noDeviceNoticeVisible = false;
     emit changed();
 
-    const bool reportedSuccess = openDeviceSearchWindow();
-    showSelectionResult();
-    return reportedSuccess;
+    openDeviceSearchWindow([window = QPointer(this), then = std::move(then)](bool reportedSuccess) {
+        if (window == nullptr)
+            return; // this window went while the search window was open
+        window->showSelectionResult();
+        if (then)
+            then(reportedSuccess);
+    });
 }
 
 void MainWindowController::showSelectionResult() {

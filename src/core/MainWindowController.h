@@ -9,6 +9,7 @@
 #include <QStringList>
 
 #include <atomic>
+#include <functional>
 
 class MainWindows;
 class Operator;
@@ -43,8 +44,9 @@ public:
     virtual int runConnectionSteps() = 0;
 
     // Clears the selection, opens this kind's device search window and shows what was
-    // selected. Returns whether the search window reported success.
-    bool searchForDevices();
+    // selected; then() learns whether the search window reported success. A search window may
+    // open after a rest: this returns at once, and then() comes once the window has closed.
+    void searchForDevices(std::function<void(bool)> then = {});
 
     // The devices this window sends with; its device search window writes them.
     DeviceSelection& selection() { return m_selection; }
@@ -73,9 +75,10 @@ signals:
     void changed();
 
 protected:
-    // Runs the device search window of this kind; returns whether it reported success.
-    // Until a kind has its search window, nothing gets selected and the choice ends.
-    virtual bool openDeviceSearchWindow() { return true; }
+    // Runs the device search window of this kind; reported() learns whether it reported
+    // success once it has closed. Until a kind has its search window, nothing gets selected
+    // and the choice ends.
+    virtual void openDeviceSearchWindow(std::function<void(bool)> reported) { reported(true); }
 
 private:
     void showSelectionResult();

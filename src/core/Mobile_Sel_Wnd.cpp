@@ -2,6 +2,8 @@
 
 #include "MainWindows.h"
 
+#include <QPointer>
+
 Mobile_Sel_Wnd::Mobile_Sel_Wnd(MainWindows& windows, QObject* parent)
     : DialogController(parent), m_windows(windows) {}
 
@@ -25,11 +27,18 @@ void Mobile_Sel_Wnd::choose(MainWindowController& chosen, MainWindowController& 
         endModal(0);
         return;
     }
-    if (code == 1 && chosen.searchForDevices()) {
-        endModal(1);
+    if (code != 1) {
+        setPanelVisible(true); // back: choose again
         return;
     }
-    setPanelVisible(true); // back, or a search that did not succeed: choose again
+    chosen.searchForDevices([dialog = QPointer(this)](bool success) {
+        if (dialog == nullptr)
+            return;
+        if (success)
+            dialog->endModal(1);
+        else
+            dialog->setPanelVisible(true); // a search that did not succeed: choose again
+    });
 }
 
 void Mobile_Sel_Wnd::setPanelVisible(bool visible) {

@@ -1,5 +1,7 @@
 #include "ThreadGroup.h"
 
+#include "MainThread.h"
+
 void ThreadGroup::spawn(const QString& name, std::function<void()> body) {
     std::lock_guard lock(m_mutex);
     ++m_running;
@@ -7,6 +9,7 @@ void ThreadGroup::spawn(const QString& name, std::function<void()> body) {
     m_threads.back()->start([this, body = std::move(body)](std::stop_token) {
         body();
         --m_running;
+        MainThread::wakeWaiters();
     });
 }
 
@@ -14,7 +17,7 @@ void ThreadGroup::join() {
     // Wait until none runs, then join those started so far, outside the lock; one started
     // meanwhile is joined on the next round.
     for (;;) {
-        waitKeepingEventsFlowing([this] { return m_running == 0; });
+        MainThread::waitUntil([this] { return m_running == 0; });
         std::vector<std::unique_ptr<WorkerThread>> ended;
         {
             std::lock_guard lock(m_mutex);

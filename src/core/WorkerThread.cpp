@@ -2,20 +2,7 @@
 
 #include "MainThread.h"
 
-#include <QCoreApplication>
-
 #include <pthread.h>
-
-using namespace std::chrono_literals;
-
-void waitKeepingEventsFlowing(const std::function<bool()>& done) {
-    const bool pumpEvents = MainThread::isCurrent() && QCoreApplication::instance() != nullptr;
-    while (!done()) {
-        if (pumpEvents)
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        std::this_thread::sleep_for(1ms);
-    }
-}
 
 WorkerThread::WorkerThread(QString name) : m_name(std::move(name)) {}
 
@@ -32,14 +19,15 @@ void WorkerThread::start(Body body) {
         pthread_setname_np(pthread_self(), m_name.left(15).toUtf8().constData());
         body(std::move(stop));
         m_running = false;
+        MainThread::wakeWaiters();
     });
 }
 
 void WorkerThread::join() {
     if (!m_thread.joinable() || m_thread.get_id() == std::this_thread::get_id())
         return;
-    waitKeepingEventsFlowing([this] { return !m_running; });
-    // Events handled during the wait may have joined this thread already.
+    MainThread::waitUntil([this] { return !m_running; });
+    // A hand-off run during the wait may have joined this thread already.
     if (m_thread.joinable())
         m_thread.join();
 }

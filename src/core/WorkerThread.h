@@ -1,7 +1,9 @@
 #pragma once
 // One worker thread with one owner: it runs a body that is handed a stop token, and is
-// joined in one place. Joining on the main thread keeps that thread's events flowing,
-// because workers hand their changes to it (MainThread::invokeAndWait) while they finish.
+// joined in one place. Workers hand their changes to the main thread (MainThread::post,
+// invokeAndWait) and may wait for it while they finish, so a join on the main thread runs
+// those hand-offs, and only those (MainThread::waitUntil), until the body has returned: no
+// click or timer is handled inside a join. Nothing waits by turning the event loop.
 // Workers get copies of what they need; the owner's data stays the owner's.
 #include <QString>
 
@@ -27,7 +29,8 @@ public:
     bool stopRequested() const { return m_thread.get_stop_token().stop_requested(); }
     // True from start() until the body has returned.
     bool isRunning() const { return m_running; }
-    // Waits for the body to return (no stop asked). From the worker itself it returns at once.
+    // Waits for the body to return (no stop asked); on the main thread, what the body handed
+    // over has run when it returns. From the worker itself it returns at once.
     void join();
 
 private:
@@ -35,6 +38,3 @@ private:
     std::jthread m_thread;
     std::atomic<bool> m_running{false};
 };
-
-// Waits until done() holds; on the main thread its events keep flowing meanwhile.
-void waitKeepingEventsFlowing(const std::function<bool()>& done);

@@ -16,6 +16,7 @@
 class DefaultCountry;
 class MainWindows;
 class SpreadsheetLoads;
+class Update_Sel_Num_SMS;
 
 class BulkSmsWindow : public MainWindowController {
     Q_OBJECT
@@ -227,7 +228,7 @@ private:
     mutable QList<int> m_selectedRows;
     mutable int m_selectionShift = 0;
     int m_batchDepth = 0;
-    bool m_selectedUpdateOpening = false;
+    Update_Sel_Num_SMS* m_selectedUpdate = nullptr; // the dialog about to open
     bool m_replacing = false;
     RecordList m_pending; // accepted while a batch is open, oldest first
     NumberList::Index m_pendingNumbers;

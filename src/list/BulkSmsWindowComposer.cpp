@@ -9,9 +9,11 @@
 #include "core/Clock.h"
 #include "core/Operator.h"
 #include "core/TextUtils.h"
-#include "core/WorkerThread.h"
 #include "text/NumberRules.h"
 #include "text/SmsParts.h"
+
+#include <memory>
+#include <utility>
 
 void BulkSmsWindow::setComposerText(const QString& text) {
     if (text == m_composerText)
@@ -114,17 +116,16 @@ void BulkSmsWindow::Update_Sel_Msgs_Btn() {
             "Please select at least one record from the phone numbers-messages list to continue."));
         return;
     }
-    if (m_selectedUpdateOpening)
+    if (m_selectedUpdate != nullptr)
         return; // pressed again while its dialog is about to open
-    m_selectedUpdateOpening = true;
-    Update_Sel_Num_SMS dialog(*this);
-    dialog.startCollecting();
-    // The dialog opens a second after the collection starts; the window keeps repainting and
-    // taking events meanwhile.
-    const auto opens = std::chrono::steady_clock::now() + Clock::scaled(std::chrono::seconds(1));
-    waitKeepingEventsFlowing([opens] { return std::chrono::steady_clock::now() >= opens; });
-    m_selectedUpdateOpening = false;
-    op().runModal(dialog);
+    // A child of the window: it goes with the window if the window goes first.
+    m_selectedUpdate = new Update_Sel_Num_SMS(*this, this);
+    m_selectedUpdate->startCollecting();
+    // The dialog opens a second after the collection starts; the window takes events meanwhile.
+    Clock::after(std::chrono::seconds(1), this, [this] {
+        const std::unique_ptr<Update_Sel_Num_SMS> dialog(std::exchange(m_selectedUpdate, nullptr));
+        op().runModal(*dialog);
+    });
 }
 
 bool BulkSmsWindow::Send_Msg_Info_Check() {

@@ -10,7 +10,7 @@ Update_Sel_Num_SMS::Update_Sel_Num_SMS(BulkSmsWindow& window, QObject* parent)
     : DialogController(parent), m_window(window) {}
 
 Update_Sel_Num_SMS::~Update_Sel_Num_SMS() {
-    // First: the join keeps events flowing, and the collector's result must not land here.
+    // First: the join runs the collector's hand-off, and its result must not land here.
     *m_alive = false;
     m_collector.join();
 }

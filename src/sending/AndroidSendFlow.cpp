@@ -212,7 +212,8 @@ void Bulk_SMSAppDelegate::afterRun() {
 }
 
 void Bulk_SMSAppDelegate::waitForSend() {
-    waitKeepingEventsFlowing([this] { return !m_sendInProgress; });
+    // The join returns once the run's threads have ended and what they handed over, its end
+    // (afterRun) among it, has run.
     if (m_run)
         m_run->join();
 }

@@ -118,4 +118,6 @@ void Bulk_SMSAppDelegate::Check_Device_Status_Btn() {
     op().Show_MessageBox(status);
 }
 
-bool Bulk_SMSAppDelegate::openDeviceSearchWindow() { return m_devices.Open_Ph_List_Wnd(); }
+void Bulk_SMSAppDelegate::openDeviceSearchWindow(std::function<void(bool)> reported) {
+    m_devices.Open_Ph_List_Wnd(std::move(reported));
+}

@@ -53,7 +53,7 @@ public:
     // --- Sending.
     void Send_SMS_Btn();
     bool sendInProgress() const { return m_sendInProgress; }
-    // Waits (events flowing) until the run has ended.
+    // Waits until the run has ended and its end is shown; runs only the run's hand-offs meanwhile.
     void waitForSend();
     // What an unfinished run this window's next run resumes had finished.
     CarriedRun& carriedRun() { return m_carried; }
@@ -71,7 +71,7 @@ signals:
     void sendingRowShown(int row);
 
 protected:
-    bool openDeviceSearchWindow() override;
+    void openDeviceSearchWindow(std::function<void(bool)> reported) override;
     void resetSendingOptions() override;
 
 private:

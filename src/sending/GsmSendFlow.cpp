@@ -1,11 +1,13 @@
 // The GSM window's Send button: every check in order, the question before sending, the
-// verification of the chosen ports, and the opening of the sending job.
+// verification of the chosen ports (on workers, the window taking events meanwhile), and the
+// opening of the sending job a second later.
 #include "Gsm_Bulk_Sms_Wnd.h"
 
 #include "SMS_Sending.h"
 #include "core/Clock.h"
 #include "core/FileUtils.h"
 #include "core/Guard.h"
+#include "core/MainThread.h"
 #include "core/Operator.h"
 #include "core/SendingLock.h"
 #include "core/TextUtils.h"
@@ -19,10 +21,11 @@
 using namespace std::chrono_literals;
 
 void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
-    if (m_sendInProgress)
-        return; // pressed again while its ports are being checked: this thread's events flow meanwhile
+    if (sendingUnderWay())
+        return; // pressed again while its ports are checked or its job is about to show
     m_sendInProgress = true;
-    Guard::run("Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port", [this] {
+    bool checking = false;
+    Guard::run("Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port", [this, &checking] {
         if (selection().sel_port_bsd_str.isEmpty() || selection().port_val_str_array.isEmpty()) {
             op().Show_MessageBox(QStringLiteral(
                 "Either Mobile Device is not connected properly or No Mobile Phone Device is "
@@ -59,9 +62,15 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
             return;
         if (!Fill_Exclusion_Num_List())
             return; // its people would be messaged
-        GSM_Chk_Port_And_Send_Msg();
+        GSM_Chk_Port_And_Send_Msg(lock);
+        checking = true;
     });
-    m_sendInProgress = false;
+    if (!checking)
+        m_sendInProgress = false;
+}
+
+bool Gsm_Bulk_Sms_Wnd::sendingUnderWay() const {
+    return m_sendInProgress || (m_job && m_job->windowPending());
 }
 
 QString Gsm_Bulk_Sms_Wnd::describeDevice(const QString& path) const {
@@ -69,27 +78,28 @@ QString Gsm_Bulk_Sms_Wnd::describeDevice(const QString& path) const {
         .arg(deviceDetail(path, kModelKey), deviceDetail(path, kPortNameKey));
 }
 
-QList<bool> Gsm_Bulk_Sms_Wnd::testPorts(const QStringList& paths) {
+void Gsm_Bulk_Sms_Wnd::testPorts(const QStringList& paths, std::function<void(const QList<bool>&)> then) {
     // Each check talks to a modem for a second or more: the ports are checked side by side,
-    // each through a session of its own, while this thread keeps its events flowing (the
-    // window repaints and shows its please-wait text).
-    QList<bool> works(paths.size(), false);
-    std::atomic<qsizetype> next{0};
-    const auto checkWhileAny = [&](std::stop_token) {
-        for (qsizetype i = next++; i < paths.size(); i = next++)
-            works[i] = testPort(paths.at(i));
-    };
-    std::vector<std::unique_ptr<WorkerThread>> checkers;
-    for (qsizetype w = 0; w < std::min<qsizetype>(paths.size(), kParallelPortChecks); ++w) {
-        checkers.push_back(std::make_unique<WorkerThread>(QStringLiteral("port-check")));
-        checkers.back()->start(checkWhileAny);
-    }
-    for (const auto& checker : checkers)
-        checker->join();
-    for (qsizetype i = 0; i < paths.size(); ++i)
-        if (works.at(i))
-            m_sendingPorts.append(paths.at(i));
-    return works;
+    // each through a session of its own, and the result comes back as a hand-off.
+    m_portCheck.start([paths, then = std::move(then)](std::stop_token stop) {
+        QList<bool> works(paths.size(), false);
+        std::atomic<qsizetype> next{0};
+        const auto checkWhileAny = [&](std::stop_token) {
+            for (qsizetype i = next++; i < paths.size(); i = next++)
+                works[i] = testPort(paths.at(i));
+        };
+        std::vector<std::unique_ptr<WorkerThread>> checkers;
+        for (qsizetype w = 0; w < std::min<qsizetype>(paths.size(), kParallelPortChecks); ++w) {
+            checkers.push_back(std::make_unique<WorkerThread>(QStringLiteral("port-check")));
+            checkers.back()->start(checkWhileAny);
+        }
+        for (const auto& checker : checkers)
+            checker->join();
+        MainThread::post([stop, works, then] {
+            if (!stop.stop_requested()) // the window is gone
+                then(works);
+        });
+    });
 }
 
 bool Gsm_Bulk_Sms_Wnd::testPort(const QString& path) {
@@ -107,27 +117,52 @@ bool Gsm_Bulk_Sms_Wnd::testPort(const QString& path) {
     return works;
 }
 
-void Gsm_Bulk_Sms_Wnd::GSM_Chk_Port_And_Send_Msg() {
+void Gsm_Bulk_Sms_Wnd::GSM_Chk_Port_And_Send_Msg(std::shared_ptr<SendingLock> lock) {
     const QString chosen = currentDeviceChoice();
     setPleaseWait(true);
     m_sendingPorts.clear();
     m_sendingPortChoice.clear();
     close_all_ports();
-
+    QStringList paths;
     if (chosen != kAllDeviceChoice) {
-        if (selection().port_val_str_array.contains(chosen) && !testPorts({chosen}).first()) {
+        if (selection().port_val_str_array.contains(chosen))
+            paths << chosen;
+    } else {
+        paths = selection().port_val_str_array;
+        paths.removeAll(kAllDeviceChoice);
+    }
+    testPorts(paths, [this, chosen, paths, lock = std::move(lock)](const QList<bool>& works) {
+        for (qsizetype i = 0; i < paths.size(); ++i)
+            if (works.at(i))
+                m_sendingPorts.append(paths.at(i));
+        bool goesOn = false;
+        Guard::run("Gsm_Bulk_Sms_Wnd::GSM_Chk_Port_And_Send_Msg",
+                   [&] { goesOn = chooseSendingPort(chosen, paths, works); });
+        if (!goesOn) {
+            m_sendInProgress = false;
+            return;
+        }
+        // The prescribed second before the job opens; the sending lock is held until the job has it.
+        Clock::after(1s, this, [this, lock] {
+            m_sendInProgress = false;
+            sendingJob().Open_SMS_Sending_Dialog();
+        });
+    });
+}
+
+bool Gsm_Bulk_Sms_Wnd::chooseSendingPort(const QString& chosen, const QStringList& paths,
+                                         const QList<bool>& works) {
+    if (chosen != kAllDeviceChoice) {
+        if (!paths.isEmpty() && !works.first()) {
             setPleaseWait(false);
             op().Show_MessageBox(
                 describeDevice(chosen) +
                 QStringLiteral("\nDevice is not connected properly or Device is not functioning.\n\n"
                                "Please use Mobile Phone Connection Wizard for finding device or "
                                "establishing connection."));
-            return;
+            return false;
         }
     } else {
-        QStringList paths = selection().port_val_str_array;
-        paths.removeAll(kAllDeviceChoice);
-        const QList<bool> works = testPorts(paths);
         QString failures;
         const int devices = int(paths.size());
         int failed = 0;
@@ -145,7 +180,7 @@ void Gsm_Bulk_Sms_Wnd::GSM_Chk_Port_And_Send_Msg() {
                                "Mobile Phone Connection Wizard for finding device or establishing "
                                "connection.\n\nOR\n\nDo you want to continue sending process with other "
                                "connected device?")))
-            return;
+            return false;
         if (failed > 0 && failed == devices)
             op().Show_MessageBox(failures +
                                  QStringLiteral("\n All Device not connected properly or Device is not "
@@ -164,7 +199,5 @@ void Gsm_Bulk_Sms_Wnd::GSM_Chk_Port_And_Send_Msg() {
             m_sendingPortChoice = m_sendingPorts.first();
     }
     emit changed();
-    const auto rested = std::chrono::steady_clock::now() + Clock::scaled(1s);
-    waitKeepingEventsFlowing([&] { return std::chrono::steady_clock::now() >= rested; });
-    sendingJob().Open_SMS_Sending_Dialog();
+    return true;
 }

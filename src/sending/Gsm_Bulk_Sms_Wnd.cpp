@@ -31,12 +31,12 @@ int Gsm_Bulk_Sms_Wnd::runConnectionSteps() {
     return op().runModal(steps);
 }
 
-bool Gsm_Bulk_Sms_Wnd::openDeviceSearchWindow() {
+void Gsm_Bulk_Sms_Wnd::openDeviceSearchWindow(std::function<void(bool)> reported) {
     m_devices.Search_dev_Pressed();
     // Selecting devices (1) and going on without one (0) both end the choice; closing the
     // window otherwise lets the operator choose again.
     const int code = op().runModal(m_devices);
-    return code == 1 || code == 0;
+    reported(code == 1 || code == 0);
 }
 
 SMS_Sending& Gsm_Bulk_Sms_Wnd::sendingJob() {

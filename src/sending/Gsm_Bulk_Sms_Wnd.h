@@ -3,16 +3,19 @@
 // the Send flow that checks everything, verifies the chosen ports and opens the sending job.
 #include "ResumeRun.h"
 #include "SendingRun.h"
+#include "core/WorkerThread.h"
 #include "device/DeviceRecord.h"
 #include "gsm/MFCSMS.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"
 #include "gsm/windows/Selected_Device_Details_GSM.h"
 #include "list/BulkSmsWindow.h"
 
+#include <functional>
 #include <memory>
 #include <utility>
 
 class SMS_Sending;
+class SendingLock;
 
 class Gsm_Bulk_Sms_Wnd : public BulkSmsWindow {
     Q_OBJECT
@@ -25,10 +28,13 @@ public:
     QString title() const override;
     int runConnectionSteps() override;
 
-    // --- Sending.
+    // --- Sending. Send returns once the checks that ask the operator are done; the ports are
+    // then checked on workers and the job opens a second later.
     void Send_SMS_Btn() { Send_SMS_BY_Multi_Port(); }
     void Send_SMS_BY_Multi_Port();
-    void GSM_Chk_Port_And_Send_Msg();
+    // From Send until the job window has closed (or the flow ended before it): a press of Send
+    // meanwhile is ignored, and the command line waits for it.
+    bool sendingUnderWay() const;
     static void close_all_ports();
 
     // The selected-device details window: each selected device's settings, a test message,
@@ -66,12 +72,17 @@ public:
     CarriedRun& carriedRun() { return m_carried; }
 
 protected:
-    bool openDeviceSearchWindow() override;
+    void openDeviceSearchWindow(std::function<void(bool)> reported) override;
 
 private:
-    // Checks the ports on a worker (this thread's events keep flowing); the working ones
-    // become the sending ports. One result per path.
-    QList<bool> testPorts(const QStringList& paths);
+    // Checks the chosen ports, then (unless the operator is told they do not work) opens the
+    // job a second later. `lock` is held until the job has taken it.
+    void GSM_Chk_Port_And_Send_Msg(std::shared_ptr<SendingLock> lock);
+    // Tells the operator which checked ports failed and chooses the sending port; false when
+    // the flow ends here.
+    bool chooseSendingPort(const QString& chosen, const QStringList& paths, const QList<bool>& works);
+    // Checks the ports on a worker; then() gets one result per path on this thread.
+    void testPorts(const QStringList& paths, std::function<void(const QList<bool>&)> then);
     static bool testPort(const QString& path); // through a session of its own
     static constexpr int kParallelPortChecks = 8;
     QString describeDevice(const QString& path) const;
@@ -87,5 +98,6 @@ private:
     int m_retries = RunSettings::kDefaultRetries;
     bool m_deliveryReports = false;
     CarriedRun m_carried;
-    bool m_sendInProgress = false; // Send is running (checks, then the job): a second press is ignored
+    bool m_sendInProgress = false; // from Send until the job opens: a second press is ignored
+    WorkerThread m_portCheck{QStringLiteral("port-checks")};
 };

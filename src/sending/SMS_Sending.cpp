@@ -131,15 +131,19 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
         for (const Record& row : rows)
             recipients.append({recipientNumber(row), row.value(kMessageKey)}); // E.164 when the list has it
         m_run->start(recipients);
-        // The prescribed second before the job shows: the window keeps repainting meanwhile,
-        // and the loader's first rows may already reach the table.
-        const std::stop_token stop = m_run->stopToken();
-        const auto shown = std::chrono::steady_clock::now() + Clock::scaled(1s);
-        waitKeepingEventsFlowing(
-            [&] { return stop.stop_requested() || std::chrono::steady_clock::now() >= shown; });
-        // Shown even when stopped meanwhile: the job window is where the stopped run comes to its
+        // The prescribed second before the job shows (sooner when the run stops meanwhile): the
+        // window takes its events meanwhile, and the loader's first rows may already reach the
+        // table. Shown even when stopped: the job window is where the stopped run comes to its
         // end, and whoever waits on it (the command line's results) must not go on before.
-        m_op.runModal(*this);
+        m_windowPending = true;
+        const std::stop_token stop = m_run->stopToken();
+        Clock::after(
+            1s, this,
+            [this] {
+                Guard::run("SMS_Sending::Open_SMS_Sending_Dialog", [this] { m_op.runModal(*this); });
+                m_windowPending = false;
+            },
+            [stop] { return stop.stop_requested(); });
     });
 }
 

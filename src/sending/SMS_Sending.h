@@ -35,8 +35,10 @@ public:
     SMS_Sending(Gsm_Bulk_Sms_Wnd& window, Operator& op, QObject* parent = nullptr);
     ~SMS_Sending() override;
 
-    // Starts a run over the window's list and shows the job until it is closed.
+    // Starts a run over the window's list and shows the job a second later, until it is closed.
     void Open_SMS_Sending_Dialog();
+    // From the run's start until its window has closed.
+    bool windowPending() const { return m_windowPending; }
 
     // The item table the view shows (updated on the main thread).
     const RecordTable& itemTable() const { return m_table; }
@@ -148,6 +150,7 @@ private:
     int m_overallMax = 0, m_overallValue = 0, m_activityValue = 0;
     bool m_activityVisible = false, m_stopEnabled = false, m_stopVisible = true, m_closeEnabled = true;
     bool m_exportVisible = false, m_pleaseWait = false;
+    bool m_windowPending = false;
     QMap<QString, QString> m_portStatuses;
 };
 

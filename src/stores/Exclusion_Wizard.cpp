@@ -162,8 +162,7 @@ void Exclusion_Wizard::waitForLoading() { m_loader.join(); }
 
 void Exclusion_Wizard::Open_Exclusion_Wnd() {
     startLoading();
-    restBeforeShowing();
-    m_op.runModal(*this);
+    restBeforeShowing(this, [this] { m_op.runModal(*this); });
 }
 
 QString Exclusion_Wizard::nameProblem(const QString& name) const {

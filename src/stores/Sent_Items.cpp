@@ -110,8 +110,7 @@ void Sent_Items::waitForLoading() { m_loader.join(); }
 
 void Sent_Items::Open_Sent_Item_Wnd() {
     startLoading();
-    restBeforeShowing();
-    m_op.runModal(*this);
+    restBeforeShowing(this, [this] { m_op.runModal(*this); });
 }
 
 void Sent_Items::setSelectedRows(QList<int> rows) {

@@ -2,7 +2,6 @@
 
 #include "core/Clock.h"
 #include "core/MainWindows.h"
-#include "core/WorkerThread.h"
 #include "list/BulkSmsWindow.h"
 
 #include <algorithm>
@@ -14,9 +13,8 @@ bool ActsOnMainWindows::androidInFront() const {
     return m_mainWindows != nullptr && m_mainWindows->frontKind() == MainWindowController::Kind::Android;
 }
 
-void restBeforeShowing() {
-    const auto until = std::chrono::steady_clock::now() + Clock::scaled(std::chrono::seconds(1));
-    waitKeepingEventsFlowing([until] { return std::chrono::steady_clock::now() >= until; });
+void restBeforeShowing(QObject* window, std::function<void()> show) {
+    Clock::after(std::chrono::seconds(1), window, std::move(show));
 }
 
 QList<int> validRows(QList<int> rows, int size) {

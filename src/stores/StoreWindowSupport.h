@@ -2,8 +2,11 @@
 // Small things the stored-list windows share.
 #include <QList>
 
+#include <functional>
+
 class BulkSmsWindow;
 class MainWindows;
+class QObject;
 
 // What a stored-list window acts on: the front one of the main windows it was given by whoever
 // opens it (the window whose panel opened it).
@@ -21,9 +24,9 @@ private:
     const MainWindows* m_mainWindows = nullptr;
 };
 
-// Waits about one second (on the core clock) with the main thread's events flowing, as the
-// windows do between starting their load and showing themselves.
-void restBeforeShowing();
+// Shows the window (show) one second (on the core clock) after its load started, as the windows
+// do; returns at once. Nothing is shown when window is gone by then.
+void restBeforeShowing(QObject* window, std::function<void()> show);
 
 // Rows sorted ascending without duplicates, those outside 0..size-1 dropped.
 QList<int> validRows(QList<int> rows, int size);

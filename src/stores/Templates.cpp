@@ -106,8 +106,7 @@ void Templates::waitForLoading() { m_loader.join(); }
 
 void Templates::Open_Template_Wnd() {
     startLoading();
-    restBeforeShowing();
-    m_op.runModal(*this);
+    restBeforeShowing(this, [this] { m_op.runModal(*this); });
 }
 
 void Templates::setSelectedRows(QList<int> rows) {

@@ -26,7 +26,7 @@ public:
     std::function<bool()> search = [] { return true; };
 
 protected:
-    bool openDeviceSearchWindow() override { return search(); }
+    void openDeviceSearchWindow(std::function<void(bool)> reported) override { reported(search()); }
 };
 
 std::function<void(DialogController&)> endWith(int code) {

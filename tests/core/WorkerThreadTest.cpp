@@ -1,23 +1,33 @@
 #include "core/WorkerThread.h"
 #include "core/MainThread.h"
 
+#include <QCoreApplication>
+#include <QTimer>
+
 #include <gtest/gtest.h>
 
 #include <atomic>
 
 namespace {
 
-TEST(WorkerThread, JoiningOnTheMainThreadLetsTheWorkerHandItsWorkOver) {
-    // Joined with the main thread's events stopped, this worker would wait for ever.
+TEST(WorkerThread, JoiningOnTheMainThreadRunsTheHandOffsAndNothingElse) {
+    // Joined with the hand-offs stopped, this worker would wait for ever; a timer due meanwhile
+    // waits for the event loop, whatever the join does.
+    bool timerRan = false;
+    QTimer::singleShot(0, [&] { timerRan = true; });
     std::atomic<int> handedOver{0};
     WorkerThread worker(QStringLiteral("hand-over"));
     worker.start([&](std::stop_token) {
         for (int i = 0; i < 3; ++i)
             MainThread::invokeAndWait([&] { handedOver += MainThread::isCurrent() ? 1 : 100; });
+        MainThread::post([&] { handedOver += 10; }); // still queued as the worker ends
     });
     worker.join();
-    EXPECT_EQ(handedOver, 3);
+    EXPECT_EQ(handedOver, 13);
     EXPECT_FALSE(worker.isRunning());
+    EXPECT_FALSE(timerRan);
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(timerRan);
 }
 
 TEST(WorkerThread, StopReachesTheBodyAndARestartJoinsTheEarlierBody) {

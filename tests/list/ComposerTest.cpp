@@ -202,6 +202,7 @@ TEST_F(ComposerTest, UpdateSelectedWaitsForTheCollectionThenApplies) {
     });
     op.answerYes();
     window.Update_Sel_Msgs_Btn();
+    ASSERT_TRUE(spinUntil([&] { return op.dialogs().size() == 1; }));
     EXPECT_EQ(window.messages(), (QStringList{QString(1600, 'y'), "", QString(1600, 'y')}));
     EXPECT_EQ(
         op.alerts(),
@@ -228,10 +229,10 @@ TEST_F(ComposerTest, UpdateSelectedKeepsTheWindowTakingEventsUntilItsDialogOpens
     };
     op.onModal<Update_Sel_Num_SMS>(cancel); // a second dialog would be unscripted
     window.Update_Sel_Msgs_Btn();
-    EXPECT_EQ(opened, 1);
+    ASSERT_TRUE(spinUntil([&] { return opened == 1; }));
     op.onModal<Update_Sel_Num_SMS>(cancel);
     window.Update_Sel_Msgs_Btn(); // once it has opened, the button works again
-    EXPECT_EQ(opened, 2);
+    ASSERT_TRUE(spinUntil([&] { return opened == 2; }));
     EXPECT_EQ(op.dialogs().size(), 2);
 }
 

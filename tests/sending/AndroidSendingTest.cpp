@@ -270,7 +270,8 @@ TEST_F(AndroidSendingTest, AGsmRunAndAnAndroidRunAtOnceStayApart) {
         if (!job.isEnded())
             job.CancelPressed();
     });
-    gsm.Send_SMS_Btn();
+    gsm.Send_SMS_Btn(); // the ports are checked and the job opens on the event loop
+    ASSERT_TRUE(spinUntil([&] { return !gsm.sendingUnderWay(); }, std::chrono::seconds(90)));
     android->waitForSend();
     Clock::setScale(0.001);
 

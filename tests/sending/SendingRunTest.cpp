@@ -76,6 +76,7 @@ protected:
                 job.CancelPressed();
         });
         window.Send_SMS_Btn();
+        ASSERT_TRUE(spinUntil([&] { return !window.sendingUnderWay(); }, std::chrono::seconds(90)));
     }
     QList<SendingItem> items() { return window.sendingJob().items().all(); }
     QStringList receivedNumbers() const {

@@ -82,6 +82,7 @@ TEST(SendingJobView, DeliveryStatesFillInAsTheReportsCome) {
             job.CancelPressed();
     });
     window.Send_SMS_Btn();
+    ASSERT_TRUE(spinUntil([&] { return !window.sendingUnderWay(); }, std::chrono::seconds(90)));
     EXPECT_TRUE(pendingSeen);
     Clock::setScale(0.001);
 }
@@ -149,6 +150,7 @@ protected:
                 job.CancelPressed();
         });
         window.Send_SMS_Btn();
+        EXPECT_TRUE(spinUntil([&] { return !window.sendingUnderWay(); }, std::chrono::seconds(90)));
         return duringQuestion;
     }
 

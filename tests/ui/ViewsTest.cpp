@@ -129,7 +129,8 @@ TEST(Views, MainWindowFollowsItsController) {
         search.waitForSearch();
         search.Close_Btn();
     });
-    android.connectDevice();
+    android.connectDevice(); // the search window opens a second later
+    ASSERT_TRUE(spinUntil([&] { return android.noDeviceNoticeVisible(); }));
     qunsetenv("ADB_SERVER_SOCKET");
     EXPECT_EQ(op.alerts(), QStringList{"\nDevice is offline. please reconnect your device."});
     EXPECT_EQ(devices->count(), 0);

@@ -51,7 +51,7 @@ public:
     void More_Info_SMSC_Pressed();
     void Save_SMS_Report_Pressed();
 
-    // Waits (spinning the event loop) until the test has ended.
+    // Waits until the test has ended, running only its hand-offs to this thread.
     void waitForTest() { m_worker.join(); }
 
     // --- What the view shows.

@@ -103,7 +103,7 @@ public:
     int progressValue() const { return m_progressValue; }
     bool progressSheetShown() const { return m_progressSheet; }
 
-    // Waits (spinning the event loop) until no worker of this window runs.
+    // Waits until no worker of this window runs, running only their hand-offs to this thread.
     void waitForWorkers();
 
     // The search pass over the given device paths (also used by tests); it ends early on

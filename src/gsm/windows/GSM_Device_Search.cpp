@@ -28,10 +28,10 @@ void GSM_Device_List_Wnd::Find_Ph_Thread(std::stop_token stop) {
     onMain([this] { m_searching = false; });
     Stop_Modem_SRCH = false;
     // Showing the first device starts the next worker: leave that to the main thread, once
-    // this one has returned. It only waits: the one joining this worker may be a wait of
-    // the main thread that is handling this very event.
+    // this one has returned. A join of this worker on the main thread may be what runs this
+    // hand-off: joined here, that join finds it joined.
     MainThread::post([this] {
-        waitKeepingEventsFlowing([this] { return !m_worker.isRunning(); });
+        m_worker.join();
         if (!m_ports.isEmpty()) {
             showDevice(0);
         } else {

@@ -267,6 +267,7 @@ TEST_F(DeviceWindowTest, EightModemsAreSearchedAndSelectedWhileTheWindowStaysRes
         window.setRowTicked(row, true);
     window.beginModal();
     window.Multi_Phone_Selected_Func();
+    ASSERT_TRUE(spinUntil([&] { return !window.progressSheetShown(); }, std::chrono::seconds(60)));
     window.waitForWorkers();
     EXPECT_EQ(selection.port_val_str_array, paths());
     EXPECT_LT(watchdog.longestGapMs(), 100);
