@@ -14,11 +14,14 @@ namespace {
 
 // Work handed to the main thread waits in our own queue under our own lock; Qt only
 // carries an empty wake-up event. The hand-over is then visible to the thread sanitizer,
-// which cannot see the locks inside the Qt libraries, and the order of posts is kept.
+// which cannot see the locks inside the Qt libraries, and the order of posts is kept. There
+// is one main thread per process, so there is one queue per process.
+// NOLINTBEGIN(cppcoreguidelines-avoid-non-const-global-variables)
 std::mutex g_queueMutex;
 std::deque<std::function<void()>> g_queue;
 // Wakes waitUntil: work was queued, or what a done() reads has changed.
 std::condition_variable g_queueChanged;
+// NOLINTEND(cppcoreguidelines-avoid-non-const-global-variables)
 
 void drain() {
     while (true) {
@@ -42,6 +45,7 @@ protected:
 };
 
 Dispatcher* dispatcher(QCoreApplication* app) {
+    // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): the main thread's one receiver
     static Dispatcher* instance = [app] {
         auto* d = new Dispatcher;
         d->moveToThread(app->thread());
