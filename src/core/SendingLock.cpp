@@ -60,8 +60,10 @@ std::shared_ptr<SendingLock> SendingLock::acquire(const DataFolder& folder, qint
     }
     // Who holds it, for the process that is refused; a failure here only loses that name.
     const QByteArray pid = QByteArray::number(qint64(::getpid())) + '\n';
-    if (::ftruncate(fd, 0) != 0 || ::pwrite(fd, pid.constData(), size_t(pid.size()), 0) != pid.size())
-        ::ftruncate(fd, 0);
+    if (::ftruncate(fd, 0) != 0 || ::pwrite(fd, pid.constData(), size_t(pid.size()), 0) != pid.size()) {
+        const int cleared = ::ftruncate(fd, 0); // no half-written name; an empty one names nobody
+        Q_UNUSED(cleared);
+    }
     auto acquired = std::shared_ptr<SendingLock>(new SendingLock(fd));
     g_held = acquired;
     return acquired;
