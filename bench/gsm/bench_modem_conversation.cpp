@@ -15,8 +15,8 @@
 #include "core/WorkerThread.h"
 #include "gsm/MFCSMS.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"
-#include "sending/Gsm_Bulk_Sms_Wnd.h"
-#include "sending/SMS_Sending.h"
+#include "sending/windows/Gsm_Bulk_Sms_Wnd.h"
+#include "sending/windows/SMS_Sending.h"
 #include "sim/VirtualModem.h"
 
 #include <QCoreApplication>

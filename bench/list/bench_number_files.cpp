@@ -3,10 +3,10 @@
 // Usage: bench_number_files [lines]
 #include "BenchSupport.h"
 #include "core/Operator.h"
-#include "list/BulkSmsWindow.h"
 #include "list/ListLoad.h"
 #include "list/LoadCounters.h"
 #include "list/NumberLoader.h"
+#include "list/windows/BulkSmsWindow.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -2,9 +2,9 @@
 // ("+44 7400 123456", "07400-123456", "0044 ...", spreadsheet numbers, some that cannot
 // exist), first through the normaliser alone (and through libphonenumber alone, on a tenth),
 // then loaded into a list with skip-duplicates on, against the same load without a country.
-#include "list/BulkSmsWindow.h"
 #include "list/DefaultCountry.h"
 #include "list/LoadCounters.h"
+#include "list/windows/BulkSmsWindow.h"
 #include "text/NumberNormaliser.h"
 #include "text/NumberRules.h"
 

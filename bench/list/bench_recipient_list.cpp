@@ -4,9 +4,9 @@
 // (a batch flushed every 20,000 numbers), without and with a default country:
 //   bench_recipient_list [ROWS]
 #include "core/Operator.h"
-#include "list/BulkSmsWindow.h"
 #include "list/DefaultCountry.h"
 #include "list/LoadCounters.h"
+#include "list/windows/BulkSmsWindow.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -6,8 +6,8 @@
 #include "core/DataFolder.h"
 #include "core/Log.h"
 #include "core/Operator.h"
-#include "sending/Gsm_Bulk_Sms_Wnd.h"
-#include "sending/SMS_Sending.h"
+#include "sending/windows/Gsm_Bulk_Sms_Wnd.h"
+#include "sending/windows/SMS_Sending.h"
 #include "sim/VirtualModem.h"
 
 #include <QCoreApplication>

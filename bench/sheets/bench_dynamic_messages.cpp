@@ -3,7 +3,7 @@
 // Usage: bench_dynamic_messages [rows]
 #include "BenchSupport.h"
 #include "core/Operator.h"
-#include "list/BulkSmsWindow.h"
+#include "list/windows/BulkSmsWindow.h"
 #include "sheets/SpreadsheetWriter.h"
 #include "sheets/windows/Excel_Dynamic_Msg.h"
 

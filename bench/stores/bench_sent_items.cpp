@@ -5,7 +5,7 @@
 #include "stores/ExportFile.h"
 #include "stores/ExportFormats.h"
 #include "stores/SentItemFile.h"
-#include "stores/Sent_Items.h"
+#include "stores/windows/Sent_Items.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -2,7 +2,7 @@
 // What the benchmarks share: an operator that answers without a person, a main window for
 // the list logic alone, and the process's peak memory.
 #include "core/Operator.h"
-#include "list/BulkSmsWindow.h"
+#include "list/windows/BulkSmsWindow.h"
 
 #include <QFile>
 #include <QTemporaryDir>

@@ -1,7 +1,7 @@
 #pragma once
 // What the sending benchmarks do before pressing Send: the virtual modems selected as the
 // device window would select them, and a list of numbered recipients.
-#include "sending/Gsm_Bulk_Sms_Wnd.h"
+#include "sending/windows/Gsm_Bulk_Sms_Wnd.h"
 #include "sim/VirtualModem.h"
 
 #include <QEventLoop>

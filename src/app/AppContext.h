@@ -5,7 +5,7 @@
 #include "core/DataFolder.h"
 #include "list/DefaultCountry.h"
 #include "sheets/windows/SpreadsheetWindows.h"
-#include "stores/StoreWindows.h"
+#include "stores/windows/StoreWindows.h"
 
 #include <utility>
 

@@ -3,12 +3,12 @@
 #include "ConsoleOutput.h"
 #include "StopSignals.h"
 #include "android/AndroidDevices.h"
-#include "android/Android_Ph_List_Wnd.h"
-#include "android/Android_TroubleShooting.h"
+#include "android/windows/Android_Ph_List_Wnd.h"
+#include "android/windows/Android_TroubleShooting.h"
 #include "core/WorkerThread.h"
 #include "device/DeviceRecord.h"
 #include "device/TestCaseRecord.h"
-#include "sending/Bulk_SMSAppDelegate.h"
+#include "sending/windows/Bulk_SMSAppDelegate.h"
 
 #include <QSet>
 

@@ -5,10 +5,10 @@
 #include "core/DataFolder.h"
 #include "core/DataTreePrivacy.h"
 #include "core/FileUtils.h"
-#include "stores/ExportDialogs.h"
 #include "stores/ExportFile.h"
 #include "stores/SentItemFile.h"
-#include "stores/Templates.h"
+#include "stores/windows/ExportDialogs.h"
+#include "stores/windows/Templates.h"
 
 #include <QCommandLineParser>
 

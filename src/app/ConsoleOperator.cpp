@@ -1,9 +1,9 @@
 #include "ConsoleOperator.h"
 
 #include "ConsoleOutput.h"
-#include "android/And_Conn_Err.h"
+#include "android/windows/And_Conn_Err.h"
 #include "core/TextUtils.h"
-#include "sending/SMS_Sending.h"
+#include "sending/windows/SMS_Sending.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>

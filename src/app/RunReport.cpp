@@ -2,7 +2,7 @@
 
 #include "ConsoleOutput.h"
 #include "core/RecordTable.h"
-#include "sending/SMS_Sending.h"
+#include "sending/windows/SMS_Sending.h"
 
 #include <QDateTime>
 #include <QJsonArray>

@@ -4,8 +4,8 @@
 #include "DataTreePrivacy.h"
 #include "FileUtils.h"
 #include "MainWindows.h"
-#include "Mobile_Sel_Wnd.h"
 #include "Operator.h"
+#include "core/windows/Mobile_Sel_Wnd.h"
 
 bool Launch_Application(Operator& op, const DataFolder& folder, MainWindows& windows) {
     MainWindowController& androidWindow = windows.android();

@@ -32,8 +32,4 @@ std::optional<StatusReport> fromStoredRead(const QString& answer);
 // The SIM index in a "+CDSI: <mem>,<index>" line, if it is one.
 std::optional<int> storedIndex(QStringView line);
 
-// What TP-ST says of the message, as a person reads it: "Delivered", "Pending" (the network
-// still tries) or "Not delivered (<reason>)".
-QString deliveryState(int status);
-
 } // namespace StatusReports

@@ -1,9 +1,9 @@
 #include "ListLoad.h"
 
-#include "BulkSmsWindow.h"
 #include "core/Guard.h"
 #include "core/Log.h"
 #include "core/MainThread.h"
+#include "list/windows/BulkSmsWindow.h"
 
 #include <QPointer>
 

@@ -8,9 +8,6 @@
 
 #include <utility>
 
-class BulkSmsWindow;
-class Bulk_SMSAppDelegate;
-class Gsm_Bulk_Sms_Wnd;
 class Operator;
 
 // The finished entries of an unfinished run a window's next run resumes: its journal keeps
@@ -40,14 +37,6 @@ struct ResumePlan {
 };
 
 ResumePlan planResume(const RunJournal::Unfinished& unfinished, bool resendUnknown);
-
-// Puts the plan's recipients into the window's list and hands it the entries to carry.
-void applyResume(BulkSmsWindow& window, CarriedRun& carried, const ResumePlan& plan);
-
-// At start-up: when a run did not end, asks "Resume the unfinished run (N of M sent)?" (and
-// whether to send again what may have been sent); Yes fills the list of the window of its
-// road, No discards the journal.
-void offerToResumeUnfinishedRun(Gsm_Bulk_Sms_Wnd& gsm, Bulk_SMSAppDelegate& android, Operator& op);
 
 // Before a new run: a run that did not end is never replaced unless the operator discards it
 // (true), or its journal cannot be read (false, and the operator is told).

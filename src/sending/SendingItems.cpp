@@ -1,6 +1,6 @@
 #include "SendingItems.h"
 
-#include "gsm/StatusReports.h"
+#include "device/DeliveryState.h"
 
 namespace {
 
@@ -14,7 +14,7 @@ QString deliveryOf(const SendingItem& item) {
             allDelivered = false;
             continue;
         }
-        QString state = StatusReports::deliveryState(*reported);
+        QString state = deliveryStateOf(*reported);
         if (state.startsWith(QLatin1String("Not delivered")))
             return state;
         allDelivered = allDelivered && state == QLatin1String("Delivered");

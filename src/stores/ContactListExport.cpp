@@ -1,10 +1,10 @@
 #include "ContactListExport.h"
 
-#include "ExportDialogs.h"
 #include "ExportFile.h"
 #include "core/Guard.h"
 #include "core/Operator.h"
-#include "list/BulkSmsWindow.h"
+#include "list/windows/BulkSmsWindow.h"
+#include "stores/windows/ExportDialogs.h"
 
 bool exportContactList(BulkSmsWindow& window) {
     Operator& op = window.op();

@@ -1,9 +1,9 @@
 #include "ExclusionImport.h"
 
 #include "ExclusionFiles.h"
-#include "Exclusion_Wizard.h"
 #include "core/DataFolder.h"
 #include "core/TextUtils.h"
+#include "stores/windows/Exclusion_Wizard.h"
 #include "text/NumberNormaliser.h"
 
 #include <QSet>

@@ -1,9 +1,9 @@
 #include "ExportFile.h"
 
-#include "ExportDialogs.h"
 #include "core/FileUtils.h"
 #include "core/Operator.h"
 #include "sheets/SpreadsheetWriter.h"
+#include "stores/windows/ExportDialogs.h"
 
 #include <QFileInfo>
 

@@ -3,7 +3,7 @@
 #include "AndroidSendingProgressView.h"
 #include "RecipientPanel.h"
 #include "list/NumberLoader.h"
-#include "sending/Bulk_SMSAppDelegate.h"
+#include "sending/windows/Bulk_SMSAppDelegate.h"
 
 #include <QButtonGroup>
 #include <QGroupBox>

@@ -1,7 +1,7 @@
 #include "AndroidPhListView.h"
 
 #include "RecordTableModel.h"
-#include "android/And_Conn_Err.h"
+#include "android/windows/And_Conn_Err.h"
 #include "core/AppState.h"
 #include "device/DeviceRecord.h"
 

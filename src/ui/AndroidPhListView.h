@@ -1,7 +1,7 @@
 #pragma once
 // The Android device search window: three status lines while searching, then the phone's
 // properties; Search, Stop, Select and the way back to the device kind.
-#include "android/Android_Ph_List_Wnd.h"
+#include "android/windows/Android_Ph_List_Wnd.h"
 
 #include <QDialog>
 

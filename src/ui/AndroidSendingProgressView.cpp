@@ -1,6 +1,6 @@
 #include "AndroidSendingProgressView.h"
 
-#include "android/AndroidSendingProgress.h"
+#include "android/windows/AndroidSendingProgress.h"
 #include "core/AppState.h"
 
 #include <QFormLayout>

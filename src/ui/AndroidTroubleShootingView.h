@@ -1,7 +1,7 @@
 #pragma once
 // The automated mode test window of the Android window: the phone, the test number, the
 // three cases with their outcome, the mode radios, and OK / Close.
-#include "android/Android_TroubleShooting.h"
+#include "android/windows/Android_TroubleShooting.h"
 
 #include <QDialog>
 

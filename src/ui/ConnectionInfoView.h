@@ -1,6 +1,6 @@
 #pragma once
 #include "StepsDialog.h"
-#include "android/Connection_Info.h"
+#include "android/windows/Connection_Info.h"
 
 class ConnectionInfoView : public StepsDialog {
     Q_OBJECT

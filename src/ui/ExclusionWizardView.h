@@ -1,5 +1,5 @@
 #pragma once
-#include "stores/Exclusion_Wizard.h"
+#include "stores/windows/Exclusion_Wizard.h"
 
 #include <QDialog>
 

@@ -1,5 +1,5 @@
 #pragma once
-#include "stores/ExportDialogs.h"
+#include "stores/windows/ExportDialogs.h"
 
 #include <QDialog>
 

@@ -1,5 +1,5 @@
 #pragma once
-#include "list/Fill_Msg_In_List.h"
+#include "list/windows/Fill_Msg_In_List.h"
 
 #include <QDialog>
 

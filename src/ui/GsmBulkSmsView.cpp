@@ -2,7 +2,7 @@
 
 #include "RecipientPanel.h"
 #include "list/NumberLoader.h"
-#include "sending/Gsm_Bulk_Sms_Wnd.h"
+#include "sending/windows/Gsm_Bulk_Sms_Wnd.h"
 
 #include <QCheckBox>
 #include <QComboBox>

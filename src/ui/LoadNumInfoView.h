@@ -1,5 +1,5 @@
 #pragma once
-#include "list/Load_Num_Info.h"
+#include "list/windows/Load_Num_Info.h"
 
 #include <QDialog>
 

@@ -1,5 +1,5 @@
 #pragma once
-#include "list/Manually_Add_Num.h"
+#include "list/windows/Manually_Add_Num.h"
 
 #include <QDialog>
 

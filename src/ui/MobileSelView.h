@@ -1,6 +1,6 @@
 #pragma once
 // The device-kind dialog: GSM modem, Android phone, or cancel.
-#include "core/Mobile_Sel_Wnd.h"
+#include "core/windows/Mobile_Sel_Wnd.h"
 
 #include <QDialog>
 

@@ -2,12 +2,12 @@
 
 #include "RecordTableModel.h"
 #include "delivery/DelaySchedule.h"
-#include "list/BulkSmsWindow.h"
 #include "list/DefaultCountry.h"
 #include "list/ListLoad.h"
 #include "list/NumberLoader.h"
+#include "list/windows/BulkSmsWindow.h"
 #include "stores/ContactListExport.h"
-#include "stores/StoreWindows.h"
+#include "stores/windows/StoreWindows.h"
 #include "text/NumberRules.h"
 
 #include <QCheckBox>

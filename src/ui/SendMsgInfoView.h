@@ -1,5 +1,5 @@
 #pragma once
-#include "list/Send_Msg_Info.h"
+#include "list/windows/Send_Msg_Info.h"
 
 #include <QDialog>
 

@@ -1,6 +1,6 @@
 #pragma once
 // The sending job's window: status, notice, progress and pause, the item table, Stop and Close.
-#include "sending/SMS_Sending.h"
+#include "sending/windows/SMS_Sending.h"
 
 #include <QDialog>
 

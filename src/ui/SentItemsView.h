@@ -1,5 +1,5 @@
 #pragma once
-#include "stores/Sent_Items.h"
+#include "stores/windows/Sent_Items.h"
 
 #include <QDialog>
 

@@ -1,5 +1,5 @@
 #pragma once
-#include "stores/Templates.h"
+#include "stores/windows/Templates.h"
 
 #include <QDialog>
 

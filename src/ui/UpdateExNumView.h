@@ -1,5 +1,5 @@
 #pragma once
-#include "stores/Update_Ex_Num.h"
+#include "stores/windows/Update_Ex_Num.h"
 
 #include <QDialog>
 

@@ -1,5 +1,5 @@
 #pragma once
-#include "list/Update_Num_SMS.h"
+#include "list/windows/Update_Num_SMS.h"
 
 #include <QDialog>
 

@@ -1,5 +1,5 @@
 #pragma once
-#include "stores/UpdateTemp.h"
+#include "stores/windows/UpdateTemp.h"
 
 #include <QDialog>
 

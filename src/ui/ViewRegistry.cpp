@@ -26,7 +26,7 @@
 #include "UpdateNumSmsView.h"
 #include "UpdateSelNumSmsView.h"
 #include "UpdateTempView.h"
-#include "android/And_Conn_Err.h"
+#include "android/windows/And_Conn_Err.h"
 #include "core/DialogController.h"
 
 #include <QByteArray>

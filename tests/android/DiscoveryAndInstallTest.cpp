@@ -2,11 +2,11 @@
 // permissions, against virtual phones through the real adb client.
 #include "PhoneFixture.h"
 #include "android/AdbRunner.h"
-#include "android/And_Conn_Err.h"
 #include "android/AndroidDevices.h"
-#include "android/Android_Ph_List_Wnd.h"
 #include "android/CompanionApp.h"
 #include "android/PhoneStorage.h"
+#include "android/windows/And_Conn_Err.h"
+#include "android/windows/Android_Ph_List_Wnd.h"
 #include "core/DataFolder.h"
 #include "core/TroubleshootingLog.h"
 #include "core/WorkerThread.h"

@@ -1,7 +1,7 @@
 // The device-kind dialog and the device selection sequence, with windows whose
 // connection steps and device search are played by the test.
 #include "core/MainWindows.h"
-#include "core/Mobile_Sel_Wnd.h"
+#include "core/windows/Mobile_Sel_Wnd.h"
 
 #include "ScriptedOperator.h"
 

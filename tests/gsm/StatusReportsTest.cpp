@@ -1,5 +1,6 @@
 // Status reports as the virtual modem writes them (its own encoder), read back by ours.
 #include "gsm/StatusReports.h"
+#include "device/DeliveryState.h"
 
 #include "QStringPrinting.h"
 #include "sim/StatusReport.h"
@@ -82,11 +83,11 @@ TEST(StatusReports, AReportTheModemKeptIsReadInBothModes) {
 }
 
 TEST(StatusReports, StatesAsAPersonReadsThem) {
-    EXPECT_EQ(StatusReports::deliveryState(0), "Delivered");
-    EXPECT_EQ(StatusReports::deliveryState(0x21), "Pending");
-    EXPECT_EQ(StatusReports::deliveryState(0x46), "Not delivered (validity period expired)");
-    EXPECT_EQ(StatusReports::deliveryState(0x61), "Not delivered (recipient busy)");
-    EXPECT_EQ(StatusReports::deliveryState(0x7F), "Not delivered (status 127)");
+    EXPECT_EQ(deliveryStateOf(0), "Delivered");
+    EXPECT_EQ(deliveryStateOf(0x21), "Pending");
+    EXPECT_EQ(deliveryStateOf(0x46), "Not delivered (validity period expired)");
+    EXPECT_EQ(deliveryStateOf(0x61), "Not delivered (recipient busy)");
+    EXPECT_EQ(deliveryStateOf(0x7F), "Not delivered (status 127)");
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 // The composer and the dialogs that copy its text into the list.
-#include "list/Fill_Msg_In_List.h"
-#include "list/Send_Msg_Info.h"
-#include "list/Update_Num_SMS.h"
-#include "list/Update_Sel_Num_SMS.h"
+#include "list/windows/Fill_Msg_In_List.h"
+#include "list/windows/Send_Msg_Info.h"
+#include "list/windows/Update_Num_SMS.h"
+#include "list/windows/Update_Sel_Num_SMS.h"
 #include "text/GsmAlphabet.h"
 #include "text/NumberRules.h"
 

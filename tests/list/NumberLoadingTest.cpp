@@ -2,10 +2,10 @@
 // question, the summary of a load that added nothing, and the spreadsheet hand-over.
 #include "list/ListLoad.h"
 #include "list/LoadCounters.h"
-#include "list/Load_Num_Info.h"
-#include "list/Manually_Add_Num.h"
 #include "list/NumberLoader.h"
 #include "list/SpreadsheetLoads.h"
+#include "list/windows/Load_Num_Info.h"
+#include "list/windows/Manually_Add_Num.h"
 
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"

@@ -1,6 +1,6 @@
 #pragma once
 // Main-window stand-ins over the shared list/composer logic, one per kind.
-#include "list/BulkSmsWindow.h"
+#include "list/windows/BulkSmsWindow.h"
 
 class TestBulkSmsWindow : public BulkSmsWindow {
 public:

@@ -1,13 +1,14 @@
 // The run journal read back as a crash leaves it, and the resume built from it.
 #include "sending/RunJournal.h"
 #include "sending/ResumeRun.h"
+#include "sending/windows/ResumeOffer.h"
 
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
-#include "sending/Bulk_SMSAppDelegate.h"
-#include "sending/Gsm_Bulk_Sms_Wnd.h"
+#include "sending/windows/Bulk_SMSAppDelegate.h"
+#include "sending/windows/Gsm_Bulk_Sms_Wnd.h"
 
 #include <QFile>
 

@@ -1,7 +1,7 @@
 // Whole sending runs from the GSM window's Send button to the closing message, against
 // virtual modems on pseudo-terminals: what "the network" received, item by item.
-#include "sending/Gsm_Bulk_Sms_Wnd.h"
-#include "sending/SMS_Sending.h"
+#include "sending/windows/Gsm_Bulk_Sms_Wnd.h"
+#include "sending/windows/SMS_Sending.h"
 
 #include "gsm/windows/Automated_GSM_Sending.h"
 #include "gsm/windows/Selected_Device_Details_GSM.h"
@@ -15,7 +15,7 @@
 #include "core/MainThread.h"
 #include "sending/RunJournal.h"
 #include "sim/VirtualModem.h"
-#include "stores/ExportDialogs.h"
+#include "stores/windows/ExportDialogs.h"
 
 #include <QElapsedTimer>
 #include <QFile>

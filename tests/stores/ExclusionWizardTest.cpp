@@ -2,8 +2,8 @@
 #include "core/FileUtils.h"
 #include "list/DefaultCountry.h"
 #include "stores/ExclusionFiles.h"
-#include "stores/Exclusion_Wizard.h"
-#include "stores/Update_Ex_Num.h"
+#include "stores/windows/Exclusion_Wizard.h"
+#include "stores/windows/Update_Ex_Num.h"
 
 #include <QFileInfo>
 

@@ -1,10 +1,10 @@
 #include "FullDisk.h"
 #include "StoreWindowsFixture.h"
 #include "core/FileUtils.h"
-#include "list/Load_Num_Info.h"
-#include "stores/ExportDialogs.h"
+#include "list/windows/Load_Num_Info.h"
 #include "stores/SentItemFile.h"
-#include "stores/Sent_Items.h"
+#include "stores/windows/ExportDialogs.h"
+#include "stores/windows/Sent_Items.h"
 
 #include <QDir>
 #include <QFileInfo>

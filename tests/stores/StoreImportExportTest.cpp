@@ -7,12 +7,12 @@
 #include "sheets/windows/Import_Excel.h"
 #include "stores/ContactListExport.h"
 #include "stores/ExclusionFiles.h"
-#include "stores/Exclusion_Wizard.h"
-#include "stores/ExportDialogs.h"
 #include "stores/SentItemFile.h"
 #include "stores/StoreImport.h"
 #include "stores/TemplateFile.h"
-#include "stores/Templates.h"
+#include "stores/windows/Exclusion_Wizard.h"
+#include "stores/windows/ExportDialogs.h"
+#include "stores/windows/Templates.h"
 
 #include <QFile>
 #include <QFileInfo>

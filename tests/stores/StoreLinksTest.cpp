@@ -4,11 +4,11 @@
 #include "StoreWindowsFixture.h"
 #include "core/FileUtils.h"
 #include "list/DefaultCountry.h"
-#include "stores/Exclusion_Wizard.h"
 #include "stores/SentItemFile.h"
-#include "stores/Sent_Items.h"
 #include "stores/TemplateFile.h"
-#include "stores/Templates.h"
+#include "stores/windows/Exclusion_Wizard.h"
+#include "stores/windows/Sent_Items.h"
+#include "stores/windows/Templates.h"
 
 #include <QDir>
 

@@ -5,7 +5,7 @@
 #include "TestEnvironment.h"
 #include "core/DataFolder.h"
 #include "core/MainWindows.h"
-#include "list/BulkSmsWindow.h"
+#include "list/windows/BulkSmsWindow.h"
 
 #include <QFile>
 #include <QStringList>

@@ -1,9 +1,9 @@
 #include "StoreWindowsFixture.h"
 #include "core/FileUtils.h"
-#include "stores/ExportDialogs.h"
 #include "stores/TemplateFile.h"
-#include "stores/Templates.h"
-#include "stores/UpdateTemp.h"
+#include "stores/windows/ExportDialogs.h"
+#include "stores/windows/Templates.h"
+#include "stores/windows/UpdateTemp.h"
 #include "text/NumberRules.h"
 
 namespace {

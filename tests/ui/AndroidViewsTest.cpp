@@ -1,13 +1,13 @@
 // The Android windows' views against a virtual phone: they show what their controllers hold and
 // forward clicks. With BULKSMS_SCREENSHOT_DIR set, each view is also saved as a PNG to look at.
-#include "android/And_Conn_Err.h"
-#include "android/Android_Ph_List_Wnd.h"
-#include "android/Android_TroubleShooting.h"
+#include "android/windows/And_Conn_Err.h"
+#include "android/windows/Android_Ph_List_Wnd.h"
+#include "android/windows/Android_TroubleShooting.h"
 #include "core/DataFolder.h"
 #include "core/WorkerThread.h"
-#include "sending/Bulk_SMSAppDelegate.h"
+#include "sending/windows/Bulk_SMSAppDelegate.h"
 #include "sim/AdbServer.h"
-#include "stores/StoreWindows.h"
+#include "stores/windows/StoreWindows.h"
 #include "ui/AndroidBulkSmsView.h"
 #include "ui/AndroidPhListView.h"
 #include "ui/AndroidSendingProgressView.h"

@@ -1,6 +1,6 @@
 // The device test windows show their controllers' cases and outcomes, and forward clicks;
 // run against a virtual modem, with pictures kept in BULKSMS_SCREENSHOT_DIR.
-#include "android/Android_TroubleShooting.h"
+#include "android/windows/Android_TroubleShooting.h"
 #include "core/Clock.h"
 #include "gsm/windows/Automated_GSM_Sending.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"

@@ -2,8 +2,8 @@
 // message while the run goes on.
 #include "ui/SendingJobView.h"
 #include "core/Clock.h"
-#include "sending/Gsm_Bulk_Sms_Wnd.h"
-#include "sending/SMS_Sending.h"
+#include "sending/windows/Gsm_Bulk_Sms_Wnd.h"
+#include "sending/windows/SMS_Sending.h"
 #include "sim/VirtualModem.h"
 
 #include "ScriptedOperator.h"

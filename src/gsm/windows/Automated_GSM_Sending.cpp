@@ -75,9 +75,9 @@ void Automated_GSM_Sending::Fill_Test_case_List() {
         m_cases.clear();
     } else {
         const Record& r = m_devices.at(m_shownRow);
-        m_cases.setRecords(SendModeTest::Fill_Test_case_List(r.value(kSupportedSmsModesKey),
-                                                             !m_customSmsc.isEmpty(), r.value(kModelKey),
-                                                             r.value(kAutomatedTestHistoryKey)));
+        m_cases.setRecords(SendModeTrial::Fill_Test_case_List(r.value(kSupportedSmsModesKey),
+                                                              !m_customSmsc.isEmpty(), r.value(kModelKey),
+                                                              r.value(kAutomatedTestHistoryKey)));
     }
     emit changed();
 }
@@ -104,12 +104,12 @@ void Automated_GSM_Sending::Send_Test_SMS_Pressed() {
     }
     const Record row = m_devices.at(m_shownRow);
     if (row.value(kSmsCapableKey) == QLatin1String("Not Detected")) {
-        m_op.Show_MessageBox(SendModeTest::kNotSmsCapable);
+        m_op.Show_MessageBox(SendModeTrial::kNotSmsCapable);
         return;
     }
     if (!validCustomSmsc())
         return;
-    if (const QString problem = SendModeTest::testNumberProblem(m_testNumber); !problem.isEmpty()) {
+    if (const QString problem = SendModeTrial::testNumberProblem(m_testNumber); !problem.isEmpty()) {
         m_op.Show_MessageBox(problem);
         return;
     }
@@ -117,8 +117,8 @@ void Automated_GSM_Sending::Send_Test_SMS_Pressed() {
     updated.insert(kLastTestSmscKey, m_customSmsc);
     m_devices.replace(m_shownRow, updated);
 
-    SendModeTest::Request request{row.value(kPortDetailKey), m_customSmsc, row.value(kDefaultSmscKey),
-                                  Trim_Str(m_testNumber), m_cases.records()};
+    SendModeTrial::Request request{row.value(kPortDetailKey), m_customSmsc, row.value(kDefaultSmscKey),
+                                   Trim_Str(m_testNumber), m_cases.records()};
     m_stop = false;
     m_testing = true;
     m_selectedCase = -1;
@@ -128,16 +128,16 @@ void Automated_GSM_Sending::Send_Test_SMS_Pressed() {
         [this, request, shown](std::stop_token) mutable { Chk_Test_Automate_SMS_fun(request, shown); });
 }
 
-void Automated_GSM_Sending::Chk_Test_Automate_SMS_fun(SendModeTest::Request request, int row) {
-    const SendModeTest::End end =
-        SendModeTest::runShown(m_session, request, m_stop, QStringLiteral("Execute Case %1 : %2"),
-                               {[this](const std::function<void()>& change) { onMain(change); }, m_cases,
-                                m_information, m_caseProgress});
-    if (end == SendModeTest::End::OpenFailed)
+void Automated_GSM_Sending::Chk_Test_Automate_SMS_fun(SendModeTrial::Request request, int row) {
+    const SendModeTrial::End end =
+        SendModeTrial::runShown(m_session, request, m_stop, QStringLiteral("Execute Case %1 : %2"),
+                                {[this](const std::function<void()>& change) { onMain(change); }, m_cases,
+                                 m_information, m_caseProgress});
+    if (end == SendModeTrial::End::OpenFailed)
         m_op.Show_MessageBox(QStringLiteral("\nSelected device is not working properly."));
-    const QString history = SendModeTest::historyOf(request.cases);
+    const QString history = SendModeTrial::historyOf(request.cases);
     onMain([this, row, history, end] {
-        if (end != SendModeTest::End::OpenFailed && row < m_devices.size()) {
+        if (end != SendModeTrial::End::OpenFailed && row < m_devices.size()) {
             Record r = m_devices.at(row);
             r.insert(kAutomatedTestHistoryKey, history);
             m_devices.replace(row, r);
@@ -148,14 +148,14 @@ void Automated_GSM_Sending::Chk_Test_Automate_SMS_fun(SendModeTest::Request requ
 }
 
 void Automated_GSM_Sending::Stop_SMS_Pressed() {
-    if (!m_testing || !m_op.Show_YES_NO_MessageBox(SendModeTest::kStopQuestion))
+    if (!m_testing || !m_op.Show_YES_NO_MessageBox(SendModeTrial::kStopQuestion))
         return;
     m_stop = true;
 }
 
 void Automated_GSM_Sending::Use_Settings_Button_Presses() {
     if (m_testing) {
-        m_op.Show_MessageBox(SendModeTest::kStillRunning);
+        m_op.Show_MessageBox(SendModeTrial::kStillRunning);
         return;
     }
     if (m_devices.isEmpty()) {
@@ -177,10 +177,10 @@ void Automated_GSM_Sending::Use_Settings_Button_Presses() {
     }
     const Record chosen = m_cases.at(m_selectedCase);
     const QString code = chosen.value(kCaseCodeKey);
-    if (SendModeTest::usesCustomSmsc(code) && !validCustomSmsc())
+    if (SendModeTrial::usesCustomSmsc(code) && !validCustomSmsc())
         return;
     if (!m_testNumber.trimmed().isEmpty()) {
-        if (const QString problem = SendModeTest::testNumberProblem(m_testNumber); !problem.isEmpty()) {
+        if (const QString problem = SendModeTrial::testNumberProblem(m_testNumber); !problem.isEmpty()) {
             m_op.Show_MessageBox(problem);
             return;
         }
@@ -196,8 +196,8 @@ void Automated_GSM_Sending::Use_Settings_Button_Presses() {
         return;
 
     const QString path = row.value(kPortDetailKey);
-    const QString mode = SendModeTest::modeOf(code) == SmsMode::Pdu ? kPduModeText : kTextModeText;
-    const bool custom = SendModeTest::usesCustomSmsc(code);
+    const QString mode = SendModeTrial::modeOf(code) == SmsMode::Pdu ? kPduModeText : kTextModeText;
+    const bool custom = SendModeTrial::usesCustomSmsc(code);
     const QString smsc = custom ? m_customSmsc : row.value(kDefaultSmscKey);
     if (m_writer) {
         m_writer(path, kSmsModeKey, mode);
@@ -239,7 +239,7 @@ void Automated_GSM_Sending::Clear_Status_Button_Presses() {
 
 void Automated_GSM_Sending::Close_Button_Presses() {
     if (m_testing) {
-        m_op.Show_MessageBox(SendModeTest::kStillRunning);
+        m_op.Show_MessageBox(SendModeTrial::kStillRunning);
         return;
     }
     QString pending;
@@ -266,7 +266,7 @@ void Automated_GSM_Sending::More_Info_SMSC_Pressed() {
 
 void Automated_GSM_Sending::Save_SMS_Report_Pressed() {
     if (m_testing) {
-        m_op.Show_MessageBox(SendModeTest::kStillRunning);
+        m_op.Show_MessageBox(SendModeTrial::kStillRunning);
         return;
     }
     if (m_shownRow < 0 || m_shownRow >= m_devices.size() || m_cases.isEmpty())
@@ -276,7 +276,7 @@ void Automated_GSM_Sending::Save_SMS_Report_Pressed() {
         return;
     if (!path.endsWith(QStringLiteral(".txt"), Qt::CaseInsensitive))
         path += QStringLiteral(".txt");
-    const QByteArray bytes = SendModeTest::reportBytes(
+    const QByteArray bytes = SendModeTrial::reportBytes(
         GSM_Device_List_Wnd::deviceDetailText(m_devices.at(m_shownRow)), m_cases.records());
     QString why;
     if (!writeFileAtomically(path, bytes, &why))

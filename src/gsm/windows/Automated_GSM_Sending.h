@@ -5,7 +5,7 @@
 //
 // The test runs on the window's worker through the window's own modem session; every change
 // the view sees is made on the main thread.
-#include "SendModeTest.h"
+#include "SendModeTrial.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
 #include "core/WorkerThread.h"
@@ -67,7 +67,7 @@ public:
 
 private:
     void Fill_Test_case_List();
-    void Chk_Test_Automate_SMS_fun(SendModeTest::Request request, int row);
+    void Chk_Test_Automate_SMS_fun(SendModeTrial::Request request, int row);
     bool validCustomSmsc();
     QString shownPath() const;
 

@@ -6,14 +6,14 @@
 //
 // Searching and reading a device's details run on worker threads through the window's one
 // modem session; every change the view sees is made on the main thread.
+#include "Automated_GSM_Sending.h"
+#include "SendModeTrial.h"
 #include "core/DeviceSelection.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
 #include "core/WorkerThread.h"
 #include "gsm/MFCSMS.h"
 #include "gsm/SmsMode.h"
-#include "gsm/windows/Automated_GSM_Sending.h"
-#include "gsm/windows/SendModeTest.h"
 
 #include <QHash>
 
@@ -138,7 +138,7 @@ private:
     // On the main thread: the accepted devices become the selection.
     void finishSelection(const QList<Record>& accepted);
     void Fill_Test_case_List();
-    void Chk_Test_Automate_SMS_fun(SendModeTest::Request request);
+    void Chk_Test_Automate_SMS_fun(SendModeTrial::Request request);
 
     Operator& m_op;
     DeviceSelection& m_selection;

@@ -19,8 +19,8 @@ void GSM_Device_List_Wnd::Fill_Test_case_List() {
     m_defaultSmscField = r.value(kDefaultSmscKey);
     const bool custom =
         r.value(kUseCustomSmscKey) == QLatin1String("Y") && !r.value(kCustomSmscKey).isEmpty();
-    m_cases.setRecords(SendModeTest::Fill_Test_case_List(r.value(kSupportedSmsModesKey), custom,
-                                                         r.value(kModelKey), r.value(kTestHistoryKey)));
+    m_cases.setRecords(SendModeTrial::Fill_Test_case_List(r.value(kSupportedSmsModesKey), custom,
+                                                          r.value(kModelKey), r.value(kTestHistoryKey)));
 }
 
 void GSM_Device_List_Wnd::Send_Test_SMS_Pressed() {
@@ -36,12 +36,12 @@ void GSM_Device_List_Wnd::Send_Test_SMS_Pressed() {
     }
     const Record record = m_ports.at(m_prevIndex);
     if (record.value(kSmsCapableKey) == QLatin1String("Not Detected")) {
-        m_op.Show_MessageBox(SendModeTest::kNotSmsCapable);
+        m_op.Show_MessageBox(SendModeTrial::kNotSmsCapable);
         return;
     }
     if (m_customSmscChecked && !update_custom_smsc())
         return;
-    if (const QString problem = SendModeTest::testNumberProblem(m_testNumberText); !problem.isEmpty()) {
+    if (const QString problem = SendModeTrial::testNumberProblem(m_testNumberText); !problem.isEmpty()) {
         m_op.Show_MessageBox(problem);
         return;
     }
@@ -49,26 +49,26 @@ void GSM_Device_List_Wnd::Send_Test_SMS_Pressed() {
     const QString customSmsc = m_customSmscChecked ? m_customSmscText : QString();
     Update_Column_Value(path, kLastTestSmscKey, customSmsc);
 
-    SendModeTest::Request request{path, customSmsc, record.value(kDefaultSmscKey), Trim_Str(m_testNumberText),
-                                  m_cases.records()};
+    SendModeTrial::Request request{path, customSmsc, record.value(kDefaultSmscKey),
+                                   Trim_Str(m_testNumberText), m_cases.records()};
     m_stopTest = false;
     m_testing = true;
     emit changed();
     m_worker.start([this, request](std::stop_token) mutable { Chk_Test_Automate_SMS_fun(request); });
 }
 
-void GSM_Device_List_Wnd::Chk_Test_Automate_SMS_fun(SendModeTest::Request request) {
+void GSM_Device_List_Wnd::Chk_Test_Automate_SMS_fun(SendModeTrial::Request request) {
     onMain([this] { m_progressSheet = true; });
-    const SendModeTest::End end =
-        SendModeTest::runShown(m_session, request, m_stopTest, QStringLiteral("Case %1 : %2"),
-                               {[this](const std::function<void()>& change) { onMain(change); }, m_cases,
-                                m_testInformation, m_caseProgress});
-    if (end == SendModeTest::End::OpenFailed)
+    const SendModeTrial::End end =
+        SendModeTrial::runShown(m_session, request, m_stopTest, QStringLiteral("Case %1 : %2"),
+                                {[this](const std::function<void()>& change) { onMain(change); }, m_cases,
+                                 m_testInformation, m_caseProgress});
+    if (end == SendModeTrial::End::OpenFailed)
         m_op.Show_MessageBox(QStringLiteral("\nSelected device is not working properly."));
-    const QString history = SendModeTest::historyOf(request.cases);
+    const QString history = SendModeTrial::historyOf(request.cases);
     const QString path = request.path;
     onMain([this, path, history, end] {
-        if (end != SendModeTest::End::OpenFailed) {
+        if (end != SendModeTrial::End::OpenFailed) {
             Update_Column_Value(path, kTestHistoryKey, history);
             Update_Column_Value_For_Main_array(m_selection, path, kTestHistoryKey, history);
         }
@@ -79,14 +79,14 @@ void GSM_Device_List_Wnd::Chk_Test_Automate_SMS_fun(SendModeTest::Request reques
 }
 
 void GSM_Device_List_Wnd::Stop_SMS_Pressed() {
-    if (!m_testing || !m_op.Show_YES_NO_MessageBox(SendModeTest::kStopQuestion))
+    if (!m_testing || !m_op.Show_YES_NO_MessageBox(SendModeTrial::kStopQuestion))
         return;
     m_stopTest = true;
 }
 
 void GSM_Device_List_Wnd::Save_SMS_Report_Pressed() {
     if (m_testing) {
-        m_op.Show_MessageBox(SendModeTest::kStillRunning);
+        m_op.Show_MessageBox(SendModeTrial::kStillRunning);
         return;
     }
     if (m_prevIndex < 0 || m_prevIndex >= m_ports.size() || m_cases.isEmpty())
@@ -97,7 +97,7 @@ void GSM_Device_List_Wnd::Save_SMS_Report_Pressed() {
     if (!path.endsWith(QStringLiteral(".txt"), Qt::CaseInsensitive))
         path += QStringLiteral(".txt");
     const QByteArray bytes =
-        SendModeTest::reportBytes(deviceDetailText(m_ports.at(m_prevIndex)), m_cases.records());
+        SendModeTrial::reportBytes(deviceDetailText(m_ports.at(m_prevIndex)), m_cases.records());
     QString why;
     if (!writeFileAtomically(path, bytes, &why))
         m_op.Show_MessageBox(errorInFileAccessing(why));
@@ -138,7 +138,7 @@ void GSM_Device_List_Wnd::Automate_Button_Presses() {
         return;
     }
     if (m_testing || m_worker.isRunning()) {
-        m_op.Show_MessageBox(SendModeTest::kStillRunning);
+        m_op.Show_MessageBox(SendModeTrial::kStillRunning);
         return;
     }
     Automated_GSM_Sending window(m_op);

@@ -1,7 +1,7 @@
 #include "Selected_Device_Details_GSM.h"
 
 #include "GSM_Device_List_Wnd.h"
-#include "SendModeTest.h"
+#include "SendModeTrial.h"
 #include "core/Clock.h"
 #include "core/Guard.h"
 #include "core/MainThread.h"
@@ -213,7 +213,7 @@ void Selected_Device_Details_GSM::Send_Test_SMS_fun(const Record& row, const QSt
             return;
         }
         if (capability == QLatin1String("Not Detected") &&
-            !m_op.Show_YES_NO_MessageBox(SendModeTest::kNotSmsCapable +
+            !m_op.Show_YES_NO_MessageBox(SendModeTrial::kNotSmsCapable +
                                          QStringLiteral("\n\nAre you sure you want to continue?")))
             return;
         m_session.ATZ_reset_Modem(fd);

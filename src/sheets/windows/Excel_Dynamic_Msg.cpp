@@ -4,8 +4,8 @@
 #include "WorkbookPreparation.h"
 #include "core/Guard.h"
 #include "core/Operator.h"
-#include "list/BulkSmsWindow.h"
 #include "list/ListLoad.h"
+#include "list/windows/BulkSmsWindow.h"
 #include "sheets/SpreadsheetWriter.h"
 #include "text/NumberRules.h"
 

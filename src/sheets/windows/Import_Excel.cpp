@@ -6,8 +6,8 @@
 #include "core/MainThread.h"
 #include "core/MainWindows.h"
 #include "core/Operator.h"
-#include "list/BulkSmsWindow.h"
 #include "list/ListLoad.h"
+#include "list/windows/BulkSmsWindow.h"
 #include "sheets/SpreadsheetWriter.h"
 #include "text/NumberRules.h"
 

@@ -4,7 +4,7 @@
 #include "Import_Excel.h"
 #include "core/Log.h"
 #include "core/Operator.h"
-#include "list/BulkSmsWindow.h"
+#include "list/windows/BulkSmsWindow.h"
 
 int SpreadsheetWindows::openColumnImport(BulkSmsWindow& window, const QString& path, const QString& mode) {
     if (window.mainWindows() == nullptr) {

@@ -4,7 +4,7 @@
 
 #include "ScriptedOperator.h"
 #include "core/MainWindows.h"
-#include "list/BulkSmsWindow.h"
+#include "list/windows/BulkSmsWindow.h"
 #include "sheets/windows/SpreadsheetWindows.h"
 
 class ImportTestWindow : public BulkSmsWindow {

@@ -1,0 +1,309 @@
+#include "Android_Ph_List_Wnd.h"
+
+#include "And_Conn_Err.h"
+#include "android/AndroidDevices.h"
+#include "core/Clock.h"
+#include "core/MainThread.h"
+#include "core/Operator.h"
+#include "delivery/DelayedDeliveryPause.h"
+#include "device/DeviceRecord.h"
+#include <utility>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+const QStringList kRowColumns = {kPortNameKey, kPortDetailKey};
+const QString kNotReady = QStringLiteral("Mobile device is not ready.");
+
+// Capitalised word by word, as the status lines show their texts.
+QString capitalised(const QString& text) {
+    QString out = text;
+    bool start = true;
+    for (QChar& c : out) {
+        if (start && c.isLetter())
+            c = c.toUpper();
+        start = c.isSpace();
+    }
+    return out;
+}
+
+} // namespace
+
+Android_Ph_List_Wnd::Android_Ph_List_Wnd(Operator& op, DataFolder folder, DeviceSelection& selection,
+                                         AndroidSelection& phone, QObject* parent)
+    : DialogController(parent), m_op(op), m_folder(std::move(folder)), m_selection(selection), m_phone(phone),
+      m_busyBar([this] { onMain([this] { m_busy = nextActivityValue(m_busy); }); }), m_rows(kRowColumns) {
+    resetLines();
+}
+
+Android_Ph_List_Wnd::~Android_Ph_List_Wnd() {
+    Stop_Modem_SRCH = true;
+    m_busyBar.stop();
+    m_worker.requestStop();
+    m_worker.join();
+}
+
+PhoneQuery Android_Ph_List_Wnd::query() const {
+    return PhoneQuery{m_phone.serialFilter, [this] { return stopAsked(); }};
+}
+
+QString Android_Ph_List_Wnd::selectedDevice() const {
+    const std::lock_guard lock(m_deviceMutex);
+    return m_selectedDevice;
+}
+
+void Android_Ph_List_Wnd::phoneFound(const QString& deviceLine) {
+    const std::lock_guard lock(m_deviceMutex);
+    m_selectedDevice = deviceLine;
+}
+
+void Android_Ph_List_Wnd::resetLines() {
+    m_lines = {StatusLine{QStringLiteral("Searching Android Device"), QLatin1Char('A')},
+               StatusLine{QStringLiteral("Waiting for user permissions"), QLatin1Char('A')},
+               StatusLine{QStringLiteral("Connecting"), QLatin1Char('A')}};
+    m_linesVisible = true;
+}
+
+void Android_Ph_List_Wnd::markLine(Line line, const QString& text, QChar mark) {
+    onMain([&] { m_lines.at(size_t(line)) = {capitalised(text), mark}; });
+}
+
+QString Android_Ph_List_Wnd::displayName() const {
+    QString name = Get_Device_name_Detail(m_rows.records());
+    if (name.isEmpty() || name.contains(QLatin1String("unknown"), Qt::CaseInsensitive))
+        return selectedDevice();
+    return name;
+}
+
+void Android_Ph_List_Wnd::Open_Ph_List_Wnd(std::function<void(bool)> reported) {
+    m_tableVisible = false;
+    m_phone.AND_Sel_Dev_Details.clear();
+    m_busy = 0;
+    m_permissionHint = true;
+    m_pleaseWait = false;
+    resetLines();
+    emit changed();
+    m_busyBar.startTimerThread();
+    Stop_Modem_SRCH = false;
+    Search_Btn();
+    Clock::after(1s, this, [this, reported = std::move(reported)] {
+        const int code = m_op.runModal(*this);
+        Stop_Modem_SRCH = true; // a search still running ends with the window
+        waitForSearch();
+        m_busyBar.stop();
+        reported(code == 1 || code == 0);
+    });
+}
+
+void Android_Ph_List_Wnd::Search_Btn() {
+    if (m_searching)
+        return;
+    m_tableVisible = false;
+    Stop_Modem_SRCH = false;
+    m_searching = true;
+    emit changed();
+    m_worker.start([this](std::stop_token) {
+        searchDevice(true);
+        m_searching = false;
+        MainThread::post([this] { emit changed(); });
+    });
+}
+
+void Android_Ph_List_Wnd::waitForSearch() { m_worker.join(); }
+
+Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::searchDevice(bool repeat) {
+    for (;;) {
+        if (stopAsked()) {
+            markLine(Connection, QStringLiteral("Stopped"), QLatin1Char('A'));
+            onMain([this] { m_controlsEnabled = true; });
+            return Outcome::Stopped;
+        }
+        const Outcome outcome = searchRound();
+        if (!repeat || (outcome != Outcome::NoDevice && outcome != Outcome::Unauthorized))
+            return outcome;
+        Clock::sleepUnless(1s, [this] { return stopAsked(); });
+    }
+}
+
+Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::searchRound() {
+    onMain([this] {
+        m_controlsEnabled = false;
+        m_rows.clear();
+        m_infoLabel = QStringLiteral("Status : ");
+        m_tableVisible = false;
+    });
+    phoneFound(QString());
+    QString tag;
+    if (!CheckConnection(tag, true, m_op, m_folder, query(), this))
+        return notConnected(tag);
+    return connectFoundPhone();
+}
+
+Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::notConnected(const QString& tag) {
+    const auto stop = [this] { return stopAsked(); };
+    if (stopAsked())
+        return searchDevice(false);
+    Clock::sleep(1s);
+    m_busyBar.stop();
+    onMain([this] {
+        m_busy = 0;
+        m_permissionHint = false;
+    });
+    const QString device = selectedDevice();
+    if (tag == QLatin1String("MORE")) {
+        markLine(Searching, QStringLiteral("Android device found"), QLatin1Char('T'));
+        onMain([this] { m_controlsEnabled = true; });
+        return Outcome::More;
+    }
+    if (device.trimmed().isEmpty()) {
+        markLine(Searching, QStringLiteral("Android Device "), QLatin1Char('C'));
+        Clock::sleepUnless(1s, stop);
+        And_Conn_Err box(QLatin1Char('C'), QStringLiteral("Android device not found"),
+                         QStringLiteral("1. Either Mobile Device is not connected properly or,") +
+                             QStringLiteral("\n\n") + QStringLiteral("2. USB Debugging is not enabled or,") +
+                             QStringLiteral("\n\n") +
+                             QStringLiteral("3. ADB Drivers are not installed properly."));
+        m_op.runModal(box);
+        Clock::sleepUnless(1s, stop);
+        return Outcome::NoDevice;
+    }
+    if (device.contains(QLatin1String("unauthorized"), Qt::CaseInsensitive)) {
+        markLine(Searching, QStringLiteral("Android device found"), QLatin1Char('T'));
+        markLine(Permission, QStringLiteral("User permissions"), QLatin1Char('C'));
+        Clock::sleepUnless(1s, stop);
+        And_Conn_Err box(
+            QLatin1Char('P'), QStringLiteral("Allow USB permissions on your mobile"),
+            QStringLiteral("Allow USB permissions from Pop-up message on your mobile screen.") +
+                QStringLiteral("\n\n") +
+                QStringLiteral("Ostrel Software app may not connect until you allow required permissions.") +
+                QStringLiteral("\n\n") +
+                QStringLiteral("Note: Make sure your mobile screen is unlocked. If you do not see Permission "
+                               "message after several retries, try rebooting your mobile device."));
+        m_op.runModal(box);
+        Clock::sleepUnless(1s, stop);
+        return Outcome::Unauthorized;
+    }
+    onMain([this] { m_controlsEnabled = true; });
+    return Outcome::Failed;
+}
+
+Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::connectFoundPhone() {
+    const auto stop = [this] { return stopAsked(); };
+    const auto rest = [this, &stop](std::chrono::milliseconds wait) {
+        if (!Clock::sleepUnless(wait, stop) || stopAsked()) {
+            markLine(Connection, QStringLiteral("Stopped"), QLatin1Char('A'));
+            onMain([this] { m_controlsEnabled = true; });
+            return false;
+        }
+        return true;
+    };
+    if (!rest(1s))
+        return Outcome::Stopped;
+    markLine(Searching, QStringLiteral("Android device found"), QLatin1Char('T'));
+    if (!rest(2s))
+        return Outcome::Stopped;
+    markLine(Permission, QStringLiteral("Waiting for user permissions"), QLatin1Char('A'));
+    const QString device = selectedDevice();
+    onMain([&] { m_rows.append(propertyRow(QStringLiteral("Device"), device)); });
+    Send_Permission_Command_To_Phone(stop);
+    markLine(Permission, QStringLiteral("User permissions done"), QLatin1Char('T'));
+    markLine(Connection, QStringLiteral("Connecting"), QLatin1Char('A'));
+
+    const RecordList properties = readDeviceProperties(m_folder, stop);
+    onMain([&] {
+        for (const Record& row : properties)
+            if (!row.value(kPortNameKey).trimmed().isEmpty())
+                m_rows.append(row);
+    });
+    markLine(Connection, QStringLiteral("Connected"), QLatin1Char('T'));
+    Clock::sleepUnless(1s, stop);
+    m_busyBar.stop();
+    onMain([this] {
+        m_linesVisible = false;
+        m_infoLabel = QStringLiteral("Device Information : ");
+        m_tableVisible = true;
+        m_busy = 0;
+        m_controlsEnabled = true;
+    });
+    return Outcome::Connected;
+}
+
+void Android_Ph_List_Wnd::Select_Btn() {
+    if (m_rows.isEmpty()) {
+        m_op.Show_MessageBox(kNotReady);
+        return;
+    }
+    chooseShownPhone();
+}
+
+bool Android_Ph_List_Wnd::chooseShownPhone() {
+    m_pleaseWait = true;
+    emit changed();
+    Stop_Modem_SRCH = false;
+    QString tag;
+    bool ready = false;
+    WorkerThread check(QStringLiteral("android-check"));
+    check.start([&](std::stop_token) { ready = CheckConnection(tag, false, m_op, m_folder, query(), this); });
+    check.join();
+    m_pleaseWait = false;
+    emit changed();
+    if (!ready) {
+        if (tag != QLatin1String("MORE"))
+            m_op.Show_MessageBox(kNotReady);
+        return false;
+    }
+    const QString name = displayName();
+    m_selection.sel_port_name_str = name;
+    m_selection.sel_port_bsd_str = name;
+    m_selection.port_val_str_array = {name};
+    m_phone.AND_Sel_Dev_Details = Sel_Dev_Detail_String_Creation(m_rows.records());
+    endModal(1);
+    return true;
+}
+
+void Android_Ph_List_Wnd::Close_Btn() {
+    if (m_searching) {
+        if (!m_op.Show_YES_NO_MessageBox(
+                QStringLiteral("\nTerminating the current process will stop scanning "
+                               "connected device. Are you sure you want to continue?")))
+            return;
+        m_pleaseWait = true;
+        Stop_Modem_SRCH = true;
+        emit changed();
+        waitForSearch();
+        m_pleaseWait = false;
+    }
+    if (!m_phone.AND_Sel_Dev_Details.isEmpty())
+        return;
+    if (!m_rows.isEmpty()) {
+        Stop_Modem_SRCH = false;
+        if (m_op.Show_YES_NO_MessageBox(
+                QStringLiteral("Found Android Device [ ") + displayName() +
+                QStringLiteral(" ] connected to your computer.\n\n") +
+                QStringLiteral("Do you want to select this device for sending SMS?"))) {
+            chooseShownPhone();
+            return;
+        }
+    }
+    m_selection.clear();
+    endModal(0);
+}
+
+void Android_Ph_List_Wnd::Mobile_Type_Btn() {
+    Stop_Modem_SRCH = true;
+    waitForSearch();
+    m_selection.clear();
+    endModal(NoCode);
+}
+
+void Android_Ph_List_Wnd::Check_Device_Status_Btn() {
+    if (m_searching)
+        return;
+    Stop_Modem_SRCH = false;
+    QString status;
+    WorkerThread reader(QStringLiteral("adb-status"));
+    reader.start([&](std::stop_token) { status = Get_Android_Device_Status(query()); });
+    reader.join();
+    m_op.Show_MessageBox(status);
+}

@@ -1,0 +1,219 @@
+// The Android window's Send button: its checks in order, then a run of the sending engine
+// through the chosen phone (single-shot as one batch, else one message at a time), with the
+// progress window, Stop, delayed delivery, sent items and templates.
+#include "Bulk_SMSAppDelegate.h"
+#include "android/AndroidDevices.h"
+#include "android/PhoneDevice.h"
+#include "core/DataFolder.h"
+#include "core/Guard.h"
+#include "core/MainThread.h"
+#include "core/Operator.h"
+#include "core/SendingLock.h"
+#include "list/NumberList.h"
+#include "sending/JournalledRun.h"
+
+namespace {
+
+const QString kInitializing = QStringLiteral("Initializing Mobile device to send sms...");
+const QString kInProgress = QStringLiteral("Message sending is in progress...");
+const QString kCompleted = QStringLiteral("Message Sending Process Completed.");
+
+// The phone of one run; it tells the window when it found no phone to send through.
+class RunPhone : public PhoneDevice {
+public:
+    RunPhone(Operator& op, const DataFolder& folder, const QString& serial, Mode mode, Hooks hooks,
+             const QString& serialFilter, std::shared_ptr<std::atomic<bool>> notConnected)
+        : PhoneDevice(op, folder, serial, mode, std::move(hooks), serialFilter),
+          m_notConnected(std::move(notConnected)) {}
+    QString prepare(bool deliveryReports) override {
+        QString why = PhoneDevice::prepare(deliveryReports);
+        if (this->notConnected())
+            *m_notConnected = true;
+        return why;
+    }
+
+private:
+    std::shared_ptr<std::atomic<bool>> m_notConnected;
+};
+
+} // namespace
+
+void Bulk_SMSAppDelegate::Send_SMS_Btn() {
+    if (m_sendInProgress)
+        return;
+    if (selection().sel_port_name_str.isEmpty() || deviceCaption() == kNoDeviceSelectedCaption) {
+        op().Show_MessageBox(kNoPhoneSelectedMessage);
+        return;
+    }
+    if (!listReadyToSend())
+        return;
+    captureCurrentMessage();
+    if (!Check_Delayed_Delivery_Choices())
+        return;
+    if (!Send_Msg_Info_Check())
+        return;
+    if (Blank_Msg_Chk()) {
+        op().Show_MessageBox(QStringLiteral(
+            "\nYou have composed no text message yet for any of the contacts in the entire list."));
+        return;
+    }
+    qint64 holder = 0;
+    QString why;
+    m_sendingLock = SendingLock::acquire(dataFolder(), &holder, &why);
+    if (!m_sendingLock) {
+        op().Show_MessageBox(SendingLock::refusal(holder, why));
+        return;
+    }
+    if (!m_carried.resuming() && !unfinishedRunDiscarded(op(), dataFolder(), kAndroidRoad)) {
+        m_sendingLock.reset();
+        return;
+    }
+    if (!Fill_Exclusion_Num_List()) { // its people would be messaged
+        m_sendingLock.reset();
+        return;
+    }
+    if (m_run)
+        m_run->join();
+    m_sendInProgress = true;
+    dataFolder().Check_Path_And_Create_Files();
+    m_runEnd = RunEnd::None;
+    m_sentCount = 0;
+    m_deviceLeft = false;
+    m_endedByOperator = false;
+    m_notConnected = std::make_shared<std::atomic<bool>>(false);
+    m_progress.clearStop();
+    m_countdown.Pause_Timer_Running = false;
+    setNumberField(QString());
+    emit sendingRowShown(0);
+    const RecordList records = list().records();
+    m_progress.update([&](AndroidSendingProgress::State& s) {
+        s = {};
+        s.visible = true;
+        s.singleShot = m_singleShot;
+        s.total = int(records.size());
+        s.totalText = QString::number(records.size());
+        s.statusText = kInitializing;
+    });
+    m_busy.startTimerThread();
+    DelayedDeliveryPause::Hooks hooks;
+    hooks.stopActivity = [this] { m_busy.stop(); };
+    hooks.startActivity = [this] { m_busy.startTimerThread(); };
+    m_run =
+        std::make_unique<SendingRun>(runSettings(), QList<DeviceOpener>{phoneOpener()},
+                                     std::make_unique<JournalledRun>(dataFolder()), op(), m_countdown, hooks);
+    watch(*m_run);
+    m_progress.setRunControls([this](bool on) { m_run->hold(on); }, [this] { m_run->stop(); });
+    QList<std::pair<QString, QString>> rows;
+    rows.reserve(records.size());
+    for (const Record& record : records)
+        rows.append({recipientNumber(record), record.value(kMessageKey)});
+    m_run->start(rows);
+}
+
+RunSettings Bulk_SMSAppDelegate::runSettings() {
+    RunSettings settings;
+    settings.schedule = delaySchedule();
+    settings.skipDuplicates = skipDuplicates();
+    settings.exclusion = exclusion();
+    if (settings.exclusion)
+        for (const Record& record : exclusionSet().records())
+            settings.excludedNumbers.insert(recipientNumber(record));
+    settings.saveSentItems = saveSentItems();
+    settings.saveTemplates = saveTemplates();
+    settings.dataFolder = dataFolder();
+    settings.sentItemsPath = dataFolder().SentItemAnd_File_Path();
+    settings.sentItemsWithStatus = false;
+    settings.batch = m_singleShot;
+    settings.road = kAndroidRoad;
+    settings.carried = m_carried.take();
+    settings.loadedDevice = selection().sel_port_name_str;
+    return settings;
+}
+
+DeviceOpener Bulk_SMSAppDelegate::phoneOpener() {
+    const PhoneDevice::Mode mode = m_phone.AND_SMS_sending_mode == int(AndroidSendingMode::Classic)
+                                       ? PhoneDevice::Mode::Classic
+                                       : PhoneDevice::Mode::Standard;
+    PhoneDevice::Hooks hooks;
+    hooks.stopRun = [this] {
+        m_endedByOperator = true;
+        m_progress.requestStop();
+    };
+    hooks.switchedToOneByOne = [this] {
+        MainThread::invokeAndWait([this] {
+            One_By_One_Radio();
+            Standard_Radio();
+        });
+    };
+    return [this, mode, hooks, serial = selection().sel_port_name_str, filter = m_phone.serialFilter,
+            notConnected = m_notConnected](std::stop_token) -> std::unique_ptr<SendingDevice> {
+        return std::make_unique<RunPhone>(op(), dataFolder(), serial, mode, hooks, filter, notConnected);
+    };
+}
+
+void Bulk_SMSAppDelegate::watch(SendingRun& run) {
+    connect(&run, &SendingRun::itemChanged, this, &Bulk_SMSAppDelegate::showItem);
+    connect(&run, &SendingRun::sendingStarted, this, [this] {
+        m_progress.update([](AndroidSendingProgress::State& s) {
+            s.stopEnabled = true;
+            s.statusText = kInProgress;
+        });
+    });
+    connect(&run, &SendingRun::deviceNote, this, [this] { m_deviceLeft = true; });
+    connect(&run, &SendingRun::devicesReleased, this, &Bulk_SMSAppDelegate::afterRun);
+}
+
+void Bulk_SMSAppDelegate::showItem(int index, const SendingItem& item, bool counted) {
+    const int total = m_progress.state().total;
+    if (item.useStatus == UseStatus::Sending) {
+        emit sendingRowShown(index);
+        m_progress.update([&](AndroidSendingProgress::State& s) {
+            s.done = index + 1;
+            s.counterText = QStringLiteral("%1 / %2 Message").arg(index + 1).arg(total);
+            s.currentText = item.number;
+        });
+        return;
+    }
+    if (!counted)
+        return;
+    if (item.status == kExcluded || item.status == kSkipped) {
+        const QString note = item.number + QLatin1Char(' ') + QStringLiteral("is ") + item.status;
+        m_progress.update([note](AndroidSendingProgress::State& s) { s.currentText = note; });
+    } else if (item.delivered()) {
+        ++m_sentCount;
+    }
+}
+
+void Bulk_SMSAppDelegate::afterRun() {
+    m_busy.stop();
+    m_countdown.endCountdown();
+    const QString failure = m_run->dataFailure();
+    const bool stopped = m_progress.stopRequested() || m_run->stopRequested();
+    if (!failure.isEmpty())
+        m_runEnd = RunEnd::DataNotWritten;
+    else if (*m_notConnected)
+        m_runEnd = RunEnd::NotConnected;
+    else if (m_endedByOperator && m_singleShot && m_sentCount == 0)
+        m_runEnd = RunEnd::Abandoned;
+    else if (stopped)
+        m_runEnd = RunEnd::Stopped;
+    else if (m_deviceLeft)
+        m_runEnd = RunEnd::DeviceError;
+    else
+        m_runEnd = RunEnd::Completed;
+    m_progress.update([](AndroidSendingProgress::State& s) { s.visible = false; });
+    m_run->endRecord();
+    m_sendingLock.reset();
+    if (!failure.isEmpty())
+        op().Show_MessageBox(failure);
+    else if (m_runEnd == RunEnd::Completed && m_run->record().size() > 0)
+        op().Show_MessageBox(kCompleted);
+    m_sendInProgress = false;
+}
+
+void Bulk_SMSAppDelegate::waitForSend() {
+    // The join returns once the run's threads have ended and what they handed over, its end
+    // (afterRun) among it, has run.
+    if (m_run)
+        m_run->join();
+}

@@ -1,0 +1,102 @@
+#pragma once
+// The Android main window's controller, which is also the application delegate: the shared
+// list and composer, the sending mode radios, the device buttons, and the Send flow that runs
+// the list through the chosen phone on the sending engine (single-shot as one batch).
+#include "android/AndroidSelection.h"
+#include "android/windows/AndroidSendingProgress.h"
+#include "android/windows/Android_Ph_List_Wnd.h"
+#include "delivery/ActivityIndicator.h"
+#include "delivery/PauseCountdown.h"
+#include "list/windows/BulkSmsWindow.h"
+#include "sending/ResumeRun.h"
+#include "sending/SendingRun.h"
+
+#include <atomic>
+#include <memory>
+
+class SendingLock;
+
+class Bulk_SMSAppDelegate : public BulkSmsWindow {
+    Q_OBJECT
+public:
+    // The default country and the spreadsheet windows are the application's (BulkSmsWindow).
+    Bulk_SMSAppDelegate(Operator& op, DataFolder folder, DefaultCountry* country = nullptr,
+                        SpreadsheetLoads* spreadsheets = nullptr, QObject* parent = nullptr);
+    ~Bulk_SMSAppDelegate() override;
+
+    QString title() const override;
+    int runConnectionSteps() override;
+    void windowDidLoad() override;
+
+    // --- Sending mode radios.
+    bool singleShotOn() const { return m_singleShot; }
+    bool classicOn() const { return m_classic; }
+    void Single_Shot_Radio();
+    void One_By_One_Radio();
+    void Standard_Radio();
+    void Classic_Radio();
+
+    // The automated mode test; the radios follow the mode it leaves.
+    void Test_Btn();
+    // The radios as the sending mode (AND_SMS_sending_mode) says.
+    void showSendingMode();
+
+    // The chosen phone's details, the sending mode and the serial filter; and the device search
+    // window that fills them and the selection.
+    AndroidSelection& androidSelection() { return m_phone; }
+    Android_Ph_List_Wnd& deviceListWindow() { return m_devices; }
+
+    // --- Device buttons.
+    void Device_Details_Btn();
+    void Check_Device_Status_Btn();
+
+    // --- Sending.
+    void Send_SMS_Btn();
+    bool sendInProgress() const { return m_sendInProgress; }
+    // Waits until the run has ended and its end is shown; runs only the run's hand-offs meanwhile.
+    void waitForSend();
+    // What an unfinished run this window's next run resumes had finished.
+    CarriedRun& carriedRun() { return m_carried; }
+    // The current (or last) run, if any: its items and statuses.
+    const SendingRun* run() const { return m_run.get(); }
+    AndroidSendingProgress& progress() { return m_progress; }
+
+    // How the last run ended, and how many records it counted as sent.
+    enum class RunEnd { None, Completed, Stopped, DeviceError, NotConnected, Abandoned, DataNotWritten };
+    RunEnd lastRunEnd() const { return m_runEnd; }
+    int lastRunSent() const { return m_sentCount; }
+
+signals:
+    // The sending thread shows this row of the list.
+    void sendingRowShown(int row);
+
+protected:
+    void openDeviceSearchWindow(std::function<void(bool)> reported) override;
+    void resetSendingOptions() override;
+
+private:
+    RunSettings runSettings();
+    DeviceOpener phoneOpener();
+    void watch(SendingRun& run);
+    void showItem(int index, const SendingItem& item, bool counted);
+    void afterRun();
+
+    AndroidSelection m_phone;
+    Android_Ph_List_Wnd m_devices;
+    AndroidSendingProgress m_progress;
+    PauseCountdown m_countdown;
+    ActivityIndicator m_busy;
+    std::unique_ptr<SendingRun> m_run;
+    std::atomic<bool> m_sendInProgress{false};
+    std::atomic<RunEnd> m_runEnd{RunEnd::None};
+    std::atomic<int> m_sentCount{0};
+    // What the run's phone did that the end of the run tells: never connected, left the run,
+    // the operator ended it from the phone's own question.
+    std::shared_ptr<std::atomic<bool>> m_notConnected;
+    bool m_deviceLeft = false;
+    std::atomic<bool> m_endedByOperator{false};
+    std::shared_ptr<SendingLock> m_sendingLock; // from Send until the run ends
+    CarriedRun m_carried;
+    bool m_singleShot = false;
+    bool m_classic = false;
+};

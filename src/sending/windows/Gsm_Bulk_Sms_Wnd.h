@@ -1,0 +1,103 @@
+#pragma once
+// The GSM main window's controller: the shared list and composer, the device choice, and
+// the Send flow that checks everything, verifies the chosen ports and opens the sending job.
+#include "core/WorkerThread.h"
+#include "device/DeviceRecord.h"
+#include "gsm/MFCSMS.h"
+#include "gsm/windows/GSM_Device_List_Wnd.h"
+#include "gsm/windows/Selected_Device_Details_GSM.h"
+#include "list/windows/BulkSmsWindow.h"
+#include "sending/ResumeRun.h"
+#include "sending/SendingRun.h"
+
+#include <functional>
+#include <memory>
+#include <utility>
+
+class SMS_Sending;
+class SendingLock;
+
+class Gsm_Bulk_Sms_Wnd : public BulkSmsWindow {
+    Q_OBJECT
+public:
+    // The default country and the spreadsheet windows are the application's (BulkSmsWindow).
+    Gsm_Bulk_Sms_Wnd(Operator& op, DataFolder folder, DefaultCountry* country = nullptr,
+                     SpreadsheetLoads* spreadsheets = nullptr, QObject* parent = nullptr);
+    ~Gsm_Bulk_Sms_Wnd() override;
+
+    QString title() const override;
+    int runConnectionSteps() override;
+
+    // --- Sending. Send returns once the checks that ask the operator are done; the ports are
+    // then checked on workers and the job opens a second later.
+    void Send_SMS_Btn() { Send_SMS_BY_Multi_Port(); }
+    void Send_SMS_BY_Multi_Port();
+    // From Send until the job window has closed (or the flow ended before it): a press of Send
+    // meanwhile is ignored, and the command line waits for it.
+    bool sendingUnderWay() const;
+    static void close_all_ports();
+
+    // The selected-device details window: each selected device's settings, a test message,
+    // the automated send-mode test.
+    void Device_Details_Pressed();
+
+    // This window's device windows: the search that fills its selection, and the details of
+    // the selected devices.
+    GSM_Device_List_Wnd& deviceListWindow() { return m_devices; }
+    Selected_Device_Details_GSM& deviceDetailsWindow() { return m_deviceDetails; }
+
+    // The ports verified for the run (`_cb_ports_ComboBox_Sending`) and the one chosen.
+    const QStringList& sendingPorts() const { return m_sendingPorts; }
+    QString sendingPortChoice() const { return m_sendingPortChoice; }
+    QString Message_IS() const { return m_messageIs; }
+    bool pleaseWaitShown() const { return m_pleaseWait; }
+
+    // A value of a device's record (key from device/DeviceRecord.h), by its path: the selected
+    // devices first, then the device window's list.
+    QString deviceDetail(const QString& path, const QString& key) const;
+
+    SMS_Sending& sendingJob();
+
+    // Further attempts for a message the network refused (on another port where there is
+    // one); 1 by default.
+    int retries() const { return m_retries; }
+    void setRetries(int retries);
+
+    // "Request delivery reports": every message asks the network for a report, and the job
+    // shows each message's delivery as the reports come.
+    bool deliveryReports() const { return m_deliveryReports; }
+    void setDeliveryReports(bool requested);
+
+    // What an unfinished run this window's next run resumes had finished.
+    CarriedRun& carriedRun() { return m_carried; }
+
+protected:
+    void openDeviceSearchWindow(std::function<void(bool)> reported) override;
+
+private:
+    // Checks the chosen ports, then (unless the operator is told they do not work) opens the
+    // job a second later. `lock` is held until the job has taken it.
+    void GSM_Chk_Port_And_Send_Msg(std::shared_ptr<SendingLock> lock);
+    // Tells the operator which checked ports failed and chooses the sending port; false when
+    // the flow ends here.
+    bool chooseSendingPort(const QString& chosen, const QStringList& paths, const QList<bool>& works);
+    // Checks the ports on a worker; then() gets one result per path on this thread.
+    void testPorts(const QStringList& paths, std::function<void(const QList<bool>&)> then);
+    static bool testPort(const QString& path); // through a session of its own
+    static constexpr int kParallelPortChecks = 8;
+    QString describeDevice(const QString& path) const;
+    void setPleaseWait(bool shown);
+
+    GSM_Device_List_Wnd m_devices;
+    Selected_Device_Details_GSM m_deviceDetails;
+    std::unique_ptr<SMS_Sending> m_job;
+    QStringList m_sendingPorts;
+    QString m_sendingPortChoice;
+    QString m_messageIs;
+    bool m_pleaseWait = false;
+    int m_retries = RunSettings::kDefaultRetries;
+    bool m_deliveryReports = false;
+    CarriedRun m_carried;
+    bool m_sendInProgress = false; // from Send until the job opens: a second press is ignored
+    WorkerThread m_portCheck{QStringLiteral("port-checks")};
+};

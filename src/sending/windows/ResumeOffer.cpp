@@ -1,0 +1,54 @@
+#include "ResumeOffer.h"
+
+#include "Bulk_SMSAppDelegate.h"
+#include "Gsm_Bulk_Sms_Wnd.h"
+#include "core/Operator.h"
+#include "core/SendingLock.h"
+
+void applyResume(BulkSmsWindow& window, CarriedRun& carried, const ResumePlan& plan) {
+    // New rows go to the top: the last first keeps the run's order.
+    BulkSmsWindow::BatchInsert batch(window);
+    for (auto it = plan.toSend.crbegin(); it != plan.toSend.crend(); ++it)
+        window.Create_Num_Msg_List(it->number, it->message);
+    window.prev_composer_msg = window.composerText(); // every row has its message already
+    carried.set(plan.carried);
+}
+
+namespace {
+
+void offerToResume(BulkSmsWindow& window, CarriedRun& carried, const QString& road, Operator& op) {
+    const std::optional<RunJournal::Unfinished> unfinished =
+        RunJournal::load(window.dataFolder(), nullptr, road);
+    if (!unfinished)
+        return;
+    const ResumePlan counted = planResume(*unfinished, false);
+    if (!op.Show_YES_NO_MessageBox(QStringLiteral("Resume the unfinished run (%1 of %2 sent)?")
+                                       .arg(counted.sent)
+                                       .arg(counted.total))) {
+        // Its record goes only when the operator says so: it is who was sent, and who not.
+        if (op.Show_YES_NO_MessageBox(
+                QStringLiteral("Discard the unfinished run? Its recipients who were not sent yet will not be "
+                               "sent.\n\nNo keeps it, to resume at the next start.")))
+            RunJournal::discard(window.dataFolder(), road);
+        return;
+    }
+    const bool resendUnknown =
+        counted.unknown > 0 &&
+        op.Show_YES_NO_MessageBox(
+            QStringLiteral("%1 message(s) were being handed to a modem when the run broke off and may have "
+                           "been sent.\n\nSend them again?")
+                .arg(counted.unknown));
+    applyResume(window, carried, planResume(*unfinished, resendUnknown));
+}
+
+} // namespace
+
+void offerToResumeUnfinishedRun(Gsm_Bulk_Sms_Wnd& gsm, Bulk_SMSAppDelegate& android, Operator& op) {
+    // While another copy sends from this data folder, its journals are its live record, not
+    // runs that broke off.
+    const std::shared_ptr<SendingLock> lock = SendingLock::acquire(gsm.dataFolder());
+    if (!lock)
+        return;
+    offerToResume(gsm, gsm.carriedRun(), kGsmRoad, op);
+    offerToResume(android, android.carriedRun(), kAndroidRoad, op);
+}

@@ -1,0 +1,92 @@
+#include "ExportDialogs.h"
+
+#include "core/Operator.h"
+#include "stores/ExportFormats.h"
+
+#include <algorithm>
+#include <utility>
+
+bool statusPassesFilter(const QString& status, int filter) {
+    switch (filter) {
+    case 0: return true;
+    case 1: return isSentStatus(status);
+    case 2: return !isSentStatus(status);
+    default: return false;
+    }
+}
+
+Status_Export_Option::Status_Export_Option(Operator& op, std::function<QStringList()> statusesOf,
+                                           QObject* parent)
+    : DialogController(parent), m_op(op), m_statusesOf(std::move(statusesOf)) {}
+
+void Status_Export_Option::choose(int filter) {
+    m_choice = filter;
+    m_filter = filter;
+    emit changed();
+}
+
+void Status_Export_Option::OKPressed() {
+    const int filter = m_choice;
+    bool found = false;
+    if (m_statusesOf) {
+        const QStringList statuses = m_statusesOf();
+        found = std::any_of(statuses.begin(), statuses.end(),
+                            [filter](const QString& s) { return statusPassesFilter(s, filter); });
+    }
+    if (!found) {
+        m_filter = 3;
+        m_op.Show_MessageBox(kNoItemForExportOption);
+        return; // the dialog stays open
+    }
+    m_filter = filter;
+    m_choice = 0;
+    emit changed();
+    endModal(1);
+}
+
+void Status_Export_Option::CancelPressed() {
+    m_filter = 0;
+    m_choice = 0;
+    emit changed();
+    endModal(0);
+}
+
+void Export_Option::choose(int format) {
+    m_choice = format;
+    m_format = format;
+    emit changed();
+}
+
+void Export_Option::OKPressed() {
+    m_format = m_choice;
+    m_choice = 0;
+    emit changed();
+    endModal(1);
+}
+
+void Export_Option::CancelPressed() {
+    m_format = 0;
+    m_choice = 0;
+    emit changed();
+    endModal(0);
+}
+
+Open_Export_Log::Open_Export_Log(Operator& op, QString Export_File_Path, QObject* parent)
+    : DialogController(parent), m_op(op), m_path(std::move(Export_File_Path)) {}
+
+void Open_Export_Log::setOpenLog(bool on) {
+    m_openLog = on;
+    emit changed();
+}
+
+void Open_Export_Log::OKPressed() {
+    if (m_openLog)
+        m_op.openWithDefaultApplication(m_path);
+    setOpenLog(true);
+    endModal(1);
+}
+
+void Open_Export_Log::CancelPressed() {
+    setOpenLog(true);
+    endModal(0);
+}

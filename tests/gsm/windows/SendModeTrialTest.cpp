@@ -1,0 +1,451 @@
+// The automated send-mode test against virtual modems that accept only some combinations of
+// mode and service centre: which cases pass (checked against what the virtual network
+// received), Stop, the history kept in the records, applying a case, and the report file.
+#include "gsm/windows/SendModeTrial.h"
+#include "gsm/windows/Automated_GSM_Sending.h"
+#include "gsm/windows/GSM_Device_List_Wnd.h"
+
+#include "ScriptedOperator.h"
+#include "TestEnvironment.h"
+#include "core/Clock.h"
+#include "core/FileUtils.h"
+#include "gsm/MFCSMS.h"
+#include "sim/VirtualModem.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <thread>
+
+namespace {
+
+using sim::ModemBehaviour;
+using sim::ModemIdentity;
+using sim::VirtualModem;
+
+const QString kCustom = QStringLiteral("+447700900999");
+const QString kTo = QStringLiteral("+447700900555");
+
+QStringList codesOf(const RecordList& cases) {
+    QStringList codes;
+    for (const Record& c : cases)
+        codes << c.value("Case_Name");
+    return codes;
+}
+
+QStringList statusesOf(const RecordList& cases) {
+    QStringList statuses;
+    for (const Record& c : cases)
+        statuses << c.value("Status");
+    return statuses;
+}
+
+TEST(SendModeCases, TheCaseListFollowsTheModesAndTheCustomServiceCentre) {
+    struct Row {
+        const char* supported;
+        bool custom;
+        QStringList codes;
+    };
+    const Row rows[] = {
+        {";Text Mode;", false, {"TXT_DEF_SMSC"}},
+        {";PDU Mode;", true, {"PDU_CUS_SMSC", "PDU_DEF_SMSC"}},
+        {";PDU Mode;Text Mode;", true, {"PDU_CUS_SMSC", "PDU_DEF_SMSC", "TXT_CUS_SMSC", "TXT_DEF_SMSC"}},
+        {";PDU Mode;Text Mode;", false, {"PDU_DEF_SMSC", "TXT_DEF_SMSC"}},
+        {"NONE", true, {}},
+    };
+    for (const Row& row : rows) {
+        const RecordList cases = SendModeTrial::Fill_Test_case_List(row.supported, row.custom, "E173", "");
+        EXPECT_EQ(codesOf(cases), row.codes) << row.supported << row.custom;
+        for (int i = 0; i < cases.size(); ++i) {
+            EXPECT_EQ(cases.at(i).value("Possible_Case"), QStringLiteral("Case %1:").arg(i + 1));
+            EXPECT_EQ(cases.at(i).value("Case_SMS"),
+                      cases.at(i).value("Description") + " is working for Device Model: E173");
+            EXPECT_EQ(cases.at(i).value("Status"), "");
+        }
+    }
+    EXPECT_EQ(SendModeTrial::descriptionOf("TXT_CUS_SMSC"), "Text Mode with Custom SMSC");
+}
+
+TEST(SendModeCases, TheHistoryGivesEachCaseItsStatusBack) {
+    RecordList cases = SendModeTrial::Fill_Test_case_List(";PDU Mode;Text Mode;", true, "M", "");
+    cases[0].insert("Status", "+CMS ERROR: 330");
+    cases[1].insert("Status", "Message sent successfully.");
+    cases[3].insert("Status", "Stopped");
+    const QString history = SendModeTrial::historyOf(cases);
+    EXPECT_EQ(history, "PDU_CUS_SMSC||+CMS ERROR: 330||PDU_DEF_SMSC||Message sent successfully.||"
+                       "TXT_CUS_SMSC||||TXT_DEF_SMSC||Stopped||");
+    // Read back into a list without the custom cases: each keeps its own status.
+    EXPECT_EQ(statusesOf(SendModeTrial::Fill_Test_case_List(";PDU Mode;Text Mode;", false, "M", history)),
+              (QStringList{"Message sent successfully.", "Stopped"}));
+    EXPECT_EQ(SendModeTrial::statusInHistory("garbage||", "PDU_DEF_SMSC"), "");
+}
+
+TEST(SendModeCases, TestNumbersAreTrimmedButNotNormalised) {
+    const struct {
+        const char* typed;
+        bool accepted;
+    } rows[] = {
+        {"+442079460958", true},
+        {"  00442079460958 ", true},
+        {"+44 20 7946 0958", false},
+        {"44+2079460958", false},
+        {"", false},
+        {"0044207946095812345678", false},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(SendModeTrial::testNumberProblem(row.typed).isEmpty(), row.accepted) << row.typed;
+}
+
+// Every piece of the report carries its own byte-order mark.
+QByteArray utf16(const QString& text) {
+    QByteArray bytes("\xFF\xFE", 2);
+    for (QChar c : text) {
+        bytes.append(char(c.unicode() & 0xFF));
+        bytes.append(char(c.unicode() >> 8));
+    }
+    return bytes;
+}
+
+TEST(SendModeCases, TheReportIsUtf16PiecesEachWithItsMark) {
+    RecordList cases = SendModeTrial::Fill_Test_case_List(";Text Mode;", false, "Zé", "");
+    cases[0].insert("Status", "Message sent successfully.");
+    const QString rule(76, '=');
+    const QByteArray expected = utf16(rule + "\n\n\t\t\t[ Test Case Summary]\t\t\t\n\n" + rule + "\n") +
+                                utf16("COM Port : x\r\n") + utf16("\n\n") +
+                                utf16("Case 1:\nText Mode with Default SMSC is working for Device Model: Zé\n"
+                                      "Message sent successfully.") +
+                                utf16("\n\n");
+    EXPECT_EQ(SendModeTrial::reportBytes("COM Port : x\r\n", cases), expected);
+}
+
+class ModeTestOnModems : public ::testing::Test {
+protected:
+    void SetUp() override {
+        Clock::setScale(0.2); // read time-outs leave the virtual modem's thread time to answer
+    }
+    void TearDown() override { Clock::setScale(0.001); }
+
+    VirtualModem& attach(ModemBehaviour behaviour, const char* imei = "490154203237518") {
+        behaviour.networkDelayMs = 0;
+        ModemIdentity id;
+        id.imei = imei;
+        modems.push_back(std::make_unique<VirtualModem>(id, behaviour));
+        EXPECT_TRUE(modems.back()->start());
+        return *modems.back();
+    }
+    // The search the window runs; a probe that a busy machine made miss its answer is
+    // searched again (what is tested here comes after the search).
+    void search() {
+        QStringList paths;
+        for (const auto& m : modems)
+            paths << m->devicePath();
+        for (int attempt = 0; attempt < 3 && devices.nsPortListData().size() < paths.size(); ++attempt) {
+            std::atomic<bool> done{false};
+            std::thread worker([&] {
+                devices.GetModemPath(paths);
+                done = true;
+            });
+            EXPECT_TRUE(spinUntil([&] { return done.load(); }, std::chrono::seconds(60)));
+            worker.join();
+        }
+        ASSERT_EQ(devices.nsPortListData().size(), paths.size());
+    }
+    // The automated window on every device found, with the custom service centre typed.
+    void openAutomated(Automated_GSM_Sending& window, const QString& custom) {
+        window.open(devices.nsPortListData().records(), devices.settingsWriter());
+        window.setCustomSmscText(custom);
+        window.setTestNumberText(kTo);
+    }
+    void runTest(Automated_GSM_Sending& window) {
+        window.Send_Test_SMS_Pressed();
+        window.waitForTest();
+        EXPECT_TRUE(spinUntil([&] { return !window.testing(); }));
+    }
+
+    std::vector<std::unique_ptr<VirtualModem>> modems;
+    ScriptedOperator op;
+    DeviceSelection selection; // the GSM window's
+    GSM_Device_List_Wnd devices{op, selection};
+};
+
+TEST_F(ModeTestOnModems, ModemsPassExactlyTheCasesTheyAccept) {
+    struct Row {
+        const char* name;
+        std::function<void(ModemBehaviour&)> behaviour;
+        QStringList codes, statuses;
+        QStringList networkModes, networkSmscs; // what reached the virtual network, in order
+    };
+    const QString sent = "Message sent successfully.";
+    const QString unknownSmsc = "+CMS ERROR: 330";
+    const QString refusedPdu = "Error : the device refused PDU Mode (AT+CMGF=0).";
+    const Row rows[] = {
+        {"text only",
+         [](ModemBehaviour& b) { b.modes = ModemBehaviour::Modes::TextOnly; },
+         {"TXT_CUS_SMSC", "TXT_DEF_SMSC"},
+         {sent, sent},
+         {"TEXT", "TEXT"},
+         {kCustom, "+447700900123"}},
+        {"lists PDU mode but refuses it",
+         [](ModemBehaviour& b) { b.pduModeRefused = true; },
+         {"PDU_CUS_SMSC", "PDU_DEF_SMSC", "TXT_CUS_SMSC", "TXT_DEF_SMSC"},
+         {refusedPdu, refusedPdu, sent, sent},
+         {"TEXT", "TEXT"},
+         {kCustom, "+447700900123"}},
+        {"PDU only",
+         [](ModemBehaviour& b) { b.modes = ModemBehaviour::Modes::PduOnly; },
+         {"PDU_CUS_SMSC", "PDU_DEF_SMSC"},
+         {sent, sent},
+         {"PDU", "PDU"},
+         {kCustom, "+447700900123"}},
+        {"refuses the custom service centre",
+         [](ModemBehaviour& b) { b.refusedServiceCentres = {kCustom}; },
+         {"PDU_CUS_SMSC", "PDU_DEF_SMSC", "TXT_CUS_SMSC", "TXT_DEF_SMSC"},
+         {unknownSmsc, sent, unknownSmsc, sent},
+         {"PDU", "TEXT"},
+         {"+447700900123", "+447700900123"}},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        modems.clear();
+        devices.nsPortListData().clear();
+        ModemBehaviour b;
+        row.behaviour(b);
+        VirtualModem& modem = attach(b);
+        search();
+        ASSERT_EQ(devices.nsPortListData().size(), 1);
+        Automated_GSM_Sending window(op);
+        openAutomated(window, kCustom);
+        EXPECT_EQ(window.heading(), "Start Test for Device Connected at : \n" +
+                                        devices.nsPortListData().at(0).value("COM_PORT"));
+        EXPECT_EQ(codesOf(window.nsCaseListData().records()), row.codes);
+        runTest(window);
+        EXPECT_EQ(statusesOf(window.nsCaseListData().records()), row.statuses);
+        QStringList networkModes, networkSmscs;
+        for (const sim::ReceivedMessage& m : modem.received()) {
+            networkModes << m.mode;
+            networkSmscs << m.smsc;
+            EXPECT_EQ(m.number, kTo);
+            EXPECT_TRUE(m.text.startsWith("'") && m.text.contains("is working for Device Model: VM-100"));
+        }
+        EXPECT_EQ(networkModes, row.networkModes);
+        EXPECT_EQ(networkSmscs, row.networkSmscs);
+        // The outcome stays in the window's row, in its "History".
+        EXPECT_EQ(window.nsDeviceListData().at(0).value("History"),
+                  SendModeTrial::historyOf(window.nsCaseListData().records()));
+        EXPECT_EQ(window.nsDeviceListData().at(0).value("Last_SMSC"), kCustom);
+        EXPECT_TRUE(op.alerts().isEmpty()) << op.alerts().join("|").toStdString();
+    }
+}
+
+TEST_F(ModeTestOnModems, StopDuringTheSecondCaseLeavesTheRestStopped) {
+    VirtualModem& modem = attach({});
+    search();
+    const Record device = devices.nsPortListData().at(0);
+    SendModeTrial::Request request{
+        device.value("PORT_DETAL"), kCustom, device.value("DefSMSC"), kTo,
+        SendModeTrial::Fill_Test_case_List(device.value("SUPSMSMode"), true, "VM", "")};
+    std::atomic<bool> stop{false};
+    QStringList announced;
+    SendModeTrial::Progress progress;
+    progress.announce = [&](const QString& text) {
+        announced << text;
+        if (text.startsWith("Case 2 :"))
+            stop = true; // asked while case 2 is under way
+    };
+    progress.caseProgress = [](int) {};
+    progress.caseEnded = [](int, const QString&) {};
+    MFCSMS session;
+    EXPECT_EQ(SendModeTrial::run(session, request, stop, progress, "Case %1 : %2"),
+              SendModeTrial::End::Stopped);
+    EXPECT_EQ(statusesOf(request.cases), (QStringList{"Message sent successfully.",
+                                                      "Message sent successfully.", "Stopped", "Stopped"}));
+    EXPECT_EQ(announced,
+              (QStringList{"Connecting Device", "Initialize Device", "Case 1 : PDU Mode with Custom SMSC",
+                           "Case 2 : PDU Mode with Default SMSC"}));
+    EXPECT_EQ(modem.received().size(), 2);
+}
+
+TEST_F(ModeTestOnModems, TheWindowsStopAsksAndEndsAfterTheCaseInProgress) {
+    VirtualModem& modem = attach({});
+    search();
+    Automated_GSM_Sending window(op);
+    openAutomated(window, kCustom);
+    op.answerYes();
+    bool pressed = false; // once, as the second case is announced
+    QObject::connect(&window, &DialogController::changed, &window, [&window, &pressed] {
+        if (!pressed && window.information().startsWith("Execute Case 2 : ")) {
+            pressed = true;
+            window.Stop_SMS_Pressed();
+        }
+    });
+    runTest(window);
+    EXPECT_EQ(op.questions(), QStringList{SendModeTrial::kStopQuestion});
+    EXPECT_EQ(
+        statusesOf(window.nsCaseListData().records()),
+        (QStringList{"Message sent successfully.", "Message sent successfully.", "Stopped", "Stopped"}));
+    EXPECT_TRUE(window.nsDeviceListData().at(0).value("History").endsWith("TXT_DEF_SMSC||Stopped||"));
+    EXPECT_EQ(modem.received().size(), 2);
+}
+
+TEST_F(ModeTestOnModems, ASilentDeviceFailsEveryCaseWithAConnectionError) {
+    attach({});
+    search();
+    modems.at(0)->setBehaviour([] {
+        ModemBehaviour b;
+        b.silent = true;
+        return b;
+    }());
+    Automated_GSM_Sending window(op);
+    openAutomated(window, "");
+    runTest(window);
+    EXPECT_EQ(statusesOf(window.nsCaseListData().records()),
+              (QStringList{"Device Connection Error", "Device Connection Error"}));
+}
+
+TEST_F(ModeTestOnModems, TheDeviceWindowKeepsTheOutcomeAndShowsItAgain) {
+    attach([] {
+        ModemBehaviour b;
+        b.modes = ModemBehaviour::Modes::TextOnly;
+        return b;
+    }());
+    search();
+    devices.showDevice(0);
+    devices.waitForWorkers();
+    ASSERT_TRUE(spinUntil([&] { return devices.nsCaseListData().size() == 1; }));
+    devices.setTestNumberText("+44 20 7946 0958");
+    devices.Send_Test_SMS_Pressed();
+    EXPECT_EQ(op.alerts(), QStringList{"\nPlease enter a valid phone number to receive test message."});
+    devices.setTestNumberText(kTo);
+    devices.Send_Test_SMS_Pressed();
+    EXPECT_TRUE(devices.testing());
+    devices.waitForWorkers();
+    EXPECT_FALSE(devices.testing());
+    const QString history = devices.nsPortListData().at(0).value("TEST_HISTORY");
+    EXPECT_EQ(history, "TXT_DEF_SMSC||Message sent successfully.||");
+
+    // Showing the device again reads the statuses back from the record.
+    devices.nsCaseListData().clear();
+    devices.showDevice(0);
+    devices.waitForWorkers();
+    EXPECT_TRUE(spinUntil([&] { return devices.nsCaseListData().size() == 1; }));
+    EXPECT_EQ(statusesOf(devices.nsCaseListData().records()), QStringList{"Message sent successfully."});
+
+    // The report of what was shown.
+    QTemporaryDir dir;
+    op.chooseFile(dir.filePath("report"));
+    devices.Save_SMS_Report_Pressed();
+    const QByteArray report = readAll(dir.filePath("report.txt"));
+    EXPECT_TRUE(report.startsWith("\xFF\xFE=\0=\0"));
+    EXPECT_TRUE(report.contains(utf16("Message sent successfully.").mid(2)));
+
+    // One that cannot be written says which file and why.
+    ASSERT_TRUE(QDir().mkpath(dir.filePath("taken.txt")));
+    op.chooseFile(dir.filePath("taken"));
+    devices.Save_SMS_Report_Pressed();
+    EXPECT_EQ(op.alerts().last(),
+              "\n" + kErrorInFileAccessing + "\n" + dir.filePath("taken.txt") + ": Is a directory");
+}
+
+TEST_F(ModeTestOnModems, ApplyingACaseChangesTheDeviceRecordTheSendingUses) {
+    attach([] {
+        ModemBehaviour b;
+        b.modes = ModemBehaviour::Modes::Both;
+        b.refusedServiceCentres = {"+447700900123"}; // the modem's own centre does not work
+        return b;
+    }());
+    search();
+    const QString path = devices.nsPortListData().at(0).value("PORT_DETAL");
+    Automated_GSM_Sending window(op);
+    openAutomated(window, kCustom);
+    runTest(window);
+    ASSERT_EQ(statusesOf(window.nsCaseListData().records()),
+              (QStringList{"Message sent successfully.", "+CMS ERROR: 330", "Message sent successfully.",
+                           "+CMS ERROR: 330"}));
+
+    window.Use_Settings_Button_Presses(); // no case chosen yet
+    window.selectCase(2);                 // text mode through the custom centre
+    op.answerYes();
+    window.Use_Settings_Button_Presses();
+    EXPECT_EQ(
+        op.alerts(),
+        (QStringList{"\nPlease select at least one connection settings for sending SMS.",
+                     "\nSelected connection settings 'Text Mode with Custom SMSC' for device 'VM-100' have "
+                     "been applied successfully."}));
+    EXPECT_EQ(
+        op.questions(),
+        QStringList{"You have selected 'Text Mode with Custom SMSC' settings for sending SMS using 'VM-100' "
+                    "connected at " +
+                    devices.nsPortListData().at(0).value("COM_PORT") +
+                    ".\n\nDo you want to continue with selected settings?"});
+    EXPECT_EQ(devices.Get_Sel_Port_Details(path, "SMSMode"), "Text Mode");
+    EXPECT_EQ(devices.Get_Sel_Port_Details(path, "UseCusSMSC"), "Y");
+    EXPECT_EQ(devices.Get_Sel_Port_Details(path, "CusSMSC"), kCustom);
+    EXPECT_EQ(window.nsDeviceListData().at(0).value("Setting_USE"), "Y");
+
+    // Every device has its settings now: Close does not ask.
+    window.beginModal();
+    window.Close_Button_Presses();
+    EXPECT_EQ(window.endCode(), 1);
+
+    // Selecting the device hands those settings to the sending side.
+    devices.setRowTicked(0, true);
+    devices.beginModal();
+    devices.Multi_Phone_Selected_Func();
+    devices.waitForWorkers();
+    ASSERT_EQ(selection.port_det_str_array.size(), 1);
+    EXPECT_EQ(selection.port_det_str_array.at(0).value("SMSMode"), "Text Mode");
+    EXPECT_EQ(selection.port_det_str_array.at(0).value("CusSMSC"), kCustom);
+}
+
+TEST_F(ModeTestOnModems, TheWindowRefusesWhatItCannotDoAndAsksBeforeClosing) {
+    attach({});
+    search();
+    Automated_GSM_Sending window(op);
+    openAutomated(window, "12+34");
+    window.Send_Test_SMS_Pressed();
+    window.setCustomSmscText("");
+    window.setTestNumberText("");
+    window.Send_Test_SMS_Pressed();
+    window.Clear_Status_Button_Presses(); // nothing to clear: no question
+    op.answerNo();
+    window.beginModal();
+    window.Close_Button_Presses();
+    EXPECT_FALSE(window.isEnded());
+    const QString port = devices.nsPortListData().at(0).value("COM_PORT");
+    EXPECT_EQ(op.alerts(),
+              (QStringList{"\nThe SMSC number does not seem to be valid. Please enter a valid SMSC number.",
+                           "\nPlease enter a valid phone number to receive test message."}));
+    EXPECT_EQ(op.questions(),
+              QStringList{"You have not selected any connection settings yet for device connected at " +
+                          port + ",.\nAre you sure to continue?"});
+
+    // Before any search the automated window does not open.
+    GSM_Device_List_Wnd fresh(op, selection);
+    fresh.Automate_Button_Presses();
+    EXPECT_TRUE(
+        op.alerts().last().startsWith("\nThe scanning to find connected Mobile devices has not been"));
+}
+
+TEST_F(ModeTestOnModems, ClearingForgetsTheOutcomeAfterAsking) {
+    attach([] {
+        ModemBehaviour b;
+        b.modes = ModemBehaviour::Modes::PduOnly;
+        return b;
+    }());
+    search();
+    Automated_GSM_Sending window(op);
+    openAutomated(window, "");
+    runTest(window);
+    op.answerYes();
+    window.Clear_Status_Button_Presses();
+    EXPECT_EQ(op.questions(), QStringList{"Are you sure you want to clear the last connection test results "
+                                          "performed on \" VM-100 \""});
+    EXPECT_EQ(statusesOf(window.nsCaseListData().records()), QStringList{""});
+    EXPECT_EQ(window.nsDeviceListData().at(0).value("History"), "");
+}
+
+} // namespace
