@@ -24,6 +24,18 @@ int sessionPortOn(MFCSMS& session, const QString& path) {
 ModemDevice::ModemDevice(MFCSMS& session, QString path, ModemDetails details, int fd)
     : m_session(session), m_path(std::move(path)), m_details(std::move(details)), m_fd(fd) {}
 
+ModemDevice::~ModemDevice() = default;
+
+std::unique_ptr<ModemDevice> ModemDevice::open(const QString& path, const ModemDetails& details,
+                                               bool* lineNotWorking) {
+    auto session = std::make_unique<MFCSMS>();
+    session->setDefaultSmscLookup([smsc = details.defaultSmsc](const QString&) { return smsc; });
+    std::unique_ptr<ModemDevice> device = open(*session, path, details, lineNotWorking);
+    if (device)
+        device->m_ownSession = std::move(session);
+    return device;
+}
+
 std::unique_ptr<ModemDevice> ModemDevice::open(MFCSMS& session, const QString& path,
                                                const ModemDetails& details, bool* lineNotWorking) {
     if (lineNotWorking != nullptr)

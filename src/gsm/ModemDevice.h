@@ -14,8 +14,9 @@ class MFCSMS;
 // What the device record says of the modem, as the run found it when it started.
 struct ModemDetails {
     SmsMode mode = SmsMode::Unknown;
-    QString smsc;       // the custom service centre; "" for the modem's own
-    QString capability; // "SMS_CAPABLE": "Not Detected" makes an accepted message "sent to device"
+    QString smsc;        // the custom service centre; "" for the modem's own
+    QString capability;  // "SMS_CAPABLE": "Not Detected" makes an accepted message "sent to device"
+    QString defaultSmsc; // the modem's own service centre, which text mode sets back after a custom one
 };
 
 class ModemDevice final : public SendingDevice {
@@ -26,6 +27,11 @@ public:
     // which the operator is told, rather than the modem behind it.
     static std::unique_ptr<ModemDevice> open(MFCSMS& session, const QString& path,
                                              const ModemDetails& details, bool* lineNotWorking = nullptr);
+    // The same through a session of the device's own, which ends with the device: each run
+    // opens its modems afresh and shares no session with another run.
+    static std::unique_ptr<ModemDevice> open(const QString& path, const ModemDetails& details,
+                                             bool* lineNotWorking = nullptr);
+    ~ModemDevice() override;
 
     QString name() const override { return m_path; }
     // Sets the modem's message format; "" when it took it, else why it cannot send
@@ -49,6 +55,7 @@ public:
 private:
     ModemDevice(MFCSMS& session, QString path, ModemDetails details, int fd);
 
+    std::unique_ptr<MFCSMS> m_ownSession; // when the device opened its own
     MFCSMS& m_session;
     const QString m_path;
     const ModemDetails m_details;

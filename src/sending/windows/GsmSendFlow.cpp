@@ -122,7 +122,6 @@ void Gsm_Bulk_Sms_Wnd::GSM_Chk_Port_And_Send_Msg(std::shared_ptr<SendingLock> lo
     setPleaseWait(true);
     m_sendingPorts.clear();
     m_sendingPortChoice.clear();
-    close_all_ports();
     QStringList paths;
     if (chosen != kAllDeviceChoice) {
         if (selection().port_val_str_array.contains(chosen))

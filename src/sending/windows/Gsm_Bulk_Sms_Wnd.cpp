@@ -4,25 +4,15 @@
 #include "core/AppState.h"
 #include "core/Operator.h"
 #include "device/DeviceRecord.h"
-#include "gsm/ModemSessionPool.h"
 #include "gsm/windows/GSM_DEV_Conn_Step_Wnd.h"
 #include <utility>
 
 Gsm_Bulk_Sms_Wnd::Gsm_Bulk_Sms_Wnd(Operator& op, DataFolder folder, DefaultCountry* country,
                                    SpreadsheetLoads* spreadsheets, QObject* parent)
     : BulkSmsWindow(Kind::Gsm, op, std::move(folder), country, spreadsheets, parent),
-      m_devices(op, selection()), m_deviceDetails(op, selection()) {
-    // Text mode sets a port's default service centre back after a custom one: from its record.
-    const auto defaultSmsc = [this](const QString& path) { return deviceDetail(path, kDefaultSmscKey); };
-    for (MFCSMS* session : mfc_sms_obj_arr)
-        session->setDefaultSmscLookup(defaultSmsc);
-}
+      m_devices(op, selection()), m_deviceDetails(op, selection()) {}
 
-Gsm_Bulk_Sms_Wnd::~Gsm_Bulk_Sms_Wnd() {
-    m_job.reset();
-    for (MFCSMS* session : mfc_sms_obj_arr)
-        session->setDefaultSmscLookup({});
-}
+Gsm_Bulk_Sms_Wnd::~Gsm_Bulk_Sms_Wnd() { m_job.reset(); }
 
 QString Gsm_Bulk_Sms_Wnd::title() const { return kApplicationName + QStringLiteral(" - GSM Modem"); }
 
@@ -61,11 +51,6 @@ void Gsm_Bulk_Sms_Wnd::Device_Details_Pressed() {
         return;
     }
     m_deviceDetails.Open_Gsm_Ph_Det_List_Wnd();
-}
-
-void Gsm_Bulk_Sms_Wnd::close_all_ports() {
-    for (MFCSMS* session : mfc_sms_obj_arr)
-        session->closePort();
 }
 
 void Gsm_Bulk_Sms_Wnd::setPleaseWait(bool shown) {

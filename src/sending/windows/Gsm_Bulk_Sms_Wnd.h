@@ -35,7 +35,6 @@ public:
     // From Send until the job window has closed (or the flow ended before it): a press of Send
     // meanwhile is ignored, and the command line waits for it.
     bool sendingUnderWay() const;
-    static void close_all_ports();
 
     // The selected-device details window: each selected device's settings, a test message,
     // the automated send-mode test.

@@ -14,7 +14,6 @@
 #include "delivery/DelayedDeliveryPause.h"
 #include "gsm/MFCSMS.h"
 #include "gsm/ModemDevice.h"
-#include "gsm/ModemSessionPool.h"
 #include "stores/SentItemFile.h"
 
 using namespace std::chrono_literals;
@@ -190,10 +189,10 @@ QList<DeviceOpener> SMS_Sending::portOpeners() const {
                            ? QString()
                            : m_window.deviceDetail(path, kCustomSmscKey);
         details.capability = m_window.deviceDetail(path, kSmsCapableKey);
-        openers << [this, slot, path, details](std::stop_token) -> std::unique_ptr<SendingDevice> {
+        details.defaultSmsc = m_window.deviceDetail(path, kDefaultSmscKey);
+        openers << [this, path, details](std::stop_token) -> std::unique_ptr<SendingDevice> {
             bool lineNotWorking = false;
-            auto device =
-                ModemDevice::open(*mfc_sms_obj_arr.at(size_t(slot)), path, details, &lineNotWorking);
+            auto device = ModemDevice::open(path, details, &lineNotWorking);
             if (lineNotWorking)
                 m_op.Show_MessageBox(kPortNotWorking);
             return device;
