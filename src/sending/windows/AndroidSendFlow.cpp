@@ -10,7 +10,6 @@
 #include "core/Operator.h"
 #include "core/SendingLock.h"
 #include "list/NumberList.h"
-#include "sending/JournalledRun.h"
 
 namespace {
 
@@ -59,19 +58,15 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     }
     qint64 holder = 0;
     QString why;
-    m_sendingLock = SendingLock::acquire(dataFolder(), &holder, &why);
-    if (!m_sendingLock) {
+    std::shared_ptr<SendingLock> lock = SendingLock::acquire(dataFolder(), &holder, &why);
+    if (!lock) {
         op().Show_MessageBox(SendingLock::refusal(holder, why));
         return;
     }
-    if (!m_carried.resuming() && !unfinishedRunDiscarded(op(), dataFolder(), kAndroidRoad)) {
-        m_sendingLock.reset();
+    if (!m_carried.resuming() && !unfinishedRunDiscarded(op(), dataFolder(), kAndroidRoad))
         return;
-    }
-    if (!Fill_Exclusion_Num_List()) { // its people would be messaged
-        m_sendingLock.reset();
-        return;
-    }
+    if (!Fill_Exclusion_Num_List())
+        return; // its people would be messaged
     if (m_run)
         m_run->join();
     m_sendInProgress = true;
@@ -98,16 +93,17 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     DelayedDeliveryPause::Hooks hooks;
     hooks.stopActivity = [this] { m_busy.stop(); };
     hooks.startActivity = [this] { m_busy.startTimerThread(); };
-    m_run =
-        std::make_unique<SendingRun>(runSettings(), QList<DeviceOpener>{phoneOpener()},
-                                     std::make_unique<JournalledRun>(dataFolder()), op(), m_countdown, hooks);
+    Campaign campaign{runSettings(), {}};
+    campaign.rows.reserve(records.size());
+    for (const Record& record : records)
+        campaign.rows.append({recipientNumber(record), record.value(kMessageKey)});
+    m_campaign =
+        std::make_unique<CampaignRun>(dataFolder(), std::move(campaign), QList<DeviceOpener>{phoneOpener()},
+                                      std::move(lock), op(), m_countdown, hooks);
+    m_run = &m_campaign->run();
     watch(*m_run);
     m_progress.setRunControls([this](bool on) { m_run->hold(on); }, [this] { m_run->stop(); });
-    QList<std::pair<QString, QString>> rows;
-    rows.reserve(records.size());
-    for (const Record& record : records)
-        rows.append({recipientNumber(record), record.value(kMessageKey)});
-    m_run->start(rows);
+    m_campaign->start();
 }
 
 RunSettings Bulk_SMSAppDelegate::runSettings() {
@@ -120,7 +116,6 @@ RunSettings Bulk_SMSAppDelegate::runSettings() {
             settings.excludedNumbers.insert(recipientNumber(record));
     settings.saveSentItems = saveSentItems();
     settings.saveTemplates = saveTemplates();
-    settings.dataFolder = dataFolder();
     settings.sentItemsPath = dataFolder().SentItemAnd_File_Path();
     settings.sentItemsWithStatus = false;
     settings.batch = m_singleShot;
@@ -202,8 +197,7 @@ void Bulk_SMSAppDelegate::afterRun() {
     else
         m_runEnd = RunEnd::Completed;
     m_progress.update([](AndroidSendingProgress::State& s) { s.visible = false; });
-    m_run->endRecord();
-    m_sendingLock.reset();
+    m_campaign->end();
     if (!failure.isEmpty())
         op().Show_MessageBox(failure);
     else if (m_runEnd == RunEnd::Completed && m_run->record().size() > 0)

@@ -25,7 +25,8 @@ Bulk_SMSAppDelegate::~Bulk_SMSAppDelegate() {
         m_run->stop();
     m_busy.stop();
     m_countdown.endCountdown();
-    m_run.reset(); // its threads end here
+    m_run = nullptr;
+    m_campaign.reset(); // its threads end here
 }
 
 QString Bulk_SMSAppDelegate::title() const { return kApplicationName + QStringLiteral(" - Android Phone"); }

@@ -10,6 +10,7 @@
 #include "list/windows/BulkSmsWindow.h"
 #include "sending/ResumeRun.h"
 #include "sending/SendingRun.h"
+#include "services/CampaignRun.h"
 
 #include <atomic>
 #include <memory>
@@ -58,7 +59,7 @@ public:
     // What an unfinished run this window's next run resumes had finished.
     CarriedRun& carriedRun() { return m_carried; }
     // The current (or last) run, if any: its items and statuses.
-    const SendingRun* run() const { return m_run.get(); }
+    const SendingRun* run() const { return m_run; }
     AndroidSendingProgress& progress() { return m_progress; }
 
     // How the last run ended, and how many records it counted as sent.
@@ -86,7 +87,8 @@ private:
     AndroidSendingProgress m_progress;
     PauseCountdown m_countdown;
     ActivityIndicator m_busy;
-    std::unique_ptr<SendingRun> m_run;
+    std::unique_ptr<CampaignRun> m_campaign;
+    SendingRun* m_run = nullptr; // the campaign's run, while there is one
     std::atomic<bool> m_sendInProgress{false};
     std::atomic<RunEnd> m_runEnd{RunEnd::None};
     std::atomic<int> m_sentCount{0};
@@ -95,7 +97,6 @@ private:
     std::shared_ptr<std::atomic<bool>> m_notConnected;
     bool m_deviceLeft = false;
     std::atomic<bool> m_endedByOperator{false};
-    std::shared_ptr<SendingLock> m_sendingLock; // from Send until the run ends
     CarriedRun m_carried;
     bool m_singleShot = false;
     bool m_classic = false;

@@ -13,7 +13,6 @@
 #include "core/TextUtils.h"
 #include "delivery/DelayedDeliveryPause.h"
 #include "gsm/MFCSMS.h"
-#include "gsm/ModemDevice.h"
 #include "stores/SentItemFile.h"
 
 using namespace std::chrono_literals;
@@ -54,7 +53,8 @@ SMS_Sending::~SMS_Sending() {
     m_activity.stop();
     m_pause.endCountdown();
     joinThreads();
-    m_run.reset(); // its threads end before the window state they report to
+    m_run = nullptr;
+    m_campaign.reset(); // its threads end before the window state they report to
 }
 
 const RunRecord& SMS_Sending::items() const { return m_run ? m_run->record() : m_noRun; }
@@ -85,8 +85,8 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
             m_run->join();
         qint64 holder = 0;
         QString why;
-        m_sendingLock = SendingLock::acquire(m_window.dataFolder(), &holder, &why);
-        if (!m_sendingLock) {
+        std::shared_ptr<SendingLock> lock = SendingLock::acquire(m_window.dataFolder(), &holder, &why);
+        if (!lock) {
             m_op.Show_MessageBox(SendingLock::refusal(holder, why));
             return;
         }
@@ -119,17 +119,19 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
             [this](bool visible) { ui([this, visible] { m_progressTextVisible = visible; }); },
             [this] { m_activity.stop(); }, [this] { m_activity.startTimerThread(); },
             [this] { ui([this] { m_activityValue = 0; }); }};
-        m_run = std::make_unique<SendingRun>(settings, portOpeners(),
-                                             std::make_unique<JournalledRun>(m_window.dataFolder()), m_op,
-                                             m_pause, hooks);
+        Campaign campaign{settings, {}};
+        campaign.rows.reserve(rows.size());
+        for (const Record& row : rows)
+            campaign.rows.append(
+                {recipientNumber(row), row.value(kMessageKey)}); // E.164 when the list has it
+        const auto lineNotWorking = [this] { m_op.Show_MessageBox(kPortNotWorking); };
+        m_campaign = std::make_unique<CampaignRun>(m_window.dataFolder(), std::move(campaign),
+                                                   modemOpeners(chosenModems(), lineNotWorking),
+                                                   std::move(lock), m_op, m_pause, hooks);
+        m_run = &m_campaign->run();
         watch(*m_run);
         emit changed();
-
-        QList<std::pair<QString, QString>> recipients;
-        recipients.reserve(rows.size());
-        for (const Record& row : rows)
-            recipients.append({recipientNumber(row), row.value(kMessageKey)}); // E.164 when the list has it
-        m_run->start(recipients);
+        m_campaign->start();
         // The prescribed second before the job shows (sooner when the run stops meanwhile): the
         // window takes its events meanwhile, and the loader's first rows may already reach the
         // table. Shown even when stopped: the job window is where the stopped run comes to its
@@ -159,7 +161,6 @@ RunSettings SMS_Sending::copyRunSettings() const {
     settings.exclusion = m_window.exclusion();
     settings.saveSentItems = m_window.saveSentItems();
     settings.saveTemplates = m_window.saveTemplates();
-    settings.dataFolder = m_window.dataFolder();
     settings.sentItemsPath = m_window.dataFolder().SentItem_File_Path();
     settings.loadedDevice = m_window.selection().sel_port_bsd_str;
     settings.openingGap = 2s;
@@ -169,7 +170,7 @@ RunSettings SMS_Sending::copyRunSettings() const {
     return settings;
 }
 
-QList<DeviceOpener> SMS_Sending::portOpeners() const {
+QList<ModemChoice> SMS_Sending::chosenModems() const {
     const QStringList& ports = m_window.sendingPorts();
     const QString chosen = m_window.sendingPortChoice();
     QStringList paths;
@@ -180,9 +181,8 @@ QList<DeviceOpener> SMS_Sending::portOpeners() const {
     } else if (ports.contains(chosen)) {
         paths << chosen;
     }
-    QList<DeviceOpener> openers;
-    for (qsizetype slot = 0; slot < paths.size() && slot < kMaxPorts; ++slot) {
-        const QString& path = paths.at(slot);
+    QList<ModemChoice> modems;
+    for (const QString& path : paths) {
         ModemDetails details;
         details.mode = smsModeFromText(m_window.deviceDetail(path, kSmsModeKey));
         details.smsc = m_window.deviceDetail(path, kUseCustomSmscKey) == QLatin1String("N")
@@ -190,15 +190,9 @@ QList<DeviceOpener> SMS_Sending::portOpeners() const {
                            : m_window.deviceDetail(path, kCustomSmscKey);
         details.capability = m_window.deviceDetail(path, kSmsCapableKey);
         details.defaultSmsc = m_window.deviceDetail(path, kDefaultSmscKey);
-        openers << [this, path, details](std::stop_token) -> std::unique_ptr<SendingDevice> {
-            bool lineNotWorking = false;
-            auto device = ModemDevice::open(path, details, &lineNotWorking);
-            if (lineNotWorking)
-                m_op.Show_MessageBox(kPortNotWorking);
-            return device;
-        };
+        modems << ModemChoice{path, details};
     }
-    return openers;
+    return modems;
 }
 
 void SMS_Sending::watch(SendingRun& run) {

@@ -11,6 +11,8 @@
 #include "delivery/PauseCountdown.h"
 #include "sending/JournalledRun.h"
 #include "sending/SendingRun.h"
+#include "services/CampaignRun.h"
+#include "services/ModemOpeners.h"
 
 #include <QHash>
 #include <QMap>
@@ -63,7 +65,7 @@ public:
     bool progressTextVisible() const { return m_progressTextVisible; }
     // Messages of the run that went as Unicode although the Unicode option was off, because
     // the GSM alphabet cannot carry their text; and the line that says so ("" when none).
-    int sentAsUnicode() const { return m_run ? m_run->sentAsUnicode() : 0; }
+    int sentAsUnicode() const { return m_run != nullptr ? m_run->sentAsUnicode() : 0; }
     QString unicodeSummary() const;
     // Ports that left the run before its end, and why ("Left the run after 3 refusals ..."),
     // and ports whose modem would not hand over delivery reports.
@@ -85,12 +87,12 @@ public:
 
     // While the operator is asked whether to stop, no port takes a new message; "No" lets
     // them go on where they were.
-    bool held() const { return m_run && m_run->held(); }
+    bool held() const { return m_run != nullptr && m_run->held(); }
     // A delayed-delivery pause is being taken.
     bool pausing() const { return m_pause.Pause_Timer_Running; }
 
     // True while the run's threads are still at work (tests wait on it).
-    bool running() const { return m_threads.running() || (m_run && m_run->threadsRunning()); }
+    bool running() const { return m_threads.running() || (m_run != nullptr && m_run->threadsRunning()); }
     // True once the run has come to its end (the status line shows kFinish).
     bool finished() const { return m_state == RunState::Finished; }
 
@@ -106,7 +108,7 @@ private:
     enum class RunState { Idle, Populating, Sending, Finished };
 
     RunSettings copyRunSettings() const;
-    QList<DeviceOpener> portOpeners() const;
+    QList<ModemChoice> chosenModems() const;
     void watch(SendingRun& run);
     void afterLoading(const QList<SendingItem>& items);
     void afterDevicesReleased();
@@ -128,7 +130,8 @@ private:
     Gsm_Bulk_Sms_Wnd& m_window;
     Operator& m_op;
     const JournalledRun m_noRun; // what items() shows before the first run: nothing
-    std::unique_ptr<SendingRun> m_run;
+    std::unique_ptr<CampaignRun> m_campaign;
+    SendingRun* m_run = nullptr; // the campaign's run, while there is one
     RecordTable m_table;
     bool m_deliveryReports = false; // asked for by the current run
     PauseCountdown m_pause;
@@ -138,9 +141,8 @@ private:
     std::atomic<bool> wait_to_fins_running{false};
     std::atomic<int> curr_send_item_4_th{0};
     std::atomic<int> tot_main_list_count{0};
-    std::atomic<bool> m_dlgClose{false};        // dlg_close "YES"
-    std::shared_ptr<SendingLock> m_sendingLock; // held from the run's start until its end
-    bool m_markedAtEnd = false;                 // the run's end marked items that were still waiting
+    std::atomic<bool> m_dlgClose{false}; // dlg_close "YES"
+    bool m_markedAtEnd = false;          // the run's end marked items that were still waiting
 
     // Window state (main thread).
     RunState m_state = RunState::Idle;

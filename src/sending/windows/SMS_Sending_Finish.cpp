@@ -37,15 +37,7 @@ void SMS_Sending::startCompletion() {
     Wait_to_finish_Th();
 }
 
-QString SMS_Sending::unicodeSummary() const {
-    const int count = sentAsUnicode();
-    if (count == 0)
-        return {};
-    return count == 1
-               ? QStringLiteral("1 message went as Unicode: the GSM alphabet cannot carry its text.")
-               : QStringLiteral("%1 messages went as Unicode: the GSM alphabet cannot carry their text.")
-                     .arg(count);
-}
+QString SMS_Sending::unicodeSummary() const { return ::unicodeSummary(sentAsUnicode()); }
 
 void SMS_Sending::Wait_to_finish_Th() {
     Clock::sleep(2s);
@@ -70,8 +62,7 @@ void SMS_Sending::Wait_to_finish_Th() {
     });
     wait_to_fins_running = false;
     const QString failure = dataFailure();
-    m_run->endRecord();
-    m_sendingLock.reset();
+    m_campaign->end();
     if (!failure.isEmpty()) {
         // What was written stays: once the disk has room, a resume sends the rest and nobody twice.
         m_op.Show_MessageBox(failure +

@@ -1,0 +1,32 @@
+#include "CampaignRun.h"
+
+#include "core/SendingLock.h"
+#include "sending/JournalledRun.h"
+
+CampaignRun::CampaignRun(const DataFolder& folder, Campaign campaign, QList<DeviceOpener> devices,
+                         std::shared_ptr<SendingLock> lock, Operator& op, PauseCountdown& pause,
+                         DelayedDeliveryPause::Hooks pauseHooks)
+    : m_rows(std::move(campaign.rows)), m_lock(std::move(lock)) {
+    campaign.settings.dataFolder = folder; // sent items and templates go beside the journal
+    m_run = std::make_unique<SendingRun>(std::move(campaign.settings), std::move(devices),
+                                         std::make_unique<JournalledRun>(folder), op, pause,
+                                         std::move(pauseHooks));
+}
+
+CampaignRun::~CampaignRun() = default;
+
+void CampaignRun::start() { m_run->start(std::exchange(m_rows, {})); }
+
+void CampaignRun::end() {
+    m_run->endRecord();
+    m_lock.reset();
+}
+
+QString unicodeSummary(int sentAsUnicode) {
+    if (sentAsUnicode == 0)
+        return {};
+    return sentAsUnicode == 1
+               ? QStringLiteral("1 message went as Unicode: the GSM alphabet cannot carry its text.")
+               : QStringLiteral("%1 messages went as Unicode: the GSM alphabet cannot carry their text.")
+                     .arg(sentAsUnicode);
+}

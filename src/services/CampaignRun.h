@@ -1,0 +1,44 @@
+#pragma once
+// One campaign sent through the engine, started alike by a main window's Send and by
+// `bulksms send`: the data folder's sending lock held from the start until the run has ended,
+// the run's record kept in the data folder (the journal), and one opener per device. Whoever
+// started it observes the run through its signals and ends it once the devices let it go.
+#include "sending/SendingRun.h"
+
+#include <memory>
+
+class SendingLock;
+
+// What one campaign sends: its rows (the number as sent, its message) and how.
+struct Campaign {
+    RunSettings settings;
+    QList<std::pair<QString, QString>> rows;
+};
+
+class CampaignRun {
+public:
+    // The lock is the starter's, taken before it asked the operator anything; the pause
+    // countdown and its hooks belong to the window (or command) that shows them.
+    CampaignRun(const DataFolder& folder, Campaign campaign, QList<DeviceOpener> devices,
+                std::shared_ptr<SendingLock> lock, Operator& op, PauseCountdown& pause,
+                DelayedDeliveryPause::Hooks pauseHooks);
+    ~CampaignRun();
+
+    // Loads the rows into the record and sends.
+    void start();
+    SendingRun& run() { return *m_run; }
+    const SendingRun& run() const { return *m_run; }
+    // The run's end once its devices let it go: its record closed (unless it could not be
+    // kept, so that a resume finds it) and the data folder left to the next sender.
+    void end();
+    bool ended() const { return m_lock == nullptr; }
+
+private:
+    QList<std::pair<QString, QString>> m_rows;
+    std::shared_ptr<SendingLock> m_lock;
+    std::unique_ptr<SendingRun> m_run;
+};
+
+// "N messages went as Unicode: …": what the run's end says of the messages the GSM alphabet
+// could not carry ("" when none).
+QString unicodeSummary(int sentAsUnicode);

@@ -1,0 +1,17 @@
+#pragma once
+// How a run opens the modems it sends through: each on its port, with the settings chosen for
+// it, through a session of its own.
+#include "gsm/ModemDevice.h"
+#include "sending/SendingRun.h"
+
+#include <functional>
+
+struct ModemChoice {
+    QString path;
+    ModemDetails details;
+};
+
+// One opener per modem, in the order given (at most SendingRun::kMaxDevices).
+// lineNotWorking runs on the run's thread when a port's line itself fails, for the operator to
+// be told; a modem that does not answer simply stays out of the run.
+QList<DeviceOpener> modemOpeners(const QList<ModemChoice>& modems, std::function<void()> lineNotWorking);
