@@ -21,6 +21,7 @@
 #include "gsm/SmsMode.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"
 #include "list/DefaultCountry.h"
+#include "list/ListNumbers.h"
 #include "list/LoadCounters.h"
 #include "sending/ResumeRun.h"
 #include "sending/windows/Bulk_SMSAppDelegate.h"
@@ -268,8 +269,8 @@ std::optional<int> fillList(SendRun& run, const NumberNormaliser& numbers) {
             ++run.invalid;
             continue;
         }
-        const QString n = window.Num_Able_To_insert(r.number, run.counts);
-        if (n.isEmpty()) {
+        const std::optional<AcceptedNumber> n = acceptNumber(r.number, numbers, run.counts);
+        if (!n) {
             const QString written = r.number.trimmed();
             const QString why = numbers.active() ? numbers.refusalOf(r.number) : QString();
             err(where + (why.isEmpty()
@@ -286,7 +287,7 @@ std::optional<int> fillList(SendRun& run, const NumberNormaliser& numbers) {
                     .arg(kMaxMessageLength));
             return 2;
         }
-        valid.append({n, r.message});
+        valid.append({n->written, r.message});
     }
     if (run.invalid > 0 && run.options.isSet(run.options.strict))
         return 2;

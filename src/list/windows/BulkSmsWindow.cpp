@@ -9,8 +9,8 @@
 #include "core/TextUtils.h"
 #include "list/DefaultCountry.h"
 #include "list/ListLoad.h"
+#include "list/ListNumbers.h"
 #include "text/NumberRules.h"
-#include "text/TextLines.h"
 
 #include <algorithm>
 #include <utility>
@@ -20,28 +20,6 @@ const QString kInvalidNumber = QStringLiteral("Please enter a valid phone number
 const QString kListEmpty = QStringLiteral("Phone numbers-Messages list is empty.");
 const QString kSelectRecord =
     QStringLiteral("Please select at least one record from the phone numbers-messages list to continue.");
-
-// Lines of a UTF-8 data file, without line ends; a missing file has none, nor one that
-// cannot be read (why then says so).
-QStringList readLines(const QString& path, QString& why) {
-    PrivateFile file(path);
-    if (!file.open(&why))
-        return {};
-    return TextLines::split(QString::fromUtf8(file.readAll()));
-}
-
-// Digits with at most a leading "+", no longer than a number may be: what normalising and
-// the character checks would give back unchanged and let through.
-bool isPlainNumber(const QString& s) {
-    const qsizetype size = s.size();
-    if (size == 0 || size > kMaxNumberLength)
-        return false;
-    const QChar* c = s.constData();
-    for (qsizetype i = c->unicode() == u'+' ? 1 : 0; i < size; ++i)
-        if (c[i].unicode() < u'0' || c[i].unicode() > u'9')
-            return false;
-    return true;
-}
 } // namespace
 
 BulkSmsWindow::BulkSmsWindow(Kind kind, Operator& op, DataFolder folder, DefaultCountry* country,
@@ -115,21 +93,10 @@ void BulkSmsWindow::insertIfAble(const QString& raw, const QString& message, Loa
 
 std::optional<BulkSmsWindow::Accepted> BulkSmsWindow::filterNumber(const QString& raw, bool claim,
                                                                    LoadCounters& counts) {
-    // Most cells and lines are a number as it is kept: nothing to normalise or check.
-    const bool plain = isPlainNumber(raw);
-    const QString s = plain ? raw : normaliseNumberText(raw);
-    if (s.isEmpty())
+    const std::optional<AcceptedNumber> n = acceptNumber(raw, m_country.normaliser(), counts);
+    if (!n)
         return std::nullopt;
-    ++counts.TOT_PROC;
-    if (!plain && (::Check_Ph_Number(s, false) || hasMisplacedPlus(s)))
-        return std::nullopt;
-    const NormalisedNumber n = m_country.normaliser().normalise(s);
-    if (!n.valid()) {
-        ++counts.impossibleNumbers;
-        return std::nullopt;
-    }
-    ++counts.TOT;
-    const QString& key = n.e164.isEmpty() ? n.written : n.e164;
+    const QString& key = n->e164.isEmpty() ? n->written : n->e164;
     // Inserting right after, into an open batch: the number is entered in the batch's index
     // by the same lookup that finds it is new.
     const bool claiming = claim && m_skipDuplicates && m_batchDepth > 0;
@@ -145,7 +112,7 @@ std::optional<BulkSmsWindow::Accepted> BulkSmsWindow::filterNumber(const QString
         ++counts.EXLD;
         return std::nullopt;
     }
-    return Accepted{n.written, n.e164, claiming};
+    return Accepted{n->written, n->e164, claiming};
 }
 
 QString BulkSmsWindow::validTypedNumber(const QString& raw) const {
@@ -280,27 +247,15 @@ bool BulkSmsWindow::Fill_Exclusion_Num_List() {
     if (!m_exclusion)
         return true;
     m_exclusionSet.clear();
-    m_folder.Check_Path_And_Create_Files();
     QString why;
-    const auto refused = [&] {
+    const std::optional<QStringList> numbers = appliedExclusionNumbers(m_folder, why);
+    if (!numbers) {
         op().Show_MessageBox(errorInFileAccessing(why));
         return false;
-    };
-    for (const QString& name : readLines(m_folder.AppExclusion_File_Path(), why)) {
-        // A list name is a plain file name; anything that could leave the folder is ignored.
-        if (name.isEmpty() || name.contains(QLatin1Char('/')) || name == QLatin1String("..") ||
-            name == QLatin1String(".")) {
-            if (!name.isEmpty())
-                Show_NSLog_Message(QStringLiteral("Ignored exclusion list name: %1").arg(name));
-            continue;
-        }
-        for (const QString& number : readLines(
-                 m_folder.Exclusion_Folder_Path() + QLatin1Char('/') + name + QStringLiteral(".OSTREL"), why))
-            Create_Exclusion_List(number);
-        if (!why.isEmpty())
-            return refused();
     }
-    return why.isEmpty() || refused();
+    for (const QString& number : *numbers)
+        Create_Exclusion_List(number);
+    return true;
 }
 
 void BulkSmsWindow::rejectTypedNumber(const QString& message) {
