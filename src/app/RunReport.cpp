@@ -2,7 +2,8 @@
 
 #include "ConsoleOutput.h"
 #include "core/RecordTable.h"
-#include "sending/windows/SMS_Sending.h"
+#include "sending/SendingRun.h"
+#include "services/CampaignRun.h"
 
 #include <QDateTime>
 #include <QJsonArray>
@@ -23,23 +24,25 @@ QString deliveryOf(const SendingItem& item, bool requested) {
 
 } // namespace
 
-RunReport::RunReport(SMS_Sending& job, Format format, QObject* parent)
-    : QObject(parent), m_job(job), m_format(format) {
-    // The table changes on this thread as each item moves on; a final status is printed once.
-    connect(&job.itemTable(), &RecordTable::rowChanged, this, [this](int row) { printItem(row); });
+RunReport::RunReport(SendingRun& run, Format format, QObject* parent)
+    : QObject(parent), m_run(run), m_format(format) {
+    // Each item's changes reach this thread as it moves on; a final status is printed once.
+    connect(&run, &SendingRun::itemChanged, this, [this](int index) { printItem(index); });
+    connect(&run, &SendingRun::deviceNote, this,
+            [this](const QString& device, const QString& note) { m_deviceNotes.insert(device, note); });
 }
 
 void RunReport::printItem(int index, bool runEnded) {
     if (m_printed.contains(index))
         return;
-    const SendingItem item = m_job.items().at(index);
+    const SendingItem item = m_run.record().at(index);
     // An item whose report was asked for is printed once the report came (or the run ended).
     if (item.status.isEmpty() || (item.delivery == kDeliveryPending && !runEnded))
         return;
     m_printed.insert(index);
     if (m_format == Format::Lines) {
         QString line = QStringLiteral("%1\t%2\t%3").arg(item.number, item.usePort, item.status);
-        if (m_job.deliveryReportsRequested())
+        if (m_run.settings().deliveryReports)
             line += QLatin1Char('\t') + item.delivery;
         printOut(line);
         return;
@@ -55,17 +58,16 @@ void RunReport::printItem(int index, bool runEnded) {
         {"sent", item.delivered()},
         {"references", references},
         {"attempts", item.attempts},
-        {"delivery", deliveryOf(item, m_job.deliveryReportsRequested())},
+        {"delivery", deliveryOf(item, m_run.settings().deliveryReports)},
     };
     printOut(QString::fromUtf8(QJsonDocument(line).toJson(QJsonDocument::Compact)));
 }
 
 void RunReport::finish() {
-    const QList<SendingItem> items = m_job.items().all();
+    const QList<SendingItem> items = m_run.record().all();
     for (int i = 0; i < items.size(); ++i)
         printItem(i, true);
-    const QMap<QString, QString> ports = m_job.portStatuses();
-    for (auto it = ports.cbegin(); it != ports.cend(); ++it)
+    for (auto it = m_deviceNotes.cbegin(); it != m_deviceNotes.cend(); ++it)
         printErr(it.key() + QStringLiteral(": ") + it.value());
     if (m_format == Format::Json)
         return; // a script reads the lines; the summary would not be JSON
@@ -74,16 +76,16 @@ void RunReport::finish() {
         sendable += !leftOutOnPurpose(item);
         sent += item.delivered();
     }
-    if (!m_job.unicodeSummary().isEmpty())
-        printOut(m_job.unicodeSummary());
+    if (const QString unicode = unicodeSummary(m_run.sentAsUnicode()); !unicode.isEmpty())
+        printOut(unicode);
     printOut(QStringLiteral("%1 of %2 recipients sent.").arg(sent).arg(sendable));
 }
 
 int RunReport::exitStatus() const {
-    if (!m_job.dataFailure().isEmpty())
+    if (!m_run.dataFailure().isEmpty())
         return kExitDataNotWritten;
     int sendable = 0, sent = 0;
-    for (const SendingItem& item : m_job.items().all()) {
+    for (const SendingItem& item : m_run.record().all()) {
         sendable += !leftOutOnPurpose(item);
         sent += item.delivered();
     }

@@ -1,18 +1,19 @@
 #pragma once
-// What `bulksms send` prints of a run: a line per recipient as soon as its message is
-// finished and, when reports were asked for, its delivery known (tab-separated, or JSON with
-// --json), and at the end a summary and the exit status
-// a script can act on.
+// What `bulksms send` prints of a run, through modems or a phone alike: a line per recipient
+// as soon as its message is finished and, when reports were asked for, its delivery known
+// (tab-separated, or JSON with --json), and at the end the devices that left the run, a
+// summary and the exit status a script can act on.
+#include <QMap>
 #include <QObject>
 #include <QSet>
 
-class SMS_Sending;
+class SendingRun;
 
 class RunReport : public QObject {
     Q_OBJECT
 public:
     enum class Format { Lines, Json };
-    RunReport(SMS_Sending& job, Format format, QObject* parent = nullptr);
+    RunReport(SendingRun& run, Format format, QObject* parent = nullptr);
 
     // Prints the items not printed yet (those finished when the list was loaded), the ports
     // that left the run, and the summary line.
@@ -29,7 +30,8 @@ public:
 private:
     void printItem(int index, bool runEnded = false);
 
-    SMS_Sending& m_job;
+    SendingRun& m_run;
+    QMap<QString, QString> m_deviceNotes; // devices that left the run, and why
     Format m_format;
     QSet<int> m_printed;
 };

@@ -7,14 +7,10 @@
 #include "Operator.h"
 #include "core/windows/Mobile_Sel_Wnd.h"
 
-bool Launch_Application(Operator& op, const DataFolder& folder, MainWindows& windows) {
-    MainWindowController& androidWindow = windows.android();
-    MainWindowController& gsmWindow = windows.gsm();
+bool openDataFolder(Operator& op, const DataFolder& folder) {
     folder.adoptForProcess();
-    androidWindow.windowDidLoad();
     if (!Create_Folder(folder.Resource_Path())) {
         op.Show_MessageBox(QStringLiteral("Can not access Bulk sms Data file."));
-        op.quitApplication();
         return false;
     }
     Create_Folder(folder.Created_Resource_Path());
@@ -22,6 +18,18 @@ bool Launch_Application(Operator& op, const DataFolder& folder, MainWindows& win
     if (const QStringList problems = makeDataTreePrivate(folder); !problems.isEmpty())
         op.Show_MessageBox(errorInFileAccessing(problems.join(QLatin1Char('\n'))));
     folder.Check_Path_And_Create_Files();
+    return true;
+}
+
+bool Launch_Application(Operator& op, const DataFolder& folder, MainWindows& windows) {
+    MainWindowController& androidWindow = windows.android();
+    MainWindowController& gsmWindow = windows.gsm();
+    folder.adoptForProcess(); // before the windows read their settings from it
+    androidWindow.windowDidLoad();
+    if (!openDataFolder(op, folder)) {
+        op.quitApplication();
+        return false;
+    }
     gsmWindow.windowDidLoad();
 
     androidWindow.setTextChangeNotifications(true);

@@ -78,6 +78,7 @@ public:
     bool held() const { return m_held; }
 
     const RunRecord& record() const { return *m_record; }
+    const RunSettings& settings() const { return m_settings; }
     bool stopRequested() const { return m_stop.stop_requested(); }
     std::stop_token stopToken() const { return m_stop.get_token(); }
     bool anyWaitingOrSending() const { return m_record->anyWaitingOrSending(); }

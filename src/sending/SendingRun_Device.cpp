@@ -207,7 +207,9 @@ bool SendingRun::finishSent(Worker& worker, const RunRecord::Claim& claim, const
     if (!m_record->finish(claim.index, outcome, doneOn(worker), worker.reportsRouted))
         return false;
     checkRecord();
-    if (!m_settings.unicode && Check_UNICODE_Message(message.text) && outcome.delivered())
+    // A modem codes what the run hands it; a phone chooses its coding itself.
+    if (m_settings.road == kGsmRoad && !m_settings.unicode && Check_UNICODE_Message(message.text) &&
+        outcome.delivered())
         ++m_sentAsUnicode;
     show(claim.index, true);
     QString why;

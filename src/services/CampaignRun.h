@@ -39,6 +39,14 @@ private:
     std::unique_ptr<SendingRun> m_run;
 };
 
+// A list whose every message is blank: through modems the operator is asked first; a phone
+// refuses it.
+inline const QString kBlankListQuestion = QStringLiteral(
+    "\nYou have composed no text message yet for any of the contacts in the entire list. This action will "
+    "send blank message to all the contacts in list.\n\nAre you sure you want to continue?");
+inline const QString kBlankListRefusal =
+    QStringLiteral("\nYou have composed no text message yet for any of the contacts in the entire list.");
+
 // "N messages went as Unicode: …": what the run's end says of the messages the GSM alphabet
 // could not carry ("" when none).
 QString unicodeSummary(int sentAsUnicode);

@@ -68,7 +68,11 @@ TEST_F(AndroidCommandLineTest, SendsTheListInEachModeAndThePhoneAgrees) {
                                      "+447700900002", "--message", text, "--yes"},
                                     exitCode);
         EXPECT_EQ(exitCode, 0) << errors.toStdString();
-        EXPECT_EQ(out, QStringList{"2 of 2 recipients sent."}) << errors.toStdString();
+        // A line per recipient, as through modems, then the summary.
+        ASSERT_EQ(out.size(), 3) << out.join('\n').toStdString();
+        EXPECT_TRUE(out.at(0).startsWith("+447700900001\tVIRTUAL PHONE 5G\t")) << out.at(0).toStdString();
+        EXPECT_TRUE(out.at(1).startsWith("+447700900002\tVIRTUAL PHONE 5G\t")) << out.at(1).toStdString();
+        EXPECT_EQ(out.at(2), "2 of 2 recipients sent.");
         EXPECT_EQ(messages(),
                   (QStringList{"+447700900001|" + text + "|" + mode, "+447700900002|" + text + "|" + mode}));
         EXPECT_TRUE(server->log().events("injection").isEmpty());

@@ -52,8 +52,7 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     if (!Send_Msg_Info_Check())
         return;
     if (Blank_Msg_Chk()) {
-        op().Show_MessageBox(QStringLiteral(
-            "\nYou have composed no text message yet for any of the contacts in the entire list."));
+        op().Show_MessageBox(kBlankListRefusal);
         return;
     }
     qint64 holder = 0;

@@ -42,11 +42,7 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
         m_messageIs = composerText();
         if (!Check_Delayed_Delivery_Choices())
             return;
-        if (Blank_Msg_Chk() &&
-            !op().Show_YES_NO_MessageBox(QStringLiteral(
-                "\nYou have composed no text message yet for any of the contacts in the entire list. This "
-                "action will "
-                "send blank message to all the contacts in list.\n\nAre you sure you want to continue?")))
+        if (Blank_Msg_Chk() && !op().Show_YES_NO_MessageBox(kBlankListQuestion))
             return;
         if (!Send_Msg_Info_Check())
             return;

@@ -1,0 +1,108 @@
+#include "CommandRun.h"
+
+#include "ConsoleOutput.h"
+#include "StopSignals.h"
+#include "core/Operator.h"
+#include "stores/ExportFile.h"
+#include "stores/windows/ExportDialogs.h"
+
+#include <QEventLoop>
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace {
+
+// "3 / 10 Message or 30.00%", as the job window counts: a bar redrawn in place on a
+// terminal, a line per step otherwise.
+class ProgressLines {
+public:
+    explicit ProgressLines(int total) : m_total(total), m_terminal(::isatty(STDERR_FILENO) == 1) {}
+    ~ProgressLines() {
+        if (m_terminal && m_shown)
+            std::fprintf(stderr, "\n");
+    }
+    void finished() {
+        if (m_total <= 0)
+            return;
+        const int current = qBound(1, ++m_done, m_total);
+        const int percent = current * 100 / m_total;
+        const QString text = QStringLiteral("%1 / %2 Message or %3%")
+                                 .arg(current)
+                                 .arg(m_total)
+                                 .arg(QString::number(percent, 'f', 2));
+        m_shown = true;
+        if (!m_terminal) {
+            printErr(text);
+            return;
+        }
+        constexpr int kWidth = 30;
+        const int filled = kWidth * current / m_total;
+        const QString bar = QStringLiteral("[") + QString(filled, u'#') + QString(kWidth - filled, u'.') +
+                            QStringLiteral("] ");
+        std::fprintf(stderr, "\r%s%s   ", bar.toLocal8Bit().constData(), text.toLocal8Bit().constData());
+    }
+
+private:
+    const int m_total;
+    const bool m_terminal;
+    int m_done = 0;
+    bool m_shown = false;
+};
+
+// What the job window says at the run's end.
+QString endWords(const SendingRun& run) {
+    if (const QString failure = run.dataFailure(); !failure.isEmpty())
+        // What was written stays: once the disk has room, a resume sends the rest and nobody twice.
+        return failure + QStringLiteral("\n\nNothing more was sent. Once the data can be written again, "
+                                        "resume the run to send the rest.");
+    return run.stopRequested() ? QStringLiteral("SMS Sending process is stopped")
+                               : QStringLiteral("SMS Sending process is finished.");
+}
+
+// Writes the run's report; an exit status when it could not be written.
+std::optional<int> writeReport(const SendingRun& run, const CommandRunOptions& options) {
+    QList<ReportItem> reported;
+    for (const SendingItem& item : run.record().all())
+        if (statusPassesFilter(item.status, options.reportGroup))
+            reported.append({item.number, item.message, item.currentStatus, item.status});
+    QString why;
+    if (!writeSendingReport(options.reportPath, options.reportFormat, reported, &why)) {
+        printErr(errorInFileAccessing(why));
+        return kExitDataNotWritten;
+    }
+    printErr(QStringLiteral("Report written to %1").arg(options.reportPath));
+    return std::nullopt;
+}
+
+} // namespace
+
+int runCampaign(CampaignRun& campaign, Operator& op, const CommandRunOptions& options) {
+    SendingRun& run = campaign.run();
+    RunReport results(run, options.format);
+    std::optional<ProgressLines> progress;
+    QEventLoop ended;
+    QObject::connect(&run, &SendingRun::loaded, &ended,
+                     [&progress](const QList<SendingItem>& items) { progress.emplace(int(items.size())); });
+    QObject::connect(&run, &SendingRun::itemChanged, &ended,
+                     [&progress](int, const SendingItem&, bool counted) {
+                         if (counted && progress)
+                             progress->finished();
+                     });
+    QObject::connect(&run, &SendingRun::devicesReleased, &ended, &QEventLoop::quit);
+    StopSignals::install([&run] {
+        run.stop(); // as after Stop: the rest is marked, the record kept
+        return true;
+    });
+    campaign.start();
+    ended.exec();
+    run.join();
+    progress.reset();
+    campaign.end();
+    op.Show_MessageBox(endWords(run));
+    results.finish();
+    if (!options.reportPath.isEmpty())
+        if (const std::optional<int> failed = writeReport(run, options))
+            return *failed;
+    return results.exitStatus();
+}

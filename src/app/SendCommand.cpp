@@ -1,0 +1,418 @@
+#include "SendCommand.h"
+
+#include "CommandLineInputs.h"
+#include "CommandLineStores.h"
+#include "CommandRun.h"
+#include "ConsoleOperator.h"
+#include "ConsoleOutput.h"
+#include "SendDevices.h"
+#include "SendOptions.h"
+#include "core/FileUtils.h"
+#include "core/Launch.h"
+#include "core/SendingLock.h"
+#include "delivery/DelaySchedule.h"
+#include "list/DefaultCountry.h"
+#include "list/ListNumbers.h"
+#include "list/LoadCounters.h"
+#include "sending/ResumeRun.h"
+#include "stores/ExportFile.h"
+#include "text/NumberRules.h"
+#include "text/SmsParts.h"
+
+using namespace std::chrono_literals;
+
+namespace {
+
+void out(const QString& text) { printOut(text); }
+void err(const QString& text) { printErr(text); }
+
+// The entry of a drop-down list that reads as the text, spacing aside; "" when none does.
+QString choiceMatching(const QStringList& entries, const QString& text) {
+    for (const QString& entry : entries)
+        if (entry.simplified() == text.simplified())
+            return entry;
+    return {};
+}
+
+QString simplifiedChoices(const QStringList& entries) {
+    QStringList choices;
+    for (const QString& entry : entries)
+        choices << QLatin1Char('"') + entry.simplified() + QLatin1Char('"');
+    return choices.join(QStringLiteral(", "));
+}
+
+// Takes the data folder's sending lock, and settles a run that did not end: a new run never
+// replaces its record unless told to discard it. An exit status when the command ends here.
+std::optional<int> claimDataFolder(const DataFolder& folder, std::shared_ptr<SendingLock>& lock,
+                                   bool resuming, bool discardUnfinished, const QString& road) {
+    qint64 holder = 0;
+    QString why;
+    lock = SendingLock::acquire(folder, &holder, &why);
+    if (!lock) {
+        err(SendingLock::refusal(holder, why));
+        return holder < 0 ? kExitDataNotWritten : RunReport::kAnotherSender;
+    }
+    QString unreadable;
+    const std::optional<RunJournal::Unfinished> unfinished =
+        resuming ? std::nullopt : RunJournal::load(folder, &unreadable, road);
+    if (!unreadable.isEmpty()) {
+        err(errorInFileAccessing(unreadable));
+        return kExitDataNotWritten;
+    }
+    if (!unfinished)
+        return std::nullopt;
+    const QString counts = QStringLiteral("(%1 of %2 sent)").arg(unfinished->sent()).arg(unfinished->total());
+    if (!discardUnfinished) {
+        err(QStringLiteral(
+                "A run that did not end %1 is kept in the data folder: resume it with --resume, or "
+                "discard it with --discard-unfinished.")
+                .arg(counts));
+        return 2;
+    }
+    RunJournal::discard(folder, road);
+    err(QStringLiteral("The run that did not end %1 was discarded.").arg(counts));
+    return std::nullopt;
+}
+
+// What one "bulksms send" works on, gathered step by step.
+struct SendRun {
+    SendRun(const SendOptions& o, ConsoleOperator& op_, const DataFolder& folder_, DefaultCountry& country_)
+        : options(o), op(op_), folder(folder_), country(country_), throughAndroid(o.isSet(o.android)),
+          road(throughAndroid ? kAndroidRoad : kGsmRoad) {}
+    const SendOptions& options;
+    ConsoleOperator& op;
+    const DataFolder& folder;
+    DefaultCountry& country;
+    const bool throughAndroid;
+    const QString road;
+    QList<Recipient> raw;     // as given, before the list's filter
+    QList<Recipient> refused; // with a default country: the number, and why it cannot exist
+    int invalid = 0;
+    LoadCounters counts; // what the list's filter made of them
+    ResumePlan resumed;
+    Campaign campaign; // the rows in the order given (each number as it is sent), and how they go
+};
+
+// What --report and --report-filter ask for.
+struct ReportChoice {
+    ExportFormat format = ExportFormat::Text;
+    int group = 0; // statusPassesFilter's
+};
+
+// The report's file format and item group; an exit status when they are wrong.
+std::optional<int> readReportChoice(const SendOptions& o, ReportChoice& choice) {
+    choice.group = reportFilterOf(o.value(o.reportFilter));
+    if (o.isSet(o.report) && !reportFormatOf(o.value(o.report), choice.format)) {
+        err(QStringLiteral("The report file must end in .txt, .html or .xlsx: %1").arg(o.value(o.report)));
+        return 2;
+    }
+    if (choice.group < 0) {
+        err(QStringLiteral("--report-filter is all, sent or unsent."));
+        return 2;
+    }
+    return std::nullopt;
+}
+
+// The message and the recipients as given (arguments, then the file's, in order).
+std::optional<int> readRecipients(const SendOptions& o, QList<Recipient>& raw) {
+    QString text = o.value(o.message);
+    QString reason;
+    if (o.isSet(o.messageFile) && !messageFromFile(o.value(o.messageFile), text, reason)) {
+        err(reason);
+        return 2;
+    }
+    // Never cut without a word: a message over the limit is refused whole.
+    if (text.size() > kMaxMessageLength) {
+        err(QStringLiteral("The message is %1 characters long; the limit is %2.")
+                .arg(text.size())
+                .arg(kMaxMessageLength));
+        return 2;
+    }
+    for (const QString& number : o.values(o.to))
+        raw.append({number, text});
+    if (!o.isSet(o.numbersFile))
+        return std::nullopt;
+    WorkbookInput workbook;
+    workbook.sheet = o.value(o.sheet).toInt();
+    workbook.header = o.isSet(o.header);
+    workbook.numberColumns = o.values(o.numberColumn);
+    workbook.messageColumn = o.value(o.messageColumn);
+    workbook.templateText = o.value(o.templateText);
+    if (!recipientsFromFile(o.value(o.numbersFile), text, workbook, raw, reason)) {
+        err(reason);
+        return 2;
+    }
+    return std::nullopt;
+}
+
+// Takes up the run that did not end: its recipients still to send join the list. An exit status
+// when there is nothing to take up, or nothing left to send.
+std::optional<int> resumeUnfinished(SendRun& run) {
+    const SendOptions& o = run.options;
+    QString unreadable;
+    const std::optional<RunJournal::Unfinished> unfinished =
+        RunJournal::load(run.folder, &unreadable, run.road);
+    if (!unreadable.isEmpty()) {
+        err(errorInFileAccessing(unreadable));
+        return kExitDataNotWritten;
+    }
+    if (!unfinished) {
+        err(QStringLiteral("There is no unfinished run to resume."));
+        return 2;
+    }
+    const bool again = o.isSet(o.resendUnknown);
+    const ResumePlan& resumed = run.resumed = planResume(*unfinished, again);
+    err(QStringLiteral("Resuming the unfinished run: %1 of %2 sent, %3 to send.")
+            .arg(resumed.sent)
+            .arg(resumed.total)
+            .arg(resumed.toSend.size()));
+    for (const RunJournal::Entry& entry : resumed.carried + resumed.toSend)
+        if (entry.unknown)
+            err(QStringLiteral("%1\t%2: %3")
+                    .arg(entry.number, RunJournal::kUnknown,
+                         again ? QStringLiteral("sent again")
+                               : QStringLiteral("--resend-unknown sends it again")));
+    for (const RunJournal::Entry& entry : resumed.toSend)
+        run.raw.append({entry.number, entry.message});
+    if (!run.raw.isEmpty())
+        return std::nullopt;
+    RunJournal::discard(run.folder, run.road);
+    out(QStringLiteral("%1 of %2 recipients sent.").arg(resumed.sent).arg(resumed.total));
+    return resumed.sent + resumed.unknown == resumed.total ? 0 : RunReport::kSomeFailed;
+}
+
+// Puts every valid recipient in the campaign, in the order given; names each one refused.
+std::optional<int> fillList(SendRun& run, const NumberNormaliser& numbers) {
+    for (const Recipient& r : run.raw) {
+        // A file's rejections are named by line ("line 3: ..."), so the operator can find them.
+        const QString where = r.line > 0 ? QStringLiteral("line %1: ").arg(r.line) : QString();
+        if (!r.rejected.isEmpty()) {
+            err(where + r.rejected);
+            ++run.invalid;
+            continue;
+        }
+        const std::optional<AcceptedNumber> n = acceptNumber(r.number, numbers, run.counts);
+        if (!n) {
+            const QString written = r.number.trimmed();
+            const QString why = numbers.active() ? numbers.refusalOf(r.number) : QString();
+            err(where + (why.isEmpty()
+                             ? QStringLiteral("Not a valid phone number: %1").arg(written)
+                             : QStringLiteral("Not a valid phone number: %1 (%2)").arg(written, why)));
+            run.refused.append({written, why});
+            ++run.invalid;
+            continue;
+        }
+        if (r.message.size() > kMaxMessageLength) {
+            err(QStringLiteral("The message for %1 is %2 characters long; the limit is %3.")
+                    .arg(r.number.trimmed())
+                    .arg(r.message.size())
+                    .arg(kMaxMessageLength));
+            return 2;
+        }
+        run.campaign.rows.append({n->e164.isEmpty() ? n->written : n->e164, r.message});
+    }
+    if (run.invalid > 0 && run.options.isSet(run.options.strict))
+        return 2;
+    return std::nullopt;
+}
+
+// The numbers of the applied exclusion lists, in the form the rows are sent in.
+std::optional<int> readExclusions(SendRun& run, const NumberNormaliser& numbers) {
+    QString why;
+    const std::optional<QStringList> listed = appliedExclusionNumbers(run.folder, why);
+    if (!listed) {
+        err(errorInFileAccessing(why));
+        return kExitDataNotWritten;
+    }
+    for (const QString& number : *listed) {
+        const QString e164 = numbers.active() ? numbers.normalise(number).e164 : QString();
+        run.campaign.settings.excludedNumbers.insert(e164.isEmpty() ? number : e164);
+    }
+    return std::nullopt;
+}
+
+// A pause as --pause-every and --pause-for ask, in the window's own entries.
+std::optional<int> readPause(SendRun& run) {
+    const SendOptions& o = run.options;
+    if (!o.isSet(o.pauseEvery) && !o.isSet(o.pauseFor))
+        return std::nullopt;
+    // The window's own entries, whatever the spacing typed ("5 Seconds" is "5  Seconds").
+    const QString count = choiceMatching(delayedCountEntries(), o.value(o.pauseEvery));
+    const QString length = choiceMatching(delayedTimeEntries(), o.value(o.pauseFor));
+    if (count.isEmpty() || length.isEmpty()) {
+        err(QStringLiteral("A pause needs --pause-every (one of %1) and --pause-for (one of %2).")
+                .arg(simplifiedChoices(delayedCountEntries()), simplifiedChoices(delayedTimeEntries())));
+        return 2;
+    }
+    run.campaign.settings.schedule = parseDelaySchedule(true, count, length);
+    return std::nullopt;
+}
+
+// How the run goes, as the options ask: coding, type, filters, what is kept, retries, pauses.
+std::optional<int> applyOptions(SendRun& run, const NumberNormaliser& numbers) {
+    const SendOptions& o = run.options;
+    RunSettings& s = run.campaign.settings;
+    bool retriesOk = false;
+    s.retries = o.value(o.retries).toInt(&retriesOk);
+    if (!retriesOk || s.retries < 0 || s.retries > RunSettings::kMaxRetries) {
+        err(QStringLiteral("--retries takes 0 to %1, not \"%2\"")
+                .arg(RunSettings::kMaxRetries)
+                .arg(o.value(o.retries)));
+        return 2;
+    }
+    s.road = run.road;
+    s.skipDuplicates = o.isSet(o.skip);
+    s.exclusion = o.isSet(o.exclusion);
+    if (s.exclusion)
+        if (const std::optional<int> end = readExclusions(run, numbers))
+            return end;
+    s.saveSentItems = o.isSet(o.saveSent);
+    s.saveTemplates = o.isSet(o.saveTemplates);
+    s.carried = run.resumed.carried;
+    if (run.throughAndroid) {
+        // The phone chooses the coding; its sent items have no status.
+        s.sentItemsPath = run.folder.SentItemAnd_File_Path();
+        s.sentItemsWithStatus = false;
+    } else {
+        s.unicode = o.isSet(o.unicode);
+        s.plainPunctuation = o.isSet(o.plainPunctuation);
+        s.flash = o.isSet(o.flash);
+        s.deliveryReports = o.isSet(o.deliveryReports);
+        s.sentItemsPath = run.folder.SentItem_File_Path();
+        s.openingGap = 2s; // modems wake one after another
+    }
+    return readPause(run);
+}
+
+// The final list on standard output, each number with its fate; the cost on standard error.
+int printDryRun(const SendRun& run, const NumberNormaliser& numbers) {
+    const RunSettings& s = run.campaign.settings;
+    QSet<QString> seen;
+    int messages = 0, parts = 0, unicodeMessages = 0;
+    for (const auto& [number, message] : run.campaign.rows) {
+        QString fate = QStringLiteral("send");
+        if (s.exclusion && s.excludedNumbers.contains(number))
+            fate = QStringLiteral("excluded");
+        else if (s.skipDuplicates && seen.contains(number))
+            fate = QStringLiteral("skipped");
+        seen.insert(number);
+        out(QStringLiteral("%1\t%2\t%3").arg(number, fate, message));
+        if (fate != QLatin1String("send"))
+            continue;
+        const QString asSent = s.plainPunctuation ? SmsParts::withPlainPunctuation(message) : message;
+        const SmsParts::Cost cost = SmsParts::costOf(asSent, s.unicode);
+        ++messages;
+        parts += cost.parts;
+        unicodeMessages += cost.coding == SmsCoding::Ucs2;
+    }
+    // With a default country the refused numbers follow, each with the reason.
+    if (numbers.active())
+        for (const Recipient& r : run.refused)
+            out(QStringLiteral("%1\tinvalid: %2").arg(r.number, r.message));
+    // The list stays alone on standard output, for scripts; the cost goes beside it.
+    err(QStringLiteral("%1 messages to send in %2 SMS parts (%3 as Unicode); %4 rejected.")
+            .arg(messages)
+            .arg(parts)
+            .arg(unicodeMessages)
+            .arg(run.invalid));
+    return 0;
+}
+
+// Everything before the devices: the list filled, the options read.
+std::optional<int> prepareSend(SendRun& run) {
+    const SendOptions& o = run.options;
+    if (o.isSet(o.resume))
+        if (const std::optional<int> end = resumeUnfinished(run))
+            return end;
+    if (o.isSet(o.country) && !run.country.set(o.value(o.country))) {
+        err(QStringLiteral("--country takes a region code such as GB, or none, not \"%1\"")
+                .arg(o.value(o.country)));
+        return 2;
+    }
+    const NumberNormaliser numbers = run.country.normaliser();
+    // Only validity filters the list; duplicates and exclusions are marked by the run itself.
+    if (const std::optional<int> end = fillList(run, numbers))
+        return end;
+    if (run.campaign.rows.isEmpty()) {
+        err(QStringLiteral("No recipients."));
+        return 2;
+    }
+    if (const std::optional<int> end = applyOptions(run, numbers))
+        return end;
+    if (o.isSet(o.dryRun))
+        return printDryRun(run, numbers);
+    return std::nullopt;
+}
+
+// A list of blank messages goes out only when the operator agrees (through a phone, never).
+bool blankMessagesAccepted(const SendRun& run) {
+    for (const auto& row : run.campaign.rows)
+        if (!row.second.isEmpty())
+            return true;
+    if (run.throughAndroid) {
+        run.op.Show_MessageBox(kBlankListRefusal);
+        return false;
+    }
+    return run.op.Show_YES_NO_MessageBox(kBlankListQuestion);
+}
+
+// The devices chosen, opened by the run: the modems found (those of --device), or the phone.
+std::optional<int> chooseDevices(SendRun& run, QList<DeviceOpener>& openers,
+                                 std::shared_ptr<std::function<void()>> stopRun) {
+    const SendOptions& o = run.options;
+    if (!run.throughAndroid)
+        return chooseModems(run.op, o.values(o.device), run.campaign.settings, openers);
+    return choosePhone(run.op, run.folder, o.value(o.serial), o.value(o.mode), run.campaign.settings, openers,
+                       std::move(stopRun));
+}
+
+} // namespace
+
+int runSend(const QStringList& arguments) {
+    SendOptions o;
+    if (const std::optional<int> end = parseCommandLine(o.parser, arguments.mid(1)))
+        return *end;
+    ReportChoice report;
+    QList<Recipient> raw;
+    if (const std::optional<int> end = readReportChoice(o, report))
+        return *end;
+    if (const std::optional<int> end = readRecipients(o, raw))
+        return *end;
+    if (o.isSet(o.resume) && o.isSet(o.discardUnfinished)) {
+        err(QStringLiteral("--resume and --discard-unfinished exclude each other."));
+        return 2;
+    }
+
+    ConsoleOperator op(o.isSet(o.yes));
+    const DataFolder folder = DataFolder::fromEnvironment();
+    if (!openDataFolder(op, folder))
+        return 2;
+    DefaultCountry country;
+    country.load(folder);
+    SendRun run(o, op, folder, country);
+    run.raw = raw;
+    // Held until this process ends: one sender per data folder, and the unfinished run's
+    // record is looked at only by the process that may continue it.
+    std::shared_ptr<SendingLock> lock;
+    if (!o.isSet(o.dryRun))
+        if (const std::optional<int> refused =
+                claimDataFolder(folder, lock, o.isSet(o.resume), o.isSet(o.discardUnfinished), run.road))
+            return *refused;
+    if (const std::optional<int> end = prepareSend(run))
+        return *end;
+    if (!blankMessagesAccepted(run))
+        return RunReport::kNothingSent;
+    QList<DeviceOpener> openers;
+    const auto stopRun = std::make_shared<std::function<void()>>();
+    if (const std::optional<int> end = chooseDevices(run, openers, stopRun))
+        return *end;
+    PauseCountdown pause(PauseCountdown::Variant::SendingJob, [](const QString&) {});
+    CampaignRun campaign(folder, std::move(run.campaign), std::move(openers), lock, op, pause, {});
+    *stopRun = [&campaign] { campaign.run().stop(); };
+    CommandRunOptions how;
+    how.format = o.isSet(o.json) ? RunReport::Format::Json : RunReport::Format::Lines;
+    how.reportPath = o.value(o.report);
+    how.reportFormat = report.format;
+    how.reportGroup = report.group;
+    return runCampaign(campaign, op, how);
+}
