@@ -3,12 +3,16 @@
 #include "ConsoleOutput.h"
 #include "StopSignals.h"
 #include "android/AndroidDevices.h"
+#include "android/AndroidModeTrial.h"
 #include "android/windows/Android_Ph_List_Wnd.h"
-#include "android/windows/Android_TroubleShooting.h"
+#include "core/FileUtils.h"
+#include "core/Operator.h"
 #include "core/WorkerThread.h"
 #include "device/DeviceRecord.h"
 #include "device/TestCaseRecord.h"
 #include "sending/windows/Bulk_SMSAppDelegate.h"
+#include "services/PhoneList.h"
+#include "services/PhoneModeTrials.h"
 
 #include <QSet>
 
@@ -54,19 +58,53 @@ bool selectPhone(Bulk_SMSAppDelegate& window, Operator& op, const QString& seria
 
 } // namespace
 
-int testAndroidPhone(Bulk_SMSAppDelegate& window, Operator& op, const QString& serial,
-                     const QString& number) {
-    if (!selectPhone(window, op, serial))
+std::optional<ChosenPhone> choosePhone(Operator& op, const DataFolder& folder, const QString& serial) {
+    pointAdbAt(serial);
+    PhoneSearch search(op, folder, PhoneQuery{serial, {}});
+    const PhoneSearch::Outcome found = onWorker([&search] { return search.searchOnce(); });
+    if (const std::optional<PhoneSearch::Problem> problem = PhoneSearch::problemOf(found))
+        printErr(problem->title + QStringLiteral(": ") + problem->text);
+    if (found != PhoneSearch::Outcome::Connected) {
+        printErr(QStringLiteral("No phone ready to send with."));
+        return std::nullopt;
+    }
+    const PhoneSearch::Outcome checked = onWorker([&search] { return search.recheck(); });
+    if (checked != PhoneSearch::Outcome::Connected) {
+        if (checked != PhoneSearch::Outcome::More)
+            op.Show_MessageBox(QStringLiteral("Mobile device is not ready."));
+        printErr(QStringLiteral("The phone could not be selected."));
+        return std::nullopt;
+    }
+    const QString attached = onWorker([&search] { return search.attachedSerial(); });
+    ChosenPhone phone = chosenPhone(search.rows(), search.deviceLine(), attached);
+    printErr(QStringLiteral("Phone: %1").arg(phone.caption));
+    return phone;
+}
+
+int testAndroidPhone(Operator& op, const DataFolder& folder, const QString& serial, const QString& number) {
+    const std::optional<ChosenPhone> phone = choosePhone(op, folder, serial);
+    if (!phone)
         return 2;
-    Android_TroubleShooting test(op, window.dataFolder(), window.androidSelection(), window.selection());
-    test.open(window.deviceCaption());
-    test.setTestNumberText(number);
-    test.Start_Btn();
-    if (!test.testing())
-        return 2; // refused: the reason was shown
-    test.waitForTest();
+    QString problem;
+    const QString checkedNumber = AndroidModeTrial::checkedTestNumber(number, problem);
+    if (!problem.isEmpty()) {
+        op.Show_MessageBox(problem);
+        return 2;
+    }
+    RecordList cases = PhoneModeTrials::caseRows(phone->caption);
+    const PhoneModeTrials::Progress progress{[](int, const QString&) {},
+                                             [&](int index, const QString& status, const QString& fileError) {
+                                                 if (!fileError.isEmpty())
+                                                     op.Show_MessageBox(errorInFileAccessing(fileError));
+                                                 cases[index].insert(kCaseStatusKey, status);
+                                             }};
+    const PhoneModeTrials::Trial trial{checkedNumber, phone->caption, phone->details, {}};
+    const PhoneSearch::Outcome ready =
+        onWorker([&] { return PhoneModeTrials(op, folder, serial).run(trial, progress); });
+    if (ready != PhoneSearch::Outcome::Connected && ready != PhoneSearch::Outcome::More)
+        op.Show_MessageBox(kNoPhoneSelectedMessage);
     bool anyWorked = false;
-    for (const Record& c : test.cases().records()) {
+    for (const Record& c : cases) {
         printOut(QStringLiteral("%1\t%2\t%3\t%4")
                      .arg(c.value(kPhoneCaseLabelKey), c.value(kCaseCodeKey), c.value(kCaseDescriptionKey),
                           c.value(kCaseStatusKey)));
@@ -76,27 +114,17 @@ int testAndroidPhone(Bulk_SMSAppDelegate& window, Operator& op, const QString& s
 }
 
 int listAndroidDevices(const DataFolder& folder, const QString& serial) {
-    pointAdbAt(serial);
-    const QString list = onWorker([&serial] { return Get_Android_Device_List(PhoneQuery{serial, {}}); });
-    int phones = 0;
-    for (const QString& entry : list.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
-        const QString phone = entry.trimmed().section(QLatin1Char('\t'), 0, 0);
-        const QString state = entry.trimmed().section(QLatin1Char('\t'), 1).trimmed();
-        ++phones;
-        QString text = phone + QLatin1Char('\t') + state;
-        if (state == QLatin1String("device")) {
-            pointAdbAt(phone);
-            const RecordList rows = onWorker([&folder] { return readDeviceProperties(folder); });
-            for (const Record& row : rows)
-                text += QLatin1Char('\t') + row.value(kPortNameKey).trimmed() + QStringLiteral(": ") +
-                        row.value(kPortDetailKey);
-            pointAdbAt(serial);
-        }
+    const QList<ListedPhone> phones = onWorker([&] { return listPhones(folder, serial); });
+    for (const ListedPhone& phone : phones) {
+        QString text = phone.serial + QLatin1Char('\t') + phone.state;
+        for (const Record& row : phone.properties)
+            text += QLatin1Char('\t') + row.value(kPortNameKey).trimmed() + QStringLiteral(": ") +
+                    row.value(kPortDetailKey);
         printOut(text);
     }
-    if (phones == 0)
+    if (phones.isEmpty())
         printErr(QStringLiteral("No Android phone found."));
-    return phones > 0 ? 0 : 1;
+    return phones.isEmpty() ? 1 : 0;
 }
 
 int sendThroughAndroid(Bulk_SMSAppDelegate& window, Operator& op, const QString& serial,

@@ -1,7 +1,11 @@
 #pragma once
 // The Android side of the command-line tool: the phones adb sees, and sending a list through
 // one of them as the Android window does.
+#include "services/PhoneSearch.h"
+
 #include <QString>
+
+#include <optional>
 
 class Bulk_SMSAppDelegate;
 class DataFolder;
@@ -10,10 +14,15 @@ class Operator;
 // "bulksms devices --android": one line per phone with its state and properties.
 int listAndroidDevices(const DataFolder& folder, const QString& serial);
 
+// Finds the phone (serial: "" = the one phone attached) and checks it as Select does, saying
+// why when there is none; prints "Phone: <caption>" for the phone it chose. adb's commands go
+// to the given serial from now on (ANDROID_SERIAL).
+std::optional<ChosenPhone> choosePhone(Operator& op, const DataFolder& folder, const QString& serial);
+
 // Finds and selects the phone, applies the mode ("single-shot", "standard", "classic") and
 // sends the window's list; prints a progress line per record and the summary.
 int sendThroughAndroid(Bulk_SMSAppDelegate& window, Operator& op, const QString& serial, const QString& mode);
 
-// Finds and selects the phone and runs the automated mode test with messages to number;
+// Finds and chooses the phone and runs the automated mode test with messages to number;
 // prints one line per case. 0 when a mode worked, 1 when none did, 2 without a phone.
-int testAndroidPhone(Bulk_SMSAppDelegate& window, Operator& op, const QString& serial, const QString& number);
+int testAndroidPhone(Operator& op, const DataFolder& folder, const QString& serial, const QString& number);

@@ -114,7 +114,7 @@ int runTestDevice(const QStringList& arguments) {
     if (!Launch_Application(op, folder, windows))
         return 2;
     if (throughAndroid)
-        return testAndroidPhone(androidWindow, op, parser.value(serial), parser.value(to));
+        return testAndroidPhone(op, folder, parser.value(serial), parser.value(to));
     return testGsmDevice(op, gsm.selection(), parser.value(device), parser.value(to), parser.value(smsc),
                          parser.value(report));
 }

@@ -69,12 +69,7 @@ void Android_Ph_List_Wnd::markLine(Line line, const QString& text, QChar mark) {
     onMain([&] { m_lines.at(size_t(line)) = {capitalised(text), mark}; });
 }
 
-QString Android_Ph_List_Wnd::displayName() const {
-    QString name = Get_Device_name_Detail(m_rows.records());
-    if (name.isEmpty() || name.contains(QLatin1String("unknown"), Qt::CaseInsensitive))
-        return selectedDevice();
-    return name;
-}
+QString Android_Ph_List_Wnd::displayName() const { return phoneCaption(m_rows.records(), selectedDevice()); }
 
 void Android_Ph_List_Wnd::Open_Ph_List_Wnd(std::function<void(bool)> reported) {
     m_tableVisible = false;
@@ -113,111 +108,78 @@ void Android_Ph_List_Wnd::Search_Btn() {
 void Android_Ph_List_Wnd::waitForSearch() { m_worker.join(); }
 
 Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::searchDevice(bool repeat) {
+    PhoneSearch search(m_op, m_folder, query(), this);
     for (;;) {
         if (stopAsked()) {
             markLine(Connection, QStringLiteral("Stopped"), QLatin1Char('A'));
             onMain([this] { m_controlsEnabled = true; });
             return Outcome::Stopped;
         }
-        const Outcome outcome = searchRound();
+        const Outcome outcome = searchRound(search);
         if (!repeat || (outcome != Outcome::NoDevice && outcome != Outcome::Unauthorized))
             return outcome;
         Clock::sleepUnless(1s, [this] { return stopAsked(); });
     }
 }
 
-Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::searchRound() {
+Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::searchRound(PhoneSearch& search) {
     onMain([this] {
         m_controlsEnabled = false;
         m_rows.clear();
         m_infoLabel = QStringLiteral("Status : ");
         m_tableVisible = false;
     });
-    phoneFound(QString());
-    QString tag;
-    if (!CheckConnection(tag, true, m_op, m_folder, query(), this))
-        return notConnected(tag);
-    return connectFoundPhone();
+    const Outcome outcome = search.searchOnce();
+    if (outcome == Outcome::Connected)
+        showConnected();
+    else if (outcome == Outcome::Stopped)
+        onMain([this] { m_controlsEnabled = true; });
+    else
+        return notConnected(outcome);
+    return outcome;
 }
 
-Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::notConnected(const QString& tag) {
+void Android_Ph_List_Wnd::rowsRead(const RecordList& rows) {
+    onMain([&] {
+        for (const Record& row : rows)
+            m_rows.append(row);
+    });
+}
+
+Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::notConnected(Outcome outcome) {
     const auto stop = [this] { return stopAsked(); };
-    if (stopAsked())
-        return searchDevice(false);
     Clock::sleep(1s);
     m_busyBar.stop();
     onMain([this] {
         m_busy = 0;
         m_permissionHint = false;
     });
-    const QString device = selectedDevice();
-    if (tag == QLatin1String("MORE")) {
+    if (outcome == Outcome::More) {
         markLine(Searching, QStringLiteral("Android device found"), QLatin1Char('T'));
         onMain([this] { m_controlsEnabled = true; });
-        return Outcome::More;
+        return outcome;
     }
-    if (device.trimmed().isEmpty()) {
+    const std::optional<PhoneSearch::Problem> problem = PhoneSearch::problemOf(outcome);
+    if (!problem) {
+        onMain([this] { m_controlsEnabled = true; });
+        return outcome;
+    }
+    const bool noDevice = outcome == Outcome::NoDevice;
+    if (noDevice) {
         markLine(Searching, QStringLiteral("Android Device "), QLatin1Char('C'));
-        Clock::sleepUnless(1s, stop);
-        And_Conn_Err box(QLatin1Char('C'), QStringLiteral("Android device not found"),
-                         QStringLiteral("1. Either Mobile Device is not connected properly or,") +
-                             QStringLiteral("\n\n") + QStringLiteral("2. USB Debugging is not enabled or,") +
-                             QStringLiteral("\n\n") +
-                             QStringLiteral("3. ADB Drivers are not installed properly."));
-        m_op.runModal(box);
-        Clock::sleepUnless(1s, stop);
-        return Outcome::NoDevice;
-    }
-    if (device.contains(QLatin1String("unauthorized"), Qt::CaseInsensitive)) {
+    } else {
         markLine(Searching, QStringLiteral("Android device found"), QLatin1Char('T'));
         markLine(Permission, QStringLiteral("User permissions"), QLatin1Char('C'));
-        Clock::sleepUnless(1s, stop);
-        And_Conn_Err box(
-            QLatin1Char('P'), QStringLiteral("Allow USB permissions on your mobile"),
-            QStringLiteral("Allow USB permissions from Pop-up message on your mobile screen.") +
-                QStringLiteral("\n\n") +
-                QStringLiteral("Ostrel Software app may not connect until you allow required permissions.") +
-                QStringLiteral("\n\n") +
-                QStringLiteral("Note: Make sure your mobile screen is unlocked. If you do not see Permission "
-                               "message after several retries, try rebooting your mobile device."));
-        m_op.runModal(box);
-        Clock::sleepUnless(1s, stop);
-        return Outcome::Unauthorized;
     }
-    onMain([this] { m_controlsEnabled = true; });
-    return Outcome::Failed;
+    Clock::sleepUnless(1s, stop);
+    And_Conn_Err box(noDevice ? QLatin1Char('C') : QLatin1Char('P'), problem->title, problem->text);
+    m_op.runModal(box);
+    Clock::sleepUnless(1s, stop);
+    return outcome;
 }
 
-Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::connectFoundPhone() {
-    const auto stop = [this] { return stopAsked(); };
-    const auto rest = [this, &stop](std::chrono::milliseconds wait) {
-        if (!Clock::sleepUnless(wait, stop) || stopAsked()) {
-            markLine(Connection, QStringLiteral("Stopped"), QLatin1Char('A'));
-            onMain([this] { m_controlsEnabled = true; });
-            return false;
-        }
-        return true;
-    };
-    if (!rest(1s))
-        return Outcome::Stopped;
-    markLine(Searching, QStringLiteral("Android device found"), QLatin1Char('T'));
-    if (!rest(2s))
-        return Outcome::Stopped;
-    markLine(Permission, QStringLiteral("Waiting for user permissions"), QLatin1Char('A'));
-    const QString device = selectedDevice();
-    onMain([&] { m_rows.append(propertyRow(QStringLiteral("Device"), device)); });
-    Send_Permission_Command_To_Phone(stop);
-    markLine(Permission, QStringLiteral("User permissions done"), QLatin1Char('T'));
-    markLine(Connection, QStringLiteral("Connecting"), QLatin1Char('A'));
-
-    const RecordList properties = readDeviceProperties(m_folder, stop);
-    onMain([&] {
-        for (const Record& row : properties)
-            if (!row.value(kPortNameKey).trimmed().isEmpty())
-                m_rows.append(row);
-    });
-    markLine(Connection, QStringLiteral("Connected"), QLatin1Char('T'));
-    Clock::sleepUnless(1s, stop);
+void Android_Ph_List_Wnd::showConnected() {
+    Clock::sleepUnless(1s, [this] { return stopAsked(); });
     m_busyBar.stop();
     onMain([this] {
         m_linesVisible = false;
@@ -226,7 +188,6 @@ Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::connectFoundPhone() {
         m_busy = 0;
         m_controlsEnabled = true;
     });
-    return Outcome::Connected;
 }
 
 void Android_Ph_List_Wnd::Select_Btn() {
@@ -241,23 +202,18 @@ bool Android_Ph_List_Wnd::chooseShownPhone() {
     m_pleaseWait = true;
     emit changed();
     Stop_Modem_SRCH = false;
-    QString tag;
-    bool ready = false;
+    Outcome outcome = Outcome::Failed;
     WorkerThread check(QStringLiteral("android-check"));
-    check.start([&](std::stop_token) { ready = CheckConnection(tag, false, m_op, m_folder, query(), this); });
+    check.start([&](std::stop_token) { outcome = PhoneSearch(m_op, m_folder, query(), this).recheck(); });
     check.join();
     m_pleaseWait = false;
     emit changed();
-    if (!ready) {
-        if (tag != QLatin1String("MORE"))
+    if (outcome != Outcome::Connected) {
+        if (outcome != Outcome::More)
             m_op.Show_MessageBox(kNotReady);
         return false;
     }
-    const QString name = displayName();
-    m_selection.sel_port_name_str = name;
-    m_selection.sel_port_bsd_str = name;
-    m_selection.port_val_str_array = {name};
-    m_phone.AND_Sel_Dev_Details = Sel_Dev_Detail_String_Creation(m_rows.records());
+    chosenPhone(m_rows.records(), selectedDevice()).selectIn(m_selection, m_phone);
     endModal(1);
     return true;
 }

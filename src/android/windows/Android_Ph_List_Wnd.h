@@ -11,6 +11,7 @@
 #include "core/RecordTable.h"
 #include "core/WorkerThread.h"
 #include "delivery/ActivityIndicator.h"
+#include "services/PhoneSearch.h"
 
 #include <QString>
 
@@ -21,7 +22,7 @@
 
 class Operator;
 
-class Android_Ph_List_Wnd : public DialogController, public ConnectionStatusLines {
+class Android_Ph_List_Wnd : public DialogController, public PhoneSearch::Progress {
     Q_OBJECT
 public:
     // folder: where the phone's properties and the test messages' files are written;
@@ -54,10 +55,9 @@ public:
     QString testNumberText() const { return m_testNumber; }
     bool testing() const { return m_testing; }
 
-    // Runs one search to its end on the calling thread (what the search thread does; the
-    // command line calls it directly). The search repeats while no phone or an unauthorised
-    // one is found, unless repeat is false.
-    enum class Outcome { Connected, NoDevice, Unauthorized, More, Failed, Stopped };
+    // Runs one search to its end on the calling thread (what the search thread does). The
+    // search repeats while no phone or an unauthorised one is found, unless repeat is false.
+    using Outcome = PhoneSearch::Outcome;
     Outcome searchDevice(bool repeat);
     // Waits for the search thread.
     void waitForSearch();
@@ -79,14 +79,15 @@ public:
 
     void markLine(Line line, const QString& text, QChar mark) override;
     void phoneFound(const QString& deviceLine) override;
+    void rowsRead(const RecordList& rows) override;
 
 private:
     void resetLines();
-    Outcome searchRound();
+    Outcome searchRound(PhoneSearch& search);
     // The round's phone did not connect: what was found is shown, and the operator told.
-    Outcome notConnected(const QString& tag);
-    // The phone is there and has the app: its permissions are granted, its properties shown.
-    Outcome connectFoundPhone();
+    Outcome notConnected(Outcome outcome);
+    // The round's phone is connected: its properties are shown.
+    void showConnected();
     bool chooseShownPhone(); // Select from step 2 on
     bool stopAsked() const { return Stop_Modem_SRCH; }
     // The phones this window looks at, and its stop.

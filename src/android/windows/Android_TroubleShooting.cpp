@@ -1,32 +1,18 @@
 #include "Android_TroubleShooting.h"
 
-#include "android/AdbRunner.h"
 #include "android/AndroidDevices.h"
 #include "android/AndroidModeTrial.h"
-#include "android/CompanionApp.h"
-#include "core/Clock.h"
 #include "core/FileUtils.h"
 #include "core/Guard.h"
 #include "core/MainThread.h"
 #include "core/MainWindowController.h"
 #include "core/Operator.h"
-#include "core/TroubleshootingLog.h"
 #include "device/TestCaseRecord.h"
+#include "services/PhoneModeTrials.h"
+
 #include <utility>
 
-using namespace std::chrono_literals;
-
 namespace {
-struct CaseKind {
-    const char* label;
-    const QString& description;
-    const char* name;
-};
-const CaseKind kCases[] = {
-    {"Case 1:", AndroidModeTrial::kSingleShot, "SS"},
-    {"Case 2:", AndroidModeTrial::kStandard, "OBOS"},
-    {"Case 3:", AndroidModeTrial::kClassic, "OBOC"},
-};
 const QStringList kCaseColumns = {kPhoneCaseLabelKey, kCaseDescriptionKey, kCaseStatusKey};
 } // namespace
 
@@ -48,14 +34,7 @@ void Android_TroubleShooting::open(const QString& deviceCaption) {
     m_testNumber.clear();
     m_information.clear();
     m_deviceLabel = deviceCaption;
-    RecordList rows;
-    for (const CaseKind& kind : kCases)
-        rows << Record{{kPhoneCaseLabelKey, QString::fromLatin1(kind.label)},
-                       {kCaseDescriptionKey, kind.description},
-                       {kCaseStatusKey, QString()},
-                       {kCaseMessageKey, AndroidModeTrial::caseText(kind.description, deviceCaption)},
-                       {kCaseCodeKey, QString::fromLatin1(kind.name)}};
-    m_cases.setRecords(rows);
+    m_cases.setRecords(PhoneModeTrials::caseRows(deviceCaption));
     emit changed();
 }
 
@@ -97,50 +76,21 @@ void Android_TroubleShooting::Start_Btn() {
 }
 
 void Android_TroubleShooting::runCases(const QString& number, const QString& device) {
-    QString tag;
-    if (!CheckConnection(tag, false, m_op, m_folder, PhoneQuery{m_phone.serialFilter, {}})) {
-        if (tag != QLatin1String("MORE"))
-            m_op.Show_MessageBox(kNoPhoneSelectedMessage);
-        return;
-    }
     const QString details = MainThread::invokeAndWait([this] { return m_phone.AND_Sel_Dev_Details; });
-    for (int i = 0; i < 3; ++i) {
-        if (m_stop) {
-            for (int rest = i; rest < 3; ++rest)
-                setStatus(rest, QStringLiteral("Stopped"));
-            break;
-        }
-        const QString title = QStringLiteral("Execute Case %1: %2").arg(i + 1).arg(kCases[i].description);
-        onMain([this, title] { m_information = title; });
-        Write_In_Troubleshoot_File(
-            QString(title).replace(QStringLiteral("Execute Case"), QStringLiteral("Mode")) +
-            QStringLiteral("\n") + QString(39, QLatin1Char('-')) + QStringLiteral("\n") +
-            QStringLiteral("Timestamp:\t") + Get_Date_Time_Val() + QStringLiteral("\n") + details +
-            QStringLiteral("\n") + QStringLiteral("Test Number : ") + number + QStringLiteral("\n"));
-        const QString text = AndroidModeTrial::caseText(kCases[i].description, device);
-        const AndroidModeTrial::Outcome outcome =
-            i == 0   ? AndroidModeTrial::singleShot(m_folder, number, text)
-            : i == 1 ? AndroidModeTrial::standard(m_folder, number, text)
-                     : AndroidModeTrial::classic(number, text);
-        const bool worked = outcome.worked();
-        if (outcome.copied)
-            Write_In_Troubleshoot_File(QStringLiteral("Launch Case %1 : %2\n%3\n")
-                                           .arg(i + 1)
-                                           .arg(worked ? QStringLiteral("Success") : QStringLiteral("Fail"))
-                                           .arg(outcome.output.trimmed()));
-        else
-            Write_In_Troubleshoot_File(
-                QStringLiteral("Case %1 Failed the file could not be copied to the phone's storage\n")
-                    .arg(i + 1));
-        if (!outcome.fileError.isEmpty()) {
-            Write_In_Troubleshoot_File(outcome.fileError + QLatin1Char('\n'));
-            m_op.Show_MessageBox(errorInFileAccessing(outcome.fileError));
-        }
-        setStatus(i, worked ? QStringLiteral("Success") : QStringLiteral("Fail"));
-        if (i < 2)
-            Clock::sleep(1s);
-    }
-    onMain([this] { m_information.clear(); });
+    const PhoneModeTrials::Trial trial{number, device, details, [this] { return m_stop.load(); }};
+    const PhoneModeTrials::Progress progress{
+        [this](int, const QString& title) { onMain([this, title] { m_information = title; }); },
+        [this](int index, const QString& status, const QString& fileError) {
+            if (!fileError.isEmpty())
+                m_op.Show_MessageBox(errorInFileAccessing(fileError));
+            setStatus(index, status);
+        }};
+    const PhoneSearch::Outcome ready =
+        PhoneModeTrials(m_op, m_folder, m_phone.serialFilter).run(trial, progress);
+    if (ready == PhoneSearch::Outcome::Connected)
+        onMain([this] { m_information.clear(); });
+    else if (ready != PhoneSearch::Outcome::More)
+        m_op.Show_MessageBox(kNoPhoneSelectedMessage);
 }
 
 void Android_TroubleShooting::Single_Shot_Radio() {
