@@ -1,7 +1,7 @@
 // The automated send-mode test against virtual modems that accept only some combinations of
 // mode and service centre: which cases pass (checked against what the virtual network
 // received), Stop, the history kept in the records, applying a case, and the report file.
-#include "gsm/windows/SendModeTrial.h"
+#include "services/SendModeTrial.h"
 #include "gsm/windows/Automated_GSM_Sending.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"
 
