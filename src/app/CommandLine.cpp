@@ -7,6 +7,7 @@
 #include "CommandLineStores.h"
 #include "ConsoleOperator.h"
 #include "ConsoleOutput.h"
+#include "DevicesCommand.h"
 #include "RunReport.h"
 #include "SendOptions.h"
 #include "StopSignals.h"
@@ -80,36 +81,6 @@ void searchDevices(GSM_Device_List_Wnd& devices) {
     ModemIterator iterator;
     if (FindModems(iterator) == 0)
         devices.GetModemPath(iterator.paths);
-}
-
-int runDevices(const QStringList& arguments) {
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Searches the GSM modems attached (and those named in "
-                                                    "BULKSMS_EXTRA_MODEMS) and prints what each reports."));
-    parser.addHelpOption();
-    const QCommandLineOption android(
-        QStringLiteral("android"),
-        QStringLiteral("List the Android phones adb sees, with their properties."));
-    const QCommandLineOption serial(QStringLiteral("serial"), QStringLiteral("Android: only this phone."),
-                                    QStringLiteral("serial"));
-    parser.addOptions({android, serial});
-    if (const std::optional<int> end = parseCommandLine(parser, arguments.mid(1)))
-        return *end;
-    Session session(false);
-    if (!session.launch())
-        return 2;
-    if (parser.isSet(android))
-        return listAndroidDevices(session.folder(), parser.value(serial));
-    GSM_Device_List_Wnd devices(session.op, session.gsm.selection());
-    searchDevices(devices);
-    const RecordTable& list = devices.nsPortListData();
-    for (const Record& r : list.records())
-        out(QStringLiteral("%1\tmaker: %2\tmodel: %3\tIMEI: %4\tsignal: %5\tbattery: %6\toperator: %7\tSMSC: "
-                           "%8\tmodes: %9")
-                .arg(r.value(kPortDetailKey), r.value(kManufacturerKey), r.value(kModelKey),
-                     r.value(kImeiKey), r.value(kSignalKey), r.value(kBatteryKey),
-                     r.value(kNetworkOperatorKey), r.value(kDefaultSmscKey), r.value(kSupportedSmsModesKey)));
-    return list.isEmpty() ? 1 : 0;
 }
 
 CarriedRun& carriedRunOf(Session& session, bool throughAndroid) {

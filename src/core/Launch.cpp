@@ -7,11 +7,10 @@
 #include "Operator.h"
 #include "core/windows/Mobile_Sel_Wnd.h"
 
-bool Launch_Application(Operator& op, const DataFolder& folder, MainWindows& windows) {
-    MainWindowController& androidWindow = windows.android();
-    MainWindowController& gsmWindow = windows.gsm();
-    folder.adoptForProcess();
-    androidWindow.windowDidLoad();
+namespace {
+
+// Lays out the data folder; false, once the operator was told, when it cannot be made.
+bool layOutDataFolder(Operator& op, const DataFolder& folder) {
     if (!Create_Folder(folder.Resource_Path())) {
         op.Show_MessageBox(QStringLiteral("Can not access Bulk sms Data file."));
         op.quitApplication();
@@ -22,6 +21,18 @@ bool Launch_Application(Operator& op, const DataFolder& folder, MainWindows& win
     if (const QStringList problems = makeDataTreePrivate(folder); !problems.isEmpty())
         op.Show_MessageBox(errorInFileAccessing(problems.join(QLatin1Char('\n'))));
     folder.Check_Path_And_Create_Files();
+    return true;
+}
+
+} // namespace
+
+bool Launch_Application(Operator& op, const DataFolder& folder, MainWindows& windows) {
+    MainWindowController& androidWindow = windows.android();
+    MainWindowController& gsmWindow = windows.gsm();
+    folder.adoptForProcess();
+    androidWindow.windowDidLoad();
+    if (!layOutDataFolder(op, folder))
+        return false;
     gsmWindow.windowDidLoad();
 
     androidWindow.setTextChangeNotifications(true);
@@ -30,6 +41,11 @@ bool Launch_Application(Operator& op, const DataFolder& folder, MainWindows& win
     androidWindow.hide();
     windows.setFront(MainWindowController::Kind::Gsm);
     return true;
+}
+
+bool Launch_Without_Windows(Operator& op, const DataFolder& folder) {
+    folder.adoptForProcess();
+    return layOutDataFolder(op, folder);
 }
 
 int Show_Device_Kind_Selection(Operator& op, MainWindows& windows) {

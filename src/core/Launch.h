@@ -10,5 +10,9 @@ class Operator;
 // application: returns false.
 bool Launch_Application(Operator& op, const DataFolder& folder, MainWindows& windows);
 
+// The same for a command that opens no main window: the process gets the data folder, laid
+// out as above; false when it cannot be.
+bool Launch_Without_Windows(Operator& op, const DataFolder& folder);
+
 // Shows the device-kind dialog over the front window; returns its end code.
 int Show_Device_Kind_Selection(Operator& op, MainWindows& windows);
