@@ -1,16 +1,13 @@
 #include "CommandLineAndroid.h"
 
 #include "ConsoleOutput.h"
-#include "StopSignals.h"
 #include "android/AndroidDevices.h"
 #include "android/AndroidModeTrial.h"
-#include "android/windows/Android_Ph_List_Wnd.h"
 #include "core/FileUtils.h"
 #include "core/Operator.h"
 #include "core/WorkerThread.h"
 #include "device/DeviceRecord.h"
 #include "device/TestCaseRecord.h"
-#include "sending/windows/Bulk_SMSAppDelegate.h"
 #include "services/PhoneList.h"
 #include "services/PhoneModeTrials.h"
 
@@ -33,27 +30,6 @@ template <typename F> auto onWorker(F&& body) {
     worker.start([&](std::stop_token) { result = body(); });
     worker.join();
     return result;
-}
-
-// Searches and selects the phone as the device search window does; false (said why) when none.
-bool selectPhone(Bulk_SMSAppDelegate& window, Operator& op, const QString& serial) {
-    pointAdbAt(serial);
-    window.androidSelection().serialFilter = serial;
-    Android_Ph_List_Wnd search(op, window.dataFolder(), window.selection(), window.androidSelection());
-    const auto outcome = onWorker([&search] { return search.searchDevice(false); });
-    if (outcome != Android_Ph_List_Wnd::Outcome::Connected) {
-        printErr(QStringLiteral("No phone ready to send with."));
-        return false;
-    }
-    search.beginModal();
-    search.Select_Btn();
-    if (!search.isEnded() || search.endCode() != 1) {
-        printErr(QStringLiteral("The phone could not be selected."));
-        return false;
-    }
-    window.applyDeviceSelection();
-    printErr(QStringLiteral("Phone: %1").arg(window.deviceCaption()));
-    return true;
 }
 
 } // namespace
@@ -125,66 +101,4 @@ int listAndroidDevices(const DataFolder& folder, const QString& serial) {
     if (phones.isEmpty())
         printErr(QStringLiteral("No Android phone found."));
     return phones.isEmpty() ? 1 : 0;
-}
-
-int sendThroughAndroid(Bulk_SMSAppDelegate& window, Operator& op, const QString& serial,
-                       const QString& mode) {
-    if (mode != QLatin1String("single-shot") && mode != QLatin1String("standard") &&
-        mode != QLatin1String("classic")) {
-        printErr(QStringLiteral("Unknown mode: %1 (single-shot, standard or classic)").arg(mode));
-        return 2;
-    }
-    if (!selectPhone(window, op, serial))
-        return 2;
-
-    if (mode == QLatin1String("single-shot")) {
-        window.Single_Shot_Radio();
-    } else {
-        window.One_By_One_Radio();
-        if (mode == QLatin1String("classic"))
-            window.Classic_Radio();
-        else
-            window.Standard_Radio();
-    }
-
-    QString last;
-    QObject::connect(&window.progress(), &AndroidSendingProgress::changed, &window, [&] {
-        const AndroidSendingProgress::State& s = window.progress().state();
-        const QString text =
-            s.singleShot ? s.statusText
-                         : (s.counterText.isEmpty() ? s.statusText
-                                                    : s.counterText + QLatin1Char(' ') + s.currentText) +
-                               (s.pauseText.isEmpty() ? QString() : QLatin1Char(' ') + s.pauseText);
-        if (s.visible && text != last && !text.isEmpty()) {
-            last = text;
-            printErr(text);
-        }
-    });
-    StopSignals::install([&window] {
-        if (!window.sendInProgress())
-            return false;                // not sending yet: the stop waits for the run
-        window.progress().requestStop(); // as after Stop: the rest is marked, the record kept
-        return true;
-    });
-    window.prev_composer_msg = window.composerText();
-    window.Send_SMS_Btn();
-    window.waitForSend();
-
-    // What the run was to send: every record that was neither excluded nor a skipped duplicate.
-    int wanted = 0;
-    QSet<QString> seen;
-    for (const Record& r : window.list().records()) {
-        const QString number = recipientNumber(r);
-        const bool excluded = window.exclusion() && window.Check_Exclusion_Number(number);
-        const bool skipped = !excluded && window.skipDuplicates() && seen.contains(number);
-        seen.insert(number);
-        wanted += !excluded && !skipped;
-    }
-    const int sent = window.lastRunSent();
-    printOut(QStringLiteral("%1 of %2 recipients sent.").arg(sent).arg(wanted));
-    if (window.lastRunEnd() == Bulk_SMSAppDelegate::RunEnd::DataNotWritten)
-        return 4;
-    if (window.lastRunEnd() == Bulk_SMSAppDelegate::RunEnd::Completed && sent == wanted)
-        return 0;
-    return sent == 0 && wanted > 0 ? 3 : 1;
 }

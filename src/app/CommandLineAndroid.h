@@ -1,13 +1,12 @@
 #pragma once
-// The Android side of the command-line tool: the phones adb sees, and sending a list through
-// one of them as the Android window does.
+// The Android side of the command-line tool: the phones adb sees, choosing the one to send
+// through, and trying its sending modes.
 #include "services/PhoneSearch.h"
 
 #include <QString>
 
 #include <optional>
 
-class Bulk_SMSAppDelegate;
 class DataFolder;
 class Operator;
 
@@ -18,10 +17,6 @@ int listAndroidDevices(const DataFolder& folder, const QString& serial);
 // why when there is none; prints "Phone: <caption>" for the phone it chose. adb's commands go
 // to the given serial from now on (ANDROID_SERIAL).
 std::optional<ChosenPhone> choosePhone(Operator& op, const DataFolder& folder, const QString& serial);
-
-// Finds and selects the phone, applies the mode ("single-shot", "standard", "classic") and
-// sends the window's list; prints a progress line per record and the summary.
-int sendThroughAndroid(Bulk_SMSAppDelegate& window, Operator& op, const QString& serial, const QString& mode);
 
 // Finds and chooses the phone and runs the automated mode test with messages to number;
 // prints one line per case. 0 when a mode worked, 1 when none did, 2 without a phone.

@@ -1,17 +1,14 @@
 #include "SendDevices.h"
 
+#include "CommandLineAndroid.h"
 #include "ConsoleOutput.h"
-#include "android/AndroidSelection.h"
 #include "android/PhoneDevice.h"
-#include "android/windows/Android_Ph_List_Wnd.h"
-#include "core/DeviceSelection.h"
 #include "core/Operator.h"
-#include "core/WorkerThread.h"
 #include "device/DeviceRecord.h"
-#include "gsm/ModemDiscovery.h"
 #include "gsm/SmsMode.h"
-#include "gsm/windows/GSM_Device_List_Wnd.h"
+#include "services/ModemCheck.h"
 #include "services/ModemOpeners.h"
+#include "services/ModemSearch.h"
 
 #include <QRegularExpression>
 
@@ -29,17 +26,17 @@ bool isServiceCentreNumber(const QString& number) {
     return pattern.match(number).hasMatch();
 }
 
-// Applies one --device's settings ("mode=pdu", "smsc=+44...") to its row of the device list.
-std::optional<int> applyDeviceSettings(GSM_Device_List_Wnd& devices, const QString& path,
-                                       const QStringList& settings) {
+// Applies one --device's settings ("mode=pdu", "smsc=+44...") to its modem's record.
+std::optional<int> applyDeviceSettings(Record& modem, const QStringList& settings) {
     for (const QString& setting : settings) {
-        if (setting == QLatin1String("mode=pdu"))
-            devices.Update_Column_Value(path, kSmsModeKey, smsModeText(SmsMode::Pdu));
-        else if (setting == QLatin1String("mode=text"))
-            devices.Update_Column_Value(path, kSmsModeKey, smsModeText(SmsMode::Text));
-        else if (setting.startsWith(QLatin1String("smsc=")) && isServiceCentreNumber(setting.mid(5)))
-            devices.Set_SMSC_Use_Status(path, QStringLiteral("Y"), setting.mid(5));
-        else if (setting.startsWith(QLatin1String("smsc="))) {
+        if (setting == QLatin1String("mode=pdu")) {
+            modem.insert(kSmsModeKey, smsModeText(SmsMode::Pdu));
+        } else if (setting == QLatin1String("mode=text")) {
+            modem.insert(kSmsModeKey, smsModeText(SmsMode::Text));
+        } else if (setting.startsWith(QLatin1String("smsc=")) && isServiceCentreNumber(setting.mid(5))) {
+            modem.insert(kUseCustomSmscKey, QStringLiteral("Y"));
+            modem.insert(kCustomSmscKey, setting.mid(5));
+        } else if (setting.startsWith(QLatin1String("smsc="))) {
             err(QStringLiteral("Not a valid service centre number: %1").arg(setting.mid(5)));
             return 2;
         } else {
@@ -50,66 +47,65 @@ std::optional<int> applyDeviceSettings(GSM_Device_List_Wnd& devices, const QStri
     return std::nullopt;
 }
 
+// The modems --device names, each with its settings (every modem found without --device).
+std::optional<int> wantedModems(const RecordList& found, const QStringList& deviceArguments,
+                                RecordList& wanted) {
+    for (const QString& deviceArgument : deviceArguments) {
+        const QStringList parts = deviceArgument.split(QLatin1Char(','));
+        const auto modem = std::find_if(found.cbegin(), found.cend(), [&](const Record& r) {
+            return r.value(kPortDetailKey) == parts.first();
+        });
+        if (modem == found.cend()) {
+            err(QStringLiteral("Device %1 was not found or cannot send messages.").arg(parts.first()));
+            return 2;
+        }
+        wanted << *modem;
+        if (const std::optional<int> refused = applyDeviceSettings(wanted.last(), parts.mid(1)))
+            return refused;
+    }
+    if (deviceArguments.isEmpty())
+        wanted = found;
+    if (wanted.isEmpty()) {
+        err(QStringLiteral("No device to send with."));
+        return 2;
+    }
+    return std::nullopt;
+}
+
 ModemChoice modemChoiceOf(const Record& record) {
     ModemDetails details;
     details.mode = smsModeFromText(record.value(kSmsModeKey));
     details.smsc =
-        record.value(kUseCustomSmscKey) == QLatin1String("N") ? QString() : record.value(kCustomSmscKey);
+        record.value(kUseCustomSmscKey) == QLatin1String("Y") ? record.value(kCustomSmscKey) : QString();
     details.capability = record.value(kSmsCapableKey);
     details.defaultSmsc = record.value(kDefaultSmscKey);
     return {record.value(kPortDetailKey), details};
-}
-
-// Narrows every adb command to one phone: adb by ANDROID_SERIAL (the device list by the
-// caller's serial filter).
-void pointAdbAt(const QString& serial) {
-    if (serial.isEmpty())
-        qunsetenv("ANDROID_SERIAL");
-    else
-        qputenv("ANDROID_SERIAL", serial.toLocal8Bit());
 }
 
 } // namespace
 
 std::optional<int> chooseModems(Operator& op, const QStringList& deviceArguments, RunSettings& settings,
                                 QList<DeviceOpener>& openers) {
-    DeviceSelection selection;
-    GSM_Device_List_Wnd devices(op, selection);
-    ModemIterator iterator;
-    if (FindModems(iterator) == 0)
-        devices.GetModemPath(iterator.paths);
-    QStringList wanted;
-    for (const QString& deviceArgument : deviceArguments) {
-        const QStringList parts = deviceArgument.split(QLatin1Char(','));
-        const QString& path = parts.first();
-        if (devices.rowOf(path) < 0) {
-            err(QStringLiteral("Device %1 was not found or cannot send messages.").arg(path));
-            return 2;
-        }
-        if (const std::optional<int> refused = applyDeviceSettings(devices, path, parts.mid(1)))
-            return refused;
-        wanted << path;
+    const ModemSearch::Result found = ModemSearch::findModems();
+    for (const QString& alert : found.alerts())
+        op.Show_MessageBox(alert);
+    RecordList wanted;
+    if (const std::optional<int> end = wantedModems(found.modems, deviceArguments, wanted))
+        return end;
+    // Each is checked as the device window checks the modems ticked in it.
+    QList<ModemChoice> modems;
+    for (const Record& record : wanted) {
+        const ModemCheck::Choice choice = ModemCheck::choose(op, record, int(wanted.size()));
+        if (choice == ModemCheck::Choice::Stop)
+            break;
+        if (choice == ModemCheck::Choice::Accept)
+            modems << modemChoiceOf(record);
     }
-    if (wanted.isEmpty())
-        for (const Record& r : devices.nsPortListData().records())
-            wanted << r.value(kPortDetailKey);
-    if (wanted.isEmpty()) {
-        err(QStringLiteral("No device to send with."));
-        return 2;
-    }
-    for (const QString& path : wanted)
-        devices.setRowTicked(devices.rowOf(path), true);
-    devices.beginModal();
-    devices.Multi_Phone_Selected_Func();
-    devices.waitForWorkers();
-    if (!devices.isEnded()) {
+    if (modems.isEmpty()) {
         err(QStringLiteral("No device could be selected."));
         return 2;
     }
-    QList<ModemChoice> modems;
-    for (const Record& record : selection.port_det_str_array)
-        modems << modemChoiceOf(record);
-    settings.loadedDevice = selection.sel_port_bsd_str;
+    settings.loadedDevice = modems.last().path;
     openers = modemOpeners(modems, [&op] { op.Show_MessageBox(kPortNotWorking); });
     return std::nullopt;
 }
@@ -122,29 +118,11 @@ std::optional<int> choosePhone(Operator& op, const DataFolder& folder, const QSt
         err(QStringLiteral("Unknown mode: %1 (single-shot, standard or classic)").arg(mode));
         return 2;
     }
-    pointAdbAt(serial);
-    DeviceSelection selection;
-    AndroidSelection phone;
-    phone.serialFilter = serial;
-    Android_Ph_List_Wnd search(op, folder, selection, phone);
-    Android_Ph_List_Wnd::Outcome found = Android_Ph_List_Wnd::Outcome::Failed;
-    WorkerThread worker(QStringLiteral("adb"));
-    worker.start([&](std::stop_token) { found = search.searchDevice(false); });
-    worker.join();
-    if (found != Android_Ph_List_Wnd::Outcome::Connected) {
-        err(QStringLiteral("No phone ready to send with."));
-        return 2;
-    }
-    search.beginModal();
-    search.Select_Btn();
-    if (!search.isEnded() || search.endCode() != 1) {
-        err(QStringLiteral("The phone could not be selected."));
-        return 2;
-    }
-    const QString name = selection.sel_port_name_str;
-    err(QStringLiteral("Phone: %1").arg(name));
+    const std::optional<ChosenPhone> phone = choosePhone(op, folder, serial);
+    if (!phone)
+        return 2; // the reason was told
     settings.batch = mode == QLatin1String("single-shot");
-    settings.loadedDevice = name;
+    settings.loadedDevice = phone->caption;
     const PhoneDevice::Mode how =
         mode == QLatin1String("classic") ? PhoneDevice::Mode::Classic : PhoneDevice::Mode::Standard;
     PhoneDevice::Hooks hooks;
@@ -152,7 +130,8 @@ std::optional<int> choosePhone(Operator& op, const DataFolder& folder, const QSt
         if (*stopRun)
             (*stopRun)();
     };
-    openers = {[&op, folder, name, how, hooks, serial](std::stop_token) -> std::unique_ptr<SendingDevice> {
+    openers = {[&op, folder, name = phone->caption, how, hooks,
+                serial](std::stop_token) -> std::unique_ptr<SendingDevice> {
         return std::make_unique<PhoneDevice>(op, folder, name, how, hooks, serial);
     }};
     return std::nullopt;

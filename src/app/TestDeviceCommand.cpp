@@ -5,16 +5,19 @@
 #include "ConsoleOutput.h"
 #include "core/FileUtils.h"
 #include "core/Launch.h"
-#include "core/MainWindows.h"
+#include "core/TextUtils.h"
+#include "device/DeviceRecord.h"
 #include "device/TestCaseRecord.h"
+#include "gsm/MFCSMS.h"
 #include "gsm/ModemAnswers.h"
-#include "gsm/ModemDiscovery.h"
-#include "gsm/windows/Automated_GSM_Sending.h"
-#include "gsm/windows/GSM_Device_List_Wnd.h"
-#include "sending/windows/Bulk_SMSAppDelegate.h"
-#include "sending/windows/Gsm_Bulk_Sms_Wnd.h"
+#include "services/ModemCheck.h"
+#include "services/ModemSearch.h"
+#include "services/SendModeTrial.h"
 
 #include <QCommandLineParser>
+
+#include <algorithm>
+#include <atomic>
 
 namespace {
 
@@ -29,49 +32,63 @@ void printCases(const RecordList& cases) {
                      c.value(kCaseStatusKey)));
 }
 
-int testGsmDevice(Operator& op, DeviceSelection& selection, const QString& path, const QString& number,
-                  const QString& customSmsc, const QString& reportPath) {
-    GSM_Device_List_Wnd devices(op, selection);
-    ModemIterator iterator;
-    if (FindModems(iterator) == 0)
-        devices.GetModemPath(iterator.paths);
-    const int row = devices.rowOf(path);
-    if (row < 0) {
+// What the automated sending window refuses before a test starts; "" when it may start.
+QString refusalOf(const Record& modem, const QString& customSmsc, const QString& number) {
+    if (modem.value(kSmsCapableKey) == QLatin1String("Not Detected"))
+        return SendModeTrial::kNotSmsCapable;
+    if (!customSmsc.isEmpty() && !isUsableSmscNumber(customSmsc))
+        return kInvalidSmsc;
+    return SendModeTrial::testNumberProblem(number);
+}
+
+// The mode test of the modem on this path, as the automated sending window runs it.
+int testGsmDevice(Operator& op, const QString& path, const QString& number, const QString& typedSmsc,
+                  const QString& reportPath) {
+    const ModemSearch::Result found = ModemSearch::findModems();
+    for (const QString& alert : found.alerts())
+        op.Show_MessageBox(alert);
+    const auto modem = std::find_if(found.modems.cbegin(), found.modems.cend(),
+                                    [&](const Record& r) { return r.value(kPortDetailKey) == path; });
+    if (modem == found.modems.cend()) {
         err(QStringLiteral("Device %1 was not found or cannot send messages.").arg(path));
         return 2;
     }
-    Automated_GSM_Sending window(op);
-    window.open({devices.nsPortListData().at(row)}, devices.settingsWriter());
-    window.setCustomSmscText(customSmsc);
-    window.setTestNumberText(number);
-    if (window.nsCaseListData().isEmpty()) {
+    const QString customSmsc = Trim_Str(typedSmsc);
+    SendModeTrial::Request request{path, customSmsc, modem->value(kDefaultSmscKey), Trim_Str(number),
+                                   SendModeTrial::Fill_Test_case_List(modem->value(kSupportedSmsModesKey),
+                                                                      !customSmsc.isEmpty(),
+                                                                      modem->value(kModelKey), QString())};
+    if (request.cases.isEmpty()) {
         err(QStringLiteral("The device offers no SMS mode to test."));
         return 2;
     }
-    const Record device = devices.nsPortListData().at(row);
-    out(QStringLiteral("Testing %1 (%2) with messages to %3")
-            .arg(GSM_Device_List_Wnd::deviceName(device), path, number));
-    window.Send_Test_SMS_Pressed();
-    if (!window.testing())
-        return 2; // refused: the reason was shown
-    window.waitForTest();
-    const RecordList cases = window.nsCaseListData().records();
-    printCases(cases);
+    out(QStringLiteral("Testing %1 (%2) with messages to %3").arg(ModemSearch::nameOf(*modem), path, number));
+    if (const QString refusal = refusalOf(*modem, customSmsc, number); !refusal.isEmpty()) {
+        op.Show_MessageBox(refusal);
+        return 2;
+    }
+    MFCSMS session;
+    const std::atomic<bool> stop{false};
+    const SendModeTrial::Progress quiet{[](const QString&) {}, [](int) {}, [](int, const QString&) {}};
+    if (SendModeTrial::run(session, request, stop, quiet, QStringLiteral("Execute Case %1 : %2")) ==
+        SendModeTrial::End::OpenFailed)
+        op.Show_MessageBox(SendModeTrial::kOpenFailed);
+    printCases(request.cases);
     if (!reportPath.isEmpty()) {
-        const QByteArray bytes =
-            SendModeTrial::reportBytes(GSM_Device_List_Wnd::deviceDetailText(device), cases);
+        const QByteArray bytes = SendModeTrial::reportBytes(ModemSearch::detailsOf(*modem), request.cases);
         QString why;
         if (!writeFileAtomically(reportPath, bytes, &why)) {
             err(errorInFileAccessing(why));
             return kExitDataNotWritten;
         }
     }
-    for (const Record& c : cases)
+    for (const Record& c : request.cases)
         if (ModemAnswers::isSent(c.value(kCaseStatusKey)))
             return 0;
     return 1;
 }
 
+// The Android half: the phone's test runs in the Android main window.
 } // namespace
 
 int runTestDevice(const QStringList& arguments) {
@@ -108,13 +125,10 @@ int runTestDevice(const QStringList& arguments) {
     }
     ConsoleOperator op(true);
     const DataFolder folder = DataFolder::fromEnvironment();
-    Bulk_SMSAppDelegate androidWindow(op, folder);
-    Gsm_Bulk_Sms_Wnd gsm(op, folder);
-    MainWindows windows(androidWindow, gsm);
-    if (!Launch_Application(op, folder, windows))
+    if (!openDataFolder(op, folder))
         return 2;
     if (throughAndroid)
         return testAndroidPhone(op, folder, parser.value(serial), parser.value(to));
-    return testGsmDevice(op, gsm.selection(), parser.value(device), parser.value(to), parser.value(smsc),
+    return testGsmDevice(op, parser.value(device), parser.value(to), parser.value(smsc),
                          parser.value(report));
 }

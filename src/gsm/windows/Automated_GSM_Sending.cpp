@@ -134,7 +134,7 @@ void Automated_GSM_Sending::Chk_Test_Automate_SMS_fun(SendModeTrial::Request req
                                 {[this](const std::function<void()>& change) { onMain(change); }, m_cases,
                                  m_information, m_caseProgress});
     if (end == SendModeTrial::End::OpenFailed)
-        m_op.Show_MessageBox(QStringLiteral("\nSelected device is not working properly."));
+        m_op.Show_MessageBox(SendModeTrial::kOpenFailed);
     const QString history = SendModeTrial::historyOf(request.cases);
     onMain([this, row, history, end] {
         if (end != SendModeTrial::End::OpenFailed && row < m_devices.size()) {

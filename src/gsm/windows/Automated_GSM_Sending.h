@@ -5,11 +5,11 @@
 //
 // The test runs on the window's worker through the window's own modem session; every change
 // the view sees is made on the main thread.
-#include "SendModeTrial.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
 #include "core/WorkerThread.h"
 #include "gsm/MFCSMS.h"
+#include "services/SendModeTrial.h"
 
 #include <atomic>
 #include <functional>

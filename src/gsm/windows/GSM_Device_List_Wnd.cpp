@@ -5,7 +5,8 @@
 #include "core/TextUtils.h"
 #include "device/DeviceRecord.h"
 #include "device/TestCaseRecord.h"
-#include "text/NumberRules.h"
+#include "services/ModemCheck.h"
+#include "services/ModemSearch.h"
 
 namespace {
 const QStringList kShownColumns = {kDeviceTickedKey, kPortNameKey};
@@ -26,11 +27,7 @@ void GSM_Device_List_Wnd::waitForWorkers() { m_worker.join(); }
 
 // ---- records ----
 
-QString GSM_Device_List_Wnd::deviceName(const Record& record) {
-    const QString model = record.value(kModelKey).trimmed();
-    const QString port = record.value(kPortNameKey);
-    return model.isEmpty() ? port : QStringLiteral("%1 on %2").arg(model, port);
-}
+QString GSM_Device_List_Wnd::deviceName(const Record& record) { return ModemSearch::nameOf(record); }
 
 int GSM_Device_List_Wnd::rowOf(const QString& path) const {
     for (int row = 0; row < m_ports.size(); ++row)
@@ -104,7 +101,7 @@ void GSM_Device_List_Wnd::showDevice(int row) {
 }
 
 bool GSM_Device_List_Wnd::OnGetSelected(const QString& path) {
-    const int portFd = openForCheck(path);
+    const int portFd = ModemCheck::open(m_session, path);
     if (portFd == -1 && m_session.port() == nullptr) {
         m_op.Show_MessageBox(
             QStringLiteral("Selected device is not working properly.\nCould not open device.\n"));
@@ -117,23 +114,7 @@ bool GSM_Device_List_Wnd::OnGetSelected(const QString& path) {
     return true;
 }
 
-QString GSM_Device_List_Wnd::deviceDetailText(const Record& r) {
-    const QString supported = r.value(kSupportedSmsModesKey);
-    QString modes = QStringLiteral("None");
-    if (supported.contains(QStringLiteral("PDU")) && supported.contains(QStringLiteral("Text")))
-        modes = QStringLiteral("PDU Mode & Text Mode");
-    else if (supported.contains(QStringLiteral("Text")))
-        modes = QStringLiteral("Text Mode");
-    else if (supported.contains(QStringLiteral("PDU")))
-        modes = QStringLiteral("PDU Mode");
-    return QStringLiteral(
-               "COM Port : %1\r\nManufacturer : %2\r\nModel : %3\r\nRevision : %4\r\nSupported SMS "
-               "Mode : %5\r\nBattery : %6\r\nDefault SMSC No. : %7\r\nOperator Code : %8\r\n"
-               "Signal Quality : %9\r\n")
-        .arg(r.value(kPortNameKey), r.value(kManufacturerKey), r.value(kModelKey),
-             r.value(kFirmwareRevisionKey), modes, r.value(kBatteryKey), r.value(kDefaultSmscKey),
-             r.value(kNetworkOperatorKey), r.value(kSignalKey));
-}
+QString GSM_Device_List_Wnd::deviceDetailText(const Record& record) { return ModemSearch::detailsOf(record); }
 
 void GSM_Device_List_Wnd::Get_And_Fill_Details(const QString& path) {
     const int row = rowOf(path);
@@ -171,11 +152,6 @@ void GSM_Device_List_Wnd::PDU_Mode_Radio() { setMode(SmsMode::Pdu); }
 void GSM_Device_List_Wnd::Text_Mode_Radio() {
     m_op.Show_MessageBox(kTextModeNotice);
     setMode(SmsMode::Text);
-}
-
-bool isUsableSmscNumber(const QString& number) {
-    const QString s = Replace_Char_For_Valid_Number(number);
-    return !s.isEmpty() && s.size() <= kMaxNumberLength && !hasMisplacedPlus(s) && !Check_Ph_Number(s, false);
 }
 
 bool GSM_Device_List_Wnd::validSmsc(const QString& number) {

@@ -7,15 +7,14 @@
 // Searching and reading a device's details run on worker threads through the window's one
 // modem session; every change the view sees is made on the main thread.
 #include "Automated_GSM_Sending.h"
-#include "SendModeTrial.h"
 #include "core/DeviceSelection.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
 #include "core/WorkerThread.h"
 #include "gsm/MFCSMS.h"
 #include "gsm/SmsMode.h"
-
-#include <QHash>
+#include "services/ModemCheck.h"
+#include "services/SendModeTrial.h"
 
 #include <atomic>
 #include <memory>
@@ -119,22 +118,10 @@ private:
     void Find_Ph_List(std::stop_token stop);
     bool OnGetSelected(const QString& path);
     void Get_And_Fill_Details(const QString& path);
-    bool Find_IMEI_already_listed(const QString& imei) const;
-    static Record deviceRecordFromSession(const MFCSMS& session);
-    // Probes one port on the calling worker; true when it described a device.
-    bool probeDevice(int index, const QString& path);
-    // On the main thread: the row of a device found at this discovery index, unless an
-    // earlier port of the same modem (same IMEI) has it. False when it has.
-    bool claimDeviceRow(int index, const QString& path, const QString& imei);
     bool validSmsc(const QString& number);
     void setMode(SmsMode mode);
-    // Opens a device as every check does (line set-up, session port, 1 s read time-out);
-    // the session descriptor, or -1.
-    int openForCheck(const QString& path);
     // One device's check for the selection (on the worker): accepted, skipped after a
     // refusal the operator let pass, or the end of the selection.
-    enum class Verdict { Accept, Skip, Stop };
-    Verdict checkForSelection(const Record& record, int ticked);
     // On the main thread: the accepted devices become the selection.
     void finishSelection(const QList<Record>& accepted);
     void Fill_Test_case_List();
@@ -147,8 +134,6 @@ private:
     WorkerThread m_worker{QStringLiteral("device-search")}; // the search, or a device's details
     // Stop as the window shows it; the search itself stops on its worker's token.
     std::atomic<bool> Stop_Modem_SRCH{false};
-    static constexpr int kParallelProbes = 4;
-    QHash<QString, int> m_discoveryIndex; // path -> position in the search's path list (main thread)
 
     bool m_searching = false;
     bool m_controlsEnabled = true;
@@ -178,7 +163,3 @@ inline const QString kTextModeNotice = QStringLiteral(
     "non-English (Unicode) SMS using this mode.\n\nIf you face difficulties in sending Unicode SMS using "
     "'Text "
     "Mode', select 'PDU Mode'.");
-inline const QString kInvalidSmsc =
-    QStringLiteral("The SMSC number does not seem to be valid. Please enter a valid SMSC number.");
-// Whether a typed service centre number can be used (the same rules as a recipient's).
-bool isUsableSmscNumber(const QString& number);

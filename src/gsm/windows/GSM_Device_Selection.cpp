@@ -1,38 +1,12 @@
 // Selecting the ticked devices of the GSM device window for sending: each is checked
-// (service centre, mode, a working connection) and the accepted ones become the selection of
-// the main window that owns the device window.
+// (services/ModemCheck.h), the operator decides on what the check found, and the accepted
+// ones become the selection of the main window that owns the device window.
 #include "GSM_Device_List_Wnd.h"
 
 #include "core/MainThread.h"
 #include "core/Operator.h"
 #include "device/DeviceRecord.h"
-
-namespace {
-const QString kDefaultSmscMissing =
-    QStringLiteral("Default SMSC Number could not be located for this device.\nPlease enter SMSC number "
-                   "manually in 'Custom SMSC "
-                   "no.' Field for this Device.\n\nYou can find SMSC Number in 'SMS Service Center' Details "
-                   "in the SMS Settings of "
-                   "your Mobile Device.");
-const QString kCustomSmscMissing =
-    QStringLiteral("Custom SMSC Number could not be located for this device.\nPlease enter SMSC number "
-                   "manually in 'Custom SMSC "
-                   "no.' Field for this Device.\n\nYou can find SMSC Number in 'SMS Service Center' Details "
-                   "in the SMS Settings of "
-                   "your Mobile Device.");
-} // namespace
-
-int GSM_Device_List_Wnd::openForCheck(const QString& path) {
-    const int lineFd = m_session.OpenSerialPort(path);
-    if (lineFd == -1)
-        return -1;
-    m_session.CloseSerialPort(lineFd);
-    int fd = -1;
-    m_session.initPort_with_decp(path, fd);
-    if (m_session.port() != nullptr)
-        m_session.port()->setReadTimeout(1.0);
-    return fd;
-}
+#include "services/ModemCheck.h"
 
 void GSM_Device_List_Wnd::Multi_Phone_Selected_Func() {
     if (m_worker.isRunning())
@@ -64,11 +38,10 @@ void GSM_Device_List_Wnd::Multi_Phone_Selected_Func() {
     m_worker.start([this, records](std::stop_token) {
         QList<Record> accepted;
         for (const Record& record : records) {
-            const Verdict verdict = checkForSelection(record, int(records.size()));
-            m_session.closePort();
-            if (verdict == Verdict::Stop)
+            const ModemCheck::Choice choice = ModemCheck::choose(m_op, record, int(records.size()));
+            if (choice == ModemCheck::Choice::Stop)
                 break;
-            if (verdict == Verdict::Accept)
+            if (choice == ModemCheck::Choice::Accept)
                 accepted << record;
         }
         MainThread::invokeAndWait([&] { finishSelection(accepted); });
@@ -86,51 +59,4 @@ void GSM_Device_List_Wnd::finishSelection(const QList<Record>& accepted) {
     emit changed();
     if (!accepted.isEmpty())
         endModal(1);
-}
-
-GSM_Device_List_Wnd::Verdict GSM_Device_List_Wnd::checkForSelection(const Record& record, int ticked) {
-    const auto refuse = [&](const QString& message) {
-        if (ticked == 1) {
-            m_op.Show_MessageBox(message);
-            return Verdict::Stop;
-        }
-        return m_op.Show_YES_NO_MessageBox(
-                   message +
-                   QStringLiteral("\n\nAre you sure you want to continue without selecting device?"))
-                   ? Verdict::Skip
-                   : Verdict::Stop;
-    };
-    const QString path = record.value(kPortDetailKey);
-    const bool useCustom = record.value(kUseCustomSmscKey) == QLatin1String("Y");
-    const QString customSmsc = record.value(kCustomSmscKey);
-    const QString defaultSmsc = record.value(kDefaultSmscKey);
-
-    if ((useCustom ? customSmsc : QString()).isEmpty() && defaultSmsc.isEmpty())
-        return refuse(kDefaultSmscMissing);
-    if (smsModeFromText(record.value(kSmsModeKey)) == SmsMode::Unknown)
-        return refuse(QStringLiteral("SMS Mode details should not be blanked."));
-
-    const int fd = openForCheck(path);
-    bool working = fd >= 0;
-    if (working) {
-        m_session.ATZ_reset_Modem(fd);
-        working = m_session.Check_Connection(fd);
-    }
-    if (!working)
-        return refuse(QStringLiteral(
-            "Either no Mobile Device is connected on this port or selected device is not working properly."));
-
-    if (record.value(kSmsCapableKey) == QLatin1String("Not Detected") &&
-        !m_op.Show_YES_NO_MessageBox(
-            QStringLiteral("This Device cannot be used for sending Text messages as it does "
-                           "not seem to have SMS Sending capabilities.\n\nAre you sure you "
-                           "want to continue?")))
-        return Verdict::Skip;
-    if (useCustom && customSmsc.isEmpty())
-        return refuse(kCustomSmscMissing);
-    if (!useCustom && defaultSmsc.isEmpty())
-        return refuse(kDefaultSmscMissing);
-
-    m_session.More_SMS_Comnd(fd);
-    return Verdict::Accept;
 }

@@ -64,7 +64,7 @@ void GSM_Device_List_Wnd::Chk_Test_Automate_SMS_fun(SendModeTrial::Request reque
                                 {[this](const std::function<void()>& change) { onMain(change); }, m_cases,
                                  m_testInformation, m_caseProgress});
     if (end == SendModeTrial::End::OpenFailed)
-        m_op.Show_MessageBox(QStringLiteral("\nSelected device is not working properly."));
+        m_op.Show_MessageBox(SendModeTrial::kOpenFailed);
     const QString history = SendModeTrial::historyOf(request.cases);
     const QString path = request.path;
     onMain([this, path, history, end] {

@@ -1,7 +1,6 @@
 #include "Selected_Device_Details_GSM.h"
 
 #include "GSM_Device_List_Wnd.h"
-#include "SendModeTrial.h"
 #include "core/Clock.h"
 #include "core/Guard.h"
 #include "core/MainThread.h"
@@ -9,6 +8,7 @@
 #include "core/TextUtils.h"
 #include "device/DeviceRecord.h"
 #include "gsm/ModemAnswers.h"
+#include "services/SendModeTrial.h"
 #include "text/NumberRules.h"
 
 namespace {

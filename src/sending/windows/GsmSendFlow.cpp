@@ -13,6 +13,7 @@
 #include "core/TextUtils.h"
 #include "core/WorkerThread.h"
 #include "device/DeviceRecord.h"
+#include "services/ModemCheck.h"
 
 #include <atomic>
 #include <memory>
@@ -98,20 +99,7 @@ void Gsm_Bulk_Sms_Wnd::testPorts(const QStringList& paths, std::function<void(co
     });
 }
 
-bool Gsm_Bulk_Sms_Wnd::testPort(const QString& path) {
-    MFCSMS session;
-    const int lineFd = session.OpenSerialPort(path);
-    if (lineFd == -1)
-        return false;
-    session.CloseSerialPort(lineFd);
-    int fd = -1;
-    session.initPort_with_decp(path, fd);
-    if (session.port() != nullptr)
-        session.port()->setReadTimeout(1.0);
-    const bool works = fd >= 0 && session.Check_Connection(fd);
-    session.closePort();
-    return works;
-}
+bool Gsm_Bulk_Sms_Wnd::testPort(const QString& path) { return ModemCheck::answers(path); }
 
 void Gsm_Bulk_Sms_Wnd::GSM_Chk_Port_And_Send_Msg(std::shared_ptr<SendingLock> lock) {
     const QString chosen = currentDeviceChoice();

@@ -103,25 +103,6 @@ TEST_F(DeviceWindowTest, TwoModemsAreFoundInOrderWithTheirDetails) {
     EXPECT_TRUE(op.alerts().isEmpty());
 }
 
-TEST_F(DeviceWindowTest, TwoPortsOfOneModemGiveOneRecordAndNonSendersAreLeftOut) {
-    attach(identity("333333333333333"));
-    attach(identity("333333333333333")); // the same modem's second port
-    attach(identity("444444444444444"), behaving([](ModemBehaviour& b) { b.cmgsTestAnswersError = true; }));
-    EXPECT_EQ(search(), 0);
-    ASSERT_EQ(window.nsPortListData().size(), 1);
-    EXPECT_EQ(record(0).value("PORT_DETAL"), paths().at(0));
-}
-
-TEST_F(DeviceWindowTest, AStoppedSearchEndsAfterTheDeviceItIsDescribing) {
-    attach(identity("777777777777777"));
-    attach(identity("888888888888888"));
-    std::stop_source stop;
-    stop.request_stop();
-    EXPECT_EQ(search(stop.get_token()), 0);
-    ASSERT_EQ(window.nsPortListData().size(), 1);
-    EXPECT_EQ(record(0).value("IMEI"), "777777777777777");
-}
-
 TEST_F(DeviceWindowTest, NothingFoundSaysSo) {
     EXPECT_EQ(search(), 5);
     EXPECT_EQ(op.alerts(), QStringList{"\nGSM device not found."});

@@ -1,9 +1,9 @@
 #pragma once
 // The automated send-mode test: one real message per combination of mode (PDU, text) and
 // service centre (the modem's own, the custom one) that a device supports, to find out
-// which settings work on it. The device window and the automated sending window both run
-// it; this is what they share: the case list, the history kept in a record, the report
-// file and the run itself.
+// which settings work on it. The device window, the automated sending window and the
+// test-device command all run it; this is what they share: the case list, the history kept
+// in a record, the report file and the run itself.
 #include "core/Record.h"
 #include "core/RecordTable.h"
 #include "gsm/SmsMode.h"
@@ -33,6 +33,7 @@ inline const QString kStopQuestion = QStringLiteral(
     "Test SMS sending process has not been completed yet. Are you sure you want to stop the process?");
 inline const QString kInvalidTestNumber =
     QStringLiteral("Please enter a valid phone number to receive test message.");
+inline const QString kOpenFailed = QStringLiteral("\nSelected device is not working properly.");
 inline const QString kNotSmsCapable =
     QStringLiteral("This Device cannot be used for sending Text messages as it does not seem to have SMS "
                    "Sending capabilities.");

@@ -1,15 +1,14 @@
-// The automated send-mode test against virtual modems that accept only some combinations of
-// mode and service centre: which cases pass (checked against what the virtual network
-// received), Stop, the history kept in the records, applying a case, and the report file.
-#include "gsm/windows/SendModeTrial.h"
+// The automated send-mode test through its windows, against virtual modems that accept only
+// some combinations of mode and service centre: which cases pass (checked against what the
+// virtual network received), Stop, the history kept in the records, applying a case.
 #include "gsm/windows/Automated_GSM_Sending.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"
+#include "services/SendModeTrial.h"
 
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
 #include "core/Clock.h"
 #include "core/FileUtils.h"
-#include "gsm/MFCSMS.h"
 #include "sim/VirtualModem.h"
 
 #include <QDir>
@@ -42,84 +41,6 @@ QStringList statusesOf(const RecordList& cases) {
     for (const Record& c : cases)
         statuses << c.value("Status");
     return statuses;
-}
-
-TEST(SendModeCases, TheCaseListFollowsTheModesAndTheCustomServiceCentre) {
-    struct Row {
-        const char* supported;
-        bool custom;
-        QStringList codes;
-    };
-    const Row rows[] = {
-        {";Text Mode;", false, {"TXT_DEF_SMSC"}},
-        {";PDU Mode;", true, {"PDU_CUS_SMSC", "PDU_DEF_SMSC"}},
-        {";PDU Mode;Text Mode;", true, {"PDU_CUS_SMSC", "PDU_DEF_SMSC", "TXT_CUS_SMSC", "TXT_DEF_SMSC"}},
-        {";PDU Mode;Text Mode;", false, {"PDU_DEF_SMSC", "TXT_DEF_SMSC"}},
-        {"NONE", true, {}},
-    };
-    for (const Row& row : rows) {
-        const RecordList cases = SendModeTrial::Fill_Test_case_List(row.supported, row.custom, "E173", "");
-        EXPECT_EQ(codesOf(cases), row.codes) << row.supported << row.custom;
-        for (int i = 0; i < cases.size(); ++i) {
-            EXPECT_EQ(cases.at(i).value("Possible_Case"), QStringLiteral("Case %1:").arg(i + 1));
-            EXPECT_EQ(cases.at(i).value("Case_SMS"),
-                      cases.at(i).value("Description") + " is working for Device Model: E173");
-            EXPECT_EQ(cases.at(i).value("Status"), "");
-        }
-    }
-    EXPECT_EQ(SendModeTrial::descriptionOf("TXT_CUS_SMSC"), "Text Mode with Custom SMSC");
-}
-
-TEST(SendModeCases, TheHistoryGivesEachCaseItsStatusBack) {
-    RecordList cases = SendModeTrial::Fill_Test_case_List(";PDU Mode;Text Mode;", true, "M", "");
-    cases[0].insert("Status", "+CMS ERROR: 330");
-    cases[1].insert("Status", "Message sent successfully.");
-    cases[3].insert("Status", "Stopped");
-    const QString history = SendModeTrial::historyOf(cases);
-    EXPECT_EQ(history, "PDU_CUS_SMSC||+CMS ERROR: 330||PDU_DEF_SMSC||Message sent successfully.||"
-                       "TXT_CUS_SMSC||||TXT_DEF_SMSC||Stopped||");
-    // Read back into a list without the custom cases: each keeps its own status.
-    EXPECT_EQ(statusesOf(SendModeTrial::Fill_Test_case_List(";PDU Mode;Text Mode;", false, "M", history)),
-              (QStringList{"Message sent successfully.", "Stopped"}));
-    EXPECT_EQ(SendModeTrial::statusInHistory("garbage||", "PDU_DEF_SMSC"), "");
-}
-
-TEST(SendModeCases, TestNumbersAreTrimmedButNotNormalised) {
-    const struct {
-        const char* typed;
-        bool accepted;
-    } rows[] = {
-        {"+442079460958", true},
-        {"  00442079460958 ", true},
-        {"+44 20 7946 0958", false},
-        {"44+2079460958", false},
-        {"", false},
-        {"0044207946095812345678", false},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(SendModeTrial::testNumberProblem(row.typed).isEmpty(), row.accepted) << row.typed;
-}
-
-// Every piece of the report carries its own byte-order mark.
-QByteArray utf16(const QString& text) {
-    QByteArray bytes("\xFF\xFE", 2);
-    for (QChar c : text) {
-        bytes.append(char(c.unicode() & 0xFF));
-        bytes.append(char(c.unicode() >> 8));
-    }
-    return bytes;
-}
-
-TEST(SendModeCases, TheReportIsUtf16PiecesEachWithItsMark) {
-    RecordList cases = SendModeTrial::Fill_Test_case_List(";Text Mode;", false, "Zé", "");
-    cases[0].insert("Status", "Message sent successfully.");
-    const QString rule(76, '=');
-    const QByteArray expected = utf16(rule + "\n\n\t\t\t[ Test Case Summary]\t\t\t\n\n" + rule + "\n") +
-                                utf16("COM Port : x\r\n") + utf16("\n\n") +
-                                utf16("Case 1:\nText Mode with Default SMSC is working for Device Model: Zé\n"
-                                      "Message sent successfully.") +
-                                utf16("\n\n");
-    EXPECT_EQ(SendModeTrial::reportBytes("COM Port : x\r\n", cases), expected);
 }
 
 class ModeTestOnModems : public ::testing::Test {
@@ -241,34 +162,6 @@ TEST_F(ModeTestOnModems, ModemsPassExactlyTheCasesTheyAccept) {
     }
 }
 
-TEST_F(ModeTestOnModems, StopDuringTheSecondCaseLeavesTheRestStopped) {
-    VirtualModem& modem = attach({});
-    search();
-    const Record device = devices.nsPortListData().at(0);
-    SendModeTrial::Request request{
-        device.value("PORT_DETAL"), kCustom, device.value("DefSMSC"), kTo,
-        SendModeTrial::Fill_Test_case_List(device.value("SUPSMSMode"), true, "VM", "")};
-    std::atomic<bool> stop{false};
-    QStringList announced;
-    SendModeTrial::Progress progress;
-    progress.announce = [&](const QString& text) {
-        announced << text;
-        if (text.startsWith("Case 2 :"))
-            stop = true; // asked while case 2 is under way
-    };
-    progress.caseProgress = [](int) {};
-    progress.caseEnded = [](int, const QString&) {};
-    MFCSMS session;
-    EXPECT_EQ(SendModeTrial::run(session, request, stop, progress, "Case %1 : %2"),
-              SendModeTrial::End::Stopped);
-    EXPECT_EQ(statusesOf(request.cases), (QStringList{"Message sent successfully.",
-                                                      "Message sent successfully.", "Stopped", "Stopped"}));
-    EXPECT_EQ(announced,
-              (QStringList{"Connecting Device", "Initialize Device", "Case 1 : PDU Mode with Custom SMSC",
-                           "Case 2 : PDU Mode with Default SMSC"}));
-    EXPECT_EQ(modem.received().size(), 2);
-}
-
 TEST_F(ModeTestOnModems, TheWindowsStopAsksAndEndsAfterTheCaseInProgress) {
     VirtualModem& modem = attach({});
     search();
@@ -339,8 +232,9 @@ TEST_F(ModeTestOnModems, TheDeviceWindowKeepsTheOutcomeAndShowsItAgain) {
     op.chooseFile(dir.filePath("report"));
     devices.Save_SMS_Report_Pressed();
     const QByteArray report = readAll(dir.filePath("report.txt"));
-    EXPECT_TRUE(report.startsWith("\xFF\xFE=\0=\0"));
-    EXPECT_TRUE(report.contains(utf16("Message sent successfully.").mid(2)));
+    EXPECT_EQ(report, SendModeTrial::reportBytes(
+                          GSM_Device_List_Wnd::deviceDetailText(devices.nsPortListData().at(0)),
+                          devices.nsCaseListData().records()));
 
     // One that cannot be written says which file and why.
     ASSERT_TRUE(QDir().mkpath(dir.filePath("taken.txt")));

@@ -1,0 +1,52 @@
+#pragma once
+// Finding the modems attached: every modem port is opened, asked whether it can send messages
+// and for its IMEI, and described in one record per modem (the keys of device/DeviceRecord.h).
+// The device window and the command line both search through here; what the operator is
+// told of the outcome is theirs to show.
+#include "core/Record.h"
+
+#include <QStringList>
+
+#include <functional>
+#include <stop_token>
+
+namespace ModemSearch {
+
+// What a search tells its caller as the rows change, on the probes' threads, one call at a time
+// and in the order of the changes: a list that makes the same changes keeps the rows as the
+// search has them. Any of them may be left empty.
+struct Listener {
+    std::function<void()> portOpened;                             // one more port answered the line
+    std::function<void(int row, const Record& record)> inserted;  // a modem found: its port and IMEI
+    std::function<void(int row, const Record& record)> described; // the row's whole record
+    std::function<void(int row)> removed; // an earlier port of the same modem takes its place
+};
+
+struct Result {
+    RecordList modems;   // one per modem, in discovery order
+    QStringList denied;  // the ports this user may not open
+    bool noPort = false; // there was nothing to probe
+    // What the operator is told of it: that nothing was found, the ports denied.
+    QStringList alerts() const;
+};
+
+// Modems answer at their own pace: this many are probed side by side.
+inline constexpr int kParallelProbes = 4;
+
+// Probes the paths; two ports of one modem (one IMEI) give one row, the first in discovery
+// order keeping it. A stop lets the probes under way end and starts no more (the first path is
+// probed whatever the stop).
+Result search(const QStringList& paths, std::stop_token stop = {}, const Listener& listener = {});
+
+// How a person reads a modem: its model and port ("E173 on ttyUSB0"), the port alone until
+// the model is known.
+QString nameOf(const Record& modem);
+
+// The details text of a modem ("COM Port : ...\r\n..."), as the device window and the test
+// report show it.
+QString detailsOf(const Record& modem);
+
+// search() over the modem ports attached, then those of BULKSMS_EXTRA_MODEMS.
+Result findModems(std::stop_token stop = {}, const Listener& listener = {});
+
+} // namespace ModemSearch

@@ -1,0 +1,128 @@
+// The modem search and the checks before a run, against virtual modems on pseudo-terminals.
+#include "services/ModemCheck.h"
+#include "services/ModemSearch.h"
+
+#include "core/Clock.h"
+#include "sim/VirtualModem.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <mutex>
+
+namespace {
+
+using sim::ModemBehaviour;
+using sim::ModemIdentity;
+using sim::VirtualModem;
+
+class ModemServices : public ::testing::Test {
+protected:
+    void SetUp() override { Clock::setScale(0.05); } // read time-outs leave the virtual modems time to answer
+    void TearDown() override { Clock::setScale(0.001); }
+
+    VirtualModem& attach(const char* imei, const std::function<void(ModemBehaviour&)>& change = {}) {
+        ModemIdentity id;
+        id.imei = imei;
+        ModemBehaviour behaviour;
+        behaviour.networkDelayMs = 0;
+        if (change)
+            change(behaviour);
+        modems.push_back(std::make_unique<VirtualModem>(id, behaviour));
+        EXPECT_TRUE(modems.back()->start());
+        return *modems.back();
+    }
+    QStringList paths() const {
+        QStringList out;
+        for (const auto& m : modems)
+            out << m->devicePath();
+        return out;
+    }
+    static QStringList pathsOf(const RecordList& rows) {
+        QStringList out;
+        for (const Record& r : rows)
+            out << r.value("PORT_DETAL");
+        return out;
+    }
+
+    std::vector<std::unique_ptr<VirtualModem>> modems;
+};
+
+TEST_F(ModemServices, TwoPortsOfOneModemGiveOneRowAndAListenerKeepsTheSameRows) {
+    // The modem's first port answers slowly: its second port is claimed first, then gives way.
+    attach("333333333333333", [](ModemBehaviour& b) { b.answerLatencyMs = 150; });
+    attach("333333333333333");
+    attach("444444444444444", [](ModemBehaviour& b) { b.cmgsTestAnswersError = true; }); // cannot send
+    attach("555555555555555");
+    std::mutex lock;
+    RecordList mirror;
+    int opened = 0;
+    ModemSearch::Listener listener;
+    listener.portOpened = [&] {
+        std::lock_guard guard(lock);
+        ++opened;
+    };
+    listener.inserted = [&](int row, const Record& r) { mirror.insert(row, r); };
+    listener.described = [&](int row, const Record& r) { mirror.replace(row, r); };
+    listener.removed = [&](int row) { mirror.removeAt(row); };
+
+    const ModemSearch::Result found = ModemSearch::search(paths(), {}, listener);
+    EXPECT_EQ(pathsOf(found.modems), (QStringList{paths().at(0), paths().at(3)}));
+    EXPECT_EQ(mirror, found.modems);
+    EXPECT_EQ(found.modems.at(0).value("Model"), "VM-100");
+    EXPECT_EQ(opened, 4);
+    EXPECT_TRUE(found.alerts().isEmpty());
+}
+
+TEST_F(ModemServices, AStopEndsAfterTheFirstPortAndNothingToProbeIsSaid) {
+    attach("777777777777777");
+    attach("888888888888888");
+    std::stop_source stop;
+    stop.request_stop();
+    EXPECT_EQ(pathsOf(ModemSearch::search(paths(), stop.get_token()).modems), QStringList{paths().at(0)});
+    EXPECT_EQ(ModemSearch::search({}).alerts(), QStringList{"GSM device not found."});
+}
+
+TEST_F(ModemServices, AChosenModemIsCheckedInOrderAndOnlyAWorkingOneIsReadied) {
+    VirtualModem& modem = attach("666666666666666");
+    const Record found = ModemSearch::search(paths()).modems.value(0);
+    ASSERT_FALSE(found.isEmpty());
+    using ModemCheck::Problem;
+    struct Row {
+        const char* name;
+        Record changes;
+        bool silent;
+        Problem problem;
+        bool notSmsCapable;
+    };
+    const Row rows[] = {
+        {"ready", {}, false, Problem::None, false},
+        {"no service centre", {{"DefSMSC", ""}}, false, Problem::NoServiceCentre, false},
+        {"no mode", {{"SMSMode", "NONE"}}, true, Problem::NoMode, false},
+        {"silent", {{"UseCusSMSC", "Y"}, {"CusSMSC", ""}}, true, Problem::NotWorking, false},
+        {"custom centre missing",
+         {{"UseCusSMSC", "Y"}, {"CusSMSC", ""}},
+         false,
+         Problem::NoCustomServiceCentre,
+         false},
+        {"cannot send", {{"SMS_CAPABLE", "Not Detected"}}, false, Problem::None, true},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        Record record = found;
+        for (auto it = row.changes.cbegin(); it != row.changes.cend(); ++it)
+            record.insert(it.key(), it.value());
+        ModemBehaviour b;
+        b.networkDelayMs = 0;
+        b.silent = row.silent;
+        modem.setBehaviour(b);
+        const qsizetype readied = modem.commandLog().count("AT+CMMS=2");
+        const ModemCheck::Verdict verdict = ModemCheck::forRun(record);
+        EXPECT_EQ(verdict.problem, row.problem);
+        EXPECT_EQ(verdict.notSmsCapable, row.notSmsCapable);
+        EXPECT_EQ(modem.commandLog().count("AT+CMMS=2") - readied, row.problem == Problem::None ? 1 : 0);
+        EXPECT_EQ(ModemCheck::answers(modem.devicePath()), !row.silent);
+    }
+}
+
+} // namespace
