@@ -3,8 +3,8 @@
 #include "list/NumberCandidates.h"
 #include "list/NumberFileReader.h"
 #include "sheets/ColumnNames.h"
+#include "sheets/DynamicMessages.h"
 #include "sheets/SpreadsheetWriter.h"
-#include "sheets/windows/Excel_Dynamic_Msg.h"
 #include "text/RtfConverter.h"
 #include "text/TextFileDecoder.h"
 
@@ -40,13 +40,13 @@ public:
                 return true;
         }
         // At most kMaxRows rows of data; a header row does not count toward them.
-        if (m_rows - (m_in.header ? 1 : 0) > Excel_Dynamic_Msg::kMaxRows)
+        if (m_rows - (m_in.header ? 1 : 0) > kMaxDynamicRows)
             return true;
         QString text = m_message;
         if (m_messageColumn >= 0)
             text = row.value(m_messageColumn);
         else if (!m_in.templateText.isEmpty())
-            text = Excel_Dynamic_Msg::fillTemplate(m_in.templateText, row);
+            text = fillTemplate(m_in.templateText, row);
         for (int column : m_numberColumns)
             if (!row.value(column).trimmed().isEmpty())
                 m_out.append({row.value(column), text});

@@ -6,9 +6,9 @@
 #include "core/DataTreePrivacy.h"
 #include "core/FileUtils.h"
 #include "stores/ExportFile.h"
+#include "stores/ExportFormats.h"
 #include "stores/SentItemFile.h"
-#include "stores/windows/ExportDialogs.h"
-#include "stores/windows/Templates.h"
+#include "stores/TemplateFile.h"
 
 #include <QCommandLineParser>
 
@@ -145,10 +145,7 @@ int runTemplates(const QStringList& arguments) {
     QByteArray stored;
     if (!readData(folder.Templates_File_Path(), stored))
         return kExitDataNotWritten;
-    ConsoleOperator op(false);
-    Templates store(op, folder);
-    store.loadFrom(stored);
-    const QStringList all = store.templates();
+    const QStringList all = storedTemplates(stored);
     QString why;
     const bool written = format == ExportFormat::Xlsx   ? writeExportWorkbook(path, templatesRows(all), &why)
                          : format == ExportFormat::Html ? writeExportBytes(path, templatesHtml(all), &why)

@@ -2,9 +2,10 @@
 
 #include "ConsoleOutput.h"
 #include "StopSignals.h"
+#include "core/FileUtils.h"
 #include "core/Operator.h"
 #include "stores/ExportFile.h"
-#include "stores/windows/ExportDialogs.h"
+#include "stores/ExportFormats.h"
 
 #include <QEventLoop>
 

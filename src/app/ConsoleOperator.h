@@ -1,6 +1,6 @@
 #pragma once
-// The Operator of the command-line tool: messages go to the terminal, questions are
-// answered by the --yes flag, and the sending job's window becomes a progress display.
+// The Operator of the command-line tool: messages go to standard error, questions are
+// answered by the --yes flag, and a window that needs a person is named and left closed.
 #include "core/Operator.h"
 
 #include <QTextStream>

@@ -97,6 +97,15 @@ QString htmlValue(const QString& value, bool asMessage) {
     return out;
 }
 
+bool statusPassesFilter(const QString& status, int filter) {
+    switch (filter) {
+    case 0: return true;
+    case 1: return isSentStatus(status);
+    case 2: return !isSentStatus(status);
+    default: return false;
+    }
+}
+
 bool isSentStatus(const QString& status) {
     return status == QLatin1String("Message sent successfully.") ||
            status == QLatin1String("Message sent to device.");

@@ -31,6 +31,9 @@ QString htmlValue(const QString& value, bool asMessage);
 // True for the two statuses of a message the modem took.
 bool isSentStatus(const QString& status);
 
+// True when a status belongs to the group of the filter (0 all, 1 sent, 2 unsent).
+bool statusPassesFilter(const QString& status, int filter);
+
 // --- The sending job's report: items with their number, message, current status, status.
 struct ReportItem {
     QString number, message, currentStatus, status;

@@ -2,6 +2,8 @@
 
 #include "core/FileUtils.h"
 #include "core/TextUtils.h"
+#include "stores/ExportFormats.h"
+#include "text/NumberRules.h"
 #include "text/TextLines.h"
 
 #include <QDateTime>
@@ -46,6 +48,25 @@ QStringList parseTemplates(const QByteArray& content) {
     for (const QString& line : TextLines::split(QString::fromUtf8(content)))
         if (!line.isEmpty())
             templates << Replace_Sent_Item_and_Template_Seprator_With_New_Line(line);
+    return templates;
+}
+
+QStringList storedTemplates(const QByteArray& content) {
+    QStringList templates;
+    QSet<QString> seen;
+    for (const QString& text : parseTemplates(content)) {
+        // Known by its first 1,600 characters: a longer text read twice is listed once.
+        const QString trimmed = Trim_Str(text);
+        if (trimmed.isEmpty() || trimmed == kExportRule ||
+            trimmed == QLatin1String("[ Bulk SMS - Templates]"))
+            continue;
+        // Cut, then trimmed again: a cut that ends in white space would not match itself later.
+        const QString kept = Trim_Str(trimmed.left(kMaxMessageLength));
+        if (!seen.contains(kept)) {
+            seen.insert(kept);
+            templates << kept;
+        }
+    }
     return templates;
 }
 

@@ -14,6 +14,10 @@
 // The templates of a file's content, in file order, line feeds restored.
 QStringList parseTemplates(const QByteArray& content);
 
+// The templates as the templates window lists them: each trimmed and cut to a message's
+// length, blank ones, the export's rules and repeats left out.
+QStringList storedTemplates(const QByteArray& content);
+
 // The templates file of a data folder as a sending run adds to it: each run has its own.
 // Its templates are read again only when the file changed since the last look (by size and
 // modification time), so a long run with per-row messages does not reread a growing file for

@@ -240,27 +240,6 @@ int Excel_Dynamic_Msg::Use_Column(const QList<int>& selectedRows, int selectionS
     return start + int(text.size());
 }
 
-QString Excel_Dynamic_Msg::fillTemplate(const QString& templ, const QStringList& values) {
-    static const QRegularExpression pattern(QStringLiteral("<COL-([0-9]+)>"),
-                                            QRegularExpression::CaseInsensitiveOption);
-    QString out;
-    qsizetype last = 0;
-    for (auto it = pattern.globalMatch(templ); it.hasNext();) {
-        const QRegularExpressionMatch match = it.next();
-        const QString digits = match.captured(1);
-        bool ok = false;
-        const int column = digits.toInt(&ok);
-        // Only the written form of a column number is a placeholder (<COL-01> is text).
-        if (!ok || column < 1 || column > values.size() || QString::number(column) != digits)
-            continue;
-        out += QStringView(templ).mid(last, match.capturedStart() - last);
-        out += values.at(column - 1);
-        last = match.capturedEnd();
-    }
-    out += QStringView(templ).mid(last);
-    return out;
-}
-
 void Excel_Dynamic_Msg::Preview() {
     if (m_template.trimmed().isEmpty()) {
         m_window.op().Show_MessageBox(kBlankTemplate);
@@ -304,7 +283,7 @@ void Excel_Dynamic_Msg::insertRows() {
     // counted. The accepted rows go in when the sheet is done, unless the load is cancelled.
     ListLoad::of(m_window).start(
         [=](ListLoad& load) {
-            qsizetype limit = kMaxRows;
+            qsizetype limit = kMaxDynamicRows;
             qsizetype taken = 0;
             const bool read = spreadsheet->ReadRows([&](QStringList& row) {
                 if (!outcome->sheetHadRows && startsWithHeader(row, numberColumns))

@@ -6,6 +6,7 @@
 #include "ColumnChoice.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
+#include "sheets/DynamicMessages.h"
 #include "sheets/SpreadsheetData.h"
 
 #include <QString>
@@ -23,8 +24,6 @@ inline const QString kPlaceholderTextKey = QStringLiteral("Date"); // "<COL-n>"
 class Excel_Dynamic_Msg : public DialogController {
     Q_OBJECT
 public:
-    static constexpr int kMaxRows = 50000;
-
     // spreadsheet reads the workbook; the insertion goes on reading it after the wizard has
     // ended, so it must outlive the load.
     Excel_Dynamic_Msg(BulkSmsWindow& window, SpreadsheetWriter& spreadsheet, QObject* parent = nullptr);
@@ -65,8 +64,6 @@ public:
     void Preview();
     void Example();
 
-    // The template with every <COL-n> (any case, 1 <= n <= values) replaced by values[n-1].
-    static QString fillTemplate(const QString& templ, const QStringList& values);
     // What the operator is told when rows past the limit were left out.
     static QString droppedRowsMessage(qsizetype dropped);
 

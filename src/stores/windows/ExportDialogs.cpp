@@ -6,15 +6,6 @@
 #include <algorithm>
 #include <utility>
 
-bool statusPassesFilter(const QString& status, int filter) {
-    switch (filter) {
-    case 0: return true;
-    case 1: return isSentStatus(status);
-    case 2: return !isSentStatus(status);
-    default: return false;
-    }
-}
-
 Status_Export_Option::Status_Export_Option(Operator& op, std::function<QStringList()> statusesOf,
                                            QObject* parent)
     : DialogController(parent), m_op(op), m_statusesOf(std::move(statusesOf)) {}

@@ -12,9 +12,6 @@
 
 class Operator;
 
-// True when a status belongs to the group of the filter (0 all, 1 sent, 2 unsent).
-bool statusPassesFilter(const QString& status, int filter);
-
 class Status_Export_Option : public DialogController {
     Q_OBJECT
 public:

@@ -71,12 +71,8 @@ void Templates::replaceTemplate(int index, const QString& text) {
 void Templates::loadFrom(const QByteArray& content) {
     m_table.clear();
     m_selected.clear();
-    for (const QString& line : TextLines::split(QString::fromUtf8(content))) {
-        const QString text = Replace_Sent_Item_and_Template_Seprator_With_New_Line(line);
-        if (text.isEmpty() || Check_Duplicate_Template(text))
-            continue;
-        Create_Template_List(text);
-    }
+    for (const QString& text : storedTemplates(content))
+        m_table.append(Record{{kMessageKey, text}});
     emit selectionChanged();
     emit changed();
 }

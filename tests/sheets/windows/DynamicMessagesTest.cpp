@@ -17,7 +17,7 @@ struct FillCase {
 class TemplateFilling : public ::testing::TestWithParam<FillCase> {};
 
 TEST_P(TemplateFilling, ReplacesEachPlaceholderByItsColumn) {
-    EXPECT_EQ(Excel_Dynamic_Msg::fillTemplate(GetParam().templ, GetParam().values), GetParam().expected);
+    EXPECT_EQ(fillTemplate(GetParam().templ, GetParam().values), GetParam().expected);
 }
 
 const QStringList kTen{"v1", "v2", "v3", "v4", "v5", "v6", "v7", "v8", "v9", "v10"};
@@ -227,7 +227,7 @@ TEST_F(DynamicMessagesTest, AtMostFiftyThousandRowsAreUsed) {
     wizard.Message_ComboBox_changed(1);
     wizard.rightButtonPressed();
     waitForLoads();
-    EXPECT_EQ(android.list().size(), Excel_Dynamic_Msg::kMaxRows);
+    EXPECT_EQ(android.list().size(), kMaxDynamicRows);
     EXPECT_EQ(android.numbers().first(), QString::number(10000000 + 49999));
     EXPECT_EQ(op.alerts(), QStringList{"\n" + Excel_Dynamic_Msg::droppedRowsMessage(10000)});
     EXPECT_EQ(Excel_Dynamic_Msg::droppedRowsMessage(10000),
@@ -236,14 +236,14 @@ TEST_F(DynamicMessagesTest, AtMostFiftyThousandRowsAreUsed) {
 
 TEST_F(DynamicMessagesTest, AHeaderRowDoesNotCountTowardTheLimit) {
     SpreadsheetData rows{{"Phone", "Text"}};
-    for (int i = 0; i < Excel_Dynamic_Msg::kMaxRows; ++i)
+    for (int i = 0; i < kMaxDynamicRows; ++i)
         rows << QStringList{QString::number(10000000 + i), "m"};
     openFileStep(0, tableWorkbook("big.xlsx", {rows}));
     wizard.Number_ComboBox_changed(0);
     wizard.Message_ComboBox_changed(1);
     wizard.rightButtonPressed();
     waitForLoads();
-    EXPECT_EQ(android.list().size(), Excel_Dynamic_Msg::kMaxRows);
+    EXPECT_EQ(android.list().size(), kMaxDynamicRows);
     EXPECT_TRUE(op.alerts().isEmpty());
 }
 
