@@ -1,7 +1,8 @@
 #pragma once
-// What the program's start makes once and hands by reference to whoever needs it: the data
+// What the desktop's start makes once and hands by reference to whoever needs it: the data
 // folder the environment names, the default country both main windows share, the spreadsheet
-// windows with their workbook reader, and the stored-list windows kept over the folder.
+// windows with their workbook reader, and the stored-list windows kept over the folder. The
+// commands make none of it: they need no window.
 #include "core/DataFolder.h"
 #include "list/DefaultCountry.h"
 #include "sheets/windows/SpreadsheetWindows.h"
