@@ -1,11 +1,11 @@
 // "bulksms send --android" and "bulksms devices --android" as whole programs, through the real
 // adb client to a virtual phone whose log must agree with the list, text for text.
+#include "SenderFixture.h"
+
 #include "sim/AdbServer.h"
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
-#include <QProcessEnvironment>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -25,20 +25,11 @@ protected:
         apk.write("package");
     }
     QStringList run(const QStringList& arguments, int& exitCode) {
-        QProcess process;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("BULKSMS_DATA_HOME", home.path());
-        env.insert("BULKSMS_RESOURCES", home.path() + "/resources");
-        env.insert("BULKSMS_CLOCK_SCALE", "0.01");
+        QProcessEnvironment env = senderEnvironment(home.path(), "0.01", {});
         env.insert("ADB_SERVER_SOCKET", server->socketSpec());
         env.insert("HOME", home.path());
         env.remove("ANDROID_SERIAL");
-        process.setProcessEnvironment(env);
-        process.start(QStringLiteral(BULKSMS_EXECUTABLE), arguments);
-        EXPECT_TRUE(process.waitForFinished(120000));
-        exitCode = process.exitCode();
-        errors = QString::fromUtf8(process.readAllStandardError());
-        return QString::fromUtf8(process.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
+        return runToEnd(env, arguments, exitCode, errors);
     }
     QStringList messages() const {
         QStringList sent;

@@ -1,17 +1,14 @@
 // The command-line tool against virtual modems: what it prints agrees with what the
 // modems received, and its exit status tells whether everything went out.
+#include "SenderFixture.h"
+
 #include "sheets/SpreadsheetWriter.h"
-#include "sim/VirtualModem.h"
 
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-
-#include <QProcess>
-#include <QProcessEnvironment>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -22,40 +19,19 @@
 
 namespace {
 
-class CommandLineSendTest : public ::testing::Test {
+class CommandLineSendTest : public SenderFixture {
 protected:
     void SetUp() override {
-        for (int i = 0; i < 2; ++i) {
-            sim::ModemIdentity id;
-            id.imei = QStringLiteral("35800000000001%1").arg(i);
-            sim::ModemBehaviour behaviour;
-            behaviour.networkDelayMs = 0;
-            if (i == 1)
-                behaviour.modes = sim::ModemBehaviour::Modes::TextOnly;
-            modems.push_back(std::make_unique<sim::VirtualModem>(id, behaviour));
-            ASSERT_TRUE(modems.back()->start());
-        }
+        sim::ModemBehaviour behaviour;
+        behaviour.networkDelayMs = 0;
+        startModems(1, behaviour, "35800000000001");
+        behaviour.modes = sim::ModemBehaviour::Modes::TextOnly;
+        startModems(1, behaviour, "35800000000002");
     }
     QStringList run(const QStringList& arguments, int& exitCode) {
-        QProcess process;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("BULKSMS_DATA_HOME", home.path());
-        env.insert("BULKSMS_RESOURCES", home.path() + "/resources");
-        env.insert("BULKSMS_CLOCK_SCALE", "0.05"); // read time-outs long enough for a busy machine
-        QStringList paths;
-        for (const auto& modem : modems)
-            paths << modem->devicePath();
-        env.insert("BULKSMS_EXTRA_MODEMS", paths.join(':'));
-        process.setProcessEnvironment(env);
-        process.start(QStringLiteral(BULKSMS_EXECUTABLE), arguments);
-        EXPECT_TRUE(process.waitForFinished(120000));
-        exitCode = process.exitCode();
-        errors = QString::fromUtf8(process.readAllStandardError());
-        return QString::fromUtf8(process.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
+        return runToEnd(environment(), arguments, exitCode, errors);
     }
-    QTemporaryDir home;
     QString errors; // what the last run wrote to standard error
-    std::vector<std::unique_ptr<sim::VirtualModem>> modems;
 };
 
 TEST_F(CommandLineSendTest, SendsEveryRecipientOnceAndReportsEach) {
@@ -400,26 +376,18 @@ TEST_F(CommandLineSendTest, WithDeliveryReportsEachLineWaitsForItsReport) {
 }
 
 TEST_F(CommandLineSendTest, AnInterruptStopsTheRunAndStillPrintsEveryResult) {
-    QProcess process;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert("BULKSMS_DATA_HOME", home.path());
-    env.insert("BULKSMS_RESOURCES", home.path() + "/resources");
-    env.insert("BULKSMS_CLOCK_SCALE", "0.05");
-    env.insert("BULKSMS_EXTRA_MODEMS", modems.at(0)->devicePath());
-    process.setProcessEnvironment(env);
     QStringList arguments{"send", "--message", "x", "--device", modems.at(0)->devicePath()};
     for (int i = 0; i < 40; ++i)
         arguments << "--to" << QStringLiteral("4477009%1").arg(100 + i);
-    process.start(QStringLiteral(BULKSMS_EXECUTABLE), arguments);
-    ASSERT_TRUE(process.waitForStarted());
+    const std::unique_ptr<QProcess> process = start(arguments);
     // Interrupted once its first result is out.
-    while (process.state() == QProcess::Running && !process.canReadLine())
-        process.waitForReadyRead(100);
-    ::kill(pid_t(process.processId()), SIGINT);
-    ASSERT_TRUE(process.waitForFinished(60000));
-    const QStringList lines = QString::fromUtf8(process.readAll()).split('\n', Qt::SkipEmptyParts);
-    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
-    EXPECT_EQ(process.exitCode(), 1);
+    while (process->state() == QProcess::Running && !process->canReadLine())
+        process->waitForReadyRead(100);
+    ::kill(pid_t(process->processId()), SIGINT);
+    ASSERT_TRUE(process->waitForFinished(60000));
+    const QStringList lines = QString::fromUtf8(process->readAll()).split('\n', Qt::SkipEmptyParts);
+    EXPECT_EQ(process->exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(process->exitCode(), 1);
     ASSERT_EQ(lines.size(), 41) << lines.join('\n').toStdString(); // every recipient, and the summary
     int stopped = 0;
     for (const QString& line : lines.mid(0, 40))

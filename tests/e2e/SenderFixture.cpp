@@ -11,16 +11,32 @@ void SenderFixture::startModems(int count, const sim::ModemBehaviour& behaviour,
     }
 }
 
-QProcessEnvironment SenderFixture::environment(const QString& clockScale) const {
+QProcessEnvironment senderEnvironment(const QString& home, const QString& clockScale,
+                                      const QStringList& modemPaths) {
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert("BULKSMS_DATA_HOME", home.path());
-    env.insert("BULKSMS_RESOURCES", home.path() + "/resources");
+    env.insert("BULKSMS_DATA_HOME", home);
+    env.insert("BULKSMS_RESOURCES", home + "/resources");
     env.insert("BULKSMS_CLOCK_SCALE", clockScale);
+    env.insert("BULKSMS_EXTRA_MODEMS", modemPaths.join(':'));
+    return env;
+}
+
+QStringList runToEnd(const QProcessEnvironment& environment, const QStringList& arguments, int& exitCode,
+                     QString& errors) {
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.start(QStringLiteral(BULKSMS_EXECUTABLE), arguments);
+    EXPECT_TRUE(process.waitForFinished(120000));
+    exitCode = process.exitCode();
+    errors = QString::fromUtf8(process.readAllStandardError());
+    return QString::fromUtf8(process.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
+}
+
+QProcessEnvironment SenderFixture::environment(const QString& clockScale) const {
     QStringList paths;
     for (const auto& modem : modems)
         paths << modem->devicePath();
-    env.insert("BULKSMS_EXTRA_MODEMS", paths.join(':'));
-    return env;
+    return senderEnvironment(home.path(), clockScale, paths);
 }
 
 std::unique_ptr<QProcess> SenderFixture::start(const QStringList& arguments, qint64 fileSizeLimit,

@@ -12,6 +12,13 @@
 #include <memory>
 #include <vector>
 
+// What the sender runs with: a private data home with its resources, the clock, the modems named.
+QProcessEnvironment senderEnvironment(const QString& home, const QString& clockScale,
+                                      const QStringList& modemPaths);
+// Runs the sender to its end: the lines it printed; its exit code and standard error in the others.
+QStringList runToEnd(const QProcessEnvironment& environment, const QStringList& arguments, int& exitCode,
+                     QString& errors);
+
 class SenderFixture : public ::testing::Test {
 protected:
     // Starts `count` modems that behave alike (their IMEIs differ in the last digit).

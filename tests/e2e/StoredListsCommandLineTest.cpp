@@ -1,12 +1,11 @@
 // The stored lists from the command line against a virtual modem: applied exclusion lists
 // keep their numbers off the network, the run's report and the stores export as files.
+#include "SenderFixture.h"
+
 #include "sheets/SpreadsheetWriter.h"
-#include "sim/VirtualModem.h"
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
-#include <QProcessEnvironment>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -28,18 +27,9 @@ protected:
         ASSERT_TRUE(QDir().mkpath(data + "/Exclusion"));
     }
     QStringList run(const QStringList& arguments, int& exitCode) {
-        QProcess process;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("BULKSMS_DATA_HOME", home.path());
+        QProcessEnvironment env = senderEnvironment(home.path(), "0.05", {modem->devicePath()});
         env.insert("BULKSMS_RESOURCES", QStringLiteral(BULKSMS_RESOURCES_DIR));
-        env.insert("BULKSMS_CLOCK_SCALE", "0.05");
-        env.insert("BULKSMS_EXTRA_MODEMS", modem->devicePath());
-        process.setProcessEnvironment(env);
-        process.start(QStringLiteral(BULKSMS_EXECUTABLE), arguments);
-        EXPECT_TRUE(process.waitForFinished(120000));
-        exitCode = process.exitCode();
-        errors = QString::fromUtf8(process.readAllStandardError());
-        return QString::fromUtf8(process.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
+        return runToEnd(env, arguments, exitCode, errors);
     }
     void write(const QString& path, const QByteArray& bytes) {
         QFile f(path);

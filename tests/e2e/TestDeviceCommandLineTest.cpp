@@ -1,10 +1,8 @@
 // "bulksms test-device" against virtual modems: the case table it prints agrees with what
 // the virtual network received, and its exit status says whether any case worked.
-#include "sim/VirtualModem.h"
+#include "SenderFixture.h"
 
 #include <QFile>
-#include <QProcess>
-#include <QProcessEnvironment>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -22,18 +20,9 @@ protected:
         return *modem;
     }
     QStringList run(const QStringList& arguments, int& exitCode) {
-        QProcess process;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("BULKSMS_DATA_HOME", home.path());
-        env.insert("BULKSMS_RESOURCES", home.path() + "/resources");
-        env.insert("BULKSMS_CLOCK_SCALE", "0.2"); // the probe's read time-outs outlast a busy machine
-        env.insert("BULKSMS_EXTRA_MODEMS", modem->devicePath());
-        process.setProcessEnvironment(env);
-        process.start(QStringLiteral(BULKSMS_EXECUTABLE), arguments);
-        EXPECT_TRUE(process.waitForFinished(120000));
-        exitCode = process.exitCode();
-        errors = QString::fromUtf8(process.readAllStandardError());
-        return QString::fromUtf8(process.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
+        // The probe's read time-outs outlast a busy machine.
+        return runToEnd(senderEnvironment(home.path(), "0.2", {modem->devicePath()}), arguments, exitCode,
+                        errors);
     }
     QTemporaryDir home;
     QString errors;

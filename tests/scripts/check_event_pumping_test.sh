@@ -3,9 +3,7 @@
 # Usage: check_event_pumping_test.sh <path of check-event-pumping>
 set -uo pipefail
 check="${1:?usage: check_event_pumping_test.sh <check-event-pumping>}"
-work="$(mktemp -d)"
-trap 'rm -rf "$work"' EXIT
-failures=0
+source "$(dirname "$0")/check_test_helpers.sh"
 
 # expect <exit code> <text the output must hold, or ""> <file under src/> <its line>
 expect() {
@@ -14,10 +12,7 @@ expect() {
   printf '%s\n' "$4" >"$work/src/$file"
   output="$("$check" "$work" 2>&1)"
   code=$?
-  if [ "$code" -ne "$want" ] || { [ -n "$holds" ] && ! grep -qF -- "$holds" <<<"$output"; }; then
-    echo "FAIL: $file: exit $code (want $want), output:"$'\n'"$output"
-    failures=$((failures + 1))
-  fi
+  verdict "$file" "$want" "$holds" "$code" "$output"
 }
 
 expect 0 "" core/Wait.cpp 'MainThread::waitUntil([&] { return done; });'
@@ -28,12 +23,6 @@ expect 1 "src/sending/Flow.h:1:" sending/Flow.h '#include <QEventLoop>'
 expect 1 "src/gsm/ui/View.cpp:1:" gsm/ui/View.cpp 'QEventLoop loop;' # only the top src/ui is the views
 
 rm -rf "$work/src"
-"$check" "$work" >/dev/null 2>&1
-code=$?
-if [ "$code" -ne 2 ]; then
-  echo "FAIL: a tree without src/: exit $code (want 2)"
-  failures=$((failures + 1))
-fi
+verdict "a tree without src/" 2 "" "$("$check" "$work" >/dev/null 2>&1; echo $?)" ""
 
-[ "$failures" -eq 0 ] && echo "check-event-pumping: every case as expected"
-exit $((failures > 0))
+finish check-event-pumping

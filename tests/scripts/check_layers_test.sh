@@ -4,9 +4,7 @@
 # Usage: check_layers_test.sh <path of check-layers>
 set -uo pipefail
 check="${1:?usage: check_layers_test.sh <check-layers>}"
-work="$(mktemp -d)"
-trap 'rm -rf "$work"' EXIT
-failures=0
+source "$(dirname "$0")/check_test_helpers.sh"
 
 mkdir -p "$work/src/low" "$work/src/high"
 cat >"$work/CMakeLists.txt" <<'C'
@@ -30,10 +28,7 @@ expect() {
     { echo "FAIL: $name: the tree does not build"; failures=$((failures + 1)); return; }
   output="$("$check" "$work/build" "$work" 2>&1)"
   code=$?
-  if [ "$code" -ne "$want" ] || { [ -n "$holds" ] && ! grep -qF -- "$holds" <<<"$output"; }; then
-    echo "FAIL: $name: exit $code (want $want), output:"$'\n'"$output"
-    failures=$((failures + 1))
-  fi
+  verdict "$name" "$want" "$holds" "$code" "$output"
 }
 
 printf '#include "low/Low.h"\nint lowest() { return low(); }\n' >"$work/src/low/Low.cpp"
@@ -41,5 +36,4 @@ expect 0 "" "an upper layer using a lower one"
 printf '#include "high/High.h"\nint lowest() { return high(); }\n' >"$work/src/low/Low.cpp"
 expect 1 "src/low/Low.cpp (bulksms_low) includes src/high/High.h (bulksms_high)" "a lower layer reaching up"
 
-[ "$failures" -eq 0 ] && echo "check-layers: every case passed"
-exit $((failures > 0))
+finish check-layers

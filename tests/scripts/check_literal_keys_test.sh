@@ -3,9 +3,7 @@
 # Usage: check_literal_keys_test.sh <path of check-literal-keys>
 set -uo pipefail
 check="${1:?usage: check_literal_keys_test.sh <check-literal-keys>}"
-work="$(mktemp -d)"
-trap 'rm -rf "$work"' EXIT
-failures=0
+source "$(dirname "$0")/check_test_helpers.sh"
 
 # A tree whose one header defines the keys and whose one source file holds `use`.
 tree() {
@@ -27,10 +25,7 @@ expect() {
   tree "$4"
   output="$("$check" "$work" 2>&1)"
   code=$?
-  if [ "$code" -ne "$want" ] || { [ -n "$holds" ] && ! grep -qF -- "$holds" <<<"$output"; }; then
-    echo "FAIL: $name: exit $code (want $want), output:"$'\n'"$output"
-    failures=$((failures + 1))
-  fi
+  verdict "$name" "$want" "$holds" "$code" "$output"
 }
 
 # Left alone: constants, comments, a literal that says it is not a key, other texts.
@@ -49,21 +44,10 @@ expect 1 '"PORT_DETAL"' "a second definition in a source file" 'inline const QSt
 # A definition the check cannot read stops it rather than dropping its key.
 tree 'int x = 0;'
 printf 'inline const QString kLongKey =\n    QStringLiteral("Long");\n' >>"$work/src/a/Keys.h"
-"$check" "$work" >/dev/null 2>&1
-code=$?
-if [ "$code" -ne 2 ]; then
-  echo "FAIL: a definition split over lines: exit $code (want 2)"
-  failures=$((failures + 1))
-fi
+verdict "a definition split over lines" 2 "" "$("$check" "$work" >/dev/null 2>&1; echo $?)" ""
 
 # No definitions at all: nothing is being checked, which is an error, not a pass.
 rm -rf "$work/src" && mkdir -p "$work/src"
-"$check" "$work" >/dev/null 2>&1
-code=$?
-if [ "$code" -ne 2 ]; then
-  echo "FAIL: a tree without definitions: exit $code (want 2)"
-  failures=$((failures + 1))
-fi
+verdict "a tree without definitions" 2 "" "$("$check" "$work" >/dev/null 2>&1; echo $?)" ""
 
-[ "$failures" -eq 0 ] && echo "check-literal-keys: every case as expected"
-exit $((failures > 0))
+finish check-literal-keys

@@ -29,10 +29,7 @@ protected:
         return config;
     }
     QStringList statuses(Android_TroubleShooting& window) {
-        QStringList out;
-        for (const Record& r : window.cases().records())
-            out << r.value("Status");
-        return out;
+        return columnOf(window.cases().records(), "Status");
     }
     QStringList modesSent() const {
         QStringList modes;

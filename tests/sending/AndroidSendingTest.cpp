@@ -243,13 +243,7 @@ TEST_F(AndroidSendingTest, AGsmRunAndAnAndroidRunAtOnceStayApart) {
     const QString path = modem.devicePath();
     Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
     gsm.windowDidLoad();
-    gsm.selection().port_val_str_array << path;
-    gsm.selection().port_det_str_array
-        << Record{{"PORT_DETAL", path},         {"COM_PORT", path.mid(8)}, {"Model", "VM-100"},
-                  {"SMSMode", "PDU Mode"},      {"UseCusSMSC", "N"},       {"CusSMSC", ""},
-                  {"DefSMSC", "+447700900123"}, {"SMS_CAPABLE", "Yes"}};
-    gsm.selection().sel_port_name_str = path.mid(8);
-    gsm.selection().sel_port_bsd_str = path;
+    selectModem(gsm.selection(), path);
     gsm.applyDeviceSelection();
     const QStringList toModem = {"+447700900201", "+447700900202", "+447700900203"};
     for (const QString& number : toModem)

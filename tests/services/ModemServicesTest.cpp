@@ -2,6 +2,7 @@
 #include "services/ModemCheck.h"
 #include "services/ModemSearch.h"
 
+#include "TestEnvironment.h"
 #include "core/Clock.h"
 #include "sim/VirtualModem.h"
 
@@ -38,12 +39,6 @@ protected:
             out << m->devicePath();
         return out;
     }
-    static QStringList pathsOf(const RecordList& rows) {
-        QStringList out;
-        for (const Record& r : rows)
-            out << r.value("PORT_DETAL");
-        return out;
-    }
 
     std::vector<std::unique_ptr<VirtualModem>> modems;
 };
@@ -67,7 +62,7 @@ TEST_F(ModemServices, TwoPortsOfOneModemGiveOneRowAndAListenerKeepsTheSameRows) 
     listener.removed = [&](int row) { mirror.removeAt(row); };
 
     const ModemSearch::Result found = ModemSearch::search(paths(), {}, listener);
-    EXPECT_EQ(pathsOf(found.modems), (QStringList{paths().at(0), paths().at(3)}));
+    EXPECT_EQ(columnOf(found.modems, "PORT_DETAL"), (QStringList{paths().at(0), paths().at(3)}));
     EXPECT_EQ(mirror, found.modems);
     EXPECT_EQ(found.modems.at(0).value("Model"), "VM-100");
     EXPECT_EQ(opened, 4);
@@ -79,7 +74,8 @@ TEST_F(ModemServices, AStopEndsAfterTheFirstPortAndNothingToProbeIsSaid) {
     attach("888888888888888");
     std::stop_source stop;
     stop.request_stop();
-    EXPECT_EQ(pathsOf(ModemSearch::search(paths(), stop.get_token()).modems), QStringList{paths().at(0)});
+    EXPECT_EQ(columnOf(ModemSearch::search(paths(), stop.get_token()).modems, "PORT_DETAL"),
+              QStringList{paths().at(0)});
     EXPECT_EQ(ModemSearch::search({}).alerts(), QStringList{"GSM device not found."});
 }
 

@@ -2,6 +2,7 @@
 // run stopped part way through a virtual modem.
 #include "services/SendModeTrial.h"
 
+#include "TestEnvironment.h"
 #include "core/Clock.h"
 #include "gsm/MFCSMS.h"
 #include "sim/VirtualModem.h"
@@ -12,20 +13,6 @@ namespace {
 
 const QString kCustom = QStringLiteral("+447700900999");
 const QString kTo = QStringLiteral("+447700900555");
-
-QStringList codesOf(const RecordList& cases) {
-    QStringList codes;
-    for (const Record& c : cases)
-        codes << c.value("Case_Name");
-    return codes;
-}
-
-QStringList statusesOf(const RecordList& cases) {
-    QStringList statuses;
-    for (const Record& c : cases)
-        statuses << c.value("Status");
-    return statuses;
-}
 
 TEST(SendModeCases, TheCaseListFollowsTheModesAndTheCustomServiceCentre) {
     struct Row {
@@ -42,7 +29,7 @@ TEST(SendModeCases, TheCaseListFollowsTheModesAndTheCustomServiceCentre) {
     };
     for (const Row& row : rows) {
         const RecordList cases = SendModeTrial::Fill_Test_case_List(row.supported, row.custom, "E173", "");
-        EXPECT_EQ(codesOf(cases), row.codes) << row.supported << row.custom;
+        EXPECT_EQ(columnOf(cases, "Case_Name"), row.codes) << row.supported << row.custom;
         for (int i = 0; i < cases.size(); ++i) {
             EXPECT_EQ(cases.at(i).value("Possible_Case"), QStringLiteral("Case %1:").arg(i + 1));
             EXPECT_EQ(cases.at(i).value("Case_SMS"),
@@ -62,8 +49,9 @@ TEST(SendModeCases, TheHistoryGivesEachCaseItsStatusBack) {
     EXPECT_EQ(history, "PDU_CUS_SMSC||+CMS ERROR: 330||PDU_DEF_SMSC||Message sent successfully.||"
                        "TXT_CUS_SMSC||||TXT_DEF_SMSC||Stopped||");
     // Read back into a list without the custom cases: each keeps its own status.
-    EXPECT_EQ(statusesOf(SendModeTrial::Fill_Test_case_List(";PDU Mode;Text Mode;", false, "M", history)),
-              (QStringList{"Message sent successfully.", "Stopped"}));
+    EXPECT_EQ(
+        columnOf(SendModeTrial::Fill_Test_case_List(";PDU Mode;Text Mode;", false, "M", history), "Status"),
+        (QStringList{"Message sent successfully.", "Stopped"}));
     EXPECT_EQ(SendModeTrial::statusInHistory("garbage||", "PDU_DEF_SMSC"), "");
 }
 
@@ -132,8 +120,9 @@ TEST_F(TrialOnAModem, StopDuringTheSecondCaseLeavesTheRestStopped) {
     MFCSMS session;
     EXPECT_EQ(SendModeTrial::run(session, request, stop, progress, "Case %1 : %2"),
               SendModeTrial::End::Stopped);
-    EXPECT_EQ(statusesOf(request.cases), (QStringList{"Message sent successfully.",
-                                                      "Message sent successfully.", "Stopped", "Stopped"}));
+    EXPECT_EQ(
+        columnOf(request.cases, "Status"),
+        (QStringList{"Message sent successfully.", "Message sent successfully.", "Stopped", "Stopped"}));
     EXPECT_EQ(announced,
               (QStringList{"Connecting Device", "Initialize Device", "Case 1 : PDU Mode with Custom SMSC",
                            "Case 2 : PDU Mode with Default SMSC"}));

@@ -48,3 +48,20 @@ QByteArray readAll(const QString& path) {
     QFile f(path);
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<unreadable>");
 }
+
+void selectModem(DeviceSelection& selection, const QString& path, const QString& mode) {
+    selection.port_val_str_array << path;
+    selection.port_det_str_array << Record{{"PORT_DETAL", path},         {"COM_PORT", path.mid(8)},
+                                           {"Model", "VM-100"},          {"SMSMode", mode},
+                                           {"UseCusSMSC", "N"},          {"CusSMSC", ""},
+                                           {"DefSMSC", "+447700900123"}, {"SMS_CAPABLE", "Yes"}};
+    selection.sel_port_name_str = path.mid(8);
+    selection.sel_port_bsd_str = path;
+}
+
+QStringList columnOf(const RecordList& records, const QString& key) {
+    QStringList out;
+    for (const Record& record : records)
+        out << record.value(key);
+    return out;
+}

@@ -2,6 +2,7 @@
 // Test helpers: a private data home and resource folder per test, and waiting on the
 // main thread's event loop for something a worker does.
 #include "core/DataFolder.h"
+#include "core/DeviceSelection.h"
 
 #include <QByteArray>
 #include <QTemporaryDir>
@@ -32,3 +33,11 @@ QByteArray readAll(const QString& path);
 // Processes events until condition() holds or the time-out passes; returns condition().
 bool spinUntil(const std::function<bool()>& condition,
                std::chrono::milliseconds timeout = std::chrono::milliseconds(10000));
+
+// Selects the modem at `path` in a GSM window's selection, with the record the device window
+// would have made of it; the window takes it with applyDeviceSelection().
+void selectModem(DeviceSelection& selection, const QString& path,
+                 const QString& mode = QStringLiteral("PDU Mode"));
+
+// One field of each record, top down.
+QStringList columnOf(const RecordList& records, const QString& key);

@@ -46,14 +46,7 @@ TEST(SendingJobView, DeliveryStatesFillInAsTheReportsCome) {
     network.noStatusReportFor << "+447700900003";
     sim::VirtualModem modem(sim::ModemIdentity{}, network);
     ASSERT_TRUE(modem.start());
-    const QString path = modem.devicePath();
-    window.selection().port_val_str_array << path;
-    window.selection().port_det_str_array
-        << Record{{"PORT_DETAL", path},         {"COM_PORT", path.mid(8)}, {"Model", "VM-100"},
-                  {"SMSMode", "PDU Mode"},      {"UseCusSMSC", "N"},       {"CusSMSC", ""},
-                  {"DefSMSC", "+447700900123"}, {"SMS_CAPABLE", "Yes"}};
-    window.selection().sel_port_name_str = path.mid(8);
-    window.selection().sel_port_bsd_str = path;
+    selectModem(window.selection(), modem.devicePath());
     window.applyDeviceSelection();
     window.setDeliveryReports(true);
     for (const char* n : {"+447700900003", "+447700900002", "+447700900001"})
@@ -102,14 +95,7 @@ protected:
             network.networkDelayMs = 0;
             modems.push_back(std::make_unique<sim::VirtualModem>(id, network));
             ASSERT_TRUE(modems.back()->start());
-            const QString path = modems.back()->devicePath();
-            window.selection().port_val_str_array << path;
-            window.selection().port_det_str_array
-                << Record{{"PORT_DETAL", path},         {"COM_PORT", path.mid(8)}, {"Model", "VM-100"},
-                          {"SMSMode", "PDU Mode"},      {"UseCusSMSC", "N"},       {"CusSMSC", ""},
-                          {"DefSMSC", "+447700900123"}, {"SMS_CAPABLE", "Yes"}};
-            window.selection().sel_port_name_str = path.mid(8);
-            window.selection().sel_port_bsd_str = path;
+            selectModem(window.selection(), modems.back()->devicePath());
         }
         window.applyDeviceSelection();
         for (int i = 0; i < kRecipients; ++i)

@@ -29,20 +29,6 @@ using sim::VirtualModem;
 const QString kCustom = QStringLiteral("+447700900999");
 const QString kTo = QStringLiteral("+447700900555");
 
-QStringList codesOf(const RecordList& cases) {
-    QStringList codes;
-    for (const Record& c : cases)
-        codes << c.value("Case_Name");
-    return codes;
-}
-
-QStringList statusesOf(const RecordList& cases) {
-    QStringList statuses;
-    for (const Record& c : cases)
-        statuses << c.value("Status");
-    return statuses;
-}
-
 class ModeTestOnModems : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -142,9 +128,9 @@ TEST_F(ModeTestOnModems, ModemsPassExactlyTheCasesTheyAccept) {
         openAutomated(window, kCustom);
         EXPECT_EQ(window.heading(), "Start Test for Device Connected at : \n" +
                                         devices.nsPortListData().at(0).value("COM_PORT"));
-        EXPECT_EQ(codesOf(window.nsCaseListData().records()), row.codes);
+        EXPECT_EQ(columnOf(window.nsCaseListData().records(), "Case_Name"), row.codes);
         runTest(window);
-        EXPECT_EQ(statusesOf(window.nsCaseListData().records()), row.statuses);
+        EXPECT_EQ(columnOf(window.nsCaseListData().records(), "Status"), row.statuses);
         QStringList networkModes, networkSmscs;
         for (const sim::ReceivedMessage& m : modem.received()) {
             networkModes << m.mode;
@@ -178,7 +164,7 @@ TEST_F(ModeTestOnModems, TheWindowsStopAsksAndEndsAfterTheCaseInProgress) {
     runTest(window);
     EXPECT_EQ(op.questions(), QStringList{SendModeTrial::kStopQuestion});
     EXPECT_EQ(
-        statusesOf(window.nsCaseListData().records()),
+        columnOf(window.nsCaseListData().records(), "Status"),
         (QStringList{"Message sent successfully.", "Message sent successfully.", "Stopped", "Stopped"}));
     EXPECT_TRUE(window.nsDeviceListData().at(0).value("History").endsWith("TXT_DEF_SMSC||Stopped||"));
     EXPECT_EQ(modem.received().size(), 2);
@@ -195,7 +181,7 @@ TEST_F(ModeTestOnModems, ASilentDeviceFailsEveryCaseWithAConnectionError) {
     Automated_GSM_Sending window(op);
     openAutomated(window, "");
     runTest(window);
-    EXPECT_EQ(statusesOf(window.nsCaseListData().records()),
+    EXPECT_EQ(columnOf(window.nsCaseListData().records(), "Status"),
               (QStringList{"Device Connection Error", "Device Connection Error"}));
 }
 
@@ -225,7 +211,8 @@ TEST_F(ModeTestOnModems, TheDeviceWindowKeepsTheOutcomeAndShowsItAgain) {
     devices.showDevice(0);
     devices.waitForWorkers();
     EXPECT_TRUE(spinUntil([&] { return devices.nsCaseListData().size() == 1; }));
-    EXPECT_EQ(statusesOf(devices.nsCaseListData().records()), QStringList{"Message sent successfully."});
+    EXPECT_EQ(columnOf(devices.nsCaseListData().records(), "Status"),
+              QStringList{"Message sent successfully."});
 
     // The report of what was shown.
     QTemporaryDir dir;
@@ -256,7 +243,7 @@ TEST_F(ModeTestOnModems, ApplyingACaseChangesTheDeviceRecordTheSendingUses) {
     Automated_GSM_Sending window(op);
     openAutomated(window, kCustom);
     runTest(window);
-    ASSERT_EQ(statusesOf(window.nsCaseListData().records()),
+    ASSERT_EQ(columnOf(window.nsCaseListData().records(), "Status"),
               (QStringList{"Message sent successfully.", "+CMS ERROR: 330", "Message sent successfully.",
                            "+CMS ERROR: 330"}));
 
@@ -338,7 +325,7 @@ TEST_F(ModeTestOnModems, ClearingForgetsTheOutcomeAfterAsking) {
     window.Clear_Status_Button_Presses();
     EXPECT_EQ(op.questions(), QStringList{"Are you sure you want to clear the last connection test results "
                                           "performed on \" VM-100 \""});
-    EXPECT_EQ(statusesOf(window.nsCaseListData().records()), QStringList{""});
+    EXPECT_EQ(columnOf(window.nsCaseListData().records(), "Status"), QStringList{""});
     EXPECT_EQ(window.nsDeviceListData().at(0).value("History"), "");
 }
 
