@@ -1,7 +1,7 @@
 #include "ConsoleOperator.h"
 
 #include "ConsoleOutput.h"
-#include "android/windows/And_Conn_Err.h"
+#include "core/DialogController.h"
 #include "core/TextUtils.h"
 
 void ConsoleOperator::showAlert(const QString& fullText) { printErr(Trim_Str(fullText)); }
@@ -13,10 +13,6 @@ bool ConsoleOperator::askYesNo(const QString& text) {
 }
 
 int ConsoleOperator::showModal(DialogController& dialog) {
-    if (auto* box = qobject_cast<And_Conn_Err*>(&dialog)) {
-        printErr(box->title() + QStringLiteral(": ") + box->text());
-        return 1;
-    }
     printErr(QStringLiteral("(a window that needs a person: %1)")
                  .arg(QLatin1String(dialog.metaObject()->className())));
     return 0;
