@@ -1,6 +1,7 @@
 #include "PhoneFixture.h"
 
 #include "core/DataFolder.h"
+#include "core/FileUtils.h"
 
 #include <QFile>
 
@@ -11,9 +12,8 @@ void PhoneFixture::startPhones(const QList<sim::PhoneConfig>& phones, bool withA
     qputenv("HOME", QFile::encodeName(adbHome.path())); // adb keeps nothing of ours
     qunsetenv("ANDROID_SERIAL");
     if (withApk) {
-        QFile apk(home.folder.Resource_Path() + QStringLiteral("/OstrelBulkSMS.apk"));
-        ASSERT_TRUE(apk.open(QIODevice::WriteOnly));
-        apk.write("PK\x03\x04 companion app");
+        ASSERT_TRUE(writeFileAtomically(home.folder.Resource_Path() + QStringLiteral("/OstrelBulkSMS.apk"),
+                                        "PK\x03\x04 companion app"));
     }
     home.folder.Check_Path_And_Create_Files();
 }

@@ -2,10 +2,10 @@
 // adb client to a virtual phone whose log must agree with the list, text for text.
 #include "SenderFixture.h"
 
+#include "core/FileUtils.h"
 #include "sim/AdbServer.h"
 
 #include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -20,9 +20,7 @@ protected:
         server = std::make_unique<sim::AdbServer>(phones);
         ASSERT_TRUE(server->start(0));
         QDir(home.path()).mkpath("resources");
-        QFile apk(home.path() + "/resources/OstrelBulkSMS.apk");
-        ASSERT_TRUE(apk.open(QIODevice::WriteOnly));
-        apk.write("package");
+        ASSERT_TRUE(writeFileAtomically(home.path() + "/resources/OstrelBulkSMS.apk", "package"));
     }
     QStringList run(const QStringList& arguments, int& exitCode) {
         QProcessEnvironment env = senderEnvironment(home.path(), "0.01", {});

@@ -2,6 +2,7 @@
 // modems received, and its exit status tells whether everything went out.
 #include "SenderFixture.h"
 
+#include "core/FileUtils.h"
 #include "sheets/SpreadsheetWriter.h"
 
 #include <QDir>
@@ -152,9 +153,7 @@ TEST_F(CommandLineSendTest, ACountrySendsEachSubscriberOnceInE164AndRefusesNumbe
     ASSERT_TRUE(QDir().mkpath(data + "/Exclusion"));
     for (const auto& [file, content] : {std::pair{"/Exclusion/Opted out.OSTREL", "+447911123459\n"},
                                         std::pair{"/AppExclusion.OSTREL", "Opted out\n"}}) {
-        QFile f(data + file);
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(content);
+        ASSERT_TRUE(writeFileAtomically(data + file, content));
     }
     const QStringList recipients = {"--to", "07911 123456", "--to", "+44 7911 123456", "--to", "447911123457",
                                     "--to", "+44 12",       "--to", "07911123459",     "--to", "7911123458"};
@@ -222,10 +221,7 @@ TEST_F(CommandLineSendTest, WorkbooksOfOtherProgramsGiveTheRowsAPersonSees) {
                            "447700900003\tsend\tDear Cy: Meeting today"}));
     EXPECT_EQ(exitCode, 0);
     const QString notABook = home.path() + "/plain.xlsx";
-    QFile f(notABook);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    f.write("Number,Message\n");
-    f.close();
+    ASSERT_TRUE(writeFileAtomically(notABook, "Number,Message\n"));
     EXPECT_TRUE(run({"send", "--numbers", notABook, "--message", "x", "--dry-run"}, exitCode).isEmpty());
     EXPECT_NE(exitCode, 0);
     EXPECT_TRUE(errors.contains("This file is not a workbook (or it is damaged or password-protected)."))
@@ -234,18 +230,12 @@ TEST_F(CommandLineSendTest, WorkbooksOfOtherProgramsGiveTheRowsAPersonSees) {
 
 TEST_F(CommandLineSendTest, RtfAndCsvFilesAreCutAsTheWindowsCutThem) {
     const QString rtf = home.path() + "/numbers.rtf";
-    QFile f(rtf);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    f.write("{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 111\\par 222\\par}");
-    f.close();
+    ASSERT_TRUE(writeFileAtomically(rtf, "{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 111\\par 222\\par}"));
     int exitCode = -1;
     EXPECT_EQ(run({"send", "--numbers", rtf, "--message", "r", "--dry-run"}, exitCode),
               (QStringList{"111\tsend\tr", "222\tsend\tr"}));
     const QString csv = home.path() + "/numbers.csv";
-    QFile c(csv);
-    ASSERT_TRUE(c.open(QIODevice::WriteOnly));
-    c.write("Name,+441234567890,Note\r");
-    c.close();
+    ASSERT_TRUE(writeFileAtomically(csv, "Name,+441234567890,Note\r"));
     EXPECT_EQ(run({"send", "--numbers", csv, "--message", "c", "--dry-run"}, exitCode),
               QStringList{"+441234567890\tsend\tc"});
 }
@@ -254,10 +244,8 @@ TEST_F(CommandLineSendTest, RtfAndCsvFilesAreCutAsTheWindowsCutThem) {
 // find it in the file.
 TEST_F(CommandLineSendTest, ADryRunNamesEveryLineThatGaveNoNumber) {
     const QString txt = home.path() + "/numbers.txt";
-    QFile f(txt);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    f.write("+447700900001\rnot a number\r\n" + QByteArray(5000, '7') + "\n\n+447700900002\r");
-    f.close();
+    ASSERT_TRUE(writeFileAtomically(txt, "+447700900001\rnot a number\r\n" + QByteArray(5000, '7') +
+                                             "\n\n+447700900002\r"));
     int exitCode = -1;
     EXPECT_EQ(run({"send", "--numbers", txt, "--message", "m", "--dry-run"}, exitCode),
               (QStringList{"+447700900001\tsend\tm", "+447700900002\tsend\tm"}));

@@ -3,6 +3,7 @@
 // that cannot be written (a full disk). Over everything, the virtual network must see every
 // recipient once: nobody twice, nobody missed.
 #include "SenderFixture.h"
+#include "core/FileUtils.h"
 
 #include <QDir>
 #include <QFile>
@@ -189,11 +190,7 @@ TEST_F(SendingSafetyTest, SentItemsThatCannotBeSavedStopTheRun) {
     while (earlier.size() + line.size() < limit - 20)
         earlier += line;
     ASSERT_TRUE(QDir().mkpath(dataFolder()));
-    {
-        QFile file(dataFolder() + "/SentItem.OSTREL");
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(earlier);
-    }
+    ASSERT_TRUE(writeFileAtomically(dataFolder() + "/SentItem.OSTREL", earlier));
     const QStringList recipients = numbers(10, 100);
     EXPECT_EQ(run(sendArguments(recipients) << "--save-sent-items", limit), 4);
     EXPECT_TRUE(errors.contains("Sending stopped: the sent items could not be saved"))

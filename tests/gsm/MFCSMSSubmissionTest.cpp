@@ -5,13 +5,11 @@
 #include "core/Log.h"
 #include "gsm/MFCSMS.h"
 #include "gsm/ModemAnswers.h"
+#include "sim/MessageLog.h"
 #include "sim/PduDecoder.h"
 #include "sim/VirtualModem.h"
 #include "text/GsmAlphabet.h"
 
-#include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QSet>
 #include <QTemporaryDir>
 
@@ -48,8 +46,7 @@ QString cyrillicText(int length) {
 enum class Mode { Pdu, Text };
 
 struct ModemUnderTest {
-    explicit ModemUnderTest(sim::ModemBehaviour behaviour = {}, const QString& logPath = {})
-        : modem({}, behaviour, logPath) {
+    explicit ModemUnderTest(sim::ModemBehaviour behaviour = {}) : modem({}, behaviour, logPath) {
         started = modem.start();
         session.initPort_with_decp(modem.devicePath(), fd);
         if (session.port())
@@ -79,6 +76,8 @@ struct ModemUnderTest {
         return count;
     }
 
+    QTemporaryDir logDir;
+    const QString logPath = logDir.filePath("network.jsonl"); // what the network received
     sim::VirtualModem modem;
     bool started = false;
     MFCSMS session;
@@ -105,6 +104,7 @@ TEST_F(MFCSMSSubmission, PduModeDeliversTheExactText) {
         QString smsc;
         int parts;
         int dcs;
+        void (*modem)(sim::ModemBehaviour&) = [](sim::ModemBehaviour&) {};
     } cases[] = {
         {"short", "Hello from the test", false, false, "", 1, 0x00},
         {"extension characters", "Braces {x} [y] ~ | \\ ^ cost 5\u20AC", false, false, "", 1, 0x00},
@@ -115,9 +115,17 @@ TEST_F(MFCSMSSubmission, PduModeDeliversTheExactText) {
         {"UCS2 single", cyrillicText(70), true, false, "", 1, 0x08},
         {"UCS2 in two parts", cyrillicText(71), true, false, "", 2, 0x08},
         {"UCS2 flash", cyrillicText(10), true, true, "", 1, 0x18},
+        // Slow or chatty modems are waited for.
+        {"answers in bursts", gsmText(300), false, false, "", 2, 0x00,
+         [](sim::ModemBehaviour& b) { b.answerBursts = 4; }},
+        {"slow network", gsmText(300), false, false, "", 2, 0x00,
+         [](sim::ModemBehaviour& b) { b.networkDelayMs = 4000; }}, // most of the answer wait
+        {"no echo", gsmText(300), false, false, "", 2, 0x00, [](sim::ModemBehaviour& b) { b.echo = false; }},
     };
     for (const auto& c : cases) {
-        ModemUnderTest m;
+        sim::ModemBehaviour behaviour;
+        c.modem(behaviour);
+        ModemUnderTest m(behaviour);
         ASSERT_TRUE(m.prepare(Mode::Pdu)) << c.name;
         QString status;
         EXPECT_TRUE(m.send(Mode::Pdu, kNumber, c.message, status, c.unicode, c.flash, c.smsc)) << c.name;
@@ -134,6 +142,9 @@ TEST_F(MFCSMSSubmission, PduModeDeliversTheExactText) {
             EXPECT_EQ(received[0].smsc, c.smsc) << c.name;
         }
         EXPECT_EQ(m.commandCount("AT+CMGS="), c.parts) << c.name;
+        const QList<sim::ReceivedMessage> logged = sim::MessageLog::read(m.logPath);
+        ASSERT_EQ(logged.size(), 1) << c.name;
+        EXPECT_EQ(logged[0].number + logged[0].text, kNumber + c.message) << c.name;
     }
 }
 
@@ -165,31 +176,7 @@ TEST_F(MFCSMSSubmission, TextModeSendsIndependentPieces) {
             EXPECT_EQ(received[i].mode, "TEXT") << c.name;
         }
         EXPECT_EQ(m.commandCount(c.unicode ? "AT+CSCS=\"UCS2\"" : "AT+CSCS=\"GSM\""), 1) << c.name;
-    }
-}
-
-TEST_F(MFCSMSSubmission, NetworkLogShowsTheExactText) {
-    const QString text = gsmText(300);
-    for (Mode mode : {Mode::Pdu, Mode::Text}) {
-        QTemporaryDir dir;
-        const QString logPath = dir.filePath("network.jsonl");
-        {
-            ModemUnderTest m({}, logPath);
-            ASSERT_TRUE(m.prepare(mode));
-            QString status;
-            EXPECT_TRUE(m.send(mode, kNumber, text, status));
-        }
-        QFile log(logPath);
-        ASSERT_TRUE(log.open(QIODevice::ReadOnly));
-        QString delivered; // text mode sends independent pieces, one line each
-        for (const QByteArray& line : log.readAll().split('\n')) {
-            if (line.trimmed().isEmpty())
-                continue;
-            const QJsonObject entry = QJsonDocument::fromJson(line).object();
-            EXPECT_EQ(entry.value("number").toString(), kNumber);
-            delivered += entry.value("text").toString();
-        }
-        EXPECT_EQ(delivered, text) << (mode == Mode::Pdu ? "PDU" : "text");
+        EXPECT_EQ(deliveredText(sim::MessageLog::read(m.logPath)), c.message) << c.name;
     }
 }
 
@@ -433,32 +420,6 @@ TEST_F(MFCSMSSubmission, SilentModemFailsTheConnectionCheck) {
     EXPECT_TRUE(log.contains("Check_Connection FAIL m_sLastResponse not OK"));
 }
 
-TEST_F(MFCSMSSubmission, SlowOrChattyModemsAreWaitedFor) {
-    const struct {
-        const char* name;
-        int bursts;
-        int networkDelayMs;
-        bool echo;
-    } cases[] = {
-        {"answers in bursts", 4, 200, true},
-        {"slow network", 1, 4000, true}, // most of the answer wait
-        {"no echo", 1, 200, false},
-    };
-    for (const auto& c : cases) {
-        sim::ModemBehaviour behaviour;
-        behaviour.answerBursts = c.bursts;
-        behaviour.networkDelayMs = c.networkDelayMs;
-        behaviour.echo = c.echo;
-        ModemUnderTest m(behaviour);
-        ASSERT_TRUE(m.prepare(Mode::Pdu)) << c.name;
-        QString status;
-        EXPECT_TRUE(m.send(Mode::Pdu, kNumber, gsmText(300), status)) << c.name;
-        EXPECT_EQ(status, "Message sent successfully.") << c.name;
-        ASSERT_EQ(m.modem.received().size(), 1) << c.name;
-        EXPECT_EQ(m.modem.received()[0].text, gsmText(300)) << c.name;
-    }
-}
-
 QString everyGsmCharacter(bool extension) {
     QString text;
     for (char16_t u = 0; u <= 0x20AC; ++u) {
@@ -474,9 +435,9 @@ TEST_F(MFCSMSSubmission, EveryTextArrivesAsWrittenOrIsRefusedBeforeSending) {
         everyGsmCharacter(false),
         everyGsmCharacter(true),
         "Price: {5} [ok] \u20AC10 @home $3 caf\u00E9",
-        "\u00E0\u00E8\u00E9\u00EC\u00F2\u00F9\u00C4\u00D6\u00D1\u00DC\u00E4\u00F6\u00F1\u00FC\u00C5\u00E5"
-        "\u00C6"
-        "\u00E6\u00DF\u00C9\u00D8\u00F8\u00C7 and \u00E1\u00ED\u00F3\u00FA\u00E7\u00E3\u00F5",
+        QString("\u00E0\u00E8\u00E9\u00EC\u00F2\u00F9\u00C4\u00D6\u00D1\u00DC\u00E4\u00F6\u00F1\u00FC\u00C5"
+                "\u00E5\u00C6\u00E6\u00DF\u00C9\u00D8\u00F8\u00C7 and "
+                "\u00E1\u00ED\u00F3\u00FA\u00E7\u00E3\u00F5"),
         "Ol\u00E1, a\u00E7\u00E3o! \u041F\u0440\u0438\u0432\u0435\u0442",
         "\u4F60\u597D\uFF0C\u4E16\u754C",
         "Hi \U0001F600\U0001F44D\U0001F3FD",

@@ -5,6 +5,7 @@
 #include "list/NumberFileReader.h"
 
 #include "TestEnvironment.h"
+#include "core/FileUtils.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -86,10 +87,7 @@ TEST(LineEndings, CandidatesAndCutLinesKeepTheirLineNumbers) {
     };
     for (const auto& c : cases) {
         const QString path = dir.filePath(c.name);
-        QFile file(path);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(c.bytes);
-        file.close();
+        ASSERT_TRUE(writeFileAtomically(path, c.bytes));
         NumberFileReader reader;
         QString failure;
         ASSERT_TRUE(reader.open(path, failure));

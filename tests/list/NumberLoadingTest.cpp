@@ -10,6 +10,7 @@
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
 #include "TestWindows.h"
+#include "core/FileUtils.h"
 
 #include <QDir>
 #include <QFile>
@@ -26,10 +27,8 @@ const QString kCorrupted = "\n" + NumberLoader::corruptedFileMessage();
 class NumberLoadingTest : public ::testing::Test {
 protected:
     QString writeFile(const QString& name, const QByteArray& bytes) {
-        const QString path = home.root() + "/" + name;
-        QFile file(path);
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
+        QString path = home.root() + "/" + name;
+        EXPECT_TRUE(writeFileAtomically(path, bytes));
         return path;
     }
 

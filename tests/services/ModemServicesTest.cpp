@@ -3,52 +3,26 @@
 #include "services/ModemSearch.h"
 
 #include "TestEnvironment.h"
-#include "core/Clock.h"
-#include "sim/VirtualModem.h"
+#include "VirtualModems.h"
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <mutex>
 
 namespace {
 
 using sim::ModemBehaviour;
-using sim::ModemIdentity;
 using sim::VirtualModem;
 
-class ModemServices : public ::testing::Test {
-protected:
-    void SetUp() override { Clock::setScale(0.05); } // read time-outs leave the virtual modems time to answer
-    void TearDown() override { Clock::setScale(0.001); }
-
-    VirtualModem& attach(const char* imei, const std::function<void(ModemBehaviour&)>& change = {}) {
-        ModemIdentity id;
-        id.imei = imei;
-        ModemBehaviour behaviour;
-        behaviour.networkDelayMs = 0;
-        if (change)
-            change(behaviour);
-        modems.push_back(std::make_unique<VirtualModem>(id, behaviour));
-        EXPECT_TRUE(modems.back()->start());
-        return *modems.back();
-    }
-    QStringList paths() const {
-        QStringList out;
-        for (const auto& m : modems)
-            out << m->devicePath();
-        return out;
-    }
-
-    std::vector<std::unique_ptr<VirtualModem>> modems;
-};
+using ModemServices = VirtualModemsTest;
 
 TEST_F(ModemServices, TwoPortsOfOneModemGiveOneRowAndAListenerKeepsTheSameRows) {
     // The modem's first port answers slowly: its second port is claimed first, then gives way.
-    attach("333333333333333", [](ModemBehaviour& b) { b.answerLatencyMs = 150; });
-    attach("333333333333333");
-    attach("444444444444444", [](ModemBehaviour& b) { b.cmgsTestAnswersError = true; }); // cannot send
-    attach("555555555555555");
+    attach(identity("333333333333333"), [](ModemBehaviour& b) { b.answerLatencyMs = 150; });
+    attach(identity("333333333333333"));
+    attach(identity("444444444444444"),
+           [](ModemBehaviour& b) { b.cmgsTestAnswersError = true; }); // cannot send
+    attach(identity("555555555555555"));
     std::mutex lock;
     RecordList mirror;
     int opened = 0;
@@ -70,8 +44,8 @@ TEST_F(ModemServices, TwoPortsOfOneModemGiveOneRowAndAListenerKeepsTheSameRows) 
 }
 
 TEST_F(ModemServices, AStopEndsAfterTheFirstPortAndNothingToProbeIsSaid) {
-    attach("777777777777777");
-    attach("888888888888888");
+    attach(identity("777777777777777"));
+    attach(identity("888888888888888"));
     std::stop_source stop;
     stop.request_stop();
     EXPECT_EQ(columnOf(ModemSearch::search(paths(), stop.get_token()).modems, "PORT_DETAL"),
@@ -80,7 +54,7 @@ TEST_F(ModemServices, AStopEndsAfterTheFirstPortAndNothingToProbeIsSaid) {
 }
 
 TEST_F(ModemServices, AChosenModemIsCheckedInOrderAndOnlyAWorkingOneIsReadied) {
-    VirtualModem& modem = attach("666666666666666");
+    VirtualModem& modem = attach(identity("666666666666666"));
     const Record found = ModemSearch::search(paths()).modems.value(0);
     ASSERT_FALSE(found.isEmpty());
     using ModemCheck::Problem;

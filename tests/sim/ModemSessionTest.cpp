@@ -120,60 +120,46 @@ TEST(ModemSessionCommands, BehaviourAndIdentityChangeTheAnswers) {
     unregistered.batteryState = 1;
     unregistered.rssi = 99;
 
+    using Exchange = std::pair<QByteArray, QByteArray>; // a command and its answer
     const struct {
         ModemBehaviour behaviour;
         ModemIdentity identity;
-        QByteArray command;
-        QByteArray answer;
+        QList<Exchange> exchanges; // on one modem, in order
     } cases[] = {
-        {with([](auto& b) { b.undefinedIdentity = true; }), {}, "AT+GMI\r", ok("Undefined")},
-        {with([](auto& b) { b.undefinedIdentity = true; }), {}, "AT+GSN\r", ok("Undefined")},
-        {with([](auto& b) { b.undefinedIdentity = true; }), {}, "AT+CGMI\r", ok("Virtual")},
-        {with([](auto& b) { b.undefinedIdentity = true; }), {}, "AT+CGSN\r", ok("490154203237518")},
-        {with([](auto& b) { b.cmgsTestAnswersError = true; }), {}, "AT+CMGS=?\r", "\r\nERROR\r\n"},
+        {with([](auto& b) { b.undefinedIdentity = true; }),
+         {},
+         {{"AT+GMI\r", ok("Undefined")},
+          {"AT+GSN\r", ok("Undefined")},
+          {"AT+CGMI\r", ok("Virtual")},
+          {"AT+CGSN\r", ok("490154203237518")}}},
+        {with([](auto& b) { b.cmgsTestAnswersError = true; }), {}, {{"AT+CMGS=?\r", "\r\nERROR\r\n"}}},
         {with([](auto& b) { b.modes = ModemBehaviour::Modes::PduOnly; }),
          {},
-         "AT+CMGF=?\r",
-         ok("+CMGF: (0)")},
-        {with([](auto& b) { b.modes = ModemBehaviour::Modes::PduOnly; }),
-         {},
-         "AT+CMGF=1\r",
-         "\r\n+CMS ERROR: 303\r\n"},
+         {{"AT+CMGF=?\r", ok("+CMGF: (0)")}, {"AT+CMGF=1\r", "\r\n+CMS ERROR: 303\r\n"}}},
         {with([](auto& b) { b.modes = ModemBehaviour::Modes::TextOnly; }),
          {},
-         "AT+CMGF=?\r",
-         ok("+CMGF: (1)")},
-        {with([](auto& b) { b.modes = ModemBehaviour::Modes::TextOnly; }), {}, "AT+CMGF?\r", ok("+CMGF: 1")},
-        {with([](auto& b) { b.modes = ModemBehaviour::Modes::TextOnly; }),
-         {},
-         "AT+CMGF=0\r",
-         "\r\n+CMS ERROR: 303\r\n"},
-        {with([](auto& b) { b.silent = true; }), {}, "AT\r", ""},
-        {with([](auto& b) { b.silent = true; }), {}, "AT+CMGS=12\r", ""},
+         {{"AT+CMGF=?\r", ok("+CMGF: (1)")},
+          {"AT+CMGF?\r", ok("+CMGF: 1")},
+          {"AT+CMGF=0\r", "\r\n+CMS ERROR: 303\r\n"}}},
+        {with([](auto& b) { b.silent = true; }), {}, {{"AT\r", ""}, {"AT+CMGS=12\r", ""}}},
+        {with([](auto& b) { b.echoOnly = b.echo = true; }), {}, {{"AT\r\n", "AT\r\n"}}},
         {with([](auto& b) {
-             b.echoOnly = true;
-             b.echo = true;
+             b.scriptedAnswers.insert("AT+CMGS=?", "\r\nCOMMAND ERROR\r\n");
+             b.scriptedAnswers.insert("AT+CSQ", "\r\n+CSQ: 1"); // a truncated answer
          }),
          {},
-         "AT\r\n",
-         "AT\r\n"},
-        {with([](auto& b) { b.scriptedAnswers.insert("AT+CMGS=?", "\r\nCOMMAND ERROR\r\n"); }),
-         {},
-         "AT+CMGS=?\r",
-         "\r\nCOMMAND ERROR\r\n"},
-        {with([](auto& b) { b.scriptedAnswers.insert("AT+CSQ", "\r\n+CSQ: 1"); }),
-         {},
-         "AT+CSQ\r",
-         "\r\n+CSQ: 1"}, // a truncated answer
-        {with([](auto& b) { b.scriptedAnswers.insert("AT+CSQ", "x"); }), {}, "AT+CBC\r", ok("+CBC: 0,80")},
-        {Modem::quiet(), ucs2Smsc, "AT+CSCA?\r", ok("+CSCA: \"002B00340034\",145")},
-        {Modem::quiet(), unregistered, "AT+COPS?\r", ok("+COPS: 0")},
-        {Modem::quiet(), unregistered, "AT+CBC\r", ok("+CBC: 1,80")},
-        {Modem::quiet(), unregistered, "AT+CSQ\r", ok("+CSQ: 99,99")},
+         {{"AT+CMGS=?\r", "\r\nCOMMAND ERROR\r\n"},
+          {"AT+CSQ\r", "\r\n+CSQ: 1"},
+          {"AT+CBC\r", ok("+CBC: 0,80")}}},
+        {Modem::quiet(), ucs2Smsc, {{"AT+CSCA?\r", ok("+CSCA: \"002B00340034\",145")}}},
+        {Modem::quiet(),
+         unregistered,
+         {{"AT+COPS?\r", ok("+COPS: 0")}, {"AT+CBC\r", ok("+CBC: 1,80")}, {"AT+CSQ\r", ok("+CSQ: 99,99")}}},
     };
     for (const auto& c : cases) {
         Modem modem(c.behaviour, c.identity);
-        EXPECT_EQ(modem.send(c.command), c.answer) << c.command.constData();
+        for (const auto& [command, answer] : c.exchanges)
+            EXPECT_EQ(modem.send(command), answer) << command.constData();
     }
 }
 
@@ -317,8 +303,8 @@ TEST(ModemSessionText, CharacterSetsAndCodingDecideTheText) {
         {"IRA", 0, QByteArray(161, 'a'), "", "\r\n+CMS ERROR: 305\r\n"},
         {"UTF-8", 0, QByteArray(80, '{').append(QByteArray(1, 'x')), "",
          "\r\n+CMS ERROR: 305\r\n"}, // 161 septets
-        {"UCS2", 8, QByteArray(70 * 4, '1'), QString(70, QChar(0x1111)), {}},
-        {"UCS2", 8, QByteArray(71 * 4, '1'), "", "\r\n+CMS ERROR: 305\r\n"},
+        {"UCS2", 8, QByteArray(70 * qsizetype(4), '1'), QString(70, QChar(0x1111)), {}},
+        {"UCS2", 8, QByteArray(71 * qsizetype(4), '1'), "", "\r\n+CMS ERROR: 305\r\n"},
     };
     for (const auto& c : cases) {
         Modem modem;

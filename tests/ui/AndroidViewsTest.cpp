@@ -16,6 +16,7 @@
 
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
+#include "core/FileUtils.h"
 
 #include <QDir>
 #include <QLabel>
@@ -47,10 +48,7 @@ protected:
         ASSERT_TRUE(server->start(0));
         qputenv("ADB_SERVER_SOCKET", server->socketSpec().toUtf8());
         qputenv("HOME", QFile::encodeName(adbHome.path()));
-        QFile apk(home.folder.Resource_Path() + "/OstrelBulkSMS.apk");
-        ASSERT_TRUE(apk.open(QIODevice::WriteOnly));
-        apk.write("package");
-        apk.close();
+        ASSERT_TRUE(writeFileAtomically(home.folder.Resource_Path() + "/OstrelBulkSMS.apk", "package"));
         home.folder.Check_Path_And_Create_Files();
     }
     void TearDown() override {

@@ -1,16 +1,23 @@
 // The views show their controllers' state and forward clicks; they run headless.
 #include "android/windows/Android_Ph_List_Wnd.h"
 #include "android/windows/Connection_Info.h"
+#include "core/DataFolder.h"
+#include "core/FileUtils.h"
 #include "core/MainWindows.h"
 #include "core/windows/Mobile_Sel_Wnd.h"
 #include "gsm/windows/GSM_DEV_Conn_Step_Wnd.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"
+#include "list/DefaultCountry.h"
+#include "list/ListLoad.h"
+#include "list/NumberLoader.h"
+#include "list/windows/Load_Num_Info.h"
 #include "sending/windows/Bulk_SMSAppDelegate.h"
 #include "sending/windows/Gsm_Bulk_Sms_Wnd.h"
 #include "sim/AdbServer.h"
 #include "stores/windows/StoreWindows.h"
 #include "ui/AndroidBulkSmsView.h"
 #include "ui/GsmBulkSmsView.h"
+#include "ui/RecipientPanel.h"
 #include "ui/UiHelpers.h"
 #include "ui/ViewRegistry.h"
 
@@ -27,12 +34,17 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QProgressBar>
 #include <QPushButton>
+#include <QTableView>
+#include <QTest>
 #include <QVBoxLayout>
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <memory>
+#include <thread>
 
 namespace {
 
@@ -182,30 +194,19 @@ TEST(UiHelpers, HyperlinkEscapesItsText) {
         "<a href=\"http://x/?a=1&amp;b=2\" style=\"color:blue; text-decoration:underline;\">a&lt;b</a>");
 }
 
-} // namespace
-
-// ---- the recipient panel ----
-#include "core/DataFolder.h"
-#include "core/FileUtils.h"
-#include "list/DefaultCountry.h"
-#include "list/NumberLoader.h"
-#include "list/windows/Load_Num_Info.h"
-#include "ui/RecipientPanel.h"
-
-#include <QPlainTextEdit>
-#include <QTableView>
-#include <QTest>
-
-namespace {
-
-TEST(RecipientPanel, TypedNumbersAppearOnTopAndAreCounted) {
+// The GSM window's recipient panel, as the operator finds it.
+class RecipientPanelView : public ::testing::Test {
+protected:
+    RecipientPanelView() { gsm.windowDidLoad(); }
     TestDataHome home;
     ScriptedOperator op;
-    Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
-    gsm.windowDidLoad();
+    Gsm_Bulk_Sms_Wnd gsm{op, home.folder};
     DefaultCountry storeCountry;
-    StoreWindows stores(op, home.folder, storeCountry);
-    RecipientPanel panel(gsm, stores);
+    StoreWindows stores{op, home.folder, storeCountry};
+    RecipientPanel panel{gsm, stores};
+};
+
+TEST_F(RecipientPanelView, TypedNumbersAppearOnTopAndAreCounted) {
     auto* number = panel.findChild<QLineEdit*>("_numberEdit");
     auto* composer = panel.findChild<QPlainTextEdit*>("_messageEdit");
     ASSERT_TRUE(number && composer);
@@ -231,13 +232,7 @@ TEST(RecipientPanel, TypedNumbersAppearOnTopAndAreCounted) {
     EXPECT_EQ(op.alerts(), QStringList{"\nPlease enter a valid phone number."});
 }
 
-TEST(RecipientPanel, TableSelectionReachesTheControllerAndFollowsInserts) {
-    TestDataHome home;
-    ScriptedOperator op;
-    Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
-    DefaultCountry storeCountry;
-    StoreWindows stores(op, home.folder, storeCountry);
-    RecipientPanel panel(gsm, stores);
+TEST_F(RecipientPanelView, TableSelectionReachesTheControllerAndFollowsInserts) {
     for (const char* n : {"1", "2", "3"})
         gsm.Create_Num_Msg_List(n, "");
     panel.table()->selectRow(1); // "2"
@@ -247,11 +242,7 @@ TEST(RecipientPanel, TableSelectionReachesTheControllerAndFollowsInserts) {
     EXPECT_EQ(panel.table()->selectionModel()->selectedRows().value(0).row(), 2);
 }
 
-} // namespace
-
-namespace {
-
-TEST(RecipientPanel, OneDefaultCountryForBothWindowsAndTheWrittenFormInTheTable) {
+TEST(RecipientPanelCountry, OneDefaultCountryForBothWindowsAndTheWrittenFormInTheTable) {
     TestDataHome home;
     home.folder.Check_Path_And_Create_Files();
     ScriptedOperator op;
@@ -307,14 +298,7 @@ TEST(RecipientPanel, OneDefaultCountryForBothWindowsAndTheWrittenFormInTheTable)
     EXPECT_EQ(gsmCountry->currentIndex(), 0);
 }
 
-TEST(RecipientPanel, DelayedDeliveryBoxShowsItsDefaults) {
-    TestDataHome home;
-    ScriptedOperator op;
-    Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
-    gsm.windowDidLoad();
-    DefaultCountry storeCountry;
-    StoreWindows stores(op, home.folder, storeCountry);
-    RecipientPanel panel(gsm, stores);
+TEST_F(RecipientPanelView, DelayedDeliveryBoxShowsItsDefaults) {
     auto* box = panel.findChild<QCheckBox*>("_Delayed_Delivry_Chk");
     auto* count = panel.findChild<QComboBox*>("_delayed_msg_count_combo");
     auto* time = panel.findChild<QComboBox*>("_delayed_time_combo");
@@ -332,26 +316,7 @@ TEST(RecipientPanel, DelayedDeliveryBoxShowsItsDefaults) {
     EXPECT_FALSE(time->isEnabled());
 }
 
-} // namespace
-
-#include "TestEnvironment.h"
-#include "list/ListLoad.h"
-
-#include <QProgressBar>
-
-#include <chrono>
-#include <thread>
-
-namespace {
-
-TEST(RecipientPanel, ALoadShowsItsProgressLocksTheListAndCancelKeepsIt) {
-    TestDataHome home;
-    ScriptedOperator op;
-    Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
-    gsm.windowDidLoad();
-    DefaultCountry storeCountry;
-    StoreWindows stores(op, home.folder, storeCountry);
-    RecipientPanel panel(gsm, stores);
+TEST_F(RecipientPanelView, ALoadShowsItsProgressLocksTheListAndCancelKeepsIt) {
     gsm.Create_Num_Msg_List("111", "");
     auto* progress = panel.findChild<QProgressBar*>("_loadProgress");
     auto* cancel = panel.findChild<QPushButton*>("_cancelLoad");

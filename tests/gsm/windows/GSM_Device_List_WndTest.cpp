@@ -5,16 +5,14 @@
 #include "MainThreadWatchdog.h"
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
-#include "core/Clock.h"
+#include "VirtualModems.h"
 #include "core/Log.h"
-#include "sim/VirtualModem.h"
 
 #include <QElapsedTimer>
 #include <QTimer>
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <stop_token>
 
 namespace {
@@ -29,27 +27,8 @@ ModemBehaviour behaving(const std::function<void(ModemBehaviour&)>& change) {
     return b;
 }
 
-ModemIdentity identity(const char* imei, const char* maker = "Virtual") {
-    ModemIdentity id;
-    id.imei = imei;
-    id.manufacturer = maker;
-    return id;
-}
-
-class DeviceWindowTest : public ::testing::Test {
+class DeviceWindowTest : public VirtualModemsTest {
 protected:
-    VirtualModem& attach(ModemIdentity id, ModemBehaviour behaviour = {}) {
-        behaviour.networkDelayMs = 0;
-        modems.push_back(std::make_unique<VirtualModem>(id, behaviour));
-        EXPECT_TRUE(modems.back()->start());
-        return *modems.back();
-    }
-    QStringList paths() const {
-        QStringList out;
-        for (const auto& m : modems)
-            out << m->devicePath();
-        return out;
-    }
     // Runs the search pass on a worker, as the window does, and waits for it.
     int search(std::stop_token stop = {}) {
         std::atomic<int> result{-1};
@@ -59,13 +38,6 @@ protected:
         return result;
     }
     Record record(int row) const { return window.nsPortListData().at(row); }
-    void SetUp() override {
-        // Read time-outs must leave the virtual modem's thread time to answer.
-        Clock::setScale(0.05);
-    }
-    void TearDown() override { Clock::setScale(0.001); }
-
-    std::vector<std::unique_ptr<VirtualModem>> modems;
     ScriptedOperator op;
     DeviceSelection selection; // the GSM window's, as the device window fills it
     GSM_Device_List_Wnd window{op, selection};
@@ -77,7 +49,7 @@ TEST_F(DeviceWindowTest, TwoModemsAreFoundInOrderWithTheirDetails) {
     second.smsc = "+15550001111";
     second.smscAsUcs2 = true;
     second.rssi = 14;
-    attach(second, behaving([](ModemBehaviour& b) { b.modes = ModemBehaviour::Modes::TextOnly; }));
+    attach(second, [](ModemBehaviour& b) { b.modes = ModemBehaviour::Modes::TextOnly; });
 
     EXPECT_EQ(search(), 0);
     ASSERT_EQ(window.nsPortListData().size(), 2);

@@ -7,9 +7,8 @@
 
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
-#include "core/Clock.h"
+#include "VirtualModems.h"
 #include "core/FileUtils.h"
-#include "sim/VirtualModem.h"
 
 #include <QDir>
 #include <QFile>
@@ -17,39 +16,23 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <thread>
 
 namespace {
 
 using sim::ModemBehaviour;
-using sim::ModemIdentity;
 using sim::VirtualModem;
 
 const QString kCustom = QStringLiteral("+447700900999");
 const QString kTo = QStringLiteral("+447700900555");
 
-class ModeTestOnModems : public ::testing::Test {
+class ModeTestOnModems : public VirtualModemsTest {
 protected:
-    void SetUp() override {
-        Clock::setScale(0.2); // read time-outs leave the virtual modem's thread time to answer
-    }
-    void TearDown() override { Clock::setScale(0.001); }
-
-    VirtualModem& attach(ModemBehaviour behaviour, const char* imei = "490154203237518") {
-        behaviour.networkDelayMs = 0;
-        ModemIdentity id;
-        id.imei = imei;
-        modems.push_back(std::make_unique<VirtualModem>(id, behaviour));
-        EXPECT_TRUE(modems.back()->start());
-        return *modems.back();
-    }
+    ModeTestOnModems() : VirtualModemsTest(0.2) {}
     // The search the window runs; a probe that a busy machine made miss its answer is
     // searched again (what is tested here comes after the search).
     void search() {
-        QStringList paths;
-        for (const auto& m : modems)
-            paths << m->devicePath();
+        const QStringList paths = this->paths();
         for (int attempt = 0; attempt < 3 && devices.nsPortListData().size() < paths.size(); ++attempt) {
             std::atomic<bool> done{false};
             std::thread worker([&] {
@@ -73,7 +56,6 @@ protected:
         EXPECT_TRUE(spinUntil([&] { return !window.testing(); }));
     }
 
-    std::vector<std::unique_ptr<VirtualModem>> modems;
     ScriptedOperator op;
     DeviceSelection selection; // the GSM window's
     GSM_Device_List_Wnd devices{op, selection};
@@ -119,9 +101,7 @@ TEST_F(ModeTestOnModems, ModemsPassExactlyTheCasesTheyAccept) {
         SCOPED_TRACE(row.name);
         modems.clear();
         devices.nsPortListData().clear();
-        ModemBehaviour b;
-        row.behaviour(b);
-        VirtualModem& modem = attach(b);
+        VirtualModem& modem = attach({}, row.behaviour);
         search();
         ASSERT_EQ(devices.nsPortListData().size(), 1);
         Automated_GSM_Sending window(op);
@@ -149,7 +129,7 @@ TEST_F(ModeTestOnModems, ModemsPassExactlyTheCasesTheyAccept) {
 }
 
 TEST_F(ModeTestOnModems, TheWindowsStopAsksAndEndsAfterTheCaseInProgress) {
-    VirtualModem& modem = attach({});
+    VirtualModem& modem = attach();
     search();
     Automated_GSM_Sending window(op);
     openAutomated(window, kCustom);
@@ -171,7 +151,7 @@ TEST_F(ModeTestOnModems, TheWindowsStopAsksAndEndsAfterTheCaseInProgress) {
 }
 
 TEST_F(ModeTestOnModems, ASilentDeviceFailsEveryCaseWithAConnectionError) {
-    attach({});
+    attach();
     search();
     modems.at(0)->setBehaviour([] {
         ModemBehaviour b;
@@ -186,11 +166,7 @@ TEST_F(ModeTestOnModems, ASilentDeviceFailsEveryCaseWithAConnectionError) {
 }
 
 TEST_F(ModeTestOnModems, TheDeviceWindowKeepsTheOutcomeAndShowsItAgain) {
-    attach([] {
-        ModemBehaviour b;
-        b.modes = ModemBehaviour::Modes::TextOnly;
-        return b;
-    }());
+    attach({}, [](ModemBehaviour& b) { b.modes = ModemBehaviour::Modes::TextOnly; });
     search();
     devices.showDevice(0);
     devices.waitForWorkers();
@@ -232,12 +208,10 @@ TEST_F(ModeTestOnModems, TheDeviceWindowKeepsTheOutcomeAndShowsItAgain) {
 }
 
 TEST_F(ModeTestOnModems, ApplyingACaseChangesTheDeviceRecordTheSendingUses) {
-    attach([] {
-        ModemBehaviour b;
+    attach({}, [](ModemBehaviour& b) {
         b.modes = ModemBehaviour::Modes::Both;
         b.refusedServiceCentres = {"+447700900123"}; // the modem's own centre does not work
-        return b;
-    }());
+    });
     search();
     const QString path = devices.nsPortListData().at(0).value("PORT_DETAL");
     Automated_GSM_Sending window(op);
@@ -283,7 +257,7 @@ TEST_F(ModeTestOnModems, ApplyingACaseChangesTheDeviceRecordTheSendingUses) {
 }
 
 TEST_F(ModeTestOnModems, TheWindowRefusesWhatItCannotDoAndAsksBeforeClosing) {
-    attach({});
+    attach();
     search();
     Automated_GSM_Sending window(op);
     openAutomated(window, "12+34");
@@ -312,11 +286,7 @@ TEST_F(ModeTestOnModems, TheWindowRefusesWhatItCannotDoAndAsksBeforeClosing) {
 }
 
 TEST_F(ModeTestOnModems, ClearingForgetsTheOutcomeAfterAsking) {
-    attach([] {
-        ModemBehaviour b;
-        b.modes = ModemBehaviour::Modes::PduOnly;
-        return b;
-    }());
+    attach({}, [](ModemBehaviour& b) { b.modes = ModemBehaviour::Modes::PduOnly; });
     search();
     Automated_GSM_Sending window(op);
     openAutomated(window, "");

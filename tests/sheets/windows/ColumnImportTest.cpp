@@ -2,6 +2,7 @@
 // operator is told.
 #include "ImportFixture.h"
 
+#include "core/FileUtils.h"
 #include "list/ListLoad.h"
 #include "list/NumberLoader.h"
 #include "sheets/windows/Excel_Dynamic_Msg.h"
@@ -107,10 +108,7 @@ TEST_F(ColumnImportTest, SheetChoiceReadsThatSheetsPart) {
 
 TEST_F(ColumnImportTest, OperatorErrorsKeepTheWindowOpen) {
     const QString notAWorkbook = path("plain.xlsx");
-    QFile file(notAWorkbook);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("just text");
-    file.close();
+    ASSERT_TRUE(writeFileAtomically(notAWorkbook, "just text"));
     Import_Excel dialog(op, spreadsheet, &windows);
     dialog.prepareWindow(notAWorkbook, "AND");
     EXPECT_TRUE(dialog.sheetNames().isEmpty());
@@ -139,10 +137,7 @@ TEST_F(ColumnImportTest, AHeaderCellOfSpacesKeepsEveryColumnInItsPlace) {
 
 TEST_F(ColumnImportTest, AFileThatIsNoWorkbookEndsTheImportWithItsReason) {
     const QString notAWorkbook = path("plain.xlsx");
-    QFile file(notAWorkbook);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("Number,Message\n5550100,Hi\n");
-    file.close();
+    ASSERT_TRUE(writeFileAtomically(notAWorkbook, "Number,Message\n5550100,Hi\n"));
     Import_Excel dialog(op, spreadsheet, &windows); // no modal is scripted: the window must not run
     EXPECT_EQ(dialog.Open_excel_Wnd(notAWorkbook, "AND"), 0);
     waitForLoads();

@@ -49,6 +49,14 @@ protected:
         wizard.Sheet_ComboBox_changed(0);
         return wizard;
     }
+    // Per-row messages from the workbook: numbers in its first column, texts in its second.
+    void loadPerRowMessages(const QString& workbook) {
+        openFileStep(0, workbook);
+        wizard.Number_ComboBox_changed(0);
+        wizard.Message_ComboBox_changed(1);
+        wizard.rightButtonPressed();
+        waitForLoads();
+    }
     Excel_Dynamic_Msg wizard{android, spreadsheet};
 };
 
@@ -222,11 +230,7 @@ TEST_F(DynamicMessagesTest, AtMostFiftyThousandRowsAreUsed) {
     rows.reserve(60000);
     for (int i = 0; i < 60000; ++i)
         rows << QStringList{QString::number(10000000 + i), "m"};
-    openFileStep(0, tableWorkbook("big.xlsx", {rows}));
-    wizard.Number_ComboBox_changed(0);
-    wizard.Message_ComboBox_changed(1);
-    wizard.rightButtonPressed();
-    waitForLoads();
+    loadPerRowMessages(tableWorkbook("big.xlsx", {rows}));
     EXPECT_EQ(android.list().size(), kMaxDynamicRows);
     EXPECT_EQ(android.numbers().first(), QString::number(10000000 + 49999));
     EXPECT_EQ(op.alerts(), QStringList{"\n" + Excel_Dynamic_Msg::droppedRowsMessage(10000)});
@@ -238,11 +242,7 @@ TEST_F(DynamicMessagesTest, AHeaderRowDoesNotCountTowardTheLimit) {
     SpreadsheetData rows{{"Phone", "Text"}};
     for (int i = 0; i < kMaxDynamicRows; ++i)
         rows << QStringList{QString::number(10000000 + i), "m"};
-    openFileStep(0, tableWorkbook("big.xlsx", {rows}));
-    wizard.Number_ComboBox_changed(0);
-    wizard.Message_ComboBox_changed(1);
-    wizard.rightButtonPressed();
-    waitForLoads();
+    loadPerRowMessages(tableWorkbook("big.xlsx", {rows}));
     EXPECT_EQ(android.list().size(), kMaxDynamicRows);
     EXPECT_TRUE(op.alerts().isEmpty());
 }
@@ -265,11 +265,7 @@ TEST_F(DynamicMessagesTest, PlaceholdersFollowColumnPositionsPastABlankHeader) {
 }
 
 TEST_F(DynamicMessagesTest, NothingAddedShowsTheSummary) {
-    openFileStep(0, tableWorkbook("n.xlsx", {{{"Phone", "Text"}, {"abc", "x"}}}));
-    wizard.Number_ComboBox_changed(0);
-    wizard.Message_ComboBox_changed(1);
-    wizard.rightButtonPressed();
-    waitForLoads();
+    loadPerRowMessages(tableWorkbook("n.xlsx", {{{"Phone", "Text"}, {"abc", "x"}}}));
     EXPECT_EQ(op.alerts(), QStringList{"\n" + android.lastLoad().summary()});
     EXPECT_EQ(wizard.endCode(), 1);
 }
