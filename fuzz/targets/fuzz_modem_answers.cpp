@@ -4,6 +4,7 @@
 #include "FuzzInput.h"
 #include "gsm/ModemAnswers.h"
 #include "gsm/ProbeAnswers.h"
+#include "device/DeliveryState.h"
 #include "gsm/StatusReports.h"
 #include "gsm/TextModeCharset.h"
 
@@ -25,7 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     StatusReports::fromStoredRead(answer);
     StatusReports::storedIndex(answer);
     if (const auto report = StatusReports::parse(answer, answer.section(QLatin1Char('\n'), 1)))
-        StatusReports::deliveryState(report->status);
+        deliveryStateOf(report->status);
     // The probe.
     const QString cleaned = ProbeAnswers::clean(answer, {QStringLiteral("+CGMM"), QStringLiteral("+CBC")});
     const QString quoted = ProbeAnswers::clean(answer, {QStringLiteral("+CSCA")}, true);
