@@ -2,9 +2,9 @@
 // unsolicited codes and status reports), the probe's reading of identity answers, and the
 // text-mode character sets offered.
 #include "FuzzInput.h"
+#include "device/DeliveryState.h"
 #include "gsm/ModemAnswers.h"
 #include "gsm/ProbeAnswers.h"
-#include "device/DeliveryState.h"
 #include "gsm/StatusReports.h"
 #include "gsm/TextModeCharset.h"
 
