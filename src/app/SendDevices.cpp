@@ -16,10 +16,6 @@ namespace {
 
 void err(const QString& text) { printErr(text); }
 
-const QString kPortNotWorking = QStringLiteral(
-    "\nSelected device is not working properly. Please use Mobiles Connection Wizard for finding device or "
-    "establishing connection.");
-
 // A service centre number: digits, with an optional "+" in front.
 bool isServiceCentreNumber(const QString& number) {
     static const QRegularExpression pattern(QStringLiteral("^\\+?[0-9]{3,20}$"));

@@ -6,6 +6,11 @@
 
 #include <functional>
 
+// What the operator is told when a port's line itself fails as the run opens it.
+inline const QString kPortNotWorking = QStringLiteral(
+    "\nSelected device is not working properly. Please use Mobiles Connection Wizard for finding device or "
+    "establishing connection.");
+
 struct ModemChoice {
     QString path;
     ModemDetails details;

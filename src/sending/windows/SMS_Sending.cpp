@@ -24,9 +24,6 @@ const QString kNotice = QStringLiteral("Please do not operate your mobile device
                                        "execution and may result errors in process.");
 const QStringList kItemColumns = {kNumberKey,   kMessageKey,     kItemCurrentStatusKey, kItemStatusKey,
                                   kItemPortKey, kItemRetriesKey, kItemDeliveryKey};
-const QString kPortNotWorking = QStringLiteral(
-    "\nSelected device is not working properly. Please use Mobiles Connection Wizard for finding device or "
-    "establishing connection.");
 } // namespace
 
 Record SMS_Sending::recordOf(const SendingItem& item) {
