@@ -55,7 +55,7 @@ double run(int recipients, std::vector<std::unique_ptr<sim::VirtualModem>>& mode
     sendAndWait(window);
     const double seconds = timer.nsecsElapsed() / 1e9;
     int sent = 0;
-    for (const SendingItem& item : window.sendingJob().items().all())
+    for (const SendingItem& item : window.sendingJob().items())
         sent += item.status == QLatin1String("Message sent successfully.");
     std::printf("%6d recipients: %6.2f s, %7.1f items/s, %6.2f ms per item, %d sent\n", recipients, seconds,
                 recipients / seconds, seconds * 1000.0 / recipients, sent);

@@ -7,6 +7,8 @@
 #include "ConsoleOutput.h"
 #include "SendDevices.h"
 #include "SendOptions.h"
+#include "campaigns/CampaignResume.h"
+#include "campaigns/CampaignStore.h"
 #include "core/FileUtils.h"
 #include "core/Launch.h"
 #include "core/SendingLock.h"
@@ -14,7 +16,6 @@
 #include "list/DefaultCountry.h"
 #include "list/ListNumbers.h"
 #include "list/LoadCounters.h"
-#include "sending/ResumeRun.h"
 #include "stores/ExportFile.h"
 #include "text/NumberRules.h"
 #include "text/SmsParts.h"
@@ -52,11 +53,13 @@ std::optional<int> claimDataFolder(const DataFolder& folder, std::shared_ptr<Sen
         err(SendingLock::refusal(holder, why));
         return holder < 0 ? kExitDataNotWritten : RunReport::kAnotherSender;
     }
-    QString unreadable;
-    const std::optional<RunJournal::Unfinished> unfinished =
-        resuming ? std::nullopt : RunJournal::load(folder, &unreadable, road);
-    if (!unreadable.isEmpty()) {
-        err(errorInFileAccessing(unreadable));
+    if (resuming)
+        return std::nullopt;
+    const std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(folder, &why);
+    const std::optional<UnfinishedCampaign> unfinished =
+        store ? unfinishedCampaign(*store, folder.Bulk_SMS_Data_Folder_Path(), road, &why) : std::nullopt;
+    if (!why.isEmpty()) {
+        err(errorInFileAccessing(why));
         return kExitDataNotWritten;
     }
     if (!unfinished)
@@ -69,7 +72,11 @@ std::optional<int> claimDataFolder(const DataFolder& folder, std::shared_ptr<Sen
                 .arg(counts));
         return 2;
     }
-    RunJournal::discard(folder, road);
+    if (!closeCampaign(*store, unfinished->id, QStringLiteral("cancelled"),
+                       QStringLiteral("discarded by the operator"), &why)) {
+        err(errorInFileAccessing(why));
+        return kExitDataNotWritten;
+    }
     err(QStringLiteral("The run that did not end %1 was discarded.").arg(counts));
     return std::nullopt;
 }
@@ -149,11 +156,13 @@ std::optional<int> readRecipients(const SendOptions& o, QList<Recipient>& raw) {
 // when there is nothing to take up, or nothing left to send.
 std::optional<int> resumeUnfinished(SendRun& run) {
     const SendOptions& o = run.options;
-    QString unreadable;
-    const std::optional<RunJournal::Unfinished> unfinished =
-        RunJournal::load(run.folder, &unreadable, run.road);
-    if (!unreadable.isEmpty()) {
-        err(errorInFileAccessing(unreadable));
+    QString why;
+    const std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(run.folder, &why);
+    const std::optional<UnfinishedCampaign> unfinished =
+        store ? unfinishedCampaign(*store, run.folder.Bulk_SMS_Data_Folder_Path(), run.road, &why)
+              : std::nullopt;
+    if (!why.isEmpty()) {
+        err(errorInFileAccessing(why));
         return kExitDataNotWritten;
     }
     if (!unfinished) {
@@ -166,17 +175,21 @@ std::optional<int> resumeUnfinished(SendRun& run) {
             .arg(resumed.sent)
             .arg(resumed.total)
             .arg(resumed.toSend.size()));
-    for (const RunJournal::Entry& entry : resumed.carried + resumed.toSend)
+    for (const UnfinishedCampaign::Entry& entry : resumed.carried + resumed.toSend)
         if (entry.unknown)
             err(QStringLiteral("%1\t%2: %3")
-                    .arg(entry.number, RunJournal::kUnknown,
+                    .arg(entry.number, kStatusUnknown,
                          again ? QStringLiteral("sent again")
                                : QStringLiteral("--resend-unknown sends it again")));
-    for (const RunJournal::Entry& entry : resumed.toSend)
+    for (const UnfinishedCampaign::Entry& entry : resumed.toSend)
         run.raw.append({entry.number, entry.message});
     if (!run.raw.isEmpty())
         return std::nullopt;
-    RunJournal::discard(run.folder, run.road);
+    if (!closeCampaign(*store, unfinished->id, QStringLiteral("finished"),
+                       QStringLiteral("nothing was left to send"), &why)) {
+        err(errorInFileAccessing(why));
+        return kExitDataNotWritten;
+    }
     out(QStringLiteral("%1 of %2 recipients sent.").arg(resumed.sent).arg(resumed.total));
     return resumed.sent + resumed.unknown == resumed.total ? 0 : RunReport::kSomeFailed;
 }
@@ -268,7 +281,7 @@ std::optional<int> applyOptions(SendRun& run, const NumberNormaliser& numbers) {
             return end;
     s.saveSentItems = o.isSet(o.saveSent);
     s.saveTemplates = o.isSet(o.saveTemplates);
-    s.carried = run.resumed.carried;
+    run.campaign.resumes = run.resumed.campaign;
     if (run.throughAndroid) {
         // The phone chooses the coding; its sent items have no status.
         s.sentItemsPath = run.folder.SentItemAnd_File_Path();

@@ -2,8 +2,7 @@
 // The record of one sending run, as the engine uses it: the run's items, who claims the next,
 // what each device did, and what the network reported of delivery. Every change is kept
 // before the engine goes on; once one could not be kept, failure() says why and the engine
-// hands out nothing more. The journal in the data folder is one keeper; a database is another.
-#include "RunJournal.h"
+// hands out nothing more. The campaign store keeps it.
 #include "SendingItems.h"
 #include "device/SendingDevice.h"
 
@@ -21,21 +20,28 @@ public:
     RunRecord(const RunRecord&) = delete;
     RunRecord& operator=(const RunRecord&) = delete;
 
-    using Claim = SendingItems::Claim;
+    // What a claim found at an index: an item to send, or one it finished as excluded or
+    // skipped instead (the caller shows it).
+    struct Claim {
+        enum class Kind { Send, Excluded, Skipped } kind;
+        int index;
+        SendingItem item;
+    };
     using Clock = std::chrono::steady_clock;
 
-    // Starts the run over these items (excluded and skipped ones already finished);
-    // `carried`: what the unfinished run this one resumes had finished; `road`: the kind of
-    // device it goes through, for whoever resumes it.
-    virtual void begin(const QList<SendingItem>& items, const QList<RunJournal::Entry>& carried,
-                       const QString& road) = 0;
+    // Starts the run over these items (excluded and skipped ones already finished); `road`:
+    // the kind of device it goes through, for whoever resumes it.
+    virtual void begin(const QList<SendingItem>& items, const QString& road) = 0;
 
     virtual int size() const = 0;
     virtual SendingItem at(int index) const = 0;
     virtual QList<SendingItem> all() const = 0;
 
-    // The next item for the device (see SendingItems::claimNext); items finished on the way
-    // (excluded, skipped) are kept and then reported through finishedOnTheWay.
+    // The next item for the device: a retry whose pause is over (one that another device
+    // failed goes to another device, unless this is the only one left), else the next waiting
+    // item in the list's order. Items on the way that must not be sent (excluded, skipped) are
+    // finished, kept, and then reported through finishedOnTheWay. Nothing when no item is ready
+    // for this device now; anyWaiting() then tells whether one may be later.
     virtual std::optional<Claim> claimNext(const QString& device, bool skipDuplicates,
                                            const std::function<bool(const QString&)>& isExcluded,
                                            const std::function<void(const Claim&)>& finishedOnTheWay,
@@ -60,7 +66,6 @@ public:
     virtual bool anyWaiting() const = 0;
     virtual bool anyWaitingOrSending() const = 0;
     virtual bool allFinished() const = 0;
-    virtual int finishedCount() const = 0;
 
     // Why a change could not be kept ("" while every one was).
     virtual QString failure() const = 0;

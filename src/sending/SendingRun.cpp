@@ -71,7 +71,7 @@ void SendingRun::load(QList<std::pair<QString, QString>> rows, std::stop_token s
             toWindow(&SendingRun::loading, int(items.size()));
     }
     // Nothing goes out before the run's record is kept.
-    m_record->begin(items, m_settings.carried, m_settings.road);
+    m_record->begin(items, m_settings.road);
     checkRecord();
     toWindow(&SendingRun::loaded, items);
     if (!m_record->anyWaiting() || stop.stop_requested())

@@ -6,7 +6,6 @@
 // fail leaving the run, delayed-delivery pauses, Stop, a record that cannot be kept stopping
 // everything, and the network's delivery reports. Windows observe a run through its signals
 // (delivered on their own thread) and through the read-only state below.
-#include "RunJournal.h"
 #include "RunRecord.h"
 #include "core/DataFolder.h"
 #include "core/ThreadGroup.h"
@@ -40,10 +39,9 @@ struct RunSettings {
     bool skipDuplicates = false, exclusion = false;
     QSet<QString> excludedNumbers;
     bool deliveryReports = false;
-    int retries = kDefaultRetries;    // further attempts for a message the network refused
-    bool batch = false;               // each device takes all its messages at once (a phone's single shot)
-    QList<RunJournal::Entry> carried; // what an unfinished run this one resumes had finished
-    QString road = kGsmRoad;          // the kind of device the run goes through
+    int retries = kDefaultRetries; // further attempts for a message the network refused
+    bool batch = false;            // each device takes all its messages at once (a phone's single shot)
+    QString road = kGsmRoad;       // the kind of device the run goes through
     bool saveSentItems = false, saveTemplates = false;
     std::optional<DataFolder> dataFolder; // where sent items and templates are kept
     QString sentItemsPath;

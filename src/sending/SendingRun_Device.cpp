@@ -93,6 +93,7 @@ bool SendingRun::sendEach(Worker& worker) {
         const auto claim = m_record->claimNext(worker.name, m_settings.skipDuplicates, excluded,
                                                finishedOnTheWay, devicesInRun() <= 1);
         if (!claim) {
+            checkRecord(); // the claim itself may be what could not be kept
             // A retry waits for its pause, or the other devices hold the last items. The device
             // stays until every item is finished: what another holds may come back to wait
             // (refused, or never handed over), and it must find a device still in the run.
@@ -236,8 +237,10 @@ void SendingRun::sendBatch(Worker& worker) {
     while (const auto claim =
                m_record->claimNext(worker.name, m_settings.skipDuplicates, excluded, finishedOnTheWay, true))
         claims << *claim;
-    if (claims.isEmpty())
+    if (claims.isEmpty()) {
+        checkRecord();
         return;
+    }
     QList<OutgoingMessage> messages;
     for (const RunRecord::Claim& claim : claims) {
         m_record->handing(claim.index, worker.name);

@@ -1,7 +1,7 @@
 #pragma once
 // One campaign sent through the engine, started alike by a main window's Send and by
 // `bulksms send`: the data folder's sending lock held from the start until the run has ended,
-// the run's record kept in the data folder (the journal), and one opener per device. Whoever
+// the run recorded in the campaign store of the data folder, and one opener per device. Whoever
 // started it observes the run through its signals and ends it once the devices let it go.
 #include "sending/SendingRun.h"
 
@@ -13,6 +13,7 @@ class SendingLock;
 struct Campaign {
     RunSettings settings;
     QList<std::pair<QString, QString>> rows;
+    qint64 resumes = 0; // the unfinished campaign it goes on with
 };
 
 class CampaignRun {
@@ -32,11 +33,14 @@ public:
     // kept, so that a resume finds it) and the data folder left to the next sender.
     void end();
     bool ended() const { return m_lock == nullptr; }
+    // The campaign's number in the store (0 until the run recorded it, or when it could not).
+    qint64 campaignId() const;
 
 private:
     QList<std::pair<QString, QString>> m_rows;
     std::shared_ptr<SendingLock> m_lock;
     std::unique_ptr<SendingRun> m_run;
+    const class StoredRun* m_record = nullptr;
 };
 
 // A list whose every message is blank: through modems the operator is asked first; a phone

@@ -73,7 +73,8 @@ TEST_F(DataLinksCommandLineTest, EachCommandRefusesALinkInTheDataFolderAndLeaves
         {"an applied exclusion list", data + "/Exclusion/Staff.OSTREL", outsideFile,
          send + QStringList{"--exclusion"}, 4, 0},
         {"the exclusion folder", data + "/Exclusion", elsewhere, send + QStringList{"--exclusion"}, 4, 0},
-        {"the run's journal", data + "/Run_Journal.jsonl", outsideFile, send, 4, 0},
+        {"an older version's run journal", data + "/Run_Journal.jsonl", outsideFile, send, 4, 0},
+        {"the campaign store", data + "/Campaigns.db", outsideFile, send, 4, 0},
         // The first message goes before its sent item is refused; the run stops there.
         {"the sent items", data + "/SentItem.OSTREL", outsideFile, send + QStringList{"--save-sent-items"}, 4,
          1},

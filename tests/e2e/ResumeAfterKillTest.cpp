@@ -1,6 +1,6 @@
 // A sending run killed with SIGKILL at random moments, or meeting a full disk, and resumed
 // each time: over all of it, every recipient reaches the network exactly once, except messages
-// the journal reports of unknown fate (being handed over at the kill): sent again on request,
+// the store reports of unknown fate (being handed over at the kill): sent again on request,
 // each such report may add one copy, never more.
 #include "SenderFixture.h"
 
@@ -41,7 +41,6 @@ TEST_F(ResumeAfterKillTest, EveryRecipientOnceWhateverMomentTheRunIsKilled) {
             arguments << "--to" << numbers.last();
         }
         QStringList unknown; // reported of unknown fate at some resume
-        const QString journal = home.path() + "/Ostrel Bulk SMS/BULK_SMS_DATA/Run_Journal.jsonl";
         const auto anyReceived = [&] {
             for (const QString& number : numbers)
                 if (timesReceived(number) > 0)
@@ -51,16 +50,16 @@ TEST_F(ResumeAfterKillTest, EveryRecipientOnceWhateverMomentTheRunIsKilled) {
         constexpr int kKillsPerRun = 6; // then the run is let come to its end
         int killsThisRun = 0;
         for (int attempt = 0; attempt < 40; ++attempt) {
-            // Without a journal the run either had not begun (nothing reached the network: the
-            // operator starts it again) or had come to its end.
-            const bool begun = QFile::exists(journal);
+            // Without an unfinished run in the store the run either had not begun (nothing reached
+            // the network: the operator starts it again) or had come to its end.
+            const bool begun = unfinishedRunLeft();
             if (!begun && attempt > 0 && anyReceived())
                 break;
-            // Now and then the disk is full: the resumed run's journal fits in part, or not at all.
+            // Now and then the disk is full: the resumed run's record fits in part, or not at all
+            // (a write-ahead file of about 35 kB per message).
             const bool fullDisk = begun && QRandomGenerator::global()->bounded(4) == 0;
-            const qint64 limit = fullDisk ? QRandomGenerator::global()->bounded(
-                                                qint64(64), std::max<qint64>(65, QFileInfo(journal).size()))
-                                          : -1;
+            const qint64 limit =
+                fullDisk ? QRandomGenerator::global()->bounded(qint64(4096), storeSize() + 300000) : -1;
             auto process = start(
                 begun ? QStringList{"send", "--resume", "--resend-unknown", "--yes"} : arguments, limit);
             if (!fullDisk && kills < kKills && killsThisRun < kKillsPerRun) {
@@ -77,9 +76,9 @@ TEST_F(ResumeAfterKillTest, EveryRecipientOnceWhateverMomentTheRunIsKilled) {
                 if (line.contains("Unknown (may have been sent)"))
                     unknown << line.section('\t', 0, 0);
             if (process->exitStatus() == QProcess::NormalExit && process->exitCode() == 4) {
-                // Stopped because its record could not be written: the journal is left to resume.
+                // Stopped because its record could not be written: the store keeps it to resume.
                 ASSERT_TRUE(fullDisk) << errors.toStdString();
-                ASSERT_TRUE(errors.contains("could not be recorded")) << errors.toStdString();
+                ASSERT_TRUE(errors.contains("Campaigns.db")) << errors.toStdString();
                 ++fullDisks;
                 continue;
             }
@@ -88,10 +87,10 @@ TEST_F(ResumeAfterKillTest, EveryRecipientOnceWhateverMomentTheRunIsKilled) {
                 break;
             }
         }
-        ASSERT_FALSE(QFile::exists(journal)) << "run " << run << " never came to its end";
+        ASSERT_FALSE(unfinishedRunLeft()) << "run " << run << " never came to its end";
         for (const QString& number : numbers) {
             const int times = timesReceived(number);
-            // Each extra copy is one the journal reported of unknown fate and the operator sent again.
+            // Each extra copy is one the store reported of unknown fate and the operator sent again.
             EXPECT_GE(times, 1) << number.toStdString();
             EXPECT_LE(times, 1 + unknown.count(number)) << number.toStdString();
         }

@@ -1,5 +1,9 @@
 #include "SenderFixture.h"
 
+#include "campaigns/SqliteDatabase.h"
+
+#include <QFileInfo>
+
 #include "FullDisk.h"
 
 void SenderFixture::startModems(int count, const sim::ModemBehaviour& behaviour, const QString& imeiStem) {
@@ -63,4 +67,35 @@ int SenderFixture::received() const {
     for (const auto& modem : modems)
         count += int(modem->received().size());
     return count;
+}
+
+qint64 SenderFixture::storeSize() const {
+    return QFileInfo(store()).size() + QFileInfo(store() + "-wal").size();
+}
+
+namespace {
+
+QList<SqlRow> rowsOf(const QString& store, const QString& sql) {
+    QList<SqlRow> rows;
+    QString why;
+    if (!QFileInfo::exists(store))
+        return rows;
+    if (const std::unique_ptr<SqliteDatabase> db = SqliteDatabase::open(store, &why))
+        db->exec(sql, {}, &rows);
+    return rows;
+}
+
+} // namespace
+
+bool SenderFixture::unfinishedRunLeft() const {
+    return !rowsOf(store(), "SELECT 1 FROM campaigns WHERE state = 'sending'").isEmpty();
+}
+
+QSet<QString> SenderFixture::handedOver() const {
+    QSet<QString> numbers;
+    for (const SqlRow& row : rowsOf(store(), "SELECT DISTINCT i.number FROM events e JOIN items i"
+                                             " ON i.campaign = e.campaign AND i.position = e.position"
+                                             " WHERE e.state = 'sending'"))
+        numbers.insert(row.value(0).toString());
+    return numbers;
 }

@@ -5,6 +5,7 @@
 
 #include <QProcess>
 #include <QProcessEnvironment>
+#include <QSet>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -30,6 +31,17 @@ protected:
                                     const QString& clockScale = QStringLiteral("0.05"));
     int timesReceived(const QString& number) const;
     int received() const; // messages, all modems together
+
+    // The data folder's campaign store, as the sender keeps it.
+    QString store() const {
+        return home.path() + QStringLiteral("/Ostrel Bulk SMS/BULK_SMS_DATA/Campaigns.db");
+    }
+    // Its size on the disk, write-ahead file included.
+    qint64 storeSize() const;
+    // The store holds a run that did not end (looked at, never changed).
+    bool unfinishedRunLeft() const;
+    // The numbers the store says were being handed to a device, over every run.
+    QSet<QString> handedOver() const;
 
     QTemporaryDir home;
     std::vector<std::unique_ptr<sim::VirtualModem>> modems;

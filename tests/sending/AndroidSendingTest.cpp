@@ -1,6 +1,7 @@
 // The Android window's Send in each mode, through the real adb client to a virtual phone whose
 // log must agree with the list, text for text.
 #include "PhoneFixture.h"
+#include "StoredCampaigns.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
@@ -279,7 +280,7 @@ TEST_F(AndroidSendingTest, AGsmRunAndAnAndroidRunAtOnceStayApart) {
     EXPECT_EQ(sentMessages(), (QStringList{"+447700900101|Through the phone|standard",
                                            "+447700900102|Through the phone|standard"}));
     EXPECT_EQ(gsm.sendingJob().progressText(), "3 / 3 Message or 100.00%");
-    for (const SendingItem& item : gsm.sendingJob().items().all())
+    for (const SendingItem& item : gsm.sendingJob().items())
         EXPECT_EQ(item.status, "Message sent successfully.") << item.number.toStdString();
     EXPECT_EQ(android->lastRunEnd(), Bulk_SMSAppDelegate::RunEnd::Completed);
     EXPECT_EQ(android->lastRunSent(), 2);
@@ -367,7 +368,7 @@ TEST_F(AndroidSendingTest, ARunThatStoppedForItsDataResumesWithoutTextingAnyoneT
     send(*window);
     EXPECT_EQ(window->lastRunEnd(), Bulk_SMSAppDelegate::RunEnd::DataNotWritten);
     EXPECT_EQ(sentMessages(), QStringList{"1|a|standard"});
-    ASSERT_TRUE(RunJournal::load(home.folder, nullptr, kAndroidRoad));
+    ASSERT_TRUE(unfinishedIn(home.folder, kAndroidRoad));
 
     ASSERT_TRUE(QDir(home.folder.SentItemAnd_File_Path()).removeRecursively());
     Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
@@ -378,7 +379,7 @@ TEST_F(AndroidSendingTest, ARunThatStoppedForItsDataResumesWithoutTextingAnyoneT
     ASSERT_EQ(resumed->list().size(), 2);
     send(*resumed);
     EXPECT_EQ(sentMessages(), (QStringList{"1|a|standard", "2|b|standard", "3|c|standard"}));
-    EXPECT_FALSE(RunJournal::load(home.folder, nullptr, kAndroidRoad)); // the run ended
+    EXPECT_FALSE(unfinishedIn(home.folder, kAndroidRoad)); // the run ended
 }
 
 } // namespace

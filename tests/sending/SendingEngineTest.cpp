@@ -1,15 +1,15 @@
 // The sending engine's own policy against scripted devices: what each outcome does to its item,
-// to its device and to the run, what the journal keeps for a resume, and what Stop, a hold and a
+// to its device and to the run, what the store keeps for a resume, and what Stop, a hold and a
 // record that cannot be kept hold back. Devices that must meet at a moment wait for each other
 // (bounded by the shrunk clock), never for a length of time.
 #include "ScriptedDevice.h"
 
 #include "ScriptedOperator.h"
+#include "StoredCampaigns.h"
 #include "TestEnvironment.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
 #include "core/TroubleshootingLog.h"
-#include "sending/JournalledRun.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -50,8 +50,8 @@ void waitFor(const std::function<bool()>& met, const std::stop_token& stop = {})
 class EngineRun {
 public:
     EngineRun(Operator& op, const QList<ScriptedDevice*>& devices, RunSettings settings = {})
-        : run(std::move(settings), openersOf(devices),
-              std::make_unique<JournalledRun>(DataFolder::fromEnvironment()), op, pause, {}) {
+        : run(std::move(settings), openersOf(devices), storedRunIn(DataFolder::fromEnvironment()), op, pause,
+              {}) {
         QObject::connect(&run, &SendingRun::itemChanged, &run,
                          [this](int index, const SendingItem& item, bool counted) {
                              changes.append({index, item, counted});
@@ -102,11 +102,11 @@ private:
     }
 };
 
-// What the journal left in the data folder says of each item, in order ({} when there is none).
-template <typename T> QList<T> journalled(T RunJournal::Entry::*field) {
+// What the store keeps of the unfinished run of the data folder, item by item ({} when there is none).
+template <typename T> QList<T> recorded(T UnfinishedCampaign::Entry::*field) {
     QList<T> out;
-    if (const std::optional<RunJournal::Unfinished> left = RunJournal::load(DataFolder::fromEnvironment()))
-        for (const RunJournal::Entry& entry : left->entries)
+    if (const std::optional<UnfinishedCampaign> left = unfinishedIn(DataFolder::fromEnvironment()))
+        for (const UnfinishedCampaign::Entry& entry : left->entries)
             out << entry.*field;
     return out;
 }
@@ -115,7 +115,7 @@ class SendingEngineTest : public ::testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(
-            home.folder.Check_Path_And_Create_Files()); // the data folder, where the run's journal goes
+            home.folder.Check_Path_And_Create_Files()); // the data folder, where the campaign store is
     }
     // The log's thread writes a run's last lines while the next test points the data paths elsewhere.
     void TearDown() override { flushTroubleshootingLog(); }
@@ -123,13 +123,11 @@ protected:
     ScriptedOperator op;
 };
 
-TEST_F(SendingEngineTest, EachItemEndsWithItsOutcomeAndTheJournalTellsAResumeWhoHasTheMessage) {
+TEST_F(SendingEngineTest, EachItemEndsWithItsOutcomeAndTheStoreTellsAResumeWhoHasTheMessage) {
     ScriptedDevice device("dev-1");
     device.script = {answer(Outcome::Sent), answer(Outcome::HandedToPhone), answer(Outcome::SentToDevice),
                      answer(Outcome::NotSent, "Cannot be carried as asked"), answer(Outcome::Unknown)};
-    RunSettings settings;
-    settings.carried = {{"0", "Hello 0", kStatusHandedToPhone, false, {}, true}}; // from the run it resumes
-    EngineRun run(op, {&device}, settings);
+    EngineRun run(op, {&device});
     run.start(numbers(5));
     ASSERT_TRUE(run.finish());
 
@@ -150,13 +148,12 @@ TEST_F(SendingEngineTest, EachItemEndsWithItsOutcomeAndTheJournalTellsAResumeWho
     for (const SendingItem& item : run.items())
         EXPECT_EQ(item.currentStatus, "Done (dev-1)");
 
-    // Until its window ends the run, the journal says who has the message.
-    EXPECT_EQ(journalled(&RunJournal::Entry::status), QStringList{kStatusHandedToPhone} + statuses);
-    EXPECT_EQ(journalled(&RunJournal::Entry::sent), (QList<bool>{true, true, true, true, false, false}));
-    EXPECT_EQ(journalled(&RunJournal::Entry::unknown),
-              (QList<bool>{false, false, false, false, false, true}));
+    // Until its window ends the run, the store says who has the message.
+    EXPECT_EQ(recorded(&UnfinishedCampaign::Entry::status), statuses);
+    EXPECT_EQ(recorded(&UnfinishedCampaign::Entry::sent), (QList<bool>{true, true, true, false, false}));
+    EXPECT_EQ(recorded(&UnfinishedCampaign::Entry::unknown), (QList<bool>{false, false, false, false, true}));
     run.run.endRecord();
-    EXPECT_FALSE(RunJournal::load(home.folder));
+    EXPECT_FALSE(unfinishedIn(home.folder));
 }
 
 TEST_F(SendingEngineTest, ARefusalIsRetriedAfterAGrowingPauseUntilTheRetriesRunOut) {
@@ -340,23 +337,40 @@ TEST_F(SendingEngineTest, WhileHeldNoDeviceTakesAMessage) {
     EXPECT_EQ(run.statuses(), QStringList(4, kStatusSent));
 }
 
-// The journal's open file now writes to /dev/full: its next line meets a full disk.
-bool fillTheJournalsDisk() {
-    const QByteArray journal =
-        QFile::encodeName(QFileInfo(RunJournal::path(DataFolder::fromEnvironment())).canonicalFilePath());
-    const int full = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
-    bool filled = false;
-    for (int fd = 3; fd < 1024 && full >= 0; ++fd) {
-        char target[4096];
-        const ssize_t length =
-            ::readlink(("/proc/self/fd/" + QByteArray::number(fd)).constData(), target, sizeof target);
-        if (fd != full && length > 0 && QByteArray(target, length) == journal)
-            filled = ::dup2(full, fd) == fd;
+// The store's write-ahead file writes to /dev/full while it is filled: its next commit meets a
+// full disk. Reads still find what was kept, as they do on a real full disk, once it is emptied.
+class FullWal {
+public:
+    ~FullWal() { empty(); }
+    bool fill() {
+        const QByteArray wal = QFile::encodeName(
+            QFileInfo(CampaignStore::path(DataFolder::fromEnvironment()) + "-wal").canonicalFilePath());
+        const int full = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
+        for (int fd = 3; fd < 1024 && full >= 0 && m_fd < 0; ++fd) {
+            char target[4096];
+            const ssize_t length =
+                ::readlink(("/proc/self/fd/" + QByteArray::number(fd)).constData(), target, sizeof target);
+            if (fd != full && length > 0 && QByteArray(target, length) == wal) {
+                m_saved = ::dup(fd);
+                if (::dup2(full, fd) == fd)
+                    m_fd = fd;
+            }
+        }
+        if (full >= 0)
+            ::close(full);
+        return m_fd >= 0;
     }
-    if (full >= 0)
-        ::close(full);
-    return filled;
-}
+    void empty() {
+        if (m_fd >= 0)
+            ::dup2(m_saved, m_fd);
+        if (m_saved >= 0)
+            ::close(m_saved);
+        m_fd = m_saved = -1;
+    }
+
+private:
+    int m_fd = -1, m_saved = -1;
+};
 
 TEST_F(SendingEngineTest, ARecordThatCannotBeKeptStopsEveryHandOver) {
     struct Case {
@@ -364,36 +378,39 @@ TEST_F(SendingEngineTest, ARecordThatCannotBeKeptStopsEveryHandOver) {
         bool fromTheStart; // else the disk fills while the second message is handed over
         int handed;
     };
-    for (const Case& c : {Case{"full disk", false, 2}, Case{"folder in the journal's place", true, 0}}) {
+    for (const Case& c : {Case{"full disk", false, 2}, Case{"folder in the store's place", true, 0}}) {
         SCOPED_TRACE(c.name);
         if (c.fromTheStart) {
-            RunJournal::discard(home.folder); // left by the run before
-            ASSERT_TRUE(QDir().mkpath(RunJournal::path(home.folder) + "/in-the-way"));
+            for (const char* file : {"", "-wal", "-shm"}) // left by the run before
+                QFile::remove(CampaignStore::path(home.folder) + file);
+            ASSERT_TRUE(QDir().mkpath(CampaignStore::path(home.folder) + "/in-the-way"));
         }
         ScriptedDevice device("dev-1");
+        FullWal disk;
         bool filled = false;
         device.answer = [&](const OutgoingMessage& message, const std::stop_token&) {
             if (message.number == "2")
-                filled = fillTheJournalsDisk();
+                filled = disk.fill();
             return answer(Outcome::Sent);
         };
         EngineRun run(op, {&device});
         run.start(numbers(5));
         ASSERT_TRUE(run.finish());
         EXPECT_EQ(device.numbers(), numbers(c.handed));
-        EXPECT_TRUE(run.run.dataFailure().contains("Run_Journal.jsonl"))
-            << run.run.dataFailure().toStdString();
+        EXPECT_TRUE(run.run.dataFailure().contains("Campaigns.db")) << run.run.dataFailure().toStdString();
         for (const SendingItem& item : run.items())
             EXPECT_EQ(item.status,
                       device.numbers().contains(item.number) ? kStatusSent : kNotSentDataFailure);
         run.run.endRecord(); // what is on the disk stays, for the next start to offer
         if (c.fromTheStart) {
-            QDir(RunJournal::path(home.folder)).removeRecursively();
+            QDir(CampaignStore::path(home.folder)).removeRecursively();
             continue;
         }
         EXPECT_TRUE(filled);
+        disk.empty();
+        EXPECT_TRUE(run.run.dataFailure().contains("full")) << run.run.dataFailure().toStdString();
         // The second message's outcome never reached the disk: it may have gone.
-        EXPECT_EQ(journalled(&RunJournal::Entry::status),
+        EXPECT_EQ(recorded(&UnfinishedCampaign::Entry::status),
                   (QStringList{kStatusSent, kStatusUnknown, "", "", ""}));
     }
 }
@@ -460,7 +477,7 @@ TEST_F(SendingEngineTest, DeliveryIsPendingUntilItsReportAndSaysSoWhenNoneCame) 
     }
     EXPECT_EQ(last, delivery);
     EXPECT_EQ(run.column(&SendingItem::delivery), delivery);
-    EXPECT_EQ(journalled(&RunJournal::Entry::delivery), delivery);
+    EXPECT_EQ(recorded(&UnfinishedCampaign::Entry::delivery), delivery);
 
     ScriptedDevice mute("dev-2"); // asked for reports, it cannot hand them over: it sends without
     EngineRun other(op, {&mute}, settings);
@@ -515,7 +532,7 @@ TEST_F(SendingEngineTest, APauseInOneRunDoesNotHoldUpAnother) {
     ASSERT_TRUE(first.finish());
 }
 
-TEST_F(SendingEngineTest, TwoRunsKeepTheirOwnJournals) {
+TEST_F(SendingEngineTest, TwoRunsKeepTheirOwnRecords) {
     // A GSM run and an Android run at once: the end of one never removes the other's record.
     ScriptedDevice a("dev-a"), b("dev-b");
     RunSettings throughAPhone;
@@ -526,12 +543,12 @@ TEST_F(SendingEngineTest, TwoRunsKeepTheirOwnJournals) {
     ASSERT_TRUE(first.finish());
     ASSERT_TRUE(second.finish());
     first.run.endRecord();
-    EXPECT_FALSE(RunJournal::load(home.folder));
-    const std::optional<RunJournal::Unfinished> phones = RunJournal::load(home.folder, nullptr, kAndroidRoad);
+    EXPECT_FALSE(unfinishedIn(home.folder));
+    const std::optional<UnfinishedCampaign> phones = unfinishedIn(home.folder, kAndroidRoad);
     ASSERT_TRUE(phones); // the second did not end
     EXPECT_EQ(phones->total(), 2);
     second.run.endRecord();
-    EXPECT_FALSE(RunJournal::load(home.folder, nullptr, kAndroidRoad));
+    EXPECT_FALSE(unfinishedIn(home.folder, kAndroidRoad));
 }
 
 } // namespace

@@ -8,12 +8,12 @@
 
 #include "MainThreadWatchdog.h"
 #include "ScriptedOperator.h"
+#include "StoredCampaigns.h"
 #include "TestEnvironment.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "core/MainThread.h"
-#include "sending/RunJournal.h"
 #include "sim/VirtualModem.h"
 #include "stores/windows/ExportDialogs.h"
 
@@ -26,6 +26,14 @@
 #include <memory>
 
 namespace {
+
+// How many of the job's items are finished.
+int finishedIn(const SMS_Sending& job) {
+    int finished = 0;
+    for (const SendingItem& item : job.items())
+        finished += !item.status.isEmpty();
+    return finished;
+}
 
 using sim::ModemBehaviour;
 using sim::VirtualModem;
@@ -72,7 +80,7 @@ protected:
         window.Send_SMS_Btn();
         ASSERT_TRUE(spinUntil([&] { return !window.sendingUnderWay(); }, std::chrono::seconds(90)));
     }
-    QList<SendingItem> items() { return window.sendingJob().items().all(); }
+    QList<SendingItem> items() { return window.sendingJob().items(); }
     QStringList receivedNumbers() const {
         QStringList out;
         for (const auto& m : modems)
@@ -257,14 +265,11 @@ TEST_F(SendingRunTest, DeliveryReportsFillInDuringTheRunHandedOverOrKeptByTheMod
                     return job.statusLine() != kFinish;
             return false;
         });
-        // A report is in the journal before it is shown: a crash now would not lose it.
-        const std::optional<RunJournal::Unfinished> journal = RunJournal::load(home.folder);
-        ASSERT_TRUE(journal);
-        EXPECT_TRUE(std::any_of(journal->entries.begin(), journal->entries.end(),
-                                [](const RunJournal::Entry& e) { return e.delivery == "Delivered"; }));
+        // A report is in the store before it is shown: a crash now would not lose it.
+        EXPECT_TRUE(deliveriesIn(home.folder).contains("Delivered"));
     });
     EXPECT_TRUE(shownBeforeTheEnd);
-    EXPECT_FALSE(RunJournal::load(home.folder)); // the run ended, reports and all
+    EXPECT_FALSE(unfinishedIn(home.folder)); // the run ended, reports and all
     QMap<QString, QString> delivery;
     for (const SendingItem& item : items()) {
         EXPECT_EQ(item.status, "Message sent successfully.");
@@ -347,7 +352,7 @@ TEST_F(SendingRunTest, StopLeavesUntakenItemsStoppedAndTheExportPutsThemWithTheU
     op.answerYes();
     send([](SMS_Sending& job) {
         EXPECT_FALSE(job.exportVisible());
-        ASSERT_TRUE(spinUntil([&] { return job.items().finishedCount() >= 2; }));
+        ASSERT_TRUE(spinUntil([&] { return finishedIn(job) >= 2; }));
         job.Stop_Btn();
     });
     int stopped = 0;
@@ -387,7 +392,7 @@ TEST_F(SendingRunTest, CloseDuringSendingStopsAndClosesTheWindow) {
     addRecipients(numbers(30), "c");
     op.answerYes();
     send([](SMS_Sending& job) {
-        ASSERT_TRUE(spinUntil([&] { return job.items().finishedCount() >= 1; }));
+        ASSERT_TRUE(spinUntil([&] { return finishedIn(job) >= 1; }));
         job.CancelPressed();
     });
     EXPECT_TRUE(window.sendingJob().isEnded());
@@ -527,20 +532,21 @@ TEST_F(SendingRunTest, SendRefusesWhileAnotherProcessSendsAndAnUnfinishedRunIsDi
 
     // A run that did not end: No keeps its record and sends nothing; Yes discards it and sends.
     {
-        RunJournal unfinished{home.folder};
         SendingItem item;
         item.number = "+447700900999";
-        ASSERT_TRUE(unfinished.begin({item}));
+        const std::unique_ptr<StoredRun> unfinished = storedRunIn(home.folder);
+        unfinished->begin({item}, kGsmRoad);
+        ASSERT_EQ(unfinished->failure(), "");
     }
     op.answerNo();
     window.Send_SMS_Btn();
     EXPECT_TRUE(receivedNumbers().isEmpty());
-    EXPECT_TRUE(RunJournal::load(home.folder));
+    EXPECT_TRUE(unfinishedIn(home.folder));
     EXPECT_TRUE(op.questions().last().startsWith("A run that did not end (0 of 1 sent) is kept"));
     op.answerYes();
     send();
     EXPECT_EQ(receivedNumbers(), numbers(2));
-    EXPECT_FALSE(RunJournal::load(home.folder));
+    EXPECT_FALSE(unfinishedIn(home.folder));
 }
 
 } // namespace

@@ -92,7 +92,7 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     DelayedDeliveryPause::Hooks hooks;
     hooks.stopActivity = [this] { m_busy.stop(); };
     hooks.startActivity = [this] { m_busy.startTimerThread(); };
-    Campaign campaign{runSettings(), {}};
+    Campaign campaign{runSettings(), {}, m_carried.take()};
     campaign.rows.reserve(records.size());
     for (const Record& record : records)
         campaign.rows.append({recipientNumber(record), record.value(kMessageKey)});
@@ -119,7 +119,6 @@ RunSettings Bulk_SMSAppDelegate::runSettings() {
     settings.sentItemsWithStatus = false;
     settings.batch = m_singleShot;
     settings.road = kAndroidRoad;
-    settings.carried = m_carried.take();
     settings.loadedDevice = selection().sel_port_name_str;
     return settings;
 }

@@ -5,10 +5,10 @@
 #include "android/AndroidSelection.h"
 #include "android/windows/AndroidSendingProgress.h"
 #include "android/windows/Android_Ph_List_Wnd.h"
+#include "campaigns/CampaignResume.h"
 #include "delivery/ActivityIndicator.h"
 #include "delivery/PauseCountdown.h"
 #include "list/windows/BulkSmsWindow.h"
-#include "sending/ResumeRun.h"
 #include "sending/SendingRun.h"
 #include "services/CampaignRun.h"
 

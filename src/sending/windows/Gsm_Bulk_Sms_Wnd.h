@@ -1,13 +1,13 @@
 #pragma once
 // The GSM main window's controller: the shared list and composer, the device choice, and
 // the Send flow that checks everything, verifies the chosen ports and opens the sending job.
+#include "campaigns/CampaignResume.h"
 #include "core/WorkerThread.h"
 #include "device/DeviceRecord.h"
 #include "gsm/MFCSMS.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"
 #include "gsm/windows/Selected_Device_Details_GSM.h"
 #include "list/windows/BulkSmsWindow.h"
-#include "sending/ResumeRun.h"
 #include "sending/SendingRun.h"
 
 #include <functional>

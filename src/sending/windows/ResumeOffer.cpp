@@ -2,6 +2,8 @@
 
 #include "Bulk_SMSAppDelegate.h"
 #include "Gsm_Bulk_Sms_Wnd.h"
+#include "campaigns/CampaignStore.h"
+#include "core/FileUtils.h"
 #include "core/Operator.h"
 #include "core/SendingLock.h"
 
@@ -11,14 +13,15 @@ void applyResume(BulkSmsWindow& window, CarriedRun& carried, const ResumePlan& p
     for (auto it = plan.toSend.crbegin(); it != plan.toSend.crend(); ++it)
         window.Create_Num_Msg_List(it->number, it->message);
     window.prev_composer_msg = window.composerText(); // every row has its message already
-    carried.set(plan.carried);
+    carried.set(plan.campaign);
 }
 
 namespace {
 
 void offerToResume(BulkSmsWindow& window, CarriedRun& carried, const QString& road, Operator& op) {
-    const std::optional<RunJournal::Unfinished> unfinished =
-        RunJournal::load(window.dataFolder(), nullptr, road);
+    bool readable = false;
+    const std::optional<UnfinishedCampaign> unfinished =
+        unfinishedRun(op, window.dataFolder(), road, &readable);
     if (!unfinished)
         return;
     const ResumePlan counted = planResume(*unfinished, false);
@@ -26,10 +29,14 @@ void offerToResume(BulkSmsWindow& window, CarriedRun& carried, const QString& ro
                                        .arg(counted.sent)
                                        .arg(counted.total))) {
         // Its record goes only when the operator says so: it is who was sent, and who not.
+        QString why;
+        const std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(window.dataFolder(), &why);
         if (op.Show_YES_NO_MessageBox(
                 QStringLiteral("Discard the unfinished run? Its recipients who were not sent yet will not be "
-                               "sent.\n\nNo keeps it, to resume at the next start.")))
-            RunJournal::discard(window.dataFolder(), road);
+                               "sent.\n\nNo keeps it, to resume at the next start.")) &&
+            (!store || !closeCampaign(*store, unfinished->id, QStringLiteral("cancelled"),
+                                      QStringLiteral("discarded by the operator"), &why)))
+            op.Show_MessageBox(errorInFileAccessing(why));
         return;
     }
     const bool resendUnknown =

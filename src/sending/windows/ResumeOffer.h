@@ -1,7 +1,7 @@
 #pragma once
 // Offering, at start-up, to go on with a run that did not end: its recipients still to be
 // sent go back into the list of the window of its road.
-#include "sending/ResumeRun.h"
+#include "campaigns/CampaignResume.h"
 
 class BulkSmsWindow;
 class Bulk_SMSAppDelegate;

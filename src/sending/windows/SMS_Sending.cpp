@@ -1,7 +1,5 @@
 #include "SMS_Sending.h"
 
-#include "sending/JournalledRun.h"
-
 #include "Gsm_Bulk_Sms_Wnd.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
@@ -39,8 +37,7 @@ Record SMS_Sending::recordOf(const SendingItem& item) {
 }
 
 SMS_Sending::SMS_Sending(Gsm_Bulk_Sms_Wnd& window, Operator& op, QObject* parent)
-    : DialogController(parent), m_window(window), m_op(op), m_noRun(window.dataFolder()),
-      m_table(kItemColumns),
+    : DialogController(parent), m_window(window), m_op(op), m_table(kItemColumns),
       m_pause(PauseCountdown::Variant::SendingJob,
               [this](const QString& text) { ui([this, text] { m_pauseLabel = text; }); }),
       m_activity([this] { ui([this] { m_activityValue = nextActivityValue(m_activityValue); }); }) {}
@@ -54,7 +51,7 @@ SMS_Sending::~SMS_Sending() {
     m_campaign.reset(); // its threads end before the window state they report to
 }
 
-const RunRecord& SMS_Sending::items() const { return m_run ? m_run->record() : m_noRun; }
+QList<SendingItem> SMS_Sending::items() const { return m_run ? m_run->record().all() : QList<SendingItem>{}; }
 
 // ---- threads ----
 
@@ -116,7 +113,7 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
             [this](bool visible) { ui([this, visible] { m_progressTextVisible = visible; }); },
             [this] { m_activity.stop(); }, [this] { m_activity.startTimerThread(); },
             [this] { ui([this] { m_activityValue = 0; }); }};
-        Campaign campaign{settings, {}};
+        Campaign campaign{settings, {}, m_window.carriedRun().take()};
         campaign.rows.reserve(rows.size());
         for (const Record& row : rows)
             campaign.rows.append(
@@ -152,7 +149,6 @@ RunSettings SMS_Sending::copyRunSettings() const {
     settings.plainPunctuation = m_window.plainPunctuation();
     settings.retries = m_window.retries();
     settings.deliveryReports = m_window.deliveryReports();
-    settings.carried = m_window.carriedRun().take();
     settings.flash = m_window.isFlashMessage();
     settings.skipDuplicates = m_window.skipDuplicates();
     settings.exclusion = m_window.exclusion();

@@ -9,7 +9,6 @@
 #include "delivery/ActivityIndicator.h"
 #include "delivery/DelaySchedule.h"
 #include "delivery/PauseCountdown.h"
-#include "sending/JournalledRun.h"
 #include "sending/SendingRun.h"
 #include "services/CampaignRun.h"
 #include "services/ModemOpeners.h"
@@ -44,7 +43,7 @@ public:
 
     // The item table the view shows (updated on the main thread).
     const RecordTable& itemTable() const { return m_table; }
-    const RunRecord& items() const;
+    QList<SendingItem> items() const;
 
     // --- Window state.
     QString statusLine() const;
@@ -129,7 +128,6 @@ private:
 
     Gsm_Bulk_Sms_Wnd& m_window;
     Operator& m_op;
-    const JournalledRun m_noRun; // what items() shows before the first run: nothing
     std::unique_ptr<CampaignRun> m_campaign;
     SendingRun* m_run = nullptr; // the campaign's run, while there is one
     RecordTable m_table;

@@ -14,7 +14,7 @@ void SMS_Sending::Export_Btn() {
 }
 
 void SMS_Sending::Export_Item_Function() {
-    const QList<SendingItem> all = items().all();
+    const QList<SendingItem> all = items();
     if (all.isEmpty()) {
         m_op.Show_MessageBox(QStringLiteral("Sent items list is empty."));
         return;

@@ -1,0 +1,129 @@
+#include "CampaignSchema.h"
+
+#include "SqlDatabase.h"
+
+#include <QStringList>
+
+namespace {
+
+// Each migration is a list of statements; "%ID%" stands for the engine's own numbered key.
+// Times are milliseconds since the epoch from the program's clock, never the database's.
+const QList<QStringList>& migrations() {
+    static const QList<QStringList> all{
+        // 1: campaigns, their items and every change of an item; the senders that claim them.
+        {
+            QStringLiteral("CREATE TABLE campaigns ("
+                           " id %ID%,"
+                           " created_at BIGINT NOT NULL,"
+                           " created_by TEXT NOT NULL,"  // user@host
+                           " data_folder TEXT NOT NULL," // the data folder it was created from
+                           " road TEXT NOT NULL,"        // the kind of device: gsm, android
+                           " message TEXT,"              // the one text, when every item has it
+                           " options TEXT NOT NULL,"     // JSON: mode, flash, Unicode, pauses, reports
+                           " state TEXT NOT NULL," // scheduled queued sending stopped finished cancelled
+                           " total BIGINT NOT NULL DEFAULT 0,"
+                           " resumes BIGINT REFERENCES campaigns(id)," // the campaign it goes on with
+                           " start_at BIGINT, send_window TEXT, window_zone TEXT, end_at BIGINT,"
+                           " started_at BIGINT, finished_at BIGINT,"
+                           " reason TEXT NOT NULL DEFAULT '')"),
+            QStringLiteral("CREATE INDEX campaigns_unfinished ON campaigns (data_folder, road, state, id)"),
+            QStringLiteral("CREATE TABLE items ("
+                           " id %ID%,"
+                           " campaign BIGINT NOT NULL REFERENCES campaigns(id),"
+                           " position BIGINT NOT NULL," // the list's order
+                           " number TEXT NOT NULL,"     // as written
+                           " number_e164 TEXT,"
+                           " text TEXT NOT NULL,"
+                           " state TEXT NOT NULL,"             // queued claimed sending done unknown
+                           " status TEXT NOT NULL DEFAULT ''," // the final words
+                           " current_status TEXT NOT NULL DEFAULT '',"
+                           " use_status TEXT NOT NULL DEFAULT '',"
+                           " device TEXT NOT NULL DEFAULT '',"
+                           " attempts INTEGER NOT NULL DEFAULT 0,"
+                           " outcome TEXT NOT NULL DEFAULT '',"        // what the device did (outcomeKey)
+                           " outcome_detail TEXT NOT NULL DEFAULT ''," // the whole of it, as JSON
+                           " refs TEXT NOT NULL DEFAULT ''," // the network's references, one per part
+                           " delivery TEXT NOT NULL DEFAULT '',"
+                           " reports TEXT NOT NULL DEFAULT ''," // reference:status of each report
+                           " last_failure TEXT NOT NULL DEFAULT '',"
+                           " last_outcome TEXT NOT NULL DEFAULT ''," // JSON, while it waits to retry
+                           " avoid_device TEXT NOT NULL DEFAULT '',"
+                           " requeued_at BIGINT," // set while it waits for another attempt
+                           " not_before BIGINT NOT NULL DEFAULT 0,"
+                           " claimer TEXT, lease_until BIGINT,"
+                           " changed_at BIGINT NOT NULL,"
+                           " UNIQUE (campaign, position))"),
+            // The claim's order: retries by when they came back, then the list's order.
+            QStringLiteral("CREATE INDEX items_next ON items (campaign, state, requeued_at, position)"),
+            QStringLiteral("CREATE INDEX items_number ON items (campaign, number, position)"),
+            QStringLiteral("CREATE INDEX items_claimer ON items (claimer, state)"),
+            QStringLiteral("CREATE TABLE events ("
+                           " id %ID%,"
+                           " campaign BIGINT NOT NULL,"
+                           " position BIGINT NOT NULL,"
+                           " at BIGINT NOT NULL,"
+                           " state TEXT NOT NULL,"
+                           " detail TEXT NOT NULL DEFAULT '',"
+                           " claimer TEXT)"),
+            QStringLiteral("CREATE INDEX events_campaign ON events (campaign, id)"),
+            QStringLiteral("CREATE TABLE senders ("
+                           " id TEXT PRIMARY KEY,"
+                           " host TEXT NOT NULL,"
+                           " pid BIGINT NOT NULL,"
+                           " started_at BIGINT NOT NULL,"
+                           " seen_at BIGINT NOT NULL)"),
+        },
+    };
+    return all;
+}
+
+QString forEngine(QString statement, SqlDatabase::Engine engine) {
+    return statement.replace(QLatin1String("%ID%"), engine == SqlDatabase::Engine::Postgres
+                                                        ? QLatin1String("BIGINT GENERATED BY DEFAULT AS "
+                                                                        "IDENTITY PRIMARY KEY")
+                                                        : QLatin1String("INTEGER PRIMARY KEY"));
+}
+
+} // namespace
+
+int CampaignSchema::latest() { return int(migrations().size()); }
+
+bool CampaignSchema::migrate(SqlDatabase& db, QString* error) {
+    const auto failed = [&] {
+        *error = db.error();
+        db.rollback();
+        return false;
+    };
+    if (!db.exec(QStringLiteral("CREATE TABLE IF NOT EXISTS schema_version (version INTEGER NOT NULL)")))
+        return failed();
+    for (;;) {
+        if (!db.beginWrite())
+            return failed();
+        // Read inside the write transaction: two processes starting at once apply each step once.
+        QList<SqlRow> rows;
+        if (!db.exec(QStringLiteral("SELECT version FROM schema_version"), {}, &rows))
+            return failed();
+        const int version = rows.isEmpty() ? 0 : int(rows.first().value(0).toLongLong());
+        if (version > latest()) {
+            db.rollback();
+            *error =
+                QStringLiteral("%1: made by a newer version of this program (schema %2, this one knows %3)")
+                    .arg(db.where())
+                    .arg(version)
+                    .arg(latest());
+            return false;
+        }
+        if (version == latest()) {
+            db.rollback();
+            return true;
+        }
+        for (const QString& statement : migrations().at(version))
+            if (!db.exec(forEngine(statement, db.engine())))
+                return failed();
+        const bool kept =
+            rows.isEmpty() ? db.exec(QStringLiteral("INSERT INTO schema_version VALUES (?)"), {version + 1})
+                           : db.exec(QStringLiteral("UPDATE schema_version SET version = ?"), {version + 1});
+        if (!kept || !db.commit())
+            return failed();
+    }
+}

@@ -1,0 +1,595 @@
+#include "StoredRun.h"
+
+#include "core/Clock.h"
+#include "core/Log.h"
+#include "device/DeliveryState.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRandomGenerator>
+
+#include <unistd.h>
+
+namespace {
+
+// The columns an item is read from, in the order itemOf() takes them.
+const QString kItemColumns = QStringLiteral(
+    "position, number, text, state, status, current_status, use_status, device, attempts, outcome_detail,"
+    " refs, delivery, reports, last_failure, last_outcome");
+
+QString useStatusKey(UseStatus status) {
+    switch (status) {
+    case UseStatus::WaitToDispatch: return QStringLiteral("wait");
+    case UseStatus::Sending: return QStringLiteral("sending");
+    case UseStatus::Done: return QStringLiteral("done");
+    case UseStatus::Stopped: break;
+    }
+    return QStringLiteral("stopped");
+}
+
+UseStatus useStatusOf(const QString& key) {
+    return key == QLatin1String("sending")   ? UseStatus::Sending
+           : key == QLatin1String("done")    ? UseStatus::Done
+           : key == QLatin1String("stopped") ? UseStatus::Stopped
+                                             : UseStatus::WaitToDispatch;
+}
+
+QString numbersText(const QList<int>& numbers) {
+    QStringList words;
+    for (int number : numbers)
+        words << QString::number(number);
+    return words.join(QLatin1Char(' '));
+}
+
+QList<int> numbersOf(const QString& text) {
+    QList<int> numbers;
+    for (const QString& word : text.split(QLatin1Char(' '), Qt::SkipEmptyParts))
+        numbers << word.toInt();
+    return numbers;
+}
+
+QString reportsText(const QHash<int, int>& reports) {
+    QStringList words;
+    for (auto it = reports.cbegin(); it != reports.cend(); ++it)
+        words << QStringLiteral("%1:%2").arg(it.key()).arg(it.value());
+    words.sort();
+    return words.join(QLatin1Char(' '));
+}
+
+QHash<int, int> reportsOf(const QString& text) {
+    QHash<int, int> reports;
+    for (const QString& word : text.split(QLatin1Char(' '), Qt::SkipEmptyParts))
+        reports.insert(word.section(QLatin1Char(':'), 0, 0).toInt(),
+                       word.section(QLatin1Char(':'), 1).toInt());
+    return reports;
+}
+
+QString outcomeText(const std::optional<SendOutcome>& outcome) {
+    if (!outcome)
+        return {};
+    QJsonArray references;
+    for (int reference : outcome->references)
+        references.append(reference);
+    return QString::fromUtf8(QJsonDocument(QJsonObject{{"outcome", outcomeKey(outcome->outcome)},
+                                                       {"reason", outcome->reason},
+                                                       {"references", references},
+                                                       {"part", outcome->part},
+                                                       {"parts", outcome->parts},
+                                                       {"device", outcome->device}})
+                                 .toJson(QJsonDocument::Compact));
+}
+
+std::optional<SendOutcome> outcomeOf(const QString& text) {
+    const QJsonObject object = QJsonDocument::fromJson(text.toUtf8()).object();
+    SendOutcome outcome;
+    if (!outcomeFromKey(object.value("outcome").toString(), &outcome.outcome))
+        return std::nullopt;
+    outcome.reason = object.value("reason").toString();
+    for (const QJsonValue reference : object.value("references").toArray())
+        outcome.references << reference.toInt();
+    outcome.part = object.value("part").toInt();
+    outcome.parts = object.value("parts").toInt(1);
+    outcome.device = object.value("device").toString();
+    return outcome;
+}
+
+SendingItem itemOf(const SqlRow& row) {
+    SendingItem item;
+    item.number = row.value(1).toString();
+    item.message = row.value(2).toString();
+    item.status = row.value(4).toString();
+    item.currentStatus = row.value(5).toString();
+    item.useStatus = useStatusOf(row.value(6).toString());
+    item.usePort = row.value(7).toString();
+    item.attempts = int(row.value(8).toLongLong());
+    item.outcome = outcomeOf(row.value(9).toString());
+    item.references = numbersOf(row.value(10).toString());
+    item.delivery = row.value(11).toString();
+    item.reportedStatus = reportsOf(row.value(12).toString());
+    item.lastFailure = row.value(13).toString();
+    item.lastOutcome = outcomeOf(row.value(14).toString());
+    return item;
+}
+
+// One message's delivery from its parts' reports: not delivered as soon as one part is not,
+// delivered once every part is.
+QString deliveryOf(const QList<int>& references, const QHash<int, int>& reported) {
+    bool allDelivered = true;
+    for (int reference : references) {
+        const auto found = reported.constFind(reference);
+        if (found == reported.cend()) {
+            allDelivered = false;
+            continue;
+        }
+        QString state = deliveryStateOf(*found);
+        if (state.startsWith(QLatin1String("Not delivered")))
+            return state;
+        allDelivered = allDelivered && state == QLatin1String("Delivered");
+    }
+    return allDelivered ? QStringLiteral("Delivered") : kDeliveryPending;
+}
+
+bool event(SqlDatabase& db, qint64 campaign, int position, const QString& state, const QString& detail,
+           const QString& claimer = {}) {
+    return db.exec(QStringLiteral("INSERT INTO events (campaign, position, at, state, detail, claimer)"
+                                  " VALUES (?, ?, ?, ?, ?, ?)"),
+                   {campaign, position, CampaignStore::now(), state, detail,
+                    claimer.isEmpty() ? QVariant() : QVariant(claimer)});
+}
+
+// The lease, shrunk with the clock like every prescribed time, but never below a few seconds:
+// a busy machine must not take a living sender for a dead one.
+qint64 leaseLength() {
+    using namespace std::chrono;
+    return std::max<qint64>(duration_cast<milliseconds>(::Clock::scaled(StoredRun::kLease)).count(), 3000);
+}
+
+qint64 leaseUntil() { return CampaignStore::now() + leaseLength(); }
+
+// A steady-clock instant as the store's time.
+qint64 storeTime(RunRecord::Clock::time_point at) {
+    if (at == RunRecord::Clock::time_point{})
+        return 0;
+    // Rounded up, and a millisecond more for the store's own clock reading: never early.
+    return CampaignStore::now() +
+           std::chrono::ceil<std::chrono::milliseconds>(at - RunRecord::Clock::now()).count() + 1;
+}
+
+} // namespace
+
+StoredRun::StoredRun(std::shared_ptr<CampaignStore> store, Campaign campaign, const QString& why)
+    : m_store(std::move(store)), m_info(std::move(campaign)),
+      m_claimer(QStringLiteral("%1/%2/%3")
+                    .arg(CampaignStore::user())
+                    .arg(::getpid())
+                    .arg(QRandomGenerator::global()->generate(), 8, 16, QLatin1Char('0'))),
+      m_failure(m_store ? QString() : why) {}
+
+StoredRun::~StoredRun() { m_renewal.stop(); }
+
+void StoredRun::fail(const QString& why) const {
+    std::lock_guard lock(m_mutex);
+    if (m_failure.isEmpty()) {
+        m_failure = why;
+        Show_NSLog_Message(QStringLiteral("The campaign store refused a write: %1").arg(why));
+    }
+}
+
+QString StoredRun::failure() const {
+    std::lock_guard lock(m_mutex);
+    return m_failure;
+}
+
+bool StoredRun::write(const std::function<bool(SqlDatabase&)>& body) {
+    if (!m_store || !failure().isEmpty())
+        return false;
+    QString why;
+    if (m_store->write(body, &why))
+        return true;
+    if (!why.isEmpty())
+        fail(why);
+    return false;
+}
+
+void StoredRun::begin(const QList<SendingItem>& items, const QString& road) {
+    m_size = int(items.size());
+    const qint64 now = CampaignStore::now();
+    QString message = items.isEmpty() ? QString() : items.first().message;
+    for (const SendingItem& item : items)
+        if (item.message != message) {
+            message.clear();
+            break;
+        }
+    write([&](SqlDatabase& db) {
+        QList<SqlRow> made;
+        if (!db.exec(
+                QStringLiteral("INSERT INTO campaigns (created_at, created_by, data_folder, road, message,"
+                               " options, state, total, resumes, started_at)"
+                               " VALUES (?, ?, ?, ?, ?, ?, 'sending', ?, ?, ?) RETURNING id"),
+                {now, CampaignStore::user(), m_info.dataFolder, road,
+                 message.isNull() ? QVariant() : QVariant(message), m_info.options, m_size,
+                 m_info.resumes ? QVariant(m_info.resumes) : QVariant(), now},
+                &made) ||
+            made.isEmpty())
+            return false;
+        m_campaign = made.first().value(0).toLongLong();
+        for (int i = 0; i < items.size(); ++i) {
+            const SendingItem& item = items.at(i);
+            const bool done = !item.status.isEmpty();
+            if (!db.exec(QStringLiteral("INSERT INTO items (campaign, position, number, text, state, status,"
+                                        " current_status, use_status, device, changed_at)"
+                                        " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"),
+                         {m_campaign, i, item.number, item.message,
+                          done ? QStringLiteral("done") : QStringLiteral("queued"), item.status,
+                          item.currentStatus, useStatusKey(item.useStatus), item.usePort, now}))
+                return false;
+        }
+        // The campaign it goes on with stops here: its recipients still to be sent are in this one.
+        if (m_info.resumes &&
+            (!db.exec(
+                 QStringLiteral(
+                     "UPDATE items SET state = 'done', status = ?, use_status = 'stopped',"
+                     " current_status = ?, claimer = NULL, changed_at = ?"
+                     " WHERE campaign = ? AND (state IN ('queued', 'claimed') OR use_status = 'stopped')"),
+                 {QStringLiteral("Not sent here: resumed in campaign %1.").arg(m_campaign), kStoppedUse, now,
+                  m_info.resumes}) ||
+             !db.exec(QStringLiteral("UPDATE campaigns SET state = 'stopped', finished_at = ?, reason = ?"
+                                     " WHERE id = ?"),
+                      {now, QStringLiteral("resumed in campaign %1").arg(m_campaign), m_info.resumes})))
+            return false;
+        return db.exec(QStringLiteral("INSERT INTO senders (id, host, pid, started_at, seen_at)"
+                                      " VALUES (?, ?, ?, ?, ?)"),
+                       {m_claimer, CampaignStore::user(), qint64(::getpid()), now, now});
+    });
+    if (failure().isEmpty())
+        // The ticker's interval is prescribed time: a third of the lease as it really lasts.
+        m_renewal.start(::Clock::Duration(qint64(double(leaseLength()) / 3 / ::Clock::scale())), [this] {
+            renewLeases();
+            return true;
+        });
+}
+
+void StoredRun::renewLeases() {
+    write([&](SqlDatabase& db) {
+        return db.exec(QStringLiteral("UPDATE items SET lease_until = ? WHERE claimer = ?"
+                                      " AND state IN ('claimed', 'sending')"),
+                       {leaseUntil(), m_claimer}) &&
+               db.exec(QStringLiteral("UPDATE senders SET seen_at = ? WHERE id = ?"),
+                       {CampaignStore::now(), m_claimer});
+    });
+}
+
+SendingItem StoredRun::at(int index) const {
+    QList<SqlRow> rows;
+    if (m_store && !m_store->read([&](SqlDatabase& db) {
+            return db.exec(
+                QStringLiteral("SELECT %1 FROM items WHERE campaign = ? AND position = ?").arg(kItemColumns),
+                {m_campaign, index}, &rows);
+        }))
+        fail(m_store->where() + QStringLiteral(": cannot be read"));
+    return rows.isEmpty() ? SendingItem{} : itemOf(rows.first());
+}
+
+QList<SendingItem> StoredRun::all() const {
+    QList<SqlRow> rows;
+    if (m_store)
+        m_store->read([&](SqlDatabase& db) {
+            return db.exec(
+                QStringLiteral("SELECT %1 FROM items WHERE campaign = ? ORDER BY position").arg(kItemColumns),
+                {m_campaign}, &rows);
+        });
+    QList<SendingItem> items;
+    items.reserve(rows.size());
+    for (const SqlRow& row : rows)
+        items << itemOf(row);
+    return items;
+}
+
+bool StoredRun::exists(const QString& states) const {
+    if (!m_store || m_campaign == 0)
+        return false;
+    bool found = false;
+    m_store->read([&](SqlDatabase& db) {
+        found = db.value(QStringLiteral("SELECT 1 FROM items WHERE campaign = ? AND state IN (%1) LIMIT 1")
+                             .arg(states),
+                         {m_campaign})
+                    .isValid();
+        return true;
+    });
+    return found;
+}
+
+bool StoredRun::anyWaiting() const { return failure().isEmpty() && exists(QStringLiteral("'queued'")); }
+
+bool StoredRun::anyWaitingOrSending() const {
+    return exists(QStringLiteral("'queued', 'claimed', 'sending'"));
+}
+
+bool StoredRun::releaseLapsed(SqlDatabase& db, qint64 now) const {
+    return db.exec(QStringLiteral(
+                       "UPDATE items SET state = 'unknown', status = ?, use_status = 'done',"
+                       " current_status = ?, outcome = 'unknown', claimer = NULL, changed_at = ?"
+                       " WHERE campaign = ? AND state = 'sending' AND lease_until < ? AND claimer <> ?"),
+                   {kStatusUnknown, kDone, now, m_campaign, now, m_claimer}) &&
+           db.exec(
+               QStringLiteral("UPDATE items SET state = 'queued', use_status = 'wait', current_status = ?,"
+                              " attempts = attempts - 1, claimer = NULL, device = '', requeued_at = ?,"
+                              " changed_at = ? WHERE campaign = ? AND state = 'claimed' AND lease_until < ?"
+                              " AND claimer <> ?"),
+               {kWaitToDispatch, now, now, m_campaign, now, m_claimer});
+}
+
+std::optional<RunRecord::Claim> StoredRun::claimAt(SqlDatabase& db, int position, const QString& device,
+                                                   qint64 now) const {
+    QList<SqlRow> rows;
+    if (!db.exec(
+            QStringLiteral("UPDATE items SET state = 'claimed', device = ?, claimer = ?, lease_until = ?,"
+                           " attempts = attempts + 1, use_status = 'sending', current_status = ?,"
+                           " requeued_at = NULL, changed_at = ? WHERE campaign = ? AND position = ?"
+                           " RETURNING %1")
+                .arg(kItemColumns),
+            {device, m_claimer, leaseUntil(), QStringLiteral("Sending (%1)").arg(device), now, m_campaign,
+             position},
+            &rows) ||
+        rows.isEmpty() || !event(db, m_campaign, position, QStringLiteral("claimed"), device, m_claimer))
+        return std::nullopt;
+    return Claim{Claim::Kind::Send, position, itemOf(rows.first())};
+}
+
+std::optional<RunRecord::Claim>
+StoredRun::claimNext(const QString& device, bool skipDuplicates,
+                     const std::function<bool(const QString&)>& isExcluded,
+                     const std::function<void(const Claim&)>& finishedOnTheWay, bool onlyDeviceLeft) {
+    const qint64 now = CampaignStore::now();
+    const bool lapseCheck = now >= m_nextLapseCheck;
+    if (lapseCheck)
+        m_nextLapseCheck = now + leaseLength() / 3;
+    QList<Claim> onTheWay;
+    std::optional<Claim> claim;
+    const auto take = [&](SqlDatabase& db, int position) {
+        claim = claimAt(db, position, device, now);
+        return claim.has_value();
+    };
+    const bool kept = write([&](SqlDatabase& db) {
+        onTheWay.clear();
+        claim.reset();
+        if (lapseCheck && !releaseLapsed(db, now))
+            return false;
+        // A retry whose pause is over, oldest first; one a device refused goes to another device
+        // unless this is the only one left.
+        const QVariant retry = db.value(
+            QStringLiteral("SELECT position FROM items WHERE campaign = ? AND state = 'queued'"
+                           " AND requeued_at IS NOT NULL AND not_before <= ? AND (avoid_device <> ? OR ? = 1)"
+                           " ORDER BY requeued_at, position LIMIT 1"),
+            {m_campaign, now, device, onlyDeviceLeft ? 1 : 0});
+        if (!db.error().isEmpty())
+            return false;
+        if (retry.isValid())
+            return take(db, int(retry.toLongLong()));
+        for (;;) {
+            QList<SqlRow> next;
+            if (!db.exec(QStringLiteral(
+                             "SELECT position, number FROM items WHERE campaign = ? AND state = 'queued'"
+                             " AND requeued_at IS NULL ORDER BY position LIMIT 1"),
+                         {m_campaign}, &next))
+                return false;
+            if (next.isEmpty())
+                return true;
+            const int position = int(next.first().value(0).toLongLong());
+            const QString number = next.first().value(1).toString();
+            std::optional<Claim::Kind> notSent;
+            if (isExcluded && isExcluded(number))
+                notSent = Claim::Kind::Excluded;
+            else if (skipDuplicates &&
+                     db.value(QStringLiteral(
+                                  "SELECT 1 FROM items WHERE campaign = ? AND number = ? AND position < ?"
+                                  " LIMIT 1"),
+                              {m_campaign, number, position})
+                         .isValid())
+                notSent = Claim::Kind::Skipped;
+            if (!notSent)
+                return take(db, position);
+            QList<SqlRow> rows;
+            const QString status = *notSent == Claim::Kind::Excluded ? kExcluded : kSkipped;
+            if (!db.exec(QStringLiteral("UPDATE items SET state = 'done', status = ?, use_status = 'done',"
+                                        " current_status = ?, device = ?, changed_at = ?"
+                                        " WHERE campaign = ? AND position = ? RETURNING %1")
+                             .arg(kItemColumns),
+                         {status, QStringLiteral("Done (%1)").arg(device), device, now, m_campaign, position},
+                         &rows) ||
+                rows.isEmpty() || !event(db, m_campaign, position, QStringLiteral("done"), status, m_claimer))
+                return false;
+            onTheWay.append({*notSent, position, itemOf(rows.first())});
+        }
+    });
+    if (!kept)
+        return std::nullopt;
+    if (finishedOnTheWay)
+        for (const Claim& finished : onTheWay)
+            finishedOnTheWay(finished);
+    return claim;
+}
+
+void StoredRun::handing(int index, const QString& device) {
+    bool held = true;
+    write([&](SqlDatabase& db) {
+        QList<SqlRow> rows;
+        if (!db.exec(
+                QStringLiteral("UPDATE items SET state = 'sending', lease_until = ?, changed_at = ?"
+                               " WHERE campaign = ? AND position = ? AND claimer = ? AND state = 'claimed'"
+                               " RETURNING position"),
+                {leaseUntil(), CampaignStore::now(), m_campaign, index, m_claimer}, &rows))
+            return false;
+        held = !rows.isEmpty();
+        return held && event(db, m_campaign, index, QStringLiteral("sending"), device, m_claimer);
+    });
+    // Another sender took the item for lost (this one stalled past its lease): it may send it.
+    if (!held)
+        fail(QStringLiteral("%1: the claim on item %2 lapsed before it was handed over")
+                 .arg(m_store->where())
+                 .arg(index + 1));
+}
+
+bool StoredRun::requeue(int index, const QString& failure, const std::optional<SendOutcome>& outcome,
+                        const QString& avoid, qint64 notBefore, bool attemptCounts, const QString& why) {
+    const qint64 now = CampaignStore::now();
+    return write([&](SqlDatabase& db) {
+        QList<SqlRow> rows;
+        return db.exec(
+                   QStringLiteral(
+                       "UPDATE items SET state = 'queued', use_status = 'wait', current_status = ?, device = "
+                       "'',"
+                       " claimer = NULL, lease_until = NULL, requeued_at = ?, not_before = ?, avoid_device = "
+                       "?,"
+                       " attempts = attempts - ?, last_failure = CASE WHEN ? = '' THEN last_failure ELSE ? "
+                       "END,"
+                       " last_outcome = CASE WHEN ? = '' THEN last_outcome ELSE ? END, changed_at = ?"
+                       " WHERE campaign = ? AND position = ? AND state IN ('claimed', 'sending') RETURNING "
+                       "position"),
+                   {failure.isEmpty() ? kWaitToDispatch : QStringLiteral("Wait to retry (%1)").arg(failure),
+                    now, notBefore, avoid, attemptCounts ? 0 : 1, failure, failure, outcomeText(outcome),
+                    outcomeText(outcome), now, m_campaign, index},
+                   &rows) &&
+               (rows.isEmpty() || event(db, m_campaign, index, QStringLiteral("queued"), why, m_claimer));
+    });
+}
+
+void StoredRun::retryLater(int index, const SendOutcome& refusal, Clock::time_point notBefore) {
+    requeue(index, refusal.text(), refusal, refusal.device, storeTime(notBefore), true, refusal.text());
+}
+
+void StoredRun::giveBack(int index, const QString& why, const QString& avoidDevice) {
+    // Nothing was tried: the item keeps what its last attempt got, and the why goes to its history.
+    requeue(index, {}, std::nullopt, avoidDevice, 0, false, why);
+}
+
+bool StoredRun::finish(int index, const SendOutcome& outcome, const QString& currentStatus,
+                       bool awaitsReport) {
+    const bool awaits = awaitsReport && outcome.delivered() && !outcome.references.isEmpty();
+    QList<SqlRow> rows;
+    const qint64 now = CampaignStore::now();
+    const bool kept = write([&](SqlDatabase& db) {
+        rows.clear();
+        // An outcome that comes after its lease lapsed ("unknown") is still what the device did.
+        return db.exec(QStringLiteral(
+                           "UPDATE items SET state = 'done', status = ?, use_status = 'done',"
+                           " current_status = ?, outcome = ?, outcome_detail = ?, refs = ?, delivery = ?,"
+                           " claimer = NULL, lease_until = NULL, changed_at = ?"
+                           " WHERE campaign = ? AND position = ? AND state <> 'done' RETURNING device"),
+                       {outcome.text(), currentStatus, outcomeKey(outcome.outcome), outcomeText(outcome),
+                        numbersText(outcome.references), awaits ? kDeliveryPending : QString(), now,
+                        m_campaign, index},
+                       &rows) &&
+               (rows.isEmpty() ||
+                event(db, m_campaign, index, QStringLiteral("done"), outcome.text(), m_claimer));
+    });
+    if (!kept || rows.isEmpty())
+        return false;
+    if (awaits) {
+        const QString device = rows.first().value(0).toString();
+        std::lock_guard lock(m_mutex);
+        m_awaited.insert(index, {device, outcome.references, {}});
+        for (int reference : outcome.references)
+            m_reportKeys.insert({device, reference}, index);
+    }
+    return true;
+}
+
+std::optional<int> StoredRun::report(const QString& device, const DeliveryReport& report) {
+    int index = 0;
+    QString delivery, reports;
+    {
+        std::lock_guard lock(m_mutex);
+        const auto key = m_reportKeys.constFind({device, report.reference});
+        if (key == m_reportKeys.cend())
+            return std::nullopt;
+        index = *key;
+        Awaited& awaited = m_awaited[index];
+        awaited.reported.insert(report.reference, report.status);
+        delivery = deliveryOf(awaited.references, awaited.reported);
+        reports = reportsText(awaited.reported);
+    }
+    write([&](SqlDatabase& db) {
+        return db.exec(QStringLiteral("UPDATE items SET delivery = ?, reports = ?, changed_at = ?"
+                                      " WHERE campaign = ? AND position = ?"),
+                       {delivery, reports, CampaignStore::now(), m_campaign, index}) &&
+               event(db, m_campaign, index, QStringLiteral("report"), delivery, m_claimer);
+    });
+    return index;
+}
+
+int StoredRun::awaitingReports(const QString& device) const {
+    std::lock_guard lock(m_mutex);
+    int awaiting = 0;
+    for (const Awaited& awaited : m_awaited)
+        awaiting += deliveryOf(awaited.references, awaited.reported) == kDeliveryPending &&
+                    (device.isEmpty() || awaited.device == device);
+    return awaiting;
+}
+
+QList<int> StoredRun::endReportWait(const QString& device) {
+    QList<int> ended;
+    {
+        std::lock_guard lock(m_mutex);
+        // A message the network reported as still trying stays "Pending": that is what it said.
+        for (auto it = m_awaited.begin(); it != m_awaited.end();)
+            if (it->device == device && it->reported.isEmpty()) {
+                ended << it.key();
+                for (int reference : it->references)
+                    m_reportKeys.remove({device, reference});
+                it = m_awaited.erase(it);
+            } else {
+                ++it;
+            }
+    }
+    std::sort(ended.begin(), ended.end());
+    write([&](SqlDatabase& db) {
+        for (int index : ended)
+            if (!db.exec(
+                    QStringLiteral(
+                        "UPDATE items SET delivery = ?, changed_at = ? WHERE campaign = ? AND position = ?"),
+                    {kNoReport, CampaignStore::now(), m_campaign, index}) ||
+                !event(db, m_campaign, index, QStringLiteral("report"), kNoReport, m_claimer))
+                return false;
+        return true;
+    });
+    return ended;
+}
+
+QList<int> StoredRun::markStopped(const QString& why) {
+    QList<int> marked;
+    const qint64 now = CampaignStore::now();
+    write([&](SqlDatabase& db) {
+        marked.clear();
+        // An item waiting for another attempt keeps what its last attempt got.
+        QList<SqlRow> rows;
+        if (!db.exec(
+                QStringLiteral("UPDATE items SET state = 'done', use_status = 'stopped', current_status = ?,"
+                               " status = CASE WHEN last_failure = '' THEN ? ELSE last_failure END,"
+                               " outcome_detail = last_outcome, claimer = NULL, changed_at = ?"
+                               " WHERE campaign = ? AND state = 'queued' RETURNING position, status"),
+                {kStoppedUse, why, now, m_campaign}, &rows))
+            return false;
+        for (const SqlRow& row : rows) {
+            marked << int(row.value(0).toLongLong());
+            if (!event(db, m_campaign, marked.last(), QStringLiteral("done"), row.value(1).toString(),
+                       m_claimer))
+                return false;
+        }
+        return true;
+    });
+    std::sort(marked.begin(), marked.end());
+    return marked;
+}
+
+void StoredRun::end() {
+    m_renewal.stop();
+    write([&](SqlDatabase& db) {
+        const qint64 now = CampaignStore::now();
+        return db.exec(
+                   QStringLiteral("UPDATE campaigns SET state = 'finished', finished_at = ? WHERE id = ?"),
+                   {now, m_campaign}) &&
+               db.exec(QStringLiteral("DELETE FROM senders WHERE id = ?"), {m_claimer});
+    });
+}

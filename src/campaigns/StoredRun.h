@@ -1,0 +1,89 @@
+#pragma once
+// A run recorded in the campaign store: begin() creates its campaign and items; every claim
+// is one write transaction that picks the next item and marks it claimed by this run (with a
+// lease the run renews while it holds items); the hand-over, a retry and the outcome are each
+// written the moment they happen. The store is the one truth: what the engine and the windows
+// read of an item is read from it, so the run holds in memory only the reports it awaits.
+#include "CampaignStore.h"
+#include "sending/RunRecord.h"
+
+#include "core/TickerThread.h"
+
+#include <QHash>
+#include <QSet>
+
+class StoredRun : public RunRecord {
+public:
+    // What the campaign is, beside its items.
+    struct Campaign {
+        QString dataFolder; // the folder it is created from (a resume looks there)
+        QString options;    // JSON: how it is sent
+        qint64 resumes = 0; // the unfinished campaign it goes on with (that one then stops)
+    };
+    // `store` null: the store could not be opened, and `why` is the run's failure.
+    StoredRun(std::shared_ptr<CampaignStore> store, Campaign campaign, const QString& why = {});
+    ~StoredRun() override;
+
+    // Items held by a sender that has not renewed its claims for this long are taken for lost
+    // (prescribed time, shrunk by the clock's scale but never below 3 s); a holder renews every
+    // third of it.
+    static constexpr std::chrono::seconds kLease{30};
+
+    qint64 campaignId() const { return m_campaign; }
+
+    void begin(const QList<SendingItem>& items, const QString& road) override;
+    int size() const override { return m_size; }
+    SendingItem at(int index) const override;
+    QList<SendingItem> all() const override;
+    std::optional<Claim> claimNext(const QString& device, bool skipDuplicates,
+                                   const std::function<bool(const QString&)>& isExcluded,
+                                   const std::function<void(const Claim&)>& finishedOnTheWay,
+                                   bool onlyDeviceLeft) override;
+    void handing(int index, const QString& device) override;
+    void retryLater(int index, const SendOutcome& refusal, Clock::time_point notBefore) override;
+    void giveBack(int index, const QString& why, const QString& avoidDevice) override;
+    bool finish(int index, const SendOutcome& outcome, const QString& currentStatus,
+                bool awaitsReport) override;
+    std::optional<int> report(const QString& device, const DeliveryReport& report) override;
+    int awaitingReports(const QString& device = {}) const override;
+    QList<int> endReportWait(const QString& device) override;
+    QList<int> markStopped(const QString& why) override;
+    bool anyWaiting() const override;
+    bool anyWaitingOrSending() const override;
+    bool allFinished() const override { return !anyWaitingOrSending(); }
+    QString failure() const override;
+    void end() override;
+
+private:
+    // A write of this run: false, and the run's failure set, when the store refused it.
+    bool write(const std::function<bool(SqlDatabase&)>& body);
+    bool exists(const QString& states) const;
+    bool requeue(int index, const QString& failure, const std::optional<SendOutcome>& outcome,
+                 const QString& avoid, qint64 notBefore, bool attemptCounts, const QString& why);
+    void renewLeases();
+    // Items of senders that stopped renewing: one being handed over may have been sent (unknown),
+    // one only claimed waits again.
+    bool releaseLapsed(SqlDatabase& db, qint64 now) const;
+    // Marks the item at position claimed by this run for the device, within a claim's transaction.
+    std::optional<Claim> claimAt(SqlDatabase& db, int position, const QString& device, qint64 now) const;
+    void fail(const QString& why) const;
+
+    // An item sent through this run whose delivery report is awaited.
+    struct Awaited {
+        QString device;
+        QList<int> references;
+        QHash<int, int> reported; // TP-ST of each part's latest report, by reference
+    };
+
+    std::shared_ptr<CampaignStore> m_store;
+    const Campaign m_info;
+    const QString m_claimer; // this run's name on the items it claims
+    qint64 m_campaign = 0;
+    int m_size = 0;
+    std::atomic<qint64> m_nextLapseCheck{0};
+    mutable std::mutex m_mutex; // what follows
+    QHash<int, Awaited> m_awaited;
+    QHash<QPair<QString, int>, int> m_reportKeys; // (device, reference) -> item awaiting its report
+    mutable QString m_failure;
+    TickerThread m_renewal{QStringLiteral("lease-renewal")};
+};

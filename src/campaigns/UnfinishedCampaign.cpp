@@ -1,0 +1,79 @@
+#include "UnfinishedCampaign.h"
+
+#include "CampaignStore.h"
+#include "device/SendOutcome.h"
+#include "sending/SendingItems.h"
+
+int UnfinishedCampaign::sent() const {
+    int sent = 0;
+    for (const Entry& entry : entries)
+        sent += entry.sent;
+    return sent;
+}
+
+std::optional<UnfinishedCampaign> unfinishedCampaign(CampaignStore& store, const QString& dataFolder,
+                                                     const QString& road, QString* error) {
+    std::optional<UnfinishedCampaign> found;
+    const qint64 now = CampaignStore::now();
+    const bool read = store.write(
+        [&](SqlDatabase& db) {
+            const QVariant id =
+                db.value(QStringLiteral("SELECT id FROM campaigns WHERE data_folder = ? AND road = ?"
+                                        " AND state = 'sending' ORDER BY id DESC LIMIT 1"),
+                         {dataFolder, road});
+            if (!id.isValid())
+                return db.error().isEmpty();
+            // Nobody sends it now: what was being handed over may have gone, what was only
+            // claimed did not.
+            QList<SqlRow> rows;
+            if (!db.exec(QStringLiteral("UPDATE items SET state = 'unknown', status = ?, use_status = 'done',"
+                                        " outcome = 'unknown', claimer = NULL, changed_at = ?"
+                                        " WHERE campaign = ? AND state = 'sending'"),
+                         {kStatusUnknown, now, id}) ||
+                !db.exec(
+                    QStringLiteral(
+                        "UPDATE items SET state = 'queued', use_status = 'wait', claimer = NULL,"
+                        " attempts = attempts - 1, changed_at = ? WHERE campaign = ? AND state = 'claimed'"),
+                    {now, id}) ||
+                !db.exec(QStringLiteral(
+                             "SELECT number, text, state, status, delivery, outcome, use_status FROM items"
+                             " WHERE campaign = ? ORDER BY position"),
+                         {id}, &rows))
+                return false;
+            UnfinishedCampaign campaign;
+            campaign.id = id.toLongLong();
+            campaign.road = road;
+            for (const SqlRow& row : rows) {
+                UnfinishedCampaign::Entry entry;
+                entry.number = row.value(0).toString();
+                entry.message = row.value(1).toString();
+                const QString state = row.value(2).toString();
+                entry.unknown = state == QLatin1String("unknown") ||
+                                row.value(5).toString() == outcomeKey(Outcome::Unknown);
+                // Stopped when the run broke off for its data: it never left, and waits again.
+                const bool waiting =
+                    state == QLatin1String("queued") || row.value(6).toString() == QLatin1String("stopped");
+                entry.status = waiting ? QString() : row.value(3).toString();
+                entry.delivery = row.value(4).toString();
+                Outcome outcome{};
+                entry.sent =
+                    outcomeFromKey(row.value(5).toString(), &outcome) && SendOutcome::of(outcome).delivered();
+                campaign.entries << entry;
+            }
+            found = campaign;
+            return true;
+        },
+        error);
+    return read ? found : std::nullopt;
+}
+
+bool closeCampaign(CampaignStore& store, qint64 id, const QString& state, const QString& reason,
+                   QString* error) {
+    return store.write(
+        [&](SqlDatabase& db) {
+            return db.exec(
+                QStringLiteral("UPDATE campaigns SET state = ?, finished_at = ?, reason = ? WHERE id = ?"),
+                {state, CampaignStore::now(), reason, id});
+        },
+        error);
+}

@@ -1,0 +1,217 @@
+// A run's record in the campaign store on its own: claims in the list's order, what is finished
+// on the way, items given back for another attempt, reports, and what a resume finds of a run
+// that broke off (or of a journal an older version left).
+#include "StoredCampaigns.h"
+#include "TestEnvironment.h"
+#include "campaigns/CampaignResume.h"
+#include "core/FileUtils.h"
+
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+class StoredRunTest : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(home.folder.Check_Path_And_Create_Files()); }
+
+    // A run over these numbers, begun.
+    std::unique_ptr<StoredRun> begun(const QStringList& numbers, const QString& road = kGsmRoad) {
+        QList<SendingItem> items;
+        for (const QString& n : numbers) {
+            SendingItem item;
+            item.number = n;
+            item.message = QStringLiteral("m") + n;
+            items.append(item);
+        }
+        std::unique_ptr<StoredRun> run = storedRunIn(home.folder);
+        run->begin(items, road);
+        EXPECT_EQ(run->failure(), "");
+        return run;
+    }
+    static SendOutcome sent(const QString& device, const QList<int>& references = {}) {
+        SendOutcome outcome = SendOutcome::of(Outcome::Sent);
+        outcome.device = device;
+        outcome.references = references;
+        return outcome;
+    }
+    TestDataHome home;
+};
+
+TEST_F(StoredRunTest, WhatIsFinishedOnTheWayIsReportedOnceTheStoreIsFree) {
+    std::unique_ptr<StoredRun> items = begun({"1", "2", "1", "3"});
+    QStringList reported;
+    // The report reads the store again, as the job's window does: inside the claim it would hang.
+    const auto report = [&](const RunRecord::Claim& c) { reported << items->at(c.index).status; };
+    const auto excluded = [](const QString& n) { return n == QLatin1String("2"); };
+    auto first = items->claimNext("A", true, excluded, report, true);
+    auto second = items->claimNext("A", true, excluded, report, true);
+    ASSERT_TRUE(first && second);
+    EXPECT_EQ(first->item.number, "1");
+    EXPECT_EQ(second->item.number, "3");
+    EXPECT_EQ(second->item.currentStatus, "Sending (A)");
+    EXPECT_EQ(reported, (QStringList{kExcluded, kSkipped}));
+    EXPECT_FALSE(items->anyWaiting());
+    EXPECT_TRUE(items->anyWaitingOrSending());
+}
+
+TEST_F(StoredRunTest, ARefusedItemGoesToAnotherDeviceAfterItsPause) {
+    std::unique_ptr<StoredRun> items = begun({"1"});
+    auto claim = items->claimNext("A", false, {}, {}, true);
+    ASSERT_TRUE(claim);
+    SendOutcome refused = SendOutcome::of(Outcome::Refused, "+CMS ERROR: 38");
+    refused.device = "A";
+    items->retryLater(claim->index, refused, Clock::now() + std::chrono::hours(1));
+    EXPECT_TRUE(items->anyWaiting());
+    EXPECT_FALSE(items->claimNext("B", false, {}, {}, false)); // its pause is not over
+    EXPECT_EQ(items->at(0).currentStatus, "Wait to retry (+CMS ERROR: 38)");
+
+    std::unique_ptr<StoredRun> ready = begun({"1"});
+    claim = ready->claimNext("A", false, {}, {}, true);
+    ready->retryLater(claim->index, refused, Clock::now() - std::chrono::seconds(1));
+    EXPECT_FALSE(ready->claimNext("A", false, {}, {}, false)); // another device is there to take it
+    auto again = ready->claimNext("B", false, {}, {}, false);
+    ASSERT_TRUE(again);
+    EXPECT_EQ(again->item.attempts, 2);
+    ready->handing(again->index, "B");
+    EXPECT_TRUE(ready->finish(again->index, sent("B"), "Done (B)", false));
+    EXPECT_FALSE(ready->finish(again->index, sent("B"), "Done (B)", false)); // once only
+    EXPECT_TRUE(ready->allFinished());
+    EXPECT_EQ(ready->at(0).status, kStatusSent);
+    EXPECT_EQ(ready->at(0).outcome->device, "B");
+}
+
+TEST_F(StoredRunTest, TheOnlyDeviceLeftTakesItsOwnRetryAndALineFailureCostsNoAttempt) {
+    std::unique_ptr<StoredRun> items = begun({"1", "2"});
+    auto claim = items->claimNext("A", false, {}, {}, true);
+    items->giveBack(claim->index, {}, "A"); // the line failed before the hand-over
+    auto again = items->claimNext("A", false, {}, {}, true);
+    ASSERT_TRUE(again);
+    EXPECT_EQ(again->item.number, "1");
+    EXPECT_EQ(again->item.attempts, 1);
+}
+
+TEST_F(StoredRunTest, StoppingKeepsTheLastFailureOfAnItemWaitingToRetry) {
+    std::unique_ptr<StoredRun> items = begun({"1", "2"});
+    auto claim = items->claimNext("A", false, {}, {}, true);
+    items->retryLater(claim->index, SendOutcome::of(Outcome::Refused, "+CMS ERROR: 38"),
+                      Clock::now() + std::chrono::hours(1));
+    EXPECT_EQ(items->markStopped(kStopped), (QList<int>{0, 1}));
+    EXPECT_EQ(items->at(0).status, "+CMS ERROR: 38");
+    EXPECT_EQ(items->at(0).outcome->outcome, Outcome::Refused);
+    EXPECT_EQ(items->at(1).status, kStopped);
+    EXPECT_FALSE(items->claimNext("A", false, {}, {}, true));
+    EXPECT_TRUE(items->allFinished());
+}
+
+TEST_F(StoredRunTest, ReportsMatchByDeviceAndReferenceAndAMessageIsDeliveredWhenEveryPartIs) {
+    std::unique_ptr<StoredRun> items = begun({"1", "2", "3", "4"});
+    const auto sendThrough = [&](const QString& device, const QList<int>& references) {
+        auto claim = items->claimNext(device, false, {}, {}, true);
+        items->handing(claim->index, device);
+        EXPECT_TRUE(items->finish(claim->index, sent(device, references), "Done", true));
+        return claim->index;
+    };
+    const int longOne = sendThrough("A", {5, 6});
+    const int onB = sendThrough("B", {5}); // the same reference from another modem
+    const int failed = sendThrough("A", {7});
+    const int silent = sendThrough("A", {8});
+    EXPECT_EQ(items->at(longOne).delivery, kDeliveryPending);
+    EXPECT_EQ(items->awaitingReports(), 4);
+
+    EXPECT_EQ(items->report("A", {5, 0}), longOne);
+    EXPECT_EQ(items->at(longOne).delivery, kDeliveryPending); // its second part is not in yet
+    EXPECT_EQ(items->at(onB).delivery, kDeliveryPending);
+    EXPECT_EQ(items->report("A", {6, 0x30}), longOne); // still trying
+    EXPECT_EQ(items->report("A", {6, 0}), longOne);
+    EXPECT_EQ(items->at(longOne).delivery, "Delivered");
+    EXPECT_EQ(items->report("B", {5, 0x61}), onB);
+    EXPECT_EQ(items->at(onB).delivery, "Not delivered (recipient busy)");
+    EXPECT_EQ(items->report("A", {7, 0x21}), failed);
+    EXPECT_FALSE(items->report("A", {99, 0})); // no message of this run
+    EXPECT_EQ(items->awaitingReports("A"), 2);
+
+    // The wait ends: a message with no report at all says so; one the network said it still
+    // tries stays as the network left it.
+    EXPECT_EQ(items->endReportWait("A"), QList<int>{silent});
+    EXPECT_EQ(items->at(silent).delivery, kNoReport);
+    EXPECT_EQ(items->at(failed).delivery, kDeliveryPending);
+}
+
+TEST_F(StoredRunTest, NoReportIsAwaitedForAMessageThatDidNotGoOrWhenNoneWasAsked) {
+    std::unique_ptr<StoredRun> items = begun({"1", "2"});
+    auto refused = items->claimNext("A", false, {}, {}, true);
+    items->finish(refused->index, SendOutcome::of(Outcome::NotSent, "+CMS ERROR: 38"), "Done", true);
+    auto unasked = items->claimNext("A", false, {}, {}, true);
+    items->finish(unasked->index, sent("A", {4}), "Done", false);
+    EXPECT_EQ(items->awaitingReports(), 0);
+    EXPECT_FALSE(items->report("A", {4, 0}));
+    EXPECT_EQ(items->at(unasked->index).delivery, "");
+}
+
+TEST_F(StoredRunTest, ARunThatBrokeOffIsFoundWithWhatMayHaveGoneAndItsContinuationStopsIt) {
+    QList<SendingItem> rows;
+    {
+        std::unique_ptr<StoredRun> broken = begun({"1", "2", "3", "4"});
+        auto first = broken->claimNext("A", false, {}, {}, true);
+        broken->handing(first->index, "A");
+        broken->finish(first->index, sent("A"), "Done (A)", false);
+        auto second = broken->claimNext("A", false, {}, {}, true);
+        broken->handing(second->index, "A");         // the process dies here
+        broken->claimNext("B", false, {}, {}, true); // claimed, never handed over
+    }
+    const std::optional<UnfinishedCampaign> left = unfinishedIn(home.folder);
+    ASSERT_TRUE(left);
+    EXPECT_FALSE(unfinishedIn(home.folder, kAndroidRoad)); // each road its own
+    EXPECT_EQ(left->sent(), 1);
+    const ResumePlan plan = planResume(*left, false);
+    EXPECT_EQ(plan.unknown, 1);
+    QStringList toSend;
+    for (const UnfinishedCampaign::Entry& entry : plan.toSend)
+        toSend << entry.number;
+    EXPECT_EQ(toSend, (QStringList{"3", "4"})); // the one only claimed waits again; the unknown one is kept
+    EXPECT_EQ(planResume(*left, true).toSend.size(), 3);
+
+    // The continuation's start stops the run it goes on with: nothing is left to resume.
+    QString why;
+    const StoredRun::Campaign continuation{home.folder.Bulk_SMS_Data_Folder_Path(), "{}", plan.campaign};
+    auto next = std::make_unique<StoredRun>(CampaignStore::forFolder(home.folder, &why), continuation);
+    SendingItem three;
+    three.number = "3";
+    next->begin({three}, kGsmRoad);
+    next->end();
+    EXPECT_FALSE(unfinishedIn(home.folder));
+}
+
+TEST_F(StoredRunTest, AJournalAnOlderVersionLeftIsImportedOnceAsAnUnfinishedRun) {
+    const QString journal = home.folder.Bulk_SMS_Data_Folder_Path() + "/Run_Journal_Android.jsonl";
+    const QByteArray lines =
+        R"({"road":"android","carried":[["0","m0","Handed to the phone","","handed-to-phone"]],)"
+        R"("items":[["1","m1",""],["2","m2",""],["3","m3",""]]})"
+        "\n"
+        R"({"i":0,"handing":"phone"})"
+        "\n"
+        R"({"i":0,"status":"Handed to the phone","references":[],"attempts":1,"outcome":"handed-to-phone"})"
+        "\n"
+        R"({"i":1,"handing":"phone"})"
+        "\n"
+        R"({"i":2,"hand)"; // cut short by the crash
+    QString why;
+    ASSERT_TRUE(writeFileAtomically(journal, lines, &why)) << why.toStdString();
+
+    const std::optional<UnfinishedCampaign> imported = unfinishedIn(home.folder, kAndroidRoad);
+    ASSERT_TRUE(imported);
+    EXPECT_FALSE(QFile::exists(journal));
+    QStringList statuses;
+    for (const UnfinishedCampaign::Entry& entry : imported->entries)
+        statuses << entry.number + "=" + entry.status;
+    EXPECT_EQ(statuses,
+              (QStringList{"0=Handed to the phone", "1=Handed to the phone", "2=" + kStatusUnknown, "3="}));
+    EXPECT_EQ(imported->sent(), 2);
+    EXPECT_EQ(planResume(*imported, false).toSend.size(), 1);
+}
+
+} // namespace
