@@ -57,7 +57,7 @@ std::optional<int> claimDataFolder(const DataFolder& folder, std::shared_ptr<Sen
         return std::nullopt;
     const std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(folder, &why);
     const std::optional<UnfinishedCampaign> unfinished =
-        store ? unfinishedCampaign(*store, folder.Bulk_SMS_Data_Folder_Path(), road, &why) : std::nullopt;
+        store ? unfinishedCampaign(*store, CampaignStore::folderKey(folder), road, &why) : std::nullopt;
     if (!why.isEmpty()) {
         err(errorInFileAccessing(why));
         return kExitDataNotWritten;
@@ -159,7 +159,7 @@ std::optional<int> resumeUnfinished(SendRun& run) {
     QString why;
     const std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(run.folder, &why);
     const std::optional<UnfinishedCampaign> unfinished =
-        store ? unfinishedCampaign(*store, run.folder.Bulk_SMS_Data_Folder_Path(), run.road, &why)
+        store ? unfinishedCampaign(*store, CampaignStore::folderKey(run.folder), run.road, &why)
               : std::nullopt;
     if (!why.isEmpty()) {
         err(errorInFileAccessing(why));

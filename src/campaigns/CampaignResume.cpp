@@ -23,7 +23,7 @@ std::optional<UnfinishedCampaign> unfinishedRun(Operator& op, const DataFolder& 
     QString why;
     std::optional<UnfinishedCampaign> unfinished;
     if (const std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(folder, &why))
-        unfinished = unfinishedCampaign(*store, folder.Bulk_SMS_Data_Folder_Path(), road, &why);
+        unfinished = unfinishedCampaign(*store, CampaignStore::folderKey(folder), road, &why);
     *readable = why.isEmpty();
     if (!*readable) // no run may start over a record it cannot read
         op.Show_MessageBox(errorInFileAccessing(why));

@@ -84,11 +84,31 @@ QString forEngine(QString statement, SqlDatabase::Engine engine) {
                                                         : QLatin1String("INTEGER PRIMARY KEY"));
 }
 
+// The server-wide lock the migrations of a shared database are applied under.
+constexpr int kMigrationLock = 0x5315;
+
+bool migrateLocked(SqlDatabase& db, QString* error);
+
 } // namespace
 
 int CampaignSchema::latest() { return int(migrations().size()); }
 
 bool CampaignSchema::migrate(SqlDatabase& db, QString* error) {
+    // Several senders may start at once on a shared server: one migrates, the others wait.
+    const bool shared = db.engine() == SqlDatabase::Engine::Postgres;
+    if (shared && !db.exec(QStringLiteral("SELECT pg_advisory_lock(%1)").arg(kMigrationLock))) {
+        *error = db.error();
+        return false;
+    }
+    const bool migrated = migrateLocked(db, error);
+    if (shared)
+        db.exec(QStringLiteral("SELECT pg_advisory_unlock(%1)").arg(kMigrationLock));
+    return migrated;
+}
+
+namespace {
+
+bool migrateLocked(SqlDatabase& db, QString* error) {
     const auto failed = [&] {
         *error = db.error();
         db.rollback();
@@ -104,16 +124,16 @@ bool CampaignSchema::migrate(SqlDatabase& db, QString* error) {
         if (!db.exec(QStringLiteral("SELECT version FROM schema_version"), {}, &rows))
             return failed();
         const int version = rows.isEmpty() ? 0 : int(rows.first().value(0).toLongLong());
-        if (version > latest()) {
+        if (version > CampaignSchema::latest()) {
             db.rollback();
             *error =
                 QStringLiteral("%1: made by a newer version of this program (schema %2, this one knows %3)")
                     .arg(db.where())
                     .arg(version)
-                    .arg(latest());
+                    .arg(CampaignSchema::latest());
             return false;
         }
-        if (version == latest()) {
+        if (version == CampaignSchema::latest()) {
             db.rollback();
             return true;
         }
@@ -127,3 +147,5 @@ bool CampaignSchema::migrate(SqlDatabase& db, QString* error) {
             return failed();
     }
 }
+
+} // namespace

@@ -2,6 +2,7 @@
 
 #include "CampaignSchema.h"
 #include "JournalImport.h"
+#include "PostgresDatabase.h"
 #include "SqliteDatabase.h"
 #include "core/DataFolder.h"
 
@@ -14,15 +15,56 @@ QString CampaignStore::path(const DataFolder& folder) {
     return folder.Bulk_SMS_Data_Folder_Path() + QStringLiteral("/Campaigns.db");
 }
 
+namespace {
+
+std::mutex g_databaseLock;
+QString g_database; // set by useDatabase
+bool g_databaseSet = false;
+
+QString hostName() {
+    char host[256] = {};
+    ::gethostname(host, sizeof host - 1);
+    return QString::fromLocal8Bit(host);
+}
+
+std::unique_ptr<SqlDatabase> openDatabase(const QString& url, const QString& file, QString* why) {
+    if (url.isEmpty())
+        return SqliteDatabase::open(file, why);
+    if (url.startsWith(QLatin1String("postgresql://")) || url.startsWith(QLatin1String("postgres://")))
+        return PostgresDatabase::open(url, why);
+    *why = QStringLiteral("%1: not a database this program can use (postgresql://… is)")
+               .arg(PostgresDatabase::shown(url));
+    return nullptr;
+}
+
+} // namespace
+
+void CampaignStore::useDatabase(const QString& url) {
+    const std::lock_guard guard(g_databaseLock);
+    g_database = url;
+    g_databaseSet = true;
+}
+
+QString CampaignStore::database() {
+    const std::lock_guard guard(g_databaseLock);
+    return g_databaseSet ? g_database : qEnvironmentVariable("BULKSMS_DATABASE");
+}
+
+QString CampaignStore::folderKey(const DataFolder& folder) {
+    return hostName() + QLatin1Char(':') + folder.Bulk_SMS_Data_Folder_Path();
+}
+
 std::shared_ptr<CampaignStore> CampaignStore::forFolder(const DataFolder& folder, QString* error) {
     static std::mutex lock;
     static QHash<QString, std::weak_ptr<CampaignStore>> open;
     const std::lock_guard guard(lock);
     const QString file = path(folder);
-    if (std::shared_ptr<CampaignStore> store = open.value(file).lock())
+    const QString url = database();
+    const QString key = url + QLatin1Char('\n') + file;
+    if (std::shared_ptr<CampaignStore> store = open.value(key).lock())
         return store;
     QString why;
-    std::unique_ptr<SqlDatabase> db = SqliteDatabase::open(file, &why);
+    std::unique_ptr<SqlDatabase> db = openDatabase(url, file, &why);
     if (!db || !CampaignSchema::migrate(*db, &why)) {
         if (error)
             *error = why;
@@ -34,7 +76,7 @@ std::shared_ptr<CampaignStore> CampaignStore::forFolder(const DataFolder& folder
             *error = why;
         return nullptr;
     }
-    open.insert(file, store);
+    open.insert(key, store);
     return store;
 }
 
@@ -67,10 +109,7 @@ qint64 CampaignStore::now() { return QDateTime::currentMSecsSinceEpoch(); }
 
 QString CampaignStore::user() {
     const QString name = qEnvironmentVariable("USER", qEnvironmentVariable("LOGNAME"));
-    char host[256] = {};
-    ::gethostname(host, sizeof host - 1);
-    return (name.isEmpty() ? QString::number(::getuid()) : name) + QLatin1Char('@') +
-           QString::fromLocal8Bit(host);
+    return (name.isEmpty() ? QString::number(::getuid()) : name) + QLatin1Char('@') + hostName();
 }
 
 bool CampaignStore::limitPages(int pages) {

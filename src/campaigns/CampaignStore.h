@@ -20,6 +20,13 @@ public:
     static std::shared_ptr<CampaignStore> forFolder(const DataFolder& folder, QString* error);
     // "Campaigns.db" in the data folder.
     static QString path(const DataFolder& folder);
+    // The database every store of the process uses instead of the data folder's file: a
+    // PostgreSQL URL ("postgresql://…"), from --database, else BULKSMS_DATABASE; "" for the file.
+    static void useDatabase(const QString& url);
+    static QString database();
+    // How a campaign names the data folder it was created from ("host:path"): a shared
+    // database holds the campaigns of many computers.
+    static QString folderKey(const DataFolder& folder);
 
     explicit CampaignStore(std::unique_ptr<SqlDatabase> db) : m_db(std::move(db)) {}
 

@@ -126,7 +126,7 @@ bool importJournals(CampaignStore& store, const DataFolder& folder, QString* err
         if (const std::optional<QList<Entry>> entries = parse(content))
             if (!store.write(
                     [&](SqlDatabase& db) {
-                        return import(db, *entries, folder.Bulk_SMS_Data_Folder_Path(), road);
+                        return import(db, *entries, CampaignStore::folderKey(folder), road);
                     },
                     error))
                 return false;

@@ -145,6 +145,13 @@ qint64 leaseLength() {
     return std::max<qint64>(duration_cast<milliseconds>(::Clock::scaled(StoredRun::kLease)).count(), 3000);
 }
 
+// What a claim's pick adds so that two senders never pick one item: SQLite's write transaction
+// already holds the whole database; a shared server locks the row, and another sender skips it.
+QString rowLock(const SqlDatabase& db) {
+    return db.engine() == SqlDatabase::Engine::Postgres ? QStringLiteral(" FOR UPDATE SKIP LOCKED")
+                                                        : QString();
+}
+
 qint64 leaseUntil() { return CampaignStore::now() + leaseLength(); }
 
 // A steady-clock instant as the store's time.
@@ -361,7 +368,8 @@ StoredRun::claimNext(const QString& device, bool skipDuplicates,
         const QVariant retry = db.value(
             QStringLiteral("SELECT position FROM items WHERE campaign = ? AND state = 'queued'"
                            " AND requeued_at IS NOT NULL AND not_before <= ? AND (avoid_device <> ? OR ? = 1)"
-                           " ORDER BY requeued_at, position LIMIT 1"),
+                           " ORDER BY requeued_at, position LIMIT 1") +
+                rowLock(db),
             {m_campaign, now, device, onlyDeviceLeft ? 1 : 0});
         if (!db.error().isEmpty())
             return false;
@@ -371,7 +379,8 @@ StoredRun::claimNext(const QString& device, bool skipDuplicates,
             QList<SqlRow> next;
             if (!db.exec(QStringLiteral(
                              "SELECT position, number FROM items WHERE campaign = ? AND state = 'queued'"
-                             " AND requeued_at IS NULL ORDER BY position LIMIT 1"),
+                             " AND requeued_at IS NULL ORDER BY position LIMIT 1") +
+                             rowLock(db),
                          {m_campaign}, &next))
                 return false;
             if (next.isEmpty())

@@ -31,11 +31,10 @@ CampaignRun::CampaignRun(const DataFolder& folder, Campaign campaign, QList<Devi
     campaign.settings.dataFolder = folder; // sent items and templates go beside the store
     QString why;
     std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(folder, &why);
-    auto record =
-        std::make_unique<StoredRun>(std::move(store),
-                                    StoredRun::Campaign{folder.Bulk_SMS_Data_Folder_Path(),
-                                                        optionsOf(campaign.settings), campaign.resumes},
-                                    why);
+    auto record = std::make_unique<StoredRun>(
+        std::move(store),
+        StoredRun::Campaign{CampaignStore::folderKey(folder), optionsOf(campaign.settings), campaign.resumes},
+        why);
     m_record = record.get();
     m_run = std::make_unique<SendingRun>(std::move(campaign.settings), std::move(devices), std::move(record),
                                          op, pause, std::move(pauseHooks));

@@ -1,6 +1,7 @@
 // A run's record in the campaign store on its own: claims in the list's order, what is finished
 // on the way, items given back for another attempt, reports, and what a resume finds of a run
 // that broke off (or of a journal an older version left).
+#include "PostgresCluster.h"
 #include "StoredCampaigns.h"
 #include "TestEnvironment.h"
 #include "campaigns/CampaignResume.h"
@@ -14,9 +15,20 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-class StoredRunTest : public ::testing::Test {
+// Each case on the embedded file and on a shared server.
+class StoredRunTest : public ::testing::TestWithParam<const char*> {
 protected:
-    void SetUp() override { ASSERT_TRUE(home.folder.Check_Path_And_Create_Files()); }
+    void SetUp() override {
+        ASSERT_TRUE(home.folder.Check_Path_And_Create_Files());
+        if (QLatin1String(GetParam()) == QLatin1String("postgresql")) {
+            QString why;
+            PostgresCluster* server = PostgresCluster::shared(&why);
+            if (!server)
+                GTEST_SKIP() << "no PostgreSQL server: " << why.toStdString();
+            CampaignStore::useDatabase(server->newDatabase());
+        }
+    }
+    void TearDown() override { CampaignStore::useDatabase({}); }
 
     // A run over these numbers, begun.
     std::unique_ptr<StoredRun> begun(const QStringList& numbers, const QString& road = kGsmRoad) {
@@ -41,7 +53,7 @@ protected:
     TestDataHome home;
 };
 
-TEST_F(StoredRunTest, WhatIsFinishedOnTheWayIsReportedOnceTheStoreIsFree) {
+TEST_P(StoredRunTest, WhatIsFinishedOnTheWayIsReportedOnceTheStoreIsFree) {
     std::unique_ptr<StoredRun> items = begun({"1", "2", "1", "3"});
     QStringList reported;
     // The report reads the store again, as the job's window does: inside the claim it would hang.
@@ -58,7 +70,7 @@ TEST_F(StoredRunTest, WhatIsFinishedOnTheWayIsReportedOnceTheStoreIsFree) {
     EXPECT_TRUE(items->anyWaitingOrSending());
 }
 
-TEST_F(StoredRunTest, ARefusedItemGoesToAnotherDeviceAfterItsPause) {
+TEST_P(StoredRunTest, ARefusedItemGoesToAnotherDeviceAfterItsPause) {
     std::unique_ptr<StoredRun> items = begun({"1"});
     auto claim = items->claimNext("A", false, {}, {}, true);
     ASSERT_TRUE(claim);
@@ -84,7 +96,7 @@ TEST_F(StoredRunTest, ARefusedItemGoesToAnotherDeviceAfterItsPause) {
     EXPECT_EQ(ready->at(0).outcome->device, "B");
 }
 
-TEST_F(StoredRunTest, TheOnlyDeviceLeftTakesItsOwnRetryAndALineFailureCostsNoAttempt) {
+TEST_P(StoredRunTest, TheOnlyDeviceLeftTakesItsOwnRetryAndALineFailureCostsNoAttempt) {
     std::unique_ptr<StoredRun> items = begun({"1", "2"});
     auto claim = items->claimNext("A", false, {}, {}, true);
     items->giveBack(claim->index, {}, "A"); // the line failed before the hand-over
@@ -94,7 +106,7 @@ TEST_F(StoredRunTest, TheOnlyDeviceLeftTakesItsOwnRetryAndALineFailureCostsNoAtt
     EXPECT_EQ(again->item.attempts, 1);
 }
 
-TEST_F(StoredRunTest, StoppingKeepsTheLastFailureOfAnItemWaitingToRetry) {
+TEST_P(StoredRunTest, StoppingKeepsTheLastFailureOfAnItemWaitingToRetry) {
     std::unique_ptr<StoredRun> items = begun({"1", "2"});
     auto claim = items->claimNext("A", false, {}, {}, true);
     items->retryLater(claim->index, SendOutcome::of(Outcome::Refused, "+CMS ERROR: 38"),
@@ -107,7 +119,7 @@ TEST_F(StoredRunTest, StoppingKeepsTheLastFailureOfAnItemWaitingToRetry) {
     EXPECT_TRUE(items->allFinished());
 }
 
-TEST_F(StoredRunTest, ReportsMatchByDeviceAndReferenceAndAMessageIsDeliveredWhenEveryPartIs) {
+TEST_P(StoredRunTest, ReportsMatchByDeviceAndReferenceAndAMessageIsDeliveredWhenEveryPartIs) {
     std::unique_ptr<StoredRun> items = begun({"1", "2", "3", "4"});
     const auto sendThrough = [&](const QString& device, const QList<int>& references) {
         auto claim = items->claimNext(device, false, {}, {}, true);
@@ -141,7 +153,7 @@ TEST_F(StoredRunTest, ReportsMatchByDeviceAndReferenceAndAMessageIsDeliveredWhen
     EXPECT_EQ(items->at(failed).delivery, kDeliveryPending);
 }
 
-TEST_F(StoredRunTest, NoReportIsAwaitedForAMessageThatDidNotGoOrWhenNoneWasAsked) {
+TEST_P(StoredRunTest, NoReportIsAwaitedForAMessageThatDidNotGoOrWhenNoneWasAsked) {
     std::unique_ptr<StoredRun> items = begun({"1", "2"});
     auto refused = items->claimNext("A", false, {}, {}, true);
     items->finish(refused->index, SendOutcome::of(Outcome::NotSent, "+CMS ERROR: 38"), "Done", true);
@@ -152,7 +164,7 @@ TEST_F(StoredRunTest, NoReportIsAwaitedForAMessageThatDidNotGoOrWhenNoneWasAsked
     EXPECT_EQ(items->at(unasked->index).delivery, "");
 }
 
-TEST_F(StoredRunTest, ARunThatBrokeOffIsFoundWithWhatMayHaveGoneAndItsContinuationStopsIt) {
+TEST_P(StoredRunTest, ARunThatBrokeOffIsFoundWithWhatMayHaveGoneAndItsContinuationStopsIt) {
     QList<SendingItem> rows;
     {
         std::unique_ptr<StoredRun> broken = begun({"1", "2", "3", "4"});
@@ -177,7 +189,7 @@ TEST_F(StoredRunTest, ARunThatBrokeOffIsFoundWithWhatMayHaveGoneAndItsContinuati
 
     // The continuation's start stops the run it goes on with: nothing is left to resume.
     QString why;
-    const StoredRun::Campaign continuation{home.folder.Bulk_SMS_Data_Folder_Path(), "{}", plan.campaign};
+    const StoredRun::Campaign continuation{CampaignStore::folderKey(home.folder), "{}", plan.campaign};
     auto next = std::make_unique<StoredRun>(CampaignStore::forFolder(home.folder, &why), continuation);
     SendingItem three;
     three.number = "3";
@@ -186,7 +198,7 @@ TEST_F(StoredRunTest, ARunThatBrokeOffIsFoundWithWhatMayHaveGoneAndItsContinuati
     EXPECT_FALSE(unfinishedIn(home.folder));
 }
 
-TEST_F(StoredRunTest, AJournalAnOlderVersionLeftIsImportedOnceAsAnUnfinishedRun) {
+TEST_P(StoredRunTest, AJournalAnOlderVersionLeftIsImportedOnceAsAnUnfinishedRun) {
     const QString journal = home.folder.Bulk_SMS_Data_Folder_Path() + "/Run_Journal_Android.jsonl";
     const QByteArray lines =
         R"({"road":"android","carried":[["0","m0","Handed to the phone","","handed-to-phone"]],)"
@@ -213,5 +225,8 @@ TEST_F(StoredRunTest, AJournalAnOlderVersionLeftIsImportedOnceAsAnUnfinishedRun)
     EXPECT_EQ(imported->sent(), 2);
     EXPECT_EQ(planResume(*imported, false).toSend.size(), 1);
 }
+
+INSTANTIATE_TEST_SUITE_P(Engines, StoredRunTest, ::testing::Values("sqlite", "postgresql"),
+                         [](const auto& info) { return std::string(info.param); });
 
 } // namespace

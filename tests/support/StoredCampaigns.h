@@ -14,7 +14,7 @@
 inline std::optional<UnfinishedCampaign> unfinishedIn(const DataFolder& folder,
                                                       const QString& road = kGsmRoad) {
     const std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(folder, nullptr);
-    return store ? unfinishedCampaign(*store, folder.Bulk_SMS_Data_Folder_Path(), road) : std::nullopt;
+    return store ? unfinishedCampaign(*store, CampaignStore::folderKey(folder), road) : std::nullopt;
 }
 
 // A record for an engine run kept in the folder's store.
@@ -22,7 +22,7 @@ inline std::unique_ptr<StoredRun> storedRunIn(const DataFolder& folder) {
     QString why;
     std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(folder, &why);
     return std::make_unique<StoredRun>(std::move(store),
-                                       StoredRun::Campaign{folder.Bulk_SMS_Data_Folder_Path(), "{}", 0}, why);
+                                       StoredRun::Campaign{CampaignStore::folderKey(folder), "{}", 0}, why);
 }
 
 // What the store holds of the latest campaign's items, in order, without touching them (a run
