@@ -17,9 +17,17 @@ QString CampaignStore::path(const DataFolder& folder) {
 
 namespace {
 
-std::mutex g_databaseLock;
-QString g_database; // set by useDatabase
-bool g_databaseSet = false;
+// The database chosen for the whole process (useDatabase).
+struct DatabaseChoice {
+    std::mutex lock;
+    QString url;
+    bool set = false;
+};
+
+DatabaseChoice& databaseChoice() {
+    static DatabaseChoice choice;
+    return choice;
+}
 
 QString hostName() {
     char host[256] = {};
@@ -40,14 +48,16 @@ std::unique_ptr<SqlDatabase> openDatabase(const QString& url, const QString& fil
 } // namespace
 
 void CampaignStore::useDatabase(const QString& url) {
-    const std::lock_guard guard(g_databaseLock);
-    g_database = url;
-    g_databaseSet = true;
+    DatabaseChoice& choice = databaseChoice();
+    const std::lock_guard guard(choice.lock);
+    choice.url = url;
+    choice.set = true;
 }
 
 QString CampaignStore::database() {
-    const std::lock_guard guard(g_databaseLock);
-    return g_databaseSet ? g_database : qEnvironmentVariable("BULKSMS_DATABASE");
+    DatabaseChoice& choice = databaseChoice();
+    const std::lock_guard guard(choice.lock);
+    return choice.set ? choice.url : qEnvironmentVariable("BULKSMS_DATABASE");
 }
 
 QString CampaignStore::folderKey(const DataFolder& folder) {

@@ -69,6 +69,8 @@ bool PostgresDatabase::exec(const QString& sql, const QVariantList& params, QLis
     std::vector<const char*> pointers;
     std::vector<Oid> types;
     values.reserve(params.size());
+    types.reserve(params.size());
+    pointers.reserve(params.size());
     for (const QVariant& param : params) {
         if (param.isNull()) {
             values << QByteArray();
