@@ -1,5 +1,6 @@
 #include "StoredRun.h"
 
+#include "CampaignQueries.h"
 #include "core/Clock.h"
 #include "core/Log.h"
 #include "device/DeliveryState.h"
@@ -17,16 +18,6 @@ namespace {
 const QString kItemColumns = QStringLiteral(
     "position, number, text, state, status, current_status, use_status, device, attempts, outcome_detail,"
     " refs, delivery, reports, last_failure, last_outcome");
-
-QString useStatusKey(UseStatus status) {
-    switch (status) {
-    case UseStatus::WaitToDispatch: return QStringLiteral("wait");
-    case UseStatus::Sending: return QStringLiteral("sending");
-    case UseStatus::Done: return QStringLiteral("done");
-    case UseStatus::Stopped: break;
-    }
-    return QStringLiteral("stopped");
-}
 
 UseStatus useStatusOf(const QString& key) {
     return key == QLatin1String("sending")   ? UseStatus::Sending
@@ -200,38 +191,15 @@ bool StoredRun::write(const std::function<bool(SqlDatabase&)>& body) {
 }
 
 void StoredRun::begin(const QList<SendingItem>& items, const QString& road) {
-    m_size = int(items.size());
     const qint64 now = CampaignStore::now();
-    QString message = items.isEmpty() ? QString() : items.first().message;
-    for (const SendingItem& item : items)
-        if (item.message != message) {
-            message.clear();
-            break;
-        }
     write([&](SqlDatabase& db) {
-        QList<SqlRow> made;
-        if (!db.exec(
-                QStringLiteral("INSERT INTO campaigns (created_at, created_by, data_folder, road, message,"
-                               " options, state, total, resumes, started_at)"
-                               " VALUES (?, ?, ?, ?, ?, ?, 'sending', ?, ?, ?) RETURNING id"),
-                {now, CampaignStore::user(), m_info.dataFolder, road,
-                 message.isNull() ? QVariant() : QVariant(message), m_info.options, m_size,
-                 m_info.resumes ? QVariant(m_info.resumes) : QVariant(), now},
-                &made) ||
-            made.isEmpty())
+        if (m_info.attach)
+            return attach(db, now);
+        m_size = int(items.size());
+        m_campaign = insertCampaign(
+            db, {m_info.dataFolder, road, m_info.options, QStringLiteral("sending"), m_info.resumes}, items);
+        if (m_campaign == 0)
             return false;
-        m_campaign = made.first().value(0).toLongLong();
-        for (int i = 0; i < items.size(); ++i) {
-            const SendingItem& item = items.at(i);
-            const bool done = !item.status.isEmpty();
-            if (!db.exec(QStringLiteral("INSERT INTO items (campaign, position, number, text, state, status,"
-                                        " current_status, use_status, device, changed_at)"
-                                        " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"),
-                         {m_campaign, i, item.number, item.message,
-                          done ? QStringLiteral("done") : QStringLiteral("queued"), item.status,
-                          item.currentStatus, useStatusKey(item.useStatus), item.usePort, now}))
-                return false;
-        }
         // The campaign it goes on with stops here: its recipients still to be sent are in this one.
         if (m_info.resumes &&
             (!db.exec(
@@ -313,18 +281,18 @@ bool StoredRun::anyWaitingOrSending() const {
     return exists(QStringLiteral("'queued', 'claimed', 'sending'"));
 }
 
-bool StoredRun::releaseLapsed(SqlDatabase& db, qint64 now) const {
-    return db.exec(QStringLiteral(
-                       "UPDATE items SET state = 'unknown', status = ?, use_status = 'done',"
-                       " current_status = ?, outcome = 'unknown', claimer = NULL, changed_at = ?"
-                       " WHERE campaign = ? AND state = 'sending' AND lease_until < ? AND claimer <> ?"),
-                   {kStatusUnknown, kDone, now, m_campaign, now, m_claimer}) &&
+bool StoredRun::attach(SqlDatabase& db, qint64 now) {
+    m_campaign = m_info.attach;
+    m_size =
+        int(db.value(QStringLiteral("SELECT total FROM campaigns WHERE id = ?"), {m_campaign}).toLongLong());
+    return db.error().isEmpty() &&
            db.exec(
-               QStringLiteral("UPDATE items SET state = 'queued', use_status = 'wait', current_status = ?,"
-                              " attempts = attempts - 1, claimer = NULL, device = '', requeued_at = ?,"
-                              " changed_at = ? WHERE campaign = ? AND state = 'claimed' AND lease_until < ?"
-                              " AND claimer <> ?"),
-               {kWaitToDispatch, now, now, m_campaign, now, m_claimer});
+               QStringLiteral("UPDATE campaigns SET state = 'sending', started_at = COALESCE(started_at, ?)"
+                              " WHERE id = ? AND state = 'queued'"),
+               {now, m_campaign}) &&
+           db.exec(QStringLiteral(
+                       "INSERT INTO senders (id, host, pid, started_at, seen_at) VALUES (?, ?, ?, ?, ?)"),
+                   {m_claimer, CampaignStore::user(), qint64(::getpid()), now, now});
 }
 
 std::optional<RunRecord::Claim> StoredRun::claimAt(SqlDatabase& db, int position, const QString& device,
@@ -361,7 +329,7 @@ StoredRun::claimNext(const QString& device, bool skipDuplicates,
     const bool kept = write([&](SqlDatabase& db) {
         onTheWay.clear();
         claim.reset();
-        if (lapseCheck && !releaseLapsed(db, now))
+        if (lapseCheck && !releaseAbandonedClaims(db, m_campaign, m_claimer))
             return false;
         // A retry whose pause is over, oldest first; one a device refused goes to another device
         // unless this is the only one left.
@@ -568,6 +536,8 @@ QList<int> StoredRun::endReportWait(const QString& device) {
 
 QList<int> StoredRun::markStopped(const QString& why) {
     QList<int> marked;
+    if (m_info.attach)
+        return marked; // a campaign shared with other senders: what waits is theirs to send
     const qint64 now = CampaignStore::now();
     write([&](SqlDatabase& db) {
         marked.clear();
@@ -596,9 +566,12 @@ void StoredRun::end() {
     m_renewal.stop();
     write([&](SqlDatabase& db) {
         const qint64 now = CampaignStore::now();
-        return db.exec(
-                   QStringLiteral("UPDATE campaigns SET state = 'finished', finished_at = ? WHERE id = ?"),
-                   {now, m_campaign}) &&
+        // Finished once nothing of it waits or is in any sender's hands.
+        return db.exec(QStringLiteral(
+                           "UPDATE campaigns SET state = 'finished', finished_at = ? WHERE id = ?"
+                           " AND state = 'sending' AND NOT EXISTS (SELECT 1 FROM items WHERE campaign = ?"
+                           " AND state IN ('queued', 'claimed', 'sending'))"),
+                       {now, m_campaign, m_campaign}) &&
                db.exec(QStringLiteral("DELETE FROM senders WHERE id = ?"), {m_claimer});
     });
 }

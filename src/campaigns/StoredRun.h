@@ -19,6 +19,9 @@ public:
         QString dataFolder; // the folder it is created from (a resume looks there)
         QString options;    // JSON: how it is sent
         qint64 resumes = 0; // the unfinished campaign it goes on with (that one then stops)
+        // A campaign already in the store that this run helps send, beside any other sender:
+        // begin() takes it up, and a stop leaves what waits to the others.
+        qint64 attach = 0;
     };
     // `store` null: the store could not be opened, and `why` is the run's failure.
     StoredRun(std::shared_ptr<CampaignStore> store, Campaign campaign, const QString& why = {});
@@ -61,9 +64,7 @@ private:
     bool requeue(int index, const QString& failure, const std::optional<SendOutcome>& outcome,
                  const QString& avoid, qint64 notBefore, bool attemptCounts, const QString& why);
     void renewLeases();
-    // Items of senders that stopped renewing: one being handed over may have been sent (unknown),
-    // one only claimed waits again.
-    bool releaseLapsed(SqlDatabase& db, qint64 now) const;
+    bool attach(SqlDatabase& db, qint64 now);
     // Marks the item at position claimed by this run for the device, within a claim's transaction.
     std::optional<Claim> claimAt(SqlDatabase& db, int position, const QString& device, qint64 now) const;
     void fail(const QString& why) const;

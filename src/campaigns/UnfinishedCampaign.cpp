@@ -1,5 +1,6 @@
 #include "UnfinishedCampaign.h"
 
+#include "CampaignQueries.h"
 #include "CampaignStore.h"
 #include "device/SendOutcome.h"
 #include "sending/SendingItems.h"
@@ -11,10 +12,32 @@ int UnfinishedCampaign::sent() const {
     return sent;
 }
 
+namespace {
+
+// An item as a resume sees it (number, text, state, status, delivery, outcome, use status).
+UnfinishedCampaign::Entry entryOf(const SqlRow& row) {
+    UnfinishedCampaign::Entry entry;
+    entry.number = row.value(0).toString();
+    entry.message = row.value(1).toString();
+    const QString state = row.value(2).toString();
+    const bool inHand = state == QLatin1String("sending");
+    entry.unknown = inHand || state == QLatin1String("unknown") ||
+                    row.value(5).toString() == outcomeKey(Outcome::Unknown);
+    // Stopped when the run broke off for its data, or only claimed: it never left, and waits again.
+    const bool waiting = state == QLatin1String("queued") || state == QLatin1String("claimed") ||
+                         row.value(6).toString() == QLatin1String("stopped");
+    entry.status = inHand ? kStatusUnknown : waiting ? QString() : row.value(3).toString();
+    entry.delivery = row.value(4).toString();
+    Outcome outcome{};
+    entry.sent = outcomeFromKey(row.value(5).toString(), &outcome) && SendOutcome::of(outcome).delivered();
+    return entry;
+}
+
+} // namespace
+
 std::optional<UnfinishedCampaign> unfinishedCampaign(CampaignStore& store, const QString& dataFolder,
                                                      const QString& road, QString* error) {
     std::optional<UnfinishedCampaign> found;
-    const qint64 now = CampaignStore::now();
     const bool read = store.write(
         [&](SqlDatabase& db) {
             const QVariant id =
@@ -23,18 +46,10 @@ std::optional<UnfinishedCampaign> unfinishedCampaign(CampaignStore& store, const
                          {dataFolder, road});
             if (!id.isValid())
                 return db.error().isEmpty();
-            // Nobody sends it now: what was being handed over may have gone, what was only
-            // claimed did not.
+            // The claims of senders that are gone: what they were handing over may have gone,
+            // what they had only claimed did not. What a living sender holds reads the same way.
             QList<SqlRow> rows;
-            if (!db.exec(QStringLiteral("UPDATE items SET state = 'unknown', status = ?, use_status = 'done',"
-                                        " outcome = 'unknown', claimer = NULL, changed_at = ?"
-                                        " WHERE campaign = ? AND state = 'sending'"),
-                         {kStatusUnknown, now, id}) ||
-                !db.exec(
-                    QStringLiteral(
-                        "UPDATE items SET state = 'queued', use_status = 'wait', claimer = NULL,"
-                        " attempts = attempts - 1, changed_at = ? WHERE campaign = ? AND state = 'claimed'"),
-                    {now, id}) ||
+            if (!releaseAbandonedClaims(db, id.toLongLong()) ||
                 !db.exec(QStringLiteral(
                              "SELECT number, text, state, status, delivery, outcome, use_status FROM items"
                              " WHERE campaign = ? ORDER BY position"),
@@ -43,23 +58,8 @@ std::optional<UnfinishedCampaign> unfinishedCampaign(CampaignStore& store, const
             UnfinishedCampaign campaign;
             campaign.id = id.toLongLong();
             campaign.road = road;
-            for (const SqlRow& row : rows) {
-                UnfinishedCampaign::Entry entry;
-                entry.number = row.value(0).toString();
-                entry.message = row.value(1).toString();
-                const QString state = row.value(2).toString();
-                entry.unknown = state == QLatin1String("unknown") ||
-                                row.value(5).toString() == outcomeKey(Outcome::Unknown);
-                // Stopped when the run broke off for its data: it never left, and waits again.
-                const bool waiting =
-                    state == QLatin1String("queued") || row.value(6).toString() == QLatin1String("stopped");
-                entry.status = waiting ? QString() : row.value(3).toString();
-                entry.delivery = row.value(4).toString();
-                Outcome outcome{};
-                entry.sent =
-                    outcomeFromKey(row.value(5).toString(), &outcome) && SendOutcome::of(outcome).delivered();
-                campaign.entries << entry;
-            }
+            for (const SqlRow& row : rows)
+                campaign.entries << entryOf(row);
             found = campaign;
             return true;
         },

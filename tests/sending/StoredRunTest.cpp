@@ -4,10 +4,14 @@
 #include "PostgresCluster.h"
 #include "StoredCampaigns.h"
 #include "TestEnvironment.h"
+#include "campaigns/CampaignQueries.h"
 #include "campaigns/CampaignResume.h"
 #include "core/FileUtils.h"
 
 #include <QFile>
+
+#include <numeric>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -194,6 +198,12 @@ TEST_P(StoredRunTest, ARunThatBrokeOffIsFoundWithWhatMayHaveGoneAndItsContinuati
     SendingItem three;
     three.number = "3";
     next->begin({three}, kGsmRoad);
+    const std::optional<UnfinishedCampaign> resumed = unfinishedIn(home.folder);
+    ASSERT_TRUE(resumed);
+    EXPECT_NE(resumed->id, plan.campaign); // the continuation is what is unfinished now
+    const auto claim = next->claimNext("A", false, {}, {}, true);
+    next->handing(claim->index, "A");
+    next->finish(claim->index, sent("A"), "Done (A)", false);
     next->end();
     EXPECT_FALSE(unfinishedIn(home.folder));
 }
@@ -224,6 +234,83 @@ TEST_P(StoredRunTest, AJournalAnOlderVersionLeftIsImportedOnceAsAnUnfinishedRun)
               (QStringList{"0=Handed to the phone", "1=Handed to the phone", "2=" + kStatusUnknown, "3="}));
     EXPECT_EQ(imported->sent(), 2);
     EXPECT_EQ(planResume(*imported, false).toSend.size(), 1);
+}
+
+TEST_P(StoredRunTest, SendersSharingACampaignNeverClaimOneItemTwice) {
+    QString why;
+    const std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(home.folder, &why);
+    ASSERT_TRUE(store) << why.toStdString();
+    QList<SendingItem> items;
+    for (int i = 0; i < 40; ++i) {
+        SendingItem item;
+        item.number = QString::number(1000 + i);
+        items << item;
+    }
+    const qint64 id = createCampaign(
+        *store, {CampaignStore::folderKey(home.folder), kGsmRoad, "{}", "queued"}, items, &why);
+    ASSERT_GT(id, 0) << why.toStdString();
+    const auto sender = [&] {
+        return std::make_unique<StoredRun>(
+            store, StoredRun::Campaign{CampaignStore::folderKey(home.folder), "{}", 0, id});
+    };
+    std::unique_ptr<StoredRun> a = sender(), b = sender();
+    a->begin({}, kGsmRoad);
+    b->begin({}, kGsmRoad);
+    EXPECT_EQ(a->size(), 40);
+    QList<int> byA, byB;
+    const auto work = [](StoredRun& run, const QString& device, QList<int>& claimed) {
+        while (const auto claim = run.claimNext(device, false, {}, {}, true)) {
+            run.handing(claim->index, device);
+            run.finish(claim->index, sent(device), "Done", false);
+            claimed << claim->index;
+        }
+    };
+    std::thread other([&] { work(*b, "B", byB); });
+    work(*a, "A", byA);
+    other.join();
+    QList<int> all = byA + byB;
+    std::sort(all.begin(), all.end());
+    QList<int> expected(40);
+    std::iota(expected.begin(), expected.end(), 0);
+    EXPECT_EQ(all, expected);                        // each once, by one of them
+    EXPECT_TRUE(a->markStopped(kStopped).isEmpty()); // a shared campaign: a stop leaves the rest to others
+    a->end();
+    b->end();
+    EXPECT_EQ(campaignSummary(*store, id)->state, "finished");
+    EXPECT_EQ(campaignSummary(*store, id)->sent, 40);
+}
+
+TEST_P(StoredRunTest, TheClaimsOfASenderThatStoppedRenewingAreReleasedAndItsHandOverIsUnknown) {
+    QString why;
+    const std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(home.folder, &why);
+    QList<SendingItem> items(3);
+    for (int i = 0; i < 3; ++i)
+        items[i].number = QString::number(i);
+    const qint64 id = createCampaign(
+        *store, {CampaignStore::folderKey(home.folder), kGsmRoad, "{}", "queued"}, items, &why);
+    const StoredRun::Campaign shared{CampaignStore::folderKey(home.folder), "{}", 0, id};
+    StoredRun silent(store, shared), alive(store, shared);
+    silent.begin({}, kGsmRoad);
+    alive.begin({}, kGsmRoad);
+    const auto handed = silent.claimNext("S", false, {}, {}, true);
+    silent.handing(handed->index, "S");
+    silent.claimNext("S", false, {}, {}, true); // claimed, never handed over
+    // Its leases run out (its renewals stopped).
+    ASSERT_TRUE(store->write(
+        [](SqlDatabase& db) { return db.exec("UPDATE items SET lease_until = 0 WHERE device = 'S'"); }));
+
+    const auto taken = alive.claimNext("A", false, {}, {}, true);
+    ASSERT_TRUE(taken);
+    EXPECT_EQ(taken->index, 1); // the one only claimed waits again, first
+    EXPECT_EQ(alive.at(0).status, kStatusUnknown);
+    EXPECT_TRUE(silent.finish(0, sent("S"), "Done", false)); // a late outcome is still kept
+    EXPECT_EQ(alive.at(0).status, kStatusSent);
+
+    EXPECT_EQ(resendUnknown(*store, id), 0); // nothing of unknown fate any more
+    EXPECT_EQ(cancelCampaign(*store, id), 1);
+    EXPECT_FALSE(alive.claimNext("A", false, {}, {}, true));
+    EXPECT_EQ(campaignSummary(*store, id)->state, "cancelled");
+    EXPECT_FALSE(cancelCampaign(*store, id + 100));
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, StoredRunTest, ::testing::Values("sqlite", "postgresql"),

@@ -1,0 +1,268 @@
+#include "CampaignQueries.h"
+
+#include "CampaignStore.h"
+#include "device/SendOutcome.h"
+
+#include <cerrno>
+#include <csignal>
+
+namespace {
+
+const QString kCampaignColumns =
+    QStringLiteral("id, state, road, created_by, data_folder, reason, created_at, COALESCE(started_at, 0),"
+                   " COALESCE(finished_at, 0), total");
+
+CampaignSummary summaryOf(const SqlRow& row) {
+    CampaignSummary c;
+    c.id = row.value(0).toLongLong();
+    c.state = row.value(1).toString();
+    c.road = row.value(2).toString();
+    c.createdBy = row.value(3).toString();
+    c.dataFolder = row.value(4).toString();
+    c.reason = row.value(5).toString();
+    c.createdAt = row.value(6).toLongLong();
+    c.startedAt = row.value(7).toLongLong();
+    c.finishedAt = row.value(8).toLongLong();
+    c.total = row.value(9).toLongLong();
+    return c;
+}
+
+// Adds one group of items (state, outcome, how many) to the campaign's counts.
+void count(CampaignSummary& c, const QString& state, const QString& outcomeName, qint64 n) {
+    Outcome outcome{};
+    const bool known = outcomeFromKey(outcomeName, &outcome);
+    if (state == QLatin1String("queued"))
+        c.waiting += n;
+    else if (state == QLatin1String("claimed") || state == QLatin1String("sending"))
+        c.inHand += n;
+    else if (state == QLatin1String("unknown") || (known && outcome == Outcome::Unknown))
+        c.unknown += n;
+    else if (known && SendOutcome::of(outcome).delivered())
+        c.sent += n;
+    else if (known)
+        c.failed += n;
+    else
+        c.notSent += n; // excluded, skipped, stopped, cancelled
+}
+
+bool countItems(SqlDatabase& db, QList<CampaignSummary>& campaigns, qint64 only) {
+    QList<SqlRow> rows;
+    if (!db.exec(QStringLiteral(
+                     "SELECT campaign, state, outcome, COUNT(*) FROM items WHERE (? = 0 OR campaign = ?)"
+                     " GROUP BY campaign, state, outcome"),
+                 {only, only}, &rows))
+        return false;
+    for (const SqlRow& row : rows)
+        for (CampaignSummary& c : campaigns)
+            if (c.id == row.value(0).toLongLong())
+                count(c, row.value(1).toString(), row.value(2).toString(), row.value(3).toLongLong());
+    return true;
+}
+
+QString hostName() {
+    char host[256] = {};
+    ::gethostname(host, sizeof host - 1);
+    return QString::fromLocal8Bit(host);
+}
+
+// A claimer ("user@host/pid/tag") of this computer whose process no longer runs.
+bool claimerGone(const QString& claimer) {
+    const QString host = claimer.section(QLatin1Char('@'), -1).section(QLatin1Char('/'), 0, 0);
+    bool numeric = false;
+    const qint64 pid = claimer.section(QLatin1Char('/'), -2, -2).toLongLong(&numeric);
+    return host == hostName() && numeric && pid > 0 && ::kill(pid_t(pid), 0) != 0 && errno == ESRCH;
+}
+
+} // namespace
+
+qint64 insertCampaign(SqlDatabase& db, const NewCampaign& campaign, const QList<SendingItem>& items) {
+    const qint64 now = CampaignStore::now();
+    QString message = items.isEmpty() ? QString() : items.first().message;
+    for (const SendingItem& item : items)
+        if (item.message != message) {
+            message.clear();
+            break;
+        }
+    const bool sending = campaign.state == QLatin1String("sending");
+    QList<SqlRow> made;
+    if (!db.exec(QStringLiteral("INSERT INTO campaigns (created_at, created_by, data_folder, road, message,"
+                                " options, state, total, resumes, started_at)"
+                                " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?) RETURNING id"),
+                 {now, CampaignStore::user(), campaign.dataFolder, campaign.road,
+                  message.isNull() ? QVariant() : QVariant(message), campaign.options, campaign.state,
+                  qint64(items.size()), campaign.resumes ? QVariant(campaign.resumes) : QVariant(),
+                  sending ? QVariant(now) : QVariant()},
+                 &made) ||
+        made.isEmpty())
+        return 0;
+    const qint64 id = made.first().value(0).toLongLong();
+    for (int i = 0; i < items.size(); ++i) {
+        const SendingItem& item = items.at(i);
+        const bool done = !item.status.isEmpty();
+        if (!db.exec(QStringLiteral("INSERT INTO items (campaign, position, number, text, state, status,"
+                                    " current_status, use_status, device, changed_at)"
+                                    " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"),
+                     {id, i, item.number, item.message,
+                      done ? QStringLiteral("done") : QStringLiteral("queued"), item.status,
+                      item.currentStatus, done ? QStringLiteral("done") : QStringLiteral("wait"),
+                      item.usePort, now}))
+            return 0;
+    }
+    return id;
+}
+
+qint64 createCampaign(CampaignStore& store, const NewCampaign& campaign, const QList<SendingItem>& items,
+                      QString* error) {
+    qint64 id = 0;
+    store.write([&](SqlDatabase& db) { return (id = insertCampaign(db, campaign, items)) != 0; }, error);
+    return id;
+}
+
+std::optional<QList<CampaignSummary>> listCampaigns(CampaignStore& store, QString* error) {
+    QList<CampaignSummary> campaigns;
+    const bool read = store.read(
+        [&](SqlDatabase& db) {
+            QList<SqlRow> rows;
+            if (!db.exec(QStringLiteral("SELECT %1 FROM campaigns ORDER BY id DESC").arg(kCampaignColumns),
+                         {}, &rows))
+                return false;
+            for (const SqlRow& row : rows)
+                campaigns << summaryOf(row);
+            return countItems(db, campaigns, 0);
+        },
+        error);
+    return read ? std::optional(campaigns) : std::nullopt;
+}
+
+std::optional<CampaignSummary> campaignSummary(CampaignStore& store, qint64 id, QString* error) {
+    QList<CampaignSummary> found;
+    const bool read = store.read(
+        [&](SqlDatabase& db) {
+            QList<SqlRow> rows;
+            if (!db.exec(QStringLiteral("SELECT %1 FROM campaigns WHERE id = ?").arg(kCampaignColumns), {id},
+                         &rows))
+                return false;
+            for (const SqlRow& row : rows)
+                found << summaryOf(row);
+            return countItems(db, found, id);
+        },
+        error);
+    if (!read || found.isEmpty())
+        return std::nullopt;
+    return found.first();
+}
+
+std::optional<int> cancelCampaign(CampaignStore& store, qint64 id, QString* error) {
+    std::optional<int> cancelled;
+    store.write(
+        [&](SqlDatabase& db) {
+            const qint64 now = CampaignStore::now();
+            QList<SqlRow> rows;
+            if (!db.exec(QStringLiteral("UPDATE campaigns SET state = 'cancelled', finished_at = ?,"
+                                        " reason = 'cancelled by the operator' WHERE id = ? RETURNING id"),
+                         {now, id}, &rows))
+                return false;
+            if (rows.isEmpty())
+                return true;
+            rows.clear();
+            if (!db.exec(QStringLiteral(
+                             "UPDATE items SET state = 'done', status = ?, use_status = 'stopped',"
+                             " current_status = ?, changed_at = ? WHERE campaign = ? AND state = 'queued'"
+                             " RETURNING position"),
+                         {QStringLiteral("Not sent: the campaign was cancelled."), kStoppedUse, now, id},
+                         &rows))
+                return false;
+            cancelled = int(rows.size());
+            return true;
+        },
+        error);
+    return cancelled;
+}
+
+std::optional<int> resendUnknown(CampaignStore& store, qint64 id, QString* error) {
+    std::optional<int> requeued;
+    store.write(
+        [&](SqlDatabase& db) {
+            const QVariant found = db.value(QStringLiteral("SELECT id FROM campaigns WHERE id = ?"), {id});
+            if (!found.isValid())
+                return db.error().isEmpty();
+            QList<SqlRow> rows;
+            const qint64 now = CampaignStore::now();
+            if (!releaseAbandonedClaims(db, id) ||
+                !db.exec(QStringLiteral(
+                             "UPDATE items SET state = 'queued', status = '', outcome = '',"
+                             " outcome_detail = '', use_status = 'wait', current_status = ?, device = '',"
+                             " requeued_at = NULL, changed_at = ? WHERE campaign = ?"
+                             " AND (state = 'unknown' OR outcome = 'unknown') RETURNING position"),
+                         {kWaitToDispatch, now, id}, &rows))
+                return false;
+            requeued = int(rows.size());
+            return rows.isEmpty() ||
+                   db.exec(
+                       QStringLiteral("UPDATE campaigns SET state = 'queued', finished_at = NULL WHERE id = ?"
+                                      " AND state IN ('finished', 'stopped')"),
+                       {id});
+        },
+        error);
+    return requeued;
+}
+
+bool releaseAbandonedClaims(SqlDatabase& db, qint64 campaign, const QString& exceptClaimer) {
+    const qint64 now = CampaignStore::now();
+    QList<SqlRow> claimers;
+    if (!db.exec(
+            QStringLiteral("SELECT DISTINCT claimer FROM items WHERE claimer IS NOT NULL AND claimer <> ?"
+                           " AND (? = 0 OR campaign = ?)"),
+            {exceptClaimer, campaign, campaign}, &claimers))
+        return false;
+    for (const SqlRow& row : claimers) {
+        const QString claimer = row.value(0).toString();
+        const qint64 gone = claimerGone(claimer) ? 1 : 0;
+        if (!db.exec(
+                QStringLiteral("UPDATE items SET state = 'unknown', status = ?, use_status = 'done',"
+                               " current_status = ?, outcome = 'unknown', claimer = NULL, changed_at = ?"
+                               " WHERE claimer = ? AND state = 'sending' AND (? = 1 OR lease_until < ?)"),
+                {kStatusUnknown, kDone, now, claimer, gone, now}) ||
+            !db.exec(
+                QStringLiteral("UPDATE items SET state = 'queued', use_status = 'wait', current_status = ?,"
+                               " attempts = attempts - 1, claimer = NULL, device = '', requeued_at = ?,"
+                               " changed_at = ? WHERE claimer = ? AND state = 'claimed'"
+                               " AND (? = 1 OR lease_until < ?)"),
+                {kWaitToDispatch, now, now, claimer, gone, now}))
+            return false;
+    }
+    return true;
+}
+
+std::optional<CampaignToSend> nextCampaignToSend(CampaignStore& store, const QString& road, QString* error) {
+    std::optional<CampaignToSend> next;
+    const bool read = store.write(
+        [&](SqlDatabase& db) {
+            if (!releaseAbandonedClaims(db, 0))
+                return false;
+            QList<SqlRow> rows;
+            if (!db.exec(
+                    QStringLiteral("SELECT c.id, c.options FROM campaigns c WHERE c.road = ?"
+                                   " AND c.state IN ('queued', 'sending') AND EXISTS (SELECT 1 FROM items i"
+                                   " WHERE i.campaign = c.id AND i.state = 'queued') ORDER BY c.id LIMIT 1"),
+                    {road}, &rows))
+                return false;
+            if (!rows.isEmpty())
+                next = CampaignToSend{rows.first().value(0).toLongLong(), rows.first().value(1).toString()};
+            return true;
+        },
+        error);
+    return read ? next : std::nullopt;
+}
+
+bool anyInHand(CampaignStore& store, const QString& road) {
+    bool found = false;
+    store.read([&](SqlDatabase& db) {
+        found = db.value(QStringLiteral("SELECT 1 FROM items i JOIN campaigns c ON c.id = i.campaign"
+                                        " WHERE i.claimer IS NOT NULL AND c.road = ? LIMIT 1"),
+                         {road})
+                    .isValid();
+        return true;
+    });
+    return found;
+}
