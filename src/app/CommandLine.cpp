@@ -1,4 +1,5 @@
 #include "CommandLine.h"
+#include "CampaignCommand.h"
 
 #include "CommandLineExclusion.h"
 #include "CommandLineStores.h"
@@ -6,6 +7,8 @@
 #include "DevicesCommand.h"
 #include "SendCommand.h"
 #include "TestDeviceCommand.h"
+#include "WorkerCommand.h"
+#include "campaigns/CampaignStore.h"
 #include "core/Log.h"
 
 bool isCommandLine(const QStringList& arguments) {
@@ -17,6 +20,17 @@ int runCommandLine(const QStringList& arguments) {
     // The modem traffic goes to the troubleshooting log; --verbose shows it here too.
     QStringList rest = arguments;
     setLogToStandardError(rest.removeAll(QStringLiteral("--verbose")) > 0);
+    // --database (every command that reads or writes campaigns) chooses the store for the process.
+    for (qsizetype i = 2; i < rest.size(); ++i) {
+        if (rest.at(i).startsWith(QLatin1String("--database="))) {
+            CampaignStore::useDatabase(rest.takeAt(i).section(QLatin1Char('='), 1));
+            --i;
+        } else if (rest.at(i) == QLatin1String("--database") && i + 1 < rest.size()) {
+            rest.removeAt(i);
+            CampaignStore::useDatabase(rest.takeAt(i));
+            --i;
+        }
+    }
     const QString command = rest.at(1);
     if (command == QLatin1String("send"))
         return runSend(rest);
@@ -30,6 +44,10 @@ int runCommandLine(const QStringList& arguments) {
         return runTestDevice(rest);
     if (command == QLatin1String("exclusion"))
         return runExclusion(rest);
+    if (command == QLatin1String("campaign"))
+        return runCampaignCommand(rest);
+    if (command == QLatin1String("worker"))
+        return runWorker(rest);
     printErr(QStringLiteral("bulksms: unknown command \"%1\"\n").arg(command) + commandUsage());
     return 2;
 }

@@ -57,19 +57,26 @@ int reportFilterOf(const QString& name) {
 }
 
 QString commandUsage() {
-    return QStringLiteral("Usage: bulksms [COMMAND] [OPTIONS]\n"
-                          "Without a command the desktop application starts.\n\n"
-                          "Commands:\n"
-                          "  send         send one message to every recipient through GSM modems\n"
-                          "  devices      list the GSM modems found\n"
-                          "  test-device  find out which mode and service centre work on a modem\n"
-                          "  sent-items   export the sent items (--export FILE.txt|.html|.xlsx)\n"
-                          "  templates    export the message templates (--export FILE.txt|.html|.xlsx)\n"
-                          "  exclusion    add a file's numbers to an exclusion list, or show the lists\n\n"
-                          "\"bulksms COMMAND --help\" lists a command's options; \"bulksms --version\" "
-                          "prints the version.\n"
-                          "--verbose (the desktop and every command) copies the log, which goes to "
-                          "Troubleshooting_Log.txt\nbeside the data folder, to standard error.");
+    return QStringLiteral(
+        "Usage: bulksms [COMMAND] [OPTIONS]\n"
+        "Without a command the desktop application starts.\n\n"
+        "Commands:\n"
+        "  send         send one message to every recipient through GSM modems\n"
+        "  devices      list the GSM modems found\n"
+        "  test-device  find out which mode and service centre work on a modem\n"
+        "  sent-items   export the sent items (--export FILE.txt|.html|.xlsx)\n"
+        "  templates    export the message templates (--export FILE.txt|.html|.xlsx)\n"
+        "  exclusion    add a file's numbers to an exclusion list, or show the lists\n"
+        "  campaign     queue a campaign for the workers (create), list, show, cancel one,\n"
+        "               or send again what may have been sent (resend-unknown)\n"
+        "  worker       send the queued campaigns' items through this computer's devices,\n"
+        "               beside other workers of the same store\n\n"
+        "\"bulksms COMMAND --help\" lists a command's options; \"bulksms --version\" "
+        "prints the version.\n"
+        "--verbose (the desktop and every command) copies the log, which goes to "
+        "Troubleshooting_Log.txt\nbeside the data folder, to standard error.\n"
+        "--database URL (every command) keeps the campaigns in a PostgreSQL server "
+        "(postgresql://…)\ninstead of the data folder's file; BULKSMS_DATABASE does the same.");
 }
 
 int runSentItems(const QStringList& arguments) {

@@ -80,21 +80,24 @@ std::optional<int> writeReport(const SendingRun& run, const CommandRunOptions& o
 
 int runCampaign(CampaignRun& campaign, Operator& op, const CommandRunOptions& options) {
     SendingRun& run = campaign.run();
-    RunReport results(run, options.format);
+    RunReport results(run, options.format, options.scope);
     std::optional<ProgressLines> progress;
     QEventLoop ended;
-    QObject::connect(&run, &SendingRun::loaded, &ended,
-                     [&progress](const QList<SendingItem>& items) { progress.emplace(int(items.size())); });
+    QObject::connect(&run, &SendingRun::loaded, &ended, [&progress, &run](const QList<SendingItem>& items) {
+        // A campaign taken up from the store loads nothing: its size is the store's.
+        progress.emplace(items.isEmpty() ? run.record().size() : int(items.size()));
+    });
     QObject::connect(&run, &SendingRun::itemChanged, &ended,
                      [&progress](int, const SendingItem&, bool counted) {
                          if (counted && progress)
                              progress->finished();
                      });
     QObject::connect(&run, &SendingRun::devicesReleased, &ended, &QEventLoop::quit);
-    StopSignals::install([&run] {
-        run.stop(); // as after Stop: the rest is marked, the record kept
-        return true;
-    });
+    if (options.stopOnSignal)
+        StopSignals::install([&run] {
+            run.stop(); // as after Stop: the rest is marked, the record kept
+            return true;
+        });
     campaign.start();
     ended.exec();
     run.join();

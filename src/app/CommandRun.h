@@ -16,6 +16,8 @@ struct CommandRunOptions {
     QString reportPath; // "" for none
     ExportFormat reportFormat = ExportFormat::Text;
     int reportGroup = 0; // statusPassesFilter's
+    RunReport::Scope scope = RunReport::Scope::Whole;
+    bool stopOnSignal = true; // Ctrl-C stops the run (else the caller's handler does)
 };
 
 // Starts the run, waits for its end and returns the command's exit status.

@@ -24,10 +24,13 @@ QString deliveryOf(const SendingItem& item, bool requested) {
 
 } // namespace
 
-RunReport::RunReport(SendingRun& run, Format format, QObject* parent)
-    : QObject(parent), m_run(run), m_format(format) {
+RunReport::RunReport(SendingRun& run, Format format, Scope scope, QObject* parent)
+    : QObject(parent), m_run(run), m_format(format), m_scope(scope) {
     // Each item's changes reach this thread as it moves on; a final status is printed once.
-    connect(&run, &SendingRun::itemChanged, this, [this](int index) { printItem(index); });
+    connect(&run, &SendingRun::itemChanged, this, [this](int index) {
+        m_seen.insert(index);
+        printItem(index);
+    });
     connect(&run, &SendingRun::deviceNote, this,
             [this](const QString& device, const QString& note) { m_deviceNotes.insert(device, note); });
 }
@@ -63,10 +66,23 @@ void RunReport::printItem(int index, bool runEnded) {
     printOut(QString::fromUtf8(QJsonDocument(line).toJson(QJsonDocument::Compact)));
 }
 
+QList<SendingItem> RunReport::reported() const {
+    if (m_scope == Scope::Whole)
+        return m_run.record().all();
+    QList<SendingItem> items;
+    for (int index : m_seen)
+        items << m_run.record().at(index);
+    return items;
+}
+
 void RunReport::finish() {
-    const QList<SendingItem> items = m_run.record().all();
-    for (int i = 0; i < items.size(); ++i)
-        printItem(i, true);
+    const QList<SendingItem> items = reported();
+    if (m_scope == Scope::Whole)
+        for (int i = 0; i < items.size(); ++i)
+            printItem(i, true);
+    else
+        for (int index : m_seen)
+            printItem(index, true);
     for (auto it = m_deviceNotes.cbegin(); it != m_deviceNotes.cend(); ++it)
         printErr(it.key() + QStringLiteral(": ") + it.value());
     if (m_format == Format::Json)
@@ -85,7 +101,7 @@ int RunReport::exitStatus() const {
     if (!m_run.dataFailure().isEmpty())
         return kExitDataNotWritten;
     int sendable = 0, sent = 0;
-    for (const SendingItem& item : m_run.record().all()) {
+    for (const SendingItem& item : reported()) {
         sendable += !leftOutOnPurpose(item);
         sent += item.delivered();
     }

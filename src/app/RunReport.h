@@ -8,12 +8,16 @@
 #include <QSet>
 
 class SendingRun;
+struct SendingItem;
 
 class RunReport : public QObject {
     Q_OBJECT
 public:
     enum class Format { Lines, Json };
-    RunReport(SendingRun& run, Format format, QObject* parent = nullptr);
+    // Whole: the run is the campaign, every item is its to tell. Own: the campaign is shared with
+    // other senders, and only the items this run finished are told and counted.
+    enum class Scope { Whole, Own };
+    RunReport(SendingRun& run, Format format, Scope scope = Scope::Whole, QObject* parent = nullptr);
 
     // Prints the items not printed yet (those finished when the list was loaded), the ports
     // that left the run, and the summary line.
@@ -29,9 +33,12 @@ public:
 
 private:
     void printItem(int index, bool runEnded = false);
+    QList<SendingItem> reported() const; // the items the report is about
 
     SendingRun& m_run;
     QMap<QString, QString> m_deviceNotes; // devices that left the run, and why
     Format m_format;
+    Scope m_scope;
     QSet<int> m_printed;
+    QSet<int> m_seen; // items this run changed
 };

@@ -7,6 +7,8 @@
 #include "ConsoleOutput.h"
 #include "SendDevices.h"
 #include "SendOptions.h"
+#include "campaigns/CampaignOptions.h"
+#include "campaigns/CampaignQueries.h"
 #include "campaigns/CampaignResume.h"
 #include "campaigns/CampaignStore.h"
 #include "core/FileUtils.h"
@@ -379,9 +381,31 @@ std::optional<int> chooseDevices(SendRun& run, QList<DeviceOpener>& openers,
                        std::move(stopRun));
 }
 
+// Creates the campaign in the store, waiting for any sender, and prints its id.
+int queueCampaign(SendRun& run) {
+    QString why;
+    const std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(run.folder, &why);
+    const QList<SendingItem> items = loadItems(run.campaign.rows, run.campaign.settings);
+    const qint64 id = store ? createCampaign(*store,
+                                             {CampaignStore::folderKey(run.folder), run.road,
+                                              optionsOf(run.campaign.settings), QStringLiteral("queued")},
+                                             items, &why)
+                            : 0;
+    if (id == 0) {
+        err(errorInFileAccessing(why));
+        return kExitDataNotWritten;
+    }
+    if (run.options.isSet(run.options.json))
+        printOut(QStringLiteral("{\"campaign\":%1,\"recipients\":%2}").arg(id).arg(items.size()));
+    else
+        printOut(QString::number(id));
+    err(QStringLiteral("Campaign %1 queued: %2 recipients.").arg(id).arg(items.size()));
+    return 0;
+}
+
 } // namespace
 
-int runSend(const QStringList& arguments) {
+int runSend(const QStringList& arguments, SendMode mode) {
     SendOptions o;
     if (const std::optional<int> end = parseCommandLine(o.parser, arguments.mid(1)))
         return *end;
@@ -407,7 +431,7 @@ int runSend(const QStringList& arguments) {
     // Held until this process ends: one sender per data folder, and the unfinished run's
     // record is looked at only by the process that may continue it.
     std::shared_ptr<SendingLock> lock;
-    if (!o.isSet(o.dryRun))
+    if (!o.isSet(o.dryRun) && mode == SendMode::Send)
         if (const std::optional<int> refused =
                 claimDataFolder(folder, lock, o.isSet(o.resume), o.isSet(o.discardUnfinished), run.road))
             return *refused;
@@ -415,6 +439,8 @@ int runSend(const QStringList& arguments) {
         return *end;
     if (!blankMessagesAccepted(run))
         return RunReport::kNothingSent;
+    if (mode == SendMode::Queue)
+        return queueCampaign(run);
     QList<DeviceOpener> openers;
     const auto stopRun = std::make_shared<std::function<void()>>();
     if (const std::optional<int> end = chooseDevices(run, openers, stopRun))

@@ -46,30 +46,39 @@ void SendingRun::start(QList<std::pair<QString, QString>> rows) {
     spawn(QStringLiteral("send-load"), [this, rows = std::move(rows), stop] { load(rows, stop); });
 }
 
-void SendingRun::load(QList<std::pair<QString, QString>> rows, std::stop_token stop) {
+QList<SendingItem> loadItems(const QList<std::pair<QString, QString>>& rows, const RunSettings& settings,
+                             const std::function<bool(int loaded)>& goOn) {
     QList<SendingItem> items;
+    items.reserve(rows.size());
     QSet<QString> numbers;
     for (const auto& [number, message] : rows) {
-        if (stop.stop_requested())
-            break;
         SendingItem item;
         item.number = Trim_Str(number);
         item.message = message;
         if (item.number.isEmpty())
             continue;
-        const bool excluded = m_settings.exclusion && m_settings.excludedNumbers.contains(item.number);
-        const bool duplicate = m_settings.skipDuplicates && numbers.contains(item.number);
+        const bool excluded = settings.exclusion && settings.excludedNumbers.contains(item.number);
+        const bool duplicate = settings.skipDuplicates && numbers.contains(item.number);
         if (excluded || duplicate) {
             item.status = excluded ? kExcluded : kSkipped;
             item.useStatus = UseStatus::Done;
             item.currentStatus = kDone;
-            item.usePort = m_settings.loadedDevice;
+            item.usePort = settings.loadedDevice;
         }
         numbers.insert(item.number);
         items << item;
-        if (items.size() % 1000 == 0)
-            toWindow(&SendingRun::loading, int(items.size()));
+        if (goOn && !goOn(int(items.size())))
+            break;
     }
+    return items;
+}
+
+void SendingRun::load(QList<std::pair<QString, QString>> rows, std::stop_token stop) {
+    const QList<SendingItem> items = loadItems(rows, m_settings, [&](int loaded) {
+        if (loaded % 1000 == 0)
+            toWindow(&SendingRun::loading, loaded);
+        return !stop.stop_requested();
+    });
     // Nothing goes out before the run's record is kept.
     m_record->begin(items, m_settings.road);
     checkRecord();

@@ -51,6 +51,12 @@ struct RunSettings {
     std::chrono::milliseconds openingGap{0};
 };
 
+// The items of a run made from its rows (number, message): blank numbers left out, excluded
+// numbers and repeated ones (when the settings say so) finished at once. `goOn` is asked after
+// each item (with how many there are) whether to go on.
+QList<SendingItem> loadItems(const QList<std::pair<QString, QString>>& rows, const RunSettings& settings,
+                             const std::function<bool(int loaded)>& goOn = {});
+
 // Opens the run's n-th device on the run's thread; null when it cannot be used (the opener
 // told the operator why).
 using DeviceOpener = std::function<std::unique_ptr<SendingDevice>(std::stop_token)>;
@@ -86,8 +92,9 @@ public:
     bool threadsRunning() const { return m_threads.running(); }
     QString dataFailure() const;
     int sentAsUnicode() const { return m_sentAsUnicode; }
-    // Devices that never opened (their opener returned nothing).
+    // Devices that never opened (their opener returned nothing), and those that took the run.
     int devicesNotOpened() const { return m_notOpened; }
+    int startedDevices() const { return m_startedDevices; }
     // The run's end on the record: called by its window once the end is shown.
     void endRecord();
     // Waits until every thread of the run has ended.

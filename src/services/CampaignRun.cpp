@@ -1,28 +1,8 @@
 #include "CampaignRun.h"
 
+#include "campaigns/CampaignOptions.h"
 #include "campaigns/StoredRun.h"
 #include "core/SendingLock.h"
-
-#include <QJsonDocument>
-#include <QJsonObject>
-
-namespace {
-
-// How the campaign is sent, as its record keeps it.
-QString optionsOf(const RunSettings& s) {
-    const QJsonObject options{{"unicode", s.unicode},
-                              {"flash", s.flash},
-                              {"plain_punctuation", s.plainPunctuation},
-                              {"skip_duplicates", s.skipDuplicates},
-                              {"exclusion", s.exclusion},
-                              {"delivery_reports", s.deliveryReports},
-                              {"retries", s.retries},
-                              {"pause_every", s.schedule.takesPauses() ? s.schedule.count : 0},
-                              {"pause_ms", s.schedule.takesPauses() ? s.schedule.pauseMilliseconds() : 0}};
-    return QString::fromUtf8(QJsonDocument(options).toJson(QJsonDocument::Compact));
-}
-
-} // namespace
 
 CampaignRun::CampaignRun(const DataFolder& folder, Campaign campaign, QList<DeviceOpener> devices,
                          std::shared_ptr<SendingLock> lock, Operator& op, PauseCountdown& pause,
@@ -31,10 +11,11 @@ CampaignRun::CampaignRun(const DataFolder& folder, Campaign campaign, QList<Devi
     campaign.settings.dataFolder = folder; // sent items and templates go beside the store
     QString why;
     std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(folder, &why);
-    auto record = std::make_unique<StoredRun>(
-        std::move(store),
-        StoredRun::Campaign{CampaignStore::folderKey(folder), optionsOf(campaign.settings), campaign.resumes},
-        why);
+    auto record = std::make_unique<StoredRun>(std::move(store),
+                                              StoredRun::Campaign{CampaignStore::folderKey(folder),
+                                                                  optionsOf(campaign.settings),
+                                                                  campaign.resumes, campaign.attach},
+                                              why);
     m_record = record.get();
     m_run = std::make_unique<SendingRun>(std::move(campaign.settings), std::move(devices), std::move(record),
                                          op, pause, std::move(pauseHooks));

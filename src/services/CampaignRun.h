@@ -14,6 +14,7 @@ struct Campaign {
     RunSettings settings;
     QList<std::pair<QString, QString>> rows;
     qint64 resumes = 0; // the unfinished campaign it goes on with
+    qint64 attach = 0;  // a campaign of the store this run helps send (no rows then)
 };
 
 class CampaignRun {

@@ -1,0 +1,133 @@
+#include "CampaignCommand.h"
+
+#include "ConsoleOutput.h"
+#include "SendCommand.h"
+#include "campaigns/CampaignQueries.h"
+#include "campaigns/CampaignStore.h"
+#include "core/DataFolder.h"
+#include "core/FileUtils.h"
+
+#include <QCommandLineParser>
+#include <QDateTime>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace {
+
+const QString kUsage = QStringLiteral(
+    "Usage: bulksms campaign create|list|show ID|cancel ID|resend-unknown ID [--json]\n"
+    "  create          queue a campaign for the senders (bulksms worker); takes the options of send,\n"
+    "                  prints the campaign's id\n"
+    "  list            every campaign, newest first: id, state, road, total, sent, failed, unknown,\n"
+    "                  waiting (or in a sender's hands), created, finished (tab-separated)\n"
+    "  show ID         one campaign, as a list line, then its counts one per line\n"
+    "  cancel ID       what still waits is not sent; what a sender holds finishes\n"
+    "  resend-unknown ID\n"
+    "                  the messages that may have gone out when their sender broke off wait to be\n"
+    "                  sent again\n"
+    "Every command takes --database URL (else BULKSMS_DATABASE; else the data folder's file).");
+
+QString timeText(qint64 ms) {
+    return ms == 0 ? QStringLiteral("-") : QDateTime::fromMSecsSinceEpoch(ms).toString(Qt::ISODate);
+}
+
+QJsonObject jsonOf(const CampaignSummary& c) {
+    return QJsonObject{{"id", c.id},
+                       {"state", c.state},
+                       {"road", c.road},
+                       {"created_by", c.createdBy},
+                       {"created", timeText(c.createdAt)},
+                       {"started", timeText(c.startedAt)},
+                       {"finished", timeText(c.finishedAt)},
+                       {"total", c.total},
+                       {"sent", c.sent},
+                       {"failed", c.failed},
+                       {"unknown", c.unknown},
+                       {"waiting", c.waiting},
+                       {"in_hand", c.inHand},
+                       {"not_sent", c.notSent},
+                       {"reason", c.reason}};
+}
+
+QString lineOf(const CampaignSummary& c) {
+    return QStringLiteral("%1\t%2\t%3\t%4\t%5\t%6\t%7\t%8\t%9\t%10")
+        .arg(c.id)
+        .arg(c.state, c.road)
+        .arg(c.total)
+        .arg(c.sent)
+        .arg(c.failed)
+        .arg(c.unknown)
+        .arg(c.waiting + c.inHand)
+        .arg(timeText(c.createdAt), timeText(c.finishedAt));
+}
+
+void print(const CampaignSummary& c, bool json) {
+    printOut(json ? QString::fromUtf8(QJsonDocument(jsonOf(c)).toJson(QJsonDocument::Compact)) : lineOf(c));
+}
+
+} // namespace
+
+int runCampaignCommand(const QStringList& arguments) {
+    const QString action = arguments.value(2);
+    if (action == QLatin1String("create"))
+        return runSend(QStringList{arguments.at(0), QStringLiteral("campaign create")} + arguments.mid(3),
+                       SendMode::Queue);
+    QCommandLineParser parser;
+    parser.setApplicationDescription(kUsage);
+    parser.addHelpOption();
+    const QCommandLineOption json(QStringLiteral("json"),
+                                  QStringLiteral("Print JSON (one object per line)."));
+    parser.addOption(json);
+    parser.addPositionalArgument(QStringLiteral("action"),
+                                 QStringLiteral("list, show, cancel or resend-unknown"));
+    if (const std::optional<int> end = parseCommandLine(parser, arguments.mid(1)))
+        return *end;
+    const QStringList words = parser.positionalArguments();
+    const bool needsId = action != QLatin1String("list");
+    bool numeric = false;
+    const qint64 id = words.value(1).toLongLong(&numeric);
+    if (!QStringList{"list", "show", "cancel", "resend-unknown"}.contains(action) || (needsId && !numeric)) {
+        printErr(kUsage);
+        return kExitUsage;
+    }
+    QString why;
+    const std::shared_ptr<CampaignStore> store =
+        CampaignStore::forFolder(DataFolder::fromEnvironment(), &why);
+    if (!store) {
+        printErr(errorInFileAccessing(why));
+        return kExitDataNotWritten;
+    }
+    if (action == QLatin1String("list")) {
+        const std::optional<QList<CampaignSummary>> all = listCampaigns(*store, &why);
+        if (!all) {
+            printErr(errorInFileAccessing(why));
+            return kExitDataNotWritten;
+        }
+        for (const CampaignSummary& c : *all)
+            print(c, parser.isSet(json));
+        return 0;
+    }
+    if (action == QLatin1String("show")) {
+        const std::optional<CampaignSummary> c = campaignSummary(*store, id, &why);
+        if (!c) {
+            printErr(why.isEmpty() ? QStringLiteral("No campaign %1.").arg(id) : errorInFileAccessing(why));
+            return why.isEmpty() ? kExitUsage : kExitDataNotWritten;
+        }
+        print(*c, parser.isSet(json));
+        return 0;
+    }
+    const bool cancel = action == QLatin1String("cancel");
+    const std::optional<int> changed =
+        cancel ? cancelCampaign(*store, id, &why) : resendUnknown(*store, id, &why);
+    if (!changed) {
+        printErr(why.isEmpty() ? QStringLiteral("No campaign %1.").arg(id) : errorInFileAccessing(why));
+        return why.isEmpty() ? kExitUsage : kExitDataNotWritten;
+    }
+    printOut(
+        cancel
+            ? QStringLiteral("Campaign %1 cancelled: %2 recipients will not be sent.").arg(id).arg(*changed)
+            : QStringLiteral("Campaign %1: %2 recipients of unknown fate wait to be sent again.")
+                  .arg(id)
+                  .arg(*changed));
+    return 0;
+}

@@ -1,0 +1,37 @@
+#include "CampaignOptions.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+QString optionsOf(const RunSettings& s) {
+    const QJsonObject options{
+        {"unicode", s.unicode},
+        {"flash", s.flash},
+        {"plain_punctuation", s.plainPunctuation},
+        {"skip_duplicates", s.skipDuplicates},
+        {"delivery_reports", s.deliveryReports},
+        {"retries", s.retries},
+        {"pause_every", s.schedule.takesPauses() ? s.schedule.count : 0},
+        {"pause_seconds", s.schedule.takesPauses() ? s.schedule.pauseMilliseconds() / 1000 : 0}};
+    return QString::fromUtf8(QJsonDocument(options).toJson(QJsonDocument::Compact));
+}
+
+RunSettings settingsOf(const QString& options, const QString& road) {
+    const QJsonObject o = QJsonDocument::fromJson(options.toUtf8()).object();
+    RunSettings s;
+    s.road = road;
+    s.unicode = o.value("unicode").toBool();
+    s.flash = o.value("flash").toBool();
+    s.plainPunctuation = o.value("plain_punctuation").toBool();
+    s.skipDuplicates = o.value("skip_duplicates").toBool();
+    s.deliveryReports = o.value("delivery_reports").toBool();
+    s.retries = qBound(0, o.value("retries").toInt(RunSettings::kDefaultRetries), RunSettings::kMaxRetries);
+    const int every = o.value("pause_every").toInt(), seconds = o.value("pause_seconds").toInt();
+    if (every > 0 && seconds > 0) {
+        s.schedule.enabled = true;
+        s.schedule.count = every;
+        s.schedule.unit = QStringLiteral("S");
+        s.schedule.amount = seconds;
+    }
+    return s;
+}
