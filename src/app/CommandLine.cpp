@@ -8,7 +8,7 @@
 #include "SendCommand.h"
 #include "TestDeviceCommand.h"
 #include "WorkerCommand.h"
-#include "campaigns/CampaignStore.h"
+#include "DatabaseOption.h"
 #include "core/Log.h"
 
 bool isCommandLine(const QStringList& arguments) {
@@ -20,17 +20,7 @@ int runCommandLine(const QStringList& arguments) {
     // The modem traffic goes to the troubleshooting log; --verbose shows it here too.
     QStringList rest = arguments;
     setLogToStandardError(rest.removeAll(QStringLiteral("--verbose")) > 0);
-    // --database (every command that reads or writes campaigns) chooses the store for the process.
-    for (qsizetype i = 2; i < rest.size(); ++i) {
-        if (rest.at(i).startsWith(QLatin1String("--database="))) {
-            CampaignStore::useDatabase(rest.takeAt(i).section(QLatin1Char('='), 1));
-            --i;
-        } else if (rest.at(i) == QLatin1String("--database") && i + 1 < rest.size()) {
-            rest.removeAt(i);
-            CampaignStore::useDatabase(rest.takeAt(i));
-            --i;
-        }
-    }
+    adoptDatabaseOption(rest);
     const QString command = rest.at(1);
     if (command == QLatin1String("send"))
         return runSend(rest);

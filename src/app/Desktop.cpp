@@ -1,6 +1,7 @@
 #include "Desktop.h"
 
 #include "AppContext.h"
+#include "DatabaseOption.h"
 #include "core/AppState.h"
 #include "core/Launch.h"
 #include "core/Log.h"
@@ -22,6 +23,8 @@ int runDesktop(int argc, char* argv[]) {
     // The log goes to the troubleshooting log; --verbose copies it to standard error, which a
     // desktop session may keep in its journal.
     setLogToStandardError(QCoreApplication::arguments().contains(QStringLiteral("--verbose")));
+    QStringList arguments = QCoreApplication::arguments();
+    adoptDatabaseOption(arguments); // the windows' runs are recorded there
     QApplication::setApplicationName(kApplicationName);
     QApplication::setApplicationDisplayName(kApplicationName);
     QApplication::setDesktopFileName(QStringLiteral("ostrel-bulk-sms"));

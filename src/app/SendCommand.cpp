@@ -161,7 +161,8 @@ std::optional<int> resumeUnfinished(SendRun& run) {
     QString why;
     const std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(run.folder, &why);
     const std::optional<UnfinishedCampaign> unfinished =
-        store ? unfinishedCampaign(*store, CampaignStore::folderKey(run.folder), run.road, &why)
+        store ? unfinishedCampaign(*store, CampaignStore::folderKey(run.folder), run.road, &why,
+                                   o.value(o.campaign).toLongLong())
               : std::nullopt;
     if (!why.isEmpty()) {
         err(errorInFileAccessing(why));
@@ -415,6 +416,10 @@ int runSend(const QStringList& arguments, SendMode mode) {
         return *end;
     if (const std::optional<int> end = readRecipients(o, raw))
         return *end;
+    if (o.isSet(o.campaign) && (!o.isSet(o.resume) || o.value(o.campaign).toLongLong() <= 0)) {
+        err(QStringLiteral("--campaign takes the id of an unfinished campaign, with --resume."));
+        return 2;
+    }
     if (o.isSet(o.resume) && o.isSet(o.discardUnfinished)) {
         err(QStringLiteral("--resume and --discard-unfinished exclude each other."));
         return 2;

@@ -39,6 +39,7 @@ SendOptions::SendOptions() {
                        json,
                        strict,
                        resume,
+                       campaign,
                        resendUnknown,
                        report,
                        reportFilter,

@@ -115,12 +115,17 @@ struct SendOptions {
     // A run that did not end.
     const QCommandLineOption resume{
         QStringLiteral("resume"),
-        QStringLiteral("Go on with the run that did not end (its journal in the data "
-                       "folder): who got a message is not sent to again.")};
+        QStringLiteral("Go on with the run that did not end (kept in the campaign store): who got a "
+                       "message is not sent to again.")};
     const QCommandLineOption discardUnfinished{
         QStringLiteral("discard-unfinished"),
         QStringLiteral("Discard the record of the run that did not end, and send this run instead: its "
                        "recipients who were not sent yet will not be sent.")};
+    const QCommandLineOption campaign{
+        QStringLiteral("campaign"),
+        QStringLiteral("With --resume: the unfinished campaign to go on with (its id in bulksms campaign list), "
+                       "instead of the latest one of this data folder."),
+        QStringLiteral("id")};
     const QCommandLineOption resendUnknown{
         QStringLiteral("resend-unknown"),
         QStringLiteral(

@@ -36,14 +36,16 @@ UnfinishedCampaign::Entry entryOf(const SqlRow& row) {
 } // namespace
 
 std::optional<UnfinishedCampaign> unfinishedCampaign(CampaignStore& store, const QString& dataFolder,
-                                                     const QString& road, QString* error) {
+                                                     const QString& road, QString* error, qint64 wanted) {
     std::optional<UnfinishedCampaign> found;
     const bool read = store.write(
         [&](SqlDatabase& db) {
             const QVariant id =
-                db.value(QStringLiteral("SELECT id FROM campaigns WHERE data_folder = ? AND road = ?"
-                                        " AND state = 'sending' ORDER BY id DESC LIMIT 1"),
-                         {dataFolder, road});
+                wanted ? db.value(QStringLiteral("SELECT id FROM campaigns WHERE id = ? AND road = ? AND state = 'sending'"),
+                                  {wanted, road})
+                       : db.value(QStringLiteral("SELECT id FROM campaigns WHERE data_folder = ? AND road = ?"
+                                                 " AND state = 'sending' ORDER BY id DESC LIMIT 1"),
+                                  {dataFolder, road});
             if (!id.isValid())
                 return db.error().isEmpty();
             // The claims of senders that are gone: what they were handing over may have gone,

@@ -23,12 +23,13 @@ struct UnfinishedCampaign {
     int total() const { return int(entries.size()); }
 };
 
-// The latest unfinished campaign of the data folder on that road. The caller holds the data
+// The latest unfinished campaign of the data folder on that road (or the one with that id, from
+// wherever it was created, when `id` is given). The caller holds the data
 // folder's sending lock, so no process is sending it: its items that were being handed over
 // become "Unknown (may have been sent)" and those only claimed wait again. Nothing when there is
 // none; nothing, and error, when the store cannot be read.
 std::optional<UnfinishedCampaign> unfinishedCampaign(CampaignStore& store, const QString& dataFolder,
-                                                     const QString& road, QString* error = nullptr);
+                                                     const QString& road, QString* error = nullptr, qint64 id = 0);
 // The campaign ends as it stands, in `state` ("cancelled" when the operator chose not to resume
 // it, "finished" when nothing was left to send), and why; its record is kept.
 bool closeCampaign(CampaignStore& store, qint64 id, const QString& state, const QString& reason,

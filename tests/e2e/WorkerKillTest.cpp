@@ -6,6 +6,8 @@
 #include "SenderFixture.h"
 #include "core/Clock.h"
 
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QThread>
@@ -107,6 +109,41 @@ TEST_P(WorkerKillTest, NobodyIsTextedTwiceUnlessTheStoreSaidItMayHaveGone) {
     const QStringList shown = bulksms({"campaign", "show", id}).value(0).split('\t');
     EXPECT_EQ(shown.value(1), "finished") << shown.join(' ').toStdString();
     EXPECT_EQ(shown.value(4).toInt(), c.recipients); // every one sent
+}
+
+// The campaign commands as a script uses them: ids, states and counts it can parse, a cancelled
+// campaign that no worker sends, and a store that cannot be used named with the exit status 4.
+TEST_F(SenderFixture, CampaignCommandsQueueListCancelAndRefuseAStoreTheyCannotUse) {
+    const QProcessEnvironment env = senderEnvironment(home.path(), "0.05", {});
+    int exitCode = -1;
+    QString errors;
+    const QString id =
+        runToEnd(env, {"campaign", "create", "--to", "+447700900301", "--to", "+447700900302", "--message", "m", "--yes"},
+                 exitCode, errors)
+            .value(0);
+    ASSERT_EQ(exitCode, 0) << errors.toStdString();
+    QStringList listed = runToEnd(env, {"campaign", "list"}, exitCode, errors);
+    ASSERT_EQ(listed.size(), 1);
+    EXPECT_EQ(listed.first().split('\t').mid(0, 4), (QStringList{id, "queued", "gsm", "2"}));
+    EXPECT_EQ(runToEnd(env, {"campaign", "cancel", id}, exitCode, errors).value(0),
+              QStringLiteral("Campaign %1 cancelled: 2 recipients will not be sent.").arg(id));
+    runToEnd(env, {"worker", "--until-idle"}, exitCode, errors);
+    EXPECT_EQ(exitCode, 0) << errors.toStdString();
+    const QJsonObject shown =
+        QJsonDocument::fromJson(runToEnd(env, {"campaign", "show", id, "--json"}, exitCode, errors).value(0).toUtf8())
+            .object();
+    EXPECT_EQ(shown.value("state").toString(), "cancelled");
+    EXPECT_EQ(shown.value("not_sent").toInt(), 2);
+    EXPECT_EQ(received(), 0);
+
+    runToEnd(env, {"campaign", "show", "99"}, exitCode, errors);
+    EXPECT_EQ(exitCode, 2);
+    EXPECT_TRUE(errors.contains("No campaign 99.")) << errors.toStdString();
+    runToEnd(env, {"campaign", "list", "--database", "mysql://somewhere/db"}, exitCode, errors);
+    EXPECT_EQ(exitCode, 4);
+    EXPECT_TRUE(errors.contains("mysql://somewhere/db: not a database this program can use")) << errors.toStdString();
+    runToEnd(env, {"campaign", "list", "--database=postgresql://nobody@/none?host=/nonexistent"}, exitCode, errors);
+    EXPECT_EQ(exitCode, 4);
 }
 
 INSTANTIATE_TEST_SUITE_P(Stores, WorkerKillTest,
