@@ -4,11 +4,11 @@
 #include "CommandLineExclusion.h"
 #include "CommandLineStores.h"
 #include "ConsoleOutput.h"
+#include "DatabaseOption.h"
 #include "DevicesCommand.h"
 #include "SendCommand.h"
 #include "TestDeviceCommand.h"
 #include "WorkerCommand.h"
-#include "DatabaseOption.h"
 #include "core/Log.h"
 
 bool isCommandLine(const QStringList& arguments) {

@@ -123,8 +123,9 @@ struct SendOptions {
                        "recipients who were not sent yet will not be sent.")};
     const QCommandLineOption campaign{
         QStringLiteral("campaign"),
-        QStringLiteral("With --resume: the unfinished campaign to go on with (its id in bulksms campaign list), "
-                       "instead of the latest one of this data folder."),
+        QStringLiteral(
+            "With --resume: the unfinished campaign to go on with (its id in bulksms campaign list), "
+            "instead of the latest one of this data folder."),
         QStringLiteral("id")};
     const QCommandLineOption resendUnknown{
         QStringLiteral("resend-unknown"),

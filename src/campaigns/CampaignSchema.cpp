@@ -73,6 +73,19 @@ const QList<QStringList>& migrations() {
                            " started_at BIGINT NOT NULL,"
                            " seen_at BIGINT NOT NULL)"),
         },
+        // 2: indexes that match the claim's two picks exactly, so that a pick costs the same at
+        // a thousand items and at a million on either engine (a server would otherwise read and
+        // sort every waiting item); the claimer index holds claimed items only.
+        {
+            QStringLiteral("DROP INDEX items_next"),
+            QStringLiteral("DROP INDEX items_claimer"),
+            QStringLiteral("CREATE INDEX items_state ON items (campaign, state)"),
+            QStringLiteral("CREATE INDEX items_fresh ON items (campaign, position)"
+                           " WHERE state = 'queued' AND requeued_at IS NULL"),
+            QStringLiteral("CREATE INDEX items_retry ON items (campaign, requeued_at, position)"
+                           " WHERE state = 'queued' AND requeued_at IS NOT NULL"),
+            QStringLiteral("CREATE INDEX items_claimer ON items (claimer) WHERE claimer IS NOT NULL"),
+        },
     };
     return all;
 }

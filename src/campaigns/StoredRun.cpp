@@ -235,7 +235,25 @@ void StoredRun::renewLeases() {
     });
 }
 
+void StoredRun::remember(int index, const SqlRow& row) const {
+    std::lock_guard lock(m_mutex);
+    if (m_recent.size() >= kRecentItems)
+        m_recent.clear();
+    m_recent.insert(index, itemOf(row));
+}
+
+void StoredRun::forget(const QList<int>& indexes) const {
+    std::lock_guard lock(m_mutex);
+    for (int index : indexes)
+        m_recent.remove(index);
+}
+
 SendingItem StoredRun::at(int index) const {
+    {
+        std::lock_guard lock(m_mutex);
+        if (const auto recent = m_recent.constFind(index); recent != m_recent.cend())
+            return *recent;
+    }
     QList<SqlRow> rows;
     if (m_store && !m_store->read([&](SqlDatabase& db) {
             return db.exec(
@@ -299,7 +317,7 @@ std::optional<RunRecord::Claim> StoredRun::claimAt(SqlDatabase& db, int position
                                                    qint64 now) const {
     QList<SqlRow> rows;
     if (!db.exec(
-            QStringLiteral("UPDATE items SET state = 'claimed', device = ?, claimer = ?, lease_until = ?,"
+            QStringLiteral("UPDATE items SET state = 'sending', device = ?, claimer = ?, lease_until = ?,"
                            " attempts = attempts + 1, use_status = 'sending', current_status = ?,"
                            " requeued_at = NULL, changed_at = ? WHERE campaign = ? AND position = ?"
                            " RETURNING %1")
@@ -307,8 +325,9 @@ std::optional<RunRecord::Claim> StoredRun::claimAt(SqlDatabase& db, int position
             {device, m_claimer, leaseUntil(), QStringLiteral("Sending (%1)").arg(device), now, m_campaign,
              position},
             &rows) ||
-        rows.isEmpty() || !event(db, m_campaign, position, QStringLiteral("claimed"), device, m_claimer))
+        rows.isEmpty() || !event(db, m_campaign, position, QStringLiteral("sending"), device, m_claimer))
         return std::nullopt;
+    remember(position, rows.first());
     return Claim{Claim::Kind::Send, position, itemOf(rows.first())};
 }
 
@@ -377,6 +396,7 @@ StoredRun::claimNext(const QString& device, bool skipDuplicates,
                          &rows) ||
                 rows.isEmpty() || !event(db, m_campaign, position, QStringLiteral("done"), status, m_claimer))
                 return false;
+            remember(position, rows.first());
             onTheWay.append({*notSent, position, itemOf(rows.first())});
         }
     });
@@ -388,47 +408,36 @@ StoredRun::claimNext(const QString& device, bool skipDuplicates,
     return claim;
 }
 
-void StoredRun::handing(int index, const QString& device) {
-    bool held = true;
-    write([&](SqlDatabase& db) {
-        QList<SqlRow> rows;
-        if (!db.exec(
-                QStringLiteral("UPDATE items SET state = 'sending', lease_until = ?, changed_at = ?"
-                               " WHERE campaign = ? AND position = ? AND claimer = ? AND state = 'claimed'"
-                               " RETURNING position"),
-                {leaseUntil(), CampaignStore::now(), m_campaign, index, m_claimer}, &rows))
-            return false;
-        held = !rows.isEmpty();
-        return held && event(db, m_campaign, index, QStringLiteral("sending"), device, m_claimer);
-    });
-    // Another sender took the item for lost (this one stalled past its lease): it may send it.
-    if (!held)
-        fail(QStringLiteral("%1: the claim on item %2 lapsed before it was handed over")
-                 .arg(m_store->where())
-                 .arg(index + 1));
-}
+// The claim already recorded the hand-over: one commit fewer per message, at the price of an
+// item claimed and never handed over reading as "may have been sent" should the process die in
+// between (never as not sent: nobody is texted twice).
+void StoredRun::handing(int, const QString&) {}
 
 bool StoredRun::requeue(int index, const QString& failure, const std::optional<SendOutcome>& outcome,
                         const QString& avoid, qint64 notBefore, bool attemptCounts, const QString& why) {
     const qint64 now = CampaignStore::now();
     return write([&](SqlDatabase& db) {
         QList<SqlRow> rows;
-        return db.exec(
-                   QStringLiteral(
-                       "UPDATE items SET state = 'queued', use_status = 'wait', current_status = ?, device = "
-                       "'',"
-                       " claimer = NULL, lease_until = NULL, requeued_at = ?, not_before = ?, avoid_device = "
-                       "?,"
-                       " attempts = attempts - ?, last_failure = CASE WHEN ? = '' THEN last_failure ELSE ? "
-                       "END,"
-                       " last_outcome = CASE WHEN ? = '' THEN last_outcome ELSE ? END, changed_at = ?"
-                       " WHERE campaign = ? AND position = ? AND state IN ('claimed', 'sending') RETURNING "
-                       "position"),
-                   {failure.isEmpty() ? kWaitToDispatch : QStringLiteral("Wait to retry (%1)").arg(failure),
-                    now, notBefore, avoid, attemptCounts ? 0 : 1, failure, failure, outcomeText(outcome),
-                    outcomeText(outcome), now, m_campaign, index},
-                   &rows) &&
-               (rows.isEmpty() || event(db, m_campaign, index, QStringLiteral("queued"), why, m_claimer));
+        if (!db.exec(
+                QStringLiteral(
+                    "UPDATE items SET state = 'queued', use_status = 'wait', current_status = ?, device = "
+                    "'',"
+                    " claimer = NULL, lease_until = NULL, requeued_at = ?, not_before = ?, avoid_device = "
+                    "?,"
+                    " attempts = attempts - ?, last_failure = CASE WHEN ? = '' THEN last_failure ELSE ? "
+                    "END,"
+                    " last_outcome = CASE WHEN ? = '' THEN last_outcome ELSE ? END, changed_at = ?"
+                    " WHERE campaign = ? AND position = ? AND state IN ('claimed', 'sending') RETURNING ") +
+                    kItemColumns,
+                {failure.isEmpty() ? kWaitToDispatch : QStringLiteral("Wait to retry (%1)").arg(failure), now,
+                 notBefore, avoid, attemptCounts ? 0 : 1, failure, failure, outcomeText(outcome),
+                 outcomeText(outcome), now, m_campaign, index},
+                &rows))
+            return false;
+        if (rows.isEmpty())
+            return true; // finished meanwhile
+        remember(index, rows.first());
+        return event(db, m_campaign, index, QStringLiteral("queued"), why, m_claimer);
     });
 }
 
@@ -453,7 +462,8 @@ bool StoredRun::finish(int index, const SendOutcome& outcome, const QString& cur
                            "UPDATE items SET state = 'done', status = ?, use_status = 'done',"
                            " current_status = ?, outcome = ?, outcome_detail = ?, refs = ?, delivery = ?,"
                            " claimer = NULL, lease_until = NULL, changed_at = ?"
-                           " WHERE campaign = ? AND position = ? AND state <> 'done' RETURNING device"),
+                           " WHERE campaign = ? AND position = ? AND state <> 'done' RETURNING ") +
+                           kItemColumns,
                        {outcome.text(), currentStatus, outcomeKey(outcome.outcome), outcomeText(outcome),
                         numbersText(outcome.references), awaits ? kDeliveryPending : QString(), now,
                         m_campaign, index},
@@ -463,8 +473,9 @@ bool StoredRun::finish(int index, const SendOutcome& outcome, const QString& cur
     });
     if (!kept || rows.isEmpty())
         return false;
+    remember(index, rows.first());
     if (awaits) {
-        const QString device = rows.first().value(0).toString();
+        const QString device = rows.first().value(7).toString();
         std::lock_guard lock(m_mutex);
         m_awaited.insert(index, {device, outcome.references, {}});
         for (int reference : outcome.references)
@@ -493,6 +504,7 @@ std::optional<int> StoredRun::report(const QString& device, const DeliveryReport
                        {delivery, reports, CampaignStore::now(), m_campaign, index}) &&
                event(db, m_campaign, index, QStringLiteral("report"), delivery, m_claimer);
     });
+    forget({index});
     return index;
 }
 
@@ -531,6 +543,7 @@ QList<int> StoredRun::endReportWait(const QString& device) {
                 return false;
         return true;
     });
+    forget(ended);
     return ended;
 }
 
@@ -559,6 +572,7 @@ QList<int> StoredRun::markStopped(const QString& why) {
         return true;
     });
     std::sort(marked.begin(), marked.end());
+    forget(marked);
     return marked;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 // A run recorded in the campaign store: begin() creates its campaign and items; every claim
-// is one write transaction that picks the next item and marks it claimed by this run (with a
-// lease the run renews while it holds items); the hand-over, a retry and the outcome are each
+// is one write transaction that picks the next item and marks it as being handed over by this
+// run (with a lease the run renews while it holds items); a retry and the outcome are each
 // written the moment they happen. The store is the one truth: what the engine and the windows
 // read of an item is read from it, so the run holds in memory only the reports it awaits.
 #include "CampaignStore.h"
@@ -68,6 +68,11 @@ private:
     // Marks the item at position claimed by this run for the device, within a claim's transaction.
     std::optional<Claim> claimAt(SqlDatabase& db, int position, const QString& device, qint64 now) const;
     void fail(const QString& why) const;
+    // What this run last wrote of an item is what the engine and the window read next: kept
+    // for the items it holds or just finished (a bounded few), read from the store otherwise.
+    void remember(int index, const SqlRow& row) const;
+    void forget(const QList<int>& indexes) const;
+    static constexpr int kRecentItems = 512;
 
     // An item sent through this run whose delivery report is awaited.
     struct Awaited {
@@ -84,6 +89,7 @@ private:
     std::atomic<qint64> m_nextLapseCheck{0};
     mutable std::mutex m_mutex; // what follows
     QHash<int, Awaited> m_awaited;
+    mutable QHash<int, SendingItem> m_recent;
     QHash<QPair<QString, int>, int> m_reportKeys; // (device, reference) -> item awaiting its report
     mutable QString m_failure;
     TickerThread m_renewal{QStringLiteral("lease-renewal")};

@@ -41,8 +41,10 @@ std::optional<UnfinishedCampaign> unfinishedCampaign(CampaignStore& store, const
     const bool read = store.write(
         [&](SqlDatabase& db) {
             const QVariant id =
-                wanted ? db.value(QStringLiteral("SELECT id FROM campaigns WHERE id = ? AND road = ? AND state = 'sending'"),
-                                  {wanted, road})
+                wanted ? db.value(
+                             QStringLiteral(
+                                 "SELECT id FROM campaigns WHERE id = ? AND road = ? AND state = 'sending'"),
+                             {wanted, road})
                        : db.value(QStringLiteral("SELECT id FROM campaigns WHERE data_folder = ? AND road = ?"
                                                  " AND state = 'sending' ORDER BY id DESC LIMIT 1"),
                                   {dataFolder, road});

@@ -29,7 +29,8 @@ struct UnfinishedCampaign {
 // become "Unknown (may have been sent)" and those only claimed wait again. Nothing when there is
 // none; nothing, and error, when the store cannot be read.
 std::optional<UnfinishedCampaign> unfinishedCampaign(CampaignStore& store, const QString& dataFolder,
-                                                     const QString& road, QString* error = nullptr, qint64 id = 0);
+                                                     const QString& road, QString* error = nullptr,
+                                                     qint64 id = 0);
 // The campaign ends as it stands, in `state` ("cancelled" when the operator chose not to resume
 // it, "finished" when nothing was left to send), and why; its record is kept.
 bool closeCampaign(CampaignStore& store, qint64 id, const QString& state, const QString& reason,

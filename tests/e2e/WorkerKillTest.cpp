@@ -117,10 +117,11 @@ TEST_F(SenderFixture, CampaignCommandsQueueListCancelAndRefuseAStoreTheyCannotUs
     const QProcessEnvironment env = senderEnvironment(home.path(), "0.05", {});
     int exitCode = -1;
     QString errors;
-    const QString id =
-        runToEnd(env, {"campaign", "create", "--to", "+447700900301", "--to", "+447700900302", "--message", "m", "--yes"},
-                 exitCode, errors)
-            .value(0);
+    const QString id = runToEnd(env,
+                                {"campaign", "create", "--to", "+447700900301", "--to", "+447700900302",
+                                 "--message", "m", "--yes"},
+                                exitCode, errors)
+                           .value(0);
     ASSERT_EQ(exitCode, 0) << errors.toStdString();
     QStringList listed = runToEnd(env, {"campaign", "list"}, exitCode, errors);
     ASSERT_EQ(listed.size(), 1);
@@ -130,7 +131,8 @@ TEST_F(SenderFixture, CampaignCommandsQueueListCancelAndRefuseAStoreTheyCannotUs
     runToEnd(env, {"worker", "--until-idle"}, exitCode, errors);
     EXPECT_EQ(exitCode, 0) << errors.toStdString();
     const QJsonObject shown =
-        QJsonDocument::fromJson(runToEnd(env, {"campaign", "show", id, "--json"}, exitCode, errors).value(0).toUtf8())
+        QJsonDocument::fromJson(
+            runToEnd(env, {"campaign", "show", id, "--json"}, exitCode, errors).value(0).toUtf8())
             .object();
     EXPECT_EQ(shown.value("state").toString(), "cancelled");
     EXPECT_EQ(shown.value("not_sent").toInt(), 2);
@@ -141,8 +143,10 @@ TEST_F(SenderFixture, CampaignCommandsQueueListCancelAndRefuseAStoreTheyCannotUs
     EXPECT_TRUE(errors.contains("No campaign 99.")) << errors.toStdString();
     runToEnd(env, {"campaign", "list", "--database", "mysql://somewhere/db"}, exitCode, errors);
     EXPECT_EQ(exitCode, 4);
-    EXPECT_TRUE(errors.contains("mysql://somewhere/db: not a database this program can use")) << errors.toStdString();
-    runToEnd(env, {"campaign", "list", "--database=postgresql://nobody@/none?host=/nonexistent"}, exitCode, errors);
+    EXPECT_TRUE(errors.contains("mysql://somewhere/db: not a database this program can use"))
+        << errors.toStdString();
+    runToEnd(env, {"campaign", "list", "--database=postgresql://nobody@/none?host=/nonexistent"}, exitCode,
+             errors);
     EXPECT_EQ(exitCode, 4);
 }
 
