@@ -73,10 +73,7 @@ bool claimerGone(const QString& claimer) {
     return host == hostName() && numeric && pid > 0 && ::kill(pid_t(pid), 0) != 0 && errno == ESRCH;
 }
 
-} // namespace
-
-qint64 insertCampaign(SqlDatabase& db, const NewCampaign& campaign, const QList<SendingItem>& items) {
-    const qint64 now = CampaignStore::now();
+qint64 insertRows(SqlDatabase& db, const NewCampaign& campaign, const QList<SendingItem>& items, qint64 now) {
     QString message = items.isEmpty() ? QString() : items.first().message;
     for (const SendingItem& item : items)
         if (item.message != message) {
@@ -108,6 +105,21 @@ qint64 insertCampaign(SqlDatabase& db, const NewCampaign& campaign, const QList<
                       item.usePort, now}))
             return 0;
     }
+    return id;
+}
+
+} // namespace
+
+qint64 insertCampaign(SqlDatabase& db, const NewCampaign& campaign, const QList<SendingItem>& items) {
+    const qint64 now = CampaignStore::now();
+    // A large list walks the number index in no order: the embedded file's cache holds it while
+    // the items go in (64 MiB at most), then gives the memory back.
+    const bool large = db.engine() == SqlDatabase::Engine::Sqlite && items.size() > 10000;
+    if (large && !db.exec(QStringLiteral("PRAGMA cache_size=-65536")))
+        return 0;
+    const qint64 id = insertRows(db, campaign, items, now);
+    if (large)
+        db.exec(QStringLiteral("PRAGMA cache_size=-2000"));
     return id;
 }
 
@@ -192,9 +204,10 @@ std::optional<int> resendUnknown(CampaignStore& store, qint64 id, QString* error
                 !db.exec(QStringLiteral(
                              "UPDATE items SET state = 'queued', status = '', outcome = '',"
                              " outcome_detail = '', use_status = 'wait', current_status = ?, device = '',"
-                             " requeued_at = NULL, changed_at = ? WHERE campaign = ?"
+                             " requeued_at = ?, not_before = 0, avoid_device = '', changed_at = ? WHERE "
+                             "campaign = ?"
                              " AND (state = 'unknown' OR outcome = 'unknown') RETURNING position"),
-                         {kWaitToDispatch, now, id}, &rows))
+                         {kWaitToDispatch, now, now, id}, &rows))
                 return false;
             requeued = int(rows.size());
             return rows.isEmpty() ||

@@ -55,8 +55,7 @@ std::unique_ptr<SqliteDatabase> SqliteDatabase::open(const QString& path, QStrin
     std::unique_ptr<SqliteDatabase> database(new SqliteDatabase(db, path));
     // Written ahead and synced at every commit: a commit that returned is on the disk.
     for (const char* pragma :
-         {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=FULL", "PRAGMA foreign_keys=ON",
-          "PRAGMA cache_size=-16384"}) // 16 MiB: the indexes a large campaign's creation walks
+         {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=FULL", "PRAGMA foreign_keys=ON"})
         if (!database->exec(QString::fromLatin1(pragma))) {
             *error = database->error();
             return nullptr;

@@ -364,15 +364,18 @@ StoredRun::claimNext(const QString& device, bool skipDuplicates,
             return take(db, int(retry.toLongLong()));
         for (;;) {
             QList<SqlRow> next;
+            // From where this run's last pick was: the items before it are taken, and a server's
+            // index still holds their old entries until it is vacuumed.
             if (!db.exec(QStringLiteral(
                              "SELECT position, number FROM items WHERE campaign = ? AND state = 'queued'"
-                             " AND requeued_at IS NULL ORDER BY position LIMIT 1") +
+                             " AND requeued_at IS NULL AND position >= ? ORDER BY position LIMIT 1") +
                              rowLock(db),
-                         {m_campaign}, &next))
+                         {m_campaign, m_freshFrom.load()}, &next))
                 return false;
             if (next.isEmpty())
                 return true;
             const int position = int(next.first().value(0).toLongLong());
+            m_freshFrom = position + 1;
             const QString number = next.first().value(1).toString();
             std::optional<Claim::Kind> notSent;
             if (isExcluded && isExcluded(number))

@@ -87,6 +87,9 @@ private:
     qint64 m_campaign = 0;
     int m_size = 0;
     std::atomic<qint64> m_nextLapseCheck{0};
+    // Items waiting for their first attempt are picked in the list's order, once each: no such
+    // item lies before this run's last pick (those sent again wait as retries).
+    std::atomic<int> m_freshFrom{0};
     mutable std::mutex m_mutex; // what follows
     QHash<int, Awaited> m_awaited;
     mutable QHash<int, SendingItem> m_recent;
