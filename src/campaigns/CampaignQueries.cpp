@@ -59,18 +59,13 @@ bool countItems(SqlDatabase& db, QList<CampaignSummary>& campaigns, qint64 only)
     return true;
 }
 
-QString hostName() {
-    char host[256] = {};
-    ::gethostname(host, sizeof host - 1);
-    return QString::fromLocal8Bit(host);
-}
-
 // A claimer ("user@host/pid/tag") of this computer whose process no longer runs.
 bool claimerGone(const QString& claimer) {
     const QString host = claimer.section(QLatin1Char('@'), -1).section(QLatin1Char('/'), 0, 0);
     bool numeric = false;
     const qint64 pid = claimer.section(QLatin1Char('/'), -2, -2).toLongLong(&numeric);
-    return host == hostName() && numeric && pid > 0 && ::kill(pid_t(pid), 0) != 0 && errno == ESRCH;
+    return host == CampaignStore::hostName() && numeric && pid > 0 && ::kill(pid_t(pid), 0) != 0 &&
+           errno == ESRCH;
 }
 
 qint64 insertRows(SqlDatabase& db, const NewCampaign& campaign, const QList<SendingItem>& items, qint64 now) {

@@ -8,85 +8,91 @@ namespace {
 
 // Each migration is a list of statements; "%ID%" stands for the engine's own numbered key.
 // Times are milliseconds since the epoch from the program's clock, never the database's.
-const QList<QStringList>& migrations() {
-    static const QList<QStringList> all{
-        // 1: campaigns, their items and every change of an item; the senders that claim them.
-        {
-            QStringLiteral("CREATE TABLE campaigns ("
-                           " id %ID%,"
-                           " created_at BIGINT NOT NULL,"
-                           " created_by TEXT NOT NULL,"  // user@host
-                           " data_folder TEXT NOT NULL," // the data folder it was created from
-                           " road TEXT NOT NULL,"        // the kind of device: gsm, android
-                           " message TEXT,"              // the one text, when every item has it
-                           " options TEXT NOT NULL,"     // JSON: mode, flash, Unicode, pauses, reports
-                           " state TEXT NOT NULL," // scheduled queued sending stopped finished cancelled
-                           " total BIGINT NOT NULL DEFAULT 0,"
-                           " resumes BIGINT REFERENCES campaigns(id)," // the campaign it goes on with
-                           " start_at BIGINT, send_window TEXT, window_zone TEXT, end_at BIGINT,"
-                           " started_at BIGINT, finished_at BIGINT,"
-                           " reason TEXT NOT NULL DEFAULT '')"),
-            QStringLiteral("CREATE INDEX campaigns_unfinished ON campaigns (data_folder, road, state, id)"),
-            QStringLiteral("CREATE TABLE items ("
-                           " id %ID%,"
-                           " campaign BIGINT NOT NULL REFERENCES campaigns(id),"
-                           " position BIGINT NOT NULL," // the list's order
-                           " number TEXT NOT NULL,"     // as written
-                           " number_e164 TEXT,"
-                           " text TEXT NOT NULL,"
-                           " state TEXT NOT NULL,"             // queued claimed sending done unknown
-                           " status TEXT NOT NULL DEFAULT ''," // the final words
-                           " current_status TEXT NOT NULL DEFAULT '',"
-                           " use_status TEXT NOT NULL DEFAULT '',"
-                           " device TEXT NOT NULL DEFAULT '',"
-                           " attempts INTEGER NOT NULL DEFAULT 0,"
-                           " outcome TEXT NOT NULL DEFAULT '',"        // what the device did (outcomeKey)
-                           " outcome_detail TEXT NOT NULL DEFAULT ''," // the whole of it, as JSON
-                           " refs TEXT NOT NULL DEFAULT ''," // the network's references, one per part
-                           " delivery TEXT NOT NULL DEFAULT '',"
-                           " reports TEXT NOT NULL DEFAULT ''," // reference:status of each report
-                           " last_failure TEXT NOT NULL DEFAULT '',"
-                           " last_outcome TEXT NOT NULL DEFAULT ''," // JSON, while it waits to retry
-                           " avoid_device TEXT NOT NULL DEFAULT '',"
-                           " requeued_at BIGINT," // set while it waits for another attempt
-                           " not_before BIGINT NOT NULL DEFAULT 0,"
-                           " claimer TEXT, lease_until BIGINT,"
-                           " changed_at BIGINT NOT NULL,"
-                           " UNIQUE (campaign, position))"),
-            // The claim's order: retries by when they came back, then the list's order.
-            QStringLiteral("CREATE INDEX items_next ON items (campaign, state, requeued_at, position)"),
-            QStringLiteral("CREATE INDEX items_number ON items (campaign, number, position)"),
-            QStringLiteral("CREATE INDEX items_claimer ON items (claimer, state)"),
-            QStringLiteral("CREATE TABLE events ("
-                           " id %ID%,"
-                           " campaign BIGINT NOT NULL,"
-                           " position BIGINT NOT NULL,"
-                           " at BIGINT NOT NULL,"
-                           " state TEXT NOT NULL,"
-                           " detail TEXT NOT NULL DEFAULT '',"
-                           " claimer TEXT)"),
-            QStringLiteral("CREATE INDEX events_campaign ON events (campaign, id)"),
-            QStringLiteral("CREATE TABLE senders ("
-                           " id TEXT PRIMARY KEY,"
-                           " host TEXT NOT NULL,"
-                           " pid BIGINT NOT NULL,"
-                           " started_at BIGINT NOT NULL,"
-                           " seen_at BIGINT NOT NULL)"),
-        },
-        // 2: indexes that match the claim's two picks exactly, so that a pick costs the same at
-        // a thousand items and at a million on either engine (a server would otherwise read and
-        // sort every waiting item); the claimer index holds claimed items only.
-        {
-            QStringLiteral("DROP INDEX items_next"),
-            QStringLiteral("DROP INDEX items_claimer"),
-            QStringLiteral("CREATE INDEX items_state ON items (campaign, state)"),
-            QStringLiteral("CREATE INDEX items_fresh ON items (campaign, position)"
-                           " WHERE state = 'queued' AND requeued_at IS NULL"),
-            QStringLiteral("CREATE INDEX items_retry ON items (campaign, requeued_at, position)"
-                           " WHERE state = 'queued' AND requeued_at IS NOT NULL"),
-            QStringLiteral("CREATE INDEX items_claimer ON items (claimer) WHERE claimer IS NOT NULL"),
-        },
+// 1: campaigns, their items and every change of an item; the senders that claim them.
+QStringList tables() {
+    return {
+        QStringLiteral("CREATE TABLE campaigns ("
+                       " id %ID%,"
+                       " created_at BIGINT NOT NULL,"
+                       " created_by TEXT NOT NULL,"  // user@host
+                       " data_folder TEXT NOT NULL," // the data folder it was created from
+                       " road TEXT NOT NULL,"        // the kind of device: gsm, android
+                       " message TEXT,"              // the one text, when every item has it
+                       " options TEXT NOT NULL,"     // JSON: mode, flash, Unicode, pauses, reports
+                       " state TEXT NOT NULL,"       // scheduled queued sending stopped finished cancelled
+                       " total BIGINT NOT NULL DEFAULT 0,"
+                       " resumes BIGINT REFERENCES campaigns(id)," // the campaign it goes on with
+                       " start_at BIGINT, send_window TEXT, window_zone TEXT, end_at BIGINT,"
+                       " started_at BIGINT, finished_at BIGINT,"
+                       " reason TEXT NOT NULL DEFAULT '')"),
+        QStringLiteral("CREATE INDEX campaigns_unfinished ON campaigns (data_folder, road, state, id)"),
+        QStringLiteral("CREATE TABLE items ("
+                       " id %ID%,"
+                       " campaign BIGINT NOT NULL REFERENCES campaigns(id),"
+                       " position BIGINT NOT NULL," // the list's order
+                       " number TEXT NOT NULL,"     // as written
+                       " number_e164 TEXT,"
+                       " text TEXT NOT NULL,"
+                       " state TEXT NOT NULL,"             // queued claimed sending done unknown
+                       " status TEXT NOT NULL DEFAULT ''," // the final words
+                       " current_status TEXT NOT NULL DEFAULT '',"
+                       " use_status TEXT NOT NULL DEFAULT '',"
+                       " device TEXT NOT NULL DEFAULT '',"
+                       " attempts INTEGER NOT NULL DEFAULT 0,"
+                       " outcome TEXT NOT NULL DEFAULT '',"        // what the device did (outcomeKey)
+                       " outcome_detail TEXT NOT NULL DEFAULT ''," // the whole of it, as JSON
+                       " refs TEXT NOT NULL DEFAULT '',"           // the network's references, one per part
+                       " delivery TEXT NOT NULL DEFAULT '',"
+                       " reports TEXT NOT NULL DEFAULT ''," // reference:status of each report
+                       " last_failure TEXT NOT NULL DEFAULT '',"
+                       " last_outcome TEXT NOT NULL DEFAULT ''," // JSON, while it waits to retry
+                       " avoid_device TEXT NOT NULL DEFAULT '',"
+                       " requeued_at BIGINT," // set while it waits for another attempt
+                       " not_before BIGINT NOT NULL DEFAULT 0,"
+                       " claimer TEXT, lease_until BIGINT,"
+                       " changed_at BIGINT NOT NULL,"
+                       " UNIQUE (campaign, position))"),
+        // The claim's order: retries by when they came back, then the list's order.
+        QStringLiteral("CREATE INDEX items_next ON items (campaign, state, requeued_at, position)"),
+        QStringLiteral("CREATE INDEX items_number ON items (campaign, number, position)"),
+        QStringLiteral("CREATE INDEX items_claimer ON items (claimer, state)"),
+        QStringLiteral("CREATE TABLE events ("
+                       " id %ID%,"
+                       " campaign BIGINT NOT NULL,"
+                       " position BIGINT NOT NULL,"
+                       " at BIGINT NOT NULL,"
+                       " state TEXT NOT NULL,"
+                       " detail TEXT NOT NULL DEFAULT '',"
+                       " claimer TEXT)"),
+        QStringLiteral("CREATE INDEX events_campaign ON events (campaign, id)"),
+        QStringLiteral("CREATE TABLE senders ("
+                       " id TEXT PRIMARY KEY,"
+                       " host TEXT NOT NULL,"
+                       " pid BIGINT NOT NULL,"
+                       " started_at BIGINT NOT NULL,"
+                       " seen_at BIGINT NOT NULL)"),
     };
+}
+
+// 2: indexes that match the claim's two picks exactly, so that a pick costs the same at a
+// thousand items and at a million on either engine (a server would otherwise read and sort
+// every waiting item); the claimer index holds claimed items only.
+QStringList claimIndexes() {
+    return {
+        QStringLiteral("DROP INDEX items_next"),
+        QStringLiteral("DROP INDEX items_claimer"),
+        QStringLiteral("CREATE INDEX items_state ON items (campaign, state)"),
+        QStringLiteral("CREATE INDEX items_fresh ON items (campaign, position)"
+                       " WHERE state = 'queued' AND requeued_at IS NULL"),
+        QStringLiteral("CREATE INDEX items_retry ON items (campaign, requeued_at, position)"
+                       " WHERE state = 'queued' AND requeued_at IS NOT NULL"),
+        QStringLiteral("CREATE INDEX items_claimer ON items (claimer) WHERE claimer IS NOT NULL"),
+    };
+}
+
+// In order; a migration once released is never changed, only followed by another.
+const QList<QStringList>& migrations() {
+    static const QList<QStringList> all{tables(), claimIndexes()};
     return all;
 }
 

@@ -29,12 +29,6 @@ DatabaseChoice& databaseChoice() {
     return choice;
 }
 
-QString hostName() {
-    char host[256] = {};
-    ::gethostname(host, sizeof host - 1);
-    return QString::fromLocal8Bit(host);
-}
-
 std::unique_ptr<SqlDatabase> openDatabase(const QString& url, const QString& file, QString* why) {
     if (url.isEmpty())
         return SqliteDatabase::open(file, why);
@@ -113,6 +107,12 @@ bool CampaignStore::read(const std::function<bool(SqlDatabase&)>& body, QString*
     if (error)
         *error = m_db->error();
     return false;
+}
+
+QString CampaignStore::hostName() {
+    char host[256] = {};
+    ::gethostname(host, sizeof host - 1);
+    return QString::fromLocal8Bit(host);
 }
 
 qint64 CampaignStore::now() { return QDateTime::currentMSecsSinceEpoch(); }

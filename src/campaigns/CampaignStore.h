@@ -41,8 +41,9 @@ public:
 
     // The program's clock, in milliseconds since the epoch: every time the store keeps.
     static qint64 now();
-    // "user@host": who created a campaign, or claims its items.
+    // "user@host": who created a campaign, or claims its items; the host alone.
     static QString user();
+    static QString hostName();
 
     // The database may grow by this many pages at most: its next write beyond meets a full
     // disk (the tests of a full disk use it).
