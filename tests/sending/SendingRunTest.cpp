@@ -243,7 +243,7 @@ TEST_F(SendingRunTest, APortWhoseModemRefusesItsModeLeavesBeforeTypingAMessage) 
 
 TEST_F(SendingRunTest, DeliveryReportsFillInDuringTheRunHandedOverOrKeptByTheModem) {
     Clock::setScale(0.05);
-    ASSERT_TRUE(home.folder.Check_Path_And_Create_Files()); // the data folder, where the run's journal goes
+    ASSERT_TRUE(home.folder.Check_Path_And_Create_Files()); // the data folder, where the campaign store is
     const QStringList to = numbers(6);
     ModemBehaviour network;
     network.deliveryStatusForNumber.insert(to.at(1), 0x61); // recipient busy

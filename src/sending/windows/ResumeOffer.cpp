@@ -51,7 +51,7 @@ void offerToResume(BulkSmsWindow& window, CarriedRun& carried, const QString& ro
 } // namespace
 
 void offerToResumeUnfinishedRun(Gsm_Bulk_Sms_Wnd& gsm, Bulk_SMSAppDelegate& android, Operator& op) {
-    // While another copy sends from this data folder, its journals are its live record, not
+    // While another copy sends from this data folder, its campaigns are its live record, not
     // runs that broke off.
     const std::shared_ptr<SendingLock> lock = SendingLock::acquire(gsm.dataFolder());
     if (!lock)

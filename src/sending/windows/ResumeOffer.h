@@ -13,5 +13,5 @@ void applyResume(BulkSmsWindow& window, CarriedRun& carried, const ResumePlan& p
 
 // At start-up: when a run did not end, asks "Resume the unfinished run (N of M sent)?" (and
 // whether to send again what may have been sent); Yes fills the list of the window of its
-// road, No discards the journal.
+// road; No asks whether to discard it (it is cancelled in the store) or keep it for the next start.
 void offerToResumeUnfinishedRun(Gsm_Bulk_Sms_Wnd& gsm, Bulk_SMSAppDelegate& android, Operator& op);
