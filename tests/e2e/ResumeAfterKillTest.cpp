@@ -49,6 +49,7 @@ TEST_F(ResumeAfterKillTest, EveryRecipientOnceWhateverMomentTheRunIsKilled) {
         };
         constexpr int kKillsPerRun = 6; // then the run is let come to its end
         int killsThisRun = 0;
+        QStringList history; // each attempt's end, told when the run never comes to its end
         for (int attempt = 0; attempt < 40; ++attempt) {
             // Without an unfinished run in the store the run either had not begun (nothing reached
             // the network: the operator starts it again) or had come to its end.
@@ -59,7 +60,8 @@ TEST_F(ResumeAfterKillTest, EveryRecipientOnceWhateverMomentTheRunIsKilled) {
             // (a write-ahead file of about 35 kB per message).
             const bool fullDisk = begun && QRandomGenerator::global()->bounded(4) == 0;
             const qint64 limit =
-                fullDisk ? QRandomGenerator::global()->bounded(qint64(4096), storeSize() + 300000) : -1;
+                fullDisk ? QRandomGenerator::global()->bounded(qint64(4096), largestStoreFile() + 150000)
+                         : -1;
             auto process = start(
                 begun ? QStringList{"send", "--resume", "--resend-unknown", "--yes"} : arguments, limit);
             if (!fullDisk && kills < kKills && killsThisRun < kKillsPerRun) {
@@ -72,6 +74,12 @@ TEST_F(ResumeAfterKillTest, EveryRecipientOnceWhateverMomentTheRunIsKilled) {
             }
             ASSERT_TRUE(process->waitForFinished(120000));
             const QString errors = QString::fromUtf8(process->readAllStandardError());
+            history << QStringLiteral("%1 exit %2/%3 limit %4: %5")
+                           .arg(begun ? "resume" : "send")
+                           .arg(int(process->exitStatus()))
+                           .arg(process->exitCode())
+                           .arg(limit)
+                           .arg(errors.trimmed().section('\n', -1));
             for (const QString& line : errors.split('\n'))
                 if (line.contains("Unknown (may have been sent)"))
                     unknown << line.section('\t', 0, 0);
@@ -87,7 +95,8 @@ TEST_F(ResumeAfterKillTest, EveryRecipientOnceWhateverMomentTheRunIsKilled) {
                 break;
             }
         }
-        ASSERT_FALSE(unfinishedRunLeft()) << "run " << run << " never came to its end";
+        ASSERT_FALSE(unfinishedRunLeft()) << "run " << run << " never came to its end:\n"
+                                          << history.join('\n').toStdString();
         for (const QString& number : numbers) {
             const int times = timesReceived(number);
             // Each extra copy is one the store reported of unknown fate and the operator sent again.

@@ -73,6 +73,10 @@ qint64 SenderFixture::storeSize() const {
     return QFileInfo(store()).size() + QFileInfo(store() + "-wal").size();
 }
 
+qint64 SenderFixture::largestStoreFile() const {
+    return std::max(QFileInfo(store()).size(), QFileInfo(store() + "-wal").size());
+}
+
 namespace {
 
 QList<SqlRow> rowsOf(const QString& store, const QString& sql) {

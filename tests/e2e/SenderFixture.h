@@ -36,8 +36,9 @@ protected:
     QString store() const {
         return home.path() + QStringLiteral("/Ostrel Bulk SMS/BULK_SMS_DATA/Campaigns.db");
     }
-    // Its size on the disk, write-ahead file included.
+    // Its size on the disk, write-ahead file included; the larger of the two files.
     qint64 storeSize() const;
+    qint64 largestStoreFile() const;
     // The store holds a run that did not end (looked at, never changed).
     bool unfinishedRunLeft() const;
     // The numbers the store says were being handed to a device, over every run.
