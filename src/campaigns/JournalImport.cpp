@@ -123,13 +123,14 @@ bool importJournals(CampaignStore& store, const DataFolder& folder, QString* err
         QByteArray content;
         if (!readPrivateFile(path, &content, error))
             return false;
-        if (const std::optional<QList<Entry>> entries = parse(content))
-            if (!store.write(
-                    [&](SqlDatabase& db) {
-                        return import(db, *entries, CampaignStore::folderKey(folder), road);
-                    },
-                    error))
-                return false;
+        // A file that holds no run we can read stays where it is, for a person to look at.
+        const std::optional<QList<Entry>> entries = parse(content);
+        if (!entries)
+            continue;
+        if (!store.write(
+                [&](SqlDatabase& db) { return import(db, *entries, CampaignStore::folderKey(folder), road); },
+                error))
+            return false;
         Delete_File(path);
     }
     return true;

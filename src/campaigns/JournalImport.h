@@ -1,7 +1,7 @@
 #pragma once
 // The run journals an older version kept in the data folder ("Run_Journal.jsonl",
 // "Run_Journal_Android.jsonl"): one left by a run that did not end becomes an unfinished
-// campaign of the store, once, and the file goes.
+// campaign of the store, once, and the file goes. One that holds no readable run is left alone.
 class CampaignStore;
 class DataFolder;
 class QString;
