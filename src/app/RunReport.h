@@ -29,7 +29,6 @@ public:
 
     static constexpr int kSomeFailed = 1;
     static constexpr int kNothingSent = 3;
-    static constexpr int kAnotherSender = 5;
 
 private:
     void printItem(int index, bool runEnded = false);

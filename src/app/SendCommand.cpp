@@ -13,7 +13,6 @@
 #include "campaigns/CampaignStore.h"
 #include "core/FileUtils.h"
 #include "core/Launch.h"
-#include "core/SendingLock.h"
 #include "delivery/DelaySchedule.h"
 #include "list/DefaultCountry.h"
 #include "list/ListNumbers.h"
@@ -44,19 +43,13 @@ QString simplifiedChoices(const QStringList& entries) {
     return choices.join(QStringLiteral(", "));
 }
 
-// Takes the data folder's sending lock, and settles a run that did not end: a new run never
-// replaces its record unless told to discard it. An exit status when the command ends here.
-std::optional<int> claimDataFolder(const DataFolder& folder, std::shared_ptr<SendingLock>& lock,
-                                   bool resuming, bool discardUnfinished, const QString& road) {
-    qint64 holder = 0;
-    QString why;
-    lock = SendingLock::acquire(folder, &holder, &why);
-    if (!lock) {
-        err(SendingLock::refusal(holder, why));
-        return holder < 0 ? kExitDataNotWritten : RunReport::kAnotherSender;
-    }
+// Settles a run that did not end (one that no living sender holds): a new run never replaces
+// its record unless told to discard it. An exit status when the command ends here.
+std::optional<int> settleUnfinished(const DataFolder& folder, bool resuming, bool discardUnfinished,
+                                    const QString& road) {
     if (resuming)
         return std::nullopt;
+    QString why;
     const std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(folder, &why);
     const std::optional<UnfinishedCampaign> unfinished =
         store ? unfinishedCampaign(*store, CampaignStore::folderKey(folder), road, &why) : std::nullopt;
@@ -433,12 +426,9 @@ int runSend(const QStringList& arguments, SendMode mode) {
     country.load(folder);
     SendRun run(o, op, folder, country);
     run.raw = raw;
-    // Held until this process ends: one sender per data folder, and the unfinished run's
-    // record is looked at only by the process that may continue it.
-    std::shared_ptr<SendingLock> lock;
     if (!o.isSet(o.dryRun) && mode == SendMode::Send)
         if (const std::optional<int> refused =
-                claimDataFolder(folder, lock, o.isSet(o.resume), o.isSet(o.discardUnfinished), run.road))
+                settleUnfinished(folder, o.isSet(o.resume), o.isSet(o.discardUnfinished), run.road))
             return *refused;
     if (const std::optional<int> end = prepareSend(run))
         return *end;
@@ -451,7 +441,7 @@ int runSend(const QStringList& arguments, SendMode mode) {
     if (const std::optional<int> end = chooseDevices(run, openers, stopRun))
         return *end;
     PauseCountdown pause(PauseCountdown::Variant::SendingJob, [](const QString&) {});
-    CampaignRun campaign(folder, std::move(run.campaign), std::move(openers), lock, op, pause, {});
+    CampaignRun campaign(folder, std::move(run.campaign), std::move(openers), op, pause, {});
     *stopRun = [&campaign] { campaign.run().stop(); };
     CommandRunOptions how;
     how.format = o.isSet(o.json) ? RunReport::Format::Json : RunReport::Format::Lines;

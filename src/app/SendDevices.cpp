@@ -81,7 +81,7 @@ ModemChoice modemChoiceOf(const Record& record) {
 } // namespace
 
 std::optional<int> chooseModems(Operator& op, const QStringList& deviceArguments, RunSettings& settings,
-                                QList<DeviceOpener>& openers) {
+                                QList<DeviceOpener>& openers, QList<StoredDevice>* chosen) {
     const ModemSearch::Result found = ModemSearch::findModems();
     for (const QString& alert : found.alerts())
         op.Show_MessageBox(alert);
@@ -94,8 +94,19 @@ std::optional<int> chooseModems(Operator& op, const QStringList& deviceArguments
         const ModemCheck::Choice choice = ModemCheck::choose(op, record, int(wanted.size()));
         if (choice == ModemCheck::Choice::Stop)
             break;
-        if (choice == ModemCheck::Choice::Accept)
-            modems << modemChoiceOf(record);
+        if (choice != ModemCheck::Choice::Accept)
+            continue;
+        modems << modemChoiceOf(record);
+        if (chosen) {
+            StoredDevice shown;
+            shown.device = modems.last().path;
+            shown.details = QStringList{record.value(kManufacturerKey), record.value(kModelKey),
+                                        record.value(kNetworkOperatorKey)}
+                                .join(QLatin1Char(' '))
+                                .simplified();
+            shown.signal = record.value(kSignalKey);
+            *chosen << shown;
+        }
     }
     if (modems.isEmpty()) {
         err(QStringLiteral("No device could be selected."));
@@ -108,7 +119,7 @@ std::optional<int> chooseModems(Operator& op, const QStringList& deviceArguments
 
 std::optional<int> choosePhone(Operator& op, const DataFolder& folder, const QString& serial,
                                const QString& mode, RunSettings& settings, QList<DeviceOpener>& openers,
-                               std::shared_ptr<std::function<void()>> stopRun) {
+                               std::shared_ptr<std::function<void()>> stopRun, QList<StoredDevice>* chosen) {
     if (mode != QLatin1String("single-shot") && mode != QLatin1String("standard") &&
         mode != QLatin1String("classic")) {
         err(QStringLiteral("Unknown mode: %1 (single-shot, standard or classic)").arg(mode));
@@ -117,6 +128,12 @@ std::optional<int> choosePhone(Operator& op, const DataFolder& folder, const QSt
     const std::optional<ChosenPhone> phone = choosePhone(op, folder, serial);
     if (!phone)
         return 2; // the reason was told
+    if (chosen) {
+        StoredDevice shown;
+        shown.device = phone->caption;
+        shown.details = phone->serial;
+        *chosen << shown;
+    }
     settings.batch = mode == QLatin1String("single-shot");
     settings.loadedDevice = phone->caption;
     const PhoneDevice::Mode how =

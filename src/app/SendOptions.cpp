@@ -9,7 +9,7 @@ SendOptions::SendOptions() {
         "Exit status: 0 when everything sendable was sent (skipped and excluded numbers are no failures),\n"
         "1 when some failed, 2 on bad usage or input, 3 when nothing went out, 4 when sending stopped\n"
         "because data could not be written (the run's record, the sent items, the report) or a file\n"
-        "of the data folder could not be read, 5 when another process is sending from this data folder.\n"
+        "of the data folder could not be read.\n"
         "The log (every AT command and answer) goes to the troubleshooting log, Troubleshooting_Log.txt\n"
         "beside the data folder (private to the user); --verbose copies it to standard error too."));
     parser.addHelpOption();

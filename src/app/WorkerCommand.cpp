@@ -5,6 +5,7 @@
 #include "ConsoleOutput.h"
 #include "SendDevices.h"
 #include "StopSignals.h"
+#include "WorkerDevices.h"
 #include "campaigns/CampaignOptions.h"
 #include "campaigns/CampaignQueries.h"
 #include "campaigns/CampaignStore.h"
@@ -85,6 +86,7 @@ int runWorker(const QStringList& arguments) {
         return kExitDataNotWritten;
     }
     const QString road = o.parser.isSet(o.android) ? kAndroidRoad : kGsmRoad;
+    WorkerDevices devices(store, road);
     bool stopped = false;
     CampaignRun* current = nullptr;
     StopSignals::install([&] {
@@ -107,24 +109,29 @@ int runWorker(const QStringList& arguments) {
         }
         Campaign campaign{settingsOf(next->options, road), {}, 0, next->id};
         QList<DeviceOpener> openers;
+        QList<StoredDevice> chosen;
         const auto stopRun = std::make_shared<std::function<void()>>();
         const std::optional<int> refused =
-            road == kAndroidRoad ? choosePhone(op, folder, o.parser.value(o.serial), o.parser.value(o.mode),
-                                               campaign.settings, openers, stopRun)
-                                 : chooseModems(op, o.parser.values(o.device), campaign.settings, openers);
+            road == kAndroidRoad
+                ? choosePhone(op, folder, o.parser.value(o.serial), o.parser.value(o.mode), campaign.settings,
+                              openers, stopRun, &chosen)
+                : chooseModems(op, o.parser.values(o.device), campaign.settings, openers, &chosen);
         if (refused)
             return *refused;
+        const DelaySchedule pauses = campaign.settings.schedule;
         printErr(QStringLiteral("Sending campaign %1.").arg(next->id));
         PauseCountdown pause(PauseCountdown::Variant::SendingJob, [](const QString&) {});
-        CampaignRun run(folder, std::move(campaign), std::move(openers), nullptr, op, pause, {});
+        CampaignRun run(folder, std::move(campaign), std::move(openers), op, pause, {});
         current = &run;
         *stopRun = [&run] { run.run().stop(); };
+        devices.sending(chosen, next->id, pauses, run.run());
         CommandRunOptions how;
         how.format = o.parser.isSet(o.json) ? RunReport::Format::Json : RunReport::Format::Lines;
         how.scope = RunReport::Scope::Own;
         how.stopOnSignal = false; // the worker's own handler stops the run and the worker
         const int status = runCampaign(run, op, how);
         current = nullptr;
+        devices.idle();
         if (status == kExitDataNotWritten)
             return status;
         if (run.run().startedDevices() == 0)

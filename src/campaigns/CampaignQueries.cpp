@@ -1,10 +1,8 @@
 #include "CampaignQueries.h"
 
+#include "CampaignSenders.h"
 #include "CampaignStore.h"
 #include "device/SendOutcome.h"
-
-#include <cerrno>
-#include <csignal>
 
 namespace {
 
@@ -57,15 +55,6 @@ bool countItems(SqlDatabase& db, QList<CampaignSummary>& campaigns, qint64 only)
             if (c.id == row.value(0).toLongLong())
                 count(c, row.value(1).toString(), row.value(2).toString(), row.value(3).toLongLong());
     return true;
-}
-
-// A claimer ("user@host/pid/tag") of this computer whose process no longer runs.
-bool claimerGone(const QString& claimer) {
-    const QString host = claimer.section(QLatin1Char('@'), -1).section(QLatin1Char('/'), 0, 0);
-    bool numeric = false;
-    const qint64 pid = claimer.section(QLatin1Char('/'), -2, -2).toLongLong(&numeric);
-    return host == CampaignStore::hostName() && numeric && pid > 0 && ::kill(pid_t(pid), 0) != 0 &&
-           errno == ESRCH;
 }
 
 qint64 insertRows(SqlDatabase& db, const NewCampaign& campaign, const QList<SendingItem>& items, qint64 now) {

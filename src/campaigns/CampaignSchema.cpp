@@ -90,9 +90,32 @@ QStringList claimIndexes() {
     };
 }
 
+// 3: senders sharing a data folder or a server. A sender names the campaign it works on (a
+// campaign a living sender holds is no run that broke off); a campaign names the one that
+// resumed it (so that it is resumed once); and every sender's devices, as last seen.
+QStringList sharing() {
+    return {
+        QStringLiteral("ALTER TABLE senders ADD COLUMN campaign BIGINT"),
+        QStringLiteral("ALTER TABLE campaigns ADD COLUMN resumed_by BIGINT"),
+        QStringLiteral("CREATE TABLE devices ("
+                       " host TEXT NOT NULL,"
+                       " road TEXT NOT NULL,"
+                       " device TEXT NOT NULL,"             // the port, or the phone's serial
+                       " sender TEXT NOT NULL,"             // user@host/pid of the process that uses it
+                       " details TEXT NOT NULL DEFAULT ''," // maker, model, network
+                       " signal TEXT NOT NULL DEFAULT '',"
+                       " state TEXT NOT NULL,"
+                       " limits TEXT NOT NULL DEFAULT '',"
+                       " sent BIGINT NOT NULL DEFAULT 0,"
+                       " failed BIGINT NOT NULL DEFAULT 0,"
+                       " seen_at BIGINT NOT NULL,"
+                       " PRIMARY KEY (host, road, device))"),
+    };
+}
+
 // In order; a migration once released is never changed, only followed by another.
 const QList<QStringList>& migrations() {
-    static const QList<QStringList> all{tables(), claimIndexes()};
+    static const QList<QStringList> all{tables(), claimIndexes(), sharing()};
     return all;
 }
 

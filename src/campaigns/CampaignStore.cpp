@@ -5,6 +5,7 @@
 #include "PostgresDatabase.h"
 #include "SqliteDatabase.h"
 #include "core/DataFolder.h"
+#include "core/FileUtils.h"
 
 #include <QDateTime>
 #include <QHash>
@@ -68,6 +69,8 @@ std::shared_ptr<CampaignStore> CampaignStore::forFolder(const DataFolder& folder
     if (std::shared_ptr<CampaignStore> store = open.value(key).lock())
         return store;
     QString why;
+    if (url.isEmpty())
+        Create_Folder(folder.Bulk_SMS_Data_Folder_Path()); // its first run may come before any other file
     std::unique_ptr<SqlDatabase> db = openDatabase(url, file, &why);
     if (!db || !CampaignSchema::migrate(*db, &why)) {
         if (error)

@@ -1,6 +1,7 @@
 #include "StoredRun.h"
 
 #include "CampaignQueries.h"
+#include "CampaignSenders.h"
 #include "core/Clock.h"
 #include "core/Log.h"
 #include "device/DeliveryState.h"
@@ -129,13 +130,6 @@ bool event(SqlDatabase& db, qint64 campaign, int position, const QString& state,
                     claimer.isEmpty() ? QVariant() : QVariant(claimer)});
 }
 
-// The lease, shrunk with the clock like every prescribed time, but never below a few seconds:
-// a busy machine must not take a living sender for a dead one.
-qint64 leaseLength() {
-    using namespace std::chrono;
-    return std::max<qint64>(duration_cast<milliseconds>(::Clock::scaled(StoredRun::kLease)).count(), 3000);
-}
-
 // What a claim's pick adds so that two senders never pick one item: SQLite's write transaction
 // already holds the whole database; a shared server locks the row, and another sender skips it.
 QString rowLock(const SqlDatabase& db) {
@@ -164,7 +158,12 @@ StoredRun::StoredRun(std::shared_ptr<CampaignStore> store, Campaign campaign, co
                     .arg(QRandomGenerator::global()->generate(), 8, 16, QLatin1Char('0'))),
       m_failure(m_store ? QString() : why) {}
 
-StoredRun::~StoredRun() { m_renewal.stop(); }
+StoredRun::~StoredRun() {
+    m_renewal.stop();
+    // A run let go without its end (its record failed) holds nothing any more: its campaign is
+    // one that broke off, and what it was handing over may have gone.
+    senderEnded(m_claimer);
+}
 
 void StoredRun::fail(const QString& why) const {
     std::lock_guard lock(m_mutex);
@@ -200,22 +199,11 @@ void StoredRun::begin(const QList<SendingItem>& items, const QString& road) {
             db, {m_info.dataFolder, road, m_info.options, QStringLiteral("sending"), m_info.resumes}, items);
         if (m_campaign == 0)
             return false;
-        // The campaign it goes on with stops here: its recipients still to be sent are in this one.
-        if (m_info.resumes &&
-            (!db.exec(
-                 QStringLiteral(
-                     "UPDATE items SET state = 'done', status = ?, use_status = 'stopped',"
-                     " current_status = ?, claimer = NULL, changed_at = ?"
-                     " WHERE campaign = ? AND (state IN ('queued', 'claimed') OR use_status = 'stopped')"),
-                 {QStringLiteral("Not sent here: resumed in campaign %1.").arg(m_campaign), kStoppedUse, now,
-                  m_info.resumes}) ||
-             !db.exec(QStringLiteral("UPDATE campaigns SET state = 'stopped', finished_at = ?, reason = ?"
-                                     " WHERE id = ?"),
-                      {now, QStringLiteral("resumed in campaign %1").arg(m_campaign), m_info.resumes})))
+        // The campaign it goes on with stops here, once: its recipients still to be sent are in
+        // this one. Another sender that resumed it first, or sends it now, keeps it.
+        if (m_info.resumes && !continueFrom(db, now))
             return false;
-        return db.exec(QStringLiteral("INSERT INTO senders (id, host, pid, started_at, seen_at)"
-                                      " VALUES (?, ?, ?, ?, ?)"),
-                       {m_claimer, CampaignStore::user(), qint64(::getpid()), now, now});
+        return registerSender(db, now);
     });
     if (failure().isEmpty())
         // The ticker's interval is prescribed time: a third of the lease as it really lasts.
@@ -308,9 +296,38 @@ bool StoredRun::attach(SqlDatabase& db, qint64 now) {
                QStringLiteral("UPDATE campaigns SET state = 'sending', started_at = COALESCE(started_at, ?)"
                               " WHERE id = ? AND state = 'queued'"),
                {now, m_campaign}) &&
-           db.exec(QStringLiteral(
-                       "INSERT INTO senders (id, host, pid, started_at, seen_at) VALUES (?, ?, ?, ?, ?)"),
-                   {m_claimer, CampaignStore::user(), qint64(::getpid()), now, now});
+           registerSender(db, now);
+}
+
+bool StoredRun::registerSender(SqlDatabase& db, qint64 now) {
+    senderStarted(m_claimer);
+    return db.exec(QStringLiteral("INSERT INTO senders (id, host, pid, started_at, seen_at, campaign)"
+                                  " VALUES (?, ?, ?, ?, ?, ?)"),
+                   {m_claimer, CampaignStore::user(), qint64(::getpid()), now, now, m_campaign});
+}
+
+bool StoredRun::continueFrom(SqlDatabase& db, qint64 now) {
+    QList<SqlRow> taken;
+    if (campaignHeld(db, m_info.resumes)) {
+        fail(QStringLiteral("Campaign %1 is being sent by another sender.").arg(m_info.resumes));
+        return false;
+    }
+    if (!db.exec(QStringLiteral("UPDATE campaigns SET state = 'stopped', finished_at = ?, reason = ?,"
+                                " resumed_by = ? WHERE id = ? AND state = 'sending' AND resumed_by IS NULL"
+                                " RETURNING id"),
+                 {now, QStringLiteral("resumed in campaign %1").arg(m_campaign), m_campaign, m_info.resumes},
+                 &taken))
+        return false;
+    if (taken.isEmpty()) {
+        fail(QStringLiteral("Campaign %1 was resumed by another sender.").arg(m_info.resumes));
+        return false;
+    }
+    return db.exec(
+        QStringLiteral("UPDATE items SET state = 'done', status = ?, use_status = 'stopped',"
+                       " current_status = ?, claimer = NULL, changed_at = ?"
+                       " WHERE campaign = ? AND (state IN ('queued', 'claimed') OR use_status = 'stopped')"),
+        {QStringLiteral("Not sent here: resumed in campaign %1.").arg(m_campaign), kStoppedUse, now,
+         m_info.resumes});
 }
 
 std::optional<RunRecord::Claim> StoredRun::claimAt(SqlDatabase& db, int position, const QString& device,
@@ -579,8 +596,18 @@ QList<int> StoredRun::markStopped(const QString& why) {
     return marked;
 }
 
+void StoredRun::abandon() {
+    m_renewal.stop();
+    senderEnded(m_claimer);
+    if (m_store) // others see it gone at once; otherwise once its lease lapses
+        m_store->write([&](SqlDatabase& db) {
+            return db.exec(QStringLiteral("DELETE FROM senders WHERE id = ?"), {m_claimer});
+        });
+}
+
 void StoredRun::end() {
     m_renewal.stop();
+    senderEnded(m_claimer);
     write([&](SqlDatabase& db) {
         const qint64 now = CampaignStore::now();
         // Finished once nothing of it waits or is in any sender's hands.

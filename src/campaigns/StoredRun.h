@@ -56,6 +56,7 @@ public:
     bool allFinished() const override { return !anyWaitingOrSending(); }
     QString failure() const override;
     void end() override;
+    void abandon() override;
 
 private:
     // A write of this run: false, and the run's failure set, when the store refused it.
@@ -65,6 +66,10 @@ private:
                  const QString& avoid, qint64 notBefore, bool attemptCounts, const QString& why);
     void renewLeases();
     bool attach(SqlDatabase& db, qint64 now);
+    bool registerSender(SqlDatabase& db, qint64 now);
+    // Stops the campaign this one resumes, within begin()'s transaction; false (and the run's
+    // failure says why) when another sender holds it or resumed it first.
+    bool continueFrom(SqlDatabase& db, qint64 now);
     // Marks the item at position claimed by this run for the device, within a claim's transaction.
     std::optional<Claim> claimAt(SqlDatabase& db, int position, const QString& device, qint64 now) const;
     void fail(const QString& why) const;

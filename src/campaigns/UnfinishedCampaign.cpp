@@ -1,6 +1,7 @@
 #include "UnfinishedCampaign.h"
 
 #include "CampaignQueries.h"
+#include "CampaignSenders.h"
 #include "CampaignStore.h"
 #include "device/SendOutcome.h"
 #include "sending/SendingItems.h"
@@ -40,16 +41,25 @@ std::optional<UnfinishedCampaign> unfinishedCampaign(CampaignStore& store, const
     std::optional<UnfinishedCampaign> found;
     const bool read = store.write(
         [&](SqlDatabase& db) {
-            const QVariant id =
-                wanted ? db.value(
-                             QStringLiteral(
-                                 "SELECT id FROM campaigns WHERE id = ? AND road = ? AND state = 'sending'"),
-                             {wanted, road})
-                       : db.value(QStringLiteral("SELECT id FROM campaigns WHERE data_folder = ? AND road = ?"
-                                                 " AND state = 'sending' ORDER BY id DESC LIMIT 1"),
-                                  {dataFolder, road});
+            // Newest first; a campaign a living sender holds is no run that broke off (asked for
+            // by its id, it is as it stands: its continuation refuses it while it is held), and
+            // one resumed already goes on elsewhere.
+            QList<SqlRow> candidates;
+            if (!db.exec(
+                    wanted ? QStringLiteral("SELECT id FROM campaigns WHERE id = ? AND road = ?"
+                                            " AND state = 'sending' AND resumed_by IS NULL")
+                           : QStringLiteral("SELECT id FROM campaigns WHERE data_folder = ? AND road = ?"
+                                            " AND state = 'sending' AND resumed_by IS NULL ORDER BY id DESC"),
+                    {wanted ? QVariant(wanted) : QVariant(dataFolder), road}, &candidates))
+                return false;
+            QVariant id;
+            for (const SqlRow& candidate : candidates)
+                if (wanted || !campaignHeld(db, candidate.value(0).toLongLong())) {
+                    id = candidate.value(0);
+                    break;
+                }
             if (!id.isValid())
-                return db.error().isEmpty();
+                return true;
             // The claims of senders that are gone: what they were handing over may have gone,
             // what they had only claimed did not. What a living sender holds reads the same way.
             QList<SqlRow> rows;
@@ -76,7 +86,8 @@ bool closeCampaign(CampaignStore& store, qint64 id, const QString& state, const 
     return store.write(
         [&](SqlDatabase& db) {
             return db.exec(
-                QStringLiteral("UPDATE campaigns SET state = ?, finished_at = ?, reason = ? WHERE id = ?"),
+                QStringLiteral("UPDATE campaigns SET state = ?, finished_at = ?, reason = ? WHERE id = ?"
+                               " AND resumed_by IS NULL"),
                 {state, CampaignStore::now(), reason, id});
         },
         error);

@@ -23,11 +23,11 @@ struct UnfinishedCampaign {
     int total() const { return int(entries.size()); }
 };
 
-// The latest unfinished campaign of the data folder on that road (or the one with that id, from
-// wherever it was created, when `id` is given). The caller holds the data
-// folder's sending lock, so no process is sending it: its items that were being handed over
-// become "Unknown (may have been sent)" and those only claimed wait again. Nothing when there is
-// none; nothing, and error, when the store cannot be read.
+// The latest unfinished campaign of the data folder on that road, one no living sender holds
+// (or the one with that id, from wherever it was created, when `id` is given; a continuation
+// refuses it while a sender holds it), and not resumed already. What its senders (all gone) were handing over
+// becomes "Unknown (may have been sent)", what they had only claimed waits again. Nothing when there is none;
+// nothing, and error, when the store cannot be read.
 std::optional<UnfinishedCampaign> unfinishedCampaign(CampaignStore& store, const QString& dataFolder,
                                                      const QString& road, QString* error = nullptr,
                                                      qint64 id = 0);

@@ -71,4 +71,7 @@ public:
     virtual QString failure() const = 0;
     // The run came to its end with everything kept: nothing is left to resume.
     virtual void end() = 0;
+    // The run came to its end without keeping everything: what is recorded stays for a resume,
+    // which may start at once, for the run holds nothing any more.
+    virtual void abandon() {}
 };

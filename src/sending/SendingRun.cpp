@@ -191,8 +191,10 @@ void SendingRun::checkRecord() {
 }
 
 void SendingRun::endRecord() {
-    if (!dataFailure().isEmpty())
+    if (!dataFailure().isEmpty()) {
+        m_record->abandon();
         return;
+    }
     m_record->end(); // the run ended: nothing is left to resume
     checkRecord();   // unless that could not be kept either: then it is told as any other write
 }

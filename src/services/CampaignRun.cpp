@@ -2,12 +2,10 @@
 
 #include "campaigns/CampaignOptions.h"
 #include "campaigns/StoredRun.h"
-#include "core/SendingLock.h"
 
 CampaignRun::CampaignRun(const DataFolder& folder, Campaign campaign, QList<DeviceOpener> devices,
-                         std::shared_ptr<SendingLock> lock, Operator& op, PauseCountdown& pause,
-                         DelayedDeliveryPause::Hooks pauseHooks)
-    : m_rows(std::move(campaign.rows)), m_lock(std::move(lock)) {
+                         Operator& op, PauseCountdown& pause, DelayedDeliveryPause::Hooks pauseHooks)
+    : m_rows(std::move(campaign.rows)) {
     campaign.settings.dataFolder = folder; // sent items and templates go beside the store
     QString why;
     std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(folder, &why);
@@ -29,7 +27,7 @@ void CampaignRun::start() { m_run->start(std::exchange(m_rows, {})); }
 
 void CampaignRun::end() {
     m_run->endRecord();
-    m_lock.reset();
+    m_ended = true;
 }
 
 QString unicodeSummary(int sentAsUnicode) {

@@ -1,13 +1,11 @@
 #pragma once
 // One campaign sent through the engine, started alike by a main window's Send and by
-// `bulksms send`: the data folder's sending lock held from the start until the run has ended,
-// the run recorded in the campaign store of the data folder, and one opener per device. Whoever
+// `bulksms send`: the run recorded in the campaign store of the data folder (beside any other
+// sender of the folder or the store), and one opener per device. Whoever
 // started it observes the run through its signals and ends it once the devices let it go.
 #include "sending/SendingRun.h"
 
 #include <memory>
-
-class SendingLock;
 
 // What one campaign sends: its rows (the number as sent, its message) and how.
 struct Campaign {
@@ -19,11 +17,9 @@ struct Campaign {
 
 class CampaignRun {
 public:
-    // The lock is the starter's, taken before it asked the operator anything; the pause
-    // countdown and its hooks belong to the window (or command) that shows them.
-    CampaignRun(const DataFolder& folder, Campaign campaign, QList<DeviceOpener> devices,
-                std::shared_ptr<SendingLock> lock, Operator& op, PauseCountdown& pause,
-                DelayedDeliveryPause::Hooks pauseHooks);
+    // The pause countdown and its hooks belong to the window (or command) that shows them.
+    CampaignRun(const DataFolder& folder, Campaign campaign, QList<DeviceOpener> devices, Operator& op,
+                PauseCountdown& pause, DelayedDeliveryPause::Hooks pauseHooks);
     ~CampaignRun();
 
     // Loads the rows into the record and sends.
@@ -31,15 +27,15 @@ public:
     SendingRun& run() { return *m_run; }
     const SendingRun& run() const { return *m_run; }
     // The run's end once its devices let it go: its record closed (unless it could not be
-    // kept, so that a resume finds it) and the data folder left to the next sender.
+    // kept, so that a resume finds it).
     void end();
-    bool ended() const { return m_lock == nullptr; }
+    bool ended() const { return m_ended; }
     // The campaign's number in the store (0 until the run recorded it, or when it could not).
     qint64 campaignId() const;
 
 private:
     QList<std::pair<QString, QString>> m_rows;
-    std::shared_ptr<SendingLock> m_lock;
+    bool m_ended = false;
     std::unique_ptr<SendingRun> m_run;
     const class StoredRun* m_record = nullptr;
 };

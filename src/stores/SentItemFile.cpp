@@ -1,5 +1,6 @@
 #include "SentItemFile.h"
 
+#include "core/DataFileLock.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "core/TextUtils.h"
@@ -65,6 +66,13 @@ bool writeSentItemsFile(const QString& path, const QList<SentItem>& items, QStri
 
 bool appendSentItem(const DataFolder& folder, const QString& path, const SentItem& item, QString* error) {
     folder.Check_Path_And_Create_Files();
+    // A window's rewrite of the file must not lose the line.
+    const DataFileLock lock(folder);
+    if (!lock.held()) {
+        if (error)
+            *error = lock.error();
+        return false;
+    }
     return appendToFile(path, formatSentItemLine(item), error);
 }
 

@@ -1,5 +1,6 @@
 #include "TemplateFile.h"
 
+#include "core/DataFileLock.h"
 #include "core/FileUtils.h"
 #include "core/TextUtils.h"
 #include "stores/ExportFormats.h"
@@ -83,6 +84,13 @@ bool TemplateFile::appendTemplateIfNew(const QString& text, QString* error) {
     if (trimmed.isEmpty())
         return false;
     const std::scoped_lock lock(g_appendMutex, m_mutex);
+    // Another sender of the data folder may save the same text, or a window rewrite the file.
+    const DataFileLock shared(m_folder);
+    if (!shared.held()) {
+        if (error)
+            *error = shared.error();
+        return false;
+    }
     if (contains(trimmed))
         return false;
     m_folder.Check_Path_And_Create_Files();
@@ -95,12 +103,4 @@ bool TemplateFile::appendTemplateIfNew(const QString& text, QString* error) {
 
 QByteArray formatTemplateLine(const QString& text) {
     return (Replace_Sent_Item_and_Template_New_Line_with_Seprator(text) + QLatin1Char('\n')).toUtf8();
-}
-
-bool writeTemplatesFile(const QString& path, const QStringList& templates, QString* error) {
-    AtomicFileWriter file(path);
-    for (const QString& text : templates)
-        if (!file.write(formatTemplateLine(text)))
-            break;
-    return file.commit(error);
 }

@@ -49,6 +49,3 @@ private:
 
 // The stored line of one template, "\n" included.
 QByteArray formatTemplateLine(const QString& text);
-
-// Replaces the file by these templates through the durable writer; error as above.
-bool writeTemplatesFile(const QString& path, const QStringList& templates, QString* error = nullptr);

@@ -109,6 +109,30 @@ TEST_P(WorkerKillTest, NobodyIsTextedTwiceUnlessTheStoreSaidItMayHaveGone) {
     const QStringList shown = bulksms({"campaign", "show", id}).value(0).split('\t');
     EXPECT_EQ(shown.value(1), "finished") << shown.join(' ').toStdString();
     EXPECT_EQ(shown.value(4).toInt(), c.recipients); // every one sent
+
+    // Every worker told the store of the modems it sends with: the killed ones as they last
+    // were, the others stopped, with what each modem sent. (A modem whose check failed on a
+    // busy machine is not among them.)
+    const QStringList devices = bulksms({"devices", "--stored"});
+    for (int n = 0; n < c.workers; ++n) {
+        const QStringList lines = devices.filter(QRegularExpression(
+            QStringLiteral("\t(%1|%2)\t")
+                .arg(modems.at(size_t(2) * n)->devicePath(), modems.at(size_t(2) * n + 1)->devicePath())));
+        EXPECT_GE(lines.size(), 1) << n << devices.join('\n').toStdString();
+        for (const QString& line : lines) {
+            EXPECT_TRUE(line.contains(n < c.killed ? "\tstate: sending campaign " + id + '\t'
+                                                   : QStringLiteral("\tstate: stopped\t")))
+                << line.toStdString();
+            const QString path = line.section('\t', 2, 2);
+            const size_t m =
+                modems.at(size_t(2) * n)->devicePath() == path ? size_t(2) * n : size_t(2) * n + 1;
+            if (n >= c.killed && n < c.workers - 1) { // the last one's row is its second run's
+                EXPECT_TRUE(
+                    line.contains(QStringLiteral("\tsent: %1\t").arg(modems.at(m)->received().size())))
+                    << line.toStdString();
+            }
+        }
+    }
 }
 
 // The campaign commands as a script uses them: ids, states and counts it can parse, a cancelled

@@ -102,10 +102,11 @@ private:
     }
 };
 
-// What the store keeps of the unfinished run of the data folder, item by item ({} when there is none).
+// What the store keeps of the run of the data folder that did not end, item by item ({} when
+// there is none).
 template <typename T> QList<T> recorded(T UnfinishedCampaign::Entry::*field) {
     QList<T> out;
-    if (const std::optional<UnfinishedCampaign> left = unfinishedIn(DataFolder::fromEnvironment()))
+    if (const std::optional<UnfinishedCampaign> left = recordedIn(DataFolder::fromEnvironment()))
         for (const UnfinishedCampaign::Entry& entry : left->entries)
             out << entry.*field;
     return out;
@@ -544,7 +545,7 @@ TEST_F(SendingEngineTest, TwoRunsKeepTheirOwnRecords) {
     ASSERT_TRUE(second.finish());
     first.run.endRecord();
     EXPECT_FALSE(unfinishedIn(home.folder));
-    const std::optional<UnfinishedCampaign> phones = unfinishedIn(home.folder, kAndroidRoad);
+    const std::optional<UnfinishedCampaign> phones = recordedIn(home.folder, kAndroidRoad);
     ASSERT_TRUE(phones); // the second did not end
     EXPECT_EQ(phones->total(), 2);
     second.run.endRecord();

@@ -19,7 +19,6 @@
 
 #include <QElapsedTimer>
 #include <QFile>
-#include <QProcess>
 
 #include <gtest/gtest.h>
 
@@ -507,28 +506,10 @@ TEST_F(SendingRunTest, SendRefusesWithoutDevicesOrRecipients) {
                   "\nPhone numbers-Messages list is empty.", "\nPlease insert entered number to the list."}));
 }
 
-TEST_F(SendingRunTest, SendRefusesWhileAnotherProcessSendsAndAnUnfinishedRunIsDiscardedOnlyOnYes) {
+TEST_F(SendingRunTest, AnUnfinishedRunIsDiscardedOnlyOnYes) {
     attach();
     chooseDevices();
     addRecipients(numbers(2), "x");
-
-    // Another process holds the data folder's sending lock (and names itself in it, as ours do).
-    ASSERT_TRUE(Create_Folder(home.folder.Bulk_SMS_Data_Folder_Path()));
-    QProcess other;
-    const QString lockFile = home.folder.Bulk_SMS_Data_Folder_Path() + "/Sending.lock";
-    other.start("flock", {"--close", lockFile, "-c", "echo $$ > '" + lockFile + "'; echo locked; sleep 30"});
-    ASSERT_TRUE(other.waitForReadyRead(10000));
-    const qint64 holder =
-        QByteArray(readAll(home.folder.Bulk_SMS_Data_Folder_Path() + "/Sending.lock")).trimmed().toLongLong();
-    ASSERT_GT(holder, 0);
-    window.Send_SMS_Btn();
-    EXPECT_EQ(op.alerts().last(),
-              QStringLiteral("\nAnother copy of the program (process %1) is sending from this "
-                             "data folder. Wait until it ends, or stop it, before sending.")
-                  .arg(holder));
-    other.kill();
-    other.waitForFinished();
-    EXPECT_TRUE(receivedNumbers().isEmpty());
 
     // A run that did not end: No keeps its record and sends nothing; Yes discards it and sends.
     {

@@ -198,9 +198,14 @@ TEST_P(StoredRunTest, ARunThatBrokeOffIsFoundWithWhatMayHaveGoneAndItsContinuati
     SendingItem three;
     three.number = "3";
     next->begin({three}, kGsmRoad);
-    const std::optional<UnfinishedCampaign> resumed = unfinishedIn(home.folder);
-    ASSERT_TRUE(resumed);
-    EXPECT_NE(resumed->id, plan.campaign); // the continuation is what is unfinished now
+    ASSERT_EQ(next->failure(), "");
+    // The continuation's sender lives: its campaign is no run that broke off, and the one it
+    // goes on with is resumed once, whoever else tries.
+    EXPECT_FALSE(unfinishedIn(home.folder));
+    auto twice = std::make_unique<StoredRun>(CampaignStore::forFolder(home.folder, &why), continuation);
+    twice->begin({three}, kGsmRoad);
+    EXPECT_EQ(twice->failure(),
+              QStringLiteral("Campaign %1 was resumed by another sender.").arg(plan.campaign));
     const auto claim = next->claimNext("A", false, {}, {}, true);
     next->handing(claim->index, "A");
     next->finish(claim->index, sent("A"), "Done (A)", false);

@@ -50,15 +50,21 @@ TEST_F(SentItemsTest, LoadsTheActiveKindsFileAndShowsDetails) {
               "Number\t: 444\r\n\r\nMessage\t: Android one\r\n\r\nDate\t\t: 03/02/2025");
 }
 
-TEST_F(SentItemsTest, ClearSelectedReachesTheFileOnlyAtClose) {
+TEST_F(SentItemsTest, ClearSelectedReachesTheFileOnlyAtCloseAndKeepsWhatRunsAppendedMeanwhile) {
     loaded();
+    // A run of this or another process appends while the window is open, even a line the window
+    // shows as well: the rewrite keeps it.
+    ASSERT_TRUE(appendSentItem(home.folder, home.folder.SentItem_File_Path(),
+                               {"111", "Hello\nthere", "01/02/2025", "Message sent successfully."}));
     const QByteArray before = readAll(home.folder.SentItem_File_Path());
     window.setSelectedRows({0, 1});
     window.Clear_Sel_Btn();
     EXPECT_EQ(window.nsSendListData().size(), 1);
     EXPECT_EQ(readAll(home.folder.SentItem_File_Path()), before);
     window.Close_Btn();
-    EXPECT_EQ(readAll(home.folder.SentItem_File_Path()), "\a333\vThird\a02/02/2025\vStopped.\n");
+    EXPECT_EQ(readAll(home.folder.SentItem_File_Path()),
+              "\a333\vThird\a02/02/2025\vStopped.\n\a111\vHello|AP*|DX/there\a01/02/2025\vMessage sent "
+              "successfully.\n");
     EXPECT_EQ(permissionsOf(home.folder.SentItem_File_Path()), 0600u);
 
     loaded();

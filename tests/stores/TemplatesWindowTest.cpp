@@ -143,12 +143,14 @@ TEST_F(TemplatesTest, ATextExportImportsBackToNothingNew) {
     EXPECT_EQ(op.alerts(), QStringList{"\n" + kTemplateImportFailed});
 }
 
-TEST_F(TemplatesTest, DeleteAllEmptiesTheFileAtOnce) {
+TEST_F(TemplatesTest, DeleteAllEmptiesTheFileAtOnceButForWhatARunSavedMeanwhile) {
     loaded("a\nb\n");
+    TemplateFile saved(home.folder);
+    ASSERT_TRUE(saved.appendTemplateIfNew("c"));
     op.answerYes();
     window.Delete_All_Btn();
     EXPECT_TRUE(window.templates().isEmpty());
-    EXPECT_EQ(readAll(home.folder.Templates_File_Path()), "");
+    EXPECT_EQ(readAll(home.folder.Templates_File_Path()), "c\n");
 }
 
 } // namespace

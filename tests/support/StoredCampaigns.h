@@ -17,6 +17,22 @@ inline std::optional<UnfinishedCampaign> unfinishedIn(const DataFolder& folder,
     return store ? unfinishedCampaign(*store, CampaignStore::folderKey(folder), road) : std::nullopt;
 }
 
+// The latest campaign on the road that did not end, even while its run still sends it, as a
+// resume would find it once its sender is gone.
+inline std::optional<UnfinishedCampaign> recordedIn(const DataFolder& folder,
+                                                    const QString& road = kGsmRoad) {
+    const std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(folder, nullptr);
+    qint64 latest = 0;
+    if (store)
+        store->read([&](SqlDatabase& db) {
+            latest = db.value("SELECT MAX(id) FROM campaigns WHERE road = ? AND state = 'sending'", {road})
+                         .toLongLong();
+            return true;
+        });
+    return latest ? unfinishedCampaign(*store, CampaignStore::folderKey(folder), road, nullptr, latest)
+                  : std::nullopt;
+}
+
 // A record for an engine run kept in the folder's store.
 inline std::unique_ptr<StoredRun> storedRunIn(const DataFolder& folder) {
     QString why;

@@ -8,7 +8,6 @@
 #include "core/Guard.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
-#include "core/SendingLock.h"
 #include "list/NumberList.h"
 
 namespace {
@@ -55,13 +54,6 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
         op().Show_MessageBox(kBlankListRefusal);
         return;
     }
-    qint64 holder = 0;
-    QString why;
-    std::shared_ptr<SendingLock> lock = SendingLock::acquire(dataFolder(), &holder, &why);
-    if (!lock) {
-        op().Show_MessageBox(SendingLock::refusal(holder, why));
-        return;
-    }
     if (!m_carried.resuming() && !unfinishedRunDiscarded(op(), dataFolder(), kAndroidRoad))
         return;
     if (!Fill_Exclusion_Num_List())
@@ -96,9 +88,8 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     campaign.rows.reserve(records.size());
     for (const Record& record : records)
         campaign.rows.append({recipientNumber(record), record.value(kMessageKey)});
-    m_campaign =
-        std::make_unique<CampaignRun>(dataFolder(), std::move(campaign), QList<DeviceOpener>{phoneOpener()},
-                                      std::move(lock), op(), m_countdown, hooks);
+    m_campaign = std::make_unique<CampaignRun>(dataFolder(), std::move(campaign),
+                                               QList<DeviceOpener>{phoneOpener()}, op(), m_countdown, hooks);
     m_run = &m_campaign->run();
     watch(*m_run);
     m_progress.setRunControls([this](bool on) { m_run->hold(on); }, [this] { m_run->stop(); });

@@ -15,8 +15,6 @@
 #include <atomic>
 #include <memory>
 
-class SendingLock;
-
 class Bulk_SMSAppDelegate : public BulkSmsWindow {
     Q_OBJECT
 public:

@@ -9,7 +9,6 @@
 #include "core/Guard.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
-#include "core/SendingLock.h"
 #include "core/TextUtils.h"
 #include "core/WorkerThread.h"
 #include "device/DeviceRecord.h"
@@ -47,19 +46,11 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
             return;
         if (!Send_Msg_Info_Check())
             return;
-        // Held until the run has ended: another copy on this data folder must not send meanwhile.
-        qint64 holder = 0;
-        QString why;
-        const std::shared_ptr<SendingLock> lock = SendingLock::acquire(dataFolder(), &holder, &why);
-        if (!lock) {
-            op().Show_MessageBox(SendingLock::refusal(holder, why));
-            return;
-        }
         if (!m_carried.resuming() && !unfinishedRunDiscarded(op(), dataFolder(), kGsmRoad))
             return;
         if (!Fill_Exclusion_Num_List())
             return; // its people would be messaged
-        GSM_Chk_Port_And_Send_Msg(lock);
+        GSM_Chk_Port_And_Send_Msg();
         checking = true;
     });
     if (!checking)
@@ -101,7 +92,7 @@ void Gsm_Bulk_Sms_Wnd::testPorts(const QStringList& paths, std::function<void(co
 
 bool Gsm_Bulk_Sms_Wnd::testPort(const QString& path) { return ModemCheck::answers(path); }
 
-void Gsm_Bulk_Sms_Wnd::GSM_Chk_Port_And_Send_Msg(std::shared_ptr<SendingLock> lock) {
+void Gsm_Bulk_Sms_Wnd::GSM_Chk_Port_And_Send_Msg() {
     const QString chosen = currentDeviceChoice();
     setPleaseWait(true);
     m_sendingPorts.clear();
@@ -114,7 +105,7 @@ void Gsm_Bulk_Sms_Wnd::GSM_Chk_Port_And_Send_Msg(std::shared_ptr<SendingLock> lo
         paths = selection().port_val_str_array;
         paths.removeAll(kAllDeviceChoice);
     }
-    testPorts(paths, [this, chosen, paths, lock = std::move(lock)](const QList<bool>& works) {
+    testPorts(paths, [this, chosen, paths](const QList<bool>& works) {
         for (qsizetype i = 0; i < paths.size(); ++i)
             if (works.at(i))
                 m_sendingPorts.append(paths.at(i));
@@ -125,8 +116,8 @@ void Gsm_Bulk_Sms_Wnd::GSM_Chk_Port_And_Send_Msg(std::shared_ptr<SendingLock> lo
             m_sendInProgress = false;
             return;
         }
-        // The prescribed second before the job opens; the sending lock is held until the job has it.
-        Clock::after(1s, this, [this, lock] {
+        // The prescribed second before the job opens.
+        Clock::after(1s, this, [this] {
             m_sendInProgress = false;
             sendingJob().Open_SMS_Sending_Dialog();
         });

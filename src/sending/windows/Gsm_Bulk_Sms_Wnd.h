@@ -15,7 +15,6 @@
 #include <utility>
 
 class SMS_Sending;
-class SendingLock;
 
 class Gsm_Bulk_Sms_Wnd : public BulkSmsWindow {
     Q_OBJECT
@@ -76,7 +75,7 @@ protected:
 private:
     // Checks the chosen ports, then (unless the operator is told they do not work) opens the
     // job a second later. `lock` is held until the job has taken it.
-    void GSM_Chk_Port_And_Send_Msg(std::shared_ptr<SendingLock> lock);
+    void GSM_Chk_Port_And_Send_Msg();
     // Tells the operator which checked ports failed and chooses the sending port; false when
     // the flow ends here.
     bool chooseSendingPort(const QString& chosen, const QStringList& paths, const QList<bool>& works);

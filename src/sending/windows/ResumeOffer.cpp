@@ -5,7 +5,6 @@
 #include "campaigns/CampaignStore.h"
 #include "core/FileUtils.h"
 #include "core/Operator.h"
-#include "core/SendingLock.h"
 
 void applyResume(BulkSmsWindow& window, CarriedRun& carried, const ResumePlan& plan) {
     // New rows go to the top: the last first keeps the run's order.
@@ -51,11 +50,6 @@ void offerToResume(BulkSmsWindow& window, CarriedRun& carried, const QString& ro
 } // namespace
 
 void offerToResumeUnfinishedRun(Gsm_Bulk_Sms_Wnd& gsm, Bulk_SMSAppDelegate& android, Operator& op) {
-    // While another copy sends from this data folder, its campaigns are its live record, not
-    // runs that broke off.
-    const std::shared_ptr<SendingLock> lock = SendingLock::acquire(gsm.dataFolder());
-    if (!lock)
-        return;
     offerToResume(gsm, gsm.carriedRun(), kGsmRoad, op);
     offerToResume(android, android.carriedRun(), kAndroidRoad, op);
 }

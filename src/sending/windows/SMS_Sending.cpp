@@ -7,7 +7,6 @@
 #include "core/Log.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
-#include "core/SendingLock.h"
 #include "core/TextUtils.h"
 #include "delivery/DelayedDeliveryPause.h"
 #include "gsm/MFCSMS.h"
@@ -77,13 +76,6 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
         joinThreads(); // the threads of an earlier run have ended by now
         if (m_run)
             m_run->join();
-        qint64 holder = 0;
-        QString why;
-        std::shared_ptr<SendingLock> lock = SendingLock::acquire(m_window.dataFolder(), &holder, &why);
-        if (!lock) {
-            m_op.Show_MessageBox(SendingLock::refusal(holder, why));
-            return;
-        }
         m_dlgClose = false;
         m_exportVisible = false;
         m_stopEnabled = false;
@@ -119,9 +111,9 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
             campaign.rows.append(
                 {recipientNumber(row), row.value(kMessageKey)}); // E.164 when the list has it
         const auto lineNotWorking = [this] { m_op.Show_MessageBox(kPortNotWorking); };
-        m_campaign = std::make_unique<CampaignRun>(m_window.dataFolder(), std::move(campaign),
-                                                   modemOpeners(chosenModems(), lineNotWorking),
-                                                   std::move(lock), m_op, m_pause, hooks);
+        m_campaign =
+            std::make_unique<CampaignRun>(m_window.dataFolder(), std::move(campaign),
+                                          modemOpeners(chosenModems(), lineNotWorking), m_op, m_pause, hooks);
         m_run = &m_campaign->run();
         watch(*m_run);
         emit changed();

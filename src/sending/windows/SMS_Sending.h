@@ -28,7 +28,6 @@
 class Gsm_Bulk_Sms_Wnd;
 class MFCSMS;
 class Operator;
-class SendingLock;
 
 class SMS_Sending : public DialogController {
     Q_OBJECT

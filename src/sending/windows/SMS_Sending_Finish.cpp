@@ -5,7 +5,6 @@
 
 #include "core/Clock.h"
 #include "core/Operator.h"
-#include "core/SendingLock.h"
 
 using namespace std::chrono_literals;
 

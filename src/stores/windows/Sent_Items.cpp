@@ -2,6 +2,7 @@
 
 #include "ExportDialogs.h"
 #include "StoreWindowSupport.h"
+#include "core/DataFileLock.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "core/Guard.h"
@@ -28,11 +29,11 @@ SentItem itemOf(const Record& r, bool withStatus) {
             withStatus ? r.value(kSentItemStatusKey) : QString()};
 }
 
-QList<SentItem> readItems(const QString& path, QString& why) {
-    PrivateFile file(path);
-    if (!file.open(&why))
-        return {};
-    return parseSentItems(file.readAll());
+QByteArray formatted(const QList<SentItem>& items) {
+    QByteArray content;
+    for (const SentItem& item : items)
+        content += formatSentItemLine(item);
+    return content;
 }
 } // namespace
 
@@ -82,11 +83,15 @@ void Sent_Items::startLoading() {
     m_loader.start([this, path](std::stop_token stop) {
         // Parsed and made into records here: the main thread only takes the finished table.
         QString why;
+        QByteArray content;
         RecordList loaded = Guard::run(
             "Sent_Items load",
             [&] {
                 RecordList records;
-                const QList<SentItem> items = readItems(path, why);
+                PrivateFile file(path);
+                if (file.open(&why))
+                    content = file.readAll();
+                const QList<SentItem> items = parseSentItems(content);
                 records.reserve(items.size());
                 for (const SentItem& item : items)
                     records << recordOf(item);
@@ -98,8 +103,10 @@ void Sent_Items::startLoading() {
         MainThread::invokeAndWait([&] {
             if (!stop.stop_requested() && !why.isEmpty())
                 m_op.Show_MessageBox(errorInFileAccessing(why));
-            if (!stop.stop_requested())
+            if (!stop.stop_requested()) {
+                m_loadedContent = content;
                 setLoaded(std::move(loaded));
+            }
             m_loading = false;
             emit changed();
         });
@@ -159,9 +166,8 @@ void Sent_Items::Clear_All_Btn() {
     }
     if (!m_op.Show_YES_NO_MessageBox(kClearEntireList))
         return;
-    m_folder.Check_Path_And_Create_Files();
     QString why;
-    if (!writeFileAtomically(filePath(), QByteArray(), &why)) {
+    if (!rewrite({}, &why)) {
         m_op.Show_MessageBox(errorInFileAccessing(why)); // the file still holds them: so does the window
         return;
     }
@@ -175,13 +181,22 @@ void Sent_Items::Clear_All_Btn() {
 
 void Sent_Items::Close_Btn() {
     if (!m_loading) {
-        // One atomic rewrite: the file matches the window, or stays as it was.
-        m_folder.Check_Path_And_Create_Files();
+        // One atomic rewrite: the file matches the window (and what runs added meanwhile), or
+        // stays as it was.
         QString why;
-        if (!writeSentItemsFile(filePath(), items(), &why))
+        if (!rewrite(items(), &why))
             m_op.Show_MessageBox(errorInFileAccessing(why));
     }
     endModal(1);
+}
+
+bool Sent_Items::rewrite(const QList<SentItem>& kept, QString* why) {
+    m_folder.Check_Path_And_Create_Files();
+    const QByteArray content = formatted(kept);
+    if (!rewriteDataFile(m_folder, filePath(), m_loadedContent, content, why))
+        return false;
+    m_loadedContent = content;
+    return true;
 }
 
 void Sent_Items::Send_To_Main_Btn() {

@@ -1,7 +1,7 @@
 #pragma once
 // The sent-items window: the log of the active device kind, shown, thinned, handed back to
 // the main window's list and exported. The file changes only when the window closes (or
-// at Clear all); each rewrite is atomic.
+// at Clear all); each rewrite is atomic and keeps what runs appended while the window was open.
 #include "StoreWindowSupport.h"
 #include "core/DataFolder.h"
 #include "core/DialogController.h"
@@ -64,10 +64,13 @@ private:
     void showDetails(int row);
     void setPleaseWait(bool shown);
     void exportItems();
+    // Writes these items, keeping the lines runs appended since the window read the file.
+    bool rewrite(const QList<SentItem>& kept, QString* why);
 
     Operator& m_op;
     const DataFolder m_folder;
     RecordTable m_table;
+    QByteArray m_loadedContent; // the file as the window read or last wrote it
     bool m_gsm = true;
     QList<int> m_selected;
     int Prev_Index = -1;

@@ -3,6 +3,7 @@
 #include "ExportDialogs.h"
 #include "StoreWindowSupport.h"
 #include "UpdateTemp.h"
+#include "core/DataFileLock.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "core/Guard.h"
@@ -69,6 +70,7 @@ void Templates::replaceTemplate(int index, const QString& text) {
 }
 
 void Templates::loadFrom(const QByteArray& content) {
+    m_loadedContent = content;
     m_table.clear();
     m_selected.clear();
     for (const QString& text : storedTemplates(content))
@@ -166,9 +168,8 @@ void Templates::Delete_All_Btn() {
             QStringLiteral("\nThis option will clear the entire list contents. Are you "
                            "sure you want to continue clearing the entire list?")))
         return;
-    m_folder.Check_Path_And_Create_Files();
     QString why;
-    if (!writeFileAtomically(m_folder.Templates_File_Path(), QByteArray(), &why)) {
+    if (!rewrite({}, &why)) {
         m_op.Show_MessageBox(errorInFileAccessing(why)); // the file still holds them: so does the window
         return;
     }
@@ -275,9 +276,18 @@ void Templates::exportTemplates() {
     offerToOpenExport(m_op, path);
 }
 
-bool Templates::Write_Template_file(QString* error) {
+bool Templates::Write_Template_file(QString* error) { return rewrite(templates(), error); }
+
+bool Templates::rewrite(const QStringList& kept, QString* error) {
     m_folder.Check_Path_And_Create_Files();
-    return writeTemplatesFile(m_folder.Templates_File_Path(), templates(), error);
+    QByteArray content;
+    for (const QString& text : kept)
+        content += formatTemplateLine(text);
+    // Templates a run saved while the window was open stay.
+    if (!rewriteDataFile(m_folder, m_folder.Templates_File_Path(), m_loadedContent, content, error))
+        return false;
+    m_loadedContent = content;
+    return true;
 }
 
 void Templates::Close_Btn() {

@@ -66,12 +66,14 @@ signals:
     void selectionChanged();
 
 private:
+    bool rewrite(const QStringList& kept, QString* error);
     void exportTemplates();
     void setPleaseWait(bool shown);
 
     Operator& m_op;
     const DataFolder m_folder;
     KeyedTable m_table;
+    QByteArray m_loadedContent; // the file as the window read or last wrote it
     QList<int> m_selected;
     int m_composerStart = -1, m_composerLength = 0;
     UpdateTemp* m_editor;
