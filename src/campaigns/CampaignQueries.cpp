@@ -1,7 +1,7 @@
 #include "CampaignQueries.h"
 
 #include "CampaignStore.h"
-#include "device/SendOutcome.h"
+#include "ItemFate.h"
 
 #include <cerrno>
 #include <csignal>
@@ -29,20 +29,14 @@ CampaignSummary summaryOf(const SqlRow& row) {
 
 // Adds one group of items (state, outcome, how many) to the campaign's counts.
 void count(CampaignSummary& c, const QString& state, const QString& outcomeName, qint64 n) {
-    Outcome outcome{};
-    const bool known = outcomeFromKey(outcomeName, &outcome);
-    if (state == QLatin1String("queued"))
-        c.waiting += n;
-    else if (state == QLatin1String("claimed") || state == QLatin1String("sending"))
-        c.inHand += n;
-    else if (state == QLatin1String("unknown") || (known && outcome == Outcome::Unknown))
-        c.unknown += n;
-    else if (known && SendOutcome::of(outcome).delivered())
-        c.sent += n;
-    else if (known)
-        c.failed += n;
-    else
-        c.notSent += n; // excluded, skipped, stopped, cancelled
+    switch (itemFate(state, outcomeName)) {
+    case ItemFate::Waiting: c.waiting += n; break;
+    case ItemFate::InHand: c.inHand += n; break;
+    case ItemFate::Unknown: c.unknown += n; break;
+    case ItemFate::Sent: c.sent += n; break;
+    case ItemFate::Failed: c.failed += n; break;
+    case ItemFate::NotSent: c.notSent += n; break;
+    }
 }
 
 bool countItems(SqlDatabase& db, QList<CampaignSummary>& campaigns, qint64 only) {
