@@ -40,14 +40,17 @@ std::optional<UnfinishedCampaign> unfinishedCampaign(CampaignStore& store, const
     std::optional<UnfinishedCampaign> found;
     const bool read = store.write(
         [&](SqlDatabase& db) {
+            // A stopped campaign is asked for by its id; once another goes on with it, its
+            // recipients still to be sent are that one's.
             const QVariant id =
-                wanted ? db.value(
-                             QStringLiteral(
-                                 "SELECT id FROM campaigns WHERE id = ? AND road = ? AND state = 'sending'"),
-                             {wanted, road})
-                       : db.value(QStringLiteral("SELECT id FROM campaigns WHERE data_folder = ? AND road = ?"
-                                                 " AND state = 'sending' ORDER BY id DESC LIMIT 1"),
-                                  {dataFolder, road});
+                wanted
+                    ? db.value(QStringLiteral("SELECT id FROM campaigns c WHERE id = ? AND road = ?"
+                                              " AND (state = 'sending' OR (state = 'stopped' AND NOT EXISTS"
+                                              " (SELECT 1 FROM campaigns r WHERE r.resumes = c.id)))"),
+                               {wanted, road})
+                    : db.value(QStringLiteral("SELECT id FROM campaigns WHERE data_folder = ? AND road = ?"
+                                              " AND state = 'sending' ORDER BY id DESC LIMIT 1"),
+                               {dataFolder, road});
             if (!id.isValid())
                 return db.error().isEmpty();
             // The claims of senders that are gone: what they were handing over may have gone,

@@ -24,7 +24,8 @@ struct UnfinishedCampaign {
 };
 
 // The latest unfinished campaign of the data folder on that road (or the one with that id, from
-// wherever it was created, when `id` is given). The caller holds the data
+// wherever it was created, when `id` is given: sending, or stopped and not gone on with by
+// another). The caller holds the data
 // folder's sending lock, so no process is sending it: its items that were being handed over
 // become "Unknown (may have been sent)" and those only claimed wait again. Nothing when there is
 // none; nothing, and error, when the store cannot be read.
