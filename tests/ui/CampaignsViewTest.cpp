@@ -3,6 +3,7 @@
 // PNG of the window and of the page.
 #include "StoredCampaigns.h"
 #include "campaigns/CampaignQueries.h"
+#include "core/FileUtils.h"
 #include "sending/windows/CampaignsWindow.h"
 #include "sending/windows/Gsm_Bulk_Sms_Wnd.h"
 #include "stores/windows/ExportDialogs.h"
@@ -145,6 +146,18 @@ TEST_F(CampaignsViewTest, ResumesAStoppedCampaignIntoTheGsmList) {
     EXPECT_EQ(columnOf(gsm.list().records(), kNumberKey), (QStringList{"2", "3"}));
     EXPECT_TRUE(gsm.carriedRun().resuming());
     EXPECT_TRUE(window.isEnded());
+}
+
+TEST_F(CampaignsViewTest, AStoreThatRefusesEveryReadIsToldOnce) {
+    CampaignStore::useDatabase("postgresql://nobody@127.0.0.1:1/none"); // nothing listens there
+    window.startRefreshing();
+    spinUntil([] { return false; }, std::chrono::milliseconds(300)); // many reads at this clock
+    window.stopRefreshing();
+    window.waitForLoading();
+    CampaignStore::useDatabase({});
+    ASSERT_EQ(op.alerts().size(), 1);
+    EXPECT_TRUE(op.alerts().first().startsWith("\n" + errorInFileAccessing("")))
+        << op.alerts().first().toStdString();
 }
 
 } // namespace
