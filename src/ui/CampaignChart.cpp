@@ -177,6 +177,8 @@ void CampaignChart::drawSeries(QPainter& painter, const Frame& frame) const {
                 path.lineTo(frame.at({s.points.at(i).x(), s.points.at(i - 1).y()}));
             path.lineTo(frame.at(s.points.at(i)));
         }
+        if (m_style == Style::Steps) // a count holds to the chart's end
+            path.lineTo(frame.at({frame.x1, s.points.last().y()}));
         painter.setPen(QPen(s.color, 2));
         painter.setBrush(Qt::NoBrush);
         painter.drawPath(path);
