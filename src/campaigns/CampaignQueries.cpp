@@ -2,7 +2,7 @@
 
 #include "CampaignSenders.h"
 #include "CampaignStore.h"
-#include "device/SendOutcome.h"
+#include "ItemFate.h"
 
 namespace {
 
@@ -27,20 +27,14 @@ CampaignSummary summaryOf(const SqlRow& row) {
 
 // Adds one group of items (state, outcome, how many) to the campaign's counts.
 void count(CampaignSummary& c, const QString& state, const QString& outcomeName, qint64 n) {
-    Outcome outcome{};
-    const bool known = outcomeFromKey(outcomeName, &outcome);
-    if (state == QLatin1String("queued"))
-        c.waiting += n;
-    else if (state == QLatin1String("claimed") || state == QLatin1String("sending"))
-        c.inHand += n;
-    else if (state == QLatin1String("unknown") || (known && outcome == Outcome::Unknown))
-        c.unknown += n;
-    else if (known && SendOutcome::of(outcome).delivered())
-        c.sent += n;
-    else if (known)
-        c.failed += n;
-    else
-        c.notSent += n; // excluded, skipped, stopped, cancelled
+    switch (itemFate(state, outcomeName)) {
+    case ItemFate::Waiting: c.waiting += n; break;
+    case ItemFate::InHand: c.inHand += n; break;
+    case ItemFate::Unknown: c.unknown += n; break;
+    case ItemFate::Sent: c.sent += n; break;
+    case ItemFate::Failed: c.failed += n; break;
+    case ItemFate::NotSent: c.notSent += n; break;
+    }
 }
 
 bool countItems(SqlDatabase& db, QList<CampaignSummary>& campaigns, qint64 only) {
@@ -54,7 +48,9 @@ bool countItems(SqlDatabase& db, QList<CampaignSummary>& campaigns, qint64 only)
         for (CampaignSummary& c : campaigns)
             if (c.id == row.value(0).toLongLong())
                 count(c, row.value(1).toString(), row.value(2).toString(), row.value(3).toLongLong());
-    return true;
+    for (CampaignSummary& c : campaigns)
+        c.held = c.state == QLatin1String("sending") && campaignHeld(db, c.id);
+    return db.error().isEmpty();
 }
 
 qint64 insertRows(SqlDatabase& db, const NewCampaign& campaign, const QList<SendingItem>& items, qint64 now) {

@@ -17,7 +17,7 @@
 AndroidBulkSmsView::AndroidBulkSmsView(Bulk_SMSAppDelegate& controller, StoreWindows& stores, QWidget* parent)
     : MainWindowView(controller, parent) {
     setObjectName(QStringLiteral("Bulk_SMSAppDelegate"));
-    auto* panel = new RecipientPanel(controller, stores, this);
+    auto* panel = new RecipientPanel(controller, controller.carriedRun(), stores, this);
     contentArea()->addWidget(panel);
     // The row being sent is shown in the list as the run goes through it.
     connect(&controller, &Bulk_SMSAppDelegate::sendingRowShown, panel, [panel](int row) {

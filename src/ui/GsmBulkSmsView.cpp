@@ -16,7 +16,7 @@
 GsmBulkSmsView::GsmBulkSmsView(Gsm_Bulk_Sms_Wnd& controller, StoreWindows& stores, QWidget* parent)
     : MainWindowView(controller, parent) {
     setObjectName(QStringLiteral("Gsm_Bulk_Sms_Wnd"));
-    contentArea()->addWidget(new RecipientPanel(controller, stores, this));
+    contentArea()->addWidget(new RecipientPanel(controller, controller.carriedRun(), stores, this));
     auto* search = new QPushButton(QStringLiteral("Search Device"), this);
     deviceBar()->addWidget(search);
     connect(search, &QPushButton::clicked, this, [&controller] { controller.connectDevice(); });

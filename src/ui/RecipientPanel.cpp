@@ -6,6 +6,7 @@
 #include "list/ListLoad.h"
 #include "list/NumberLoader.h"
 #include "list/windows/BulkSmsWindow.h"
+#include "sending/windows/CampaignsWindow.h"
 #include "stores/ContactListExport.h"
 #include "stores/windows/StoreWindows.h"
 #include "text/NumberRules.h"
@@ -29,8 +30,10 @@
 
 #include <algorithm>
 
-RecipientPanel::RecipientPanel(BulkSmsWindow& window, StoreWindows& stores, QWidget* parent)
-    : QWidget(parent), m_window(window), m_stores(stores) {
+RecipientPanel::RecipientPanel(BulkSmsWindow& window, CarriedRun& carried, StoreWindows& stores,
+                               QWidget* parent)
+    : QWidget(parent), m_window(window), m_stores(stores),
+      m_campaigns(new CampaignsWindow(window, carried, this)) {
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     auto* splitter = new QSplitter(Qt::Horizontal, this);
@@ -57,10 +60,11 @@ QLayout* RecipientPanel::buildStoreButtons(QWidget* side) {
     auto* row = new QHBoxLayout();
     auto* exportList = new QPushButton(QStringLiteral("Export List..."), side);
     auto* sentItems = new QPushButton(QStringLiteral("Sent Items..."), side);
+    auto* campaigns = new QPushButton(QStringLiteral("Campaigns..."), side);
     auto* templates = new QPushButton(QStringLiteral("Templates..."), side);
     auto* exclusion = new QPushButton(QStringLiteral("Exclusion Lists..."), side);
     exportList->setObjectName(QStringLiteral("Export_Btn"));
-    for (QPushButton* b : {exportList, sentItems, templates, exclusion})
+    for (QPushButton* b : {exportList, sentItems, campaigns, templates, exclusion})
         row->addWidget(b);
     row->addStretch();
     connect(exportList, &QPushButton::clicked, this, [this] { exportContactList(m_window); });
@@ -69,6 +73,7 @@ QLayout* RecipientPanel::buildStoreButtons(QWidget* side) {
         window.actOn(m_window.mainWindows());
         window.Open_Sent_Item_Wnd();
     });
+    connect(campaigns, &QPushButton::clicked, this, [this] { m_campaigns->Open_Campaigns_Wnd(); });
     connect(templates, &QPushButton::clicked, this, [this] {
         Templates& window = m_stores.templates();
         const QTextCursor cursor = m_composer->textCursor();

@@ -1,11 +1,13 @@
 #pragma once
 // The working area both main windows share: number field and recipient table on the
 // left, the composer and the list options on the right; its buttons open the stored-list
-// windows it is given.
+// windows it is given, and the campaigns window of its main window.
 #include <QList>
 #include <QWidget>
 
 class BulkSmsWindow;
+class CampaignsWindow;
+class CarriedRun;
 class StoreWindows;
 class QBoxLayout;
 class QCheckBox;
@@ -21,7 +23,9 @@ class RecordTableModel;
 class RecipientPanel : public QWidget {
     Q_OBJECT
 public:
-    RecipientPanel(BulkSmsWindow& window, StoreWindows& stores, QWidget* parent = nullptr);
+    // carried: the window's run to come, which a campaign resumed from the campaigns window becomes.
+    RecipientPanel(BulkSmsWindow& window, CarriedRun& carried, StoreWindows& stores,
+                   QWidget* parent = nullptr);
 
     QTableView* table() const { return m_table; }
 
@@ -41,6 +45,7 @@ private:
 
     BulkSmsWindow& m_window;
     StoreWindows& m_stores;
+    CampaignsWindow* m_campaigns; // opened by this panel's button, for its main window
     RecordTableModel* m_model = nullptr;
     QLineEdit* m_number = nullptr;
     QTableView* m_table = nullptr;

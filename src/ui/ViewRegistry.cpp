@@ -3,6 +3,8 @@
 #include "AndroidPhListView.h"
 #include "AndroidTroubleShootingView.h"
 #include "AutomatedGsmSendingView.h"
+#include "CampaignPageView.h"
+#include "CampaignsView.h"
 #include "ConnectionInfoView.h"
 #include "ExcelDynamicMsgView.h"
 #include "ExcelSmsExampleView.h"
@@ -81,6 +83,8 @@ void registerStandardViews() {
     addView<StatusExportOptionView, Status_Export_Option>();
     addView<ExportOptionView, Export_Option>();
     addView<OpenExportLogView, Open_Export_Log>();
+    addView<CampaignsView, CampaignsWindow>();
+    addView<CampaignPageView, CampaignPage>();
 }
 
 } // namespace ViewRegistry

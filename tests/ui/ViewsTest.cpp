@@ -203,7 +203,7 @@ protected:
     Gsm_Bulk_Sms_Wnd gsm{op, home.folder};
     DefaultCountry storeCountry;
     StoreWindows stores{op, home.folder, storeCountry};
-    RecipientPanel panel{gsm, stores};
+    RecipientPanel panel{gsm, gsm.carriedRun(), stores};
 };
 
 TEST_F(RecipientPanelView, TypedNumbersAppearOnTopAndAreCounted) {
@@ -250,7 +250,8 @@ TEST(RecipientPanelCountry, OneDefaultCountryForBothWindowsAndTheWrittenFormInTh
     Gsm_Bulk_Sms_Wnd gsm(op, home.folder, &country);
     Bulk_SMSAppDelegate android(op, home.folder, &country);
     StoreWindows stores(op, home.folder, country);
-    RecipientPanel gsmPanel(gsm, stores), androidPanel(android, stores);
+    RecipientPanel gsmPanel(gsm, gsm.carriedRun(), stores),
+        androidPanel(android, android.carriedRun(), stores);
     auto* gsmCountry = gsmPanel.findChild<QComboBox*>("defaultCountryCombo");
     auto* androidCountry = androidPanel.findChild<QComboBox*>("defaultCountryCombo");
     ASSERT_TRUE(gsmCountry && androidCountry);

@@ -38,16 +38,22 @@ void offerToResume(BulkSmsWindow& window, CarriedRun& carried, const QString& ro
             op.Show_MessageBox(errorInFileAccessing(why));
         return;
     }
-    const bool resendUnknown =
-        counted.unknown > 0 &&
-        op.Show_YES_NO_MessageBox(
-            QStringLiteral("%1 message(s) were being handed to a modem when the run broke off and may have "
-                           "been sent.\n\nSend them again?")
-                .arg(counted.unknown));
-    applyResume(window, carried, planResume(*unfinished, resendUnknown));
+    resumeInto(window, carried, *unfinished, op);
 }
 
 } // namespace
+
+void resumeInto(BulkSmsWindow& window, CarriedRun& carried, const UnfinishedCampaign& unfinished,
+                Operator& op) {
+    const int unknown = planResume(unfinished, false).unknown;
+    const bool resendUnknown =
+        unknown > 0 &&
+        op.Show_YES_NO_MessageBox(
+            QStringLiteral("%1 message(s) were being handed to a modem when the run broke off and may have "
+                           "been sent.\n\nSend them again?")
+                .arg(unknown));
+    applyResume(window, carried, planResume(unfinished, resendUnknown));
+}
 
 void offerToResumeUnfinishedRun(Gsm_Bulk_Sms_Wnd& gsm, Bulk_SMSAppDelegate& android, Operator& op) {
     offerToResume(gsm, gsm.carriedRun(), kGsmRoad, op);

@@ -1,0 +1,166 @@
+// The campaigns window over a real store in a temporary data folder: the list with its counts,
+// a campaign's page, Cancel, Export and Resume. BULKSMS_SCREENSHOT_DIR, when set, receives a
+// PNG of the window and of the page.
+#include "StoredCampaigns.h"
+#include "campaigns/CampaignQueries.h"
+#include "core/FileUtils.h"
+#include "sending/windows/CampaignsWindow.h"
+#include "sending/windows/Gsm_Bulk_Sms_Wnd.h"
+#include "stores/windows/ExportDialogs.h"
+#include "ui/ViewRegistry.h"
+
+#include "ScriptedOperator.h"
+#include "TestEnvironment.h"
+
+#include <QDialog>
+#include <QPushButton>
+#include <QTableView>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class CampaignsViewTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ViewRegistry::registerStandardViews();
+        ASSERT_TRUE(home.folder.Check_Path_And_Create_Files());
+        store = CampaignStore::forFolder(home.folder, nullptr);
+        ASSERT_TRUE(store);
+    }
+    // A GSM campaign of this folder over numbers 1..n: the first `done` of them sent, failed and
+    // of unknown fate in turn by device A, the rest waiting.
+    qint64 campaign(int n, int done) {
+        QList<SendingItem> items;
+        for (int i = 1; i <= n; ++i) {
+            items.append(SendingItem{});
+            items.last().number = QString::number(i);
+            items.last().message = QStringLiteral("m%1").arg(i);
+        }
+        const qint64 id =
+            createCampaign(*store, {CampaignStore::folderKey(home.folder), kGsmRoad, "{}", "queued"}, items);
+        StoredRun run(store, {CampaignStore::folderKey(home.folder), "{}", 0, id});
+        run.begin({}, kGsmRoad);
+        const Outcome outcomes[] = {Outcome::Sent, Outcome::NotSent, Outcome::Unknown};
+        for (int i = 0; i < done; ++i) {
+            const auto claim = run.claimNext("A", false, {}, {}, true);
+            EXPECT_TRUE(claim &&
+                        run.finish(claim->index, SendOutcome::of(outcomes[i % 3]), "Done (A)", false));
+        }
+        run.end();
+        return id;
+    }
+    std::unique_ptr<QDialog> shown(DialogController& dialog) {
+        std::unique_ptr<QDialog> view(ViewRegistry::createView(dialog, nullptr));
+        view->show();
+        return view;
+    }
+    void read() {
+        window.refresh();
+        window.waitForLoading();
+    }
+    static void click(QWidget& view, const QString& text) {
+        for (QPushButton* b : view.findChildren<QPushButton*>())
+            if (b->text() == text) {
+                ASSERT_TRUE(b->isEnabled()) << text.toStdString();
+                b->click();
+                return;
+            }
+        FAIL() << "no button " << text.toStdString();
+    }
+    static void screenshot(QWidget& view, const QString& name) {
+        const QString dir = qEnvironmentVariable("BULKSMS_SCREENSHOT_DIR");
+        if (!dir.isEmpty())
+            view.grab().save(dir + "/" + name + ".png");
+    }
+
+    TestDataHome home;
+    ScriptedOperator op;
+    std::shared_ptr<CampaignStore> store;
+    Gsm_Bulk_Sms_Wnd gsm{op, home.folder};
+    CampaignsWindow window{gsm, gsm.carriedRun()};
+};
+
+TEST_F(CampaignsViewTest, ListsCountsShowsThePageAndCancels) {
+    auto view = shown(window);
+    window.startRefreshing();
+    const qint64 id = campaign(4, 3); // as a sender elsewhere moves it on
+    auto* table = view->findChild<QTableView*>();
+    const auto cell = [&](int column) { return table->model()->index(0, column).data().toString(); };
+    ASSERT_TRUE(spinUntil([&] { return table->model()->rowCount() == 1 && cell(6) == "1"; }));
+    EXPECT_EQ(cell(1), "sending");
+    EXPECT_EQ(cell(2), "GSM");
+    EXPECT_EQ((QStringList{cell(4), cell(5), cell(6), cell(7)}), (QStringList{"1", "1", "1", "4"}));
+    table->selectRow(0);
+    screenshot(*view, "campaigns");
+
+    op.onModal<CampaignPage>([&](CampaignPage& page) {
+        auto pageView = shown(page);
+        ASSERT_TRUE(spinUntil([&] { return page.history().outcomes.size() == 3; }));
+        EXPECT_EQ(page.history().devices.size(), 1);
+        screenshot(*pageView, "campaign-page");
+        page.Close_Btn();
+    });
+    click(*view, "Open...");
+    EXPECT_EQ(window.page().id(), 0);
+
+    op.answerYes();
+    click(*view, "Cancel");
+    EXPECT_EQ(
+        op.questions().last(),
+        QStringLiteral("Cancel campaign %1? Its recipients who were not sent yet will not be sent.").arg(id));
+    EXPECT_EQ(op.alerts().last(),
+              QStringLiteral("\nCampaign %1 cancelled: 1 recipient(s) will not be sent.").arg(id));
+    EXPECT_EQ(campaignSummary(*store, id)->state, "cancelled");
+    EXPECT_TRUE(spinUntil([&] { return cell(1) == "cancelled"; }));
+}
+
+TEST_F(CampaignsViewTest, ExportsTheCampaignsItemsAsTheSendingReport) {
+    campaign(3, 1);
+    auto view = shown(window);
+    read();
+    view->findChild<QTableView*>()->selectRow(0);
+    const QString report = home.root() + "/report";
+    op.onModal<Status_Export_Option>([](Status_Export_Option& d) { d.OKPressed(); })
+        .onModal<Export_Option>([](Export_Option& d) { d.OKPressed(); })
+        .chooseFile(report)
+        .onModal<Open_Export_Log>([](Open_Export_Log& d) { d.CancelPressed(); });
+    click(*view, "Export...");
+    const QByteArray bytes = readAll(report + ".txt");
+    const QString text(reinterpret_cast<const QChar*>(bytes.constData()), bytes.size() / 2);
+    EXPECT_EQ(text.count("Number\t\t: "), 3);
+    EXPECT_TRUE(text.contains("Number\t\t: 1\nMessage\t\t: m1\nCurrent Status\t: Done (A)\n"))
+        << text.toStdString();
+}
+
+TEST_F(CampaignsViewTest, ResumesACampaignThatBrokeOffIntoTheGsmListButNotOneASenderHolds) {
+    const qint64 id = campaign(3, 1); // its sender ended without finishing it
+    auto view = shown(window);
+    {
+        StoredRun sender(store, {CampaignStore::folderKey(home.folder), "{}", 0, id});
+        sender.begin({}, kGsmRoad);
+        read();
+        view->findChild<QTableView*>()->selectRow(0);
+        EXPECT_FALSE(window.resumeEnabled());
+    }
+    read();
+    view->findChild<QTableView*>()->selectRow(0);
+    click(*view, "Resume");
+    EXPECT_EQ(columnOf(gsm.list().records(), kNumberKey), (QStringList{"2", "3"}));
+    EXPECT_TRUE(gsm.carriedRun().resuming());
+    EXPECT_TRUE(window.isEnded());
+}
+
+TEST_F(CampaignsViewTest, AStoreThatRefusesEveryReadIsToldOnce) {
+    CampaignStore::useDatabase("postgresql://nobody@127.0.0.1:1/none"); // nothing listens there
+    window.startRefreshing();
+    spinUntil([] { return false; }, std::chrono::milliseconds(300)); // many reads at this clock
+    window.stopRefreshing();
+    window.waitForLoading();
+    CampaignStore::useDatabase({});
+    ASSERT_EQ(op.alerts().size(), 1);
+    EXPECT_TRUE(op.alerts().first().startsWith("\n" + errorInFileAccessing("")))
+        << op.alerts().first().toStdString();
+}
+
+} // namespace
