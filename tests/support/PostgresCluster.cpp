@@ -1,7 +1,7 @@
 #include "PostgresCluster.h"
+#include "core/ChildProcess.h"
 
 #include <QDir>
-#include <QProcess>
 #include <QStringList>
 #include <QTemporaryDir>
 
@@ -41,9 +41,9 @@ PostgresCluster* PostgresCluster::shared(QString* why) {
     return cluster.get();
 }
 
+// Started with posix_spawn (never a fork of this threaded process, which a thread sanitizer
+// cannot follow).
 bool PostgresCluster::run(const QStringList& command, QString* output) const {
-    QProcess process;
-    process.setProcessChannelMode(QProcess::MergedChannels);
     QStringList arguments = command;
     QString program = arguments.takeFirst();
     if (::getuid() == 0) { // the server refuses to run as root
@@ -54,11 +54,10 @@ bool PostgresCluster::run(const QStringList& command, QString* output) const {
                     arguments;
         program = QStringLiteral("setpriv");
     }
-    process.start(program, arguments);
-    const bool ended = process.waitForFinished(60000);
+    const ChildResult result = runChild(program, arguments);
     if (output)
-        *output = QString::fromLocal8Bit(process.readAll());
-    return ended && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+        *output = result.started ? QString::fromLocal8Bit(result.output) : result.error;
+    return result.started && result.exitCode == 0;
 }
 
 bool PostgresCluster::start(QString* why) {
@@ -99,14 +98,13 @@ bool PostgresCluster::start(QString* why) {
         return false;
     }
     // A test program that is killed never stops its server: a watcher does, once it is gone.
-    QProcess::startDetached(
-        QStringLiteral("sh"),
-        {QStringLiteral("-c"),
-         QStringLiteral("while kill -0 %1 2>/dev/null; do sleep 1; done; "
-                        "kill -QUIT $(head -1 '%2/data/postmaster.pid' 2>/dev/null) 2>/dev/null; "
-                        "sleep 2; rm -rf '%2'")
-             .arg(::getpid())
-             .arg(m_folder)});
+    runChild(QStringLiteral("sh"),
+             {QStringLiteral("-c"),
+              QStringLiteral("(while kill -0 %1 2>/dev/null; do sleep 1; done; "
+                             "kill -QUIT $(head -1 '%2/data/postmaster.pid' 2>/dev/null) 2>/dev/null; "
+                             "sleep 2; rm -rf '%2') </dev/null >/dev/null 2>&1 &")
+                  .arg(::getpid())
+                  .arg(m_folder)});
     return true;
 }
 
