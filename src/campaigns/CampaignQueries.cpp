@@ -73,16 +73,28 @@ qint64 insertRows(SqlDatabase& db, const NewCampaign& campaign, const QList<Send
         made.isEmpty())
         return 0;
     const qint64 id = made.first().value(0).toLongLong();
-    for (int i = 0; i < items.size(); ++i) {
-        const SendingItem& item = items.at(i);
-        const bool done = !item.status.isEmpty();
-        if (!db.exec(QStringLiteral("INSERT INTO items (campaign, position, number, text, state, status,"
-                                    " current_status, use_status, device, changed_at)"
-                                    " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"),
-                     {id, i, item.number, item.message,
-                      done ? QStringLiteral("done") : QStringLiteral("queued"), item.status,
-                      item.currentStatus, done ? QStringLiteral("done") : QStringLiteral("wait"),
-                      item.usePort, now}))
+    // Many rows a statement: a million recipients go in without a million statements.
+    constexpr int kRowsAStatement = 100;
+    const auto statement = [](int rows) {
+        return QStringLiteral("INSERT INTO items (campaign, position, number, text, state, status,"
+                              " current_status, use_status, device, changed_at) VALUES ") +
+               QStringList(rows, QStringLiteral("(?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")).join(QLatin1Char(','));
+    };
+    const QString full = statement(kRowsAStatement);
+    QVariantList values;
+    for (int first = 0; first < items.size(); first += kRowsAStatement) {
+        const int rows = int(std::min<qsizetype>(kRowsAStatement, items.size() - first));
+        values.clear();
+        values.reserve(qsizetype(rows) * 10);
+        for (int i = first; i < first + rows; ++i) {
+            const SendingItem& item = items.at(i);
+            const bool done = !item.status.isEmpty();
+            values << id << i << item.number << item.message
+                   << (done ? QStringLiteral("done") : QStringLiteral("queued")) << item.status
+                   << item.currentStatus << (done ? QStringLiteral("done") : QStringLiteral("wait"))
+                   << item.usePort << now;
+        }
+        if (!db.exec(rows == kRowsAStatement ? full : statement(rows), values))
             return 0;
     }
     return id;
