@@ -10,6 +10,7 @@
 #include <QDateTime>
 #include <QHash>
 
+#include <pwd.h>
 #include <unistd.h>
 
 QString CampaignStore::path(const DataFolder& folder) {
@@ -121,8 +122,13 @@ QString CampaignStore::hostName() {
 qint64 CampaignStore::now() { return QDateTime::currentMSecsSinceEpoch(); }
 
 QString CampaignStore::user() {
-    const QString name = qEnvironmentVariable("USER", qEnvironmentVariable("LOGNAME"));
-    return (name.isEmpty() ? QString::number(::getuid()) : name) + QLatin1Char('@') + hostName();
+    // Who the process runs as (looked up once: the lookup is not for several threads at once);
+    // the number only when the password database has no name for it.
+    static const QString name = [] {
+        const struct passwd* entry = ::getpwuid(::getuid());
+        return entry && entry->pw_name ? QString::fromLocal8Bit(entry->pw_name) : QString::number(::getuid());
+    }();
+    return name + QLatin1Char('@') + hostName();
 }
 
 bool CampaignStore::limitPages(int pages) {
