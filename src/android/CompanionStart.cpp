@@ -9,14 +9,6 @@ namespace {
 
 const AdbStop kUninterrupted = [] { return false; }; // a start in hand is finished
 
-QString startCommandText(QString message) {
-    message = message.trimmed();
-    message.replace(QLatin1Char('\n'), QLatin1Char(' '));
-    message.replace(QLatin1Char('\r'), QLatin1Char(' '));
-    message.replace(QLatin1Char('\t'), QLatin1Char(' '));
-    return message;
-}
-
 } // namespace
 
 bool appDidNotStart(const QString& output) {
@@ -26,7 +18,9 @@ bool appDidNotStart(const QString& output) {
 
 QStringList sendMessageArguments(const QString& number, const QString& message, bool test, int attempt) {
     Q_UNUSED(attempt); // both attempts carry the exact text; the second one retries a start that failed
-    const QString text = startCommandText(message);
+    // The text goes as it was typed, line breaks, tabs and white space at its ends included: one
+    // word for the phone's sh, quoted, so that nothing in it is ever read as the shell's.
+    const QString& text = message;
     QStringList arguments = {QStringLiteral("shell"),
                              QStringLiteral("am"),
                              QStringLiteral("start"),
@@ -46,9 +40,8 @@ QStringList sendMessageArguments(const QString& number, const QString& message, 
 }
 
 QString Send_AN_MSG_Command(const QString& number, const QString& message, bool test) {
-    const QString text = startCommandText(message);
     QString output = ExecuteExternalFile(sendMessageArguments(number, message, test, 1), kUninterrupted);
-    if (test || text.isEmpty() || !Find_Error_In_Stat_Activity(output))
+    if (test || message.isEmpty() || !Find_Error_In_Stat_Activity(output))
         return output;
     Write_In_Troubleshoot_File(QStringLiteral("again try the one by one mode with command line params\n"));
     return ExecuteExternalFile(sendMessageArguments(number, message, test, 2), kUninterrupted);

@@ -27,8 +27,7 @@ TEST(CommandBuilderSecurity, ThousandHostileTextsReachThePhoneExactlyAndInjectNo
     const QHash<QString, QString> phoneEnvironment = {{"EXTERNAL_STORAGE", "/sdcard"}, {"HOME", "/"}};
     for (int i = 0; i < 1000; ++i) {
         const QString text = hostileText(random);
-        QString expected = text.trimmed();
-        expected.replace('\n', ' ').replace('\r', ' ').replace('\t', ' ');
+        const QString& expected = text; // as typed, line breaks and white space included
         for (const bool test : {false, true}) {
             const QStringList arguments = sendMessageArguments("+447700900001", text, test, 1);
             ASSERT_EQ(arguments.first(), "shell");
