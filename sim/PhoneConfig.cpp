@@ -78,6 +78,11 @@ bool readPhoneConfigs(const QString& path, QList<PhoneConfig>& phones, QString& 
         phone.busyStarts = o.value(QStringLiteral("busy_starts")).toInt(0);
         phone.unplugAfter = o.value(QStringLiteral("unplug_after")).toInt(0);
         phone.authorizeAfter = o.value(QStringLiteral("authorize_after")).toInt(0);
+        for (const QJsonValue number : o.value(QStringLiteral("send_fails")).toArray())
+            phone.sendFails << number.toString();
+        for (const QJsonValue number : o.value(QStringLiteral("queued")).toArray())
+            phone.queued << number.toString();
+        phone.smsQueryDenied = o.value(QStringLiteral("sms_query_denied")).toBool(false);
         for (const QString& key :
              {QStringLiteral("model"), QStringLiteral("manufacturer"), QStringLiteral("release"),
               QStringLiteral("api"), QStringLiteral("operator")})

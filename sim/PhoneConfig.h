@@ -30,6 +30,10 @@ struct PhoneConfig {
     int busyStarts = 0;
     int unplugAfter = 0;    // gone after this many messages (0: never)
     int authorizeAfter = 0; // an unauthorized phone becomes authorised after this many device lists
+    // What the phone's SMS provider keeps of a message the app sent: "failed" for these numbers,
+    // "queued" for these, "sent" for the others; denied: a shell may not read it (no READ_SMS).
+    QStringList sendFails, queued;
+    bool smsQueryDenied = false;
 
     // A phone like a mid-range one on Android 11 (API 30).
     static PhoneConfig typical();
@@ -38,6 +42,7 @@ struct PhoneConfig {
 // Phones from a JSON file: {"phones": [{"serial": ..., "state": ..., "properties": {...},
 // "external_storage": ..., "install": "success"|"fail-once"|"fail-always", "app_installed": bool,
 // "push_fails": bool, "start_errors": [path, ...], "busy_starts": N, "unplug_after": N, "authorize_after": N,
+// "send_fails": [number, ...], "queued": [number, ...], "sms_query_denied": bool,
 // "model": ..., "manufacturer": ..., "release": ..., "api": N}]}. False with a reason when the file cannot be
 // used.
 bool readPhoneConfigs(const QString& path, QList<PhoneConfig>& phones, QString& reason);

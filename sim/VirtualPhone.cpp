@@ -2,6 +2,7 @@
 
 #include "PhoneShell.h"
 
+#include <QDateTime>
 #include <QJsonObject>
 
 namespace sim {
@@ -119,6 +120,8 @@ QString VirtualPhone::run(const QStringList& words) {
         return packageManager(args);
     if (command == QLatin1String("am"))
         return activityManager(args);
+    if (command == QLatin1String("content"))
+        return m_sms.content(args, m_config.smsQueryDenied);
     if (command == QLatin1String("settings")) {
         if (args.size() >= 4 && args.at(0) == QLatin1String("put")) {
             m_settings.insert(args.at(2), args.at(3));
@@ -313,6 +316,11 @@ QString VirtualPhone::startCompanionApp(const QHash<QString, QString>& extras) {
     return {};
 }
 
+void VirtualPhone::denySmsQuery(bool denied) {
+    const std::lock_guard lock(m_mutex);
+    m_config.smsQueryDenied = denied;
+}
+
 void VirtualPhone::sendMessage(const QString& number, const QString& text, const QString& mode) {
     if (m_unplugged)
         return;
@@ -321,6 +329,11 @@ void VirtualPhone::sendMessage(const QString& number, const QString& text, const
                   {QStringLiteral("number"), number},
                   {QStringLiteral("text"), text},
                   {QStringLiteral("mode"), mode}});
+    m_sms.add(number, text,
+              m_config.sendFails.contains(number) ? PhoneMessages::Failed
+              : m_config.queued.contains(number)  ? PhoneMessages::Queued
+                                                  : PhoneMessages::Sent,
+              QDateTime::currentMSecsSinceEpoch());
     ++m_messages;
     if (m_config.unplugAfter > 0 && m_messages >= m_config.unplugAfter)
         m_unplugged = true;

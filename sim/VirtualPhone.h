@@ -5,6 +5,7 @@
 // PhoneLog as JSON objects.
 #include "PhoneConfig.h"
 #include "PhoneLog.h"
+#include "PhoneMessages.h"
 
 #include <QByteArray>
 #include <QHash>
@@ -36,6 +37,9 @@ public:
     bool writeFile(const QString& path, const QByteArray& bytes, QString& reason);
     QByteArray file(const QString& path) const;
 
+    // From now on the shell may (not) read the phone's messages, as READ_SMS is taken or given.
+    void denySmsQuery(bool denied = true);
+
     bool appInstalled() const;
     QStringList grants() const;
     QString setting(const QString& key) const;
@@ -53,6 +57,7 @@ private:
     mutable std::mutex m_mutex;
     PhoneConfig m_config;
     PhoneLog& m_log;
+    PhoneMessages m_sms; // what the app sent, as the phone's SMS provider keeps it
     QHash<QString, QString> m_environment;
     QHash<QString, QByteArray> m_files;
     QHash<QString, QString> m_settings;

@@ -58,13 +58,25 @@ int main(int argc, char** argv) {
         QStringLiteral("authorize-after"),
         QStringLiteral("An unauthorized phone is authorised after this many device lists."),
         QStringLiteral("N"));
+    const QCommandLineOption sendFails(
+        QStringLiteral("send-fails"),
+        QStringLiteral(
+            "The phone cannot send to this number: its SMS provider keeps it as failed (repeatable)."),
+        QStringLiteral("number"));
+    const QCommandLineOption queued(
+        QStringLiteral("queued"),
+        QStringLiteral("A message to this number stays queued in the phone (repeatable)."),
+        QStringLiteral("number"));
+    const QCommandLineOption smsQueryDenied(
+        QStringLiteral("sms-query-denied"),
+        QStringLiteral("The shell may not read the phone's messages (content query is refused)."));
     QList<QCommandLineOption> shorthands;
     for (const QString& name : {QStringLiteral("model"), QStringLiteral("manufacturer"),
                                 QStringLiteral("release"), QStringLiteral("api"), QStringLiteral("operator")})
         shorthands.append(
             QCommandLineOption(name, QStringLiteral("The phone's %1.").arg(name), QStringLiteral("text")));
     parser.addOptions({port, config, log, serial, state, storage, install, appInstalled, pushFails,
-                       startError, unplugAfter, authorizeAfter});
+                       startError, unplugAfter, authorizeAfter, sendFails, queued, smsQueryDenied});
     parser.addOptions(shorthands);
     parser.process(app);
 
@@ -92,6 +104,9 @@ int main(int argc, char** argv) {
         phone.startErrors = parser.values(startError);
         phone.unplugAfter = parser.value(unplugAfter).toInt();
         phone.authorizeAfter = parser.value(authorizeAfter).toInt();
+        phone.sendFails = parser.values(sendFails);
+        phone.queued = parser.values(queued);
+        phone.smsQueryDenied = parser.isSet(smsQueryDenied);
         for (const QCommandLineOption& shorthand : shorthands)
             if (parser.isSet(shorthand))
                 sim::setPhoneShorthand(phone, shorthand.names().first(), parser.value(shorthand));

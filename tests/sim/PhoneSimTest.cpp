@@ -4,6 +4,7 @@
 
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -106,6 +107,41 @@ TEST_F(PhoneSimTest, FailingPushAndUnplugging) {
     EXPECT_EQ(server->log().events("message").size(), 1);
     EXPECT_EQ(adb({"devices"}), "List of devices attached\n\n");
     EXPECT_EQ(adb({"shell", "echo", "x"}), "error: no devices/emulators found\n");
+}
+
+// The phone's SMS provider keeps what the app sent, as sent, failed or queued, and answers a
+// content query as a phone prints it; a phone that denies the shell READ_SMS says so.
+TEST_F(PhoneSimTest, TheSmsProviderAnswersContentQueriesOrDeniesThem) {
+    sim::PhoneConfig config = phone("AAA111");
+    config.appInstalled = true;
+    config.sendFails = {"2"};
+    config.queued = {"3"};
+    start({config});
+    const auto send = [&](const QString& number, const QString& text) {
+        adb({"shell", "am", "start", "-e", "NUM", number, "--es", "MSG", "'" + text + "'", "-n",
+             "com.OSTRELPROBULKSMS/.SMS"});
+    };
+    send("1", "one\ntwo, date=0");
+    send("2", "b");
+    send("3", "c");
+    const QString sent = adb(
+        {"shell", "content", "query", "--uri", "content://sms/sent", "--projection", "address:type:body"});
+    EXPECT_EQ(sent, "Row: 0 address=1, type=2, body=one\ntwo, date=0\n") << sent.toStdString();
+    EXPECT_EQ(adb({"shell", "content", "query", "--uri", "content://sms/failed", "--projection", "address"}),
+              "Row: 0 address=2\n");
+    const QString all = adb({"shell", "content", "query", "--uri", "content://sms"});
+    EXPECT_TRUE(all.startsWith("Row: 0 _id=3, address=3, body=c, date="))
+        << all.toStdString(); // newest first
+    EXPECT_TRUE(
+        all.contains(QRegularExpression("\nRow: 2 _id=1, address=1, body=one\ntwo, date=0, date=\\d+, "
+                                        "type=2\n$")))
+        << all.toStdString();
+    EXPECT_EQ(adb({"shell", "content", "query", "--uri", "content://sms/outbox"}), "No result found.\n");
+
+    server->phones().front()->denySmsQuery();
+    EXPECT_TRUE(adb({"shell", "content", "query", "--uri", "content://sms/sent"})
+                    .startsWith("Error while accessing provider:sms\njava.lang.SecurityException: Permission "
+                                "Denial"));
 }
 
 TEST_F(PhoneSimTest, KillServerEndsIt) {
