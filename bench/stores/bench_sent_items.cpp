@@ -102,17 +102,17 @@ int main(int argc, char** argv) {
 
         const QString text = dir.path() + QStringLiteral("/sent.txt");
         timer.start();
-        writeExportBytes(text, sentItemsText(items, true));
+        writeExportBytes(text, sentItemsText(items));
         report("export text (UTF-16 pieces)", msSince(timer), text);
 
         const QString html = dir.path() + QStringLiteral("/sent.html");
         timer.start();
-        writeExportBytes(html, sentItemsHtml(items, true));
+        writeExportBytes(html, sentItemsHtml(items));
         report("export HTML", msSince(timer), html);
 
         const QString xlsx = dir.path() + QStringLiteral("/sent.xlsx");
         timer.start();
-        const bool ok = writeExportWorkbook(xlsx, sentItemsRows(items, true));
+        const bool ok = writeExportWorkbook(xlsx, sentItemsRows(items));
         report(ok ? "export XLSX" : "export XLSX (FAILED)", msSince(timer), xlsx);
         std::printf("  peak memory %.0f MiB\n", peakMiB());
     }

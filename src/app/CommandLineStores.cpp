@@ -88,9 +88,9 @@ int runSentItems(const QStringList& arguments) {
     const QCommandLineOption exportFile(QStringLiteral("export"), QStringLiteral("The file to write."),
                                         QStringLiteral("file"));
     const QCommandLineOption android(QStringLiteral("android"),
-                                     QStringLiteral("The Android window's sent items (no status)."));
+                                     QStringLiteral("The Android window's sent items."));
     const QCommandLineOption filter(QStringLiteral("filter"),
-                                    QStringLiteral("GSM only: all, sent or unsent items (default all)."),
+                                    QStringLiteral("All, sent or unsent items (default all)."),
                                     QStringLiteral("group"), QStringLiteral("all"));
     parser.addOptions({exportFile, android, filter});
     if (const std::optional<int> end = parseCommandLine(parser, arguments.mid(1)))
@@ -100,14 +100,14 @@ int runSentItems(const QStringList& arguments) {
     if (!exportTarget(parser, exportFile, path, format))
         return 2;
     const int group = reportFilterOf(parser.value(filter));
-    if (group < 0 || (parser.isSet(android) && group != 0)) {
-        printErr(QStringLiteral("--filter is all, sent or unsent, and only for the GSM sent items."));
+    if (group < 0) {
+        printErr(QStringLiteral("--filter is all, sent or unsent."));
         return 2;
     }
     const DataFolder folder = locateData();
-    const bool withStatus = !parser.isSet(android);
     QByteArray stored;
-    if (!readData(withStatus ? folder.SentItem_File_Path() : folder.SentItemAnd_File_Path(), stored))
+    if (!readData(parser.isSet(android) ? folder.SentItemAnd_File_Path() : folder.SentItem_File_Path(),
+                  stored))
         return kExitDataNotWritten;
     QList<SentItem> items;
     for (const SentItem& item : parseSentItems(stored))
@@ -116,11 +116,9 @@ int runSentItems(const QStringList& arguments) {
     bool written = false;
     QString why;
     switch (format) {
-    case ExportFormat::Text: written = writeExportBytes(path, sentItemsText(items, withStatus), &why); break;
-    case ExportFormat::Html: written = writeExportBytes(path, sentItemsHtml(items, withStatus), &why); break;
-    case ExportFormat::Xlsx:
-        written = writeExportWorkbook(path, sentItemsRows(items, withStatus), &why);
-        break;
+    case ExportFormat::Text: written = writeExportBytes(path, sentItemsText(items), &why); break;
+    case ExportFormat::Html: written = writeExportBytes(path, sentItemsHtml(items), &why); break;
+    case ExportFormat::Xlsx: written = writeExportWorkbook(path, sentItemsRows(items), &why); break;
     }
     if (!written) {
         printErr(errorInFileAccessing(why));

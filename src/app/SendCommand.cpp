@@ -279,9 +279,8 @@ std::optional<int> applyOptions(SendRun& run, const NumberNormaliser& numbers) {
     s.saveTemplates = o.isSet(o.saveTemplates);
     run.campaign.resumes = run.resumed.campaign;
     if (run.throughAndroid) {
-        // The phone chooses the coding; its sent items have no status.
+        // The phone chooses the coding.
         s.sentItemsPath = run.folder.SentItemAnd_File_Path();
-        s.sentItemsWithStatus = false;
     } else {
         s.unicode = o.isSet(o.unicode);
         s.plainPunctuation = o.isSet(o.plainPunctuation);

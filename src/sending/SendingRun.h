@@ -45,8 +45,7 @@ struct RunSettings {
     bool saveSentItems = false, saveTemplates = false;
     std::optional<DataFolder> dataFolder; // where sent items and templates are kept
     QString sentItemsPath;
-    bool sentItemsWithStatus = true; // a phone's sent items have no status
-    QString loadedDevice;            // "Use Port" of the items left out at loading
+    QString loadedDevice; // "Use Port" of the items left out at loading
     // The rest between opening two devices (modems wake one after another).
     std::chrono::milliseconds openingGap{0};
 };

@@ -214,10 +214,9 @@ bool SendingRun::finishSent(Worker& worker, const RunRecord::Claim& claim, const
         ++m_sentAsUnicode;
     show(claim.index, true);
     QString why;
-    const QString status = m_settings.sentItemsWithStatus ? outcome.text() : QString();
     if (m_settings.saveSentItems && m_settings.dataFolder &&
         !appendSentItem(*m_settings.dataFolder, m_settings.sentItemsPath,
-                        {claim.item.number, message.text, m_date, status}, &why))
+                        {claim.item.number, message.text, m_date, outcome.text()}, &why))
         stopForData(QStringLiteral("Sending stopped: the sent items could not be saved (%1).")
                         .arg(why.isEmpty() ? m_settings.sentItemsPath : why));
     if (m_templates && !Trim_Str(message.text).isEmpty())

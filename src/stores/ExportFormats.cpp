@@ -148,26 +148,22 @@ SpreadsheetData sendingReportRows(const QList<ReportItem>& items) {
 
 // ---- sent items ----
 
-QByteArray sentItemsText(const QList<SentItem>& items, bool withStatus) {
+QByteArray sentItemsText(const QList<SentItem>& items) {
     QByteArray out = utf16Piece(textHeading(kSentItemsTitle));
     for (const SentItem& item : items) {
-        const QString block = withStatus
-                                  ? QStringLiteral("Date\t: %1\nStatus\t: %2\nNumber\t: %3\nMessage\t: %4\n")
-                                        .arg(item.date, item.status, item.number, item.message)
-                                  : QStringLiteral("Date\t: %1\nNumber\t: %2\nMessage\t: %3\n")
-                                        .arg(item.date, item.number, item.message);
+        const QString block = QStringLiteral("Date\t: %1\nStatus\t: %2\nNumber\t: %3\nMessage\t: %4\n")
+                                  .arg(item.date, item.status, item.number, item.message);
         out += utf16Piece(block + kExportRule + QLatin1Char('\n'));
     }
     return out;
 }
 
-QByteArray sentItemsHtml(const QList<SentItem>& items, bool withStatus) {
+QByteArray sentItemsHtml(const QList<SentItem>& items) {
     QByteArray out = utf16Piece(htmlPageStart(kSentItemsHtmlTitle, QStringLiteral("Sent Items:")));
     for (const SentItem& item : items) {
-        QString inner =
-            QStringLiteral("<table>") + htmlField(fieldCell(60, kDateHeading), htmlValue(item.date, false));
-        if (withStatus)
-            inner += htmlField(fieldCell(60, kStatusHeading), htmlValue(item.status, false));
+        QString inner = QStringLiteral("<table>") +
+                        htmlField(fieldCell(60, kDateHeading), htmlValue(item.date, false)) +
+                        htmlField(fieldCell(60, kStatusHeading), htmlValue(item.status, false));
         inner += htmlField(fieldCell(60, kNumberHeading), htmlValue(item.number, false)) +
                  htmlField(fieldCell(60, kMessageHeading), htmlValue(item.message, true)) +
                  QStringLiteral("</table>");
@@ -176,16 +172,12 @@ QByteArray sentItemsHtml(const QList<SentItem>& items, bool withStatus) {
     return out;
 }
 
-SpreadsheetData sentItemsRows(const QList<SentItem>& items, bool withStatus) {
+SpreadsheetData sentItemsRows(const QList<SentItem>& items) {
     SpreadsheetData rows;
     rows.reserve(items.size() + 1);
-    if (withStatus)
-        rows << QStringList{kDateHeading, kStatusHeading, kNumberHeading, kMessageHeading};
-    else
-        rows << QStringList{kDateHeading, kNumberHeading, kMessageHeading};
+    rows << QStringList{kDateHeading, kStatusHeading, kNumberHeading, kMessageHeading};
     for (const SentItem& item : items)
-        rows << (withStatus ? QStringList{item.date, item.status, item.number, item.message}
-                            : QStringList{item.date, item.number, item.message});
+        rows << QStringList{item.date, item.status, item.number, item.message};
     return rows;
 }
 

@@ -42,11 +42,12 @@ QByteArray sendingReportText(const QList<ReportItem>& items);
 QByteArray sendingReportHtml(const QList<ReportItem>& items);
 SpreadsheetData sendingReportRows(const QList<ReportItem>& items);
 
-// --- The sent items of either window; withStatus is the GSM layout.
+// --- The sent items of either window, each with its status (empty in a phone's log of an older
+// version).
 struct SentItem;
-QByteArray sentItemsText(const QList<SentItem>& items, bool withStatus);
-QByteArray sentItemsHtml(const QList<SentItem>& items, bool withStatus);
-SpreadsheetData sentItemsRows(const QList<SentItem>& items, bool withStatus);
+QByteArray sentItemsText(const QList<SentItem>& items);
+QByteArray sentItemsHtml(const QList<SentItem>& items);
+SpreadsheetData sentItemsRows(const QList<SentItem>& items);
 
 // --- Templates.
 inline const QString kTemplatesTitle = QStringLiteral("[ Bulk SMS - Templates]");

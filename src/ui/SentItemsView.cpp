@@ -61,7 +61,6 @@ SentItemsView::SentItemsView(Sent_Items& controller, QWidget* parent)
 }
 
 void SentItemsView::refresh() {
-    m_table->setColumnHidden(3, !m_controller.isGsm());
     m_count->setText(m_controller.countLabel());
     m_wait->setVisible(m_controller.loading() || m_controller.pleaseWaitShown());
     if (m_details->toPlainText() != m_controller.detailsText())

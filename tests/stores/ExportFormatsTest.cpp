@@ -60,30 +60,22 @@ TEST(ExportFormats, HtmlPageStartIsVerbatimAndItemsAreEscapedData) {
         "</table></td></tr>");
 }
 
-TEST(ExportFormats, SentItemsLayoutsWithAndWithoutStatus) {
+TEST(ExportFormats, SentItemsLayouts) {
     const QList<SentItem> items = {{"111", "m m", "01/02/2025", "Message sent successfully."}};
-    const QStringList gsm = piecesOf(sentItemsText(items, true));
-    ASSERT_EQ(gsm.size(), 2);
-    EXPECT_EQ(gsm[1],
+    const QStringList text = piecesOf(sentItemsText(items));
+    ASSERT_EQ(text.size(), 2);
+    EXPECT_EQ(text[1],
               "Date\t: 01/02/2025\nStatus\t: Message sent successfully.\nNumber\t: 111\nMessage\t: m m\n" +
                   kRule + "\n");
-    const QStringList android = piecesOf(sentItemsText(items, false));
-    EXPECT_EQ(android[1], "Date\t: 01/02/2025\nNumber\t: 111\nMessage\t: m m\n" + kRule + "\n");
-
-    const QStringList html = piecesOf(sentItemsHtml(items, false));
-    EXPECT_FALSE(html[1].contains("Status"));
-    EXPECT_EQ(html[1],
+    EXPECT_EQ(piecesOf(sentItemsHtml(items))[1],
               "<tr><td  height = 50 class = style2><table>"
               "<tr><td width=60>Date</td><td>:&nbsp;&nbsp;</td><td>01/02/2025</td>"
+              "<tr><td width=60>Status</td><td>:&nbsp;&nbsp;</td><td>Message sent successfully.</td>"
               "<tr><td width=60>Number</td><td>:&nbsp;&nbsp;</td><td>111</td>"
               "<tr><td width=60>Message</td><td>:&nbsp;&nbsp;</td><td>m&nbsp;m</td></table></td></tr>");
-    EXPECT_TRUE(piecesOf(sentItemsHtml(items, true))[1].contains("<tr><td width=60>Status</td>"));
-
-    EXPECT_EQ(sentItemsRows(items, true),
+    EXPECT_EQ(sentItemsRows(items),
               (SpreadsheetData{{"Date", "Status", "Number", "Message"},
                                {"01/02/2025", "Message sent successfully.", "111", "m m"}}));
-    EXPECT_EQ(sentItemsRows(items, false),
-              (SpreadsheetData{{"Date", "Number", "Message"}, {"01/02/2025", "111", "m m"}}));
 }
 
 TEST(ExportFormats, TemplatesLayouts) {

@@ -47,7 +47,7 @@ TEST_F(SentItemsTest, LoadsTheActiveKindsFileAndShowsDetails) {
     ASSERT_EQ(window.nsSendListData().size(), 1);
     window.setSelectedRows({0});
     EXPECT_EQ(window.detailsText(),
-              "Number\t: 444\r\n\r\nMessage\t: Android one\r\n\r\nDate\t\t: 03/02/2025");
+              "Number\t: 444\r\n\r\nMessage\t: Android one\r\n\r\nDate\t\t: 03/02/2025\r\n\r\nStatus\t: ");
 }
 
 TEST_F(SentItemsTest, ClearSelectedReachesTheFileOnlyAtCloseAndKeepsWhatRunsAppendedMeanwhile) {
@@ -151,7 +151,7 @@ TEST_F(SentItemsTest, AFilterWithNothingInItsGroupStaysOpen) {
 // never offers to open it, and leaves a file already there exactly as it was. A full disk is a
 // file size limit on a child of this test running the window.
 TEST_F(SentItemsTest, AWriteThatFailsIsToldAndKeepsTheOldFile) {
-    windows->setFront(MainWindowController::Kind::Android); // no filter
+    windows->setFront(MainWindowController::Kind::Android);
     loaded();
     ASSERT_TRUE(QDir().mkpath(path("report.html")));
     writeFile("sent.txt", "last week's\n");
@@ -166,14 +166,20 @@ TEST_F(SentItemsTest, AWriteThatFailsIsToldAndKeepsTheOldFile) {
     for (const auto& c : cases)
         EXPECT_EQ(inChildWithFileSizeLimit(c.sizeLimit,
                                            [&] {
-                                               op.onModal<Export_Option>([&](Export_Option& d) {
-                                                     (d.*c.format)();
+                                               op.onModal<Status_Export_Option>([](Status_Export_Option& d) {
+                                                     d.Export_All_RD();
                                                      d.OKPressed();
-                                                 }).chooseFile(c.target);
+                                                 })
+                                                   .onModal<Export_Option>([&](Export_Option& d) {
+                                                       (d.*c.format)();
+                                                       d.OKPressed();
+                                                   })
+                                                   .chooseFile(c.target);
                                                window.Export_Btn();
                                                return (op.dialogs() + op.alerts()).join('|');
                                            }),
-                  "Export_Option|\n" + kErrorInFileAccessing + "\n" + c.target + ": " + c.reason);
+                  "Status_Export_Option|Export_Option|\n" + kErrorInFileAccessing + "\n" + c.target + ": " +
+                      c.reason);
     EXPECT_EQ(readAll(path("sent.txt")) + readAll(path("sent.xlsx")), "last week's\nlast week's\n");
     EXPECT_EQ(QDir(home.root()).entryList(QDir::Files | QDir::Hidden),
               (QStringList{"sent.txt", "sent.xlsx"}));

@@ -88,8 +88,7 @@ TEST_F(StoreWindowsTest, WorkbookExportsOpenInLibreOfficeWithTheSameCells) {
         {"5550100", "<&>", "23/11/2026", "Stopped."}};
     const QList<QPair<QString, SpreadsheetData>> books = {
         {"report", sendingReportRows(kItems)},
-        {"sent", sentItemsRows(sent, true)},
-        {"sentAndroid", sentItemsRows(sent, false)},
+        {"sent", sentItemsRows(sent)},
         {"templates", templatesRows({"One", "Two\nlines", QString(1600, 'x')})},
         {"exclusion", exclusionNumbersRows({"+442079460958", "00441234"})},
         {"contacts", contactListRows({{"+447700900001", "Hi \"there\", you"}, {"5550100", ""}})},

@@ -107,7 +107,6 @@ RunSettings Bulk_SMSAppDelegate::runSettings() {
     settings.saveSentItems = saveSentItems();
     settings.saveTemplates = saveTemplates();
     settings.sentItemsPath = dataFolder().SentItemAnd_File_Path();
-    settings.sentItemsWithStatus = false;
     settings.batch = m_singleShot;
     settings.road = kAndroidRoad;
     settings.loadedDevice = selection().sel_port_name_str;

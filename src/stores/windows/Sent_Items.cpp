@@ -24,9 +24,9 @@ Record recordOf(const SentItem& item) {
                   {kSentItemStatusKey, item.status}};
 }
 
-SentItem itemOf(const Record& r, bool withStatus) {
+SentItem itemOf(const Record& r) {
     return {r.value(kNumberKey), r.value(kMessageKey), r.value(kSentItemDateKey),
-            withStatus ? r.value(kSentItemStatusKey) : QString()};
+            r.value(kSentItemStatusKey)};
 }
 
 QByteArray formatted(const QList<SentItem>& items) {
@@ -51,7 +51,7 @@ QList<SentItem> Sent_Items::items() const {
     QList<SentItem> out;
     out.reserve(m_table.size());
     for (const Record& r : m_table.records())
-        out << itemOf(r, m_gsm);
+        out << itemOf(r);
     return out;
 }
 
@@ -130,12 +130,9 @@ void Sent_Items::setSelectedRows(QList<int> rows) {
 void Sent_Items::showDetails(int row) {
     Prev_Index = row;
     const Record& r = m_table.at(row);
-    m_details =
-        m_gsm ? QStringLiteral("Number\t: %1\r\n\r\nMessage\t: %2\r\n\r\nDate\t\t: %3\r\n\r\nStatus\t: %4")
+    m_details = QStringLiteral("Number\t: %1\r\n\r\nMessage\t: %2\r\n\r\nDate\t\t: %3\r\n\r\nStatus\t: %4")
                     .arg(r.value(kNumberKey), r.value(kMessageKey), r.value(kSentItemDateKey),
-                         r.value(kSentItemStatusKey))
-              : QStringLiteral("Number\t: %1\r\n\r\nMessage\t: %2\r\n\r\nDate\t\t: %3")
-                    .arg(r.value(kNumberKey), r.value(kMessageKey), r.value(kSentItemDateKey));
+                         r.value(kSentItemStatusKey));
     emit changed();
 }
 
@@ -253,18 +250,15 @@ void Sent_Items::Export_Btn() {
 }
 
 void Sent_Items::exportItems() {
-    int filter = 0; // the Android log has no status to filter by
-    if (m_gsm) {
-        Status_Export_Option dialog(m_op, [this] {
-            QStringList statuses;
-            for (const Record& r : m_table.records())
-                statuses << r.value(kSentItemStatusKey);
-            return statuses;
-        });
-        if (m_op.runModal(dialog) == 0 || dialog.Status_EXPORT_MODE() == 3)
-            return;
-        filter = dialog.Status_EXPORT_MODE();
-    }
+    Status_Export_Option dialog(m_op, [this] {
+        QStringList statuses;
+        for (const Record& r : m_table.records())
+            statuses << r.value(kSentItemStatusKey);
+        return statuses;
+    });
+    if (m_op.runModal(dialog) == 0 || dialog.Status_EXPORT_MODE() == 3)
+        return;
+    const int filter = dialog.Status_EXPORT_MODE();
     Export_Option format;
     if (m_op.runModal(format) == 0)
         return;
@@ -280,9 +274,9 @@ void Sent_Items::exportItems() {
     bool written = false;
     QString why;
     switch (chosen) {
-    case ExportFormat::Text: written = writeExportBytes(path, sentItemsText(exported, m_gsm), &why); break;
-    case ExportFormat::Html: written = writeExportBytes(path, sentItemsHtml(exported, m_gsm), &why); break;
-    case ExportFormat::Xlsx: written = writeExportWorkbook(path, sentItemsRows(exported, m_gsm), &why); break;
+    case ExportFormat::Text: written = writeExportBytes(path, sentItemsText(exported), &why); break;
+    case ExportFormat::Html: written = writeExportBytes(path, sentItemsHtml(exported), &why); break;
+    case ExportFormat::Xlsx: written = writeExportWorkbook(path, sentItemsRows(exported), &why); break;
     }
     setPleaseWait(false);
     if (!written) {

@@ -18,7 +18,7 @@ class Operator;
 
 // The keys of a sent item record, besides the kNumberKey and kMessageKey of the recipient.
 inline const QString kSentItemDateKey = QStringLiteral("Date");
-inline const QString kSentItemStatusKey = QStringLiteral("Status"); // kept in the GSM log only
+inline const QString kSentItemStatusKey = QStringLiteral("Status");
 
 class Sent_Items : public DialogController, public ActsOnMainWindows {
     Q_OBJECT
@@ -33,7 +33,7 @@ public:
     void waitForLoading();
     bool loading() const { return m_loading; }
 
-    bool isGsm() const { return m_gsm; } // the "Status" column is shown
+    bool isGsm() const { return m_gsm; } // the GSM log, not the Android one
     QString filePath() const;
     const RecordTable& nsSendListData() const { return m_table; }
     QList<SentItem> items() const;
