@@ -18,6 +18,8 @@ using namespace std::chrono_literals;
 namespace {
 
 const AdbStop kUninterrupted = [] { return false; }; // a message in hand is finished
+// How long the phone has to send a message it took before its row says "not confirmed".
+constexpr Clock::Duration kConfirmationWait = 20s;
 
 const QString kAppNotStarted = QStringLiteral("The companion app could not be started on the phone.");
 const QString kMessageNotCopied = QStringLiteral("The message could not be copied to the phone's storage.");
@@ -65,6 +67,10 @@ QString PhoneDevice::prepare(bool deliveryReports) {
     m_notConnected = !CheckConnection(tag, false, m_op, m_folder, PhoneQuery{m_serialFilter, {}});
     if (!m_notConnected) {
         Send_DEL_File_Command_To_Phone(); // nothing an earlier run copied there is sent again
+        QString why;
+        m_confirming = m_sentBox.open(&why);
+        if (!m_confirming)
+            stopConfirming(why);
         return {};
     }
     if (tag == QLatin1String("MORE"))
@@ -80,7 +86,30 @@ SendOutcome PhoneDevice::send(const OutgoingMessage& message, std::stop_token st
         output = Send_AN_MSG_Command(message.number, message.text, false);
     else if (const std::optional<SendOutcome> early = startFromFile(message, output))
         return stamped(*early);
-    return stamped(judged(output, message.number));
+    return stamped(confirmed(judged(output, message.number), message));
+}
+
+SendOutcome PhoneDevice::confirmed(SendOutcome handed, const OutgoingMessage& message) {
+    if (handed.outcome != Outcome::HandedToPhone)
+        return handed;
+    QString why;
+    switch (m_confirming ? m_sentBox.confirm(message.number, message.text, kConfirmationWait, &why)
+                         : PhoneSentBox::Fate::NotConfirmed) {
+    case PhoneSentBox::Fate::Sent: return SendOutcome::of(Outcome::HandedToPhone, kStatusSentByPhone);
+    case PhoneSentBox::Fate::Failed: return SendOutcome::of(Outcome::NotSent, kStatusFailedInPhone);
+    case PhoneSentBox::Fate::Unreadable: stopConfirming(why); break;
+    case PhoneSentBox::Fate::NotConfirmed: break;
+    }
+    return SendOutcome::of(Outcome::HandedToPhone, kStatusNotConfirmed);
+}
+
+void PhoneDevice::stopConfirming(const QString& why) {
+    m_confirming = false;
+    // Told once a run: every row from here on says it was not confirmed.
+    m_op.Show_MessageBox(
+        QStringLiteral("The phone does not let this computer read its messages, so what it did with each "
+                       "message cannot be confirmed: those rows say \"%1\".\n\n%2")
+            .arg(kStatusNotConfirmed, why));
 }
 
 std::optional<SendOutcome> PhoneDevice::startFromFile(const OutgoingMessage& message, QString& output) {

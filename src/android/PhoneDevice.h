@@ -2,6 +2,7 @@
 // One phone as a device of a sending run: the companion app takes each message as it comes
 // (its text in a file copied to the phone, or in the start command) or a whole list at once
 // (single-shot). The phone sends by itself: a message it took is handed over, never "sent".
+#include "PhoneSentBox.h"
 #include "core/DataFolder.h"
 #include "device/SendingDevice.h"
 
@@ -41,6 +42,9 @@ private:
     // leave, in the start command); an outcome when the message never reached the start.
     std::optional<SendOutcome> startFromFile(const OutgoingMessage& message, QString& output);
     SendOutcome judged(const QString& output, const QString& recipients);
+    // A message the phone took, as its SMS provider tells of it since.
+    SendOutcome confirmed(SendOutcome handed, const OutgoingMessage& message);
+    void stopConfirming(const QString& why);
     // A file for the phone could not be written: the run stops before the phone sends a stale one.
     SendOutcome dataNotWritten(const QString& why);
     std::optional<QList<SendOutcome>> handOverList(const QList<OutgoingMessage>& messages);
@@ -55,6 +59,8 @@ private:
     const Hooks m_hooks;
     std::atomic<bool> m_notConnected{false};
     bool m_textInStartCommand = false; // the operator's answer to the first failed copy: Yes
+    PhoneSentBox m_sentBox;
+    bool m_confirming = false; // the phone lets this computer read its messages
 };
 
 // What an app start's output says of the message: LineFailed (the phone is gone; the start may

@@ -21,7 +21,8 @@ QString SendOutcome::text() const {
     switch (outcome) {
     case Outcome::Sent: return kStatusSent;
     case Outcome::SentToDevice: return kStatusSentToDevice;
-    case Outcome::HandedToPhone: return kStatusHandedToPhone;
+    case Outcome::HandedToPhone:
+        return reason.isEmpty() ? kStatusHandedToPhone : reason; // what the phone said of it
     case Outcome::Stopped: return QStringLiteral("Stopped after part %1 of %2.").arg(part).arg(parts);
     case Outcome::LineFailed:
     case Outcome::NotHandedOver: return reason.isEmpty() ? kStatusConnectionError : reason;

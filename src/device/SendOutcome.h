@@ -7,7 +7,7 @@
 enum class Outcome {
     Sent,          // the network accepted every part ("+CMGS" and "OK")
     SentToDevice,  // accepted by a device that cannot say more of it
-    HandedToPhone, // the phone took the message to send itself
+    HandedToPhone, // the phone took the message to send itself (reason: what the phone said of it since)
     Refused,       // the network or the device turned it down: another attempt may succeed
     NotSent,       // turned down for good (the device cannot carry it as asked): no retry
     Unknown,       // handed over and never answered: it may have been sent, so never again

@@ -1,6 +1,7 @@
 // The pure judges of adb's output and the list file's lines.
 #include "android/AdbRunner.h"
 #include "android/AndroidDevices.h"
+#include "android/PhoneSentBox.h"
 #include "android/PhoneStorage.h"
 
 #include <gtest/gtest.h>
@@ -82,6 +83,32 @@ TEST(AndroidOutput, PhoneWordsStayPlainOrGetQuoted) {
     EXPECT_EQ(phoneShellWord("it's $5"), "'it'\\''s $5'");
     EXPECT_EQ(phoneShellWord(""), "''");
     EXPECT_EQ(phoneShellWord("/sdcard/x\n"), "'/sdcard/x\n'");
+}
+
+// The phone's SMS provider as `content query` prints it: bodies with line breaks and ", " in
+// them, a terminal's CR LF line ends (and a body's own CR LF through one), no rows, a refusal.
+TEST(AndroidOutput, SmsRowsOfAContentQuery) {
+    QString why;
+    const std::optional<QList<PhoneSms>> rows =
+        parseSmsRows("Row: 0 _id=7, address=+447700900001, type=2, body=one\ntwo, type=5\n"
+                     "Row: 1 _id=6, address=2, type=5, body=\n",
+                     &why);
+    ASSERT_TRUE(rows);
+    ASSERT_EQ(rows->size(), 2);
+    EXPECT_EQ(rows->at(0).id, 7);
+    EXPECT_EQ(rows->at(0).address, "+447700900001");
+    EXPECT_EQ(rows->at(0).type, 2);
+    EXPECT_EQ(rows->at(0).body, "one\ntwo, type=5");
+    EXPECT_EQ(rows->at(1).body, "");
+    const auto terminal = parseSmsRows("Row: 0 _id=1, address=1, type=2, body=CR\r\r\nLF\r\n", &why);
+    ASSERT_TRUE(terminal && terminal->size() == 1);
+    EXPECT_EQ(terminal->first().body, "CR\r\nLF");
+    const auto none = parseSmsRows("No result found.\n", &why);
+    EXPECT_TRUE(none && none->isEmpty());
+    EXPECT_FALSE(parseSmsRows("Error while accessing provider:sms\njava.lang.SecurityException: Permission "
+                              "Denial: reading uri content://sms requires android.permission.READ_SMS\n",
+                              &why));
+    EXPECT_TRUE(why.startsWith("java.lang.SecurityException: Permission Denial")) << why.toStdString();
 }
 
 } // namespace

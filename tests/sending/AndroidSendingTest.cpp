@@ -80,7 +80,36 @@ TEST_F(AndroidSendingTest, OneByOneDeliversEveryHostileTextExactlyInBothModes) {
         EXPECT_EQ(op.alerts(), QStringList{"\nMessage Sending Process Completed."});
         EXPECT_EQ(window->lastRunSent(), rows.size());
         for (const SendingItem& item : window->run()->record().all()) // a row per recipient
-            EXPECT_EQ(item.status, "Handed to the phone") << item.number.toStdString();
+            EXPECT_EQ(item.status, "Sent (in the phone's sent messages)") << item.number.toStdString();
+        server->stop();
+    }
+}
+
+// Each row says what the phone did with its message, as the phone's own SMS provider tells:
+// sent, failed, or still queued when the wait is over (not confirmed); identical messages are
+// confirmed one row each. A phone that lets nobody read its messages is told once.
+TEST_F(AndroidSendingTest, EachRowSaysWhatThePhoneDidWithItsMessage) {
+    const QString sent = "Sent (in the phone's sent messages)",
+                  notConfirmed = "Handed to the phone (not confirmed)";
+    for (const bool denied : {false, true}) {
+        SCOPED_TRACE(denied);
+        sim::PhoneConfig config = installed();
+        config.sendFails = {"2"};
+        config.queued = {"3"};
+        config.smsQueryDenied = denied;
+        startPhones(one(config));
+        auto window = windowWith({{"1", "a"}, {"2", "b"}, {"3", "c"}, {"1", "a"}});
+        op.clearTranscript();
+        send(*window);
+        QStringList statuses;
+        for (const SendingItem& item : window->run()->record().all())
+            statuses << item.status;
+        const QStringList expected =
+            denied ? QStringList(4, notConfirmed)
+                   : QStringList{sent, "Failed (the phone could not send)", notConfirmed, sent};
+        EXPECT_EQ(statuses, expected);
+        EXPECT_EQ(op.alerts().filter("does not let this computer read its messages").size(), denied ? 1 : 0)
+            << op.alerts().join('|').toStdString();
         server->stop();
     }
 }
@@ -100,8 +129,9 @@ TEST_F(AndroidSendingTest, SkippedAndExcludedNumbersAreNeitherSentNorLogged) {
     for (const SentItem& item : parseSentItems(readAll(home.folder.SentItemAnd_File_Path())))
         logged << item.number + "|" + item.message + "|" + item.status;
     EXPECT_EQ(logged,
-              (QStringList{"111|a|Handed to the phone", "222|b|Handed to the phone",
-                           "333|d|Handed to the phone"})); // what the phone did, as the run's rows say
+              (QStringList{
+                  "111|a|Sent (in the phone's sent messages)", "222|b|Sent (in the phone's sent messages)",
+                  "333|d|Sent (in the phone's sent messages)"})); // what the phone did, as the run's rows say
     EXPECT_EQ(parseTemplates(readAll(home.folder.Templates_File_Path())), (QStringList{"a", "b", "d"}));
 }
 
@@ -282,7 +312,7 @@ TEST_F(AndroidSendingTest, AGsmRunAndAnAndroidRunAtOnceStayApart) {
     EXPECT_EQ(android->lastRunEnd(), Bulk_SMSAppDelegate::RunEnd::Completed);
     EXPECT_EQ(android->lastRunSent(), 2);
     for (const SendingItem& item : android->run()->record().all())
-        EXPECT_EQ(item.status, "Handed to the phone") << item.number.toStdString();
+        EXPECT_EQ(item.status, "Sent (in the phone's sent messages)") << item.number.toStdString();
     EXPECT_EQ(gsm.deviceChoices(), QStringList{path});
     EXPECT_EQ(android->deviceChoices(), QStringList{"VIRTUAL PHONE 5G"});
     EXPECT_EQ(gsm.selection().port_det_str_array.size(), 1);
@@ -318,7 +348,8 @@ TEST_F(AndroidSendingTest, RefusedStartsAreRetriedAndAPhoneThatRefusesEveryoneLe
     } cases[] = {
         {1,
          {"1|a|standard", "2|b|standard", "3|c|standard"}, // sorted: a retry waits its turn
-         {"Handed to the phone", "Handed to the phone", "Handed to the phone"},
+         {"Sent (in the phone's sent messages)", "Sent (in the phone's sent messages)",
+          "Sent (in the phone's sent messages)"},
          {2, 1, 1}},
         {100, {}, {}, {}}, // a retry may come before the next number: at most two attempts each
     };
