@@ -6,10 +6,13 @@
 #include "sim/AdbServer.h"
 
 #include <QDir>
+#include <QProcess>
 #include <QTemporaryDir>
+#include <QThread>
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <memory>
 
 namespace {
@@ -126,6 +129,47 @@ TEST_F(AndroidCommandLineTest, DevicesListsEveryPhoneWithItsState) {
     start({});
     EXPECT_TRUE(run({"devices", "--android"}, exitCode).isEmpty());
     EXPECT_EQ(exitCode, 1);
+}
+
+// A run through a phone killed in the middle is resumed as a run through modems is: the rest is
+// sent, nobody twice, except one the store says may have gone when the kill came (sent again
+// only when asked).
+TEST_F(AndroidCommandLineTest, AKilledRunThroughAPhoneIsResumedWithoutTextingAnyoneTwice) {
+    start({phone("R58TEST0001")});
+    QStringList send{"send", "--android", "--message", "m", "--yes"};
+    QStringList numbers;
+    for (int i = 0; i < 30; ++i)
+        send << "--to" << (numbers << QStringLiteral("+4477009%1").arg(20000 + i)).last();
+    QProcess sender;
+    QProcessEnvironment env = senderEnvironment(home.path(), "0.05", {});
+    env.insert("ADB_SERVER_SOCKET", server->socketSpec());
+    env.insert("HOME", home.path());
+    env.remove("ANDROID_SERIAL");
+    sender.setProcessEnvironment(env);
+    sender.start(QStringLiteral(BULKSMS_EXECUTABLE), send);
+    ASSERT_TRUE(sender.waitForStarted());
+    for (int wait = 0; wait < 1200 && messages().size() < 4; ++wait)
+        QThread::msleep(25);
+    ::kill(pid_t(sender.processId()), SIGKILL);
+    sender.waitForFinished();
+    const qsizetype beforeResume = messages().size();
+    ASSERT_GE(beforeResume, 4);
+    ASSERT_LT(beforeResume, numbers.size()) << "the run ended before the kill";
+
+    int exitCode = -1;
+    const QStringList out = run({"send", "--android", "--resume", "--yes"}, exitCode);
+    EXPECT_EQ(exitCode, 0) << errors.toStdString();
+    QStringList unknown;
+    for (const QString& line : out + errors.split('\n'))
+        if (line.contains("Unknown (may have been sent)"))
+            unknown << line.section('\t', 0, 0);
+    EXPECT_LE(unknown.size(), 1); // the one in the phone's hands at the kill, at most
+    for (const QString& number : numbers)
+        if (unknown.contains(number))
+            EXPECT_LE(messages().filter(number + "|").size(), 1) << number.toStdString();
+        else
+            EXPECT_EQ(messages().filter(number + "|").size(), 1) << number.toStdString();
+    EXPECT_TRUE(server->log().events("injection").isEmpty());
 }
 
 } // namespace
