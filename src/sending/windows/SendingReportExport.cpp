@@ -12,30 +12,22 @@ void exportSendingReport(Operator& op, const QList<ReportItem>& items,
         op.Show_MessageBox(QStringLiteral("Sent items list is empty."));
         return;
     }
-    Status_Export_Option filter(op, [&items] {
-        QStringList statuses;
-        for (const ReportItem& item : items)
-            statuses << item.status;
-        return statuses;
-    });
-    if (op.runModal(filter) == 0 || filter.Status_EXPORT_MODE() == 3)
+    QStringList statuses;
+    for (const ReportItem& item : items)
+        statuses << item.status;
+    const std::optional<StatusExportChoice> choice = askStatusExport(op, statuses);
+    if (!choice)
         return;
-    Export_Option format;
-    if (op.runModal(format) == 0)
-        return;
-    const auto chosen = static_cast<ExportFormat>(format.SENT_EXPORT_MODE());
-    const QString path = chooseReportPath(op, chosen);
-    if (path.isEmpty())
-        return;
-    const int group = filter.Status_EXPORT_MODE();
+    const ExportFormat format = choice->target.format;
+    const QString& path = choice->target.path;
     QList<ReportItem> report;
     for (const ReportItem& item : items)
-        if (statusPassesFilter(item.status, group))
+        if (statusPassesFilter(item.status, choice->group))
             report.append(item);
     pleaseWait(true);
     QString why;
     const bool written = Guard::run(
-        "Export_Item_Function", [&] { return writeSendingReport(path, chosen, report, &why); }, false);
+        "Export_Item_Function", [&] { return writeSendingReport(path, format, report, &why); }, false);
     pleaseWait(false);
     if (!written) {
         op.Show_MessageBox(errorInFileAccessing(why));

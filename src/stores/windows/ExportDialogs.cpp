@@ -1,6 +1,7 @@
 #include "ExportDialogs.h"
 
 #include "core/Operator.h"
+#include "stores/ExportFile.h"
 #include "stores/ExportFormats.h"
 
 #include <algorithm>
@@ -80,4 +81,25 @@ void Open_Export_Log::OKPressed() {
 void Open_Export_Log::CancelPressed() {
     setOpenLog(true);
     endModal(0);
+}
+
+std::optional<ExportTarget> askExportTarget(Operator& op) {
+    Export_Option format;
+    if (op.runModal(format) == 0)
+        return std::nullopt;
+    const auto chosen = static_cast<ExportFormat>(format.SENT_EXPORT_MODE());
+    const QString path = chooseReportPath(op, chosen);
+    if (path.isEmpty())
+        return std::nullopt;
+    return ExportTarget{chosen, path};
+}
+
+std::optional<StatusExportChoice> askStatusExport(Operator& op, const QStringList& statuses) {
+    Status_Export_Option filter(op, [&statuses] { return statuses; });
+    if (op.runModal(filter) == 0 || filter.Status_EXPORT_MODE() == 3)
+        return std::nullopt;
+    const std::optional<ExportTarget> target = askExportTarget(op);
+    if (!target)
+        return std::nullopt;
+    return StatusExportChoice{filter.Status_EXPORT_MODE(), *target};
 }

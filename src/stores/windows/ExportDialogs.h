@@ -9,8 +9,25 @@
 #include <QStringList>
 
 #include <functional>
+#include <optional>
 
 class Operator;
+enum class ExportFormat;
+
+// Where an export goes: the format of Export_Option and the path chosen for it; nothing when the
+// operator cancelled either.
+struct ExportTarget {
+    ExportFormat format;
+    QString path;
+};
+std::optional<ExportTarget> askExportTarget(Operator& op);
+// The same after Status_Export_Option over these statuses: the group chosen (0 all, 1 sent,
+// 2 unsent) and the target.
+struct StatusExportChoice {
+    int group = 0;
+    ExportTarget target;
+};
+std::optional<StatusExportChoice> askStatusExport(Operator& op, const QStringList& statuses);
 
 class Status_Export_Option : public DialogController {
     Q_OBJECT

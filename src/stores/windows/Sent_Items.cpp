@@ -250,25 +250,17 @@ void Sent_Items::Export_Btn() {
 }
 
 void Sent_Items::exportItems() {
-    Status_Export_Option dialog(m_op, [this] {
-        QStringList statuses;
-        for (const Record& r : m_table.records())
-            statuses << r.value(kSentItemStatusKey);
-        return statuses;
-    });
-    if (m_op.runModal(dialog) == 0 || dialog.Status_EXPORT_MODE() == 3)
+    QStringList statuses;
+    for (const Record& r : m_table.records())
+        statuses << r.value(kSentItemStatusKey);
+    const std::optional<StatusExportChoice> choice = askStatusExport(m_op, statuses);
+    if (!choice)
         return;
-    const int filter = dialog.Status_EXPORT_MODE();
-    Export_Option format;
-    if (m_op.runModal(format) == 0)
-        return;
-    const auto chosen = static_cast<ExportFormat>(format.SENT_EXPORT_MODE());
-    const QString path = chooseReportPath(m_op, chosen);
-    if (path.isEmpty())
-        return;
+    const ExportFormat chosen = choice->target.format;
+    const QString& path = choice->target.path;
     QList<SentItem> exported;
     for (const SentItem& item : items())
-        if (statusPassesFilter(item.status, filter))
+        if (statusPassesFilter(item.status, choice->group))
             exported << item;
     setPleaseWait(true);
     bool written = false;

@@ -255,13 +255,11 @@ void Templates::Export_Btn() {
 }
 
 void Templates::exportTemplates() {
-    Export_Option format;
-    if (m_op.runModal(format) == 0)
+    const std::optional<ExportTarget> target = askExportTarget(m_op);
+    if (!target)
         return;
-    const auto chosen = static_cast<ExportFormat>(format.SENT_EXPORT_MODE());
-    const QString path = chooseReportPath(m_op, chosen);
-    if (path.isEmpty())
-        return;
+    const ExportFormat chosen = target->format;
+    const QString& path = target->path;
     setPleaseWait(true);
     const QStringList all = templates();
     QString why;
