@@ -11,6 +11,24 @@
 #include <QRegularExpression>
 #include <QStandardPaths>
 
+namespace {
+
+QString& threadTarget() {
+    thread_local QString serial;
+    return serial;
+}
+
+} // namespace
+
+AdbTarget::AdbTarget(const QString& serial) : m_before(threadTarget()) {
+    if (!serial.isEmpty())
+        threadTarget() = serial;
+}
+
+AdbTarget::~AdbTarget() { threadTarget() = m_before; }
+
+QString AdbTarget::current() { return threadTarget(); }
+
 QString adbProgram() {
     QString configured = qEnvironmentVariable("BULKSMS_ADB");
     if (!configured.isEmpty())
@@ -28,13 +46,16 @@ QString ExecuteExternalFile(const QStringList& arguments, const std::function<bo
         "ExecuteExternalFile",
         [&] {
             const QString program = adbProgram();
-            const ChildResult run = runChild(program, arguments, stopAsked);
+            const QString serial = AdbTarget::current();
+            const QStringList words =
+                serial.isEmpty() ? arguments : QStringList{QStringLiteral("-s"), serial} + arguments;
+            const ChildResult run = runChild(program, words, stopAsked);
             if (!run.started) {
                 Show_NSLog_Message(QStringLiteral("cannot start %1: %2").arg(program, run.error));
                 return QString();
             }
             QString text = QString::fromUtf8(run.output);
-            Show_NSLog_Message(QStringLiteral("adb %1\n%2").arg(arguments.join(QLatin1Char(' ')), text));
+            Show_NSLog_Message(QStringLiteral("adb %1\n%2").arg(words.join(QLatin1Char(' ')), text));
             return text;
         },
         QString());

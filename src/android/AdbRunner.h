@@ -7,6 +7,21 @@
 
 #include <functional>
 
+// The phone this thread's adb commands go to while it lives (adb's "-s SERIAL"), so that
+// several phones can each be driven from their own thread. An empty serial changes nothing:
+// adb then takes the one phone attached (or $ANDROID_SERIAL).
+class AdbTarget {
+public:
+    explicit AdbTarget(const QString& serial);
+    ~AdbTarget();
+    AdbTarget(const AdbTarget&) = delete;
+    AdbTarget& operator=(const AdbTarget&) = delete;
+    static QString current();
+
+private:
+    QString m_before;
+};
+
 // adb: $BULKSMS_ADB, else the resource folder's "adb", else the one on the search path.
 QString adbProgram();
 

@@ -15,6 +15,8 @@ class DataFolder;
 struct PhoneQuery {
     QString serialFilter;
     std::function<bool()> stop;
+    // The caller offers the attached phones to tick: several at once is not told as a fault.
+    bool severalAreAChoice = false;
 };
 
 // adb's device list without anything up to its header, trimmed ("" = no phone).

@@ -164,7 +164,8 @@ bool CheckConnection(QString& errorTag, bool install, Operator& op, const DataFo
         if (install)
             mark(status, ConnectionStatusLines::Searching, QStringLiteral("Android device found"),
                  QLatin1Char('T'));
-        op.Show_MessageBox(kMoreThanOnePhoneMessage);
+        if (!query.severalAreAChoice)
+            op.Show_MessageBox(kMoreThanOnePhoneMessage);
         return false;
     }
     if (status != nullptr)

@@ -11,6 +11,8 @@
 #include "core/Log.h"
 #include "core/Operator.h"
 
+#include <QCoreApplication>
+
 #include <utility>
 
 using namespace std::chrono_literals;
@@ -40,6 +42,13 @@ QString recipientsOf(const QList<OutgoingMessage>& messages) {
                                 : QStringLiteral("any of %1 numbers").arg(messages.size());
 }
 
+// Phones of one run, and runs of other senders, each stage their own copy of a file for the
+// phone: one phone must never push the file another is writing.
+QString stagingTag() {
+    static std::atomic<int> devices{0};
+    return QStringLiteral("%1-%2").arg(QCoreApplication::applicationPid()).arg(++devices);
+}
+
 } // namespace
 
 SendOutcome judgeStartOutput(const QString& output) {
@@ -47,8 +56,9 @@ SendOutcome judgeStartOutput(const QString& output) {
     if (output.trimmed().isEmpty())
         return SendOutcome::of(Outcome::NotHandedOver,
                                QStringLiteral("adb gave no answer: the message did not reach the phone."));
+    // adb says so before it reaches the phone: the start never left this computer.
     if (outputShowsLostDevice(output))
-        return SendOutcome::of(Outcome::LineFailed, kStatusConnectionError);
+        return SendOutcome::of(Outcome::NotHandedOver, kStatusConnectionError);
     if (appDidNotStart(output))
         return SendOutcome::of(Outcome::NotHandedOver, kAppNotStarted);
     if (Find_Error_In_Stat_Activity(output))
@@ -59,10 +69,16 @@ SendOutcome judgeStartOutput(const QString& output) {
 PhoneDevice::PhoneDevice(Operator& op, DataFolder folder, QString serial, Mode mode, Hooks hooks,
                          QString serialFilter)
     : m_op(op), m_folder(std::move(folder)), m_serial(std::move(serial)),
-      m_serialFilter(std::move(serialFilter)), m_mode(mode), m_hooks(std::move(hooks)) {}
+      m_serialFilter(std::move(serialFilter)), m_mode(mode), m_hooks(std::move(hooks)),
+      m_stagingTag(stagingTag()) {}
+
+QString PhoneDevice::staged(const QString& fileName) const {
+    return m_folder.Created_Resource_Path() + QLatin1Char('/') + fileName + QLatin1Char('.') + m_stagingTag;
+}
 
 QString PhoneDevice::prepare(bool deliveryReports) {
     Q_UNUSED(deliveryReports); // the app sends by itself: the network's reports stay on the phone
+    const AdbTarget target(m_serialFilter);
     QString tag;
     m_notConnected = !CheckConnection(tag, false, m_op, m_folder, PhoneQuery{m_serialFilter, {}});
     if (!m_notConnected) {
@@ -81,6 +97,7 @@ QString PhoneDevice::prepare(bool deliveryReports) {
 
 SendOutcome PhoneDevice::send(const OutgoingMessage& message, std::stop_token stop) {
     Q_UNUSED(stop); // the phone takes a message in one start: nothing to cut short
+    const AdbTarget target(m_serialFilter);
     QString output;
     if (m_mode == Mode::Classic)
         output = Send_AN_MSG_Command(message.number, message.text, false);
@@ -92,15 +109,36 @@ SendOutcome PhoneDevice::send(const OutgoingMessage& message, std::stop_token st
 SendOutcome PhoneDevice::confirmed(SendOutcome handed, const OutgoingMessage& message) {
     if (handed.outcome != Outcome::HandedToPhone)
         return handed;
-    QString why;
-    switch (m_confirming ? m_sentBox.confirm(message.number, message.text, kConfirmationWait, &why)
-                         : PhoneSentBox::Fate::NotConfirmed) {
-    case PhoneSentBox::Fate::Sent: return SendOutcome::of(Outcome::HandedToPhone, kStatusSentByPhone);
-    case PhoneSentBox::Fate::Failed: return SendOutcome::of(Outcome::NotSent, kStatusFailedInPhone);
-    case PhoneSentBox::Fate::Unreadable: stopConfirming(why); break;
-    case PhoneSentBox::Fate::NotConfirmed: break;
+    return confirmedAll({message}, {}, false).first();
+}
+
+QList<SendOutcome> PhoneDevice::confirmedAll(const QList<OutgoingMessage>& messages,
+                                             const std::stop_token& stop, bool throughList) {
+    QList<PhoneSentBox::Fate> fates(messages.size(), PhoneSentBox::Fate::NotConfirmed);
+    if (m_confirming) {
+        QList<std::pair<QString, QString>> handed;
+        for (const OutgoingMessage& message : messages) {
+            QString text = message.text;
+            if (throughList) // the list file carries a line break as one mark, read back as LF
+                text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+            handed.append({message.number, text});
+        }
+        // A list is sent one message after another: the wait grows with it.
+        const Clock::Duration wait = kConfirmationWait + std::chrono::seconds(messages.size());
+        QString why;
+        fates = m_sentBox.confirmAll(
+            handed, wait, [&stop] { return stop.stop_requested(); }, &why);
+        if (fates.contains(PhoneSentBox::Fate::Unreadable))
+            stopConfirming(why);
     }
-    return SendOutcome::of(Outcome::HandedToPhone, kStatusNotConfirmed);
+    QList<SendOutcome> outcomes;
+    for (const PhoneSentBox::Fate fate : std::as_const(fates))
+        outcomes << (fate == PhoneSentBox::Fate::Sent
+                         ? SendOutcome::of(Outcome::HandedToPhone, kStatusSentByPhone)
+                     : fate == PhoneSentBox::Fate::Failed
+                         ? SendOutcome::of(Outcome::NotSent, kStatusFailedInPhone)
+                         : SendOutcome::of(Outcome::HandedToPhone, kStatusNotConfirmed));
+    return outcomes;
 }
 
 void PhoneDevice::stopConfirming(const QString& why) {
@@ -113,13 +151,13 @@ void PhoneDevice::stopConfirming(const QString& why) {
 }
 
 std::optional<SendOutcome> PhoneDevice::startFromFile(const OutgoingMessage& message, QString& output) {
-    const QString path = m_folder.Created_Resource_Path() + QLatin1Char('/') + kMessageFileName;
+    const QString path = staged(kMessageFileName);
     if (QString why; !writeFileAtomically(path, message.text.toUtf8(), &why)) {
         // The phone would send whatever message file it holds: nothing is sent instead.
         Delete_File(path);
         return dataNotWritten(why);
     }
-    const bool copied = Save_File_To_Phone_Storage(m_folder, kMessageFileName, false, kUninterrupted);
+    const bool copied = copyToPhoneStorage(path, kMessageFileName, false, kUninterrupted);
     Delete_File(path);
     if (copied) {
         output = Send_AN_MSG_Command(message.number, QString(), false);
@@ -141,7 +179,7 @@ std::optional<SendOutcome> PhoneDevice::startFromFile(const OutgoingMessage& mes
 
 SendOutcome PhoneDevice::judged(const QString& output, const QString& recipients) {
     SendOutcome outcome = judgeStartOutput(output);
-    if (outcome.outcome == Outcome::LineFailed)
+    if (outcome.reason == kStatusConnectionError)
         m_op.Show_MessageBox(kStatusConnectionError);
     else if (outcome.outcome == Outcome::NotHandedOver && output.trimmed().isEmpty())
         m_op.Show_MessageBox(QStringLiteral("adb could not be started (%1); no message was sent to %2.")
@@ -166,14 +204,14 @@ SendOutcome PhoneDevice::dataNotWritten(const QString& why) {
 
 std::optional<QList<SendOutcome>> PhoneDevice::sendBatch(const QList<OutgoingMessage>& messages,
                                                          std::stop_token stop) {
-    Q_UNUSED(stop); // the phone takes the list in one start: nothing to cut short
+    const AdbTarget target(m_serialFilter);
     if (messages.isEmpty())
         return QList<SendOutcome>();
-    const QString listPath = m_folder.Created_Resource_Path() + QLatin1Char('/') + kListFileName;
+    const QString listPath = staged(kListFileName);
     // An empty list proves that the phone takes the file before anyone's number is written down.
     if (QString why; !writeFileAtomically(listPath, QByteArray(), &why))
         return QList<SendOutcome>(messages.size(), stamped(dataNotWritten(why)));
-    if (!Save_File_To_Phone_Storage(m_folder, kListFileName, false)) {
+    if (!copyToPhoneStorage(listPath, kListFileName, false)) {
         Delete_File(listPath);
         if (m_op.Show_YES_NO_MessageBox(QStringLiteral(
                 "The list could not be copied to the phone's storage for single-shot sending.\n\nDo you want "
@@ -185,11 +223,12 @@ std::optional<QList<SendOutcome>> PhoneDevice::sendBatch(const QList<OutgoingMes
         }
         return std::nullopt;
     }
-    return handOverList(messages);
+    return handOverList(messages, stop);
 }
 
-std::optional<QList<SendOutcome>> PhoneDevice::handOverList(const QList<OutgoingMessage>& messages) {
-    const QString listPath = m_folder.Created_Resource_Path() + QLatin1Char('/') + kListFileName;
+std::optional<QList<SendOutcome>> PhoneDevice::handOverList(const QList<OutgoingMessage>& messages,
+                                                            const std::stop_token& stop) {
+    const QString listPath = staged(kListFileName);
     QByteArray content;
     for (const OutgoingMessage& message : messages)
         content += listFileLine(message.number, message.text);
@@ -199,7 +238,7 @@ std::optional<QList<SendOutcome>> PhoneDevice::handOverList(const QList<Outgoing
         return QList<SendOutcome>(messages.size(), stamped(dataNotWritten(why)));
     }
     SendOutcome outcome;
-    if (!Save_File_To_Phone_Storage(m_folder, kListFileName, false)) {
+    if (!copyToPhoneStorage(listPath, kListFileName, false)) {
         // The phone holds the empty list: the app would send nothing.
         m_op.Show_MessageBox(kListNotCopied + QStringLiteral(" No message was sent."));
         outcome = SendOutcome::of(Outcome::NotHandedOver, kListNotCopied);
@@ -214,10 +253,19 @@ std::optional<QList<SendOutcome>> PhoneDevice::handOverList(const QList<Outgoing
     }
     Delete_File(listPath);
     Send_DEL_File_Command_To_Phone();
-    return QList<SendOutcome>(messages.size(), stamped(outcome));
+    // The phone took the list (the start is not cut short); a stop only ends the wait for its word.
+    QList<SendOutcome> outcomes = outcome.outcome == Outcome::HandedToPhone
+                                      ? confirmedAll(messages, stop, true)
+                                      : QList<SendOutcome>(messages.size(), outcome);
+    for (SendOutcome& each : outcomes)
+        each = stamped(each);
+    return outcomes;
 }
 
-void PhoneDevice::close() { Send_DEL_File_Command_To_Phone(); }
+void PhoneDevice::close() {
+    const AdbTarget target(m_serialFilter);
+    Send_DEL_File_Command_To_Phone();
+}
 
 SendOutcome PhoneDevice::stamped(SendOutcome outcome) const {
     outcome.device = m_serial;

@@ -36,6 +36,9 @@ public:
     Mode mode() const { return m_mode; }
     // prepare() found no single phone ready.
     bool notConnected() const { return m_notConnected; }
+    // Where this device writes a file before copying it to the phone as fileName: its own
+    // place, so that no phone ever copies the file another device is writing.
+    QString staged(const QString& fileName) const;
 
 private:
     // Starts the app with the message in "message.txt" (or, after a failed copy and the operator's
@@ -44,10 +47,14 @@ private:
     SendOutcome judged(const QString& output, const QString& recipients);
     // A message the phone took, as its SMS provider tells of it since.
     SendOutcome confirmed(SendOutcome handed, const OutgoingMessage& message);
+    // The messages of one hand-over, each as the phone's SMS provider tells of it.
+    QList<SendOutcome> confirmedAll(const QList<OutgoingMessage>& messages, const std::stop_token& stop,
+                                    bool throughList);
     void stopConfirming(const QString& why);
     // A file for the phone could not be written: the run stops before the phone sends a stale one.
     SendOutcome dataNotWritten(const QString& why);
-    std::optional<QList<SendOutcome>> handOverList(const QList<OutgoingMessage>& messages);
+    std::optional<QList<SendOutcome>> handOverList(const QList<OutgoingMessage>& messages,
+                                                   const std::stop_token& stop);
     SendOutcome stamped(SendOutcome outcome) const;
     void call(const std::function<void()>& hook) const;
 
@@ -57,6 +64,7 @@ private:
     const QString m_serialFilter;
     std::atomic<Mode> m_mode;
     const Hooks m_hooks;
+    const QString m_stagingTag;
     std::atomic<bool> m_notConnected{false};
     bool m_textInStartCommand = false; // the operator's answer to the first failed copy: Yes
     PhoneSentBox m_sentBox;

@@ -85,23 +85,48 @@ bool PhoneSentBox::open(QString* why) {
 
 PhoneSentBox::Fate PhoneSentBox::confirm(const QString& number, const QString& text, Clock::Duration wait,
                                          QString* why) {
+    return confirmAll({{number, text}}, wait, {}, why).first();
+}
+
+QList<PhoneSentBox::Fate> PhoneSentBox::confirmAll(const QList<std::pair<QString, QString>>& messages,
+                                                   Clock::Duration wait, const std::function<bool()>& stop,
+                                                   QString* why) {
+    QList<Fate> fates(messages.size(), Fate::NotConfirmed);
+    QList<qsizetype> waiting;
+    for (qsizetype i = 0; i < messages.size(); ++i)
+        waiting << i;
     const auto end = std::chrono::steady_clock::now() + Clock::scaled(wait);
-    for (;;) {
+    while (!waiting.isEmpty()) {
         const std::optional<QList<PhoneSms>> rows = read(why);
-        if (!rows)
-            return Fate::Unreadable;
-        // The oldest row not yet taken: identical messages are confirmed in the order they went.
-        const PhoneSms* match = nullptr;
-        for (const PhoneSms& row : *rows)
-            if (row.id > m_baseline && !m_used.contains(row.id) && row.body == text &&
-                comparable(row.address) == comparable(number) && (!match || row.id < match->id))
-                match = &row;
-        if (match && (match->type == 2 || match->type == 5)) {
-            m_used.insert(match->id);
-            return match->type == 2 ? Fate::Sent : Fate::Failed;
+        if (!rows) {
+            for (const qsizetype i : std::as_const(waiting))
+                fates[i] = Fate::Unreadable;
+            break;
         }
-        if (std::chrono::steady_clock::now() >= end)
-            return Fate::NotConfirmed;
-        Clock::sleep(1s); // the phone sends it by itself, in its own time
+        // Each message takes the oldest row left that is its own: identical messages are
+        // confirmed in the order they went. A row still queued holds its message back.
+        QSet<qint64> taken = m_used;
+        QList<qsizetype> still;
+        for (const qsizetype i : std::as_const(waiting)) {
+            const auto& [number, text] = messages.at(i);
+            const PhoneSms* match = nullptr;
+            for (const PhoneSms& row : *rows)
+                if (row.id > m_baseline && !taken.contains(row.id) && row.body == text &&
+                    comparable(row.address) == comparable(number) && (!match || row.id < match->id))
+                    match = &row;
+            if (match)
+                taken.insert(match->id);
+            if (match && (match->type == 2 || match->type == 5)) {
+                m_used.insert(match->id);
+                fates[i] = match->type == 2 ? Fate::Sent : Fate::Failed;
+            } else {
+                still << i;
+            }
+        }
+        waiting = still;
+        if (waiting.isEmpty() || std::chrono::steady_clock::now() >= end || (stop && stop()))
+            break;
+        Clock::sleep(1s); // the phone sends them by itself, in its own time
     }
+    return fates;
 }

@@ -9,7 +9,9 @@
 #include <QSet>
 #include <QString>
 
+#include <functional>
 #include <optional>
+#include <utility>
 
 // The words of a message the phone confirmed, or could not.
 inline const QString kStatusSentByPhone = QStringLiteral("Sent (in the phone's sent messages)");
@@ -38,6 +40,10 @@ public:
     // failed, or until `wait` is over (NotConfirmed); Unreadable (and why) when the phone stops
     // letting us read.
     Fate confirm(const QString& number, const QString& text, Clock::Duration wait, QString* why);
+    // The same for a whole list the phone was handed at once (number, text), in its order;
+    // asked until every one is sent or failed, the wait is over, or stop() turns true.
+    QList<Fate> confirmAll(const QList<std::pair<QString, QString>>& messages, Clock::Duration wait,
+                           const std::function<bool()>& stop, QString* why);
 
 private:
     std::optional<QList<PhoneSms>> read(QString* why) const;

@@ -38,8 +38,12 @@ QString phoneStorageRoot(const AdbStop& stop) {
 
 bool Save_File_To_Phone_Storage(const DataFolder& folder, const QString& fileName, bool writeToLog,
                                 const AdbStop& stop) {
+    return copyToPhoneStorage(joined(folder.Created_Resource_Path(), fileName), fileName, writeToLog, stop);
+}
+
+bool copyToPhoneStorage(const QString& source, const QString& fileName, bool writeToLog,
+                        const AdbStop& stop) {
     const QString target = joined(phoneStorageRoot(stop), fileName);
-    const QString source = joined(folder.Created_Resource_Path(), fileName);
     const QString output = ExecuteExternalFile({QStringLiteral("push"), source, target}, stop);
     QString log = target + QLatin1Char('\n') + output + QLatin1Char('\n');
     const QString second = secondRoot(target);

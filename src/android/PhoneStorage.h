@@ -16,6 +16,9 @@ QString phoneStorageRoot(const AdbStop& stop = {});
 // when the copy failed.
 bool Save_File_To_Phone_Storage(const DataFolder& folder, const QString& fileName, bool writeToLog,
                                 const AdbStop& stop = {});
+// Copies the file at source to the phone's storage as fileName; false when the copy failed.
+bool copyToPhoneStorage(const QString& source, const QString& fileName, bool writeToLog,
+                        const AdbStop& stop = {});
 // Removes the file from the phone's storage (and from the second place of a legacy root).
 QString Send_DEL_File_Command_To_ADB(const QString& fileName, const AdbStop& stop = {});
 // Removes "ostrelsms.txt" and "message.txt": whatever an earlier run, test or program copied

@@ -15,15 +15,6 @@
 
 namespace {
 
-// Narrows every adb command to one phone: adb by ANDROID_SERIAL (the device list by the
-// caller's serial filter).
-void pointAdbAt(const QString& serial) {
-    if (serial.isEmpty())
-        qunsetenv("ANDROID_SERIAL");
-    else
-        qputenv("ANDROID_SERIAL", serial.toLocal8Bit());
-}
-
 template <typename F> auto onWorker(F&& body) {
     std::invoke_result_t<F> result{};
     WorkerThread worker(QStringLiteral("adb"));
@@ -35,7 +26,6 @@ template <typename F> auto onWorker(F&& body) {
 } // namespace
 
 std::optional<ChosenPhone> choosePhone(Operator& op, const DataFolder& folder, const QString& serial) {
-    pointAdbAt(serial);
     PhoneSearch search(op, folder, PhoneQuery{serial, {}});
     const PhoneSearch::Outcome found = onWorker([&search] { return search.searchOnce(); });
     if (const std::optional<PhoneSearch::Problem> problem = PhoneSearch::problemOf(found))
@@ -53,7 +43,8 @@ std::optional<ChosenPhone> choosePhone(Operator& op, const DataFolder& folder, c
     }
     const QString attached = onWorker([&search] { return search.attachedSerial(); });
     ChosenPhone phone = chosenPhone(search.rows(), search.deviceLine(), attached);
-    printErr(QStringLiteral("Phone: %1").arg(phone.caption));
+    printErr(attached.isEmpty() ? QStringLiteral("Phone: %1").arg(phone.caption)
+                                : QStringLiteral("Phone: %1 (%2)").arg(phone.caption, attached));
     return phone;
 }
 
@@ -87,6 +78,15 @@ int testAndroidPhone(Operator& op, const DataFolder& folder, const QString& seri
         anyWorked = anyWorked || c.value(kCaseStatusKey) == QLatin1String("Success");
     }
     return anyWorked ? 0 : 1;
+}
+
+QStringList attachedPhoneSerials() {
+    const QString list = onWorker([] { return Get_Android_Device_List(); });
+    QStringList serials;
+    for (const QString& line : list.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+        if (line.trimmed().section(QLatin1Char('\t'), 1).trimmed() == QLatin1String("device"))
+            serials << line.trimmed().section(QLatin1Char('\t'), 0, 0);
+    return serials;
 }
 
 int listAndroidDevices(const DataFolder& folder, const QString& serial) {

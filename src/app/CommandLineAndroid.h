@@ -12,10 +12,11 @@ class Operator;
 
 // "bulksms devices --android": one line per phone with its state and properties.
 int listAndroidDevices(const DataFolder& folder, const QString& serial);
+// The serials of the phones adb lists as ready ("device").
+QStringList attachedPhoneSerials();
 
 // Finds the phone (serial: "" = the one phone attached) and checks it as Select does, saying
-// why when there is none; prints "Phone: <caption>" for the phone it chose. adb's commands go
-// to the given serial from now on (ANDROID_SERIAL).
+// why when there is none; prints "Phone: <caption>" for the phone it chose.
 std::optional<ChosenPhone> choosePhone(Operator& op, const DataFolder& folder, const QString& serial);
 
 // Finds and chooses the phone and runs the automated mode test with messages to number;

@@ -370,8 +370,8 @@ std::optional<int> chooseDevices(SendRun& run, QList<DeviceOpener>& openers,
     const SendOptions& o = run.options;
     if (!run.throughAndroid)
         return chooseModems(run.op, o.values(o.device), run.campaign.settings, openers);
-    return choosePhone(run.op, run.folder, o.value(o.serial), o.value(o.mode), run.campaign.settings, openers,
-                       std::move(stopRun));
+    return choosePhone(run.op, run.folder, PhonesAsked{o.values(o.serial), o.isSet(o.allPhones)},
+                       o.value(o.mode), run.campaign.settings, openers, std::move(stopRun));
 }
 
 // Creates the campaign in the store, waiting for any sender, and prints its id.

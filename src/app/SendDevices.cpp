@@ -117,7 +117,7 @@ std::optional<int> chooseModems(Operator& op, const QStringList& deviceArguments
     return std::nullopt;
 }
 
-std::optional<int> choosePhone(Operator& op, const DataFolder& folder, const QString& serial,
+std::optional<int> choosePhone(Operator& op, const DataFolder& folder, const PhonesAsked& asked,
                                const QString& mode, RunSettings& settings, QList<DeviceOpener>& openers,
                                std::shared_ptr<std::function<void()>> stopRun, QList<StoredDevice>* chosen) {
     if (mode != QLatin1String("single-shot") && mode != QLatin1String("standard") &&
@@ -125,17 +125,14 @@ std::optional<int> choosePhone(Operator& op, const DataFolder& folder, const QSt
         err(QStringLiteral("Unknown mode: %1 (single-shot, standard or classic)").arg(mode));
         return 2;
     }
-    const std::optional<ChosenPhone> phone = choosePhone(op, folder, serial);
-    if (!phone)
-        return 2; // the reason was told
-    if (chosen) {
-        StoredDevice shown;
-        shown.device = phone->caption;
-        shown.details = phone->serial;
-        *chosen << shown;
+    QStringList serials = asked.all ? attachedPhoneSerials() : asked.serials;
+    serials.removeDuplicates();
+    if (asked.all && serials.isEmpty()) {
+        err(QStringLiteral("No phone ready to send with."));
+        return 2;
     }
-    settings.batch = mode == QLatin1String("single-shot");
-    settings.loadedDevice = phone->caption;
+    if (serials.isEmpty())
+        serials << QString(); // the one phone attached
     const PhoneDevice::Mode how =
         mode == QLatin1String("classic") ? PhoneDevice::Mode::Classic : PhoneDevice::Mode::Standard;
     PhoneDevice::Hooks hooks;
@@ -143,9 +140,26 @@ std::optional<int> choosePhone(Operator& op, const DataFolder& folder, const QSt
         if (*stopRun)
             (*stopRun)();
     };
-    openers = {[&op, folder, name = phone->caption, how, hooks,
-                serial](std::stop_token) -> std::unique_ptr<SendingDevice> {
-        return std::make_unique<PhoneDevice>(op, folder, name, how, hooks, serial);
-    }};
+    openers.clear();
+    for (const QString& serial : serials) {
+        const std::optional<ChosenPhone> phone = choosePhone(op, folder, serial);
+        if (!phone)
+            return 2; // the reason was told
+        // Phones of one make look alike: each of several is also named by its serial.
+        const QString name = serials.size() > 1 ? QStringLiteral("%1 (%2)").arg(phone->caption, phone->serial)
+                                                : phone->caption;
+        if (chosen) {
+            StoredDevice shown;
+            shown.device = name;
+            shown.details = phone->serial;
+            *chosen << shown;
+        }
+        settings.loadedDevice = name;
+        openers <<
+            [&op, folder, name, how, hooks, serial](std::stop_token) -> std::unique_ptr<SendingDevice> {
+            return std::make_unique<PhoneDevice>(op, folder, name, how, hooks, serial);
+        };
+    }
+    settings.batch = mode == QLatin1String("single-shot");
     return std::nullopt;
 }

@@ -14,8 +14,16 @@ class Operator;
 // `chosen` (may be null) gets each device chosen as the store shows it.
 std::optional<int> chooseModems(Operator& op, const QStringList& deviceArguments, RunSettings& settings,
                                 QList<DeviceOpener>& openers, QList<StoredDevice>* chosen = nullptr);
-// stopRun (set once the run exists) is how the phone ends the run when it cannot go on.
-std::optional<int> choosePhone(Operator& op, const DataFolder& folder, const QString& serial,
+// The phones a command was told to send through: --serial (none: the one phone attached), or
+// --all-phones.
+struct PhonesAsked {
+    QStringList serials;
+    bool all = false;
+};
+
+// stopRun (set once the run exists) is how a phone ends the run when it cannot go on. Several
+// phones share the recipients, each named by its caption and serial.
+std::optional<int> choosePhone(Operator& op, const DataFolder& folder, const PhonesAsked& asked,
                                const QString& mode, RunSettings& settings, QList<DeviceOpener>& openers,
                                std::shared_ptr<std::function<void()>> stopRun,
                                QList<StoredDevice>* chosen = nullptr);

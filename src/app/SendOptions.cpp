@@ -14,16 +14,16 @@ SendOptions::SendOptions() {
         "beside the data folder (private to the user); --verbose copies it to standard error too."));
     parser.addHelpOption();
     // In the order --help has always listed them.
-    parser.addOptions({to,           numbersFile,    sheet,
-                       header,       numberColumn,   messageColumn,
-                       templateText, message,        messageFile,
-                       device,       unicode,        flash,
-                       skip,         exclusion,      pauseEvery,
-                       pauseFor,     saveSent,       saveTemplates,
-                       yes,          dryRun,         plainPunctuation,
-                       retries,      json,           strict,
-                       resume,       campaign,       resendUnknown,
-                       report,       reportFilter,   discardUnfinished,
-                       android,      serial,         mode,
-                       country,      deliveryReports});
+    parser.addOptions({to,           numbersFile,  sheet,
+                       header,       numberColumn, messageColumn,
+                       templateText, message,      messageFile,
+                       device,       unicode,      flash,
+                       skip,         exclusion,    pauseEvery,
+                       pauseFor,     saveSent,     saveTemplates,
+                       yes,          dryRun,       plainPunctuation,
+                       retries,      json,         strict,
+                       resume,       campaign,     resendUnknown,
+                       report,       reportFilter, discardUnfinished,
+                       android,      serial,       allPhones,
+                       mode,         country,      deliveryReports});
 }

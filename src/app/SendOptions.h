@@ -84,9 +84,13 @@ struct SendOptions {
     const QCommandLineOption android{
         QStringLiteral("android"),
         QStringLiteral("Send through the Android phone (adb) instead of GSM modems.")};
-    const QCommandLineOption serial{QStringLiteral("serial"),
-                                    QStringLiteral("Android: the phone to use when several are attached."),
-                                    QStringLiteral("serial")};
+    const QCommandLineOption serial{
+        QStringLiteral("serial"),
+        QStringLiteral(
+            "Android: a phone to send through (repeatable: the recipients are shared among them)."),
+        QStringLiteral("serial")};
+    const QCommandLineOption allPhones{QStringLiteral("all-phones"),
+                                       QStringLiteral("Android: send through every attached phone.")};
     const QCommandLineOption mode{
         QStringLiteral("mode"),
         QStringLiteral("Android: single-shot, standard or classic (default standard)."),

@@ -32,7 +32,7 @@ struct WorkerOptions {
             "Exit status: 0 when stopped or idle, 2 on bad usage or when no device can be used, 4 when the\n"
             "store could not be read or written."));
         parser.addHelpOption();
-        parser.addOptions({device, android, serial, mode, untilIdle, json});
+        parser.addOptions({device, android, serial, allPhones, mode, untilIdle, json});
     }
     const QCommandLineOption device{
         QStringLiteral("device"),
@@ -42,9 +42,13 @@ struct WorkerOptions {
         QStringLiteral("path")};
     const QCommandLineOption android{QStringLiteral("android"),
                                      QStringLiteral("Send the Android campaigns, through the phone (adb).")};
-    const QCommandLineOption serial{QStringLiteral("serial"),
-                                    QStringLiteral("Android: the phone to use when several are attached."),
-                                    QStringLiteral("serial")};
+    const QCommandLineOption serial{
+        QStringLiteral("serial"),
+        QStringLiteral(
+            "Android: a phone to send through (repeatable: the recipients are shared among them)."),
+        QStringLiteral("serial")};
+    const QCommandLineOption allPhones{QStringLiteral("all-phones"),
+                                       QStringLiteral("Android: send through every attached phone.")};
     const QCommandLineOption mode{QStringLiteral("mode"), QStringLiteral("Android: standard or classic."),
                                   QStringLiteral("mode"), QStringLiteral("standard")};
     const QCommandLineOption untilIdle{
@@ -113,8 +117,8 @@ int runWorker(const QStringList& arguments) {
         const auto stopRun = std::make_shared<std::function<void()>>();
         const std::optional<int> refused =
             road == kAndroidRoad
-                ? choosePhone(op, folder, o.parser.value(o.serial), o.parser.value(o.mode), campaign.settings,
-                              openers, stopRun, &chosen)
+                ? choosePhone(op, folder, PhonesAsked{o.parser.values(o.serial), o.parser.isSet(o.allPhones)},
+                              o.parser.value(o.mode), campaign.settings, openers, stopRun, &chosen)
                 : chooseModems(op, o.parser.values(o.device), campaign.settings, openers, &chosen);
         if (refused)
             return *refused;

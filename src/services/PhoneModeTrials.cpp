@@ -53,6 +53,7 @@ PhoneModeTrials::PhoneModeTrials(Operator& op, DataFolder folder, QString serial
     : m_op(op), m_folder(std::move(folder)), m_serialFilter(std::move(serialFilter)) {}
 
 PhoneSearch::Outcome PhoneModeTrials::run(const Trial& trial, const Progress& progress) {
+    const AdbTarget target(m_serialFilter);
     const PhoneSearch::Outcome ready = PhoneSearch(m_op, m_folder, PhoneQuery{m_serialFilter, {}}).recheck();
     if (ready != PhoneSearch::Outcome::Connected)
         return ready;

@@ -1,5 +1,6 @@
 #include "PhoneSearch.h"
 
+#include "android/AdbRunner.h"
 #include "android/AndroidSelection.h"
 #include "core/Clock.h"
 #include "core/DeviceSelection.h"
@@ -14,6 +15,22 @@ void ChosenPhone::selectIn(DeviceSelection& selection, AndroidSelection& phone) 
     selection.sel_port_bsd_str = caption;
     selection.port_val_str_array = {caption};
     phone.AND_Sel_Dev_Details = details;
+    phone.phones.clear(); // the one phone attached, as adb finds it
+}
+
+void selectPhones(const QList<ChosenPhone>& phones, DeviceSelection& selection, AndroidSelection& phone) {
+    QStringList captions;
+    QStringList details;
+    phone.phones.clear();
+    for (const ChosenPhone& chosen : phones) {
+        captions << chosen.caption;
+        details << chosen.details;
+        phone.phones.append({chosen.serial, chosen.caption});
+    }
+    selection.sel_port_name_str = captions.join(QStringLiteral(", "));
+    selection.sel_port_bsd_str = selection.sel_port_name_str;
+    selection.port_val_str_array = captions;
+    phone.AND_Sel_Dev_Details = details.join(QStringLiteral("\n\n"));
 }
 
 std::optional<PhoneSearch::Problem> PhoneSearch::problemOf(Outcome outcome) {
@@ -56,6 +73,7 @@ void PhoneSearch::addRows(const RecordList& rows) {
 }
 
 PhoneSearch::Outcome PhoneSearch::searchOnce() {
+    const AdbTarget target(m_query.serialFilter);
     m_rows.clear();
     phoneFound(QString());
     QString tag;
@@ -104,6 +122,7 @@ PhoneSearch::Outcome PhoneSearch::connectFoundPhone() {
 }
 
 PhoneSearch::Outcome PhoneSearch::recheck() {
+    const AdbTarget target(m_query.serialFilter);
     QString tag;
     if (CheckConnection(tag, false, m_op, m_folder, m_query, this))
         return Outcome::Connected;
@@ -111,6 +130,7 @@ PhoneSearch::Outcome PhoneSearch::recheck() {
 }
 
 QString PhoneSearch::attachedSerial() const {
+    const AdbTarget target(m_query.serialFilter);
     const QString list = Get_Android_Device_List(m_query);
     return list.section(QLatin1Char('\n'), 0, 0).trimmed().section(QLatin1Char('\t'), 0, 0);
 }

@@ -28,6 +28,9 @@ struct ChosenPhone {
     void selectIn(DeviceSelection& selection, AndroidSelection& phone) const;
 };
 
+// Records several phones as the Android window's choice: a run sends through them all.
+void selectPhones(const QList<ChosenPhone>& phones, DeviceSelection& selection, AndroidSelection& phone);
+
 class PhoneSearch : private ConnectionStatusLines {
 public:
     enum class Outcome { Connected, NoDevice, Unauthorized, More, Failed, Stopped };

@@ -9,6 +9,7 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QTableView>
@@ -50,6 +51,12 @@ AndroidPhListView::AndroidPhListView(Android_Ph_List_Wnd& controller, QWidget* p
     m_table->setColumnWidth(0, 170);
     m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
     layout->addWidget(m_table, 1);
+    m_phones = new QListWidget(this);
+    m_phones->setObjectName(QStringLiteral("_phones"));
+    layout->addWidget(m_phones, 1);
+    connect(m_phones, &QListWidget::itemChanged, this, [this](QListWidgetItem* item) {
+        m_controller.tickPhone(m_phones->row(item), item->checkState() == Qt::Checked);
+    });
     m_busy = new QProgressBar(this);
     m_busy->setRange(0, 100);
     m_busy->setTextVisible(false);
@@ -108,6 +115,7 @@ void AndroidPhListView::refresh() {
     }
     m_hint->setVisible(m_controller.permissionHintVisible() && m_controller.statusLinesVisible());
     m_table->setVisible(m_controller.tableVisible());
+    showAttachedPhones();
     m_busy->setValue(m_controller.busyValue());
     m_wait->setVisible(m_controller.pleaseWaitShown());
     const bool searching = m_controller.searching();
@@ -118,6 +126,26 @@ void AndroidPhListView::refresh() {
     m_sendTest->setEnabled(!searching && !m_controller.testing());
     if (!m_testNumber->hasFocus())
         m_testNumber->setText(m_controller.testNumberText());
+}
+
+void AndroidPhListView::showAttachedPhones() {
+    const auto& phones = m_controller.attachedPhones();
+    const QSignalBlocker quiet(m_phones); // the controller already knows what it listed
+    if (m_phones->count() != phones.size()) {
+        m_phones->clear();
+        for (const auto& phone : phones) {
+            auto* item = new QListWidgetItem(m_phones);
+            item->setText(phone.state == QLatin1String("device")
+                              ? phone.caption
+                              : QStringLiteral("%1 (%2)").arg(phone.caption, phone.state));
+            item->setFlags(phone.state == QLatin1String("device")
+                               ? Qt::ItemIsEnabled | Qt::ItemIsUserCheckable
+                               : Qt::NoItemFlags);
+        }
+    }
+    for (int i = 0; i < phones.size(); ++i)
+        m_phones->item(i)->setCheckState(phones.at(i).ticked ? Qt::Checked : Qt::Unchecked);
+    m_phones->setVisible(!phones.isEmpty() && !m_controller.tableVisible());
 }
 
 AndConnErrView::AndConnErrView(And_Conn_Err& controller, QWidget* parent) : QDialog(parent) {

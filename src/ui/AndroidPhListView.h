@@ -1,6 +1,7 @@
 #pragma once
 // The Android device search window: three status lines while searching, then the phone's
-// properties; Search, Stop, Select and the way back to the device kind.
+// properties (or, with several phones attached, the phones to tick); Search, Stop, Select and
+// the way back to the device kind.
 #include "android/windows/Android_Ph_List_Wnd.h"
 
 #include <QDialog>
@@ -9,6 +10,7 @@
 
 class QLabel;
 class QLineEdit;
+class QListWidget;
 class QProgressBar;
 class QPushButton;
 class QTableView;
@@ -23,6 +25,7 @@ protected:
 
 private:
     void refresh();
+    void showAttachedPhones();
 
     Android_Ph_List_Wnd& m_controller;
     QLabel* m_info = nullptr;
@@ -30,6 +33,7 @@ private:
     QLabel* m_hint = nullptr;
     QLabel* m_wait = nullptr;
     QTableView* m_table = nullptr;
+    QListWidget* m_phones = nullptr; // several phones attached: tick those to send through
     QProgressBar* m_busy = nullptr;
     QPushButton* m_search = nullptr;
     QPushButton* m_stop = nullptr;

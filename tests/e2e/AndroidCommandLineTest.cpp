@@ -114,6 +114,39 @@ TEST_F(AndroidCommandLineTest, SerialPicksOnePhoneOfSeveral) {
     EXPECT_EQ(sent.first().value("serial").toString(), "R58BBBB0002");
 }
 
+// Three phones share one list; one is unplugged after a few messages and the others take its
+// share: everyone is texted once, each through the phone the report names.
+TEST_F(AndroidCommandLineTest, SeveralPhonesShareOneListAndAnUnpluggedOneLeavesItsShareToTheOthers) {
+    sim::PhoneConfig unplugged = phone("R58CCCC0003");
+    unplugged.unplugAfter = 4;
+    start({phone("R58AAAA0001"), phone("R58BBBB0002"), unplugged});
+    QStringList send{"send", "--android", "--all-phones", "--message", "m", "--yes"};
+    QStringList numbers;
+    for (int i = 0; i < 60; ++i) {
+        numbers << QStringLiteral("+4477009%1").arg(i, 5, 10, QLatin1Char('0'));
+        send << "--to" << numbers.last();
+    }
+    int exitCode = -1;
+    const QStringList out = run(send, exitCode);
+    EXPECT_EQ(exitCode, 0) << errors.toStdString();
+    EXPECT_EQ(out.value(60), "60 of 60 recipients sent.") << out.join('\n').toStdString();
+    QMap<QString, QString> phoneOf; // number -> the phone that sent it
+    for (const QJsonObject& m : server->log().events("message")) {
+        EXPECT_FALSE(phoneOf.contains(m.value("number").toString()))
+            << "twice: " << m.value("number").toString().toStdString();
+        phoneOf.insert(m.value("number").toString(), m.value("serial").toString());
+    }
+    EXPECT_EQ(QStringList(phoneOf.keys()), numbers);
+    const QStringList serials = phoneOf.values();
+    EXPECT_EQ(serials.count("R58CCCC0003"), 4);
+    EXPECT_GT(serials.count("R58AAAA0001"), 10);
+    EXPECT_GT(serials.count("R58BBBB0002"), 10);
+    for (const QString& line : out.mid(0, 60))
+        EXPECT_TRUE(line.contains(QStringLiteral("(%1)").arg(phoneOf.value(line.section('\t', 0, 0)))))
+            << line.toStdString();
+    EXPECT_TRUE(errors.contains("VIRTUAL PHONE 5G (R58CCCC0003): Left the run")) << errors.toStdString();
+}
+
 TEST_F(AndroidCommandLineTest, DevicesListsEveryPhoneWithItsState) {
     sim::PhoneConfig locked = phone("R58LOCK0002");
     locked.state = "unauthorized";

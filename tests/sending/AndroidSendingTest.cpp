@@ -2,6 +2,7 @@
 // log must agree with the list, text for text.
 #include "PhoneFixture.h"
 #include "StoredCampaigns.h"
+#include "android/windows/Android_Ph_List_Wnd.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
@@ -137,7 +138,9 @@ TEST_F(AndroidSendingTest, SkippedAndExcludedNumbersAreNeitherSentNorLogged) {
 
 TEST_F(AndroidSendingTest, SingleShotSendsTheWholeListThroughOneFile) {
     for (const int count : {10, 11}) {
-        startPhones(one(installed()));
+        sim::PhoneConfig config = installed();
+        config.sendFails = {"1003"};
+        startPhones(one(config));
         QList<QPair<QString, QString>> rows;
         for (int i = 0; i < count; ++i)
             rows.append({QString::number(1000 + i),
@@ -160,7 +163,14 @@ TEST_F(AndroidSendingTest, SingleShotSendsTheWholeListThroughOneFile) {
         EXPECT_EQ(reads.first().value("content").toString(), file);
         qint64 size = 0;
         EXPECT_FALSE(firstPhone().fileExists("/sdcard/ostrelsms.txt", size)); // removed afterwards
-        EXPECT_FALSE(QFile::exists(home.folder.Created_Resource_Path() + "/ostrelsms.txt"));
+        EXPECT_TRUE(QDir(home.folder.Created_Resource_Path()).entryList({"ostrelsms.txt*"}).isEmpty());
+        // The phone's word on each message of the list, line breaks as the list carried them.
+        QStringList statuses;
+        for (const SendingItem& item : window->run()->record().all())
+            statuses << item.number + " " + item.status;
+        EXPECT_EQ(statuses.filter("Sent (in the phone's sent messages)").size(), count - 1)
+            << statuses.join('|').toStdString();
+        EXPECT_TRUE(statuses.contains("1003 Failed (the phone could not send)"));
         server->stop();
     }
 }
@@ -317,6 +327,50 @@ TEST_F(AndroidSendingTest, AGsmRunAndAnAndroidRunAtOnceStayApart) {
     EXPECT_EQ(android->deviceChoices(), QStringList{"VIRTUAL PHONE 5G"});
     EXPECT_EQ(gsm.selection().port_det_str_array.size(), 1);
     EXPECT_TRUE(android->selection().port_det_str_array.isEmpty());
+}
+
+// Several attached phones are listed to tick; the ticked ones share the list, and the one
+// unplugged in the middle leaves its share to the others: everyone is texted once.
+TEST_F(AndroidSendingTest, TickedPhonesShareTheListAndAnUnpluggedOneLeavesItsShare) {
+    sim::PhoneConfig unplugged = installed();
+    unplugged.serial = "R58CCCC0003";
+    unplugged.unplugAfter = 3;
+    sim::PhoneConfig spare = installed();
+    spare.serial = "R58DDDD0004";
+    startPhones({installed(), unplugged, spare});
+    QList<QPair<QString, QString>> rows;
+    for (int i = 0; i < 24; ++i)
+        rows.append({QStringLiteral("+4477009002%1").arg(i, 2, 10, QLatin1Char('0')), "Shared"});
+    auto window = windowWith(rows);
+    Android_Ph_List_Wnd search(op, home.folder, window->selection(), window->androidSelection());
+    EXPECT_EQ(onWorker([&] { return search.searchDevice(false); }), Android_Ph_List_Wnd::Outcome::More);
+    EXPECT_TRUE(op.alerts().isEmpty()) << op.alerts().join('/').toStdString(); // a choice, not a fault
+    QStringList listed;
+    for (const auto& phone : search.attachedPhones())
+        listed << phone.caption + (phone.ticked ? " [x]" : " [ ]");
+    EXPECT_EQ(listed, (QStringList{"VIRTUAL PHONE 5G (VPHONE0001) [x]", "VIRTUAL PHONE 5G (R58CCCC0003) [x]",
+                                   "VIRTUAL PHONE 5G (R58DDDD0004) [x]"}));
+    search.tickPhone(2, false);
+    search.beginModal();
+    search.Select_Btn();
+    EXPECT_EQ(search.endCode(), 1);
+    EXPECT_EQ(window->selection().sel_port_name_str,
+              "VIRTUAL PHONE 5G (VPHONE0001), VIRTUAL PHONE 5G (R58CCCC0003)");
+    window->applyDeviceSelection();
+
+    send(*window);
+    QMap<QString, QString> phoneOf;
+    for (const QJsonObject& m : server->log().events("message")) {
+        EXPECT_FALSE(phoneOf.contains(m.value("number").toString()))
+            << m.value("number").toString().toStdString();
+        phoneOf.insert(m.value("number").toString(), m.value("serial").toString());
+    }
+    EXPECT_EQ(phoneOf.size(), rows.size());
+    EXPECT_EQ(phoneOf.values().count("R58CCCC0003"), 3);
+    EXPECT_EQ(phoneOf.values().count("R58DDDD0004"), 0); // unticked
+    for (const SendingItem& item : window->run()->record().all())
+        EXPECT_TRUE(item.usePort.endsWith(QStringLiteral("(%1)").arg(phoneOf.value(item.number))))
+            << item.number.toStdString() << " " << item.usePort.toStdString();
 }
 
 TEST_F(AndroidSendingTest, SendChecksComeFirst) {

@@ -2,6 +2,7 @@
 // unjudged, so that the person at the receiving phone sees which paths work on this phone.
 #include "Android_Ph_List_Wnd.h"
 
+#include "android/AdbRunner.h"
 #include "android/AndroidDevices.h"
 #include "android/AndroidModeTrial.h"
 #include "android/CompanionApp.h"
@@ -38,6 +39,7 @@ void Android_Ph_List_Wnd::Send_Test_Btn() {
     m_worker.start([this, number, model](std::stop_token) {
         Guard::run("Android_Ph_List_Wnd::Send_Test_Btn", [&] {
             Stop_Modem_SRCH = false;
+            const AdbTarget target(m_phone.serialFilter);
             QString tag;
             if (!CheckConnection(tag, false, m_op, m_folder, query(), this)) {
                 onMain([this] { m_pleaseWait = false; });

@@ -7,6 +7,8 @@
 #include "core/Operator.h"
 #include "delivery/DelayedDeliveryPause.h"
 #include "device/DeviceRecord.h"
+#include "services/PhoneList.h"
+
 #include <utility>
 
 using namespace std::chrono_literals;
@@ -15,6 +17,8 @@ namespace {
 
 const QStringList kRowColumns = {kPortNameKey, kPortDetailKey};
 const QString kNotReady = QStringLiteral("Mobile device is not ready.");
+const QString kTickPhones =
+    QStringLiteral("Several phones are attached: tick the ones to send through, then Select.");
 
 // Capitalised word by word, as the status lines show their texts.
 QString capitalised(const QString& text) {
@@ -45,7 +49,7 @@ Android_Ph_List_Wnd::~Android_Ph_List_Wnd() {
 }
 
 PhoneQuery Android_Ph_List_Wnd::query() const {
-    return PhoneQuery{m_phone.serialFilter, [this] { return stopAsked(); }};
+    return PhoneQuery{m_phone.serialFilter, [this] { return stopAsked(); }, true};
 }
 
 QString Android_Ph_List_Wnd::selectedDevice() const {
@@ -73,6 +77,7 @@ QString Android_Ph_List_Wnd::displayName() const { return phoneCaption(m_rows.re
 
 void Android_Ph_List_Wnd::Open_Ph_List_Wnd(std::function<void(bool)> reported) {
     m_tableVisible = false;
+    m_attached.clear();
     m_phone.AND_Sel_Dev_Details.clear();
     m_busy = 0;
     m_permissionHint = true;
@@ -126,6 +131,7 @@ Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::searchRound(PhoneSearch& searc
     onMain([this] {
         m_controlsEnabled = false;
         m_rows.clear();
+        m_attached.clear();
         m_infoLabel = QStringLiteral("Status : ");
         m_tableVisible = false;
     });
@@ -156,6 +162,7 @@ Android_Ph_List_Wnd::Outcome Android_Ph_List_Wnd::notConnected(Outcome outcome) 
     });
     if (outcome == Outcome::More) {
         markLine(Searching, QStringLiteral("Android device found"), QLatin1Char('T'));
+        listAttachedPhones();
         onMain([this] { m_controlsEnabled = true; });
         return outcome;
     }
@@ -190,7 +197,77 @@ void Android_Ph_List_Wnd::showConnected() {
     });
 }
 
+void Android_Ph_List_Wnd::listAttachedPhones() {
+    QList<AttachedPhone> phones;
+    for (const ListedPhone& listed : listPhones(m_folder, m_phone.serialFilter)) {
+        // The rows as a search shows them: the "Device" row first.
+        const RecordList rows =
+            RecordList{propertyRow(QStringLiteral("Device"), listed.serial)} + listed.properties;
+        const QString name = Get_Device_name_Detail(rows);
+        const QString caption =
+            name.isEmpty() ? listed.serial : QStringLiteral("%1 (%2)").arg(name, listed.serial);
+        const bool ready = listed.state == QLatin1String("device");
+        phones.append({listed.serial, listed.state, caption, ready});
+    }
+    onMain([this, phones] {
+        m_attached = phones;
+        m_linesVisible = false;
+        m_infoLabel = kTickPhones;
+    });
+}
+
+void Android_Ph_List_Wnd::tickPhone(int index, bool ticked) {
+    if (index >= 0 && index < m_attached.size() && m_attached.at(index).state == QLatin1String("device"))
+        m_attached[index].ticked = ticked;
+    emit changed();
+}
+
+bool Android_Ph_List_Wnd::chooseTickedPhones() {
+    QList<AttachedPhone> ticked;
+    for (const AttachedPhone& phone : m_attached)
+        if (phone.ticked)
+            ticked.append(phone);
+    if (ticked.isEmpty()) {
+        m_op.Show_MessageBox(kTickPhones);
+        return false;
+    }
+    m_pleaseWait = true;
+    emit changed();
+    Stop_Modem_SRCH = false;
+    QList<ChosenPhone> chosen;
+    QString notReady;
+    WorkerThread check(QStringLiteral("android-check"));
+    check.start([&](std::stop_token) {
+        for (const AttachedPhone& phone : ticked) {
+            // Each phone is readied as a search readies the one phone: app, permissions, properties.
+            PhoneSearch search(m_op, m_folder, PhoneQuery{phone.serial, [this] { return stopAsked(); }});
+            if (search.searchOnce() != Outcome::Connected) {
+                notReady = phone.caption;
+                return;
+            }
+            chosen.append(chosenPhone(search.rows(), search.deviceLine(), phone.serial));
+            chosen.last().caption = phone.caption;
+        }
+    });
+    check.join();
+    m_pleaseWait = false;
+    resetLines();
+    m_linesVisible = false;
+    emit changed();
+    if (!notReady.isEmpty()) {
+        m_op.Show_MessageBox(QStringLiteral("%1 is not ready: untick it or search again.").arg(notReady));
+        return false;
+    }
+    selectPhones(chosen, m_selection, m_phone);
+    endModal(1);
+    return true;
+}
+
 void Android_Ph_List_Wnd::Select_Btn() {
+    if (m_rows.isEmpty() && !m_attached.isEmpty()) {
+        chooseTickedPhones();
+        return;
+    }
     if (m_rows.isEmpty()) {
         m_op.Show_MessageBox(kNotReady);
         return;

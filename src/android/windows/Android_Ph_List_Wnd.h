@@ -2,7 +2,8 @@
 // The Android device search window: it finds, authorises and connects one phone (installing
 // the companion app and granting its permissions), shows the phone's properties, and records
 // the chosen phone in the selection of the main window that owns it. Three status lines follow
-// the search.
+// the search. When several phones are attached it lists them to tick, and Select readies each
+// ticked phone for a run that sends through them all.
 #include "android/AndroidSelection.h"
 #include "android/CompanionApp.h"
 #include "core/DataFolder.h"
@@ -77,6 +78,16 @@ public:
     // The phone's line as the last check read it ("" when none was found).
     QString selectedDevice() const;
 
+    // The phones listed to tick when several are attached (empty otherwise).
+    struct AttachedPhone {
+        QString serial;
+        QString state;   // adb's word; only a phone in the "device" state can be ticked
+        QString caption; // maker, model and serial
+        bool ticked = false;
+    };
+    const QList<AttachedPhone>& attachedPhones() const { return m_attached; }
+    void tickPhone(int index, bool ticked);
+
     void markLine(Line line, const QString& text, QChar mark) override;
     void phoneFound(const QString& deviceLine) override;
     void rowsRead(const RecordList& rows) override;
@@ -89,6 +100,10 @@ private:
     // The round's phone is connected: its properties are shown.
     void showConnected();
     bool chooseShownPhone(); // Select from step 2 on
+    // Several phones attached: they are listed to tick (on the search thread).
+    void listAttachedPhones();
+    // Select with phones listed: each ticked phone is readied, then all are chosen together.
+    bool chooseTickedPhones();
     bool stopAsked() const { return Stop_Modem_SRCH; }
     // The phones this window looks at, and its stop.
     PhoneQuery query() const;
@@ -105,6 +120,7 @@ private:
     ActivityIndicator m_busyBar;
     std::atomic<bool> m_searching{false};
     std::array<StatusLine, 3> m_lines;
+    QList<AttachedPhone> m_attached;
     bool m_linesVisible = true;
     QString m_infoLabel;
     bool m_tableVisible = false;

@@ -16,22 +16,28 @@ const QString kInitializing = QStringLiteral("Initializing Mobile device to send
 const QString kInProgress = QStringLiteral("Message sending is in progress...");
 const QString kCompleted = QStringLiteral("Message Sending Process Completed.");
 
-// The phone of one run; it tells the window when it found no phone to send through.
+// Whether any phone of a run was found: the last of them not connected tells the window.
+struct PhonesFound {
+    explicit PhonesFound(int phones) : unanswered(phones) {}
+    std::atomic<int> unanswered;
+    std::shared_ptr<std::atomic<bool>> noneConnected;
+};
+
+// A phone of one run.
 class RunPhone : public PhoneDevice {
 public:
-    RunPhone(Operator& op, const DataFolder& folder, const QString& serial, Mode mode, Hooks hooks,
-             const QString& serialFilter, std::shared_ptr<std::atomic<bool>> notConnected)
-        : PhoneDevice(op, folder, serial, mode, std::move(hooks), serialFilter),
-          m_notConnected(std::move(notConnected)) {}
+    RunPhone(Operator& op, const DataFolder& folder, const QString& name, Mode mode, Hooks hooks,
+             const QString& serialFilter, std::shared_ptr<PhonesFound> found)
+        : PhoneDevice(op, folder, name, mode, std::move(hooks), serialFilter), m_found(std::move(found)) {}
     QString prepare(bool deliveryReports) override {
         QString why = PhoneDevice::prepare(deliveryReports);
-        if (this->notConnected())
-            *m_notConnected = true;
+        if (this->notConnected() && --m_found->unanswered == 0)
+            *m_found->noneConnected = true;
         return why;
     }
 
 private:
-    std::shared_ptr<std::atomic<bool>> m_notConnected;
+    std::shared_ptr<PhonesFound> m_found;
 };
 
 } // namespace
@@ -88,8 +94,8 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     campaign.rows.reserve(records.size());
     for (const Record& record : records)
         campaign.rows.append({recipientNumber(record), record.value(kMessageKey)});
-    m_campaign = std::make_unique<CampaignRun>(dataFolder(), std::move(campaign),
-                                               QList<DeviceOpener>{phoneOpener()}, op(), m_countdown, hooks);
+    m_campaign = std::make_unique<CampaignRun>(dataFolder(), std::move(campaign), phoneOpeners(), op(),
+                                               m_countdown, hooks);
     m_run = &m_campaign->run();
     watch(*m_run);
     m_progress.setRunControls([this](bool on) { m_run->hold(on); }, [this] { m_run->stop(); });
@@ -113,7 +119,7 @@ RunSettings Bulk_SMSAppDelegate::runSettings() {
     return settings;
 }
 
-DeviceOpener Bulk_SMSAppDelegate::phoneOpener() {
+QList<DeviceOpener> Bulk_SMSAppDelegate::phoneOpeners() {
     const PhoneDevice::Mode mode = m_phone.AND_SMS_sending_mode == int(AndroidSendingMode::Classic)
                                        ? PhoneDevice::Mode::Classic
                                        : PhoneDevice::Mode::Standard;
@@ -128,10 +134,19 @@ DeviceOpener Bulk_SMSAppDelegate::phoneOpener() {
             Standard_Radio();
         });
     };
-    return [this, mode, hooks, serial = selection().sel_port_name_str, filter = m_phone.serialFilter,
-            notConnected = m_notConnected](std::stop_token) -> std::unique_ptr<SendingDevice> {
-        return std::make_unique<RunPhone>(op(), dataFolder(), serial, mode, hooks, filter, notConnected);
-    };
+    // Ticked phones are each addressed by serial; else the one phone found (within --serial).
+    QList<TickedPhone> phones = m_phone.phones;
+    if (phones.isEmpty())
+        phones.append({m_phone.serialFilter, selection().sel_port_name_str});
+    auto found = std::make_shared<PhonesFound>(int(phones.size()));
+    found->noneConnected = m_notConnected;
+    QList<DeviceOpener> openers;
+    for (const TickedPhone& phone : phones)
+        openers.append([this, mode, hooks, phone, found](std::stop_token) -> std::unique_ptr<SendingDevice> {
+            return std::make_unique<RunPhone>(op(), dataFolder(), phone.caption, mode, hooks, phone.serial,
+                                              found);
+        });
+    return openers;
 }
 
 void Bulk_SMSAppDelegate::watch(SendingRun& run) {

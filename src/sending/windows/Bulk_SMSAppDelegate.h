@@ -75,7 +75,7 @@ protected:
 
 private:
     RunSettings runSettings();
-    DeviceOpener phoneOpener();
+    QList<DeviceOpener> phoneOpeners();
     void watch(SendingRun& run);
     void showItem(int index, const SendingItem& item, bool counted);
     void afterRun();
