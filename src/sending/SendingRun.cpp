@@ -93,6 +93,9 @@ void SendingRun::dispatch(std::stop_token stop) {
     Guard::run("SendingRun::dispatch", [&] {
         const int rows = m_record->size();
         m_devicesToCome = int(std::min<qsizetype>({m_openers.size(), rows, kMaxDevices}));
+        // Devices that take batches share the list: each claims its part, the rest goes on
+        // one by one through whoever is left.
+        m_batchShare = (rows + std::max(1, m_devicesToCome.load()) - 1) / std::max(1, m_devicesToCome.load());
         int opened = 0;
         for (const DeviceOpener& open : m_openers) {
             if (stop.stop_requested() || opened + 1 > rows || opened >= kMaxDevices)

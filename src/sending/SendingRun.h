@@ -170,6 +170,7 @@ private:
     std::atomic<int> m_holders{0};       // the dispatcher and every started device
     std::atomic<int> m_activeDevices{0}; // devices still taking items
     std::atomic<int> m_devicesToCome{0}; // devices the dispatcher has yet to open
+    int m_batchShare = 0; // how many items a device that takes batches claims at once (set before any starts)
     std::atomic<int> m_reportingDevices{0};
     std::atomic<int> m_startedDevices{0};
     std::atomic<int> m_notOpened{0};

@@ -233,9 +233,13 @@ void SendingRun::sendBatch(Worker& worker) {
         checkRecord();
         show(claim.index, true);
     };
-    while (const auto claim =
-               m_record->claimNext(worker.name, m_settings.skipDuplicates, excluded, finishedOnTheWay, true))
+    while (claims.size() < m_batchShare) {
+        const auto claim =
+            m_record->claimNext(worker.name, m_settings.skipDuplicates, excluded, finishedOnTheWay, true);
+        if (!claim)
+            break;
         claims << *claim;
+    }
     if (claims.isEmpty()) {
         checkRecord();
         return;

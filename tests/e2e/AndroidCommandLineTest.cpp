@@ -145,6 +145,21 @@ TEST_F(AndroidCommandLineTest, SeveralPhonesShareOneListAndAnUnpluggedOneLeavesI
         EXPECT_TRUE(line.contains(QStringLiteral("(%1)").arg(phoneOf.value(line.section('\t', 0, 0)))))
             << line.toStdString();
     EXPECT_TRUE(errors.contains("VIRTUAL PHONE 5G (R58CCCC0003): Left the run")) << errors.toStdString();
+    server->stop();
+
+    // Single-shot: each phone takes its part of the list in one file.
+    start({phone("R58AAAA0001"), phone("R58BBBB0002"), phone("R58CCCC0003")});
+    QStringList singleShot{"send",      "--android", "--all-phones", "--mode", "single-shot",
+                           "--message", "m",         "--yes"};
+    for (const QString& number : numbers.mid(0, 30))
+        singleShot << "--to" << number;
+    run(singleShot, exitCode);
+    EXPECT_EQ(exitCode, 0) << errors.toStdString();
+    QMap<QString, int> perPhone;
+    for (const QJsonObject& m : server->log().events("message"))
+        ++perPhone[m.value("serial").toString()];
+    EXPECT_EQ(perPhone, (QMap<QString, int>{{"R58AAAA0001", 10}, {"R58BBBB0002", 10}, {"R58CCCC0003", 10}}));
+    EXPECT_EQ(server->log().events("read").size(), 3); // one list file each
 }
 
 TEST_F(AndroidCommandLineTest, DevicesListsEveryPhoneWithItsState) {
