@@ -33,7 +33,7 @@ public:
         QString pauseText;   // the delayed-delivery countdown
         int busy = 0;        // the busy bar, 0..100
         bool stopEnabled = false;
-        // Each phone of the run: the number it has in hand, or why it left ("PHONE: text").
+        // Each phone of the run: what it is doing ("Sending to N", "Finished.") or why it left.
         QMap<QString, QString> phones;
         bool finished = false;   // the run has ended: Export and Close instead of Stop
         bool pleaseWait = false; // while the report is written
