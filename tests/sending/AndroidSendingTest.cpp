@@ -13,6 +13,7 @@
 #include "sim/VirtualModem.h"
 #include "stores/SentItemFile.h"
 #include "stores/TemplateFile.h"
+#include "stores/windows/ExportDialogs.h"
 
 #include <QDir>
 #include <QFile>
@@ -86,9 +87,10 @@ TEST_F(AndroidSendingTest, OneByOneDeliversEveryHostileTextExactlyInBothModes) {
     }
 }
 
-// Each row says what the phone did with its message, as the phone's own SMS provider tells:
-// sent, failed, or still queued when the wait is over (not confirmed); identical messages are
-// confirmed one row each. A phone that lets nobody read its messages is told once.
+// Each row of the progress window says what the phone did with its message, as the phone's own
+// SMS provider tells: sent, failed, or still queued when the wait is over (not confirmed);
+// identical messages are confirmed one row each. A phone that lets nobody read its messages is
+// told once. The window stays with its rows until Close, and its report carries each row's status.
 TEST_F(AndroidSendingTest, EachRowSaysWhatThePhoneDidWithItsMessage) {
     const QString sent = "Sent (in the phone's sent messages)",
                   notConfirmed = "Handed to the phone (not confirmed)";
@@ -102,15 +104,39 @@ TEST_F(AndroidSendingTest, EachRowSaysWhatThePhoneDidWithItsMessage) {
         auto window = windowWith({{"1", "a"}, {"2", "b"}, {"3", "c"}, {"1", "a"}});
         op.clearTranscript();
         send(*window);
-        QStringList statuses;
-        for (const SendingItem& item : window->run()->record().all())
-            statuses << item.status;
-        const QStringList expected =
-            denied ? QStringList(4, notConfirmed)
-                   : QStringList{sent, "Failed (the phone could not send)", notConfirmed, sent};
-        EXPECT_EQ(statuses, expected);
+        AndroidSendingProgress& progress = window->progress();
+        QStringList rows;
+        for (const Record& row : progress.rows().records())
+            rows << row.value("Number") + "|" + row.value("Use Port") + "|" + row.value("Status");
+        const QStringList expected = denied ? QStringList{"1|" + notConfirmed, "2|" + notConfirmed,
+                                                          "3|" + notConfirmed, "1|" + notConfirmed}
+                                            : QStringList{"1|" + sent, "2|Failed (the phone could not send)",
+                                                          "3|" + notConfirmed, "1|" + sent};
+        EXPECT_EQ(rows.replaceInStrings("|VIRTUAL PHONE 5G|", "|"), expected);
         EXPECT_EQ(op.alerts().filter("does not let this computer read its messages").size(), denied ? 1 : 0)
             << op.alerts().join('|').toStdString();
+        EXPECT_TRUE(progress.state().visible && progress.state().finished);
+        EXPECT_EQ(progress.state().phones.value("VIRTUAL PHONE 5G"), "Finished.");
+
+        const QString report = home.root() + "/report" + QString::number(denied);
+        op.onModal<Status_Export_Option>([](Status_Export_Option& d) { d.OKPressed(); })
+            .onModal<Export_Option>([](Export_Option& d) { d.OKPressed(); })
+            .chooseFile(report)
+            .onModal<Open_Export_Log>([](Open_Export_Log& d) { d.CancelPressed(); });
+        progress.Export_Btn();
+        const QByteArray bytes = readAll(report + ".txt");
+        QStringList reported; // "number|status" of each entry, in the list's order
+        for (const QString& line :
+             QString(reinterpret_cast<const QChar*>(bytes.constData()), bytes.size() / 2)
+                 .remove(QChar(QChar::ByteOrderMark))
+                 .split('\n'))
+            if (line.startsWith("Number\t\t: "))
+                reported << line.mid(10);
+            else if (line.startsWith("Sent Status\t: "))
+                reported.last() += "|" + line.mid(14);
+        EXPECT_EQ(reported, expected);
+        progress.Close_Btn();
+        EXPECT_FALSE(progress.state().visible);
         server->stop();
     }
 }

@@ -130,9 +130,17 @@ TEST_F(AndroidViewsTest, MainWindowModesSendAndProgress) {
     ASSERT_TRUE(spinUntil([&] { return rowsShown.contains(1); }));
     EXPECT_EQ(list->selectionModel()->selectedRows().size(), 1);
     EXPECT_TRUE(progressShown);
-    EXPECT_FALSE(progressView->isVisible());
     EXPECT_EQ(op.alerts(), QStringList{"\nMessage Sending Process Completed."});
     EXPECT_EQ(server->log().events("message").size(), 2);
+    // The ended run stays shown, a row per recipient, until Close.
+    ASSERT_TRUE(spinUntil([&] { return progressView->isVisible(); }));
+    EXPECT_EQ(progressView->findChild<QTableView*>()->model()->rowCount(), 2);
+    auto* close = progressView->findChild<QPushButton*>("_close_btn");
+    ASSERT_TRUE(close && close->isVisible() &&
+                progressView->findChild<QPushButton*>("_export_btn")->isVisible());
+    saveShot(*progressView, "android-progress-finished");
+    close->click();
+    EXPECT_FALSE(progressView->isVisible());
 }
 
 TEST_F(AndroidViewsTest, TheModeTestRunsOnAPhoneAndOkSetsTheWorkingMode) {

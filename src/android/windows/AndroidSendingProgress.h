@@ -1,8 +1,13 @@
 #pragma once
-// The Android window's progress windows (single-shot and one-by-one): what they show, and
-// their Stop button. The sending thread changes them through the main thread; views and the
-// command line read them there and refresh on changed().
+// The Android window's progress windows (single-shot and one-by-one): what they show (a row
+// per recipient, a line per phone), their Stop button, and once the run has ended, its Export
+// and Close. The sending thread changes them through the main thread; views read them there
+// and refresh on changed().
+#include "core/RecordTable.h"
+
+#include <QMap>
 #include <QObject>
+#include <QSet>
 #include <QString>
 
 #include <atomic>
@@ -28,11 +33,27 @@ public:
         QString pauseText;   // the delayed-delivery countdown
         int busy = 0;        // the busy bar, 0..100
         bool stopEnabled = false;
+        // Each phone of the run: what it is doing ("Sending to N", "Finished.") or why it left.
+        QMap<QString, QString> phones;
+        bool finished = false;   // the run has ended: Export and Close instead of Stop
+        bool pleaseWait = false; // while the report is written
     };
     const State& state() const { return m_state; }
 
     // From any thread: the change is applied on the main thread.
     void update(const std::function<void(State&)>& change);
+    // A new run (main thread): no rows, no phone lines, the state as initial makes it.
+    void start(const std::function<void(State&)>& initial);
+
+    // The run's rows, one per recipient in list order (main thread).
+    const RecordTable& rows() const { return m_rows; }
+    void showRows(const RecordList& rows);
+    void showRow(int index, const Record& row);
+    // A phone took a recipient's message in hand; a phone said why it left the run.
+    void phoneSending(const QString& phone, const QString& number);
+    void phoneNote(const QString& phone, const QString& note);
+    // The run has ended (statusText says how): the window stays with its rows until Close.
+    void finish(const QString& statusText);
 
     // Stop, after the operator confirms; while the question is shown no new message goes
     // out, and "No" lets the run go on where it was.
@@ -53,6 +74,12 @@ public:
         m_stopRun = std::move(stop);
     }
 
+    // The finished run's report, written where the operator chooses (by exportReport); Close
+    // hides the window.
+    void setReportExport(std::function<void()> exportReport) { m_exportReport = std::move(exportReport); }
+    void Export_Btn();
+    void Close_Btn();
+
 signals:
     void changed();
 
@@ -61,8 +88,11 @@ private:
 
     Operator& m_op;
     State m_state;
+    RecordTable m_rows;
+    QSet<QString> m_phonesLeft; // their lines say why; the end of the run leaves them
     std::atomic<bool> m_stop{false};
     std::atomic<bool> m_held{false};
     std::function<void(bool)> m_holdRun;
     std::function<void()> m_stopRun;
+    std::function<void()> m_exportReport;
 };

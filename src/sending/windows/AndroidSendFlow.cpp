@@ -2,6 +2,8 @@
 // through the chosen phone (single-shot as one batch, else one message at a time), with the
 // progress window, Stop, delayed delivery, sent items and templates.
 #include "Bulk_SMSAppDelegate.h"
+#include "SendingItemRows.h"
+#include "SendingReportExport.h"
 #include "android/AndroidDevices.h"
 #include "android/PhoneDevice.h"
 #include "core/DataFolder.h"
@@ -15,6 +17,9 @@ namespace {
 const QString kInitializing = QStringLiteral("Initializing Mobile device to send sms...");
 const QString kInProgress = QStringLiteral("Message sending is in progress...");
 const QString kCompleted = QStringLiteral("Message Sending Process Completed.");
+const QString kStoppedRun = QStringLiteral("Message sending was stopped.");
+const QString kPhoneLeft = QStringLiteral("Message sending ended: a phone left the run.");
+const QString kNoPhone = QStringLiteral("Message sending failed: no phone was connected.");
 
 // Whether any phone of a run was found: the last of them not connected tells the window.
 struct PhonesFound {
@@ -78,8 +83,7 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     setNumberField(QString());
     emit sendingRowShown(0);
     const RecordList records = list().records();
-    m_progress.update([&](AndroidSendingProgress::State& s) {
-        s = {};
+    m_progress.start([&](AndroidSendingProgress::State& s) {
         s.visible = true;
         s.singleShot = m_singleShot;
         s.total = int(records.size());
@@ -150,21 +154,43 @@ QList<DeviceOpener> Bulk_SMSAppDelegate::phoneOpeners() {
 }
 
 void Bulk_SMSAppDelegate::watch(SendingRun& run) {
+    connect(&run, &SendingRun::loaded, this, [this](const QList<SendingItem>& items) {
+        RecordList rows;
+        rows.reserve(items.size());
+        for (const SendingItem& item : items)
+            rows << itemRecord(item);
+        m_progress.showRows(rows);
+    });
     connect(&run, &SendingRun::itemChanged, this, &Bulk_SMSAppDelegate::showItem);
+    connect(&run, &SendingRun::itemsStopped, this,
+            [this](const QList<int>& indexes, const QList<SendingItem>& items) {
+                for (qsizetype i = 0; i < indexes.size(); ++i)
+                    m_progress.showRow(indexes.at(i), itemRecord(items.at(i)));
+            });
     connect(&run, &SendingRun::sendingStarted, this, [this] {
         m_progress.update([](AndroidSendingProgress::State& s) {
             s.stopEnabled = true;
             s.statusText = kInProgress;
         });
     });
-    connect(&run, &SendingRun::deviceNote, this, [this] { m_deviceLeft = true; });
+    connect(&run, &SendingRun::deviceNote, this, [this](const QString& phone, const QString& note) {
+        m_deviceLeft = true;
+        m_progress.phoneNote(phone, note);
+    });
     connect(&run, &SendingRun::devicesReleased, this, &Bulk_SMSAppDelegate::afterRun);
+    m_progress.setReportExport([this] {
+        exportSendingReport(op(), itemReport(m_run->record().all()), [this](bool shown) {
+            m_progress.update([shown](AndroidSendingProgress::State& s) { s.pleaseWait = shown; });
+        });
+    });
 }
 
 void Bulk_SMSAppDelegate::showItem(int index, const SendingItem& item, bool counted) {
+    m_progress.showRow(index, itemRecord(item));
     const int total = m_progress.state().total;
     if (item.useStatus == UseStatus::Sending) {
         emit sendingRowShown(index);
+        m_progress.phoneSending(item.usePort, item.number);
         m_progress.update([&](AndroidSendingProgress::State& s) {
             s.done = index + 1;
             s.counterText = QStringLiteral("%1 / %2 Message").arg(index + 1).arg(total);
@@ -199,7 +225,11 @@ void Bulk_SMSAppDelegate::afterRun() {
         m_runEnd = RunEnd::DeviceError;
     else
         m_runEnd = RunEnd::Completed;
-    m_progress.update([](AndroidSendingProgress::State& s) { s.visible = false; });
+    m_progress.finish(!failure.isEmpty()                 ? failure
+                      : m_runEnd == RunEnd::Completed    ? kCompleted
+                      : m_runEnd == RunEnd::NotConnected ? kNoPhone
+                      : m_runEnd == RunEnd::DeviceError  ? kPhoneLeft
+                                                         : kStoppedRun);
     m_campaign->end();
     if (!failure.isEmpty())
         op().Show_MessageBox(failure);

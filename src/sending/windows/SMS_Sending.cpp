@@ -1,6 +1,7 @@
 #include "SMS_Sending.h"
 
 #include "Gsm_Bulk_Sms_Wnd.h"
+#include "SendingItemRows.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
 #include "core/Guard.h"
@@ -22,18 +23,6 @@ const QString kNotice = QStringLiteral("Please do not operate your mobile device
 const QStringList kItemColumns = {kNumberKey,   kMessageKey,     kItemCurrentStatusKey, kItemStatusKey,
                                   kItemPortKey, kItemRetriesKey, kItemDeliveryKey};
 } // namespace
-
-Record SMS_Sending::recordOf(const SendingItem& item) {
-    return Record{{kNumberKey, item.number},
-                  {kMessageKey, item.message},
-                  {kItemPortKey, item.usePort},
-                  {kItemUseStatusKey, useStatusText(item.useStatus)},
-                  {kItemCurrentStatusKey, item.currentStatus},
-                  {kItemStatusKey, item.status},
-                  {kItemRetriesKey, QString::number(std::max(0, item.attempts - 1))},
-                  {kItemDeliveryKey, item.delivery},
-                  {kItemSentItemKey, "0"}};
-}
 
 SMS_Sending::SMS_Sending(Gsm_Bulk_Sms_Wnd& window, Operator& op, QObject* parent)
     : DialogController(parent), m_window(window), m_op(op), m_table(kItemColumns),
@@ -192,7 +181,7 @@ void SMS_Sending::watch(SendingRun& run) {
     connect(&run, &SendingRun::itemsStopped, this,
             [this](const QList<int>& indexes, const QList<SendingItem>& items) {
                 for (qsizetype i = 0; i < indexes.size(); ++i) {
-                    m_table.replace(indexes.at(i), recordOf(items.at(i)));
+                    m_table.replace(indexes.at(i), itemRecord(items.at(i)));
                     ++curr_send_item_4_th;
                 }
                 m_markedAtEnd = true;
@@ -221,7 +210,7 @@ void SMS_Sending::afterLoading(const QList<SendingItem>& items) {
     records.reserve(items.size());
     int finished = 0;
     for (const SendingItem& item : items) {
-        records << recordOf(item);
+        records << itemRecord(item);
         finished += !item.status.isEmpty();
     }
     m_table.setRecords(records);
@@ -251,7 +240,7 @@ QString SMS_Sending::statusLine() const {
 }
 
 void SMS_Sending::showItem(int index, const SendingItem& item, bool counted) {
-    m_table.replace(index, recordOf(item));
+    m_table.replace(index, itemRecord(item));
     if (counted) {
         ++curr_send_item_4_th;
         if (item.useStatus != UseStatus::Stopped)

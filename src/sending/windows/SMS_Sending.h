@@ -118,7 +118,6 @@ private:
     // Asks the operator whether to stop with the ports held meanwhile; true for Yes.
     bool confirmStop(const QString& question);
 
-    static Record recordOf(const SendingItem& item); // a row of the item table
     void showItem(int index, const SendingItem& item, bool counted);
     void ui(std::function<void()> change);     // on the main thread, without waiting
     void uiWait(std::function<void()> change); // on the main thread, waiting
