@@ -57,7 +57,7 @@ AndroidSendingProgressView::AndroidSendingProgressView(AndroidSendingProgress& c
     m_table->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     m_table->verticalHeader()->setDefaultSectionSize(m_table->fontMetrics().height() + 6);
     // Number, Message, Current Status, Status, Phone, Retry: the message takes what is left.
-    const int widths[] = {115, 0, 170, 230, 140, 45};
+    const int widths[] = {115, 0, 230, 230, 230, 45};
     for (int column = 0; column < int(std::size(widths)); ++column)
         m_table->setColumnWidth(column, widths[column]);
     m_table->horizontalHeader()->setSectionResizeMode(1, QHeaderView::Stretch);
@@ -76,7 +76,7 @@ AndroidSendingProgressView::AndroidSendingProgressView(AndroidSendingProgress& c
     buttons->addWidget(m_stop);
     buttons->addWidget(m_close);
     layout->addLayout(buttons);
-    resize(900, 560);
+    resize(1060, 560);
     connect(m_stop, &QPushButton::clicked, this, [this] { m_controller.Stop_Btn(); });
     connect(m_export, &QPushButton::clicked, this, [this] { m_controller.Export_Btn(); });
     connect(m_close, &QPushButton::clicked, this, [this] { m_controller.Close_Btn(); });

@@ -397,6 +397,14 @@ TEST_F(AndroidSendingTest, TickedPhonesShareTheListAndAnUnpluggedOneLeavesItsSha
     for (const SendingItem& item : window->run()->record().all())
         EXPECT_TRUE(item.usePort.endsWith(QStringLiteral("(%1)").arg(phoneOf.value(item.number))))
             << item.number.toStdString() << " " << item.usePort.toStdString();
+    // Everyone was reached: the run completed, and the phone that left says so on its line.
+    EXPECT_EQ(window->lastRunEnd(), Bulk_SMSAppDelegate::RunEnd::Completed);
+    EXPECT_TRUE(op.alerts().contains("\nMessage Sending Process Completed."));
+    const auto lines = window->progress().state().phones;
+    EXPECT_TRUE(lines.value("VIRTUAL PHONE 5G (R58CCCC0003)").startsWith("Left the run"))
+        << lines.value("VIRTUAL PHONE 5G (R58CCCC0003)").toStdString();
+    EXPECT_EQ(lines.value("VIRTUAL PHONE 5G (VPHONE0001)"), "Finished.");
+    EXPECT_EQ(window->progress().rows().size(), rows.size());
 }
 
 TEST_F(AndroidSendingTest, SendChecksComeFirst) {

@@ -20,6 +20,7 @@
 
 #include <QDir>
 #include <QLabel>
+#include <QListWidget>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTableView>
@@ -83,6 +84,44 @@ TEST_F(AndroidViewsTest, SearchWindowShowsThePhoneAndSelectsIt) {
             button->click();
     EXPECT_EQ(search.endCode(), 1);
     EXPECT_EQ(selection.sel_port_name_str, "SAMSUNG GALAXY A52");
+}
+
+TEST_F(AndroidViewsTest, SeveralPhonesAreListedToTickAndTheTickedOnesAreSelected) {
+    server->stop();
+    QList<sim::PhoneConfig> phones;
+    for (const QString serial : {"R58AAAA0001", "R58BBBB0002", "R58CCCC0003"}) {
+        phones << sim::PhoneConfig::typical();
+        phones.last().serial = serial;
+        phones.last().appInstalled = true;
+    }
+    phones.last().state = "unauthorized"; // listed, but cannot be ticked
+    server = std::make_unique<sim::AdbServer>(phones);
+    ASSERT_TRUE(server->start(0));
+    qputenv("ADB_SERVER_SOCKET", server->socketSpec().toUtf8());
+    DeviceSelection selection;
+    AndroidSelection chosen;
+    Android_Ph_List_Wnd search(op, home.folder, selection, chosen);
+    AndroidPhListView view(search);
+    view.show();
+    WorkerThread worker;
+    worker.start([&](std::stop_token) { search.searchDevice(false); });
+    worker.join();
+    auto* list = view.findChild<QListWidget*>("_phones");
+    ASSERT_NE(list, nullptr);
+    ASSERT_TRUE(spinUntil([&] { return list->isVisible() && list->count() == 3; }));
+    EXPECT_EQ(list->item(0)->checkState(), Qt::Checked);
+    EXPECT_FALSE(list->item(2)->flags() & Qt::ItemIsUserCheckable);
+    EXPECT_EQ(list->item(2)->text(), "R58CCCC0003 (unauthorized)");
+    list->item(0)->setCheckState(Qt::Unchecked);
+    saveShot(view, "android-search-several");
+    search.beginModal();
+    for (QPushButton* button : view.findChildren<QPushButton*>())
+        if (button->text() == "Select")
+            button->click();
+    EXPECT_EQ(search.endCode(), 1);
+    EXPECT_EQ(selection.sel_port_name_str, "VIRTUAL PHONE 5G (R58BBBB0002)");
+    ASSERT_EQ(chosen.phones.size(), 1);
+    EXPECT_EQ(chosen.phones.first().serial, "R58BBBB0002");
 }
 
 TEST_F(AndroidViewsTest, MainWindowModesSendAndProgress) {

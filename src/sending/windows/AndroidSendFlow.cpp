@@ -12,6 +12,8 @@
 #include "core/Operator.h"
 #include "list/NumberList.h"
 
+#include <algorithm>
+
 namespace {
 
 const QString kInitializing = QStringLiteral("Initializing Mobile device to send sms...");
@@ -44,6 +46,13 @@ public:
 private:
     std::shared_ptr<PhonesFound> m_found;
 };
+
+// Whether some message did not go out (skipped and excluded numbers are no failures).
+bool leftUnsent(const QList<SendingItem>& items) {
+    return std::any_of(items.cbegin(), items.cend(), [](const SendingItem& item) {
+        return !item.delivered() && item.status != kExcluded && item.status != kSkipped;
+    });
+}
 
 } // namespace
 
@@ -221,8 +230,8 @@ void Bulk_SMSAppDelegate::afterRun() {
         m_runEnd = RunEnd::Abandoned;
     else if (stopped)
         m_runEnd = RunEnd::Stopped;
-    else if (m_deviceLeft)
-        m_runEnd = RunEnd::DeviceError;
+    else if (m_deviceLeft && leftUnsent(m_run->record().all()))
+        m_runEnd = RunEnd::DeviceError; // else the other phones sent everything it left
     else
         m_runEnd = RunEnd::Completed;
     m_progress.finish(!failure.isEmpty()                 ? failure
