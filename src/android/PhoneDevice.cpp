@@ -96,20 +96,21 @@ QString PhoneDevice::prepare(bool deliveryReports) {
 }
 
 SendOutcome PhoneDevice::send(const OutgoingMessage& message, std::stop_token stop) {
-    Q_UNUSED(stop); // the phone takes a message in one start: nothing to cut short
+    // The phone takes a message in one start: a stop only cuts short the wait for its word.
     const AdbTarget target(m_serialFilter);
     QString output;
     if (m_mode == Mode::Classic)
         output = Send_AN_MSG_Command(message.number, message.text, false);
     else if (const std::optional<SendOutcome> early = startFromFile(message, output))
         return stamped(*early);
-    return stamped(confirmed(judged(output, message.number), message));
+    return stamped(confirmed(judged(output, message.number), message, stop));
 }
 
-SendOutcome PhoneDevice::confirmed(SendOutcome handed, const OutgoingMessage& message) {
+SendOutcome PhoneDevice::confirmed(SendOutcome handed, const OutgoingMessage& message,
+                                   const std::stop_token& stop) {
     if (handed.outcome != Outcome::HandedToPhone)
         return handed;
-    return confirmedAll({message}, {}, false).first();
+    return confirmedAll({message}, stop, false).first();
 }
 
 QList<SendOutcome> PhoneDevice::confirmedAll(const QList<OutgoingMessage>& messages,

@@ -46,7 +46,7 @@ private:
     std::optional<SendOutcome> startFromFile(const OutgoingMessage& message, QString& output);
     SendOutcome judged(const QString& output, const QString& recipients);
     // A message the phone took, as its SMS provider tells of it since.
-    SendOutcome confirmed(SendOutcome handed, const OutgoingMessage& message);
+    SendOutcome confirmed(SendOutcome handed, const OutgoingMessage& message, const std::stop_token& stop);
     // The messages of one hand-over, each as the phone's SMS provider tells of it.
     QList<SendOutcome> confirmedAll(const QList<OutgoingMessage>& messages, const std::stop_token& stop,
                                     bool throughList);
