@@ -9,6 +9,9 @@ inline const QString kNumberKey = QStringLiteral("Number");
 inline const QString kMessageKey = QStringLiteral("Message");
 // Beside "Number" (as written) when a default country is set: the number as it is sent.
 inline const QString kE164Key = QStringLiteral("E164");
+// What the window's last run did for the recipient ("Sent", "Failed", "Unknown", "Not sent"; ""
+// for a row it did not send to).
+inline const QString kLastRunKey = QStringLiteral("Last Run");
 
 // The number as it is sent and compared: its E.164 form when it has one, else as written.
 inline QString recipientNumber(const Record& r) {

@@ -70,8 +70,11 @@ AndroidSendingProgressView::AndroidSendingProgressView(AndroidSendingProgress& c
     m_export->setObjectName(QStringLiteral("_export_btn"));
     m_close = new QPushButton(QStringLiteral("Close"), this);
     m_close->setObjectName(QStringLiteral("_close_btn"));
+    m_sendRest = new QPushButton(this);
+    m_sendRest->setObjectName(QStringLiteral("_send_rest_btn"));
     buttons->addWidget(m_pleaseWait);
     buttons->addStretch();
+    buttons->addWidget(m_sendRest);
     buttons->addWidget(m_export);
     buttons->addWidget(m_stop);
     buttons->addWidget(m_close);
@@ -80,6 +83,7 @@ AndroidSendingProgressView::AndroidSendingProgressView(AndroidSendingProgress& c
     connect(m_stop, &QPushButton::clicked, this, [this] { m_controller.Stop_Btn(); });
     connect(m_export, &QPushButton::clicked, this, [this] { m_controller.Export_Btn(); });
     connect(m_close, &QPushButton::clicked, this, [this] { m_controller.Close_Btn(); });
+    connect(m_sendRest, &QPushButton::clicked, this, [this] { m_controller.Send_Rest_Btn(); });
     connect(&controller, &AndroidSendingProgress::changed, this, &AndroidSendingProgressView::refresh);
     refresh();
 }
@@ -111,6 +115,8 @@ void AndroidSendingProgressView::refresh() {
     m_stop->setVisible(!s.singleShot && !s.finished);
     m_export->setVisible(s.finished);
     m_close->setVisible(s.finished);
+    m_sendRest->setText(s.sendRestText);
+    m_sendRest->setVisible(s.finished && !s.sendRestText.isEmpty());
     m_pleaseWait->setVisible(s.pleaseWait);
     if (s.visible && !isVisible())
         show();

@@ -184,8 +184,10 @@ QTableView* RecipientPanel::buildTable(QWidget* side) {
     m_table->setWordWrap(false);
     m_table->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed); // constant cost at any row count
     m_table->verticalHeader()->setDefaultSectionSize(m_table->fontMetrics().height() + 6);
-    m_table->horizontalHeader()->setStretchLastSection(true);
     m_table->setColumnWidth(0, 170);
+    // The message takes the room; the last run's mark ("Not sent" at most) a narrow column.
+    m_table->horizontalHeader()->setSectionResizeMode(1, QHeaderView::Stretch);
+    m_table->setColumnWidth(2, 80);
     // The selection model may report half-updated selections while rows are being inserted
     // or reset; the controller hears about the selection once the model is settled.
     connect(m_table->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {

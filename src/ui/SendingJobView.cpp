@@ -71,8 +71,11 @@ SendingJobView::SendingJobView(SMS_Sending& controller, QWidget* parent)
     m_close = new QPushButton(QStringLiteral("Close"), this);
     m_export = new QPushButton(QStringLiteral("Export..."), this);
     m_export->setObjectName(QStringLiteral("_export_btn"));
+    m_sendRest = new QPushButton(this);
+    m_sendRest->setObjectName(QStringLiteral("_send_rest_btn"));
     buttons->addWidget(m_pleaseWait);
     buttons->addStretch();
+    buttons->addWidget(m_sendRest);
     buttons->addWidget(m_export);
     buttons->addWidget(m_stop);
     buttons->addWidget(m_close);
@@ -82,6 +85,7 @@ SendingJobView::SendingJobView(SMS_Sending& controller, QWidget* parent)
     connect(m_stop, &QPushButton::clicked, this, [this] { m_controller.Stop_Btn(); });
     connect(m_close, &QPushButton::clicked, this, [this] { m_controller.CancelPressed(); });
     connect(m_export, &QPushButton::clicked, this, [this] { m_controller.Export_Btn(); });
+    connect(m_sendRest, &QPushButton::clicked, this, [this] { m_controller.Send_Not_Yet_Sent_Btn(); });
     connect(&controller, &DialogController::changed, this, &SendingJobView::refresh);
     refresh();
 }
@@ -108,6 +112,8 @@ void SendingJobView::refresh() {
     m_stop->setVisible(m_controller.stopVisible());
     m_close->setEnabled(m_controller.closeEnabled());
     m_export->setVisible(m_controller.exportVisible());
+    m_sendRest->setText(m_controller.notYetSentOffer());
+    m_sendRest->setVisible(!m_controller.notYetSentOffer().isEmpty());
     m_pleaseWait->setVisible(m_controller.pleaseWaitShown());
     const int delivery = int(m_controller.itemTable().columns().indexOf(kItemDeliveryKey));
     m_table->setColumnHidden(delivery, !m_controller.deliveryReportsRequested());

@@ -34,4 +34,5 @@ private:
     QPushButton* m_stop = nullptr;
     QPushButton* m_close = nullptr;
     QPushButton* m_export = nullptr;
+    QPushButton* m_sendRest = nullptr; // "Send to the N not yet sent"
 };

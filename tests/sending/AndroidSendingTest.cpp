@@ -221,7 +221,9 @@ TEST_F(AndroidSendingTest, UnpluggedPhoneEndsTheRunWithTheConnectionError) {
     }
 }
 
-TEST_F(AndroidSendingTest, StopDuringAPauseEndsWithoutTheCompletionMessage) {
+// Stopped in a pause: the window says how far it came, and its "Send to the 2 not yet sent"
+// reaches only those, nobody twice.
+TEST_F(AndroidSendingTest, StopDuringAPauseEndsWithoutTheCompletionMessageAndOffersTheRest) {
     startPhones(one(installed()));
     auto window = windowWith({{"1", "a"}, {"2", "b"}, {"3", "c"}});
     window->Delayed_Delivery_Chk(true);
@@ -236,6 +238,17 @@ TEST_F(AndroidSendingTest, StopDuringAPauseEndsWithoutTheCompletionMessage) {
     EXPECT_EQ(sentMessages(), QStringList{"1|a|standard"});
     EXPECT_EQ(window->lastRunEnd(), Bulk_SMSAppDelegate::RunEnd::Stopped);
     EXPECT_FALSE(op.alerts().contains("\nMessage Sending Process Completed."));
+    EXPECT_EQ(window->progress().state().statusText, "Stopped: 1 of 3 sent.");
+    EXPECT_EQ(window->progress().state().sendRestText, "Send to the 2 not yet sent");
+
+    window->Delayed_Delivery_Chk(false);
+    window->progress().Send_Rest_Btn();
+    window->waitForSend();
+    EXPECT_EQ(sentMessages(), (QStringList{"1|a|standard", "2|b|standard", "3|c|standard"}));
+    QStringList marks;
+    for (const Record& row : window->list().records())
+        marks << row.value(kLastRunKey);
+    EXPECT_EQ(marks, (QStringList{"Sent", "Sent", "Sent"}));
 }
 
 TEST_F(AndroidSendingTest, NothingGoesOutWhileTheOperatorHesitatesToStop) {

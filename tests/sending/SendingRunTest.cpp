@@ -452,8 +452,9 @@ TEST_F(SendingRunTest, TextsTheAlphabetCannotCarryGoAsUnicodeAndTheEndSaysHowMan
     EXPECT_TRUE(window.sendingJob().notice().endsWith(
         "2 messages went as Unicode: the GSM alphabet cannot carry their text."));
 
-    // With typographic punctuation replaced, the quoted text stays in 7-bit.
+    // With typographic punctuation replaced, the quoted text stays in 7-bit (sent again on asking).
     window.setPlainPunctuation(true);
+    op.answerYes();
     send();
     EXPECT_EQ(window.sendingJob().sentAsUnicode(), 1);
     QMap<QString, QString> lastText;

@@ -2,6 +2,7 @@
 // message while the run goes on.
 #include "ui/SendingJobView.h"
 #include "core/Clock.h"
+#include "list/NumberList.h"
 #include "sending/windows/Gsm_Bulk_Sms_Wnd.h"
 #include "sending/windows/SMS_Sending.h"
 #include "sim/VirtualModem.h"
@@ -132,6 +133,9 @@ protected:
             ASSERT_TRUE(spinUntil([&] { return job.statusLine() == kFinish && !job.pleaseWaitShown(); },
                                   std::chrono::seconds(60)));
             ASSERT_TRUE(spinUntil([&] { return !job.running(); }, std::chrono::seconds(30)));
+            const QString pictures = qEnvironmentVariable("BULKSMS_SCREENSHOT_DIR");
+            if (!pictures.isEmpty())
+                view.grab().save(pictures + (stop ? "/sending-stopped.png" : "/sending-went-on.png"));
             if (!job.isEnded())
                 job.CancelPressed();
         });
@@ -159,11 +163,49 @@ TEST_F(StopQuestionTest, NoNewMessageWhileTheOperatorHesitatesAndNoGoesOnWhereIt
     EXPECT_EQ(numbers.size(), kRecipients); // everyone once
 }
 
-TEST_F(StopQuestionTest, YesEndsTheRunWhereItWasHeld) {
+// Yes ends the run where it was held; the list then marks who was sent, and sending it again
+// asks first and reaches only those not yet sent: nobody twice.
+TEST_F(StopQuestionTest, YesEndsTheRunWhereItWasHeldAndTheRestIsSentOnlyOnAsking) {
     const int duringQuestion = hesitateAtStop(true);
     EXPECT_LE(duringQuestion, 2);
     EXPECT_GE(duringQuestion, 0);
-    EXPECT_LT(received(), kRecipients);
+    const int first = received();
+    ASSERT_LT(first, kRecipients);
+    EXPECT_TRUE(window.sendingJob().notice().contains(
+        QStringLiteral("Stopped: %1 of %2 sent.").arg(first).arg(kRecipients)))
+        << window.sendingJob().notice().toStdString();
+    EXPECT_EQ(window.sendingJob().notYetSentOffer(),
+              QStringLiteral("Send to the %1 not yet sent").arg(kRecipients - first));
+    QStringList marks;
+    for (const Record& row : window.list().records())
+        marks << row.value(kLastRunKey);
+    EXPECT_EQ(marks.count("Sent"), first);
+    EXPECT_EQ(marks.count("Not sent"), kRecipients - first);
+
+    QStringList questions;
+    op.answerWith([&](const QString& question) {
+        questions << question;
+        return true;
+    });
+    op.onModal<SMS_Sending>([&](SMS_Sending& job) {
+        ASSERT_TRUE(spinUntil([&] { return job.statusLine() == kFinish && !job.pleaseWaitShown(); },
+                              std::chrono::seconds(60)));
+        ASSERT_TRUE(spinUntil([&] { return !job.running(); }, std::chrono::seconds(30)));
+        if (!job.isEnded())
+            job.CancelPressed();
+    });
+    window.Send_SMS_Btn();
+    ASSERT_TRUE(spinUntil([&] { return !window.sendingUnderWay(); }, std::chrono::seconds(90)));
+    EXPECT_EQ(
+        questions.filter(QStringLiteral("Send only to the %1 not yet sent?").arg(kRecipients - first)).size(),
+        1)
+        << questions.join('|').toStdString();
+    QStringList numbers;
+    for (const auto& modem : modems)
+        for (const auto& message : modem->received())
+            numbers << message.number;
+    EXPECT_EQ(numbers.size(), kRecipients);
+    EXPECT_EQ(QSet<QString>(numbers.cbegin(), numbers.cend()).size(), kRecipients); // everyone once
 }
 
 } // namespace

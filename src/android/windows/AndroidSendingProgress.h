@@ -37,6 +37,7 @@ public:
         QMap<QString, QString> phones;
         bool finished = false;   // the run has ended: Export and Close instead of Stop
         bool pleaseWait = false; // while the report is written
+        QString sendRestText;    // "Send to the N not yet sent" after a run that did not reach everyone
     };
     const State& state() const { return m_state; }
 
@@ -79,6 +80,12 @@ public:
     void setReportExport(std::function<void()> exportReport) { m_exportReport = std::move(exportReport); }
     void Export_Btn();
     void Close_Btn();
+    // The finished run's "Send to the N not yet sent": a new run of those recipients.
+    void setSendRest(std::function<void()> sendRest) { m_sendRest = std::move(sendRest); }
+    void Send_Rest_Btn() {
+        if (m_state.finished && !m_state.sendRestText.isEmpty() && m_sendRest)
+            m_sendRest();
+    }
 
 signals:
     void changed();
@@ -95,4 +102,5 @@ private:
     std::function<void(bool)> m_holdRun;
     std::function<void()> m_stopRun;
     std::function<void()> m_exportReport;
+    std::function<void()> m_sendRest;
 };

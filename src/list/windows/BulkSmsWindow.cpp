@@ -27,7 +27,7 @@ BulkSmsWindow::BulkSmsWindow(Kind kind, Operator& op, DataFolder folder, Default
     : MainWindowController(kind, op, parent), m_folder(std::move(folder)),
       m_ownCountry(country ? nullptr : std::make_unique<DefaultCountry>()),
       m_country(country ? *country : *m_ownCountry), m_spreadsheetLoads(spreadsheets),
-      m_list({kNumberKey, kMessageKey}), m_exclusionSet({kNumberKey}) {
+      m_list({kNumberKey, kMessageKey, kLastRunKey}), m_exclusionSet({kNumberKey}) {
     connect(&m_list, &RecordTable::inserted, this, &BulkSmsWindow::Update_List_Count);
     connect(&m_list, &RecordTable::wasReset, this, &BulkSmsWindow::Update_List_Count);
     // Selected rows follow their records when rows are inserted above them; a reset drops them.

@@ -65,6 +65,8 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     }
     if (!listReadyToSend())
         return;
+    if (!m_carried.resuming() && !m_lastRun.choose(op(), list().records()))
+        return; // nobody the last run reached is texted again without a word
     captureCurrentMessage();
     if (!Check_Delayed_Delivery_Choices())
         return;
@@ -90,8 +92,8 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     m_progress.clearStop();
     m_countdown.Pause_Timer_Running = false;
     setNumberField(QString());
-    emit sendingRowShown(0);
-    const RecordList records = list().records();
+    emit sendingRowShown(m_lastRun.listRowOf(0));
+    const RecordList records = m_carried.resuming() ? list().records() : m_lastRun.chosenRows();
     m_progress.start([&](AndroidSendingProgress::State& s) {
         s.visible = true;
         s.singleShot = m_singleShot;
@@ -187,6 +189,11 @@ void Bulk_SMSAppDelegate::watch(SendingRun& run) {
         m_progress.phoneNote(phone, note);
     });
     connect(&run, &SendingRun::devicesReleased, this, &Bulk_SMSAppDelegate::afterRun);
+    m_progress.setSendRest([this] {
+        m_progress.Close_Btn();
+        m_lastRun.sendNotYetSentNext();
+        Send_SMS_Btn();
+    });
     m_progress.setReportExport([this] {
         exportSendingReport(op(), itemReport(m_run->record().all()), [this](bool shown) {
             m_progress.update([shown](AndroidSendingProgress::State& s) { s.pleaseWait = shown; });
@@ -198,7 +205,7 @@ void Bulk_SMSAppDelegate::showItem(int index, const SendingItem& item, bool coun
     m_progress.showRow(index, itemRecord(item));
     const int total = m_progress.state().total;
     if (item.useStatus == UseStatus::Sending) {
-        emit sendingRowShown(index);
+        emit sendingRowShown(m_lastRun.listRowOf(index));
         m_progress.phoneSending(item.usePort, item.number);
         m_progress.update([&](AndroidSendingProgress::State& s) {
             s.done = index + 1;
@@ -234,10 +241,17 @@ void Bulk_SMSAppDelegate::afterRun() {
         m_runEnd = RunEnd::DeviceError; // else the other phones sent everything it left
     else
         m_runEnd = RunEnd::Completed;
+    const QList<SendingItem> all = m_run->record().all();
+    m_lastRun.remember(all, list());
+    const int notYetSent = notYetSentCount(all);
+    m_progress.update([notYetSent](AndroidSendingProgress::State& s) {
+        s.sendRestText = notYetSent > 0 ? notYetSentOffer(notYetSent) : QString();
+    });
     m_progress.finish(!failure.isEmpty()                 ? failure
                       : m_runEnd == RunEnd::Completed    ? kCompleted
                       : m_runEnd == RunEnd::NotConnected ? kNoPhone
                       : m_runEnd == RunEnd::DeviceError  ? kPhoneLeft
+                      : m_runEnd == RunEnd::Stopped      ? stoppedSummary(all)
                                                          : kStoppedRun);
     m_campaign->end();
     if (!failure.isEmpty())

@@ -2,6 +2,7 @@
 // The Android main window's controller, which is also the application delegate: the shared
 // list and composer, the sending mode radios, the device buttons, and the Send flow that runs
 // the list through the chosen phone on the sending engine (single-shot as one batch).
+#include "LastRun.h"
 #include "android/AndroidSelection.h"
 #include "android/windows/AndroidSendingProgress.h"
 #include "android/windows/Android_Ph_List_Wnd.h"
@@ -96,6 +97,7 @@ private:
     bool m_deviceLeft = false;
     std::atomic<bool> m_endedByOperator{false};
     CarriedRun m_carried;
+    LastRun m_lastRun;
     bool m_singleShot = false;
     bool m_classic = false;
 };

@@ -39,6 +39,8 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
         }
         if (!listReadyToSend())
             return;
+        if (!m_carried.resuming() && !m_lastRun.choose(op(), list().records()))
+            return; // nobody the last run reached is texted again without a word
         m_messageIs = composerText();
         if (!Check_Delayed_Delivery_Choices())
             return;
@@ -55,6 +57,11 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
     });
     if (!checking)
         m_sendInProgress = false;
+}
+
+void Gsm_Bulk_Sms_Wnd::sendNotYetSent() {
+    m_lastRun.sendNotYetSentNext();
+    Send_SMS_BY_Multi_Port();
 }
 
 bool Gsm_Bulk_Sms_Wnd::sendingUnderWay() const {

@@ -1,6 +1,7 @@
 #pragma once
 // The GSM main window's controller: the shared list and composer, the device choice, and
 // the Send flow that checks everything, verifies the chosen ports and opens the sending job.
+#include "LastRun.h"
 #include "campaigns/CampaignResume.h"
 #include "core/WorkerThread.h"
 #include "device/DeviceRecord.h"
@@ -68,6 +69,12 @@ public:
 
     // What an unfinished run this window's next run resumes had finished.
     CarriedRun& carriedRun() { return m_carried; }
+    // What the last run did for each recipient, and the rows the next run takes.
+    LastRun& lastRun() { return m_lastRun; }
+    // The rows the run about to start sends: the list, or the part of it the operator chose.
+    RecordList rowsToSend() { return m_carried.resuming() ? list().records() : m_lastRun.chosenRows(); }
+    // "Send to the N not yet sent" of a finished job: Send again, with those rows only.
+    void sendNotYetSent();
 
 protected:
     void openDeviceSearchWindow(std::function<void(bool)> reported) override;
@@ -96,6 +103,7 @@ private:
     int m_retries = RunSettings::kDefaultRetries;
     bool m_deliveryReports = false;
     CarriedRun m_carried;
+    LastRun m_lastRun;
     bool m_sendInProgress = false; // from Send until the job opens: a second press is ignored
     WorkerThread m_portCheck{QStringLiteral("port-checks")};
 };

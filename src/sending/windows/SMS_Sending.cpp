@@ -67,13 +67,14 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
             m_run->join();
         m_dlgClose = false;
         m_exportVisible = false;
+        m_notYetSent = 0;
         m_stopEnabled = false;
         m_closeEnabled = true;
         m_markedAtEnd = false;
         curr_send_item_4_th = 0;
         m_portStatuses.clear();
         wait_to_fins_running = false;
-        const RecordList rows = m_window.list().records();
+        const RecordList rows = m_window.rowsToSend();
         tot_main_list_count = int(rows.size());
         m_table.clear();
         m_overallMax = int(rows.size());

@@ -3,6 +3,7 @@
 // modem device per chosen port (opened two seconds apart) and shows it: live statuses,
 // delayed-delivery pauses, Stop and Close, and the closing messages. One instance, shown
 // modally by the GSM window.
+#include "LastRun.h"
 #include "core/DialogController.h"
 #include "core/RecordTable.h"
 #include "core/ThreadGroup.h"
@@ -59,6 +60,8 @@ public:
     bool stopVisible() const { return m_stopVisible; }
     bool closeEnabled() const { return m_closeEnabled; }
     bool exportVisible() const { return m_exportVisible; }
+    // After the run: "Send to the N not yet sent" ("" when it reached everyone it could).
+    QString notYetSentOffer() const { return m_notYetSent > 0 ? ::notYetSentOffer(m_notYetSent) : QString(); }
     bool pleaseWaitShown() const { return m_pleaseWait; }
     bool progressTextVisible() const { return m_progressTextVisible; }
     // Messages of the run that went as Unicode although the Unicode option was off, because
@@ -81,6 +84,8 @@ public:
     void stopNow();
     // Export of the finished run's report (asks the main thread to run Export_Item_Function).
     void Export_Btn();
+    // Closes the finished job and sends again to those the run did not reach.
+    void Send_Not_Yet_Sent_Btn();
     void Export_Item_Function();
 
     // While the operator is asked whether to stop, no port takes a new message; "No" lets
@@ -148,6 +153,7 @@ private:
     int m_overallMax = 0, m_overallValue = 0, m_activityValue = 0;
     bool m_activityVisible = false, m_stopEnabled = false, m_stopVisible = true, m_closeEnabled = true;
     bool m_exportVisible = false, m_pleaseWait = false;
+    int m_notYetSent = 0; // recipients the finished run did not reach
     bool m_windowPending = false;
     QMap<QString, QString> m_portStatuses;
 };

@@ -3,7 +3,9 @@
 // the operator how the run ended, and closes the window when the operator asked to.
 #include "SMS_Sending.h"
 
+#include "Gsm_Bulk_Sms_Wnd.h"
 #include "core/Clock.h"
+#include "core/MainThread.h"
 #include "core/Operator.h"
 
 using namespace std::chrono_literals;
@@ -38,6 +40,13 @@ void SMS_Sending::startCompletion() {
 
 QString SMS_Sending::unicodeSummary() const { return ::unicodeSummary(sentAsUnicode()); }
 
+void SMS_Sending::Send_Not_Yet_Sent_Btn() {
+    if (m_state != RunState::Finished || m_notYetSent == 0)
+        return;
+    endModal(1);
+    MainThread::post([window = &m_window] { window->sendNotYetSent(); });
+}
+
 void SMS_Sending::Wait_to_finish_Th() {
     Clock::sleep(2s);
     while (m_run->anyWaitingOrSending() || m_run->reporting() || !m_run->released())
@@ -55,6 +64,11 @@ void SMS_Sending::Wait_to_finish_Th() {
             "messaging process may interrupt the execution and may result errors in process.");
         if (sentAsUnicode() > 0)
             m_notice += QStringLiteral("\n\n") + unicodeSummary();
+        const QList<SendingItem> all = m_run->record().all();
+        if (m_run->stopRequested() || m_dlgClose)
+            m_notice += QStringLiteral("\n\n") + stoppedSummary(all);
+        m_window.lastRun().remember(all, m_window.list());
+        m_notYetSent = notYetSentCount(all);
         m_title = QStringLiteral("Sending Process, Finished.");
         m_closeEnabled = true;
         m_exportVisible = true;
