@@ -9,7 +9,12 @@
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
 #include "TestWindows.h"
+#include "core/FileUtils.h"
 #include "core/MainThread.h"
+#include "core/SettingsFile.h"
+
+#include <QDir>
+#include <QFile>
 
 #include <gtest/gtest.h>
 
@@ -299,3 +304,44 @@ TEST(DelaySchedule, CheckBoxSelectsDefaultsAndEmptiesWhenOff) {
 }
 
 } // namespace
+
+// The options outlive the window: a new one on the same data folder finds them as they were
+// left. A damaged settings file reads as the defaults; a settings file that cannot be written
+// is told, and the option still holds for this run.
+TEST(WindowOptions, AreKeptAcrossRestartsAndAFailedSaveIsTold) {
+    TestDataHome home;
+    ScriptedOperator op;
+    {
+        TestBulkSmsWindow window(Kind::Gsm, op, home.folder);
+        window.windowDidLoad();
+        window.setSkipDuplicates(true);
+        window.setSaveSentItems(true);
+        window.setUnicode(true);
+        window.Delayed_Delivery_Chk(true);
+        window.setDelayedCountChoice("50");
+    }
+    TestBulkSmsWindow again(Kind::Gsm, op, home.folder);
+    again.windowDidLoad();
+    EXPECT_TRUE(again.skipDuplicates() && again.saveSentItems() && again.unicode());
+    EXPECT_FALSE(again.saveTemplates() || again.exclusion() || again.plainPunctuation());
+    EXPECT_TRUE(again.delayedDelivery());
+    EXPECT_EQ(again.delayedCountChoice(), "50");
+    EXPECT_EQ(again.delayedTimeChoice(), " 2  Minutes");
+    EXPECT_TRUE(op.alerts().isEmpty()) << op.alerts().join('|').toStdString();
+
+    const QString path = SettingsFile::path(home.folder);
+    for (const QByteArray& damaged :
+         {QByteArray("{\"list\": {\"skipDuplicates\": tru"), QByteArray("[1, 2]"),
+          QByteArray("{\"list\": {\"pauses\": true, \"pauseAfter\": \"9999\"}}")}) {
+        ASSERT_TRUE(writeFileAtomically(path, damaged));
+        TestBulkSmsWindow fresh(Kind::Gsm, op, home.folder);
+        fresh.windowDidLoad();
+        EXPECT_FALSE(fresh.skipDuplicates() || fresh.delayedDelivery()) << damaged.toStdString();
+    }
+
+    ASSERT_TRUE(QFile::remove(path) && QDir().mkpath(path)); // a folder where the file goes
+    again.setSkipDuplicates(false);
+    EXPECT_FALSE(again.skipDuplicates());
+    ASSERT_EQ(op.alerts().size(), 1);
+    EXPECT_TRUE(op.alerts().first().startsWith("\nThe options could not be kept for the next start."));
+}

@@ -6,6 +6,7 @@
 #include "core/Log.h"
 #include "core/MainWindows.h"
 #include "core/Operator.h"
+#include "core/SettingsFile.h"
 #include "core/TextUtils.h"
 #include "list/DefaultCountry.h"
 #include "list/ListLoad.h"
@@ -54,7 +55,44 @@ void BulkSmsWindow::windowDidLoad() {
     m_messageTypeIndex = 1;
     m_fillButtonTitle = QStringLiteral("Apply this\r\nmessage to\r\nlist items");
     m_delayedDeliveryEnabled = true;
+    restoreOptions();
     emit changed();
+}
+
+void BulkSmsWindow::restoreOptions() {
+    const QJsonObject kept = SettingsFile(m_folder).read().value(optionsScope()).toObject();
+    m_unicode = kept.value(QStringLiteral("unicode")).toBool();
+    m_plainPunctuation = kept.value(QStringLiteral("plainPunctuation")).toBool();
+    m_skipDuplicates = kept.value(QStringLiteral("skipDuplicates")).toBool();
+    m_exclusion = kept.value(QStringLiteral("exclusion")).toBool(); // its lists are read before a run
+    m_saveSentItems = kept.value(QStringLiteral("saveSentItems")).toBool();
+    m_saveTemplates = kept.value(QStringLiteral("saveTemplates")).toBool();
+    // A schedule comes back only whole, and only with choices the window offers.
+    const QString count = kept.value(QStringLiteral("pauseAfter")).toString();
+    const QString length = kept.value(QStringLiteral("pauseFor")).toString();
+    if (kept.value(QStringLiteral("pauses")).toBool() && delayedCountEntries().contains(count) &&
+        delayedTimeEntries().contains(length)) {
+        m_delayedDelivery = true;
+        m_delayedChoicesEnabled = true;
+        m_delayedCountChoice = count;
+        m_delayedTimeChoice = length;
+    }
+}
+
+void BulkSmsWindow::keepOptions() {
+    const QJsonObject options{{QStringLiteral("unicode"), m_unicode},
+                              {QStringLiteral("plainPunctuation"), m_plainPunctuation},
+                              {QStringLiteral("skipDuplicates"), m_skipDuplicates},
+                              {QStringLiteral("exclusion"), m_exclusion},
+                              {QStringLiteral("saveSentItems"), m_saveSentItems},
+                              {QStringLiteral("saveTemplates"), m_saveTemplates},
+                              {QStringLiteral("pauses"), m_delayedDelivery},
+                              {QStringLiteral("pauseAfter"), m_delayedCountChoice},
+                              {QStringLiteral("pauseFor"), m_delayedTimeChoice}};
+    QString why;
+    if (!SettingsFile(m_folder).write(optionsScope(), options, &why))
+        op().Show_MessageBox(
+            QStringLiteral("The options could not be kept for the next start.\n\n%1").arg(why));
 }
 
 BulkSmsWindow* activeBulkSmsWindow(const MainWindows* windows) {
@@ -359,6 +397,7 @@ void BulkSmsWindow::Reset_Btn() {
     m_skipDuplicates = false;
     m_unicode = false;
     m_plainPunctuation = false;
+    keepOptions();
     resetSendingOptions();
     Update_List_Count();
     requestFocus(Focus::NumberField);
@@ -406,11 +445,13 @@ void BulkSmsWindow::setDefaultCountry(const QString& region) {
 
 void BulkSmsWindow::setSkipDuplicates(bool on) {
     m_skipDuplicates = on;
+    keepOptions();
     emit changed();
 }
 
 bool BulkSmsWindow::Exclusion_Chk(bool on) {
     m_exclusion = on;
+    keepOptions();
     const bool filled = Fill_Exclusion_Num_List();
     emit changed();
     return filled;
@@ -418,11 +459,13 @@ bool BulkSmsWindow::Exclusion_Chk(bool on) {
 
 void BulkSmsWindow::setSaveSentItems(bool on) {
     m_saveSentItems = on;
+    keepOptions();
     emit changed();
 }
 
 void BulkSmsWindow::setSaveTemplates(bool on) {
     m_saveTemplates = on;
+    keepOptions();
     emit changed();
 }
 
@@ -431,6 +474,7 @@ void BulkSmsWindow::Delayed_Delivery_Chk(bool on) {
     m_delayedChoicesEnabled = on;
     m_delayedCountChoice = on ? delayedCountEntries().at(kDefaultDelayedCountIndex) : QString();
     m_delayedTimeChoice = on ? delayedTimeEntries().at(kDefaultDelayedTimeIndex) : QString();
+    keepOptions();
     emit changed();
 }
 
@@ -456,10 +500,12 @@ void BulkSmsWindow::setDelayedDeliveryEnabled(bool enabled) {
 
 void BulkSmsWindow::setDelayedCountChoice(const QString& text) {
     m_delayedCountChoice = text;
+    keepOptions();
     emit changed();
 }
 
 void BulkSmsWindow::setDelayedTimeChoice(const QString& text) {
     m_delayedTimeChoice = text;
+    keepOptions();
     emit changed();
 }

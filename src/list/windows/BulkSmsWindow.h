@@ -149,7 +149,8 @@ public:
     const LoadCounters& lastLoad() const { return m_lastLoad; }
     void setLastLoad(const LoadCounters& counts);
 
-    // --- Options (check boxes) ---
+    // --- Options (check boxes): kept across restarts in the data folder's settings, each
+    // window under its own name (optionsScope). ---
     bool unicode() const { return m_unicode; }
     void setUnicode(bool on);
     // "Replace typographic quotes and dashes": ’ ‘ ” “ – — … go as their plain forms, so that
@@ -190,6 +191,8 @@ signals:
     void focusRequested(BulkSmsWindow::Focus target);
 
 protected:
+    // The name this window's options are kept under ("gsm", "android").
+    virtual QString optionsScope() const { return QStringLiteral("list"); }
     // What a window restores beyond the shared controls on Reset.
     virtual void resetSendingOptions() {}
     void requestFocus(Focus target) { emit focusRequested(target); }
@@ -203,6 +206,10 @@ private:
         bool claimed = false;
     };
     void flushPendingRecipients();
+    // The options as this window last kept them (at load), and kept again after each change
+    // (a failed write is told to the operator).
+    void restoreOptions();
+    void keepOptions();
     // Num_Able_To_insert; with claim, a number taken into an open batch is entered in its
     // index at once (the caller inserts it right after).
     std::optional<Accepted> filterNumber(const QString& raw, bool claim, LoadCounters& counts);

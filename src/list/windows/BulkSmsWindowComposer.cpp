@@ -35,12 +35,14 @@ void BulkSmsWindow::applyComposerCut() {
 
 void BulkSmsWindow::setUnicode(bool on) {
     m_unicode = on;
+    keepOptions();
     applyComposerCut();
     emit changed();
 }
 
 void BulkSmsWindow::setPlainPunctuation(bool on) {
     m_plainPunctuation = on;
+    keepOptions();
     emit changed();
 }
 

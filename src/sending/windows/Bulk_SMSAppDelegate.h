@@ -73,6 +73,7 @@ signals:
 protected:
     void openDeviceSearchWindow(std::function<void(bool)> reported) override;
     void resetSendingOptions() override;
+    QString optionsScope() const override { return QStringLiteral("android"); }
 
 private:
     RunSettings runSettings();

@@ -77,6 +77,7 @@ public:
     void sendNotYetSent();
 
 protected:
+    QString optionsScope() const override { return QStringLiteral("gsm"); }
     void openDeviceSearchWindow(std::function<void(bool)> reported) override;
 
 private:
