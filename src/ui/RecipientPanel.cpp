@@ -192,7 +192,7 @@ QTableView* RecipientPanel::buildTable(QWidget* side) {
         if (!m_modelChanging)
             pushSelection();
     });
-    // Rows inserted at the top move the selection alike in the table and in the controller:
+    // Rows inserted above the selection move it alike in the table and in the controller:
     // reading the whole selection again after every insertion would cost it its size.
     connect(m_model, &QAbstractItemModel::rowsInserted, this, [this] { m_modelChanging = false; });
     connect(m_model, &QAbstractItemModel::modelReset, this, [this] {
