@@ -76,8 +76,6 @@ QLayout* RecipientPanel::buildStoreButtons(QWidget* side) {
     connect(campaigns, &QPushButton::clicked, this, [this] { m_campaigns->Open_Campaigns_Wnd(); });
     connect(templates, &QPushButton::clicked, this, [this] {
         Templates& window = m_stores.templates();
-        const QTextCursor cursor = m_composer->textCursor();
-        window.setComposerSelection(cursor.selectionStart(), cursor.selectionEnd() - cursor.selectionStart());
         window.actOn(m_window.mainWindows());
         window.Open_Template_Wnd();
     });
