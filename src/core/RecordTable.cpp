@@ -12,33 +12,30 @@ void RecordTable::prepend(const Record& record) {
     emit inserted();
 }
 
-void RecordTable::prepend(RecordList newestFirst) {
-    if (newestFirst.isEmpty())
-        return;
-    const qsizetype count = newestFirst.size();
-    emit aboutToInsert(0, int(count) - 1);
-    // Into an empty table the batch is taken whole; otherwise each record goes in front of the
-    // others, which a list keeps room for: a batch costs its own size, not the list's.
-    if (m_records.isEmpty()) {
-        m_records = std::move(newestFirst);
-    } else {
-        for (auto it = newestFirst.rbegin(); it != newestFirst.rend(); ++it)
-            m_records.prepend(std::move(*it));
-    }
-    recordsPrepended(count);
-    emit inserted();
-}
-
-void RecordTable::recordsPrepended(qsizetype count) {
-    for (qsizetype i = 0; i < count; ++i)
-        recordAdded(m_records.at(i));
-}
-
 void RecordTable::append(const Record& record) {
     emit aboutToInsert(size(), size());
     m_records.append(record);
     recordAdded(record);
     emit inserted();
+}
+
+void RecordTable::append(RecordList records) {
+    if (records.isEmpty())
+        return;
+    const qsizetype count = records.size();
+    emit aboutToInsert(size(), size() + int(count) - 1);
+    // Into an empty table the batch is taken whole.
+    if (m_records.isEmpty())
+        m_records = std::move(records);
+    else
+        m_records.append(std::move(records));
+    recordsAppended(count);
+    emit inserted();
+}
+
+void RecordTable::recordsAppended(qsizetype count) {
+    for (qsizetype i = m_records.size() - count; i < m_records.size(); ++i)
+        recordAdded(m_records.at(i));
 }
 
 void RecordTable::insert(int row, const Record& record) {

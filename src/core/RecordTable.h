@@ -20,8 +20,8 @@ public:
     const RecordList& records() const { return m_records; }
 
     void prepend(const Record& record);
-    void prepend(RecordList newestFirst); // newestFirst.at(0) ends up at row 0
     void append(const Record& record);
+    void append(RecordList records);            // one insertion, records in their order after the others
     void insert(int row, const Record& record); // row clamped to 0..size()
     void replace(int row, const Record& record);
     void removeRows(QList<int> rows); // any order, duplicates ignored
@@ -40,9 +40,9 @@ protected:
     virtual void recordAdded(const Record&) {}
     virtual void recordRemoved(const Record&) {}
     virtual void allRemoved() {}
-    // After count records went in at the top: recordAdded for each, unless a subclass
+    // After count records went in at the end: recordAdded for each, unless a subclass
     // indexes them all at once.
-    virtual void recordsPrepended(qsizetype count);
+    virtual void recordsAppended(qsizetype count);
 
 private:
     QStringList m_columns;

@@ -2,10 +2,10 @@
 // A bulk load into a window's list that runs on its own thread: the work reads its source
 // and passes every candidate through the window's insert filter, while the records it
 // accepts wait beside the list (counting for the duplicate check). When the work is done
-// they go in at the top in one insertion, after the list is emptied if the operator chose
-// to replace it; Cancel drops them, so a cancelled load leaves the list as it was. The
-// window shows the rows read and a Cancel button meanwhile, and disables every control
-// that could change the list. One load per window at a time.
+// they go in at the end, in their order, in one insertion, after the list is emptied if the
+// operator chose to replace it; Cancel drops them, so a cancelled load leaves the list as it
+// was. The window shows the rows read and a Cancel button meanwhile, and disables every
+// control that could change the list. One load per window at a time.
 #include <QObject>
 #include <QString>
 

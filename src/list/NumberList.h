@@ -30,22 +30,22 @@ public:
     // How many records hold each number (in the form recipientNumber gives): what a batch
     // builds as it goes, so that it goes in without reading its records again.
     using Index = NumberIndex;
-    // Puts newestFirst on top; index counts exactly its numbers. Into an empty list the index
-    // is taken as it is.
-    void prepend(RecordList newestFirst, Index index) {
+    // Puts records after the others, in their order; index counts exactly their numbers. Into
+    // an empty list the index is taken as it is.
+    void append(RecordList records, Index index) {
         m_incoming = std::move(index);
-        RecordTable::prepend(std::move(newestFirst));
+        RecordTable::append(std::move(records));
         m_incoming = Index();
     }
-    using RecordTable::prepend;
+    using RecordTable::append;
 
 protected:
     void recordAdded(const Record& r) override { m_index.add(recipientNumber(r)); }
     void recordRemoved(const Record& r) override { m_index.remove(recipientNumber(r)); }
     void allRemoved() override { m_index.clear(); }
-    void recordsPrepended(qsizetype count) override {
+    void recordsAppended(qsizetype count) override {
         if (m_incoming.isEmpty())
-            RecordTable::recordsPrepended(count);
+            RecordTable::recordsAppended(count);
         else
             m_index.merge(std::move(m_incoming));
     }

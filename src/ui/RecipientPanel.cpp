@@ -76,8 +76,6 @@ QLayout* RecipientPanel::buildStoreButtons(QWidget* side) {
     connect(campaigns, &QPushButton::clicked, this, [this] { m_campaigns->Open_Campaigns_Wnd(); });
     connect(templates, &QPushButton::clicked, this, [this] {
         Templates& window = m_stores.templates();
-        const QTextCursor cursor = m_composer->textCursor();
-        window.setComposerSelection(cursor.selectionStart(), cursor.selectionEnd() - cursor.selectionStart());
         window.actOn(m_window.mainWindows());
         window.Open_Template_Wnd();
     });
@@ -194,7 +192,7 @@ QTableView* RecipientPanel::buildTable(QWidget* side) {
         if (!m_modelChanging)
             pushSelection();
     });
-    // Rows inserted at the top move the selection alike in the table and in the controller:
+    // Rows inserted above the selection move it alike in the table and in the controller:
     // reading the whole selection again after every insertion would cost it its size.
     connect(m_model, &QAbstractItemModel::rowsInserted, this, [this] { m_modelChanging = false; });
     connect(m_model, &QAbstractItemModel::modelReset, this, [this] {

@@ -228,12 +228,17 @@ TEST_F(CommandLineSendTest, WorkbooksOfOtherProgramsGiveTheRowsAPersonSees) {
         << errors.toStdString();
 }
 
-TEST_F(CommandLineSendTest, RtfAndCsvFilesAreCutAsTheWindowsCutThem) {
+TEST_F(CommandLineSendTest, RtfAndCsvFilesAreCutAsTheWindowsCutThemAndSentInTheirOrder) {
     const QString rtf = home.path() + "/numbers.rtf";
     ASSERT_TRUE(writeFileAtomically(rtf, "{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 111\\par 222\\par}"));
     int exitCode = -1;
-    EXPECT_EQ(run({"send", "--numbers", rtf, "--message", "r", "--dry-run"}, exitCode),
-              (QStringList{"111\tsend\tr", "222\tsend\tr"}));
+    run({"send", "--to", "333", "--numbers", rtf, "--message", "r", "--device", modems.at(0)->devicePath()},
+        exitCode);
+    EXPECT_EQ(exitCode, 0) << errors.toStdString();
+    QStringList received;
+    for (const auto& r : modems.at(0)->received())
+        received << r.number;
+    EXPECT_EQ(received, (QStringList{"333", "111", "222"})); // the arguments', then the file's
     const QString csv = home.path() + "/numbers.csv";
     ASSERT_TRUE(writeFileAtomically(csv, "Name,+441234567890,Note\r"));
     EXPECT_EQ(run({"send", "--numbers", csv, "--message", "c", "--dry-run"}, exitCode),

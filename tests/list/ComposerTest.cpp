@@ -58,7 +58,7 @@ class ComposerTest : public ::testing::Test {
 protected:
     void SetUp() override {
         for (const char* n : {"1", "2", "3"})
-            window.add(n); // list: 3, 2, 1
+            window.add(n); // list: 1, 2, 3
     }
     TestDataHome home;
     ScriptedOperator op;
@@ -197,7 +197,7 @@ TEST_F(ComposerTest, UpdateSelectedWaitsForTheCollectionThenApplies) {
     window.setSelectedRows({0, 2});
     op.onModal<Update_Sel_Num_SMS>([](Update_Sel_Num_SMS& d) {
         ASSERT_TRUE(spinUntil([&] { return d.buttonsEnabled(); }));
-        EXPECT_EQ(d.numbers(), (QStringList{"3", "1"}));
+        EXPECT_EQ(d.numbers(), (QStringList{"1", "3"}));
         EXPECT_EQ(d.totalLabel(), "Total Selected Numbers : 2");
         d.ApplyPressed(); // empty message
         d.setMessage(QString(1700, 'y'));
@@ -256,7 +256,7 @@ TEST_F(ComposerTest, SingleUpdateRevalidatesAChangedNumber) {
         EXPECT_TRUE(d.number().isEmpty());
     });
     window.doubleClickInTable(1);
-    EXPECT_EQ(window.numbers(), (QStringList{"3", "+44201", "1"}));
+    EXPECT_EQ(window.numbers(), (QStringList{"1", "+44201", "3"}));
     EXPECT_EQ(window.messages(), (QStringList{"", "hi", ""}));
     EXPECT_EQ(op.alerts(),
               (QStringList{"\nPlease enter a valid phone number.", "\nEntered number already exists."}));
@@ -272,7 +272,7 @@ TEST_F(ComposerTest, UnchangedNumberKeepsItsTextAsShown) {
         d.OKPressed();
     });
     window.doubleClickInTable(2);
-    EXPECT_EQ(window.list().at(2), recipientRecord("1", "only the message"));
+    EXPECT_EQ(window.list().at(2), recipientRecord("3", "only the message"));
 }
 
 TEST_F(ComposerTest, MessageTypeNotificationMeansFlash) {

@@ -55,13 +55,13 @@ struct FileCase {
     const char* name;
     const char* fileName;
     QByteArray bytes;
-    QStringList numbers; // top of the list first
+    QStringList numbers; // in the list's order
     QList<int> counters; // readable, valid, skipped, excluded
 };
 
 class FileLoads : public NumberLoadingTest, public ::testing::WithParamInterface<FileCase> {};
 
-TEST_P(FileLoads, InsertTheAcceptedNumbersOnTop) {
+TEST_P(FileLoads, AppendTheAcceptedNumbersInTheFilesOrder) {
     const FileCase& c = GetParam();
     window.setComposerText("Hi");
     loadFile(c.fileName, c.bytes);
@@ -72,7 +72,7 @@ TEST_P(FileLoads, InsertTheAcceptedNumbersOnTop) {
 }
 
 const QString kUnicodeSample = QString::fromUtf8("Zoë\r\n+441234567890\r\n0044 (555) 1234\r\n");
-const QStringList kSampleNumbers{"00445551234", "+441234567890"};
+const QStringList kSampleNumbers{"+441234567890", "00445551234"};
 
 QByteArray withBom(QStringConverter::Encoding encoding, const QString& text) {
     return QStringEncoder(encoding, QStringConverter::Flag::WriteBom)(text);
@@ -81,40 +81,40 @@ QByteArray withBom(QStringConverter::Encoding encoding, const QString& text) {
 INSTANTIATE_TEST_SUITE_P(
     Kinds, FileLoads,
     ::testing::Values(
-        FileCase{"TxtWindowsLineEnds", "a.txt", "111\r\n222\r\n333\r\n", {"333", "222", "111"}, {3, 3, 0, 0}},
-        FileCase{"TxtMarkupRemoved", "a.TXT", "{\\111}\n2-2 2\n", {"222", "111"}, {2, 2, 0, 0}},
+        FileCase{"TxtWindowsLineEnds", "a.txt", "111\r\n222\r\n333\r\n", {"111", "222", "333"}, {3, 3, 0, 0}},
+        FileCase{"TxtMarkupRemoved", "a.TXT", "{\\111}\n2-2 2\n", {"111", "222"}, {2, 2, 0, 0}},
         FileCase{"TxtInvalidLinesCounted", "a.txt", "Name\n12a\n+1+2\n555\n", {"555"}, {4, 1, 0, 0}},
         // CSV: RFC 4180 records, the separator sniffed, only cells that look like phone numbers.
         FileCase{"CsvCellsOfOneLine", "a.csv", "Name,+441234567890,Note\r", {"+441234567890"}, {1, 1, 0, 0}},
         FileCase{"CsvLineFeedLineEnds",
                  "a.CSV",
                  "x,07700900111,07700900222\ny,07700900333,07700900444",
-                 {"07700900444", "07700900333", "07700900222", "07700900111"},
+                 {"07700900111", "07700900222", "07700900333", "07700900444"},
                  {4, 4, 0, 0}},
         FileCase{"CsvMixedLineEnds",
                  "a.csv",
                  "a,07700900111\rb,07700900222\r\nc,07700900333\n",
-                 {"07700900333", "07700900222", "07700900111"},
+                 {"07700900111", "07700900222", "07700900333"},
                  {3, 3, 0, 0}},
         FileCase{"CsvOneColumn",
                  "a.csv",
                  "Phone\r\n07700900111\r\n+44 7700 900222\r\n",
-                 {"+447700900222", "07700900111"},
+                 {"07700900111", "+447700900222"},
                  {2, 2, 0, 0}},
         FileCase{"CsvQuotedFields",
                  "a.csv",
                  "\"Smith, John\",\"+44 7700 900111\"\r\n\"O\"\"Neil, Amy\", \"07700 900222\"\r\n",
-                 {"07700900222", "+447700900111"},
+                 {"+447700900111", "07700900222"},
                  {2, 2, 0, 0}},
         FileCase{"CsvLineBreakInsideQuotes",
                  "a.csv",
                  "Name,Phone,Note\nAnn,07700900111,\"line one\nline two 07700900999\"\nBob,07700900222,x\n",
-                 {"07700900222", "07700900111"},
+                 {"07700900111", "07700900222"},
                  {2, 2, 0, 0}},
         FileCase{"CsvSemicolonsAndDecimalCommas",
                  "a.csv",
                  "Name;Phone;Amount\nAnn;07700 900111;12,50\nBob;07700 900222;1.250,00\n",
-                 {"07700900222", "07700900111"},
+                 {"07700900111", "07700900222"},
                  {2, 2, 0, 0}},
         FileCase{"CsvSeparatorNamedOnTheFirstLine",
                  "a.csv",
@@ -128,18 +128,18 @@ INSTANTIATE_TEST_SUITE_P(
                  "1,Ann Smith,34,+44 7700 900123,1250.00,2024-03-05\r\n"
                  "2,Bob Jones,41,07700 900456,99.50,05/03/2024\r\n"
                  "3,Cy Long,29,,1250,2024-03-06\r\n",
-                 {"07700900456", "+447700900123"},
+                 {"+447700900123", "07700900456"},
                  {2, 2, 0, 0}},
         // Numbers as people write them.
         FileCase{"TxtNoBreakSpacesAndHyphens",
                  "a.txt",
                  QString::fromUtf8("+44\u00A07700\u00A0900123\n0770\u2011090\u20110456\n").toUtf8(),
-                 {"07700900456", "+447700900123"},
+                 {"+447700900123", "07700900456"},
                  {2, 2, 0, 0}},
         FileCase{"TxtENotationAndTrunkZero",
                  "a.txt",
                  "4.47700900002E11\n+44 (0)7700 900003\n",
-                 {"+447700900003", "447700900002"},
+                 {"447700900002", "+447700900003"},
                  {2, 2, 0, 0}},
         FileCase{"Utf16LeWithoutBom",
                  "u.txt",
@@ -154,7 +154,7 @@ INSTANTIATE_TEST_SUITE_P(
         FileCase{"RtfParagraphs",
                  "a.rtf",
                  "{\\rtf1\\ansi{\\fonttbl{\\f0 Arial 999;}}\\f0 111\\par 222\\par}",
-                 {"222", "111"},
+                 {"111", "222"},
                  {2, 2, 0, 0}},
         FileCase{"Utf8", "u.txt", kUnicodeSample.toUtf8(), kSampleNumbers, {3, 2, 0, 0}},
         FileCase{"Utf8Bom",
@@ -195,8 +195,8 @@ TEST_F(NumberLoadingTest, KeepOrReplaceQuestion) {
         QStringList numbers;
     };
     const QList<Case> cases{
-        {"No keeps the old rows below", [](Load_Num_Info& q) { q.NoPressed(); }, {"2", "1", "old"}},
-        {"Yes replaces the list", [](Load_Num_Info& q) { q.YesPressed(); }, {"2", "1"}},
+        {"No keeps the old rows above", [](Load_Num_Info& q) { q.NoPressed(); }, {"old", "1", "2"}},
+        {"Yes replaces the list", [](Load_Num_Info& q) { q.YesPressed(); }, {"1", "2"}},
         {"Cancel loads nothing", [](Load_Num_Info& q) { q.CancelPressed(); }, {"old"}}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -251,14 +251,14 @@ TEST_F(NumberLoadingTest, ALoadMeetsTheListItsOwnNumbersAndTheExclusionsInTheFix
     // An excluded number is refused each time it comes (never taken for a duplicate of
     // itself); one in the list or earlier in the file is skipped.
     loadFile("a.txt", "999\n222\n111\n999\n222\n333\n");
-    EXPECT_EQ(window.numbers(), (QStringList{"333", "222", "111"}));
+    EXPECT_EQ(window.numbers(), (QStringList{"111", "222", "333"}));
     EXPECT_EQ(counters(), (QList<int>{6, 6, 2, 2}));
     window.add("222");
     window.add("999");
     window.add("444");
     EXPECT_EQ(op.alerts(),
               (QStringList{"\nEntered number already exists.", "\nEntered number is in exclusion list."}));
-    EXPECT_EQ(window.numbers(), (QStringList{"444", "333", "222", "111"}));
+    EXPECT_EQ(window.numbers(), (QStringList{"111", "222", "333", "444"}));
 }
 
 TEST_F(NumberLoadingTest, TheChooserOffersNumberFilesAndCancellingEndsTheLoad) {
@@ -275,8 +275,8 @@ TEST_F(NumberLoadingTest, ALargeFileKeepsItsOrderAcrossHandOvers) {
         bytes += QByteArray::number(100000 + i) + "\r\n";
     loadFile("big.txt", bytes);
     ASSERT_EQ(window.list().size(), 5000);
-    EXPECT_EQ(window.numbers().first(), "104999");
-    EXPECT_EQ(window.numbers().last(), "100000");
+    EXPECT_EQ(window.numbers().first(), "100000");
+    EXPECT_EQ(window.numbers().last(), "104999");
 }
 
 TEST_F(NumberLoadingTest, FilesLargerThanAChunkReadTheSameInEveryEncoding) {
@@ -308,7 +308,7 @@ TEST_F(NumberLoadingTest, FilesLargerThanAChunkReadTheSameInEveryEncoding) {
         // records; the CSV's third cells are numbers.
         if (QString(c.name).endsWith(".csv")) {
             EXPECT_EQ(window.list().size(), c.numbers) << c.name;
-            EXPECT_EQ(window.numbers().first(), "+447701039999") << c.name;
+            EXPECT_EQ(window.numbers().last(), "+447701039999") << c.name;
         } else {
             EXPECT_EQ(window.lastLoad().TOT_PROC, c.numbers) << c.name;
         }
@@ -319,7 +319,7 @@ TEST_F(NumberLoadingTest, OverlongLinesAreCutAndCountedNeverHeldWhole) {
     QByteArray bytes = "5550001\n" + QByteArray(3 << 20, '7') + "\n5550002\r\n" + QByteArray(5000, ' ') +
                        "5550003\n5550004\n" + QByteArray(2 << 20, '8');
     loadFile("long.txt", bytes);
-    EXPECT_EQ(window.numbers(), (QStringList{"5550004", "5550002", "5550001"}));
+    EXPECT_EQ(window.numbers(), (QStringList{"5550001", "5550002", "5550004"}));
     EXPECT_EQ(counters(), (QList<int>{6, 3, 0, 0})); // three cut lines count as invalid records
     EXPECT_TRUE(op.alerts().isEmpty());
 }
@@ -364,13 +364,13 @@ TEST_F(NumberLoadingTest, CancelLeavesTheListAsItWasAndTheNextLoadTakesEveryNumb
             load.Cancel();
         ASSERT_TRUE(spinUntil([&] { return !loader().isLoading(); }, std::chrono::seconds(60)));
         if (cancel) {
-            EXPECT_EQ(window.numbers(), (QStringList{"222", "111"}));
+            EXPECT_EQ(window.numbers(), (QStringList{"111", "222"}));
         }
     }
     EXPECT_EQ(shownRunning, 2);
     // The cancelled load neither replaced nor added anything; the second replaced the list.
     ASSERT_EQ(window.list().size(), 45000);
-    EXPECT_EQ(window.numbers().first(), "7700044999");
+    EXPECT_EQ(window.numbers().last(), "7700044999");
     EXPECT_FALSE(window.Check_Duplicate_Number("111"));
     EXPECT_EQ(counters(), (QList<int>{60000, 60000, 15000, 0}));
     EXPECT_TRUE(op.alerts().isEmpty());
@@ -424,13 +424,13 @@ protected:
     }
 };
 
-TEST_F(PasteTest, TabsSplitCellsAndLinesGoOnTopInOrder) {
+TEST_F(PasteTest, TabsSplitCellsAndLinesGoAfterTheListInOrder) {
     window.setComposerText("msg");
     window.add("999");
     op.onModal<Load_Num_Info>([](Load_Num_Info& q) { q.NoPressed(); });
     // Cells of a row copied from a spreadsheet count only when they look like phone numbers.
     paste("1\tAnn\t34\t07700900111\t07700900222\t1250.00\n333");
-    EXPECT_EQ(window.numbers(), (QStringList{"333", "07700900222", "07700900111", "999"}));
+    EXPECT_EQ(window.numbers(), (QStringList{"999", "07700900111", "07700900222", "333"}));
     EXPECT_EQ(counters(), (QList<int>{3, 3, 0, 0}));
     EXPECT_EQ(window.lastLoad().ignoredCells, 4);
     EXPECT_EQ(window.messages(), QStringList(4, "msg"));

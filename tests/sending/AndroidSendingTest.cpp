@@ -22,7 +22,7 @@ namespace {
 
 class AndroidSendingTest : public PhoneFixture {
 protected:
-    // A window with the phone chosen and the list filled, first given on top.
+    // A window with the phone chosen and the list filled in the order given.
     std::unique_ptr<Bulk_SMSAppDelegate> windowWith(const QList<QPair<QString, QString>>& rows) {
         auto window = std::make_unique<Bulk_SMSAppDelegate>(op, home.folder);
         window->windowDidLoad();
@@ -31,8 +31,8 @@ protected:
         selection.sel_port_bsd_str = selection.sel_port_name_str;
         selection.port_val_str_array = {selection.sel_port_name_str};
         window->applyDeviceSelection();
-        for (auto it = rows.crbegin(); it != rows.crend(); ++it)
-            window->Create_Num_Msg_List(it->first, it->second);
+        for (const auto& [number, message] : rows)
+            window->Create_Num_Msg_List(number, message);
         return window;
     }
     void send(Bulk_SMSAppDelegate& window) {

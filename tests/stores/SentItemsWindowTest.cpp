@@ -92,17 +92,17 @@ TEST_F(SentItemsTest, OperatorErrorsAndClearAll) {
     EXPECT_EQ(op.questions(), (QStringList{kClearEntireList, kClearEntireList}));
 }
 
-TEST_F(SentItemsTest, SendBackInsertsOnTopOrShowsTheSummary) {
+TEST_F(SentItemsTest, SendBackInsertsInOrderOrShowsTheSummary) {
     loaded();
     window.setSelectedRows({0, 2});
     window.Send_To_Main_Btn();
-    EXPECT_EQ(gsm->numbers(), (QStringList{"333", "111"}));
-    EXPECT_EQ(gsm->list().at(1).value("Message"), "Hello\nthere");
+    EXPECT_EQ(gsm->numbers(), (QStringList{"111", "333"}));
+    EXPECT_EQ(gsm->list().at(0).value("Message"), "Hello\nthere");
 
     gsm->setSkipDuplicates(true);
     op.onModal<Load_Num_Info>([](Load_Num_Info& d) { d.NoPressed(); });
     window.Send_To_Main_Btn(); // both numbers are there already
-    EXPECT_EQ(gsm->numbers(), (QStringList{"333", "111"}));
+    EXPECT_EQ(gsm->numbers(), (QStringList{"111", "333"}));
     const QStringList alerts = op.alerts();
     ASSERT_EQ(alerts.size(), 2);
     EXPECT_EQ(alerts[0], "\nSelected sent items inserted in SMS Composer successfully.");

@@ -116,8 +116,8 @@ TEST_F(StoreWindowsTest, ContactListExportsByExtension) {
     op.clearTranscript();
     op.chooseFile(QString()); // consumed by the next call
 
-    gsm->Create_Num_Msg_List("222", "Second");
     gsm->Create_Num_Msg_List("111", "First\nline");
+    gsm->Create_Num_Msg_List("222", "Second");
     EXPECT_FALSE(exportContactList(*gsm)); // cancelled
     const struct {
         QString chosen, written;

@@ -86,26 +86,21 @@ TEST_F(TemplatesTest, SelectionRules) {
                                         "\nPlease select only one record."}));
 }
 
-TEST_F(TemplatesTest, UseTemplateReplacesTheComposerSelectionWithinTheLimit) {
-    loaded(QByteArray(100, 't') + "\nshort\n");
-    gsm->setComposerText("Dear NAME, hello");
-    window.setSelectedRows({1});
-    window.setComposerSelection(5, 4);
-    window.Use_Template_Btn();
-    EXPECT_EQ(gsm->composerText(), "Dear short, hello");
-
-    gsm->setComposerText(QString(1550, 'c'));
+TEST_F(TemplatesTest, UseTemplateReplacesTheComposerTextAskingBeforeAMessageGoes) {
+    loaded("Hello\nBye\n");
+    gsm->setComposerText(" \n");
     window.setSelectedRows({0});
-    window.setComposerSelection(-1, 0);
-    op.answerNo();
+    window.Use_Template_Btn(); // a blank composer: nothing to lose
+    window.Use_Template_Btn(); // the template itself: nothing to lose
+    EXPECT_EQ(gsm->composerText(), "Hello");
+    window.setSelectedRows({1});
+    op.answerNo().answerYes();
     window.Use_Template_Btn();
-    EXPECT_EQ(gsm->composerText().size(), 1550);
-    op.answerYes();
+    EXPECT_EQ(gsm->composerText(), "Hello");
     window.Use_Template_Btn();
-    EXPECT_EQ(gsm->composerText(), QString(1550, 'c') + QString(50, 't'));
-    EXPECT_EQ(gsm->characterCounterText(), "1600 Characters");
-    ASSERT_EQ(op.questions().size(), 2);
-    EXPECT_TRUE(op.questions()[0].startsWith("Maximum characters limit is 1600.\r\n\r\n"));
+    EXPECT_EQ(gsm->composerText(), "Bye");
+    EXPECT_EQ(op.questions(), QStringList(2, "The composer holds a message. Replace it with the template?"));
+    EXPECT_EQ(op.alerts().size(), 3);
 }
 
 TEST_F(TemplatesTest, ImportsTextAndCsvAndReportsAllDuplicates) {

@@ -136,8 +136,8 @@ TEST_F(AndroidViewsTest, MainWindowModesSendAndProgress) {
     window.selection().sel_port_bsd_str = "SAMSUNG GALAXY A52";
     window.selection().port_val_str_array = {"SAMSUNG GALAXY A52"};
     window.applyDeviceSelection();
-    window.Create_Num_Msg_List("+447700900002", "See you at 5 & bring snacks");
     window.Create_Num_Msg_List("+447700900001", "Tom & Jerry (2)");
+    window.Create_Num_Msg_List("+447700900002", "See you at 5 & bring snacks");
 
     auto* singleShot = view.findChild<QRadioButton*>("Single_Shot_Radio");
     auto* classic = view.findChild<QRadioButton*>("Classic_Radio");

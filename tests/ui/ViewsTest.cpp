@@ -206,7 +206,7 @@ protected:
     RecipientPanel panel{gsm, gsm.carriedRun(), stores};
 };
 
-TEST_F(RecipientPanelView, TypedNumbersAppearOnTopAndAreCounted) {
+TEST_F(RecipientPanelView, TypedNumbersAppearInTheirOrderAndAreCounted) {
     auto* number = panel.findChild<QLineEdit*>("_numberEdit");
     auto* composer = panel.findChild<QPlainTextEdit*>("_messageEdit");
     ASSERT_TRUE(number && composer);
@@ -220,8 +220,8 @@ TEST_F(RecipientPanelView, TypedNumbersAppearOnTopAndAreCounted) {
     EXPECT_TRUE(op.alerts().isEmpty());
     EXPECT_TRUE(number->text().isEmpty());
     EXPECT_EQ(panel.table()->model()->rowCount(), 2);
-    EXPECT_EQ(panel.table()->model()->index(0, 0).data().toString(), "222");
-    EXPECT_EQ(panel.table()->model()->index(0, 1).data().toString(), "Hi");
+    EXPECT_EQ(panel.table()->model()->index(1, 0).data().toString(), "222");
+    EXPECT_EQ(panel.table()->model()->index(1, 1).data().toString(), "Hi");
     bool counted = false;
     for (QLabel* label : panel.findChildren<QLabel*>())
         counted |= label->text() == "Total Numbers : 2";
@@ -237,7 +237,7 @@ TEST_F(RecipientPanelView, TableSelectionReachesTheControllerAndFollowsInserts) 
         gsm.Create_Num_Msg_List(n, "");
     panel.table()->selectRow(1); // "2"
     EXPECT_EQ(gsm.selectedRows(), QList<int>{1});
-    gsm.Create_Num_Msg_List("4", "");
+    gsm.list().prepend(recipientRecord("4", ""));
     EXPECT_EQ(gsm.selectedRows(), QList<int>{2}); // still the record "2"
     EXPECT_EQ(panel.table()->selectionModel()->selectedRows().value(0).row(), 2);
 }

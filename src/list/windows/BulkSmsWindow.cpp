@@ -31,20 +31,14 @@ BulkSmsWindow::BulkSmsWindow(Kind kind, Operator& op, DataFolder folder, Default
       m_list({kNumberKey, kMessageKey, kLastRunKey}), m_exclusionSet({kNumberKey}) {
     connect(&m_list, &RecordTable::inserted, this, &BulkSmsWindow::Update_List_Count);
     connect(&m_list, &RecordTable::wasReset, this, &BulkSmsWindow::Update_List_Count);
-    // Selected rows follow their records when rows are inserted above them; a reset drops them.
+    // Selected rows follow their records when rows are inserted above them (the numbers the
+    // window takes go at the end, which moves none); a reset drops them.
     connect(&m_list, &RecordTable::aboutToInsert, this, [this](int first, int last) {
-        if (first == 0) { // every selected row moves down alike
-            m_selectionShift += last - first + 1;
-            return;
-        }
-        for (int& row : m_selectedRows)
-            if (row + m_selectionShift >= first)
-                row += last - first + 1;
+        for (auto row = std::lower_bound(m_selectedRows.begin(), m_selectedRows.end(), first);
+             row != m_selectedRows.end(); ++row)
+            *row += last - first + 1;
     });
-    connect(&m_list, &RecordTable::aboutToReset, this, [this] {
-        m_selectedRows.clear();
-        m_selectionShift = 0;
-    });
+    connect(&m_list, &RecordTable::aboutToReset, this, [this] { m_selectedRows.clear(); });
     connect(&m_country, &DefaultCountry::changed, this, &BulkSmsWindow::rekeyNumbers);
 }
 
@@ -214,6 +208,8 @@ void BulkSmsWindow::Create_Num_Msg_List(const QString& number, const QString& me
         insertAccepted({trimmed, e164Of(trimmed), false}, message);
 }
 
+// The list keeps the order numbers were typed, pasted or loaded in, and is sent in it:
+// people's files are often in priority order.
 void BulkSmsWindow::insertAccepted(const Accepted& number, const QString& message) {
     Record record = recipientRecord(number.written, message);
     if (!number.e164.isEmpty())
@@ -224,7 +220,7 @@ void BulkSmsWindow::insertAccepted(const Accepted& number, const QString& messag
             m_pendingNumbers.add(number.e164.isEmpty() ? number.written : number.e164);
         return; // the composer is looked at when the batch goes in, on the main thread
     }
-    m_list.prepend(record);
+    m_list.append(record);
     rememberComposerText();
 }
 
@@ -243,9 +239,7 @@ BulkSmsWindow::BatchInsert::~BatchInsert() {
 void BulkSmsWindow::flushPendingRecipients() {
     if (m_pending.isEmpty())
         return;
-    // The last accepted goes on top, as if each had been inserted at the top in turn.
-    std::reverse(m_pending.begin(), m_pending.end());
-    m_list.prepend(std::exchange(m_pending, {}), std::exchange(m_pendingNumbers, {}));
+    m_list.append(std::exchange(m_pending, {}), std::exchange(m_pendingNumbers, {}));
     rememberComposerText();
 }
 
@@ -332,20 +326,10 @@ void BulkSmsWindow::setSelectedRows(QList<int> rows) {
     std::sort(rows.begin(), rows.end());
     rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
     m_selectedRows = std::move(rows);
-    m_selectionShift = 0;
-}
-
-const QList<int>& BulkSmsWindow::selectedRows() const {
-    if (m_selectionShift != 0) {
-        for (int& row : m_selectedRows)
-            row += m_selectionShift;
-        m_selectionShift = 0;
-    }
-    return m_selectedRows;
 }
 
 bool BulkSmsWindow::isRowSelected(int row) const {
-    return std::binary_search(m_selectedRows.cbegin(), m_selectedRows.cend(), row - m_selectionShift);
+    return std::binary_search(m_selectedRows.cbegin(), m_selectedRows.cend(), row);
 }
 
 void BulkSmsWindow::Clear_Sel_Btn() {

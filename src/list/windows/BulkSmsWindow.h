@@ -61,8 +61,9 @@ public:
     bool holdsNumber(const QString& key) const;
     bool Check_Duplicate_Number(const QString& number) const;
     bool Check_Exclusion_Number(const QString& number) const;
-    // While a batch is open (BatchInsert) accepted records wait beside the list, count as
-    // already in it for the duplicate check, and go in at the top in one insertion.
+    // A number goes after the rows already there. While a batch is open (BatchInsert)
+    // accepted records wait beside the list, count as already in it for the duplicate check,
+    // and go in at the end in one insertion.
     void Create_Num_Msg_List(const QString& number, const QString& message);
     void Create_Exclusion_List(const QString& number);
     // Reads the applied lists into the exclusion set. False, after telling the operator, when
@@ -102,7 +103,7 @@ public:
 
     // Rows selected in the table, ascending; the view keeps this up to date.
     void setSelectedRows(QList<int> rows);
-    const QList<int>& selectedRows() const;
+    const QList<int>& selectedRows() const { return m_selectedRows; }
     bool isRowSelected(int row) const;
 
     int prev_list_item = 0;
@@ -230,10 +231,7 @@ private:
     NumberList m_list;
     NumberList m_exclusionSet;
     LoadCounters m_lastLoad;
-    // Selected rows are kept less the rows inserted at the top since, so inserting at the
-    // top costs the same however many rows are selected.
-    mutable QList<int> m_selectedRows;
-    mutable int m_selectionShift = 0;
+    QList<int> m_selectedRows; // ascending
     int m_batchDepth = 0;
     Update_Sel_Num_SMS* m_selectedUpdate = nullptr; // the dialog about to open
     bool m_replacing = false;

@@ -1,6 +1,6 @@
 #pragma once
 // The question before a bulk load into a list that already has numbers: replace the
-// list (Yes, code 1), keep it with the new numbers on top (No, code 0), or abandon (Cancel).
+// list (Yes, code 1), keep it with the new numbers after it (No, code 0), or abandon (Cancel).
 #include "core/DialogController.h"
 
 #include <QString>

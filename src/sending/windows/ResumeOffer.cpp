@@ -7,10 +7,9 @@
 #include "core/Operator.h"
 
 void applyResume(BulkSmsWindow& window, CarriedRun& carried, const ResumePlan& plan) {
-    // New rows go to the top: the last first keeps the run's order.
     BulkSmsWindow::BatchInsert batch(window);
-    for (auto it = plan.toSend.crbegin(); it != plan.toSend.crend(); ++it)
-        window.Create_Num_Msg_List(it->number, it->message);
+    for (const UnfinishedCampaign::Entry& entry : plan.toSend)
+        window.Create_Num_Msg_List(entry.number, entry.message);
     window.prev_composer_msg = window.composerText(); // every row has its message already
     carried.set(plan.campaign);
 }

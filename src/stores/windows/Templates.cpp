@@ -112,11 +112,6 @@ void Templates::setSelectedRows(QList<int> rows) {
     emit selectionChanged();
 }
 
-void Templates::setComposerSelection(int start, int length) {
-    m_composerStart = start;
-    m_composerLength = qMax(0, length);
-}
-
 void Templates::Add_Btn() {
     m_editor->beginAdd();
     m_op.runModal(*m_editor);
@@ -194,20 +189,15 @@ void Templates::Use_Template_Btn() {
     BulkSmsWindow* window = activeStoreWindow();
     if (window == nullptr)
         return;
+    // The template takes the composer's place (a stored template is never over the limit);
+    // a message typed there is not lost without a word.
+    const QString text = m_table.at(m_selected.first()).value(kMessageKey);
     const QString composer = window->composerText();
-    const int start =
-        m_composerStart < 0 ? int(composer.size()) : qMin(m_composerStart, int(composer.size()));
-    const int length = qMin(m_composerLength, int(composer.size()) - start);
-    QString result = composer.left(start) + m_table.at(m_selected.first()).value(kMessageKey) +
-                     composer.mid(start + length);
-    if (result.size() > kMaxMessageLength) {
-        if (!m_op.Show_YES_NO_MessageBox(QStringLiteral(
-                "Maximum characters limit is 1600.\r\n\r\nPress 'Yes to continue to composer window and "
-                "it will show first 1600 characters of your message otherwise press 'No''")))
-            return;
-        result.truncate(kMaxMessageLength);
-    }
-    window->setComposerText(result);
+    if (!Trim_Str(composer).isEmpty() && composer != text &&
+        !m_op.Show_YES_NO_MessageBox(
+            QStringLiteral("The composer holds a message. Replace it with the template?")))
+        return;
+    window->setComposerText(text);
     m_op.Show_MessageBox(
         QStringLiteral("Selected template message has been moved to Message Composer window of Software."));
 }

@@ -1,7 +1,7 @@
 #pragma once
 // The templates window: the stored message texts, added, edited, deleted, imported,
-// exported and put into the active main window's composer. The file changes when the
-// window closes (or at Delete all); each rewrite is atomic.
+// exported and put in the place of the active main window's composer text. The file changes
+// when the window closes (or at Delete all); each rewrite is atomic.
 #include "StoreWindowSupport.h"
 #include "core/DataFolder.h"
 #include "core/DialogController.h"
@@ -43,9 +43,6 @@ public:
 
     void setSelectedRows(QList<int> rows);
     const QList<int>& selectedRows() const { return m_selected; }
-    // The composer's selection the template replaces (the view keeps it current); a start
-    // of -1 means the end of the text.
-    void setComposerSelection(int start, int length);
 
     UpdateTemp& editor() { return *m_editor; }
 
@@ -75,7 +72,6 @@ private:
     KeyedTable m_table;
     QByteArray m_loadedContent; // the file as the window read or last wrote it
     QList<int> m_selected;
-    int m_composerStart = -1, m_composerLength = 0;
     UpdateTemp* m_editor;
     bool m_pleaseWait = false;
     std::atomic<bool> m_loading{false};

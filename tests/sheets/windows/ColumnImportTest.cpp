@@ -29,13 +29,13 @@ TEST_F(ColumnImportTest, HeaderRowTickedColumnsAndOrder) {
         const char* name;
         bool header;
         QList<int> ticked;
-        QStringList numbers; // top first
+        QStringList numbers; // in the list's order
         QList<int> counters; // readable, valid, skipped, excluded
     };
     const QList<Case> cases{
-        {"header skipped", true, {1}, {"444", "333", "111"}, {3, 3, 0, 0}},
-        {"header imported as a value", false, {1}, {"444", "333", "111"}, {4, 3, 0, 0}},
-        {"two columns row by row", true, {1, 2}, {"555", "444", "333", "222", "111"}, {5, 5, 0, 0}},
+        {"header skipped", true, {1}, {"111", "333", "444"}, {3, 3, 0, 0}},
+        {"header imported as a value", false, {1}, {"111", "333", "444"}, {4, 3, 0, 0}},
+        {"two columns row by row", true, {1, 2}, {"111", "222", "333", "444", "555"}, {5, 5, 0, 0}},
         {"a text column", true, {0}, {}, {3, 0, 0, 0}},
     };
     const QString workbook = tableWorkbook("phones.xlsx", {kPhones});
@@ -64,8 +64,8 @@ TEST_F(ColumnImportTest, ValuesGoToTheWindowOfTheModeWithItsComposerText) {
     open(dialog, tableWorkbook("p.xlsx", {kPhones}), "GSM", {2});
     dialog.OKPressed();
     waitForLoads();
-    EXPECT_EQ(gsm.numbers(), (QStringList{"555", "222", "9"}));
-    EXPECT_EQ(gsm.messages(), (QStringList{"gsm text", "gsm text", ""}));
+    EXPECT_EQ(gsm.numbers(), (QStringList{"9", "222", "555"}));
+    EXPECT_EQ(gsm.messages(), (QStringList{"", "gsm text", "gsm text"}));
     EXPECT_EQ(android.numbers(), QStringList{"8"});
     EXPECT_EQ(gsm.prev_list_item, 1);
     EXPECT_EQ(android.prev_list_item, 1);
@@ -132,7 +132,7 @@ TEST_F(ColumnImportTest, AHeaderCellOfSpacesKeepsEveryColumnInItsPlace) {
     EXPECT_EQ(dialog.ListData().at(2).value("Extension"), "Phone");
     dialog.OKPressed();
     waitForLoads();
-    EXPECT_EQ(android.numbers(), (QStringList{"07700900222", "07700900111"}));
+    EXPECT_EQ(android.numbers(), (QStringList{"07700900111", "07700900222"}));
 }
 
 TEST_F(ColumnImportTest, AFileThatIsNoWorkbookEndsTheImportWithItsReason) {
@@ -210,7 +210,7 @@ TEST_F(ColumnImportTest, OpenRunsTheWindowAndReturnsItsCode) {
     waitForLoads();
     EXPECT_EQ(second.Open_excel_Wnd(workbook, "AND"), 0);
     waitForLoads();
-    EXPECT_EQ(android.numbers(), (QStringList{"444", "333", "111"}));
+    EXPECT_EQ(android.numbers(), (QStringList{"111", "333", "444"}));
 }
 
 } // namespace
@@ -227,7 +227,7 @@ TEST_F(ColumnImportTest, TheLoadButtonHandsWorkbooksToTheImportOfItsWindow) {
     });
     NumberLoader::of(gsm).Load_Number();
     waitForLoads();
-    EXPECT_EQ(gsm.numbers(), (QStringList{"555", "222"}));
+    EXPECT_EQ(gsm.numbers(), (QStringList{"222", "555"}));
     EXPECT_EQ(gsm.messages(), QStringList(2, "from gsm"));
     EXPECT_TRUE(android.list().isEmpty());
 }
@@ -274,8 +274,8 @@ TEST_F(ColumnImportTest, CancelDuringTheImportLeavesTheListAsItWas) {
         waitForLoads();
     }
     ASSERT_EQ(gsm.list().size(), 3001);
-    EXPECT_EQ(gsm.numbers().first(), "7700002999");
-    EXPECT_EQ(gsm.numbers().last(), "555");
+    EXPECT_EQ(gsm.numbers().first(), "555");
+    EXPECT_EQ(gsm.numbers().last(), "7700002999");
     EXPECT_TRUE(op.alerts().isEmpty());
 }
 
