@@ -23,7 +23,8 @@ QList<SendingItem> MemoryRun::all() const {
 
 std::optional<RunRecord::Claim> MemoryRun::claimNext(const QString& device, bool,
                                                      const std::function<bool(const QString&)>&,
-                                                     const std::function<void(const Claim&)>&, bool) {
+                                                     const std::function<void(const Claim&)>&, bool,
+                                                     const Carries&) {
     std::lock_guard lock(m_list->mutex);
     List& list = *m_list;
     int index = -1;

@@ -29,7 +29,9 @@ public:
     std::optional<Claim> claimNext(const QString& device, bool skipDuplicates,
                                    const std::function<bool(const QString&)>& isExcluded,
                                    const std::function<void(const Claim&)>& finishedOnTheWay,
-                                   bool onlyDeviceLeft) override;
+                                   bool onlyDeviceLeft,
+                                   const Carries& carries) override; // carries everything
+    using RunRecord::claimNext;
     void handing(int, const QString&) override {}
     void retryLater(int index, const SendOutcome& refusal, Clock::time_point notBefore) override;
     void giveBack(int index, const QString& why, const QString& avoidDevice) override;

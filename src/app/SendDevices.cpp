@@ -6,6 +6,7 @@
 #include "core/Operator.h"
 #include "device/DeviceRecord.h"
 #include "gsm/SmsMode.h"
+#include "gsm/TextModeLimits.h"
 #include "services/ModemCheck.h"
 #include "services/ModemOpeners.h"
 #include "services/ModemSearch.h"
@@ -78,10 +79,26 @@ ModemChoice modemChoiceOf(const Record& record) {
     return {record.value(kPortDetailKey), details};
 }
 
+QString textModeRefusal(const QList<std::pair<QString, QString>>& rows, const RunSettings& settings,
+                        const QList<ModemChoice>& modems, const RecordList& found) {
+    QList<OutgoingMessage> messages;
+    for (const auto& [number, text] : rows)
+        messages << outgoingMessage(number, text, settings);
+    QList<TextModeLimits::Port> ports;
+    for (const ModemChoice& modem : modems)
+        ports << TextModeLimits::Port{modem.path, modem.details.mode};
+    QStringList offeringPdu;
+    for (const Record& record : found)
+        if (record.value(kSupportedSmsModesKey).contains(kPduModeText))
+            offeringPdu << record.value(kPortDetailKey);
+    return TextModeLimits::refusal(messages, ports, offeringPdu);
+}
+
 } // namespace
 
 std::optional<int> chooseModems(Operator& op, const QStringList& deviceArguments, RunSettings& settings,
-                                QList<DeviceOpener>& openers, QList<StoredDevice>* chosen) {
+                                QList<DeviceOpener>& openers, QList<StoredDevice>* chosen,
+                                const QList<std::pair<QString, QString>>* rows) {
     const ModemSearch::Result found = ModemSearch::findModems();
     for (const QString& alert : found.alerts())
         op.Show_MessageBox(alert);
@@ -112,6 +129,12 @@ std::optional<int> chooseModems(Operator& op, const QStringList& deviceArguments
         err(QStringLiteral("No device could be selected."));
         return 2;
     }
+    if (rows)
+        if (const QString refusal = textModeRefusal(*rows, settings, modems, found.modems);
+            !refusal.isEmpty()) {
+            err(refusal);
+            return 2;
+        }
     settings.loadedDevice = modems.last().path;
     openers = modemOpeners(modems, [&op] { op.Show_MessageBox(kPortNotWorking); });
     return std::nullopt;

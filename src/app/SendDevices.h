@@ -11,9 +11,11 @@
 
 class Operator;
 
-// `chosen` (may be null) gets each device chosen as the store shows it.
+// `chosen` (may be null) gets each device chosen as the store shows it. With `rows` (number,
+// message), a message no chosen modem sends as one message ends the command (TextModeLimits.h).
 std::optional<int> chooseModems(Operator& op, const QStringList& deviceArguments, RunSettings& settings,
-                                QList<DeviceOpener>& openers, QList<StoredDevice>* chosen = nullptr);
+                                QList<DeviceOpener>& openers, QList<StoredDevice>* chosen = nullptr,
+                                const QList<std::pair<QString, QString>>* rows = nullptr);
 // The phones a command was told to send through: --serial (none: the one phone attached), or
 // --all-phones.
 struct PhonesAsked {

@@ -11,6 +11,8 @@
 #include <QJsonObject>
 #include <QRandomGenerator>
 
+#include <algorithm>
+
 #include <unistd.h>
 
 namespace {
@@ -348,10 +350,35 @@ std::optional<RunRecord::Claim> StoredRun::claimAt(SqlDatabase& db, int position
     return Claim{Claim::Kind::Send, position, itemOf(rows.first())};
 }
 
-std::optional<RunRecord::Claim>
-StoredRun::claimNext(const QString& device, bool skipDuplicates,
-                     const std::function<bool(const QString&)>& isExcluded,
-                     const std::function<void(const Claim&)>& finishedOnTheWay, bool onlyDeviceLeft) {
+bool StoredRun::pickRetry(SqlDatabase& db, const QString& device, bool onlyDeviceLeft, const Carries& carries,
+                          qint64 now, std::optional<int>& position) const {
+    // A retry whose pause is over, oldest first; one a device refused goes to another device
+    // unless this is the only one left. Past one the device does not carry, a few more are
+    // looked at: the first it carries goes.
+    const auto carried = [&](const SqlRow& row) { return !carries || carries(row.value(1).toString()); };
+    bool read = true;
+    const auto retries = [&](int limit) {
+        QList<SqlRow> rows;
+        read =
+            read && db.exec(QStringLiteral("SELECT position, text FROM items WHERE campaign = ? AND state = "
+                                           "'queued' AND requeued_at IS NOT NULL AND not_before <= ?"
+                                           " AND (avoid_device <> ? OR ? = 1) ORDER BY requeued_at, position"
+                                           " LIMIT ?") +
+                                rowLock(db),
+                            {m_campaign, now, device, onlyDeviceLeft ? 1 : 0, limit}, &rows);
+        return rows;
+    };
+    QList<SqlRow> rows = retries(1);
+    if (!rows.isEmpty() && !carried(rows.first()))
+        rows = retries(kRetriesLookedAt);
+    if (const auto first = std::find_if(rows.cbegin(), rows.cend(), carried); first != rows.cend())
+        position = int(first->value(0).toLongLong());
+    return read;
+}
+
+std::optional<RunRecord::Claim> StoredRun::claimNext(
+    const QString& device, bool skipDuplicates, const std::function<bool(const QString&)>& isExcluded,
+    const std::function<void(const Claim&)>& finishedOnTheWay, bool onlyDeviceLeft, const Carries& carries) {
     const qint64 now = CampaignStore::now();
     const bool lapseCheck = now >= m_nextLapseCheck;
     if (lapseCheck)
@@ -367,27 +394,21 @@ StoredRun::claimNext(const QString& device, bool skipDuplicates,
         claim.reset();
         if (lapseCheck && !releaseAbandonedClaims(db, m_campaign, m_claimer))
             return false;
-        // A retry whose pause is over, oldest first; one a device refused goes to another device
-        // unless this is the only one left.
-        const QVariant retry = db.value(
-            QStringLiteral("SELECT position FROM items WHERE campaign = ? AND state = 'queued'"
-                           " AND requeued_at IS NOT NULL AND not_before <= ? AND (avoid_device <> ? OR ? = 1)"
-                           " ORDER BY requeued_at, position LIMIT 1") +
-                rowLock(db),
-            {m_campaign, now, device, onlyDeviceLeft ? 1 : 0});
-        if (!db.error().isEmpty())
+        std::optional<int> retry;
+        if (!pickRetry(db, device, onlyDeviceLeft, carries, now, retry))
             return false;
-        if (retry.isValid())
-            return take(db, int(retry.toLongLong()));
+        if (retry)
+            return take(db, *retry);
         for (;;) {
             QList<SqlRow> next;
             // From where this run's last pick was: the items before it are taken, and a server's
             // index still holds their old entries until it is vacuumed.
-            if (!db.exec(QStringLiteral(
-                             "SELECT position, number FROM items WHERE campaign = ? AND state = 'queued'"
-                             " AND requeued_at IS NULL AND position >= ? ORDER BY position LIMIT 1") +
-                             rowLock(db),
-                         {m_campaign, m_freshFrom.load()}, &next))
+            if (!db.exec(
+                    QStringLiteral(
+                        "SELECT position, number, text FROM items WHERE campaign = ? AND state = 'queued'"
+                        " AND requeued_at IS NULL AND position >= ? ORDER BY position LIMIT 1") +
+                        rowLock(db),
+                    {m_campaign, m_freshFrom.load()}, &next))
                 return false;
             if (next.isEmpty())
                 return true;
@@ -404,6 +425,15 @@ StoredRun::claimNext(const QString& device, bool skipDuplicates,
                               {m_campaign, number, position})
                          .isValid())
                 notSent = Claim::Kind::Skipped;
+            if (!notSent && carries && !carries(next.first().value(2).toString())) {
+                // Left to the others: it waits as a retry that avoids this device.
+                if (!db.exec(
+                        QStringLiteral("UPDATE items SET requeued_at = ?, not_before = 0, avoid_device = ?"
+                                       " WHERE campaign = ? AND position = ?"),
+                        {now, device, m_campaign, position}))
+                    return false;
+                continue;
+            }
             if (!notSent)
                 return take(db, position);
             QList<SqlRow> rows;

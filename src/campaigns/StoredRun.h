@@ -41,7 +41,8 @@ public:
     std::optional<Claim> claimNext(const QString& device, bool skipDuplicates,
                                    const std::function<bool(const QString&)>& isExcluded,
                                    const std::function<void(const Claim&)>& finishedOnTheWay,
-                                   bool onlyDeviceLeft) override;
+                                   bool onlyDeviceLeft, const Carries& carries) override;
+    using RunRecord::claimNext;
     void handing(int index, const QString& device) override;
     void retryLater(int index, const SendOutcome& refusal, Clock::time_point notBefore) override;
     void giveBack(int index, const QString& why, const QString& avoidDevice) override;
@@ -70,6 +71,10 @@ private:
     // Stops the campaign this one resumes, within begin()'s transaction; false (and the run's
     // failure says why) when another sender holds it or resumed it first.
     bool continueFrom(SqlDatabase& db, qint64 now);
+    // The retry the device takes next, if any (within a claim's transaction): false when the
+    // store could not be read.
+    bool pickRetry(SqlDatabase& db, const QString& device, bool onlyDeviceLeft, const Carries& carries,
+                   qint64 now, std::optional<int>& position) const;
     // Marks the item at position claimed by this run for the device, within a claim's transaction.
     std::optional<Claim> claimAt(SqlDatabase& db, int position, const QString& device, qint64 now) const;
     void fail(const QString& why) const;
@@ -78,6 +83,8 @@ private:
     void remember(int index, const SqlRow& row) const;
     void forget(const QList<int>& indexes) const;
     static constexpr int kRecentItems = 512;
+    // How many retries a claim looks at for one its device carries.
+    static constexpr int kRetriesLookedAt = 64;
 
     // An item sent through this run whose delivery report is awaited.
     struct Awaited {

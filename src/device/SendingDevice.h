@@ -42,6 +42,14 @@ public:
     // asks to be handed the network's reports; deliveryReports() then says whether it will be.
     virtual QString prepare(bool deliveryReports) = 0;
 
+    // Whether the device sends the message as one message, as the recipient is to read it. The
+    // run hands a device what it cannot carry only when no other device of the run can; the
+    // device then answers it "not sent" with why.
+    virtual bool canCarry(const OutgoingMessage& message) const {
+        Q_UNUSED(message);
+        return true;
+    }
+
     // Hands one message over and waits for the device's answer; Stop cuts a long message
     // between its parts and the answer wait short.
     virtual SendOutcome send(const OutgoingMessage& message, std::stop_token stop) = 0;

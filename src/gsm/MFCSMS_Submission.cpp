@@ -1,11 +1,12 @@
-// Handing one message for one recipient to the modem, in PDU mode or in text mode: choose
-// single or long, run "AT+CMGS" for every part, wait for and judge the modem's answer.
+// Handing one message for one recipient to the modem, in PDU mode (single or long) or in text
+// mode (single only): run "AT+CMGS" for every part, wait for and judge the modem's answer.
 #include "MFCSMS.h"
 
 #include "ConcatenationReferences.h"
 #include "ModemAnswers.h"
 #include "PDU.h"
 #include "TextModeCharset.h"
+#include "TextModeLimits.h"
 #include "core/Clock.h"
 #include "core/Guard.h"
 #include "core/Log.h"
@@ -23,10 +24,6 @@ const QString kPrompt = QStringLiteral(">\r\n");
 const QString kCtrlZ = QStringLiteral("\x1A\r\n");
 
 constexpr int kSingleTpduOctets = 154;
-// Text mode has no concatenation: a long text goes as separate messages of at most this many
-// characters (and never more septets than one message holds).
-constexpr int kTextPiece7Bit = 150;
-constexpr int kTextPieceUcs2 = 64;
 
 struct Kind {
     const char* announcement;
@@ -37,9 +34,7 @@ constexpr Kind kSinglePduUnicode{"2 = Standard PDU SMS  = UNICODE",
                                  "UNICODE Standard Short SMS PDU Response:: "};
 constexpr Kind kLongPdu{"3 = Long PDU SMS", "Long SMS PDU Response:: "};
 constexpr Kind kSinglePdu{"4 = Standard PDU SMS", "Standard Short SMS PDU Response:: "};
-constexpr Kind kLongTextUnicode{"5 = Long Text SMS  = UNICODE", "UNICODE Long SMS Text Response:: "};
 constexpr Kind kSingleTextUnicode{"6 = Standard Text SMS  = UNICODE", "UNICODE Standard Short SMS Text :: "};
-constexpr Kind kLongText{"7  = Long Text SMS", "Long SMS Text :: "};
 constexpr Kind kSingleText{"8 = Standard Text SMS", "standard Short SMS Text :: "};
 
 void logPartHeader(int part, int total) {
@@ -258,6 +253,12 @@ bool MFCSMS::Send_Text_SMS(int fd, const QString& number, const QString& message
             return;
         }
         const bool unicode = charset->ucs2Coding();
+        const SmsCoding coding = unicode ? SmsCoding::Ucs2 : SmsCoding::Gsm7;
+        if (!SmsParts::fitsSingle(message, coding)) {
+            // Typed part by part, it would arrive as unlinked pieces (TextModeLimits.h).
+            ex.fail(Outcome::NotSent, TextModeLimits::notSent(message, coding));
+            return;
+        }
         SET_Custom_SMSC_Number(smsc_num, fd);
         Set_Text_Mode_SMS_Param(fd, flash_sms, unicode);
         if (!charset->name().isEmpty()) {
@@ -267,23 +268,10 @@ bool MFCSMS::Send_Text_SMS(int fd, const QString& number, const QString& message
             Read_Command(fd, kOk);
             GET_CSCS_Response(fd);
         }
-
-        const SmsCoding coding = unicode ? SmsCoding::Ucs2 : SmsCoding::Gsm7;
-        const QStringList pieces =
-            SmsParts::fitsSingle(message, coding)
-                ? QStringList{message}
-                : SmsParts::cut(message, coding, unicode ? kTextPieceUcs2 : SmsParts::kSingleSeptets,
-                                unicode ? INT_MAX : kTextPiece7Bit);
-        if (pieces.size() == 1)
-            ex.kind = unicode ? kSingleTextUnicode : kSingleText;
-        else
-            ex.kind = unicode ? kLongTextUnicode : kLongText;
+        ex.kind = unicode ? kSingleTextUnicode : kSingleText;
         Show_NSLog_Message(QLatin1String(ex.kind.announcement));
-        QStringList bodies;
-        for (const QString& piece : pieces)
-            bodies << charset->body(piece);
         const QString cmgs = QStringLiteral("AT+CMGS=\"%1\"\r\n").arg(charset->number(number));
-        completed = sendParts(ex, bodies, [&cmgs](int) { return QString(cmgs); });
+        completed = sendParts(ex, {charset->body(message)}, [&cmgs](int) { return QString(cmgs); });
         // A custom service centre lasts for this one message only.
         if (completed && !smsc_num.isEmpty())
             GET_And_SET_Cus_SMSC(smsc_num, fd, port_name_str);

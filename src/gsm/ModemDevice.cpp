@@ -2,6 +2,7 @@
 
 #include "MFCSMS.h"
 #include "ModemAnswers.h"
+#include "TextModeLimits.h"
 #include "core/Guard.h"
 
 namespace {
@@ -82,6 +83,10 @@ QString ModemDevice::prepare(bool deliveryReports) {
             return QString();
         },
         QString(kStatusConnectionError));
+}
+
+bool ModemDevice::canCarry(const OutgoingMessage& message) const {
+    return TextModeLimits::carries(m_details.mode, message);
 }
 
 SendOutcome ModemDevice::send(const OutgoingMessage& message, std::stop_token stop) {

@@ -38,6 +38,8 @@ public:
     // ("the device refused PDU Mode (AT+CMGF=0)"). A modem of unknown mode stays: its
     // messages end "not sent" one by one, and endOfRunNotice() says why.
     QString prepare(bool deliveryReports) override;
+    // In text mode a single part only (TextModeLimits.h).
+    bool canCarry(const OutgoingMessage& message) const override;
     SendOutcome send(const OutgoingMessage& message, std::stop_token stop) override;
 
     bool deliveryReports() const override { return m_reportsRouted; }

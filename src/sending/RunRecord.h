@@ -40,12 +40,22 @@ public:
     // The next item for the device: a retry whose pause is over (one that another device
     // failed goes to another device, unless this is the only one left), else the next waiting
     // item in the list's order. Items on the way that must not be sent (excluded, skipped) are
-    // finished, kept, and then reported through finishedOnTheWay. Nothing when no item is ready
-    // for this device now; anyWaiting() then tells whether one may be later.
+    // finished, kept, and then reported through finishedOnTheWay. An item whose text the device
+    // does not carry (`carries` says false) is left waiting for the others, as a retry that
+    // avoids this device. Nothing when no item is ready for this device now; anyWaiting() then
+    // tells whether one may be later.
+    using Carries = std::function<bool(const QString& text)>;
     virtual std::optional<Claim> claimNext(const QString& device, bool skipDuplicates,
                                            const std::function<bool(const QString&)>& isExcluded,
                                            const std::function<void(const Claim&)>& finishedOnTheWay,
-                                           bool onlyDeviceLeft) = 0;
+                                           bool onlyDeviceLeft, const Carries& carries) = 0;
+    // The same for a device that carries every text.
+    std::optional<Claim> claimNext(const QString& device, bool skipDuplicates,
+                                   const std::function<bool(const QString&)>& isExcluded,
+                                   const std::function<void(const Claim&)>& finishedOnTheWay,
+                                   bool onlyDeviceLeft) {
+        return claimNext(device, skipDuplicates, isExcluded, finishedOnTheWay, onlyDeviceLeft, {});
+    }
     // Just before the claimed item goes to its device.
     virtual void handing(int index, const QString& device) = 0;
     // The item waits again: refused and to be retried after `notBefore`, elsewhere if it can.

@@ -111,6 +111,10 @@ void SendingRun::dispatch(std::stop_token stop) {
                 // Counted as active before it stops being to come: devicesInRun() never reads low.
                 ++m_holders;
                 ++m_activeDevices;
+                {
+                    std::lock_guard lock(m_devicesMutex);
+                    m_devices << device.get();
+                }
                 Show_NSLog_Message(device->name() + QStringLiteral(" start thread for sending"));
                 const bool first = m_startedDevices++ == 0;
                 spawn(QStringLiteral("send-%1").arg(opened),

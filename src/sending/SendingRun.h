@@ -56,6 +56,10 @@ struct RunSettings {
 QList<SendingItem> loadItems(const QList<std::pair<QString, QString>>& rows, const RunSettings& settings,
                              const std::function<bool(int loaded)>& goOn = {});
 
+// The message a device is handed for a text: cut to the longest allowed, its punctuation made
+// plain when the settings say so.
+OutgoingMessage outgoingMessage(const QString& number, const QString& text, const RunSettings& settings);
+
 // Opens the run's n-th device on the run's thread; null when it cannot be used (the opener
 // told the operator why).
 using DeviceOpener = std::function<std::unique_ptr<SendingDevice>(std::stop_token)>;
@@ -145,6 +149,9 @@ private:
     void show(int index, bool counted);
     void spawn(const QString& name, std::function<void()> body);
     OutgoingMessage outgoing(const SendingItem& item) const;
+    // Whether the device takes a message of this text: one it cannot carry goes to another
+    // device of the run, and to this one only when none of them can.
+    bool carries(const SendingDevice& device, const QString& text) const;
     // Signals reach the window's thread through MainThread's queue, as every hand-over to it
     // does (the thread sanitizer sees that queue's lock, not those inside Qt's libraries);
     // nothing arrives once the run is gone.
@@ -170,6 +177,8 @@ private:
     std::atomic<int> m_holders{0};       // the dispatcher and every started device
     std::atomic<int> m_activeDevices{0}; // devices still taking items
     std::atomic<int> m_devicesToCome{0}; // devices the dispatcher has yet to open
+    mutable std::mutex m_devicesMutex;
+    QList<const SendingDevice*> m_devices; // the started devices still taking items (under the mutex)
     int m_batchShare = 0; // how many items a device that takes batches claims at once (set before any starts)
     std::atomic<int> m_reportingDevices{0};
     std::atomic<int> m_startedDevices{0};

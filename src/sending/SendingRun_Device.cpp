@@ -13,6 +13,8 @@
 #include "text/NumberRules.h"
 #include "text/SmsParts.h"
 
+#include <algorithm>
+
 using namespace std::chrono_literals;
 
 struct SendingRun::Worker {
@@ -25,15 +27,35 @@ struct SendingRun::Worker {
     QSet<QString> refusedNumbers; // of the refusals in a row
 };
 
+OutgoingMessage outgoingMessage(const QString& number, const QString& text, const RunSettings& settings) {
+    const QString composed = text.left(kMaxMessageLength);
+    return {number, settings.plainPunctuation ? SmsParts::withPlainPunctuation(composed) : composed,
+            settings.flash, settings.unicode};
+}
+
 OutgoingMessage SendingRun::outgoing(const SendingItem& item) const {
-    const QString composed = item.message.left(kMaxMessageLength);
-    return {item.number, m_settings.plainPunctuation ? SmsParts::withPlainPunctuation(composed) : composed,
-            m_settings.flash, m_settings.unicode};
+    return outgoingMessage(item.number, item.message, m_settings);
+}
+
+bool SendingRun::carries(const SendingDevice& device, const QString& text) const {
+    const OutgoingMessage message = outgoingMessage({}, text, m_settings);
+    if (device.canCarry(message))
+        return true;
+    if (m_devicesToCome > 0)
+        return false; // one still to open may carry it
+    std::lock_guard lock(m_devicesMutex);
+    return std::none_of(m_devices.cbegin(), m_devices.cend(), [&](const SendingDevice* other) {
+        return other != &device && other->canCarry(message);
+    });
 }
 
 void SendingRun::runDevice(const std::shared_ptr<SendingDevice>& device) {
     Worker worker{*device, device->name(), m_stop.get_token(), nullptr, false, 0, {}};
     Guard::run("SendingRun::sendFrom", [&] { sendFrom(worker); });
+    {
+        std::lock_guard lock(m_devicesMutex);
+        m_devices.removeOne(device.get());
+    }
     device->close();
     --m_activeDevices;
     release(device->endOfRunNotice());
@@ -90,8 +112,9 @@ bool SendingRun::sendEach(Worker& worker) {
         }
         if (!waitWhileHeld(worker.stop))
             break;
-        const auto claim = m_record->claimNext(worker.name, m_settings.skipDuplicates, excluded,
-                                               finishedOnTheWay, devicesInRun() <= 1);
+        const auto claim = m_record->claimNext(
+            worker.name, m_settings.skipDuplicates, excluded, finishedOnTheWay, devicesInRun() <= 1,
+            [&](const QString& text) { return carries(worker.device, text); });
         if (!claim) {
             checkRecord(); // the claim itself may be what could not be kept
             // A retry waits for its pause, or the other devices hold the last items. The device

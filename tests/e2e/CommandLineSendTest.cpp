@@ -58,6 +58,25 @@ TEST_F(CommandLineSendTest, SendsEveryRecipientOnceAndReportsEach) {
     }
 }
 
+// Text mode cannot link parts: a message of two, through a modem in text mode only, is refused
+// before anything goes out.
+TEST_F(CommandLineSendTest, LinkedPartsThroughTextModeOnlyAreRefusedBeforeSending) {
+    int exitCode = -1;
+    const QString textPort = modems.at(1)->devicePath();
+    run({"send", "--device", textPort + ",mode=text", "--to", "+447700900001", "--message",
+         QString(100, QChar(0x0416))},
+        exitCode);
+    EXPECT_EQ(exitCode, 2);
+    EXPECT_TRUE(
+        errors.contains("The message to +447700900001 needs 2 linked parts (Unicode), which " + textPort +
+                        " in text mode cannot send as one message. Use PDU mode, or a device that offers "
+                        "it: " +
+                        modems.at(0)->devicePath() + "."))
+        << errors.toStdString();
+    for (const auto& m : modems)
+        EXPECT_TRUE(m->received().isEmpty());
+}
+
 TEST_F(CommandLineSendTest, BadUsageExitsTwoAndHelpZero) {
     const QList<std::pair<QStringList, int>> cases = {
         {{"send", "--no-such-option"}, 2},

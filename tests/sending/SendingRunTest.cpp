@@ -126,6 +126,30 @@ TEST_F(SendingRunTest, TwoPortsSendEveryItemExactlyOnce) {
     EXPECT_EQ(window.sendingJob().progressText(), "10 / 10 Message or 100.00%");
 }
 
+// Text mode cannot link parts: with only a port in text mode the run does not start; beside a
+// port in PDU mode (opened after it), every message goes there, linked.
+TEST_F(SendingRunTest, LinkedPartsGoThroughAPortInPduModeOrTheRunDoesNotStart) {
+    ModemBehaviour textOnly;
+    textOnly.modes = ModemBehaviour::Modes::TextOnly;
+    const QString textPort = attach("Text Mode", textOnly).devicePath();
+    chooseDevices();
+    const QString cyrillic(100, QChar(0x0416)); // two parts in UCS2
+    addRecipients(numbers(3), cyrillic);
+    window.Send_SMS_Btn();
+    ASSERT_TRUE(spinUntil([&] { return !window.sendingUnderWay(); }));
+    EXPECT_EQ(op.alerts().last(), "\nThe message to +4477009102 needs 2 linked parts (Unicode), which " +
+                                      textPort +
+                                      " in text mode cannot send as one message. Use PDU mode on a "
+                                      "device that offers it.");
+    attach();
+    chooseDevices();
+    send();
+    EXPECT_TRUE(modems.at(0)->received().isEmpty());
+    ASSERT_EQ(modems.at(1)->received().size(), 3);
+    for (const auto& r : modems.at(1)->received())
+        EXPECT_TRUE(r.complete && r.parts == 2 && r.text == cyrillic) << r.parts;
+}
+
 TEST_F(SendingRunTest, EightPortsAreCheckedAndStartedWhileTheWindowStaysResponsive) {
     // A second is 200 ms here (more under a sanitizer's slowdown): a port check or the rest
     // before the job shows, if it blocked this thread, would stand out as a gap of half a

@@ -12,6 +12,9 @@
 #include "core/TextUtils.h"
 #include "core/WorkerThread.h"
 #include "device/DeviceRecord.h"
+#include "gsm/SmsMode.h"
+#include "gsm/TextModeLimits.h"
+#include "list/NumberList.h"
 #include "services/ModemCheck.h"
 
 #include <atomic>
@@ -179,6 +182,29 @@ bool Gsm_Bulk_Sms_Wnd::chooseSendingPort(const QString& chosen, const QStringLis
         if (chosen != kAllDeviceChoice && !m_sendingPorts.contains(chosen))
             m_sendingPortChoice = m_sendingPorts.first();
     }
+    if (const QString refusal = textModeRefusal(); !refusal.isEmpty()) {
+        op().Show_MessageBox(refusal);
+        return false;
+    }
     emit changed();
     return true;
+}
+
+QString Gsm_Bulk_Sms_Wnd::textModeRefusal() const {
+    RunSettings settings;
+    settings.plainPunctuation = plainPunctuation();
+    settings.unicode = unicode();
+    QList<OutgoingMessage> messages;
+    for (const Record& row : list().records())
+        messages << outgoingMessage(recipientNumber(row), row.value(kMessageKey), settings);
+    QList<TextModeLimits::Port> ports;
+    for (const QString& path : m_sendingPorts)
+        if (path != kAllDeviceChoice &&
+            (m_sendingPortChoice == kAllDeviceChoice || path == m_sendingPortChoice))
+            ports << TextModeLimits::Port{path, smsModeFromText(deviceDetail(path, kSmsModeKey))};
+    QStringList offeringPdu;
+    for (const QString& path : selection().port_val_str_array)
+        if (deviceDetail(path, kSupportedSmsModesKey).contains(kPduModeText))
+            offeringPdu << path;
+    return TextModeLimits::refusal(messages, ports, offeringPdu);
 }

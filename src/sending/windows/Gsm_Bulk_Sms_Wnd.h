@@ -87,6 +87,8 @@ private:
     // Tells the operator which checked ports failed and chooses the sending port; false when
     // the flow ends here.
     bool chooseSendingPort(const QString& chosen, const QStringList& paths, const QList<bool>& works);
+    // Why the chosen ports cannot send a message of the list as one message ("" when they can).
+    QString textModeRefusal() const;
     // Checks the ports on a worker; then() gets one result per path on this thread.
     void testPorts(const QStringList& paths, std::function<void(const QList<bool>&)> then);
     static bool testPort(const QString& path); // through a session of its own
