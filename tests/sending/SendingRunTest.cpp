@@ -137,7 +137,7 @@ TEST_F(SendingRunTest, LinkedPartsGoThroughAPortInPduModeOrTheRunDoesNotStart) {
     addRecipients(numbers(3), cyrillic);
     window.Send_SMS_Btn();
     ASSERT_TRUE(spinUntil([&] { return !window.sendingUnderWay(); }));
-    EXPECT_EQ(op.alerts().last(), "\nThe message to +4477009102 needs 2 linked parts (Unicode), which " +
+    EXPECT_EQ(op.alerts().last(), "\nThe message to +4477009100 needs 2 linked parts (Unicode), which " +
                                       textPort +
                                       " in text mode cannot send as one message. Use PDU mode on a "
                                       "device that offers it.");
