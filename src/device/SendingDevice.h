@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <stop_token>
 
@@ -54,6 +55,12 @@ public:
     // between its parts and the answer wait short.
     virtual SendOutcome send(const OutgoingMessage& message, std::stop_token stop) = 0;
 
+    // Told as each part of a long message starts (part, parts), on the sending thread: what
+    // the window shows while a message of many parts goes. Set by the run before send().
+    void setPartProgress(std::function<void(int part, int parts)> progress) {
+        m_partProgress = std::move(progress);
+    }
+
     // A device that takes a whole run's messages in one go (a phone's single-shot mode): one
     // outcome per message, in order; nothing when it takes them one at a time after all.
     virtual std::optional<QList<SendOutcome>> sendBatch(const QList<OutgoingMessage>& messages,
@@ -80,4 +87,13 @@ public:
 
     // Gives the device back (the port closed, the phone's files removed).
     virtual void close() = 0;
+
+protected:
+    void partStarting(int part, int parts) const {
+        if (m_partProgress)
+            m_partProgress(part, parts);
+    }
+
+private:
+    std::function<void(int part, int parts)> m_partProgress;
 };

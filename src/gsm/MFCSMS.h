@@ -106,6 +106,10 @@ public:
     // --- Status reports. Once asked for, every message asks the network for a report, and
     // the reports the modem slips between its answers are gathered for the owner to take.
     void setStatusReportsRequested(bool requested) { m_statusReportsRequested = requested; }
+    // Told as each part of a message of several parts starts (part, parts).
+    void setPartProgress(std::function<void(int part, int parts)> progress) {
+        m_partProgress = std::move(progress);
+    }
     bool statusReportsRequested() const { return m_statusReportsRequested; }
     // "AT+CNMI=2,1,0,1,0": reports go straight to the computer as "+CDS"; where the modem
     // refuses that, "AT+CNMI=2,1,0,2,0": it keeps them and says where ("+CDSI"). False when it
@@ -176,6 +180,7 @@ private:
     bool m_lastSilent = false;
     bool m_formatRefused = false;
     bool m_statusReportsRequested = false;
+    std::function<void(int part, int parts)> m_partProgress;
     QList<StatusReport> m_statusReports; // gathered, not yet taken (under the read lock)
     QList<int> m_storedReportIndexes;    // announced by "+CDSI", not yet read (under the read lock)
     QByteArray m_pendingAnswer;          // arrived during the answer wait, read with the next read

@@ -179,8 +179,11 @@ bool MFCSMS::sendParts(Exchange& ex, const QStringList& bodies, const std::funct
             }
         }
         ex.part = part;
-        if (ex.total > 1)
+        if (ex.total > 1) {
             logPartHeader(part, ex.total);
+            if (m_partProgress)
+                m_partProgress(part, ex.total);
+        }
         if (!sendOneMessage(ex, cmgsFor(part), bodies.at(part - 1)))
             return false;
         if (ex.failure)

@@ -96,6 +96,7 @@ SendOutcome ModemDevice::send(const OutgoingMessage& message, std::stop_token st
         return outcome;
     }
     QString status;
+    m_session.setPartProgress([this](int part, int parts) { partStarting(part, parts); });
     const bool ran = Guard::run("ModemDevice::send", [&] {
         if (m_details.mode == SmsMode::Text)
             m_session.Send_Text_SMS(m_fd, message.number, message.text, m_details.smsc, message.flash,

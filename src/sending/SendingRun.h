@@ -118,6 +118,7 @@ signals:
     void loaded(const QList<SendingItem>& items); // the items as recorded
     void sendingStarted();                        // once: the first device started, or none could
     void itemChanged(int index, const SendingItem& item, bool counted); // counted: it just finished
+    void partSending(int index, int part, int parts);                   // a part of a long message starts
     void itemsStopped(const QList<int>& indexes, const QList<SendingItem>& items);
     void deviceNote(const QString& device, const QString& note); // left the run, or no reports
     void activity(int value);                                    // 0 idle, 100 busy

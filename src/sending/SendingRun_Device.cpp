@@ -160,6 +160,9 @@ bool SendingRun::sendOne(Worker& worker, const RunRecord::Claim& claim) {
         return true;
     }
     const OutgoingMessage message = outgoing(claim.item);
+    worker.device.setPartProgress([this, index = claim.index](int part, int parts) {
+        toWindow(&SendingRun::partSending, index, part, parts);
+    });
     SendOutcome outcome = worker.device.send(message, worker.stop);
     outcome.device = worker.name;
     if (outcome.outcome == Outcome::NotHandedOver) {

@@ -20,6 +20,8 @@
 #include <QElapsedTimer>
 #include <QFile>
 
+#include <QSet>
+
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -178,7 +180,15 @@ TEST_F(SendingRunTest, DuplicatesExclusionsAndLongMessages) {
     chooseDevices();
     window.setSkipDuplicates(true);
     addRecipients({"111", "222", "111"}, QString(2000, 'x'));
-    send();
+    QSet<QString> shown; // what the rows said while the 11 parts of each message went
+    send([&](SMS_Sending& job) {
+        QObject::connect(&job, &SMS_Sending::changed, &job, [&] {
+            for (const Record& row : job.itemTable().records())
+                shown.insert(row.value(kItemCurrentStatusKey));
+        });
+    });
+    EXPECT_TRUE(shown.contains("Sending part 11 of 11"))
+        << QStringList(shown.values()).join('|').toStdString();
     const QList<SendingItem> all = items();
     ASSERT_EQ(all.size(), 3);
     EXPECT_EQ(all.at(2).status, "Skipped."); // the list holds 111, 222, 111 top down

@@ -11,6 +11,7 @@
 #include "core/MainThread.h"
 #include "core/Operator.h"
 #include "list/NumberList.h"
+#include "text/SmsParts.h"
 
 #include <algorithm>
 
@@ -206,7 +207,11 @@ void Bulk_SMSAppDelegate::showItem(int index, const SendingItem& item, bool coun
     const int total = m_progress.state().total;
     if (item.useStatus == UseStatus::Sending) {
         emit sendingRowShown(m_lastRun.listRowOf(index));
-        m_progress.phoneSending(item.usePort, item.number);
+        // The phone sends a long message by itself: its parts are counted, not followed.
+        const int parts = SmsParts::costOf(item.message, false).parts;
+        m_progress.phoneSending(
+            item.usePort, parts > 1 ? QStringLiteral("%1 (a message of %2 parts)").arg(item.number).arg(parts)
+                                    : item.number);
         m_progress.update([&](AndroidSendingProgress::State& s) {
             s.done = index + 1;
             s.counterText = QStringLiteral("%1 / %2 Message").arg(index + 1).arg(total);

@@ -135,6 +135,10 @@ QString notYetSentOffer(int count) {
                       : QStringLiteral("Send to the %1 not yet sent").arg(count);
 }
 
+QString partsText(int part, int parts) {
+    return QStringLiteral("Sending part %1 of %2").arg(part).arg(parts);
+}
+
 QString stoppedSummary(const QList<SendingItem>& items) {
     int sent = 0;
     int counted = 0;

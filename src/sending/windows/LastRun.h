@@ -54,3 +54,5 @@ QString stoppedSummary(const QList<SendingItem>& items);
 int notYetSentCount(const QList<SendingItem>& items);
 // "Send to the 17 not yet sent"
 QString notYetSentOffer(int count);
+// "Sending part 7 of 25": a long message while it goes.
+QString partsText(int part, int parts);

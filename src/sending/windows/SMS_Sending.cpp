@@ -188,6 +188,14 @@ void SMS_Sending::watch(SendingRun& run) {
                 m_markedAtEnd = true;
                 emit changed();
             });
+    connect(&run, &SendingRun::partSending, this, [this](int index, int part, int parts) {
+        if (index < 0 || index >= m_table.size())
+            return;
+        Record row = m_table.at(index);
+        row.insert(kItemCurrentStatusKey, partsText(part, parts));
+        m_table.replace(index, row);
+        emit changed();
+    });
     connect(&run, &SendingRun::deviceNote, this, [this](const QString& port, const QString& note) {
         m_portStatuses.insert(port, note);
         emit changed();
