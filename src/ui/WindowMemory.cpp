@@ -5,6 +5,7 @@
 
 #include <QEvent>
 #include <QJsonObject>
+#include <QScreen>
 #include <QSplitter>
 #include <QWidget>
 
@@ -33,8 +34,17 @@ QJsonObject stateOf(const QWidget& window) {
 }
 
 void restore(QWidget& window, const QJsonObject& state, Kept kept) {
-    if (window.restoreGeometry(decoded(state.value(kGeometry))) && kept == Kept::Size)
-        window.setAttribute(Qt::WA_Moved, false); // a dialog is placed over its parent when shown
+    if (window.restoreGeometry(decoded(state.value(kGeometry)))) {
+        // Qt brings a place back onto a screen but keeps any size: a window larger than the
+        // screens (kept on a larger one, or absurd) is fitted to them, at their corner.
+        const QRect room = window.screen()->availableVirtualGeometry();
+        if (window.width() > room.width() || window.height() > room.height()) {
+            window.resize(window.size().boundedTo(room.size()));
+            window.move(room.topLeft());
+        }
+        if (kept == Kept::Size)
+            window.setAttribute(Qt::WA_Moved, false); // a dialog is placed over its parent when shown
+    }
     const QJsonObject splitters = state.value(kSplitters).toObject();
     for (QSplitter* splitter : splittersOf(window))
         splitter->restoreState(decoded(splitters.value(splitter->objectName())));

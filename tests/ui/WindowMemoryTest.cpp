@@ -1,5 +1,5 @@
 // A main window comes back at the size and splitter place it was left at; a value Qt does not
-// take back leaves the window as it is built.
+// take back leaves the window as it is built, and one larger than the screens is fitted to them.
 #include "core/SettingsFile.h"
 #include "list/DefaultCountry.h"
 #include "sending/windows/Gsm_Bulk_Sms_Wnd.h"
@@ -10,6 +10,7 @@
 #include "TestEnvironment.h"
 
 #include <QJsonObject>
+#include <QScreen>
 #include <QSplitter>
 
 #include <gtest/gtest.h>
@@ -31,18 +32,20 @@ struct GsmWindow {
 TEST(WindowMemory, AWindowOpensAsItWasLeft) {
     TestDataHome home;
     ScriptedOperator op;
+    QSize size;
     QList<int> sizes;
     {
         GsmWindow left(op, home.folder);
         left.controller.bringToFront();
-        left.view.resize(1111, 777);
-        left.splitter().setSizes({200, 900});
+        left.view.resize(700, 500); // the width is held up by the window's minimum
+        size = left.view.size();
+        left.splitter().setSizes({200, 400});
         sizes = left.splitter().sizes();
         ASSERT_NE(sizes, QList<int>({}));
     } // destroyed while shown, as at the program's end
     GsmWindow opened(op, home.folder);
     opened.controller.bringToFront();
-    EXPECT_EQ(opened.view.size(), QSize(1111, 777));
+    EXPECT_EQ(opened.view.size(), size);
     EXPECT_EQ(opened.splitter().sizes(), sizes);
 }
 
@@ -63,6 +66,13 @@ TEST(WindowMemory, UnreadableValuesAreIgnored) {
         GsmWindow opened(op, home.folder);
         EXPECT_EQ(opened.view.size(), built);
     }
+    QWidget huge;
+    huge.resize(30000, 20000);
+    ASSERT_TRUE(SettingsFile(home.folder)
+                    .write("gsmWindow",
+                           QJsonObject{{"geometry", QString::fromLatin1(huge.saveGeometry().toBase64())}}));
+    GsmWindow opened(op, home.folder);
+    EXPECT_LE(opened.view.height(), opened.view.screen()->availableVirtualSize().height());
 }
 
 } // namespace
