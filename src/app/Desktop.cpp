@@ -30,10 +30,11 @@ int runDesktop(int argc, char* argv[]) {
     QApplication::setDesktopFileName(QStringLiteral("ostrel-bulk-sms"));
     QApplication::setQuitOnLastWindowClosed(false); // only Exit_App ends the program
 
-    QtOperator op;
+    const DataFolder folder = DataFolder::fromEnvironment();
+    QtOperator op(folder);
     ViewRegistry::registerStandardViews();
 
-    AppContext context(op, DataFolder::fromEnvironment());
+    AppContext context(op, folder);
     Bulk_SMSAppDelegate androidWindow(op, context.folder(), &context.country(), &context.spreadsheets());
     Gsm_Bulk_Sms_Wnd gsmWindow(op, context.folder(), &context.country(), &context.spreadsheets());
     AndroidBulkSmsView androidView(androidWindow, context.stores());

@@ -2,6 +2,7 @@
 
 #include "AndroidSendingProgressView.h"
 #include "RecipientPanel.h"
+#include "WindowMemory.h"
 #include "list/NumberLoader.h"
 #include "sending/windows/Bulk_SMSAppDelegate.h"
 
@@ -88,5 +89,9 @@ AndroidBulkSmsView::AndroidBulkSmsView(Bulk_SMSAppDelegate& controller, StoreWin
     connect(&controller, &MainWindowController::changed, this, refresh);
     refresh();
 
-    new AndroidSendingProgressView(controller.progress(), this);
+    auto* progress = new AndroidSendingProgressView(controller.progress(), this);
+    WindowMemory::follow(*progress, controller.dataFolder(), QStringLiteral("androidProgressWindow"),
+                         WindowMemory::Kept::Size);
+    WindowMemory::follow(*this, controller.dataFolder(), QStringLiteral("androidWindow"),
+                         WindowMemory::Kept::SizeAndPlace);
 }

@@ -1,6 +1,7 @@
 #include "GsmBulkSmsView.h"
 
 #include "RecipientPanel.h"
+#include "WindowMemory.h"
 #include "list/NumberLoader.h"
 #include "sending/windows/Gsm_Bulk_Sms_Wnd.h"
 
@@ -75,4 +76,6 @@ GsmBulkSmsView::GsmBulkSmsView(Gsm_Bulk_Sms_Wnd& controller, StoreWindows& store
     };
     connect(&controller, &MainWindowController::changed, this, refresh);
     refresh();
+    WindowMemory::follow(*this, controller.dataFolder(), QStringLiteral("gsmWindow"),
+                         WindowMemory::Kept::SizeAndPlace);
 }

@@ -1,19 +1,25 @@
 #include "QtOperator.h"
 
 #include "ViewRegistry.h"
+#include "WindowMemory.h"
 #include "core/AppState.h"
 #include "core/DialogController.h"
 #include "core/Log.h"
+#include "core/SettingsFile.h"
 
 #include <QApplication>
 #include <QDesktopServices>
 #include <QDialog>
 #include <QFileDialog>
+#include <QFileInfo>
+#include <QJsonObject>
 #include <QMessageBox>
 #include <QPointer>
 #include <QUrl>
 
 namespace {
+const QString kLastFolders = QStringLiteral("lastFolders");
+
 QString filterFor(const QStringList& extensions) {
     QStringList patterns;
     for (const QString& ext : extensions)
@@ -54,21 +60,48 @@ int QtOperator::showModal(DialogController& dialog) {
         if (view)
             view->done(code);
     });
+    if (const QString key = ViewRegistry::memoryKey(dialog); !key.isEmpty())
+        WindowMemory::follow(*view, m_folder, key, WindowMemory::Kept::Size);
     view->exec();
     delete view;
     return dialog.isEnded() ? dialog.endCode() : DialogController::NoCode;
 }
 
 QString QtOperator::openFileDialog(const QStringList& extensions) {
-    return QFileDialog::getOpenFileName(dialogParent(), QString(), QString(), filterFor(extensions));
+    const QString purpose = QStringLiteral("open ") + extensions.join(QLatin1Char(' '));
+    QString chosen =
+        QFileDialog::getOpenFileName(dialogParent(), QString(), lastFolder(purpose), filterFor(extensions));
+    keepFolder(purpose, chosen);
+    return chosen;
 }
 
 QString QtOperator::saveFileDialog(const QStringList& types) {
     QStringList filters;
     for (const QString& type : types)
         filters << filterFor({type});
-    return QFileDialog::getSaveFileName(dialogParent(), QString(), QString(),
-                                        filters.join(QStringLiteral(";;")));
+    const QString purpose = QStringLiteral("save ") + types.join(QLatin1Char(' '));
+    QString chosen = QFileDialog::getSaveFileName(dialogParent(), QString(), lastFolder(purpose),
+                                                  filters.join(QStringLiteral(";;")));
+    keepFolder(purpose, chosen);
+    return chosen;
+}
+
+QString QtOperator::lastFolder(const QString& purpose) const {
+    // Untrusted: only a folder that is there now is offered (else the dialog's own start).
+    const QString folder =
+        SettingsFile(m_folder).read().value(kLastFolders).toObject().value(purpose).toString();
+    const QFileInfo info(folder);
+    return info.isAbsolute() && info.isDir() ? folder : QString();
+}
+
+void QtOperator::keepFolder(const QString& purpose, const QString& chosenFile) const {
+    if (chosenFile.isEmpty())
+        return; // cancelled
+    QJsonObject folders = SettingsFile(m_folder).read().value(kLastFolders).toObject();
+    folders.insert(purpose, QFileInfo(chosenFile).absolutePath());
+    QString why;
+    if (!SettingsFile(m_folder).write(kLastFolders, folders, &why))
+        Show_NSLog_Message(QStringLiteral("The folder of a file dialog could not be kept: %1").arg(why));
 }
 
 void QtOperator::openFile(const QString& path) { QDesktopServices::openUrl(QUrl::fromLocalFile(path)); }

@@ -1,11 +1,16 @@
 #pragma once
 // The Operator of the desktop application: real message boxes, file dialogs and modal
-// dialogs (each dialog controller shown through the view registered for it).
+// dialogs (each dialog controller shown through the view registered for it). The folder's
+// settings keep the larger dialogs' sizes and the folder each kind of file dialog last used.
+#include "core/DataFolder.h"
 #include "core/Operator.h"
 
 class QWidget;
 
 class QtOperator : public Operator {
+public:
+    explicit QtOperator(DataFolder folder) : m_folder(std::move(folder)) {}
+
 protected:
     void showAlert(const QString& fullText) override;
     bool askYesNo(const QString& text) override;
@@ -17,4 +22,9 @@ protected:
 
 private:
     static QWidget* dialogParent();
+    // purpose names the kind of file dialog: each starts where the last one of its kind ended.
+    QString lastFolder(const QString& purpose) const;
+    void keepFolder(const QString& purpose, const QString& chosenFile) const;
+
+    const DataFolder m_folder;
 };

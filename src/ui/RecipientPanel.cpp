@@ -37,6 +37,7 @@ RecipientPanel::RecipientPanel(BulkSmsWindow& window, CarriedRun& carried, Store
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     auto* splitter = new QSplitter(Qt::Horizontal, this);
+    splitter->setObjectName(QStringLiteral("recipientSplitter")); // its place is kept by name
     splitter->addWidget(buildListSide());
     splitter->addWidget(buildComposerSide());
     splitter->setStretchFactor(0, 3);

@@ -18,6 +18,7 @@ SentItemsView::SentItemsView(Sent_Items& controller, QWidget* parent)
     setWindowTitle(QStringLiteral("Sent Items - %1").arg(kApplicationName));
     auto* layout = new QVBoxLayout(this);
     auto* split = new QSplitter(Qt::Vertical, this);
+    split->setObjectName(QStringLiteral("sentItemsSplitter")); // its place is kept by name
     m_table = makeStoreTable(controller.nsSendListData(), split,
                              [this](QList<int> rows) { m_controller.setSelectedRows(std::move(rows)); });
     m_table->setColumnWidth(0, 140);

@@ -36,23 +36,43 @@
 
 namespace ViewRegistry {
 namespace {
-QHash<QByteArray, Factory>& factories() {
-    static QHash<QByteArray, Factory> table;
+struct Entry {
+    Factory factory;
+    QString memoryKey;
+};
+
+QHash<QByteArray, Entry>& entries() {
+    static QHash<QByteArray, Entry> table;
     return table;
 }
 
-template <typename View, typename Controller> void addView() {
-    add(Controller::staticMetaObject.className(), [](DialogController& dialog, QWidget* parent) -> QDialog* {
-        return new View(static_cast<Controller&>(dialog), parent);
-    });
+template <typename View, typename Controller> void addView(const QString& memoryKey = QString()) {
+    add(
+        Controller::staticMetaObject.className(),
+        [](DialogController& dialog, QWidget* parent) -> QDialog* {
+            return new View(static_cast<Controller&>(dialog), parent);
+        },
+        memoryKey);
+}
+
+const Entry* entryFor(const DialogController& dialog) {
+    const auto it = entries().constFind(QByteArray(dialog.metaObject()->className()));
+    return it == entries().constEnd() ? nullptr : &*it;
 }
 } // namespace
 
-void add(const char* className, Factory factory) { factories().insert(QByteArray(className), factory); }
+void add(const char* className, Factory factory, const QString& memoryKey) {
+    entries().insert(QByteArray(className), Entry{std::move(factory), memoryKey});
+}
 
 QDialog* createView(DialogController& dialog, QWidget* parent) {
-    const auto it = factories().constFind(QByteArray(dialog.metaObject()->className()));
-    return it == factories().constEnd() ? nullptr : (*it)(dialog, parent);
+    const Entry* entry = entryFor(dialog);
+    return entry == nullptr ? nullptr : entry->factory(dialog, parent);
+}
+
+QString memoryKey(const DialogController& dialog) {
+    const Entry* entry = entryFor(dialog);
+    return entry == nullptr ? QString() : entry->memoryKey;
 }
 
 void registerStandardViews() {
@@ -67,7 +87,7 @@ void registerStandardViews() {
     addView<AndConnErrView, And_Conn_Err>();
     addView<FillMsgInListView, Fill_Msg_In_List>();
     addView<SendMsgInfoView, Send_Msg_Info>();
-    addView<SendingJobView, SMS_Sending>();
+    addView<SendingJobView, SMS_Sending>(QStringLiteral("sendingJobWindow"));
     addView<UpdateNumSmsView, Update_Num_SMS>();
     addView<UpdateSelNumSmsView, Update_Sel_Num_SMS>();
     addView<LoadNumInfoView, Load_Num_Info>();
@@ -75,15 +95,15 @@ void registerStandardViews() {
     addView<ImportExcelView, Import_Excel>();
     addView<ExcelDynamicMsgView, Excel_Dynamic_Msg>();
     addView<ExcelSmsExampleView, Excel_SMS_Example>();
-    addView<SentItemsView, Sent_Items>();
-    addView<TemplatesView, Templates>();
+    addView<SentItemsView, Sent_Items>(QStringLiteral("sentItemsWindow"));
+    addView<TemplatesView, Templates>(QStringLiteral("templatesWindow"));
     addView<UpdateTempView, UpdateTemp>();
     addView<ExclusionWizardView, Exclusion_Wizard>();
     addView<UpdateExNumView, Update_Ex_Num>();
     addView<StatusExportOptionView, Status_Export_Option>();
     addView<ExportOptionView, Export_Option>();
     addView<OpenExportLogView, Open_Export_Log>();
-    addView<CampaignsView, CampaignsWindow>();
+    addView<CampaignsView, CampaignsWindow>(QStringLiteral("campaignsWindow"));
     addView<CampaignPageView, CampaignPage>();
 }
 
