@@ -5,6 +5,8 @@
 #include "campaigns/StoredDevices.h"
 #include "sending/SendingRun.h"
 
+#include <QCommandLineOption>
+
 #include <functional>
 #include <memory>
 #include <optional>
@@ -22,6 +24,17 @@ struct PhonesAsked {
     QStringList serials;
     bool all = false;
 };
+
+// The options that name them, as `send` and `worker` both take them.
+inline QCommandLineOption serialOption() {
+    return {QStringLiteral("serial"),
+            QStringLiteral(
+                "Android: a phone to send through (repeatable: the recipients are shared among them)."),
+            QStringLiteral("serial")};
+}
+inline QCommandLineOption allPhonesOption() {
+    return {QStringLiteral("all-phones"), QStringLiteral("Android: send through every attached phone.")};
+}
 
 // stopRun (set once the run exists) is how a phone ends the run when it cannot go on. Several
 // phones share the recipients, each named by its caption and serial.

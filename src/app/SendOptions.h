@@ -1,5 +1,6 @@
 #pragma once
 // The options of "bulksms send", with their help texts, on one parser.
+#include "SendDevices.h"
 #include "sending/SendingRun.h"
 
 #include <QCommandLineOption>
@@ -84,13 +85,8 @@ struct SendOptions {
     const QCommandLineOption android{
         QStringLiteral("android"),
         QStringLiteral("Send through the Android phone (adb) instead of GSM modems.")};
-    const QCommandLineOption serial{
-        QStringLiteral("serial"),
-        QStringLiteral(
-            "Android: a phone to send through (repeatable: the recipients are shared among them)."),
-        QStringLiteral("serial")};
-    const QCommandLineOption allPhones{QStringLiteral("all-phones"),
-                                       QStringLiteral("Android: send through every attached phone.")};
+    const QCommandLineOption serial = serialOption();
+    const QCommandLineOption allPhones = allPhonesOption();
     const QCommandLineOption mode{
         QStringLiteral("mode"),
         QStringLiteral("Android: single-shot, standard or classic (default standard)."),

@@ -42,13 +42,8 @@ struct WorkerOptions {
         QStringLiteral("path")};
     const QCommandLineOption android{QStringLiteral("android"),
                                      QStringLiteral("Send the Android campaigns, through the phone (adb).")};
-    const QCommandLineOption serial{
-        QStringLiteral("serial"),
-        QStringLiteral(
-            "Android: a phone to send through (repeatable: the recipients are shared among them)."),
-        QStringLiteral("serial")};
-    const QCommandLineOption allPhones{QStringLiteral("all-phones"),
-                                       QStringLiteral("Android: send through every attached phone.")};
+    const QCommandLineOption serial = serialOption();
+    const QCommandLineOption allPhones = allPhonesOption();
     const QCommandLineOption mode{QStringLiteral("mode"), QStringLiteral("Android: standard or classic."),
                                   QStringLiteral("mode"), QStringLiteral("standard")};
     const QCommandLineOption untilIdle{
