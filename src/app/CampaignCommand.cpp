@@ -4,6 +4,7 @@
 #include "SendCommand.h"
 #include "campaigns/CampaignQueries.h"
 #include "campaigns/CampaignStore.h"
+#include "core/Counted.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 
@@ -123,11 +124,12 @@ int runCampaignCommand(const QStringList& arguments) {
         printErr(why.isEmpty() ? QStringLiteral("No campaign %1.").arg(id) : errorInFileAccessing(why));
         return why.isEmpty() ? kExitUsage : kExitDataNotWritten;
     }
-    printOut(
-        cancel
-            ? QStringLiteral("Campaign %1 cancelled: %2 recipients will not be sent.").arg(id).arg(*changed)
-            : QStringLiteral("Campaign %1: %2 recipients of unknown fate wait to be sent again.")
-                  .arg(id)
-                  .arg(*changed));
+    printOut(cancel ? QStringLiteral("Campaign %1 cancelled: %2 will not be sent.")
+                          .arg(id)
+                          .arg(counted(*changed, QStringLiteral("recipient"), QStringLiteral("recipients")))
+                    : QStringLiteral("Campaign %1: %2 of unknown fate %3 to be sent again.")
+                          .arg(id)
+                          .arg(counted(*changed, QStringLiteral("recipient"), QStringLiteral("recipients")),
+                               *changed == 1 ? QStringLiteral("waits") : QStringLiteral("wait")));
     return 0;
 }

@@ -1,6 +1,7 @@
 #include "CommandLineExclusion.h"
 
 #include "ConsoleOutput.h"
+#include "core/Counted.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "list/DefaultCountry.h"
@@ -97,12 +98,11 @@ int runImport(const QStringList& arguments) {
         printErr(errorInFileAccessing(why));
         return kExitDataNotWritten;
     }
-    printOut(QStringLiteral("%1 numbers added to the exclusion list \"%2\" (%3 already in it), %4 lines "
-                            "rejected. The list is applied when sending.")
-                 .arg(taken.added.size())
-                 .arg(name)
-                 .arg(taken.alreadyListed)
-                 .arg(taken.rejected.size()));
+    printOut(QStringLiteral("%1 added to the exclusion list \"%2\" (%3 already in it), %4 rejected. The list "
+                            "is applied when sending.")
+                 .arg(counted(taken.added.size(), QStringLiteral("number"), QStringLiteral("numbers")), name,
+                      localNumber(taken.alreadyListed),
+                      counted(taken.rejected.size(), QStringLiteral("line"), QStringLiteral("lines"))));
     return taken.rejected.isEmpty() ? 0 : kSomeLinesRejected;
 }
 

@@ -1,5 +1,6 @@
 #include "CommandLineInputs.h"
 
+#include "core/Counted.h"
 #include "list/NumberCandidates.h"
 #include "list/NumberFileReader.h"
 #include "sheets/ColumnNames.h"
@@ -157,9 +158,10 @@ bool recipientsFromFile(const QString& path, const QString& message, const Workb
         recipients.append({{},
                            message,
                            0,
-                           QStringLiteral("%1 more lines longer than %2 characters")
-                               .arg(reader.cutLines() - reader.cutLineNumbers().size())
-                               .arg(NumberFileReader::kMaxLineLength)});
+                           QStringLiteral("%1 longer than %2 characters")
+                               .arg(counted(reader.cutLines() - reader.cutLineNumbers().size(),
+                                            QStringLiteral("more line"), QStringLiteral("more lines")),
+                                    localNumber(NumberFileReader::kMaxLineLength))});
     if (reader.failed()) {
         reason = QStringLiteral("%1 is not a text file.").arg(path);
         return false;

@@ -2,6 +2,7 @@
 
 #include "ConsoleOperator.h"
 #include "ConsoleOutput.h"
+#include "core/Counted.h"
 #include "core/DataFolder.h"
 #include "core/DataTreePrivacy.h"
 #include "core/FileUtils.h"
@@ -124,7 +125,9 @@ int runSentItems(const QStringList& arguments) {
         printErr(errorInFileAccessing(why));
         return kExitDataNotWritten;
     }
-    printOut(QStringLiteral("%1 sent items written to %2").arg(items.size()).arg(path));
+    printOut(
+        QStringLiteral("%1 written to %2")
+            .arg(counted(items.size(), QStringLiteral("sent item"), QStringLiteral("sent items")), path));
     return 0;
 }
 

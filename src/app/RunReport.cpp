@@ -1,6 +1,7 @@
 #include "RunReport.h"
 
 #include "ConsoleOutput.h"
+#include "core/Counted.h"
 #include "core/RecordTable.h"
 #include "sending/SendingRun.h"
 #include "services/CampaignRun.h"
@@ -94,7 +95,9 @@ void RunReport::finish() {
     }
     if (const QString unicode = unicodeSummary(m_run.sentAsUnicode()); !unicode.isEmpty())
         printOut(unicode);
-    printOut(QStringLiteral("%1 of %2 recipients sent.").arg(sent).arg(sendable));
+    printOut(QStringLiteral("%1 of %2 sent.")
+                 .arg(localNumber(sent),
+                      counted(sendable, QStringLiteral("recipient"), QStringLiteral("recipients"))));
 }
 
 int RunReport::exitStatus() const {

@@ -11,6 +11,7 @@
 #include "campaigns/CampaignQueries.h"
 #include "campaigns/CampaignResume.h"
 #include "campaigns/CampaignStore.h"
+#include "core/Counted.h"
 #include "core/FileUtils.h"
 #include "core/Launch.h"
 #include "delivery/DelaySchedule.h"
@@ -186,7 +187,9 @@ std::optional<int> resumeUnfinished(SendRun& run) {
         err(errorInFileAccessing(why));
         return kExitDataNotWritten;
     }
-    out(QStringLiteral("%1 of %2 recipients sent.").arg(resumed.sent).arg(resumed.total));
+    out(QStringLiteral("%1 of %2 sent.")
+            .arg(localNumber(resumed.sent),
+                 counted(resumed.total, QStringLiteral("recipient"), QStringLiteral("recipients"))));
     return resumed.sent + resumed.unknown == resumed.total ? 0 : RunReport::kSomeFailed;
 }
 
@@ -318,11 +321,10 @@ int printDryRun(const SendRun& run, const NumberNormaliser& numbers) {
         for (const Recipient& r : run.refused)
             out(QStringLiteral("%1\tinvalid: %2").arg(r.number, r.message));
     // The list stays alone on standard output, for scripts; the cost goes beside it.
-    err(QStringLiteral("%1 messages to send in %2 SMS parts (%3 as Unicode); %4 rejected.")
-            .arg(messages)
-            .arg(parts)
-            .arg(unicodeMessages)
-            .arg(run.invalid));
+    err(QStringLiteral("%1 to send in %2 (%3 as Unicode); %4 rejected.")
+            .arg(counted(messages, QStringLiteral("message"), QStringLiteral("messages")),
+                 counted(parts, QStringLiteral("SMS part"), QStringLiteral("SMS parts")),
+                 localNumber(unicodeMessages), localNumber(run.invalid)));
     return 0;
 }
 
@@ -393,7 +395,9 @@ int queueCampaign(SendRun& run) {
         printOut(QStringLiteral("{\"campaign\":%1,\"recipients\":%2}").arg(id).arg(items.size()));
     else
         printOut(QString::number(id));
-    err(QStringLiteral("Campaign %1 queued: %2 recipients.").arg(id).arg(items.size()));
+    err(QStringLiteral("Campaign %1 queued: %2.")
+            .arg(id)
+            .arg(counted(items.size(), QStringLiteral("recipient"), QStringLiteral("recipients"))));
     return 0;
 }
 

@@ -3,6 +3,7 @@
 #include "ConsoleOutput.h"
 #include "campaigns/CampaignStore.h"
 #include "core/Clock.h"
+#include "core/Counted.h"
 #include "core/FileUtils.h"
 #include "delivery/DelaySchedule.h"
 #include "sending/SendingRun.h"
@@ -17,9 +18,10 @@ namespace {
 QString pausesOf(const DelaySchedule& pauses) {
     if (!pauses.takesPauses())
         return {};
-    return QStringLiteral("pause %1 s after every %2 messages")
-        .arg(pauses.pauseMilliseconds() / 1000)
-        .arg(pauses.count);
+    return QStringLiteral("pause %1 s after every %2")
+        .arg(localNumber(pauses.pauseMilliseconds() / 1000),
+             pauses.count == 1 ? QStringLiteral("message")
+                               : QStringLiteral("%1 messages").arg(localNumber(pauses.count)));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "ListLoad.h"
 
+#include "core/Counted.h"
 #include "core/Guard.h"
 #include "core/Log.h"
 #include "core/MainThread.h"
@@ -20,7 +21,10 @@ ListLoad::~ListLoad() {
     m_thread.join();
 }
 
-QString ListLoad::progressText() const { return QStringLiteral("%L1 rows read").arg(m_rows.load()); }
+QString ListLoad::progressText() const {
+    return QStringLiteral("%1 read").arg(
+        counted(m_rows.load(), QStringLiteral("row"), QStringLiteral("rows")));
+}
 
 bool ListLoad::start(Work work, Done done, bool replaceList) {
     if (m_running)

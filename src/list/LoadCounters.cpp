@@ -1,5 +1,7 @@
 #include "LoadCounters.h"
 
+#include "core/Counted.h"
+
 namespace {
 QString rejectionDetails(const LoadCounters& c) {
     QString details;
@@ -8,17 +10,17 @@ QString rejectionDetails(const LoadCounters& c) {
     if (invalid > 0)
         details += QStringLiteral("\nNot valid phone numbers (letters, a misplaced \"+\" or more than 20 "
                                   "characters) = %1\n")
-                       .arg(invalid);
+                       .arg(localNumber(invalid));
     if (impossible > 0)
         details +=
             QStringLiteral("\nNumbers that cannot exist in their country (too short, too long, no such "
                            "number) = %1\n")
-                .arg(impossible);
+                .arg(localNumber(impossible));
     if (c.ignoredCells > 0)
         details +=
             QStringLiteral("\nCells that are not phone numbers (names, ids, amounts, dates), ignored = "
                            "%1\n")
-                .arg(c.ignoredCells);
+                .arg(localNumber(c.ignoredCells));
     return details;
 }
 } // namespace

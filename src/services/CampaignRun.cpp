@@ -2,6 +2,7 @@
 
 #include "campaigns/CampaignOptions.h"
 #include "campaigns/StoredRun.h"
+#include "core/Counted.h"
 
 CampaignRun::CampaignRun(const DataFolder& folder, Campaign campaign, QList<DeviceOpener> devices,
                          Operator& op, PauseCountdown& pause, DelayedDeliveryPause::Hooks pauseHooks)
@@ -36,5 +37,5 @@ QString unicodeSummary(int sentAsUnicode) {
     return sentAsUnicode == 1
                ? QStringLiteral("1 message went as Unicode: the GSM alphabet cannot carry its text.")
                : QStringLiteral("%1 messages went as Unicode: the GSM alphabet cannot carry their text.")
-                     .arg(sentAsUnicode);
+                     .arg(localNumber(sentAsUnicode));
 }

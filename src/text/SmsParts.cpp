@@ -1,6 +1,7 @@
 #include "SmsParts.h"
 
 #include "GsmAlphabet.h"
+#include "core/Counted.h"
 
 namespace SmsParts {
 
@@ -97,7 +98,7 @@ QString describe(const Cost& cost) {
     const QString coding =
         cost.coding == SmsCoding::Gsm7 ? QStringLiteral("GSM 7-bit") : QStringLiteral("Unicode");
     return cost.parts == 1 ? coding + QStringLiteral(", 1 SMS")
-                           : coding + QStringLiteral(", %1 SMS parts").arg(cost.parts);
+                           : coding + QStringLiteral(", %1 SMS parts").arg(localNumber(cost.parts));
 }
 
 } // namespace SmsParts

@@ -1,5 +1,6 @@
 #include "MobileSelView.h"
 
+#include "UiHelpers.h"
 #include "core/AppState.h"
 
 #include <QHBoxLayout>
@@ -44,6 +45,16 @@ MobileSelView::MobileSelView(Mobile_Sel_Wnd& controller, QWidget* parent)
     connect(gsm, &QPushButton::clicked, this, [this] { m_controller.GSM_Btn(); });
     connect(android, &QPushButton::clicked, this, [this] { m_controller.Android_Btn(); });
     connect(cancel, &QPushButton::clicked, this, [this] { m_controller.Cancel_Btn(); });
+    // Once a kind is chosen the chooser gives way to that window and its search, and comes
+    // back only when the operator is to choose again.
+    connect(&m_controller, &Mobile_Sel_Wnd::changed, this, [this] {
+        const bool aside = !m_controller.panelVisible();
+        setProperty(kSteppedAside, aside);
+        if (aside && isVisible()) {
+            setProperty(kTimesSteppedAside, property(kTimesSteppedAside).toInt() + 1);
+            hide();
+        }
+    });
 }
 
 void MobileSelView::reject() { m_controller.Cancel_Btn(); }

@@ -1,5 +1,6 @@
 #include "QtOperator.h"
 
+#include "UiHelpers.h"
 #include "ViewRegistry.h"
 #include "WindowMemory.h"
 #include "core/AppState.h"
@@ -10,6 +11,7 @@
 #include <QApplication>
 #include <QDesktopServices>
 #include <QDialog>
+#include <QEventLoop>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QJsonObject>
@@ -62,7 +64,24 @@ int QtOperator::showModal(DialogController& dialog) {
     });
     if (const QString key = ViewRegistry::memoryKey(dialog); !key.isEmpty())
         WindowMemory::follow(*view, m_folder, key, WindowMemory::Kept::Size);
-    view->exec();
+    for (;;) {
+        const int timesAside = view->property(kTimesSteppedAside).toInt();
+        view->exec();
+        if (!view || dialog.isEnded() || view->property(kTimesSteppedAside).toInt() == timesAside)
+            break; // ended, or closed by the operator
+        // It stepped aside: its session waits, windowless, for its end or its return.
+        if (view->property(kSteppedAside).toBool()) {
+            QEventLoop waiting;
+            QObject::connect(&dialog, &DialogController::ended, &waiting, &QEventLoop::quit);
+            QObject::connect(&dialog, &DialogController::changed, &waiting, [&waiting, view] {
+                if (!view || !view->property(kSteppedAside).toBool())
+                    waiting.quit();
+            });
+            waiting.exec();
+        }
+        if (!view || dialog.isEnded())
+            break;
+    }
     delete view;
     return dialog.isEnded() ? dialog.endCode() : DialogController::NoCode;
 }

@@ -235,6 +235,21 @@ void RecipientPanel::addListButtons(QWidget* side, QBoxLayout* layout) {
     m_listControls << clearSelected << clearAll << reset;
 }
 
+// The counter and the cost change with every key: they get a line of their own, and neither
+// asks for more width, so typing never moves the splitter or widens the window.
+QLayout* RecipientPanel::buildCostLine(QWidget* side) {
+    auto* line = new QHBoxLayout();
+    m_counter = new QLabel(side);
+    m_counter->setMinimumWidth(
+        m_counter->fontMetrics().horizontalAdvance(QStringLiteral("0000 Characters ")));
+    m_cost = new QLabel(side);
+    m_cost->setObjectName(QStringLiteral("messageCost"));
+    m_cost->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    line->addWidget(m_counter);
+    line->addWidget(m_cost, 1);
+    return line;
+}
+
 QWidget* RecipientPanel::buildComposerSide() {
     auto* side = new QGroupBox(QStringLiteral("Message"), this); // a caption, not a record key
     auto* layout = new QVBoxLayout(side);
@@ -244,15 +259,12 @@ QWidget* RecipientPanel::buildComposerSide() {
     m_composer->setPlaceholderText(QStringLiteral("Type the message here"));
     layout->addWidget(m_composer, 1);
 
+    layout->addLayout(buildCostLine(side));
+
     auto* typeRow = new QHBoxLayout();
-    m_counter = new QLabel(side);
-    m_cost = new QLabel(side);
-    m_cost->setObjectName(QStringLiteral("messageCost"));
     m_unicode = new QCheckBox(QStringLiteral("Unicode"), side);
     m_messageType = new QComboBox(side);
     m_messageType->addItems(BulkSmsWindow::messageTypes());
-    typeRow->addWidget(m_counter);
-    typeRow->addWidget(m_cost);
     typeRow->addStretch();
     typeRow->addWidget(m_unicode);
     typeRow->addWidget(new QLabel(QStringLiteral("Type:"), side));
@@ -371,6 +383,7 @@ void RecipientPanel::refresh() {
     m_refused->setVisible(!m_refused->text().isEmpty());
     m_counter->setText(m_window.characterCounterText());
     m_cost->setText(QStringLiteral("(%1)").arg(m_window.messageCostText()));
+    m_cost->setToolTip(m_cost->text());
     m_fill->setText(m_window.fillButtonTitle().replace(QStringLiteral("\r\n"), QStringLiteral("\n")));
     const QSignalBlocker b1(m_unicode), b2(m_messageType), b3(m_skipDuplicates), b4(m_exclusion),
         b5(m_saveSentItems), b6(m_saveTemplates), b10(m_plainPunctuation);

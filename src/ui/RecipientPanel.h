@@ -37,6 +37,7 @@ private:
     QTableView* buildTable(QWidget* side);
     void addListButtons(QWidget* side, QBoxLayout* layout);
     QWidget* buildComposerSide();
+    QLayout* buildCostLine(QWidget* side);
     QWidget* buildDelayedDelivery(QWidget* parent);
     QLayout* buildStoreButtons(QWidget* side);
     void refresh();

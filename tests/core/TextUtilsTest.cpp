@@ -1,5 +1,8 @@
 #include "core/TextUtils.h"
+#include "core/Counted.h"
 #include "core/Log.h"
+
+#include <QLocale>
 
 #include <gtest/gtest.h>
 
@@ -114,3 +117,15 @@ TEST(Log, BlankTextsAreNotLoggedAndLinesAreTrimmed) {
 }
 
 } // namespace
+
+TEST(Counted, PluralsAndTheLocaleDigitGroups) {
+    const QLocale before;
+    QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedKingdom));
+    EXPECT_EQ(counted(1, "recipient", "recipients"), "1 recipient");
+    EXPECT_EQ(counted(0, "recipient", "recipients"), "0 recipients");
+    EXPECT_EQ(counted(12345, "recipient", "recipients"), "12,345 recipients");
+    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+    EXPECT_EQ(counted(1234567, "Zeile", "Zeilen"), "1.234.567 Zeilen");
+    EXPECT_EQ(localNumber(-1), "-1");
+    QLocale::setDefault(before);
+}

@@ -294,13 +294,13 @@ TEST_F(CommandLineSendTest, ExitStatusTellsWhatWentOut) {
         int exitCode;
         QString lastLine;
     } cases[] = {
-        {"nothing went out", {"--to", "222"}, 3, "0 of 1 recipients sent."},
+        {"nothing went out", {"--to", "222"}, 3, "0 of 1 recipient sent."},
         {"some failed", {"--to", "222", "--to", "333"}, 1, "1 of 2 recipients sent."},
         // Numbers left out on purpose are no failures.
         {"duplicates skipped",
          {"--to", "333", "--to", "333", "--skip-duplicates"},
          0,
-         "1 of 1 recipients sent."},
+         "1 of 1 recipient sent."},
     };
     for (const auto& c : cases) {
         int exitCode = -1;

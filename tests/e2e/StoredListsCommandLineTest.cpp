@@ -86,7 +86,7 @@ TEST_F(StoredListsCommandLineTest, StoresExportByExtensionAndFilter) {
     int exitCode = -1;
     const QString sent = home.path() + "/unsent.txt";
     EXPECT_EQ(run({"sent-items", "--export", sent, "--filter", "unsent"}, exitCode),
-              QStringList{"1 sent items written to " + sent});
+              QStringList{"1 sent item written to " + sent});
     EXPECT_EQ(exitCode, 0);
     const QString text = utf16(read(sent));
     EXPECT_TRUE(text.contains("Number\t: 222"));

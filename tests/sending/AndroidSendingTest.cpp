@@ -6,6 +6,7 @@
 #include "core/Clock.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
+#include "list/windows/Send_Msg_Info.h"
 #include "sending/windows/Bulk_SMSAppDelegate.h"
 #include "sending/windows/Gsm_Bulk_Sms_Wnd.h"
 #include "sending/windows/ResumeOffer.h"
@@ -85,6 +86,26 @@ TEST_F(AndroidSendingTest, OneByOneDeliversEveryHostileTextExactlyInBothModes) {
             EXPECT_EQ(item.status, "Sent (in the phone's sent messages)") << item.number.toStdString();
         server->stop();
     }
+}
+
+// A list loaded without messages takes the composer's text when Send asks to apply it, and
+// that text is what the phone sends; the second Send then offers only whom the first missed.
+TEST_F(AndroidSendingTest, TheComposerTextAppliedAtSendIsWhatThePhoneSends) {
+    startPhones(one(installed()));
+    auto window = windowWith({{"+447400123456", ""}, {"+447400123457", ""}});
+    window->One_By_One_Radio();
+    window->setTextChangeNotifications(true);
+    window->setComposerText("Your table is booked for eight.");
+    op.onModal<Send_Msg_Info>([](Send_Msg_Info& question) { question.OKPressed(); });
+    window->Send_SMS_Btn();
+    window->waitForSend();
+    EXPECT_EQ(sentMessages(), (QStringList{"+447400123456|Your table is booked for eight.|standard",
+                                           "+447400123457|Your table is booked for eight.|standard"}));
+    op.answerNo(); // everyone was reached: nobody is texted twice without a word
+    window->Send_SMS_Btn();
+    EXPECT_EQ(op.questions().last(),
+              "Send to the 2 recipients again? 2 recipients would get the message a second time.");
+    EXPECT_EQ(sentMessages().size(), 2);
 }
 
 // Each row of the progress window says what the phone did with its message, as the phone's own

@@ -110,7 +110,7 @@ TEST_F(CampaignsViewTest, ListsCountsShowsThePageAndCancels) {
         op.questions().last(),
         QStringLiteral("Cancel campaign %1? Its recipients who were not sent yet will not be sent.").arg(id));
     EXPECT_EQ(op.alerts().last(),
-              QStringLiteral("\nCampaign %1 cancelled: 1 recipient(s) will not be sent.").arg(id));
+              QStringLiteral("\nCampaign %1 cancelled: 1 recipient will not be sent.").arg(id));
     EXPECT_EQ(campaignSummary(*store, id)->state, "cancelled");
     EXPECT_TRUE(spinUntil([&] { return cell(1) == "cancelled"; }));
 }

@@ -17,6 +17,7 @@
 #include "stores/windows/StoreWindows.h"
 #include "ui/AndroidBulkSmsView.h"
 #include "ui/GsmBulkSmsView.h"
+#include "ui/QtOperator.h"
 #include "ui/RecipientPanel.h"
 #include "ui/UiHelpers.h"
 #include "ui/ViewRegistry.h"
@@ -38,6 +39,7 @@
 #include <QPushButton>
 #include <QTableView>
 #include <QTest>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include <gtest/gtest.h>
@@ -95,6 +97,55 @@ TEST(Views, ComposerShowsWhatTheMessageCostsAsItIsTyped) {
     const QString pictures = qEnvironmentVariable("BULKSMS_SCREENSHOT_DIR");
     if (!pictures.isEmpty())
         view.grab().save(pictures + "/gsm-composer.png");
+}
+
+// Once a kind is chosen the chooser makes way for what it opened (here the connection steps),
+// comes back when the operator goes back, and its session ends with the operator's answer.
+TEST(Views, TheChooserStepsAsideForWhatItOpened) {
+    ViewRegistry::registerStandardViews();
+    TestDataHome home;
+    QtOperator op(home.folder);
+    Gsm_Bulk_Sms_Wnd gsm(op, home.folder);
+    Bulk_SMSAppDelegate android(op, home.folder);
+    MainWindows windows(android, gsm);
+    Mobile_Sel_Wnd chooser(windows);
+    const auto press = [](const QString& text) {
+        QWidget* dialog = QApplication::activeModalWidget();
+        for (QPushButton* b : dialog ? dialog->findChildren<QPushButton*>() : QList<QPushButton*>())
+            if (b->text().startsWith(text))
+                return b->click();
+        ADD_FAILURE() << "no " << text.toStdString() << " on the dialog in front";
+    };
+    // The dialogs in front, as the operator meets them: which is shown, and whether the chooser is.
+    QStringList seen;
+    const auto look = [&] {
+        QWidget* front = QApplication::activeModalWidget();
+        bool chooserShown = false;
+        for (QWidget* w : QApplication::topLevelWidgets())
+            chooserShown |= w->isVisible() && w->inherits("MobileSelView");
+        seen << QStringLiteral("%1%2").arg(front ? front->metaObject()->className() : "none",
+                                           chooserShown ? " + chooser" : "");
+    };
+    QTimer::singleShot(50, [&] {
+        look();
+        press("GSM Modem");
+    });
+    QTimer::singleShot(150, [&] {
+        look();
+        press("Back");
+    });
+    QTimer::singleShot(250, [&] {
+        look();
+        press("Android Phone");
+    });
+    QTimer::singleShot(350, [&] {
+        look();
+        press("Cancel");
+    });
+    EXPECT_EQ(op.runModal(chooser), 0);
+    EXPECT_EQ(seen, (QStringList{"MobileSelView + chooser", "GsmDevConnStepView", "MobileSelView + chooser",
+                                 "ConnectionInfoView"}))
+        << seen.join(" | ").toStdString();
 }
 
 TEST(Views, StepButtonsEndTheDialogWithTheirCodes) {

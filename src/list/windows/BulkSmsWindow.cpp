@@ -1,6 +1,7 @@
 #include "BulkSmsWindow.h"
 
 #include "Update_Num_SMS.h"
+#include "core/Counted.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "core/Log.h"
@@ -412,9 +413,8 @@ QString BulkSmsWindow::refusedNumbersNote() const {
     const QString country = defaultCountry();
     if (refused == 0 || country.isEmpty())
         return QString();
-    return QStringLiteral("Last load: %1 %2 that cannot exist (default country %3) left out")
-        .arg(refused)
-        .arg(refused == 1 ? QStringLiteral("number") : QStringLiteral("numbers"), country);
+    return QStringLiteral("Last load: %1 that cannot exist (default country %2) left out")
+        .arg(counted(refused, QStringLiteral("number"), QStringLiteral("numbers")), country);
 }
 
 void BulkSmsWindow::setDefaultCountry(const QString& region) {

@@ -66,8 +66,6 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     }
     if (!listReadyToSend())
         return;
-    if (!m_carried.resuming() && !m_lastRun.choose(op(), list().records()))
-        return; // nobody the last run reached is texted again without a word
     captureCurrentMessage();
     if (!Check_Delayed_Delivery_Choices())
         return;
@@ -77,6 +75,10 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
         op().Show_MessageBox(kBlankListRefusal);
         return;
     }
+    // The rows as they will go, the composer's text applied: nobody the last run reached is
+    // texted again without a word.
+    if (!m_carried.resuming() && !m_lastRun.choose(op(), list().records()))
+        return;
     if (!m_carried.resuming() && !unfinishedRunDiscarded(op(), dataFolder(), kAndroidRoad))
         return;
     if (!Fill_Exclusion_Num_List())

@@ -5,6 +5,7 @@
 #include "campaigns/CampaignItems.h"
 #include "campaigns/CampaignStore.h"
 #include "core/Clock.h"
+#include "core/Counted.h"
 #include "core/FileUtils.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
@@ -189,7 +190,9 @@ void CampaignsWindow::Cancel_Btn() {
     const std::optional<int> waiting = opened ? cancelCampaign(*opened, id, &why) : std::nullopt;
     if (waiting)
         m_op.Show_MessageBox(
-            QStringLiteral("Campaign %1 cancelled: %2 recipient(s) will not be sent.").arg(id).arg(*waiting));
+            QStringLiteral("Campaign %1 cancelled: %2 will not be sent.")
+                .arg(id)
+                .arg(counted(*waiting, QStringLiteral("recipient"), QStringLiteral("recipients"))));
     else if (!why.isEmpty())
         m_op.Show_MessageBox(errorInFileAccessing(why));
     refresh();

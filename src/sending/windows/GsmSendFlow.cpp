@@ -42,14 +42,16 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
         }
         if (!listReadyToSend())
             return;
-        if (!m_carried.resuming() && !m_lastRun.choose(op(), list().records()))
-            return; // nobody the last run reached is texted again without a word
         m_messageIs = composerText();
         if (!Check_Delayed_Delivery_Choices())
             return;
         if (Blank_Msg_Chk() && !op().Show_YES_NO_MessageBox(kBlankListQuestion))
             return;
         if (!Send_Msg_Info_Check())
+            return;
+        // The rows as they will go, the composer's text applied: nobody the last run reached is
+        // texted again without a word.
+        if (!m_carried.resuming() && !m_lastRun.choose(op(), list().records()))
             return;
         if (!m_carried.resuming() && !unfinishedRunDiscarded(op(), dataFolder(), kGsmRoad))
             return;

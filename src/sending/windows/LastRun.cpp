@@ -1,5 +1,6 @@
 #include "LastRun.h"
 
+#include "core/Counted.h"
 #include "core/Operator.h"
 
 #include <algorithm>
@@ -10,7 +11,7 @@ namespace {
 QPair<QString, QString> keyOf(const QString& number, const QString& message) { return {number, message}; }
 
 QString recipients(qsizetype count) {
-    return count == 1 ? QStringLiteral("1 recipient") : QStringLiteral("%1 recipients").arg(count);
+    return counted(count, QStringLiteral("recipient"), QStringLiteral("recipients"));
 }
 
 } // namespace
@@ -84,23 +85,21 @@ std::optional<RecordList> LastRun::rowsToSend(Operator& op, const RecordList& ro
     if (reached + unknown == 0)
         return rows;
     const RecordList rest = notYetSent(rows);
-    const QString maybe = unknown == 0
-                              ? QString()
-                              : (unknown == 1 ? QStringLiteral(" (and 1 may have been sent)")
-                                              : QStringLiteral(" (and %1 may have been sent)").arg(unknown));
+    const QString maybe =
+        unknown == 0
+            ? QString()
+            : (unknown == 1 ? QStringLiteral(" (and 1 may have been sent)")
+                            : QStringLiteral(" (and %1 may have been sent)").arg(localNumber(unknown)));
     if (!rest.isEmpty() &&
-        op.Show_YES_NO_MessageBox(QStringLiteral("This message was already sent to %1 of these %2%3.\n\n"
-                                                 "Send only to the %4 not yet sent?")
-                                      .arg(reached)
-                                      .arg(recipients(rows.size()))
-                                      .arg(maybe)
-                                      .arg(rest.size())))
+        op.Show_YES_NO_MessageBox(
+            QStringLiteral("This message was already sent to %1 of these %2%3.\n\n"
+                           "Send only to the %4 not yet sent?")
+                .arg(localNumber(reached), recipients(rows.size()), maybe, localNumber(rest.size()))))
         return rest;
     if (op.Show_YES_NO_MessageBox(
             QStringLiteral("Send to the %1 again? %2 would get the message a second time.")
-                .arg(rows.size() == 1 ? QStringLiteral("recipient")
-                                      : QStringLiteral("%1 recipients").arg(rows.size()))
-                .arg(recipients(reached + unknown))))
+                .arg(rows.size() == 1 ? QStringLiteral("recipient") : recipients(rows.size()),
+                     recipients(reached + unknown))))
         return rows;
     return std::nullopt;
 }
@@ -132,20 +131,20 @@ int notYetSentCount(const QList<SendingItem>& items) {
 
 QString notYetSentOffer(int count) {
     return count == 1 ? QStringLiteral("Send to the one not yet sent")
-                      : QStringLiteral("Send to the %1 not yet sent").arg(count);
+                      : QStringLiteral("Send to the %1 not yet sent").arg(localNumber(count));
 }
 
 QString partsText(int part, int parts) {
-    return QStringLiteral("Sending part %1 of %2").arg(part).arg(parts);
+    return QStringLiteral("Sending part %1 of %2").arg(localNumber(part), localNumber(parts));
 }
 
 QString stoppedSummary(const QList<SendingItem>& items) {
     int sent = 0;
-    int counted = 0;
+    int total = 0;
     for (const SendingItem& item : items) {
         const RowFate fate = rowFate(item);
         sent += fate == RowFate::Sent ? 1 : 0;
-        counted += fate == RowFate::Passed ? 0 : 1;
+        total += fate == RowFate::Passed ? 0 : 1;
     }
-    return QStringLiteral("Stopped: %1 of %2 sent.").arg(sent).arg(counted);
+    return QStringLiteral("Stopped: %1 of %2 sent.").arg(localNumber(sent), localNumber(total));
 }

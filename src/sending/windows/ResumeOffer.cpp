@@ -3,6 +3,7 @@
 #include "Bulk_SMSAppDelegate.h"
 #include "Gsm_Bulk_Sms_Wnd.h"
 #include "campaigns/CampaignStore.h"
+#include "core/Counted.h"
 #include "core/FileUtils.h"
 #include "core/Operator.h"
 
@@ -48,9 +49,12 @@ void resumeInto(BulkSmsWindow& window, CarriedRun& carried, const UnfinishedCamp
     const bool resendUnknown =
         unknown > 0 &&
         op.Show_YES_NO_MessageBox(
-            QStringLiteral("%1 message(s) were being handed to a modem when the run broke off and may have "
-                           "been sent.\n\nSend them again?")
-                .arg(unknown));
+            (unknown == 1
+                 ? QStringLiteral("1 message was being handed to a modem when the run broke off and "
+                                  "may have been sent.\n\nSend it again?")
+                 : QStringLiteral("%1 messages were being handed to a modem when the run broke off and "
+                                  "may have been sent.\n\nSend them again?")
+                       .arg(localNumber(unknown))));
     applyResume(window, carried, planResume(unfinished, resendUnknown));
 }
 
