@@ -81,7 +81,7 @@ QString commandUsage() {
 int runSentItems(const QStringList& arguments) {
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        QStringLiteral("Exports the sent items as the sent-items window does: text and HTML as UTF-16, or a "
+        QStringLiteral("Exports the sent items as the sent-items window does: text and HTML as UTF-8, or a "
                        "workbook. Exit status: 0 when written, 2 on bad input, 4 when the file could not be "
                        "written (a file already there is then left as it was) or the sent items could not be "
                        "read."));

@@ -4,6 +4,7 @@
 #include "StopSignals.h"
 #include "core/FileUtils.h"
 #include "core/Operator.h"
+#include "sending/ItemReport.h"
 #include "stores/ExportFile.h"
 #include "stores/ExportFormats.h"
 
@@ -66,7 +67,7 @@ std::optional<int> writeReport(const SendingRun& run, const CommandRunOptions& o
     QList<ReportItem> reported;
     for (const SendingItem& item : run.record().all())
         if (statusPassesFilter(item.status, options.reportGroup))
-            reported.append({item.number, item.message, item.currentStatus, item.status});
+            reported.append(reportItemOf(item));
     QString why;
     if (!writeSendingReport(options.reportPath, options.reportFormat, reported, &why)) {
         printErr(errorInFileAccessing(why));

@@ -8,6 +8,6 @@
 
 class CampaignStore;
 
-// Number, message, current status and status of each item, in the list's order; nothing (and
-// error) when the store refused the read.
+// Each item as a run's report has it (number, message, statuses, device, attempts, references,
+// delivery), in the list's order; nothing (and error) when the store refused the read.
 std::optional<QList<ReportItem>> campaignItems(CampaignStore& store, qint64 id, QString* error = nullptr);

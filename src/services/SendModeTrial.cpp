@@ -7,9 +7,8 @@
 #include "device/TestCaseRecord.h"
 #include "gsm/MFCSMS.h"
 #include "gsm/ModemAnswers.h"
+#include "stores/ExportFormats.h"
 #include "text/NumberRules.h"
-
-#include <QtEndian>
 
 namespace SendModeTrial {
 namespace {
@@ -27,18 +26,6 @@ const CaseKind kCases[] = {
     {kTextCustom, "Text Mode with Custom SMSC"},
     {kTextDefault, "Text Mode with Default SMSC"},
 };
-
-// A piece of the report: a byte-order mark, then the text in UTF-16 (little-endian, the
-// order the mark announces).
-QByteArray utf16Piece(const QString& text) {
-    QByteArray bytes("\xFF\xFE", 2);
-    for (const QChar c : text) {
-        char unit[2];
-        qToLittleEndian<quint16>(c.unicode(), unit);
-        bytes.append(unit, 2);
-    }
-    return bytes;
-}
 
 } // namespace
 
@@ -102,18 +89,14 @@ QString statusInHistory(const QString& history, const QString& code) {
 }
 
 QByteArray reportBytes(const QString& deviceDetails, const RecordList& cases) {
-    const QString rule(76, QLatin1Char('='));
-    QByteArray bytes =
-        utf16Piece(QStringLiteral("%1\n\n\t\t\t[ Test Case Summary]\t\t\t\n\n%2\n").arg(rule, rule));
-    bytes += utf16Piece(deviceDetails);
-    bytes += utf16Piece(QStringLiteral("\n\n"));
-    for (const Record& c : cases) {
-        bytes += utf16Piece(
-            QStringLiteral("%1\n%2\n%3")
-                .arg(c.value(kModemCaseLabelKey), c.value(kCaseMessageKey), c.value(kCaseStatusKey)));
-        bytes += utf16Piece(QStringLiteral("\n\n"));
-    }
-    return bytes;
+    QString text =
+        QStringLiteral("%1\n\n\t\t\t[ Test Case Summary]\t\t\t\n\n%2\n").arg(kExportRule, kExportRule) +
+        deviceDetails + QStringLiteral("\n\n");
+    for (const Record& c : cases)
+        text += QStringLiteral("%1\n%2\n%3")
+                    .arg(c.value(kModemCaseLabelKey), c.value(kCaseMessageKey), c.value(kCaseStatusKey)) +
+                QStringLiteral("\n\n");
+    return utf8WithMark(text);
 }
 
 QString testNumberProblem(const QString& typed) {

@@ -53,7 +53,7 @@ QString historyOf(const RecordList& cases);
 QString statusInHistory(const QString& history, const QString& code);
 
 // The report file (Save_SMS_Report_Pressed): a header, the device's details and every case,
-// each piece in UTF-16 with its own byte-order mark.
+// in UTF-8 with one byte-order mark, as every text report.
 QByteArray reportBytes(const QString& deviceDetails, const RecordList& cases);
 
 // A test recipient as typed: "" when it may receive the test messages, else the message

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
@@ -74,7 +75,7 @@ enum class CopyOutcome { Written, NotWritten, ReadFailed, OverBudget };
 // Streams the open entry into target. The target is never followed through a symbolic link.
 CopyOutcome copyEntryTo(unzFile zip, const QString& target, ZipInflateBudget& budget) {
     const int fd = ::open(QFile::encodeName(target).constData(),
-                          O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0644);
+                          O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600);
     if (fd < 0)
         return CopyOutcome::NotWritten;
     char buffer[kUnzipChunk];
@@ -142,10 +143,26 @@ struct SSZipArchive::TracedIo {
     static voidpf ZCALLBACK open(voidpf opaque, const void* name, int mode) {
         TracedIo& io = of(opaque);
         errno = 0;
-        voidpf stream = io.inner.zopen64_file(io.inner.opaque, name, mode);
+        // A new archive holds the operator's data: private to the user from its first byte
+        // (fopen would give what the umask leaves of 0666).
+        voidpf stream = (mode & ZLIB_FILEFUNC_MODE_CREATE) != 0
+                            ? createPrivate(static_cast<const char*>(name))
+                            : io.inner.zopen64_file(io.inner.opaque, name, mode);
         if (stream == nullptr)
             io.keep();
         return stream;
+    }
+    static FILE* createPrivate(const char* name) {
+        const int fd = ::open(name, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600);
+        if (fd < 0)
+            return nullptr;
+        if (::fchmod(fd, 0600) == 0)
+            if (FILE* file = ::fdopen(fd, "wb"))
+                return file;
+        const int error = errno;
+        ::close(fd);
+        errno = error;
+        return nullptr;
     }
     static uLong ZCALLBACK read(voidpf opaque, voidpf stream, void* buffer, uLong size) {
         TracedIo& io = of(opaque);

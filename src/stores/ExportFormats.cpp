@@ -2,8 +2,6 @@
 
 #include "SentItemFile.h"
 
-#include <QSysInfo>
-
 namespace {
 
 // Column headings of the exported files. They read as some record keys do, but they are what
@@ -13,16 +11,22 @@ const QString kMessageHeading = QStringLiteral("Message");              // not a
 const QString kCurrentStatusHeading = QStringLiteral("Current Status"); // not a record key
 const QString kStatusHeading = QStringLiteral("Status");                // not a record key
 const QString kDateHeading = QStringLiteral("Date");                    // not a record key
+const QString kSentStatusHeading = QStringLiteral("Sent Status");
+const QString kDeviceHeading = QStringLiteral("Device");
+const QString kAttemptsHeading = QStringLiteral("Attempts");
+const QString kReferenceHeading = QStringLiteral("Message Reference");
+const QString kDeliveryHeading = QStringLiteral("Delivery State");
 
 QString textHeading(const QString& title) {
     return kExportRule + QStringLiteral("\n\n\t\t\t") + title + QStringLiteral("\t\t\t\n\n") + kExportRule +
            QLatin1Char('\n');
 }
 
+// The page up to the items' table: a document that says it is HTML in UTF-8, then the title
+// and the caption as the layout shows them.
 QString htmlPageStart(const QString& title, const QString& caption) {
-    return QStringLiteral(
-               "<html><meta http-equiv=\"Content-Type\" content=\"text/html; charset=utf-8\"><head><title>") +
-           title +
+    return QStringLiteral("<!DOCTYPE html><html><head><meta charset=\"utf-8\"><title>") +
+           htmlValue(title, false) +
            QStringLiteral(
                "</title><style type=text/css>Body,Td,Th{font-family:Verdana, Arial, Helvetica, sans-serif; "
                "font-size:11px}.style1 {font-size: 16px;font-weight: bold; color: #000000;}.style2 "
@@ -33,26 +37,28 @@ QString htmlPageStart(const QString& title, const QString& caption) {
                "#000000;\t}.</style></head><body "
                "bgcolor =#f1f4fa><table width=1000 border=0 align=center cellpadding=0 cellspacing=0 "
                "bordercolor=#000000><tr><td align = center class= style1>") +
-           title +
+           htmlValue(title, false) +
            QStringLiteral(
                "</td></tr></table><br><table width=1000 border=0 align=center cellpadding=0 "
                "cellspacing=0 bordercolor=#000000><tr></tr></table><br><br><table width=1000 border=1 "
                "align=center cellpadding=0 cellspacing=0 bordercolor=#000000><tr><th height = 30 "
                "bgcolor = #647dbe align = Left class =style3>") +
-           caption + QStringLiteral("</th></tr>");
+           htmlValue(caption, false) + QStringLiteral("</th></tr>");
 }
+
+// Closes the items' table and the document.
+const QString kHtmlPageEnd = QStringLiteral("</table></body></html>");
 
 QString htmlRow(const QString& innerTable) {
     return QStringLiteral("<tr><td  height = 50 class = style2>") + innerTable + QStringLiteral("</td></tr>");
 }
 
-// One labelled field of an item's inner table (its row is left open, as the layout has it).
-QString htmlField(const QString& labelCell, const QString& value) {
-    return labelCell + QStringLiteral(":&nbsp;&nbsp;</td><td>") + value + QStringLiteral("</td>");
-}
-
-QString fieldCell(int width, const QString& label) {
-    return QStringLiteral("<tr><td width=%1>%2</td><td>").arg(width).arg(label);
+// One labelled field of an item's inner table, label and value escaped; a message keeps its
+// line breaks and spaces. Its row is left open, as the layout has it.
+QString htmlField(int labelWidth, const QString& label, const QString& value, bool asMessage = false) {
+    return QStringLiteral("<tr><td width=%1>").arg(labelWidth) + htmlValue(label, false) +
+           QStringLiteral("</td><td>:&nbsp;&nbsp;</td><td>") + htmlValue(value, asMessage) +
+           QStringLiteral("</td>");
 }
 
 QByteArray utf8(const QString& text) { return text.toUtf8(); }
@@ -71,13 +77,7 @@ QString exportExtension(ExportFormat format) {
     return QStringLiteral("txt");
 }
 
-QByteArray utf16Piece(const QString& text) {
-    QString withMark = QChar(QChar::ByteOrderMark) + text;
-    QByteArray bytes(reinterpret_cast<const char*>(withMark.utf16()), withMark.size() * 2);
-    // utf16() is already in the machine's order; nothing to swap.
-    static_assert(sizeof(char16_t) == 2);
-    return bytes;
-}
+QByteArray utf8WithMark(const QString& text) { return QByteArrayLiteral("\xEF\xBB\xBF") + text.toUtf8(); }
 
 QString htmlValue(const QString& value, bool asMessage) {
     QString out;
@@ -113,63 +113,85 @@ bool isSentStatus(const QString& status) {
 
 // ---- sending report ----
 
+namespace {
+
+QString referencesText(const QList<int>& references) {
+    QStringList words;
+    for (int reference : references)
+        words << QString::number(reference);
+    return words.join(QStringLiteral(", "));
+}
+
+// The report's values of an item, in the columns' order.
+QStringList reportValues(const ReportItem& item) {
+    return {item.number,
+            item.message,
+            item.currentStatus,
+            item.status,
+            item.device,
+            QString::number(item.attempts),
+            referencesText(item.references),
+            item.delivery};
+}
+
+} // namespace
+
 QByteArray sendingReportText(const QList<ReportItem>& items) {
-    QByteArray out = utf16Piece(textHeading(kSentItemsTitle));
-    for (const ReportItem& item : items)
-        out += utf16Piece(
-            QStringLiteral("Number\t\t: %1\nMessage\t\t: %2\nCurrent Status\t: %3\nSent Status\t: %4\n")
-                .arg(item.number, item.message, item.currentStatus, item.status) +
-            kExportRule + QLatin1Char('\n'));
-    return out;
+    QString out = textHeading(kSentItemsTitle);
+    for (const ReportItem& item : items) {
+        const QStringList v = reportValues(item);
+        out +=
+            QStringLiteral("Number\t\t: %1\nMessage\t\t: %2\nCurrent Status\t: %3\nSent Status\t: %4\n"
+                           "Device\t\t: %5\nAttempts\t: %6\nMessage Reference\t: %7\nDelivery State\t: %8\n")
+                .arg(v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7]) +
+            kExportRule + QLatin1Char('\n');
+    }
+    return utf8WithMark(out);
 }
 
 QByteArray sendingReportHtml(const QList<ReportItem>& items) {
-    QByteArray out = utf16Piece(htmlPageStart(kSentItemsHtmlTitle, QStringLiteral("Sent Items:")));
-    for (const ReportItem& item : items)
-        out += utf16Piece(
-            htmlRow(QStringLiteral("<table>") +
-                    htmlField(fieldCell(60, kNumberHeading), htmlValue(item.number, false)) +
-                    htmlField(fieldCell(60, kMessageHeading), htmlValue(item.message, true)) +
-                    htmlField(fieldCell(100, kCurrentStatusHeading), htmlValue(item.currentStatus, false)) +
-                    htmlField(fieldCell(100, QStringLiteral("Sent Status")), htmlValue(item.status, false)) +
-                    QStringLiteral("</table>")));
-    return out;
+    QString out = htmlPageStart(kSentItemsHtmlTitle, QStringLiteral("Sent Items:"));
+    for (const ReportItem& item : items) {
+        const QStringList v = reportValues(item);
+        out +=
+            htmlRow(QStringLiteral("<table>") + htmlField(60, kNumberHeading, v[0]) +
+                    htmlField(60, kMessageHeading, v[1], true) + htmlField(100, kCurrentStatusHeading, v[2]) +
+                    htmlField(100, kSentStatusHeading, v[3]) + htmlField(100, kDeviceHeading, v[4]) +
+                    htmlField(100, kAttemptsHeading, v[5]) + htmlField(100, kReferenceHeading, v[6]) +
+                    htmlField(100, kDeliveryHeading, v[7]) + QStringLiteral("</table>"));
+    }
+    return utf8WithMark(out + kHtmlPageEnd);
 }
 
 SpreadsheetData sendingReportRows(const QList<ReportItem>& items) {
     SpreadsheetData rows;
     rows.reserve(items.size() + 1);
-    rows << QStringList{kNumberHeading, kMessageHeading, kCurrentStatusHeading,
-                        QStringLiteral("Sent Status")};
+    rows << QStringList{kNumberHeading, kMessageHeading,  kCurrentStatusHeading, kSentStatusHeading,
+                        kDeviceHeading, kAttemptsHeading, kReferenceHeading,     kDeliveryHeading};
     for (const ReportItem& item : items)
-        rows << QStringList{item.number, item.message, item.currentStatus, item.status};
+        rows << reportValues(item);
     return rows;
 }
 
 // ---- sent items ----
 
 QByteArray sentItemsText(const QList<SentItem>& items) {
-    QByteArray out = utf16Piece(textHeading(kSentItemsTitle));
-    for (const SentItem& item : items) {
-        const QString block = QStringLiteral("Date\t: %1\nStatus\t: %2\nNumber\t: %3\nMessage\t: %4\n")
-                                  .arg(item.date, item.status, item.number, item.message);
-        out += utf16Piece(block + kExportRule + QLatin1Char('\n'));
-    }
-    return out;
+    QString out = textHeading(kSentItemsTitle);
+    for (const SentItem& item : items)
+        out += QStringLiteral("Date\t: %1\nStatus\t: %2\nNumber\t: %3\nMessage\t: %4\n")
+                   .arg(item.date, item.status, item.number, item.message) +
+               kExportRule + QLatin1Char('\n');
+    return utf8WithMark(out);
 }
 
 QByteArray sentItemsHtml(const QList<SentItem>& items) {
-    QByteArray out = utf16Piece(htmlPageStart(kSentItemsHtmlTitle, QStringLiteral("Sent Items:")));
-    for (const SentItem& item : items) {
-        QString inner = QStringLiteral("<table>") +
-                        htmlField(fieldCell(60, kDateHeading), htmlValue(item.date, false)) +
-                        htmlField(fieldCell(60, kStatusHeading), htmlValue(item.status, false));
-        inner += htmlField(fieldCell(60, kNumberHeading), htmlValue(item.number, false)) +
-                 htmlField(fieldCell(60, kMessageHeading), htmlValue(item.message, true)) +
-                 QStringLiteral("</table>");
-        out += utf16Piece(htmlRow(inner));
-    }
-    return out;
+    QString out = htmlPageStart(kSentItemsHtmlTitle, QStringLiteral("Sent Items:"));
+    for (const SentItem& item : items)
+        out +=
+            htmlRow(QStringLiteral("<table>") + htmlField(60, kDateHeading, item.date) +
+                    htmlField(60, kStatusHeading, item.status) + htmlField(60, kNumberHeading, item.number) +
+                    htmlField(60, kMessageHeading, item.message, true) + QStringLiteral("</table>"));
+    return utf8WithMark(out + kHtmlPageEnd);
 }
 
 SpreadsheetData sentItemsRows(const QList<SentItem>& items) {
@@ -184,19 +206,18 @@ SpreadsheetData sentItemsRows(const QList<SentItem>& items) {
 // ---- templates ----
 
 QByteArray templatesText(const QStringList& templates) {
-    QByteArray out = utf16Piece(textHeading(kTemplatesTitle));
+    QString out = textHeading(kTemplatesTitle);
     for (const QString& text : templates)
-        out += utf16Piece(text + QLatin1Char('\n') + kExportRule + QLatin1Char('\n'));
-    return out;
+        out += text + QLatin1Char('\n') + kExportRule + QLatin1Char('\n');
+    return utf8WithMark(out);
 }
 
 QByteArray templatesHtml(const QStringList& templates) {
-    QByteArray out =
-        utf16Piece(htmlPageStart(QStringLiteral("[ Bulk SMS - Templates ]"), QStringLiteral("Templates:")));
+    QString out = htmlPageStart(QStringLiteral("[ Bulk SMS - Templates ]"), QStringLiteral("Templates:"));
     for (const QString& text : templates)
-        out += utf16Piece(htmlRow(QStringLiteral("<table><tr><td width=1></td><td></td><td>") +
-                                  htmlValue(text, true) + QStringLiteral("</td></table>")));
-    return out;
+        out += htmlRow(QStringLiteral("<table><tr><td width=1></td><td></td><td>") + htmlValue(text, true) +
+                       QStringLiteral("</td></table>"));
+    return utf8WithMark(out + kHtmlPageEnd);
 }
 
 SpreadsheetData templatesRows(const QStringList& templates) {

@@ -3,9 +3,10 @@
 // exclusion numbers and the contact list, as text, HTML or workbook rows. Pure functions:
 // the bytes of a file from its items, so each layout is checked byte for byte.
 //
-// Text and HTML reports (sending report, sent items, templates) are UTF-16 in the machine's
-// byte order; the heading and each item are separate pieces, each with its own byte-order
-// mark. The exclusion numbers and the contact list are UTF-8 text.
+// Text and HTML reports (sending report, sent items, templates) are UTF-8 with one byte-order
+// mark at the start, so that editors and browsers on any system know them for UTF-8. The
+// exclusion numbers and the contact list are UTF-8 text without a mark: they are lists of
+// numbers that other programs read as plain lines.
 #include "sheets/SpreadsheetData.h"
 
 #include <QByteArray>
@@ -21,8 +22,8 @@ QString exportExtension(ExportFormat format);
 // The rule of 76 "=" that frames every text heading and ends every text item.
 inline const QString kExportRule = QString(76, QLatin1Char('='));
 
-// One piece of a UTF-16 report: byte-order mark and the text, in the machine's byte order.
-QByteArray utf16Piece(const QString& text);
+// A whole text or HTML report as a file holds it: the UTF-8 byte-order mark, then the text.
+QByteArray utf8WithMark(const QString& text);
 
 // A value in an HTML report: markup characters escaped (a message is data, never markup);
 // with asMessage, line feeds become "<br>" and spaces "&nbsp;".
@@ -34,9 +35,14 @@ bool isSentStatus(const QString& status);
 // True when a status belongs to the group of the filter (0 all, 1 sent, 2 unsent).
 bool statusPassesFilter(const QString& status, int filter);
 
-// --- The sending job's report: items with their number, message, current status, status.
+// --- The sending job's report: each item with its number, message, current status and status,
+// then what a device did with it.
 struct ReportItem {
     QString number, message, currentStatus, status;
+    QString device;        // the port or phone it went through; "" when it reached none
+    int attempts = 0;      // submissions begun
+    QList<int> references; // the network's reference of each accepted part; a phone gives none
+    QString delivery;      // the delivery reports' verdict; "" when none was asked for
 };
 QByteArray sendingReportText(const QList<ReportItem>& items);
 QByteArray sendingReportHtml(const QList<ReportItem>& items);

@@ -29,7 +29,8 @@ bool readImportLines(const QString& path, QList<ImportLine>& lines) {
         text = RtfConverter::toPlainText(bytes);
     else if (!TextFileDecoder::decode(bytes, text))
         return false;
-    // Our own text exports carry a byte-order mark before every piece: none is data.
+    // Our text exports of earlier versions, UTF-16, carry a byte-order mark before every piece:
+    // none is data.
     text.remove(QChar(QChar::ByteOrderMark));
     if (text.isEmpty())
         return false;

@@ -1,6 +1,7 @@
 // The stored lists from the command line against a virtual modem: applied exclusion lists
 // keep their numbers off the network, the run's report and the stores export as files.
 #include "SenderFixture.h"
+#include "TestEnvironment.h"
 
 #include "sheets/SpreadsheetWriter.h"
 
@@ -40,10 +41,6 @@ protected:
         QFile f(path);
         return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<unreadable>");
     }
-    static QString utf16(const QByteArray& bytes) {
-        return QString(reinterpret_cast<const QChar*>(bytes.constData()), bytes.size() / 2);
-    }
-
     QTemporaryDir home;
     QString data;
     QString errors;
@@ -69,11 +66,17 @@ TEST_F(StoredListsCommandLineTest, AnAppliedListKeepsItsNumbersOffTheNetworkAndT
     received.sort();
     EXPECT_EQ(received, (QStringList{"+447700900001", "+447700900003"}));
 
-    const QString html = utf16(read(report));
+    const QString html = reportText(read(report)); // one UTF-8 document, one mark
+    EXPECT_TRUE(html.startsWith("<!DOCTYPE html>"));
     EXPECT_TRUE(html.contains("<td>+447700900002</td>"));
     EXPECT_TRUE(html.contains("<td>Excluded.</td>"));
     EXPECT_TRUE(html.contains("Hi&nbsp;&lt;all&gt;&nbsp;&amp;&nbsp;&quot;you&quot;"));
-    EXPECT_EQ(html.count(QChar(QChar::ByteOrderMark)), 4); // heading and three items
+    EXPECT_EQ(html.count("<tr><td width=60>Number</td>"), 3);
+    // What the network took is what the report says of it: the excluded number reached no device.
+    EXPECT_TRUE(html.contains("<td>+447700900002</td><tr><td width=60>Message</td>"));
+    EXPECT_EQ(html.count("<tr><td width=100>Attempts</td><td>:&nbsp;&nbsp;</td><td>1</td>"), 2);
+    EXPECT_EQ(html.count("<tr><td width=100>Attempts</td><td>:&nbsp;&nbsp;</td><td>0</td>"), 1);
+    EXPECT_EQ(permissionsOf(report), 0600u);
 
     EXPECT_EQ(read(data + "/Templates.OSTREL"), "Hi <all> & \"you\"\n");
     EXPECT_EQ(QFile(data + "/SentItem.OSTREL").permissions() & (QFile::ReadOther | QFile::WriteOther), 0);
@@ -88,7 +91,7 @@ TEST_F(StoredListsCommandLineTest, StoresExportByExtensionAndFilter) {
     EXPECT_EQ(run({"sent-items", "--export", sent, "--filter", "unsent"}, exitCode),
               QStringList{"1 sent item written to " + sent});
     EXPECT_EQ(exitCode, 0);
-    const QString text = utf16(read(sent));
+    const QString text = reportText(read(sent));
     EXPECT_TRUE(text.contains("Number\t: 222"));
     EXPECT_FALSE(text.contains("Number\t: 111"));
 

@@ -147,10 +147,7 @@ TEST_F(AndroidSendingTest, EachRowSaysWhatThePhoneDidWithItsMessage) {
         progress.Export_Btn();
         const QByteArray bytes = readAll(report + ".txt");
         QStringList reported; // "number|status" of each entry, in the list's order
-        for (const QString& line :
-             QString(reinterpret_cast<const QChar*>(bytes.constData()), bytes.size() / 2)
-                 .remove(QChar(QChar::ByteOrderMark))
-                 .split('\n'))
+        for (const QString& line : reportText(bytes).split('\n'))
             if (line.startsWith("Number\t\t: "))
                 reported << line.mid(10);
             else if (line.startsWith("Sent Status\t: "))

@@ -318,6 +318,34 @@ TEST_F(SendingRunTest, DeliveryReportsFillInDuringTheRunHandedOverOrKeptByTheMod
         for (const auto& r : m->received())
             EXPECT_TRUE(r.reportRequested) << r.mode.toStdString(); // the network was asked, in both modes
     }
+
+    // The report tells each message's port, attempts, the reference the network gave it (each
+    // modem numbers its messages 1, 2, ... in the order it took them) and its delivery.
+    const QString report = home.root() + "/delivery";
+    op.onModal<Status_Export_Option>([](Status_Export_Option& d) { d.OKPressed(); })
+        .onModal<Export_Option>([](Export_Option& d) { d.OKPressed(); })
+        .chooseFile(report)
+        .onModal<Open_Export_Log>([](Open_Export_Log& d) { d.CancelPressed(); });
+    window.sendingJob().Export_Btn();
+    ASSERT_TRUE(spinUntil([&] { return QFile::exists(report + ".txt") && op.dialogs().size() >= 4; }));
+    const QString text = reportText(readAll(report + ".txt"));
+    int told = 0;
+    for (const auto& m : modems) {
+        const QList<sim::ReceivedMessage> taken = m->received();
+        for (int i = 0; i < taken.size(); ++i) {
+            const QString number = taken.at(i).number;
+            const QString expected =
+                QStringLiteral("Number\t\t: %1\nMessage\t\t: Did it arrive?\nCurrent Status\t: Done (%2)\n"
+                               "Sent Status\t: Message sent successfully.\nDevice\t\t: %2\nAttempts\t: 1\n"
+                               "Message Reference\t: %3\nDelivery State\t: %4\n")
+                    .arg(number, m->devicePath())
+                    .arg(i + 1)
+                    .arg(delivery.value(number));
+            EXPECT_TRUE(text.contains(expected)) << expected.toStdString() << "\nin\n" << text.toStdString();
+            ++told;
+        }
+    }
+    EXPECT_EQ(told, to.size());
 }
 
 TEST_F(SendingRunTest, AModemThatWillNotHandOverReportsSendsWithoutAskingAndSaysSo) {
@@ -412,11 +440,11 @@ TEST_F(SendingRunTest, StopLeavesUntakenItemsStoppedAndTheExportPutsThemWithTheU
         .onModal<Open_Export_Log>([](Open_Export_Log& d) { d.CancelPressed(); });
     job.Export_Btn(); // runs on the main thread's next turn
     ASSERT_TRUE(spinUntil([&] { return QFile::exists(report + ".txt") && op.dialogs().size() >= 4; }));
-    const QByteArray bytes = readAll(report + ".txt");
-    const QString text(reinterpret_cast<const QChar*>(bytes.constData()), bytes.size() / 2);
+    const QString text = reportText(readAll(report + ".txt"));
     EXPECT_EQ(text.count("Sent Status\t: Stopped.\n"), stopped);
     EXPECT_FALSE(text.contains("Message sent successfully."));
-    EXPECT_EQ(text.count(QChar(QChar::ByteOrderMark)), stopped + 1);
+    EXPECT_EQ(text.count("Number\t\t: "), stopped);
+    EXPECT_EQ(permissionsOf(report + ".txt"), 0600u);
 }
 
 TEST_F(SendingRunTest, CloseDuringSendingStopsAndClosesTheWindow) {

@@ -4,9 +4,11 @@
 #include "PostgresCluster.h"
 #include "StoredCampaigns.h"
 #include "TestEnvironment.h"
+#include "campaigns/CampaignItems.h"
 #include "campaigns/CampaignQueries.h"
 #include "campaigns/CampaignResume.h"
 #include "core/FileUtils.h"
+#include "sending/ItemReport.h"
 
 #include <QFile>
 
@@ -155,6 +157,36 @@ TEST_P(StoredRunTest, ReportsMatchByDeviceAndReferenceAndAMessageIsDeliveredWhen
     EXPECT_EQ(items->endReportWait("A"), QList<int>{silent});
     EXPECT_EQ(items->at(silent).delivery, kNoReport);
     EXPECT_EQ(items->at(failed).delivery, kDeliveryPending);
+}
+
+// The campaigns window's report, read from the store, tells what the run's own report does:
+// the device, every attempt, the network's references and the delivery.
+TEST_P(StoredRunTest, ACampaignsReportTellsDeviceAttemptsReferencesAndDelivery) {
+    std::unique_ptr<StoredRun> items = begun({"1", "2", "3"});
+    auto first = items->claimNext("A", false, {}, {}, true);
+    SendOutcome refused = SendOutcome::of(Outcome::Refused, "+CMS ERROR: 38");
+    refused.device = "A";
+    items->retryLater(first->index, refused, Clock::now() - std::chrono::seconds(1));
+    auto retried = items->claimNext("B", false, {}, {}, false);
+    ASSERT_TRUE(retried);
+    items->handing(retried->index, "B");
+    ASSERT_TRUE(items->finish(retried->index, sent("B", {5, 6}), "Done (B)", true));
+    items->report("B", {5, 0});
+    items->report("B", {6, 0});
+    auto unasked = items->claimNext("A", false, {}, {}, true);
+    items->handing(unasked->index, "A");
+    ASSERT_TRUE(items->finish(unasked->index, sent("A", {9}), "Done (A)", false));
+
+    const std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(home.folder, nullptr);
+    ASSERT_TRUE(store);
+    const std::optional<QList<ReportItem>> report = campaignItems(*store, items->campaignId());
+    ASSERT_TRUE(report);
+    const SpreadsheetData rows = sendingReportRows(*report);
+    EXPECT_EQ(rows, sendingReportRows(itemReport(items->all())));
+    ASSERT_EQ(rows.size(), 4);
+    EXPECT_EQ(rows[1], (QStringList{"1", "m1", "Done (B)", kStatusSent, "B", "2", "5, 6", "Delivered"}));
+    EXPECT_EQ(rows[2], (QStringList{"2", "m2", "Done (A)", kStatusSent, "A", "1", "9", ""}));
+    EXPECT_EQ(rows[3].mid(3), (QStringList{"", "", "0", "", ""})); // still waiting: no device yet
 }
 
 TEST_P(StoredRunTest, NoReportIsAwaitedForAMessageThatDidNotGoOrWhenNoneWasAsked) {

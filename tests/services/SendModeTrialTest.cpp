@@ -71,26 +71,16 @@ TEST(SendModeCases, TestNumbersAreTrimmedButNotNormalised) {
         EXPECT_EQ(SendModeTrial::testNumberProblem(row.typed).isEmpty(), row.accepted) << row.typed;
 }
 
-// Every piece of the report carries its own byte-order mark.
-QByteArray utf16(const QString& text) {
-    QByteArray bytes("\xFF\xFE", 2);
-    for (QChar c : text) {
-        bytes.append(char(c.unicode() & 0xFF));
-        bytes.append(char(c.unicode() >> 8));
-    }
-    return bytes;
-}
-
-TEST(SendModeCases, TheReportIsUtf16PiecesEachWithItsMark) {
+TEST(SendModeCases, TheReportIsOneUtf8TextWithOneMark) {
     RecordList cases = SendModeTrial::Fill_Test_case_List(";Text Mode;", false, "Zé", "");
     cases[0].insert("Status", "Message sent successfully.");
     const QString rule(76, '=');
-    const QByteArray expected = utf16(rule + "\n\n\t\t\t[ Test Case Summary]\t\t\t\n\n" + rule + "\n") +
-                                utf16("COM Port : x\r\n") + utf16("\n\n") +
-                                utf16("Case 1:\nText Mode with Default SMSC is working for Device Model: Zé\n"
-                                      "Message sent successfully.") +
-                                utf16("\n\n");
-    EXPECT_EQ(SendModeTrial::reportBytes("COM Port : x\r\n", cases), expected);
+    const QString text = rule + "\n\n\t\t\t[ Test Case Summary]\t\t\t\n\n" + rule + "\nCOM Port : x\r\n\n\n" +
+                         "Case 1:\nText Mode with Default SMSC is working for Device Model: Zé\n"
+                         "Message sent successfully.\n\n";
+    const QByteArray bytes = SendModeTrial::reportBytes("COM Port : x\r\n", cases);
+    EXPECT_EQ(bytes, "\xEF\xBB\xBF" + text.toUtf8());
+    EXPECT_EQ(reportText(bytes), text);
 }
 
 class TrialOnAModem : public ::testing::Test {

@@ -11,6 +11,8 @@
 #include <gtest/gtest.h>
 #include <unzip.h>
 
+#include <sys/stat.h>
+
 namespace {
 
 QStringList filesUnder(const QString& root) {
@@ -64,6 +66,26 @@ TEST(SSZipArchivePacking, RoundTripKeepsBytesAndPackingTwiceGivesTheSameArchive)
     ASSERT_TRUE(SSZipArchive::unzipFileAtPath(first, dir.path() + "/out"));
     EXPECT_EQ(readFileBytes(dir.path() + "/out/tree/bin.dat"), binary);
     EXPECT_EQ(readFileBytes(dir.path() + "/out/tree/z/y.txt"), "text\n");
+}
+
+// Archives and what comes out of them hold the operator's data: private to the user whatever
+// the umask, a replaced archive included.
+TEST(SSZipArchivePacking, ArchivesAndUnpackedFilesArePrivateToTheUser) {
+    QTemporaryDir dir;
+    writeFileBytes(dir.path() + "/tree/a.txt", "A");
+    const QString zip = dir.path() + "/out.zip";
+    writeFileBytes(zip, "old");
+    ASSERT_EQ(::chmod(QFile::encodeName(zip).constData(), 0666), 0);
+    const mode_t before = ::umask(0);
+    const bool packed = SSZipArchive::createZipFileAtPath(zip, {dir.path() + "/tree"});
+    const bool unpacked = packed && SSZipArchive::unzipFileAtPath(zip, dir.path() + "/out");
+    ::umask(before);
+    ASSERT_TRUE(packed && unpacked);
+    for (const QString& file : {zip, dir.path() + "/out/tree/a.txt"}) {
+        struct stat st {};
+        ASSERT_EQ(::stat(QFile::encodeName(file).constData(), &st), 0) << file.toStdString();
+        EXPECT_EQ(st.st_mode & 07777, 0600u) << file.toStdString();
+    }
 }
 
 TEST(SSZipArchivePacking, UnwritableArchiveOrMissingInputs) {

@@ -126,8 +126,7 @@ TEST_F(SentItemsTest, ExportFiltersAndAddsTheExtension) {
         });
     window.Export_Btn();
     ASSERT_TRUE(QFileInfo::exists(path("sent.txt")));
-    const QByteArray bytes = readAll(path("sent.txt"));
-    const QString text(reinterpret_cast<const QChar*>(bytes.constData()), bytes.size() / 2);
+    const QString text = reportText(readAll(path("sent.txt")));
     EXPECT_TRUE(text.contains("Number\t: 111"));
     EXPECT_FALSE(text.contains("Number\t: 222"));
     EXPECT_EQ(op.events().last().kind, ScriptedOperator::Kind::OpenWith);

@@ -131,6 +131,7 @@ TEST_F(StoreWindowsTest, ContactListExportsByExtension) {
         EXPECT_EQ(readAll(c.written), (kRule + "\n\n\t\t\t[ Bulk SMS - Contact List ]\t\t\t\n\n" + kRule +
                                        "\n111\nFirst\nline\n222\nSecond\n")
                                           .toUtf8());
+        EXPECT_EQ(permissionsOf(c.written), 0600u);
     }
     op.chooseFile(path("list.xlsx")).onModal<Open_Export_Log>([](Open_Export_Log& d) { d.OKPressed(); });
     ASSERT_TRUE(exportContactList(*gsm));

@@ -1,5 +1,6 @@
 #include "StoreWindowsFixture.h"
 #include "core/FileUtils.h"
+#include "stores/ExportFormats.h"
 #include "stores/TemplateFile.h"
 #include "stores/windows/ExportDialogs.h"
 #include "stores/windows/Templates.h"
@@ -136,6 +137,43 @@ TEST_F(TemplatesTest, ATextExportImportsBackToNothingNew) {
     window.Import_Btn();
     EXPECT_EQ(window.templates(), (QStringList{"One two", "Three"}));
     EXPECT_EQ(op.alerts(), QStringList{"\n" + kTemplateImportFailed});
+}
+
+// Exports of earlier versions were UTF-16 with a byte-order mark before every piece (the
+// heading, then each template), in either byte order; they import as today's UTF-8 export does.
+TEST_F(TemplatesTest, OldUtf16ExportsImportAsTheUtf8OneDoes) {
+    const QString rule(76, '=');
+    const QString accented = QString::fromUtf8("Z\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80"); // é, €, a pair
+    const QStringList pieces = {rule + "\n\n\t\t\t[ Bulk SMS - Templates]\t\t\t\n\n" + rule + "\n",
+                                "One two\n" + rule + "\n", accented + "\n" + rule + "\n"};
+    const auto utf16 = [&](bool bigEndian) {
+        QByteArray bytes;
+        for (const QString& piece : pieces) {
+            bytes += bigEndian ? QByteArray("\xFE\xFF", 2) : QByteArray("\xFF\xFE", 2);
+            for (const QChar c : piece) {
+                const char high = char(c.unicode() >> 8), low = char(c.unicode() & 0xFF);
+                bytes += bigEndian ? QByteArray{&high, 1} + low : QByteArray{&low, 1} + high;
+            }
+        }
+        return bytes;
+    };
+    const QByteArray little = utf16(false);
+    ASSERT_EQ(little.left(8), QByteArray("\xFF\xFE=\0=\0=\0", 8)); // the old file's first bytes
+    const struct {
+        const char* name;
+        QByteArray bytes;
+    } files[] = {{"old-le.txt", little},
+                 {"old-be.txt", utf16(true)},
+                 {"new.txt", templatesText({"One two", accented})}};
+    for (const auto& f : files) {
+        writeFile(f.name, f.bytes);
+        Templates fresh(op, home.folder);
+        fresh.loadFrom("");
+        op.chooseFile(path(f.name));
+        fresh.Import_Btn();
+        EXPECT_EQ(fresh.templates(), (QStringList{"One two", accented})) << f.name;
+    }
+    EXPECT_TRUE(op.alerts().isEmpty()) << op.alerts().join('|').toStdString();
 }
 
 TEST_F(TemplatesTest, DeleteAllEmptiesTheFileAtOnceButForWhatARunSavedMeanwhile) {

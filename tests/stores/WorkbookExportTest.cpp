@@ -10,14 +10,30 @@
 #include <QProcess>
 #include <QStandardPaths>
 
+#include <functional>
+
+#include <sys/stat.h>
+
 namespace {
 
 const QList<ReportItem> kItems = {
-    {"+447700900001", "Hello <b>&</b>\nsecond line", "Done (ttyUSB0)", "Message sent successfully."},
+    {"+447700900001",
+     "Hello <b>&</b>\nsecond line",
+     "Done (ttyUSB0)",
+     "Message sent successfully.",
+     "/dev/ttyUSB0",
+     1,
+     {4, 5},
+     "Delivered"},
     {"00441234",
      QString::fromUtf8("\xE2\x82\xAC \xD0\x9F\xD1\x80\xD0\xB8\xD0\xB2\xD0\xB5\xD1\x82 \xF0\x9F\x98\x80"),
-     "Stopped", "Stopped."},
-    {"5550100", "=1+1", "Done (ttyUSB1)", "+CMS ERROR: 38"},
+     "Stopped",
+     "Stopped.",
+     "",
+     0,
+     {},
+     ""},
+    {"5550100", "=1+1", "Done (ttyUSB1)", "+CMS ERROR: 38", "/dev/ttyUSB1", 3, {}, ""},
 };
 
 SpreadsheetData readBack(const QString& workbook) {
@@ -77,6 +93,40 @@ TEST_F(StoreWindowsTest, WorkbookExportsReadBackCellForCell) {
     const QStringList texts = {"One", "Two\nlines", QString(1600, 'x')};
     ASSERT_TRUE(writeExportWorkbook(templates, templatesRows(texts)));
     EXPECT_EQ(readBack(templates), templatesRows(texts));
+}
+
+// Every export holds other people's numbers and messages: whatever the umask, and over a file
+// that was readable by all, what is written is the user's alone.
+TEST_F(StoreWindowsTest, EveryExportIsPrivateToTheUser) {
+    const QList<SentItem> sent = {{"111", "m", "01/02/2025", "Stopped."}};
+    const QList<std::pair<QString, std::function<bool(const QString&)>>> exports = {
+        {"report.txt", [](const QString& p) { return writeSendingReport(p, ExportFormat::Text, kItems); }},
+        {"report.html", [](const QString& p) { return writeSendingReport(p, ExportFormat::Html, kItems); }},
+        {"report.xlsx", [](const QString& p) { return writeSendingReport(p, ExportFormat::Xlsx, kItems); }},
+        {"sent.txt", [&](const QString& p) { return writeExportBytes(p, sentItemsText(sent)); }},
+        {"sent.html", [&](const QString& p) { return writeExportBytes(p, sentItemsHtml(sent)); }},
+        {"sent.xlsx", [&](const QString& p) { return writeExportWorkbook(p, sentItemsRows(sent)); }},
+        {"templates.html", [](const QString& p) { return writeExportBytes(p, templatesHtml({"a"})); }},
+        {"exclusion.txt", [](const QString& p) { return writeExportBytes(p, exclusionNumbersText({"1"})); }},
+        {"exclusion.xlsx",
+         [](const QString& p) { return writeExportWorkbook(p, exclusionNumbersRows({"1"})); }},
+        {"contacts.txt",
+         [](const QString& p) {
+             return writeExportBytes(p, contactListText({{"1", "m"}}));
+         }},
+        {"contacts.xlsx",
+         [](const QString& p) {
+             return writeExportWorkbook(p, contactListRows({{"1", "m"}}));
+         }},
+    };
+    const mode_t before = ::umask(0);
+    for (const auto& [name, write] : exports) {
+        writeFile(name, "readable by all");
+        ASSERT_EQ(::chmod(QFile::encodeName(path(name)).constData(), 0666), 0);
+        EXPECT_TRUE(write(path(name))) << name.toStdString();
+        EXPECT_EQ(permissionsOf(path(name)), 0600u) << name.toStdString();
+    }
+    ::umask(before);
 }
 
 TEST_F(StoreWindowsTest, WorkbookExportsOpenInLibreOfficeWithTheSameCells) {

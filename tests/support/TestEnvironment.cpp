@@ -5,7 +5,10 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QStringDecoder>
 #include <QThread>
+
+#include <gtest/gtest.h>
 
 #include <sys/stat.h>
 
@@ -64,4 +67,13 @@ QStringList columnOf(const RecordList& records, const QString& key) {
     for (const Record& record : records)
         out << record.value(key);
     return out;
+}
+
+QString reportText(const QByteArray& bytes) {
+    EXPECT_TRUE(bytes.startsWith("\xEF\xBB\xBF")) << "no UTF-8 byte-order mark at the start";
+    QStringDecoder utf8(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
+    QString text = utf8(bytes.startsWith("\xEF\xBB\xBF") ? bytes.mid(3) : bytes);
+    EXPECT_FALSE(utf8.hasError()) << "not UTF-8";
+    EXPECT_EQ(text.count(QChar(QChar::ByteOrderMark)), 0) << "a byte-order mark inside";
+    return text;
 }

@@ -30,6 +30,10 @@ public:
 unsigned permissionsOf(const QString& path);
 QByteArray readAll(const QString& path);
 
+// The text of a text or HTML report: checks (as a test failure) that it is UTF-8 with one
+// byte-order mark at its start and no other anywhere after it.
+QString reportText(const QByteArray& bytes);
+
 // Processes events until condition() holds or the time-out passes; returns condition().
 bool spinUntil(const std::function<bool()>& condition,
                std::chrono::milliseconds timeout = std::chrono::milliseconds(10000));

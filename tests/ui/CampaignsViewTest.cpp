@@ -126,8 +126,7 @@ TEST_F(CampaignsViewTest, ExportsTheCampaignsItemsAsTheSendingReport) {
         .chooseFile(report)
         .onModal<Open_Export_Log>([](Open_Export_Log& d) { d.CancelPressed(); });
     click(*view, "Export...");
-    const QByteArray bytes = readAll(report + ".txt");
-    const QString text(reinterpret_cast<const QChar*>(bytes.constData()), bytes.size() / 2);
+    const QString text = reportText(readAll(report + ".txt"));
     EXPECT_EQ(text.count("Number\t\t: "), 3);
     EXPECT_TRUE(text.contains("Number\t\t: 1\nMessage\t\t: m1\nCurrent Status\t: Done (A)\n"))
         << text.toStdString();

@@ -15,11 +15,3 @@ Record itemRecord(const SendingItem& item) {
                   {kItemDeliveryKey, item.delivery},
                   {kItemSentItemKey, "0"}};
 }
-
-QList<ReportItem> itemReport(const QList<SendingItem>& items) {
-    QList<ReportItem> report;
-    report.reserve(items.size());
-    for (const SendingItem& item : items)
-        report.append({item.number, item.message, item.currentStatus, item.status});
-    return report;
-}
