@@ -33,8 +33,8 @@ bool numberIn(const QString& text, int low, int high, int* value) {
 }
 
 bool isIdentityCommand(const QString& name) {
-    static const QStringList names = {"+GMI", "+CGMI", "+GMM",  "+CGMM", "+GMR", "+CGMR",
-                                      "+GSN", "+CGSN", "+GCAP", "+CIMI", "I"};
+    static const QStringList names = {"+GMI", "+CGMI", "+GMM",  "+CGMM", "+GMR",  "+CGMR",
+                                      "+GSN", "+CGSN", "+GCAP", "+CIMI", "+CCID", "I"};
     return names.contains(name);
 }
 
@@ -104,8 +104,34 @@ CommandResult ModemCommands::basic(const AtCommand& command, const ModemBehaviou
     return plainError(); // dialling, answering and everything else a data-less modem lacks
 }
 
+QString ModemCommands::iccidOf(const ModemIdentity& identity) {
+    if (!identity.iccid.isEmpty())
+        return identity.iccid;
+    QString digits;
+    for (QChar c : identity.imei)
+        if (c.isDigit())
+            digits.append(c);
+    QString number = QStringLiteral("894") + digits.right(15).rightJustified(15, u'0');
+    // Luhn: from the right, every second digit of the number without its check digit doubled.
+    int sum = 0;
+    for (qsizetype i = 0; i < number.size(); ++i) {
+        int d = number.at(number.size() - 1 - i).digitValue();
+        if (i % 2 == 0)
+            d = d * 2 > 9 ? d * 2 - 9 : d * 2;
+        sum += d;
+    }
+    return number + QString::number((10 - sum % 10) % 10);
+}
+
 CommandResult ModemCommands::identification(const AtCommand& command, const ModemBehaviour& behaviour) {
     const QString& name = command.name;
+    if (name == u"+CCID") {
+        if (behaviour.iccidUnreadable || command.kind == Kind::Set)
+            return plainError();
+        if (command.kind == Kind::Test)
+            return ok();
+        return ok({QStringLiteral("+CCID: %1").arg(iccidOf(m_identity))}); // "AT+CCID" or "AT+CCID?"
+    }
     if (command.kind == Kind::Test)
         return ok();
     if (command.kind != Kind::Action)

@@ -48,6 +48,10 @@ public:
     QString cmeError(int code) const;
     static QString cmsError(int code) { return QStringLiteral("+CMS ERROR: %1").arg(code); }
 
+    // The ICCID a modem of this identity answers: its own, else "894" and the IMEI's last 15
+    // digits with a Luhn check digit (19 digits).
+    static QString iccidOf(const ModemIdentity& identity);
+
 private:
     CommandResult identification(const AtCommand& command, const ModemBehaviour& behaviour);
     CommandResult status(const AtCommand& command);

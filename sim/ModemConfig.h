@@ -13,6 +13,9 @@ struct ModemIdentity {
     QString model = QStringLiteral("VM-100");
     QString revision = QStringLiteral("1.0.0");
     QString imei = QStringLiteral("490154203237518");
+    // The SIM's number ("+CCID"), answered as written; empty: one made from the IMEI
+    // (ModemCommands::iccidOf), so that modems of different IMEIs hold different SIMs.
+    QString iccid;
     QString operatorName = QStringLiteral("Net One");
     QString smsc = QStringLiteral("+447700900123");
     bool smscAsUcs2 = false; // "+CSCA:" reports the number as UCS2 hex, as some modems do
@@ -32,6 +35,7 @@ struct ModemBehaviour {
     QMap<QString, int> cmsErrorForNumber;      // destination number -> "+CMS ERROR: n"
     bool cmgsTestAnswersError = false;         // "AT+CMGS=?" -> "ERROR"
     bool undefinedIdentity = false;            // AT+GMI/GMM/GMR/GSN -> "Undefined"
+    bool iccidUnreadable = false;              // AT+CCID -> "ERROR", as a modem that cannot tell its SIM
     bool silent = false;                       // answers nothing at all
     int unplugAfterParts = -1;                 // close the line after this many accepted parts (-1 never)
     bool echoOnly = false;                     // echoes what it hears (when echo is on), answers nothing

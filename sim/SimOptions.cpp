@@ -12,6 +12,8 @@ struct Flags {
     QCommandLineOption model{"model", "Model name (+CGMM).", "name"};
     QCommandLineOption revision{"revision", "Firmware revision (+CGMR).", "text"};
     QCommandLineOption imei{"imei", "IMEI (+CGSN).", "digits"};
+    QCommandLineOption iccid{"iccid", "The SIM's ICCID (+CCID); default: one made from the IMEI.", "digits"};
+    QCommandLineOption noIccid{"no-iccid", "Answer ERROR to AT+CCID."};
     QCommandLineOption operatorName{"operator", "Network name (+COPS?); empty: not registered.", "name"};
     QCommandLineOption smsc{"smsc", "Service centre number (+CSCA?).", "number"};
     QCommandLineOption smscUcs2{"smsc-ucs2", "Report the service centre as UCS2 hex."};
@@ -58,6 +60,8 @@ struct Flags {
                 model,
                 revision,
                 imei,
+                iccid,
+                noIccid,
                 operatorName,
                 smsc,
                 smscUcs2,
@@ -137,6 +141,7 @@ SimOptions parse(const QStringList& arguments) {
     text(flags.model, id.model);
     text(flags.revision, id.revision);
     text(flags.imei, id.imei);
+    text(flags.iccid, id.iccid);
     text(flags.operatorName, id.operatorName);
     text(flags.smsc, id.smsc);
     text(flags.log, options.logPath);
@@ -144,6 +149,7 @@ SimOptions parse(const QStringList& arguments) {
     b.echo = !parser.isSet(flags.noEcho);
     b.cmgsTestAnswersError = parser.isSet(flags.cmgsTestError);
     b.undefinedIdentity = parser.isSet(flags.undefinedIdentity);
+    b.iccidUnreadable = parser.isSet(flags.noIccid);
     b.silent = parser.isSet(flags.silent);
     b.echoOnly = parser.isSet(flags.echoOnly);
     b.lateCmgsAnswers = parser.isSet(flags.lateAnswers);

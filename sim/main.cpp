@@ -12,6 +12,22 @@
 
 #include <pthread.h>
 
+namespace {
+
+// The number with i added to its last two digits (a padding "F" after them kept), as the
+// n-th of several modems has it; a number too short to vary stays as it is.
+QString withLastDigitsPlus(const QString& number, int i) {
+    const bool padded = number.endsWith(QLatin1Char('F'));
+    const QString digits = padded ? number.chopped(1) : number;
+    if (digits.size() < 2)
+        return number;
+    return digits.left(digits.size() - 2) +
+           QStringLiteral("%1").arg((digits.right(2).toInt() + i) % 100, 2, 10, QLatin1Char('0')) +
+           (padded ? QStringLiteral("F") : QString());
+}
+
+} // namespace
+
 int main(int argc, char** argv) {
     // Block the stop signals before any modem thread exists, so that every thread inherits
     // the mask and the main thread alone takes them with sigwait.
@@ -38,10 +54,10 @@ int main(int argc, char** argv) {
     std::vector<std::unique_ptr<sim::VirtualModem>> modems;
     for (int i = 0; i < options.count; ++i) {
         sim::ModemIdentity identity = options.identity;
-        if (options.count > 1 && identity.imei.size() >= 2) // modems of one run differ by IMEI
-            identity.imei =
-                identity.imei.left(identity.imei.size() - 2) +
-                QStringLiteral("%1").arg((identity.imei.right(2).toInt() + i) % 100, 2, 10, QLatin1Char('0'));
+        if (options.count > 1) { // modems of one run differ by IMEI, and so by SIM
+            identity.imei = withLastDigitsPlus(identity.imei, i);
+            identity.iccid = withLastDigitsPlus(identity.iccid, i);
+        }
         auto modem = std::make_unique<sim::VirtualModem>(identity, options.behaviour, options.logPath);
         if (!modem->start()) {
             std::fprintf(stderr, "bulksms-modem-sim: cannot open a pseudo-terminal\n");

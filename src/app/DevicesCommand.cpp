@@ -21,13 +21,17 @@ int listModems(Operator& op) {
     const ModemSearch::Result found = ModemSearch::findModems();
     for (const QString& alert : found.alerts())
         op.Show_MessageBox(alert);
-    for (const Record& r : found.modems)
+    for (const Record& r : found.modems) {
+        // The SIM's number beside the IMEI, when the modem told it.
+        const QString imei = r.value(kIccidKey).isEmpty()
+                                 ? r.value(kImeiKey)
+                                 : QStringLiteral("%1\tICCID: %2").arg(r.value(kImeiKey), r.value(kIccidKey));
         printOut(QStringLiteral("%1\tmaker: %2\tmodel: %3\tIMEI: %4\tsignal: %5\tbattery: %6\toperator: %7\t"
                                 "SMSC: %8\tmodes: %9")
-                     .arg(r.value(kPortDetailKey), r.value(kManufacturerKey), r.value(kModelKey),
-                          r.value(kImeiKey), r.value(kSignalKey), r.value(kBatteryKey),
-                          r.value(kNetworkOperatorKey), r.value(kDefaultSmscKey),
-                          r.value(kSupportedSmsModesKey)));
+                     .arg(r.value(kPortDetailKey), r.value(kManufacturerKey), r.value(kModelKey), imei,
+                          r.value(kSignalKey), r.value(kBatteryKey), r.value(kNetworkOperatorKey),
+                          r.value(kDefaultSmscKey), r.value(kSupportedSmsModesKey)));
+    }
     return found.modems.isEmpty() ? 1 : 0;
 }
 

@@ -371,7 +371,7 @@ std::optional<int> chooseDevices(SendRun& run, QList<DeviceOpener>& openers,
                                  std::shared_ptr<std::function<void()>> stopRun) {
     const SendOptions& o = run.options;
     if (!run.throughAndroid)
-        return chooseModems(run.op, o.values(o.device), run.campaign.settings, openers, nullptr,
+        return chooseModems(run.op, run.folder, o.values(o.device), run.campaign.settings, openers, nullptr,
                             &run.campaign.rows);
     return choosePhone(run.op, run.folder, PhonesAsked{o.values(o.serial), o.isSet(o.allPhones)},
                        o.value(o.mode), run.campaign.settings, openers, std::move(stopRun));

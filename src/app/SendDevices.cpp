@@ -7,6 +7,7 @@
 #include "device/DeviceRecord.h"
 #include "gsm/SmsMode.h"
 #include "gsm/TextModeLimits.h"
+#include "services/DeviceSettingsMemory.h"
 #include "services/ModemCheck.h"
 #include "services/ModemOpeners.h"
 #include "services/ModemSearch.h"
@@ -96,10 +97,10 @@ QString textModeRefusal(const QList<std::pair<QString, QString>>& rows, const Ru
 
 } // namespace
 
-std::optional<int> chooseModems(Operator& op, const QStringList& deviceArguments, RunSettings& settings,
-                                QList<DeviceOpener>& openers, QList<StoredDevice>* chosen,
-                                const QList<std::pair<QString, QString>>* rows) {
-    const ModemSearch::Result found = ModemSearch::findModems();
+std::optional<int> chooseModems(Operator& op, const DataFolder& folder, const QStringList& deviceArguments,
+                                RunSettings& settings, QList<DeviceOpener>& openers,
+                                QList<StoredDevice>* chosen, const QList<std::pair<QString, QString>>* rows) {
+    const ModemSearch::Result found = ModemSearch::findModems({}, {}, DeviceSettingsMemory(folder).read());
     for (const QString& alert : found.alerts())
         op.Show_MessageBox(alert);
     RecordList wanted;

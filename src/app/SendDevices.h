@@ -13,10 +13,13 @@
 
 class Operator;
 
-// `chosen` (may be null) gets each device chosen as the store shows it. With `rows` (number,
-// message), a message no chosen modem sends as one message ends the command (TextModeLimits.h).
-std::optional<int> chooseModems(Operator& op, const QStringList& deviceArguments, RunSettings& settings,
-                                QList<DeviceOpener>& openers, QList<StoredDevice>* chosen = nullptr,
+// The modems found come with the settings kept for their SIMs in the data folder (the device
+// windows keep them); --device's own settings go over those. `chosen` (may be null) gets each
+// device chosen as the store shows it. With `rows` (number, message), a message no chosen modem
+// sends as one message ends the command (TextModeLimits.h).
+std::optional<int> chooseModems(Operator& op, const DataFolder& folder, const QStringList& deviceArguments,
+                                RunSettings& settings, QList<DeviceOpener>& openers,
+                                QList<StoredDevice>* chosen = nullptr,
                                 const QList<std::pair<QString, QString>>* rows = nullptr);
 // The phones a command was told to send through: --serial (none: the one phone attached), or
 // --all-phones.

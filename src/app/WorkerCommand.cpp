@@ -114,7 +114,7 @@ int runWorker(const QStringList& arguments) {
             road == kAndroidRoad
                 ? choosePhone(op, folder, PhonesAsked{o.parser.values(o.serial), o.parser.isSet(o.allPhones)},
                               o.parser.value(o.mode), campaign.settings, openers, stopRun, &chosen)
-                : chooseModems(op, o.parser.values(o.device), campaign.settings, openers, &chosen);
+                : chooseModems(op, folder, o.parser.values(o.device), campaign.settings, openers, &chosen);
         if (refused)
             return *refused;
         const DelaySchedule pauses = campaign.settings.schedule;

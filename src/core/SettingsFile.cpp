@@ -31,6 +31,12 @@ QJsonObject SettingsFile::read() const {
 }
 
 bool SettingsFile::write(const QString& key, const QJsonValue& value, QString* error) const {
+    return update(
+        key, [&value](const QJsonValue&) { return value; }, error);
+}
+
+bool SettingsFile::update(const QString& key, const std::function<QJsonValue(const QJsonValue& now)>& change,
+                          QString* error) const {
     const DataFileLock lock(m_folder);
     if (!lock.held()) {
         if (error)
@@ -38,6 +44,7 @@ bool SettingsFile::write(const QString& key, const QJsonValue& value, QString* e
         return false;
     }
     QJsonObject all = read();
+    const QJsonValue value = change(all.value(key));
     if (value.isNull())
         all.remove(key);
     else

@@ -10,6 +10,8 @@
 #include <QJsonValue>
 #include <QString>
 
+#include <functional>
+
 class SettingsFile {
 public:
     explicit SettingsFile(const DataFolder& folder);
@@ -19,6 +21,11 @@ public:
     // Sets key to value (a null value removes it); false, with "<path>: <reason>", when the
     // file could not be written (it then stays as it was).
     bool write(const QString& key, const QJsonValue& value, QString* error = nullptr) const;
+    // Sets key to what change makes of its value as the file holds it now (undefined when the
+    // file has no such key; a null result removes it), read and written under one hold of the
+    // lock: a change to one entry of an object keeps the entries others wrote meanwhile.
+    bool update(const QString& key, const std::function<QJsonValue(const QJsonValue& now)>& change,
+                QString* error = nullptr) const;
 
     static QString path(const DataFolder& folder);
 

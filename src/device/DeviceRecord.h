@@ -10,6 +10,7 @@ inline const QString kPortNameKey = QStringLiteral("COM_PORT");     // "ttyUSB0"
 inline const QString kPortDetailKey = QStringLiteral("PORT_DETAL"); // the port's path: what names a device
 inline const QString kPortStatusKey = QStringLiteral("PORT_STATUS");
 inline const QString kImeiKey = QStringLiteral("IMEI");
+inline const QString kIccidKey = QStringLiteral("ICCID"); // the SIM's number, 19-20 digits; "" when unread
 inline const QString kManufacturerKey = QStringLiteral("Manufacture");
 inline const QString kModelKey = QStringLiteral("Model");
 inline const QString kFirmwareRevisionKey = QStringLiteral("Revision");

@@ -86,6 +86,20 @@ QString Get_IMEI_Number(MFCSMS& session, int fd) {
     return Trim_Str(imei);
 }
 
+QString Get_ICCID_Number(MFCSMS& session, int fd) {
+    for (const QString& command :
+         {QStringLiteral("AT+CCID\r"), QStringLiteral("AT+QCCID\r"), QStringLiteral("AT^ICCID?\r")}) {
+        session.setLastResponse(QString());
+        if (!session.Write_Command(fd, command))
+            return QString(); // the line is lost: no use asking on
+        if (!session.Read_Command(fd, QStringLiteral("OK")))
+            continue;
+        if (QString iccid = iccidDigits(session.lastResponse()); !iccid.isEmpty())
+            return iccid;
+    }
+    return QString();
+}
+
 bool Read_Ph_Values_NEW(MFCSMS& session, int fd) {
     session.setLastResponse(QString());
     if (!session.Write_Command(fd, QStringLiteral("AT\r\n")))

@@ -11,6 +11,10 @@ bool Check_Msg_Sending_Supported(MFCSMS& session, int fd);
 // The IMEI ("AT+CGSN", or "AT+GSN" when that is "Undefined"); "" when unreadable.
 QString Get_IMEI_Number(MFCSMS& session, int fd);
 
+// The SIM's ICCID ("AT+CCID", else "AT+QCCID", else "AT^ICCID?": modems name it
+// differently); "" when none answers with a plausible one.
+QString Get_ICCID_Number(MFCSMS& session, int fd);
+
 // Fills maker, model, IMEI, battery, signal, operator, revision and default SMSC as far as
 // the modem answers. False only when a command could not be written.
 bool Read_Ph_Values_NEW(MFCSMS& session, int fd);

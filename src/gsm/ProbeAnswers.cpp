@@ -50,6 +50,42 @@ QString imeiDigits(const QString& cleaned) {
     return Trim_Str(s);
 }
 
+namespace {
+
+bool isIccid(const QString& digits) {
+    static const QRegularExpression pattern(QStringLiteral("^89[0-9]{17,18}$"));
+    return pattern.match(digits).hasMatch();
+}
+
+// The number a word of the answer holds, or "".
+QString iccidOf(const QString& word) {
+    QString text = word.toUpper();
+    static const QRegularExpression swapped(QStringLiteral("^98[0-9F]{18}$"));
+    if (swapped.match(text).hasMatch()) {
+        for (qsizetype i = 0; i + 1 < text.size(); i += 2)
+            std::swap(text[i], text[i + 1]);
+    }
+    if (text.endsWith(QLatin1Char('F')))
+        text.chop(1);
+    return isIccid(text) ? text : QString();
+}
+
+} // namespace
+
+QString iccidDigits(const QString& answer) {
+    static const QRegularExpression separators(QStringLiteral("[^0-9A-Za-z]+"));
+    QString found;
+    for (const QString& word : answer.split(separators, Qt::SkipEmptyParts)) {
+        const QString iccid = iccidOf(word);
+        if (iccid.isEmpty())
+            continue;
+        if (!found.isEmpty() && found != iccid)
+            return QString(); // two SIMs in one answer: trust neither
+        found = iccid;
+    }
+    return found;
+}
+
 QString batteryText(const QString& cleaned) {
     if (cleaned.isEmpty())
         return QString();

@@ -17,6 +17,12 @@ QString clean(const QString& answer, const QStringList& commandWords, bool keepQ
 QString modelName(const QString& cleaned);
 // A leading "IMEI" dropped, trimmed.
 QString imeiDigits(const QString& cleaned);
+// The SIM's ICCID in an answer to "AT+CCID", "AT+QCCID" or "AT^ICCID?" (echo and framing
+// included): "+CCID: 8944...", "+QCCID: ...", "^ICCID: ..." or the bare number. 19 or 20
+// digits beginning "89"; a padding "F" is dropped, and the nibble-swapped form some modems
+// give of the SIM's file ("98..."), read back. "" when the answer holds no such number, or
+// more than one.
+QString iccidDigits(const QString& answer);
 // "0,55" -> "55%", "1,80" -> "80% ( Charging )", "2,..." no battery, "3,..." power fault.
 QString batteryText(const QString& cleaned);
 inline const QString kNoBattery = QStringLiteral("Device does not have a battery connected.");

@@ -17,12 +17,13 @@
 namespace ModemSearch {
 namespace {
 
-Record recordFromSession(const MFCSMS& s) {
+Record recordFromSession(const MFCSMS& s, const QString& iccid) {
     return Record{{kDeviceTickedKey, "0"},
                   {kPortNameKey, s.Com_Port},
                   {kPortDetailKey, s.Port_Det},
                   {kPortStatusKey, s.Port_stat},
                   {kImeiKey, s.Port_IMEI},
+                  {kIccidKey, iccid},
                   {kManufacturerKey, s.Manuf},
                   {kModelKey, s.Model},
                   {kBatteryKey, s.battery},
@@ -124,7 +125,8 @@ void readModes(MFCSMS& s, int fd) {
 }
 
 // Probes one port on the calling thread; true when it described a modem.
-bool probe(int index, const QString& path, Rows& rows, const Listener& listener) {
+bool probe(int index, const QString& path, Rows& rows, const Listener& listener,
+           const DeviceSettingsMemory::Kept& kept) {
     MFCSMS s; // each probe talks to its own modem through its own session
     const int lineFd = s.OpenSerialPort(path);
     if (lineFd == -1)
@@ -153,7 +155,13 @@ bool probe(int index, const QString& path, Rows& rows, const Listener& listener)
     s.Port_Det = path;
     Read_Ph_Values_NEW(s, fd);
     readModes(s, fd);
-    rows.describe(index, recordFromSession(s));
+    const QString iccid = Get_ICCID_Number(s, fd);
+    Show_NSLog_Message(QStringLiteral("ICCID: %1").arg(iccid));
+    Record record = recordFromSession(s, iccid);
+    if (DeviceSettingsMemory::layOver(record, kept))
+        Show_NSLog_Message(
+            QStringLiteral("Settings kept for %1 applied").arg(DeviceSettingsMemory::keyOf(record)));
+    rows.describe(index, record);
     return true;
 }
 
@@ -168,7 +176,8 @@ QStringList Result::alerts() const {
     return out;
 }
 
-Result search(const QStringList& paths, std::stop_token stop, const Listener& listener) {
+Result search(const QStringList& paths, std::stop_token stop, const Listener& listener,
+              const DeviceSettingsMemory::Kept& kept) {
     const int count = int(paths.size());
     for (int i = 0; i < count; ++i)
         Show_NSLog_Message(QStringLiteral("modem %1: %2\n").arg(i + 1).arg(paths.at(i)));
@@ -188,7 +197,7 @@ Result search(const QStringList& paths, std::stop_token stop, const Listener& li
                 result.denied << path;
                 continue;
             }
-            Guard::run("ModemSearch::probe", [&] { probe(i, path, rows, listener); });
+            Guard::run("ModemSearch::probe", [&] { probe(i, path, rows, listener, kept); });
         }
     };
     std::vector<std::unique_ptr<WorkerThread>> probes;
@@ -217,20 +226,23 @@ QString detailsOf(const Record& r) {
         modes = QStringLiteral("Text Mode");
     else if (supported.contains(QStringLiteral("PDU")))
         modes = QStringLiteral("PDU Mode");
-    return QStringLiteral(
-               "COM Port : %1\r\nManufacturer : %2\r\nModel : %3\r\nRevision : %4\r\nSupported SMS "
-               "Mode : %5\r\nBattery : %6\r\nDefault SMSC No. : %7\r\nOperator Code : %8\r\n"
-               "Signal Quality : %9\r\n")
-        .arg(r.value(kPortNameKey), r.value(kManufacturerKey), r.value(kModelKey),
-             r.value(kFirmwareRevisionKey), modes, r.value(kBatteryKey), r.value(kDefaultSmscKey),
-             r.value(kNetworkOperatorKey), r.value(kSignalKey));
+    QString text =
+        QStringLiteral("COM Port : %1\r\nManufacturer : %2\r\nModel : %3\r\nRevision : %4\r\nSupported SMS "
+                       "Mode : %5\r\nBattery : %6\r\nDefault SMSC No. : %7\r\nOperator Code : %8\r\n"
+                       "Signal Quality : %9\r\n")
+            .arg(r.value(kPortNameKey), r.value(kManufacturerKey), r.value(kModelKey),
+                 r.value(kFirmwareRevisionKey), modes, r.value(kBatteryKey), r.value(kDefaultSmscKey),
+                 r.value(kNetworkOperatorKey), r.value(kSignalKey));
+    if (const QString iccid = r.value(kIccidKey); !iccid.isEmpty())
+        text += QStringLiteral("ICCID : %1\r\n").arg(iccid);
+    return text;
 }
 
-Result findModems(std::stop_token stop, const Listener& listener) {
+Result findModems(std::stop_token stop, const Listener& listener, const DeviceSettingsMemory::Kept& kept) {
     ModemIterator iterator;
     if (FindModems(iterator) != 0)
         return {}; // the registry could not be read: logged, nothing to tell
-    return search(iterator.paths, stop, listener);
+    return search(iterator.paths, stop, listener, kept);
 }
 
 } // namespace ModemSearch

@@ -1,8 +1,9 @@
 #pragma once
 // Finding the modems attached: every modem port is opened, asked whether it can send messages
-// and for its IMEI, and described in one record per modem (the keys of device/DeviceRecord.h).
-// The device window and the command line both search through here; what the operator is
-// told of the outcome is theirs to show.
+// and for its IMEI and its SIM's ICCID, and described in one record per modem (the keys of
+// device/DeviceRecord.h). The device window and the command line both search through here; what the operator
+// is told of the outcome is theirs to show.
+#include "DeviceSettingsMemory.h"
 #include "core/Record.h"
 
 #include <QStringList>
@@ -35,18 +36,21 @@ inline constexpr int kParallelProbes = 4;
 
 // Probes the paths; two ports of one modem (one IMEI) give one row, the first in discovery
 // order keeping it. A stop lets the probes under way end and starts no more (the first path is
-// probed whatever the stop).
-Result search(const QStringList& paths, std::stop_token stop = {}, const Listener& listener = {});
+// probed whatever the stop). The settings kept for a modem's SIM are laid over what it was
+// probed for (DeviceSettingsMemory::layOver) before its record is told.
+Result search(const QStringList& paths, std::stop_token stop = {}, const Listener& listener = {},
+              const DeviceSettingsMemory::Kept& kept = {});
 
 // How a person reads a modem: its model and port ("E173 on ttyUSB0"), the port alone until
 // the model is known.
 QString nameOf(const Record& modem);
 
 // The details text of a modem ("COM Port : ...\r\n..."), as the device window and the test
-// report show it.
+// report show it; a last line "ICCID : ..." when the SIM's number was read.
 QString detailsOf(const Record& modem);
 
 // search() over the modem ports attached, then those of BULKSMS_EXTRA_MODEMS.
-Result findModems(std::stop_token stop = {}, const Listener& listener = {});
+Result findModems(std::stop_token stop = {}, const Listener& listener = {},
+                  const DeviceSettingsMemory::Kept& kept = {});
 
 } // namespace ModemSearch

@@ -4,6 +4,7 @@
 
 #include "core/FileUtils.h"
 #include "sheets/SpreadsheetWriter.h"
+#include "sim/ModemCommands.h"
 
 #include <QDir>
 #include <QFile>
@@ -75,6 +76,39 @@ TEST_F(CommandLineSendTest, LinkedPartsThroughTextModeOnlyAreRefusedBeforeSendin
         << errors.toStdString();
     for (const auto& m : modems)
         EXPECT_TRUE(m->received().isEmpty());
+}
+
+// The settings the device windows kept for a modem's SIM are the ones the command line sends
+// with; a --device setting goes over them.
+TEST_F(CommandLineSendTest, SendsWithTheSettingsKeptForTheModemsSim) {
+    sim::ModemIdentity first;
+    first.imei = "358000000000010";
+    const QString data = home.path() + "/Ostrel Bulk SMS/BULK_SMS_DATA";
+    ASSERT_TRUE(QDir().mkpath(data));
+    const QJsonObject kept{{"mode", "Text Mode"}, {"useCustomSmsc", true}, {"customSmsc", "+447700900999"}};
+    QString why;
+    ASSERT_TRUE(writeFileAtomically(
+        data + "/Settings.json",
+        QJsonDocument(
+            QJsonObject{{"devices", QJsonObject{{"iccid:" + sim::ModemCommands::iccidOf(first), kept}}}})
+            .toJson(),
+        &why))
+        << why.toStdString();
+
+    const QString port = modems.at(0)->devicePath();
+    int exitCode = -1;
+    run({"send", "--device", port, "--to", "+447700900001", "--message", "Kept"}, exitCode);
+    EXPECT_EQ(exitCode, 0) << errors.toStdString();
+    run({"send", "--device", port + ",mode=pdu", "--to", "+447700900002", "--message", "Told"}, exitCode);
+    EXPECT_EQ(exitCode, 0) << errors.toStdString();
+    const QList<sim::ReceivedMessage> received = modems.at(0)->received();
+    ASSERT_EQ(received.size(), 2);
+    EXPECT_EQ(received.at(0).text, "Kept");
+    EXPECT_EQ(received.at(0).mode, "TEXT");
+    EXPECT_EQ(received.at(0).smsc, "+447700900999");
+    EXPECT_EQ(received.at(1).text, "Told");
+    EXPECT_EQ(received.at(1).mode, "PDU");
+    EXPECT_EQ(received.at(1).smsc, "+447700900999") << "the kept centre, with the mode asked for";
 }
 
 TEST_F(CommandLineSendTest, BadUsageExitsTwoAndHelpZero) {

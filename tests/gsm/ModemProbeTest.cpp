@@ -5,6 +5,7 @@
 #include "gsm/AMSerialPort.h"
 #include "gsm/MFCSMS.h"
 #include "gsm/ModemProbe.h"
+#include "sim/ModemCommands.h"
 #include "sim/VirtualModem.h"
 
 #include <gtest/gtest.h>
@@ -85,6 +86,60 @@ TEST(ModemProbe, SessionStartClearsAPromptLeftByAnInterruptedRun) {
         EXPECT_EQ(session.PDU_or_Text_SMS(fd), 3) << echo;
         EXPECT_EQ(session.Get_Selected_CMGF_Mode(fd), SmsFormat::Pdu) << echo;
         EXPECT_TRUE(modem.received().isEmpty()) << echo;
+    }
+}
+
+// Each maker names the command differently: the first plausible answer wins, and a modem that
+// answers none gives no number (its IMEI then names it).
+TEST(ModemProbe, IccidFromWhicheverCommandTheModemTakes) {
+    const QByteArray quectel = "\r\n+QCCID: 89860318760220195372\r\n\r\nOK\r\n";
+    const QByteArray huawei = "\r\n^ICCID: 98441000000000001032\r\n\r\nOK\r\n";
+    const struct {
+        const char* name;
+        QString iccid;                      // the modem's own ("" made from its IMEI)
+        bool ccidRefused;                   // "AT+CCID" answers ERROR
+        QMap<QString, QByteArray> scripted; // other answers
+        const char* expected;               // "" none; "derived": the one made from the IMEI
+        QStringList asked;                  // the ICCID commands sent, in order
+    } cases[] = {
+        {"3GPP modem", {}, false, {}, "derived", {"AT+CCID"}},
+        {"padded SIM file", "8944100000000000012F", false, {}, "8944100000000000012", {"AT+CCID"}},
+        {"Quectel", {}, true, {{"AT+QCCID", quectel}}, "89860318760220195372", {"AT+CCID", "AT+QCCID"}},
+        {"Huawei",
+         {},
+         true,
+         {{"AT^ICCID?", huawei}},
+         "89440100000000000123",
+         {"AT+CCID", "AT+QCCID", "AT^ICCID?"}},
+        {"garbage, then Quectel",
+         {},
+         false,
+         {{"AT+CCID", "\r\n+CCID: 1234\r\n\r\nOK\r\n"}, {"AT+QCCID", quectel}},
+         "89860318760220195372",
+         {"AT+CCID", "AT+QCCID"}},
+        {"no SIM number at all", {}, true, {}, "", {"AT+CCID", "AT+QCCID", "AT^ICCID?"}},
+    };
+    for (const auto& c : cases) {
+        sim::ModemIdentity identity;
+        identity.iccid = c.iccid;
+        sim::ModemBehaviour behaviour;
+        behaviour.iccidUnreadable = c.ccidRefused;
+        behaviour.scriptedAnswers = c.scripted;
+        sim::VirtualModem modem(identity, behaviour);
+        ASSERT_TRUE(modem.start()) << c.name;
+        MFCSMS session;
+        int fd = -1;
+        session.initPort_with_decp(modem.devicePath(), fd);
+        ASSERT_GE(fd, 0) << c.name;
+        session.port()->setReadTimeout(kCeilingSeconds);
+        const QString expected =
+            QLatin1String(c.expected) == "derived" ? sim::ModemCommands::iccidOf(identity) : c.expected;
+        EXPECT_EQ(Get_ICCID_Number(session, fd), expected) << c.name;
+        QStringList asked = modem.commandLog();
+        asked.erase(std::remove_if(asked.begin(), asked.end(),
+                                   [](const QString& line) { return !line.contains("CCID"); }),
+                    asked.end());
+        EXPECT_EQ(asked, c.asked) << c.name;
     }
 }
 

@@ -83,4 +83,39 @@ TEST(ProbeAnswers, ServiceCentreNumbers) {
         EXPECT_EQ(smscNumber(clean(c.answer, kSmscWords, true)), c.number) << c.answer;
 }
 
+// The SIM's number as each maker's command gives it; anything else reads as no number, so that
+// a modem is never filed under a SIM it does not hold.
+TEST(ProbeAnswers, IccidOfEachMakersAnswer) {
+    const struct {
+        const char* modem;
+        const char* answer;
+        const char* iccid;
+    } cases[] = {
+        {"3GPP, echo on", "AT+CCID\r\r\n+CCID: 8944100000000000012\r\n\r\nOK", "8944100000000000012"},
+        {"3GPP, quoted", "+CCID: \"89441000000000000120\"\r\nOK", "89441000000000000120"},
+        {"SIM file padding", "+CCID: 8944100000000000012F\r\nOK", "8944100000000000012"},
+        {"padding in lower case", "+CCID: 8944100000000000012f\r\nOK", "8944100000000000012"},
+        {"Quectel", "AT+QCCID\r\r\n+QCCID: 89860318760220195372\r\n\r\nOK", "89860318760220195372"},
+        {"bare digits", "8944100000000000012\r\n\r\nOK", "8944100000000000012"},
+        {"Huawei, swapped nibbles", "^ICCID: 98441000000000001032\r\nOK", "89440100000000000123"},
+        {"swapped with padding", "^ICCID: 984410000000000010F2\r\nOK", "8944010000000000012"},
+        {"among unsolicited lines", "^RSSI: 14\r\n+CCID: 8944100000000000012\r\n+CREG: 1\r\nOK",
+         "8944100000000000012"},
+        {"same number twice", "+CCID: 8944100000000000012\r\n8944100000000000012\r\nOK",
+         "8944100000000000012"},
+        {"two different numbers", "+CCID: 8944100000000000012\r\n8944100000000000013\r\nOK", ""},
+        {"error", "ERROR", ""},
+        {"no SIM", "+CME ERROR: 10", ""},
+        {"too short", "+CCID: 894410000000000001\r\nOK", ""},
+        {"too long", "+CCID: 894410000000000001234\r\nOK", ""},
+        {"not a telecom number", "+CCID: 1244100000000000012\r\nOK", ""},
+        {"letters inside", "+CCID: 89441000000A0000012\r\nOK", ""},
+        {"padding inside", "+CCID: 89441000F00000000012\r\nOK", ""},
+        {"the IMEI instead", "+CGSN: 490154203237518\r\nOK", ""},
+        {"empty", "", ""},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(iccidDigits(c.answer), c.iccid) << c.modem;
+}
+
 } // namespace

@@ -71,6 +71,11 @@ TEST(ModemSessionCommands, AnswersAsAModemDoes) {
         {"AT+CGMR\r", ok("1.0.0")},
         {"AT+CGSN\r", ok("490154203237518")},
         {"AT+CIMI\r", ok("001010123456789")},
+        {"AT+CCID\r", ok("+CCID: 8944901542032375182")}, // "894", the IMEI, a Luhn check digit
+        {"AT+CCID?\r", ok("+CCID: 8944901542032375182")},
+        {"AT+CCID=?\r", ok()},
+        {"AT+QCCID\r", "\r\nERROR\r\n"}, // other makers' commands
+        {"AT^ICCID?\r", "\r\nERROR\r\n"},
         {"AT+CBC\r", ok("+CBC: 0,80")},
         {"AT+CSQ\r", ok("+CSQ: 20,99")},
         {"AT+COPS?\r", ok("+COPS: 0,0,\"Net One\",0")},
@@ -119,6 +124,10 @@ TEST(ModemSessionCommands, BehaviourAndIdentityChangeTheAnswers) {
     unregistered.operatorName.clear();
     unregistered.batteryState = 1;
     unregistered.rssi = 99;
+    ModemIdentity padded; // answered as given, padding and all
+    padded.iccid = "8944100000000000012F";
+    ModemIdentity otherImei; // another IMEI, another SIM
+    otherImei.imei = "356789123456789";
 
     using Exchange = std::pair<QByteArray, QByteArray>; // a command and its answer
     const struct {
@@ -152,6 +161,11 @@ TEST(ModemSessionCommands, BehaviourAndIdentityChangeTheAnswers) {
           {"AT+CSQ\r", "\r\n+CSQ: 1"},
           {"AT+CBC\r", ok("+CBC: 0,80")}}},
         {Modem::quiet(), ucs2Smsc, {{"AT+CSCA?\r", ok("+CSCA: \"002B00340034\",145")}}},
+        {with([](auto& b) { b.iccidUnreadable = true; }),
+         {},
+         {{"AT+CCID\r", "\r\nERROR\r\n"}, {"AT+CGSN\r", ok("490154203237518")}}},
+        {Modem::quiet(), padded, {{"AT+CCID\r", ok("+CCID: 8944100000000000012F")}}},
+        {Modem::quiet(), otherImei, {{"AT+CCID\r", ok("+CCID: 8943567891234567899")}}},
         {Modem::quiet(),
          unregistered,
          {{"AT+COPS?\r", ok("+COPS: 0")}, {"AT+CBC\r", ok("+CBC: 1,80")}, {"AT+CSQ\r", ok("+CSQ: 99,99")}}},

@@ -54,6 +54,7 @@ TEST(SimExecutable, ServesSeveralModemsAndLogsUntilTerminated) {
     PtyClient first(paths.at(0));
     PtyClient second(paths.at(1));
     EXPECT_NE(first.command("AT+CGSN\r"), second.command("AT+CGSN\r")); // told apart by IMEI
+    EXPECT_NE(first.command("AT+CCID\r"), second.command("AT+CCID\r")); // and by SIM
     first.command("AT+CMGS=12\r");
     EXPECT_TRUE(first.command("00110005912143F50000FF0141\x1a").contains("+CMGS: 1"));
     // a message still waiting for its second part is logged as incomplete at shutdown
@@ -68,6 +69,18 @@ TEST(SimExecutable, ServesSeveralModemsAndLogsUntilTerminated) {
     EXPECT_TRUE(logged.at(0).complete);
     EXPECT_EQ(logged.at(1).device, paths.at(1));
     EXPECT_FALSE(logged.at(1).complete);
+}
+
+// Several modems of one SIM number given: each still holds a SIM of its own, padding kept.
+TEST(SimExecutable, SeveralModemsOfOneIccidHoldDifferentSims) {
+    SimProcess sim({"--count", "2", "--no-echo", "--iccid", "8944100000000000098F"});
+    const QStringList paths = sim.readPaths(2);
+    ASSERT_EQ(paths.size(), 2);
+    PtyClient first(paths.at(0));
+    PtyClient second(paths.at(1));
+    EXPECT_TRUE(first.command("AT+CCID\r").contains("+CCID: 8944100000000000098F"));
+    EXPECT_TRUE(second.command("AT+CCID\r").contains("+CCID: 8944100000000000099F"));
+    EXPECT_EQ(sim.terminate(), 0);
 }
 
 TEST(SimExecutable, RefusesBadFlagsWithoutServing) {

@@ -61,6 +61,11 @@ TEST(SimOptions, FlagsMirrorIdentityAndBehaviour) {
              return o.behaviour.cmgsTestAnswersError && o.behaviour.undefinedIdentity && o.behaviour.silent &&
                     o.behaviour.echoOnly && o.behaviour.unplugAfterParts == 0;
          }},
+        {{"--iccid", "8944100000000000012F", "--no-iccid"},
+         [](const SimOptions& o) {
+             return o.identity.iccid == u"8944100000000000012F" && o.behaviour.iccidUnreadable;
+         }},
+        {{}, [](const SimOptions& o) { return o.identity.iccid.isEmpty() && !o.behaviour.iccidUnreadable; }},
         {{"--silent-after", "3"}, [](const SimOptions& o) { return o.behaviour.silentAfterMessages == 3; }},
         {{"--report-delay-ms", "50", "--delivery-status", "555=97", "--no-report", "777"},
          [](const SimOptions& o) {

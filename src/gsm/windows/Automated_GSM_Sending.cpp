@@ -14,8 +14,10 @@ const QStringList kDeviceColumns = {kPortNameKey, kModelKey, kSettingAppliedKey}
 const QStringList kCaseColumns = {kModemCaseLabelKey, kCaseDescriptionKey, kCaseStatusKey};
 } // namespace
 
-Automated_GSM_Sending::Automated_GSM_Sending(Operator& op, QObject* parent)
-    : DialogController(parent), m_op(op), m_devices(kDeviceColumns), m_cases(kCaseColumns) {}
+Automated_GSM_Sending::Automated_GSM_Sending(Operator& op, std::optional<DeviceSettingsMemory> memory,
+                                             QObject* parent)
+    : DialogController(parent), m_op(op), m_memory(std::move(memory)), m_devices(kDeviceColumns),
+      m_cases(kCaseColumns) {}
 
 Automated_GSM_Sending::~Automated_GSM_Sending() {
     m_stop = true;
@@ -215,6 +217,9 @@ void Automated_GSM_Sending::Use_Settings_Button_Presses() {
     m_op.Show_MessageBox(
         QStringLiteral("Selected connection settings '%1' for device '%2' have been applied successfully.")
             .arg(description, row.value(kModelKey)));
+    QString why;
+    if (m_memory && !m_memory->keep(updated, &why))
+        m_op.Show_MessageBox(DeviceSettingsMemory::notKeptMessage(why));
 }
 
 void Automated_GSM_Sending::Clear_Status_Button_Presses() {

@@ -9,10 +9,12 @@
 #include "core/RecordTable.h"
 #include "core/WorkerThread.h"
 #include "gsm/MFCSMS.h"
+#include "services/DeviceSettingsMemory.h"
 #include "services/SendModeTrial.h"
 
 #include <atomic>
 #include <functional>
+#include <optional>
 
 class Operator;
 
@@ -27,7 +29,9 @@ public:
     // Writes a value of a device's record (by "PORT_DETAL") where the opener keeps it.
     using SettingsWriter = std::function<void(const QString& path, const QString& key, const QString& value)>;
 
-    explicit Automated_GSM_Sending(Operator& op, QObject* parent = nullptr);
+    // memory: where a case's settings, once applied, are kept for the device's SIM (none: not kept).
+    explicit Automated_GSM_Sending(Operator& op, std::optional<DeviceSettingsMemory> memory = std::nullopt,
+                                   QObject* parent = nullptr);
     ~Automated_GSM_Sending() override;
 
     // The rows: a device record each (its settings are read from there) with "Setting_USE",
@@ -72,6 +76,7 @@ private:
     QString shownPath() const;
 
     Operator& m_op;
+    const std::optional<DeviceSettingsMemory> m_memory;
     MFCSMS m_session;
     RecordTable m_devices;
     RecordTable m_cases;

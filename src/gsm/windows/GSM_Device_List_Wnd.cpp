@@ -12,9 +12,10 @@ namespace {
 const QStringList kShownColumns = {kDeviceTickedKey, kPortNameKey};
 } // namespace
 
-GSM_Device_List_Wnd::GSM_Device_List_Wnd(Operator& op, DeviceSelection& selection, QObject* parent)
-    : DialogController(parent), m_op(op), m_selection(selection), m_ports(kShownColumns),
-      m_cases({kModemCaseLabelKey, kCaseDescriptionKey, kCaseStatusKey}) {}
+GSM_Device_List_Wnd::GSM_Device_List_Wnd(Operator& op, DeviceSelection& selection,
+                                         std::optional<DeviceSettingsMemory> memory, QObject* parent)
+    : DialogController(parent), m_op(op), m_selection(selection), m_memory(std::move(memory)),
+      m_ports(kShownColumns), m_cases({kModemCaseLabelKey, kCaseDescriptionKey, kCaseStatusKey}) {}
 
 GSM_Device_List_Wnd::~GSM_Device_List_Wnd() {
     Stop_Modem_SRCH = true;
@@ -138,12 +139,29 @@ void GSM_Device_List_Wnd::Get_And_Fill_Details(const QString& path) {
 
 // ---- modes and service centre ----
 
+Record GSM_Device_List_Wnd::shownRecord() const {
+    return m_prevIndex >= 0 && m_prevIndex < m_ports.size() ? m_ports.at(m_prevIndex) : Record();
+}
+
+void GSM_Device_List_Wnd::keepSettings(const QString& path, const Record& before) {
+    const int row = rowOf(path);
+    if (!m_memory || row < 0 || DeviceSettingsMemory::sameSettings(before, m_ports.at(row)))
+        return;
+    QString why;
+    if (!m_memory->keep(m_ports.at(row), &why))
+        m_op.Show_MessageBox(DeviceSettingsMemory::notKeptMessage(why));
+}
+
 void GSM_Device_List_Wnd::setMode(SmsMode mode) {
+    const Record before = shownRecord();
     if (m_customSmscChecked)
-        update_custom_smsc();
+        storeCustomSmsc();
     m_modeSelection = mode == SmsMode::Pdu ? 1 : 2;
-    if (m_prevIndex >= 0 && m_prevIndex < m_ports.size())
-        Update_Column_Value(m_ports.at(m_prevIndex).value(kPortDetailKey), kSmsModeKey, smsModeText(mode));
+    const QString path = before.value(kPortDetailKey);
+    if (!path.isEmpty()) {
+        Update_Column_Value(path, kSmsModeKey, smsModeText(mode));
+        keepSettings(path, before);
+    }
     emit changed();
 }
 
@@ -163,13 +181,21 @@ bool GSM_Device_List_Wnd::validSmsc(const QString& number) {
     return true;
 }
 
-bool GSM_Device_List_Wnd::update_custom_smsc() {
+bool GSM_Device_List_Wnd::storeCustomSmsc() {
     if (!validSmsc(m_customSmscText))
         return false;
     if (m_prevIndex >= 0 && m_prevIndex < m_ports.size())
         Set_SMSC_Use_Status(m_ports.at(m_prevIndex).value(kPortDetailKey), QStringLiteral("Y"),
                             m_customSmscText);
     Fill_Test_case_List();
+    return true;
+}
+
+bool GSM_Device_List_Wnd::update_custom_smsc() {
+    const Record before = shownRecord();
+    if (!storeCustomSmsc())
+        return false;
+    keepSettings(before.value(kPortDetailKey), before);
     return true;
 }
 
@@ -180,9 +206,12 @@ void GSM_Device_List_Wnd::Custom_SMSC_Pressed(bool on) {
         update_custom_smsc();
         return;
     }
-    if (m_prevIndex >= 0 && m_prevIndex < m_ports.size())
-        Set_SMSC_Use_Status(m_ports.at(m_prevIndex).value(kPortDetailKey), QStringLiteral("N"),
-                            m_defaultSmscField);
+    const Record before = shownRecord();
+    const QString path = before.value(kPortDetailKey);
+    if (!path.isEmpty()) {
+        Set_SMSC_Use_Status(path, QStringLiteral("N"), m_defaultSmscField);
+        keepSettings(path, before);
+    }
     Fill_Test_case_List();
 }
 

@@ -13,11 +13,13 @@
 #include "core/WorkerThread.h"
 #include "gsm/MFCSMS.h"
 #include "gsm/SmsMode.h"
+#include "services/DeviceSettingsMemory.h"
 #include "services/ModemCheck.h"
 #include "services/SendModeTrial.h"
 
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <stop_token>
 
 class Operator;
@@ -25,8 +27,11 @@ class Operator;
 class GSM_Device_List_Wnd : public DialogController {
     Q_OBJECT
 public:
-    // selection: where the chosen devices go (the owning main window's).
-    GSM_Device_List_Wnd(Operator& op, DeviceSelection& selection, QObject* parent = nullptr);
+    // selection: where the chosen devices go (the owning main window's). memory: where each
+    // modem's settings are kept for the next start and come back from at a search (none: they
+    // last as long as the list).
+    GSM_Device_List_Wnd(Operator& op, DeviceSelection& selection,
+                        std::optional<DeviceSettingsMemory> memory = std::nullopt, QObject* parent = nullptr);
     ~GSM_Device_List_Wnd() override;
 
     // The device list: one record per modem, in discovery order.
@@ -119,6 +124,12 @@ private:
     bool OnGetSelected(const QString& path);
     void Get_And_Fill_Details(const QString& path);
     bool validSmsc(const QString& number);
+    // update_custom_smsc() without keeping: for operations that keep once at their end.
+    bool storeCustomSmsc();
+    // Keeps the settings of the device at path when they differ from `before` (its record
+    // before the change); a failure is told.
+    void keepSettings(const QString& path, const Record& before);
+    Record shownRecord() const;
     void setMode(SmsMode mode);
     // One device's check for the selection (on the worker): accepted, skipped after a
     // refusal the operator let pass, or the end of the selection.
@@ -129,6 +140,7 @@ private:
 
     Operator& m_op;
     DeviceSelection& m_selection;
+    const std::optional<DeviceSettingsMemory> m_memory;
     MFCSMS m_session;
     RecordTable m_ports;
     WorkerThread m_worker{QStringLiteral("device-search")}; // the search, or a device's details

@@ -75,7 +75,8 @@ int GSM_Device_List_Wnd::GetModemPath(const QStringList& paths, std::stop_token 
             onMain([&] { m_ports.replace(row, record); });
         };
         shown.removed = [this](int row) { onMain([&] { m_ports.removeRows({row}); }); };
-        found = ModemSearch::search(paths, stop, shown);
+        found = ModemSearch::search(paths, stop, shown,
+                                    m_memory ? m_memory->read() : DeviceSettingsMemory::Kept());
         if (count > 0)
             onMain([this] { ++m_progressValue; }); // one past the ports opened: the search is over
         for (const QString& alert : found.alerts())

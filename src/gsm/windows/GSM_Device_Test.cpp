@@ -141,7 +141,7 @@ void GSM_Device_List_Wnd::Automate_Button_Presses() {
         m_op.Show_MessageBox(SendModeTrial::kStillRunning);
         return;
     }
-    Automated_GSM_Sending window(m_op);
+    Automated_GSM_Sending window(m_op, m_memory);
     window.open(m_ports.records(), settingsWriter());
     window.beginModal();
     m_op.runModal(window);

@@ -30,8 +30,10 @@ const QString kTestMessage = QStringLiteral("Test Message From Ostrel Bulk SMS S
 } // namespace
 
 Selected_Device_Details_GSM::Selected_Device_Details_GSM(Operator& op, DeviceSelection& selection,
+                                                         std::optional<DeviceSettingsMemory> memory,
                                                          QObject* parent)
-    : DialogController(parent), m_op(op), m_selection(selection), m_rows({kPortNameKey, kModelKey}) {}
+    : DialogController(parent), m_op(op), m_selection(selection), m_memory(std::move(memory)),
+      m_rows({kPortNameKey, kModelKey}) {}
 
 Selected_Device_Details_GSM::~Selected_Device_Details_GSM() { m_worker.join(); }
 
@@ -91,12 +93,32 @@ void Selected_Device_Details_GSM::Update_Column_Value(const QString& path, const
 
 // ---- modes and service centre, as in the device window ----
 
+Record Selected_Device_Details_GSM::selectedRecord(const QString& path) const {
+    for (const Record& record : m_selection.port_det_str_array)
+        if (record.value(kPortDetailKey) == path)
+            return record;
+    return {};
+}
+
+void Selected_Device_Details_GSM::keepSettings(const QString& path, const Record& before) {
+    const Record now = selectedRecord(path);
+    if (!m_memory || now.isEmpty() || DeviceSettingsMemory::sameSettings(before, now))
+        return;
+    QString why;
+    if (!m_memory->keep(now, &why))
+        m_op.Show_MessageBox(DeviceSettingsMemory::notKeptMessage(why));
+}
+
 void Selected_Device_Details_GSM::setMode(SmsMode mode) {
+    const QString path = shownPath();
+    const Record before = selectedRecord(path);
     if (m_customSmscChecked)
-        update_custom_smsc();
+        storeCustomSmsc();
     m_modeSelection = mode == SmsMode::Pdu ? 1 : 2;
-    if (!shownPath().isEmpty())
-        Update_Column_Value(shownPath(), kSmsModeKey, smsModeText(mode));
+    if (!path.isEmpty()) {
+        Update_Column_Value(path, kSmsModeKey, smsModeText(mode));
+        keepSettings(path, before);
+    }
     emit changed();
 }
 
@@ -116,7 +138,7 @@ bool Selected_Device_Details_GSM::validSmsc(const QString& number) {
     return true;
 }
 
-bool Selected_Device_Details_GSM::update_custom_smsc() {
+bool Selected_Device_Details_GSM::storeCustomSmsc() {
     if (!validSmsc(m_customSmscText))
         return false;
     const QString path = shownPath();
@@ -124,6 +146,15 @@ bool Selected_Device_Details_GSM::update_custom_smsc() {
         Update_Column_Value(path, kUseCustomSmscKey, QStringLiteral("Y"));
         Update_Column_Value(path, kCustomSmscKey, m_customSmscText);
     }
+    return true;
+}
+
+bool Selected_Device_Details_GSM::update_custom_smsc() {
+    const QString path = shownPath();
+    const Record before = selectedRecord(path);
+    if (!storeCustomSmsc())
+        return false;
+    keepSettings(path, before);
     return true;
 }
 
@@ -136,8 +167,10 @@ void Selected_Device_Details_GSM::Custom_SMSC_Pressed(bool on) {
     }
     const QString path = shownPath();
     if (!path.isEmpty()) {
+        const Record before = selectedRecord(path);
         Update_Column_Value(path, kUseCustomSmscKey, QStringLiteral("N"));
         Update_Column_Value(path, kCustomSmscKey, m_defaultSmsc);
+        keepSettings(path, before);
     }
 }
 
@@ -261,7 +294,7 @@ void Selected_Device_Details_GSM::Automate_Button_Presses() {
     for (const Record& record : m_selection.port_det_str_array)
         if (record.value(kPortDetailKey) == path)
             device = record; // the whole record: capability, maker and the rest of its details
-    Automated_GSM_Sending window(m_op);
+    Automated_GSM_Sending window(m_op, m_memory);
     window.open({device}, [this](const QString& p, const QString& key, const QString& value) {
         Update_Column_Value(p, key, value);
     });

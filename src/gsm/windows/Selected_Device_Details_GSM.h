@@ -12,16 +12,21 @@
 #include "core/WorkerThread.h"
 #include "gsm/MFCSMS.h"
 #include "gsm/SmsMode.h"
+#include "services/DeviceSettingsMemory.h"
 
 #include <functional>
+#include <optional>
 
 class Operator;
 
 class Selected_Device_Details_GSM : public DialogController {
     Q_OBJECT
 public:
-    // selection: the devices it shows and changes (the owning main window's).
-    Selected_Device_Details_GSM(Operator& op, DeviceSelection& selection, QObject* parent = nullptr);
+    // selection: the devices it shows and changes (the owning main window's). memory: where a
+    // device's changed settings are kept for its SIM (none: not kept).
+    Selected_Device_Details_GSM(Operator& op, DeviceSelection& selection,
+                                std::optional<DeviceSettingsMemory> memory = std::nullopt,
+                                QObject* parent = nullptr);
     ~Selected_Device_Details_GSM() override;
 
     // Rows from the selected devices' records, the first one shown, and the window run modally.
@@ -64,10 +69,17 @@ private:
     void Send_Test_SMS_fun(const Record& row, const QString& smsc, const QString& number);
     void setMode(SmsMode mode);
     bool validSmsc(const QString& number);
+    // update_custom_smsc() without keeping: for operations that keep once at their end.
+    bool storeCustomSmsc();
+    // The selected device's whole record (its SIM's identity included), as the sending reads it.
+    Record selectedRecord(const QString& path) const;
+    // Keeps the settings of the device at path when they differ from `before`; a failure is told.
+    void keepSettings(const QString& path, const Record& before);
     QString shownPath() const;
 
     Operator& m_op;
     DeviceSelection& m_selection;
+    const std::optional<DeviceSettingsMemory> m_memory;
     MFCSMS m_session;
     RecordTable m_rows;
     WorkerThread m_worker{QStringLiteral("test-message")};

@@ -10,7 +10,8 @@
 Gsm_Bulk_Sms_Wnd::Gsm_Bulk_Sms_Wnd(Operator& op, DataFolder folder, DefaultCountry* country,
                                    SpreadsheetLoads* spreadsheets, QObject* parent)
     : BulkSmsWindow(Kind::Gsm, op, std::move(folder), country, spreadsheets, parent),
-      m_devices(op, selection()), m_deviceDetails(op, selection()) {}
+      m_devices(op, selection(), DeviceSettingsMemory(dataFolder())),
+      m_deviceDetails(op, selection(), DeviceSettingsMemory(dataFolder())) {}
 
 Gsm_Bulk_Sms_Wnd::~Gsm_Bulk_Sms_Wnd() { m_job.reset(); }
 
