@@ -1,6 +1,7 @@
 // A working day at the GSM window, driven through the real widgets with QTest as a person
 // would: load a file, use a template, set options and start again, type, send to virtual
-// modems, stop half-way, read the marks and take the offer to send the rest. What the
+// modems, stop half-way, export and read the report, read the marks and take the offer to send
+// the rest. What the
 // virtual network received is the measure of what was sent.
 #include "core/Clock.h"
 #include "core/FileUtils.h"
@@ -11,6 +12,7 @@
 #include "sending/windows/Gsm_Bulk_Sms_Wnd.h"
 #include "sending/windows/SMS_Sending.h"
 #include "sim/VirtualModem.h"
+#include "stores/windows/ExportDialogs.h"
 #include "stores/windows/StoreWindows.h"
 #include "stores/windows/Templates.h"
 #include "ui/GsmBulkSmsView.h"
@@ -23,8 +25,11 @@
 #include <QAbstractItemModel>
 #include <QCheckBox>
 #include <QDialog>
+#include <QDialogButtonBox>
+#include <QFile>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QSplitter>
 #include <QTableView>
 #include <QTest>
@@ -59,6 +64,33 @@ void click(QAbstractButton* b) {
     ASSERT_NE(b, nullptr);
     const QPoint at = qobject_cast<QCheckBox*>(b) ? QPoint(8, b->height() / 2) : b->rect().center();
     QTest::mouseClick(b, Qt::LeftButton, {}, at);
+}
+
+// The OK of a dialog's button box.
+void pressOk(QDialog& view) {
+    auto* box = view.findChild<QDialogButtonBox*>();
+    ASSERT_NE(box, nullptr);
+    click(box->button(QDialogButtonBox::Ok));
+}
+
+// The job's Export as a person answers it: every item, as a text file at `path`, not opened.
+void scriptReportExport(ScriptedOperator& op, const QString& path) {
+    op.onModal<Status_Export_Option>([](Status_Export_Option& filter) {
+        std::unique_ptr<QDialog> view(ViewRegistry::createView(filter, nullptr));
+        view->show();
+        click(view->findChild<QRadioButton*>("_export_Al"));
+        pressOk(*view);
+    });
+    op.onModal<Export_Option>([](Export_Option& format) {
+        std::unique_ptr<QDialog> view(ViewRegistry::createView(format, nullptr));
+        view->show();
+        for (QRadioButton* r : view->findChildren<QRadioButton*>())
+            if (r->text() == "Text file (.txt)")
+                click(r);
+        pressOk(*view);
+    });
+    op.chooseFile(path);
+    op.onModal<Open_Export_Log>([](Open_Export_Log& offer) { offer.endModal(0); });
 }
 
 // "Apply it before sending?": to every number, with the view's own buttons.
@@ -173,7 +205,11 @@ TEST_F(OperatorDay, FromTheMorningListToTheRestAfterAStop) {
         std::unique_ptr<QDialog> view(ViewRegistry::createView(templates, nullptr));
         view->show();
         templates.Create_Template_List("Your order is ready for collection.");
-        templates.setSelectedRows({0});
+        auto* table = view->findChild<QTableView*>();
+        ASSERT_NE(table, nullptr);
+        QCoreApplication::processEvents();
+        QTest::mouseClick(table->viewport(), Qt::LeftButton, {},
+                          table->visualRect(table->model()->index(0, 0)).center());
         click(button(*view, "Use in Composer"));
         if (!templates.isEnded())
             click(button(*view, "Close"));
@@ -213,8 +249,9 @@ TEST_F(OperatorDay, FromTheMorningListToTheRestAfterAStop) {
 
     // Midday: send through two modems, and stop half-way.
     Clock::setScale(0.05);
-    startModems(2, 400);
+    startModems(2, 1500);
     QString stoppedLine;
+    const QString report = home.root() + "/midday report.txt";
     QString offer;
     op.onModal<Send_Msg_Info>(applyComposerToAll);
     op.answerYes(); // "Are you sure" at Stop
@@ -227,6 +264,9 @@ TEST_F(OperatorDay, FromTheMorningListToTheRestAfterAStop) {
                               std::chrono::seconds(60)));
         stoppedLine = job.notice();
         offer = view.findChild<QPushButton*>("_send_rest_btn")->text();
+        scriptReportExport(op, report);
+        click(button(view, "Export..."));
+        ASSERT_TRUE(spinUntil([&] { return op.dialogs().contains("Open_Export_Log"); }));
         screenshot(view, "day-stopped");
         click(button(view, "Close"));
     });
@@ -240,6 +280,23 @@ TEST_F(OperatorDay, FromTheMorningListToTheRestAfterAStop) {
         << stoppedLine.toStdString();
     EXPECT_EQ(offer, rest == 1 ? QString("Send to the one not yet sent")
                                : QStringLiteral("Send to the %1 not yet sent").arg(rest));
+
+    // The report opens as one UTF-8 text, private to the operator, and tells for each recipient
+    // what the network did and through which modem.
+    QFile reportFile(report);
+    ASSERT_TRUE(reportFile.open(QIODevice::ReadOnly)) << report.toStdString();
+    EXPECT_EQ(reportFile.permissions() & 0x0077, 0); // nobody else's business: no group or other bits
+    const QString text = reportText(reportFile.readAll());
+    const QStringList records = text.split(QString(76, '=') + '\n', Qt::SkipEmptyParts).mid(1);
+    ASSERT_EQ(records.size(), kMorningList.size()) << text.toStdString();
+    for (const QString& record : records) {
+        const QString number = record.section('\n', 0, 0).section(": ", 1);
+        const bool sent = firstRun.contains(number);
+        EXPECT_EQ(record.contains("Sent Status\t: Message sent successfully."), sent) << record.toStdString();
+        EXPECT_EQ(record.contains("Device\t\t: /dev/"), sent) << record.toStdString();
+        EXPECT_TRUE(record.contains(sent ? "Attempts\t: 1\n" : "Attempts\t: 0\n")) << record.toStdString();
+        EXPECT_TRUE(record.contains("Message Reference\t: ") && record.contains("Delivery State\t: "));
+    }
 
     // The list marks each row by what the network did.
     const QStringList numbers = column(desk->list(), "Number");

@@ -201,6 +201,20 @@ TEST_F(SelectionTest, AShownDeviceCanBeSelectedAfterwards) {
 
 namespace {
 
+// A search that finds nobody says so in the heading, instead of "Searching Device" for ever.
+TEST_F(DeviceWindowTest, ASearchThatFindsNoModemSaysWhy) {
+    attach(identity("350000000000300"), [](ModemBehaviour& b) { b.silent = true; });
+    qputenv("BULKSMS_EXTRA_MODEMS", paths().join(QLatin1Char(':')).toUtf8());
+    window.Search_dev_Pressed();
+    ASSERT_TRUE(spinUntil([&] { return !window.searching() && window.heading().endsWith("search again."); },
+                          std::chrono::seconds(60)))
+        << window.heading().toStdString();
+    qunsetenv("BULKSMS_EXTRA_MODEMS");
+    EXPECT_TRUE(window.nsPortListData().isEmpty());
+    EXPECT_TRUE(window.heading().startsWith("No modem answered on the 1 port searched."))
+        << window.heading().toStdString();
+}
+
 TEST_F(DeviceWindowTest, EightModemsAreSearchedAndSelectedWhileTheWindowStaysResponsive) {
     for (int i = 0; i < 8; ++i)
         attach(identity(QStringLiteral("35000000000010%1").arg(i).toLatin1().constData()));
