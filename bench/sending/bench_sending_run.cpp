@@ -28,6 +28,7 @@ protected:
     QString openFileDialog(const QStringList&) override { return {}; }
     QString saveFileDialog(const QStringList&) override { return {}; }
     void openFile(const QString&) override {}
+    void openUrl(const QString&) override {}
     void quit() override {}
     int showModal(DialogController& dialog) override {
         auto* job = qobject_cast<SMS_Sending*>(&dialog);

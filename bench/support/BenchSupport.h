@@ -28,6 +28,7 @@ protected:
     QString openFileDialog(const QStringList&) override { return file; }
     QString saveFileDialog(const QStringList&) override { return {}; }
     void openFile(const QString&) override {}
+    void openUrl(const QString&) override {}
     void quit() override {}
 };
 

@@ -164,18 +164,34 @@ std::optional<SendOutcome> PhoneDevice::startFromFile(const OutgoingMessage& mes
         output = Send_AN_MSG_Command(message.number, QString(), false);
         return std::nullopt;
     }
-    if (!m_textInStartCommand) {
-        if (!m_op.Show_YES_NO_MessageBox(QStringLiteral(
-                "The message could not be copied to the phone's storage.\n\nDo you want to send "
-                "it, and every later message whose copy fails, with its text in the start "
-                "command instead?"))) {
-            call(m_hooks.stopRun);
-            return SendOutcome::of(Outcome::NotHandedOver, kMessageNotCopied);
-        }
-        m_textInStartCommand = true;
+    if (askAboutMessageCopy(message.number) == MessageCopyChoice::End) {
+        call(m_hooks.stopRun);
+        return SendOutcome::of(Outcome::NotHandedOver, kMessageNotCopied);
     }
     output = Send_AN_MSG_Command(message.number, message.text, false);
     return std::nullopt;
+}
+
+PhoneDevice::MessageCopyChoice PhoneDevice::askAboutMessageCopy(const QString& number) {
+    if (m_hooks.messageCopyFailed)
+        return m_hooks.messageCopyFailed(number);
+    if (!m_textInStartCommand &&
+        !m_op.Show_YES_NO_MessageBox(QStringLiteral(
+            "The message could not be copied to the phone's storage.\n\nDo you want to send it, and every "
+            "later message whose copy fails, with its text in the start command instead?")))
+        return MessageCopyChoice::End;
+    m_textInStartCommand = true;
+    return MessageCopyChoice::TextInStartCommand;
+}
+
+PhoneDevice::ListCopyChoice PhoneDevice::askAboutListCopy() {
+    if (m_hooks.listCopyFailed)
+        return m_hooks.listCopyFailed();
+    return m_op.Show_YES_NO_MessageBox(
+               QStringLiteral("The list could not be copied to the phone's storage for single-shot "
+                              "sending.\n\nDo you want to send the messages one by one instead?"))
+               ? ListCopyChoice::OneByOne
+               : ListCopyChoice::End;
 }
 
 SendOutcome PhoneDevice::judged(const QString& output, const QString& recipients) {
@@ -214,15 +230,15 @@ std::optional<QList<SendOutcome>> PhoneDevice::sendBatch(const QList<OutgoingMes
         return QList<SendOutcome>(messages.size(), stamped(dataNotWritten(why)));
     if (!copyToPhoneStorage(listPath, kListFileName, false)) {
         Delete_File(listPath);
-        if (m_op.Show_YES_NO_MessageBox(QStringLiteral(
-                "The list could not be copied to the phone's storage for single-shot sending.\n\nDo you want "
-                "to send the messages one by one instead?"))) {
+        switch (askAboutListCopy()) {
+        case ListCopyChoice::OneByOne:
             m_mode = Mode::Standard;
             call(m_hooks.switchedToOneByOne);
-        } else {
-            call(m_hooks.stopRun);
+            return std::nullopt;
+        case ListCopyChoice::End: call(m_hooks.stopRun); return std::nullopt;
+        case ListCopyChoice::ContinueAnyway:
+            break; // the copy of the list itself is judged, and told, as it goes
         }
-        return std::nullopt;
     }
     return handOverList(messages, stop);
 }

@@ -15,10 +15,20 @@ class PhoneDevice : public SendingDevice {
 public:
     // How one message reaches the app: in "message.txt" (Standard) or in the start command (Classic).
     enum class Mode { Standard, Classic };
+    // What the operator chose when the empty list could not be copied before single-shot sending.
+    enum class ListCopyChoice { OneByOne, End, ContinueAnyway };
+    // ... and when a message could not be copied: its text goes in the start command, or the run ends.
+    enum class MessageCopyChoice { TextInStartCommand, End };
+
     // The run is the window controller's: the device asks it through these.
     struct Hooks {
         std::function<void()> stopRun;            // the operator chose to end the run
         std::function<void()> switchedToOneByOne; // single-shot turned into standard one-by-one
+        // Ask the operator about a failed copy (on the sending thread); without them a yes/no
+        // question asks, its yes (one by one; the text in the start command from now on) kept
+        // for the device's run.
+        std::function<ListCopyChoice()> listCopyFailed;
+        std::function<MessageCopyChoice(const QString& number)> messageCopyFailed;
     };
 
     // Files for the phone are written in the data folder before they are copied;
@@ -66,7 +76,11 @@ private:
     const Hooks m_hooks;
     const QString m_stagingTag;
     std::atomic<bool> m_notConnected{false};
-    bool m_textInStartCommand = false; // the operator's answer to the first failed copy: Yes
+    // Asks about a failed copy, through the hooks or a question of its own.
+    ListCopyChoice askAboutListCopy();
+    MessageCopyChoice askAboutMessageCopy(const QString& number);
+
+    bool m_textInStartCommand = false; // the question's yes to the first failed copy
     PhoneSentBox m_sentBox;
     bool m_confirming = false; // the phone lets this computer read its messages
 };

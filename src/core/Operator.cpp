@@ -38,6 +38,10 @@ void Operator::openWithDefaultApplication(const QString& path) {
     onMainThread([&] { openFile(path); });
 }
 
+void Operator::openWebPage(const QString& url) {
+    onMainThread([&] { openUrl(url); });
+}
+
 void Operator::quitApplication() {
     onMainThread([&] { quit(); });
 }

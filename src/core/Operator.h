@@ -30,6 +30,8 @@ public:
     QString chooseFileToSave(const QStringList& types);
 
     void openWithDefaultApplication(const QString& path);
+    // Opens a web page (an "https:" address) in the desktop's browser.
+    void openWebPage(const QString& url);
 
     // Ends the application's event loop: the single way the program finishes.
     void quitApplication();
@@ -42,6 +44,7 @@ protected:
     virtual QString openFileDialog(const QStringList& extensions) = 0;
     virtual QString saveFileDialog(const QStringList& types) = 0;
     virtual void openFile(const QString& path) = 0;
+    virtual void openUrl(const QString& url) = 0;
     virtual void quit() = 0;
 
 private:

@@ -21,15 +21,18 @@ DelayedDeliveryPause::DelayedDeliveryPause(DelaySchedule schedule, PauseCountdow
       m_hooks(std::move(hooks)), m_stop(std::move(stop)) {}
 
 void DelayedDeliveryPause::afterMessageFinished(bool allFinished, bool portFailed, bool somethingPending) {
-    // Every port's every message counts, those that finish during a pause too: they count
-    // toward the next pause (with the schedule off the counter stays 0).
+    // Every port's messages count, up to the count: one that ends while a pause runs changes
+    // nothing, as the counter starts again from 0 when the pause is over (with the schedule off
+    // the counter stays 0).
     if (!m_schedule.enabled)
         return;
-    ++m_counter;
+    int counted = m_counter.load();
+    while (counted < m_schedule.count && !m_counter.compare_exchange_weak(counted, counted + 1)) {
+    }
     call(m_hooks.redrawList);
 
-    if (m_counter < m_schedule.count || m_schedule.noPause || allFinished || portFailed ||
-        !somethingPending || !m_schedule.takesPauses())
+    if (m_schedule.count <= 0 || m_counter < m_schedule.count || m_schedule.noPause || allFinished ||
+        portFailed || !somethingPending || !m_schedule.takesPauses())
         return;
     // Only the thread that turns the flag on carries the pause; the others see it and wait.
     bool expected = false;
@@ -63,7 +66,7 @@ void DelayedDeliveryPause::pause(qint64 totalMs) {
     m_countdown.GSM_Pause_Delay_Time = 0;
     if (m_hooks.showCurrentMessageLabel)
         m_hooks.showCurrentMessageLabel(true);
-    m_counter -= m_schedule.count; // what finished meanwhile stays counted
+    m_counter = 0; // N more messages from now, whatever finished during the pause
     m_countdown.clearLabel();
     m_countdown.Pause_Timer_Running = false;
     call(m_hooks.startActivity);

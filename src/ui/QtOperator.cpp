@@ -125,4 +125,9 @@ void QtOperator::keepFolder(const QString& purpose, const QString& chosenFile) c
 
 void QtOperator::openFile(const QString& path) { QDesktopServices::openUrl(QUrl::fromLocalFile(path)); }
 
+void QtOperator::openUrl(const QString& url) {
+    if (!QDesktopServices::openUrl(QUrl(url)))
+        showAlert(QStringLiteral("\nNo web browser could be opened. The page is at:\n%1").arg(url));
+}
+
 void QtOperator::quit() { QCoreApplication::exit(0); }

@@ -18,6 +18,7 @@ protected:
     QString openFileDialog(const QStringList& extensions) override;
     QString saveFileDialog(const QStringList& types) override;
     void openFile(const QString& path) override;
+    void openUrl(const QString& url) override;
     void quit() override;
 
 private:

@@ -6,6 +6,7 @@
 #include "CampaignPageView.h"
 #include "CampaignsView.h"
 #include "ConnectionInfoView.h"
+#include "CopyFailureViews.h"
 #include "ExcelDynamicMsgView.h"
 #include "ExcelSmsExampleView.h"
 #include "ExclusionWizardView.h"
@@ -29,6 +30,8 @@
 #include "UpdateSelNumSmsView.h"
 #include "UpdateTempView.h"
 #include "android/windows/And_Conn_Err.h"
+#include "android/windows/OneByOneCopyFailure.h"
+#include "android/windows/SingleShotCopyFailure.h"
 #include "core/DialogController.h"
 
 #include <QByteArray>
@@ -85,6 +88,8 @@ void registerStandardViews() {
     addView<ConnectionInfoView, Connection_Info>();
     addView<AndroidPhListView, Android_Ph_List_Wnd>();
     addView<AndConnErrView, And_Conn_Err>();
+    addView<SingleShotCopyFailureView, SingleShotCopyFailure>();
+    addView<OneByOneCopyFailureView, OneByOneCopyFailure>();
     addView<FillMsgInListView, Fill_Msg_In_List>();
     addView<SendMsgInfoView, Send_Msg_Info>();
     addView<SendingJobView, SMS_Sending>(QStringLiteral("sendingJobWindow"));

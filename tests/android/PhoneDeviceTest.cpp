@@ -28,7 +28,7 @@ protected:
         stops = switches = 0;
     }
     PhoneDevice device(Mode mode) {
-        return {op, home.folder, "VPHONE0001", mode, {[this] { ++stops; }, [this] { ++switches; }}};
+        return {op, home.folder, "VPHONE0001", mode, {[this] { ++stops; }, [this] { ++switches; }, {}, {}}};
     }
     // Prepares the device and hands it the texts one by one until one is not delivered, as a run would.
     QList<SendOutcome> sendEach(Mode mode, const QStringList& texts, bool folderInTheWay = false) {

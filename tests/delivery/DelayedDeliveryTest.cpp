@@ -147,19 +147,46 @@ TEST_F(PauseTest, NoPauseAfterTheLastItemOrWithoutPendingItemsOrAfterAFailedPort
     pause.afterMessageFinished(false, false, false);
     pause.afterMessageFinished(false, true, true);
     EXPECT_TRUE(labels.texts().isEmpty());
-    EXPECT_EQ(counter, 3); // the next message that may pause does
+    EXPECT_EQ(counter, 1); // held at the count: the next message that may pause does
+    pause.afterMessageFinished(false, false, true);
+    EXPECT_EQ(labels.texts().value(0), "Pausing the process for 10 Seconds.");
+    EXPECT_EQ(counter, 0);
 }
 
-TEST_F(PauseTest, AMessageFinishingDuringAPauseCountsTowardTheNext) {
+TEST_F(PauseTest, MessagesFinishingDuringAPauseDoNotCountTowardTheNext) {
     PauseCountdown countdown(PauseCountdown::Variant::SendingJob, labels.sink());
     DelayedDeliveryPause* self = nullptr;
-    // Another port finishes its message while this one pauses.
+    int pauses = 0;
+    // Other ports finish two messages while this one pauses.
     DelayedDeliveryPause pause(parseDelaySchedule(true, "2", "5  Seconds"), countdown, counter,
-                               {{}, {}, [&] { self->afterMessageFinished(false, false, true); }, {}, {}});
+                               {{},
+                                {},
+                                [&] {
+                                    ++pauses;
+                                    if (pauses == 1) {
+                                        self->afterMessageFinished(false, false, true);
+                                        self->afterMessageFinished(false, false, true);
+                                    }
+                                },
+                                {},
+                                {}});
     self = &pause;
     pause.afterMessageFinished(false, false, true);
-    pause.afterMessageFinished(false, false, true); // the pause, during which one more finishes
-    EXPECT_EQ(counter, 1);
+    pause.afterMessageFinished(false, false, true); // the pause
+    EXPECT_EQ(pauses, 1);
+    EXPECT_EQ(counter, 0);
+    pause.afterMessageFinished(false, false, true);
+    EXPECT_EQ(pauses, 1); // two messages from the end of the pause, not one
+    pause.afterMessageFinished(false, false, true);
+    EXPECT_EQ(pauses, 2);
+}
+
+TEST_F(PauseTest, ACountOfNothingNeverPauses) {
+    PauseCountdown countdown(PauseCountdown::Variant::SendingJob, labels.sink());
+    DelayedDeliveryPause pause(parseDelaySchedule(true, "none", "5  Seconds"), countdown, counter, {});
+    for (int i = 0; i < 3; ++i)
+        pause.afterMessageFinished(false, false, true);
+    EXPECT_TRUE(labels.texts().isEmpty());
 }
 
 TEST_F(PauseTest, CounterStaysZeroWithTheScheduleOff) {

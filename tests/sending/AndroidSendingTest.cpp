@@ -3,6 +3,8 @@
 #include "PhoneFixture.h"
 #include "StoredCampaigns.h"
 #include "android/windows/Android_Ph_List_Wnd.h"
+#include "android/windows/OneByOneCopyFailure.h"
+#include "android/windows/SingleShotCopyFailure.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
@@ -300,15 +302,105 @@ TEST_F(AndroidSendingTest, NothingGoesOutWhileTheOperatorHesitatesToStop) {
     EXPECT_EQ(window->lastRunEnd(), Bulk_SMSAppDelegate::RunEnd::Stopped);
 }
 
-TEST_F(AndroidSendingTest, AFailedCopyOffersTheTextInTheStartCommand) {
+// A phone whose storage refuses every copy, in standard one-by-one: each failed copy asks; OK
+// sends that message with its text in the start command, and with "for all" ticked the later
+// ones go the same way without asking; Cancel ends the send with nothing more sent.
+TEST_F(AndroidSendingTest, AFailedMessageCopyAsksAndItsForAllBoxHoldsForTheSend) {
     sim::PhoneConfig config = installed();
     config.pushFails = true;
     startPhones(one(config));
-    auto window = windowWith({{"1", "first & last"}, {"2", "second"}});
-    op.answerYes(); // send with the text in the start command, for this and every later failure
+    auto window = windowWith({{"1", "first & last"}, {"2", "second"}, {"3", "third"}, {"4", "fourth"}});
+    QStringList asked; // the number each dialog named
+    op.onModal<OneByOneCopyFailure>([&](OneByOneCopyFailure& d) {
+          asked << d.text();
+          d.OK_Btn(); // this one only
+      }).onModal<OneByOneCopyFailure>([&](OneByOneCopyFailure& d) {
+        asked << d.text();
+        d.setForAll(true);
+        d.OK_Btn();
+    });
     send(*window);
-    EXPECT_EQ(sentMessages(), (QStringList{"1|first & last|classic", "2|second|classic"}));
-    EXPECT_EQ(op.questions().size(), 1);
+    EXPECT_EQ(sentMessages(), (QStringList{"1|first & last|classic", "2|second|classic", "3|third|classic",
+                                           "4|fourth|classic"}));
+    ASSERT_EQ(asked.size(), 2);
+    EXPECT_TRUE(asked.at(0).contains("the message for 1.")) << asked.at(0).toStdString();
+    EXPECT_TRUE(asked.at(1).contains("the message for 2.")) << asked.at(1).toStdString();
+    EXPECT_TRUE(op.questions().isEmpty());
+    EXPECT_EQ(window->lastRunEnd(), Bulk_SMSAppDelegate::RunEnd::Completed);
+
+    // The box is the send's: the next send asks again, and Cancel ends it.
+    auto next = windowWith({{"5", "fifth"}, {"6", "sixth"}});
+    op.clearTranscript();
+    op.onModal<OneByOneCopyFailure>([](OneByOneCopyFailure& d) { d.Cancel_Btn(); });
+    send(*next);
+    EXPECT_EQ(sentMessages().size(), 4); // nothing more
+    EXPECT_EQ(op.dialogs(), QStringList{"OneByOneCopyFailure"});
+    EXPECT_EQ(next->lastRunEnd(), Bulk_SMSAppDelegate::RunEnd::Stopped);
+    EXPECT_FALSE(op.alerts().contains("\nMessage Sending Process Completed."));
+}
+
+// Single-shot on that phone: the empty list does not go, and the dialog's three answers do
+// what they say, as the phone's log shows.
+TEST_F(AndroidSendingTest, AFailedListCopyOffersOneByOneCancelOrContinuingAnyway) {
+    const QList<QPair<QString, QString>> rows = {{"1", "a"}, {"2", "b"}};
+    struct Case {
+        const char* answer;
+        std::function<void(SingleShotCopyFailure&)> press;
+        QStringList sent;
+        Bulk_SMSAppDelegate::RunEnd end;
+    } cases[] = {
+        {"OK",
+         [](SingleShotCopyFailure& d) { d.OK_Btn(); },
+         {"1|a|classic", "2|b|classic"},
+         Bulk_SMSAppDelegate::RunEnd::Completed},
+        {"Cancel",
+         [](SingleShotCopyFailure& d) { d.Cancel_Btn(); },
+         {},
+         Bulk_SMSAppDelegate::RunEnd::Abandoned},
+        {"Continue anyway",
+         [](SingleShotCopyFailure& d) { d.Continue_Anyway_Btn(); },
+         {},
+         Bulk_SMSAppDelegate::RunEnd::Completed},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.answer);
+        sim::PhoneConfig config = installed();
+        config.pushFails = true;
+        startPhones(one(config));
+        auto window = windowWith(rows);
+        window->Single_Shot_Radio();
+        op.clearTranscript();
+        op.onModal<SingleShotCopyFailure>(c.press);
+        if (QLatin1String(c.answer) == "OK") // one by one, where each message's copy fails too
+            op.onModal<OneByOneCopyFailure>([](OneByOneCopyFailure& d) {
+                d.setForAll(true);
+                d.OK_Btn();
+            });
+        send(*window);
+        EXPECT_EQ(sentMessages(), c.sent);
+        EXPECT_EQ(window->lastRunEnd(), c.end);
+        const QStringList alerts = op.alerts();
+        if (QLatin1String(c.answer) == "OK") {
+            EXPECT_FALSE(window->singleShotOn()); // the window follows: one by one, standard
+            EXPECT_EQ(server->log().events("intent").size(), 2);
+        } else if (QLatin1String(c.answer) == "Cancel") {
+            EXPECT_TRUE(window->singleShotOn());
+            EXPECT_TRUE(server->log().events("intent").isEmpty());
+            EXPECT_TRUE(alerts.filter("could not be copied").isEmpty());
+        } else {
+            // The list itself was tried and refused: the app was not started on an empty list,
+            // the operator was told, and every row says so.
+            EXPECT_TRUE(server->log().events("intent").isEmpty());
+            EXPECT_TRUE(alerts.contains(
+                "\nThe list could not be copied to the phone's storage. No message was sent."))
+                << alerts.join('|').toStdString();
+            for (const SendingItem& item : window->run()->record().all())
+                EXPECT_EQ(item.status, "The list could not be copied to the phone's storage.")
+                    << item.number.toStdString();
+        }
+        EXPECT_EQ(op.questions(), QStringList{});
+        server->stop();
+    }
 }
 
 TEST_F(AndroidSendingTest, AMissingCompanionAppSendsNothingAndSaysSo) {

@@ -24,7 +24,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <memory>
+#include <mutex>
+#include <thread>
 
 namespace {
 
@@ -500,6 +503,64 @@ TEST_F(SendingRunTest, StopDuringALongPauseEndsTheRunAtOnce) {
         stopped += item.status == "Stopped.";
     EXPECT_EQ(stopped, 3);
     EXPECT_EQ(op.alerts().last(), "\nSMS Sending process is stopped");
+}
+
+// Two ports: the second one's network answers wait for a pause, so each of its messages ends
+// while the first port pauses. The count starts again when a pause is over: those messages do
+// not bring the next pause closer, which comes after N messages sent since.
+TEST_F(SendingRunTest, AfterAPauseTheNextComesAfterTheCountOfMessagesFinishedSinceIt) {
+    Clock::setScale(0.05); // "5  Seconds" lasts 250 ms: several messages long
+    constexpr int kCount = 2;
+    constexpr int kTotal = 15;
+    SMS_Sending& job = window.sendingJob();
+    std::atomic<int> pausesStarted{0}, accepted{0}, answeredInAPause{0};
+    std::atomic<bool> watching{true};
+    std::thread watcher([&] { // the pauses as they begin, seen from outside the run
+        bool before = false;
+        while (watching) {
+            const bool now = job.pausing();
+            pausesStarted += now && !before;
+            before = now;
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    });
+    std::mutex mutex;
+    QList<int> stretchOfFirst; // per message of the first port: the pauses begun when the network took it
+    ModemBehaviour first;
+    first.afterAccepting = [&] {
+        ++accepted;
+        std::lock_guard lock(mutex);
+        stretchOfFirst << pausesStarted.load();
+    };
+    ModemBehaviour second;
+    second.afterAccepting = [&] {
+        ++accepted;
+        QElapsedTimer waited;
+        waited.start();
+        while (!job.pausing() && accepted < kTotal && waited.elapsed() < 2000)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        answeredInAPause += job.pausing();
+    };
+    attach("PDU Mode", first);
+    attach("PDU Mode", second);
+    chooseDevices();
+    window.Delayed_Delivery_Chk(true);
+    window.setDelayedCountChoice(QString::number(kCount));
+    window.setDelayedTimeChoice("5  Seconds");
+    addRecipients(numbers(kTotal), "n");
+    send();
+    watching = false;
+    watcher.join();
+
+    EXPECT_EQ(receivedNumbers(), numbers(kTotal));
+    ASSERT_GE(answeredInAPause.load(), 2) << "too few messages ended during a pause";
+    const int pauses = pausesStarted.load();
+    ASSERT_GE(pauses, 4);
+    // Each stretch up to a pause: exactly N messages, all the first port's. (The last pause
+    // may follow the second port's last message, let go when the network had every message.)
+    std::lock_guard lock(mutex);
+    for (int stretch = 0; stretch < pauses - 1; ++stretch)
+        EXPECT_EQ(stretchOfFirst.count(stretch), kCount) << "before pause " << stretch + 1;
 }
 
 TEST_F(SendingRunTest, TextsTheAlphabetCannotCarryGoAsUnicodeAndTheEndSaysHowMany) {

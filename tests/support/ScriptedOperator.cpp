@@ -55,6 +55,7 @@ QStringList ScriptedOperator::textsOf(Kind kind) const {
 QStringList ScriptedOperator::alerts() const { return textsOf(Kind::Alert); }
 QStringList ScriptedOperator::questions() const { return textsOf(Kind::Question); }
 QStringList ScriptedOperator::dialogs() const { return textsOf(Kind::Modal); }
+QStringList ScriptedOperator::openedUrls() const { return textsOf(Kind::OpenUrl); }
 bool ScriptedOperator::quitRequested() const { return !textsOf(Kind::Quit).isEmpty(); }
 
 void ScriptedOperator::clearTranscript() {
@@ -125,6 +126,8 @@ QString ScriptedOperator::saveFileDialog(const QStringList& types) {
 }
 
 void ScriptedOperator::openFile(const QString& path) { record(Kind::OpenWith, path); }
+
+void ScriptedOperator::openUrl(const QString& url) { record(Kind::OpenUrl, url); }
 
 void ScriptedOperator::quit() { record(Kind::Quit, QString()); }
 

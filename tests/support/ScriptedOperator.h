@@ -14,7 +14,7 @@
 
 class ScriptedOperator : public Operator {
 public:
-    enum class Kind { Alert, Question, Modal, OpenFile, SaveFile, OpenWith, Quit };
+    enum class Kind { Alert, Question, Modal, OpenFile, SaveFile, OpenWith, OpenUrl, Quit };
     struct Event {
         Kind kind;
         QString text; // the alert as shown (with its leading "\n"), the question, the dialog class, the path
@@ -39,6 +39,7 @@ public:
     QStringList alerts() const; // texts as shown, "\n" prefix included
     QStringList questions() const;
     QStringList dialogs() const; // class names of the dialogs run
+    QStringList openedUrls() const;
     bool quitRequested() const;
     void clearTranscript();
 
@@ -49,6 +50,7 @@ protected:
     QString openFileDialog(const QStringList& extensions) override;
     QString saveFileDialog(const QStringList& types) override;
     void openFile(const QString& path) override;
+    void openUrl(const QString& url) override;
     void quit() override;
 
 private:

@@ -3,6 +3,9 @@
 #include "android/windows/And_Conn_Err.h"
 #include "android/windows/Android_Ph_List_Wnd.h"
 #include "android/windows/Android_TroubleShooting.h"
+#include "android/windows/Connection_Info.h"
+#include "android/windows/OneByOneCopyFailure.h"
+#include "android/windows/SingleShotCopyFailure.h"
 #include "core/DataFolder.h"
 #include "core/WorkerThread.h"
 #include "sending/windows/Bulk_SMSAppDelegate.h"
@@ -12,17 +15,21 @@
 #include "ui/AndroidPhListView.h"
 #include "ui/AndroidSendingProgressView.h"
 #include "ui/AndroidTroubleShootingView.h"
+#include "ui/UsbDebuggingPrompt.h"
 #include "ui/ViewRegistry.h"
 
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
 #include "core/FileUtils.h"
 
+#include <QCheckBox>
 #include <QDir>
+#include <QImage>
 #include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSet>
 #include <QTableView>
 #include <QTemporaryDir>
 
@@ -230,6 +237,95 @@ TEST_F(AndroidViewsTest, ConnectionErrorBoxEndsWithOk) {
     saveShot(*view, "android-permission-box");
     view->findChild<QPushButton*>()->click();
     EXPECT_EQ(box.endCode(), 1);
+}
+
+// The connection steps: each maker's step button opens its help page (through the operator,
+// which records it here instead of starting a browser); the phone's prompt shows on request.
+TEST(ConnectionStepsView, StepButtonsOpenTheMakersPagesAndThePromptShowsOnRequest) {
+    ViewRegistry::registerStandardViews();
+    ScriptedOperator op;
+    Connection_Info steps(op);
+    std::unique_ptr<QDialog> view(ViewRegistry::createView(steps, nullptr));
+    ASSERT_NE(view, nullptr);
+    view->show();
+    const QList<Connection_Info::HelpPage>& pages = Connection_Info::helpPages();
+    ASSERT_GE(pages.size(), 3);
+    EXPECT_EQ(pages.first().url, "https://developer.android.com/studio/debug/dev-options");
+    QStringList expected;
+    for (int i = pages.size() - 1; i >= 0; --i) { // any order: each opens its own
+        auto* button = view->findChild<QPushButton*>(QStringLiteral("helpPage%1").arg(i));
+        ASSERT_NE(button, nullptr) << i;
+        EXPECT_EQ(button->text(), pages.at(i).maker);
+        button->click();
+        expected << pages.at(i).url;
+        EXPECT_TRUE(pages.at(i).url.startsWith("https://")) << pages.at(i).url.toStdString();
+    }
+    EXPECT_EQ(op.openedUrls(), expected);
+    steps.Open_Help_Page(int(pages.size())); // no such button: nothing opens
+    EXPECT_EQ(op.openedUrls().size(), pages.size());
+    EXPECT_FALSE(steps.isEnded()); // the dialog stays for the next step
+    saveShot(*view, "android-connection-steps");
+
+    auto* toggle = view->findChild<QPushButton*>("authorisationHelp");
+    auto* picture = view->findChild<QWidget*>("authorisationPicture");
+    ASSERT_TRUE(toggle && picture);
+    EXPECT_FALSE(picture->isVisible());
+    toggle->click();
+    EXPECT_TRUE(picture->isVisible());
+    EXPECT_EQ(toggle->text(), "Hide the phone's permission prompt");
+    saveShot(*view, "android-connection-steps-prompt");
+    // The prompt is drawn: a white card on the dimmed screen, the tick box and Allow in blue,
+    // and the marks round what to tap.
+    auto* prompt = picture->findChild<UsbDebuggingPrompt*>();
+    ASSERT_NE(prompt, nullptr);
+    const QImage image = prompt->grab().toImage();
+    saveShot(*prompt, "android-usb-debugging-prompt");
+    QSet<QRgb> colours;
+    for (int y = 0; y < image.height(); y += 2)
+        for (int x = 0; x < image.width(); x += 2)
+            colours.insert(image.pixel(x, y) & 0xffffffu);
+    for (const QRgb colour : {0xffffffu, 0x1a73e8u, 0xf29900u, 0x5f6368u})
+        EXPECT_TRUE(colours.contains(colour)) << std::hex << colour;
+    toggle->click();
+    EXPECT_FALSE(picture->isVisible());
+}
+
+// The questions of a failed copy to the phone: their buttons end them with the codes the send
+// reads, Escape cancels, and the "for all" box is the controller's.
+TEST(CopyFailureViews, ButtonsEndWithTheirCodesAndTheBoxIsKept) {
+    ViewRegistry::registerStandardViews();
+    const struct {
+        const char* button;
+        int code;
+    } listCases[] = {{"OK", 1}, {"Cancel", 0}, {"Continue anyway", 2}, {nullptr, 0}};
+    for (const auto& c : listCases) {
+        SingleShotCopyFailure dialog;
+        std::unique_ptr<QDialog> view(ViewRegistry::createView(dialog, nullptr));
+        ASSERT_NE(view, nullptr);
+        if (c.button == nullptr) {
+            view->reject(); // Escape or the close button
+        } else {
+            if (QLatin1String(c.button) == "OK")
+                saveShot(*view, "android-list-copy-failed");
+            for (QPushButton* b : view->findChildren<QPushButton*>())
+                if (b->text() == c.button)
+                    b->click();
+        }
+        EXPECT_TRUE(dialog.isEnded()) << (c.button ? c.button : "Escape");
+        EXPECT_EQ(dialog.endCode(), c.code) << (c.button ? c.button : "Escape");
+    }
+
+    OneByOneCopyFailure dialog("+447700900555");
+    std::unique_ptr<QDialog> view(ViewRegistry::createView(dialog, nullptr));
+    ASSERT_NE(view, nullptr);
+    auto* forAll = view->findChild<QCheckBox*>("forAll");
+    ASSERT_NE(forAll, nullptr);
+    EXPECT_FALSE(forAll->isChecked());
+    forAll->click();
+    EXPECT_TRUE(dialog.forAll());
+    saveShot(*view, "android-message-copy-failed");
+    view->reject();
+    EXPECT_EQ(dialog.endCode(), 0);
 }
 
 } // namespace

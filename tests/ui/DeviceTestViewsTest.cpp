@@ -72,7 +72,8 @@ TEST_F(DeviceTestViews, TheDeviceWindowRunsTheTestOfTheShownDevice) {
     view.show();
     devices.showDevice(0);
     devices.waitForWorkers();
-    ASSERT_TRUE(spinUntil([&] { return devices.nsCaseListData().size() == 2; }));
+    // After the search the custom number is the modem's own centre: its cases are offered too.
+    ASSERT_TRUE(spinUntil([&] { return devices.nsCaseListData().size() == 4; }));
     auto* number = view.findChild<QLineEdit*>();
     ASSERT_NE(number, nullptr);
     devices.setTestNumberText("+447700900555");
@@ -80,11 +81,14 @@ TEST_F(DeviceTestViews, TheDeviceWindowRunsTheTestOfTheShownDevice) {
     EXPECT_TRUE(devices.testing());
     devices.waitForWorkers();
     ASSERT_TRUE(spinUntil([&] { return !devices.testing(); }));
-    EXPECT_EQ(devices.nsCaseListData().at(0).value("Status"),
-              "Error : the device refused PDU Mode (AT+CMGF=0).");
-    EXPECT_EQ(devices.nsCaseListData().at(1).value("Status"), "Message sent successfully.");
-    ASSERT_EQ(modem->received().size(), 1);
-    EXPECT_EQ(modem->received().at(0).mode, "TEXT");
+    for (int row : {0, 1})
+        EXPECT_EQ(devices.nsCaseListData().at(row).value("Status"),
+                  "Error : the device refused PDU Mode (AT+CMGF=0).");
+    for (int row : {2, 3})
+        EXPECT_EQ(devices.nsCaseListData().at(row).value("Status"), "Message sent successfully.");
+    ASSERT_EQ(modem->received().size(), 2);
+    for (const sim::ReceivedMessage& m : modem->received())
+        EXPECT_EQ(m.mode, "TEXT");
     keepPicture(view, "gsm-device-test");
 }
 

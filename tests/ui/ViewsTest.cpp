@@ -1,6 +1,8 @@
 // The views show their controllers' state and forward clicks; they run headless.
 #include "android/windows/Android_Ph_List_Wnd.h"
 #include "android/windows/Connection_Info.h"
+#include "android/windows/OneByOneCopyFailure.h"
+#include "android/windows/SingleShotCopyFailure.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "core/MainWindows.h"
@@ -59,9 +61,11 @@ TEST(Views, EveryDialogControllerHasAView) {
     MainWindows windows(android, gsm);
     Mobile_Sel_Wnd selection(windows);
     GSM_DEV_Conn_Step_Wnd gsmSteps;
-    Connection_Info androidSteps;
+    Connection_Info androidSteps(op);
+    SingleShotCopyFailure listCopy;
+    OneByOneCopyFailure messageCopy("1");
     for (DialogController* dialog : std::initializer_list<DialogController*>{
-             &selection, &gsmSteps, &androidSteps, &gsm.deviceListWindow()}) {
+             &selection, &gsmSteps, &androidSteps, &gsm.deviceListWindow(), &listCopy, &messageCopy}) {
         std::unique_ptr<QDialog> view(ViewRegistry::createView(*dialog, nullptr));
         ASSERT_NE(view, nullptr) << dialog->metaObject()->className();
         EXPECT_FALSE(view->grab().isNull());

@@ -17,9 +17,10 @@ void GSM_Device_List_Wnd::Fill_Test_case_List() {
     }
     const Record& r = m_ports.at(m_prevIndex);
     m_defaultSmscField = r.value(kDefaultSmscKey);
-    const bool custom =
-        r.value(kUseCustomSmscKey) == QLatin1String("Y") && !r.value(kCustomSmscKey).isEmpty();
-    m_cases.setRecords(SendModeTrial::Fill_Test_case_List(r.value(kSupportedSmsModesKey), custom,
+    // The custom cases follow the record's number, ticked or not: after a search it is the
+    // modem's own centre, named in the message, which is worth its own case.
+    m_cases.setRecords(SendModeTrial::Fill_Test_case_List(r.value(kSupportedSmsModesKey),
+                                                          !r.value(kCustomSmscKey).isEmpty(),
                                                           r.value(kModelKey), r.value(kTestHistoryKey)));
 }
 
@@ -49,8 +50,10 @@ void GSM_Device_List_Wnd::Send_Test_SMS_Pressed() {
     const QString customSmsc = m_customSmscChecked ? m_customSmscText : QString();
     Update_Column_Value(path, kLastTestSmscKey, customSmsc);
 
-    SendModeTrial::Request request{path, customSmsc, record.value(kDefaultSmscKey),
-                                   Trim_Str(m_testNumberText), m_cases.records()};
+    // Unticked, the custom cases still name a centre: the record's (the modem's own after a search).
+    SendModeTrial::Request request{path, m_customSmscChecked ? customSmsc : record.value(kCustomSmscKey),
+                                   record.value(kDefaultSmscKey), Trim_Str(m_testNumberText),
+                                   m_cases.records()};
     m_stopTest = false;
     m_testing = true;
     emit changed();

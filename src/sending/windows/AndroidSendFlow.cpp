@@ -6,6 +6,8 @@
 #include "SendingReportExport.h"
 #include "android/AndroidDevices.h"
 #include "android/PhoneDevice.h"
+#include "android/windows/OneByOneCopyFailure.h"
+#include "android/windows/SingleShotCopyFailure.h"
 #include "core/DataFolder.h"
 #include "core/Guard.h"
 #include "core/MainThread.h"
@@ -151,6 +153,25 @@ QList<DeviceOpener> Bulk_SMSAppDelegate::phoneOpeners() {
             One_By_One_Radio();
             Standard_Radio();
         });
+    };
+    hooks.listCopyFailed = [this] {
+        SingleShotCopyFailure dialog;
+        const int code = op().runModal(dialog);
+        return code == SingleShotCopyFailure::kOneByOne ? PhoneDevice::ListCopyChoice::OneByOne
+               : code == SingleShotCopyFailure::kEnd    ? PhoneDevice::ListCopyChoice::End
+                                                        : PhoneDevice::ListCopyChoice::ContinueAnyway;
+    };
+    // The dialog's "for all" box holds for this send, on every phone of it.
+    auto textInStartCommandForAll = std::make_shared<std::atomic<bool>>(false);
+    hooks.messageCopyFailed = [this, textInStartCommandForAll](const QString& number) {
+        if (*textInStartCommandForAll)
+            return PhoneDevice::MessageCopyChoice::TextInStartCommand;
+        OneByOneCopyFailure dialog(number);
+        if (op().runModal(dialog) != 1)
+            return PhoneDevice::MessageCopyChoice::End;
+        if (dialog.forAll())
+            *textInStartCommandForAll = true;
+        return PhoneDevice::MessageCopyChoice::TextInStartCommand;
     };
     // Ticked phones are each addressed by serial; else the one phone found (within --serial).
     QList<TickedPhone> phones = m_phone.phones;

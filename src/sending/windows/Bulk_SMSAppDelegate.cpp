@@ -32,7 +32,7 @@ Bulk_SMSAppDelegate::~Bulk_SMSAppDelegate() {
 QString Bulk_SMSAppDelegate::title() const { return kApplicationName + QStringLiteral(" - Android Phone"); }
 
 int Bulk_SMSAppDelegate::runConnectionSteps() {
-    Connection_Info steps;
+    Connection_Info steps(op());
     return op().runModal(steps);
 }
 

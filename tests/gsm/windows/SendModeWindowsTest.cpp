@@ -165,12 +165,61 @@ TEST_F(ModeTestOnModems, ASilentDeviceFailsEveryCaseWithAConnectionError) {
               (QStringList{"Device Connection Error", "Device Connection Error"}));
 }
 
+// After a search the record's custom number is the modem's own centre, the tick box off: the
+// device window still offers the custom cases, and they name that centre to the modem.
+TEST_F(ModeTestOnModems, TheDeviceWindowOffersTheCustomCasesWithTheBoxUnticked) {
+    const QString ownCentre = "+447700900123";
+    VirtualModem& modem = attach();
+    search();
+    devices.showDevice(0);
+    devices.waitForWorkers();
+    ASSERT_TRUE(spinUntil([&] { return devices.nsCaseListData().size() == 4; }));
+    const Record record = devices.nsPortListData().at(0);
+    ASSERT_EQ(record.value("UseCusSMSC"), "N");
+    ASSERT_EQ(record.value("CusSMSC"), ownCentre);
+    EXPECT_FALSE(devices.customSmscChecked());
+    EXPECT_EQ(columnOf(devices.nsCaseListData().records(), "Case_Name"),
+              (QStringList{"PDU_CUS_SMSC", "PDU_DEF_SMSC", "TXT_CUS_SMSC", "TXT_DEF_SMSC"}));
+    EXPECT_EQ(columnOf(devices.nsCaseListData().records(), "Possible_Case"),
+              (QStringList{"Case 1:", "Case 2:", "Case 3:", "Case 4:"}));
+
+    devices.setTestNumberText(kTo);
+    devices.Send_Test_SMS_Pressed();
+    devices.waitForWorkers();
+    EXPECT_EQ(columnOf(devices.nsCaseListData().records(), "Status"),
+              QStringList(4, "Message sent successfully."));
+    const QList<sim::ReceivedMessage> received = modem.received();
+    ASSERT_EQ(received.size(), 4);
+    QStringList modes;
+    for (const sim::ReceivedMessage& m : received)
+        modes << m.mode;
+    EXPECT_EQ(modes, (QStringList{"PDU", "PDU", "TEXT", "TEXT"}));
+    // The custom PDU case carries the centre in its PDU (+447700900123 in swapped semi-octets);
+    // the default one leaves it to the modem.
+    EXPECT_TRUE(received.at(0).pduHex.value(0).startsWith("0791447700091032"))
+        << received.at(0).pduHex.value(0).toStdString();
+    EXPECT_TRUE(received.at(1).pduHex.value(0).startsWith("00"))
+        << received.at(1).pduHex.value(0).toStdString();
+    EXPECT_TRUE(modem.commandLog().contains("AT+CSCA=\"" + ownCentre + "\",145"))
+        << modem.commandLog().join(" | ").toStdString();
+    EXPECT_EQ(devices.nsPortListData().at(0).value("Last_SMSC"), ""); // the box was off
+    EXPECT_TRUE(op.alerts().isEmpty()) << op.alerts().join("|").toStdString();
+
+    // Without a number of its own, a device gets no custom cases.
+    devices.Update_Column_Value(record.value("PORT_DETAL"), "CusSMSC", "");
+    devices.showDevice(0);
+    devices.waitForWorkers();
+    EXPECT_TRUE(spinUntil([&] { return devices.nsCaseListData().size() == 2; }));
+    EXPECT_EQ(columnOf(devices.nsCaseListData().records(), "Case_Name"),
+              (QStringList{"PDU_DEF_SMSC", "TXT_DEF_SMSC"}));
+}
+
 TEST_F(ModeTestOnModems, TheDeviceWindowKeepsTheOutcomeAndShowsItAgain) {
     attach({}, [](ModemBehaviour& b) { b.modes = ModemBehaviour::Modes::TextOnly; });
     search();
     devices.showDevice(0);
     devices.waitForWorkers();
-    ASSERT_TRUE(spinUntil([&] { return devices.nsCaseListData().size() == 1; }));
+    ASSERT_TRUE(spinUntil([&] { return devices.nsCaseListData().size() == 2; }));
     devices.setTestNumberText("+44 20 7946 0958");
     devices.Send_Test_SMS_Pressed();
     EXPECT_EQ(op.alerts(), QStringList{"\nPlease enter a valid phone number to receive test message."});
@@ -180,15 +229,16 @@ TEST_F(ModeTestOnModems, TheDeviceWindowKeepsTheOutcomeAndShowsItAgain) {
     devices.waitForWorkers();
     EXPECT_FALSE(devices.testing());
     const QString history = devices.nsPortListData().at(0).value("TEST_HISTORY");
-    EXPECT_EQ(history, "TXT_DEF_SMSC||Message sent successfully.||");
+    EXPECT_EQ(history,
+              "TXT_CUS_SMSC||Message sent successfully.||TXT_DEF_SMSC||Message sent successfully.||");
 
     // Showing the device again reads the statuses back from the record.
     devices.nsCaseListData().clear();
     devices.showDevice(0);
     devices.waitForWorkers();
-    EXPECT_TRUE(spinUntil([&] { return devices.nsCaseListData().size() == 1; }));
+    EXPECT_TRUE(spinUntil([&] { return devices.nsCaseListData().size() == 2; }));
     EXPECT_EQ(columnOf(devices.nsCaseListData().records(), "Status"),
-              QStringList{"Message sent successfully."});
+              (QStringList{"Message sent successfully.", "Message sent successfully."}));
 
     // The report of what was shown.
     QTemporaryDir dir;
