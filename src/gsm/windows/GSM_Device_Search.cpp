@@ -31,12 +31,13 @@ void GSM_Device_List_Wnd::Find_Ph_Thread(std::stop_token stop) {
         } else {
             m_settingsEnabled = false;
             // The heading would still say "Searching Device": say what the search found instead.
-            m_heading = m_progressMax == 0
-                            ? QStringLiteral("There was nothing to search: no serial port was found. Plug in "
-                                             "the modem (and check its cable), then search again.")
-                            : QStringLiteral("No modem answered on the %1 searched. Check that the modem "
-                                             "is on and not used by another program, then search again.")
-                                  .arg(counted(m_progressMax, QStringLiteral("port"), QStringLiteral("ports")));
+            m_heading =
+                m_progressMax == 0
+                    ? QStringLiteral("There was nothing to search: no serial port was found. Plug in "
+                                     "the modem (and check its cable), then search again.")
+                    : QStringLiteral("No modem answered on the %1 searched. Check that the modem "
+                                     "is on and not used by another program, then search again.")
+                          .arg(counted(m_progressMax, QStringLiteral("port"), QStringLiteral("ports")));
             emit changed();
         }
     });

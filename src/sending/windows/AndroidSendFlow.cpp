@@ -270,17 +270,26 @@ void Bulk_SMSAppDelegate::afterRun() {
     else
         m_runEnd = RunEnd::Completed;
     const QList<SendingItem> all = m_run->record().all();
+    // A run none of whose messages reached a phone (its list copy refused, say) is not "Completed":
+    // why was told as it happened.
+    const bool anyReached = std::any_of(all.cbegin(), all.cend(), [](const SendingItem& item) {
+        const RowFate fate = rowFate(item);
+        return fate != RowFate::NotSent && fate != RowFate::Passed;
+    });
+    if (m_runEnd == RunEnd::Completed && !anyReached && !all.isEmpty())
+        m_runEnd = RunEnd::NothingReached;
     m_lastRun.remember(all, list());
     const int notYetSent = notYetSentCount(all);
     m_progress.update([notYetSent](AndroidSendingProgress::State& s) {
         s.sendRestText = notYetSent > 0 ? notYetSentOffer(notYetSent) : QString();
     });
-    m_progress.finish(!failure.isEmpty()                 ? failure
-                      : m_runEnd == RunEnd::Completed    ? kCompleted
-                      : m_runEnd == RunEnd::NotConnected ? kNoPhone
-                      : m_runEnd == RunEnd::DeviceError  ? kPhoneLeft
-                      : m_runEnd == RunEnd::Stopped      ? stoppedSummary(all)
-                                                         : kStoppedRun);
+    m_progress.finish(!failure.isEmpty()                   ? failure
+                      : m_runEnd == RunEnd::Completed      ? kCompleted
+                      : m_runEnd == RunEnd::NotConnected   ? kNoPhone
+                      : m_runEnd == RunEnd::DeviceError    ? kPhoneLeft
+                      : m_runEnd == RunEnd::Stopped        ? stoppedSummary(all)
+                      : m_runEnd == RunEnd::NothingReached ? QStringLiteral("No message reached the phone.")
+                                                           : kStoppedRun);
     m_campaign->end();
     if (!failure.isEmpty())
         op().Show_MessageBox(failure);

@@ -62,7 +62,17 @@ public:
     AndroidSendingProgress& progress() { return m_progress; }
 
     // How the last run ended, and how many records it counted as sent.
-    enum class RunEnd { None, Completed, Stopped, DeviceError, NotConnected, Abandoned, DataNotWritten };
+    // NothingReached: the run went to its end, but no message of it reached a phone.
+    enum class RunEnd {
+        None,
+        Completed,
+        Stopped,
+        DeviceError,
+        NotConnected,
+        Abandoned,
+        DataNotWritten,
+        NothingReached
+    };
     RunEnd lastRunEnd() const { return m_runEnd; }
     int lastRunSent() const { return m_sentCount; }
 
