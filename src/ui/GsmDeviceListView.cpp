@@ -19,6 +19,7 @@
 #include <QRadioButton>
 #include <QSignalBlocker>
 #include <QTableView>
+#include <QTextDocument>
 #include <QVBoxLayout>
 
 GsmDeviceListView::GsmDeviceListView(GSM_Device_List_Wnd& controller, QWidget* parent)
@@ -113,7 +114,11 @@ QWidget* GsmDeviceListView::buildSettings() {
 
     m_details = new QPlainTextEdit(m_settings);
     m_details->setReadOnly(true);
-    layout->addWidget(m_details, 1);
+    // The details are ten lines (the SIM's number last): they show whole, and the room left goes
+    // to the test's cases.
+    m_details->setFixedHeight(m_details->fontMetrics().lineSpacing() * 10 +
+                              2 * int(m_details->document()->documentMargin()) + 2 * m_details->frameWidth());
+    layout->addWidget(m_details);
 
     m_deviceSettings = DeviceSettingsBoxes::build(m_settings, this, m_controller, QStringLiteral("no."));
     layout->addWidget(m_deviceSettings.modeBox);
