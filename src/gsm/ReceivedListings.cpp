@@ -201,6 +201,8 @@ std::optional<ListedText> textRead(const QString& answer) {
             return std::nullopt;
         ListedText entry = textHeader(*fields, 0);
         entry.text = textBetween(lines, i + 1, end);
+        if (entry.sender.isEmpty() && entry.text.isEmpty())
+            return std::nullopt; // an empty place ("+CMGR: 0,,0")
         return entry;
     }
     return std::nullopt;
