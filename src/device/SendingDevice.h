@@ -1,6 +1,7 @@
 #pragma once
 // A device a sending run hands messages to: a modem session or a phone. The engine knows
 // devices only through this interface; each is used by one thread of the run at a time.
+#include "IncomingMessage.h"
 #include "SendOutcome.h"
 
 #include <QList>
@@ -77,6 +78,11 @@ public:
     // Reports gathered since the last call; listening reads whatever the device says meanwhile.
     virtual QList<DeliveryReport> takeDeliveryReports() { return {}; }
     virtual void listenForDeliveryReports(std::chrono::milliseconds duration) { Q_UNUSED(duration); }
+
+    // Messages the device received since the last call (replies). It holds them until
+    // forgetReceived() says they are kept elsewhere; until then each call may give them again.
+    virtual QList<IncomingMessage> takeReceived() { return {}; }
+    virtual void forgetReceived(const QList<IncomingMessage>& kept) { Q_UNUSED(kept); }
 
     // Whether the device still answers (asked after a message it never answered).
     virtual bool stillAnswers() { return true; }

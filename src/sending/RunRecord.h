@@ -68,6 +68,13 @@ public:
     // A report from the device's network: the index of the item it belongs to, if any.
     virtual std::optional<int> report(const QString& device, const DeliveryReport& report) = 0;
     virtual int awaitingReports(const QString& device = {}) const = 0;
+    // Keeps what the device received (replies) for good; false when they could not be kept,
+    // and the device then holds them still. A record that keeps nothing leaves them there.
+    virtual bool keepReceived(const QString& device, const QList<IncomingMessage>& received) {
+        Q_UNUSED(device);
+        Q_UNUSED(received);
+        return false;
+    }
     // The wait for the device's reports is over: the items that never got one.
     virtual QList<int> endReportWait(const QString& device) = 0;
     // Ends every waiting item with `why` (or what its last attempt got); the indexes marked.

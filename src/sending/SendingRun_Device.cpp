@@ -70,6 +70,7 @@ void SendingRun::sendFrom(Worker& worker) {
         leave(worker.name, QStringLiteral("Left the run: %1.").arg(refusal));
         return;
     }
+    keepReceived(worker); // what waited on the device since it was last read
     // The run goes on while a device may still hear of its messages' delivery.
     worker.reportsRouted = m_settings.deliveryReports && worker.device.deliveryReports();
     struct Reporting {
@@ -92,6 +93,8 @@ void SendingRun::sendFrom(Worker& worker) {
     const bool failed = !sendEach(worker);
     if (worker.reportsRouted && !failed)
         awaitReports(worker);
+    if (!failed)
+        keepReceived(worker);
     for (int index : m_record->endReportWait(worker.name))
         show(index, false);
     checkRecord();
@@ -216,6 +219,7 @@ bool SendingRun::afterAnswer(Worker& worker, const RunRecord::Claim& claim, cons
     }
     Clock::sleepUnless(1s, [&worker] { return worker.stop.stop_requested(); });
     applyReports(worker);
+    keepReceived(worker);
     if (givesUp) {
         leave(worker.name, QStringLiteral("Left the run after %1 refusals in a row (last: %2).")
                                .arg(worker.refusalsInARow)
@@ -317,6 +321,14 @@ void SendingRun::applyReports(Worker& worker) {
         checkRecord();
         show(*index, false);
     }
+}
+
+// Replies that reached the device go to the record; the device forgets them only once they
+// are kept, so a failure leaves them where they were, to be read again.
+void SendingRun::keepReceived(Worker& worker) {
+    const QList<IncomingMessage> received = worker.device.takeReceived();
+    if (!received.isEmpty() && m_record->keepReceived(worker.name, received))
+        worker.device.forgetReceived(received);
 }
 
 void SendingRun::awaitReports(Worker& worker) {
