@@ -172,6 +172,19 @@ TEST_P(RepliesTest, AReplyAnswersTheLatestCampaignThatTextedItsSenderWithinTheWi
     EXPECT_EQ(stored(reply("+447911123100", "Hi there"), {3h, {}}).campaign, latest);
 }
 
+TEST_P(RepliesTest, ItemsKeptBeforeRepliesWereStoredAreMatchedAndHonouredAsWritten) {
+    // Such items have neither an E.164 form beside them nor the time they went: their number
+    // (then already E.164 when a country applied) and their last change stand in.
+    const qint64 campaign = sent({"+447911123100"});
+    std::unique_ptr<StoredRun> waiting = begun({"+447911123100", "+447911123101"});
+    ASSERT_TRUE(store->write(
+        [](SqlDatabase& db) { return db.exec("UPDATE items SET number_e164 = NULL, sent_at = NULL"); }));
+    EXPECT_EQ(stored(reply("+447911123100", "STOP")).campaign, campaign);
+    QStringList handed;
+    EXPECT_EQ(claimAll(*waiting, &handed), QStringList{"+447911123100=" + kOptedOut});
+    EXPECT_EQ(handed, QStringList{"+447911123101"});
+}
+
 TEST_P(RepliesTest, EachCampaignsNumbersAreReadInTheCountryItWasSentWith) {
     // A British list written nationally, and a list without a country kept as written.
     const qint64 british = sent({"07911 123100"}, "GB");
