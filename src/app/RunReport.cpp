@@ -13,8 +13,6 @@
 
 namespace {
 
-bool leftOutOnPurpose(const SendingItem& item) { return item.status == kSkipped || item.status == kExcluded; }
-
 // The item's delivery as a script reads it: its state, "none" for a message that did not go
 // out, or "not requested".
 QString deliveryOf(const SendingItem& item, bool requested) {
@@ -90,7 +88,7 @@ void RunReport::finish() {
         return; // a script reads the lines; the summary would not be JSON
     int sendable = 0, sent = 0;
     for (const SendingItem& item : items) {
-        sendable += !leftOutOnPurpose(item);
+        sendable += !leftOutOnPurpose(item.status);
         sent += item.delivered();
     }
     if (const QString unicode = unicodeSummary(m_run.sentAsUnicode()); !unicode.isEmpty())
@@ -105,7 +103,7 @@ int RunReport::exitStatus() const {
         return kExitDataNotWritten;
     int sendable = 0, sent = 0;
     for (const SendingItem& item : reported()) {
-        sendable += !leftOutOnPurpose(item);
+        sendable += !leftOutOnPurpose(item.status);
         sent += item.delivered();
     }
     if (sent == sendable)

@@ -340,6 +340,7 @@ std::optional<int> prepareSend(SendRun& run) {
         return 2;
     }
     const NumberNormaliser numbers = run.country.normaliser();
+    run.campaign.settings.country = numbers.region();
     // Only validity filters the list; duplicates and exclusions are marked by the run itself.
     if (const std::optional<int> end = fillList(run, numbers))
         return end;

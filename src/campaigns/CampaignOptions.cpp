@@ -11,6 +11,7 @@ QString optionsOf(const RunSettings& s) {
         {"skip_duplicates", s.skipDuplicates},
         {"delivery_reports", s.deliveryReports},
         {"retries", s.retries},
+        {"country", s.country},
         {"pause_every", s.schedule.takesPauses() ? s.schedule.count : 0},
         {"pause_seconds", s.schedule.takesPauses() ? s.schedule.pauseMilliseconds() / 1000 : 0}};
     return QString::fromUtf8(QJsonDocument(options).toJson(QJsonDocument::Compact));
@@ -25,6 +26,7 @@ RunSettings settingsOf(const QString& options, const QString& road) {
     s.plainPunctuation = o.value("plain_punctuation").toBool();
     s.skipDuplicates = o.value("skip_duplicates").toBool();
     s.deliveryReports = o.value("delivery_reports").toBool();
+    s.country = o.value("country").toString();
     s.retries = qBound(0, o.value("retries").toInt(RunSettings::kDefaultRetries), RunSettings::kMaxRetries);
     const int every = o.value("pause_every").toInt(), seconds = o.value("pause_seconds").toInt();
     if (every > 0 && seconds > 0) {

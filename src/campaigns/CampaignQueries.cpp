@@ -1,8 +1,11 @@
 #include "CampaignQueries.h"
 
+#include "CampaignNumbers.h"
+#include "CampaignOptions.h"
 #include "CampaignSenders.h"
 #include "CampaignStore.h"
 #include "ItemFate.h"
+#include "Replies.h"
 
 namespace {
 
@@ -48,8 +51,14 @@ bool countItems(SqlDatabase& db, QList<CampaignSummary>& campaigns, qint64 only)
         for (CampaignSummary& c : campaigns)
             if (c.id == row.value(0).toLongLong())
                 count(c, row.value(1).toString(), row.value(2).toString(), row.value(3).toLongLong());
-    for (CampaignSummary& c : campaigns)
+    QHash<qint64, ReplyCounts> replies;
+    if (!countReplies(db, only, &replies))
+        return false;
+    for (CampaignSummary& c : campaigns) {
         c.held = c.state == QLatin1String("sending") && campaignHeld(db, c.id);
+        c.replies = replies.value(c.id).replies;
+        c.optOuts = replies.value(c.id).optOuts;
+    }
     return db.error().isEmpty();
 }
 
@@ -61,35 +70,42 @@ qint64 insertRows(SqlDatabase& db, const NewCampaign& campaign, const QList<Send
             break;
         }
     const bool sending = campaign.state == QLatin1String("sending");
+    // Each number's E.164 form in the campaign's country goes beside it: replies and opt-outs
+    // meet the recipient however the list wrote the number.
+    const QString country = settingsOf(campaign.options, campaign.road).country;
+    const CampaignNumbers numbers(country);
     QList<SqlRow> made;
     if (!db.exec(QStringLiteral("INSERT INTO campaigns (created_at, created_by, data_folder, road, message,"
-                                " options, state, total, resumes, started_at)"
-                                " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?) RETURNING id"),
+                                " options, state, total, resumes, started_at, country)"
+                                " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) RETURNING id"),
                  {now, CampaignStore::user(), campaign.dataFolder, campaign.road,
                   message.isNull() ? QVariant() : QVariant(message), campaign.options, campaign.state,
                   qint64(items.size()), campaign.resumes ? QVariant(campaign.resumes) : QVariant(),
-                  sending ? QVariant(now) : QVariant()},
+                  sending ? QVariant(now) : QVariant(), country},
                  &made) ||
         made.isEmpty())
         return 0;
     const qint64 id = made.first().value(0).toLongLong();
     // Many rows a statement: a million recipients go in without a million statements.
     constexpr int kRowsAStatement = 100;
+    constexpr int kColumns = 11;
     const auto statement = [](int rows) {
-        return QStringLiteral("INSERT INTO items (campaign, position, number, text, state, status,"
-                              " current_status, use_status, device, changed_at) VALUES ") +
-               QStringList(rows, QStringLiteral("(?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")).join(QLatin1Char(','));
+        return QStringLiteral(
+                   "INSERT INTO items (campaign, position, number, number_e164, text, state, status,"
+                   " current_status, use_status, device, changed_at) VALUES ") +
+               QStringList(rows, QStringLiteral("(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")).join(QLatin1Char(','));
     };
     const QString full = statement(kRowsAStatement);
     QVariantList values;
     for (int first = 0; first < items.size(); first += kRowsAStatement) {
         const int rows = int(std::min<qsizetype>(kRowsAStatement, items.size() - first));
         values.clear();
-        values.reserve(qsizetype(rows) * 10);
+        values.reserve(qsizetype(rows) * kColumns);
         for (int i = first; i < first + rows; ++i) {
             const SendingItem& item = items.at(i);
             const bool done = !item.status.isEmpty();
-            values << id << i << item.number << item.message
+            const QString e164 = numbers.e164(item.number);
+            values << id << i << item.number << (e164.isEmpty() ? QVariant() : QVariant(e164)) << item.message
                    << (done ? QStringLiteral("done") : QStringLiteral("queued")) << item.status
                    << item.currentStatus << (done ? QStringLiteral("done") : QStringLiteral("wait"))
                    << item.usePort << now;

@@ -33,7 +33,8 @@ struct CampaignSummary {
     QString state, road, createdBy, dataFolder, reason;
     qint64 createdAt = 0, startedAt = 0, finishedAt = 0; // ms since the epoch; 0 when not yet
     qint64 total = 0, sent = 0, failed = 0, unknown = 0, waiting = 0, inHand = 0, notSent = 0;
-    bool held = false; // a living sender works on it (sending, not broken off)
+    qint64 replies = 0, optOuts = 0; // the replies it had, and the opt-outs they asked
+    bool held = false;               // a living sender works on it (sending, not broken off)
 };
 // Every campaign, newest first; or the one with that id.
 std::optional<QList<CampaignSummary>> listCampaigns(CampaignStore& store, QString* error = nullptr);

@@ -113,9 +113,57 @@ QStringList sharing() {
     };
 }
 
+// 4: the messages recipients send back, and the numbers that asked for no more. A campaign
+// keeps the country its numbers were read in, and an item its number's E.164 form in it and
+// when it last went to a device: a reply is matched to the latest campaign that texted its
+// sender, whichever way the list wrote the number.
+QStringList replies() {
+    return {
+        QStringLiteral("ALTER TABLE campaigns ADD COLUMN country TEXT NOT NULL DEFAULT ''"),
+        QStringLiteral("ALTER TABLE items ADD COLUMN sent_at BIGINT"),
+        QStringLiteral("CREATE INDEX items_e164 ON items (number_e164) WHERE number_e164 IS NOT NULL"),
+        QStringLiteral("CREATE INDEX items_written ON items (number)"),
+        QStringLiteral("CREATE TABLE received ("
+                       " id %ID%,"
+                       " device TEXT NOT NULL," // ICCID, IMEI or the phone's serial
+                       " road TEXT NOT NULL,"
+                       " sender TEXT NOT NULL,"                 // as received
+                       " sender_e164 TEXT NOT NULL DEFAULT ''," // '' when it has none (a name)
+                       " number TEXT NOT NULL,"                 // the sender as opt-outs name it
+                       " text TEXT NOT NULL,"
+                       " part_ref INTEGER NOT NULL DEFAULT 0,"   // a long message's reference
+                       " part_total INTEGER NOT NULL DEFAULT 1," // and its number of parts
+                       " parts TEXT NOT NULL DEFAULT '',"        // those that arrived: "1 2 3"
+                       " complete INTEGER NOT NULL DEFAULT 1,"
+                       " sent_at BIGINT NOT NULL DEFAULT 0,"        // the network's time stamp; 0 unknown
+                       " received_at BIGINT NOT NULL,"              // when it was stored
+                       " campaign BIGINT REFERENCES campaigns(id)," // the one it answers
+                       " read_at BIGINT,"
+                       " dedup TEXT NOT NULL UNIQUE)"), // the same message read twice is kept once
+        QStringLiteral("CREATE INDEX received_campaign ON received (campaign, id)"),
+        QStringLiteral("CREATE INDEX received_unread ON received (id) WHERE read_at IS NULL"),
+        QStringLiteral("CREATE INDEX received_number ON received (number)"),
+        // Every opt-out is kept, the ended ones too: when and how a person asked for no more
+        // messages, and when and how they asked again, is what the operator may be asked for.
+        QStringLiteral("CREATE TABLE opt_outs ("
+                       " id %ID%,"
+                       " number TEXT NOT NULL," // E.164, or as written when no country applies
+                       " since BIGINT NOT NULL,"
+                       " how TEXT NOT NULL," // keyword, operator, api
+                       " message BIGINT REFERENCES received(id),"
+                       " active INTEGER NOT NULL DEFAULT 1,"
+                       " ended_at BIGINT, ended_how TEXT,"
+                       " ended_message BIGINT REFERENCES received(id))"),
+        QStringLiteral("CREATE UNIQUE INDEX opt_outs_active ON opt_outs (number) WHERE active = 1"),
+        QStringLiteral("CREATE INDEX opt_outs_number ON opt_outs (number, id)"),
+        QStringLiteral("CREATE INDEX opt_outs_message ON opt_outs (message)"),
+        QStringLiteral("CREATE INDEX opt_outs_ended_message ON opt_outs (ended_message)"),
+    };
+}
+
 // In order; a migration once released is never changed, only followed by another.
 const QList<QStringList>& migrations() {
-    static const QList<QStringList> all{tables(), claimIndexes(), sharing()};
+    static const QList<QStringList> all{tables(), claimIndexes(), sharing(), replies()};
     return all;
 }
 

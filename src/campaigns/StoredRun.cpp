@@ -2,6 +2,7 @@
 
 #include "CampaignQueries.h"
 #include "CampaignSenders.h"
+#include "OptOuts.h"
 #include "core/Clock.h"
 #include "core/Log.h"
 #include "device/DeliveryState.h"
@@ -335,19 +336,29 @@ bool StoredRun::continueFrom(SqlDatabase& db, qint64 now) {
 std::optional<RunRecord::Claim> StoredRun::claimAt(SqlDatabase& db, int position, const QString& device,
                                                    qint64 now) const {
     QList<SqlRow> rows;
-    if (!db.exec(
-            QStringLiteral("UPDATE items SET state = 'sending', device = ?, claimer = ?, lease_until = ?,"
-                           " attempts = attempts + 1, use_status = 'sending', current_status = ?,"
-                           " requeued_at = NULL, changed_at = ? WHERE campaign = ? AND position = ?"
-                           " RETURNING %1")
-                .arg(kItemColumns),
-            {device, m_claimer, leaseUntil(), QStringLiteral("Sending (%1)").arg(device), now, m_campaign,
-             position},
-            &rows) ||
+    if (!db.exec(QStringLiteral(
+                     "UPDATE items SET state = 'sending', device = ?, claimer = ?, lease_until = ?,"
+                     " attempts = attempts + 1, use_status = 'sending', current_status = ?,"
+                     " requeued_at = NULL, changed_at = ?, sent_at = ? WHERE campaign = ? AND position = ?"
+                     " RETURNING %1")
+                     .arg(kItemColumns),
+                 {device, m_claimer, leaseUntil(), QStringLiteral("Sending (%1)").arg(device), now, now,
+                  m_campaign, position},
+                 &rows) ||
         rows.isEmpty() || !event(db, m_campaign, position, QStringLiteral("sending"), device, m_claimer))
         return std::nullopt;
     remember(position, rows.first());
     return Claim{Claim::Kind::Send, position, itemOf(rows.first())};
+}
+
+bool StoredRun::recipientOptedOut(SqlDatabase& db, int position, bool* optedOut) const {
+    QList<SqlRow> rows;
+    if (!db.exec(QStringLiteral("SELECT number, number_e164 FROM items WHERE campaign = ? AND position = ?"),
+                 {m_campaign, position}, &rows))
+        return false;
+    *optedOut = false;
+    return rows.isEmpty() ||
+           optedOutWithin(db, {rows.first().value(1).toString(), rows.first().value(0).toString()}, optedOut);
 }
 
 bool StoredRun::pickRetry(SqlDatabase& db, const QString& device, bool onlyDeviceLeft, const Carries& carries,
@@ -376,6 +387,75 @@ bool StoredRun::pickRetry(SqlDatabase& db, const QString& device, bool onlyDevic
     return read;
 }
 
+bool StoredRun::finishUnsent(SqlDatabase& db, int position, Claim::Kind kind, const QString& device,
+                             qint64 now, QList<Claim>& onTheWay) const {
+    QList<SqlRow> rows;
+    const QString status = kind == Claim::Kind::Excluded  ? kExcluded
+                           : kind == Claim::Kind::Skipped ? kSkipped
+                                                          : kOptedOut;
+    if (!db.exec(QStringLiteral("UPDATE items SET state = 'done', status = ?, use_status = 'done',"
+                                " current_status = ?, device = ?, requeued_at = NULL, changed_at = ?"
+                                " WHERE campaign = ? AND position = ? RETURNING %1")
+                     .arg(kItemColumns),
+                 {status, QStringLiteral("Done (%1)").arg(device), device, now, m_campaign, position},
+                 &rows) ||
+        rows.isEmpty() || !event(db, m_campaign, position, QStringLiteral("done"), status, m_claimer))
+        return false;
+    remember(position, rows.first());
+    onTheWay.append({kind, position, itemOf(rows.first())});
+    return true;
+}
+
+bool StoredRun::pickFresh(SqlDatabase& db, const QString& device, bool skipDuplicates,
+                          const std::function<bool(const QString&)>& isExcluded, const Carries& carries,
+                          qint64 now, QList<Claim>& onTheWay, std::optional<int>& position) {
+    for (;;) {
+        QList<SqlRow> next;
+        // From where this run's last pick was: the items before it are taken, and a server's
+        // index still holds their old entries until it is vacuumed.
+        if (!db.exec(QStringLiteral("SELECT position, number, text, number_e164 FROM items WHERE campaign = ?"
+                                    " AND state = 'queued' AND requeued_at IS NULL AND position >= ?"
+                                    " ORDER BY position LIMIT 1") +
+                         rowLock(db),
+                     {m_campaign, m_freshFrom.load()}, &next))
+            return false;
+        if (next.isEmpty())
+            return true;
+        const int at = int(next.first().value(0).toLongLong());
+        m_freshFrom = at + 1;
+        const QString number = next.first().value(1).toString();
+        std::optional<Claim::Kind> notSent;
+        bool optedOut = false;
+        if (isExcluded && isExcluded(number))
+            notSent = Claim::Kind::Excluded;
+        else if (!optedOutWithin(db, {next.first().value(3).toString(), number}, &optedOut))
+            return false;
+        else if (optedOut)
+            notSent = Claim::Kind::OptedOut;
+        else if (skipDuplicates &&
+                 db.value(
+                       QStringLiteral("SELECT 1 FROM items WHERE campaign = ? AND number = ? AND position < ?"
+                                      " LIMIT 1"),
+                       {m_campaign, number, at})
+                     .isValid())
+            notSent = Claim::Kind::Skipped;
+        if (!notSent && carries && !carries(next.first().value(2).toString())) {
+            // Left to the others: it waits as a retry that avoids this device.
+            if (!db.exec(QStringLiteral("UPDATE items SET requeued_at = ?, not_before = 0, avoid_device = ?"
+                                        " WHERE campaign = ? AND position = ?"),
+                         {now, device, m_campaign, at}))
+                return false;
+            continue;
+        }
+        if (!notSent) {
+            position = at;
+            return true;
+        }
+        if (!finishUnsent(db, at, *notSent, device, now, onTheWay))
+            return false;
+    }
+}
+
 std::optional<RunRecord::Claim> StoredRun::claimNext(
     const QString& device, bool skipDuplicates, const std::function<bool(const QString&)>& isExcluded,
     const std::function<void(const Claim&)>& finishedOnTheWay, bool onlyDeviceLeft, const Carries& carries) {
@@ -394,61 +474,25 @@ std::optional<RunRecord::Claim> StoredRun::claimNext(
         claim.reset();
         if (lapseCheck && !releaseAbandonedClaims(db, m_campaign, m_claimer))
             return false;
-        std::optional<int> retry;
-        if (!pickRetry(db, device, onlyDeviceLeft, carries, now, retry))
-            return false;
-        if (retry)
-            return take(db, *retry);
         for (;;) {
-            QList<SqlRow> next;
-            // From where this run's last pick was: the items before it are taken, and a server's
-            // index still holds their old entries until it is vacuumed.
-            if (!db.exec(
-                    QStringLiteral(
-                        "SELECT position, number, text FROM items WHERE campaign = ? AND state = 'queued'"
-                        " AND requeued_at IS NULL AND position >= ? ORDER BY position LIMIT 1") +
-                        rowLock(db),
-                    {m_campaign, m_freshFrom.load()}, &next))
+            std::optional<int> retry;
+            if (!pickRetry(db, device, onlyDeviceLeft, carries, now, retry))
                 return false;
-            if (next.isEmpty())
-                return true;
-            const int position = int(next.first().value(0).toLongLong());
-            m_freshFrom = position + 1;
-            const QString number = next.first().value(1).toString();
-            std::optional<Claim::Kind> notSent;
-            if (isExcluded && isExcluded(number))
-                notSent = Claim::Kind::Excluded;
-            else if (skipDuplicates &&
-                     db.value(QStringLiteral(
-                                  "SELECT 1 FROM items WHERE campaign = ? AND number = ? AND position < ?"
-                                  " LIMIT 1"),
-                              {m_campaign, number, position})
-                         .isValid())
-                notSent = Claim::Kind::Skipped;
-            if (!notSent && carries && !carries(next.first().value(2).toString())) {
-                // Left to the others: it waits as a retry that avoids this device.
-                if (!db.exec(
-                        QStringLiteral("UPDATE items SET requeued_at = ?, not_before = 0, avoid_device = ?"
-                                       " WHERE campaign = ? AND position = ?"),
-                        {now, device, m_campaign, position}))
-                    return false;
-                continue;
-            }
-            if (!notSent)
-                return take(db, position);
-            QList<SqlRow> rows;
-            const QString status = *notSent == Claim::Kind::Excluded ? kExcluded : kSkipped;
-            if (!db.exec(QStringLiteral("UPDATE items SET state = 'done', status = ?, use_status = 'done',"
-                                        " current_status = ?, device = ?, changed_at = ?"
-                                        " WHERE campaign = ? AND position = ? RETURNING %1")
-                             .arg(kItemColumns),
-                         {status, QStringLiteral("Done (%1)").arg(device), device, now, m_campaign, position},
-                         &rows) ||
-                rows.isEmpty() || !event(db, m_campaign, position, QStringLiteral("done"), status, m_claimer))
+            if (!retry)
+                break;
+            // Its recipient may have opted out while it waited.
+            bool optedOut = false;
+            if (!recipientOptedOut(db, *retry, &optedOut))
                 return false;
-            remember(position, rows.first());
-            onTheWay.append({*notSent, position, itemOf(rows.first())});
+            if (!optedOut)
+                return take(db, *retry);
+            if (!finishUnsent(db, *retry, Claim::Kind::OptedOut, device, now, onTheWay))
+                return false;
         }
+        std::optional<int> fresh;
+        if (!pickFresh(db, device, skipDuplicates, isExcluded, carries, now, onTheWay, fresh))
+            return false;
+        return !fresh || take(db, *fresh);
     });
     if (!kept)
         return std::nullopt;

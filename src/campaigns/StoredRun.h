@@ -75,6 +75,19 @@ private:
     // store could not be read.
     bool pickRetry(SqlDatabase& db, const QString& device, bool onlyDeviceLeft, const Carries& carries,
                    qint64 now, std::optional<int>& position) const;
+    // Whether the recipient of the item at position opted out (within a claim's transaction):
+    // false when the store could not be read.
+    bool recipientOptedOut(SqlDatabase& db, int position, bool* optedOut) const;
+    // The next item waiting for its first attempt that the device takes (within a claim's
+    // transaction); those on the way that are not to be sent are finished into onTheWay, and
+    // those the device does not carry are left to the others. False when the store refused.
+    bool pickFresh(SqlDatabase& db, const QString& device, bool skipDuplicates,
+                   const std::function<bool(const QString&)>& isExcluded, const Carries& carries, qint64 now,
+                   QList<Claim>& onTheWay, std::optional<int>& position);
+    // Finishes the item at position as not to be sent (excluded, skipped, opted out), within a
+    // claim's transaction; the caller shows it once the claim is kept.
+    bool finishUnsent(SqlDatabase& db, int position, Claim::Kind kind, const QString& device, qint64 now,
+                      QList<Claim>& onTheWay) const;
     // Marks the item at position claimed by this run for the device, within a claim's transaction.
     std::optional<Claim> claimAt(SqlDatabase& db, int position, const QString& device, qint64 now) const;
     void fail(const QString& why) const;

@@ -20,10 +20,10 @@ public:
     RunRecord(const RunRecord&) = delete;
     RunRecord& operator=(const RunRecord&) = delete;
 
-    // What a claim found at an index: an item to send, or one it finished as excluded or
-    // skipped instead (the caller shows it).
+    // What a claim found at an index: an item to send, or one it finished as excluded, skipped
+    // or opted out instead (the caller shows it).
     struct Claim {
-        enum class Kind { Send, Excluded, Skipped } kind;
+        enum class Kind { Send, Excluded, Skipped, OptedOut } kind;
         int index;
         SendingItem item;
     };
@@ -39,11 +39,11 @@ public:
 
     // The next item for the device: a retry whose pause is over (one that another device
     // failed goes to another device, unless this is the only one left), else the next waiting
-    // item in the list's order. Items on the way that must not be sent (excluded, skipped) are
-    // finished, kept, and then reported through finishedOnTheWay. An item whose text the device
-    // does not carry (`carries` says false) is left waiting for the others, as a retry that
-    // avoids this device. Nothing when no item is ready for this device now; anyWaiting() then
-    // tells whether one may be later.
+    // item in the list's order. Items on the way that must not be sent (excluded, skipped, or
+    // their recipient opted out since) are finished, kept, and then reported through
+    // finishedOnTheWay. An item whose text the device does not carry (`carries` says false) is
+    // left waiting for the others, as a retry that avoids this device. Nothing when no item is ready for this
+    // device now; anyWaiting() then tells whether one may be later.
     using Carries = std::function<bool(const QString& text)>;
     virtual std::optional<Claim> claimNext(const QString& device, bool skipDuplicates,
                                            const std::function<bool(const QString&)>& isExcluded,

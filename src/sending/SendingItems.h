@@ -26,6 +26,12 @@ inline const QString kNotSentDataFailure =
     QStringLiteral("Not sent: sending stopped because data could not be written.");
 inline const QString kExcluded = QStringLiteral("Excluded.");
 inline const QString kSkipped = QStringLiteral("Skipped.");
+// The recipient asked for no more messages (a stop word in a reply, or the operator's word).
+inline const QString kOptedOut = QStringLiteral("Opted out.");
+// Left out on purpose (excluded, a repeat, opted out): not sent, and no failure.
+inline bool leftOutOnPurpose(const QString& status) {
+    return status == kExcluded || status == kSkipped || status == kOptedOut;
+}
 // Delivery of a sent message whose report was asked for: "Pending" until the network's
 // report says more; "No report received" when the wait for it ended with none.
 inline const QString kDeliveryPending = QStringLiteral("Pending");

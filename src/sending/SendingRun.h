@@ -42,6 +42,9 @@ struct RunSettings {
     int retries = kDefaultRetries; // further attempts for a message the network refused
     bool batch = false;            // each device takes all its messages at once (a phone's single shot)
     QString road = kGsmRoad;       // the kind of device the run goes through
+    // The region numbers written without their country code were read in ("" for none): a
+    // reply is matched to its campaign's numbers read the same way.
+    QString country;
     bool saveSentItems = false, saveTemplates = false;
     std::optional<DataFolder> dataFolder; // where sent items and templates are kept
     QString sentItemsPath;

@@ -50,10 +50,10 @@ private:
     std::shared_ptr<PhonesFound> m_found;
 };
 
-// Whether some message did not go out (skipped and excluded numbers are no failures).
+// Whether some message did not go out (numbers left out on purpose are no failures).
 bool leftUnsent(const QList<SendingItem>& items) {
     return std::any_of(items.cbegin(), items.cend(), [](const SendingItem& item) {
-        return !item.delivered() && item.status != kExcluded && item.status != kSkipped;
+        return !item.delivered() && !leftOutOnPurpose(item.status);
     });
 }
 
@@ -136,6 +136,7 @@ RunSettings Bulk_SMSAppDelegate::runSettings() {
     settings.batch = m_singleShot;
     settings.road = kAndroidRoad;
     settings.loadedDevice = selection().sel_port_name_str;
+    settings.country = defaultCountry();
     return settings;
 }
 
@@ -244,7 +245,7 @@ void Bulk_SMSAppDelegate::showItem(int index, const SendingItem& item, bool coun
     }
     if (!counted)
         return;
-    if (item.status == kExcluded || item.status == kSkipped) {
+    if (leftOutOnPurpose(item.status)) {
         const QString note = item.number + QLatin1Char(' ') + QStringLiteral("is ") + item.status;
         m_progress.update([note](AndroidSendingProgress::State& s) { s.currentText = note; });
     } else if (item.delivered()) {

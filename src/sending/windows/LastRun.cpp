@@ -17,7 +17,7 @@ QString recipients(qsizetype count) {
 } // namespace
 
 RowFate rowFate(const SendingItem& item) {
-    if (item.status == kExcluded || item.status == kSkipped)
+    if (leftOutOnPurpose(item.status))
         return RowFate::Passed;
     if (item.delivered())
         return RowFate::Sent;

@@ -139,6 +139,7 @@ RunSettings SMS_Sending::copyRunSettings() const {
     settings.sentItemsPath = m_window.dataFolder().SentItem_File_Path();
     settings.loadedDevice = m_window.selection().sel_port_bsd_str;
     settings.openingGap = 2s;
+    settings.country = m_window.defaultCountry();
     if (settings.exclusion)
         for (const Record& record : m_window.exclusionSet().records())
             settings.excludedNumbers.insert(recipientNumber(record));
