@@ -25,6 +25,9 @@ public:
         concatenations.append(c);
     }
     void hangUp() override { ++hangUps; }
+    void unsolicited(const QByteArray& bytes) override { wire += bytes; }
+    QList<sim::IncomingMessage> arrivals() override { return std::exchange(pendingArrivals, {}); }
+    void networkEvent(const QJsonObject& event) override { events.append(event); }
 
     QByteArray take() { return std::exchange(wire, {}); }
 
@@ -34,6 +37,8 @@ public:
     QList<sim::ReceivedMessage> parts;
     QList<sim::Concatenation> concatenations;
     int hangUps = 0;
+    QList<sim::IncomingMessage> pendingArrivals; // taken while the network handles a message
+    QList<QJsonObject> events;
 };
 
 struct Modem {
