@@ -18,8 +18,9 @@ std::optional<IncomingMessage> IncomingFeed::parseLine(const QByteArray& line, Q
     QJsonParseError error{};
     const QJsonDocument document = QJsonDocument::fromJson(line, &error);
     if (!document.isObject()) {
-        *problem = error.error != QJsonParseError::NoError ? error.errorString()
-                                                           : QStringLiteral("not a JSON object");
+        *problem = error.error != QJsonParseError::NoError
+                       ? QStringLiteral("not JSON (%1)").arg(error.errorString())
+                       : QStringLiteral("not a JSON object");
         return std::nullopt;
     }
     const QJsonObject o = document.object();
