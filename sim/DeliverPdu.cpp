@@ -195,8 +195,8 @@ QList<DeliverPart> encode(const IncomingMessage& message, const QString& smsc, i
 
 QString submitHex(const DeliverPart& part) {
     // The part's TPDU: first octet, address, PID, DCS, TP-SCTS (7 octets), TP-UDL and data.
-    const QString tpdu = part.hex.right(part.tpduLength * 2);
-    const int addressOctets = 2 + (tpdu.mid(2, 2).toInt(nullptr, 16) + 1) / 2;
+    const QString tpdu = part.hex.right(qsizetype(part.tpduLength) * 2);
+    const qsizetype addressOctets = 2 + (tpdu.mid(2, 2).toInt(nullptr, 16) + 1) / 2;
     const QString address = tpdu.mid(2, addressOctets * 2);
     const QString pidAndDcs = tpdu.mid(2 + addressOctets * 2, 4);
     const QString userData = tpdu.mid(2 + addressOctets * 2 + 4 + 14);

@@ -10,7 +10,7 @@ namespace {
 
 // Read at most this much per poll, and drop a line that grows past the line limit.
 constexpr qint64 kReadLimit = 1 << 20;
-constexpr qsizetype kLineLimit = 256 * 1024;
+constexpr qsizetype kLineLimit = qsizetype(256) * 1024;
 
 } // namespace
 

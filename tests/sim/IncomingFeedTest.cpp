@@ -85,7 +85,7 @@ TEST(IncomingFeed, AnEndlessLineIsDroppedNotHoarded) {
     const QString path = dir.filePath("incoming.jsonl");
     QFile file(path);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(QByteArray(300 * 1024, 'x'));
+    file.write(QByteArray(qsizetype(300) * 1024, 'x'));
     file.write("\n{\"from\": \"1\", \"text\": \"after\"}\n");
     file.close();
     IncomingFeed feed(path);
