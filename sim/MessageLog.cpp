@@ -27,10 +27,15 @@ QByteArray MessageLog::toJson(const ReceivedMessage& m) {
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
 
-bool MessageLog::append(const ReceivedMessage& message) const {
+bool MessageLog::append(const ReceivedMessage& message) const { return appendLine(toJson(message) + '\n'); }
+
+bool MessageLog::appendEvent(const QJsonObject& event) const {
+    return appendLine(QJsonDocument(event).toJson(QJsonDocument::Compact) + '\n');
+}
+
+bool MessageLog::appendLine(const QByteArray& line) const {
     if (!enabled())
         return true;
-    const QByteArray line = toJson(message) + '\n';
     const int fd =
         ::open(QFile::encodeName(m_path).constData(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
     if (fd >= 0) {
@@ -53,6 +58,8 @@ QList<ReceivedMessage> MessageLog::read(const QString& path) {
         if (!doc.isObject())
             continue;
         const QJsonObject o = doc.object();
+        if (o.contains(u"event"))
+            continue;
         ReceivedMessage m;
         m.device = o.value(u"device").toString();
         m.number = o.value(u"number").toString();
@@ -68,6 +75,19 @@ QList<ReceivedMessage> MessageLog::read(const QString& path) {
         messages.append(m);
     }
     return messages;
+}
+
+QList<QJsonObject> MessageLog::readEvents(const QString& path) {
+    QList<QJsonObject> events;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return events;
+    while (!file.atEnd()) {
+        const QJsonDocument doc = QJsonDocument::fromJson(file.readLine());
+        if (doc.isObject() && doc.object().contains(u"event"))
+            events.append(doc.object());
+    }
+    return events;
 }
 
 } // namespace sim

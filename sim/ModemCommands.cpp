@@ -327,26 +327,38 @@ CommandResult ModemCommands::messaging(const AtCommand& command, const ModemBeha
     }
     if (name == u"+CNMI") {
         if (kind == Kind::Read)
-            return ok({QStringLiteral("+CNMI: 0,0,0,%1,0").arg(m_settings.cnmiDs)});
+            return ok({QStringLiteral("+CNMI: %1,%2,0,%3,0")
+                           .arg(m_settings.cnmiMode)
+                           .arg(m_settings.cnmiMt)
+                           .arg(m_settings.cnmiDs)});
         if (kind == Kind::Test)
             return ok({QStringLiteral("+CNMI: (0-2),(0-3),(0,2),(0-2),(0,1)")});
+        int mode = 0;
+        int mt = 0;
         int ds = 0;
-        if (kind == Kind::Set && (command.value(3).isEmpty() || numberIn(command.value(3), 0, 2, &ds)) &&
+        const auto optional = [&](int i, int high, int* value) {
+            return command.value(i).isEmpty() || numberIn(command.value(i), 0, high, value);
+        };
+        if (kind == Kind::Set && optional(0, 3, &mode) && optional(1, 3, &mt) && optional(3, 2, &ds) &&
             !(ds == 1 && behaviour.reportsStoredOnly)) {
+            m_settings.cnmiMode = mode;
+            m_settings.cnmiMt = mt;
             m_settings.cnmiDs = ds;
             return ok();
         }
         return failure(cmsError(303));
     }
-    if (name == u"+CPMS") {
+    if (name == u"+CSDH") {
         if (kind == Kind::Read)
-            return ok({QStringLiteral("+CPMS: \"SM\",0,30,\"SM\",0,30,\"SM\",0,30")});
+            return ok({QStringLiteral("+CSDH: %1").arg(m_settings.csdh)});
         if (kind == Kind::Test)
-            return ok({QStringLiteral("+CPMS: (\"SM\",\"ME\"),(\"SM\",\"ME\"),(\"SM\",\"ME\")")});
-        return ok({QStringLiteral("+CPMS: 0,30,0,30,0,30")});
+            return ok({QStringLiteral("+CSDH: (0,1)")});
+        if (kind == Kind::Set && numberIn(command.value(0), 0, 1, &m_settings.csdh))
+            return ok();
+        return failure(cmsError(305));
     }
-    if (name == u"+CSDH" || name == u"+CSAS" || name == u"+CRES" || name == u"+CMGD" || name == u"+CMGL")
-        return ok(); // nothing stored: empty lists, nothing to delete
+    if (name == u"+CSAS" || name == u"+CRES")
+        return ok();
     return plainError();
 }
 

@@ -20,7 +20,10 @@ struct ModemSettings {
     int cmms = 0;
     int cfun = 1;
     int creg = 0;
+    int cnmiMode = 0;
+    int cnmiMt = 0; // 1: a received message is stored and announced ("+CMTI"), 2: handed over ("+CMT")
     int cnmiDs = 0; // 1: status reports go straight to the computer as "+CDS"
+    int csdh = 0;   // 1: text mode lists and reads show every header field
     QString smsc;   // the service centre in use ("+CSCA")
 };
 
@@ -28,9 +31,11 @@ struct CommandResult {
     enum class Final { Ok, Error, PromptPdu, PromptText };
     QStringList information; // lines sent before the final result
     Final final = Final::Ok;
-    QString error;     // the error line when final is Error
-    int pduLength = 0; // PromptPdu: the length given
-    QString number;    // PromptText: the destination
+    QString error;        // the error line when final is Error
+    int pduLength = 0;    // PromptPdu: the length given
+    QString number;       // PromptText: the destination
+    bool toStore = false; // the message input goes to the SIM ("+CMGW"), not to the network
+    int storeStatus = 2;  // with toStore: the status it is kept with
 };
 
 class ModemCommands {

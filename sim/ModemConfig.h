@@ -1,5 +1,7 @@
 #pragma once
 // What a virtual modem says about itself and how it behaves on the line.
+#include <QDateTime>
+#include <QList>
 #include <QMap>
 #include <QString>
 #include <QStringList>
@@ -22,6 +24,21 @@ struct ModemIdentity {
     int batteryState = 0;    // "+CBC: <state>,<charge>"
     int batteryCharge = 80;
     int rssi = 20; // "+CSQ: <rssi>,99"
+};
+
+// A message the network delivers to the modem (SMS-DELIVER), as someone replies to it.
+struct IncomingMessage {
+    QString from; // "+4477..." (international), digits (national), or a name when alphanumeric
+    QString text;
+    QDateTime at; // the service centre's time stamp; invalid: the modem's clock when it arrives
+    // A name instead of a number (type of address 0x50, GSM 7-bit packed); also chosen when
+    // `from` is not a number.
+    bool alphanumericSender = false;
+    bool eightBit = false;            // 8-bit data coding (the text's Latin-1 octets)
+    bool sixteenBitReference = false; // concatenation header IEI 0x08 rather than 0x00
+    bool outOfOrder = false;          // the parts of a long text arrive last first
+    int dropPart = 0;                 // this part (from 1) never arrives (0: none lost)
+    QString to; // only the modem of this IMEI (or the phone of this serial) gets it; empty: every one
 };
 
 struct ModemBehaviour {
@@ -70,6 +87,17 @@ struct ModemBehaviour {
     bool reportsStoredOnly = false;
     QMap<QString, int> deliveryStatusForNumber;
     QStringList noStatusReportFor;
+
+    // The SIM's message store: places for this many messages (received, stored, kept reports).
+    int simSize = 30;
+    // Messages already on the SIM when the modem starts, unread; as many as simSize: a full SIM.
+    QList<IncomingMessage> simMessagesAtStart;
+    // The n-th submitted message or part (from 1) is met by this incoming message, which arrives
+    // while the network handles it: its "+CMTI" comes before the "+CMGS" answer.
+    QMap<int, IncomingMessage> arrivalsDuringSubmission;
+    // A new-message indication waits for the next command's answer and goes out between its
+    // information lines and its final result, as modems interleave them.
+    bool indicationsInsideAnswers = false;
 
     // Unsolicited result codes ("^RSSI: 14", "+CREG: 1", "RING") sent as lines of their own
     // ahead of every answer, as modems report signal and registration between answers.

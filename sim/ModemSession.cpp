@@ -21,8 +21,6 @@ constexpr int kUnknownServiceCentre = 330; // "+CMS ERROR: 330", SMSC address un
 constexpr char kEscape = 0x1B;
 const QByteArray kPrompt = QByteArrayLiteral("\r\n> ");
 
-QByteArray framed(const QString& line) { return "\r\n" + line.toUtf8() + "\r\n"; }
-
 // What a 7-bit channel carries of a text: characters outside the alphabet arrive as "?".
 QString asCarriedBy7Bit(const QString& text, int* septets) {
     QString carried;
@@ -40,10 +38,40 @@ QString asCarriedBy7Bit(const QString& text, int* septets) {
 ModemSession::ModemSession(ModemIdentity identity, std::function<ModemBehaviour()> behaviour, ModemLine& line,
                            QString device)
     : m_identity(std::move(identity)), m_behaviour(std::move(behaviour)), m_line(line),
-      m_device(std::move(device)), m_commands(m_identity, m_settings) {
+      m_device(std::move(device)), m_commands(m_identity, m_settings),
+      m_inbox(m_settings, m_device, m_behaviour().simSize) {
     const ModemBehaviour initial = m_behaviour();
     m_settings = ModemCommands::factorySettings(m_identity, initial);
     m_lastBehaviourEcho = initial.echo;
+    for (const IncomingMessage& message : initial.simMessagesAtStart)
+        m_inbox.preload(message);
+}
+
+QByteArray ModemSession::framed(const QString& line) const {
+    // Texts the SIM holds reach the computer in its character set; "8859-1" is one octet each.
+    const QByteArray bytes = m_settings.cscs == u"8859-1" ? line.toLatin1() : line.toUtf8();
+    return "\r\n" + bytes + "\r\n";
+}
+
+void ModemSession::deliver(const IncomingMessage& message) {
+    m_inbox.deliver(message);
+    announce(behaviourNow());
+}
+
+void ModemSession::announce(const ModemBehaviour& behaviour) {
+    for (const QJsonObject& event : m_inbox.takeEvents())
+        m_line.networkEvent(event);
+    const QStringList lines = m_inbox.takeIndications();
+    if (lines.isEmpty() || behaviour.silent || behaviour.echoOnly)
+        return;
+    if (behaviour.indicationsInsideAnswers) {
+        m_heldIndications += lines;
+        return;
+    }
+    QByteArray bytes;
+    for (const QString& line : lines)
+        bytes += framed(line);
+    m_line.unsolicited(bytes);
 }
 
 ModemBehaviour ModemSession::behaviourNow() const {
@@ -119,16 +147,20 @@ void ModemSession::bodyByte(char byte, QByteArray& echoed, const ModemBehaviour&
         }
         const Input input = m_input;
         m_input = Input::Command;
-        if (input == Input::PduBody)
+        if (m_storePrompt.toStore)
+            writeToSim(behaviour);
+        else if (input == Input::PduBody)
             submitPdu(behaviour);
         else
             submitText(behaviour);
         m_body.clear();
+        m_storePrompt = {};
         return;
     }
     if (byte == kEscape && !gsmText) { // escape abandons the message
         m_input = Input::Command;
         m_body.clear();
+        m_storePrompt = {};
         m_line.answer(framed(QStringLiteral("OK")));
         return;
     }
@@ -173,12 +205,15 @@ void ModemSession::runLine(const QByteArray& rawLine, const ModemBehaviour& beha
     }
     QStringList information;
     for (const AtCommand& command : line.commands) {
-        const std::optional<CommandResult> onStoredReport = storedReportCommand(command);
-        const CommandResult result = onStoredReport ? *onStoredReport : m_commands.run(command, behaviour);
+        const std::optional<CommandResult> onSim = m_inbox.run(command);
+        const CommandResult result = onSim ? *onSim : m_commands.run(command, behaviour);
         information += result.information;
         switch (result.final) {
         case CommandResult::Final::Ok: continue;
-        case CommandResult::Final::Error: sendFinal(information, result.error); return;
+        case CommandResult::Final::Error:
+            sendFinal(information, result.error);
+            announce(behaviour); // places a deletion freed take waiting messages
+            return;
         case CommandResult::Final::PromptPdu:
         case CommandResult::Final::PromptText:
             // the prompt ends the line: what follows it is message input
@@ -187,20 +222,34 @@ void ModemSession::runLine(const QByteArray& rawLine, const ModemBehaviour& beha
             m_input = result.final == CommandResult::Final::PromptPdu ? Input::PduBody : Input::TextBody;
             m_pduLength = result.pduLength;
             m_textNumber = result.number;
+            m_storePrompt = result;
             m_body.clear();
             m_line.answer(kPrompt);
             return;
         }
     }
     sendFinal(information, QStringLiteral("OK"));
+    announce(behaviour);
 }
 
-void ModemSession::sendFinal(const QStringList& information, const QString& final) {
+QByteArray ModemSession::answerBytes(const QStringList& information, const QString& final) {
     QByteArray bytes;
     for (const QString& line : information)
         bytes += framed(line);
-    bytes += framed(final);
-    m_line.answer(bytes);
+    for (const QString& line : std::exchange(m_heldIndications, {}))
+        bytes += framed(line);
+    return bytes + framed(final);
+}
+
+void ModemSession::sendFinal(const QStringList& information, const QString& final) {
+    m_line.answer(answerBytes(information, final));
+}
+
+void ModemSession::writeToSim(const ModemBehaviour& behaviour) {
+    const CommandResult result = m_inbox.write(m_body, m_storePrompt);
+    sendFinal(result.information,
+              result.final == CommandResult::Final::Error ? result.error : QStringLiteral("OK"));
+    announce(behaviour);
 }
 
 void ModemSession::sendNetworkAnswer(const QStringList& information, const QString& final,
@@ -209,9 +258,7 @@ void ModemSession::sendNetworkAnswer(const QStringList& information, const QStri
         sendFinal(information, final);
         return;
     }
-    for (const QString& line : information)
-        m_lateAnswer += framed(line);
-    m_lateAnswer += framed(final);
+    m_lateAnswer += answerBytes(information, final);
 }
 
 int ModemSession::refusalFor(const QString& number, const QString& smsc, const ModemBehaviour& behaviour) {
@@ -302,6 +349,13 @@ void ModemSession::accept(const ReceivedMessage& part, const Concatenation& conc
                           const ModemBehaviour& behaviour, bool reportRequested) {
     if (!m_line.waitForNetwork(std::chrono::milliseconds(behaviour.networkDelayMs)))
         return;
+    // Messages that arrived while the network took this one are announced before its answer.
+    for (const IncomingMessage& arrival : m_line.arrivals())
+        m_inbox.deliver(arrival);
+    if (const auto arrival = behaviour.arrivalsDuringSubmission.constFind(m_submissions);
+        arrival != behaviour.arrivalsDuringSubmission.constEnd())
+        m_inbox.deliver(*arrival);
+    announce(behaviour);
     m_messageReference = (m_messageReference + 1) % 256;
     ReceivedMessage received = part;
     received.reportRequested = reportRequested;
@@ -327,29 +381,6 @@ void ModemSession::accept(const ReceivedMessage& part, const Concatenation& conc
         m_line.hangUp();
 }
 
-std::optional<CommandResult> ModemSession::storedReportCommand(const AtCommand& command) {
-    if ((command.name != u"+CMGR" && command.name != u"+CMGD") || command.kind != AtCommand::Kind::Set)
-        return std::nullopt;
-    bool ok = false;
-    const int index = command.value(0).toInt(&ok);
-    const auto stored = m_storedReports.find(index);
-    if (!ok || stored == m_storedReports.end())
-        return command.name == u"+CMGD"
-                   ? std::nullopt // deleting an empty place is no error
-                   : std::optional(
-                         CommandResult{{}, CommandResult::Final::Error, ModemCommands::cmsError(321), 0, {}});
-    CommandResult result;
-    if (command.name == u"+CMGD") {
-        m_storedReports.erase(stored);
-        return result;
-    }
-    const OwedReport& report = stored->second;
-    result.information =
-        StatusReport::stored(m_settings.cmgf == 0, report.reference, report.recipient, report.status,
-                             report.submitted, QDateTime::currentDateTimeUtc());
-    return result;
-}
-
 std::optional<std::chrono::steady_clock::time_point> ModemSession::nextDue() const {
     std::optional<std::chrono::steady_clock::time_point> next;
     for (const OwedReport& report : m_owedReports)
@@ -366,9 +397,17 @@ void ModemSession::releaseDue() {
             continue;
         }
         if (m_settings.cnmiDs == 2) { // kept in the SIM, announced by its index
-            const int index = m_nextStoredIndex++;
-            m_storedReports.emplace(index, *it);
-            m_line.answer(framed(QStringLiteral("+CDSI: \"SR\",%1").arg(index)));
+            const QDateTime done = QDateTime::currentDateTimeUtc();
+            SimEntry report;
+            report.kind = SimEntry::Kind::Report;
+            report.pduHex = StatusReport::pdu(it->reference, it->recipient, it->status, it->submitted, done);
+            report.tpduLength = int(report.pduHex.size() / 2 - 1);
+            report.address = it->recipient;
+            report.reportFields =
+                QStringLiteral("6,") +
+                StatusReport::textFields(it->reference, it->recipient, it->status, it->submitted, done);
+            m_inbox.keepReport(report);
+            announce(behaviourNow());
         } else {
             m_line.answer(StatusReport::unsolicited(m_settings.cmgf == 0, it->reference, it->recipient,
                                                     it->status, it->submitted,

@@ -3,12 +3,15 @@
 // it, runs command lines, takes message input after the "> " prompt up to Ctrl-Z, and
 // answers with "\r\n"-framed lines and final results as GSM modems do.
 #include "MessageAssembler.h"
+#include "MessageInbox.h"
 #include "ModemCommands.h"
 #include "ModemConfig.h"
 #include "PduDecoder.h"
 
 #include <QByteArray>
 #include <QDateTime>
+#include <QJsonObject>
+#include <QList>
 #include <QString>
 
 #include <chrono>
@@ -29,6 +32,9 @@ public:
     virtual void commandLine(const QString& line) = 0;
     virtual void acceptedPart(const ReceivedMessage& part, const Concatenation& concatenation) = 0;
     virtual void hangUp() = 0;
+    virtual void unsolicited(const QByteArray& bytes) = 0;   // a line of the modem's own, sent now
+    virtual QList<IncomingMessage> arrivals() = 0;           // what the network brought meanwhile
+    virtual void networkEvent(const QJsonObject& event) = 0; // a delivery or a deletion, for the log
 };
 
 class ModemSession {
@@ -42,7 +48,12 @@ public:
     std::optional<std::chrono::steady_clock::time_point> nextDue() const;
     void releaseDue();
 
+    // A message the network delivers now: stored and announced as "+CNMI" asks, or waiting in
+    // the network while the SIM is full.
+    void deliver(const IncomingMessage& message);
+
     const ModemSettings& settings() const { return m_settings; }
+    const MessageInbox& inbox() const { return m_inbox; }
 
     // Longest command line or message input kept; longer input is cut off, as modem
     // buffers are finite.
@@ -62,6 +73,12 @@ private:
                 const ModemBehaviour& behaviour, bool reportRequested);
     void refuse(int cmsCode, const ModemBehaviour& behaviour, bool afterNetwork);
     void sendFinal(const QStringList& information, const QString& final);
+    // The bytes of an answer; indications held for the inside of an answer go before its final result.
+    QByteArray answerBytes(const QStringList& information, const QString& final);
+    QByteArray framed(const QString& line) const; // in the character set's encoding
+    // Sends (or holds) the indications the inbox owes and logs what it did.
+    void announce(const ModemBehaviour& behaviour);
+    void writeToSim(const ModemBehaviour& behaviour);
     // The answer of a message that went to the network: sent now, or held for the next
     // command line under lateCmgsAnswers.
     void sendNetworkAnswer(const QStringList& information, const QString& final,
@@ -96,10 +113,9 @@ private:
         QDateTime submitted;
     };
     std::vector<OwedReport> m_owedReports;
-    std::map<int, OwedReport> m_storedReports; // by SIM index, for "AT+CMGR" and "AT+CMGD"
-    int m_nextStoredIndex = 1;
-    // "AT+CMGR=<i>" and "AT+CMGD=<i>" on the reports kept in the SIM; nothing for other commands.
-    std::optional<CommandResult> storedReportCommand(const AtCommand& command);
+    MessageInbox m_inbox;
+    QStringList m_heldIndications; // indicationsInsideAnswers: for the next answer
+    CommandResult m_storePrompt;   // the "+CMGW" whose input is being typed (toStore set)
 };
 
 } // namespace sim

@@ -2,6 +2,8 @@
 
 #include "Gsm7Decoder.h"
 
+#include <QTimeZone>
+
 namespace sim::PduDecoder {
 namespace {
 
@@ -97,6 +99,71 @@ bool readHeader(DecodedPdu& pdu, QString* reason) {
     return true;
 }
 
+// The user data after TP-UDL: header, concatenation and text, checked against TP-UDL.
+bool readUserData(const QByteArray& userData, DecodedPdu& pdu, QString* reason) {
+    const auto fail = [](QString* why, const QString& text) {
+        *why = text;
+        return false;
+    };
+
+    const bool septets = pdu.alphabet == Alphabet::Gsm7;
+    const qsizetype expectedOctets = septets ? (pdu.userDataLength * 7 + 7) / 8 : pdu.userDataLength;
+    if (userData.size() != expectedOctets)
+        return fail(reason, QStringLiteral("TP-UDL %1 needs %2 octets, %3 given")
+                                .arg(pdu.userDataLength)
+                                .arg(expectedOctets)
+                                .arg(userData.size()));
+    if (septets ? pdu.userDataLength > 160 : pdu.userDataLength > 140)
+        return fail(reason, QStringLiteral("TP-UDL %1 exceeds one message").arg(pdu.userDataLength));
+
+    int headerOctets = 0;
+    if (pdu.firstOctet & 0x40) {
+        if (userData.isEmpty())
+            return fail(reason, QStringLiteral("header indicated but no user data"));
+        headerOctets = 1 + static_cast<quint8>(userData.at(0));
+        if (headerOctets > userData.size())
+            return fail(reason, QStringLiteral("header longer than the user data"));
+        pdu.userDataHeader = userData.mid(1, headerOctets - 1);
+        if (!readHeader(pdu, reason))
+            return false;
+    }
+
+    if (septets) {
+        const int headerSeptets = (headerOctets * 8 + 6) / 7;
+        const int textSeptets = pdu.userDataLength - headerSeptets;
+        if (textSeptets < 0)
+            return fail(reason, QStringLiteral("TP-UDL shorter than the header"));
+        pdu.text = Gsm7Decoder::toText(Gsm7Decoder::unpack(userData, textSeptets, headerSeptets * 7));
+    } else {
+        const QByteArray body = userData.mid(headerOctets);
+        if (pdu.alphabet == Alphabet::Ucs2) {
+            if (body.size() % 2 != 0)
+                return fail(reason, QStringLiteral("odd number of UCS2 octets"));
+            QString text;
+            for (qsizetype i = 0; i < body.size(); i += 2)
+                text.append(QChar(
+                    char16_t((static_cast<quint8>(body.at(i)) << 8) | static_cast<quint8>(body.at(i + 1)))));
+            pdu.text = text;
+        } else {
+            pdu.text = QString::fromLatin1(body);
+        }
+    }
+    return true;
+}
+
+int bcd(int octet) { return (octet & 0x0F) * 10 + ((octet >> 4) & 0x0F); }
+
+// TP-SCTS: local time in swapped decimal digits, then the offset from UTC in quarter hours,
+// its sign in bit 3.
+QDateTime timeStamp(const QByteArray& octets) {
+    const auto at = [&](int i) { return static_cast<quint8>(octets.at(i)); };
+    const QDate date(2000 + bcd(at(0)), bcd(at(1)), bcd(at(2)));
+    const QTime time(bcd(at(3)), bcd(at(4)), bcd(at(5)));
+    const int quarters = bcd(at(6) & 0xF7);
+    const int offset = ((at(6) & 0x08) ? -quarters : quarters) * 15 * 60;
+    return QDateTime(date, time, QTimeZone(offset));
+}
+
 } // namespace
 
 QByteArray octetsFromHex(const QString& hex, bool* ok) {
@@ -182,51 +249,51 @@ DecodedPdu decode(const QString& hex, int declaredLength) {
         return refuse(pdu, QStringLiteral("truncated before the user data"));
     in.take(validityOctets);
     pdu.userDataLength = in.next();
-    const QByteArray userData = in.rest();
+    if (QString reason; !readUserData(in.rest(), pdu, &reason))
+        return refuse(pdu, reason);
+    pdu.ok = true;
+    return pdu;
+}
 
-    const bool septets = pdu.alphabet == Alphabet::Gsm7;
-    const qsizetype expectedOctets = septets ? (pdu.userDataLength * 7 + 7) / 8 : pdu.userDataLength;
-    if (userData.size() != expectedOctets)
-        return refuse(pdu, QStringLiteral("TP-UDL %1 needs %2 octets, %3 given")
-                               .arg(pdu.userDataLength)
-                               .arg(expectedOctets)
-                               .arg(userData.size()));
-    if (septets ? pdu.userDataLength > 160 : pdu.userDataLength > 140)
-        return refuse(pdu, QStringLiteral("TP-UDL %1 exceeds one message").arg(pdu.userDataLength));
-
-    int headerOctets = 0;
-    if (pdu.firstOctet & 0x40) {
-        if (userData.isEmpty())
-            return refuse(pdu, QStringLiteral("header indicated but no user data"));
-        headerOctets = 1 + static_cast<quint8>(userData.at(0));
-        if (headerOctets > userData.size())
-            return refuse(pdu, QStringLiteral("header longer than the user data"));
-        pdu.userDataHeader = userData.mid(1, headerOctets - 1);
-        QString reason;
-        if (!readHeader(pdu, &reason))
-            return refuse(pdu, reason);
+DecodedPdu decodeDeliver(const QString& hex) {
+    DecodedPdu pdu;
+    bool hexOk = false;
+    const QByteArray octets = octetsFromHex(hex, &hexOk);
+    if (!hexOk || octets.isEmpty())
+        return refuse(pdu, QStringLiteral("not a hex text of whole octets"));
+    OctetReader in(octets);
+    const int smscLength = in.next();
+    if (!in.has(smscLength))
+        return refuse(pdu, QStringLiteral("SMSC information longer than the PDU"));
+    if (smscLength > 0) {
+        const int type = in.next();
+        const QByteArray digits = in.take(smscLength - 1);
+        pdu.smsc = addressText(type, digits, int(digits.size()) * 2);
     }
-
-    if (septets) {
-        const int headerSeptets = (headerOctets * 8 + 6) / 7;
-        const int textSeptets = pdu.userDataLength - headerSeptets;
-        if (textSeptets < 0)
-            return refuse(pdu, QStringLiteral("TP-UDL shorter than the header"));
-        pdu.text = Gsm7Decoder::toText(Gsm7Decoder::unpack(userData, textSeptets, headerSeptets * 7));
-    } else {
-        const QByteArray body = userData.mid(headerOctets);
-        if (pdu.alphabet == Alphabet::Ucs2) {
-            if (body.size() % 2 != 0)
-                return refuse(pdu, QStringLiteral("odd number of UCS2 octets"));
-            QString text;
-            for (qsizetype i = 0; i < body.size(); i += 2)
-                text.append(QChar(
-                    char16_t((static_cast<quint8>(body.at(i)) << 8) | static_cast<quint8>(body.at(i + 1)))));
-            pdu.text = text;
-        } else {
-            pdu.text = QString::fromLatin1(body);
-        }
-    }
+    if (!in.has(2))
+        return refuse(pdu, QStringLiteral("TPDU too short"));
+    pdu.firstOctet = in.next();
+    if ((pdu.firstOctet & 0x03) != 0x00)
+        return refuse(pdu, QStringLiteral("not an SMS-DELIVER (first octet %1)")
+                               .arg(pdu.firstOctet, 2, 16, QLatin1Char('0')));
+    const int semiOctets = in.next();
+    const int addressOctets = (semiOctets + 1) / 2;
+    if (semiOctets > 20 || !in.has(1 + addressOctets + 2 + 7 + 1))
+        return refuse(pdu, QStringLiteral("truncated originating address"));
+    pdu.addressType = in.next();
+    pdu.number = addressText(pdu.addressType, in.take(addressOctets), semiOctets);
+    pdu.pid = in.next();
+    pdu.dcs = in.next();
+    bool compressed = false;
+    readCodingScheme(pdu, &compressed);
+    if (compressed)
+        return refuse(pdu, QStringLiteral("compressed user data"));
+    pdu.timestamp = timeStamp(in.take(7));
+    if (!pdu.timestamp.isValid())
+        return refuse(pdu, QStringLiteral("invalid service centre time stamp"));
+    pdu.userDataLength = in.next();
+    if (QString reason; !readUserData(in.rest(), pdu, &reason))
+        return refuse(pdu, reason);
     pdu.ok = true;
     return pdu;
 }

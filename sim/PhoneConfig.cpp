@@ -83,6 +83,7 @@ bool readPhoneConfigs(const QString& path, QList<PhoneConfig>& phones, QString& 
         for (const QJsonValue number : o.value(QStringLiteral("queued")).toArray())
             phone.queued << number.toString();
         phone.smsQueryDenied = o.value(QStringLiteral("sms_query_denied")).toBool(false);
+        phone.incomingPath = o.value(QStringLiteral("incoming")).toString();
         for (const QString& key :
              {QStringLiteral("model"), QStringLiteral("manufacturer"), QStringLiteral("release"),
               QStringLiteral("api"), QStringLiteral("operator")})

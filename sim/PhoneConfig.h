@@ -34,6 +34,9 @@ struct PhoneConfig {
     // "queued" for these, "sent" for the others; denied: a shell may not read it (no READ_SMS).
     QStringList sendFails, queued;
     bool smsQueryDenied = false;
+    // A file of JSON lines (IncomingFeed): messages people send to the phone, taken into its
+    // inbox as the file grows.
+    QString incomingPath;
 
     // A phone like a mid-range one on Android 11 (API 30).
     static PhoneConfig typical();
@@ -42,7 +45,7 @@ struct PhoneConfig {
 // Phones from a JSON file: {"phones": [{"serial": ..., "state": ..., "properties": {...},
 // "external_storage": ..., "install": "success"|"fail-once"|"fail-always", "app_installed": bool,
 // "push_fails": bool, "start_errors": [path, ...], "busy_starts": N, "unplug_after": N, "authorize_after": N,
-// "send_fails": [number, ...], "queued": [number, ...], "sms_query_denied": bool,
+// "send_fails": [number, ...], "queued": [number, ...], "sms_query_denied": bool, "incoming": path,
 // "model": ..., "manufacturer": ..., "release": ..., "api": N}]}. False with a reason when the file cannot be
 // used.
 bool readPhoneConfigs(const QString& path, QList<PhoneConfig>& phones, QString& reason);

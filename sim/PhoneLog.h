@@ -3,7 +3,9 @@
 // "intent" (the extras of each start of the companion app), "read" (the list file as the app
 // read it: path and content), "injection" (a shell operator
 // that reached a phone's shell unquoted, with the command line), "error" (what the app could
-// not do). Kept in memory and, with a path, appended to a JSON-lines file.
+// not do; also a line of the incoming file that was skipped), "received" (a message that
+// reached the phone's inbox: from, text, date in ms). Kept in memory and, with a path, appended to a
+// JSON-lines file.
 #include <QJsonObject>
 #include <QList>
 #include <QString>

@@ -53,6 +53,14 @@ struct Flags {
     QCommandLineOption deliveryStatus{
         "delivery-status", "Report messages to NUMBER with TP-ST N, e.g. 97 busy (repeatable).", "NUMBER=N"};
     QCommandLineOption noReport{"no-report", "Never report messages to NUMBER (repeatable).", "NUMBER"};
+    QCommandLineOption simSize{"sim-size", "Places in the SIM's message store (default 30).", "N"};
+    QCommandLineOption simFull{"sim-full", "Start with every place of the SIM taken by an unread message."};
+    QCommandLineOption incoming{"incoming",
+                                "Deliver the messages of FILE, JSON lines {\"from\": ..., \"text\": ...}, "
+                                "following it as it grows.",
+                                "FILE"};
+    QCommandLineOption indicationsInside{
+        "indications-inside-answers", "Hold each +CMTI for the next answer, between its lines and its OK."};
     QCommandLineOption help{QStringList{"h", "help"}, "Show this help."};
 
     QList<QCommandLineOption> all() const {
@@ -88,6 +96,10 @@ struct Flags {
                 noReport,
                 refuseSmsc,
                 refusePduMode,
+                simSize,
+                simFull,
+                incoming,
+                indicationsInside,
                 help};
     }
 };
@@ -145,6 +157,7 @@ SimOptions parse(const QStringList& arguments) {
     text(flags.operatorName, id.operatorName);
     text(flags.smsc, id.smsc);
     text(flags.log, options.logPath);
+    text(flags.incoming, options.incomingPath);
     id.smscAsUcs2 = parser.isSet(flags.smscUcs2);
     b.echo = !parser.isSet(flags.noEcho);
     b.cmgsTestAnswersError = parser.isSet(flags.cmgsTestError);
@@ -153,6 +166,7 @@ SimOptions parse(const QStringList& arguments) {
     b.silent = parser.isSet(flags.silent);
     b.echoOnly = parser.isSet(flags.echoOnly);
     b.lateCmgsAnswers = parser.isSet(flags.lateAnswers);
+    b.indicationsInsideAnswers = parser.isSet(flags.indicationsInside);
 
     const auto number = [&](const QCommandLineOption& o, int low, int high, int& field) {
         if (parser.isSet(o) && !readInt(parser.value(o), low, high, &field) && options.error.isEmpty())
@@ -170,6 +184,15 @@ SimOptions parse(const QStringList& arguments) {
     number(flags.silentAfter, 0, 1000000, b.silentAfterMessages);
     number(flags.count, 1, 32, options.count);
     number(flags.reportDelay, 0, 600000, b.statusReportDelayMs);
+    number(flags.simSize, 1, 255, b.simSize);
+    if (parser.isSet(flags.simFull)) {
+        for (int i = 1; i <= b.simSize; ++i) {
+            IncomingMessage kept;
+            kept.from = QStringLiteral("+447700900999");
+            kept.text = QStringLiteral("Kept message %1").arg(i);
+            b.simMessagesAtStart.append(kept);
+        }
+    }
     b.noStatusReportFor = parser.values(flags.noReport);
 
     if (parser.isSet(flags.battery)) {

@@ -11,6 +11,7 @@ struct SimOptions {
     ModemIdentity identity;
     ModemBehaviour behaviour;
     QString logPath;
+    QString incomingPath; // a file of JSON lines the modems follow (IncomingFeed)
     int count = 1;
     bool help = false;
     QString error; // empty when the arguments were understood

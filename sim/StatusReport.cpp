@@ -41,8 +41,6 @@ QString pdu(int reference, const QString& recipient, int status, const QDateTime
            timeStamp(done) + octet(status);
 }
 
-namespace {
-
 // The text-mode fields of a report after its first octet's place: <mr>,"<ra>",<tora>,...,<st>.
 QString textFields(int reference, const QString& recipient, int status, const QDateTime& submitted,
                    const QDateTime& done) {
@@ -53,8 +51,6 @@ QString textFields(int reference, const QString& recipient, int status, const QD
         .arg(textTime(submitted), textTime(done))
         .arg(status);
 }
-
-} // namespace
 
 QByteArray unsolicited(bool pduMode, int reference, const QString& recipient, int status,
                        const QDateTime& submitted, const QDateTime& done) {

@@ -19,6 +19,10 @@ QByteArray unsolicited(bool pduMode, int reference, const QString& recipient, in
 QStringList stored(bool pduMode, int reference, const QString& recipient, int status,
                    const QDateTime& submitted, const QDateTime& done);
 
+// The text-mode fields after the first octet: <mr>,"<ra>",<tora>,"<scts>","<dt>",<st>.
+QString textFields(int reference, const QString& recipient, int status, const QDateTime& submitted,
+                   const QDateTime& done);
+
 // The hex PDU of the report (no service centre information: it starts with "00").
 QString pdu(int reference, const QString& recipient, int status, const QDateTime& submitted,
             const QDateTime& done);

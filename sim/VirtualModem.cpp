@@ -1,5 +1,6 @@
 #include "VirtualModem.h"
 
+#include "IncomingFeed.h"
 #include "MessageAssembler.h"
 #include "MessageLog.h"
 #include "ModemSession.h"
@@ -30,6 +31,8 @@ constexpr std::chrono::milliseconds kHandOverLimit{1000};
 constexpr std::chrono::milliseconds kHandOverPoll{2};
 // Gap between the bursts of one answer, on the scaled clock.
 constexpr Clock::Duration kBurstGap{40};
+// How often a followed file of incoming messages is looked at (real time).
+constexpr std::chrono::milliseconds kFeedPoll{100};
 
 QString errnoText() { return QString::fromLocal8Bit(std::strerror(errno)); }
 
@@ -47,6 +50,8 @@ ModemBehaviour unshared(ModemBehaviour copy) {
     copy.characterSets.detach();
     copy.refusedServiceCentres.detach();
     copy.unsolicited.detach();
+    copy.simMessagesAtStart.detach();
+    copy.arrivalsDuringSubmission.detach();
     return copy;
 }
 
@@ -74,6 +79,12 @@ public:
     void commandLine(const QString& line) override;
     void acceptedPart(const ReceivedMessage& part, const Concatenation& concatenation) override;
     void hangUp() override { m_hangUpRequested = true; }
+    void unsolicited(const QByteArray& bytes) override { writeAll(bytes); }
+    QList<IncomingMessage> arrivals() override;
+    void networkEvent(const QJsonObject& event) override;
+
+    void deliver(const IncomingMessage& message);
+    void follow(const QString& path);
 
 private:
     ModemBehaviour behaviour() const;
@@ -82,6 +93,9 @@ private:
     void writeAll(const QByteArray& bytes);
     void letClientReadTheRest();
     void closeLine();
+    void wake();
+    // Reads a followed file when due; returns the poll time-out until the next look.
+    int pollFeed();
 
     const ModemIdentity m_identity;
     mutable std::mutex m_mutex; // guards the behaviour, the logs and the messages
@@ -90,6 +104,9 @@ private:
     MessageAssembler m_assembler;
     QList<ReceivedMessage> m_messages;
     QStringList m_commandLog;
+    QList<IncomingMessage> m_arrivals;    // delivered, not yet taken by the serving thread
+    std::unique_ptr<IncomingFeed> m_feed; // read by the serving thread only, once started
+    std::chrono::steady_clock::time_point m_nextFeedPoll;
 
     PtyPair m_pty; // used by the serving thread only, once started
     QString m_devicePath;
@@ -151,10 +168,7 @@ void VirtualModem::Line::closeLine() {
 
 void VirtualModem::Line::serve(std::stop_token stop) {
     m_stop = std::move(stop);
-    const std::stop_callback wakeUp(m_stop, [this] {
-        const quint64 one = 1;
-        [[maybe_unused]] const ssize_t ignored = ::write(m_wake, &one, sizeof one);
-    });
+    const std::stop_callback wakeUp(m_stop, [this] { wake(); });
     char buffer[4096];
     while (!stopping() && !m_hangUpRequested) {
         pollfd fds[3] = {
@@ -165,8 +179,16 @@ void VirtualModem::Line::serve(std::stop_token stop) {
             timeoutMs = int(std::clamp<qint64>(
                 std::chrono::ceil<std::chrono::milliseconds>(*due - std::chrono::steady_clock::now()).count(),
                 0, 60000));
+        if (const int feedMs = pollFeed(); feedMs >= 0)
+            timeoutMs = timeoutMs < 0 ? feedMs : std::min(timeoutMs, feedMs);
         const int ready = ::poll(fds, 3, timeoutMs);
+        if (fds[1].revents & POLLIN) {
+            quint64 count = 0;
+            [[maybe_unused]] const ssize_t ignored = ::read(m_wake, &count, sizeof count);
+        }
         m_session->releaseDue();
+        for (const IncomingMessage& message : arrivals())
+            m_session->deliver(message);
         if (ready < 0) {
             if (errno == EINTR)
                 continue;
@@ -191,6 +213,55 @@ void VirtualModem::Line::serve(std::stop_token stop) {
         letClientReadTheRest();
         closeLine();
     }
+}
+
+void VirtualModem::Line::wake() {
+    const quint64 one = 1;
+    [[maybe_unused]] const ssize_t ignored = ::write(m_wake, &one, sizeof one);
+}
+
+void VirtualModem::Line::deliver(const IncomingMessage& message) {
+    if (!message.to.isEmpty() && message.to != m_identity.imei)
+        return;
+    {
+        std::lock_guard lock(m_mutex);
+        m_arrivals.append(message);
+        m_arrivals.last().text.detach(); // the serving thread takes it
+        m_arrivals.last().from.detach();
+    }
+    if (m_wake >= 0)
+        wake();
+}
+
+void VirtualModem::Line::follow(const QString& path) {
+    std::lock_guard lock(m_mutex);
+    if (!m_started)
+        m_feed = std::make_unique<IncomingFeed>(unshared(path));
+}
+
+int VirtualModem::Line::pollFeed() {
+    if (!m_feed)
+        return -1;
+    const auto now = std::chrono::steady_clock::now();
+    if (now >= m_nextFeedPoll) {
+        const IncomingFeed::Batch batch = m_feed->poll();
+        for (const QString& problem : batch.problems)
+            Show_NSLog_Message(QStringLiteral("virtual modem %1: skipped %2").arg(m_devicePath, problem));
+        for (const IncomingMessage& message : batch.messages)
+            deliver(message);
+        m_nextFeedPoll = now + kFeedPoll;
+    }
+    return int(std::chrono::ceil<std::chrono::milliseconds>(m_nextFeedPoll - now).count());
+}
+
+QList<IncomingMessage> VirtualModem::Line::arrivals() {
+    std::lock_guard lock(m_mutex);
+    return std::exchange(m_arrivals, {});
+}
+
+void VirtualModem::Line::networkEvent(const QJsonObject& event) {
+    std::lock_guard lock(m_mutex);
+    m_log.appendEvent(event);
 }
 
 void VirtualModem::Line::letClientReadTheRest() {
@@ -297,5 +368,13 @@ bool VirtualModem::isPlugged() const { return m_line->isPlugged(); }
 QList<ReceivedMessage> VirtualModem::received() const { return m_line->received(); }
 QStringList VirtualModem::commandLog() const { return m_line->commandLog(); }
 void VirtualModem::setBehaviour(const ModemBehaviour& behaviour) { m_line->setBehaviour(behaviour); }
+void VirtualModem::deliver(const IncomingMessage& message) { m_line->deliver(message); }
+void VirtualModem::deliver(const QString& from, const QString& text) {
+    IncomingMessage message;
+    message.from = from;
+    message.text = text;
+    m_line->deliver(message);
+}
+void VirtualModem::followIncoming(const QString& path) { m_line->follow(path); }
 
 } // namespace sim

@@ -8,7 +8,8 @@
 // header; a message whose parts are still missing is listed with complete == false. The
 // JSON-lines log (when logPath is set) gets a line when a message is complete, and a line
 // for each incomplete one when the modem stops or is unplugged, or when a new message
-// reusing its reference displaces it.
+// reusing its reference displaces it; also a line for each message delivered to the modem
+// and each one deleted from its SIM.
 #include "ModemConfig.h"
 
 #include <QList>
@@ -33,6 +34,13 @@ public:
     QList<ReceivedMessage> received() const;  // thread-safe
     QStringList commandLog() const;           // every command line received, in order (for session tests)
     void setBehaviour(const ModemBehaviour&); // takes effect for the next command
+
+    // The network delivers a message to this modem (thread-safe): the modem takes it at once,
+    // even in the middle of an exchange; a message for another modem ("to") is ignored.
+    void deliver(const IncomingMessage& message);
+    void deliver(const QString& from, const QString& text);
+    // Follows a file of JSON lines (IncomingFeed) as it grows: each line is delivered.
+    void followIncoming(const QString& path);
 
     // How an answer is cut into `bursts` writes (at least one byte each).
     static QList<QByteArray> splitIntoBursts(const QByteArray& answer, int bursts);

@@ -23,6 +23,38 @@ VirtualPhone::VirtualPhone(PhoneConfig config, PhoneLog& log) : m_config(std::mo
                          QStringLiteral("/sbin:/system/sbin:/system/bin:/system/xbin"));
     m_environment.insert(QStringLiteral("HOME"), QStringLiteral("/"));
     m_installed = m_config.appInstalled;
+    if (!m_config.incomingPath.isEmpty())
+        m_incoming = std::make_unique<IncomingFeed>(m_config.incomingPath);
+}
+
+void VirtualPhone::receive(const IncomingMessage& message) {
+    const std::lock_guard lock(m_mutex);
+    receiveLocked(message);
+}
+
+void VirtualPhone::receiveLocked(const IncomingMessage& message) {
+    if (!message.to.isEmpty() && message.to != m_config.serial)
+        return;
+    const qint64 date =
+        message.at.isValid() ? message.at.toMSecsSinceEpoch() : QDateTime::currentMSecsSinceEpoch();
+    m_sms.add(message.from, message.text, PhoneMessages::Inbox, date);
+    m_log.append({{QStringLiteral("type"), QStringLiteral("received")},
+                  {QStringLiteral("serial"), m_config.serial},
+                  {QStringLiteral("from"), message.from},
+                  {QStringLiteral("text"), message.text},
+                  {QStringLiteral("date"), date}});
+}
+
+void VirtualPhone::readIncoming() {
+    if (!m_incoming)
+        return;
+    const IncomingFeed::Batch batch = m_incoming->poll();
+    for (const QString& problem : batch.problems)
+        m_log.append({{QStringLiteral("type"), QStringLiteral("error")},
+                      {QStringLiteral("serial"), m_config.serial},
+                      {QStringLiteral("reason"), QStringLiteral("skipped %1").arg(problem)}});
+    for (const IncomingMessage& message : batch.messages)
+        receiveLocked(message);
 }
 
 QString VirtualPhone::state() const {
@@ -89,6 +121,7 @@ QByteArray VirtualPhone::file(const QString& path) const {
 
 QByteArray VirtualPhone::shell(const QString& line) {
     const std::lock_guard lock(m_mutex);
+    readIncoming();
     const ShellParse parsed = parseShellLine(line, m_environment);
     for (const QString& op : parsed.injections)
         m_log.append({{QStringLiteral("type"), QStringLiteral("injection")},

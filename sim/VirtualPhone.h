@@ -3,6 +3,8 @@
 // its shell (words parsed as sh would, never executed), and the companion app, which records
 // the intents it receives and every message it would send. What the phone saw goes to a
 // PhoneLog as JSON objects.
+#include "IncomingFeed.h"
+#include "ModemConfig.h"
 #include "PhoneConfig.h"
 #include "PhoneLog.h"
 #include "PhoneMessages.h"
@@ -12,6 +14,7 @@
 #include <QSet>
 #include <QString>
 
+#include <memory>
 #include <mutex>
 
 namespace sim {
@@ -40,6 +43,10 @@ public:
     // From now on the shell may (not) read the phone's messages, as READ_SMS is taken or given.
     void denySmsQuery(bool denied = true);
 
+    // A message someone sent to the phone: into its inbox, dated by "at" or the clock (ms). One
+    // for another phone ("to" naming another serial) is ignored.
+    void receive(const IncomingMessage& message);
+
     bool appInstalled() const;
     QStringList grants() const;
     QString setting(const QString& key) const;
@@ -53,6 +60,9 @@ private:
     static QString sendingPath(const QHash<QString, QString>& extras);
     void sendMessage(const QString& number, const QString& text, const QString& mode);
     QString appStorageRoot() const;
+    void receiveLocked(const IncomingMessage& message);
+    // New lines of the followed file, taken before each shell command: the inbox is as the file is.
+    void readIncoming();
 
     mutable std::mutex m_mutex;
     PhoneConfig m_config;
@@ -68,6 +78,7 @@ private:
     int m_busyStarts = 0; // starts turned away so far
     int m_lists = 0;
     bool m_unplugged = false;
+    std::unique_ptr<IncomingFeed> m_incoming;
 };
 
 inline const QString kCompanionPackage = QStringLiteral("com.OSTRELPROBULKSMS");

@@ -59,6 +59,8 @@ int main(int argc, char** argv) {
             identity.iccid = withLastDigitsPlus(identity.iccid, i);
         }
         auto modem = std::make_unique<sim::VirtualModem>(identity, options.behaviour, options.logPath);
+        if (!options.incomingPath.isEmpty())
+            modem->followIncoming(options.incomingPath);
         if (!modem->start()) {
             std::fprintf(stderr, "bulksms-modem-sim: cannot open a pseudo-terminal\n");
             return 1;

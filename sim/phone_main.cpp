@@ -70,13 +70,19 @@ int main(int argc, char** argv) {
     const QCommandLineOption smsQueryDenied(
         QStringLiteral("sms-query-denied"),
         QStringLiteral("The shell may not read the phone's messages (content query is refused)."));
+    const QCommandLineOption incoming(
+        QStringLiteral("incoming"),
+        QStringLiteral(
+            "Messages sent to the phone, JSON lines {\"from\": ..., \"text\": ...}, taken into its "
+            "inbox as the file grows."),
+        QStringLiteral("file"));
     QList<QCommandLineOption> shorthands;
     for (const QString& name : {QStringLiteral("model"), QStringLiteral("manufacturer"),
                                 QStringLiteral("release"), QStringLiteral("api"), QStringLiteral("operator")})
         shorthands.append(
             QCommandLineOption(name, QStringLiteral("The phone's %1.").arg(name), QStringLiteral("text")));
     parser.addOptions({port, config, log, serial, state, storage, install, appInstalled, pushFails,
-                       startError, unplugAfter, authorizeAfter, sendFails, queued, smsQueryDenied});
+                       startError, unplugAfter, authorizeAfter, sendFails, queued, smsQueryDenied, incoming});
     parser.addOptions(shorthands);
     parser.process(app);
 
@@ -87,6 +93,9 @@ int main(int argc, char** argv) {
             std::fprintf(stderr, "bulksms-phone-sim: %s\n", qPrintable(reason));
             return 2;
         }
+        for (sim::PhoneConfig& phone : phones) // one file for every phone; "to" picks one
+            if (phone.incomingPath.isEmpty())
+                phone.incomingPath = parser.value(incoming);
     } else {
         sim::PhoneConfig phone = sim::PhoneConfig::typical();
         if (parser.isSet(serial))
@@ -107,6 +116,7 @@ int main(int argc, char** argv) {
         phone.sendFails = parser.values(sendFails);
         phone.queued = parser.values(queued);
         phone.smsQueryDenied = parser.isSet(smsQueryDenied);
+        phone.incomingPath = parser.value(incoming);
         for (const QCommandLineOption& shorthand : shorthands)
             if (parser.isSet(shorthand))
                 sim::setPhoneShorthand(phone, shorthand.names().first(), parser.value(shorthand));

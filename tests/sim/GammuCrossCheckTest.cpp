@@ -3,7 +3,9 @@
 #include "sim/VirtualModem.h"
 
 #include <QFile>
+#include <QMap>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
@@ -97,6 +99,55 @@ TEST_F(GammuCrossCheck, FallsBackToTextModeOnATextOnlyModem) {
     EXPECT_EQ(received.at(0).mode, QStringLiteral("TEXT"));
     EXPECT_EQ(received.at(0).number, QStringLiteral("+447700900555"));
     EXPECT_EQ(received.at(0).text, text);
+}
+
+// Messages the network delivers, read back by a reader written elsewhere: gammu lists the SIM
+// (AT+CPMS, AT+CMGF=0, AT+CMGL=4) and decodes every PDU itself.
+TEST_F(GammuCrossCheck, ReadsDeliveredMessagesWithTheirTextsAndSenders) {
+    ASSERT_NO_FATAL_FAILURE(startModem());
+    const QString sevenBit = QStringLiteral("Price 5€ [ok] {yes} ~^|\\");
+    const QString emoji = QStringLiteral("Emoji 😀 and Ωμέγα");
+    const QString longText = QStringLiteral("Part of a reply that runs on; ").repeated(13); // three parts
+    m_modem->deliver(QStringLiteral("+447700900001"), sevenBit);
+    m_modem->deliver(QStringLiteral("+447700900002"), emoji);
+    sim::IncomingMessage scrambled;
+    scrambled.from = QStringLiteral("07700900003");
+    scrambled.text = longText;
+    scrambled.outOfOrder = true;
+    m_modem->deliver(scrambled);
+    sim::IncomingMessage named;
+    named.from = QStringLiteral("MyBank");
+    named.text = QStringLiteral("Code 1234");
+    m_modem->deliver(named);
+
+    const QString output = gammu({"getallsms"});
+    // Each message: a "Location" block of "Key : value" lines (a "part i of n" header among them
+    // for a part), a blank line, the text, a blank line.
+    static const QRegularExpression sender(QStringLiteral("Remote number\\s*: \"([^\"]*)\""));
+    static const QRegularExpression part(QStringLiteral("part (\\d+) of (\\d+)\\n"));
+    QMap<QString, QMap<int, QString>> bySender; // sender -> part number -> text
+    QMap<QString, int> totals;
+    for (const QString& location : output.split(QStringLiteral("\nLocation "))) {
+        const QRegularExpressionMatch from = sender.match(location);
+        const qsizetype textStart = location.indexOf(QStringLiteral("\n\n"));
+        if (!from.hasMatch() || textStart < 0)
+            continue;
+        QString text = location.mid(textStart + 2).section(QStringLiteral("\n\n"), 0, 0);
+        while (text.endsWith(u'\n')) // none of the texts ends in a line break
+            text.chop(1);
+        const QRegularExpressionMatch header = part.match(location.left(textStart + 1));
+        bySender[from.captured(1)].insert(header.hasMatch() ? header.captured(1).toInt() : 1, text);
+        totals[from.captured(1)] = header.hasMatch() ? header.captured(2).toInt() : 1;
+    }
+    ASSERT_EQ(bySender.keys(), (QStringList{"+447700900001", "+447700900002", "07700900003", "MyBank"}))
+        << output.toStdString();
+    EXPECT_EQ(bySender.value("+447700900001").value(1), sevenBit);
+    EXPECT_EQ(bySender.value("+447700900002").value(1), emoji);
+    EXPECT_EQ(bySender.value("MyBank").value(1), QStringLiteral("Code 1234"));
+    EXPECT_EQ(totals.value("07700900003"), 3);
+    const QStringList parts = bySender.value("07700900003").values(); // in part order
+    ASSERT_EQ(parts.size(), 3) << output.toStdString();
+    EXPECT_EQ(parts.join(QString()), longText);
 }
 
 } // namespace

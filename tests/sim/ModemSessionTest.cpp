@@ -1,4 +1,5 @@
 #include "sim/ModemSession.h"
+#include "FakeModemLine.h"
 
 #include <gtest/gtest.h>
 
@@ -9,50 +10,8 @@ namespace {
 using sim::ModemBehaviour;
 using sim::ModemIdentity;
 using sim::ModemSession;
-
-// Records what the session does to its line; everything is synchronous.
-class FakeLine final : public sim::ModemLine {
-public:
-    void echo(const QByteArray& bytes) override { wire += bytes; }
-    void answer(const QByteArray& bytes) override { wire += bytes; }
-    bool waitForNetwork(std::chrono::milliseconds delay) override {
-        networkWaits.append(int(delay.count()));
-        return true;
-    }
-    void commandLine(const QString& line) override { lines.append(line); }
-    void acceptedPart(const sim::ReceivedMessage& part, const sim::Concatenation& c) override {
-        parts.append(part);
-        concatenations.append(c);
-    }
-    void hangUp() override { ++hangUps; }
-
-    QByteArray take() { return std::exchange(wire, {}); }
-
-    QByteArray wire;
-    QList<int> networkWaits;
-    QStringList lines;
-    QList<sim::ReceivedMessage> parts;
-    QList<sim::Concatenation> concatenations;
-    int hangUps = 0;
-};
-
-struct Modem {
-    explicit Modem(ModemBehaviour b = quiet(), ModemIdentity id = {})
-        : behaviour(b), session(
-                            id, [this] { return behaviour; }, line, QStringLiteral("/dev/pts/99")) {}
-    static ModemBehaviour quiet() {
-        ModemBehaviour b;
-        b.echo = false;
-        return b;
-    }
-    QByteArray send(const QByteArray& bytes) {
-        session.feed(bytes);
-        return line.take();
-    }
-    ModemBehaviour behaviour;
-    FakeLine line;
-    ModemSession session;
-};
+using simtest::FakeLine;
+using simtest::Modem;
 
 QByteArray ok(const QByteArray& info = {}) {
     return info.isEmpty() ? QByteArray("\r\nOK\r\n") : "\r\n" + info + "\r\n\r\nOK\r\n";

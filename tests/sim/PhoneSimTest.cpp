@@ -3,6 +3,7 @@
 #include "sim/AdbServer.h"
 
 #include <QFile>
+#include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -142,6 +143,54 @@ TEST_F(PhoneSimTest, TheSmsProviderAnswersContentQueriesOrDeniesThem) {
     EXPECT_TRUE(adb({"shell", "content", "query", "--uri", "content://sms/sent"})
                     .startsWith("Error while accessing provider:sms\njava.lang.SecurityException: Permission "
                                 "Denial"));
+}
+
+// Replies reach the phone's inbox from a file that grows while the phone runs; the inbox answers
+// as Android's provider does, filtered by date, and not at all while READ_SMS is denied.
+TEST_F(PhoneSimTest, TheInboxFillsFromTheIncomingFileAndAnswersQueries) {
+    const QString incoming = home.filePath("incoming.jsonl");
+    QFile file(incoming);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+    file.write(R"({"from": "+447700900001", "text": "STOP", "at": 1700000000000})"
+               "\n"
+               R"({"from": "+447700900002", "text": "Yes, 5€ 😀", "at": "2023-11-14T22:13:21Z"})"
+               "\n"
+               R"({"from": "+447700900003", "text": "not for this phone", "to": "ZZZ999"})"
+               "\nno message here\n");
+    sim::PhoneConfig config = phone("AAA111");
+    config.incomingPath = incoming;
+    start({config});
+    const QStringList query = {
+        "shell", "content", "query", "--uri", "content://sms/inbox", "--projection", "_id:address:body:date"};
+    EXPECT_EQ(adb(query), "Row: 0 _id=2, address=+447700900002, body=Yes, 5€ 😀, date=1700000001000\n"
+                          "Row: 1 _id=1, address=+447700900001, body=STOP, date=1700000000000\n");
+    file.write(R"({"from": "+447700900004", "text": "later", "at": 1700000002000})"
+               "\n");
+    EXPECT_EQ(adb(query + QStringList{"--where", "'date>1700000001000'"}),
+              "Row: 0 _id=3, address=+447700900004, body=later, date=1700000002000\n");
+    EXPECT_EQ(adb(query + QStringList{"--where", "'date>1700000002000'"}), "No result found.\n");
+    EXPECT_TRUE(adb(query + QStringList{"--where", "'body LIKE x'"})
+                    .startsWith("Error while accessing provider:sms"));
+    EXPECT_EQ(adb({"shell", "content", "query", "--uri", "content://sms/sent"}), "No result found.\n");
+    sim::IncomingMessage direct;
+    direct.from = "MyBank";
+    direct.text = "Code 1234";
+    server->phones().front()->receive(direct);
+    EXPECT_TRUE(adb(query).startsWith("Row: 0 _id=4, address=MyBank, body=Code 1234, date="));
+
+    server->phones().front()->denySmsQuery();
+    EXPECT_TRUE(
+        adb(query).startsWith("Error while accessing provider:sms\njava.lang.SecurityException: "
+                              "Permission Denial: reading com.android.providers.telephony.SmsProvider "
+                              "uri content://sms/inbox"));
+    int received = 0;
+    int skipped = 0;
+    for (const QJsonObject& event : server->log().events()) {
+        received += event.value("type").toString() == u"received";
+        skipped += event.value("reason").toString().contains(u"line 4");
+    }
+    EXPECT_EQ(received, 4);
+    EXPECT_EQ(skipped, 1);
 }
 
 TEST_F(PhoneSimTest, KillServerEndsIt) {

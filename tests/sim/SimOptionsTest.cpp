@@ -34,6 +34,12 @@ TEST(SimOptions, FlagsMirrorIdentityAndBehaviour) {
              return o.identity.operatorName == u"Net Two" && o.identity.smsc == u"+15550001" &&
                     o.identity.smscAsUcs2;
          }},
+        {{"--sim-size", "5", "--sim-full", "--incoming", "in.jsonl", "--indications-inside-answers"},
+         [](const SimOptions& o) {
+             return o.behaviour.simSize == 5 && o.behaviour.simMessagesAtStart.size() == 5 &&
+                    o.incomingPath == u"in.jsonl" && o.behaviour.indicationsInsideAnswers;
+         }},
+        {{"--sim-full"}, [](const SimOptions& o) { return o.behaviour.simMessagesAtStart.size() == 30; }},
         {{"--operator", ""}, [](const SimOptions& o) { return o.identity.operatorName.isEmpty(); }},
         {{"--battery", "1,55", "--signal", "14"},
          [](const SimOptions& o) {
@@ -98,6 +104,7 @@ TEST(SimOptions, MistakesAreNamedNotGuessed) {
         {{"--silent-after", "-1"}, "--silent-after"},
         {{"--cms-error", "4477"}, "--cms-error"},
         {{"--cms-error", "4477=abc"}, "--cms-error"},
+        {{"--sim-size", "0"}, "--sim-size"},
         {{"--delivery-status", "4477=256"}, "--delivery-status"},
         {{"--battery", "80"}, "--battery"},
         {{"--frobnicate"}, "frobnicate"},

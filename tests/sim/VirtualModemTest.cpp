@@ -316,3 +316,64 @@ TEST_F(VirtualModemLine, ExclusiveUseEndsWithTheLastClose) {
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(VirtualModemLine, DeliveredMessagesAreAnnouncedOnTheLineAndLogged) {
+    plugIn();
+    EXPECT_EQ(client->command("AT+CNMI=2,1,0,0,0\r"), QByteArray("\r\nOK\r\n"));
+    modem->deliver("+447700900001", "STOP");
+    EXPECT_EQ(client->readUntil("\r\n+CMTI: \"SM\",1\r\n"), QByteArray("\r\n+CMTI: \"SM\",1\r\n"));
+    sim::IncomingMessage elsewhere; // for another modem: not this one's
+    elsewhere.from = "+447700900002";
+    elsewhere.text = "not mine";
+    elsewhere.to = "000000000000000";
+    modem->deliver(elsewhere);
+    EXPECT_TRUE(client->readFor(std::chrono::milliseconds(200)).isEmpty());
+    EXPECT_EQ(client->command("AT+CMGF=1;+CSCS=\"UTF-8\";+CMGL=\"ALL\"\r").split('\n').value(2).trimmed(),
+              QByteArray("STOP"));
+    EXPECT_EQ(client->command("AT+CMGD=1\r"), QByteArray("\r\nOK\r\n"));
+    const QList<QJsonObject> events = sim::MessageLog::readEvents(logPath);
+    ASSERT_EQ(events.size(), 2);
+    EXPECT_EQ(events.at(0).value("event").toString(), "delivered");
+    EXPECT_EQ(events.at(0).value("from").toString(), "+447700900001");
+    EXPECT_EQ(events.at(0).value("device").toString(), modem->devicePath());
+    EXPECT_EQ(events.at(1).value("event").toString(), "deleted");
+    EXPECT_EQ(events.at(1).value("text").toString(), "STOP");
+    EXPECT_TRUE(sim::MessageLog::read(logPath).isEmpty()); // events are no messages the network received
+}
+
+TEST_F(VirtualModemLine, FollowsAFileOfIncomingMessagesAsItGrows) {
+    const QString incoming = dir.filePath("incoming.jsonl");
+    QFile file(incoming);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+    file.write("{\"from\": \"+447700900001\", \"text\": \"first\"}\nthis line is no message\n");
+    modem = std::make_unique<VirtualModem>(sim::ModemIdentity{}, quietBehaviour(), logPath);
+    modem->followIncoming(incoming);
+    ASSERT_TRUE(modem->start());
+    client = std::make_unique<PtyClient>(modem->devicePath());
+    EXPECT_EQ(client->command("AT+CNMI=2,1,0,0,0\r"), QByteArray("\r\nOK\r\n"));
+    file.write("{\"from\": \"+447700900002\", \"text\": \"second\"}\n"); // appended while it runs
+    EXPECT_TRUE(client->readUntil("+CMTI: \"SM\",2\r\n").endsWith("+CMTI: \"SM\",2\r\n"));
+    EXPECT_EQ(client->command("AT+CPMS?\r"),
+              QByteArray("\r\n+CPMS: \"SM\",2,30,\"SM\",2,30,\"SM\",2,30\r\n\r\nOK\r\n"));
+}
+
+// The sender's side of a sending in which a reply arrives: the indication comes between the
+// PDU's echo and the network's answer, and the message still goes.
+TEST_F(VirtualModemLine, AReplyArrivingMidSendingComesBetweenThePduAndItsAnswer) {
+    sim::ModemBehaviour behaviour; // echo on, as a sender meets it
+    sim::IncomingMessage reply;
+    reply.from = "+12345";
+    reply.text = "STOP";
+    behaviour.arrivalsDuringSubmission.insert(1, reply);
+    plugIn(behaviour);
+    client->command("AT+CNMI=2,1,0,0,0\r");
+    EXPECT_EQ(client->command("AT+CMGS=12\r"), QByteArray("AT+CMGS=12\r\r\n> "));
+    const QByteArray answer = client->command(QByteArray("00110005912143F50000FF0141\x1a"));
+    EXPECT_EQ(answer,
+              QByteArray("00110005912143F50000FF0141\r\n+CMTI: \"SM\",1\r\n\r\n+CMGS: 1\r\n\r\nOK\r\n"));
+    EXPECT_EQ(modem->received().size(), 1);
+}
+
+} // namespace
