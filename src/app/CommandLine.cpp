@@ -6,6 +6,7 @@
 #include "ConsoleOutput.h"
 #include "DatabaseOption.h"
 #include "DevicesCommand.h"
+#include "RepliesCommand.h"
 #include "SendCommand.h"
 #include "TestDeviceCommand.h"
 #include "WorkerCommand.h"
@@ -38,6 +39,10 @@ int runCommandLine(const QStringList& arguments) {
         return runCampaignCommand(rest);
     if (command == QLatin1String("worker"))
         return runWorker(rest);
+    if (command == QLatin1String("inbox"))
+        return runInbox(rest);
+    if (command == QLatin1String("opt-out"))
+        return runOptOut(rest);
     printErr(QStringLiteral("bulksms: unknown command \"%1\"\n").arg(command) + commandUsage());
     return 2;
 }

@@ -193,6 +193,7 @@ bool StoredRun::write(const std::function<bool(SqlDatabase&)>& body) {
 }
 
 void StoredRun::begin(const QList<SendingItem>& items, const QString& road) {
+    m_road = road;
     const qint64 now = CampaignStore::now();
     write([&](SqlDatabase& db) {
         if (m_info.attach)

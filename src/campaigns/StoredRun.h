@@ -52,6 +52,9 @@ public:
     int awaitingReports(const QString& device = {}) const override;
     QList<int> endReportWait(const QString& device) override;
     QList<int> markStopped(const QString& why) override;
+    // Each reply in its own transaction (StoredRunReplies.cpp): false at the first the store
+    // refused, and the run's failure then says why.
+    bool keepReceived(const QString& device, const QList<IncomingMessage>& received) override;
     bool anyWaiting() const override;
     bool anyWaitingOrSending() const override;
     bool allFinished() const override { return !anyWaitingOrSending(); }
@@ -108,6 +111,7 @@ private:
 
     std::shared_ptr<CampaignStore> m_store;
     const Campaign m_info;
+    QString m_road;          // the kind of device the run sends through (set by begin)
     const QString m_claimer; // this run's name on the items it claims
     qint64 m_campaign = 0;
     int m_size = 0;

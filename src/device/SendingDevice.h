@@ -81,7 +81,11 @@ public:
 
     // Messages the device received since the last call (replies). It holds them until
     // forgetReceived() says they are kept elsewhere; until then each call may give them again.
-    virtual QList<IncomingMessage> takeReceived() { return {}; }
+    // A device may look only now and then; `now` makes it look (at a run's start and end).
+    virtual QList<IncomingMessage> takeReceived(bool now) {
+        Q_UNUSED(now);
+        return {};
+    }
     virtual void forgetReceived(const QList<IncomingMessage>& kept) { Q_UNUSED(kept); }
 
     // Whether the device still answers (asked after a message it never answered).

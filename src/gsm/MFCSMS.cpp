@@ -126,9 +126,12 @@ void MFCSMS::harvestUnsolicited(int fd, const QStringList& lines) {
     for (const QString& line : lines)
         Show_NSLog_Message(QStringLiteral("Unsolicited (%1) \"%2\"\n").arg(fd).arg(line));
     m_statusReports << StatusReports::fromUnsolicited(lines);
-    for (const QString& line : lines)
+    for (const QString& line : lines) {
         if (const std::optional<int> index = StatusReports::storedIndex(line))
             m_storedReportIndexes << *index;
+        if (ReceivedListings::newMessageIndex(line))
+            m_newMessageNoted = true; // read with the whole storage, between two messages
+    }
 }
 
 void MFCSMS::listenForStatusReports(std::chrono::milliseconds duration) {

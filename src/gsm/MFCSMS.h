@@ -6,6 +6,7 @@
 // Every AT operation takes the descriptor of the open port only to label its log lines;
 // the traffic always goes through the session's port.
 #include "AMSerialPort.h"
+#include "ReceivedListings.h"
 #include "SmsFormat.h"
 #include "StatusReports.h"
 #include "device/SendOutcome.h"
@@ -121,6 +122,17 @@ public:
     // read ("AT+CMGR") and deleted ("AT+CMGD") first.
     QList<StatusReport> takeStatusReports(int fd);
 
+    // Received messages (MFCSMS_Inbox.cpp). "AT+CNMI=2,1,0,0,0": the modem keeps each message
+    // and says where ("+CMTI"); false when it refused (its storage is then only read now and then).
+    bool announceNewMessages(int fd);
+    // Whether the modem announced a new one ("+CMTI") since the last call.
+    bool takeNewMessageNote();
+    // What the modem's storage holds, listed in PDU mode ("AT+CMGL=4"); nothing when the
+    // modem refused the list.
+    std::optional<QList<ListedPdu>> listStoredMessages(int fd);
+    // Frees one place of the storage ("AT+CMGD=<index>").
+    bool deleteStoredMessage(int fd, int index);
+
     // How the last submission ended, from its own bookkeeping.
     SendOutcome lastOutcome() const { return m_lastOutcome; }
     // The network's references ("+CMGS: <mr>") of the last submission, one per accepted part.
@@ -183,6 +195,7 @@ private:
     std::function<void(int part, int parts)> m_partProgress;
     QList<StatusReport> m_statusReports; // gathered, not yet taken (under the read lock)
     QList<int> m_storedReportIndexes;    // announced by "+CDSI", not yet read (under the read lock)
+    bool m_newMessageNoted = false;      // a "+CMTI" came since it was last taken (under the read lock)
     QByteArray m_pendingAnswer;          // arrived during the answer wait, read with the next read
     QString m_lastCommand;               // the AT command line the answer being read belongs to
     bool m_sessionStarting = false;      // a port just opened: the first write wakes the modem first

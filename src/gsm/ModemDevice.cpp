@@ -1,5 +1,6 @@
 #include "ModemDevice.h"
 
+#include "ConcatenatedSmsAssembler.h"
 #include "MFCSMS.h"
 #include "ModemAnswers.h"
 #include "TextModeLimits.h"
@@ -79,6 +80,8 @@ QString ModemDevice::prepare(bool deliveryReports) {
             // Reports are asked for only where the modem hands them over: a report it kept
             // would fill the SIM's memory instead.
             m_reportsRouted = deliveryReports && m_session.Route_Status_Reports(m_fd);
+            if (!m_reportsRouted)
+                m_session.announceNewMessages(m_fd); // replies are read as they come
             m_session.setStatusReportsRequested(m_reportsRouted);
             return QString();
         },

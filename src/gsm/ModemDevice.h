@@ -7,8 +7,10 @@
 
 #include <QString>
 
+#include <chrono>
 #include <memory>
 
+class ConcatenatedSmsAssembler;
 class MFCSMS;
 
 // What the device record says of the modem, as the run found it when it started.
@@ -47,6 +49,10 @@ public:
     QList<DeliveryReport> takeDeliveryReports() override;
     // Reads the line for this long in real time (already scaled), as the session does.
     void listenForDeliveryReports(std::chrono::milliseconds duration) override;
+    // Replies: the modem's storage read when it announced one, and at least once a minute;
+    // a place is freed once what lay there is kept (ModemDevice_Inbox.cpp).
+    QList<IncomingMessage> takeReceived(bool now) override;
+    void forgetReceived(const QList<IncomingMessage>& kept) override;
     bool stillAnswers() override;
     QString endOfRunNotice() const override;
     // Closes the session's port.
@@ -63,4 +69,8 @@ private:
     const ModemDetails m_details;
     const int m_fd;
     bool m_reportsRouted = false;
+    QList<IncomingMessage> readInbox();
+    std::unique_ptr<ConcatenatedSmsAssembler> m_parts; // long replies still short of parts
+    bool m_inboxRefusalLogged = false;
+    std::chrono::steady_clock::time_point m_nextInboxRead;
 };

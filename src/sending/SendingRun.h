@@ -144,7 +144,7 @@ private:
                     const SendOutcome& outcome);
     static QString doneOn(const Worker& worker);
     void applyReports(Worker& worker);
-    void keepReceived(Worker& worker);
+    void keepReceived(Worker& worker, bool now);
     void awaitReports(Worker& worker);
     void leave(const QString& device, const QString& why);
     void release(const QString& notice);

@@ -70,7 +70,7 @@ void SendingRun::sendFrom(Worker& worker) {
         leave(worker.name, QStringLiteral("Left the run: %1.").arg(refusal));
         return;
     }
-    keepReceived(worker); // what waited on the device since it was last read
+    keepReceived(worker, true); // what waited on the device since it was last read
     // The run goes on while a device may still hear of its messages' delivery.
     worker.reportsRouted = m_settings.deliveryReports && worker.device.deliveryReports();
     struct Reporting {
@@ -94,7 +94,7 @@ void SendingRun::sendFrom(Worker& worker) {
     if (worker.reportsRouted && !failed)
         awaitReports(worker);
     if (!failed)
-        keepReceived(worker);
+        keepReceived(worker, true);
     for (int index : m_record->endReportWait(worker.name))
         show(index, false);
     checkRecord();
@@ -219,7 +219,7 @@ bool SendingRun::afterAnswer(Worker& worker, const RunRecord::Claim& claim, cons
     }
     Clock::sleepUnless(1s, [&worker] { return worker.stop.stop_requested(); });
     applyReports(worker);
-    keepReceived(worker);
+    keepReceived(worker, false);
     if (givesUp) {
         leave(worker.name, QStringLiteral("Left the run after %1 refusals in a row (last: %2).")
                                .arg(worker.refusalsInARow)
@@ -325,8 +325,8 @@ void SendingRun::applyReports(Worker& worker) {
 
 // Replies that reached the device go to the record; the device forgets them only once they
 // are kept, so a failure leaves them where they were, to be read again.
-void SendingRun::keepReceived(Worker& worker) {
-    const QList<IncomingMessage> received = worker.device.takeReceived();
+void SendingRun::keepReceived(Worker& worker, bool now) {
+    const QList<IncomingMessage> received = worker.device.takeReceived(now);
     if (!received.isEmpty() && m_record->keepReceived(worker.name, received))
         worker.device.forgetReceived(received);
 }

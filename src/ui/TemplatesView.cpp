@@ -10,6 +10,8 @@
 #include <QTableView>
 #include <QVBoxLayout>
 
+#include <functional>
+
 TemplatesView::TemplatesView(Templates& controller, QWidget* parent)
     : QDialog(parent), m_controller(controller) {
     setWindowTitle(QStringLiteral("Templates - %1").arg(kApplicationName));
@@ -29,20 +31,20 @@ TemplatesView::TemplatesView(Templates& controller, QWidget* parent)
     layout->addLayout(left, 1);
 
     auto* right = new QVBoxLayout();
-    const QList<std::pair<QString, void (Templates::*)()>> actions = {
-        {QStringLiteral("Use in Composer"), &Templates::Use_Template_Btn},
-        {QStringLiteral("Add..."), &Templates::Add_Btn},
-        {QStringLiteral("Update..."), &Templates::Update_Btn},
-        {QStringLiteral("Delete Selected"), &Templates::Delete_Sel_Btn},
-        {QStringLiteral("Delete All"), &Templates::Delete_All_Btn},
-        {QStringLiteral("Import..."), &Templates::Import_Btn},
-        {QStringLiteral("Export..."), &Templates::Export_Btn},
-        {QStringLiteral("Close"), &Templates::Close_Btn},
+    Templates& c = m_controller;
+    const QList<std::pair<QString, std::function<void()>>> actions = {
+        {QStringLiteral("Use in Composer"), [&c] { c.Use_Template_Btn(); }},
+        {QStringLiteral("Add..."), [&c] { c.Add_Btn(); }},
+        {QStringLiteral("Update..."), [&c] { c.Update_Btn(); }},
+        {QStringLiteral("Delete Selected"), [&c] { c.Delete_Sel_Btn(); }},
+        {QStringLiteral("Delete All"), [&c] { c.Delete_All_Btn(); }},
+        {QStringLiteral("Import..."), [&c] { c.Import_Btn(); }},
+        {QStringLiteral("Export..."), [&c] { c.Export_Btn(); }},
+        {QStringLiteral("Close"), [&c] { c.Close_Btn(); }},
     };
-    for (const auto& entry : actions) {
-        const auto action = entry.second; // captured by the lambda (a structured binding cannot be)
-        auto* button = new QPushButton(entry.first, this);
-        connect(button, &QPushButton::clicked, this, [this, action] { (m_controller.*action)(); });
+    for (const auto& [title, action] : actions) {
+        auto* button = new QPushButton(title, this);
+        connect(button, &QPushButton::clicked, this, action);
         right->addWidget(button);
         m_buttons << button;
     }

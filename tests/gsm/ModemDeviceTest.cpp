@@ -139,3 +139,47 @@ TEST_F(ModemDeviceTest, DeliveryReportsReachTheRunWhereTheModemHandsThemOver) {
 }
 
 } // namespace
+
+namespace {
+
+// Replies lie on the SIM until they are kept: read again (as after a crash before the delete)
+// they come back the same, so the store knows them; forgotten, their places are free. In text
+// mode the list is read in PDU mode and the modem goes back to text mode for the run.
+TEST_F(ModemDeviceTest, RepliesStayOnTheSimUntilForgottenAndReadTheSameMeanwhile) {
+    for (const SmsMode mode : {SmsMode::Pdu, SmsMode::Text}) {
+        sim::VirtualModem modem;
+        ASSERT_TRUE(modem.start());
+        modem.deliver("+447400123456", "Yes please \u20AC5 {ok}");
+        sim::IncomingMessage longOne;
+        longOne.from = "+447400123457";
+        longOne.text = QString(200, QLatin1Char('y')) + QStringLiteral(" \U0001F600");
+        longOne.outOfOrder = true;
+        modem.deliver(longOne);
+        std::unique_ptr<ModemDevice> device = ModemDevice::open(modem.devicePath(), {mode, {}, {}, {}});
+        ASSERT_NE(device, nullptr);
+        ASSERT_EQ(device->prepare(false), "");
+
+        const QList<IncomingMessage> first = device->takeReceived(true);
+        ASSERT_EQ(first.size(), 2);
+        const QList<IncomingMessage> again = device->takeReceived(true);
+        ASSERT_EQ(again.size(), 2);
+        for (int i = 0; i < 2; ++i) {
+            EXPECT_EQ(again.at(i).sender, first.at(i).sender);
+            EXPECT_EQ(again.at(i).text, first.at(i).text);
+            EXPECT_EQ(again.at(i).sentAt, first.at(i).sentAt);
+        }
+        QStringList texts{first.at(0).text, first.at(1).text};
+        texts.sort();
+        EXPECT_EQ(texts, (QStringList{"Yes please \u20AC5 {ok}", longOne.text}));
+        device->forgetReceived(first);
+        EXPECT_TRUE(device->takeReceived(true).isEmpty());
+
+        // The run's own messages still go in the run's mode.
+        EXPECT_EQ(device->send({kNumber, "Thanks", false, false}, {}).outcome, Outcome::Sent);
+        ASSERT_EQ(modem.received().size(), 1);
+        EXPECT_EQ(modem.received().first().mode, mode == SmsMode::Pdu ? "PDU" : "TEXT");
+        device->close();
+    }
+}
+
+} // namespace

@@ -1,0 +1,72 @@
+// Replies and opt-outs from the command line, as a script uses them: a recipient answers STOP
+// while `bulksms send` runs, another just answers; `bulksms inbox` shows both under the
+// campaign, `bulksms opt-out` lists the one who stopped, and the next send leaves them out.
+#include "SenderFixture.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+
+namespace {
+
+class RepliesCommandLineTest : public SenderFixture {
+protected:
+    QStringList run(const QStringList& arguments, int& exitCode) {
+        return runToEnd(environment(), arguments, exitCode, errors);
+    }
+    QString errors;
+};
+
+TEST_F(RepliesCommandLineTest, AStopDuringASendHoldsForTheNextAndTheInboxShowsTheReplies) {
+    std::atomic<int> accepted{0};
+    sim::ModemBehaviour behaviour;
+    behaviour.networkDelayMs = 0;
+    behaviour.afterAccepting = [&] {
+        // Both answer as soon as the network took the first message.
+        if (accepted++ == 0) {
+            modems.front()->deliver("+447400123457", " stop! ");
+            modems.front()->deliver("+447400123456", "Thanks, see you Tuesday");
+        }
+    };
+    startModems(1, behaviour, "35800000000007");
+
+    int exitCode = -1;
+    const QStringList to{"--to", "+447400123456", "--to", "+447400123457", "--to", "+447400123458"};
+    run(QStringList{"send", "--message", "Your table is ready."} + to, exitCode);
+    EXPECT_EQ(exitCode, 0) << errors.toStdString();
+
+    const QStringList inbox = run({"inbox", "--json"}, exitCode);
+    EXPECT_EQ(exitCode, 0) << errors.toStdString();
+    ASSERT_EQ(inbox.size(), 2) << inbox.join('\n').toStdString();
+    QStringList seen;
+    for (const QString& line : inbox) {
+        const QJsonObject reply = QJsonDocument::fromJson(line.toUtf8()).object();
+        EXPECT_FALSE(reply.value("campaign").isNull()) << line.toStdString();
+        seen << reply.value("sender").toString() + "|" + reply.value("text").toString() + "|" +
+                    reply.value("change").toString();
+    }
+    seen.sort();
+    EXPECT_EQ(seen, (QStringList{"+447400123456|Thanks, see you Tuesday|-", "+447400123457| stop! |stop"}));
+
+    EXPECT_EQ(run({"opt-out", "list"}, exitCode).value(0).section('\t', 0, 0), "+447400123457");
+    EXPECT_EQ(run({"opt-out", "add", "not a number"}, exitCode), QStringList());
+    EXPECT_EQ(exitCode, 2);
+
+    // The next send leaves the one who stopped out, and says so.
+    const QStringList second = run(QStringList{"send", "--message", "Your table is ready."} + to, exitCode);
+    EXPECT_EQ(accepted.load(), 3 + 2);
+    EXPECT_TRUE(second.filter("+447400123457").value(0).contains("Opted out."))
+        << second.join('\n').toStdString();
+
+    // The operator takes the opt-out back: the number is texted again.
+    run({"opt-out", "remove", "+447400123457"}, exitCode);
+    EXPECT_EQ(exitCode, 0);
+    EXPECT_TRUE(run({"opt-out", "list"}, exitCode).isEmpty());
+    run({"send", "--message", "Welcome back.", "--to", "+447400123457"}, exitCode);
+    EXPECT_EQ(accepted.load(), 3 + 2 + 1);
+}
+
+} // namespace
