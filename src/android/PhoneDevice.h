@@ -2,6 +2,7 @@
 // One phone as a device of a sending run: the companion app takes each message as it comes
 // (its text in a file copied to the phone, or in the start command) or a whole list at once
 // (single-shot). The phone sends by itself: a message it took is handed over, never "sent".
+#include "PhoneInbox.h"
 #include "PhoneSentBox.h"
 #include "core/DataFolder.h"
 #include "device/SendingDevice.h"
@@ -42,6 +43,10 @@ public:
     std::optional<QList<SendOutcome>> sendBatch(const QList<OutgoingMessage>& messages,
                                                 std::stop_token stop) override;
     void close() override;
+    // Replies from the phone's inbox (PhoneDeviceInbox.cpp): read when asked `now`, and at
+    // least once a minute; a phone that refuses is logged once.
+    QList<IncomingMessage> takeReceived(bool now) override;
+    void forgetReceived(const QList<IncomingMessage>& kept) override;
 
     Mode mode() const { return m_mode; }
     // prepare() found no single phone ready.
@@ -82,6 +87,9 @@ private:
 
     bool m_textInStartCommand = false; // the question's yes to the first failed copy
     PhoneSentBox m_sentBox;
+    PhoneInbox m_inbox;
+    bool m_inboxRefusalTold = false;
+    std::chrono::steady_clock::time_point m_nextInboxRead;
     bool m_confirming = false; // the phone lets this computer read its messages
 };
 

@@ -33,6 +33,17 @@ std::optional<PhoneSms> rowOf(const QString& record) {
 } // namespace
 
 std::optional<QList<PhoneSms>> parseSmsRows(const QString& output, QString* refusal) {
+    const std::optional<QStringList> records = providerRecords(output, refusal);
+    if (!records)
+        return std::nullopt;
+    QList<PhoneSms> rows;
+    for (const QString& record : *records)
+        if (const std::optional<PhoneSms> row = rowOf(record))
+            rows << *row;
+    return rows;
+}
+
+std::optional<QStringList> providerRecords(const QString& output, QString* refusal) {
     if (output.contains(QLatin1String("Exception")) ||
         output.contains(QLatin1String("Error while accessing")) || output.trimmed().isEmpty()) {
         if (refusal) {
@@ -59,11 +70,7 @@ std::optional<QList<PhoneSms>> parseSmsRows(const QString& output, QString* refu
         else
             records.last() += QLatin1Char('\n') + line; // a line break inside a body
     }
-    QList<PhoneSms> rows;
-    for (const QString& record : std::as_const(records))
-        if (const std::optional<PhoneSms> row = rowOf(record))
-            rows << *row;
-    return rows;
+    return records;
 }
 
 std::optional<QList<PhoneSms>> PhoneSentBox::read(QString* why) const {

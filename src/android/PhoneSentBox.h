@@ -28,6 +28,9 @@ struct PhoneSms {
 // The rows of `content query … --projection _id:address:type:body`; nothing when the phone
 // refused the query (`refusal` gets its words).
 std::optional<QList<PhoneSms>> parseSmsRows(const QString& output, QString* refusal);
+// The output of any `content query` cut into its rows ("Row: N …", a row running on over the
+// line breaks of its last column); nothing when the phone refused the query (`refusal` says why).
+std::optional<QStringList> providerRecords(const QString& output, QString* refusal);
 
 class PhoneSentBox {
 public:

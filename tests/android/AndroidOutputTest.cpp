@@ -1,6 +1,7 @@
 // The pure judges of adb's output and the list file's lines.
 #include "android/AdbRunner.h"
 #include "android/AndroidDevices.h"
+#include "android/PhoneInbox.h"
 #include "android/PhoneSentBox.h"
 #include "android/PhoneStorage.h"
 
@@ -109,6 +110,27 @@ TEST(AndroidOutput, SmsRowsOfAContentQuery) {
                               "Denial: reading uri content://sms requires android.permission.READ_SMS\n",
                               &why));
     EXPECT_TRUE(why.startsWith("java.lang.SecurityException: Permission Denial")) << why.toStdString();
+}
+
+TEST(AndroidOutput, InboxRowsOfAContentQuery) {
+    QString why;
+    const std::optional<QList<IncomingMessage>> rows =
+        parseInboxRows("Row: 0 _id=12, address=+447400123456, date=1795733794006, body=Yes, date=5\nok\n"
+                       "Row: 1 _id=9, address=MyBank, date=1795733790000, body=STOP\n",
+                       &why);
+    ASSERT_TRUE(rows);
+    ASSERT_EQ(rows->size(), 2);
+    EXPECT_EQ(rows->at(0).sender, "+447400123456");
+    EXPECT_EQ(rows->at(0).text, "Yes, date=5\nok");
+    EXPECT_EQ(rows->at(0).sentAt, 1795733794006);
+    EXPECT_EQ(rows->at(0).places, QList<int>{12});
+    EXPECT_EQ(rows->at(1).sender, "MyBank");
+    EXPECT_TRUE(parseInboxRows("No result found.\n", &why)->isEmpty());
+    EXPECT_FALSE(
+        parseInboxRows("Error while accessing provider:sms\njava.lang.SecurityException: Permission "
+                       "Denial: reading uri content://sms/inbox requires android.permission.READ_SMS\n",
+                       &why));
+    EXPECT_TRUE(why.startsWith("java.lang.SecurityException")) << why.toStdString();
 }
 
 } // namespace

@@ -5,6 +5,8 @@
 #include "android/windows/Android_Ph_List_Wnd.h"
 #include "android/windows/OneByOneCopyFailure.h"
 #include "android/windows/SingleShotCopyFailure.h"
+#include "campaigns/CampaignStore.h"
+#include "campaigns/Replies.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
@@ -88,6 +90,43 @@ TEST_F(AndroidSendingTest, OneByOneDeliversEveryHostileTextExactlyInBothModes) {
             EXPECT_EQ(item.status, "Sent (in the phone's sent messages)") << item.number.toStdString();
         server->stop();
     }
+}
+
+// What people sent to the phone is read from its inbox when a run starts and kept once however
+// often it is read; a STOP there leaves its sender out of the run by itself.
+TEST_F(AndroidSendingTest, RepliesInThePhonesInboxAreKeptOnceAndAStopHonoured) {
+    const QString incoming = home.root() + "/incoming.jsonl";
+    ASSERT_TRUE(writeFileAtomically(incoming,
+                                    "{\"from\": \"+447400123457\", \"text\": \"STOP\"}\n"
+                                    "{\"from\": \"+447400123456\", \"text\": \"Thanks,\\nsee you\"}\n"));
+    sim::PhoneConfig config = installed();
+    config.incomingPath = incoming;
+    startPhones(one(config));
+    for (int run = 0; run < 2; ++run) {
+        SCOPED_TRACE(run);
+        auto window = windowWith(
+            {{"+447400123456", "Your table is booked."}, {"+447400123457", "Your table is booked."}});
+        window->One_By_One_Radio();
+        send(*window);
+        EXPECT_EQ(sentMessages().size(), run + 1) << sentMessages().join('\n').toStdString();
+        EXPECT_EQ(sentMessages().last(), "+447400123456|Your table is booked.|standard");
+        for (const SendingItem& item : window->run()->record().all()) {
+            if (item.number == "+447400123457") {
+                EXPECT_EQ(item.status, kOptedOut);
+            }
+        }
+    }
+    QString why;
+    const std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(home.folder, &why);
+    ASSERT_TRUE(store) << why.toStdString();
+    const std::optional<QList<ReceivedRow>> kept = listReceived(*store, {}, &why);
+    ASSERT_TRUE(kept) << why.toStdString();
+    QStringList texts;
+    for (const ReceivedRow& row : *kept)
+        texts << row.message.sender + ": " + row.message.text;
+    texts.sort();
+    EXPECT_EQ(texts, (QStringList{"+447400123456: Thanks,\nsee you", "+447400123457: STOP"}))
+        << texts.join("|").toStdString();
 }
 
 // A list loaded without messages takes the composer's text when Send asks to apply it, and
