@@ -77,6 +77,7 @@ ModemChoice modemChoiceOf(const Record& record) {
         record.value(kUseCustomSmscKey) == QLatin1String("Y") ? record.value(kCustomSmscKey) : QString();
     details.capability = record.value(kSmsCapableKey);
     details.defaultSmsc = record.value(kDefaultSmscKey);
+    details.simKey = DeviceSettingsMemory::keyOf(record);
     return {record.value(kPortDetailKey), details};
 }
 

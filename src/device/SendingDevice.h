@@ -79,6 +79,9 @@ public:
     virtual QList<DeliveryReport> takeDeliveryReports() { return {}; }
     virtual void listenForDeliveryReports(std::chrono::milliseconds duration) { Q_UNUSED(duration); }
 
+    // Whose the replies are, as the store files them: the SIM (its ICCID, else the modem's
+    // IMEI), the phone's serial; the name where nothing steadier is known.
+    virtual QString receiverKey() const { return name(); }
     // Messages the device received since the last call (replies). It holds them until
     // forgetReceived() says they are kept elsewhere; until then each call may give them again.
     // A device may look only now and then; `now` makes it look (at a run's start and end).

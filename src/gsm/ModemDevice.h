@@ -19,6 +19,7 @@ struct ModemDetails {
     QString smsc;        // the custom service centre; "" for the modem's own
     QString capability;  // "SMS_CAPABLE": "Not Detected" makes an accepted message "sent to device"
     QString defaultSmsc; // the modem's own service centre, which text mode sets back after a custom one
+    QString simKey;      // "iccid:<digits>" or "imei:<digits>": whose replies these are; "" unknown
 };
 
 class ModemDevice final : public SendingDevice {
@@ -36,6 +37,7 @@ public:
     ~ModemDevice() override;
 
     QString name() const override { return m_path; }
+    QString receiverKey() const override { return m_details.simKey.isEmpty() ? m_path : m_details.simKey; }
     // Sets the modem's message format; "" when it took it, else why it cannot send
     // ("the device refused PDU Mode (AT+CMGF=0)"). A modem of unknown mode stays: its
     // messages end "not sent" one by one, and endOfRunNotice() says why.

@@ -327,7 +327,7 @@ void SendingRun::applyReports(Worker& worker) {
 // are kept, so a failure leaves them where they were, to be read again.
 void SendingRun::keepReceived(Worker& worker, bool now) {
     const QList<IncomingMessage> received = worker.device.takeReceived(now);
-    if (!received.isEmpty() && m_record->keepReceived(worker.name, received))
+    if (!received.isEmpty() && m_record->keepReceived(worker.device.receiverKey(), received))
         worker.device.forgetReceived(received);
 }
 

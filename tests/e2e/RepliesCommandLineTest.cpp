@@ -45,6 +45,8 @@ TEST_F(RepliesCommandLineTest, AStopDuringASendHoldsForTheNextAndTheInboxShowsTh
     for (const QString& line : inbox) {
         const QJsonObject reply = QJsonDocument::fromJson(line.toUtf8()).object();
         EXPECT_FALSE(reply.value("campaign").isNull()) << line.toStdString();
+        // Filed under the SIM that received it, wherever the modem is plugged in next time.
+        EXPECT_TRUE(reply.value("device").toString().startsWith("iccid:89")) << line.toStdString();
         seen << reply.value("sender").toString() + "|" + reply.value("text").toString() + "|" +
                     reply.value("change").toString();
     }

@@ -51,7 +51,7 @@ TEST_F(ModemDeviceTest, SendsInTheModeOfItsRecord) {
         ASSERT_TRUE(modem.start()) << c.name;
         MFCSMS session;
         const std::unique_ptr<ModemDevice> device =
-            ModemDevice::open(session, modem.devicePath(), {c.mode, "", "Yes", ""});
+            ModemDevice::open(session, modem.devicePath(), {c.mode, "", "Yes", "", ""});
         ASSERT_NE(device, nullptr) << c.name;
         EXPECT_EQ(device->name(), modem.devicePath()) << c.name;
         EXPECT_EQ(device->prepare(false), c.prepared) << c.name;
@@ -65,14 +65,14 @@ TEST_F(ModemDeviceTest, SendsInTheModeOfItsRecord) {
         EXPECT_TRUE(device->stillAnswers()) << c.name;
         device->close();
         EXPECT_EQ(session.port(), nullptr) << c.name;
-        EXPECT_NE(ModemDevice::open(session, modem.devicePath(), {c.mode, "", "Yes", ""}), nullptr)
+        EXPECT_NE(ModemDevice::open(session, modem.devicePath(), {c.mode, "", "Yes", "", ""}), nullptr)
             << c.name; // again
     }
 }
 
 TEST_F(ModemDeviceTest, ADeviceThatCannotSendIsNotOpened) {
     MFCSMS session;
-    const ModemDetails pdu{SmsMode::Pdu, "", "Yes", ""};
+    const ModemDetails pdu{SmsMode::Pdu, "", "Yes", "", ""};
     bool lineNotWorking = false;
     EXPECT_EQ(ModemDevice::open(session, "/nonexistent/tty", pdu, &lineNotWorking), nullptr);
     EXPECT_TRUE(lineNotWorking); // the operator is told the line does not work
@@ -111,7 +111,7 @@ TEST_F(ModemDeviceTest, DeliveryReportsReachTheRunWhereTheModemHandsThemOver) {
         ASSERT_TRUE(modem.start()) << c.name;
         // Through a session of the device's own, as a run opens its modems.
         const std::unique_ptr<ModemDevice> device =
-            ModemDevice::open(modem.devicePath(), {c.mode, "", "Yes", ""});
+            ModemDevice::open(modem.devicePath(), {c.mode, "", "Yes", "", ""});
         ASSERT_NE(device, nullptr) << c.name;
         ASSERT_EQ(device->prepare(true), "") << c.name;
         EXPECT_EQ(device->deliveryReports(), !c.routingRefused) << c.name;
@@ -155,7 +155,8 @@ TEST_F(ModemDeviceTest, RepliesStayOnTheSimUntilForgottenAndReadTheSameMeanwhile
         longOne.text = QString(200, QLatin1Char('y')) + QStringLiteral(" \U0001F600");
         longOne.outOfOrder = true;
         modem.deliver(longOne);
-        std::unique_ptr<ModemDevice> device = ModemDevice::open(modem.devicePath(), {mode, {}, {}, {}});
+        std::unique_ptr<ModemDevice> device =
+            ModemDevice::open(modem.devicePath(), {mode, {}, {}, {}, "iccid:8944100000000000017"});
         ASSERT_NE(device, nullptr);
         ASSERT_EQ(device->prepare(false), "");
 

@@ -11,6 +11,7 @@
 #include "core/TextUtils.h"
 #include "delivery/DelayedDeliveryPause.h"
 #include "gsm/MFCSMS.h"
+#include "services/DeviceSettingsMemory.h"
 #include "stores/SentItemFile.h"
 
 using namespace std::chrono_literals;
@@ -166,6 +167,8 @@ QList<ModemChoice> SMS_Sending::chosenModems() const {
                            : m_window.deviceDetail(path, kCustomSmscKey);
         details.capability = m_window.deviceDetail(path, kSmsCapableKey);
         details.defaultSmsc = m_window.deviceDetail(path, kDefaultSmscKey);
+        details.simKey = DeviceSettingsMemory::keyOf({{kIccidKey, m_window.deviceDetail(path, kIccidKey)},
+                                                      {kImeiKey, m_window.deviceDetail(path, kImeiKey)}});
         modems << ModemChoice{path, details};
     }
     return modems;
