@@ -41,7 +41,9 @@ done
 desktop-file-validate "$root/usr/share/applications/ostrel-bulk-sms.desktop" || fail "desktop entry invalid"
 appstreamcli validate --no-net "$root/usr/share/metainfo/com.ostrel.BulkSMS.metainfo.xml" >/dev/null ||
   fail "metainfo invalid"
-zcat "$root/usr/share/man/man1/bulksms.1.gz" | grep -q '^\.SH "COMMAND: SEND"' || fail "manual page lacks send"
+# Read whole first: grep -q leaving early would cut zcat off, and pipefail count that a failure.
+manual="$(zcat "$root/usr/share/man/man1/bulksms.1.gz")"
+grep -q '^\.SH "COMMAND: SEND"' <<<"$manual" || fail "manual page lacks send"
 
 # The unpacked programs, on their own.
 run() { (cd "$work" && env -i PATH=/usr/bin:/bin HOME="$work/home" BULKSMS_DATA_HOME="$work/data" \
