@@ -9,6 +9,22 @@
 
 namespace ModemAnswers {
 
+QStringList quotedFields(QStringView text) {
+    QStringList fields{QString()};
+    bool quoted = false;
+    for (const QChar c : text) {
+        if (c == u'"')
+            quoted = !quoted;
+        else if (c == u',' && !quoted)
+            fields << QString();
+        else
+            fields.last() += c;
+    }
+    for (QString& field : fields)
+        field = field.trimmed();
+    return fields;
+}
+
 namespace {
 const QString kError = QStringLiteral("ERROR");
 const QString kCmsError = QStringLiteral("+CMS ERROR");

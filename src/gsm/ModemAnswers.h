@@ -7,9 +7,14 @@
 #include <QString>
 
 #include <QStringList>
+#include <QStringView>
 #include <optional>
 
 namespace ModemAnswers {
+
+// The comma-separated fields of an answer line ("+CMGL: 1,\"REC UNREAD\",\"+44…\""), commas
+// inside quotes kept, the quotes taken off, each field trimmed.
+QStringList quotedFields(QStringView text);
 
 // The rule of every AT read: the trimmed answer is non-empty, holds no "ERROR" anywhere and
 // holds the expected text (itself trimmed). Case-sensitive.

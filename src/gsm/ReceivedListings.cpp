@@ -1,5 +1,7 @@
 #include "ReceivedListings.h"
 
+#include "ModemAnswers.h"
+
 #include <QRegularExpression>
 #include <QStringList>
 
@@ -11,23 +13,6 @@ QStringList linesOf(const QString& answer) {
     return answer.split(kLineEnd);
 }
 
-// Fields of a header line, commas inside quotes kept and the quotes taken off.
-QStringList fieldsOf(QStringView text) {
-    QStringList fields{QString()};
-    bool quoted = false;
-    for (const QChar c : text) {
-        if (c == u'"')
-            quoted = !quoted;
-        else if (c == u',' && !quoted)
-            fields << QString();
-        else
-            fields.last() += c;
-    }
-    for (QString& field : fields)
-        field = field.trimmed();
-    return fields;
-}
-
 // The fields after "<head>:" when the line is one, else nothing.
 std::optional<QStringList> headerFields(const QString& line, QLatin1StringView head) {
     const QString trimmed = line.trimmed();
@@ -36,7 +21,7 @@ std::optional<QStringList> headerFields(const QString& line, QLatin1StringView h
     QStringView rest = QStringView(trimmed).mid(head.size()).trimmed();
     if (!rest.startsWith(u':'))
         return std::nullopt;
-    return fieldsOf(rest.mid(1));
+    return ModemAnswers::quotedFields(rest.mid(1));
 }
 
 // The storage state as a number ("1") or a name ("REC READ"); -1 for anything else.

@@ -1,5 +1,7 @@
 #include "StatusReports.h"
 
+#include "ModemAnswers.h"
+
 #include <QList>
 #include <QRegularExpression>
 
@@ -52,28 +54,13 @@ std::optional<StatusReport> fromPdu(QStringView hex) {
     return report;
 }
 
-// Fields of a text-mode line, commas inside quotes kept.
-QList<QString> fieldsOf(QStringView text) {
-    QList<QString> fields{QString()};
-    bool quoted = false;
-    for (const QChar c : text) {
-        if (c == u'"')
-            quoted = !quoted;
-        else if (c == u',' && !quoted)
-            fields << QString();
-        else
-            fields.last() += c;
-    }
-    return fields;
-}
-
 } // namespace
 
 std::optional<StatusReport> parse(QStringView cdsLine, QStringView pduLine) {
     cdsLine = cdsLine.trimmed();
     if (!cdsLine.startsWith(u"+CDS:"))
         return std::nullopt;
-    const QList<QString> fields = fieldsOf(cdsLine.mid(5).trimmed());
+    const QStringList fields = ModemAnswers::quotedFields(cdsLine.mid(5).trimmed());
     if (fields.size() == 1)
         return fromPdu(pduLine);
     bool referenceOk = false, statusOk = false;
@@ -106,7 +93,7 @@ std::optional<StatusReport> fromStoredRead(const QString& answer) {
         const QString line = lines.at(i).trimmed();
         if (!line.startsWith(u"+CMGR:"))
             continue;
-        const QList<QString> fields = fieldsOf(QStringView(line).mid(6).trimmed());
+        const QStringList fields = ModemAnswers::quotedFields(QStringView(line).mid(6).trimmed());
         if (fields.size() == 3) // <stat>,[<alpha>],<length>: the PDU follows
             return fromPdu(lines.value(i + 1));
         // Text mode: the fields of a "+CDS" line behind the message's storage state.
@@ -120,7 +107,7 @@ std::optional<int> storedIndex(QStringView line) {
     if (!line.startsWith(u"+CDSI:"))
         return std::nullopt;
     bool ok = false;
-    const int index = fieldsOf(line.mid(6)).last().trimmed().toInt(&ok);
+    const int index = ModemAnswers::quotedFields(line.mid(6)).last().trimmed().toInt(&ok);
     return ok && index >= 0 ? std::optional(index) : std::nullopt;
 }
 
