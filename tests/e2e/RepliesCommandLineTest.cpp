@@ -25,8 +25,8 @@ TEST_F(RepliesCommandLineTest, AStopDuringASendHoldsForTheNextAndTheInboxShowsTh
     sim::ModemBehaviour behaviour;
     behaviour.networkDelayMs = 0;
     behaviour.afterAccepting = [&] {
-        // Both answer as soon as the network took the first message.
-        if (accepted++ == 0) {
+        // Both answer once the network took the last message, as the run ends.
+        if (accepted++ == 2) {
             modems.front()->deliver("+447400123457", " stop! ");
             modems.front()->deliver("+447400123456", "Thanks, see you Tuesday");
         }
