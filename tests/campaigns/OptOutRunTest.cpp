@@ -4,7 +4,6 @@
 #include "sending/windows/Gsm_Bulk_Sms_Wnd.h"
 #include "sending/windows/SMS_Sending.h"
 
-#include "PostgresCluster.h"
 #include "ScriptedOperator.h"
 #include "StoredCampaigns.h"
 #include "TestEnvironment.h"
@@ -24,13 +23,8 @@ class OptOutRunTest : public ::testing::TestWithParam<const char*> {
 protected:
     void SetUp() override {
         ASSERT_TRUE(home.folder.Check_Path_And_Create_Files());
-        if (QLatin1String(GetParam()) == QLatin1String("postgresql")) {
-            QString why;
-            PostgresCluster* server = PostgresCluster::shared(&why);
-            if (!server)
-                GTEST_SKIP() << "no PostgreSQL server: " << why.toStdString();
-            CampaignStore::useDatabase(server->newDatabase());
-        }
+        if (QString why; !useStoreEngine(GetParam(), &why))
+            GTEST_SKIP() << "no PostgreSQL server: " << why.toStdString();
         Clock::setScale(0.02); // read time-outs leave the modem time to answer
         window.windowDidLoad();
         window.setTextChangeNotifications(true);

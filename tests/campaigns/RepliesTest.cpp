@@ -2,7 +2,6 @@
 // message read twice kept once, the campaign a reply answers, stop and start words, and the
 // claims that leave an opted-out recipient untexted.
 #include "campaigns/Replies.h"
-#include "PostgresCluster.h"
 #include "StoredCampaigns.h"
 #include "TestEnvironment.h"
 #include "campaigns/CampaignOptions.h"
@@ -21,13 +20,8 @@ class RepliesTest : public ::testing::TestWithParam<const char*> {
 protected:
     void SetUp() override {
         ASSERT_TRUE(home.folder.Check_Path_And_Create_Files());
-        if (QLatin1String(GetParam()) == QLatin1String("postgresql")) {
-            QString why;
-            PostgresCluster* server = PostgresCluster::shared(&why);
-            if (!server)
-                GTEST_SKIP() << "no PostgreSQL server: " << why.toStdString();
-            CampaignStore::useDatabase(server->newDatabase());
-        }
+        if (QString why; !useStoreEngine(GetParam(), &why))
+            GTEST_SKIP() << "no PostgreSQL server: " << why.toStdString();
         QString why;
         store = CampaignStore::forFolder(home.folder, &why);
         ASSERT_TRUE(store) << why.toStdString();

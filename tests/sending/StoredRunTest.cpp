@@ -1,7 +1,6 @@
 // A run's record in the campaign store on its own: claims in the list's order, what is finished
 // on the way, items given back for another attempt, reports, and what a resume finds of a run
 // that broke off (or of a journal an older version left).
-#include "PostgresCluster.h"
 #include "StoredCampaigns.h"
 #include "TestEnvironment.h"
 #include "campaigns/CampaignItems.h"
@@ -26,13 +25,8 @@ class StoredRunTest : public ::testing::TestWithParam<const char*> {
 protected:
     void SetUp() override {
         ASSERT_TRUE(home.folder.Check_Path_And_Create_Files());
-        if (QLatin1String(GetParam()) == QLatin1String("postgresql")) {
-            QString why;
-            PostgresCluster* server = PostgresCluster::shared(&why);
-            if (!server)
-                GTEST_SKIP() << "no PostgreSQL server: " << why.toStdString();
-            CampaignStore::useDatabase(server->newDatabase());
-        }
+        if (QString why; !useStoreEngine(GetParam(), &why))
+            GTEST_SKIP() << "no PostgreSQL server: " << why.toStdString();
     }
     void TearDown() override { CampaignStore::useDatabase({}); }
 

@@ -1,5 +1,6 @@
 #pragma once
 // What the campaign store of a data folder says, for tests that look behind a run.
+#include "PostgresCluster.h"
 #include "campaigns/CampaignStore.h"
 #include "campaigns/StoredRun.h"
 #include "campaigns/UnfinishedCampaign.h"
@@ -8,6 +9,19 @@
 
 #include <memory>
 #include <optional>
+
+// For a case run on each engine ("sqlite", "postgresql"): on "postgresql", the store of every
+// data folder becomes a new database of the test program's server. False (and why) when there
+// is no server: the case is then skipped.
+inline bool useStoreEngine(const char* engine, QString* why) {
+    if (QLatin1String(engine) != QLatin1String("postgresql"))
+        return true;
+    PostgresCluster* server = PostgresCluster::shared(why);
+    if (!server)
+        return false;
+    CampaignStore::useDatabase(server->newDatabase());
+    return true;
+}
 
 // The unfinished campaign of the folder on that road (its items being handed over read as
 // unknown, as a resume finds them), if there is one.
