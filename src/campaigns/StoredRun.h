@@ -5,6 +5,7 @@
 // written the moment they happen. The store is the one truth: what the engine and the windows
 // read of an item is read from it, so the run holds in memory only the reports it awaits.
 #include "CampaignStore.h"
+#include "Replies.h"
 #include "sending/RunRecord.h"
 
 #include "core/TickerThread.h"
@@ -33,6 +34,8 @@ public:
     static constexpr std::chrono::seconds kLease{30};
 
     qint64 campaignId() const { return m_campaign; }
+    // How the replies its devices receive are read (before the run starts).
+    void setReplyRules(ReplyRules rules) { m_replyRules = std::move(rules); }
 
     void begin(const QList<SendingItem>& items, const QString& road) override;
     int size() const override { return m_size; }
@@ -111,6 +114,7 @@ private:
 
     std::shared_ptr<CampaignStore> m_store;
     const Campaign m_info;
+    ReplyRules m_replyRules;
     QString m_road;          // the kind of device the run sends through (set by begin)
     const QString m_claimer; // this run's name on the items it claims
     qint64 m_campaign = 0;

@@ -16,7 +16,7 @@ bool StoredRun::keepReceived(const QString& device, const QList<IncomingMessage>
         message.complete = in.complete;
         message.sentAt = in.sentAt;
         QString why;
-        if (!storeReceived(*m_store, message, {}, &why)) {
+        if (!storeReceived(*m_store, message, m_replyRules, &why)) {
             // The device keeps the replies; the next reading offers them again.
             fail(QStringLiteral("Replies could not be kept: %1").arg(why));
             return false;

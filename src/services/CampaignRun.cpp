@@ -1,6 +1,7 @@
 #include "CampaignRun.h"
 
 #include "campaigns/CampaignOptions.h"
+#include "campaigns/ReplyOptions.h"
 #include "campaigns/StoredRun.h"
 #include "core/Counted.h"
 
@@ -15,6 +16,7 @@ CampaignRun::CampaignRun(const DataFolder& folder, Campaign campaign, QList<Devi
                                                                   optionsOf(campaign.settings),
                                                                   campaign.resumes, campaign.attach},
                                               why);
+    record->setReplyRules(readReplyOptions(folder).rules());
     m_record = record.get();
     m_run = std::make_unique<SendingRun>(std::move(campaign.settings), std::move(devices), std::move(record),
                                          op, pause, std::move(pauseHooks));
