@@ -57,7 +57,7 @@ ReplyOptions readReplyOptions(const DataFolder& folder) {
     if (days >= 1 && days <= ReplyOptions::kMaxWindowDays)
         options.windowDays = days;
     QStringList words;
-    for (const QJsonValue& word : kept.value(kStopWordsKey).toArray())
+    for (const QJsonValue word : kept.value(kStopWordsKey).toArray())
         if (word.isString())
             words << word.toString();
     options.extraStopWords = cleanWords(words);
