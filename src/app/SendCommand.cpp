@@ -14,6 +14,7 @@
 #include "core/Counted.h"
 #include "core/FileUtils.h"
 #include "core/Launch.h"
+#include "core/ReplyOptions.h"
 #include "delivery/DelaySchedule.h"
 #include "list/DefaultCountry.h"
 #include "list/ListNumbers.h"
@@ -280,6 +281,11 @@ std::optional<int> applyOptions(SendRun& run, const NumberNormaliser& numbers) {
             return end;
     s.saveSentItems = o.isSet(o.saveSent);
     s.saveTemplates = o.isSet(o.saveTemplates);
+    s.footer = o.value(o.footer).trimmed();
+    if (s.footer.size() > ReplyOptions::kMaxFooterLength) {
+        err(QStringLiteral("--footer takes at most %1 characters.").arg(ReplyOptions::kMaxFooterLength));
+        return 2;
+    }
     run.campaign.resumes = run.resumed.campaign;
     if (run.throughAndroid) {
         // The phone chooses the coding.
@@ -310,7 +316,7 @@ int printDryRun(const SendRun& run, const NumberNormaliser& numbers) {
         out(QStringLiteral("%1\t%2\t%3").arg(number, fate, message));
         if (fate != QLatin1String("send"))
             continue;
-        const QString asSent = s.plainPunctuation ? SmsParts::withPlainPunctuation(message) : message;
+        const QString asSent = outgoingMessage(number, message, s).text;
         const SmsParts::Cost cost = SmsParts::costOf(asSent, s.unicode);
         ++messages;
         parts += cost.parts;

@@ -25,5 +25,6 @@ SendOptions::SendOptions() {
                        resume,       campaign,     resendUnknown,
                        report,       reportFilter, discardUnfinished,
                        android,      serial,       allPhones,
-                       mode,         country,      deliveryReports});
+                       mode,         country,      deliveryReports,
+                       footer});
 }

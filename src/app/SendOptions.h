@@ -63,6 +63,11 @@ struct SendOptions {
     const QCommandLineOption plainPunctuation{
         QStringLiteral("plain-punctuation"),
         QStringLiteral("Replace typographic quotes and dashes by plain ones (keeps texts in 7-bit).")};
+    const QCommandLineOption footer{
+        QStringLiteral("footer"),
+        QStringLiteral(
+            "A line put after every message, e.g. \"Reply STOP to opt out\" (counted in its parts)."),
+        QStringLiteral("text")};
     const QCommandLineOption retries{
         QStringLiteral("retries"),
         QStringLiteral("Further attempts for a message the network refused (default %1), on another device "

@@ -1,10 +1,12 @@
 #include "CampaignOptions.h"
 
+#include "core/ReplyOptions.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
 
 QString optionsOf(const RunSettings& s) {
-    const QJsonObject options{
+    QJsonObject options{
         {"unicode", s.unicode},
         {"flash", s.flash},
         {"plain_punctuation", s.plainPunctuation},
@@ -14,6 +16,8 @@ QString optionsOf(const RunSettings& s) {
         {"country", s.country},
         {"pause_every", s.schedule.takesPauses() ? s.schedule.count : 0},
         {"pause_seconds", s.schedule.takesPauses() ? s.schedule.pauseMilliseconds() / 1000 : 0}};
+    if (!s.footer.isEmpty())
+        options.insert(QStringLiteral("footer"), s.footer);
     return QString::fromUtf8(QJsonDocument(options).toJson(QJsonDocument::Compact));
 }
 
@@ -24,6 +28,7 @@ RunSettings settingsOf(const QString& options, const QString& road) {
     s.unicode = o.value("unicode").toBool();
     s.flash = o.value("flash").toBool();
     s.plainPunctuation = o.value("plain_punctuation").toBool();
+    s.footer = o.value("footer").toString().left(ReplyOptions::kMaxFooterLength);
     s.skipDuplicates = o.value("skip_duplicates").toBool();
     s.deliveryReports = o.value("delivery_reports").toBool();
     s.country = o.value("country").toString();

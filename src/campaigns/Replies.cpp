@@ -129,6 +129,13 @@ ReceivedRow rowOf(const SqlRow& r) {
 
 } // namespace
 
+ReplyRules replyRulesOf(const ReplyOptions& options) {
+    ReplyRules rules;
+    rules.window = std::chrono::hours(24) * options.windowDays;
+    rules.extraStopWords = options.extraStopWords;
+    return rules;
+}
+
 std::optional<StoredReply> storeReceived(CampaignStore& store, const ReceivedMessage& m,
                                          const ReplyRules& rules, QString* error) {
     const qint64 now = CampaignStore::now();

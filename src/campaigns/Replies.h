@@ -4,6 +4,7 @@
 // tied to the campaign it answers, and its stop or start word applied to its sender, all in
 // the transaction that keeps it.
 #include "OptOutWords.h"
+#include "core/ReplyOptions.h"
 
 #include <QHash>
 #include <QList>
@@ -37,6 +38,9 @@ struct ReplyRules {
     std::chrono::milliseconds window = std::chrono::hours(24 * 7);
     QStringList extraStopWords; // the operator's own, beside the standard ones
 };
+
+// The rules the operator's options ask for.
+ReplyRules replyRulesOf(const ReplyOptions& options);
 
 // What storing a message did.
 struct StoredReply {

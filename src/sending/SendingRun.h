@@ -36,6 +36,7 @@ struct RunSettings {
 
     DelaySchedule schedule;
     bool unicode = false, flash = false, plainPunctuation = false;
+    QString footer; // on a line of its own after every message ("" for none)
     bool skipDuplicates = false, exclusion = false;
     QSet<QString> excludedNumbers;
     bool deliveryReports = false;
@@ -59,8 +60,8 @@ struct RunSettings {
 QList<SendingItem> loadItems(const QList<std::pair<QString, QString>>& rows, const RunSettings& settings,
                              const std::function<bool(int loaded)>& goOn = {});
 
-// The message a device is handed for a text: cut to the longest allowed, its punctuation made
-// plain when the settings say so.
+// The message a device is handed for a text: the footer after it, cut to the longest allowed,
+// its punctuation made plain when the settings say so.
 OutgoingMessage outgoingMessage(const QString& number, const QString& text, const RunSettings& settings);
 
 // Opens the run's n-th device on the run's thread; null when it cannot be used (the opener

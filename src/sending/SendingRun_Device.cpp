@@ -28,7 +28,7 @@ struct SendingRun::Worker {
 };
 
 OutgoingMessage outgoingMessage(const QString& number, const QString& text, const RunSettings& settings) {
-    const QString composed = text.left(kMaxMessageLength);
+    const QString composed = SmsParts::withFooter(text, settings.footer, kMaxMessageLength);
     return {number, settings.plainPunctuation ? SmsParts::withPlainPunctuation(composed) : composed,
             settings.flash, settings.unicode};
 }

@@ -1,7 +1,7 @@
 #include "CampaignRun.h"
 
 #include "campaigns/CampaignOptions.h"
-#include "campaigns/ReplyOptions.h"
+#include "campaigns/Replies.h"
 #include "campaigns/StoredRun.h"
 #include "core/Counted.h"
 
@@ -16,7 +16,7 @@ CampaignRun::CampaignRun(const DataFolder& folder, Campaign campaign, QList<Devi
                                                                   optionsOf(campaign.settings),
                                                                   campaign.resumes, campaign.attach},
                                               why);
-    record->setReplyRules(readReplyOptions(folder).rules());
+    record->setReplyRules(replyRulesOf(readReplyOptions(folder)));
     m_record = record.get();
     m_run = std::make_unique<SendingRun>(std::move(campaign.settings), std::move(devices), std::move(record),
                                          op, pause, std::move(pauseHooks));

@@ -34,6 +34,15 @@ SmsCoding codingFor(const QString& text, bool unicodeRequested) {
     return unicodeRequested || Check_UNICODE_Message(text) ? SmsCoding::Ucs2 : SmsCoding::Gsm7;
 }
 
+QString withFooter(const QString& text, const QString& footer, int maxLength) {
+    if (footer.isEmpty() || text.trimmed().endsWith(footer))
+        return text.left(maxLength);
+    if (text.isEmpty())
+        return footer.left(maxLength);
+    const qsizetype room = qMax<qsizetype>(0, maxLength - footer.size() - 1);
+    return text.left(room) + QLatin1Char('\n') + footer;
+}
+
 QString withPlainPunctuation(const QString& text) {
     QString plain;
     plain.reserve(text.size());

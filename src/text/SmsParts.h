@@ -28,6 +28,11 @@ SmsCoding codingFor(const QString& text, bool unicodeRequested);
 // (’ ‘ ” “ – — …), so that a text written in a word processor stays in 7-bit.
 QString withPlainPunctuation(const QString& text);
 
+// The text with the footer ("Reply STOP to opt out") on a line of its own after it, unless it
+// is "" or the text already ends with it; the text is cut so that the whole stays within
+// maxLength characters, and the footer is never cut.
+QString withFooter(const QString& text, const QString& footer, int maxLength);
+
 // The text cut into consecutive pieces of whole characters, each at most `maxUnits` units of
 // the coding (septets or UTF-16 code units) and at most `maxCharacters` characters.
 QStringList cut(const QString& text, SmsCoding coding, int maxUnits, int maxCharacters = INT_MAX);

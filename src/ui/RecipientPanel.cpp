@@ -1,6 +1,7 @@
 #include "RecipientPanel.h"
 
 #include "RecordTableModel.h"
+#include "core/ReplyOptions.h"
 #include "delivery/DelaySchedule.h"
 #include "list/DefaultCountry.h"
 #include "list/ListLoad.h"
@@ -289,8 +290,10 @@ QWidget* RecipientPanel::buildComposerSide() {
     m_saveSentItems = new QCheckBox(QStringLiteral("Save to sent items"), options);
     m_saveTemplates = new QCheckBox(QStringLiteral("Save message as template"), options);
     m_plainPunctuation = new QCheckBox(QStringLiteral("Replace typographic quotes and dashes"), options);
+    m_footer = new QCheckBox(options);
+    m_footer->setObjectName(QStringLiteral("footerCheck"));
     for (QCheckBox* box :
-         {m_skipDuplicates, m_exclusion, m_saveSentItems, m_saveTemplates, m_plainPunctuation})
+         {m_skipDuplicates, m_exclusion, m_saveSentItems, m_saveTemplates, m_plainPunctuation, m_footer})
         optionsLayout->addWidget(box);
     // Numbers written without their country code ("07911 123456") belong to this country; with
     // one chosen, numbers are compared and sent in their international form.
@@ -323,6 +326,7 @@ QWidget* RecipientPanel::buildComposerSide() {
     connect(m_saveTemplates, &QCheckBox::toggled, this, [this](bool on) { m_window.setSaveTemplates(on); });
     connect(m_plainPunctuation, &QCheckBox::toggled, this,
             [this](bool on) { m_window.setPlainPunctuation(on); });
+    connect(m_footer, &QCheckBox::toggled, this, [this](bool on) { m_window.setFooterOn(on); });
     connect(m_country, &QComboBox::currentIndexChanged, this,
             [this](int index) { m_window.setDefaultCountry(m_country->itemData(index).toString()); });
     return side;
@@ -353,6 +357,19 @@ QWidget* RecipientPanel::buildDelayedDelivery(QWidget* parent) {
     connect(m_delayedTime, &QComboBox::currentTextChanged, this,
             [this](const QString& text) { m_window.setDelayedTimeChoice(text); });
     return group;
+}
+
+// The box names the footer it adds (set in the Inbox options), cut to fit the column.
+void RecipientPanel::refreshFooter() {
+    const ReplyOptions options = readReplyOptions(m_window.dataFolder());
+    const QString text = options.footerText;
+    constexpr int kShown = 28;
+    m_footer->setText(QStringLiteral("Add footer \"%1\"")
+                          .arg(text.size() > kShown ? text.left(kShown - 1) + QChar(0x2026) : text));
+    m_footer->setToolTip(
+        QStringLiteral("Puts \"%1\" on a line of its own after every message; the counter counts it.")
+            .arg(text));
+    m_footer->setChecked(options.footer);
 }
 
 void RecipientPanel::pushSelection() {
@@ -386,7 +403,7 @@ void RecipientPanel::refresh() {
     m_cost->setToolTip(m_cost->text());
     m_fill->setText(m_window.fillButtonTitle().replace(QStringLiteral("\r\n"), QStringLiteral("\n")));
     const QSignalBlocker b1(m_unicode), b2(m_messageType), b3(m_skipDuplicates), b4(m_exclusion),
-        b5(m_saveSentItems), b6(m_saveTemplates), b10(m_plainPunctuation);
+        b5(m_saveSentItems), b6(m_saveTemplates), b10(m_plainPunctuation), b12(m_footer);
     m_unicode->setChecked(m_window.unicode());
     m_messageType->setCurrentIndex(m_window.messageTypeIndex());
     m_skipDuplicates->setChecked(m_window.skipDuplicates());
@@ -394,6 +411,7 @@ void RecipientPanel::refresh() {
     m_saveSentItems->setChecked(m_window.saveSentItems());
     m_saveTemplates->setChecked(m_window.saveTemplates());
     m_plainPunctuation->setChecked(m_window.plainPunctuation());
+    refreshFooter();
     const QSignalBlocker b11(m_country);
     m_country->setCurrentIndex(std::max(0, m_country->findData(m_window.defaultCountry())));
 

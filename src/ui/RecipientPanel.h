@@ -41,6 +41,7 @@ private:
     QWidget* buildDelayedDelivery(QWidget* parent);
     QLayout* buildStoreButtons(QWidget* side);
     void refresh();
+    void refreshFooter();
     void selectFirstRowIfAny();
     void pushSelection();
 
@@ -57,6 +58,7 @@ private:
     QLabel* m_cost = nullptr;
     QCheckBox* m_unicode = nullptr;
     QCheckBox* m_plainPunctuation = nullptr;
+    QCheckBox* m_footer = nullptr;
     QComboBox* m_country = nullptr;
     QComboBox* m_messageType = nullptr;
     QPushButton* m_fill = nullptr;

@@ -1,8 +1,13 @@
 // Replies and opt-outs from the command line, as a script uses them: a recipient answers STOP
-// while `bulksms send` runs, another just answers; `bulksms inbox` shows both under the
-// campaign, `bulksms opt-out` lists the one who stopped, and the next send leaves them out.
+// while `bulksms send` runs, one answers with the operator's own stop word, another just
+// answers; `bulksms inbox` shows them under the campaign, `bulksms opt-out` lists the ones who
+// stopped, and the next send leaves them out (and carries the footer it was given).
 #include "SenderFixture.h"
 
+#include "core/FileUtils.h"
+
+#include <QDir>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -28,10 +33,17 @@ TEST_F(RepliesCommandLineTest, AStopDuringASendHoldsForTheNextAndTheInboxShowsTh
         // Both answer once the network took the last message, as the run ends.
         if (accepted++ == 2) {
             modems.front()->deliver("+447400123457", " stop! ");
+            modems.front()->deliver("+447400123458", "Arr\u00EAt.");
             modems.front()->deliver("+447400123456", "Thanks, see you Tuesday");
         }
     };
     startModems(1, behaviour, "35800000000007");
+    // The operator's own stop word, as the Inbox options keep it.
+    const QString data = home.path() + "/Ostrel Bulk SMS/BULK_SMS_DATA";
+    ASSERT_TRUE(QDir().mkpath(data));
+    ASSERT_TRUE(writeFileAtomically(
+        data + "/Settings.json",
+        QJsonDocument(QJsonObject{{"replies", QJsonObject{{"stopWords", QJsonArray{"ARRET"}}}}}).toJson()));
 
     int exitCode = -1;
     const QStringList to{"--to", "+447400123456", "--to", "+447400123457", "--to", "+447400123458"};
@@ -40,7 +52,7 @@ TEST_F(RepliesCommandLineTest, AStopDuringASendHoldsForTheNextAndTheInboxShowsTh
 
     const QStringList inbox = run({"inbox", "--json"}, exitCode);
     EXPECT_EQ(exitCode, 0) << errors.toStdString();
-    ASSERT_EQ(inbox.size(), 2) << inbox.join('\n').toStdString();
+    ASSERT_EQ(inbox.size(), 3) << inbox.join('\n').toStdString();
     QStringList seen;
     for (const QString& line : inbox) {
         const QJsonObject reply = QJsonDocument::fromJson(line.toUtf8()).object();
@@ -51,24 +63,32 @@ TEST_F(RepliesCommandLineTest, AStopDuringASendHoldsForTheNextAndTheInboxShowsTh
                     reply.value("change").toString();
     }
     seen.sort();
-    EXPECT_EQ(seen, (QStringList{"+447400123456|Thanks, see you Tuesday|-", "+447400123457| stop! |stop"}));
+    EXPECT_EQ(seen, (QStringList{"+447400123456|Thanks, see you Tuesday|-", "+447400123457| stop! |stop",
+                                 "+447400123458|Arr\u00EAt.|stop"}));
 
-    EXPECT_EQ(run({"opt-out", "list"}, exitCode).value(0).section('\t', 0, 0), "+447400123457");
+    QStringList optedOut;
+    for (const QString& line : run({"opt-out", "list"}, exitCode))
+        optedOut << line.section('\t', 0, 0);
+    optedOut.sort();
+    EXPECT_EQ(optedOut, (QStringList{"+447400123457", "+447400123458"}));
     EXPECT_EQ(run({"opt-out", "add", "not a number"}, exitCode), QStringList());
     EXPECT_EQ(exitCode, 2);
 
-    // The next send leaves the one who stopped out, and says so.
-    const QStringList second = run(QStringList{"send", "--message", "Your table is ready."} + to, exitCode);
-    EXPECT_EQ(accepted.load(), 3 + 2);
-    EXPECT_TRUE(second.filter("+447400123457").value(0).contains("Opted out."))
-        << second.join('\n').toStdString();
+    // The next send leaves the ones who stopped out, and says so; the footer goes with the rest.
+    const QStringList second = run(
+        QStringList{"send", "--message", "Your table is ready.", "--footer", "Reply STOP to opt out"} + to,
+        exitCode);
+    EXPECT_EQ(accepted.load(), 3 + 1);
+    for (const char* number : {"+447400123457", "+447400123458"})
+        EXPECT_TRUE(second.filter(number).value(0).contains("Opted out.")) << second.join('\n').toStdString();
+    EXPECT_EQ(modems.front()->received().last().text, "Your table is ready.\nReply STOP to opt out");
 
     // The operator takes the opt-out back: the number is texted again.
     run({"opt-out", "remove", "+447400123457"}, exitCode);
     EXPECT_EQ(exitCode, 0);
-    EXPECT_TRUE(run({"opt-out", "list"}, exitCode).isEmpty());
+    EXPECT_EQ(run({"opt-out", "list"}, exitCode).value(0).section('\t', 0, 0), "+447400123458");
     run({"send", "--message", "Welcome back.", "--to", "+447400123457"}, exitCode);
-    EXPECT_EQ(accepted.load(), 3 + 2 + 1);
+    EXPECT_EQ(accepted.load(), 3 + 1 + 1);
 }
 
 } // namespace

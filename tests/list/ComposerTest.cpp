@@ -11,6 +11,7 @@
 #include "TestWindows.h"
 #include "core/FileUtils.h"
 #include "core/MainThread.h"
+#include "core/ReplyOptions.h"
 #include "core/SettingsFile.h"
 
 #include <QDir>
@@ -92,6 +93,37 @@ TEST_F(ComposerTest, CostFollowsTheTextAndTheOptionsAsItIsTyped) {
     EXPECT_EQ(shown, (QStringList{"GSM 7-bit, 1 SMS", "GSM 7-bit, 2 SMS parts", "Unicode, 1 SMS",
                                   "GSM 7-bit, 1 SMS", "Unicode, 1 SMS", "Empty"}));
     EXPECT_EQ(window.textAsSent("\u201Cdon\u2019t\u201D"), "\"don't\"");
+}
+
+// The opt-out footer counts as the network will see it; its text comes from the reply options
+// (shared with the Inbox window), read again each time, and turning it on is kept for both windows.
+TEST_F(ComposerTest, TheFooterIsCountedAndKeptForBothWindows) {
+    window.setComposerText(QString(150, 'a'));
+    EXPECT_EQ(window.messageCostText(), "GSM 7-bit, 1 SMS");
+    ASSERT_TRUE(window.setFooterOn(true));
+    EXPECT_EQ(window.messageCostText(), "GSM 7-bit, 2 SMS parts");
+    EXPECT_EQ(window.textAsSent("Hi"), "Hi\nReply STOP to opt out");
+
+    ReplyOptions options = readReplyOptions(home.folder);
+    EXPECT_TRUE(options.footer);
+    options.footerText = "STOP=end";
+    ASSERT_TRUE(writeReplyOptions(home.folder, options));
+    EXPECT_EQ(window.textAsSent("Hi"), "Hi\nSTOP=end");
+    TestBulkSmsWindow other{Kind::Gsm, op, home.folder};
+    EXPECT_EQ(other.footer(), "STOP=end");
+    window.setFooterOn(false);
+    EXPECT_EQ(other.footer(), "");
+
+    // Whatever the file holds, the options read as something a run can use.
+    ASSERT_TRUE(writeFileAtomically(SettingsFile::path(home.folder),
+                                    R"({"replies": {"windowDays": -3, "stopWords": [1, " baja ", "BAJA", ""],
+                                        "footer": "yes", "footerText": 7}})"));
+    options = readReplyOptions(home.folder);
+    EXPECT_EQ(options.windowDays, ReplyOptions::kDefaultWindowDays);
+    EXPECT_EQ(options.extraStopWords, QStringList{"baja"});
+    EXPECT_FALSE(options.footer);
+    EXPECT_EQ(options.footerText, ReplyOptions::kDefaultFooter);
+    EXPECT_EQ(stopWordsFromText("ARRET, baja\n\nFIN;arret"), (QStringList{"ARRET", "baja", "FIN"}));
 }
 
 TEST_F(ComposerTest, FillAllAsksThenCopiesToEveryRecord) {

@@ -94,3 +94,15 @@ TEST(SmsParts, CostAsTheComposerShowsIt) {
 }
 
 } // namespace
+
+// The footer is whole on a line of its own, counted within the longest message; a text that
+// already ends with it does not get it twice.
+TEST(SmsParts, FooterFollowsTheTextWithinTheLongestMessage) {
+    const QString footer = "Reply STOP to opt out";
+    EXPECT_EQ(SmsParts::withFooter("Hi", footer, 1600), "Hi\nReply STOP to opt out");
+    EXPECT_EQ(SmsParts::withFooter("Hi\nReply STOP to opt out ", footer, 1600), "Hi\nReply STOP to opt out ");
+    EXPECT_EQ(SmsParts::withFooter("Hi", "", 1600), "Hi");
+    const QString full = SmsParts::withFooter(QString(1600, QLatin1Char('a')), footer, 1600);
+    EXPECT_EQ(full.size(), 1600);
+    EXPECT_TRUE(full.endsWith("a\n" + footer));
+}

@@ -137,7 +137,8 @@ public:
     // the character counter: "GSM 7-bit, 1 SMS", "Unicode, 3 SMS parts".
     QString messageCostText() const { return messageCostOf(m_composerText); }
     QString messageCostOf(const QString& text) const;
-    // The text as it is sent: with plain punctuation when that option is on.
+    // The text as it is sent: the opt-out footer after it and plain punctuation, when those
+    // options are on.
     QString textAsSent(const QString& text) const;
 
     // --- The default country, shared by both windows and kept in the data folder ---
@@ -158,6 +159,11 @@ public:
     // a text from a word processor stays in 7-bit (off by default).
     bool plainPunctuation() const { return m_plainPunctuation; }
     void setPlainPunctuation(bool on);
+    // The footer that tells recipients how to opt out ("Reply STOP to opt out"), shared by both
+    // windows, the worker and the Inbox options: "" when it is off. Read from the settings each
+    // time, so a change made elsewhere counts at once.
+    QString footer() const;
+    bool setFooterOn(bool on); // false when it could not be kept (the operator was told)
     bool skipDuplicates() const { return m_skipDuplicates; }
     void setSkipDuplicates(bool on);
     bool exclusion() const { return m_exclusion; }

@@ -8,6 +8,7 @@
 #include "Update_Sel_Num_SMS.h"
 #include "core/Clock.h"
 #include "core/Operator.h"
+#include "core/ReplyOptions.h"
 #include "core/TextUtils.h"
 #include "text/NumberRules.h"
 #include "text/SmsParts.h"
@@ -47,7 +48,21 @@ void BulkSmsWindow::setPlainPunctuation(bool on) {
 }
 
 QString BulkSmsWindow::textAsSent(const QString& text) const {
-    return m_plainPunctuation ? SmsParts::withPlainPunctuation(text) : text;
+    const QString withFooter = SmsParts::withFooter(text, footer(), kMaxMessageLength);
+    return m_plainPunctuation ? SmsParts::withPlainPunctuation(withFooter) : withFooter;
+}
+
+QString BulkSmsWindow::footer() const { return readReplyOptions(m_folder).footerInUse(); }
+
+bool BulkSmsWindow::setFooterOn(bool on) {
+    ReplyOptions options = readReplyOptions(m_folder);
+    options.footer = on;
+    QString why;
+    const bool kept = writeReplyOptions(m_folder, options, &why);
+    if (!kept)
+        op().Show_MessageBox(QStringLiteral("The footer option could not be kept: %1").arg(why));
+    emit changed();
+    return kept;
 }
 
 QString BulkSmsWindow::messageCostOf(const QString& text) const {

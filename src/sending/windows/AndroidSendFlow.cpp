@@ -134,6 +134,7 @@ RunSettings Bulk_SMSAppDelegate::runSettings() {
     settings.saveTemplates = saveTemplates();
     settings.sentItemsPath = dataFolder().SentItemAnd_File_Path();
     settings.batch = m_singleShot;
+    settings.footer = footer();
     settings.road = kAndroidRoad;
     settings.loadedDevice = selection().sel_port_name_str;
     settings.country = defaultCountry();

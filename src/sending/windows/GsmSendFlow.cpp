@@ -195,6 +195,7 @@ bool Gsm_Bulk_Sms_Wnd::chooseSendingPort(const QString& chosen, const QStringLis
 QString Gsm_Bulk_Sms_Wnd::textModeRefusal() const {
     RunSettings settings;
     settings.plainPunctuation = plainPunctuation();
+    settings.footer = footer();
     settings.unicode = unicode();
     QList<OutgoingMessage> messages;
     for (const Record& row : list().records())

@@ -130,6 +130,7 @@ RunSettings SMS_Sending::copyRunSettings() const {
     settings.schedule = m_window.delaySchedule();
     settings.unicode = m_window.unicode();
     settings.plainPunctuation = m_window.plainPunctuation();
+    settings.footer = m_window.footer();
     settings.retries = m_window.retries();
     settings.deliveryReports = m_window.deliveryReports();
     settings.flash = m_window.isFlashMessage();

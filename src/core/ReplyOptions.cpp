@@ -1,6 +1,6 @@
 #include "ReplyOptions.h"
 
-#include "core/SettingsFile.h"
+#include "SettingsFile.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
@@ -36,19 +36,6 @@ QString cleanFooter(const QString& text) {
 }
 
 } // namespace
-
-ReplyRules ReplyOptions::rules() const {
-    ReplyRules rules;
-    rules.window = std::chrono::hours(24) * windowDays;
-    rules.extraStopWords = extraStopWords;
-    return rules;
-}
-
-QString ReplyOptions::withFooter(const QString& text) const {
-    if (!footer || footerText.isEmpty() || text.trimmed().endsWith(footerText))
-        return text;
-    return text.isEmpty() ? footerText : text + QLatin1Char('\n') + footerText;
-}
 
 ReplyOptions readReplyOptions(const DataFolder& folder) {
     const QJsonObject kept = SettingsFile(folder).read().value(kRepliesKey).toObject();

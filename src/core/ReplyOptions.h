@@ -4,8 +4,7 @@
 // answers it, the operator's own stop words, whether a new reply shows a desktop notification,
 // and the footer that tells recipients how to opt out.
 // The file is untrusted: a value of the wrong kind or out of range reads as the default.
-#include "Replies.h"
-#include "core/DataFolder.h"
+#include "DataFolder.h"
 
 #include <QString>
 #include <QStringList>
@@ -24,11 +23,8 @@ struct ReplyOptions {
     bool footer = false;                 // append footerText to every message
     QString footerText = kDefaultFooter;
 
-    // How the store reads replies under these options.
-    ReplyRules rules() const;
-    // The message as it goes out: the footer on a line of its own when it is on (and the text
-    // does not already end with it).
-    QString withFooter(const QString& text) const;
+    // The footer runs put after every message: "" when it is off.
+    QString footerInUse() const { return footer ? footerText : QString(); }
 
     bool operator==(const ReplyOptions&) const = default;
 };
