@@ -130,6 +130,10 @@ public:
     // What the modem's storage holds, listed in PDU mode ("AT+CMGL=4"); nothing when the
     // modem refused the list.
     std::optional<QList<ListedPdu>> listStoredMessages(int fd);
+    // The same in text mode ("AT+CMGL=\"ALL\""), for a modem that refuses PDU mode: the messages
+    // received, their senders and texts decoded (read under "UCS2" where the modem offers it,
+    // so any alphabet comes through). Each part of a long message is an entry of its own.
+    std::optional<QList<ListedText>> listStoredTexts(int fd);
     // Frees one place of the storage ("AT+CMGD=<index>").
     bool deleteStoredMessage(int fd, int index);
 

@@ -72,6 +72,7 @@ private:
     const int m_fd;
     bool m_reportsRouted = false;
     QList<IncomingMessage> readInbox();
+    QList<IncomingMessage> readInboxAsText();
     std::unique_ptr<ConcatenatedSmsAssembler> m_parts; // long replies still short of parts
     bool m_inboxRefusalLogged = false;
     std::chrono::steady_clock::time_point m_nextInboxRead;

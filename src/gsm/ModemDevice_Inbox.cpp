@@ -43,17 +43,34 @@ QList<IncomingMessage> ModemDevice::takeReceived(bool now) {
         "ModemDevice::takeReceived", [this] { return readInbox(); }, QList<IncomingMessage>());
 }
 
+// A modem that refuses PDU mode lists its messages as text: each part of a long reply then
+// comes alone, without the header that would join it to the others, and is kept so.
+QList<IncomingMessage> ModemDevice::readInboxAsText() {
+    if (!std::exchange(m_inboxRefusalLogged, true))
+        Show_NSLog_Message(
+            QStringLiteral("%1: replies are read in text mode (the modem refuses PDU mode): the parts of a "
+                           "long reply are kept one by one")
+                .arg(m_path));
+    const std::optional<QList<ListedText>> listed = m_session.listStoredTexts(m_fd);
+    QList<IncomingMessage> received;
+    for (const ListedText& entry : listed.value_or(QList<ListedText>())) {
+        IncomingMessage message;
+        message.sender = entry.sender;
+        message.text = entry.text;
+        message.sentAt = entry.sentAt.isValid() ? entry.sentAt.toMSecsSinceEpoch() : 0;
+        message.partsArrived = {1};
+        message.places = {entry.index};
+        received << message;
+    }
+    return received;
+}
+
 QList<IncomingMessage> ModemDevice::readInbox() {
     // The list is read in PDU mode, which every reading of ours understands; a text-mode run
     // goes back to text mode after it.
     const bool textMode = m_details.mode == SmsMode::Text;
-    if (textMode && !m_session.SET_CMGF_PDU_MODE(m_fd)) {
-        if (!std::exchange(m_inboxRefusalLogged, true))
-            Show_NSLog_Message(
-                QStringLiteral("%1: replies are not read: the modem lists messages in text mode only")
-                    .arg(m_path));
-        return {};
-    }
+    if (textMode && !m_session.SET_CMGF_PDU_MODE(m_fd))
+        return readInboxAsText();
     const std::optional<QList<ListedPdu>> listed = m_session.listStoredMessages(m_fd);
     if (textMode)
         m_session.SET_CMGF_TEXT_MODE(m_fd);

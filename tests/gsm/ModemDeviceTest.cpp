@@ -183,4 +183,37 @@ TEST_F(ModemDeviceTest, RepliesStayOnTheSimUntilForgottenAndReadTheSameMeanwhile
     }
 }
 
+// A modem that lists its formats as PDU and text but refuses PDU mode: its replies are read in
+// text mode, any alphabet through "UCS2", and freed once kept, as in PDU mode.
+TEST_F(ModemDeviceTest, AModemRefusingPduModeHasItsRepliesReadAsText) {
+    sim::ModemBehaviour behaviour;
+    behaviour.pduModeRefused = true;
+    sim::VirtualModem modem({}, behaviour);
+    ASSERT_TRUE(modem.start());
+    modem.deliver("+447400123456", "Yes please \u20AC5 {ok}");
+    modem.deliver("+447400123457", "Gr\u00FC\u00DFe \U0001F600");
+    std::unique_ptr<ModemDevice> device =
+        ModemDevice::open(modem.devicePath(), {SmsMode::Text, {}, {}, {}, "iccid:8944100000000000017"});
+    ASSERT_NE(device, nullptr);
+    ASSERT_EQ(device->prepare(false), "");
+    // What this modem sent itself is no reply.
+    EXPECT_EQ(device->send({kNumber, "Thanks", false, false}, {}).outcome, Outcome::Sent);
+
+    const QList<IncomingMessage> received = device->takeReceived(true);
+    ASSERT_EQ(received.size(), 2);
+    QStringList seen;
+    for (const IncomingMessage& message : received) {
+        seen << message.sender + "|" + message.text;
+        EXPECT_GT(message.sentAt, 0);
+    }
+    seen.sort();
+    EXPECT_EQ(seen, (QStringList{"+447400123456|Yes please \u20AC5 {ok}",
+                                 "+447400123457|Gr\u00FC\u00DFe \U0001F600"}));
+    device->forgetReceived(received);
+    EXPECT_TRUE(device->takeReceived(true).isEmpty());
+    EXPECT_TRUE(modem.commandLog().filter("AT+CMGD=").size() == 2)
+        << modem.commandLog().join('|').toStdString();
+    device->close();
+}
+
 } // namespace
