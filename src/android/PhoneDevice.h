@@ -47,6 +47,7 @@ public:
     // least once a minute; a phone that refuses is logged once.
     QList<IncomingMessage> takeReceived(bool now) override;
     void forgetReceived(const QList<IncomingMessage>& kept) override;
+    QString takeReceivingNotice() override;
 
     Mode mode() const { return m_mode; }
     // prepare() found no single phone ready.
@@ -89,6 +90,7 @@ private:
     PhoneSentBox m_sentBox;
     PhoneInbox m_inbox;
     bool m_inboxRefusalTold = false;
+    QString m_receivingNotice;
     std::chrono::steady_clock::time_point m_nextInboxRead;
     bool m_confirming = false; // the phone lets this computer read its messages
 };

@@ -19,14 +19,17 @@ QList<IncomingMessage> PhoneDevice::takeReceived(bool now) {
     QString why;
     const std::optional<QList<IncomingMessage>> received = m_inbox.readNew(&why);
     if (!received) {
-        if (!std::exchange(m_inboxRefusalTold, true))
-            Show_NSLog_Message(
-                QStringLiteral("%1: replies are not read: the phone does not let this computer "
-                               "read its messages (%2)")
-                    .arg(m_serial, why));
+        if (!std::exchange(m_inboxRefusalTold, true)) {
+            m_receivingNotice =
+                QStringLiteral("Replies are not read: the phone does not let this computer read its messages (%1).")
+                    .arg(why);
+            Show_NSLog_Message(m_serial + QStringLiteral(": ") + m_receivingNotice);
+        }
         return {};
     }
     return *received;
 }
+
+QString PhoneDevice::takeReceivingNotice() { return std::exchange(m_receivingNotice, {}); }
 
 void PhoneDevice::forgetReceived(const QList<IncomingMessage>& kept) { m_inbox.kept(kept); }

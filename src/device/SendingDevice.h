@@ -90,6 +90,8 @@ public:
         return {};
     }
     virtual void forgetReceived(const QList<IncomingMessage>& kept) { Q_UNUSED(kept); }
+    // Why its replies cannot be read, once: "" afterwards, and while they can.
+    virtual QString takeReceivingNotice() { return {}; }
 
     // Whether the device still answers (asked after a message it never answered).
     virtual bool stillAnswers() { return true; }

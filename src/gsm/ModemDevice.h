@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <memory>
+#include <utility>
 
 class ConcatenatedSmsAssembler;
 class MFCSMS;
@@ -72,8 +73,12 @@ private:
     const int m_fd;
     bool m_reportsRouted = false;
     QList<IncomingMessage> readInbox();
+    QString takeReceivingNotice() override { return std::exchange(m_receivingNotice, {}); }
     QList<IncomingMessage> readInboxAsText();
     std::unique_ptr<ConcatenatedSmsAssembler> m_parts; // long replies still short of parts
     bool m_inboxRefusalLogged = false;
+    QString m_receivingNotice; // once, when the modem refuses to list its messages
+    bool m_listRefusalTold = false;
+    void listRefused();
     std::chrono::steady_clock::time_point m_nextInboxRead;
 };

@@ -3,6 +3,7 @@
 // and a place freed only once the run's record has kept what lay there.
 #include "ConcatenatedSmsAssembler.h"
 #include "MFCSMS.h"
+#include "ModemAnswers.h"
 #include "ModemDevice.h"
 #include "core/Clock.h"
 #include "core/Guard.h"
@@ -52,6 +53,8 @@ QList<IncomingMessage> ModemDevice::readInboxAsText() {
                            "long reply are kept one by one")
                 .arg(m_path));
     const std::optional<QList<ListedText>> listed = m_session.listStoredTexts(m_fd);
+    if (!listed)
+        listRefused();
     QList<IncomingMessage> received;
     for (const ListedText& entry : listed.value_or(QList<ListedText>())) {
         IncomingMessage message;
@@ -74,8 +77,10 @@ QList<IncomingMessage> ModemDevice::readInbox() {
     const std::optional<QList<ListedPdu>> listed = m_session.listStoredMessages(m_fd);
     if (textMode)
         m_session.SET_CMGF_TEXT_MODE(m_fd);
-    if (!listed)
+    if (!listed) {
+        listRefused();
         return {};
+    }
     if (!m_parts) {
         const auto wait = std::chrono::duration_cast<std::chrono::seconds>(Clock::scaled(kPartsWait));
         m_parts = std::make_unique<ConcatenatedSmsAssembler>(std::max<qint64>(1, wait.count()));
@@ -92,6 +97,14 @@ QList<IncomingMessage> ModemDevice::readInbox() {
     for (const AssembledSms& late : m_parts->expire(now))
         received << incoming(late);
     return received;
+}
+
+void ModemDevice::listRefused() {
+    if (std::exchange(m_listRefusalTold, true))
+        return;
+    m_receivingNotice = QStringLiteral("Replies are not read: the modem refused to list its messages (%1).")
+                            .arg(ModemAnswers::smsErrorText(m_session.lastResponse()));
+    Show_NSLog_Message(m_path + QStringLiteral(": ") + m_receivingNotice);
 }
 
 void ModemDevice::forgetReceived(const QList<IncomingMessage>& kept) {

@@ -125,6 +125,9 @@ signals:
     void partSending(int index, int part, int parts);                   // a part of a long message starts
     void itemsStopped(const QList<int>& indexes, const QList<SendingItem>& items);
     void deviceNote(const QString& device, const QString& note); // left the run, or no reports
+    // Something the operator should hear of a device that stays in the run (its replies cannot be
+    // read); each said once.
+    void deviceNotice(const QString& device, const QString& notice);
     void activity(int value);                                    // 0 idle, 100 busy
     void waitingForReports(int awaiting);                        // 0 when the wait is over
     // Every device has let the run go and the waiting items are marked: the window ends the run.

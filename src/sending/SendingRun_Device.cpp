@@ -329,6 +329,8 @@ void SendingRun::keepReceived(Worker& worker, bool now) {
     const QList<IncomingMessage> received = worker.device.takeReceived(now);
     if (!received.isEmpty() && m_record->keepReceived(worker.device.receiverKey(), received))
         worker.device.forgetReceived(received);
+    if (const QString notice = worker.device.takeReceivingNotice(); !notice.isEmpty())
+        toWindow(&SendingRun::deviceNotice, worker.name, notice);
 }
 
 void SendingRun::awaitReports(Worker& worker) {

@@ -102,6 +102,7 @@ void AndroidSendingProgressView::refresh() {
     QStringList phones;
     for (auto it = s.phones.cbegin(); it != s.phones.cend(); ++it)
         phones << it.key() + QStringLiteral(": ") + it.value();
+    phones << s.notices;
     m_phones->setText(phones.join(QLatin1Char('\n')));
     m_phones->setVisible(!phones.isEmpty());
     m_pause->setText(s.pauseText);

@@ -129,6 +129,27 @@ TEST_F(AndroidSendingTest, RepliesInThePhonesInboxAreKeptOnceAndAStopHonoured) {
         << texts.join("|").toStdString();
 }
 
+// A phone that does not let this computer read its messages still sends; the operator hears
+// once, beside the phone, why no replies come.
+TEST_F(AndroidSendingTest, APhoneThatHidesItsInboxSaysSoOnceAndStillSends) {
+    const QString incoming = home.root() + "/incoming.jsonl";
+    ASSERT_TRUE(writeFileAtomically(incoming, "{\"from\": \"+447400123457\", \"text\": \"STOP\"}\n"));
+    sim::PhoneConfig config = installed();
+    config.incomingPath = incoming;
+    config.smsQueryDenied = true;
+    startPhones(one(config));
+    auto window = windowWith(
+        {{"+447400123456", "Your table is booked."}, {"+447400123457", "Your table is booked."}});
+    window->One_By_One_Radio();
+    send(*window);
+    const QStringList notices = window->progress().state().notices;
+    EXPECT_EQ(sentMessages().size(), 2);
+    ASSERT_EQ(notices.size(), 1) << notices.join('|').toStdString();
+    EXPECT_TRUE(notices.first().contains(": Replies are not read: the phone does not let this computer read its "
+                                           "messages"))
+        << notices.first().toStdString();
+}
+
 // A list loaded without messages takes the composer's text when Send asks to apply it, and
 // that text is what the phone sends; the second Send then offers only whom the first missed.
 TEST_F(AndroidSendingTest, TheComposerTextAppliedAtSendIsWhatThePhoneSends) {

@@ -52,6 +52,10 @@ void AndroidSendingProgress::phoneNote(const QString& phone, const QString& note
     update([&](State& s) { s.phones.insert(phone, note); });
 }
 
+void AndroidSendingProgress::phoneNotice(const QString& phone, const QString& notice) {
+    update([&](State& s) { s.notices << phone + QStringLiteral(": ") + notice; });
+}
+
 void AndroidSendingProgress::finish(const QString& statusText) {
     update([&](State& s) {
         s.finished = true;

@@ -35,6 +35,7 @@ public:
         bool stopEnabled = false;
         // Each phone of the run: what it is doing ("Sending to N", "Finished.") or why it left.
         QMap<QString, QString> phones;
+        QStringList notices; // "<phone>: <why its replies are not read>", each once
         bool finished = false;   // the run has ended: Export and Close instead of Stop
         bool pleaseWait = false; // while the report is written
         QString sendRestText;    // "Send to the N not yet sent" after a run that did not reach everyone
@@ -53,6 +54,7 @@ public:
     // A phone took a recipient's message in hand; a phone said why it left the run.
     void phoneSending(const QString& phone, const QString& number);
     void phoneNote(const QString& phone, const QString& note);
+    void phoneNotice(const QString& phone, const QString& notice);
     // The run has ended (statusText says how): the window stays with its rows until Close.
     void finish(const QString& statusText);
 

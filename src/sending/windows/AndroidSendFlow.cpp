@@ -214,6 +214,8 @@ void Bulk_SMSAppDelegate::watch(SendingRun& run) {
         m_deviceLeft = true;
         m_progress.phoneNote(phone, note);
     });
+    connect(&run, &SendingRun::deviceNotice, this,
+            [this](const QString& phone, const QString& notice) { m_progress.phoneNotice(phone, notice); });
     connect(&run, &SendingRun::devicesReleased, this, &Bulk_SMSAppDelegate::afterRun);
     m_progress.setSendRest([this] {
         m_progress.Close_Btn();

@@ -205,6 +205,10 @@ void SMS_Sending::watch(SendingRun& run) {
         m_portStatuses.insert(port, note);
         emit changed();
     });
+    connect(&run, &SendingRun::deviceNotice, this, [this](const QString& port, const QString& notice) {
+        m_portStatuses.insert(port, notice);
+        emit changed();
+    });
     connect(&run, &SendingRun::activity, this, [this](int value) {
         m_activityValue = value;
         if (value == 0)
