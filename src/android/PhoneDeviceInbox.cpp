@@ -21,7 +21,8 @@ QList<IncomingMessage> PhoneDevice::takeReceived(bool now) {
     if (!received) {
         if (!std::exchange(m_inboxRefusalTold, true)) {
             m_receivingNotice =
-                QStringLiteral("Replies are not read: the phone does not let this computer read its messages (%1).")
+                QStringLiteral(
+                    "Replies are not read: the phone does not let this computer read its messages (%1).")
                     .arg(why);
             Show_NSLog_Message(m_serial + QStringLiteral(": ") + m_receivingNotice);
         }

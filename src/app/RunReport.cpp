@@ -33,8 +33,9 @@ RunReport::RunReport(SendingRun& run, Format format, Scope scope, QObject* paren
     connect(&run, &SendingRun::deviceNote, this,
             [this](const QString& device, const QString& note) { m_deviceNotes.insert(device, note); });
     // Said at once: the run goes on, and a script's operator learns why no replies come.
-    connect(&run, &SendingRun::deviceNotice, this,
-            [](const QString& device, const QString& notice) { printErr(device + QStringLiteral(": ") + notice); });
+    connect(&run, &SendingRun::deviceNotice, this, [](const QString& device, const QString& notice) {
+        printErr(device + QStringLiteral(": ") + notice);
+    });
 }
 
 void RunReport::printItem(int index, bool runEnded) {

@@ -128,8 +128,8 @@ signals:
     // Something the operator should hear of a device that stays in the run (its replies cannot be
     // read); each said once.
     void deviceNotice(const QString& device, const QString& notice);
-    void activity(int value);                                    // 0 idle, 100 busy
-    void waitingForReports(int awaiting);                        // 0 when the wait is over
+    void activity(int value);             // 0 idle, 100 busy
+    void waitingForReports(int awaiting); // 0 when the wait is over
     // Every device has let the run go and the waiting items are marked: the window ends the run.
     void devicesReleased();
 

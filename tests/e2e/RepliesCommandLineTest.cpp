@@ -13,7 +13,10 @@
 
 #include <gtest/gtest.h>
 
+#include <QThread>
+
 #include <atomic>
+#include <csignal>
 
 namespace {
 
@@ -89,6 +92,58 @@ TEST_F(RepliesCommandLineTest, AStopDuringASendHoldsForTheNextAndTheInboxShowsTh
     EXPECT_EQ(run({"opt-out", "list"}, exitCode).value(0).section('\t', 0, 0), "+447400123458");
     run({"send", "--message", "Welcome back.", "--to", "+447400123457"}, exitCode);
     EXPECT_EQ(accepted.load(), 3 + 1 + 1);
+}
+
+// Killed between keeping the replies and freeing their places on the SIM (the modem never
+// answers "AT+CMGD"), the sender reads them again on its next run: the store keeps each once,
+// and that run empties the SIM.
+TEST_F(RepliesCommandLineTest, AKillBetweenKeepingAndDeletingKeepsEachReplyOnce) {
+    sim::ModemBehaviour behaviour;
+    behaviour.networkDelayMs = 0;
+    const auto incoming = [](const QString& from, const QString& text) {
+        sim::IncomingMessage message;
+        message.from = from;
+        message.text = text;
+        return message;
+    };
+    const sim::IncomingMessage stop = incoming("+447400123457", "STOP");
+    const sim::IncomingMessage escaped = incoming("+447400123456", "Price [5\u20AC] ok ~ {x}");
+    sim::IncomingMessage longOne = incoming("+447400123458", QString(140, QChar(0x00E9)) + " \U0001F600 end");
+    longOne.outOfOrder = true;
+    behaviour.simMessagesAtStart = {stop, escaped, longOne};
+    for (int place = 1; place <= behaviour.simSize; ++place)
+        behaviour.scriptedAnswers.insert(QStringLiteral("AT+CMGD=%1").arg(place), QByteArray());
+    startModems(1, behaviour, "35800000000007");
+    sim::VirtualModem& modem = *modems.front();
+
+    const auto sender = start({"send", "--message", "Hello", "--to", "+447400123459"});
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (modem.commandLog().filter("AT+CMGD=").isEmpty() && std::chrono::steady_clock::now() < deadline)
+        QThread::msleep(5);
+    ASSERT_FALSE(modem.commandLog().filter("AT+CMGD=").isEmpty())
+        << modem.commandLog().join('|').toStdString();
+    ::kill(pid_t(sender->processId()), SIGKILL);
+    sender->waitForFinished();
+
+    behaviour.scriptedAnswers.clear();
+    modem.setBehaviour(behaviour);
+    int exitCode = -1;
+    run({"send", "--resume"}, exitCode); // the killed run goes on
+    EXPECT_EQ(exitCode, 0) << errors.toStdString();
+
+    QStringList seen;
+    for (const QString& line : run({"inbox", "--json"}, exitCode)) {
+        const QJsonObject reply = QJsonDocument::fromJson(line.toUtf8()).object();
+        seen << reply.value("sender").toString() + "|" + reply.value("text").toString();
+    }
+    seen.sort();
+    EXPECT_EQ(seen, (QStringList{escaped.from + "|" + escaped.text, stop.from + "|" + stop.text,
+                                 longOne.from + "|" + longOne.text}));
+    EXPECT_EQ(run({"opt-out", "list"}, exitCode).value(0).section('\t', 0, 0), stop.from);
+    // The second run freed every place it read: the first that was asked before the kill, then
+    // the five (the long reply came in three parts).
+    EXPECT_EQ(modem.commandLog().filter("AT+CMGD=").size(), 1 + 5)
+        << modem.commandLog().join('|').toStdString();
 }
 
 } // namespace

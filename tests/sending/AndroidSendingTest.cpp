@@ -138,15 +138,16 @@ TEST_F(AndroidSendingTest, APhoneThatHidesItsInboxSaysSoOnceAndStillSends) {
     config.incomingPath = incoming;
     config.smsQueryDenied = true;
     startPhones(one(config));
-    auto window = windowWith(
-        {{"+447400123456", "Your table is booked."}, {"+447400123457", "Your table is booked."}});
+    auto window =
+        windowWith({{"+447400123456", "Your table is booked."}, {"+447400123457", "Your table is booked."}});
     window->One_By_One_Radio();
     send(*window);
     const QStringList notices = window->progress().state().notices;
     EXPECT_EQ(sentMessages().size(), 2);
     ASSERT_EQ(notices.size(), 1) << notices.join('|').toStdString();
-    EXPECT_TRUE(notices.first().contains(": Replies are not read: the phone does not let this computer read its "
-                                           "messages"))
+    EXPECT_TRUE(
+        notices.first().contains(": Replies are not read: the phone does not let this computer read its "
+                                 "messages"))
         << notices.first().toStdString();
 }
 
