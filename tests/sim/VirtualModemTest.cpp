@@ -333,7 +333,9 @@ TEST_F(VirtualModemLine, DeliveredMessagesAreAnnouncedOnTheLineAndLogged) {
     EXPECT_EQ(client->command("AT+CMGF=1;+CSCS=\"UTF-8\";+CMGL=\"ALL\"\r").split('\n').value(2).trimmed(),
               QByteArray("STOP"));
     EXPECT_EQ(client->command("AT+CMGD=1\r"), QByteArray("\r\nOK\r\n"));
-    const QList<QJsonObject> events = sim::MessageLog::readEvents(logPath);
+    QList<QJsonObject> events;
+    // The log line may follow the answer by a moment.
+    EXPECT_TRUE(spinUntil([&] { return (events = sim::MessageLog::readEvents(logPath)).size() >= 2; }));
     ASSERT_EQ(events.size(), 2);
     EXPECT_EQ(events.at(0).value("event").toString(), "delivered");
     EXPECT_EQ(events.at(0).value("from").toString(), "+447700900001");
