@@ -4,6 +4,7 @@
 #include "core/DataFolder.h"
 #include "core/Guard.h"
 #include "core/Log.h"
+#include "core/WallClock.h"
 
 #include <QDateTime>
 #include <QFileInfo>
@@ -92,7 +93,7 @@ bool outputShowsLostDevice(const QString& output) {
 }
 
 QString Get_Date_Time_Val() {
-    return QLocale::c().toString(QDateTime::currentDateTime(), QStringLiteral("dd-MMM-yyyy  hh:mm:ss AP"));
+    return QLocale::c().toString(Clock::now().toLocalTime(), QStringLiteral("dd-MMM-yyyy  hh:mm:ss AP"));
 }
 
 QString phoneShellWord(const QString& text) {

@@ -3,6 +3,7 @@
 #include "ConsoleOutput.h"
 #include "core/Counted.h"
 #include "core/RecordTable.h"
+#include "core/WallClock.h"
 #include "sending/SendingRun.h"
 #include "services/CampaignRun.h"
 
@@ -57,7 +58,7 @@ void RunReport::printItem(int index, bool runEnded) {
     for (int reference : item.references)
         references.append(reference);
     const QJsonObject line{
-        {"time", QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs)},
+        {"time", Clock::now().toString(Qt::ISODateWithMs)},
         {"number", item.number},
         {"port", item.usePort},
         {"status", item.status},

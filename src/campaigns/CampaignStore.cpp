@@ -6,6 +6,7 @@
 #include "SqliteDatabase.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
+#include "core/WallClock.h"
 
 #include <QDateTime>
 #include <QHash>
@@ -119,7 +120,7 @@ QString CampaignStore::hostName() {
     return QString::fromLocal8Bit(host);
 }
 
-qint64 CampaignStore::now() { return QDateTime::currentMSecsSinceEpoch(); }
+qint64 CampaignStore::now() { return Clock::nowMs(); }
 
 QString CampaignStore::user() {
     // Who the process runs as (looked up once: the lookup is not for several threads at once);

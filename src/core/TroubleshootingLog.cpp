@@ -2,6 +2,7 @@
 
 #include "FileUtils.h"
 #include "NoFollowPaths.h"
+#include "WallClock.h"
 
 #include <QDateTime>
 #include <QFile>
@@ -298,7 +299,7 @@ void appendToTroubleshootingLog(const QByteArray& bytes) {
 
 void postLogLine(const QByteArray& line) {
     if (!t_writing)
-        logWriter().post(line, QDateTime::currentMSecsSinceEpoch());
+        logWriter().post(line, Clock::nowMs());
 }
 
 void setTroubleshootingLogPath(const QString& path) { logWriter().setPath(path); }

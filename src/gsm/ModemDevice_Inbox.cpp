@@ -8,6 +8,7 @@
 #include "core/Clock.h"
 #include "core/Guard.h"
 #include "core/Log.h"
+#include "core/WallClock.h"
 
 #include <algorithm>
 
@@ -85,7 +86,7 @@ QList<IncomingMessage> ModemDevice::readInbox() {
         const auto wait = std::chrono::duration_cast<std::chrono::seconds>(Clock::scaled(kPartsWait));
         m_parts = std::make_unique<ConcatenatedSmsAssembler>(std::max<qint64>(1, wait.count()));
     }
-    const QDateTime now = QDateTime::currentDateTimeUtc();
+    const QDateTime now = Clock::now();
     QList<IncomingMessage> received;
     for (const ListedPdu& entry : *listed) {
         const std::optional<ReceivedSms> sms = decodeDeliver(entry.pdu, entry.length);

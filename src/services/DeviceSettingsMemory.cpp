@@ -2,6 +2,7 @@
 
 #include "ModemCheck.h"
 #include "core/SettingsFile.h"
+#include "core/WallClock.h"
 #include "device/DeviceRecord.h"
 #include "gsm/SmsMode.h"
 
@@ -104,7 +105,7 @@ bool DeviceSettingsMemory::keep(const Record& device, QString* error) const {
     const QJsonObject entry{{kMode, mode == SmsMode::Unknown ? QString() : smsModeText(mode)},
                             {kUseCustomSmsc, useCustom},
                             {kCustomSmsc, useCustom ? device.value(kCustomSmscKey) : QString()},
-                            {kKeptAt, double(QDateTime::currentSecsSinceEpoch())}};
+                            {kKeptAt, double(Clock::nowMs() / 1000)}};
     return SettingsFile(m_folder).update(
         kDevices,
         [&](const QJsonValue& now) {

@@ -4,6 +4,7 @@
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "core/TextUtils.h"
+#include "core/WallClock.h"
 #include "text/TextLines.h"
 
 #include <QDate>
@@ -76,4 +77,4 @@ bool appendSentItem(const DataFolder& folder, const QString& path, const SentIte
     return appendToFile(path, formatSentItemLine(item), error);
 }
 
-QString sentItemDate() { return QDate::currentDate().toString(QStringLiteral("dd/MM/yyyy")); }
+QString sentItemDate() { return Clock::now().toLocalTime().date().toString(QStringLiteral("dd/MM/yyyy")); }
