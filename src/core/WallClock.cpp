@@ -73,14 +73,22 @@ private:
     QByteArray m_fileText;
 };
 
-std::mutex fakeMutex;
-std::shared_ptr<FakeNow> fakeNow;
+// The clock in force; replaced whole when a test asks for the environment to be read again.
+struct FakeNowHolder {
+    std::mutex mutex;
+    std::shared_ptr<FakeNow> clock;
+};
+FakeNowHolder& holder() {
+    static FakeNowHolder held;
+    return held;
+}
 
 std::shared_ptr<FakeNow> fake() {
-    std::lock_guard lock(fakeMutex);
-    if (!fakeNow)
-        fakeNow = std::make_shared<FakeNow>();
-    return fakeNow;
+    FakeNowHolder& h = holder();
+    std::lock_guard lock(h.mutex);
+    if (!h.clock)
+        h.clock = std::make_shared<FakeNow>();
+    return h.clock;
 }
 
 } // namespace
@@ -95,8 +103,9 @@ QDateTime now() { return QDateTime::fromMSecsSinceEpoch(nowMs(), QTimeZone::utc(
 bool nowIsFaked() { return fake()->active(); }
 
 void readNowFromEnvironment() {
-    std::lock_guard lock(fakeMutex);
-    fakeNow = std::make_shared<FakeNow>();
+    FakeNowHolder& h = holder();
+    std::lock_guard lock(h.mutex);
+    h.clock = std::make_shared<FakeNow>();
 }
 
 } // namespace Clock

@@ -11,6 +11,7 @@
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <cmath>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -105,7 +106,7 @@ bool DeviceSettingsMemory::keep(const Record& device, QString* error) const {
     const QJsonObject entry{{kMode, mode == SmsMode::Unknown ? QString() : smsModeText(mode)},
                             {kUseCustomSmsc, useCustom},
                             {kCustomSmsc, useCustom ? device.value(kCustomSmscKey) : QString()},
-                            {kKeptAt, double(Clock::nowMs() / 1000)}};
+                            {kKeptAt, std::floor(double(Clock::nowMs()) / 1000)}};
     return SettingsFile(m_folder).update(
         kDevices,
         [&](const QJsonValue& now) {
