@@ -80,7 +80,10 @@ QLayout* RecipientPanel::buildStoreButtons(QWidget* side) {
         window.Open_Sent_Item_Wnd();
     });
     connect(campaigns, &QPushButton::clicked, this, [this] { m_campaigns->Open_Campaigns_Wnd(); });
-    connect(inbox, &QPushButton::clicked, this, [this] { m_inbox->Open_Inbox_Wnd(); });
+    connect(inbox, &QPushButton::clicked, this, [this] {
+        m_inbox->Open_Inbox_Wnd();
+        refresh(); // its options name the footer the composer adds
+    });
     // The unread replies as the inbox last read them: known once it was opened.
     connect(m_inbox, &DialogController::changed, inbox, [this, inbox] {
         const qint64 unread = m_inbox->unreadTotal();

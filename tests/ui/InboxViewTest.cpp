@@ -7,16 +7,21 @@
 #include "campaigns/Conversations.h"
 #include "campaigns/OptOuts.h"
 #include "campaigns/Replies.h"
-#include "core/ReplyOptions.h"
 #include "core/FileUtils.h"
+#include "core/MainWindows.h"
+#include "core/ReplyOptions.h"
 #include "core/SettingsFile.h"
+#include "list/DefaultCountry.h"
 #include "list/NumberCandidates.h"
+#include "sending/windows/Bulk_SMSAppDelegate.h"
 #include "sending/windows/CampaignsWindow.h"
 #include "sending/windows/Gsm_Bulk_Sms_Wnd.h"
 #include "sending/windows/InboxExport.h"
 #include "sending/windows/InboxWindow.h"
 #include "sheets/SpreadsheetWriter.h"
 #include "stores/windows/ExportDialogs.h"
+#include "stores/windows/StoreWindows.h"
+#include "ui/GsmBulkSmsView.h"
 #include "ui/ViewRegistry.h"
 
 #include "ScriptedOperator.h"
@@ -358,6 +363,61 @@ TEST_F(InboxViewTest, ExportsTheFilteredRepliesAsCsvAndWorkbookReadBack) {
     click(*view, "Export...");
     EXPECT_EQ(op.alerts(), (QStringList{"\nThere are no replies to export."}));
     EXPECT_FALSE(QFileInfo::exists(home.root() + "/replies.csv.csv"));
+}
+
+TEST_F(InboxViewTest, TheMainWindowOpensTheInboxAndItsOptionsReachTheComposer) {
+    twoCampaigns();
+    ReceivedMessage part; // a long reply whose middle part never came
+    part.device = "8944100000000000001";
+    part.road = kGsmRoad;
+    part.sender = "+447911123100";
+    part.text = "I would like to know more about";
+    part.partReference = 5;
+    part.partTotal = 3;
+    part.partsArrived = {1, 3};
+    part.complete = false;
+    part.sentAt = CampaignStore::now();
+    ASSERT_TRUE(storeReceived(*store, part));
+
+    Gsm_Bulk_Sms_Wnd gsm{op, home.folder};
+    Bulk_SMSAppDelegate android{op, home.folder};
+    MainWindows windows{android, gsm};
+    DefaultCountry country;
+    StoreWindows stores{op, home.folder, country};
+    GsmBulkSmsView main{gsm, stores};
+    gsm.windowDidLoad();
+    main.show();
+    QPushButton* inbox = button(main, "Inbox...");
+    ASSERT_TRUE(inbox);
+    screenshot(main, "main-window");
+
+    op.onModal<InboxWindow>([&](InboxWindow& opened) {
+        auto view = shown(opened);
+        auto* table = view->findChild<QTableView*>();
+        ASSERT_TRUE(spinUntil([&] { return table->model()->rowCount() == 4; }));
+        EXPECT_EQ(table->model()->index(0, 1).data().toString(),
+                  "I would like to know more about [incomplete]");
+        table->selectRow(0);
+        ASSERT_TRUE(spinUntil([&] { return opened.conversation().size() == 3; }));
+        const QString chat = view->findChild<QTextBrowser*>("conversation")->toPlainText();
+        EXPECT_TRUE(chat.contains("Incomplete: parts 1, 3 of 3 arrived, the rest did not."))
+            << chat.toStdString();
+        screenshot(*view, "inbox-incomplete");
+        op.onModal<InboxOptions>([](InboxOptions& d) {
+            d.footer = true;
+            d.footerText = "Reply NO to stop";
+            d.OKPressed();
+        });
+        click(*view, "Options...");
+        click(*view, "Close");
+    });
+    inbox->click();
+    // Its two replies read when it was opened: three others wait.
+    EXPECT_EQ(inbox->text(), "Inbox (3)...");
+    auto* footer = main.findChild<QCheckBox*>("footerCheck");
+    ASSERT_TRUE(footer);
+    EXPECT_TRUE(footer->isChecked());
+    EXPECT_TRUE(footer->text().contains("Reply NO to stop")) << footer->text().toStdString();
 }
 
 TEST(InboxExportTest, CsvFieldsAreQuotedAsRfc4180AndFormulasDisarmed) {

@@ -3,9 +3,9 @@
 // stop words, one a line), the desktop notification, and the opt-out footer. OK checks them and
 // keeps them in the settings file; a value it cannot keep, or a file it cannot write, is told
 // and the dialog stays open with what the operator typed.
-#include "core/ReplyOptions.h"
 #include "core/DataFolder.h"
 #include "core/DialogController.h"
+#include "core/ReplyOptions.h"
 
 class Operator;
 

@@ -342,8 +342,9 @@ QString InboxWindow::entryNote(const ConversationEntry& e) {
     QStringList parts;
     for (int part : e.partsArrived)
         parts << QString::number(part);
-    return QStringLiteral("Incomplete: part %1 of %2 arrived, the rest did not.")
-        .arg(parts.isEmpty() ? QStringLiteral("none") : parts.join(QStringLiteral(", ")))
+    return QStringLiteral("Incomplete: %1 %2 of %3 arrived, the rest did not.")
+        .arg(parts.size() == 1 ? QStringLiteral("part") : QStringLiteral("parts"),
+             parts.isEmpty() ? QStringLiteral("none") : parts.join(QStringLiteral(", ")))
         .arg(e.partTotal);
 }
 
