@@ -140,28 +140,33 @@ std::optional<QList<ConversationEntry>> conversationOf(CampaignStore& store, con
                                                        QString* error) {
     limit = std::max(1, limit);
     const QVariantList reached = reachedOutcomes();
-    QList<SqlRow> replies, sent;
+    QList<SqlRow> replies, forms, sent;
     const bool read = store.read(
         [&](SqlDatabase& db) {
             // A reply's time is the network's when it gave one, as its campaign was matched by it.
+            if (!db.exec(QStringLiteral("SELECT id, CASE WHEN sent_at > 0 THEN sent_at ELSE received_at END,"
+                                        " COALESCE(campaign, 0), text, complete, part_total, parts,"
+                                        " COALESCE(read_at, 0) FROM received WHERE number = ?"
+                                        " ORDER BY 2 DESC, id DESC LIMIT ?"),
+                         {number, limit}, &replies) ||
+                !db.exec(QStringLiteral("SELECT DISTINCT sender FROM received WHERE number = ? LIMIT 20"),
+                         {number}, &forms))
+                return false;
+            // The campaigns' items for the number in any of the forms it wrote from, each form
+            // a value of its own: both engines then look each up in the number indexes.
+            QVariantList written{number};
+            for (const SqlRow& form : forms)
+                if (form.value(0).toString() != number)
+                    written << form.value(0);
             return db.exec(
-                       QStringLiteral("SELECT id, CASE WHEN sent_at > 0 THEN sent_at ELSE received_at END,"
-                                      " COALESCE(campaign, 0), text, complete, part_total, parts,"
-                                      " COALESCE(read_at, 0) FROM received WHERE number = ?"
-                                      " ORDER BY 2 DESC, id DESC LIMIT ?"),
-                       {number, limit}, &replies) &&
-                   // The campaigns' items for the number in any of the forms it wrote from.
-                   db.exec(
-                       QStringLiteral("SELECT i.id, COALESCE(i.sent_at, i.changed_at), i.campaign, i.text,"
-                                      " CASE WHEN i.state = 'unknown' OR i.outcome = ? THEN 1 ELSE 0 END"
-                                      " FROM items i WHERE (i.number_e164 = ? OR i.number = ?"
-                                      " OR i.number IN (SELECT r.sender FROM received r WHERE r.number = ?))"
-                                      " AND (i.state = 'unknown' OR i.outcome IN (%1))"
-                                      " ORDER BY 2 DESC, i.id DESC LIMIT ?")
-                           .arg(placeholders(reached.size())),
-                       QVariantList{outcomeKey(Outcome::Unknown), number, number, number} + reached +
-                           QVariantList{limit},
-                       &sent);
+                QStringLiteral("SELECT i.id, COALESCE(i.sent_at, i.changed_at), i.campaign, i.text,"
+                               " CASE WHEN i.state = 'unknown' OR i.outcome = ? THEN 1 ELSE 0 END"
+                               " FROM items i WHERE (i.number_e164 = ? OR i.number IN (%1))"
+                               " AND (i.state = 'unknown' OR i.outcome IN (%2))"
+                               " ORDER BY 2 DESC, i.id DESC LIMIT ?")
+                    .arg(placeholders(written.size()), placeholders(reached.size())),
+                QVariantList{outcomeKey(Outcome::Unknown), number} + written + reached + QVariantList{limit},
+                &sent);
         },
         error);
     if (!read)
