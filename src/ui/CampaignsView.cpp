@@ -67,9 +67,9 @@ CampaignsView::CampaignsView(CampaignsWindow& controller, QWidget* parent)
     m_table->horizontalHeader()->setStretchLastSection(true);
     m_table->setColumnWidth(0, 50);
     m_table->setColumnWidth(3, 170);
-    for (int column : {4, 5, 6, 7})
+    for (int column : {4, 5, 6, 7, 8, 9})
         m_table->setColumnWidth(column, 70);
-    m_table->setColumnWidth(8, 150);
+    m_table->setColumnWidth(10, 150);
     layout->addWidget(m_table, 1);
     connect(m_table->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
         const QModelIndexList rows = m_table->selectionModel()->selectedRows();
@@ -97,7 +97,7 @@ CampaignsView::CampaignsView(CampaignsWindow& controller, QWidget* parent)
     connect(m_cancel, &QPushButton::clicked, this, [&c] { c.Cancel_Btn(); });
     connect(m_export, &QPushButton::clicked, this, [&c] { c.Export_Btn(); });
     connect(close, &QPushButton::clicked, this, [&c] { c.Close_Btn(); });
-    resize(980, 480);
+    resize(1180, 480);
 
     connect(&controller, &DialogController::changed, this, &CampaignsView::refresh);
     refresh();

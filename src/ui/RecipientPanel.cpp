@@ -8,6 +8,7 @@
 #include "list/NumberLoader.h"
 #include "list/windows/BulkSmsWindow.h"
 #include "sending/windows/CampaignsWindow.h"
+#include "sending/windows/InboxWindow.h"
 #include "stores/ContactListExport.h"
 #include "stores/windows/StoreWindows.h"
 #include "text/NumberRules.h"
@@ -34,7 +35,8 @@
 RecipientPanel::RecipientPanel(BulkSmsWindow& window, CarriedRun& carried, StoreWindows& stores,
                                QWidget* parent)
     : QWidget(parent), m_window(window), m_stores(stores),
-      m_campaigns(new CampaignsWindow(window, carried, this)) {
+      m_campaigns(new CampaignsWindow(window, carried, this)),
+      m_inbox(new InboxWindow(window.op(), window.dataFolder(), this)) {
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     auto* splitter = new QSplitter(Qt::Horizontal, this);
@@ -63,10 +65,12 @@ QLayout* RecipientPanel::buildStoreButtons(QWidget* side) {
     auto* exportList = new QPushButton(QStringLiteral("Export List..."), side);
     auto* sentItems = new QPushButton(QStringLiteral("Sent Items..."), side);
     auto* campaigns = new QPushButton(QStringLiteral("Campaigns..."), side);
+    auto* inbox = new QPushButton(QStringLiteral("Inbox..."), side);
+    inbox->setObjectName(QStringLiteral("Inbox_Btn"));
     auto* templates = new QPushButton(QStringLiteral("Templates..."), side);
     auto* exclusion = new QPushButton(QStringLiteral("Exclusion Lists..."), side);
     exportList->setObjectName(QStringLiteral("Export_Btn"));
-    for (QPushButton* b : {exportList, sentItems, campaigns, templates, exclusion})
+    for (QPushButton* b : {exportList, sentItems, campaigns, inbox, templates, exclusion})
         row->addWidget(b);
     row->addStretch();
     connect(exportList, &QPushButton::clicked, this, [this] { exportContactList(m_window); });
@@ -76,6 +80,15 @@ QLayout* RecipientPanel::buildStoreButtons(QWidget* side) {
         window.Open_Sent_Item_Wnd();
     });
     connect(campaigns, &QPushButton::clicked, this, [this] { m_campaigns->Open_Campaigns_Wnd(); });
+    connect(inbox, &QPushButton::clicked, this, [this] {
+        m_inbox->Open_Inbox_Wnd();
+        refresh(); // its options name the footer the composer adds
+    });
+    // The unread replies as the inbox last read them: known once it was opened.
+    connect(m_inbox, &DialogController::changed, inbox, [this, inbox] {
+        const qint64 unread = m_inbox->unreadTotal();
+        inbox->setText(unread > 0 ? QStringLiteral("Inbox (%1)...").arg(unread) : QStringLiteral("Inbox..."));
+    });
     connect(templates, &QPushButton::clicked, this, [this] {
         Templates& window = m_stores.templates();
         window.actOn(m_window.mainWindows());

@@ -1,13 +1,14 @@
 #pragma once
 // The working area both main windows share: number field and recipient table on the
 // left, the composer and the list options on the right; its buttons open the stored-list
-// windows it is given, and the campaigns window of its main window.
+// windows it is given, and the campaigns and inbox windows of its main window.
 #include <QList>
 #include <QWidget>
 
 class BulkSmsWindow;
 class CampaignsWindow;
 class CarriedRun;
+class InboxWindow;
 class StoreWindows;
 class QBoxLayout;
 class QCheckBox;
@@ -48,6 +49,7 @@ private:
     BulkSmsWindow& m_window;
     StoreWindows& m_stores;
     CampaignsWindow* m_campaigns; // opened by this panel's button, for its main window
+    InboxWindow* m_inbox;         // likewise
     RecordTableModel* m_model = nullptr;
     QLineEdit* m_number = nullptr;
     QTableView* m_table = nullptr;

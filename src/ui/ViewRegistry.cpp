@@ -15,6 +15,8 @@
 #include "GsmDevConnStepView.h"
 #include "GsmDeviceListView.h"
 #include "ImportExcelView.h"
+#include "InboxOptionsView.h"
+#include "InboxView.h"
 #include "LoadNumInfoView.h"
 #include "ManuallyAddNumView.h"
 #include "MobileSelView.h"
@@ -110,6 +112,8 @@ void registerStandardViews() {
     addView<OpenExportLogView, Open_Export_Log>();
     addView<CampaignsView, CampaignsWindow>(QStringLiteral("campaignsWindow"));
     addView<CampaignPageView, CampaignPage>();
+    addView<InboxView, InboxWindow>(QStringLiteral("inboxWindow"));
+    addView<InboxOptionsView, InboxOptions>();
 }
 
 } // namespace ViewRegistry

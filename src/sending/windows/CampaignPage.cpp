@@ -32,6 +32,7 @@ QList<QList<CampaignPage::Figure>> CampaignPage::figures() const {
          {QStringLiteral("Waiting"), number(c.waiting)},
          {QStringLiteral("Being sent"), number(c.inHand)},
          {QStringLiteral("Not sent"), number(c.notSent)}},
+        {{QStringLiteral("Replies"), number(c.replies)}, {QStringLiteral("Opt-outs"), number(c.optOuts)}},
     };
 }
 

@@ -34,7 +34,8 @@ QStringList CampaignsWindow::columnTitles() {
             QStringLiteral("State"), // a column title, not a record key
             QStringLiteral("Road"),    QStringLiteral("Created by"), QStringLiteral("Sent"),
             QStringLiteral("Failed"),  QStringLiteral("Unknown"),    QStringLiteral("Total"),
-            QStringLiteral("Started"), QStringLiteral("Finished")};
+            QStringLiteral("Replies"), QStringLiteral("Opt-outs"),   QStringLiteral("Started"),
+            QStringLiteral("Finished")};
 }
 
 QStringList CampaignsWindow::rowTexts(const CampaignSummary& c) {
@@ -42,6 +43,7 @@ QStringList CampaignsWindow::rowTexts(const CampaignSummary& c) {
             roadName(c.road),           c.createdBy,
             QString::number(c.sent),    QString::number(c.failed),
             QString::number(c.unknown), QString::number(c.total),
+            QString::number(c.replies), QString::number(c.optOuts),
             localTime(c.startedAt),     localTime(c.finishedAt)};
 }
 
