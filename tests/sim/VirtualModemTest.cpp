@@ -87,8 +87,12 @@ TEST_F(VirtualModemLine, StatusReportsFollowMessagesThatAskForThemWhenRoutedHere
     // PDU mode: "+CDS: <length>" and the report, with TP-MR 2 and TP-ST 41.
     client->command("AT+CMGS=12\r");
     client->command(QByteArray("00310005912143F50000FF0141\x1a\r\n"));
-    const QByteArray pduReport =
-        client->readUntil("\r\n", std::chrono::seconds(5)) + client->readFor(std::chrono::milliseconds(300));
+    QByteArray pduReport; // "+CDS: 22" and the report's line, however late the line comes
+    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    qsizetype at = -1;
+    while (std::chrono::steady_clock::now() < until &&
+           ((at = pduReport.indexOf("+CDS: 22\r\n")) < 0 || pduReport.indexOf("\r\n", at + 10) < 0))
+        pduReport += client->readFor(std::chrono::milliseconds(20));
     ASSERT_TRUE(pduReport.contains("+CDS: 22\r\n000602")) << pduReport.constData();
     EXPECT_TRUE(pduReport.trimmed().endsWith("41")) << pduReport.constData();
     // A message without the request (first octet 11) gets none; nor does a number whose report is lost.
