@@ -1,5 +1,6 @@
 #include "RepliesCommand.h"
 
+#include "CommandTimes.h"
 #include "ConsoleOutput.h"
 #include "StopSignals.h"
 #include "campaigns/CampaignStore.h"
@@ -37,10 +38,6 @@ const QString kOptOutUsage = QStringLiteral(
     "  remove NUMBER   the number may be texted again\n"
     "A reply that is only STOP (or STOPALL, UNSUBSCRIBE, CANCEL, END, QUIT) opts its sender out by\n"
     "itself; START or UNSTOP opts back in.");
-
-QString timeText(qint64 ms) {
-    return ms == 0 ? QStringLiteral("-") : QDateTime::fromMSecsSinceEpoch(ms).toString(Qt::ISODate);
-}
 
 QString changeText(OptOutWord change) {
     switch (change) {
@@ -80,18 +77,6 @@ QString replyLine(const ReceivedRow& row, bool json) {
                        changeText(row.change),
                        text + (m.complete ? QString() : QStringLiteral(" [incomplete]"))}
         .join(QLatin1Char('\t'));
-}
-
-// "2026-11-26T09:00", "2026-11-26 09:00" or a date, in this computer's time zone; 0 when unreadable.
-qint64 timeOf(const QString& text) {
-    for (const QString& format : {QStringLiteral("yyyy-MM-dd HH:mm:ss"), QStringLiteral("yyyy-MM-dd HH:mm"),
-                                  QStringLiteral("yyyy-MM-dd")}) {
-        const QDateTime at = QDateTime::fromString(text.trimmed(), format);
-        if (at.isValid())
-            return at.toMSecsSinceEpoch();
-    }
-    const QDateTime iso = QDateTime::fromString(text.trimmed(), Qt::ISODate);
-    return iso.isValid() ? iso.toMSecsSinceEpoch() : 0;
 }
 
 std::shared_ptr<CampaignStore> openStore() {

@@ -3,6 +3,7 @@
 #include "CommandLineInputs.h"
 #include "CommandLineStores.h"
 #include "CommandRun.h"
+#include "CommandTimes.h"
 #include "ConsoleOperator.h"
 #include "ConsoleOutput.h"
 #include "SendDevices.h"
@@ -384,16 +385,27 @@ std::optional<int> chooseDevices(SendRun& run, QList<DeviceOpener>& openers,
                        o.value(o.mode), run.campaign.settings, openers, std::move(stopRun));
 }
 
-// Creates the campaign in the store, waiting for any sender, and prints its id.
+// Creates the campaign in the store, waiting for any sender (from its start time, with --at),
+// and prints its id.
 int queueCampaign(SendRun& run) {
+    const SendOptions& o = run.options;
+    const qint64 startAt = o.isSet(o.at) ? timeOf(o.value(o.at)) : 0;
+    if (o.isSet(o.at) && startAt == 0) {
+        err(QStringLiteral(
+                "--at takes a time such as \"2026-11-26 09:00\" or \"2026-11-26T09:00+01:00\", not "
+                "\"%1\".")
+                .arg(o.value(o.at)));
+        return kExitUsage;
+    }
     QString why;
     const std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(run.folder, &why);
     const QList<SendingItem> items = loadItems(run.campaign.rows, run.campaign.settings);
-    const qint64 id = store ? createCampaign(*store,
-                                             {CampaignStore::folderKey(run.folder), run.road,
-                                              optionsOf(run.campaign.settings), QStringLiteral("queued")},
-                                             items, &why)
-                            : 0;
+    const qint64 id =
+        store ? createCampaign(*store,
+                               {CampaignStore::folderKey(run.folder), run.road,
+                                optionsOf(run.campaign.settings), QStringLiteral("queued"), 0, startAt},
+                               items, &why)
+              : 0;
     if (id == 0) {
         err(errorInFileAccessing(why));
         return kExitDataNotWritten;
@@ -402,9 +414,15 @@ int queueCampaign(SendRun& run) {
         printOut(QStringLiteral("{\"campaign\":%1,\"recipients\":%2}").arg(id).arg(items.size()));
     else
         printOut(QString::number(id));
-    err(QStringLiteral("Campaign %1 queued: %2.")
-            .arg(id)
-            .arg(counted(items.size(), QStringLiteral("recipient"), QStringLiteral("recipients"))));
+    const QString recipients =
+        counted(items.size(), QStringLiteral("recipient"), QStringLiteral("recipients"));
+    if (startAt > CampaignStore::now())
+        err(QStringLiteral("Campaign %1 scheduled for %2: %3. A running bulksms worker or the open desktop "
+                           "sends it then.")
+                .arg(id)
+                .arg(timeText(startAt), recipients));
+    else
+        err(QStringLiteral("Campaign %1 queued: %2.").arg(id).arg(recipients));
     return 0;
 }
 
@@ -437,7 +455,7 @@ int runSend(const QStringList& arguments, SendMode mode) {
     country.load(folder);
     SendRun run(o, op, folder, country);
     run.raw = raw;
-    if (!o.isSet(o.dryRun) && mode == SendMode::Send)
+    if (!o.isSet(o.dryRun) && mode == SendMode::Send && !o.isSet(o.at))
         if (const std::optional<int> refused =
                 settleUnfinished(folder, o.isSet(o.resume), o.isSet(o.discardUnfinished), run.road))
             return *refused;
@@ -445,7 +463,7 @@ int runSend(const QStringList& arguments, SendMode mode) {
         return *end;
     if (!blankMessagesAccepted(run))
         return RunReport::kNothingSent;
-    if (mode == SendMode::Queue)
+    if (mode == SendMode::Queue || o.isSet(o.at))
         return queueCampaign(run);
     QList<DeviceOpener> openers;
     const auto stopRun = std::make_shared<std::function<void()>>();

@@ -63,6 +63,12 @@ struct SendOptions {
     const QCommandLineOption plainPunctuation{
         QStringLiteral("plain-punctuation"),
         QStringLiteral("Replace typographic quotes and dashes by plain ones (keeps texts in 7-bit).")};
+    const QCommandLineOption at{
+        QStringLiteral("at"),
+        QStringLiteral("Send at this time (\"2026-11-26 09:00\" in this computer's zone, or with an offset): "
+                       "the campaign waits in the store as scheduled and a running bulksms worker (or the "
+                       "open desktop) sends it then."),
+        QStringLiteral("time")};
     const QCommandLineOption footer{
         QStringLiteral("footer"),
         QStringLiteral(

@@ -11,7 +11,7 @@ namespace {
 
 const QString kCampaignColumns =
     QStringLiteral("id, state, road, created_by, data_folder, reason, created_at, COALESCE(started_at, 0),"
-                   " COALESCE(finished_at, 0), total");
+                   " COALESCE(finished_at, 0), total, COALESCE(start_at, 0)");
 
 CampaignSummary summaryOf(const SqlRow& row) {
     CampaignSummary c;
@@ -25,6 +25,7 @@ CampaignSummary summaryOf(const SqlRow& row) {
     c.startedAt = row.value(7).toLongLong();
     c.finishedAt = row.value(8).toLongLong();
     c.total = row.value(9).toLongLong();
+    c.startAt = row.value(10).toLongLong();
     return c;
 }
 
@@ -76,12 +77,14 @@ qint64 insertRows(SqlDatabase& db, const NewCampaign& campaign, const QList<Send
     const CampaignNumbers numbers(country);
     QList<SqlRow> made;
     if (!db.exec(QStringLiteral("INSERT INTO campaigns (created_at, created_by, data_folder, road, message,"
-                                " options, state, total, resumes, started_at, country)"
-                                " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) RETURNING id"),
+                                " options, state, total, resumes, started_at, country, start_at)"
+                                " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) RETURNING id"),
                  {now, CampaignStore::user(), campaign.dataFolder, campaign.road,
-                  message.isNull() ? QVariant() : QVariant(message), campaign.options, campaign.state,
-                  qint64(items.size()), campaign.resumes ? QVariant(campaign.resumes) : QVariant(),
-                  sending ? QVariant(now) : QVariant(), country},
+                  message.isNull() ? QVariant() : QVariant(message), campaign.options,
+                  campaign.startAt > now ? QStringLiteral("scheduled") : campaign.state, qint64(items.size()),
+                  campaign.resumes ? QVariant(campaign.resumes) : QVariant(),
+                  sending ? QVariant(now) : QVariant(), country,
+                  campaign.startAt > 0 ? QVariant(campaign.startAt) : QVariant()},
                  &made) ||
         made.isEmpty())
         return 0;
@@ -199,6 +202,27 @@ std::optional<int> cancelCampaign(CampaignStore& store, qint64 id, QString* erro
     return cancelled;
 }
 
+bool rescheduleCampaign(CampaignStore& store, qint64 id, qint64 startAt, QString* error) {
+    bool moved = false;
+    const bool written = store.write(
+        [&](SqlDatabase& db) {
+            const qint64 now = CampaignStore::now();
+            QList<SqlRow> rows;
+            // A queued one that no sender took up yet may be put off too.
+            if (!db.exec(
+                    QStringLiteral("UPDATE campaigns SET start_at = ?, state = ? WHERE id = ?"
+                                   " AND (state = 'scheduled' OR (state = 'queued' AND started_at IS NULL))"
+                                   " RETURNING id"),
+                    {startAt, startAt > now ? QStringLiteral("scheduled") : QStringLiteral("queued"), id},
+                    &rows))
+                return false;
+            moved = !rows.isEmpty();
+            return true;
+        },
+        error);
+    return written && moved;
+}
+
 std::optional<int> resendUnknown(CampaignStore& store, qint64 id, QString* error) {
     std::optional<int> requeued;
     store.write(
@@ -264,9 +288,10 @@ std::optional<CampaignToSend> nextCampaignToSend(CampaignStore& store, const QSt
             QList<SqlRow> rows;
             if (!db.exec(
                     QStringLiteral("SELECT c.id, c.options FROM campaigns c WHERE c.road = ?"
-                                   " AND c.state IN ('queued', 'sending') AND EXISTS (SELECT 1 FROM items i"
+                                   " AND (c.state IN ('queued', 'sending') OR (c.state = 'scheduled' AND"
+                                   " c.start_at <= ?)) AND EXISTS (SELECT 1 FROM items i"
                                    " WHERE i.campaign = c.id AND i.state = 'queued') ORDER BY c.id LIMIT 1"),
-                    {road}, &rows))
+                    {road, CampaignStore::now()}, &rows))
                 return false;
             if (!rows.isEmpty())
                 next = CampaignToSend{rows.first().value(0).toLongLong(), rows.first().value(1).toString()};

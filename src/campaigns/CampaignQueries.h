@@ -19,6 +19,8 @@ struct NewCampaign {
     QString options;    // JSON (CampaignOptions.h)
     QString state;      // "queued" (for any sender) or "sending" (its creator sends it)
     qint64 resumes = 0; // the unfinished campaign it goes on with
+    // When it may be sent (ms since the epoch); later than now: it waits as "scheduled".
+    qint64 startAt = 0;
 };
 
 // Inserts the campaign and its items (those finished at loading as they are) within the
@@ -32,6 +34,7 @@ struct CampaignSummary {
     qint64 id = 0;
     QString state, road, createdBy, dataFolder, reason;
     qint64 createdAt = 0, startedAt = 0, finishedAt = 0; // ms since the epoch; 0 when not yet
+    qint64 startAt = 0;                                  // when it was scheduled for; 0 for at once
     qint64 total = 0, sent = 0, failed = 0, unknown = 0, waiting = 0, inHand = 0, notSent = 0;
     qint64 replies = 0, optOuts = 0; // the replies it had, and the opt-outs they asked
     bool held = false;               // a living sender works on it (sending, not broken off)
@@ -44,6 +47,9 @@ std::optional<CampaignSummary> campaignSummary(CampaignStore& store, qint64 id, 
 // cancelled."); those in a sender's hands finish. How many were waiting; nothing when there is
 // no such campaign or the store refused.
 std::optional<int> cancelCampaign(CampaignStore& store, qint64 id, QString* error = nullptr);
+// Moves a scheduled campaign to another time (one that has not started yet, or is still
+// scheduled); false when there is no such campaign waiting for its time, or the store refused.
+bool rescheduleCampaign(CampaignStore& store, qint64 id, qint64 startAt, QString* error = nullptr);
 // The operator's word to send again what may have been sent: the campaign's items of unknown
 // fate wait again. How many.
 std::optional<int> resendUnknown(CampaignStore& store, qint64 id, QString* error = nullptr);
@@ -53,7 +59,8 @@ std::optional<int> resendUnknown(CampaignStore& store, qint64 id, QString* error
 // only claimed waits again. `campaign` 0: every campaign.
 bool releaseAbandonedClaims(SqlDatabase& db, qint64 campaign, const QString& exceptClaimer = {});
 
-// The oldest campaign on the road with an item waiting for a sender: its id and options.
+// The oldest campaign on the road with an item waiting for a sender, and whose time has come
+// (a scheduled one once its start time is past): its id and options.
 struct CampaignToSend {
     qint64 id = 0;
     QString options;

@@ -7,6 +7,7 @@
 #include "core/Log.h"
 #include "device/DeliveryState.h"
 
+#include <QDateTime>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -295,12 +296,22 @@ bool StoredRun::attach(SqlDatabase& db, qint64 now) {
     m_campaign = m_info.attach;
     m_size =
         int(db.value(QStringLiteral("SELECT total FROM campaigns WHERE id = ?"), {m_campaign}).toLongLong());
-    return db.error().isEmpty() &&
-           db.exec(
-               QStringLiteral("UPDATE campaigns SET state = 'sending', started_at = COALESCE(started_at, ?)"
-                              " WHERE id = ? AND state = 'queued'"),
-               {now, m_campaign}) &&
-           registerSender(db, now);
+    if (!db.error().isEmpty() ||
+        !db.exec(
+            QStringLiteral("UPDATE campaigns SET state = 'sending', started_at = COALESCE(started_at, ?)"
+                           " WHERE id = ? AND (state = 'queued' OR (state = 'scheduled' AND start_at <= ?))"),
+            {now, m_campaign, now}))
+        return false;
+    // Its time has not come: nothing of it is sent before.
+    const QVariant startAt = db.value(
+        QStringLiteral("SELECT start_at FROM campaigns WHERE id = ? AND state = 'scheduled'"), {m_campaign});
+    if (startAt.isValid()) {
+        fail(QStringLiteral("Campaign %1 is scheduled for %2.")
+                 .arg(m_campaign)
+                 .arg(QDateTime::fromMSecsSinceEpoch(startAt.toLongLong()).toString(Qt::ISODate)));
+        return false;
+    }
+    return db.error().isEmpty() && registerSender(db, now);
 }
 
 bool StoredRun::registerSender(SqlDatabase& db, qint64 now) {

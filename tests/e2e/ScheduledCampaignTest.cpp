@@ -1,0 +1,114 @@
+// Campaigns made for later, sent by a worker at their time and not a moment before, with the
+// time of day moved by the test (a day passes in seconds): across a restart of the worker, a
+// cancelled one never sent, a rescheduled one sent at its new time.
+#include "SenderFixture.h"
+#include "core/FileUtils.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QThread>
+
+#include <csignal>
+
+namespace {
+
+class ScheduledCampaignTest : public SenderFixture {
+protected:
+    void SetUp() override {
+        sim::ModemBehaviour behaviour;
+        behaviour.networkDelayMs = 0;
+        startModems(1, behaviour, "35800000000012");
+        setNow("2026-11-26T15:00:00Z");
+    }
+    QProcessEnvironment timed() const {
+        QProcessEnvironment env = environment();
+        env.insert("BULKSMS_FAKE_NOW_FILE", home.filePath("now"));
+        return env;
+    }
+    void setNow(const char* time) { ASSERT_TRUE(writeFileAtomically(home.filePath("now"), time)); }
+    QStringList bulksms(const QStringList& arguments) {
+        int exitCode = -1;
+        QString errors;
+        const QStringList out = runToEnd(timed(), arguments, exitCode, errors);
+        EXPECT_EQ(exitCode, 0) << errors.toStdString();
+        return out;
+    }
+    qint64 create(const QString& text, const QString& at) {
+        return bulksms({"campaign", "create", "--to", "+447400123456", "--to", "+447400123457", "--message",
+                        text, "--at", at})
+            .value(0)
+            .toLongLong();
+    }
+    QJsonObject campaign(qint64 id) {
+        return QJsonDocument::fromJson(
+                   bulksms({"campaign", "show", QString::number(id), "--json"}).value(0).toUtf8())
+            .object();
+    }
+    std::unique_ptr<QProcess> worker() {
+        auto process = std::make_unique<QProcess>();
+        process->setProcessEnvironment(timed());
+        process->start(QStringLiteral(BULKSMS_EXECUTABLE), {"worker"});
+        EXPECT_TRUE(process->waitForStarted());
+        return process;
+    }
+    static void stop(QProcess& process) {
+        ::kill(pid_t(process.processId()), SIGINT);
+        EXPECT_TRUE(process.waitForFinished(30000));
+        EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
+    }
+    bool receivedWithin(int count, int milliseconds) {
+        for (int waited = 0; waited < milliseconds && received() < count; waited += 20)
+            QThread::msleep(20);
+        return received() >= count;
+    }
+    QStringList texts() const {
+        QStringList all;
+        for (const sim::ReceivedMessage& message : modems.front()->received())
+            all << message.text;
+        return all;
+    }
+};
+
+TEST_F(ScheduledCampaignTest, ACampaignForTomorrowMorningGoesThenAndNotBefore) {
+    const qint64 tomorrow = create("See you at nine", "2026-11-27T09:00:00Z");
+    const qint64 cancelled = create("Never", "2026-11-27T09:00:00Z");
+    const qint64 later = create("A day later", "2026-11-27T09:00:00Z");
+    ASSERT_GT(tomorrow, 0);
+    EXPECT_EQ(campaign(tomorrow).value("state").toString(), "scheduled");
+    bulksms({"campaign", "cancel", QString::number(cancelled)});
+    bulksms({"campaign", "reschedule", QString::number(later), "--at", "2026-11-28T09:00:00Z"});
+    EXPECT_EQ(QDateTime::fromString(campaign(later).value("start_at").toString(), Qt::ISODate).toUTC(),
+              QDateTime::fromString("2026-11-28T09:00:00Z", Qt::ISODate));
+
+    // The afternoon before, then the night: nothing goes, across a restart of the worker.
+    auto first = worker();
+    EXPECT_FALSE(receivedWithin(1, 1500));
+    stop(*first);
+    setNow("2026-11-27T08:59:30Z");
+    auto second = worker();
+    EXPECT_FALSE(receivedWithin(1, 500)); // half a minute of the faked clock, and more
+    // Its time comes: the worker sends it; the cancelled and the rescheduled wait.
+    setNow("2026-11-27T09:00:01Z");
+    ASSERT_TRUE(receivedWithin(2, 30000));
+    EXPECT_EQ(texts(), (QStringList{"See you at nine", "See you at nine"}));
+    EXPECT_FALSE(receivedWithin(3, 1000));
+    setNow("2026-11-28T09:00:01Z");
+    ASSERT_TRUE(receivedWithin(4, 30000));
+    stop(*second);
+    EXPECT_EQ(texts().mid(2), (QStringList{"A day later", "A day later"}));
+    EXPECT_EQ(campaign(tomorrow).value("state").toString(), "finished");
+    EXPECT_EQ(campaign(cancelled).value("state").toString(), "cancelled");
+
+    // A time that cannot be read, and one for a campaign that is no longer waiting, are refused.
+    int exitCode = -1;
+    QString errors;
+    runToEnd(timed(), {"campaign", "reschedule", QString::number(tomorrow), "--at", "2026-11-30T09:00:00Z"},
+             exitCode, errors);
+    EXPECT_EQ(exitCode, 2);
+    EXPECT_TRUE(errors.contains("is not waiting for its time")) << errors.toStdString();
+    runToEnd(timed(), {"send", "--to", "+447400123456", "--message", "x", "--at", "tomorrow"}, exitCode,
+             errors);
+    EXPECT_EQ(exitCode, 2);
+}
+
+} // namespace
