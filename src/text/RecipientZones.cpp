@@ -240,7 +240,9 @@ QStringList zonesOfKey(const QString& key) {
 
 QStringList zonesOfRegion(const QString& region) {
     const QString code = region.trimmed().toUpper();
-    if (code.size() != 2)
+    // Two letters, or nothing: each region asked for is folded and kept.
+    if (code.size() != 2 ||
+        !std::all_of(code.begin(), code.end(), [](QChar c) { return c >= u'A' && c <= u'Z'; }))
         return {};
     return regionZones(code.toStdString());
 }

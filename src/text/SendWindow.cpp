@@ -134,7 +134,7 @@ std::optional<SendWindow> SendWindow::parse(const QString& text, QString* reason
         return std::nullopt;
     };
     static const QRegularExpression shape(
-        QStringLiteral(R"(^\s*(\d{1,2}):(\d{2})\s*[-\x{2013}]\s*(\d{1,2}):(\d{2})\s*$)"));
+        QStringLiteral(R"(^\s*([0-9]{1,2}):([0-9]{2})\s*[-\x{2013}]\s*([0-9]{1,2}):([0-9]{2})\s*$)"));
     const QRegularExpressionMatch m = shape.match(text);
     if (!m.hasMatch())
         return refuse(QStringLiteral("\"%1\" is not a send window: write it as HH:MM-HH:MM, for example "

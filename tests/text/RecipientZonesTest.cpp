@@ -7,6 +7,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <thread>
+#include <vector>
+
 // The area table as the library compiled it in.
 extern const char kAreaZonesTsv[];
 
@@ -98,6 +102,7 @@ TEST(RecipientZones, NumbersThatNameNoCountryHaveNoZones) {
         EXPECT_TRUE(zonesOfNumber(QString::fromLatin1(number)).isEmpty()) << number;
     EXPECT_TRUE(zonesOfRegion(QStringLiteral("ZZ")).isEmpty());
     EXPECT_TRUE(zonesOfRegion(QStringLiteral("../US")).isEmpty());
+    EXPECT_TRUE(zonesOfRegion(QStringLiteral("1\u00E9")).isEmpty());
 }
 
 TEST(RecipientZones, EveryRowOfTheAreaTableIsUsable) {
@@ -143,6 +148,33 @@ TEST(RecipientZones, WindowHoldsInEveryZoneOfAnUncertainNumber) {
     }
     EXPECT_EQ(waitingText(window, panhandle, morning, 2),
               QStringLiteral("waiting for 09:00 in Pacific/Honolulu (2 recipients)"));
+}
+
+// Sending threads ask at once, each for its own claims: they share the folded regions.
+TEST(RecipientZones, ThreadsAskingAtOnceGetTheSameAnswers) {
+    const QStringList numbers{QStringLiteral("+13123460000"),   QStringLiteral("+18505550100"),
+                              QStringLiteral("+61412345678"),   QStringLiteral("+79161234567"),
+                              QStringLiteral("+5568987654321"), QStringLiteral("+442079460958")};
+    QStringList expected;
+    for (const QString& number : numbers)
+        expected << zoneKeyOf(number);
+    const SendWindow window = *SendWindow::parse(QStringLiteral("09:00-20:00"));
+    const QDateTime at(QDate(2026, 6, 15), QTime(19, 30), QTimeZone::utc());
+    std::vector<std::vector<int>> answers(4);
+    std::vector<std::thread> threads;
+    for (size_t t = 0; t < answers.size(); ++t)
+        threads.emplace_back([&, t] {
+            for (int round = 0; round < 50; ++round)
+                for (qsizetype i = 0; i < numbers.size(); ++i) {
+                    const QString key = zoneKeyOf(numbers[i]);
+                    answers[t].push_back(key == expected[i] ? int(isOpen(window, zonesOfKey(key), at)) : -1);
+                }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    for (const std::vector<int>& answer : answers)
+        EXPECT_EQ(answer, answers.front());
+    EXPECT_EQ(std::count(answers.front().begin(), answers.front().end(), -1), 0);
 }
 
 } // namespace

@@ -62,6 +62,7 @@ TEST(SendWindow, BadWindowsAreRefusedWithTheirReason) {
         {"09:00-20:00-21:00", "HH:MM-HH:MM"},
         {"-1:00-20:00", "HH:MM-HH:MM"},
         {"nine to five", "\"nine to five\" is not a send window"},
+        {"\xD9\xA0\xD9\xA9:00-20:00", "HH:MM-HH:MM"}, // Arabic-Indic digits are not read as 00
     };
     for (const auto& c : cases) {
         QString reason;
