@@ -127,7 +127,8 @@ TEST_F(WorkerRepliesTest, AnIdleWorkerKeepsRepliesOnceAndThenSendsThroughTheSame
     // to the campaign is read, and filed under it.
     ASSERT_TRUE(waitFor([&] { return errors.contains("SMS Sending process is finished."); }));
     write("+447700900003", "See you at 8!");
-    ASSERT_TRUE(waitFor([&] { return replies().size() == 3; })) << errors.toStdString();
+    ASSERT_TRUE(waitFor([&] { return replies().size() == 3 && events("deleted") == 3; }))
+        << errors.toStdString();
     EXPECT_EQ(replies().at(2).value("campaign").toInteger(), id.toLongLong());
 
     // A store that refuses: the message stays on the SIM, the worker says why.
