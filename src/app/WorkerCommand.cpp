@@ -9,11 +9,11 @@
 #include "campaigns/CampaignOptions.h"
 #include "campaigns/CampaignQueries.h"
 #include "campaigns/CampaignStore.h"
-#include "campaigns/ReplyOptions.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "core/Launch.h"
+#include "core/ReplyOptions.h"
 #include "services/ReplyReader.h"
 
 #include <QCommandLineParser>
@@ -133,6 +133,9 @@ public:
                    printErr(QStringLiteral("Replies that reached %1 could not be kept (they stay on "
                                            "the device): %2")
                                 .arg(device, problem));
+               },
+               [](const QString& device, const QString& why) {
+                   printErr(device + QStringLiteral(": ") + why);
                }}) {}
 
     void whileWaiting() {
@@ -151,7 +154,7 @@ public:
         if (refused)
             printErr(QStringLiteral("Replies are not read while waiting: no device to read them with."));
         else
-            m_reader.start(openers, m_road, readReplyOptions(m_folder).rules());
+            m_reader.start(openers, m_road, replyRulesOf(readReplyOptions(m_folder)));
     }
     // The campaign's run opens the devices: the reading lets them go first.
     void beforeCampaign() {

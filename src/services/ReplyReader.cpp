@@ -6,6 +6,8 @@
 #include "core/Log.h"
 #include "core/MainThread.h"
 
+#include <QSet>
+
 #include <vector>
 
 namespace {
@@ -17,13 +19,17 @@ struct Pass {
     ReplyRules rules;
 };
 
-// One device: opened, read, what was kept forgotten, closed. False when it could not be opened.
-bool readDevice(const Pass& pass, const DeviceOpener& open, const std::stop_token& stop) {
+// One device: opened, read, what was kept forgotten, closed. False when it could not be opened;
+// `notice` gets why its replies cannot be read ("" when they can).
+bool readDevice(const Pass& pass, const DeviceOpener& open, const std::stop_token& stop, QString& notice) {
     const std::unique_ptr<SendingDevice> device = open(stop);
     if (!device)
         return false;
     const QString key = device->receiverKey();
     const QList<IncomingMessage> received = device->takeReceived(true);
+    notice = device->takeReceivingNotice();
+    if (!notice.isEmpty())
+        notice = device->name() + QLatin1Char('\n') + notice;
     QList<IncomingMessage> kept;
     for (const IncomingMessage& in : received) {
         if (stop.stop_requested())
@@ -64,13 +70,23 @@ void ReplyReader::start(QList<DeviceOpener> devices, const QString& road, const 
     Pass pass{m_store, m_listener, road, rules};
     m_worker.start([pass = std::move(pass), devices = std::move(devices)](std::stop_token stop) {
         // A device that cannot be opened (unplugged, or another program holds its port) is
-        // logged when it stops opening, not every minute after.
+        // logged when it stops opening, not every minute after; why one cannot be read is told
+        // once (each pass opens it afresh, and it says so afresh).
         std::vector<bool> unopened(size_t(devices.size()), false);
+        QSet<QString> told;
         do {
             for (qsizetype i = 0; i < devices.size() && !stop.stop_requested(); ++i) {
                 bool opened = false;
+                QString notice;
                 Guard::run("ReplyReader::readDevice",
-                           [&] { opened = readDevice(pass, devices.at(i), stop); });
+                           [&] { opened = readDevice(pass, devices.at(i), stop, notice); });
+                if (!notice.isEmpty() && !told.contains(notice) && pass.listener.cannotRead) {
+                    told.insert(notice);
+                    MainThread::post([cannotRead = pass.listener.cannotRead, notice] {
+                        cannotRead(notice.section(QLatin1Char('\n'), 0, 0),
+                                   notice.section(QLatin1Char('\n'), 1));
+                    });
+                }
                 if (!opened && !unopened.at(size_t(i)) && !stop.stop_requested())
                     Show_NSLog_Message(QStringLiteral("Replies not read: device %1 of %2 could not be opened")
                                            .arg(i + 1)

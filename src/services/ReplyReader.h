@@ -28,11 +28,13 @@ public:
         ReceivedMessage message;
         StoredReply stored;
     };
-    // Told on the owner's thread (MainThread::post): each fresh reply, and each time the store
-    // refused one (the device then holds it and the rest of what it read, for the next pass).
+    // Told on the owner's thread (MainThread::post): each fresh reply, each time the store
+    // refused one (the device then holds it and the rest of what it read, for the next pass),
+    // and why a device cannot have its replies read (once for each reason while the reading lasts).
     struct Listener {
         std::function<void(const Reply&)> received;
         std::function<void(const QString& device, const QString& why)> notKept;
+        std::function<void(const QString& device, const QString& why)> cannotRead;
     };
 
     ReplyReader(std::shared_ptr<CampaignStore> store, Listener listener);

@@ -9,8 +9,8 @@
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
 #include "campaigns/CampaignStore.h"
-#include "campaigns/ReplyOptions.h"
 #include "core/Clock.h"
+#include "core/ReplyOptions.h"
 #include "sim/MessageLog.h"
 #include "sim/VirtualModem.h"
 

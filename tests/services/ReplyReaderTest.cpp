@@ -42,12 +42,15 @@ protected:
         Clock::setScale(0.001);
     }
 
-    void startModem(const QList<sim::IncomingMessage>& onTheSim) {
+    void startModem(const QList<sim::IncomingMessage>& onTheSim,
+                    const std::function<void(sim::ModemBehaviour&)>& more = {}) {
         sim::ModemIdentity id;
         id.imei = "356000000000777";
         sim::ModemBehaviour behaviour;
         behaviour.networkDelayMs = 0;
         behaviour.simMessagesAtStart = onTheSim;
+        if (more)
+            more(behaviour);
         log = logDir.filePath("modem.jsonl");
         modem = std::make_unique<sim::VirtualModem>(id, behaviour, log);
         ASSERT_TRUE(modem->start());
@@ -57,7 +60,8 @@ protected:
             store,
             ReplyReader::Listener{
                 [this](const ReplyReader::Reply& r) { told << r.message.sender + " " + r.message.text; },
-                [this](const QString& device, const QString& why) { refusals << device + ": " + why; }});
+                [this](const QString& device, const QString& why) { refusals << device + ": " + why; },
+                [this](const QString& device, const QString& why) { unreadable << device + ": " + why; }});
         ModemDetails details;
         details.mode = SmsMode::Pdu;
         details.simKey = "imei:356000000000777";
@@ -98,7 +102,7 @@ protected:
     std::shared_ptr<CampaignStore> store;
     std::unique_ptr<sim::VirtualModem> modem;
     std::unique_ptr<ReplyReader> reader;
-    QStringList told, refusals;
+    QStringList told, refusals, unreadable;
 };
 
 TEST_F(ReplyReaderTest, WhatTheSimHeldAndWhatArrivesIsKeptOnceAndFreedOnTheSim) {
@@ -119,6 +123,7 @@ TEST_F(ReplyReaderTest, WhatTheSimHeldAndWhatArrivesIsKeptOnceAndFreedOnTheSim) 
     told.sort();
     EXPECT_EQ(told, wanted);
     EXPECT_TRUE(refusals.isEmpty()) << refusals.join('\n').toStdString();
+    EXPECT_TRUE(unreadable.isEmpty()) << unreadable.join('\n').toStdString();
     // The network's side: each message delivered once, each place freed once.
     EXPECT_EQ(events("delivered"), 1); // only the one that arrived while it ran (the rest lay there)
     EXPECT_EQ(events("deleted"), 4);
@@ -144,6 +149,24 @@ TEST_F(ReplyReaderTest, WhatTheStoreRefusedStaysOnTheSimUntilItIsKept) {
     ASSERT_TRUE(spinUntil([&] { return told.size() == 3 && events("deleted") == 3; }));
     EXPECT_EQ(kept(),
               (QStringList{"+447700900011 Yes please", "+447700900012 No thanks", "+447700900013 Maybe"}));
+}
+
+// Each pass opens the modem afresh, and a modem that refuses to list its messages says so
+// afresh: the owner hears it once, and nothing is deleted.
+TEST_F(ReplyReaderTest, AModemThatCannotBeReadIsToldOnce) {
+    startModem({reply("+447700900021", "Hello")}, [](sim::ModemBehaviour& b) {
+        b.scriptedAnswers.insert("AT+CMGL=4", "\r\n+CMS ERROR: 321\r\n");
+    });
+    startReading();
+    spinUntil([] { return false; }, std::chrono::milliseconds(3000)); // two passes or more
+    reader->stop();
+    ASSERT_EQ(unreadable.size(), 1) << unreadable.join('\n').toStdString();
+    EXPECT_TRUE(unreadable.first().startsWith(
+        modem->devicePath() + ": Replies are not read: the modem refused to list its messages"))
+        << unreadable.first().toStdString();
+    EXPECT_TRUE(unreadable.first().contains("321")) << unreadable.first().toStdString();
+    EXPECT_TRUE(told.isEmpty());
+    EXPECT_EQ(events("deleted"), 0);
 }
 
 TEST_F(ReplyReaderTest, AStopInTheMiddleOfAPassLosesNothingAndTheNextReadingFinishes) {

@@ -1,9 +1,9 @@
 #include "WindowReplies.h"
 
 #include "campaigns/CampaignStore.h"
-#include "campaigns/ReplyOptions.h"
 #include "core/Log.h"
 #include "core/Operator.h"
+#include "core/ReplyOptions.h"
 
 #include <utility>
 
@@ -45,11 +45,12 @@ void WindowReplies::update() {
             std::move(store),
             ReplyReader::Listener{
                 [this](const ReplyReader::Reply& reply) { received(reply); },
-                [this](const QString& device, const QString& why) { notKept(device, why); }});
+                [this](const QString& device, const QString& why) { notKept(device, why); },
+                {}}); // a device that cannot be read says why in the troubleshooting log itself
     }
     m_readingThrough = names;
     m_toldNotKept.clear();
-    m_reader->start(m_openers(), m_road, readReplyOptions(m_folder).rules());
+    m_reader->start(m_openers(), m_road, replyRulesOf(readReplyOptions(m_folder)));
 }
 
 void WindowReplies::hold() {
