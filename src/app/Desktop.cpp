@@ -43,6 +43,9 @@ int runDesktop(int argc, char* argv[]) {
 
     if (!Launch_Application(op, context.folder(), windows))
         return 1;
+    // The open desktop reads replies through the devices its windows selected.
+    gsmWindow.replies().setEnabled(true);
+    androidWindow.replies().setEnabled(true);
     QTimer::singleShot(0, &app, [&] {
         offerToResumeUnfinishedRun(gsmWindow, androidWindow, op);
         Show_Device_Kind_Selection(op, windows);

@@ -13,9 +13,14 @@
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "core/Launch.h"
+#include "core/ReplyOptions.h"
+#include "services/ReplyReader.h"
 
 #include <QCommandLineParser>
+#include <QDateTime>
 #include <QEventLoop>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTimer>
 
 using namespace std::chrono_literals;
@@ -28,11 +33,14 @@ struct WorkerOptions {
             "Takes up the queued campaigns of the store (bulksms campaign create, or a send that other\n"
             "senders may help) and sends their items through this computer's devices, beside any other\n"
             "sender of the same store: nobody is texted twice. Prints a line per recipient it sent, as send\n"
-            "does. Ctrl-C stops it once the messages in its devices' hands are finished.\n"
+            "does. While it has nothing to send it reads the replies its devices received (every minute)\n"
+            "and keeps them in the store, a line for each new one on standard error (with --json, an object\n"
+            "with \"event\": \"received\" on standard output); it lets the devices go before each campaign.\n"
+            "Ctrl-C stops it once the messages in its devices' hands are finished.\n"
             "Exit status: 0 when stopped or idle, 2 on bad usage or when no device can be used, 4 when the\n"
             "store could not be read or written."));
         parser.addHelpOption();
-        parser.addOptions({device, android, serial, allPhones, mode, untilIdle, json});
+        parser.addOptions({device, android, serial, allPhones, mode, untilIdle, json, noReceive});
     }
     const QCommandLineOption device{
         QStringLiteral("device"),
@@ -49,7 +57,10 @@ struct WorkerOptions {
     const QCommandLineOption untilIdle{
         QStringLiteral("until-idle"),
         QStringLiteral("End once no campaign has anything waiting or in any sender's hands.")};
-    const QCommandLineOption json{QStringLiteral("json"), QStringLiteral("One JSON line per recipient.")};
+    const QCommandLineOption json{QStringLiteral("json"),
+                                  QStringLiteral("One JSON line per recipient (and per new reply).")};
+    const QCommandLineOption noReceive{QStringLiteral("no-receive"),
+                                       QStringLiteral("Do not read replies while waiting for a campaign.")};
     QCommandLineParser parser;
 };
 
@@ -67,6 +78,98 @@ void idle(const bool& stopped) {
                        &loop, &QEventLoop::quit);
     loop.exec();
 }
+
+QString changeName(OptOutWord change) {
+    switch (change) {
+    case OptOutWord::Stop: return QStringLiteral("stop");
+    case OptOutWord::Start: return QStringLiteral("start");
+    case OptOutWord::None: break;
+    }
+    return QStringLiteral("-");
+}
+
+void printReply(const ReplyReader::Reply& reply, bool json) {
+    const ReceivedMessage& m = reply.message;
+    const qint64 campaign = reply.stored.campaign;
+    if (json) {
+        printOut(QString::fromUtf8(
+            QJsonDocument(QJsonObject{{"event", "received"},
+                                      {"time", QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs)},
+                                      {"id", reply.stored.id},
+                                      {"sender", m.sender},
+                                      {"number", reply.stored.number},
+                                      {"campaign", campaign == 0 ? QJsonValue() : QJsonValue(campaign)},
+                                      {"device", m.device},
+                                      {"road", m.road},
+                                      {"text", m.text},
+                                      {"complete", m.complete},
+                                      {"change", changeName(reply.stored.change)}})
+                .toJson(QJsonDocument::Compact)));
+        return;
+    }
+    QString text = m.text;
+    text.replace(QLatin1Char('\\'), QLatin1String("\\\\")).replace(QLatin1Char('\n'), QLatin1String("\\n"));
+    printErr(
+        QStringLiteral("Reply from %1 (%2)%3: %4")
+            .arg(m.sender,
+                 campaign == 0 ? QStringLiteral("no campaign") : QStringLiteral("campaign %1").arg(campaign),
+                 reply.stored.change == OptOutWord::Stop    ? QStringLiteral(", opted out")
+                 : reply.stored.change == OptOutWord::Start ? QStringLiteral(", opted back in")
+                                                            : QString(),
+                 text));
+}
+
+// The replies read while the worker waits: through the devices it would send with, chosen
+// once a wait begins, let go before a campaign starts.
+class IdleReplies {
+public:
+    IdleReplies(const WorkerOptions& o, Operator& op, const DataFolder& folder,
+                std::shared_ptr<CampaignStore> store, QString road)
+        : m_o(o), m_op(op), m_folder(folder), m_road(std::move(road)),
+          m_reader(
+              std::move(store),
+              {[json = o.parser.isSet(o.json)](const ReplyReader::Reply& reply) { printReply(reply, json); },
+               [](const QString& device, const QString& problem) {
+                   printErr(QStringLiteral("Replies that reached %1 could not be kept (they stay on "
+                                           "the device): %2")
+                                .arg(device, problem));
+               },
+               [](const QString& device, const QString& why) {
+                   printErr(device + QStringLiteral(": ") + why);
+               }}) {}
+
+    void whileWaiting() {
+        if (m_chosen || m_o.parser.isSet(m_o.noReceive))
+            return;
+        m_chosen = true;
+        RunSettings unused;
+        QList<DeviceOpener> openers;
+        const auto noRun = std::make_shared<std::function<void()>>();
+        const std::optional<int> refused =
+            m_road == kAndroidRoad
+                ? choosePhone(m_op, m_folder,
+                              PhonesAsked{m_o.parser.values(m_o.serial), m_o.parser.isSet(m_o.allPhones)},
+                              m_o.parser.value(m_o.mode), unused, openers, noRun)
+                : chooseModems(m_op, m_folder, m_o.parser.values(m_o.device), unused, openers);
+        if (refused)
+            printErr(QStringLiteral("Replies are not read while waiting: no device to read them with."));
+        else
+            m_reader.start(openers, m_road, replyRulesOf(readReplyOptions(m_folder)));
+    }
+    // The campaign's run opens the devices: the reading lets them go first.
+    void beforeCampaign() {
+        m_reader.stop();
+        m_chosen = false;
+    }
+
+private:
+    const WorkerOptions& m_o;
+    Operator& m_op;
+    const DataFolder& m_folder;
+    const QString m_road;
+    ReplyReader m_reader;
+    bool m_chosen = false; // this wait's devices were chosen (or could not be)
+};
 
 } // namespace
 
@@ -94,6 +197,8 @@ int runWorker(const QStringList& arguments) {
             current->run().stop();
         return true;
     });
+    // While it waits for a campaign, the devices it would send with are read for replies.
+    IdleReplies replies(o, op, folder, store, road);
     while (!stopped) {
         const std::optional<CampaignToSend> next = nextCampaignToSend(*store, road, &why);
         if (!why.isEmpty()) {
@@ -103,9 +208,11 @@ int runWorker(const QStringList& arguments) {
         if (!next) {
             if (o.parser.isSet(o.untilIdle) && !anyInHand(*store, road))
                 break;
+            replies.whileWaiting();
             idle(stopped);
             continue;
         }
+        replies.beforeCampaign();
         Campaign campaign{settingsOf(next->options, road), {}, 0, next->id};
         QList<DeviceOpener> openers;
         QList<StoredDevice> chosen;

@@ -16,6 +16,7 @@
 
 class CampaignStore;
 class SqlDatabase;
+struct IncomingMessage;
 
 struct ReceivedMessage {
     QString device; // ICCID, IMEI or the phone's serial, as the reader names it
@@ -31,6 +32,9 @@ struct ReceivedMessage {
     bool complete = true; // every part arrived
     qint64 sentAt = 0;    // the network's time stamp (ms since the epoch, UTC); 0 unknown
 };
+
+// A message as a device read it, as the store files it: under the device's receiver key and road.
+ReceivedMessage receivedFromDevice(const QString& device, const QString& road, const IncomingMessage& in);
 
 // How replies are read.
 struct ReplyRules {

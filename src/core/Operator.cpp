@@ -45,3 +45,10 @@ void Operator::openWebPage(const QString& url) {
 void Operator::quitApplication() {
     onMainThread([&] { quit(); });
 }
+
+void Operator::notify(const QString& title, const QString& text) {
+    if (MainThread::isCurrent())
+        showNotification(title, text);
+    else
+        MainThread::post([this, title, text] { showNotification(title, text); });
+}

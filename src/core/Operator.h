@@ -36,6 +36,10 @@ public:
     // Ends the application's event loop: the single way the program finishes.
     void quitApplication();
 
+    // A passing notice on the desktop (a reply came): it never waits for the person and never
+    // fails; where the desktop shows none, nothing happens.
+    void notify(const QString& title, const QString& text);
+
 protected:
     // Implementations: always called on the main thread, one at a time.
     virtual void showAlert(const QString& fullText) = 0;
@@ -46,6 +50,10 @@ protected:
     virtual void openFile(const QString& path) = 0;
     virtual void openUrl(const QString& url) = 0;
     virtual void quit() = 0;
+    virtual void showNotification(const QString& title, const QString& text) {
+        Q_UNUSED(title);
+        Q_UNUSED(text);
+    }
 
 private:
     template <typename F> auto onMainThread(F&& fn);

@@ -68,6 +68,7 @@ QString ModemDevice::prepare(bool deliveryReports) {
     return Guard::run(
         "ModemDevice::prepare",
         [&] {
+            m_prepared = true;
             if (m_details.mode == SmsMode::Pdu)
                 m_session.Prepare_Modem_For_PDU_SMS(m_fd);
             else if (m_details.mode == SmsMode::Text)

@@ -72,6 +72,7 @@ private:
     const ModemDetails m_details;
     const int m_fd;
     bool m_reportsRouted = false;
+    bool m_prepared = false; // a run readied it (prepare)
     QList<IncomingMessage> readInbox();
     QString takeReceivingNotice() override { return std::exchange(m_receivingNotice, {}); }
     QList<IncomingMessage> readInboxAsText();

@@ -71,9 +71,10 @@ QList<IncomingMessage> ModemDevice::readInboxAsText() {
 
 QList<IncomingMessage> ModemDevice::readInbox() {
     // The list is read in PDU mode, which every reading of ours understands; a text-mode run
-    // goes back to text mode after it.
+    // goes back to text mode after it. A modem opened only to read (no run readied it) may
+    // still be in the format its last user left.
     const bool textMode = m_details.mode == SmsMode::Text;
-    if (textMode && !m_session.SET_CMGF_PDU_MODE(m_fd))
+    if ((textMode || !m_prepared) && !m_session.SET_CMGF_PDU_MODE(m_fd))
         return readInboxAsText();
     const std::optional<QList<ListedPdu>> listed = m_session.listStoredMessages(m_fd);
     if (textMode)

@@ -1,5 +1,6 @@
 #include "QtOperator.h"
 
+#include "DesktopNotifications.h"
 #include "UiHelpers.h"
 #include "ViewRegistry.h"
 #include "WindowMemory.h"
@@ -131,3 +132,7 @@ void QtOperator::openUrl(const QString& url) {
 }
 
 void QtOperator::quit() { QCoreApplication::exit(0); }
+
+void QtOperator::showNotification(const QString& title, const QString& text) {
+    showDesktopNotification(title, text);
+}

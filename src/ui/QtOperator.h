@@ -20,6 +20,7 @@ protected:
     void openFile(const QString& path) override;
     void openUrl(const QString& url) override;
     void quit() override;
+    void showNotification(const QString& title, const QString& text) override;
 
 private:
     static QWidget* dialogParent();

@@ -683,4 +683,53 @@ TEST_F(AndroidSendingTest, ARunThatStoppedForItsDataResumesWithoutTextingAnyoneT
     EXPECT_FALSE(unfinishedIn(home.folder, kAndroidRoad)); // the run ended
 }
 
+// The open desktop reads the chosen phone's inbox while the window sends nothing: each reply
+// kept once however many passes read it (the phone keeps its messages), the reading let go
+// before a run and taken up after it.
+TEST_F(AndroidSendingTest, TheOpenWindowReadsThePhonesInboxBetweenRuns) {
+    Clock::setScale(0.01); // a pass every 0.6 s
+    const struct ScaleBack {
+        ~ScaleBack() { Clock::setScale(0.001); }
+    } scaleBack;
+    const QString incoming = home.root() + "/incoming.jsonl";
+    ASSERT_TRUE(
+        writeFileAtomically(incoming, "{\"from\": \"+447400123458\", \"text\": \"Open on Sunday?\"}\n"));
+    sim::PhoneConfig config = installed();
+    config.incomingPath = incoming;
+    startPhones(one(config));
+    auto window = windowWith({{"+447400123456", "Your table is booked."}});
+    window->One_By_One_Radio();
+    QStringList told;
+    QObject::connect(&window->replies(), &WindowReplies::replyKept, [&] { told << "kept"; });
+    window->replies().setEnabled(true);
+    ASSERT_TRUE(spinUntil([&] { return told.size() == 1; }));
+    spinUntil([] { return false; }, std::chrono::milliseconds(2000)); // passes that read it again
+    EXPECT_EQ(told.size(), 1);
+
+    window->prev_composer_msg = window->composerText();
+    window->Send_SMS_Btn();
+    EXPECT_FALSE(window->replies().reading()); // the run has the phone to itself
+    window->waitForSend();
+    EXPECT_EQ(sentMessages(), QStringList{"+447400123456|Your table is booked.|standard"});
+    EXPECT_TRUE(window->replies().reading());
+
+    QFile file(incoming);
+    ASSERT_TRUE(file.open(QIODevice::Append));
+    file.write("{\"from\": \"+447400123456\", \"text\": \"Thanks!\"}\n");
+    file.close();
+    ASSERT_TRUE(spinUntil([&] { return told.size() == 2; }));
+    QString why;
+    const std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(home.folder, &why);
+    ASSERT_TRUE(store) << why.toStdString();
+    const std::optional<QList<ReceivedRow>> kept = listReceived(*store, {}, &why);
+    ASSERT_TRUE(kept) << why.toStdString();
+    QStringList rows;
+    for (const ReceivedRow& row : *kept)
+        rows << row.message.device + "|" + row.message.road + "|" + row.message.sender + "|" +
+                    row.message.text + "|" + (row.campaign == 0 ? "-" : "campaign");
+    rows.sort();
+    EXPECT_EQ(rows, (QStringList{"VIRTUAL PHONE 5G|" + kAndroidRoad + "|+447400123456|Thanks!|campaign",
+                                 "VIRTUAL PHONE 5G|" + kAndroidRoad + "|+447400123458|Open on Sunday?|-"}));
+}
+
 } // namespace

@@ -56,6 +56,8 @@ QStringList ScriptedOperator::alerts() const { return textsOf(Kind::Alert); }
 QStringList ScriptedOperator::questions() const { return textsOf(Kind::Question); }
 QStringList ScriptedOperator::dialogs() const { return textsOf(Kind::Modal); }
 QStringList ScriptedOperator::openedUrls() const { return textsOf(Kind::OpenUrl); }
+
+QStringList ScriptedOperator::notifications() const { return textsOf(Kind::Notification); }
 bool ScriptedOperator::quitRequested() const { return !textsOf(Kind::Quit).isEmpty(); }
 
 void ScriptedOperator::clearTranscript() {
@@ -130,6 +132,10 @@ void ScriptedOperator::openFile(const QString& path) { record(Kind::OpenWith, pa
 void ScriptedOperator::openUrl(const QString& url) { record(Kind::OpenUrl, url); }
 
 void ScriptedOperator::quit() { record(Kind::Quit, QString()); }
+
+void ScriptedOperator::showNotification(const QString& title, const QString& text) {
+    record(Kind::Notification, title + QLatin1Char('|') + text);
+}
 
 void ScriptedOperator::failCast(const char* wanted, DialogController& got) {
     ADD_FAILURE() << "expected dialog " << wanted << ", got " << got.metaObject()->className();

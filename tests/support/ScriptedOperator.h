@@ -14,7 +14,7 @@
 
 class ScriptedOperator : public Operator {
 public:
-    enum class Kind { Alert, Question, Modal, OpenFile, SaveFile, OpenWith, OpenUrl, Quit };
+    enum class Kind { Alert, Question, Modal, OpenFile, SaveFile, OpenWith, OpenUrl, Quit, Notification };
     struct Event {
         Kind kind;
         QString text; // the alert as shown (with its leading "\n"), the question, the dialog class, the path
@@ -40,6 +40,7 @@ public:
     QStringList questions() const;
     QStringList dialogs() const; // class names of the dialogs run
     QStringList openedUrls() const;
+    QStringList notifications() const; // "title|text"
     bool quitRequested() const;
     void clearTranscript();
 
@@ -52,6 +53,7 @@ protected:
     void openFile(const QString& path) override;
     void openUrl(const QString& url) override;
     void quit() override;
+    void showNotification(const QString& title, const QString& text) override;
 
 private:
     template <typename Dialog> static Dialog& castDialog(DialogController& d);

@@ -88,6 +88,7 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     if (m_run)
         m_run->join();
     m_sendInProgress = true;
+    m_replies.update(); // the phones are the run's from now on
     dataFolder().Check_Path_And_Create_Files();
     m_runEnd = RunEnd::None;
     m_sentCount = 0;
@@ -175,10 +176,7 @@ QList<DeviceOpener> Bulk_SMSAppDelegate::phoneOpeners() {
             *textInStartCommandForAll = true;
         return PhoneDevice::MessageCopyChoice::TextInStartCommand;
     };
-    // Ticked phones are each addressed by serial; else the one phone found (within --serial).
-    QList<TickedPhone> phones = m_phone.phones;
-    if (phones.isEmpty())
-        phones.append({m_phone.serialFilter, selection().sel_port_name_str});
+    const QList<TickedPhone> phones = selectedPhones();
     auto found = std::make_shared<PhonesFound>(int(phones.size()));
     found->noneConnected = m_notConnected;
     QList<DeviceOpener> openers;
@@ -188,6 +186,16 @@ QList<DeviceOpener> Bulk_SMSAppDelegate::phoneOpeners() {
                                               found);
         });
     return openers;
+}
+
+QList<TickedPhone> Bulk_SMSAppDelegate::selectedPhones() const {
+    if (selection().sel_port_name_str.isEmpty() || deviceCaption() == kNoDeviceSelectedCaption)
+        return {};
+    // Ticked phones are each addressed by serial; else the one phone found (within --serial).
+    QList<TickedPhone> phones = m_phone.phones;
+    if (phones.isEmpty())
+        phones.append({m_phone.serialFilter, selection().sel_port_name_str});
+    return phones;
 }
 
 void Bulk_SMSAppDelegate::watch(SendingRun& run) {
@@ -300,6 +308,7 @@ void Bulk_SMSAppDelegate::afterRun() {
     else if (m_runEnd == RunEnd::Completed && m_run->record().size() > 0)
         op().Show_MessageBox(kCompleted);
     m_sendInProgress = false;
+    m_replies.update();
 }
 
 void Bulk_SMSAppDelegate::waitForSend() {

@@ -1,6 +1,7 @@
 #include "Bulk_SMSAppDelegate.h"
 
 #include "android/AndroidDevices.h"
+#include "android/PhoneDevice.h"
 #include "android/windows/Android_TroubleShooting.h"
 #include "android/windows/Connection_Info.h"
 #include "core/AppState.h"
@@ -17,9 +18,33 @@ Bulk_SMSAppDelegate::Bulk_SMSAppDelegate(Operator& op, DataFolder folder, Defaul
                   }),
       m_busy([this] {
           m_progress.update([](AndroidSendingProgress::State& s) { s.busy = nextActivityValue(s.busy); });
-      }) {}
+      }),
+      m_replies(
+          op, dataFolder(), kAndroidRoad,
+          [this] {
+              QStringList names;
+              for (const TickedPhone& phone : selectedPhones())
+                  names << phone.serial + QLatin1Char('\n') + phone.caption;
+              return names;
+          },
+          [this] {
+              // Only the inbox is read: the phone is never readied to send, nothing is asked.
+              QList<DeviceOpener> openers;
+              for (const TickedPhone& phone : selectedPhones())
+                  openers << [&op = this->op(), folder = dataFolder(),
+                              phone](std::stop_token) -> std::unique_ptr<SendingDevice> {
+                      return std::make_unique<PhoneDevice>(op, folder, phone.caption,
+                                                           PhoneDevice::Mode::Standard, PhoneDevice::Hooks{},
+                                                           phone.serial);
+                  };
+              return openers;
+          },
+          [this] { return m_sendInProgress.load(); }) {
+    connect(this, &MainWindowController::changed, &m_replies, &WindowReplies::update);
+}
 
 Bulk_SMSAppDelegate::~Bulk_SMSAppDelegate() {
+    m_replies.hold();
     m_progress.requestStop();
     if (m_run)
         m_run->stop();
@@ -86,6 +111,7 @@ void Bulk_SMSAppDelegate::Classic_Radio() {
 }
 
 void Bulk_SMSAppDelegate::Test_Btn() {
+    const RepliesHeld held(m_replies); // its trial messages go through the phone
     Android_TroubleShooting window(op(), dataFolder(), m_phone, selection());
     window.open(deviceCaption());
     op().runModal(window);

@@ -3,6 +3,7 @@
 // list and composer, the sending mode radios, the device buttons, and the Send flow that runs
 // the list through the chosen phone on the sending engine (single-shot as one batch).
 #include "LastRun.h"
+#include "WindowReplies.h"
 #include "android/AndroidSelection.h"
 #include "android/windows/AndroidSendingProgress.h"
 #include "android/windows/Android_Ph_List_Wnd.h"
@@ -60,6 +61,8 @@ public:
     // The current (or last) run, if any: its items and statuses.
     const SendingRun* run() const { return m_run; }
     AndroidSendingProgress& progress() { return m_progress; }
+    // The replies read through the selected phones while this window sends nothing.
+    WindowReplies& replies() { return m_replies; }
 
     // How the last run ended, and how many records it counted as sent.
     // NothingReached: the run went to its end, but no message of it reached a phone.
@@ -88,6 +91,9 @@ protected:
 private:
     RunSettings runSettings();
     QList<DeviceOpener> phoneOpeners();
+    // The phones a run would send through: the ticked ones, else the one found (none when no
+    // phone is selected).
+    QList<TickedPhone> selectedPhones() const;
     void watch(SendingRun& run);
     void showItem(int index, const SendingItem& item, bool counted);
     void afterRun();
@@ -111,4 +117,5 @@ private:
     LastRun m_lastRun;
     bool m_singleShot = false;
     bool m_classic = false;
+    WindowReplies m_replies; // last: it stops reading before the rest goes
 };

@@ -27,6 +27,7 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
     if (sendingUnderWay())
         return; // pressed again while its ports are checked or its job is about to show
     m_sendInProgress = true;
+    m_replies.update(); // the ports are the run's from now on
     bool checking = false;
     Guard::run("Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port", [this, &checking] {
         if (selection().sel_port_bsd_str.isEmpty() || selection().port_val_str_array.isEmpty()) {
@@ -60,8 +61,10 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
         GSM_Chk_Port_And_Send_Msg();
         checking = true;
     });
-    if (!checking)
+    if (!checking) {
         m_sendInProgress = false;
+        m_replies.update();
+    }
 }
 
 void Gsm_Bulk_Sms_Wnd::sendNotYetSent() {
@@ -126,12 +129,15 @@ void Gsm_Bulk_Sms_Wnd::GSM_Chk_Port_And_Send_Msg() {
                    [&] { goesOn = chooseSendingPort(chosen, paths, works); });
         if (!goesOn) {
             m_sendInProgress = false;
+            m_replies.update();
             return;
         }
-        // The prescribed second before the job opens.
+        // The prescribed second before the job opens. The flow ends once the job holds the
+        // ports: no reading of replies comes between.
         Clock::after(1s, this, [this] {
-            m_sendInProgress = false;
             sendingJob().Open_SMS_Sending_Dialog();
+            m_sendInProgress = false;
+            m_replies.update();
         });
     });
 }

@@ -4,16 +4,40 @@
 #include "core/AppState.h"
 #include "core/Operator.h"
 #include "device/DeviceRecord.h"
+#include "gsm/SmsMode.h"
 #include "gsm/windows/GSM_DEV_Conn_Step_Wnd.h"
+#include "services/DeviceSettingsMemory.h"
 #include <utility>
 
 Gsm_Bulk_Sms_Wnd::Gsm_Bulk_Sms_Wnd(Operator& op, DataFolder folder, DefaultCountry* country,
                                    SpreadsheetLoads* spreadsheets, QObject* parent)
     : BulkSmsWindow(Kind::Gsm, op, std::move(folder), country, spreadsheets, parent),
       m_devices(op, selection(), DeviceSettingsMemory(dataFolder())),
-      m_deviceDetails(op, selection(), DeviceSettingsMemory(dataFolder())) {}
+      m_deviceDetails(op, selection(), DeviceSettingsMemory(dataFolder())),
+      m_replies(
+          op, dataFolder(), kGsmRoad,
+          [this] {
+              if (selection().sel_port_bsd_str.isEmpty())
+                  return QStringList();
+              QStringList paths = selection().port_val_str_array;
+              paths.removeAll(kAllDeviceChoice);
+              return paths;
+          },
+          [this] {
+              QList<ModemChoice> modems;
+              for (const QString& path : selection().port_val_str_array)
+                  if (path != kAllDeviceChoice)
+                      modems << modemChoice(path);
+              return modemOpeners(modems, {}); // a modem that does not open is only logged
+          },
+          [this] { return sendingUnderWay(); }) {
+    connect(this, &MainWindowController::changed, &m_replies, &WindowReplies::update);
+}
 
-Gsm_Bulk_Sms_Wnd::~Gsm_Bulk_Sms_Wnd() { m_job.reset(); }
+Gsm_Bulk_Sms_Wnd::~Gsm_Bulk_Sms_Wnd() {
+    m_replies.hold();
+    m_job.reset();
+}
 
 QString Gsm_Bulk_Sms_Wnd::title() const { return kApplicationName + QStringLiteral(" - GSM Modem"); }
 
@@ -36,6 +60,19 @@ SMS_Sending& Gsm_Bulk_Sms_Wnd::sendingJob() {
     return *m_job;
 }
 
+ModemChoice Gsm_Bulk_Sms_Wnd::modemChoice(const QString& path) const {
+    ModemDetails details;
+    details.mode = smsModeFromText(deviceDetail(path, kSmsModeKey));
+    details.smsc = deviceDetail(path, kUseCustomSmscKey) == QLatin1String("N")
+                       ? QString()
+                       : deviceDetail(path, kCustomSmscKey);
+    details.capability = deviceDetail(path, kSmsCapableKey);
+    details.defaultSmsc = deviceDetail(path, kDefaultSmscKey);
+    details.simKey = DeviceSettingsMemory::keyOf(
+        {{kIccidKey, deviceDetail(path, kIccidKey)}, {kImeiKey, deviceDetail(path, kImeiKey)}});
+    return {path, details};
+}
+
 QString Gsm_Bulk_Sms_Wnd::deviceDetail(const QString& path, const QString& key) const {
     for (const Record& record : selection().port_det_str_array)
         if (record.value(kPortDetailKey) == path)
@@ -51,6 +88,7 @@ void Gsm_Bulk_Sms_Wnd::Device_Details_Pressed() {
             "connection."));
         return;
     }
+    const RepliesHeld held(m_replies); // its test messages and mode tests talk to the modems
     m_deviceDetails.Open_Gsm_Ph_Det_List_Wnd();
 }
 

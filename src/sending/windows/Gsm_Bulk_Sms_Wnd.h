@@ -2,6 +2,7 @@
 // The GSM main window's controller: the shared list and composer, the device choice, and
 // the Send flow that checks everything, verifies the chosen ports and opens the sending job.
 #include "LastRun.h"
+#include "WindowReplies.h"
 #include "campaigns/CampaignResume.h"
 #include "core/WorkerThread.h"
 #include "device/DeviceRecord.h"
@@ -10,6 +11,7 @@
 #include "gsm/windows/Selected_Device_Details_GSM.h"
 #include "list/windows/BulkSmsWindow.h"
 #include "sending/SendingRun.h"
+#include "services/ModemOpeners.h"
 
 #include <functional>
 #include <memory>
@@ -56,6 +58,11 @@ public:
     QString deviceDetail(const QString& path, const QString& key) const;
 
     SMS_Sending& sendingJob();
+    // A selected modem as a run (or the reading of replies) opens it: its path and its record's settings.
+    ModemChoice modemChoice(const QString& path) const;
+
+    // The replies read through the selected modems while this window sends nothing.
+    WindowReplies& replies() { return m_replies; }
 
     // Further attempts for a message the network refused (on another port where there is
     // one); 1 by default.
@@ -109,4 +116,5 @@ private:
     LastRun m_lastRun;
     bool m_sendInProgress = false; // from Send until the job opens: a second press is ignored
     WorkerThread m_portCheck{QStringLiteral("port-checks")};
+    WindowReplies m_replies; // last: it stops reading before the rest goes
 };

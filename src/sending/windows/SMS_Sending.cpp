@@ -120,6 +120,7 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
             [this] {
                 Guard::run("SMS_Sending::Open_SMS_Sending_Dialog", [this] { m_op.runModal(*this); });
                 m_windowPending = false;
+                m_window.replies().update(); // the modems are free again
             },
             [stop] { return stop.stop_requested(); });
     });
@@ -160,18 +161,8 @@ QList<ModemChoice> SMS_Sending::chosenModems() const {
         paths << chosen;
     }
     QList<ModemChoice> modems;
-    for (const QString& path : paths) {
-        ModemDetails details;
-        details.mode = smsModeFromText(m_window.deviceDetail(path, kSmsModeKey));
-        details.smsc = m_window.deviceDetail(path, kUseCustomSmscKey) == QLatin1String("N")
-                           ? QString()
-                           : m_window.deviceDetail(path, kCustomSmscKey);
-        details.capability = m_window.deviceDetail(path, kSmsCapableKey);
-        details.defaultSmsc = m_window.deviceDetail(path, kDefaultSmscKey);
-        details.simKey = DeviceSettingsMemory::keyOf({{kIccidKey, m_window.deviceDetail(path, kIccidKey)},
-                                                      {kImeiKey, m_window.deviceDetail(path, kImeiKey)}});
-        modems << ModemChoice{path, details};
-    }
+    for (const QString& path : paths)
+        modems << m_window.modemChoice(path);
     return modems;
 }
 
