@@ -207,7 +207,11 @@ TEST_F(OperatorDay, FromTheMorningListToTheRestAfterAStop) {
         templates.Create_Template_List("Your order is ready for collection.");
         auto* table = view->findChild<QTableView*>();
         ASSERT_NE(table, nullptr);
-        QCoreApplication::processEvents();
+        // The list is filled as the window takes its templates in; a busy machine takes a while.
+        ASSERT_TRUE(spinUntil([&] {
+            QCoreApplication::processEvents();
+            return table->model()->rowCount() > 0 && table->visualRect(table->model()->index(0, 0)).isValid();
+        }));
         QTest::mouseClick(table->viewport(), Qt::LeftButton, {},
                           table->visualRect(table->model()->index(0, 0)).center());
         click(button(*view, "Use in Composer"));
