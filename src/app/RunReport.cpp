@@ -33,6 +33,10 @@ RunReport::RunReport(SendingRun& run, Format format, Scope scope, QObject* paren
     });
     connect(&run, &SendingRun::deviceNote, this,
             [this](const QString& device, const QString& note) { m_deviceNotes.insert(device, note); });
+    connect(&run, &SendingRun::recipientsWaiting, this, [this](const QString& note) {
+        if (note != std::exchange(m_waitNote, note) && !note.isEmpty())
+            printErr(note[0].toUpper() + note.mid(1) + QLatin1Char('.'));
+    });
     // Said at once: the run goes on, and a script's operator learns why no replies come.
     connect(&run, &SendingRun::deviceNotice, this, [](const QString& device, const QString& notice) {
         printErr(device + QStringLiteral(": ") + notice);

@@ -36,6 +36,7 @@ private:
 
     SendingRun& m_run;
     QMap<QString, QString> m_deviceNotes; // devices that left the run, and why
+    QString m_waitNote;                   // who waits for their send window, as last printed
     Format m_format;
     Scope m_scope;
     QSet<int> m_printed;

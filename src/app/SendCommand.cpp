@@ -22,6 +22,7 @@
 #include "list/LoadCounters.h"
 #include "stores/ExportFile.h"
 #include "text/NumberRules.h"
+#include "text/SendWindow.h"
 #include "text/SmsParts.h"
 
 using namespace std::chrono_literals;
@@ -262,6 +263,39 @@ std::optional<int> readPause(SendRun& run) {
     return std::nullopt;
 }
 
+// The recipients' hours (--window, --window-zone) and the end time (--until).
+std::optional<int> readSendWindow(const SendOptions& o, RunSettings& s) {
+    if (o.isSet(o.window)) {
+        QString why;
+        const std::optional<SendWindow> window = SendWindow::parse(o.value(o.window), &why);
+        if (!window) {
+            err(QStringLiteral("--window: %1").arg(why));
+            return 2;
+        }
+        s.sendWindow = window->text();
+    }
+    if (o.isSet(o.windowZone)) {
+        if (s.sendWindow.isEmpty()) {
+            err(QStringLiteral("--window-zone goes with --window."));
+            return 2;
+        }
+        if (const QString why = zoneRefusal(o.value(o.windowZone)); !why.isEmpty()) {
+            err(QStringLiteral("--window-zone: %1").arg(why));
+            return 2;
+        }
+        s.windowZone = o.value(o.windowZone);
+    }
+    if (o.isSet(o.until)) {
+        s.until = timeOf(o.value(o.until));
+        if (s.until == 0) {
+            err(QStringLiteral("--until takes a time such as \"2026-11-27 18:00\", not \"%1\".")
+                    .arg(o.value(o.until)));
+            return 2;
+        }
+    }
+    return std::nullopt;
+}
+
 // How the run goes, as the options ask: coding, type, filters, what is kept, retries, pauses.
 std::optional<int> applyOptions(SendRun& run, const NumberNormaliser& numbers) {
     const SendOptions& o = run.options;
@@ -282,6 +316,8 @@ std::optional<int> applyOptions(SendRun& run, const NumberNormaliser& numbers) {
             return end;
     s.saveSentItems = o.isSet(o.saveSent);
     s.saveTemplates = o.isSet(o.saveTemplates);
+    if (const std::optional<int> end = readSendWindow(o, s))
+        return end;
     s.footer = o.value(o.footer).trimmed();
     if (s.footer.size() > ReplyOptions::kMaxFooterLength) {
         err(QStringLiteral("--footer takes at most %1 characters.").arg(ReplyOptions::kMaxFooterLength));

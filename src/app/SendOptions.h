@@ -69,6 +69,21 @@ struct SendOptions {
                        "the campaign waits in the store as scheduled and a running bulksms worker (or the "
                        "open desktop) sends it then."),
         QStringLiteral("time")};
+    const QCommandLineOption window{
+        QStringLiteral("window"),
+        QStringLiteral(
+            "Text each recipient only within these hours of their own clock (\"09:00-20:00\"; the zone "
+            "from the number's country and area, the careful choice where it has several); the "
+            "others wait."),
+        QStringLiteral("hours")};
+    const QCommandLineOption windowZone{
+        QStringLiteral("window-zone"),
+        QStringLiteral("With --window: one time zone for every recipient (\"Europe/London\")."),
+        QStringLiteral("zone")};
+    const QCommandLineOption until{
+        QStringLiteral("until"),
+        QStringLiteral("Leave unsent what has not gone by this time (\"2026-11-27 18:00\")."),
+        QStringLiteral("time")};
     const QCommandLineOption footer{
         QStringLiteral("footer"),
         QStringLiteral(

@@ -18,6 +18,12 @@ QString optionsOf(const RunSettings& s) {
         {"pause_seconds", s.schedule.takesPauses() ? s.schedule.pauseMilliseconds() / 1000 : 0}};
     if (!s.footer.isEmpty())
         options.insert(QStringLiteral("footer"), s.footer);
+    if (!s.sendWindow.isEmpty())
+        options.insert(QStringLiteral("window"), s.sendWindow);
+    if (!s.windowZone.isEmpty())
+        options.insert(QStringLiteral("window_zone"), s.windowZone);
+    if (s.until > 0)
+        options.insert(QStringLiteral("until"), s.until);
     return QString::fromUtf8(QJsonDocument(options).toJson(QJsonDocument::Compact));
 }
 
@@ -29,6 +35,9 @@ RunSettings settingsOf(const QString& options, const QString& road) {
     s.flash = o.value("flash").toBool();
     s.plainPunctuation = o.value("plain_punctuation").toBool();
     s.footer = o.value("footer").toString().left(ReplyOptions::kMaxFooterLength);
+    s.sendWindow = o.value("window").toString();
+    s.windowZone = o.value("window_zone").toString();
+    s.until = o.value("until").toInteger();
     s.skipDuplicates = o.value("skip_duplicates").toBool();
     s.deliveryReports = o.value("delivery_reports").toBool();
     s.country = o.value("country").toString();

@@ -5,6 +5,7 @@
 #include "CampaignSenders.h"
 #include "CampaignStore.h"
 #include "ItemFate.h"
+#include "RecipientWindow.h"
 #include "Replies.h"
 
 namespace {
@@ -73,31 +74,38 @@ qint64 insertRows(SqlDatabase& db, const NewCampaign& campaign, const QList<Send
     const bool sending = campaign.state == QLatin1String("sending");
     // Each number's E.164 form in the campaign's country goes beside it: replies and opt-outs
     // meet the recipient however the list wrote the number.
-    const QString country = settingsOf(campaign.options, campaign.road).country;
+    const RunSettings settings = settingsOf(campaign.options, campaign.road);
+    const QString& country = settings.country;
     const CampaignNumbers numbers(country);
     QList<SqlRow> made;
     if (!db.exec(QStringLiteral("INSERT INTO campaigns (created_at, created_by, data_folder, road, message,"
-                                " options, state, total, resumes, started_at, country, start_at)"
-                                " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) RETURNING id"),
+                                " options, state, total, resumes, started_at, country, start_at, send_window,"
+                                " window_zone, end_at) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"
+                                " RETURNING id"),
                  {now, CampaignStore::user(), campaign.dataFolder, campaign.road,
                   message.isNull() ? QVariant() : QVariant(message), campaign.options,
                   campaign.startAt > now ? QStringLiteral("scheduled") : campaign.state, qint64(items.size()),
                   campaign.resumes ? QVariant(campaign.resumes) : QVariant(),
                   sending ? QVariant(now) : QVariant(), country,
-                  campaign.startAt > 0 ? QVariant(campaign.startAt) : QVariant()},
+                  campaign.startAt > 0 ? QVariant(campaign.startAt) : QVariant(),
+                  settings.sendWindow.isEmpty() ? QVariant() : QVariant(settings.sendWindow),
+                  settings.windowZone.isEmpty() ? QVariant() : QVariant(settings.windowZone),
+                  settings.until > 0 ? QVariant(settings.until) : QVariant()},
                  &made) ||
         made.isEmpty())
         return 0;
     const qint64 id = made.first().value(0).toLongLong();
     // Many rows a statement: a million recipients go in without a million statements.
     constexpr int kRowsAStatement = 100;
-    constexpr int kColumns = 11;
+    constexpr int kColumns = 12;
     const auto statement = [](int rows) {
         return QStringLiteral(
                    "INSERT INTO items (campaign, position, number, number_e164, text, state, status,"
-                   " current_status, use_status, device, changed_at) VALUES ") +
-               QStringList(rows, QStringLiteral("(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")).join(QLatin1Char(','));
+                   " current_status, use_status, device, changed_at, zone_key) VALUES ") +
+               QStringList(rows, QStringLiteral("(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"))
+                   .join(QLatin1Char(','));
     };
+    const bool windowed = !settings.sendWindow.isEmpty();
     const QString full = statement(kRowsAStatement);
     QVariantList values;
     for (int first = 0; first < items.size(); first += kRowsAStatement) {
@@ -111,7 +119,8 @@ qint64 insertRows(SqlDatabase& db, const NewCampaign& campaign, const QList<Send
             values << id << i << item.number << (e164.isEmpty() ? QVariant() : QVariant(e164)) << item.message
                    << (done ? QStringLiteral("done") : QStringLiteral("queued")) << item.status
                    << item.currentStatus << (done ? QStringLiteral("done") : QStringLiteral("wait"))
-                   << item.usePort << now;
+                   << item.usePort << now
+                   << (windowed ? QVariant(recipientZoneKey(settings, e164)) : QVariant());
         }
         if (!db.exec(rows == kRowsAStatement ? full : statement(rows), values))
             return 0;

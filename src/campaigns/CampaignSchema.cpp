@@ -161,9 +161,20 @@ QStringList replies() {
     };
 }
 
+// 5: send windows by the recipient's clock. Each item of a campaign with a window names the
+// time zones its recipient may be in (one key per set of zones), so a claim looks only at the
+// items whose window is open now, each key through its own index.
+QStringList sendWindows() {
+    return {
+        QStringLiteral("ALTER TABLE items ADD COLUMN zone_key TEXT"),
+        QStringLiteral("CREATE INDEX items_zone_fresh ON items (campaign, zone_key, position)"
+                       " WHERE state = 'queued' AND requeued_at IS NULL"),
+    };
+}
+
 // In order; a migration once released is never changed, only followed by another.
 const QList<QStringList>& migrations() {
-    static const QList<QStringList> all{tables(), claimIndexes(), sharing(), replies()};
+    static const QList<QStringList> all{tables(), claimIndexes(), sharing(), replies(), sendWindows()};
     return all;
 }
 

@@ -1,5 +1,7 @@
 #include "StoredRun.h"
 
+#include "CampaignOptions.h"
+
 #include "CampaignQueries.h"
 #include "CampaignSenders.h"
 #include "OptOuts.h"
@@ -195,6 +197,9 @@ bool StoredRun::write(const std::function<bool(SqlDatabase&)>& body) {
 
 void StoredRun::begin(const QList<SendingItem>& items, const QString& road) {
     m_road = road;
+    const RunSettings settings = settingsOf(m_info.options, road);
+    m_window = RecipientWindow::of(settings);
+    m_until = settings.until;
     const qint64 now = CampaignStore::now();
     write([&](SqlDatabase& db) {
         if (m_info.attach)
@@ -374,21 +379,24 @@ bool StoredRun::recipientOptedOut(SqlDatabase& db, int position, bool* optedOut)
 }
 
 bool StoredRun::pickRetry(SqlDatabase& db, const QString& device, bool onlyDeviceLeft, const Carries& carries,
-                          qint64 now, std::optional<int>& position) const {
+                          qint64 now, std::optional<int>& position) {
     // A retry whose pause is over, oldest first; one a device refused goes to another device
     // unless this is the only one left. Past one the device does not carry, a few more are
     // looked at: the first it carries goes.
-    const auto carried = [&](const SqlRow& row) { return !carries || carries(row.value(1).toString()); };
+    const auto carried = [&](const SqlRow& row) {
+        return (!carries || carries(row.value(1).toString())) && windowOpen(row.value(2).toString(), now);
+    };
     bool read = true;
     const auto retries = [&](int limit) {
         QList<SqlRow> rows;
-        read =
-            read && db.exec(QStringLiteral("SELECT position, text FROM items WHERE campaign = ? AND state = "
-                                           "'queued' AND requeued_at IS NOT NULL AND not_before <= ?"
-                                           " AND (avoid_device <> ? OR ? = 1) ORDER BY requeued_at, position"
-                                           " LIMIT ?") +
-                                rowLock(db),
-                            {m_campaign, now, device, onlyDeviceLeft ? 1 : 0, limit}, &rows);
+        read = read &&
+               db.exec(
+                   QStringLiteral("SELECT position, text, zone_key FROM items WHERE campaign = ? AND state = "
+                                  "'queued' AND requeued_at IS NOT NULL AND not_before <= ?"
+                                  " AND (avoid_device <> ? OR ? = 1) ORDER BY requeued_at, position"
+                                  " LIMIT ?") +
+                       rowLock(db),
+                   {m_campaign, now, device, onlyDeviceLeft ? 1 : 0, limit}, &rows);
         return rows;
     };
     QList<SqlRow> rows = retries(1);
@@ -418,23 +426,123 @@ bool StoredRun::finishUnsent(SqlDatabase& db, int position, Claim::Kind kind, co
     return true;
 }
 
+bool StoredRun::nextFresh(SqlDatabase& db, qint64 now, QList<SqlRow>& next, QString& zoneKey) {
+    // From where this run's last pick was: the items before it are taken, and a server's index
+    // still holds their old entries until it is vacuumed.
+    const QString select =
+        QStringLiteral("SELECT position, number, text, number_e164 FROM items WHERE campaign = ?"
+                       " AND state = 'queued' AND requeued_at IS NULL AND position >= ?");
+    if (!m_window)
+        return db.exec(select + QStringLiteral(" ORDER BY position LIMIT 1") + rowLock(db),
+                       {m_campaign, m_freshFrom.load()}, &next);
+    // With a send window: the first item of each key whose window is open now, the earliest of
+    // them; a key's items are reached through their own index, however many wait elsewhere.
+    std::lock_guard lock(m_windowMutex);
+    if (!m_zoneKeysRead) {
+        QList<SqlRow> keys;
+        if (!db.exec(QStringLiteral("SELECT DISTINCT zone_key FROM items WHERE campaign = ?"), {m_campaign},
+                     &keys))
+            return false;
+        for (const SqlRow& key : keys)
+            m_zoneFrom.insert(key.value(0).toString(), 0);
+        m_zoneKeysRead = true;
+    }
+    bool anyClosed = false;
+    for (auto it = m_zoneFrom.cbegin(); it != m_zoneFrom.cend(); ++it) {
+        if (!m_window->isOpen(it.key(), now)) {
+            anyClosed = true;
+            continue;
+        }
+        QList<SqlRow> first;
+        if (!db.exec(select + QStringLiteral(" AND zone_key = ? ORDER BY position LIMIT 1") + rowLock(db),
+                     {m_campaign, it.value(), it.key()}, &first))
+            return false;
+        if (!first.isEmpty() &&
+            (next.isEmpty() || first.first().value(0).toLongLong() < next.first().value(0).toLongLong())) {
+            next = first;
+            zoneKey = it.key();
+        }
+    }
+    if (next.isEmpty() && anyClosed)
+        return noteWaiting(db, now);
+    return true;
+}
+
+bool StoredRun::windowOpen(const QString& zoneKey, qint64 now) {
+    std::lock_guard lock(m_windowMutex);
+    return !m_window || m_window->isOpen(zoneKey, now);
+}
+
+bool StoredRun::endUnsent(SqlDatabase& db, qint64 now, QList<Claim>& onTheWay) {
+    QList<SqlRow> rows;
+    if (!db.exec(QStringLiteral("UPDATE items SET state = 'done', status = ?, use_status = 'done',"
+                                " current_status = ?, requeued_at = NULL, changed_at = ?"
+                                " WHERE campaign = ? AND state = 'queued' RETURNING %1")
+                     .arg(kItemColumns),
+                 {kEndTimePassed, QStringLiteral("Done (end time)"), now, m_campaign}, &rows))
+        return false;
+    for (const SqlRow& row : rows) {
+        const SendingItem item = itemOf(row);
+        const int position = int(row.value(0).toLongLong());
+        if (!event(db, m_campaign, position, QStringLiteral("done"), kEndTimePassed, m_claimer))
+            return false;
+        remember(position, row);
+        onTheWay.append({Claim::Kind::Ended, position, item});
+    }
+    return true;
+}
+
+void StoredRun::passFresh(const QString& zoneKey, int position) {
+    if (!m_window) {
+        m_freshFrom = position + 1;
+        return;
+    }
+    std::lock_guard lock(m_windowMutex);
+    m_zoneFrom.insert(zoneKey, position + 1);
+}
+
+// Who waits for their window, told once a minute at most: the key that opens first.
+bool StoredRun::noteWaiting(SqlDatabase& db, qint64 now) {
+    if (now < m_waitNoteUntil)
+        return true;
+    m_waitNoteUntil = now + qint64(60) * 1000;
+    QList<SqlRow> waiting;
+    if (!db.exec(QStringLiteral("SELECT zone_key, COUNT(*) FROM items WHERE campaign = ? AND state = 'queued'"
+                                " AND requeued_at IS NULL GROUP BY zone_key"),
+                 {m_campaign}, &waiting))
+        return false;
+    QString note;
+    qint64 first = 0;
+    for (const SqlRow& row : waiting) {
+        const QString key = row.value(0).toString();
+        const qint64 opening = m_window->nextOpening(key, now);
+        if (opening > now && (first == 0 || opening < first)) {
+            first = opening;
+            note = m_window->waitingText(key, now, int(row.value(1).toLongLong()));
+        }
+    }
+    std::lock_guard lock(m_mutex);
+    m_waitNote = note;
+    return true;
+}
+
+QString StoredRun::waitNote() const {
+    std::lock_guard lock(m_mutex);
+    return m_waitNote;
+}
+
 bool StoredRun::pickFresh(SqlDatabase& db, const QString& device, bool skipDuplicates,
                           const std::function<bool(const QString&)>& isExcluded, const Carries& carries,
                           qint64 now, QList<Claim>& onTheWay, std::optional<int>& position) {
     for (;;) {
         QList<SqlRow> next;
-        // From where this run's last pick was: the items before it are taken, and a server's
-        // index still holds their old entries until it is vacuumed.
-        if (!db.exec(QStringLiteral("SELECT position, number, text, number_e164 FROM items WHERE campaign = ?"
-                                    " AND state = 'queued' AND requeued_at IS NULL AND position >= ?"
-                                    " ORDER BY position LIMIT 1") +
-                         rowLock(db),
-                     {m_campaign, m_freshFrom.load()}, &next))
+        QString zoneKey;
+        if (!nextFresh(db, now, next, zoneKey))
             return false;
         if (next.isEmpty())
             return true;
         const int at = int(next.first().value(0).toLongLong());
-        m_freshFrom = at + 1;
+        passFresh(zoneKey, at);
         const QString number = next.first().value(1).toString();
         std::optional<Claim::Kind> notSent;
         bool optedOut = false;
@@ -486,6 +594,8 @@ std::optional<RunRecord::Claim> StoredRun::claimNext(
         claim.reset();
         if (lapseCheck && !releaseAbandonedClaims(db, m_campaign, m_claimer))
             return false;
+        if (m_until > 0 && now >= m_until)
+            return endUnsent(db, now, onTheWay);
         for (;;) {
             std::optional<int> retry;
             if (!pickRetry(db, device, onlyDeviceLeft, carries, now, retry))

@@ -5,6 +5,7 @@
 // written the moment they happen. The store is the one truth: what the engine and the windows
 // read of an item is read from it, so the run holds in memory only the reports it awaits.
 #include "CampaignStore.h"
+#include "RecipientWindow.h"
 #include "Replies.h"
 #include "sending/RunRecord.h"
 
@@ -62,6 +63,7 @@ public:
     bool anyWaitingOrSending() const override;
     bool allFinished() const override { return !anyWaitingOrSending(); }
     QString failure() const override;
+    QString waitNote() const override;
     void end() override;
     void abandon() override;
 
@@ -80,13 +82,21 @@ private:
     // The retry the device takes next, if any (within a claim's transaction): false when the
     // store could not be read.
     bool pickRetry(SqlDatabase& db, const QString& device, bool onlyDeviceLeft, const Carries& carries,
-                   qint64 now, std::optional<int>& position) const;
+                   qint64 now, std::optional<int>& position);
     // Whether the recipient of the item at position opted out (within a claim's transaction):
     // false when the store could not be read.
     bool recipientOptedOut(SqlDatabase& db, int position, bool* optedOut) const;
     // The next item waiting for its first attempt that the device takes (within a claim's
     // transaction); those on the way that are not to be sent are finished into onTheWay, and
     // those the device does not carry are left to the others. False when the store refused.
+    // The next item waiting for its first attempt (within its send window, when the campaign
+    // has one), and the zone key it was found under; nothing when none may go now.
+    bool nextFresh(SqlDatabase& db, qint64 now, QList<SqlRow>& next, QString& zoneKey);
+    void passFresh(const QString& zoneKey, int position);
+    bool noteWaiting(SqlDatabase& db, qint64 now);
+    bool windowOpen(const QString& zoneKey, qint64 now);
+    // Past the campaign's end time: what still waits is not sent.
+    bool endUnsent(SqlDatabase& db, qint64 now, QList<Claim>& onTheWay);
     bool pickFresh(SqlDatabase& db, const QString& device, bool skipDuplicates,
                    const std::function<bool(const QString&)>& isExcluded, const Carries& carries, qint64 now,
                    QList<Claim>& onTheWay, std::optional<int>& position);
@@ -123,10 +133,18 @@ private:
     // Items waiting for their first attempt are picked in the list's order, once each: no such
     // item lies before this run's last pick (those sent again wait as retries).
     std::atomic<int> m_freshFrom{0};
+    // A campaign with a send window: the same, for each zone key, under its own lock.
+    std::optional<RecipientWindow> m_window;
+    qint64 m_until = 0;
+    std::mutex m_windowMutex;
+    bool m_zoneKeysRead = false;
+    QHash<QString, int> m_zoneFrom;
+    qint64 m_waitNoteUntil = 0;
     mutable std::mutex m_mutex; // what follows
     QHash<int, Awaited> m_awaited;
     mutable QHash<int, SendingItem> m_recent;
     QHash<QPair<QString, int>, int> m_reportKeys; // (device, reference) -> item awaiting its report
     mutable QString m_failure;
+    QString m_waitNote;
     TickerThread m_renewal{QStringLiteral("lease-renewal")};
 };

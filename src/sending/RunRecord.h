@@ -23,7 +23,8 @@ public:
     // What a claim found at an index: an item to send, or one it finished as excluded, skipped
     // or opted out instead (the caller shows it).
     struct Claim {
-        enum class Kind { Send, Excluded, Skipped, OptedOut } kind;
+        // Ended: the campaign's end time passed before the item's turn.
+        enum class Kind { Send, Excluded, Skipped, OptedOut, Ended } kind;
         int index;
         SendingItem item;
     };
@@ -70,6 +71,8 @@ public:
     virtual int awaitingReports(const QString& device = {}) const = 0;
     // Keeps what the device received (replies) for good; false when they could not be kept,
     // and the device then holds them still. A record that keeps nothing leaves them there.
+    // Who waits for their send window, and until when ("" when nobody does).
+    virtual QString waitNote() const { return {}; }
     virtual bool keepReceived(const QString& device, const QList<IncomingMessage>& received) {
         Q_UNUSED(device);
         Q_UNUSED(received);

@@ -28,6 +28,8 @@ inline const QString kExcluded = QStringLiteral("Excluded.");
 inline const QString kSkipped = QStringLiteral("Skipped.");
 // The recipient asked for no more messages (a stop word in a reply, or the operator's word).
 inline const QString kOptedOut = QStringLiteral("Opted out.");
+// The campaign's end time came before the item's turn (its window never opened in time).
+inline const QString kEndTimePassed = QStringLiteral("Not sent: the campaign's end time passed.");
 // Left out on purpose (excluded, a repeat, opted out): not sent, and no failure.
 inline bool leftOutOnPurpose(const QString& status) {
     return status == kExcluded || status == kSkipped || status == kOptedOut;

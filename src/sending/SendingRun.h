@@ -37,6 +37,11 @@ struct RunSettings {
     DelaySchedule schedule;
     bool unicode = false, flash = false, plainPunctuation = false;
     QString footer; // on a line of its own after every message ("" for none)
+    // The hours each recipient may be texted, by their own clock ("09:00-20:00"; "" for any
+    // time); windowZone: one zone for every recipient instead of the one their number says;
+    // until: when what is left goes unsent (ms since the epoch; 0 never).
+    QString sendWindow, windowZone;
+    qint64 until = 0;
     bool skipDuplicates = false, exclusion = false;
     QSet<QString> excludedNumbers;
     bool deliveryReports = false;
@@ -128,7 +133,10 @@ signals:
     // Something the operator should hear of a device that stays in the run (its replies cannot be
     // read); each said once.
     void deviceNotice(const QString& device, const QString& notice);
-    void activity(int value);             // 0 idle, 100 busy
+    void activity(int value); // 0 idle, 100 busy
+    // Who waits for their send window: "waiting for 09:00 in America/Chicago (3 recipients)";
+    // "" once nobody does.
+    void recipientsWaiting(const QString& note);
     void waitingForReports(int awaiting); // 0 when the wait is over
     // Every device has let the run go and the waiting items are marked: the window ends the run.
     void devicesReleased();

@@ -25,6 +25,7 @@ struct SendingRun::Worker {
     bool reportsRouted = false;
     int refusalsInARow = 0;
     QSet<QString> refusedNumbers; // of the refusals in a row
+    QString waitNote;             // who waits for their send window, as last told
 };
 
 OutgoingMessage outgoingMessage(const QString& number, const QString& text, const RunSettings& settings) {
@@ -50,7 +51,7 @@ bool SendingRun::carries(const SendingDevice& device, const QString& text) const
 }
 
 void SendingRun::runDevice(const std::shared_ptr<SendingDevice>& device) {
-    Worker worker{*device, device->name(), m_stop.get_token(), nullptr, false, 0, {}};
+    Worker worker{*device, device->name(), m_stop.get_token(), nullptr, false, 0, {}, {}};
     Guard::run("SendingRun::sendFrom", [&] { sendFrom(worker); });
     {
         std::lock_guard lock(m_devicesMutex);
@@ -120,6 +121,10 @@ bool SendingRun::sendEach(Worker& worker) {
             [&](const QString& text) { return carries(worker.device, text); });
         if (!claim) {
             checkRecord(); // the claim itself may be what could not be kept
+            if (QString note = m_record->waitNote(); note != worker.waitNote) {
+                worker.waitNote = note;
+                toWindow(&SendingRun::recipientsWaiting, note);
+            }
             // A retry waits for its pause, or the other devices hold the last items. The device
             // stays until every item is finished: what another holds may come back to wait
             // (refused, or never handed over), and it must find a device still in the run.

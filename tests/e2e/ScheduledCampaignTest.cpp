@@ -111,4 +111,41 @@ TEST_F(ScheduledCampaignTest, ACampaignForTomorrowMorningGoesThenAndNotBefore) {
     EXPECT_EQ(exitCode, 2);
 }
 
+// A send with quiet hours texts whom it may now, says whom it waits for and until when, and
+// texts them at their own nine o'clock.
+TEST_F(ScheduledCampaignTest, QuietHoursHoldByEachRecipientsClock) {
+    setNow("2026-06-15T10:00:00Z"); // 11:00 in London, 06:00 in New York
+    QProcess sender;
+    sender.setProcessEnvironment(timed());
+    sender.start(QStringLiteral(BULKSMS_EXECUTABLE),
+                 {"send", "--message", "Morning", "--window", "09:00-20:00", "--to", "+447400123456", "--to",
+                  "+12125550123"});
+    ASSERT_TRUE(sender.waitForStarted());
+    ASSERT_TRUE(receivedWithin(1, 30000));
+    QByteArray errors;
+    for (int waited = 0; waited < 30000 && !errors.contains("America/New_York"); waited += 20) {
+        sender.waitForReadyRead(20);
+        errors += sender.readAllStandardError();
+    }
+    EXPECT_TRUE(errors.contains("Waiting for 09:00 in America/New_York (1 recipient)."))
+        << errors.constData();
+    EXPECT_EQ(received(), 1);
+    setNow("2026-06-15T13:00:05Z");
+    ASSERT_TRUE(sender.waitForFinished(30000));
+    EXPECT_EQ(sender.exitCode(), 0) << sender.readAllStandardError().toStdString();
+    EXPECT_EQ(modems.front()->received().last().number, "+12125550123");
+
+    // Windows and zones that cannot be read are refused before anything is sent.
+    int exitCode = -1;
+    QString why;
+    runToEnd(timed(), {"send", "--to", "+447400123456", "--message", "x", "--window", "9-5"}, exitCode, why);
+    EXPECT_EQ(exitCode, 2);
+    runToEnd(timed(),
+             {"send", "--to", "+447400123456", "--message", "x", "--window", "09:00-17:00", "--window-zone",
+              "Mars/Base"},
+             exitCode, why);
+    EXPECT_EQ(exitCode, 2);
+    EXPECT_EQ(received(), 2);
+}
+
 } // namespace
