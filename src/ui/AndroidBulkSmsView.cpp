@@ -2,6 +2,7 @@
 
 #include "AndroidSendingProgressView.h"
 #include "RecipientPanel.h"
+#include "SendLaterButton.h"
 #include "WindowMemory.h"
 #include "list/NumberLoader.h"
 #include "sending/windows/Bulk_SMSAppDelegate.h"
@@ -77,21 +78,8 @@ AndroidBulkSmsView::AndroidBulkSmsView(Bulk_SMSAppDelegate& controller, StoreWin
     bottomBar()->insertWidget(0, send);
     connect(send, &QPushButton::clicked, this, [&controller] { controller.Send_SMS_Btn(); });
     connect(&NumberLoader::of(controller), &NumberLoader::loadingChanged, send, &QPushButton::setDisabled);
-    auto* later = new QPushButton(QStringLiteral("Send later..."), this);
-    later->setObjectName(QStringLiteral("Send_Later_Btn"));
-    bottomBar()->insertWidget(1, later);
-    connect(later, &QPushButton::clicked, this, [&controller] { controller.Send_Later_Btn(); });
-    connect(&NumberLoader::of(controller), &NumberLoader::loadingChanged, later, &QPushButton::setDisabled);
-    // A scheduled campaign that is due but must wait says why here.
-    auto* scheduled = new QLabel(this);
-    scheduled->setObjectName(QStringLiteral("scheduledStatus"));
-    bottomBar()->insertWidget(2, scheduled);
-    const auto showScheduled = [scheduled, &controller] {
-        scheduled->setText(controller.scheduledSend().statusLine());
-        scheduled->setVisible(!scheduled->text().isEmpty());
-    };
-    connect(&controller.scheduledSend(), &ScheduledSend::changed, this, showScheduled);
-    showScheduled();
+    addSendLater(bottomBar(), 1, this, controller, controller.scheduledSend(),
+                 [&controller] { controller.Send_Later_Btn(); });
 
     const auto refresh = [=, &controller] {
         const QSignalBlocker a(singleShot), b(oneByOne), c(standard), d(classic);

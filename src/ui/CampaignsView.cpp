@@ -66,7 +66,7 @@ CampaignsView::CampaignsView(CampaignsWindow& controller, QWidget* parent)
     m_table->verticalHeader()->hide();
     m_table->horizontalHeader()->setStretchLastSection(true);
     m_table->setColumnWidth(0, 50);
-    m_table->setColumnWidth(1, 190); // "Scheduled for" and its time
+    m_table->setColumnWidth(1, 215); // "Scheduled for" and its time
     m_table->setColumnWidth(3, 170);
     for (int column : {4, 5, 6, 7, 8, 9})
         m_table->setColumnWidth(column, 70);

@@ -115,11 +115,12 @@ TEST_F(ScheduledSendTest, SendLaterKeepsTheListAndOptionsAndTheOpenWindowSendsIt
     EXPECT_EQ(c->startAt / 60000, startAt / 60000); // to the minute, as the dialog shows it
     EXPECT_EQ(c->total, 3);
     EXPECT_EQ(c->road, kGsmRoad);
-    EXPECT_EQ(op.alerts().last(),
-              QStringLiteral("\nCampaign %1 is scheduled for %2. This window sends it then through the devices "
-                             "selected here while the program is open; a running bulksms worker sends it too.")
-                  .arg(id)
-                  .arg(SendLater::timeText(c->startAt)));
+    EXPECT_EQ(
+        op.alerts().last(),
+        QStringLiteral("\nCampaign %1 is scheduled for %2. This window sends it then through the devices "
+                       "selected here while the program is open; a running bulksms worker sends it too.")
+            .arg(id)
+            .arg(SendLater::timeText(c->startAt)));
     const std::optional<QList<ReportItem>> items = campaignItems(*store, id);
     ASSERT_TRUE(items && items->size() == 3);
     EXPECT_EQ(items->at(1).number, "+447911123101");
