@@ -19,7 +19,7 @@
 
 namespace {
 
-constexpr qint64 kHour = 3600 * 1000;
+constexpr qint64 kHour = 3600LL * 1000;
 
 // Sets the faked time of day (UTC, ISO) for this process.
 void fakeNow(const QString& isoUtc) {
@@ -92,7 +92,7 @@ TEST_F(ScheduledSendTest, TheDialogOffersTheNextFullHourAndRefusesAPastTime) {
 
     SendLater dialog(op, "Send later");
     EXPECT_EQ(dialog.startAt(), next);
-    const QDateTime past = QDateTime::fromMSecsSinceEpoch(Clock::nowMs() - 5 * 60 * 1000);
+    const QDateTime past = QDateTime::fromMSecsSinceEpoch(Clock::nowMs() - 5LL * 60 * 1000);
     dialog.setStartAt(past);
     dialog.OKPressed();
     EXPECT_FALSE(dialog.isEnded());
@@ -148,7 +148,7 @@ TEST_F(ScheduledSendTest, SendLaterKeepsTheListAndOptionsAndTheOpenWindowSendsIt
         if (!job.isEnded())
             job.CancelPressed();
     });
-    fakeNow(QDateTime::fromMSecsSinceEpoch(c->startAt + 60 * 1000).toUTC().toString(Qt::ISODate));
+    fakeNow(QDateTime::fromMSecsSinceEpoch(c->startAt + 60LL * 1000).toUTC().toString(Qt::ISODate));
     ASSERT_TRUE(spinUntil([&] { return jobShown && !window.sendingUnderWay(); }, std::chrono::seconds(90)));
     EXPECT_EQ(texted(), (QStringList{"+447911123100", "+447911123101", "+447911123102"}));
     for (const sim::ReceivedMessage& m : modem().received())
@@ -169,7 +169,7 @@ TEST_F(ScheduledSendTest, ADueCampaignWithoutADeviceWaitsAndTheStatusLineSaysSo)
     const qint64 id = sendLater(Clock::nowMs() + kHour);
     ASSERT_NE(id, 0);
     const qint64 startAt = campaignSummary(*store, id)->startAt;
-    fakeNow(QDateTime::fromMSecsSinceEpoch(startAt + 60 * 1000).toUTC().toString(Qt::ISODate));
+    fakeNow(QDateTime::fromMSecsSinceEpoch(startAt + 60LL * 1000).toUTC().toString(Qt::ISODate));
     const int alerts = int(op.alerts().size());
     window.scheduledSend().setEnabled(true);
     ASSERT_TRUE(spinUntil([&] { return !window.scheduledSend().statusLine().isEmpty(); }));

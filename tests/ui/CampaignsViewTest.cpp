@@ -156,7 +156,7 @@ TEST_F(CampaignsViewTest, AScheduledCampaignShowsItsTimeWhichChangesAndItCancels
     QList<SendingItem> items(2);
     items[0].number = "1";
     items[1].number = "2";
-    const qint64 at = CampaignStore::now() + 3 * 3600 * 1000;
+    const qint64 at = CampaignStore::now() + 3LL * 3600 * 1000;
     const qint64 id = createCampaign(
         *store, {CampaignStore::folderKey(home.folder), kGsmRoad, "{}", "queued", 0, at}, items);
     ASSERT_NE(id, 0);
@@ -170,13 +170,13 @@ TEST_F(CampaignsViewTest, AScheduledCampaignShowsItsTimeWhichChangesAndItCancels
     screenshot(*view, "campaigns-scheduled");
 
     // Change time: the dialog opens at the campaign's time; a past one is refused, a later kept.
-    const qint64 later = at + 24 * 3600 * 1000;
+    const qint64 later = at + 24LL * 3600 * 1000;
     op.onModal<SendLater>([&](SendLater& d) {
         auto dialogView = shown(d);
         EXPECT_EQ(dialogView->findChild<QDateTimeEdit*>()->dateTime().toString("yyyy-MM-dd HH:mm"),
                   SendLater::timeText(at));
         screenshot(*dialogView, "send-later");
-        d.setStartAt(QDateTime::fromMSecsSinceEpoch(CampaignStore::now() - 3600 * 1000));
+        d.setStartAt(QDateTime::fromMSecsSinceEpoch(CampaignStore::now() - 3600LL * 1000));
         d.OKPressed();
         EXPECT_FALSE(d.isEnded());
         dialogView->findChild<QDateTimeEdit*>()->setDateTime(QDateTime::fromMSecsSinceEpoch(later));
