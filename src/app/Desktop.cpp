@@ -46,6 +46,9 @@ int runDesktop(int argc, char* argv[]) {
     // The open desktop reads replies through the devices its windows selected.
     gsmWindow.replies().setEnabled(true);
     androidWindow.replies().setEnabled(true);
+    // ...and sends the campaigns scheduled from them when their time comes.
+    gsmWindow.scheduledSend().setEnabled(true);
+    androidWindow.scheduledSend().setEnabled(true);
     QTimer::singleShot(0, &app, [&] {
         offerToResumeUnfinishedRun(gsmWindow, androidWindow, op);
         Show_Device_Kind_Selection(op, windows);

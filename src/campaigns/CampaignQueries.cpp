@@ -303,11 +303,35 @@ std::optional<CampaignToSend> nextCampaignToSend(CampaignStore& store, const QSt
                     {road, CampaignStore::now()}, &rows))
                 return false;
             if (!rows.isEmpty())
-                next = CampaignToSend{rows.first().value(0).toLongLong(), rows.first().value(1).toString()};
+                next = CampaignToSend{rows.first().value(0).toLongLong(), rows.first().value(1).toString(), 0,
+                                      0};
             return true;
         },
         error);
     return read ? next : std::nullopt;
+}
+
+std::optional<CampaignToSend> dueScheduledCampaign(CampaignStore& store, const QString& dataFolder,
+                                                   const QString& road, QString* error) {
+    std::optional<CampaignToSend> due;
+    const bool read = store.read(
+        [&](SqlDatabase& db) {
+            QList<SqlRow> rows;
+            if (!db.exec(
+                    QStringLiteral("SELECT c.id, c.options, c.total, c.start_at FROM campaigns c"
+                                   " WHERE c.data_folder = ? AND c.road = ? AND c.state = 'scheduled'"
+                                   " AND c.start_at <= ? AND EXISTS (SELECT 1 FROM items i"
+                                   " WHERE i.campaign = c.id AND i.state = 'queued') ORDER BY c.start_at,"
+                                   " c.id LIMIT 1"),
+                    {dataFolder, road, CampaignStore::now()}, &rows))
+                return false;
+            if (!rows.isEmpty())
+                due = CampaignToSend{rows.first().value(0).toLongLong(), rows.first().value(1).toString(),
+                                     rows.first().value(2).toLongLong(), rows.first().value(3).toLongLong()};
+            return true;
+        },
+        error);
+    return read ? due : std::nullopt;
 }
 
 bool anyInHand(CampaignStore& store, const QString& road) {

@@ -64,8 +64,15 @@ bool releaseAbandonedClaims(SqlDatabase& db, qint64 campaign, const QString& exc
 struct CampaignToSend {
     qint64 id = 0;
     QString options;
+    qint64 total = 0;   // its items
+    qint64 startAt = 0; // when it was scheduled for (0: at once)
 };
 std::optional<CampaignToSend> nextCampaignToSend(CampaignStore& store, const QString& road,
                                                  QString* error = nullptr);
+// The oldest campaign of the data folder (CampaignStore::folderKey) on the road that waits as
+// "scheduled" and whose start time is past, with an item waiting: what a main window open on
+// that folder sends at its time.
+std::optional<CampaignToSend> dueScheduledCampaign(CampaignStore& store, const QString& dataFolder,
+                                                   const QString& road, QString* error = nullptr);
 // An item on the road is in a sender's hands (it may come back to wait).
 bool anyInHand(CampaignStore& store, const QString& road);

@@ -2,6 +2,7 @@
 
 #include "AndroidSendingProgressView.h"
 #include "RecipientPanel.h"
+#include "SendLaterButton.h"
 #include "WindowMemory.h"
 #include "list/NumberLoader.h"
 #include "sending/windows/Bulk_SMSAppDelegate.h"
@@ -9,6 +10,7 @@
 #include <QButtonGroup>
 #include <QGroupBox>
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSignalBlocker>
@@ -76,6 +78,8 @@ AndroidBulkSmsView::AndroidBulkSmsView(Bulk_SMSAppDelegate& controller, StoreWin
     bottomBar()->insertWidget(0, send);
     connect(send, &QPushButton::clicked, this, [&controller] { controller.Send_SMS_Btn(); });
     connect(&NumberLoader::of(controller), &NumberLoader::loadingChanged, send, &QPushButton::setDisabled);
+    addSendLater(bottomBar(), 1, this, controller, controller.scheduledSend(),
+                 [&controller] { controller.Send_Later_Btn(); });
 
     const auto refresh = [=, &controller] {
         const QSignalBlocker a(singleShot), b(oneByOne), c(standard), d(classic);

@@ -66,6 +66,7 @@ CampaignsView::CampaignsView(CampaignsWindow& controller, QWidget* parent)
     m_table->verticalHeader()->hide();
     m_table->horizontalHeader()->setStretchLastSection(true);
     m_table->setColumnWidth(0, 50);
+    m_table->setColumnWidth(1, 215); // "Scheduled for" and its time
     m_table->setColumnWidth(3, 170);
     for (int column : {4, 5, 6, 7, 8, 9})
         m_table->setColumnWidth(column, 70);
@@ -83,10 +84,11 @@ CampaignsView::CampaignsView(CampaignsWindow& controller, QWidget* parent)
     row->addStretch();
     m_open = new QPushButton(QStringLiteral("Open..."), this);
     m_resume = new QPushButton(QStringLiteral("Resume"), this);
+    m_changeTime = new QPushButton(QStringLiteral("Change time..."), this);
     m_cancel = new QPushButton(QStringLiteral("Cancel"), this);
     m_export = new QPushButton(QStringLiteral("Export..."), this);
     auto* close = new QPushButton(QStringLiteral("Close"), this);
-    for (QPushButton* b : {m_open, m_resume, m_cancel, m_export, close}) {
+    for (QPushButton* b : {m_open, m_resume, m_changeTime, m_cancel, m_export, close}) {
         b->setAutoDefault(false);
         row->addWidget(b);
     }
@@ -94,6 +96,7 @@ CampaignsView::CampaignsView(CampaignsWindow& controller, QWidget* parent)
     CampaignsWindow& c = m_controller;
     connect(m_open, &QPushButton::clicked, this, [&c] { c.Open_Btn(); });
     connect(m_resume, &QPushButton::clicked, this, [&c] { c.Resume_Btn(); });
+    connect(m_changeTime, &QPushButton::clicked, this, [&c] { c.Change_Time_Btn(); });
     connect(m_cancel, &QPushButton::clicked, this, [&c] { c.Cancel_Btn(); });
     connect(m_export, &QPushButton::clicked, this, [&c] { c.Export_Btn(); });
     connect(close, &QPushButton::clicked, this, [&c] { c.Close_Btn(); });
@@ -120,5 +123,6 @@ void CampaignsView::refresh() {
     m_open->setEnabled(m_controller.selectionEnabled());
     m_export->setEnabled(m_controller.selectionEnabled());
     m_resume->setEnabled(m_controller.resumeEnabled());
+    m_changeTime->setEnabled(m_controller.changeTimeEnabled());
     m_cancel->setEnabled(m_controller.cancelEnabled());
 }

@@ -26,6 +26,7 @@ private:
     QLabel* m_wait;
     QPushButton* m_open;
     QPushButton* m_resume;
+    QPushButton* m_changeTime;
     QPushButton* m_cancel;
     QPushButton* m_export;
 };

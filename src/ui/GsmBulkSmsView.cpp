@@ -1,6 +1,7 @@
 #include "GsmBulkSmsView.h"
 
 #include "RecipientPanel.h"
+#include "SendLaterButton.h"
 #include "WindowMemory.h"
 #include "list/NumberLoader.h"
 #include "sending/windows/Gsm_Bulk_Sms_Wnd.h"
@@ -32,32 +33,34 @@ GsmBulkSmsView::GsmBulkSmsView(Gsm_Bulk_Sms_Wnd& controller, StoreWindows& store
     connect(send, &QPushButton::clicked, this, [&controller] { controller.Send_SMS_Btn(); });
     // A file load fills the list from a worker: no sending until it is done.
     connect(&NumberLoader::of(controller), &NumberLoader::loadingChanged, send, &QPushButton::setDisabled);
+    addSendLater(bottomBar(), 1, this, controller, controller.scheduledSend(),
+                 [&controller] { controller.Send_Later_Btn(); });
 
     // The ports verified for the last run; the job reads the choice, so it is shown, not edited.
     auto* ports = new QComboBox(this);
     ports->setObjectName(QStringLiteral("_cb_ports_ComboBox_Sending"));
     ports->setEnabled(false);
     ports->setMinimumWidth(180);
-    bottomBar()->insertWidget(1, new QLabel(QStringLiteral("Sending through:"), this));
-    bottomBar()->insertWidget(2, ports);
+    bottomBar()->insertWidget(3, new QLabel(QStringLiteral("Sending through:"), this));
+    bottomBar()->insertWidget(4, ports);
     auto* retries = new QSpinBox(this);
     retries->setObjectName(QStringLiteral("retries"));
     retries->setRange(0, RunSettings::kMaxRetries);
     retries->setToolTip(QStringLiteral("Further attempts for a message the network refused, on another "
                                        "device where there is one."));
-    bottomBar()->insertWidget(3, new QLabel(QStringLiteral("Retries:"), this));
-    bottomBar()->insertWidget(4, retries);
+    bottomBar()->insertWidget(5, new QLabel(QStringLiteral("Retries:"), this));
+    bottomBar()->insertWidget(6, retries);
     connect(retries, &QSpinBox::valueChanged, this,
             [&controller](int value) { controller.setRetries(value); });
     auto* reports = new QCheckBox(QStringLiteral("Request delivery reports"), this);
     reports->setObjectName(QStringLiteral("deliveryReports"));
     reports->setToolTip(QStringLiteral("Ask the network to report whether each message reached its "
                                        "recipient; the sending window shows it as the reports come."));
-    bottomBar()->insertWidget(5, reports);
+    bottomBar()->insertWidget(7, reports);
     connect(reports, &QCheckBox::toggled, this,
             [&controller](bool on) { controller.setDeliveryReports(on); });
     auto* wait = new QLabel(QStringLiteral("Checking the devices, please wait..."), this);
-    bottomBar()->insertWidget(6, wait);
+    bottomBar()->insertWidget(8, wait);
     const auto refresh = [ports, wait, retries, reports, &controller] {
         if (retries->value() != controller.retries()) {
             const QSignalBlocker block(retries);

@@ -22,6 +22,7 @@
 #include "MobileSelView.h"
 #include "OpenExportLogView.h"
 #include "SelectedDeviceDetailsView.h"
+#include "SendLaterView.h"
 #include "SendMsgInfoView.h"
 #include "SendingJobView.h"
 #include "SentItemsView.h"
@@ -94,6 +95,7 @@ void registerStandardViews() {
     addView<OneByOneCopyFailureView, OneByOneCopyFailure>();
     addView<FillMsgInListView, Fill_Msg_In_List>();
     addView<SendMsgInfoView, Send_Msg_Info>();
+    addView<SendLaterView, SendLater>();
     addView<SendingJobView, SMS_Sending>(QStringLiteral("sendingJobWindow"));
     addView<UpdateNumSmsView, Update_Num_SMS>();
     addView<UpdateSelNumSmsView, Update_Sel_Num_SMS>();

@@ -5,16 +5,19 @@
 #include "android/windows/Android_Ph_List_Wnd.h"
 #include "android/windows/OneByOneCopyFailure.h"
 #include "android/windows/SingleShotCopyFailure.h"
+#include "campaigns/CampaignQueries.h"
 #include "campaigns/CampaignStore.h"
 #include "campaigns/Replies.h"
 #include "core/Clock.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
+#include "core/WallClock.h"
 #include "list/windows/Send_Msg_Info.h"
 #include "sending/windows/Bulk_SMSAppDelegate.h"
 #include "sending/windows/Gsm_Bulk_Sms_Wnd.h"
 #include "sending/windows/ResumeOffer.h"
 #include "sending/windows/SMS_Sending.h"
+#include "sending/windows/SendLater.h"
 #include "sim/VirtualModem.h"
 #include "stores/SentItemFile.h"
 #include "stores/TemplateFile.h"
@@ -730,6 +733,50 @@ TEST_F(AndroidSendingTest, TheOpenWindowReadsThePhonesInboxBetweenRuns) {
     rows.sort();
     EXPECT_EQ(rows, (QStringList{"VIRTUAL PHONE 5G|" + kAndroidRoad + "|+447400123456|Thanks!|campaign",
                                  "VIRTUAL PHONE 5G|" + kAndroidRoad + "|+447400123458|Open on Sunday?|-"}));
+}
+
+// Send later: the list kept as a scheduled campaign goes through the selected phone once its
+// time comes, and not before; the window's list stays as it is.
+TEST_F(AndroidSendingTest, AScheduledCampaignIsSentThroughThePhoneAtItsTimeOnly) {
+    qputenv("BULKSMS_FAKE_NOW", "2026-11-26T07:10:00Z");
+    Clock::readNowFromEnvironment();
+    startPhones(one(installed()));
+    auto window = windowWith({{"1", "Doors open at nine"}, {"2", "Doors open at nine"}});
+    window->prev_composer_msg = window->composerText();
+    const qint64 startAt = Clock::nowMs() + 3600LL * 1000;
+    op.onModal<SendLater>([startAt](SendLater& d) {
+        d.setStartAt(QDateTime::fromMSecsSinceEpoch(startAt));
+        d.OKPressed();
+    });
+    window->Send_Later_Btn();
+    const std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(home.folder, nullptr);
+    ASSERT_TRUE(store);
+    const std::optional<QList<CampaignSummary>> made = listCampaigns(*store);
+    ASSERT_TRUE(made && made->size() == 1);
+    const CampaignSummary scheduled = made->first();
+    EXPECT_EQ(scheduled.state, "scheduled");
+    EXPECT_EQ(scheduled.road, kAndroidRoad);
+
+    window->scheduledSend().setEnabled(true);
+    spinUntil([] { return false; }, std::chrono::milliseconds(300)); // ten checks at this clock
+    EXPECT_TRUE(sentMessages().isEmpty());
+    EXPECT_EQ(campaignSummary(*store, scheduled.id)->state, "scheduled");
+
+    qputenv("BULKSMS_FAKE_NOW", QDateTime::fromMSecsSinceEpoch(scheduled.startAt + 60LL * 1000)
+                                    .toUTC()
+                                    .toString(Qt::ISODate)
+                                    .toUtf8());
+    Clock::readNowFromEnvironment();
+    EXPECT_TRUE(spinUntil([&] { return window->lastRunEnd() == Bulk_SMSAppDelegate::RunEnd::Completed; },
+                          std::chrono::seconds(60)));
+    window->waitForSend();
+    window->scheduledSend().setEnabled(false);
+    qunsetenv("BULKSMS_FAKE_NOW");
+    Clock::readNowFromEnvironment();
+    EXPECT_EQ(sentMessages(),
+              (QStringList{"1|Doors open at nine|standard", "2|Doors open at nine|standard"}));
+    EXPECT_EQ(campaignSummary(*store, scheduled.id)->state, "finished");
+    EXPECT_EQ(window->list().size(), 2);
 }
 
 } // namespace

@@ -6,12 +6,14 @@
 #include "core/FileUtils.h"
 #include "sending/windows/CampaignsWindow.h"
 #include "sending/windows/Gsm_Bulk_Sms_Wnd.h"
+#include "sending/windows/SendLater.h"
 #include "stores/windows/ExportDialogs.h"
 #include "ui/ViewRegistry.h"
 
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
 
+#include <QDateTimeEdit>
 #include <QDialog>
 #include <QPushButton>
 #include <QTableView>
@@ -148,6 +150,52 @@ TEST_F(CampaignsViewTest, ResumesACampaignThatBrokeOffIntoTheGsmListButNotOneASe
     EXPECT_EQ(columnOf(gsm.list().records(), kNumberKey), (QStringList{"2", "3"}));
     EXPECT_TRUE(gsm.carriedRun().resuming());
     EXPECT_TRUE(window.isEnded());
+}
+
+TEST_F(CampaignsViewTest, AScheduledCampaignShowsItsTimeWhichChangesAndItCancels) {
+    QList<SendingItem> items(2);
+    items[0].number = "1";
+    items[1].number = "2";
+    const qint64 at = CampaignStore::now() + 3LL * 3600 * 1000;
+    const qint64 id = createCampaign(
+        *store, {CampaignStore::folderKey(home.folder), kGsmRoad, "{}", "queued", 0, at}, items);
+    ASSERT_NE(id, 0);
+    auto view = shown(window);
+    read();
+    auto* table = view->findChild<QTableView*>();
+    const auto state = [&] { return table->model()->index(0, 1).data().toString(); };
+    EXPECT_EQ(state(), "Scheduled for " + SendLater::timeText(at));
+    table->selectRow(0);
+    EXPECT_FALSE(window.resumeEnabled());
+    screenshot(*view, "campaigns-scheduled");
+
+    // Change time: the dialog opens at the campaign's time; a past one is refused, a later kept.
+    const qint64 later = at + 24LL * 3600 * 1000;
+    op.onModal<SendLater>([&](SendLater& d) {
+        auto dialogView = shown(d);
+        EXPECT_EQ(dialogView->findChild<QDateTimeEdit*>()->dateTime().toString("yyyy-MM-dd HH:mm"),
+                  SendLater::timeText(at));
+        screenshot(*dialogView, "send-later");
+        d.setStartAt(QDateTime::fromMSecsSinceEpoch(CampaignStore::now() - 3600LL * 1000));
+        d.OKPressed();
+        EXPECT_FALSE(d.isEnded());
+        dialogView->findChild<QDateTimeEdit*>()->setDateTime(QDateTime::fromMSecsSinceEpoch(later));
+        d.OKPressed();
+    });
+    click(*view, "Change time...");
+    EXPECT_TRUE(op.alerts().at(op.alerts().size() - 2).contains("has already passed"));
+    EXPECT_EQ(op.alerts().last(),
+              QStringLiteral("\nCampaign %1 is scheduled for %2.").arg(id).arg(SendLater::timeText(later)));
+    EXPECT_EQ(campaignSummary(*store, id)->startAt / 60000, later / 60000);
+    EXPECT_EQ(campaignSummary(*store, id)->state, "scheduled");
+    EXPECT_TRUE(spinUntil([&] { return state() == "Scheduled for " + SendLater::timeText(later); }));
+
+    op.answerYes();
+    click(*view, "Cancel");
+    EXPECT_EQ(op.alerts().last(),
+              QStringLiteral("\nCampaign %1 cancelled: 2 recipients will not be sent.").arg(id));
+    EXPECT_TRUE(spinUntil([&] { return state() == "cancelled"; }));
+    EXPECT_FALSE(window.changeTimeEnabled());
 }
 
 TEST_F(CampaignsViewTest, AStoreThatRefusesEveryReadIsToldOnce) {

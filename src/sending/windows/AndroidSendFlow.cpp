@@ -85,8 +85,14 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
         return;
     if (!Fill_Exclusion_Num_List())
         return; // its people would be messaged
+    startRun(m_carried.resuming() ? list().records() : m_lastRun.chosenRows(), std::nullopt);
+}
+
+void Bulk_SMSAppDelegate::startRun(const RecordList& records,
+                                   const std::optional<CampaignToSend>& scheduled) {
     if (m_run)
         m_run->join();
+    m_attached = scheduled.has_value();
     m_sendInProgress = true;
     m_replies.update(); // the phones are the run's from now on
     dataFolder().Check_Path_And_Create_Files();
@@ -97,21 +103,25 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     m_notConnected = std::make_shared<std::atomic<bool>>(false);
     m_progress.clearStop();
     m_countdown.Pause_Timer_Running = false;
-    setNumberField(QString());
-    emit sendingRowShown(m_lastRun.listRowOf(0));
-    const RecordList records = m_carried.resuming() ? list().records() : m_lastRun.chosenRows();
+    // A scheduled campaign is sent from the store: the list and the operator's typing stay.
+    const int total = scheduled ? int(scheduled->total) : int(records.size());
+    if (!m_attached) {
+        setNumberField(QString());
+        emit sendingRowShown(m_lastRun.listRowOf(0));
+    }
     m_progress.start([&](AndroidSendingProgress::State& s) {
         s.visible = true;
         s.singleShot = m_singleShot;
-        s.total = int(records.size());
-        s.totalText = QString::number(records.size());
+        s.total = total;
+        s.totalText = QString::number(total);
         s.statusText = kInitializing;
     });
     m_busy.startTimerThread();
     DelayedDeliveryPause::Hooks hooks;
     hooks.stopActivity = [this] { m_busy.stop(); };
     hooks.startActivity = [this] { m_busy.startTimerThread(); };
-    Campaign campaign{runSettings(), {}, m_carried.take()};
+    Campaign campaign = scheduled ? Campaign{runSettingsOf(*scheduled), {}, 0, scheduled->id}
+                                  : Campaign{runSettings(), {}, m_carried.take()};
     campaign.rows.reserve(records.size());
     for (const Record& record : records)
         campaign.rows.append({recipientNumber(record), record.value(kMessageKey)});
@@ -199,7 +209,9 @@ QList<TickedPhone> Bulk_SMSAppDelegate::selectedPhones() const {
 }
 
 void Bulk_SMSAppDelegate::watch(SendingRun& run) {
-    connect(&run, &SendingRun::loaded, this, [this](const QList<SendingItem>& items) {
+    connect(&run, &SendingRun::loaded, this, [this](const QList<SendingItem>& loaded) {
+        // A campaign taken up from the store loads nothing: its items are the store's.
+        const QList<SendingItem> items = loaded.isEmpty() && m_attached ? m_run->record().all() : loaded;
         RecordList rows;
         rows.reserve(items.size());
         for (const SendingItem& item : items)
@@ -241,7 +253,8 @@ void Bulk_SMSAppDelegate::showItem(int index, const SendingItem& item, bool coun
     m_progress.showRow(index, itemRecord(item));
     const int total = m_progress.state().total;
     if (item.useStatus == UseStatus::Sending) {
-        emit sendingRowShown(m_lastRun.listRowOf(index));
+        if (!m_attached)
+            emit sendingRowShown(m_lastRun.listRowOf(index));
         // The phone sends a long message by itself: its parts are counted, not followed.
         const int parts = SmsParts::costOf(item.message, false).parts;
         m_progress.phoneSending(
@@ -290,8 +303,10 @@ void Bulk_SMSAppDelegate::afterRun() {
     });
     if (m_runEnd == RunEnd::Completed && !anyReached && !all.isEmpty())
         m_runEnd = RunEnd::NothingReached;
-    m_lastRun.remember(all, list());
-    const int notYetSent = notYetSentCount(all);
+    // A scheduled campaign's recipients are not the list's rows: the list's last run stays.
+    if (!m_attached)
+        m_lastRun.remember(all, list());
+    const int notYetSent = m_attached ? 0 : notYetSentCount(all);
     m_progress.update([notYetSent](AndroidSendingProgress::State& s) {
         s.sendRestText = notYetSent > 0 ? notYetSentOffer(notYetSent) : QString();
     });

@@ -19,6 +19,10 @@ Bulk_SMSAppDelegate::Bulk_SMSAppDelegate(Operator& op, DataFolder folder, Defaul
       m_busy([this] {
           m_progress.update([](AndroidSendingProgress::State& s) { s.busy = nextActivityValue(s.busy); });
       }),
+      m_scheduledSend(dataFolder(), kAndroidRoad,
+                      {[this] { return m_sendInProgress.load(); },
+                       [this] { return !selectedPhones().isEmpty(); },
+                       [this](const CampaignToSend& due) { startRun({}, due); }}),
       m_replies(
           op, dataFolder(), kAndroidRoad,
           [this] {

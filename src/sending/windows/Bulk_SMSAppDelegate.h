@@ -3,6 +3,7 @@
 // list and composer, the sending mode radios, the device buttons, and the Send flow that runs
 // the list through the chosen phone on the sending engine (single-shot as one batch).
 #include "LastRun.h"
+#include "ScheduledSend.h"
 #include "WindowReplies.h"
 #include "android/AndroidSelection.h"
 #include "android/windows/AndroidSendingProgress.h"
@@ -53,6 +54,11 @@ public:
 
     // --- Sending.
     void Send_SMS_Btn();
+    // "Send later...": the checks and questions of Send, then the time; the list and the options
+    // become a campaign that waits for it (this window sends it then, as does a worker).
+    void Send_Later_Btn();
+    // The watch that sends this window's scheduled campaigns at their time (the desktop turns it on).
+    ScheduledSend& scheduledSend() { return m_scheduledSend; }
     bool sendInProgress() const { return m_sendInProgress; }
     // Waits until the run has ended and its end is shown; runs only the run's hand-offs meanwhile.
     void waitForSend();
@@ -90,6 +96,10 @@ protected:
 
 private:
     RunSettings runSettings();
+    // A scheduled campaign's settings as its creator kept them, with this window's phones and files.
+    RunSettings runSettingsOf(const CampaignToSend& scheduled);
+    // The run over the records, or over the scheduled campaign of the store when there is one.
+    void startRun(const RecordList& records, const std::optional<CampaignToSend>& scheduled);
     QList<DeviceOpener> phoneOpeners();
     // The phones a run would send through: the ticked ones, else the one found (none when no
     // phone is selected).
@@ -117,5 +127,7 @@ private:
     LastRun m_lastRun;
     bool m_singleShot = false;
     bool m_classic = false;
+    bool m_attached = false; // the run sends a scheduled campaign of the store, not the list
+    ScheduledSend m_scheduledSend;
     WindowReplies m_replies; // last: it stops reading before the rest goes
 };

@@ -1,5 +1,6 @@
 #include "CampaignPage.h"
 
+#include "SendLater.h"
 #include "sending/SendingItems.h"
 
 #include <QDateTime>
@@ -14,9 +15,16 @@ QString localTime(qint64 msSinceEpoch) {
                : QDateTime::fromMSecsSinceEpoch(msSinceEpoch).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
 }
 
+QString stateText(const CampaignSummary& c) {
+    if (c.state == QLatin1String("scheduled"))
+        return QStringLiteral("Scheduled for %1").arg(SendLater::timeText(c.startAt));
+    return c.state;
+}
+
 QList<QList<CampaignPage::Figure>> CampaignPage::figures() const {
     const CampaignSummary& c = m_summary;
-    const QString state = c.reason.isEmpty() ? c.state : QStringLiteral("%1 (%2)").arg(c.state, c.reason);
+    const QString state =
+        c.reason.isEmpty() ? stateText(c) : QStringLiteral("%1 (%2)").arg(stateText(c), c.reason);
     const auto number = [](qint64 n) { return QString::number(n); };
     return {
         {{QStringLiteral("State"), state}, // a label, not a record key

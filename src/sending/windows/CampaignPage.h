@@ -39,3 +39,5 @@ private:
 // and time; "" for 0, not yet).
 QString roadName(const QString& road);
 QString localTime(qint64 msSinceEpoch);
+// A campaign's state as the windows show it: "Scheduled for <time>" while it waits for its time.
+QString stateText(const CampaignSummary& campaign);

@@ -1,6 +1,7 @@
 #include "CampaignsWindow.h"
 
 #include "ResumeOffer.h"
+#include "SendLater.h"
 #include "SendingReportExport.h"
 #include "campaigns/CampaignItems.h"
 #include "campaigns/CampaignStore.h"
@@ -39,7 +40,7 @@ QStringList CampaignsWindow::columnTitles() {
 }
 
 QStringList CampaignsWindow::rowTexts(const CampaignSummary& c) {
-    return {QString::number(c.id),      c.state,
+    return {QString::number(c.id),      stateText(c),
             roadName(c.road),           c.createdBy,
             QString::number(c.sent),    QString::number(c.failed),
             QString::number(c.unknown), QString::number(c.total),
@@ -138,6 +139,14 @@ bool CampaignsWindow::cancellable(const CampaignSummary& c) {
         .contains(c.state);
 }
 
+bool CampaignsWindow::reschedulable(const CampaignSummary& c) {
+    return c.state == QLatin1String("scheduled");
+}
+
+bool CampaignsWindow::changeTimeEnabled() const {
+    return selected() != nullptr && reschedulable(*selected());
+}
+
 bool CampaignsWindow::resumeEnabled() const { return selected() != nullptr && resumable(*selected()); }
 
 bool CampaignsWindow::cancelEnabled() const { return selected() != nullptr && cancellable(*selected()); }
@@ -197,6 +206,27 @@ void CampaignsWindow::Cancel_Btn() {
                 .arg(counted(*waiting, QStringLiteral("recipient"), QStringLiteral("recipients"))));
     else if (!why.isEmpty())
         m_op.Show_MessageBox(errorInFileAccessing(why));
+    refresh();
+}
+
+void CampaignsWindow::Change_Time_Btn() {
+    if (!changeTimeEnabled())
+        return;
+    const qint64 id = m_selected;
+    SendLater dialog(m_op, QStringLiteral("Change the time of campaign %1").arg(id), selected()->startAt);
+    if (m_op.runModal(dialog) != 1)
+        return;
+    QString why;
+    const std::shared_ptr<CampaignStore> opened = store(&why);
+    if (opened && rescheduleCampaign(*opened, id, dialog.startAtMs(), &why))
+        m_op.Show_MessageBox(QStringLiteral("Campaign %1 is scheduled for %2.")
+                                 .arg(id)
+                                 .arg(SendLater::timeText(dialog.startAtMs())));
+    else if (!why.isEmpty())
+        m_op.Show_MessageBox(errorInFileAccessing(why));
+    else // a sender took it up meanwhile, or it was cancelled
+        m_op.Show_MessageBox(
+            QStringLiteral("Campaign %1 no longer waits for its time: it was not changed.").arg(id));
     refresh();
 }
 

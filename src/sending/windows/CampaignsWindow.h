@@ -48,8 +48,11 @@ public:
     // unfinished.
     bool resumable(const CampaignSummary& campaign) const;
     static bool cancellable(const CampaignSummary& campaign);
+    // A campaign waiting for its time: its time may change.
+    static bool reschedulable(const CampaignSummary& campaign);
     bool resumeEnabled() const;
     bool cancelEnabled() const;
+    bool changeTimeEnabled() const;
     bool selectionEnabled() const { return selectedRow() >= 0; } // Open and Export
     bool pleaseWaitShown() const { return m_pleaseWait; }
 
@@ -59,6 +62,8 @@ public:
     void Open_Btn();
     void Resume_Btn();
     void Cancel_Btn();
+    // "Change time...": the Send later dialog at the campaign's time; OK moves it there.
+    void Change_Time_Btn();
     void Export_Btn();
     void Close_Btn();
 

@@ -14,6 +14,11 @@ Gsm_Bulk_Sms_Wnd::Gsm_Bulk_Sms_Wnd(Operator& op, DataFolder folder, DefaultCount
     : BulkSmsWindow(Kind::Gsm, op, std::move(folder), country, spreadsheets, parent),
       m_devices(op, selection(), DeviceSettingsMemory(dataFolder())),
       m_deviceDetails(op, selection(), DeviceSettingsMemory(dataFolder())),
+      m_scheduledSend(
+          dataFolder(), kGsmRoad,
+          {[this] { return sendingUnderWay(); },
+           [this] { return !selection().sel_port_bsd_str.isEmpty() && !deviceChoices().isEmpty(); },
+           [this](const CampaignToSend& due) { sendScheduled(due); }}),
       m_replies(
           op, dataFolder(), kGsmRoad,
           [this] {
@@ -52,6 +57,29 @@ void Gsm_Bulk_Sms_Wnd::openDeviceSearchWindow(std::function<void(bool)> reported
     // window otherwise lets the operator choose again.
     const int code = op().runModal(m_devices);
     reported(code == 1 || code == 0);
+}
+
+RunSettings Gsm_Bulk_Sms_Wnd::runSettings() const {
+    RunSettings settings;
+    settings.schedule = delaySchedule();
+    settings.unicode = unicode();
+    settings.plainPunctuation = plainPunctuation();
+    settings.footer = footer();
+    settings.retries = retries();
+    settings.deliveryReports = deliveryReports();
+    settings.flash = isFlashMessage();
+    settings.skipDuplicates = skipDuplicates();
+    settings.exclusion = exclusion();
+    settings.saveSentItems = saveSentItems();
+    settings.saveTemplates = saveTemplates();
+    settings.sentItemsPath = dataFolder().SentItem_File_Path();
+    settings.loadedDevice = selection().sel_port_bsd_str;
+    settings.openingGap = std::chrono::seconds(2);
+    settings.country = defaultCountry();
+    if (settings.exclusion)
+        for (const Record& record : exclusionSet().records())
+            settings.excludedNumbers.insert(recipientNumber(record));
+    return settings;
 }
 
 SMS_Sending& Gsm_Bulk_Sms_Wnd::sendingJob() {

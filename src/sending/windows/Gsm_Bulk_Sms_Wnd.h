@@ -2,6 +2,7 @@
 // The GSM main window's controller: the shared list and composer, the device choice, and
 // the Send flow that checks everything, verifies the chosen ports and opens the sending job.
 #include "LastRun.h"
+#include "ScheduledSend.h"
 #include "WindowReplies.h"
 #include "campaigns/CampaignResume.h"
 #include "core/WorkerThread.h"
@@ -34,6 +35,17 @@ public:
     // then checked on workers and the job opens a second later.
     void Send_SMS_Btn() { Send_SMS_BY_Multi_Port(); }
     void Send_SMS_BY_Multi_Port();
+    // "Send later...": the checks and questions of Send, then the time; the list and the options
+    // become a campaign that waits for it (this window sends it then, as does a worker).
+    void Send_Later_Btn();
+    // The watch that sends this window's scheduled campaigns at their time (the desktop turns it on).
+    ScheduledSend& scheduledSend() { return m_scheduledSend; }
+    // The scheduled campaign the run about to start sends instead of the list (taken by the job).
+    std::optional<CampaignToSend> takeScheduledRun() { return std::exchange(m_scheduledRun, std::nullopt); }
+    // The settings a Send of the list would run with.
+    RunSettings runSettings() const;
+    // A scheduled campaign's settings as its creator kept them, with this window's devices and files.
+    RunSettings runSettingsOf(const CampaignToSend& scheduled) const;
     // From Send until the job window has closed (or the flow ended before it): a press of Send
     // meanwhile is ignored, and the command line waits for it.
     bool sendingUnderWay() const;
@@ -102,6 +114,11 @@ private:
     static constexpr int kParallelPortChecks = 8;
     QString describeDevice(const QString& path) const;
     void setPleaseWait(bool shown);
+    // A scheduled campaign whose time came: the chosen ports checked (without a box: nobody may
+    // be there), then the job sends it through those that answer.
+    void sendScheduled(const CampaignToSend& due);
+    // The ports that answered, for a scheduled run: every one of them, as "All" chooses.
+    void takeWorkingPorts(const QStringList& paths, const QList<bool>& works);
 
     GSM_Device_List_Wnd m_devices;
     Selected_Device_Details_GSM m_deviceDetails;
@@ -116,5 +133,7 @@ private:
     LastRun m_lastRun;
     bool m_sendInProgress = false; // from Send until the job opens: a second press is ignored
     WorkerThread m_portCheck{QStringLiteral("port-checks")};
+    std::optional<CampaignToSend> m_scheduledRun;
+    ScheduledSend m_scheduledSend;
     WindowReplies m_replies; // last: it stops reading before the rest goes
 };

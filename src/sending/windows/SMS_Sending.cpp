@@ -75,10 +75,14 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
         curr_send_item_4_th = 0;
         m_portStatuses.clear();
         wait_to_fins_running = false;
-        const RecordList rows = m_window.rowsToSend();
-        tot_main_list_count = int(rows.size());
+        // A scheduled campaign whose time came is sent from the store, the list left as it is.
+        const std::optional<CampaignToSend> scheduled = m_window.takeScheduledRun();
+        m_attached = scheduled.has_value();
+        const RecordList rows = scheduled ? RecordList{} : m_window.rowsToSend();
+        const int total = scheduled ? int(scheduled->total) : int(rows.size());
+        tot_main_list_count = total;
         m_table.clear();
-        m_overallMax = int(rows.size());
+        m_overallMax = total;
         m_overallValue = 0;
         m_activityValue = 0;
         m_activityVisible = false;
@@ -87,16 +91,17 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
         m_state = RunState::Populating;
         m_notice = QStringLiteral("It may take a while, Please wait...\n\n") + kNotice;
         m_title = kSendingTitle;
-        m_totalLabel = QString::number(rows.size());
-        Show_curr_msg_count(int(rows.size()), 1);
-        const RunSettings settings = copyRunSettings();
+        m_totalLabel = QString::number(total);
+        Show_curr_msg_count(total, 1);
+        const RunSettings settings = scheduled ? m_window.runSettingsOf(*scheduled) : m_window.runSettings();
         m_deliveryReports = settings.deliveryReports;
         DelayedDeliveryPause::Hooks hooks{
             [this] { ui([] {}); },
             [this](bool visible) { ui([this, visible] { m_progressTextVisible = visible; }); },
             [this] { m_activity.stop(); }, [this] { m_activity.startTimerThread(); },
             [this] { ui([this] { m_activityValue = 0; }); }};
-        Campaign campaign{settings, {}, m_window.carriedRun().take()};
+        Campaign campaign{
+            settings, {}, scheduled ? 0 : m_window.carriedRun().take(), scheduled ? scheduled->id : 0};
         campaign.rows.reserve(rows.size());
         for (const Record& row : rows)
             campaign.rows.append(
@@ -124,29 +129,6 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
             },
             [stop] { return stop.stop_requested(); });
     });
-}
-
-RunSettings SMS_Sending::copyRunSettings() const {
-    RunSettings settings;
-    settings.schedule = m_window.delaySchedule();
-    settings.unicode = m_window.unicode();
-    settings.plainPunctuation = m_window.plainPunctuation();
-    settings.footer = m_window.footer();
-    settings.retries = m_window.retries();
-    settings.deliveryReports = m_window.deliveryReports();
-    settings.flash = m_window.isFlashMessage();
-    settings.skipDuplicates = m_window.skipDuplicates();
-    settings.exclusion = m_window.exclusion();
-    settings.saveSentItems = m_window.saveSentItems();
-    settings.saveTemplates = m_window.saveTemplates();
-    settings.sentItemsPath = m_window.dataFolder().SentItem_File_Path();
-    settings.loadedDevice = m_window.selection().sel_port_bsd_str;
-    settings.openingGap = 2s;
-    settings.country = m_window.defaultCountry();
-    if (settings.exclusion)
-        for (const Record& record : m_window.exclusionSet().records())
-            settings.excludedNumbers.insert(recipientNumber(record));
-    return settings;
 }
 
 QList<ModemChoice> SMS_Sending::chosenModems() const {
@@ -214,7 +196,9 @@ void SMS_Sending::watch(SendingRun& run) {
     connect(&run, &SendingRun::devicesReleased, this, &SMS_Sending::afterDevicesReleased);
 }
 
-void SMS_Sending::afterLoading(const QList<SendingItem>& items) {
+void SMS_Sending::afterLoading(const QList<SendingItem>& loaded) {
+    // A campaign taken up from the store loads nothing: its items are the store's.
+    const QList<SendingItem> items = loaded.isEmpty() && m_attached ? m_run->record().all() : loaded;
     RecordList records;
     records.reserve(items.size());
     int finished = 0;

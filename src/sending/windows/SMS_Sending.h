@@ -110,7 +110,6 @@ private:
     // Where the run stands; the status line shows it.
     enum class RunState { Idle, Populating, Sending, Finished };
 
-    RunSettings copyRunSettings() const;
     QList<ModemChoice> chosenModems() const;
     void watch(SendingRun& run);
     void afterLoading(const QList<SendingItem>& items);
@@ -135,6 +134,7 @@ private:
     SendingRun* m_run = nullptr; // the campaign's run, while there is one
     RecordTable m_table;
     bool m_deliveryReports = false; // asked for by the current run
+    bool m_attached = false;        // the run sends a scheduled campaign of the store, not the list
     PauseCountdown m_pause;
     ActivityIndicator m_activity;
 

@@ -67,8 +67,10 @@ void SMS_Sending::Wait_to_finish_Th() {
         const QList<SendingItem> all = m_run->record().all();
         if (m_run->stopRequested() || m_dlgClose)
             m_notice += QStringLiteral("\n\n") + stoppedSummary(all);
-        m_window.lastRun().remember(all, m_window.list());
-        m_notYetSent = notYetSentCount(all);
+        // A scheduled campaign's recipients are not the list's rows: the list's last run stays.
+        if (!m_attached)
+            m_window.lastRun().remember(all, m_window.list());
+        m_notYetSent = m_attached ? 0 : notYetSentCount(all);
         m_title = QStringLiteral("Sending Process, Finished.");
         m_closeEnabled = true;
         m_exportVisible = true;
