@@ -204,6 +204,12 @@ TEST_F(OperatorDay, FromTheMorningListToTheRestAfterAStop) {
     op.onModal<Templates>([&](Templates& templates) {
         std::unique_ptr<QDialog> view(ViewRegistry::createView(templates, nullptr));
         view->show();
+        // The kept templates are read on a worker; what is added before they arrive would go
+        // with the old list.
+        ASSERT_TRUE(spinUntil([&] {
+            QCoreApplication::processEvents();
+            return !templates.loading();
+        }));
         templates.Create_Template_List("Your order is ready for collection.");
         auto* table = view->findChild<QTableView*>();
         ASSERT_NE(table, nullptr);
