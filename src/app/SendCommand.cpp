@@ -25,6 +25,8 @@
 #include "text/SendWindow.h"
 #include "text/SmsParts.h"
 
+#include <QRegularExpression>
+
 using namespace std::chrono_literals;
 
 namespace {
@@ -296,6 +298,35 @@ std::optional<int> readSendWindow(const SendOptions& o, RunSettings& s) {
     return std::nullopt;
 }
 
+// The limits per SIM or phone, and the random rest between messages.
+std::optional<int> readDeviceLimits(const SendOptions& o, DeviceLimits& limits) {
+    for (const auto& [option, limit] :
+         {std::pair{&o.perMinute, &limits.perMinute}, std::pair{&o.perHour, &limits.perHour},
+          std::pair{&o.perDay, &limits.perDay}}) {
+        if (!o.isSet(*option))
+            continue;
+        bool ok = false;
+        *limit = o.value(*option).toInt(&ok);
+        if (!ok || *limit < 1) {
+            err(QStringLiteral("--%1 takes a number of messages from 1, not \"%2\".")
+                    .arg(option->names().first(), o.value(*option)));
+            return 2;
+        }
+    }
+    if (o.isSet(o.randomGap)) {
+        static const QRegularExpression range(QStringLiteral("^(\\d{1,4})-(\\d{1,4})$"));
+        const QRegularExpressionMatch m = range.match(o.value(o.randomGap).trimmed());
+        limits.gapMin = m.hasMatch() ? m.captured(1).toInt() : -1;
+        limits.gapMax = m.hasMatch() ? m.captured(2).toInt() : -1;
+        if (!m.hasMatch() || limits.gapMax < limits.gapMin) {
+            err(QStringLiteral("--random-gap takes MIN-MAX seconds such as \"5-20\", not \"%1\".")
+                    .arg(o.value(o.randomGap)));
+            return 2;
+        }
+    }
+    return std::nullopt;
+}
+
 // How the run goes, as the options ask: coding, type, filters, what is kept, retries, pauses.
 std::optional<int> applyOptions(SendRun& run, const NumberNormaliser& numbers) {
     const SendOptions& o = run.options;
@@ -317,6 +348,8 @@ std::optional<int> applyOptions(SendRun& run, const NumberNormaliser& numbers) {
     s.saveSentItems = o.isSet(o.saveSent);
     s.saveTemplates = o.isSet(o.saveTemplates);
     if (const std::optional<int> end = readSendWindow(o, s))
+        return end;
+    if (const std::optional<int> end = readDeviceLimits(o, s.limits))
         return end;
     s.footer = o.value(o.footer).trimmed();
     if (s.footer.size() > ReplyOptions::kMaxFooterLength) {

@@ -27,5 +27,6 @@ SendOptions::SendOptions() {
                        android,      serial,       allPhones,
                        mode,         country,      deliveryReports,
                        footer,       at,           window,
-                       windowZone,   until});
+                       windowZone,   until,        perMinute,
+                       perHour,      perDay,       randomGap});
 }

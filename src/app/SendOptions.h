@@ -84,6 +84,21 @@ struct SendOptions {
         QStringLiteral("until"),
         QStringLiteral("Leave unsent what has not gone by this time (\"2026-11-27 18:00\")."),
         QStringLiteral("time")};
+    const QCommandLineOption perMinute{
+        QStringLiteral("max-per-device-minute"),
+        QStringLiteral("At most N messages a minute through each SIM or phone, "
+                       "counted over every campaign and sender."),
+        QStringLiteral("N")};
+    const QCommandLineOption perHour{QStringLiteral("max-per-device-hour"),
+                                     QStringLiteral("At most N messages an hour through each SIM or phone."),
+                                     QStringLiteral("N")};
+    const QCommandLineOption perDay{QStringLiteral("max-per-device-day"),
+                                    QStringLiteral("At most N messages a day through each SIM or phone."),
+                                    QStringLiteral("N")};
+    const QCommandLineOption randomGap{
+        QStringLiteral("random-gap"),
+        QStringLiteral("A random rest of MIN to MAX seconds between the messages of each device (\"5-20\")."),
+        QStringLiteral("MIN-MAX")};
     const QCommandLineOption footer{
         QStringLiteral("footer"),
         QStringLiteral(

@@ -24,6 +24,13 @@ QString optionsOf(const RunSettings& s) {
         options.insert(QStringLiteral("window_zone"), s.windowZone);
     if (s.until > 0)
         options.insert(QStringLiteral("until"), s.until);
+    const DeviceLimits& l = s.limits;
+    if (!(l == DeviceLimits{}))
+        options.insert(QStringLiteral("limits"), QJsonObject{{"minute", l.perMinute},
+                                                             {"hour", l.perHour},
+                                                             {"day", l.perDay},
+                                                             {"gap_min", l.gapMin},
+                                                             {"gap_max", l.gapMax}});
     return QString::fromUtf8(QJsonDocument(options).toJson(QJsonDocument::Compact));
 }
 
@@ -38,6 +45,13 @@ RunSettings settingsOf(const QString& options, const QString& road) {
     s.sendWindow = o.value("window").toString();
     s.windowZone = o.value("window_zone").toString();
     s.until = o.value("until").toInteger();
+    const QJsonObject limits = o.value("limits").toObject();
+    const auto count = [&limits](const char* key) {
+        return qMax(0, limits.value(QLatin1String(key)).toInt());
+    };
+    s.limits = {count("minute"), count("hour"), count("day"), count("gap_min"), count("gap_max")};
+    if (s.limits.gapMax < s.limits.gapMin)
+        s.limits.gapMax = s.limits.gapMin;
     s.skipDuplicates = o.value("skip_duplicates").toBool();
     s.deliveryReports = o.value("delivery_reports").toBool();
     s.country = o.value("country").toString();

@@ -161,14 +161,19 @@ QStringList replies() {
     };
 }
 
-// 5: send windows by the recipient's clock. Each item of a campaign with a window names the
-// time zones its recipient may be in (one key per set of zones), so a claim looks only at the
-// items whose window is open now, each key through its own index.
+// 5: send windows by the recipient's clock, and limits per SIM. Each item of a campaign with a
+// window names the time zones its recipient may be in (one key per set of zones), so a claim
+// looks only at the items whose window is open now, each key through its own index. Each item
+// names the SIM (or phone) it went through, so what a SIM sent in the last minute, hour or day
+// is counted over every campaign and every sender.
 QStringList sendWindows() {
     return {
         QStringLiteral("ALTER TABLE items ADD COLUMN zone_key TEXT"),
         QStringLiteral("CREATE INDEX items_zone_fresh ON items (campaign, zone_key, position)"
                        " WHERE state = 'queued' AND requeued_at IS NULL"),
+        QStringLiteral("ALTER TABLE items ADD COLUMN device_key TEXT"),
+        QStringLiteral(
+            "CREATE INDEX items_device_sent ON items (device_key, sent_at) WHERE device_key IS NOT NULL"),
     };
 }
 

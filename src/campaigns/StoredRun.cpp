@@ -356,11 +356,11 @@ std::optional<RunRecord::Claim> StoredRun::claimAt(SqlDatabase& db, int position
     if (!db.exec(QStringLiteral(
                      "UPDATE items SET state = 'sending', device = ?, claimer = ?, lease_until = ?,"
                      " attempts = attempts + 1, use_status = 'sending', current_status = ?,"
-                     " requeued_at = NULL, changed_at = ?, sent_at = ? WHERE campaign = ? AND position = ?"
-                     " RETURNING %1")
+                     " requeued_at = NULL, changed_at = ?, sent_at = ?, device_key = ? WHERE campaign = ?"
+                     " AND position = ? RETURNING %1")
                      .arg(kItemColumns),
                  {device, m_claimer, leaseUntil(), QStringLiteral("Sending (%1)").arg(device), now, now,
-                  m_campaign, position},
+                  deviceKey(device), m_campaign, position},
                  &rows) ||
         rows.isEmpty() || !event(db, m_campaign, position, QStringLiteral("sending"), device, m_claimer))
         return std::nullopt;
@@ -524,6 +524,53 @@ bool StoredRun::noteWaiting(SqlDatabase& db, qint64 now) {
     std::lock_guard lock(m_mutex);
     m_waitNote = note;
     return true;
+}
+
+void StoredRun::setDeviceKey(const QString& device, const QString& key) {
+    std::lock_guard lock(m_mutex);
+    m_deviceKeys.insert(device, key);
+}
+
+QVariant StoredRun::deviceKey(const QString& device) const {
+    std::lock_guard lock(m_mutex);
+    const QString key = m_deviceKeys.value(device);
+    return key.isEmpty() ? QVariant() : QVariant(key);
+}
+
+qint64 StoredRun::limitedUntil(const QString& device, const DeviceLimits& limits, qint64 now) {
+    const QVariant key = deviceKey(device);
+    if (!limits.counted() || !key.isValid() || !m_store)
+        return 0;
+    constexpr qint64 kMinute = qint64(60) * 1000;
+    qint64 until = 0;
+    const bool read = m_store->read([&](SqlDatabase& db) {
+        for (const auto& [limit, span] :
+             {std::pair{limits.perMinute, kMinute}, std::pair{limits.perHour, kMinute * 60},
+              std::pair{limits.perDay, kMinute * 60 * 24}}) {
+            if (limit <= 0)
+                continue;
+            // The sends within the span; at the limit, it rests until the oldest that counts leaves it.
+            const qint64 sent = db.value(QStringLiteral("SELECT COUNT(*) FROM items WHERE device_key = ?"
+                                                        " AND sent_at > ?"),
+                                         {key, now - span})
+                                    .toLongLong();
+            if (!db.error().isEmpty())
+                return false;
+            if (sent < limit)
+                continue;
+            const qint64 oldest = db.value(QStringLiteral("SELECT sent_at FROM items WHERE device_key = ? AND"
+                                                          " sent_at > ? ORDER BY sent_at LIMIT 1 OFFSET ?"),
+                                           {key, now - span, sent - limit})
+                                      .toLongLong();
+            if (!db.error().isEmpty())
+                return false;
+            until = std::max(until, oldest + span);
+        }
+        return true;
+    });
+    if (!read)
+        fail(m_store->where() + QStringLiteral(": cannot be read"));
+    return until > now ? until : 0;
 }
 
 QString StoredRun::waitNote() const {

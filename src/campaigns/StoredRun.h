@@ -64,6 +64,8 @@ public:
     bool allFinished() const override { return !anyWaitingOrSending(); }
     QString failure() const override;
     QString waitNote() const override;
+    void setDeviceKey(const QString& device, const QString& key) override;
+    qint64 limitedUntil(const QString& device, const DeviceLimits& limits, qint64 now) override;
     void end() override;
     void abandon() override;
 
@@ -95,6 +97,7 @@ private:
     void passFresh(const QString& zoneKey, int position);
     bool noteWaiting(SqlDatabase& db, qint64 now);
     bool windowOpen(const QString& zoneKey, qint64 now);
+    QVariant deviceKey(const QString& device) const; // null when the run was not told it
     // Past the campaign's end time: what still waits is not sent.
     bool endUnsent(SqlDatabase& db, qint64 now, QList<Claim>& onTheWay);
     bool pickFresh(SqlDatabase& db, const QString& device, bool skipDuplicates,
@@ -146,5 +149,6 @@ private:
     QHash<QPair<QString, int>, int> m_reportKeys; // (device, reference) -> item awaiting its report
     mutable QString m_failure;
     QString m_waitNote;
+    QHash<QString, QString> m_deviceKeys; // device -> its SIM or phone, as limits count it
     TickerThread m_renewal{QStringLiteral("lease-renewal")};
 };

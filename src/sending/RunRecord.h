@@ -3,6 +3,7 @@
 // what each device did, and what the network reported of delivery. Every change is kept
 // before the engine goes on; once one could not be kept, failure() says why and the engine
 // hands out nothing more. The campaign store keeps it.
+#include "DeviceLimits.h"
 #include "SendingItems.h"
 #include "device/SendingDevice.h"
 
@@ -73,6 +74,18 @@ public:
     // and the device then holds them still. A record that keeps nothing leaves them there.
     // Who waits for their send window, and until when ("" when nobody does).
     virtual QString waitNote() const { return {}; }
+    // The SIM (or phone) behind a device of the run, as its limits are counted.
+    virtual void setDeviceKey(const QString& device, const QString& key) {
+        Q_UNUSED(device);
+        Q_UNUSED(key);
+    }
+    // Until when (ms since the epoch) the device must rest for its limits; 0 when it may send.
+    virtual qint64 limitedUntil(const QString& device, const DeviceLimits& limits, qint64 now) {
+        Q_UNUSED(device);
+        Q_UNUSED(limits);
+        Q_UNUSED(now);
+        return 0;
+    }
     virtual bool keepReceived(const QString& device, const QList<IncomingMessage>& received) {
         Q_UNUSED(device);
         Q_UNUSED(received);

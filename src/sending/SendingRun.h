@@ -15,6 +15,7 @@
 #include "device/SendingDevice.h"
 #include "stores/TemplateFile.h"
 
+#include <QHash>
 #include <QObject>
 #include <QSet>
 
@@ -42,6 +43,9 @@ struct RunSettings {
     // until: when what is left goes unsent (ms since the epoch; 0 never).
     QString sendWindow, windowZone;
     qint64 until = 0;
+    DeviceLimits limits;
+    // Limits of single SIMs or phones (by SendingDevice::receiverKey()), over `limits`.
+    QHash<QString, DeviceLimits> deviceLimits;
     bool skipDuplicates = false, exclusion = false;
     QSet<QString> excludedNumbers;
     bool deliveryReports = false;
@@ -148,6 +152,8 @@ private:
     void runDevice(const std::shared_ptr<SendingDevice>& device);
     void sendFrom(Worker& worker);
     bool sendEach(Worker& worker); // false when the device left the run
+    bool restsForItsLimits(Worker& worker);
+    void restBetweenMessages(Worker& worker);
     bool sendOne(Worker& worker, const RunRecord::Claim& claim);
     bool afterAnswer(Worker& worker, const RunRecord::Claim& claim, const OutgoingMessage& message,
                      const SendOutcome& outcome);

@@ -7,11 +7,15 @@
 #include "core/Guard.h"
 #include "core/Log.h"
 #include "core/TextUtils.h"
+#include "core/WallClock.h"
 #include "stores/SentItemFile.h"
 #include "stores/TemplateFile.h"
 #include "text/GsmAlphabet.h"
 #include "text/NumberRules.h"
 #include "text/SmsParts.h"
+
+#include <QDateTime>
+#include <QRandomGenerator>
 
 #include <algorithm>
 
@@ -26,6 +30,7 @@ struct SendingRun::Worker {
     int refusalsInARow = 0;
     QSet<QString> refusedNumbers; // of the refusals in a row
     QString waitNote;             // who waits for their send window, as last told
+    qint64 restingUntil = 0;      // at its limits until then (as last told)
 };
 
 OutgoingMessage outgoingMessage(const QString& number, const QString& text, const RunSettings& settings) {
@@ -72,6 +77,7 @@ void SendingRun::sendFrom(Worker& worker) {
         return;
     }
     keepReceived(worker, true); // what waited on the device since it was last read
+    m_record->setDeviceKey(worker.name, worker.device.receiverKey());
     // The run goes on while a device may still hear of its messages' delivery.
     worker.reportsRouted = m_settings.deliveryReports && worker.device.deliveryReports();
     struct Reporting {
@@ -116,6 +122,8 @@ bool SendingRun::sendEach(Worker& worker) {
         }
         if (!waitWhileHeld(worker.stop))
             break;
+        if (restsForItsLimits(worker))
+            continue; // its items go to the other devices meanwhile
         const auto claim = m_record->claimNext(
             worker.name, m_settings.skipDuplicates, excluded, finishedOnTheWay, devicesInRun() <= 1,
             [&](const QString& text) { return carries(worker.device, text); });
@@ -149,6 +157,35 @@ bool SendingRun::sendEach(Worker& worker) {
             return false;
     }
     return true;
+}
+
+// A device at one of its limits rests (told once each time it reaches them) and looks again
+// every second.
+bool SendingRun::restsForItsLimits(Worker& worker) {
+    const DeviceLimits limits = m_settings.deviceLimits.value(worker.device.receiverKey(), m_settings.limits);
+    if (!limits.counted())
+        return false;
+    const qint64 until = m_record->limitedUntil(worker.name, limits, ::Clock::nowMs());
+    if (until == 0) {
+        worker.restingUntil = 0;
+        return false;
+    }
+    if (worker.restingUntil == 0)
+        toWindow(&SendingRun::deviceNotice, worker.name,
+                 QStringLiteral("At its limit of messages; resting until %1.")
+                     .arg(QDateTime::fromMSecsSinceEpoch(until).toString(QStringLiteral("HH:mm:ss"))));
+    worker.restingUntil = until;
+    Clock::sleepUnless(1s, [&worker] { return worker.stop.stop_requested(); });
+    return true;
+}
+
+// The random rest between two messages of a device, when the settings ask for one.
+void SendingRun::restBetweenMessages(Worker& worker) {
+    const DeviceLimits l = m_settings.deviceLimits.value(worker.device.receiverKey(), m_settings.limits);
+    if (l.gapMax <= 0)
+        return;
+    const int seconds = l.gapMin + int(QRandomGenerator::global()->bounded(l.gapMax - l.gapMin + 1));
+    Clock::sleepUnless(std::chrono::seconds(seconds), [&worker] { return worker.stop.stop_requested(); });
 }
 
 QString SendingRun::doneOn(const Worker& worker) { return QStringLiteral("Done (%1)").arg(worker.name); }
@@ -223,6 +260,7 @@ bool SendingRun::afterAnswer(Worker& worker, const RunRecord::Claim& claim, cons
         return false;
     }
     Clock::sleepUnless(1s, [&worker] { return worker.stop.stop_requested(); });
+    restBetweenMessages(worker);
     applyReports(worker);
     keepReceived(worker, false);
     if (givesUp) {

@@ -4,11 +4,13 @@
 #include "campaigns/Replies.h"
 #include "campaigns/StoredRun.h"
 #include "core/Counted.h"
+#include "services/DeviceSettingsMemory.h"
 
 CampaignRun::CampaignRun(const DataFolder& folder, Campaign campaign, QList<DeviceOpener> devices,
                          Operator& op, PauseCountdown& pause, DelayedDeliveryPause::Hooks pauseHooks)
     : m_rows(std::move(campaign.rows)) {
     campaign.settings.dataFolder = folder; // sent items and templates go beside the store
+    campaign.settings.deviceLimits = keptDeviceLimits(folder);
     QString why;
     std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(folder, &why);
     auto record = std::make_unique<StoredRun>(std::move(store),

@@ -148,3 +148,18 @@ bool DeviceSettingsMemory::sameSettings(const Record& a, const Record& b) {
 QString DeviceSettingsMemory::notKeptMessage(const QString& why) {
     return QStringLiteral("The options could not be kept for the next start.\n\n%1").arg(why);
 }
+
+QHash<QString, DeviceLimits> keptDeviceLimits(const DataFolder& folder) {
+    QHash<QString, DeviceLimits> kept;
+    const QJsonObject devices = SettingsFile(folder).read().value(kDevices).toObject();
+    for (auto it = devices.constBegin(); it != devices.constEnd(); ++it) {
+        const QJsonObject limits = it.value().toObject().value(QStringLiteral("limits")).toObject();
+        const auto count = [&limits](const char* key) {
+            return qBound(0, limits.value(QLatin1String(key)).toInt(), 1000000);
+        };
+        const DeviceLimits l{count("minute"), count("hour"), count("day"), 0, 0};
+        if (l.counted())
+            kept.insert(it.key(), l);
+    }
+    return kept;
+}

@@ -8,6 +8,7 @@
 // is no plausible number, or fields of the wrong kind is left out whole.
 #include "core/DataFolder.h"
 #include "core/Record.h"
+#include "sending/DeviceLimits.h"
 
 #include <QHash>
 #include <QString>
@@ -48,3 +49,8 @@ public:
 private:
     DataFolder m_folder;
 };
+
+// The limits kept for single SIMs or phones, by the keys replies are filed under ("iccid:…",
+// "imei:…", a phone's serial): Settings.json "devices" → key → "limits": {"minute": N,
+// "hour": N, "day": N}. Entries of the wrong kind are left out.
+QHash<QString, DeviceLimits> keptDeviceLimits(const DataFolder& folder);

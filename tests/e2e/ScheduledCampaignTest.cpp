@@ -2,7 +2,13 @@
 // time of day moved by the test (a day passes in seconds): across a restart of the worker, a
 // cancelled one never sent, a rescheduled one sent at its new time.
 #include "SenderFixture.h"
+#include "campaigns/CampaignStore.h"
+#include "campaigns/SqlDatabase.h"
+#include "core/DataFolder.h"
 #include "core/FileUtils.h"
+#include "sim/ModemCommands.h"
+
+#include <QDir>
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -146,6 +152,50 @@ TEST_F(ScheduledCampaignTest, QuietHoursHoldByEachRecipientsClock) {
              exitCode, why);
     EXPECT_EQ(exitCode, 2);
     EXPECT_EQ(received(), 2);
+}
+
+// A SIM kept at 3 messages a minute (its settings) sends no more than that in any minute of the
+// faked clock, counted in the store; the other modem, without a limit, takes the rest.
+TEST_F(ScheduledCampaignTest, ASimsLimitHoldsInEveryMinuteAndTheOthersTakeTheRest) {
+    sim::ModemBehaviour slow;     // the unlimited modem takes a while per message, so both send
+    slow.networkDelayMs = 250000; // on this process's shrunk clock: a quarter of a second
+    startModems(1, slow, "35800000000013");
+    sim::ModemIdentity limitedSim;
+    limitedSim.imei = "358000000000120"; // the first modem's, as SetUp made it
+    const QString key = "iccid:" + sim::ModemCommands::iccidOf(limitedSim);
+    const QString data = home.path() + "/Ostrel Bulk SMS/BULK_SMS_DATA";
+    ASSERT_TRUE(QDir().mkpath(data));
+    ASSERT_TRUE(writeFileAtomically(
+        data + "/Settings.json",
+        QJsonDocument(
+            QJsonObject{{"devices", QJsonObject{{key, QJsonObject{{"limits", QJsonObject{{"minute", 3}}}}}}}})
+            .toJson()));
+    QStringList to;
+    for (int i = 0; i < 20; ++i)
+        to << "--to" << QStringLiteral("+4474001234%1").arg(i, 2, 10, QLatin1Char('0'));
+    bulksms(QStringList{"send", "--message", "Limited"} + to);
+    EXPECT_EQ(received(), 20);
+
+    QString why;
+    qputenv("BULKSMS_DATA_HOME", home.path().toLocal8Bit());
+    const std::shared_ptr<CampaignStore> store =
+        CampaignStore::forFolder(DataFolder::fromEnvironment(), &why);
+    qunsetenv("BULKSMS_DATA_HOME");
+    ASSERT_TRUE(store) << why.toStdString();
+    QList<qint64> times;
+    ASSERT_TRUE(store->read([&](SqlDatabase& db) {
+        QList<SqlRow> rows;
+        if (!db.exec("SELECT sent_at FROM items WHERE device_key = ? ORDER BY sent_at", {key}, &rows))
+            return false;
+        for (const SqlRow& row : rows)
+            times << row.value(0).toLongLong();
+        return true;
+    }));
+    EXPECT_GE(times.size(), 4) << "the limit was never met"; // more than one minute's worth
+    EXPECT_LT(times.size(), 20);                             // the other modem took the rest
+    for (qsizetype i = 3; i < times.size(); ++i)
+        EXPECT_GE(times.at(i) - times.at(i - 3), 60 * 1000) << "4 messages within a minute";
+    EXPECT_EQ(modems.front()->received().size(), times.size());
 }
 
 } // namespace
