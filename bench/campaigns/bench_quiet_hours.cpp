@@ -5,8 +5,9 @@
 // costs, what a claim and its finish cost from the start and from the middle of the list, and
 // what a claim that finds nothing costs once every open zone is exhausted (the first of those
 // also says whom the run waits for, which it does once a minute at most). On SQLite and on a
-// throwaway PostgreSQL server; prints figures beside their targets, never asserts on time.
-// --quick: a tenth of every count.
+// throwaway PostgreSQL server. The sizes are measured in turns of a hundred claims, so that a
+// machine busy with other work weighs on each alike. Prints figures beside their targets, never
+// asserts on time. --quick: a tenth of every count.
 #include "PostgresCluster.h"
 
 #include "campaigns/CampaignOptions.h"
@@ -29,6 +30,7 @@
 #include <iterator>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace {
 
@@ -142,137 +144,157 @@ bool sqlWrite(CampaignStore& store, const QString& statement, const QVariantList
     return false;
 }
 
-// Claims and finishes up to `count` items through the run: how many it got, and the mean
-// milliseconds of a claim and its finish.
-struct Claims {
+// A campaign being measured: its run, and the time its claims took so far.
+struct Measured {
+    int recipients = 0;
+    int claims = 0; // how many each phase measures
+    qint64 id = 0;
+    QStringList open;
+    std::unique_ptr<StoredRun> run;
+    double createSeconds = 0, firstEmptyMs = 0;
+    double ms = 0; // of the phase under way
     int got = 0;
-    double meanMs = 0;
+    double startMs = 0, middleMs = 0, emptyMs = 0; // means
 };
-Claims claimAndFinish(StoredRun& run, int count) {
-    Claims claims;
+
+// Up to `count` claims of the campaign, each finished at once (or, `empty`, claims expected to
+// find nothing), added to its phase's time.
+void claimSome(Measured& m, int count, bool empty) {
     QElapsedTimer timer;
     timer.start();
-    while (claims.got < count) {
-        const std::optional<RunRecord::Claim> claim = run.claimNext(QStringLiteral("A"), false, {}, {}, true);
-        if (!claim)
-            break;
+    for (int i = 0; i < count; ++i) {
+        const std::optional<RunRecord::Claim> claim =
+            m.run->claimNext(QStringLiteral("A"), false, {}, {}, true);
+        if (!claim) {
+            if (!empty)
+                break;
+            ++m.got;
+            continue;
+        }
+        if (empty)
+            std::printf("  unexpected: a claim found an item\n");
         SendOutcome sent = SendOutcome::of(Outcome::Sent, QString());
         sent.device = QStringLiteral("A");
-        run.finish(claim->index, sent, QStringLiteral("Done (A)"), false);
-        ++claims.got;
+        m.run->finish(claim->index, sent, QStringLiteral("Done (A)"), false);
+        ++m.got;
     }
-    claims.meanMs = claims.got ? msSince(timer) / claims.got : 0;
-    return claims;
+    m.ms += msSince(timer);
 }
 
-// Claims that find nothing: the mean milliseconds of each.
-double emptyClaims(StoredRun& run, int count) {
-    QElapsedTimer timer;
-    timer.start();
-    for (int i = 0; i < count; ++i)
-        if (run.claimNext(QStringLiteral("A"), false, {}, {}, true))
-            std::printf("  unexpected: a claim found an item\n");
-    return msSince(timer) / count;
+// One phase over every campaign, in rounds of a hundred claims each: a machine busy with
+// other work slows every size alike. The mean of each campaign's claims.
+void phase(std::vector<Measured>& all, bool empty, double Measured::*mean) {
+    for (Measured& m : all)
+        m.ms = 0, m.got = 0;
+    for (bool more = true; more;) {
+        more = false;
+        for (Measured& m : all) {
+            const int before = m.got;
+            if (m.got < m.claims)
+                claimSome(m, std::min(100, m.claims - m.got), empty);
+            more = more || (m.got > before && m.got < m.claims);
+        }
+    }
+    for (Measured& m : all) {
+        m.*mean = m.got ? m.ms / m.got : 0;
+        if (m.got < m.claims)
+            std::printf("  (%d recipients: only %d of %d claims found an item)\n", m.recipients, m.got,
+                        m.claims);
+    }
 }
 
-struct Figures {
-    double createSeconds = 0;
-    double startMs = 0, middleMs = 0, firstEmptyMs = 0, emptyMs = 0;
-};
-
-std::optional<Figures> measure(const char* engine, int recipients, int claims, bool showKeys) {
+// The campaign created, its keys read and its run begun; false when the store refused.
+bool prepare(const char* engine, CampaignStore& store, Measured& m, bool showKeys) {
     QString why;
     const DataFolder folder = DataFolder::fromEnvironment();
-    const std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(folder, &why);
-    if (!store) {
-        std::printf("  %-10s not measured: %s\n", engine, qPrintable(why));
-        return std::nullopt;
-    }
     const QString options = optionsOf(windowed());
-    const QList<SendingItem> items = itemsOf(recipients);
-    Figures figures;
+    const QList<SendingItem> items = itemsOf(m.recipients);
     QElapsedTimer timer;
     timer.start();
-    const qint64 id = createCampaign(
-        *store, {CampaignStore::folderKey(folder), kGsmRoad, options, QStringLiteral("queued")}, items, &why);
-    figures.createSeconds = msSince(timer) / 1000;
-    if (id == 0) {
-        std::printf("  %-10s %6d recipients: refused: %s\n", engine, recipients, qPrintable(why));
-        return std::nullopt;
+    m.id = createCampaign(
+        store, {CampaignStore::folderKey(folder), kGsmRoad, options, QStringLiteral("queued")}, items, &why);
+    m.createSeconds = msSince(timer) / 1000;
+    if (m.id == 0) {
+        std::printf("  %-10s %6d recipients: refused: %s\n", engine, m.recipients, qPrintable(why));
+        return false;
     }
-    const QMap<QString, Key> keys = keysOf(*store, id);
+    const QMap<QString, Key> keys = keysOf(store, m.id);
     if (showKeys)
         printKeys(keys);
-    QStringList open;
     for (auto it = keys.cbegin(); it != keys.cend(); ++it)
         if (it->open)
-            open << it.key();
-
-    // As the server plans a claim of the new campaign, and again once half of it is sent.
-    if (showKeys && !open.isEmpty())
-        printPlan(*store, id, open.first());
-    StoredRun run(store, {CampaignStore::folderKey(folder), options, 0, id});
-    run.begin({}, kGsmRoad);
-    if (!run.failure().isEmpty()) {
-        std::printf("  %-10s the run did not begin: %s\n", engine, qPrintable(run.failure()));
-        return std::nullopt;
+            m.open << it.key();
+    // As the server plans a claim of the new campaign.
+    if (showKeys && !m.open.isEmpty())
+        printPlan(store, m.id, m.open.first());
+    m.run =
+        std::make_unique<StoredRun>(CampaignStore::forFolder(folder, &why),
+                                    StoredRun::Campaign{CampaignStore::folderKey(folder), options, 0, m.id});
+    m.run->begin({}, kGsmRoad);
+    if (!m.run->failure().isEmpty()) {
+        std::printf("  %-10s the run did not begin: %s\n", engine, qPrintable(m.run->failure()));
+        return false;
     }
-    // The first claim also reads the campaign's keys: measured apart from the others.
-    claimAndFinish(run, 1);
-    const Claims start = claimAndFinish(run, claims);
-    figures.startMs = start.meanMs;
-    // The first half of the list sent by other senders: this run picks up where they are.
-    if (!sqlWrite(*store,
-                  QStringLiteral("UPDATE items SET state = 'done', status = 'Sent', use_status = 'done'"
-                                 " WHERE campaign = ? AND state = 'queued' AND position < ?"),
-                  {id, recipients / 2}))
-        return std::nullopt;
-    const Claims middle = claimAndFinish(run, claims);
-    figures.middleMs = middle.meanMs;
-    if (start.got < claims || middle.got < claims)
-        std::printf("  (only %d and %d claims found an item)\n", start.got, middle.got);
-    if (showKeys && !open.isEmpty())
-        printPlan(*store, id, open.first());
-
-    // Every open key exhausted: only the closed ones wait.
-    if (!sqlWrite(*store,
-                  QStringLiteral("UPDATE items SET state = 'done', status = 'Sent', use_status = 'done'"
-                                 " WHERE campaign = ? AND state = 'queued' AND zone_key IN (%1)")
-                      .arg(QStringList(int(open.size()), QStringLiteral("?")).join(QLatin1Char(','))),
-                  QVariantList{id} + QVariant(open).toList()))
-        return std::nullopt;
-    timer.restart();
-    emptyClaims(run, 1);
-    figures.firstEmptyMs = msSince(timer);
-    figures.emptyMs = emptyClaims(run, claims);
-    if (run.waitNote().isEmpty())
-        std::printf("  unexpected: the run does not say whom it waits for\n");
-    run.abandon();
-    std::printf("  %-10s %6d recipients: created in %6.2f s; a claim and its finish %6.3f ms from the start,"
-                " %6.3f ms from the middle; nothing open: %6.3f ms, the first %7.2f ms (%s)\n",
-                engine, recipients, figures.createSeconds, figures.startMs, figures.middleMs, figures.emptyMs,
-                figures.firstEmptyMs, qPrintable(run.waitNote()));
-    flush();
-    return figures;
+    // The first claim also reads the campaign's keys: left out of the figures.
+    claimSome(m, 1, false);
+    return true;
 }
 
 void onEngine(const char* engine, const QList<int>& sizes, int claims) {
-    std::optional<Figures> smallest, largest;
-    for (int size : sizes) {
-        // A thousand recipients hold fewer than 2,000 inside their window.
-        const std::optional<Figures> figures =
-            measure(engine, size, std::min(claims, size / 5), size == sizes.last());
-        if (!figures)
-            return;
-        if (size == sizes.first())
-            smallest = figures;
-        largest = figures;
+    QString why;
+    const std::shared_ptr<CampaignStore> store =
+        CampaignStore::forFolder(DataFolder::fromEnvironment(), &why);
+    if (!store) {
+        std::printf("  %-10s not measured: %s\n", engine, qPrintable(why));
+        return;
     }
-    const auto ratio = [](double large, double small) { return small > 0 ? large / small : 0.0; };
+    std::vector<Measured> all(sizes.size());
+    for (int i = 0; i < sizes.size(); ++i) {
+        all[i].recipients = sizes[i];
+        // A thousand recipients hold fewer than 2,000 inside their window.
+        all[i].claims = std::min(claims, sizes[i] / 5);
+        if (!prepare(engine, *store, all[i], sizes[i] == sizes.last()))
+            return;
+    }
+    phase(all, false, &Measured::startMs);
+    // The first half of each list sent by other senders: the run picks up where they are.
+    for (Measured& m : all)
+        if (!sqlWrite(*store,
+                      QStringLiteral("UPDATE items SET state = 'done', status = 'Sent', use_status = 'done'"
+                                     " WHERE campaign = ? AND state = 'queued' AND position < ?"),
+                      {m.id, m.recipients / 2}))
+            return;
+    phase(all, false, &Measured::middleMs);
+    // Every open key exhausted: only the closed ones wait. The first claim then also says whom
+    // the run waits for.
+    for (Measured& m : all) {
+        if (!sqlWrite(*store,
+                      QStringLiteral("UPDATE items SET state = 'done', status = 'Sent', use_status = 'done'"
+                                     " WHERE campaign = ? AND state = 'queued' AND zone_key IN (%1)")
+                          .arg(QStringList(int(m.open.size()), QStringLiteral("?")).join(QLatin1Char(','))),
+                      QVariantList{m.id} + QVariant(m.open).toList()))
+            return;
+        m.ms = 0, m.got = 0;
+        claimSome(m, 1, true);
+        m.firstEmptyMs = m.ms;
+    }
+    phase(all, true, &Measured::emptyMs);
+    for (Measured& m : all) {
+        if (m.run->waitNote().isEmpty())
+            std::printf("  unexpected: the run does not say whom it waits for\n");
+        std::printf("  %-10s %6d recipients: created in %6.2f s; a claim and its finish %6.3f ms from the"
+                    " start, %6.3f ms from the middle; nothing open: %6.3f ms, the first %7.2f ms (%s)\n",
+                    engine, m.recipients, m.createSeconds, m.startMs, m.middleMs, m.emptyMs, m.firstEmptyMs,
+                    qPrintable(m.run->waitNote()));
+        m.run->abandon();
+    }
+    const Measured& small = all.front();
+    const Measured& large = all.back();
+    const auto ratio = [](double l, double s) { return s > 0 ? l / s : 0.0; };
     std::printf("  %-10s %d vs %d recipients: a claim costs x%.2f from the start, x%.2f from the middle,"
                 " x%.2f with nothing open (target <= 2)\n",
-                engine, sizes.last(), sizes.first(), ratio(largest->startMs, smallest->startMs),
-                ratio(largest->middleMs, smallest->middleMs), ratio(largest->emptyMs, smallest->emptyMs));
+                engine, large.recipients, small.recipients, ratio(large.startMs, small.startMs),
+                ratio(large.middleMs, small.middleMs), ratio(large.emptyMs, small.emptyMs));
     flush();
 }
 

@@ -127,7 +127,7 @@ TEST_P(SendWindowRunTest, ALargeNewCampaignIsClaimedThroughItsZoneIndex) {
     ASSERT_TRUE(store->write([](SqlDatabase& db) {
         return db.exec(db.engine() == SqlDatabase::Engine::Postgres ? "ANALYZE items" : "ANALYZE");
     }));
-    QList<SendingItem> items(12000);
+    QList<SendingItem> items(3000);
     for (int i = 0; i < items.size(); ++i) {
         items[i].number = (i % 2 ? QStringLiteral("+447400%1") : QStringLiteral("+1312%1")).arg(2000000 + i);
         items[i].message = QStringLiteral("Good morning");
