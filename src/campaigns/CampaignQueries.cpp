@@ -140,6 +140,12 @@ qint64 insertCampaign(SqlDatabase& db, const NewCampaign& campaign, const QList<
     const qint64 id = insertRows(db, campaign, items, now);
     if (large)
         db.exec(QStringLiteral("PRAGMA cache_size=-2000"));
+    // A server plans the claims by its statistics, which know nothing yet of a campaign just
+    // made: a large one would be read whole at each claim until the server's own analysis
+    // comes round. Its statistics go in with it (ANALYZE counts this transaction's rows).
+    if (id != 0 && db.engine() == SqlDatabase::Engine::Postgres && items.size() >= 1000 &&
+        !db.exec(QStringLiteral("ANALYZE items")))
+        return 0;
     return id;
 }
 

@@ -5,6 +5,7 @@
 #include "StoredCampaigns.h"
 #include "TestEnvironment.h"
 #include "campaigns/CampaignOptions.h"
+#include "campaigns/CampaignQueries.h"
 #include "campaigns/StoredRun.h"
 #include "core/Clock.h"
 #include "core/FileUtils.h"
@@ -114,6 +115,44 @@ TEST_P(SendWindowRunTest, OneZoneForEveryoneAndAnEndTimeThatPasses) {
     for (const SendingItem& item : run->all())
         EXPECT_EQ(item.status, kEndTimePassed) << item.number.toStdString();
     run->end();
+}
+
+TEST_P(SendWindowRunTest, ALargeNewCampaignIsClaimedThroughItsZoneIndex) {
+    // The store knows a small campaign, and its engine analysed it, before a large one comes: a
+    // claim of the large one goes straight to a key's first waiting item, not through all of
+    // them (a server's statistics, left as they were, would have it read every one).
+    RunSettings settings;
+    settings.sendWindow = QStringLiteral("09:00-20:00");
+    begun(settings)->end();
+    ASSERT_TRUE(store->write([](SqlDatabase& db) {
+        return db.exec(db.engine() == SqlDatabase::Engine::Postgres ? "ANALYZE items" : "ANALYZE");
+    }));
+    QList<SendingItem> items(3000);
+    for (int i = 0; i < items.size(); ++i) {
+        items[i].number = (i % 2 ? QStringLiteral("+447400%1") : QStringLiteral("+1312%1")).arg(2000000 + i);
+        items[i].message = QStringLiteral("Good morning");
+    }
+    QString why;
+    const qint64 id = createCampaign(
+        *store, {CampaignStore::folderKey(home.folder), kGsmRoad, optionsOf(settings), "queued"}, items,
+        &why);
+    ASSERT_NE(id, 0) << why.toStdString();
+    QStringList plan;
+    ASSERT_TRUE(store->read([&](SqlDatabase& db) {
+        const bool sqlite = db.engine() == SqlDatabase::Engine::Sqlite;
+        QList<SqlRow> rows;
+        const bool read =
+            db.exec(QString(sqlite ? "EXPLAIN QUERY PLAN" : "EXPLAIN") +
+                        " SELECT position, number, text, number_e164 FROM items WHERE campaign = ?"
+                        " AND state = 'queued' AND requeued_at IS NULL AND position >= ?"
+                        " AND zone_key = ? ORDER BY position LIMIT 1",
+                    {id, 0, "Europe/London"}, &rows);
+        for (const SqlRow& row : rows)
+            plan << row.value(sqlite ? 3 : 0).toString();
+        return read;
+    }));
+    EXPECT_TRUE(plan.join('\n').contains("items_zone_fresh")) << plan.join('\n').toStdString();
+    EXPECT_FALSE(plan.join('\n').contains("Sort")) << plan.join('\n').toStdString();
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, SendWindowRunTest, ::testing::Values("sqlite", "postgresql"),

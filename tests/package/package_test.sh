@@ -45,6 +45,28 @@ appstreamcli validate --no-net "$root/usr/share/metainfo/com.ostrel.BulkSMS.meta
 manual="$(zcat "$root/usr/share/man/man1/bulksms.1.gz")"
 grep -q '^\.SH "COMMAND: SEND"' <<<"$manual" || fail "manual page lacks send"
 
+# The worker's systemd user service: the packaged program, restarted when it fails, stopped by
+# an interrupt (it finishes what its devices hold), and left for the user to enable: no unit of
+# the package is linked into a target, no maintainer script runs systemctl.
+unit="$root/usr/lib/systemd/user/bulksms-worker.service"
+[ -f "$unit" ] || fail "the package lacks /usr/lib/systemd/user/bulksms-worker.service"
+for line in 'ExecStart=/usr/bin/bulksms worker' 'Restart=on-failure' 'KillSignal=SIGINT' \
+            'WantedBy=default.target'; do
+  grep -qxF "$line" "$unit" || fail "the worker's unit lacks \"$line\""
+done
+[ -z "$(find "$root" -path '*.wants*' -o -path '*.requires*')" ] || fail "the package enables a unit"
+dpkg-deb -e "$deb" "$work/control"
+if grep -qs systemctl "$work"/control/*; then fail "a maintainer script runs systemctl"; fi
+# systemd's own reading of it, where systemd is installed: the unit as it would start the
+# unpacked program (verify wants the program there), in a user manager of its own.
+if command -v systemd-analyze >/dev/null; then
+  mkdir -p "$work/units" "$work/runtime"
+  chmod 700 "$work/runtime"
+  sed "s#^ExecStart=/usr/bin/#ExecStart=$root/usr/bin/#" "$unit" > "$work/units/bulksms-worker.service"
+  XDG_RUNTIME_DIR="$work/runtime" systemd-analyze verify --user --man=no \
+    "$work/units/bulksms-worker.service" || fail "systemd-analyze verify rejects the worker's unit"
+fi
+
 # The unpacked programs, on their own.
 run() { (cd "$work" && env -i PATH=/usr/bin:/bin HOME="$work/home" BULKSMS_DATA_HOME="$work/data" \
           QT_QPA_PLATFORM=offscreen "$@"); }
