@@ -198,4 +198,39 @@ TEST_F(ScheduledCampaignTest, ASimsLimitHoldsInEveryMinuteAndTheOthersTakeTheRes
     EXPECT_EQ(modems.front()->received().size(), times.size());
 }
 
+// An hour's limit is the SIM's, whoever sends: a second sender after the first finds it used
+// up, rests (and says until when), and goes on once the hour has passed.
+TEST_F(ScheduledCampaignTest, AnHoursLimitHoldsForTheNextSenderToo) {
+    sim::ModemIdentity sim;
+    sim.imei = "358000000000120";
+    const QString data = home.path() + "/Ostrel Bulk SMS/BULK_SMS_DATA";
+    ASSERT_TRUE(QDir().mkpath(data));
+    ASSERT_TRUE(writeFileAtomically(
+        data + "/Settings.json",
+        QJsonDocument(
+            QJsonObject{{"devices", QJsonObject{{"iccid:" + sim::ModemCommands::iccidOf(sim),
+                                                 QJsonObject{{"limits", QJsonObject{{"hour", 3}}}}}}}})
+            .toJson()));
+    bulksms({"send", "--message", "First", "--to", "+447400123401", "--to", "+447400123402", "--to",
+             "+447400123403"});
+    EXPECT_EQ(received(), 3);
+
+    QProcess second;
+    second.setProcessEnvironment(timed());
+    second.start(QStringLiteral(BULKSMS_EXECUTABLE),
+                 {"send", "--message", "Second", "--to", "+447400123404", "--to", "+447400123405"});
+    ASSERT_TRUE(second.waitForStarted());
+    QByteArray errors;
+    for (int waited = 0; waited < 30000 && !errors.contains("resting until"); waited += 20) {
+        second.waitForReadyRead(20);
+        errors += second.readAllStandardError();
+    }
+    EXPECT_TRUE(errors.contains("At its limit of messages; resting until")) << errors.constData();
+    EXPECT_EQ(received(), 3);
+    setNow("2026-11-26T16:30:00Z");
+    ASSERT_TRUE(second.waitForFinished(30000));
+    EXPECT_EQ(second.exitCode(), 0) << second.readAllStandardError().toStdString();
+    EXPECT_EQ(received(), 5);
+}
+
 } // namespace
