@@ -130,57 +130,64 @@ TEST(QuietHours, RunSendsOnlyThoseInsideAndTheJobWindowTellsWhoWaits) {
     qputenv("BULKSMS_FAKE_NOW_FILE", nowFile.toLocal8Bit());
     Clock::readNowFromEnvironment();
 
-    TestDataHome home;
-    ScriptedOperator op;
-    Gsm_Bulk_Sms_Wnd window(op, home.folder);
-    window.windowDidLoad();
-    sim::ModemBehaviour network;
-    network.networkDelayMs = 0;
-    sim::VirtualModem modem(sim::ModemIdentity{}, network);
-    ASSERT_TRUE(modem.start());
-    selectModem(window.selection(), modem.devicePath());
-    window.applyDeviceSelection();
-    window.setQuietHours(true);
-    for (const QString& n : {kNewYork, kLondon})
-        window.Create_Num_Msg_List(n, "Good morning");
-    window.prev_composer_msg = window.composerText();
-
+    // The environment goes back only once the modem's and the run's threads have ended.
+    struct RestoreClock {
+        ~RestoreClock() {
+            qunsetenv("BULKSMS_FAKE_NOW_FILE");
+            Clock::readNowFromEnvironment();
+            Clock::setScale(0.001);
+        }
+    } restore;
     QString noteWhileWaiting, labelWhileWaiting, noteAfter;
-    QStringList reachedWhileWaiting;
+    QStringList reachedWhileWaiting, reached;
     bool labelHiddenAfter = false;
-    op.onModal<SMS_Sending>([&](SMS_Sending& job) {
-        SendingJobView view(job, nullptr);
-        view.show();
-        auto* label = view.findChild<QLabel*>("waitingNote");
-        ASSERT_NE(label, nullptr);
-        ASSERT_TRUE(spinUntil([&] { return !job.waitingNote().isEmpty(); }, std::chrono::seconds(60)));
-        ASSERT_TRUE(spinUntil([&] { return modem.received().size() == 1; }, std::chrono::seconds(30)));
-        noteWhileWaiting = job.waitingNote();
-        labelWhileWaiting = label->isVisible() ? label->text() : QString();
-        reachedWhileWaiting = numbersReceived(modem);
-        const QString pictures = qEnvironmentVariable("BULKSMS_SCREENSHOT_DIR");
-        if (!pictures.isEmpty())
-            view.grab().save(pictures + "/sending-waiting.png");
-        // New York's morning comes.
-        EXPECT_TRUE(writeFileAtomically(nowFile, "2026-06-15T12:59:55Z"));
-        ASSERT_TRUE(spinUntil([&] { return job.statusLine() == kFinish && !job.pleaseWaitShown(); },
-                              std::chrono::seconds(90)));
-        noteAfter = job.waitingNote();
-        labelHiddenAfter = !label->isVisible();
-        ASSERT_TRUE(spinUntil([&] { return !job.running(); }, std::chrono::seconds(30)));
-        if (!job.isEnded())
-            job.CancelPressed();
-    });
-    window.Send_SMS_Btn();
-    EXPECT_TRUE(spinUntil([&] { return !window.sendingUnderWay(); }, std::chrono::seconds(120)));
-    qunsetenv("BULKSMS_FAKE_NOW_FILE");
-    Clock::readNowFromEnvironment();
-    Clock::setScale(0.001);
+    {
+        TestDataHome home;
+        ScriptedOperator op;
+        Gsm_Bulk_Sms_Wnd window(op, home.folder);
+        window.windowDidLoad();
+        sim::ModemBehaviour network;
+        network.networkDelayMs = 0;
+        sim::VirtualModem modem(sim::ModemIdentity{}, network);
+        ASSERT_TRUE(modem.start());
+        selectModem(window.selection(), modem.devicePath());
+        window.applyDeviceSelection();
+        window.setQuietHours(true);
+        for (const QString& n : {kNewYork, kLondon})
+            window.Create_Num_Msg_List(n, "Good morning");
+        window.prev_composer_msg = window.composerText();
 
+        op.onModal<SMS_Sending>([&](SMS_Sending& job) {
+            SendingJobView view(job, nullptr);
+            view.show();
+            auto* label = view.findChild<QLabel*>("waitingNote");
+            ASSERT_NE(label, nullptr);
+            ASSERT_TRUE(spinUntil([&] { return !job.waitingNote().isEmpty(); }, std::chrono::seconds(60)));
+            ASSERT_TRUE(spinUntil([&] { return modem.received().size() == 1; }, std::chrono::seconds(30)));
+            noteWhileWaiting = job.waitingNote();
+            labelWhileWaiting = label->isVisible() ? label->text() : QString();
+            reachedWhileWaiting = numbersReceived(modem);
+            const QString pictures = qEnvironmentVariable("BULKSMS_SCREENSHOT_DIR");
+            if (!pictures.isEmpty())
+                view.grab().save(pictures + "/sending-waiting.png");
+            // New York's morning comes.
+            EXPECT_TRUE(writeFileAtomically(nowFile, "2026-06-15T12:59:55Z"));
+            ASSERT_TRUE(spinUntil([&] { return job.statusLine() == kFinish && !job.pleaseWaitShown(); },
+                                  std::chrono::seconds(90)));
+            noteAfter = job.waitingNote();
+            labelHiddenAfter = !label->isVisible();
+            ASSERT_TRUE(spinUntil([&] { return !job.running(); }, std::chrono::seconds(30)));
+            if (!job.isEnded())
+                job.CancelPressed();
+        });
+        window.Send_SMS_Btn();
+        EXPECT_TRUE(spinUntil([&] { return !window.sendingUnderWay(); }, std::chrono::seconds(120)));
+        reached = numbersReceived(modem);
+    }
     EXPECT_EQ(reachedWhileWaiting, QStringList{kLondon});
     EXPECT_EQ(noteWhileWaiting, "waiting for 09:00 in America/New_York (1 recipient)");
     EXPECT_TRUE(labelWhileWaiting.contains(noteWhileWaiting)) << labelWhileWaiting.toStdString();
-    EXPECT_EQ(numbersReceived(modem), (QStringList{kLondon, kNewYork})); // each once, London first
+    EXPECT_EQ(reached, (QStringList{kLondon, kNewYork})); // each once, London first
     EXPECT_EQ(noteAfter, "");
     EXPECT_TRUE(labelHiddenAfter);
 }
