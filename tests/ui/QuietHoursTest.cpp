@@ -1,6 +1,7 @@
 // Quiet hours set in a main window: kept with its options, refused when they make no window,
 // and honoured by the run it starts, by each recipient's own clock (the virtual network's log
 // says who was reached), the job window telling who waits while the run goes on.
+#include "android/windows/AndroidSendingProgress.h"
 #include "core/Clock.h"
 #include "core/FileUtils.h"
 #include "core/WallClock.h"
@@ -10,6 +11,7 @@
 #include "sending/windows/SMS_Sending.h"
 #include "sim/VirtualModem.h"
 #include "stores/windows/StoreWindows.h"
+#include "ui/AndroidSendingProgressView.h"
 #include "ui/GsmBulkSmsView.h"
 #include "ui/SendingJobView.h"
 
@@ -190,6 +192,29 @@ TEST(QuietHours, RunSendsOnlyThoseInsideAndTheJobWindowTellsWhoWaits) {
     EXPECT_EQ(reached, (QStringList{kLondon, kNewYork})); // each once, London first
     EXPECT_EQ(noteAfter, "");
     EXPECT_TRUE(labelHiddenAfter);
+}
+
+// The Android progress window lists who waits beside its phones while the note lasts, and
+// not once the run has ended.
+TEST(QuietHours, TheAndroidProgressWindowShowsWhoWaitsUntilTheRunEnds) {
+    ScriptedOperator op;
+    AndroidSendingProgress progress(op);
+    AndroidSendingProgressView view(progress, nullptr);
+    progress.start([](AndroidSendingProgress::State& s) { s.visible = true; });
+    const auto shownWith = [&view](const QString& text) {
+        for (QLabel* label : view.findChildren<QLabel*>())
+            if (label->isVisible() && label->text().contains(text))
+                return true;
+        return false;
+    };
+    const QString note = QStringLiteral("waiting for 09:00 in America/New_York (1 recipient)");
+    progress.update([&](AndroidSendingProgress::State& s) { s.waiting = note; });
+    EXPECT_TRUE(shownWith("Some recipients wait for their hours: " + note));
+    progress.update([](AndroidSendingProgress::State& s) { s.waiting.clear(); });
+    EXPECT_FALSE(shownWith(note));
+    progress.update([&](AndroidSendingProgress::State& s) { s.waiting = note; });
+    progress.finish(QStringLiteral("Finished."));
+    EXPECT_FALSE(shownWith(note));
 }
 
 } // namespace
