@@ -7,12 +7,14 @@
 #include "ItemFate.h"
 #include "RecipientWindow.h"
 #include "Replies.h"
+#include "core/WallClock.h"
 
 namespace {
 
 const QString kCampaignColumns =
     QStringLiteral("id, state, road, created_by, data_folder, reason, created_at, COALESCE(started_at, 0),"
-                   " COALESCE(finished_at, 0), total, COALESCE(start_at, 0)");
+                   " COALESCE(finished_at, 0), total, COALESCE(start_at, 0), COALESCE(send_window, ''),"
+                   " COALESCE(window_zone, '')");
 
 CampaignSummary summaryOf(const SqlRow& row) {
     CampaignSummary c;
@@ -27,7 +29,44 @@ CampaignSummary summaryOf(const SqlRow& row) {
     c.finishedAt = row.value(8).toLongLong();
     c.total = row.value(9).toLongLong();
     c.startAt = row.value(10).toLongLong();
+    c.sendWindow = row.value(11).toString();
+    c.windowZone = row.value(12).toString();
     return c;
+}
+
+// Who of a campaign with a send window waits for it now: the recipients whose window opens
+// first, as its run tells them ("waiting for 09:00 in America/Chicago (3 recipients)"); why
+// it never opens for some; "" when nobody waits.
+bool readWaiting(SqlDatabase& db, CampaignSummary& c, qint64 now) {
+    RunSettings settings;
+    settings.sendWindow = c.sendWindow;
+    settings.windowZone = c.windowZone;
+    std::optional<RecipientWindow> window = RecipientWindow::of(settings);
+    if (!window)
+        return true;
+    QList<SqlRow> groups;
+    if (!db.exec(QStringLiteral("SELECT zone_key, COUNT(*) FROM items WHERE campaign = ? AND state = 'queued'"
+                                " AND requeued_at IS NULL GROUP BY zone_key"),
+                 {c.id}, &groups))
+        return false;
+    qint64 first = 0;
+    QString never;
+    for (const SqlRow& row : groups) {
+        const QString key = row.value(0).toString();
+        if (window->isOpen(key, now))
+            continue;
+        const qint64 opening = window->nextOpening(key, now);
+        const int count = int(row.value(1).toLongLong());
+        if (opening == 0)
+            never = window->waitingText(key, now, count);
+        else if (first == 0 || opening < first) {
+            first = opening;
+            c.waitingText = window->waitingText(key, now, count);
+        }
+    }
+    if (c.waitingText.isEmpty())
+        c.waitingText = never;
+    return true;
 }
 
 // Adds one group of items (state, outcome, how many) to the campaign's counts.
@@ -60,6 +99,10 @@ bool countItems(SqlDatabase& db, QList<CampaignSummary>& campaigns, qint64 only)
         c.held = c.state == QLatin1String("sending") && campaignHeld(db, c.id);
         c.replies = replies.value(c.id).replies;
         c.optOuts = replies.value(c.id).optOuts;
+        // Only campaigns with a window and recipients left to send pay for the look.
+        const bool going = c.state == QLatin1String("queued") || c.state == QLatin1String("sending");
+        if (going && c.waiting > 0 && !c.sendWindow.isEmpty() && !readWaiting(db, c, Clock::nowMs()))
+            return false;
     }
     return db.error().isEmpty();
 }

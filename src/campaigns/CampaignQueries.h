@@ -38,6 +38,10 @@ struct CampaignSummary {
     qint64 total = 0, sent = 0, failed = 0, unknown = 0, waiting = 0, inHand = 0, notSent = 0;
     qint64 replies = 0, optOuts = 0; // the replies it had, and the opt-outs they asked
     bool held = false;               // a living sender works on it (sending, not broken off)
+    QString sendWindow, windowZone;  // its recipients' hours ("09:00-20:00"; "" for any time)
+    // Who waits for their hours now ("waiting for 09:00 in America/Chicago (3 recipients)");
+    // "" when nobody does.
+    QString waitingText;
 };
 // Every campaign, newest first; or the one with that id.
 std::optional<QList<CampaignSummary>> listCampaigns(CampaignStore& store, QString* error = nullptr);

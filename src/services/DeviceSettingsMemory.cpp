@@ -19,12 +19,21 @@
 namespace {
 
 // Settings.json: {"devices": {"iccid:8944...": {"mode": "Text Mode", "useCustomSmsc": true,
-// "customSmsc": "+44...", "keptAt": <seconds since 1970>}, ...}}
+// "customSmsc": "+44...", "keptAt": <seconds since 1970>, "limits": {"minute": 0, "hour": 100,
+// "day": 500}}, ...}}
 const QString kDevices = QStringLiteral("devices");
 const QString kMode = QStringLiteral("mode");
 const QString kUseCustomSmsc = QStringLiteral("useCustomSmsc");
 const QString kCustomSmsc = QStringLiteral("customSmsc");
 const QString kKeptAt = QStringLiteral("keptAt");
+const QString kLimits = QStringLiteral("limits");
+constexpr int kMaxLimit = 1000000;
+
+QJsonObject limitsObject(const DeviceLimits& limits) {
+    return {{QStringLiteral("minute"), qBound(0, limits.perMinute, kMaxLimit)},
+            {QStringLiteral("hour"), qBound(0, limits.perHour, kMaxLimit)},
+            {QStringLiteral("day"), qBound(0, limits.perDay, kMaxLimit)}};
+}
 
 bool isDeviceKey(const QString& key) {
     static const QRegularExpression pattern(QStringLiteral("^(iccid:89[0-9]{17,18}|imei:[0-9]{14,17})$"));
@@ -94,6 +103,20 @@ DeviceSettingsMemory::Kept DeviceSettingsMemory::read() const {
 }
 
 bool DeviceSettingsMemory::keep(const Record& device, QString* error) const {
+    return write(device, nullptr, error);
+}
+
+bool DeviceSettingsMemory::keepLimits(const Record& device, const DeviceLimits& limits,
+                                      QString* error) const {
+    return write(device, &limits, error);
+}
+
+DeviceLimits DeviceSettingsMemory::limitsOf(const Record& device) const {
+    const QString key = keyOf(device);
+    return key.isEmpty() ? DeviceLimits{} : keptDeviceLimits(m_folder).value(key);
+}
+
+bool DeviceSettingsMemory::write(const Record& device, const DeviceLimits* limits, QString* error) const {
     const QString key = keyOf(device);
     if (key.isEmpty()) {
         if (error)
@@ -103,14 +126,22 @@ bool DeviceSettingsMemory::keep(const Record& device, QString* error) const {
     }
     const bool useCustom = device.value(kUseCustomSmscKey) == QLatin1String("Y");
     const SmsMode mode = smsModeFromText(device.value(kSmsModeKey));
-    const QJsonObject entry{{kMode, mode == SmsMode::Unknown ? QString() : smsModeText(mode)},
-                            {kUseCustomSmsc, useCustom},
-                            {kCustomSmsc, useCustom ? device.value(kCustomSmscKey) : QString()},
-                            {kKeptAt, std::floor(double(Clock::nowMs()) / 1000)}};
+    QJsonObject entry{{kMode, mode == SmsMode::Unknown ? QString() : smsModeText(mode)},
+                      {kUseCustomSmsc, useCustom},
+                      {kCustomSmsc, useCustom ? device.value(kCustomSmscKey) : QString()},
+                      {kKeptAt, std::floor(double(Clock::nowMs()) / 1000)}};
     return SettingsFile(m_folder).update(
         kDevices,
         [&](const QJsonValue& now) {
             QJsonObject devices = now.toObject(); // anything but an object held nothing usable
+            // A change of mode or service centre leaves the SIM's limits as they were.
+            const QJsonValue kept = devices.value(key).toObject().value(kLimits);
+            if (limits) {
+                if (limits->counted())
+                    entry.insert(kLimits, limitsObject(*limits));
+            } else if (kept.isObject()) {
+                entry.insert(kLimits, kept);
+            }
             devices.remove(key);
             devices = withRoomFor(devices, 1);
             devices.insert(key, entry);
@@ -153,9 +184,9 @@ QHash<QString, DeviceLimits> keptDeviceLimits(const DataFolder& folder) {
     QHash<QString, DeviceLimits> kept;
     const QJsonObject devices = SettingsFile(folder).read().value(kDevices).toObject();
     for (auto it = devices.constBegin(); it != devices.constEnd(); ++it) {
-        const QJsonObject limits = it.value().toObject().value(QStringLiteral("limits")).toObject();
+        const QJsonObject limits = it.value().toObject().value(kLimits).toObject();
         const auto count = [&limits](const char* key) {
-            return qBound(0, limits.value(QLatin1String(key)).toInt(), 1000000);
+            return qBound(0, limits.value(QLatin1String(key)).toInt(), kMaxLimit);
         };
         const DeviceLimits l{count("minute"), count("hour"), count("day"), 0, 0};
         if (l.counted())

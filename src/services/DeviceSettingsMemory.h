@@ -33,9 +33,15 @@ public:
 
     // The well-formed entries the file holds now (none when it is missing or unreadable).
     Kept read() const;
-    // Writes the record's mode, custom box and custom number under its SIM's key at once.
-    // False, with why, when the file could not be written or the record names no SIM.
+    // Writes the record's mode, custom box and custom number under its SIM's key at once (the
+    // SIM's limits kept as they were). False, with why, when the file could not be written or
+    // the record names no SIM.
     bool keep(const Record& device, QString* error = nullptr) const;
+    // Writes the SIM's limits (its "limits": minute, hour, day; 0 none) beside the record's
+    // mode and service centre, as keep() writes those. False, with why, as keep().
+    bool keepLimits(const Record& device, const DeviceLimits& limits, QString* error = nullptr) const;
+    // The limits kept for the record's SIM (none when nothing is kept or it names no SIM).
+    DeviceLimits limitsOf(const Record& device) const;
 
     // Lays the settings kept for the record's SIM over it: the mode only when the record still
     // offers it ("SUPSMSMode"). True when there were settings for it.
@@ -47,6 +53,9 @@ public:
     static QString notKeptMessage(const QString& why);
 
 private:
+    // One write of the record's entry: its settings, and `limits` when given, else the entry's own.
+    bool write(const Record& device, const DeviceLimits* limits, QString* error) const;
+
     DataFolder m_folder;
 };
 

@@ -103,6 +103,8 @@ void AndroidSendingProgressView::refresh() {
     for (auto it = s.phones.cbegin(); it != s.phones.cend(); ++it)
         phones << it.key() + QStringLiteral(": ") + it.value();
     phones << s.notices;
+    if (!s.waiting.isEmpty())
+        phones << QStringLiteral("Some recipients wait for their hours: %1").arg(s.waiting);
     m_phones->setText(phones.join(QLatin1Char('\n')));
     m_phones->setVisible(!phones.isEmpty());
     m_pause->setText(s.pauseText);

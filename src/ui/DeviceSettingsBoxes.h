@@ -6,9 +6,16 @@
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QLineEdit>
 #include <QRadioButton>
+#include <QSignalBlocker>
+#include <QSpinBox>
 #include <QString>
+
+#include "sending/DeviceLimits.h"
+
+#include <utility>
 
 struct DeviceSettingsBoxes {
     QGroupBox* modeBox = nullptr;
@@ -18,6 +25,10 @@ struct DeviceSettingsBoxes {
     QLineEdit* defaultSmsc = nullptr;
     QCheckBox* useCustomSmsc = nullptr;
     QLineEdit* customSmsc = nullptr;
+    QGroupBox* limitsBox = nullptr;
+    QSpinBox* perMinute = nullptr;
+    QSpinBox* perHour = nullptr;
+    QSpinBox* perDay = nullptr;
 
     // `no` is how the window writes "number" after "SMSC" ("no." or "No.").
     template <typename Controller>
@@ -40,6 +51,33 @@ struct DeviceSettingsBoxes {
         b.customSmsc = new QLineEdit(b.smscBox);
         smscLayout->addRow(QStringLiteral("Default SMSC %1:").arg(no), b.defaultSmsc);
         smscLayout->addRow(b.useCustomSmsc, b.customSmsc);
+
+        // The SIM's own limits, over every run and sender: networks bar SIMs that send too fast.
+        b.limitsBox = new QGroupBox(QStringLiteral("Limits of this SIM"), parent);
+        auto* limitsLayout = new QHBoxLayout(b.limitsBox);
+        limitsLayout->addWidget(new QLabel(QStringLiteral("At most"), b.limitsBox));
+        const auto spin = [&b, limitsLayout](const char* name, const QString& unit) {
+            auto* box = new QSpinBox(b.limitsBox);
+            box->setObjectName(QLatin1String(name));
+            box->setRange(0, 1000000);
+            limitsLayout->addWidget(box);
+            limitsLayout->addWidget(new QLabel(unit, b.limitsBox));
+            return box;
+        };
+        b.perMinute = spin("limitPerMinute", QStringLiteral("messages a minute,"));
+        b.perHour = spin("limitPerHour", QStringLiteral("an hour,"));
+        b.perDay = spin("limitPerDay", QStringLiteral("a day"));
+        limitsLayout->addWidget(new QLabel(QStringLiteral("(0: no limit)"), b.limitsBox));
+        limitsLayout->addStretch();
+        for (QSpinBox* box : {b.perMinute, b.perHour, b.perDay})
+            QObject::connect(box, &QSpinBox::valueChanged, context,
+                             [&controller, m = b.perMinute, h = b.perHour, d = b.perDay] {
+                                 DeviceLimits limits = controller.shownLimits();
+                                 limits.perMinute = m->value();
+                                 limits.perHour = h->value();
+                                 limits.perDay = d->value();
+                                 controller.setLimits(limits);
+                             });
 
         QObject::connect(b.pdu, &QRadioButton::clicked, context,
                          [&controller] { controller.PDU_Mode_Radio(); });
@@ -70,5 +108,11 @@ struct DeviceSettingsBoxes {
         defaultSmsc->setEnabled(!custom);
         if (!customSmsc->hasFocus())
             customSmsc->setText(controller.customSmscText());
+        const DeviceLimits limits = controller.shownLimits();
+        for (auto [box, value] : {std::pair{perMinute, limits.perMinute}, std::pair{perHour, limits.perHour},
+                                  std::pair{perDay, limits.perDay}}) {
+            const QSignalBlocker block(box);
+            box->setValue(value);
+        }
     }
 };

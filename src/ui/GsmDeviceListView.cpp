@@ -123,6 +123,7 @@ QWidget* GsmDeviceListView::buildSettings() {
     m_deviceSettings = DeviceSettingsBoxes::build(m_settings, this, m_controller, QStringLiteral("no."));
     layout->addWidget(m_deviceSettings.modeBox);
     layout->addWidget(m_deviceSettings.smscBox);
+    layout->addWidget(m_deviceSettings.limitsBox);
     return m_settings;
 }
 

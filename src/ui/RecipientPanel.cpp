@@ -1,5 +1,6 @@
 #include "RecipientPanel.h"
 
+#include "QuietHoursRow.h"
 #include "RecordTableModel.h"
 #include "core/ReplyOptions.h"
 #include "delivery/DelaySchedule.h"
@@ -54,6 +55,7 @@ RecipientPanel::RecipientPanel(BulkSmsWindow& window, CarriedRun& carried, Store
         case BulkSmsWindow::Focus::Composer: m_composer->setFocus(); break;
         case BulkSmsWindow::Focus::DelayedCount: m_delayedCount->setFocus(); break;
         case BulkSmsWindow::Focus::DelayedTime: m_delayedTime->setFocus(); break;
+        case BulkSmsWindow::Focus::QuietHours: m_quietHours->focusHours(); break;
         }
     });
     refresh();
@@ -347,7 +349,9 @@ QWidget* RecipientPanel::buildComposerSide() {
 
 QWidget* RecipientPanel::buildDelayedDelivery(QWidget* parent) {
     auto* group = new QGroupBox(QStringLiteral("Delayed Delivery Options"), parent);
-    auto* layout = new QHBoxLayout(group);
+    auto* rows = new QVBoxLayout(group);
+    auto* layout = new QHBoxLayout();
+    rows->addLayout(layout);
     m_delayedDelivery = new QCheckBox(QStringLiteral("Pause after every"), group);
     m_delayedDelivery->setObjectName(QStringLiteral("_Delayed_Delivry_Chk"));
     m_delayedCount = new QComboBox(group);
@@ -362,6 +366,8 @@ QWidget* RecipientPanel::buildDelayedDelivery(QWidget* parent) {
     layout->addWidget(m_delayedCount);
     layout->addWidget(new QLabel(QStringLiteral("messages for"), group));
     layout->addWidget(m_delayedTime, 1);
+    m_quietHours = new QuietHoursRow(m_window, group);
+    rows->addWidget(m_quietHours);
 
     connect(m_delayedDelivery, &QCheckBox::toggled, this,
             [this](bool on) { m_window.Delayed_Delivery_Chk(on); });

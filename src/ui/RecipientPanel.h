@@ -11,6 +11,7 @@ class CarriedRun;
 class InboxWindow;
 class StoreWindows;
 class QBoxLayout;
+class QuietHoursRow;
 class QCheckBox;
 class QComboBox;
 class QLabel;
@@ -71,6 +72,7 @@ private:
     QCheckBox* m_delayedDelivery = nullptr;
     QComboBox* m_delayedCount = nullptr;
     QComboBox* m_delayedTime = nullptr;
+    QuietHoursRow* m_quietHours = nullptr;
     bool m_modelChanging = false;
     bool m_tableLocked = false;     // a load is filling the list
     QList<QWidget*> m_listControls; // disabled while a load runs

@@ -43,6 +43,7 @@ SelectedDeviceDetailsView::SelectedDeviceDetailsView(Selected_Device_Details_GSM
     m_deviceSettings = DeviceSettingsBoxes::build(m_settings, this, m_controller, QStringLiteral("No."));
     right->addWidget(m_deviceSettings.modeBox);
     right->addWidget(m_deviceSettings.smscBox);
+    right->addWidget(m_deviceSettings.limitsBox);
 
     auto* test = new QGroupBox(QStringLiteral("Test SMS"), m_settings);
     auto* testLayout = new QVBoxLayout(test);

@@ -25,8 +25,12 @@ SendingJobView::SendingJobView(SMS_Sending& controller, QWidget* parent)
     m_ports = new QLabel(this);
     m_ports->setWordWrap(true);
     m_ports->setStyleSheet(QStringLiteral("color: #a33;"));
+    m_waiting = new QLabel(this);
+    m_waiting->setObjectName(QStringLiteral("waitingNote"));
+    m_waiting->setWordWrap(true);
     layout->addWidget(m_status);
     layout->addWidget(m_notice);
+    layout->addWidget(m_waiting);
     layout->addWidget(m_ports);
 
     auto* counts = new QHBoxLayout();
@@ -94,6 +98,11 @@ void SendingJobView::refresh() {
     setWindowTitle(m_controller.title());
     m_status->setText(m_controller.statusLine());
     m_notice->setText(m_controller.notice());
+    m_waiting->setText(
+        m_controller.waitingNote().isEmpty()
+            ? QString()
+            : QStringLiteral("Some recipients wait for their hours: %1").arg(m_controller.waitingNote()));
+    m_waiting->setVisible(!m_waiting->text().isEmpty());
     QStringList ports;
     const QMap<QString, QString> statuses = m_controller.portStatuses();
     for (auto it = statuses.cbegin(); it != statuses.cend(); ++it)

@@ -24,6 +24,7 @@ private:
     QLabel* m_status = nullptr;
     QLabel* m_ports = nullptr;
     QLabel* m_notice = nullptr;
+    QLabel* m_waiting = nullptr;
     QLabel* m_total = nullptr;
     QLabel* m_progressText = nullptr;
     QLabel* m_pause = nullptr;

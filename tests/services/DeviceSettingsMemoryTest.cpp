@@ -242,4 +242,38 @@ TEST_F(DeviceSettingsMemoryTest, AFailedKeepSaysWhy) {
     EXPECT_TRUE(memory.read().isEmpty());
 }
 
+// Limits go beside the mode and service centre of the same SIM: neither write loses the other,
+// and what the run reads back (keptDeviceLimits) is what was set.
+TEST_F(DeviceSettingsMemoryTest, LimitsAreKeptBesideTheSettingsAndSurviveTheirChange) {
+    const Record modem = withSettings(probed(kIccid, kImei), "Text Mode", "Y", "+447700900999");
+    ASSERT_TRUE(memory.keep(modem));
+    QString why;
+    ASSERT_TRUE(memory.keepLimits(modem, DeviceLimits{2, 0, 500, 0, 0}, &why)) << why.toStdString();
+    const DeviceLimits kept{2, 0, 500, 0, 0};
+    EXPECT_EQ(keptDeviceLimits(home.folder).value("iccid:" + kIccid), kept);
+    EXPECT_EQ(memory.limitsOf(modem), kept);
+    EXPECT_EQ(memory.read().value("iccid:" + kIccid).mode, "Text Mode"); // as kept first
+    EXPECT_EQ(memory.read().value("iccid:" + kIccid).customSmsc, "+447700900999");
+
+    // A change of mode and centre keeps the limits; another SIM has none.
+    const Record changed = withSettings(modem, "PDU Mode", "N", "+447700900123");
+    ASSERT_TRUE(memory.keep(changed));
+    EXPECT_EQ(memory.read().value("iccid:" + kIccid).mode, "PDU Mode");
+    EXPECT_FALSE(memory.read().value("iccid:" + kIccid).useCustomSmsc);
+    EXPECT_EQ(memory.limitsOf(changed), kept);
+    EXPECT_EQ(memory.limitsOf(probed("8944100000000000020", "490154203237526")), DeviceLimits{});
+    EXPECT_EQ(devicesInFile().value("iccid:" + kIccid).toObject().value("limits").toObject(),
+              (QJsonObject{{"minute", 2}, {"hour", 0}, {"day", 500}}));
+
+    // All back to 0: no limit, and no "limits" left in the entry; the settings stay.
+    ASSERT_TRUE(memory.keepLimits(changed, DeviceLimits{}));
+    EXPECT_TRUE(keptDeviceLimits(home.folder).isEmpty());
+    EXPECT_FALSE(devicesInFile().value("iccid:" + kIccid).toObject().contains("limits"));
+    EXPECT_EQ(memory.read().value("iccid:" + kIccid).mode, "PDU Mode");
+
+    // A modem that names no SIM keeps none, and says why.
+    EXPECT_FALSE(memory.keepLimits(probed("", "IMEI unknown"), kept, &why));
+    EXPECT_EQ(why, "The modem on pts/3 tells neither its SIM's number nor its IMEI.");
+}
+
 } // namespace

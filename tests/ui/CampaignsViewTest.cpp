@@ -2,8 +2,10 @@
 // a campaign's page, Cancel, Export and Resume. BULKSMS_SCREENSHOT_DIR, when set, receives a
 // PNG of the window and of the page.
 #include "StoredCampaigns.h"
+#include "campaigns/CampaignOptions.h"
 #include "campaigns/CampaignQueries.h"
 #include "core/FileUtils.h"
+#include "core/WallClock.h"
 #include "sending/windows/CampaignsWindow.h"
 #include "sending/windows/Gsm_Bulk_Sms_Wnd.h"
 #include "sending/windows/SendLater.h"
@@ -208,6 +210,49 @@ TEST_F(CampaignsViewTest, AStoreThatRefusesEveryReadIsToldOnce) {
     ASSERT_EQ(op.alerts().size(), 1);
     EXPECT_TRUE(op.alerts().first().startsWith("\n" + errorInFileAccessing("")))
         << op.alerts().first().toStdString();
+}
+
+// A campaign with a send window tells in the list and on its page who waits for their hours
+// (10:00 UTC: London is inside 09:00-20:00, New York is not); one without a window does not.
+TEST_F(CampaignsViewTest, ACampaignWithASendWindowShowsWhoWaitsForIt) {
+    qputenv("BULKSMS_FAKE_NOW", "2026-06-15T10:00:00Z");
+    Clock::readNowFromEnvironment();
+    RunSettings windowed;
+    windowed.sendWindow = QStringLiteral("09:00-20:00");
+    QList<SendingItem> items;
+    for (const char* n : {"+12125550123", "+447400123456", "+12125550124"}) {
+        items.append(SendingItem{});
+        items.last().number = n;
+        items.last().message = QStringLiteral("Good morning");
+    }
+    const qint64 id = createCampaign(
+        *store, {CampaignStore::folderKey(home.folder), kGsmRoad, optionsOf(windowed), "queued"}, items);
+    ASSERT_NE(id, 0);
+    const qint64 plain = campaign(2, 0);
+    const std::optional<CampaignSummary> summary = campaignSummary(*store, id);
+    const std::optional<CampaignSummary> other = campaignSummary(*store, plain);
+    auto view = shown(window);
+    read();
+    auto* table = view->findChild<QTableView*>();
+    QStringList states;
+    for (int row = 0; row < table->model()->rowCount(); ++row)
+        states << table->model()->index(row, 1).data().toString();
+    screenshot(*view, "campaigns-waiting");
+    qunsetenv("BULKSMS_FAKE_NOW");
+    Clock::readNowFromEnvironment();
+    EXPECT_EQ(states,
+              (QStringList{"sending", "queued, waiting for 09:00 in America/New_York (2 recipients)"}));
+    ASSERT_TRUE(summary && other);
+    EXPECT_EQ(summary->waitingText, "waiting for 09:00 in America/New_York (2 recipients)");
+    EXPECT_EQ(other->waitingText, "");
+    EXPECT_EQ(stateText(*summary), "queued, waiting for 09:00 in America/New_York (2 recipients)");
+    EXPECT_EQ(stateText(*other), "sending"); // taken up by the helper's run, no window
+
+    CampaignPage page;
+    page.show(*summary);
+    EXPECT_EQ(page.figures().at(0).at(0).second, stateText(*summary));
+    auto pageView = shown(page);
+    screenshot(*pageView, "campaign-page-waiting");
 }
 
 } // namespace

@@ -13,10 +13,15 @@
 
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
+#include "core/SettingsFile.h"
+#include "services/DeviceSettingsMemory.h"
 
+#include <QDir>
+#include <QFile>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSpinBox>
 #include <QTableView>
 
 #include <gtest/gtest.h>
@@ -61,6 +66,7 @@ protected:
         ASSERT_EQ(devices.nsPortListData().size(), 1);
     }
     void TearDown() override { Clock::setScale(0.001); }
+    TestDataHome home; // first: its environment is set before any thread of the test starts
     ScriptedOperator op;
     DeviceSelection selection; // the GSM window's
     GSM_Device_List_Wnd devices{op, selection};
@@ -134,6 +140,50 @@ TEST_F(DeviceTestViews, TheDetailsWindowShowsTheSelectedDevices) {
     keepPicture(view, "gsm-selected-details");
     view.findChildren<QRadioButton*>().at(0)->click();
     EXPECT_EQ(selection.port_det_str_array.at(0).value("SMSMode"), "PDU Mode");
+}
+
+// The SIM's limits are set where its mode is, kept in the settings file beside it (a mode
+// change loses none), come back with the window, and a write that fails is told.
+TEST_F(DeviceTestViews, TheDetailsWindowKeepsTheSimsLimits) {
+    ASSERT_TRUE(home.folder.Check_Path_And_Create_Files());
+    selection.port_det_str_array = devices.nsPortListData().records();
+    const Record device = selection.port_det_str_array.at(0);
+    ASSERT_FALSE(DeviceSettingsMemory::keyOf(device).isEmpty());
+    {
+        Selected_Device_Details_GSM window(op, selection, DeviceSettingsMemory(home.folder));
+        window.fillRows();
+        SelectedDeviceDetailsView view(window, nullptr);
+        view.show();
+        auto* perMinute = view.findChild<QSpinBox*>("limitPerMinute");
+        auto* perDay = view.findChild<QSpinBox*>("limitPerDay");
+        ASSERT_TRUE(perMinute && perDay);
+        EXPECT_EQ(perMinute->value(), 0);
+        perMinute->setValue(3);
+        perDay->setValue(400);
+        keepPicture(view, "gsm-selected-details-limits");
+        view.findChildren<QRadioButton*>().at(1)->click(); // Text Mode, with its notice
+        EXPECT_EQ(selection.port_det_str_array.at(0).value("SMSMode"), "Text Mode");
+    }
+    const DeviceLimits kept{3, 0, 400, 0, 0};
+    EXPECT_EQ(keptDeviceLimits(home.folder).value(DeviceSettingsMemory::keyOf(device)), kept);
+    EXPECT_EQ(DeviceSettingsMemory(home.folder).read().value(DeviceSettingsMemory::keyOf(device)).mode,
+              "Text Mode");
+
+    Selected_Device_Details_GSM again(op, selection, DeviceSettingsMemory(home.folder));
+    again.fillRows();
+    SelectedDeviceDetailsView view(again, nullptr);
+    EXPECT_EQ(again.shownLimits(), kept);
+    EXPECT_EQ(view.findChild<QSpinBox*>("limitPerDay")->value(), 400);
+
+    // The settings file cannot be replaced: the operator is told and the window shows what is kept.
+    ASSERT_TRUE(QFile::remove(SettingsFile::path(home.folder)));
+    ASSERT_TRUE(QDir().mkpath(SettingsFile::path(home.folder)));
+    const qsizetype before = op.alerts().size();
+    view.findChild<QSpinBox*>("limitPerHour")->setValue(50);
+    ASSERT_EQ(op.alerts().size(), before + 1);
+    EXPECT_TRUE(op.alerts().last().contains("could not be kept")) << op.alerts().last().toStdString();
+    EXPECT_EQ(again.shownLimits(), kept);
+    EXPECT_EQ(view.findChild<QSpinBox*>("limitPerHour")->value(), 0);
 }
 
 TEST(AndroidTestViews, TheModeTestShowsItsCasesAndRadios) {

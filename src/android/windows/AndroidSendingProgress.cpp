@@ -62,6 +62,7 @@ void AndroidSendingProgress::finish(const QString& statusText) {
         s.statusText = statusText;
         s.stopEnabled = false;
         s.pauseText.clear();
+        s.waiting.clear();
         s.busy = 0;
         for (auto it = s.phones.begin(); it != s.phones.end(); ++it)
             if (!m_phonesLeft.contains(it.key()))

@@ -36,6 +36,7 @@ public:
         // Each phone of the run: what it is doing ("Sending to N", "Finished.") or why it left.
         QMap<QString, QString> phones;
         QStringList notices;     // "<phone>: <why its replies are not read>", each once
+        QString waiting;         // who waits for their hours ("waiting for 09:00 in ..."), "" when nobody
         bool finished = false;   // the run has ended: Export and Close instead of Stop
         bool pleaseWait = false; // while the report is written
         QString sendRestText;    // "Send to the N not yet sent" after a run that did not reach everyone

@@ -87,6 +87,7 @@ void GSM_Device_List_Wnd::showDevice(int row) {
     m_detailsText.clear();
     m_defaultSmscField.clear();
     m_heading.clear();
+    m_limits = {};
     emit changed();
 
     m_worker.start([this, path](std::stop_token) {
@@ -134,6 +135,7 @@ void GSM_Device_List_Wnd::Get_And_Fill_Details(const QString& path) {
     m_testHeading = QStringLiteral("Test SMS sent from device %1 %2 at %3")
                         .arg(r.value(kManufacturerKey), r.value(kModelKey), r.value(kPortNameKey));
     m_settingsEnabled = true;
+    m_limits = m_memory ? m_memory->limitsOf(r) : DeviceLimits{};
     Fill_Test_case_List();
 }
 
@@ -234,4 +236,16 @@ void GSM_Device_List_Wnd::ContinueOfflinePressed() {
     Stop_Modem_SRCH = true;
     m_worker.requestStop();
     endModal(0);
+}
+
+void GSM_Device_List_Wnd::setLimits(const DeviceLimits& limits) {
+    const Record device = shownRecord();
+    if (!m_memory || device.isEmpty() || limits == m_limits)
+        return;
+    QString why;
+    if (m_memory->keepLimits(device, limits, &why))
+        m_limits = limits;
+    else
+        m_op.Show_MessageBox(DeviceSettingsMemory::notKeptMessage(why));
+    emit changed();
 }

@@ -76,6 +76,7 @@ void Selected_Device_Details_GSM::showDevice(int row) {
     m_customSmscText = m_customSmscChecked ? r.value(kCustomSmscKey) : QString();
     const SmsMode mode = smsModeFromText(r.value(kSmsModeKey));
     m_modeSelection = mode == SmsMode::Text ? 2 : 1;
+    m_limits = m_memory ? m_memory->limitsOf(selectedRecord(shownPath())) : DeviceLimits{};
     emit changed();
 }
 
@@ -322,4 +323,16 @@ void Selected_Device_Details_GSM::OK_Button_Presses() {
         }
     }
     endModal(1);
+}
+
+void Selected_Device_Details_GSM::setLimits(const DeviceLimits& limits) {
+    const Record device = selectedRecord(shownPath());
+    if (!m_memory || device.isEmpty() || limits == m_limits)
+        return;
+    QString why;
+    if (m_memory->keepLimits(device, limits, &why))
+        m_limits = limits;
+    else
+        m_op.Show_MessageBox(DeviceSettingsMemory::notKeptMessage(why));
+    emit changed();
 }

@@ -42,6 +42,10 @@ public:
     void PDU_Mode_Radio();
     void Text_Mode_Radio();
     void Custom_SMSC_Pressed(bool on);
+    // "At most N messages a minute / an hour / a day" of the shown device's SIM (0: no limit),
+    // kept at once beside its mode and service centre (a failed write is told).
+    DeviceLimits shownLimits() const { return m_limits; }
+    void setLimits(const DeviceLimits& limits);
     void setCustomSmscText(const QString& text) { m_customSmscText = text; }
     bool update_custom_smsc();
     void setTestNumberText(const QString& text) { m_testNumber = text; }
@@ -80,6 +84,7 @@ private:
     Operator& m_op;
     DeviceSelection& m_selection;
     const std::optional<DeviceSettingsMemory> m_memory;
+    DeviceLimits m_limits; // the shown device's
     MFCSMS m_session;
     RecordTable m_rows;
     WorkerThread m_worker{QStringLiteral("test-message")};

@@ -72,18 +72,20 @@ void BulkSmsWindow::restoreOptions() {
         m_delayedCountChoice = count;
         m_delayedTimeChoice = length;
     }
+    restoreQuietHours(kept);
 }
 
 void BulkSmsWindow::keepOptions() {
-    const QJsonObject options{{QStringLiteral("unicode"), m_unicode},
-                              {QStringLiteral("plainPunctuation"), m_plainPunctuation},
-                              {QStringLiteral("skipDuplicates"), m_skipDuplicates},
-                              {QStringLiteral("exclusion"), m_exclusion},
-                              {QStringLiteral("saveSentItems"), m_saveSentItems},
-                              {QStringLiteral("saveTemplates"), m_saveTemplates},
-                              {QStringLiteral("pauses"), m_delayedDelivery},
-                              {QStringLiteral("pauseAfter"), m_delayedCountChoice},
-                              {QStringLiteral("pauseFor"), m_delayedTimeChoice}};
+    QJsonObject options{{QStringLiteral("unicode"), m_unicode},
+                        {QStringLiteral("plainPunctuation"), m_plainPunctuation},
+                        {QStringLiteral("skipDuplicates"), m_skipDuplicates},
+                        {QStringLiteral("exclusion"), m_exclusion},
+                        {QStringLiteral("saveSentItems"), m_saveSentItems},
+                        {QStringLiteral("saveTemplates"), m_saveTemplates},
+                        {QStringLiteral("pauses"), m_delayedDelivery},
+                        {QStringLiteral("pauseAfter"), m_delayedCountChoice},
+                        {QStringLiteral("pauseFor"), m_delayedTimeChoice}};
+    keepQuietHours(options);
     QString why;
     if (!SettingsFile(m_folder).write(optionsScope(), options, &why))
         op().Show_MessageBox(
@@ -382,6 +384,9 @@ void BulkSmsWindow::Reset_Btn() {
     m_skipDuplicates = false;
     m_unicode = false;
     m_plainPunctuation = false;
+    m_quietHours = false;
+    m_quietFrom = kDefaultQuietFrom;
+    m_quietTo = kDefaultQuietTo;
     keepOptions();
     resetSendingOptions();
     Update_List_Count();

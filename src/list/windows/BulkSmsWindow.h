@@ -13,6 +13,7 @@
 #include <memory>
 #include <optional>
 
+class QJsonObject;
 class DefaultCountry;
 class MainWindows;
 class SpreadsheetLoads;
@@ -21,7 +22,7 @@ class Update_Sel_Num_SMS;
 class BulkSmsWindow : public MainWindowController {
     Q_OBJECT
 public:
-    enum class Focus { NumberField, Composer, DelayedCount, DelayedTime };
+    enum class Focus { NumberField, Composer, DelayedCount, DelayedTime, QuietHours };
 
     // folder: the data folder the window's lists and settings are kept in; country is the
     // application's, shared by both windows (none: a window alone, as in a test, keeps one of
@@ -189,6 +190,19 @@ public:
     bool Check_Delayed_Delivery_Choices();
     DelaySchedule delaySchedule() const;
 
+    // Quiet hours: "Only between [from] and [to] of each recipient's clock" (minutes of the
+    // day, 09:00 and 20:00 until changed). sendWindow() is the run's window ("09:00-20:00"),
+    // "" when the box is off.
+    bool quietHours() const { return m_quietHours; }
+    int quietFrom() const { return m_quietFrom; }
+    int quietTo() const { return m_quietTo; }
+    void setQuietHours(bool on);
+    void setQuietFrom(int minuteOfDay);
+    void setQuietTo(int minuteOfDay);
+    QString sendWindow() const;
+    // Before a run: false (with why) when the box is on but the hours make no window.
+    bool Check_Quiet_Hours();
+
     // The captured message written by copy operations; set when an apply or send starts.
     void captureCurrentMessage();
     // Replaces the record at row by one with the same number and the given message.
@@ -216,6 +230,8 @@ private:
     // The options as this window last kept them (at load), and kept again after each change
     // (a failed write is told to the operator).
     void restoreOptions();
+    void restoreQuietHours(const QJsonObject& kept);
+    void keepQuietHours(QJsonObject& options) const;
     void keepOptions();
     // Num_Able_To_insert; with claim, a number taken into an open batch is entered in its
     // index at once (the caller inserts it right after).
@@ -262,6 +278,11 @@ private:
     bool m_delayedChoicesEnabled = false;
     QString m_delayedCountChoice;
     QString m_delayedTimeChoice;
+    bool m_quietHours = false;
+    int m_quietFrom = kDefaultQuietFrom;
+    int m_quietTo = kDefaultQuietTo;
+    static constexpr int kDefaultQuietFrom = 9 * 60;
+    static constexpr int kDefaultQuietTo = 20 * 60;
 };
 
 // The main window the shared dialogs act on: the front one of the windows (null without them).

@@ -18,7 +18,7 @@ void Bulk_SMSAppDelegate::Send_Later_Btn() {
     if (!listReadyToSend())
         return;
     captureCurrentMessage();
-    if (!Check_Delayed_Delivery_Choices())
+    if (!Check_Delayed_Delivery_Choices() || !Check_Quiet_Hours())
         return;
     if (!Send_Msg_Info_Check())
         return;

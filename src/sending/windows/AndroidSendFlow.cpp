@@ -69,7 +69,7 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     if (!listReadyToSend())
         return;
     captureCurrentMessage();
-    if (!Check_Delayed_Delivery_Choices())
+    if (!Check_Delayed_Delivery_Choices() || !Check_Quiet_Hours())
         return;
     if (!Send_Msg_Info_Check())
         return;
@@ -149,6 +149,7 @@ RunSettings Bulk_SMSAppDelegate::runSettings() {
     settings.road = kAndroidRoad;
     settings.loadedDevice = selection().sel_port_name_str;
     settings.country = defaultCountry();
+    settings.sendWindow = sendWindow();
     return settings;
 }
 
@@ -236,6 +237,9 @@ void Bulk_SMSAppDelegate::watch(SendingRun& run) {
     });
     connect(&run, &SendingRun::deviceNotice, this,
             [this](const QString& phone, const QString& notice) { m_progress.phoneNotice(phone, notice); });
+    connect(&run, &SendingRun::recipientsWaiting, this, [this](const QString& note) {
+        m_progress.update([note](AndroidSendingProgress::State& s) { s.waiting = note; });
+    });
     connect(&run, &SendingRun::devicesReleased, this, &Bulk_SMSAppDelegate::afterRun);
     m_progress.setSendRest([this] {
         m_progress.Close_Btn();

@@ -18,7 +18,7 @@ QString localTime(qint64 msSinceEpoch) {
 QString stateText(const CampaignSummary& c) {
     if (c.state == QLatin1String("scheduled"))
         return QStringLiteral("Scheduled for %1").arg(SendLater::timeText(c.startAt));
-    return c.state;
+    return c.waitingText.isEmpty() ? c.state : QStringLiteral("%1, %2").arg(c.state, c.waitingText);
 }
 
 QList<QList<CampaignPage::Figure>> CampaignPage::figures() const {

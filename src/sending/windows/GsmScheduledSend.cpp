@@ -28,7 +28,7 @@ void Gsm_Bulk_Sms_Wnd::Send_Later_Btn() {
         if (!listReadyToSend())
             return;
         m_messageIs = composerText();
-        if (!Check_Delayed_Delivery_Choices())
+        if (!Check_Delayed_Delivery_Choices() || !Check_Quiet_Hours())
             return;
         if (Blank_Msg_Chk() && !op().Show_YES_NO_MessageBox(kBlankListQuestion))
             return;

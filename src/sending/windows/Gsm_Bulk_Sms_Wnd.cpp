@@ -76,6 +76,7 @@ RunSettings Gsm_Bulk_Sms_Wnd::runSettings() const {
     settings.loadedDevice = selection().sel_port_bsd_str;
     settings.openingGap = std::chrono::seconds(2);
     settings.country = defaultCountry();
+    settings.sendWindow = sendWindow();
     if (settings.exclusion)
         for (const Record& record : exclusionSet().records())
             settings.excludedNumbers.insert(recipientNumber(record));

@@ -74,6 +74,7 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
         m_markedAtEnd = false;
         curr_send_item_4_th = 0;
         m_portStatuses.clear();
+        m_waitingNote.clear();
         wait_to_fins_running = false;
         // A scheduled campaign whose time came is sent from the store, the list left as it is.
         const std::optional<CampaignToSend> scheduled = m_window.takeScheduledRun();
@@ -180,6 +181,10 @@ void SMS_Sending::watch(SendingRun& run) {
     });
     connect(&run, &SendingRun::deviceNotice, this, [this](const QString& port, const QString& notice) {
         m_portStatuses.insert(port, notice);
+        emit changed();
+    });
+    connect(&run, &SendingRun::recipientsWaiting, this, [this](const QString& note) {
+        m_waitingNote = note;
         emit changed();
     });
     connect(&run, &SendingRun::activity, this, [this](int value) {

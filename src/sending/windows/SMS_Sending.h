@@ -71,6 +71,9 @@ public:
     // Ports that left the run before its end, and why ("Left the run after 3 refusals ..."),
     // and ports whose modem would not hand over delivery reports.
     QMap<QString, QString> portStatuses() const { return m_portStatuses; }
+    // Who waits for their hours while the run goes on ("waiting for 09:00 in America/New_York
+    // (1 recipient)"); "" when nobody does.
+    QString waitingNote() const { return m_waitingNote; }
     // Whether this run asked for delivery reports (the item table's "Delivery" column).
     bool deliveryReportsRequested() const { return m_deliveryReports; }
     // Why the run stopped because something it must keep could not be written ("" when it
@@ -156,6 +159,7 @@ private:
     int m_notYetSent = 0; // recipients the finished run did not reach
     bool m_windowPending = false;
     QMap<QString, QString> m_portStatuses;
+    QString m_waitingNote;
 };
 
 inline const QString kFinish = QStringLiteral("Finish.");

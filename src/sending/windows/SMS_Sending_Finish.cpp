@@ -13,6 +13,8 @@ using namespace std::chrono_literals;
 void SMS_Sending::afterDevicesReleased() {
     // The items still waiting were marked when the last device let the run go.
     const bool marked = m_markedAtEnd;
+    m_waitingNote.clear(); // nobody waits on a run that has ended
+    emit changed();
     spawn(QStringLiteral("sms-finish"), [this, marked] {
         Clock::sleep(2s);
         if (marked && m_run->anyWaitingOrSending()) {
