@@ -198,9 +198,9 @@ TEST_F(ScheduledCampaignTest, ASimsLimitHoldsInEveryMinuteAndTheOthersTakeTheRes
     EXPECT_EQ(modems.front()->received().size(), times.size());
 }
 
-// An hour's limit is the SIM's, whoever sends: a second sender after the first finds it used
-// up, rests (and says until when), and goes on once the hour has passed.
-TEST_F(ScheduledCampaignTest, AnHoursLimitHoldsForTheNextSenderToo) {
+// An hour's limit is the SIM's, whichever worker sends: a second worker after the first finds
+// it used up, rests (and says until when), and goes on once the hour has passed.
+TEST_F(ScheduledCampaignTest, AnHoursLimitHoldsAcrossTwoWorkers) {
     sim::ModemIdentity sim;
     sim.imei = "358000000000120";
     const QString data = home.path() + "/Ostrel Bulk SMS/BULK_SMS_DATA";
@@ -211,14 +211,17 @@ TEST_F(ScheduledCampaignTest, AnHoursLimitHoldsForTheNextSenderToo) {
             QJsonObject{{"devices", QJsonObject{{"iccid:" + sim::ModemCommands::iccidOf(sim),
                                                  QJsonObject{{"limits", QJsonObject{{"hour", 3}}}}}}}})
             .toJson()));
-    bulksms({"send", "--message", "First", "--to", "+447400123401", "--to", "+447400123402", "--to",
-             "+447400123403"});
+    // A first worker sends a campaign of three and ends.
+    bulksms({"campaign", "create", "--message", "First", "--to", "+447400123401", "--to", "+447400123402",
+             "--to", "+447400123403"});
+    bulksms({"worker", "--until-idle"});
     EXPECT_EQ(received(), 3);
 
+    // A second worker, through the same SIM, finds its hour used up.
+    bulksms({"campaign", "create", "--message", "Second", "--to", "+447400123404", "--to", "+447400123405"});
     QProcess second;
     second.setProcessEnvironment(timed());
-    second.start(QStringLiteral(BULKSMS_EXECUTABLE),
-                 {"send", "--message", "Second", "--to", "+447400123404", "--to", "+447400123405"});
+    second.start(QStringLiteral(BULKSMS_EXECUTABLE), {"worker", "--until-idle"});
     ASSERT_TRUE(second.waitForStarted());
     QByteArray errors;
     for (int waited = 0; waited < 30000 && !errors.contains("resting until"); waited += 20) {
