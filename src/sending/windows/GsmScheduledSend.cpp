@@ -25,14 +25,7 @@ void Gsm_Bulk_Sms_Wnd::Send_Later_Btn() {
             op().Show_MessageBox(kResumeFirst);
             return;
         }
-        if (!listReadyToSend())
-            return;
-        m_messageIs = composerText();
-        if (!Check_Delayed_Delivery_Choices() || !Check_Quiet_Hours())
-            return;
-        if (Blank_Msg_Chk() && !op().Show_YES_NO_MessageBox(kBlankListQuestion))
-            return;
-        if (!Send_Msg_Info_Check())
+        if (!askSendQuestions())
             return;
         if (!m_lastRun.choose(op(), list().records()))
             return;

@@ -41,14 +41,7 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
             op().Show_MessageBox(QStringLiteral("Please select a device for sms sending."));
             return;
         }
-        if (!listReadyToSend())
-            return;
-        m_messageIs = composerText();
-        if (!Check_Delayed_Delivery_Choices() || !Check_Quiet_Hours())
-            return;
-        if (Blank_Msg_Chk() && !op().Show_YES_NO_MessageBox(kBlankListQuestion))
-            return;
-        if (!Send_Msg_Info_Check())
+        if (!askSendQuestions())
             return;
         // The rows as they will go, the composer's text applied: nobody the last run reached is
         // texted again without a word.
@@ -65,6 +58,19 @@ void Gsm_Bulk_Sms_Wnd::Send_SMS_BY_Multi_Port() {
         m_sendInProgress = false;
         m_replies.update();
     }
+}
+
+// The questions Send and Send later ask of the list and its texts, in order: false when one
+// of them ends it.
+bool Gsm_Bulk_Sms_Wnd::askSendQuestions() {
+    if (!listReadyToSend())
+        return false;
+    m_messageIs = composerText();
+    if (!Check_Delayed_Delivery_Choices() || !Check_Quiet_Hours())
+        return false;
+    if (Blank_Msg_Chk() && !op().Show_YES_NO_MessageBox(kBlankListQuestion))
+        return false;
+    return Send_Msg_Info_Check();
 }
 
 void Gsm_Bulk_Sms_Wnd::sendNotYetSent() {

@@ -100,6 +100,7 @@ protected:
     void openDeviceSearchWindow(std::function<void(bool)> reported) override;
 
 private:
+    bool askSendQuestions();
     // Checks the chosen ports, then (unless the operator is told they do not work) opens the
     // job a second later. `lock` is held until the job has taken it.
     void GSM_Chk_Port_And_Send_Msg();
