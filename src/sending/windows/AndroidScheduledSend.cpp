@@ -15,17 +15,8 @@ void Bulk_SMSAppDelegate::Send_Later_Btn() {
                                             "them first, then schedule a new one."));
         return;
     }
-    if (!listReadyToSend())
+    if (!askSendQuestions())
         return;
-    captureCurrentMessage();
-    if (!Check_Delayed_Delivery_Choices() || !Check_Quiet_Hours())
-        return;
-    if (!Send_Msg_Info_Check())
-        return;
-    if (Blank_Msg_Chk()) {
-        op().Show_MessageBox(kBlankListRefusal);
-        return;
-    }
     if (!m_lastRun.choose(op(), list().records()))
         return;
     if (!Fill_Exclusion_Num_List())

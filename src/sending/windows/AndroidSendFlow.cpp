@@ -59,6 +59,23 @@ bool leftUnsent(const QList<SendingItem>& items) {
 
 } // namespace
 
+// The questions Send and Send later ask of the list and its texts, in order: false when one
+// of them ends it (a list without messages is refused: a phone sends none).
+bool Bulk_SMSAppDelegate::askSendQuestions() {
+    if (!listReadyToSend())
+        return false;
+    captureCurrentMessage();
+    if (!Check_Delayed_Delivery_Choices() || !Check_Quiet_Hours())
+        return false;
+    if (!Send_Msg_Info_Check())
+        return false;
+    if (Blank_Msg_Chk()) {
+        op().Show_MessageBox(kBlankListRefusal);
+        return false;
+    }
+    return true;
+}
+
 void Bulk_SMSAppDelegate::Send_SMS_Btn() {
     if (m_sendInProgress)
         return;
@@ -66,17 +83,8 @@ void Bulk_SMSAppDelegate::Send_SMS_Btn() {
         op().Show_MessageBox(kNoPhoneSelectedMessage);
         return;
     }
-    if (!listReadyToSend())
+    if (!askSendQuestions())
         return;
-    captureCurrentMessage();
-    if (!Check_Delayed_Delivery_Choices() || !Check_Quiet_Hours())
-        return;
-    if (!Send_Msg_Info_Check())
-        return;
-    if (Blank_Msg_Chk()) {
-        op().Show_MessageBox(kBlankListRefusal);
-        return;
-    }
     // The rows as they will go, the composer's text applied: nobody the last run reached is
     // texted again without a word.
     if (!m_carried.resuming() && !m_lastRun.choose(op(), list().records()))

@@ -95,6 +95,7 @@ protected:
     QString optionsScope() const override { return QStringLiteral("android"); }
 
 private:
+    bool askSendQuestions();
     RunSettings runSettings();
     // A scheduled campaign's settings as its creator kept them, with this window's phones and files.
     RunSettings runSettingsOf(const CampaignToSend& scheduled);
