@@ -8,7 +8,9 @@
 #include "DevicesCommand.h"
 #include "RepliesCommand.h"
 #include "SendCommand.h"
+#include "ServeCommand.h"
 #include "TestDeviceCommand.h"
+#include "TokenCommand.h"
 #include "WorkerCommand.h"
 #include "core/Log.h"
 
@@ -43,6 +45,10 @@ int runCommandLine(const QStringList& arguments) {
         return runInbox(rest);
     if (command == QLatin1String("opt-out"))
         return runOptOut(rest);
+    if (command == QLatin1String("serve"))
+        return runServe(rest);
+    if (command == QLatin1String("token"))
+        return runToken(rest);
     printErr(QStringLiteral("bulksms: unknown command \"%1\"\n").arg(command) + commandUsage());
     return 2;
 }

@@ -177,9 +177,56 @@ QStringList sendWindows() {
     };
 }
 
+// 6: other programs sending through the HTTP API. Tokens are kept as hashes only; a request's
+// idempotency key names the campaign it made, so a retry finds it instead of making another;
+// webhooks and their outbox: one row per event and hook, written in the transaction of the
+// change it reports, kept until delivered or given up.
+QStringList api() {
+    return {
+        QStringLiteral("CREATE TABLE api_tokens ("
+                       " id %ID%,"
+                       " name TEXT NOT NULL UNIQUE,"
+                       " hash TEXT NOT NULL UNIQUE," // SHA-256 of the token, hex
+                       " created_at BIGINT NOT NULL,"
+                       " revoked_at BIGINT)"),
+        QStringLiteral("CREATE TABLE idempotency_keys ("
+                       " token BIGINT NOT NULL,"
+                       " key TEXT NOT NULL,"
+                       " request_hash TEXT NOT NULL,"
+                       " campaign BIGINT NOT NULL,"
+                       " expires_at BIGINT NOT NULL,"
+                       " PRIMARY KEY (token, key))"),
+        QStringLiteral("CREATE TABLE webhooks ("
+                       " id %ID%,"
+                       " token BIGINT NOT NULL,"
+                       " url TEXT NOT NULL,"
+                       " events TEXT NOT NULL," // space-separated names
+                       " secret TEXT NOT NULL,"
+                       " created_at BIGINT NOT NULL,"
+                       " failures INTEGER NOT NULL DEFAULT 0," // deliveries failed in a row
+                       " disabled_at BIGINT,"
+                       " disabled_reason TEXT NOT NULL DEFAULT '',"
+                       " deleted_at BIGINT)"),
+        QStringLiteral("CREATE TABLE outbox ("
+                       " id %ID%,"
+                       " webhook BIGINT NOT NULL,"
+                       " event_id TEXT NOT NULL UNIQUE,"
+                       " event TEXT NOT NULL,"
+                       " body TEXT NOT NULL,"
+                       " created_at BIGINT NOT NULL,"
+                       " next_at BIGINT NOT NULL,"
+                       " attempts INTEGER NOT NULL DEFAULT 0,"
+                       " last_error TEXT NOT NULL DEFAULT '',"
+                       " delivered_at BIGINT,"
+                       " given_up_at BIGINT)"),
+        QStringLiteral("CREATE INDEX outbox_pending ON outbox (webhook, id)"
+                       " WHERE delivered_at IS NULL AND given_up_at IS NULL"),
+    };
+}
+
 // In order; a migration once released is never changed, only followed by another.
 const QList<QStringList>& migrations() {
-    static const QList<QStringList> all{tables(), claimIndexes(), sharing(), replies(), sendWindows()};
+    static const QList<QStringList> all{tables(), claimIndexes(), sharing(), replies(), sendWindows(), api()};
     return all;
 }
 

@@ -1,0 +1,58 @@
+#include "ApiFixture.h"
+
+#include "api/ApiTokens.h"
+
+#include <QJsonDocument>
+
+void ApiFixture::SetUp() {
+    ASSERT_TRUE(home.folder.Check_Path_And_Create_Files());
+    if (QString why; !useStoreEngine(GetParam(), &why))
+        GTEST_SKIP() << "no PostgreSQL server: " << why.toStdString();
+    QString why;
+    store = CampaignStore::forFolder(home.folder, &why);
+    ASSERT_TRUE(store) << why.toStdString();
+    const std::optional<QString> made = createToken(*store, QStringLiteral("test"), &why);
+    ASSERT_TRUE(made) << why.toStdString();
+    token = *made;
+    startServer();
+}
+
+void ApiFixture::TearDown() {
+    server.reset();
+    CampaignStore::useDatabase({});
+}
+
+void ApiFixture::startServer(ApiServerOptions options) {
+    server.reset();
+    options.port = 0;
+    server = std::make_unique<ApiServer>(store, home.folder, options);
+    QString why;
+    ASSERT_TRUE(server->start(&why)) << why.toStdString();
+}
+
+HttpAnswer ApiFixture::get(const QString& path, const QString& bearer) const {
+    return curl({QStringLiteral("GET"), url(path), {}, false, {}, bearer});
+}
+
+HttpAnswer ApiFixture::post(const QString& path, const QByteArray& body, const QString& bearer,
+                            const QStringList& headers) const {
+    return curl({QStringLiteral("POST"), url(path), body, true, headers, bearer});
+}
+
+HttpAnswer ApiFixture::post(const QString& path, const QJsonObject& body, const QString& bearer,
+                            const QStringList& headers) const {
+    return post(path, QJsonDocument(body).toJson(QJsonDocument::Compact), bearer, headers);
+}
+
+HttpAnswer ApiFixture::del(const QString& path, const QString& bearer) const {
+    return curl({QStringLiteral("DELETE"), url(path), {}, false, {}, bearer});
+}
+
+qint64 ApiFixture::rowsIn(const QString& table) const {
+    qint64 n = -1;
+    store->read([&](SqlDatabase& db) {
+        n = db.value(QStringLiteral("SELECT COUNT(*) FROM ") + table).toLongLong();
+        return true;
+    });
+    return n;
+}
