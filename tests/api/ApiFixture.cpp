@@ -1,8 +1,24 @@
 #include "ApiFixture.h"
 
+#include "OpenApiDocument.h"
 #include "api/ApiTokens.h"
 
 #include <QJsonDocument>
+
+namespace {
+
+// Every answer a test gets must be one the document describes.
+HttpAnswer documented(const QString& method, const QString& path, HttpAnswer answer) {
+    static const OpenApiDocument document;
+    const QString operation = document.operationOf(method, path);
+    if (!operation.isEmpty() && answer.status != 0) {
+        EXPECT_EQ(document.mismatch(operation, answer.status, answer.body), "")
+            << answer.body.left(500).toStdString();
+    }
+    return answer;
+}
+
+} // namespace
 
 void ApiFixture::SetUp() {
     ASSERT_TRUE(home.folder.Check_Path_And_Create_Files());
@@ -31,12 +47,12 @@ void ApiFixture::startServer(ApiServerOptions options) {
 }
 
 HttpAnswer ApiFixture::get(const QString& path, const QString& bearer) const {
-    return curl({QStringLiteral("GET"), url(path), {}, false, {}, bearer});
+    return documented("GET", path, curl({QStringLiteral("GET"), url(path), {}, false, {}, bearer}));
 }
 
 HttpAnswer ApiFixture::post(const QString& path, const QByteArray& body, const QString& bearer,
                             const QStringList& headers) const {
-    return curl({QStringLiteral("POST"), url(path), body, true, headers, bearer});
+    return documented("POST", path, curl({QStringLiteral("POST"), url(path), body, true, headers, bearer}));
 }
 
 HttpAnswer ApiFixture::post(const QString& path, const QJsonObject& body, const QString& bearer,
@@ -45,7 +61,7 @@ HttpAnswer ApiFixture::post(const QString& path, const QJsonObject& body, const 
 }
 
 HttpAnswer ApiFixture::del(const QString& path, const QString& bearer) const {
-    return curl({QStringLiteral("DELETE"), url(path), {}, false, {}, bearer});
+    return documented("DELETE", path, curl({QStringLiteral("DELETE"), url(path), {}, false, {}, bearer}));
 }
 
 qint64 ApiFixture::rowsIn(const QString& table) const {
