@@ -26,13 +26,16 @@ add_custom_command(
 add_custom_target(bulksms_manpage ALL DEPENDS ${BULKSMS_MANPAGE})
 install(FILES ${BULKSMS_MANPAGE} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 
-# The worker's systemd user service (not enabled). It names the program where this install
+# The worker's and the API's systemd user services (not enabled). It names the program where this install
 # puts it, the package's /usr/bin or another prefix's, so it is written at install time.
 install(CODE "
   set(BULKSMS_WORKER_BINDIR \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}\")
   configure_file(\"${CMAKE_SOURCE_DIR}/resources/bulksms-worker.service.in\"
                  \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/lib/systemd/user/bulksms-worker.service\" @ONLY)
-  message(STATUS \"Installing: \$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/lib/systemd/user/bulksms-worker.service\")")
+  message(STATUS \"Installing: \$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/lib/systemd/user/bulksms-worker.service\")
+  configure_file(\"${CMAKE_SOURCE_DIR}/resources/bulksms-api.service.in\"
+                 \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/lib/systemd/user/bulksms-api.service\" @ONLY)
+  message(STATUS \"Installing: \$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/lib/systemd/user/bulksms-api.service\")")
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME ostrel-bulk-sms)

@@ -4,6 +4,7 @@
 #include "ConsoleOperator.h"
 #include "ConsoleOutput.h"
 #include "SendDevices.h"
+#include "ServeOptions.h"
 #include "StopSignals.h"
 #include "WorkerDevices.h"
 #include "campaigns/CampaignOptions.h"
@@ -40,7 +41,8 @@ struct WorkerOptions {
             "Exit status: 0 when stopped or idle, 2 on bad usage or when no device can be used, 4 when the\n"
             "store could not be read or written."));
         parser.addHelpOption();
-        parser.addOptions({device, android, serial, allPhones, mode, untilIdle, json, noReceive});
+        parser.addOptions({device, android, serial, allPhones, mode, untilIdle, json, noReceive, serve});
+        parser.addOptions(api.all());
     }
     const QCommandLineOption device{
         QStringLiteral("device"),
@@ -61,6 +63,12 @@ struct WorkerOptions {
                                   QStringLiteral("One JSON line per recipient (and per new reply).")};
     const QCommandLineOption noReceive{QStringLiteral("no-receive"),
                                        QStringLiteral("Do not read replies while waiting for a campaign.")};
+    const QCommandLineOption serve{
+        QStringLiteral("serve"),
+        QStringLiteral(
+            "Serve the HTTP API too, as bulksms serve does (with its --listen, --tls-cert, --tls-key,\n"
+            "--insecure-lan, --rate-limit and --max-body).")};
+    const ServeOptions api;
     QCommandLineParser parser;
 };
 
@@ -186,6 +194,18 @@ int runWorker(const QStringList& arguments) {
     if (!store) {
         printErr(errorInFileAccessing(why));
         return kExitDataNotWritten;
+    }
+    // The API beside the sending, on the same store: what it queues, this worker sends.
+    std::unique_ptr<ApiServer> server;
+    if (o.parser.isSet(o.serve)) {
+        const std::optional<ApiServerOptions> serverOptions = o.api.read(o.parser, &why);
+        if (serverOptions)
+            server = std::make_unique<ApiServer>(store, folder, *serverOptions);
+        if (!server || !server->start(&why)) {
+            printErr(why);
+            return kExitUsage;
+        }
+        printErr(QStringLiteral("Listening on %1").arg(server->address()));
     }
     const QString road = o.parser.isSet(o.android) ? kAndroidRoad : kGsmRoad;
     WorkerDevices devices(store, road);

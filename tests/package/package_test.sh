@@ -29,7 +29,7 @@ root="$work/root"
 
 # What the package declares and ships.
 depends="$(dpkg-deb -f "$deb" Depends)"
-for needed in adb libqt6core6; do
+for needed in adb libqt6core6 libcpp-httplib; do
   [[ "$depends" == *"$needed"* ]] || fail "Depends lacks $needed: $depends"
 done
 for file in usr/bin/bulksms usr/bin/bulksms-modem-sim usr/share/ostrel-bulk-sms/Template.xlsx \
@@ -59,12 +59,20 @@ dpkg-deb -e "$deb" "$work/control"
 if grep -qs systemctl "$work"/control/*; then fail "a maintainer script runs systemctl"; fi
 # systemd's own reading of it, where systemd is installed: the unit as it would start the
 # unpacked program (verify wants the program there), in a user manager of its own.
+# The API's unit likewise: the packaged program's serve.
+api_unit="$root/usr/lib/systemd/user/bulksms-api.service"
+[ -f "$api_unit" ] || fail "the package lacks /usr/lib/systemd/user/bulksms-api.service"
+for line in 'ExecStart=/usr/bin/bulksms serve' 'Restart=on-failure' 'KillSignal=SIGINT' 'WantedBy=default.target'; do
+  grep -qxF "$line" "$api_unit" || fail "the API's unit lacks \"$line\""
+done
 if command -v systemd-analyze >/dev/null; then
   mkdir -p "$work/units" "$work/runtime"
   chmod 700 "$work/runtime"
-  sed "s#^ExecStart=/usr/bin/#ExecStart=$root/usr/bin/#" "$unit" > "$work/units/bulksms-worker.service"
-  XDG_RUNTIME_DIR="$work/runtime" systemd-analyze verify --user --man=no \
-    "$work/units/bulksms-worker.service" || fail "systemd-analyze verify rejects the worker's unit"
+  for u in "$unit" "$api_unit"; do
+    sed "s#^ExecStart=/usr/bin/#ExecStart=$root/usr/bin/#" "$u" > "$work/units/$(basename "$u")"
+    XDG_RUNTIME_DIR="$work/runtime" systemd-analyze verify --user --man=no \
+      "$work/units/$(basename "$u")" || fail "systemd-analyze verify rejects $(basename "$u")"
+  done
 fi
 
 # The unpacked programs, on their own.
@@ -96,4 +104,20 @@ modem="$(head -n 1 "$work/modem")"
 devices="$(run env BULKSMS_EXTRA_MODEMS="$modem" BULKSMS_CLOCK_SCALE=0.1 "$root/usr/bin/bulksms" devices)" ||
   fail "devices failed"
 [[ "$devices" == *358000000000777* ]] || fail "devices did not find the virtual modem: $devices"
+
+# The packaged API answers a real client with a token of its own.
+token="$(run "$root/usr/bin/bulksms" token create pkg 2>/dev/null)" || fail "token create failed"
+(cd "$work" && exec env -i PATH=/usr/bin:/bin HOME="$work/home" BULKSMS_DATA_HOME="$work/data" \
+   "$root/usr/bin/bulksms" serve --listen 127.0.0.1:0 2> "$work/serve.log") &
+serve_pid=$!
+for _ in $(seq 100); do
+  grep -q 'Listening on' "$work/serve.log" && break
+  sleep 0.1
+done
+address="$(sed -n 's/^Listening on //p' "$work/serve.log")"
+[ -n "$address" ] || fail "serve did not listen: $(cat "$work/serve.log")"
+listed="$(curl -s --max-time 10 -H "Authorization: Bearer $token" "$address/v1/campaigns")"
+kill -INT "$serve_pid"
+wait "$serve_pid" || fail "serve did not stop cleanly on an interrupt"
+[[ "$listed" == '{"campaigns":[],"next":null}' ]] || fail "the API listed: $listed"
 echo "package $(basename "$deb") installs and runs"
