@@ -5,6 +5,8 @@
 #include "ApiRequest.h"
 #include "campaigns/Replies.h"
 
+#include <QRegularExpression>
+
 #include <httplib.h>
 
 namespace {
@@ -31,7 +33,11 @@ std::optional<ReceivedFilter> filterOf(const httplib::Request& req, httplib::Res
     ReceivedFilter filter;
     filter.oldestFirst = true;
     if (req.has_param("since")) {
-        filter.since = timeFromIso(QString::fromStdString(req.get_param_value("since")));
+        // A "+" left unencoded in a query reads as a space: an offset can only have meant "+".
+        static const QRegularExpression spacedOffset(QStringLiteral(" (\\d\\d:?\\d\\d)$"));
+        const QString since = QString::fromStdString(req.get_param_value("since"))
+                                  .replace(spacedOffset, QStringLiteral("+\\1"));
+        filter.since = timeFromIso(since);
         if (filter.since == 0) {
             replyError(
                 res, 400,

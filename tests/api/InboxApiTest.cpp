@@ -156,6 +156,8 @@ TEST_P(InboxApiTest, CampaignAndSinceFilterWhatIsRead) {
                                 .toString(Qt::ISODate)
                                 .replace("+", "%2B");
     EXPECT_EQ(idsOf("&since=" + inParis), (QList<qint64>{c, d}));
+    // Left unencoded, the "+" arrives as a space, and still means the offset.
+    EXPECT_EQ(idsOf("&since=" + QString(inParis).replace("%2B", "+")), (QList<qint64>{c, d}));
 }
 
 TEST_P(InboxApiTest, MalformedQueriesAreRefusedNamingTheParameter) {
