@@ -4,6 +4,9 @@
 #include "ApiFiles.h"
 #include "ApiJson.h"
 #include "CampaignRoutes.h"
+#include "DeviceRoutes.h"
+#include "InboxRoutes.h"
+#include "OptOutRoutes.h"
 #include "campaigns/CampaignStore.h"
 #include "core/Log.h"
 
@@ -66,6 +69,9 @@ bool ApiServer::start(QString* error) {
     s.set_post_routing_handler(
         [](const httplib::Request&, httplib::Response& res) { res.set_header("Cache-Control", "no-store"); });
     addCampaignRoutes(s, *m_context);
+    addInboxRoutes(s, *m_context);
+    addOptOutRoutes(s, *m_context);
+    addDeviceRoutes(s, *m_context);
     addFileRoutes(s);
 
     const std::string host = m_options.host.toStdString();

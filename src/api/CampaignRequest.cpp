@@ -14,6 +14,8 @@ namespace {
 
 using Problem = std::optional<RequestProblem>;
 
+const QString kGiveCountry = QStringLiteral("or give options.country");
+
 Problem problem(const QString& field, const QString& message) { return RequestProblem{field, message}; }
 
 QString typeName(const QJsonValue& v) {
@@ -187,24 +189,6 @@ Problem readTimes(const QJsonObject& body, CampaignRequest& r) {
     return std::nullopt;
 }
 
-// The number as the list will hold it, or why it is refused. Without a country only numbers
-// in international form can be read; any region's reading of those is the same.
-Problem checkNumber(const QString& raw, const QString& country, const QString& field, QString& number) {
-    static const QString kAnyRegion = QStringLiteral("GB");
-    number = normaliseNumberText(raw);
-    if (country.isEmpty() && !number.startsWith(QLatin1Char('+')))
-        return problem(field,
-                       QStringLiteral("\"%1\" is not in international form (+ and the country code); or "
-                                      "give options.country")
-                           .arg(raw.left(kMaxNumberLength + 5)));
-    const QString why = NumberNormaliser(country.isEmpty() ? kAnyRegion : country).refusalOf(raw);
-    if (!why.isEmpty())
-        return problem(
-            field,
-            QStringLiteral("\"%1\" is not a valid number: %2").arg(raw.left(kMaxNumberLength + 5), why));
-    return std::nullopt;
-}
-
 Problem checkText(const QString& text, const QString& field) {
     if (text.trimmed().isEmpty())
         return problem(field, QStringLiteral("is empty"));
@@ -273,7 +257,7 @@ std::variant<CampaignRequest, RequestProblem> readMessageRequest(const QJsonObje
     if (!p)
         p = readString(body, QStringLiteral("to"), to);
     if (!p)
-        p = checkNumber(to, country, QStringLiteral("to"), number);
+        p = checkNumber(to, country, QStringLiteral("to"), number, kGiveCountry);
     if (!p)
         p = readString(body, QStringLiteral("text"), text);
     if (!p)
@@ -318,7 +302,7 @@ std::variant<CampaignRequest, RequestProblem> readCampaignRequest(const QJsonObj
         QStringList values;
         p = readRecipient(list.at(i), field, raw, values);
         if (!p)
-            p = checkNumber(raw, country, field, number);
+            p = checkNumber(raw, country, field, number, kGiveCountry);
         const QString message = templated ? fillTemplate(templ, values) : text;
         if (!p && templated)
             p = checkText(message, field + QStringLiteral(" (the template filled)"));

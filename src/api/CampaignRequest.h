@@ -2,6 +2,7 @@
 // What a client asks to send, read from its JSON and checked field by field before anything
 // reaches the store: a request either becomes a whole campaign or is refused with the field
 // and the reason, and then leaves nothing behind.
+#include "NumberCheck.h"
 #include "sending/SendingRun.h"
 
 #include <QJsonObject>
@@ -12,11 +13,6 @@ struct CampaignRequest {
     QList<std::pair<QString, QString>> rows; // number as written, text
     RunSettings settings;
     qint64 startAt = 0; // 0: at once
-};
-
-struct RequestProblem {
-    QString field; // "recipients[2]", "options.retries"; "" for the body as a whole
-    QString message;
 };
 
 // The most recipients one request may name.

@@ -54,6 +54,16 @@ bool optInWithin(SqlDatabase& db, const QString& number, const QString& how, qin
     return kept;
 }
 
+bool activeOptOutWithin(SqlDatabase& db, const QString& number, std::optional<OptOut>* active) {
+    QList<SqlRow> rows;
+    if (!db.exec(
+            QStringLiteral("SELECT %1 FROM opt_outs WHERE number = ? AND active = 1").arg(kOptOutColumns),
+            {number}, &rows))
+        return false;
+    *active = rows.isEmpty() ? std::nullopt : std::optional(optOutOf(rows.first()));
+    return true;
+}
+
 bool optedOutWithin(SqlDatabase& db, const QStringList& numbers, bool* optedOut) {
     *optedOut = false;
     for (const QString& number : numbers) {

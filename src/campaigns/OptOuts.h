@@ -48,5 +48,7 @@ bool optOutWithin(SqlDatabase& db, const QString& number, const QString& how, qi
                   bool* changed = nullptr);
 bool optInWithin(SqlDatabase& db, const QString& number, const QString& how, qint64 message, qint64 now,
                  bool* changed = nullptr);
+// The number's active opt-out (number as optOutNumber keeps it), or none.
+bool activeOptOutWithin(SqlDatabase& db, const QString& number, std::optional<OptOut>* active);
 // Whether one of the numbers (the forms of one recipient; blanks ignored) is opted out.
 bool optedOutWithin(SqlDatabase& db, const QStringList& numbers, bool* optedOut);

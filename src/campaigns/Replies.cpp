@@ -233,12 +233,17 @@ std::optional<QList<ReceivedRow>> listReceived(CampaignStore& store, const Recei
         where << QStringLiteral("r.id < ?");
         params << f.before;
     }
+    if (f.after > 0) {
+        where << QStringLiteral("r.id > ?");
+        params << f.after;
+    }
     params << qMax(0, f.limit);
     QList<SqlRow> rows;
     if (!store.read(
             [&](SqlDatabase& db) {
-                return db.exec(QStringLiteral("SELECT %1 FROM received r WHERE %2 ORDER BY r.id DESC LIMIT ?")
-                                   .arg(kReceivedColumns, where.join(QStringLiteral(" AND "))),
+                return db.exec(QStringLiteral("SELECT %1 FROM received r WHERE %2 ORDER BY r.id %3 LIMIT ?")
+                                   .arg(kReceivedColumns, where.join(QStringLiteral(" AND ")),
+                                        f.oldestFirst ? QStringLiteral("ASC") : QStringLiteral("DESC")),
                                params, &rows);
             },
             error))

@@ -79,11 +79,15 @@ struct ReceivedFilter {
     bool unreadOnly = false;
     bool optedOutOnly = false; // from senders opted out now
     qint64 before = 0;         // the cursor: messages older than this id (0: from the newest)
+    // Oldest first instead, from after this id: a client that reads what arrived since it last
+    // asked (0: from the oldest).
+    bool oldestFirst = false;
+    qint64 after = 0;
     int limit = 100;
 };
 
-// The messages the filter takes, newest first (as kept), limit at most; the last one's id is
-// the next page's cursor.
+// The messages the filter takes, newest first (as kept; or oldest first), limit at most; the
+// last one's id is the next page's cursor.
 std::optional<QList<ReceivedRow>> listReceived(CampaignStore& store, const ReceivedFilter& filter,
                                                QString* error = nullptr);
 // Marks the messages read (or unread again).
