@@ -4,6 +4,8 @@
 #include "ApiFiles.h"
 #include "ApiJson.h"
 #include "CampaignRoutes.h"
+#include "WebhookDelivery.h"
+#include "WebhookRoutes.h"
 #include "campaigns/CampaignStore.h"
 #include "core/Log.h"
 
@@ -66,6 +68,7 @@ bool ApiServer::start(QString* error) {
     s.set_post_routing_handler(
         [](const httplib::Request&, httplib::Response& res) { res.set_header("Cache-Control", "no-store"); });
     addCampaignRoutes(s, *m_context);
+    addWebhookRoutes(s, *m_context);
     addFileRoutes(s);
 
     const std::string host = m_options.host.toStdString();
@@ -87,10 +90,15 @@ bool ApiServer::start(QString* error) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
     while (!s.is_running() && std::chrono::steady_clock::now() < deadline)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    m_webhooks = std::make_unique<WebhookDelivery>(m_context->store);
+    m_webhooks->start();
     return true;
 }
 
 void ApiServer::stop() {
+    if (m_webhooks)
+        m_webhooks->stop();
+    m_webhooks.reset();
     if (m_server)
         m_server->stop();
     if (m_thread.joinable())
