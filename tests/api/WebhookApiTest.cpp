@@ -3,8 +3,10 @@
 // receiver's failures; and a receiver that never accepts gets its webhook disabled after a day.
 #include "ApiFixture.h"
 #include "api/ApiTokens.h"
+#include "api/WebhookDelivery.h"
 #include "campaigns/CampaignOptions.h"
 #include "campaigns/Replies.h"
+#include "campaigns/Webhooks.h"
 #include "core/WallClock.h"
 #include "device/SendingDevice.h"
 
@@ -148,6 +150,9 @@ protected:
 
 TEST_P(WebhookApiTest, EachEventArrivesOnceSignedAndInOrderAfterTheReceiversFailures) {
     Receiver receiver(2);
+    // A second deliverer on the same store, as another server process would be: still once each.
+    WebhookDelivery second(store);
+    second.start();
     const QJsonObject hook = registered(receiver.url(), {"sms:sent", "sms:delivered", "sms:received"}, token);
     EXPECT_EQ(hook.value("secret").toString(), kSecret);
     EXPECT_EQ(hook.value("state").toString(), "active");
@@ -230,6 +235,15 @@ TEST_P(WebhookApiTest, AReceiverThatNeverAcceptsHasItsWebhookDisabledAfterADay) 
     });
     EXPECT_EQ(givenUp, 1);
     EXPECT_EQ(pending, 1) << "the later event waits for the webhook to be enabled again";
+
+    bool found = false;
+    ASSERT_TRUE(enableWebhook(*store, hook.value("id").toInteger(), &found, nullptr));
+    EXPECT_TRUE(found);
+    ASSERT_TRUE(waitFor([&] {
+        const QList<Arrival> all = receiver.arrivals();
+        return all.size() > tries && all.last().eventId != all.first().eventId;
+    })) << "the waiting event is tried once the webhook is on again";
+    EXPECT_EQ(hooks(token).at(0).toObject().value("state").toString(), "active");
 }
 
 TEST_P(WebhookApiTest, ATokenSeesAndDeletesOnlyItsOwnWebhooks) {
