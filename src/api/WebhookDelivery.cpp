@@ -17,6 +17,12 @@ constexpr std::chrono::seconds kTimeOut{10};
 constexpr std::chrono::minutes kTryLease{2};
 constexpr int kLongestError = 300;
 
+// A row that is due and the head of its webhook's rows: a later row waits for the one before.
+const QString kDueHead = QStringLiteral(
+    "o.delivered_at IS NULL AND o.given_up_at IS NULL AND o.next_at <= ? AND w.deleted_at IS NULL"
+    " AND w.disabled_at IS NULL AND NOT EXISTS (SELECT 1 FROM outbox p WHERE p.webhook = o.webhook"
+    " AND p.id < o.id AND p.delivered_at IS NULL AND p.given_up_at IS NULL)");
+
 qint64 ms(std::chrono::milliseconds d) { return qint64(d.count()); }
 
 // What a time-out lasts in real time: shrunk with the clock, yet long enough for a loopback
@@ -76,24 +82,38 @@ bool WebhookDelivery::claim(Due& due) {
     const qint64 now = CampaignStore::now();
     bool found = false;
     QString why;
+    // A read first: a poll that finds nothing due takes no write lock from the senders.
+    bool anyDue = false;
+    if (!m_store->read(
+            [&](SqlDatabase& db) {
+                QList<SqlRow> rows;
+                const bool read = db.exec(QStringLiteral("SELECT 1 FROM outbox o JOIN webhooks w ON w.id ="
+                                                         " o.webhook WHERE ") +
+                                              kDueHead + QStringLiteral(" LIMIT 1"),
+                                          {now}, &rows);
+                anyDue = !rows.isEmpty();
+                return read;
+            },
+            &why)) {
+        Show_NSLog_Message(QStringLiteral("Webhooks: the store cannot be read: %1").arg(why));
+        return false;
+    }
+    if (!anyDue)
+        return false;
     const bool written = m_store->write(
         [&](SqlDatabase& db) {
             found = false;
             // The head of each webhook's rows only: a later row waits for the one before.
             QList<SqlRow> rows;
-            if (!db.exec(
-                    QStringLiteral(
-                        "SELECT o.id, o.webhook, o.created_at, o.attempts, o.event_id, o.event, o.body, "
-                        "w.url,"
-                        " w.secret FROM outbox o JOIN webhooks w ON w.id = o.webhook"
-                        " WHERE o.delivered_at IS NULL AND o.given_up_at IS NULL AND o.next_at <= ?"
-                        " AND w.deleted_at IS NULL AND w.disabled_at IS NULL AND NOT EXISTS (SELECT 1 FROM"
-                        " outbox p WHERE p.webhook = o.webhook AND p.id < o.id AND p.delivered_at IS NULL"
-                        " AND p.given_up_at IS NULL) ORDER BY o.next_at, o.id LIMIT 1") +
-                        (db.engine() == SqlDatabase::Engine::Postgres
-                             ? QStringLiteral(" FOR UPDATE OF o SKIP LOCKED")
-                             : QString()),
-                    {now}, &rows))
+            if (!db.exec(QStringLiteral(
+                             "SELECT o.id, o.webhook, o.created_at, o.attempts, o.event_id, o.event, o.body, "
+                             "w.url,"
+                             " w.secret FROM outbox o JOIN webhooks w ON w.id = o.webhook WHERE ") +
+                             kDueHead + QStringLiteral(" ORDER BY o.next_at, o.id LIMIT 1") +
+                             (db.engine() == SqlDatabase::Engine::Postgres
+                                  ? QStringLiteral(" FOR UPDATE OF o SKIP LOCKED")
+                                  : QString()),
+                         {now}, &rows))
                 return false;
             if (rows.isEmpty())
                 return true;
