@@ -7,6 +7,8 @@
 #include "DeviceRoutes.h"
 #include "InboxRoutes.h"
 #include "OptOutRoutes.h"
+#include "WebhookDelivery.h"
+#include "WebhookRoutes.h"
 #include "campaigns/CampaignStore.h"
 #include "core/Log.h"
 
@@ -72,6 +74,7 @@ bool ApiServer::start(QString* error) {
     addInboxRoutes(s, *m_context);
     addOptOutRoutes(s, *m_context);
     addDeviceRoutes(s, *m_context);
+    addWebhookRoutes(s, *m_context);
     addFileRoutes(s);
 
     const std::string host = m_options.host.toStdString();
@@ -93,10 +96,15 @@ bool ApiServer::start(QString* error) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
     while (!s.is_running() && std::chrono::steady_clock::now() < deadline)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    m_webhooks = std::make_unique<WebhookDelivery>(m_context->store);
+    m_webhooks->start();
     return true;
 }
 
 void ApiServer::stop() {
+    if (m_webhooks)
+        m_webhooks->stop();
+    m_webhooks.reset();
     if (m_server)
         m_server->stop();
     if (m_thread.joinable())

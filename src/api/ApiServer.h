@@ -1,6 +1,7 @@
 #pragma once
 // The HTTP server of the API (bulksms serve, bulksms worker --serve): it listens on its own
-// thread, answers each request on a thread of its pool, and shares the process's store.
+// thread, answers each request on a thread of its pool, and shares the process's store. While
+// it serves, the webhooks' outbox is delivered from the same process.
 #include "core/DataFolder.h"
 
 #include <QString>
@@ -9,6 +10,7 @@
 #include <thread>
 
 class CampaignStore;
+class WebhookDelivery;
 struct ApiContext;
 namespace httplib {
 class Server;
@@ -41,6 +43,7 @@ private:
     ApiServerOptions m_options;
     std::unique_ptr<ApiContext> m_context;
     std::unique_ptr<httplib::Server> m_server;
+    std::unique_ptr<WebhookDelivery> m_webhooks;
     std::thread m_thread;
     int m_port = 0;
 };

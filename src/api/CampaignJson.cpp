@@ -41,18 +41,6 @@ QJsonObject campaignJson(const CampaignSummary& c) {
                        {"reason", c.reason}};
 }
 
-QString apiItemState(const QString& state, const QString& outcomeKey) {
-    switch (itemFate(state, outcomeKey)) {
-    case ItemFate::Waiting: return QStringLiteral("queued");
-    case ItemFate::InHand: return QStringLiteral("sending");
-    case ItemFate::Sent: return QStringLiteral("sent");
-    case ItemFate::Failed: return QStringLiteral("failed");
-    case ItemFate::Unknown: return QStringLiteral("unknown");
-    case ItemFate::NotSent: break;
-    }
-    return QStringLiteral("not_sent");
-}
-
 bool isApiItemState(const QString& state) {
     static const QStringList states{"queued", "sending", "sent", "failed", "unknown", "not_sent"};
     return states.contains(state);

@@ -1,5 +1,7 @@
 #pragma once
 // Campaigns and their items as the API shows them, and the items read a page at a time.
+#include "campaigns/ItemFate.h"
+
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QString>
@@ -11,8 +13,6 @@ struct CampaignSummary;
 
 QJsonObject campaignJson(const CampaignSummary& c);
 
-// An item's state as the API names it: queued, sending, sent, failed, unknown, not_sent.
-QString apiItemState(const QString& state, const QString& outcomeKey);
 bool isApiItemState(const QString& state);
 
 struct ItemPage {

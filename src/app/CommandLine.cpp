@@ -11,6 +11,7 @@
 #include "ServeCommand.h"
 #include "TestDeviceCommand.h"
 #include "TokenCommand.h"
+#include "WebhooksCommand.h"
 #include "WorkerCommand.h"
 #include "core/Log.h"
 
@@ -49,6 +50,8 @@ int runCommandLine(const QStringList& arguments) {
         return runServe(rest);
     if (command == QLatin1String("token"))
         return runToken(rest);
+    if (command == QLatin1String("webhooks"))
+        return runWebhooks(rest);
     printErr(QStringLiteral("bulksms: unknown command \"%1\"\n").arg(command) + commandUsage());
     return 2;
 }

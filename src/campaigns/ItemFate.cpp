@@ -15,3 +15,15 @@ ItemFate itemFate(const QString& state, const QString& outcomeKey) {
         return ItemFate::NotSent;
     return SendOutcome::of(outcome).delivered() ? ItemFate::Sent : ItemFate::Failed;
 }
+
+QString apiItemState(const QString& state, const QString& outcomeKey) {
+    switch (itemFate(state, outcomeKey)) {
+    case ItemFate::Waiting: return QStringLiteral("queued");
+    case ItemFate::InHand: return QStringLiteral("sending");
+    case ItemFate::Sent: return QStringLiteral("sent");
+    case ItemFate::Failed: return QStringLiteral("failed");
+    case ItemFate::Unknown: return QStringLiteral("unknown");
+    case ItemFate::NotSent: break;
+    }
+    return QStringLiteral("not_sent");
+}

@@ -13,3 +13,6 @@ enum class ItemFate {
 };
 
 ItemFate itemFate(const QString& state, const QString& outcomeKey);
+
+// The state as the API and the webhooks name it: queued, sending, sent, failed, unknown, not_sent.
+QString apiItemState(const QString& state, const QString& outcomeKey);

@@ -2,6 +2,7 @@
 
 #include "CampaignNumbers.h"
 #include "CampaignStore.h"
+#include "Webhooks.h"
 #include "text/NumberRules.h"
 
 namespace {
@@ -39,7 +40,7 @@ bool optOutWithin(SqlDatabase& db, const QString& number, const QString& how, qi
                 {number, now, how, messageValue(message)}, &rows);
     if (changed)
         *changed = kept && !rows.isEmpty();
-    return kept;
+    return kept && (rows.isEmpty() || addOptOutEvent(db, number, how, now));
 }
 
 bool optInWithin(SqlDatabase& db, const QString& number, const QString& how, qint64 message, qint64 now,

@@ -3,6 +3,7 @@
 #include "CampaignNumbers.h"
 #include "CampaignStore.h"
 #include "OptOuts.h"
+#include "Webhooks.h"
 #include "device/SendOutcome.h"
 #include "text/NumberRules.h"
 
@@ -191,6 +192,8 @@ std::optional<StoredReply> storeReceived(CampaignStore& store, const ReceivedMes
             if (rows.isEmpty()) // another sender kept it meanwhile
                 return existing(db, &found);
             result = {rows.first().value(0).toLongLong(), true, match.campaign, number, OptOutWord::None};
+            if (!addReceivedEvent(db, {result.id, m.sender, senderE164, m.text, match.campaign, now}))
+                return false;
             // Only a whole message says what it says: the first part of a long one may be "Stop".
             if (!dialable || !m.complete)
                 return true;

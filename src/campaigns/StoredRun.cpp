@@ -5,6 +5,7 @@
 #include "CampaignQueries.h"
 #include "CampaignSenders.h"
 #include "OptOuts.h"
+#include "Webhooks.h"
 #include "core/Clock.h"
 #include "core/Log.h"
 #include "device/DeliveryState.h"
@@ -128,12 +129,15 @@ QString deliveryOf(const QList<int>& references, const QHash<int, int>& reported
     return allDelivered ? QStringLiteral("Delivered") : kDeliveryPending;
 }
 
+// Every change of an item is written here, and with it the webhooks' notice of it, if any: a
+// change whose notice cannot be kept is not kept either.
 bool event(SqlDatabase& db, qint64 campaign, int position, const QString& state, const QString& detail,
            const QString& claimer = {}) {
     return db.exec(QStringLiteral("INSERT INTO events (campaign, position, at, state, detail, claimer)"
                                   " VALUES (?, ?, ?, ?, ?, ?)"),
                    {campaign, position, CampaignStore::now(), state, detail,
-                    claimer.isEmpty() ? QVariant() : QVariant(claimer)});
+                    claimer.isEmpty() ? QVariant() : QVariant(claimer)}) &&
+           addItemEvent(db, campaign, position, state, detail);
 }
 
 // What a claim's pick adds so that two senders never pick one item: SQLite's write transaction

@@ -52,6 +52,16 @@ TEST_P(OpenApiTest, EveryOperationOfTheDocumentIsServedAsDocumented) {
         {"GET /v1/opt-outs/{number}", [&] { return get("/v1/opt-outs/%2B447400123458", token).status; }},
         {"DELETE /v1/opt-outs/{number}", [&] { return del("/v1/opt-outs/+447400123458", token).status; }},
         {"GET /v1/devices", [&] { return get("/v1/devices", token).status; }},
+        {"POST /v1/webhooks",
+         [&] {
+             return post("/v1/webhooks",
+                         QJsonObject{{"url", "http://127.0.0.1:9/hook"}, {"events", QJsonArray{"sms:sent", "sms:received"}}},
+                         token)
+                 .status;
+         }},
+        {"GET /v1/webhooks", [&] { return get("/v1/webhooks", token).status; }},
+        {"GET /v1/webhooks/{id}", [&] { return get("/v1/webhooks/1", token).status; }},
+        {"DELETE /v1/webhooks/{id}", [&] { return del("/v1/webhooks/1", token).status; }},
     };
     const OpenApiDocument document;
     QSet<QString> called;
