@@ -34,7 +34,9 @@ QStringList OpenApiDocument::operations() const {
     const QJsonObject paths = m_document.value("paths").toObject();
     for (auto path = paths.begin(); path != paths.end(); ++path)
         for (const QString& method : path.value().toObject().keys())
-            all << method.toUpper() + QLatin1Char(' ') + path.key();
+            if (method != QLatin1String("parameters") && method != QLatin1String("summary") &&
+                method != QLatin1String("description"))
+                all << method.toUpper() + QLatin1Char(' ') + path.key();
     return all;
 }
 
