@@ -2,6 +2,9 @@
 // and sent by a worker through a virtual modem, and headless Chromium reading the page with the
 // token it was handed; what the page rendered is read back from its DOM.
 #include "SenderFixture.h"
+#include "campaigns/CampaignStore.h"
+#include "campaigns/Replies.h"
+#include "core/DataFolder.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -101,6 +104,25 @@ protected:
         browser.waitForFinished(45000);
     }
 
+    // People answer: `count` replies, the last one the newest, kept as a worker keeps them.
+    void reply(int count, const QString& newest) {
+        qputenv("BULKSMS_DATA_HOME", home.path().toLocal8Bit());
+        QString why;
+        const std::shared_ptr<CampaignStore> campaigns =
+            CampaignStore::forFolder(DataFolder::fromEnvironment(), &why);
+        qunsetenv("BULKSMS_DATA_HOME");
+        ASSERT_TRUE(campaigns) << why.toStdString();
+        for (int i = 1; i <= count; ++i) {
+            ReceivedMessage message;
+            message.device = QStringLiteral("358000000000210");
+            message.road = QStringLiteral("gsm");
+            message.sender = QStringLiteral("+447400123456");
+            message.text = i == count ? newest : QStringLiteral("Reply %1").arg(i);
+            message.sentAt = 1'790'000'000'000 + qint64(i) * 1000;
+            ASSERT_TRUE(storeReceived(*campaigns, message, {}, &why)) << why.toStdString();
+        }
+    }
+
     QString chromium, token, base;
     QTemporaryDir profile;
     std::unique_ptr<QProcess> server;
@@ -125,6 +147,7 @@ TEST_F(DashboardTest, ShowsASentCampaignItsMessagesAndTheDevicesWithTheTokenItWa
     ASSERT_EQ(exitCode, 0) << errors.toStdString();
     ASSERT_EQ(received(), 2);
     EXPECT_EQ(timesReceived("+447400123456"), 1);
+    reply(25, QStringLiteral("<img src=y id=answer> Yes please"));
 
     const QString dom = render(base + "/#token=" + token);
     ASSERT_FALSE(dom.isEmpty());
@@ -158,9 +181,15 @@ TEST_F(DashboardTest, ShowsASentCampaignItsMessagesAndTheDevicesWithTheTokenItWa
         EXPECT_TRUE(devices.contains(QLatin1String("Not available"))) << devices.toStdString();
     const QString replies =
         part(dom, QStringLiteral("<section id=\"replies\""), QStringLiteral("</section>"));
-    if (curl({"-H", "Authorization: Bearer " + token, base + "/v1/inbox"}).status == 200)
-        EXPECT_TRUE(replies.contains(QLatin1String("No replies yet."))) << replies.toStdString();
-    else
+    if (curl({"-H", "Authorization: Bearer " + token, base + "/v1/inbox"}).status == 200) {
+        // The newest twenty, newest first: the reply with markup in it, shown as text, then 24 to 6.
+        const qsizetype newest = replies.indexOf(QLatin1String("&lt;img src=y id=answer&gt; Yes please"));
+        EXPECT_GE(newest, 0) << replies.toStdString();
+        EXPECT_LT(newest, replies.indexOf(QLatin1String(">Reply 24<"))) << replies.toStdString();
+        EXPECT_LT(replies.indexOf(QLatin1String(">Reply 24<")), replies.indexOf(QLatin1String(">Reply 6<")));
+        EXPECT_FALSE(replies.contains(QLatin1String(">Reply 5<"))) << "more than the newest twenty";
+        EXPECT_EQ(replies.count(QLatin1String("<tr class=\"unread\">")), 20) << replies.toStdString();
+    } else
         EXPECT_TRUE(replies.contains(QLatin1String("Not available"))) << replies.toStdString();
 
     // The token was kept: the page loaded again without it still shows the campaign.
