@@ -10,6 +10,6 @@ struct ApiContext;
 namespace httplib {
 class Server;
 }
-// GET /v1/openapi.json, and the dashboard's page and scripts. None needs a token: they hold no
+// GET /v1/openapi.json, and the dashboard's page, script and style. None needs a token: they hold no
 // data, and the dashboard asks the API for everything it shows, with the token pasted into it.
 void addFileRoutes(httplib::Server& server);
