@@ -16,6 +16,8 @@
 
 namespace {
 
+constexpr size_t kThreads = 48;
+
 // What a status means, for the errors the library answers itself.
 QString errorText(int status) {
     switch (status) {
@@ -57,6 +59,11 @@ bool ApiServer::start(QString* error) {
     }
     httplib::Server& s = *m_server;
     s.set_payload_max_length(size_t(m_options.maxBody));
+    s.set_tcp_nodelay(true); // a small answer goes at once, not after the peer's delayed acknowledgement
+    // A client keeps its connection for many requests, and each connection holds a thread of
+    // the pool while it lives: enough threads for the clients a small business runs at once.
+    s.set_keep_alive_max_count(1000);
+    s.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
     s.set_read_timeout(10, 0);
     s.set_write_timeout(10, 0);
     s.set_error_handler([](const httplib::Request&, httplib::Response& res) {

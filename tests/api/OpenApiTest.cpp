@@ -47,7 +47,10 @@ TEST_P(OpenApiTest, EveryOperationOfTheDocumentIsServedAsDocumented) {
          [&] { return post("/v1/campaigns/2/cancel", QByteArray(), token).status; }},
         {"GET /v1/openapi.json", [&] { return get("/v1/openapi.json", {}).status; }},
         {"GET /v1/inbox", [&] { return get("/v1/inbox?limit=5", token).status; }},
-        {"POST /v1/opt-outs", [&] { return post("/v1/opt-outs", QJsonObject{{"number", "+447400123458"}}, token).status; }},
+        {"POST /v1/opt-outs",
+         [&] {
+             return post("/v1/opt-outs", QJsonObject{{"number", "+447400123458"}}, token).status;
+         }},
         {"GET /v1/opt-outs", [&] { return get("/v1/opt-outs?all=true", token).status; }},
         {"GET /v1/opt-outs/{number}", [&] { return get("/v1/opt-outs/%2B447400123458", token).status; }},
         {"DELETE /v1/opt-outs/{number}", [&] { return del("/v1/opt-outs/+447400123458", token).status; }},
@@ -55,7 +58,8 @@ TEST_P(OpenApiTest, EveryOperationOfTheDocumentIsServedAsDocumented) {
         {"POST /v1/webhooks",
          [&] {
              return post("/v1/webhooks",
-                         QJsonObject{{"url", "http://127.0.0.1:9/hook"}, {"events", QJsonArray{"sms:sent", "sms:received"}}},
+                         QJsonObject{{"url", "http://127.0.0.1:9/hook"},
+                                     {"events", QJsonArray{"sms:sent", "sms:received"}}},
                          token)
                  .status;
          }},
