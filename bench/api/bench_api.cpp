@@ -42,6 +42,7 @@ Figures measure(int port, std::chrono::seconds length,
     std::latch connected(kClients + 1), go(1);
     std::chrono::steady_clock::time_point end;
     std::vector<std::thread> clients;
+    clients.reserve(kClients);
     for (int c = 0; c < kClients; ++c)
         clients.emplace_back([&, c] {
             httplib::Client client("127.0.0.1", port);

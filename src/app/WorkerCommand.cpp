@@ -179,6 +179,21 @@ private:
     bool m_chosen = false; // this wait's devices were chosen (or could not be)
 };
 
+// The API beside the sending, on the same store: what it queues, this worker sends. Null (and
+// why told) when it cannot listen.
+std::unique_ptr<ApiServer> startApi(const WorkerOptions& o, std::shared_ptr<CampaignStore> store,
+                                    const DataFolder& folder) {
+    QString why;
+    const std::optional<ApiServerOptions> options = o.api.read(o.parser, &why);
+    auto server = options ? std::make_unique<ApiServer>(std::move(store), folder, *options) : nullptr;
+    if (!server || !server->start(&why)) {
+        printErr(why);
+        return nullptr;
+    }
+    printErr(QStringLiteral("Listening on %1").arg(server->address()));
+    return server;
+}
+
 } // namespace
 
 int runWorker(const QStringList& arguments) {
@@ -195,18 +210,9 @@ int runWorker(const QStringList& arguments) {
         printErr(errorInFileAccessing(why));
         return kExitDataNotWritten;
     }
-    // The API beside the sending, on the same store: what it queues, this worker sends.
     std::unique_ptr<ApiServer> server;
-    if (o.parser.isSet(o.serve)) {
-        const std::optional<ApiServerOptions> serverOptions = o.api.read(o.parser, &why);
-        if (serverOptions)
-            server = std::make_unique<ApiServer>(store, folder, *serverOptions);
-        if (!server || !server->start(&why)) {
-            printErr(why);
-            return kExitUsage;
-        }
-        printErr(QStringLiteral("Listening on %1").arg(server->address()));
-    }
+    if (o.parser.isSet(o.serve) && !(server = startApi(o, store, folder)))
+        return kExitUsage;
     const QString road = o.parser.isSet(o.android) ? kAndroidRoad : kGsmRoad;
     WorkerDevices devices(store, road);
     bool stopped = false;

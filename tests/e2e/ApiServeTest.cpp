@@ -2,11 +2,14 @@
 // message posted with curl goes out once and the campaign says so; TLS with a certificate of
 // the operator's; and an address other computers reach refused without it.
 #include "SenderFixture.h"
+#include "WebhookReceiver.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QMessageAuthenticationCode>
 #include <QRegularExpression>
 #include <QThread>
 
@@ -35,9 +38,9 @@ protected:
         }
     }
     // Starts the program with the arguments; the address it listens on, or "" when it did not.
-    QString serve(const QStringList& arguments) {
+    QString serve(const QStringList& arguments, QProcessEnvironment env = {}) {
         server = std::make_unique<QProcess>();
-        server->setProcessEnvironment(environment());
+        server->setProcessEnvironment(env.isEmpty() ? environment() : env);
         server->start(QStringLiteral(BULKSMS_EXECUTABLE), arguments);
         EXPECT_TRUE(server->waitForStarted());
         static const QRegularExpression listening(QStringLiteral("Listening on (\\S+)"));
@@ -103,6 +106,55 @@ TEST_F(ApiServeTest, AMessagePostedWithCurlGoesOutOnceThroughTheWorkersModem) {
     ASSERT_EQ(items.size(), 1);
     EXPECT_EQ(items.at(0).toObject().value("state").toString(), "sent");
     EXPECT_EQ(items.at(0).toObject().value("refs").toArray().size(), 1);
+}
+
+// The whole way another program goes: a webhook registered, one message posted, and the
+// receiver (down for its first two tries) hears once, signed and in order, that it was sent and
+// then delivered.
+TEST_F(ApiServeTest, AReceiverHearsSignedOnceAndInOrderThatTheMessageWasSentThenDelivered) {
+    Receiver receiver(2);
+    // The program's clock from now on runs as fast as its waits are shrunk: the receiver's
+    // retries come after seconds of its time, not of the test's.
+    QProcessEnvironment fast = environment();
+    fast.insert("BULKSMS_FAKE_NOW", QDateTime::currentDateTimeUtc().toString(Qt::ISODate));
+    const QString address = serve({"worker", "--serve", "--listen", "127.0.0.1:0"}, fast);
+    ASSERT_FALSE(address.isEmpty()) << errors.toStdString();
+    const QByteArray secret = "the-shops-webhook-secret";
+    const QJsonObject hook =
+        QJsonDocument::fromJson(
+            curl({"-d",
+                  QJsonDocument(QJsonObject{{"url", receiver.url()},
+                                            {"events", QJsonArray{"sms:sent", "sms:delivered", "sms:failed"}},
+                                            {"secret", QString::fromLatin1(secret)}})
+                      .toJson(),
+                  address + "/v1/webhooks"}))
+            .object();
+    ASSERT_GT(hook.value("id").toInteger(), 0) << QJsonDocument(hook).toJson().toStdString();
+    curl({"-d", R"({"to":"+447400123456","text":"Your table is ready","options":{"delivery_reports":true}})",
+          address + "/v1/messages"});
+
+    for (int waited = 0; waited < 60000 && receiver.accepted().size() < 2; waited += 50)
+        QThread::msleep(50);
+    const QList<Arrival> accepted = receiver.accepted();
+    ASSERT_EQ(accepted.size(), 2) << errors.toStdString();
+    EXPECT_EQ(accepted.at(0).event, "sms:sent");
+    EXPECT_EQ(accepted.at(1).event, "sms:delivered");
+    EXPECT_NE(accepted.at(0).eventId, accepted.at(1).eventId);
+    for (const Arrival& a : accepted) {
+        QMessageAuthenticationCode mac(QCryptographicHash::Sha256, secret);
+        mac.addData(a.timestamp.toUtf8() + "." + a.body);
+        EXPECT_EQ(a.signature, "sha256=" + QString::fromLatin1(mac.result().toHex()))
+            << a.event.toStdString();
+        const QJsonObject data = QJsonDocument::fromJson(a.body).object().value("data").toObject();
+        EXPECT_EQ(data.value("to").toString(), "+447400123456");
+    }
+    // The two refused tries were of the first event, tried again; nothing came twice after.
+    QThread::msleep(300);
+    const QList<Arrival> all = receiver.arrivals();
+    ASSERT_EQ(all.size(), 4);
+    EXPECT_EQ(all.at(0).eventId, all.at(2).eventId);
+    EXPECT_EQ(all.at(1).eventId, all.at(2).eventId);
+    EXPECT_EQ(received(), 1);
 }
 
 TEST_F(ApiServeTest, TlsServesWithTheOperatorsCertificateAndOtherAddressesNeedIt) {
