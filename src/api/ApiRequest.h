@@ -1,6 +1,5 @@
 #pragma once
-// What the routes of the inbox, the opt-outs and the devices share in reading a request and in
-// answering when the store refuses.
+// What the routes share in reading a request and in answering when the store refuses.
 #include <QJsonObject>
 #include <QString>
 

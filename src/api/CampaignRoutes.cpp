@@ -2,6 +2,7 @@
 
 #include "ApiContext.h"
 #include "ApiJson.h"
+#include "ApiRequest.h"
 #include "CampaignJson.h"
 #include "CampaignRequest.h"
 #include "Idempotency.h"
@@ -18,39 +19,6 @@
 
 namespace {
 
-constexpr int kDefaultPage = 100, kLongestPage = 1000;
-
-void storeRefused(httplib::Response& res, const QString& why) {
-    // The database's words stay in the log: they may name files and other clients' rows.
-    Show_NSLog_Message(QStringLiteral("API: the store refused: %1").arg(why));
-    replyError(res, 503, QStringLiteral("The store could not be read or written; nothing was changed."));
-}
-
-// The body as a JSON object, or a 400 sent.
-std::optional<QJsonObject> jsonBody(const httplib::Request& req, httplib::Response& res) {
-    QJsonParseError error{};
-    const QJsonDocument document = QJsonDocument::fromJson(QByteArray::fromStdString(req.body), &error);
-    if (error.error != QJsonParseError::NoError) {
-        replyError(res, 400,
-                   QStringLiteral("The body is not JSON: %1 at byte %2.")
-                       .arg(error.errorString())
-                       .arg(error.offset));
-        return std::nullopt;
-    }
-    if (!document.isObject()) {
-        replyError(res, 400, QStringLiteral("The body must be a JSON object."));
-        return std::nullopt;
-    }
-    return document.object();
-}
-
-// A positive whole number from the path or the query; 0 when it is none.
-qint64 idOf(const std::string& text) {
-    bool ok = false;
-    const qint64 id = QString::fromStdString(text).toLongLong(&ok);
-    return ok && id > 0 ? id : 0;
-}
-
 void replyCampaign(ApiContext& context, httplib::Response& res, qint64 id, int status) {
     QString why;
     const std::optional<CampaignSummary> c = campaignSummary(*context.store, id, &why);
@@ -58,7 +26,7 @@ void replyCampaign(ApiContext& context, httplib::Response& res, qint64 id, int s
         if (why.isEmpty())
             replyError(res, 404, QStringLiteral("No campaign %1.").arg(id));
         else
-            storeRefused(res, why);
+            replyStoreRefused(res, why);
         return;
     }
     replyJson(res, status, campaignJson(*c));
@@ -66,7 +34,7 @@ void replyCampaign(ApiContext& context, httplib::Response& res, qint64 id, int s
 
 // Creates the campaign a request asks for, once per idempotency key.
 void create(ApiContext& context, const ApiCall& call, httplib::Response& res, bool single) {
-    const std::optional<QJsonObject> body = jsonBody(call.request, res);
+    const std::optional<QJsonObject> body = jsonObjectBody(call.request, res);
     if (!body)
         return;
     const QString key = QString::fromStdString(call.request.get_header_value("Idempotency-Key"));
@@ -118,7 +86,7 @@ void create(ApiContext& context, const ApiCall& call, httplib::Response& res, bo
         },
         &why);
     if (!written) {
-        storeRefused(res, why);
+        replyStoreRefused(res, why);
         return;
     }
     if (claim.kind == KeyClaim::Kind::Conflict) {
@@ -136,16 +104,10 @@ void create(ApiContext& context, const ApiCall& call, httplib::Response& res, bo
 
 void list(ApiContext& context, const ApiCall& call, httplib::Response& res) {
     const httplib::Request& req = call.request;
-    int limit = kDefaultPage;
-    if (req.has_param("limit")) {
-        limit = int(qMin<qint64>(idOf(req.get_param_value("limit")), kLongestPage + 1));
-        if (limit < 1 || limit > kLongestPage) {
-            replyError(res, 400, QStringLiteral("limit: must be from 1 to %1").arg(kLongestPage),
-                       QStringLiteral("limit"));
-            return;
-        }
-    }
-    const qint64 before = req.has_param("before") ? idOf(req.get_param_value("before")) : 0;
+    const std::optional<int> limit = pageSize(req, res);
+    if (!limit)
+        return;
+    const qint64 before = req.has_param("before") ? positiveId(req.get_param_value("before")) : 0;
     if (req.has_param("before") && before == 0) {
         replyError(res, 400, QStringLiteral("before: must be a campaign id"), QStringLiteral("before"));
         return;
@@ -153,7 +115,7 @@ void list(ApiContext& context, const ApiCall& call, httplib::Response& res) {
     QString why;
     const std::optional<QList<CampaignSummary>> all = listCampaigns(*context.store, &why);
     if (!all) {
-        storeRefused(res, why);
+        replyStoreRefused(res, why);
         return;
     }
     QJsonArray page;
@@ -161,7 +123,7 @@ void list(ApiContext& context, const ApiCall& call, httplib::Response& res) {
     for (const CampaignSummary& c : *all) {
         if (before != 0 && c.id >= before)
             continue;
-        if (page.size() == limit) {
+        if (page.size() == *limit) {
             next = page.last().toObject().value(QLatin1String("id")).toInteger();
             break;
         }
@@ -173,7 +135,7 @@ void list(ApiContext& context, const ApiCall& call, httplib::Response& res) {
 
 void items(ApiContext& context, const ApiCall& call, httplib::Response& res) {
     const httplib::Request& req = call.request;
-    const qint64 id = idOf(req.matches[1]);
+    const qint64 id = positiveId(req.matches[1]);
     const QString state = QString::fromStdString(req.get_param_value("state"));
     if (!state.isEmpty() && !isApiItemState(state)) {
         replyError(res, 400,
@@ -182,32 +144,26 @@ void items(ApiContext& context, const ApiCall& call, httplib::Response& res) {
         return;
     }
     // Positions count from 0: the first page starts after -1.
-    const qint64 after = req.has_param("after") ? idOf(req.get_param_value("after")) : -1;
+    const qint64 after = req.has_param("after") ? positiveId(req.get_param_value("after")) : -1;
     if (req.has_param("after") && after <= 0 && req.get_param_value("after") != "0") {
         replyError(res, 400, QStringLiteral("after: must be the next cursor of a page"),
                    QStringLiteral("after"));
         return;
     }
-    int limit = kDefaultPage;
-    if (req.has_param("limit")) {
-        limit = int(qMin<qint64>(idOf(req.get_param_value("limit")), kLongestPage + 1));
-        if (limit < 1 || limit > kLongestPage) {
-            replyError(res, 400, QStringLiteral("limit: must be from 1 to %1").arg(kLongestPage),
-                       QStringLiteral("limit"));
-            return;
-        }
-    }
+    const std::optional<int> limit = pageSize(req, res);
+    if (!limit)
+        return;
     QString why;
     if (!campaignSummary(*context.store, id, &why)) {
         if (why.isEmpty())
             replyError(res, 404, QStringLiteral("No campaign %1.").arg(id));
         else
-            storeRefused(res, why);
+            replyStoreRefused(res, why);
         return;
     }
-    const std::optional<ItemPage> page = itemPage(*context.store, id, state, after, limit, &why);
+    const std::optional<ItemPage> page = itemPage(*context.store, id, state, after, *limit, &why);
     if (!page) {
-        storeRefused(res, why);
+        replyStoreRefused(res, why);
         return;
     }
     replyJson(res, 200,
@@ -216,7 +172,7 @@ void items(ApiContext& context, const ApiCall& call, httplib::Response& res) {
 }
 
 void cancel(ApiContext& context, const ApiCall& call, httplib::Response& res) {
-    const qint64 id = idOf(call.request.matches[1]);
+    const qint64 id = positiveId(call.request.matches[1]);
     QString why;
     const std::optional<CampaignSummary> c = campaignSummary(*context.store, id, &why);
     if (c && (c->state == QLatin1String("finished") || c->state == QLatin1String("cancelled"))) {
@@ -227,7 +183,7 @@ void cancel(ApiContext& context, const ApiCall& call, httplib::Response& res) {
         if (why.isEmpty())
             replyError(res, 404, QStringLiteral("No campaign %1.").arg(id));
         else
-            storeRefused(res, why);
+            replyStoreRefused(res, why);
         return;
     }
     replyCampaign(context, res, id, 200);
@@ -247,7 +203,7 @@ void addCampaignRoutes(httplib::Server& server, ApiContext& context) {
                }));
     server.Get(R"(/v1/campaigns/(\d{1,18}))",
                guarded(context, [&context](const ApiCall& call, httplib::Response& res) {
-                   replyCampaign(context, res, idOf(call.request.matches[1]), 200);
+                   replyCampaign(context, res, positiveId(call.request.matches[1]), 200);
                }));
     server.Get(R"(/v1/campaigns/(\d{1,18})/items)",
                guarded(context, [&context](const ApiCall& call, httplib::Response& res) {

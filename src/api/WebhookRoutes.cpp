@@ -2,6 +2,7 @@
 
 #include "ApiContext.h"
 #include "ApiJson.h"
+#include "ApiRequest.h"
 #include "campaigns/CampaignStore.h"
 #include "campaigns/Webhooks.h"
 #include "core/Log.h"
@@ -20,29 +21,6 @@ constexpr int kLongestUrl = 2000;
 constexpr int kLongestSecret = 200;
 constexpr int kSecretBytes = 32;
 
-void storeRefused(httplib::Response& res, const QString& why) {
-    // The database's words stay in the log: they may name files and other clients' rows.
-    Show_NSLog_Message(QStringLiteral("API: the store refused: %1").arg(why));
-    replyError(res, 503, QStringLiteral("The store could not be read or written; nothing was changed."));
-}
-
-std::optional<QJsonObject> jsonBody(const httplib::Request& req, httplib::Response& res) {
-    QJsonParseError error{};
-    const QJsonDocument document = QJsonDocument::fromJson(QByteArray::fromStdString(req.body), &error);
-    if (error.error != QJsonParseError::NoError) {
-        replyError(res, 400,
-                   QStringLiteral("The body is not JSON: %1 at byte %2.")
-                       .arg(error.errorString())
-                       .arg(error.offset));
-        return std::nullopt;
-    }
-    if (!document.isObject()) {
-        replyError(res, 400, QStringLiteral("The body must be a JSON object."));
-        return std::nullopt;
-    }
-    return document.object();
-}
-
 QString newSecret() {
     QByteArray bytes(kSecretBytes, Qt::Uninitialized);
     QRandomGenerator::system()->generate(bytes.begin(), bytes.end());
@@ -59,14 +37,8 @@ QJsonObject hookJson(const Webhook& w) {
                        {"failures", w.failures}};
 }
 
-qint64 idOf(const std::string& text) {
-    bool ok = false;
-    const qint64 id = QString::fromStdString(text).toLongLong(&ok);
-    return ok && id > 0 ? id : 0;
-}
-
 void create(ApiContext& context, const ApiCall& call, httplib::Response& res) {
-    const std::optional<QJsonObject> body = jsonBody(call.request, res);
+    const std::optional<QJsonObject> body = jsonObjectBody(call.request, res);
     if (!body)
         return;
     const std::variant<WebhookRequest, WebhookProblem> read = readWebhookRequest(*body);
@@ -80,7 +52,7 @@ void create(ApiContext& context, const ApiCall& call, httplib::Response& res) {
     const std::optional<Webhook> made =
         createWebhook(*context.store, call.token.id, request.url, request.events, secret, &why);
     if (!made) {
-        storeRefused(res, why);
+        replyStoreRefused(res, why);
         return;
     }
     QJsonObject json = hookJson(*made);
@@ -96,7 +68,7 @@ void list(ApiContext& context, const ApiCall& call, httplib::Response& res) {
     QString why;
     const std::optional<QList<Webhook>> hooks = listWebhooks(*context.store, call.token.id, &why);
     if (!hooks) {
-        storeRefused(res, why);
+        replyStoreRefused(res, why);
         return;
     }
     QJsonArray all;
@@ -106,11 +78,11 @@ void list(ApiContext& context, const ApiCall& call, httplib::Response& res) {
 }
 
 void one(ApiContext& context, const ApiCall& call, httplib::Response& res) {
-    const qint64 id = idOf(call.request.matches[1]);
+    const qint64 id = positiveId(call.request.matches[1]);
     QString why;
     const std::optional<QList<Webhook>> hooks = listWebhooks(*context.store, call.token.id, &why);
     if (!hooks) {
-        storeRefused(res, why);
+        replyStoreRefused(res, why);
         return;
     }
     for (const Webhook& w : *hooks)
@@ -122,11 +94,11 @@ void one(ApiContext& context, const ApiCall& call, httplib::Response& res) {
 }
 
 void remove(ApiContext& context, const ApiCall& call, httplib::Response& res) {
-    const qint64 id = idOf(call.request.matches[1]);
+    const qint64 id = positiveId(call.request.matches[1]);
     bool found = false;
     QString why;
     if (!deleteWebhook(*context.store, call.token.id, id, &found, &why)) {
-        storeRefused(res, why);
+        replyStoreRefused(res, why);
         return;
     }
     if (!found) {
