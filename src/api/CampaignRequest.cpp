@@ -10,6 +10,8 @@
 #include <QJsonArray>
 #include <QSet>
 
+#include <cmath>
+
 namespace {
 
 using Problem = std::optional<RequestProblem>;
@@ -49,7 +51,8 @@ Problem readInt(const QJsonObject& o, const QString& key, const QString& field, 
         return std::nullopt;
     const QJsonValue v = o.value(key);
     const double d = v.toDouble();
-    if (!v.isDouble() || d != double(qint64(d)))
+    // Compared as a double: a number far beyond any integer type is refused, not converted.
+    if (!v.isDouble() || std::trunc(d) != d)
         return wrongType(field, QStringLiteral("a whole number"), v);
     if (d < low || d > high)
         return problem(field, QStringLiteral("must be from %1 to %2").arg(low).arg(high));
