@@ -31,7 +31,14 @@ QJsonObject messageJson(const ReceivedRow& row) {
 // The filter the query asks for, or a 400 sent.
 std::optional<ReceivedFilter> filterOf(const httplib::Request& req, httplib::Response& res) {
     ReceivedFilter filter;
-    filter.oldestFirst = true;
+    // Oldest first after a cursor (a program that reads everything once), or newest first
+    // before one (a page of the latest replies).
+    const std::string order = req.has_param("order") ? req.get_param_value("order") : "oldest";
+    if (order != "oldest" && order != "newest") {
+        replyError(res, 400, QStringLiteral("order: must be oldest or newest"), QStringLiteral("order"));
+        return std::nullopt;
+    }
+    filter.oldestFirst = order == "oldest";
     if (req.has_param("since")) {
         // A "+" left unencoded in a query reads as a space: an offset can only have meant "+".
         static const QRegularExpression spacedOffset(QStringLiteral(" (\\d\\d:?\\d\\d)$"));
@@ -56,14 +63,27 @@ std::optional<ReceivedFilter> filterOf(const httplib::Request& req, httplib::Res
             return std::nullopt;
         }
     }
-    if (req.has_param("after")) {
-        const std::string text = req.get_param_value("after");
-        filter.after = positiveId(text);
-        if (filter.after == 0 && text != "0") {
-            replyError(res, 400, QStringLiteral("after: must be the next cursor of a page"),
-                       QStringLiteral("after"));
+    // The cursor: "after" the last message of an oldest-first page, "before" the last of a
+    // newest-first one.
+    const char* cursor = filter.oldestFirst ? "after" : "before";
+    if (req.has_param(filter.oldestFirst ? "before" : "after")) {
+        replyError(
+            res, 400,
+            QStringLiteral("%1: goes with order=%2")
+                .arg(filter.oldestFirst ? "before" : "after", filter.oldestFirst ? "newest" : "oldest"),
+            QLatin1String(filter.oldestFirst ? "before" : "after"));
+        return std::nullopt;
+    }
+    if (req.has_param(cursor)) {
+        const std::string text = req.get_param_value(cursor);
+        const qint64 id = positiveId(text);
+        if (id == 0 && text != "0") {
+            replyError(res, 400,
+                       QStringLiteral("%1: must be the next cursor of a page").arg(QLatin1String(cursor)),
+                       QLatin1String(cursor));
             return std::nullopt;
         }
+        (filter.oldestFirst ? filter.after : filter.before) = id;
     }
     const std::optional<int> limit = pageSize(req, res);
     if (!limit)

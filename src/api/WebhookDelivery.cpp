@@ -12,6 +12,7 @@
 namespace {
 
 constexpr std::chrono::seconds kPoll{1};
+constexpr std::chrono::hours kPruneEvery{1};
 constexpr std::chrono::seconds kTimeOut{10};
 // A row in the hands of a try is not due again for this long: longer than a try can last.
 constexpr std::chrono::minutes kTryLease{2};
@@ -20,7 +21,8 @@ constexpr int kLongestError = 300;
 // A row that is due and the head of its webhook's rows: a later row waits for the one before.
 const QString kDueHead = QStringLiteral(
     "o.delivered_at IS NULL AND o.given_up_at IS NULL AND o.next_at <= ? AND w.deleted_at IS NULL"
-    " AND w.disabled_at IS NULL AND NOT EXISTS (SELECT 1 FROM outbox p WHERE p.webhook = o.webhook"
+    " AND w.disabled_at IS NULL AND w.token IN (SELECT id FROM api_tokens WHERE revoked_at IS NULL)"
+    " AND NOT EXISTS (SELECT 1 FROM outbox p WHERE p.webhook = o.webhook"
     " AND p.id < o.id AND p.delivered_at IS NULL AND p.given_up_at IS NULL)");
 
 qint64 ms(std::chrono::milliseconds d) { return qint64(d.count()); }
@@ -65,7 +67,12 @@ void WebhookDelivery::start() {
         return;
     m_stop = false;
     m_thread = std::thread([this] {
+        std::chrono::steady_clock::time_point pruned;
         while (!m_stop) {
+            if (std::chrono::steady_clock::now() - pruned >= kPruneEvery) {
+                prune();
+                pruned = std::chrono::steady_clock::now();
+            }
             deliverDue();
             Clock::sleepUnless(kPoll, [this] { return m_stop.load(); });
         }
@@ -76,6 +83,20 @@ void WebhookDelivery::stop() {
     m_stop = true;
     if (m_thread.joinable())
         m_thread.join();
+}
+
+bool WebhookDelivery::prune() {
+    const qint64 before = CampaignStore::now() - ms(kKeptFor);
+    QString why;
+    const bool written = m_store->write(
+        [&](SqlDatabase& db) {
+            return db.exec(QStringLiteral("DELETE FROM outbox WHERE delivered_at < ? OR given_up_at < ?"),
+                           {before, before});
+        },
+        &why);
+    if (!written)
+        Show_NSLog_Message(QStringLiteral("Webhooks: the store refused: %1").arg(why));
+    return written;
 }
 
 bool WebhookDelivery::claim(Due& due) {

@@ -38,8 +38,12 @@ public:
 
     // Tries every row that is due now, each webhook's in order; how many were tried.
     int deliverDue();
+    // Forgets the rows delivered or given up before kKeptFor ago (the outbox would otherwise
+    // grow with every message ever sent). False when the store refused.
+    bool prune();
 
     static constexpr std::chrono::hours kGiveUpAfter{24};
+    static constexpr std::chrono::hours kKeptFor{24 * 30};
 
 private:
     struct Due;

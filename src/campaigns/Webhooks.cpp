@@ -132,7 +132,10 @@ namespace {
 // The active webhooks: id and the events each asked for.
 bool activeHooks(SqlDatabase& db, QList<SqlRow>& hooks) {
     return db.exec(
-        QStringLiteral("SELECT id, events FROM webhooks WHERE deleted_at IS NULL AND disabled_at IS NULL"),
+        // A revoked token's webhooks hear nothing more: revoking a leaked token stops the
+        // messages' numbers and texts going where its holder pointed them.
+        QStringLiteral("SELECT id, events FROM webhooks WHERE deleted_at IS NULL AND disabled_at IS NULL"
+                       " AND token IN (SELECT id FROM api_tokens WHERE revoked_at IS NULL)"),
         {}, &hooks);
 }
 

@@ -114,6 +114,20 @@ TEST_P(InboxApiTest, RepliesArePagedOldestFirstToTheEndWithoutBeingMarkedRead) {
     ASSERT_EQ(again.size(), 6);
     EXPECT_TRUE(again.at(1).toObject().value("read").toBool());
     EXPECT_FALSE(again.at(2).toObject().value("read").toBool());
+    // Newest first, a page at a time before its cursor: the latest replies, as a dashboard shows them.
+    const QJsonObject latest = get("/v1/inbox?order=newest&limit=4", token).json().object();
+    const QJsonArray newest = latest.value("messages").toArray();
+    ASSERT_EQ(newest.size(), 4);
+    EXPECT_EQ(newest.at(0).toObject().value("id").toInteger(), ids.at(5));
+    EXPECT_EQ(newest.at(3).toObject().value("id").toInteger(), ids.at(2));
+    const QJsonArray older =
+        get(QStringLiteral("/v1/inbox?order=newest&before=%1").arg(latest.value("next").toInteger()), token)
+            .json()
+            .object()
+            .value("messages")
+            .toArray();
+    ASSERT_EQ(older.size(), 2);
+    EXPECT_EQ(older.at(0).toObject().value("id").toInteger(), ids.at(1));
     // After the last cursor there is nothing new, until a reply comes.
     const QString afterLast = QStringLiteral("/v1/inbox?after=%1").arg(ids.last());
     EXPECT_TRUE(get(afterLast, token).json().object().value("messages").toArray().isEmpty());
@@ -165,10 +179,12 @@ TEST_P(InboxApiTest, MalformedQueriesAreRefusedNamingTheParameter) {
         const char* query;
         const char* field;
     };
-    for (const Case& c : {Case{"since=2030-01-02T09:00:00", "since"}, Case{"since=yesterday", "since"},
-                          Case{"campaign=-1", "campaign"}, Case{"campaign=x", "campaign"},
-                          Case{"after=-3", "after"}, Case{"after=1.5", "after"}, Case{"limit=0", "limit"},
-                          Case{"limit=1001", "limit"}, Case{"limit=ten", "limit"}}) {
+    for (const Case& c :
+         {Case{"since=2030-01-02T09:00:00", "since"}, Case{"since=yesterday", "since"},
+          Case{"campaign=-1", "campaign"}, Case{"campaign=x", "campaign"}, Case{"after=-3", "after"},
+          Case{"after=1.5", "after"}, Case{"limit=0", "limit"}, Case{"limit=1001", "limit"},
+          Case{"limit=ten", "limit"}, Case{"order=random", "order"}, Case{"order=newest&after=3", "after"},
+          Case{"before=3", "before"}}) {
         const HttpAnswer answer = get(QStringLiteral("/v1/inbox?") + c.query, token);
         EXPECT_EQ(answer.status, 400) << c.query;
         EXPECT_EQ(answer.json().object().value("error").toObject().value("field").toString(), c.field)

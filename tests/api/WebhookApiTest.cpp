@@ -180,6 +180,11 @@ TEST_P(WebhookApiTest, AReceiverThatNeverAcceptsHasItsWebhookDisabledAfterADay) 
     });
     EXPECT_EQ(givenUp, 1);
     EXPECT_EQ(pending, 1) << "the later event waits for the webhook to be enabled again";
+    // A month on, what was given up is forgotten; what still waits is kept.
+    qputenv("BULKSMS_FAKE_NOW", "2026-12-28T10:00:00Z");
+    Clock::readNowFromEnvironment();
+    ASSERT_TRUE(WebhookDelivery(store).prune());
+    EXPECT_EQ(rowsIn("outbox"), 1);
 
     bool found = false;
     ASSERT_TRUE(enableWebhook(*store, hook.value("id").toInteger(), &found, nullptr));

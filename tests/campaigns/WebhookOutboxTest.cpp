@@ -31,13 +31,19 @@ protected:
         QString why;
         store = CampaignStore::forFolder(home.folder, &why);
         ASSERT_TRUE(store) << why.toStdString();
+        // Token 1 in use, token 2 revoked.
+        ASSERT_TRUE(store->write([](SqlDatabase& db) {
+            return db.exec("INSERT INTO api_tokens (name, hash, created_at) VALUES ('shop', 'a', 1)") &&
+                   db.exec("INSERT INTO api_tokens (name, hash, created_at, revoked_at) VALUES ('old', 'b', "
+                           "1, 2)");
+        }));
     }
     void TearDown() override { CampaignStore::useDatabase({}); }
 
-    qint64 hook(const QStringList& events) {
+    qint64 hook(const QStringList& events, qint64 token = 1) {
         QString why;
         const std::optional<Webhook> made =
-            createWebhook(*store, 1, "http://127.0.0.1:9/h", events, "0123456789abcdef", &why);
+            createWebhook(*store, token, "http://127.0.0.1:9/h", events, "0123456789abcdef", &why);
         EXPECT_TRUE(made) << why.toStdString();
         return made ? made->id : 0;
     }
@@ -124,6 +130,7 @@ TEST_P(WebhookOutboxTest, EachChangeTellsItsEventToTheWebhooksThatAskedForIt) {
     const qint64 replies = hook({kEventReceived});
     const qint64 disabled = hook(webhookEventNames());
     const qint64 deleted = hook(webhookEventNames());
+    const qint64 revoked = hook(webhookEventNames(), 2);
     ASSERT_TRUE(store->write([&](SqlDatabase& db) {
         return db.exec("UPDATE webhooks SET disabled_at = 1 WHERE id = ?", {disabled}) &&
                db.exec("UPDATE webhooks SET deleted_at = 1 WHERE id = ?", {deleted});
@@ -145,6 +152,7 @@ TEST_P(WebhookOutboxTest, EachChangeTellsItsEventToTheWebhooksThatAskedForIt) {
     EXPECT_EQ(eventsOf(replies), QStringList({"sms:received ", "sms:received "}));
     EXPECT_TRUE(eventsOf(disabled).isEmpty());
     EXPECT_TRUE(eventsOf(deleted).isEmpty());
+    EXPECT_TRUE(eventsOf(revoked).isEmpty()) << "a revoked token's webhook hears nothing";
 
     // What the receivers read.
     QSet<QString> ids;

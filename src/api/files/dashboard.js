@@ -8,19 +8,12 @@ const TOKEN_KEY = 'bulksms.token';
 const CAMPAIGNS_SHOWN = 50;
 const ITEMS_SHOWN = 100;
 const REPLIES_SHOWN = 20;
-const INBOX_PAGE = 1000;
-// Pages of the inbox read in one refresh at most; the next refresh goes on from there.
-const INBOX_PAGES_PER_REFRESH = 20;
-// The inbox is read from the start again now and then, so replies marked read elsewhere show so.
-const INBOX_REREAD_EVERY = 12;
 
 let memoryToken = ''; // when the browser keeps no local storage
 let timer = 0;
 let selected = null; // the campaign whose messages are shown
 let pickedByHand = false;
 let campaignsById = new Map();
-// Where reading the inbox goes on from: the cursor of its last page, and the replies before it.
-let inbox = { after: null, before: [], refreshes: 0 };
 
 class ApiError extends Error {
   constructor(status, message) {
@@ -285,27 +278,10 @@ async function cancelSelected() {
 
 // ---- latest replies ----
 
-// The inbox comes oldest first, a page after a cursor: read to its end, keep the newest.
+// The newest replies, newest first: one page.
 async function readInbox() {
-  if (++inbox.refreshes % INBOX_REREAD_EVERY === 0)
-    inbox = { after: null, before: [], refreshes: inbox.refreshes };
-  let after = inbox.after;
-  let held = inbox.before.slice();
-  for (let page = 0; page < INBOX_PAGES_PER_REFRESH; ++page) {
-    const query = `limit=${INBOX_PAGE}` + (after === null ? '' : `&after=${encodeURIComponent(after)}`);
-    const answer = await api(`/v1/inbox?${query}`);
-    const messages = Array.isArray(answer.messages) ? answer.messages : [];
-    if (messages.length) {
-      // The next read starts again at this page, with what came before it.
-      inbox.after = after;
-      inbox.before = held.slice(-REPLIES_SHOWN);
-      held = inbox.before.concat(messages).slice(-(REPLIES_SHOWN + INBOX_PAGE));
-    }
-    if (answer.next === null || answer.next === undefined)
-      break;
-    after = answer.next;
-  }
-  return held.slice(-REPLIES_SHOWN).reverse();
+  const answer = await api(`/v1/inbox?order=newest&limit=${REPLIES_SHOWN}`);
+  return Array.isArray(answer.messages) ? answer.messages : [];
 }
 
 async function loadReplies() {
@@ -322,7 +298,6 @@ async function loadReplies() {
       return row;
     }), true);
   } catch (error) {
-    inbox = { after: null, before: [], refreshes: inbox.refreshes };
     failed(part, error, 'Not available: this server does not offer the inbox.');
   }
 }
@@ -416,7 +391,6 @@ function start() {
       section(id).fill([], false);
     selected = null;
     pickedByHand = false;
-    inbox = { after: null, before: [], refreshes: 0 };
     askForToken('');
   });
   cancelButton().addEventListener('click', () => {
