@@ -13,6 +13,8 @@
 
 #include <QJsonDocument>
 #include <QMessageAuthenticationCode>
+#include <QProcess>
+#include <QTemporaryDir>
 
 #include <httplib.h>
 
@@ -194,6 +196,32 @@ TEST_P(WebhookApiTest, AReceiverThatNeverAcceptsHasItsWebhookDisabledAfterADay) 
         return all.size() > tries && all.last().eventId != all.first().eventId;
     })) << "the waiting event is tried once the webhook is on again";
     EXPECT_EQ(hooks(token).at(0).toObject().value("state").toString(), "active");
+}
+
+// HTTPS receivers are trusted through the system's certificates only: one the system does not
+// trust gets nothing, and once its certificate is trusted the waiting event arrives.
+TEST_P(WebhookApiTest, AnHttpsReceiverGetsEventsOnlyWithACertificateTheSystemTrusts) {
+    QTemporaryDir keys;
+    const QString cert = keys.filePath("cert.pem"), key = keys.filePath("key.pem");
+    QProcess openssl;
+    openssl.start("openssl", {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "1", "-subj", "/CN=receiver",
+                              "-addext", "subjectAltName=IP:127.0.0.1", "-keyout", key, "-out", cert});
+    ASSERT_TRUE(openssl.waitForFinished(60000));
+    ASSERT_EQ(openssl.exitCode(), 0) << openssl.readAllStandardError().toStdString();
+    Receiver receiver(0, cert, key);
+    ASSERT_TRUE(receiver.url().startsWith("https://"));
+    registered(receiver.url(), {"sms:received"}, token);
+
+    qputenv("SSL_CERT_FILE", keys.filePath("none.pem").toUtf8()); // trusts nothing
+    replyFrom("+447911123100", "Hello");
+    ASSERT_TRUE(waitFor([&] { return hooks(token).at(0).toObject().value("failures").toInt() >= 1; }));
+    EXPECT_TRUE(receiver.arrivals().isEmpty()) << "no body reaches a receiver that is not trusted";
+
+    qputenv("SSL_CERT_FILE", cert.toUtf8());
+    const bool arrived = waitFor([&] { return receiver.accepted().size() == 1; });
+    qunsetenv("SSL_CERT_FILE");
+    ASSERT_TRUE(arrived);
+    EXPECT_EQ(receiver.accepted().at(0).event, "sms:received");
 }
 
 TEST_P(WebhookApiTest, ATokenSeesAndDeletesOnlyItsOwnWebhooks) {

@@ -8,6 +8,7 @@
 #include <httplib.h>
 
 #include <atomic>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -19,8 +20,13 @@ struct Arrival {
 
 class Receiver {
 public:
-    explicit Receiver(int failures) : m_failures(failures) {
-        m_server.Post("/hook", [this](const httplib::Request& req, httplib::Response& res) {
+    // With a certificate and its key: HTTPS.
+    explicit Receiver(int failures, const QString& cert = {}, const QString& key = {})
+        : m_server(cert.isEmpty() ? std::make_unique<httplib::Server>()
+                                  : std::make_unique<httplib::SSLServer>(cert.toLocal8Bit().constData(),
+                                                                         key.toLocal8Bit().constData())),
+          m_tls(!cert.isEmpty()), m_failures(failures) {
+        m_server->Post("/hook", [this](const httplib::Request& req, httplib::Response& res) {
             std::lock_guard lock(m_mutex);
             const bool fail = m_failures < 0 || int(m_arrivals.size()) < m_failures;
             res.status = fail ? 500 : 204;
@@ -32,16 +38,16 @@ public:
             if (req.get_header_value("Content-Type") != "application/json")
                 m_badType = true;
         });
-        m_port = m_server.bind_to_any_port("127.0.0.1");
-        m_thread = std::thread([this] { m_server.listen_after_bind(); });
-        while (!m_server.is_running())
+        m_port = m_server->bind_to_any_port("127.0.0.1");
+        m_thread = std::thread([this] { m_server->listen_after_bind(); });
+        while (!m_server->is_running())
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     ~Receiver() {
-        m_server.stop();
+        m_server->stop();
         m_thread.join();
     }
-    QString url() const { return QStringLiteral("http://127.0.0.1:%1/hook").arg(m_port); }
+    QString url() const { return QStringLiteral("%1://127.0.0.1:%2/hook").arg(m_tls ? "https" : "http").arg(m_port); }
     QList<Arrival> arrivals() const {
         std::lock_guard lock(m_mutex);
         return m_arrivals;
@@ -56,7 +62,8 @@ public:
     bool badType() const { return m_badType; }
 
 private:
-    httplib::Server m_server;
+    std::unique_ptr<httplib::Server> m_server;
+    const bool m_tls;
     std::thread m_thread;
     int m_port = 0;
     const int m_failures;
