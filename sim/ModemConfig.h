@@ -41,6 +41,14 @@ struct IncomingMessage {
     QString to; // only the modem of this IMEI (or the phone of this serial) gets it; empty: every one
 };
 
+// A line of the modem's own that it sends by itself once a client has opened the line:
+// start-up reports ("RDY", "+CPIN: READY", "SMS Ready") and periodic ones ("^RSSI: 17").
+struct TimedIndication {
+    QString line;
+    int afterMs = 0; // after the first open, on the scaled clock
+    int everyMs = 0; // again this often while the modem runs (0: once)
+};
+
 struct ModemBehaviour {
     enum class Modes { PduOnly, TextOnly, Both } modes = Modes::Both;
     // Lists PDU mode among its formats ("+CMGF: (0,1)") yet answers ERROR to "AT+CMGF=0", as
@@ -102,6 +110,21 @@ struct ModemBehaviour {
     // Unsolicited result codes ("^RSSI: 14", "+CREG: 1", "RING") sent as lines of their own
     // ahead of every answer, as modems report signal and registration between answers.
     QStringList unsolicited;
+
+    // What makers' modems do differently (sim/profiles/*.json).
+    // The prompt for message input after "AT+CMGS"/"AT+CMGW"; some firmware leaves out the space.
+    QByteArray prompt = QByteArrayLiteral("\r\n> ");
+    // Command lines (upper case, as typed) answered with these information lines and OK: a
+    // maker's own identification texts. "{manufacturer}", "{model}", "{revision}", "{imei}"
+    // and "{iccid}" stand for the identity's values.
+    QMap<QString, QStringList> answerLines;
+    // Commands this modem does not know ("+CCID", "^ICCID"): ERROR, whatever their form.
+    QStringList unknownCommands;
+    // Texts of "+CMS ERROR"/"+CME ERROR" codes when "AT+CMEE=2" asks for words.
+    QMap<int, QString> cmsTexts;
+    QMap<int, QString> cmeTexts;
+    // Lines sent by the modem itself after the line was first opened.
+    QList<TimedIndication> timedIndications;
 };
 
 // One accepted message, as the network received it. A concatenated message becomes one

@@ -19,7 +19,6 @@ constexpr char kCtrlZ = 0x1A;
 constexpr int kStatusReportRequest = 0x20; // TP-SRR in the first octet of a message
 constexpr int kUnknownServiceCentre = 330; // "+CMS ERROR: 330", SMSC address unknown
 constexpr char kEscape = 0x1B;
-const QByteArray kPrompt = QByteArrayLiteral("\r\n> ");
 
 // What a 7-bit channel carries of a text: characters outside the alphabet arrive as "?".
 QString asCarriedBy7Bit(const QString& text, int* septets) {
@@ -171,7 +170,9 @@ void ModemSession::bodyByte(char byte, QByteArray& echoed, const ModemBehaviour&
         if (byte == kCarriageReturn || byte == kLineFeed || byte == ' ')
             return;
     } else if (byte == kCarriageReturn && !behaviour.silent) {
-        echoed.append(echoOn ? kPrompt.mid(1) : kPrompt); // each new line of text gets a prompt
+        // each new line of text gets a prompt; the echoed carriage return is its first byte
+        const QByteArray& prompt = behaviour.prompt;
+        echoed.append(echoOn && prompt.startsWith(kCarriageReturn) ? prompt.mid(1) : prompt);
     }
     if (m_body.size() < kMaxInput)
         m_body.append(byte);
@@ -196,6 +197,8 @@ void ModemSession::runLine(const QByteArray& rawLine, const ModemBehaviour& beha
         m_line.answer(*scripted);
         return;
     }
+    if (answerFromTables(text, behaviour))
+        return;
     const AtLine line = AtParser::parse(text);
     if (!line.isCommand)
         return; // modems skip anything that does not start with "AT"
@@ -224,7 +227,7 @@ void ModemSession::runLine(const QByteArray& rawLine, const ModemBehaviour& beha
             m_textNumber = result.number;
             m_storePrompt = result;
             m_body.clear();
-            m_line.answer(kPrompt);
+            m_line.answer(behaviour.prompt);
             return;
         }
     }
@@ -232,7 +235,50 @@ void ModemSession::runLine(const QByteArray& rawLine, const ModemBehaviour& beha
     announce(behaviour);
 }
 
-QByteArray ModemSession::answerBytes(const QStringList& information, const QString& final) {
+QString ModemSession::withIdentity(QString line) const {
+    line.replace(QStringLiteral("{manufacturer}"), m_identity.manufacturer);
+    line.replace(QStringLiteral("{model}"), m_identity.model);
+    line.replace(QStringLiteral("{revision}"), m_identity.revision);
+    line.replace(QStringLiteral("{imei}"), m_identity.imei);
+    line.replace(QStringLiteral("{iccid}"), ModemCommands::iccidOf(m_identity));
+    return line;
+}
+
+bool ModemSession::answerFromTables(const QString& text, const ModemBehaviour& behaviour) {
+    const QString typed = text.trimmed().toUpper();
+    if (const auto lines = behaviour.answerLines.constFind(typed);
+        lines != behaviour.answerLines.constEnd()) {
+        QStringList information;
+        for (const QString& line : *lines)
+            information << withIdentity(line);
+        sendFinal(information, QStringLiteral("OK"));
+        return true;
+    }
+    if (behaviour.unknownCommands.isEmpty())
+        return false;
+    const AtLine line = AtParser::parse(text);
+    for (const AtCommand& command : line.commands) {
+        if (behaviour.unknownCommands.contains(command.name, Qt::CaseInsensitive)) {
+            sendFinal({}, QStringLiteral("ERROR")); // the whole line fails at the first it does not know
+            return true;
+        }
+    }
+    return false;
+}
+
+QByteArray ModemSession::answerBytes(const QStringList& information, const QString& rawFinal) {
+    // Under "AT+CMEE=2" a modem words its error codes where its maker gives words.
+    QString final = rawFinal;
+    if (m_settings.cmee == 2) {
+        const ModemBehaviour behaviour = behaviourNow();
+        for (const auto& [prefix, texts] : {std::pair{QStringLiteral("+CMS ERROR: "), &behaviour.cmsTexts},
+                                            std::pair{QStringLiteral("+CME ERROR: "), &behaviour.cmeTexts}}) {
+            bool numeric = false;
+            const int code = final.startsWith(prefix) ? final.mid(prefix.size()).toInt(&numeric) : 0;
+            if (numeric && texts->contains(code))
+                final = prefix + texts->value(code);
+        }
+    }
     QByteArray bytes;
     for (const QString& line : information)
         bytes += framed(line);
@@ -381,8 +427,43 @@ void ModemSession::accept(const ReceivedMessage& part, const Concatenation& conc
         m_line.hangUp();
 }
 
+void ModemSession::lineOpened() {
+    if (std::exchange(m_opened, true))
+        return;
+    const auto now = std::chrono::steady_clock::now();
+    for (const TimedIndication& indication : behaviourNow().timedIndications)
+        m_dueIndications.push_back(
+            {now + Clock::scaled(std::chrono::milliseconds(indication.afterMs)), indication});
+}
+
+void ModemSession::releaseIndications(std::chrono::steady_clock::time_point now) {
+    if (m_input != Input::Command)
+        return; // held while a message is typed, as modems buffer their reports meanwhile
+    const ModemBehaviour behaviour = behaviourNow();
+    QByteArray bytes;
+    for (auto it = m_dueIndications.begin(); it != m_dueIndications.end();) {
+        if (it->due > now) {
+            ++it;
+            continue;
+        }
+        bytes += framed(it->indication.line);
+        if (it->indication.everyMs > 0) {
+            it->due = now + Clock::scaled(std::chrono::milliseconds(it->indication.everyMs));
+            ++it;
+        } else {
+            it = m_dueIndications.erase(it);
+        }
+    }
+    if (!bytes.isEmpty() && !behaviour.silent && !behaviour.echoOnly)
+        m_line.unsolicited(bytes);
+}
+
 std::optional<std::chrono::steady_clock::time_point> ModemSession::nextDue() const {
     std::optional<std::chrono::steady_clock::time_point> next;
+    if (m_input == Input::Command) // none goes out in the middle of message input
+        for (const DueIndication& indication : m_dueIndications)
+            if (!next || indication.due < *next)
+                next = indication.due;
     for (const OwedReport& report : m_owedReports)
         if (!next || report.due < *next)
             next = report.due;
@@ -391,6 +472,7 @@ std::optional<std::chrono::steady_clock::time_point> ModemSession::nextDue() con
 
 void ModemSession::releaseDue() {
     const auto now = std::chrono::steady_clock::now();
+    releaseIndications(now);
     for (auto it = m_owedReports.begin(); it != m_owedReports.end();) {
         if (it->due > now) {
             ++it;

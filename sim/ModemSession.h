@@ -52,6 +52,9 @@ public:
     // the network while the SIM is full.
     void deliver(const IncomingMessage& message);
 
+    // A client opened the line for the first time: the modem's own timed lines start.
+    void lineOpened();
+
     const ModemSettings& settings() const { return m_settings; }
     const MessageInbox& inbox() const { return m_inbox; }
 
@@ -113,6 +116,17 @@ private:
         QDateTime submitted;
     };
     std::vector<OwedReport> m_owedReports;
+    struct DueIndication {
+        std::chrono::steady_clock::time_point due;
+        TimedIndication indication;
+    };
+    std::vector<DueIndication> m_dueIndications;
+    bool m_opened = false;
+    void releaseIndications(std::chrono::steady_clock::time_point now);
+    // A line answered from the behaviour's tables (answerLines, unknownCommands); false when
+    // the tables do not know it.
+    bool answerFromTables(const QString& text, const ModemBehaviour& behaviour);
+    QString withIdentity(QString line) const;
     MessageInbox m_inbox;
     QStringList m_heldIndications; // indicationsInsideAnswers: for the next answer
     CommandResult m_storePrompt;   // the "+CMGW" whose input is being typed (toStore set)

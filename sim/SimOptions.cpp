@@ -1,5 +1,6 @@
 #include "SimOptions.h"
 
+#include "ModemProfile.h"
 #include "TextCharset.h"
 
 #include <QCommandLineParser>
@@ -8,6 +9,11 @@ namespace sim::SimOptionsParser {
 namespace {
 
 struct Flags {
+    QCommandLineOption profile{"profile",
+                               "Behave as this module family (its maker's manual); the other flags "
+                               "change it further. One of: " +
+                                   ModemProfile::names().join(", ") + ".",
+                               "name"};
     QCommandLineOption manufacturer{"manufacturer", "Maker name (+CGMI).", "name"};
     QCommandLineOption model{"model", "Model name (+CGMM).", "name"};
     QCommandLineOption revision{"revision", "Firmware revision (+CGMR).", "text"};
@@ -64,7 +70,8 @@ struct Flags {
     QCommandLineOption help{QStringList{"h", "help"}, "Show this help."};
 
     QList<QCommandLineOption> all() const {
-        return {manufacturer,
+        return {profile,
+                manufacturer,
                 model,
                 revision,
                 imei,
@@ -145,6 +152,10 @@ SimOptions parse(const QStringList& arguments) {
     options.help = parser.isSet(flags.help);
     ModemIdentity& id = options.identity;
     ModemBehaviour& b = options.behaviour;
+    if (parser.isSet(flags.profile) &&
+        !ModemProfile::apply(parser.value(flags.profile), id, b, &options.error))
+        return options;
+    // Flags only ever switch on: what they leave unset stays as the profile has it.
     const auto text = [&](const QCommandLineOption& o, QString& field) {
         if (parser.isSet(o))
             field = parser.value(o);
@@ -158,15 +169,15 @@ SimOptions parse(const QStringList& arguments) {
     text(flags.smsc, id.smsc);
     text(flags.log, options.logPath);
     text(flags.incoming, options.incomingPath);
-    id.smscAsUcs2 = parser.isSet(flags.smscUcs2);
-    b.echo = !parser.isSet(flags.noEcho);
-    b.cmgsTestAnswersError = parser.isSet(flags.cmgsTestError);
-    b.undefinedIdentity = parser.isSet(flags.undefinedIdentity);
-    b.iccidUnreadable = parser.isSet(flags.noIccid);
-    b.silent = parser.isSet(flags.silent);
-    b.echoOnly = parser.isSet(flags.echoOnly);
-    b.lateCmgsAnswers = parser.isSet(flags.lateAnswers);
-    b.indicationsInsideAnswers = parser.isSet(flags.indicationsInside);
+    id.smscAsUcs2 = id.smscAsUcs2 || parser.isSet(flags.smscUcs2);
+    b.echo = b.echo && !parser.isSet(flags.noEcho);
+    b.cmgsTestAnswersError = b.cmgsTestAnswersError || parser.isSet(flags.cmgsTestError);
+    b.undefinedIdentity = b.undefinedIdentity || parser.isSet(flags.undefinedIdentity);
+    b.iccidUnreadable = b.iccidUnreadable || parser.isSet(flags.noIccid);
+    b.silent = b.silent || parser.isSet(flags.silent);
+    b.echoOnly = b.echoOnly || parser.isSet(flags.echoOnly);
+    b.lateCmgsAnswers = b.lateCmgsAnswers || parser.isSet(flags.lateAnswers);
+    b.indicationsInsideAnswers = b.indicationsInsideAnswers || parser.isSet(flags.indicationsInside);
 
     const auto number = [&](const QCommandLineOption& o, int low, int high, int& field) {
         if (parser.isSet(o) && !readInt(parser.value(o), low, high, &field) && options.error.isEmpty())
@@ -193,7 +204,7 @@ SimOptions parse(const QStringList& arguments) {
             b.simMessagesAtStart.append(kept);
         }
     }
-    b.noStatusReportFor = parser.values(flags.noReport);
+    b.noStatusReportFor += parser.values(flags.noReport);
 
     if (parser.isSet(flags.battery)) {
         const QStringList pair = parser.value(flags.battery).split(u',');
@@ -213,6 +224,7 @@ SimOptions parse(const QStringList& arguments) {
             options.error = QStringLiteral("--modes is pdu, text or both, not \"%1\"").arg(m);
     }
     if (parser.isSet(flags.charsets)) {
+        b.characterSets.clear();
         for (const QString& set : parser.value(flags.charsets).split(u',', Qt::SkipEmptyParts)) {
             if (!TextCharset::isSupported(set.trimmed())) {
                 options.error = QStringLiteral("--charsets knows %1, not \"%2\"")
@@ -222,8 +234,8 @@ SimOptions parse(const QStringList& arguments) {
             b.characterSets << set.trimmed().toUpper();
         }
     }
-    b.refusedServiceCentres = parser.values(flags.refuseSmsc);
-    b.pduModeRefused = parser.isSet(flags.refusePduMode);
+    b.refusedServiceCentres += parser.values(flags.refuseSmsc);
+    b.pduModeRefused = b.pduModeRefused || parser.isSet(flags.refusePduMode);
     // NUMBER=N rules, each number's value in [0, high].
     const auto rules = [&](const QCommandLineOption& o, int high, QMap<QString, int>& into) {
         for (const QString& rule : parser.values(o)) {

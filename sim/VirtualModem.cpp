@@ -50,6 +50,12 @@ ModemBehaviour unshared(ModemBehaviour copy) {
     copy.characterSets.detach();
     copy.refusedServiceCentres.detach();
     copy.unsolicited.detach();
+    copy.prompt.detach();
+    copy.answerLines.detach();
+    copy.unknownCommands.detach();
+    copy.cmsTexts.detach();
+    copy.cmeTexts.detach();
+    copy.timedIndications.detach();
     copy.simMessagesAtStart.detach();
     copy.arrivalsDuringSubmission.detach();
     return copy;
@@ -200,6 +206,8 @@ void VirtualModem::Line::serve(std::stop_token stop) {
             break;
         if (fds[2].revents & POLLIN)
             m_pty.updateClients();
+        if (m_pty.clients() > 0)
+            m_session->lineOpened(); // its own timed lines start with the first client
         if (!(fds[0].revents & POLLIN))
             continue;
         const ssize_t count = ::read(m_pty.master(), buffer, sizeof buffer);

@@ -98,15 +98,23 @@ bool isFinalLine(const QString& line) {
 // Unsolicited result codes: the line starts with one of these. Every "^" line is a vendor's
 // unsolicited report (signal, mode, boot, data flow).
 const QStringList kUnsolicitedPrefixes = {
-    QStringLiteral("^"),        QStringLiteral("+CREG:"), QStringLiteral("+CGREG:"),
-    QStringLiteral("+CEREG:"),  QStringLiteral("+CMTI:"), QStringLiteral("+CDSI:"),
-    QStringLiteral("+CDS:"),    QStringLiteral("+CBMI:"), QStringLiteral("+CUSD:"),
-    QStringLiteral("+CRING:"),  QStringLiteral("+CLIP:"), QStringLiteral("+CIEV:"),
-    QStringLiteral("+CGEV:"),   QStringLiteral("+PACSP"), QStringLiteral("+STIN:"),
-    QStringLiteral("+ZUSIMR:"), QStringLiteral("+ZPASR:")};
+    QStringLiteral("^"),        QStringLiteral("+CREG:"),  QStringLiteral("+CGREG:"),
+    QStringLiteral("+CEREG:"),  QStringLiteral("+CMTI:"),  QStringLiteral("+CDSI:"),
+    QStringLiteral("+CDS:"),    QStringLiteral("+CBMI:"),  QStringLiteral("+CUSD:"),
+    QStringLiteral("+CRING:"),  QStringLiteral("+CLIP:"),  QStringLiteral("+CIEV:"),
+    QStringLiteral("+CGEV:"),   QStringLiteral("+PACSP"),  QStringLiteral("+STIN:"),
+    QStringLiteral("+ZUSIMR:"), QStringLiteral("+ZPASR:"), QStringLiteral("+CPIN:"),
+    QStringLiteral("+CFUN:"),   QStringLiteral("+QIND:"),  QStringLiteral("+QUSIM:"),
+    QStringLiteral("+WIND:"),   QStringLiteral("+CSQN:")};
+
+// Whole lines a module sends by itself while it starts: a port opened meanwhile finds them
+// between its answers ("+CPIN: READY" and "+CFUN: 1" above too, unless asked for).
+const QStringList kStartUpLines = {QStringLiteral("RDY"),        QStringLiteral("APP RDY"),
+                                   QStringLiteral("Call Ready"), QStringLiteral("SMS Ready"),
+                                   QStringLiteral("SMS DONE"),   QStringLiteral("PB DONE")};
 
 bool isUnsolicited(const QString& line, const QString& command) {
-    const bool listed = line == QLatin1String("RING") ||
+    const bool listed = line == QLatin1String("RING") || kStartUpLines.contains(line) ||
                         std::any_of(kUnsolicitedPrefixes.begin(), kUnsolicitedPrefixes.end(),
                                     [&](const QString& prefix) { return line.startsWith(prefix); });
     if (!listed || !line.contains(QLatin1Char(':')))
