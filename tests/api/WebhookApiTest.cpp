@@ -204,8 +204,9 @@ TEST_P(WebhookApiTest, AnHttpsReceiverGetsEventsOnlyWithACertificateTheSystemTru
     QTemporaryDir keys;
     const QString cert = keys.filePath("cert.pem"), key = keys.filePath("key.pem");
     QProcess openssl;
-    openssl.start("openssl", {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "1", "-subj", "/CN=receiver",
-                              "-addext", "subjectAltName=IP:127.0.0.1", "-keyout", key, "-out", cert});
+    openssl.start("openssl",
+                  {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "1", "-subj", "/CN=receiver",
+                   "-addext", "subjectAltName=IP:127.0.0.1", "-keyout", key, "-out", cert});
     ASSERT_TRUE(openssl.waitForFinished(60000));
     ASSERT_EQ(openssl.exitCode(), 0) << openssl.readAllStandardError().toStdString();
     Receiver receiver(0, cert, key);

@@ -47,7 +47,9 @@ public:
         m_server->stop();
         m_thread.join();
     }
-    QString url() const { return QStringLiteral("%1://127.0.0.1:%2/hook").arg(m_tls ? "https" : "http").arg(m_port); }
+    QString url() const {
+        return QStringLiteral("%1://127.0.0.1:%2/hook").arg(m_tls ? "https" : "http").arg(m_port);
+    }
     QList<Arrival> arrivals() const {
         std::lock_guard lock(m_mutex);
         return m_arrivals;
