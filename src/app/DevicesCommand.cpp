@@ -31,7 +31,12 @@ int listModems(Operator& op) {
                      .arg(r.value(kPortDetailKey), r.value(kManufacturerKey), r.value(kModelKey), imei,
                           r.value(kSignalKey), r.value(kBatteryKey), r.value(kNetworkOperatorKey),
                           r.value(kDefaultSmscKey), r.value(kSupportedSmsModesKey)));
+        if (const QString slot = r.value(kSlotKey); !slot.isEmpty())
+            printOut(QStringLiteral("  Slot : %1").arg(slot));
     }
+    for (const Record& r : found.unanswered)
+        printOut(QStringLiteral("%1\tSlot : %2\t%3")
+                     .arg(r.value(kPortDetailKey), r.value(kSlotKey), r.value(kPortStatusKey)));
     return found.modems.isEmpty() ? 1 : 0;
 }
 

@@ -25,3 +25,5 @@ inline const QString kSupportedSmsModesKey = QStringLiteral("SUPSMSMode"); // ";
 inline const QString kSmsCapableKey = QStringLiteral("SMS_CAPABLE");       // "Yes" or "Not Detected"
 inline const QString kTestHistoryKey = QStringLiteral("TEST_HISTORY");     // the mode test's outcome per case
 inline const QString kLastTestSmscKey = QStringLiteral("Last_SMSC");       // the custom centre last tested
+// A modem's USB slot ("1-1.4": bus, then the hub ports down to it); "" when not on USB
+inline const QString kSlotKey = QStringLiteral("Slot");

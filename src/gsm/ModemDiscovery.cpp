@@ -1,5 +1,6 @@
 #include "ModemDiscovery.h"
 
+#include "ModemPortGroups.h"
 #include "core/Log.h"
 
 #include <QFile>
@@ -77,10 +78,8 @@ QStringList modemPortsAmong(const QList<DeviceProperties>& devices) {
 
 QStringList extraModemPorts() {
     QStringList paths;
-    for (const QString& path :
-         qEnvironmentVariable("BULKSMS_EXTRA_MODEMS").split(QLatin1Char(':'), Qt::SkipEmptyParts))
-        if (!paths.contains(path.trimmed()))
-            paths << path.trimmed();
+    for (const ModemPortGroups::Group& modem : ModemPortGroups::extraGroups())
+        paths << modem.paths();
     return paths;
 }
 

@@ -2,7 +2,7 @@
 // Which serial devices are modems. On Linux the device registry is udev: tty devices of USB
 // modems (CDC-ACM, the usb-serial modem drivers, and USB-serial adapters that GSM boards
 // commonly sit behind), in a stable order, followed by the paths named in
-// BULKSMS_EXTRA_MODEMS (colon-separated; how virtual modems are attached).
+// BULKSMS_EXTRA_MODEMS (colon-separated; how virtual modems are attached; see ModemPortGroups.h).
 #include <QMap>
 #include <QString>
 #include <QStringList>
@@ -20,7 +20,7 @@ QStringList modemPorts();
 // The same choice over a given set of devices (what the registry reported), sorted by path.
 QStringList modemPortsAmong(const QList<DeviceProperties>& devices);
 
-// The paths of BULKSMS_EXTRA_MODEMS.
+// The paths of BULKSMS_EXTRA_MODEMS, each once (ModemPortGroups reads which are one modem).
 QStringList extraModemPorts();
 
 // The port's name as a person reads it: the device path below /dev ("ttyUSB0", "pts/3").

@@ -6,12 +6,14 @@
 #include "device/DeviceRecord.h"
 #include "gsm/MFCSMS.h"
 #include "gsm/ModemDiscovery.h"
+#include "gsm/ModemPortGroups.h"
 #include "gsm/ModemProbe.h"
 #include "gsm/SmsMode.h"
 
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 namespace ModemSearch {
@@ -40,14 +42,20 @@ Record recordFromSession(const MFCSMS& s, const QString& iccid) {
                   {kLastTestSmscKey, ""}};
 }
 
-// The rows found so far, each with its port's position in the discovery order; every change
+// The rows found so far, each with its modem's position in the discovery order; every change
 // is told to the listener under the lock, so the listener hears them in the order they were made.
 class Rows {
 public:
     explicit Rows(const Listener& listener) : m_listener(listener) {}
 
-    // The row of a modem found on the port at this discovery index, unless an earlier port of
-    // the same modem has it. False when it has.
+    void portOpened() {
+        std::lock_guard guard(m_lock);
+        if (m_listener.portOpened)
+            m_listener.portOpened();
+    }
+
+    // The row of a modem found on the port of the modem at this discovery index, unless an
+    // earlier modem of the same IMEI has it. False when it has.
     bool claim(int index, const QString& path, const QString& imei) {
         std::lock_guard guard(m_lock);
         for (int row = 0; row < int(m_rows.size()); ++row) {
@@ -61,21 +69,21 @@ public:
                 m_listener.removed(row);
             break;
         }
-        int row = 0;
-        while (row < int(m_rows.size()) && m_rows.at(row).index < index)
-            ++row;
-        const Record record{{kDeviceTickedKey, "0"},
-                            {kPortNameKey, ModemDiscovery::portName(path)},
-                            {kPortDetailKey, path},
-                            {kPortStatusKey, ""},
-                            {kImeiKey, imei}};
-        m_rows.insert(m_rows.begin() + row, {index, record});
-        if (m_listener.inserted)
-            m_listener.inserted(row, record);
+        insert(index, Record{{kDeviceTickedKey, "0"},
+                             {kPortNameKey, ModemDiscovery::portName(path)},
+                             {kPortDetailKey, path},
+                             {kPortStatusKey, ""},
+                             {kImeiKey, imei}});
         return true;
     }
 
-    // The whole record of a claimed row; nothing when an earlier port of the modem took over.
+    // The row of a modem that gave no IMEI: it cannot be another's.
+    void place(int index, const Record& record) {
+        std::lock_guard guard(m_lock);
+        insert(index, record);
+    }
+
+    // The whole record of a claimed row; nothing when an earlier modem of the IMEI took over.
     void describe(int index, const Record& record) {
         std::lock_guard guard(m_lock);
         for (int row = 0; row < int(m_rows.size()); ++row) {
@@ -97,6 +105,15 @@ public:
     }
 
 private:
+    void insert(int index, const Record& record) {
+        int row = 0;
+        while (row < int(m_rows.size()) && m_rows.at(row).index < index)
+            ++row;
+        m_rows.insert(m_rows.begin() + row, {index, record});
+        if (m_listener.inserted)
+            m_listener.inserted(row, record);
+    }
+
     struct Row {
         int index;
         Record record;
@@ -124,30 +141,95 @@ void readModes(MFCSMS& s, int fd) {
     }
 }
 
-// Probes one port on the calling thread; true when it described a modem.
-bool probe(int index, const QString& path, Rows& rows, const Listener& listener,
-           const DeviceSettingsMemory::Kept& kept) {
-    MFCSMS s; // each probe talks to its own modem through its own session
-    const int lineFd = s.OpenSerialPort(path);
-    if (lineFd == -1)
-        return false;
-    s.CloseSerialPort(lineFd);
-    if (listener.portOpened)
-        listener.portOpened();
-
+// One port of a modem: whether it opens, answers as a modem that can send, and its IMEI.
+struct PortLook {
+    explicit PortLook(QString p) : path(std::move(p)) {}
+    QString path;
+    MFCSMS session; // each port talks through its own session
     int fd = -1;
-    s.initPort_with_decp(path, fd);
-    if (s.port() != nullptr)
-        s.port()->setReadTimeout(0.5);
-    if (fd < 0 || !Check_Msg_Sending_Supported(s, fd)) {
-        Show_NSLog_Message(QStringLiteral("msg sending support fail"));
-        return false;
-    }
-    const QString imei = Get_IMEI_Number(s, fd);
-    Show_NSLog_Message(QStringLiteral("IMEI: %1").arg(imei));
-    if (imei.isEmpty() || !rows.claim(index, path, imei))
-        return false;
+    QString imei; // "" unless the port answers and can send
+};
 
+void look(PortLook& p, Rows& rows) {
+    const int lineFd = p.session.OpenSerialPort(p.path);
+    if (lineFd == -1)
+        return;
+    p.session.CloseSerialPort(lineFd);
+    rows.portOpened();
+    p.session.initPort_with_decp(p.path, p.fd);
+    if (p.session.port() != nullptr)
+        p.session.port()->setReadTimeout(0.5);
+    if (p.fd < 0 || !Check_Msg_Sending_Supported(p.session, p.fd)) {
+        Show_NSLog_Message(QStringLiteral("msg sending support fail"));
+        return;
+    }
+    p.imei = Get_IMEI_Number(p.session, p.fd);
+    Show_NSLog_Message(QStringLiteral("IMEI: %1").arg(p.imei));
+}
+
+// A modem of a known USB slot none of whose ports answered: one row that says so.
+Record unansweredRecord(const ModemPortGroups::Group& modem) {
+    QStringList names;
+    for (const QString& path : modem.paths())
+        names << ModemDiscovery::portName(path);
+    const QString first = modem.ports.constFirst().path;
+    return Record{{kDeviceTickedKey, "0"},
+                  {kPortNameKey, ModemDiscovery::portName(first)},
+                  {kPortDetailKey, first},
+                  {kPortStatusKey, noAnswerStatus(names)},
+                  {kImeiKey, ""},
+                  {kIccidKey, ""},
+                  {kManufacturerKey, modem.manufacturer},
+                  {kModelKey, modem.product},
+                  {kSmsModeKey, smsModeText(SmsMode::Unknown)},
+                  {kSupportedSmsModesKey, smsModeText(SmsMode::Unknown)},
+                  {kSmsCapableKey, "Not Detected"},
+                  {kSlotKey, modem.slot}};
+}
+
+// Probes every port of one modem at once and describes the modem through the first port, in
+// the modem's order, that answers; the other ports are let go before the long reading.
+void probeModem(int index, const ModemPortGroups::Group& modem, Rows& rows,
+                const DeviceSettingsMemory::Kept& kept, QStringList& denied, std::mutex& deniedLock) {
+    std::vector<std::unique_ptr<PortLook>> looks;
+    bool anyDenied = false;
+    for (const QString& path : modem.paths()) {
+        if (ModemDiscovery::lacksPermission(path)) {
+            anyDenied = true;
+            std::lock_guard guard(deniedLock);
+            denied << path;
+            continue;
+        }
+        looks.push_back(std::make_unique<PortLook>(path));
+    }
+    if (looks.empty())
+        return;
+    {
+        std::vector<std::jthread> others;
+        for (std::size_t i = 1; i < looks.size(); ++i)
+            others.emplace_back(
+                [&looks, &rows, i] { Guard::run("ModemSearch::look", [&] { look(*looks.at(i), rows); }); });
+        Guard::run("ModemSearch::look", [&] { look(*looks.front(), rows); });
+    } // every port has had its look
+    PortLook* chosen = nullptr;
+    for (const auto& p : looks) {
+        if (chosen == nullptr && !p->imei.isEmpty())
+            chosen = p.get();
+        else
+            p->session.closePort();
+    }
+    if (chosen == nullptr) {
+        // A port denied may be the one that answers: the denial is what the operator hears of it.
+        if (!modem.slot.isEmpty() && !anyDenied)
+            rows.place(index, unansweredRecord(modem));
+        return;
+    }
+    const QString& path = chosen->path;
+    if (!rows.claim(index, path, chosen->imei))
+        return;
+
+    MFCSMS& s = chosen->session;
+    const int fd = chosen->fd;
     Show_NSLog_Message(QStringLiteral("Modem found with BSD path: %1\n").arg(path));
     s.sms_capblts = QStringLiteral("Yes");
     s.use_cus_smsc = QStringLiteral("N");
@@ -158,14 +240,21 @@ bool probe(int index, const QString& path, Rows& rows, const Listener& listener,
     const QString iccid = Get_ICCID_Number(s, fd);
     Show_NSLog_Message(QStringLiteral("ICCID: %1").arg(iccid));
     Record record = recordFromSession(s, iccid);
+    if (!modem.slot.isEmpty())
+        record.insert(kSlotKey, modem.slot);
     if (DeviceSettingsMemory::layOver(record, kept))
         Show_NSLog_Message(
             QStringLiteral("Settings kept for %1 applied").arg(DeviceSettingsMemory::keyOf(record)));
     rows.describe(index, record);
-    return true;
 }
 
 } // namespace
+
+QString noAnswerStatus(const QStringList& portNames) {
+    return QStringLiteral("Not answering: no port of this modem (%1) answered AT commands as a modem that "
+                          "can send messages. Check its SIM and power, then search again.")
+        .arg(portNames.join(QStringLiteral(", ")));
+}
 
 QStringList Result::alerts() const {
     QStringList out;
@@ -178,36 +267,39 @@ QStringList Result::alerts() const {
 
 Result search(const QStringList& paths, std::stop_token stop, const Listener& listener,
               const DeviceSettingsMemory::Kept& kept) {
-    const int count = int(paths.size());
-    for (int i = 0; i < count; ++i)
-        Show_NSLog_Message(QStringLiteral("modem %1: %2\n").arg(i + 1).arg(paths.at(i)));
+    return searchModems(ModemPortGroups::groupsOf(paths), std::move(stop), listener, kept);
+}
+
+Result searchModems(const QList<ModemPortGroups::Group>& modems, std::stop_token stop,
+                    const Listener& listener, const DeviceSettingsMemory::Kept& kept) {
+    int count = 0;
+    for (const ModemPortGroups::Group& modem : modems)
+        for (const QString& path : modem.paths())
+            Show_NSLog_Message(QStringLiteral("modem %1: %2\n").arg(++count).arg(path));
     Show_NSLog_Message(QStringLiteral("tot modem: %1\n").arg(count));
     Result result;
     result.noPort = count == 0;
     Rows rows(listener);
     std::mutex lock; // over the denied ports
     std::atomic<int> next{0};
+    const int modemCount = int(modems.size());
     const auto probeWhileAny = [&](std::stop_token) {
-        for (int i = next++; i < count; i = next++) {
+        for (int i = next++; i < modemCount; i = next++) {
             if (i > 0 && stop.stop_requested())
                 return;
-            const QString& path = paths.at(i);
-            if (ModemDiscovery::lacksPermission(path)) {
-                std::lock_guard guard(lock);
-                result.denied << path;
-                continue;
-            }
-            Guard::run("ModemSearch::probe", [&] { probe(i, path, rows, listener, kept); });
+            Guard::run("ModemSearch::probe",
+                       [&] { probeModem(i, modems.at(i), rows, kept, result.denied, lock); });
         }
     };
     std::vector<std::unique_ptr<WorkerThread>> probes;
-    for (int w = 0; w < std::min(count, kParallelProbes); ++w) {
+    for (int w = 0; w < std::min(modemCount, kParallelModems); ++w) {
         probes.push_back(std::make_unique<WorkerThread>(QStringLiteral("modem-probe")));
         probes.back()->start(probeWhileAny);
     }
     for (const auto& p : probes)
         p->join();
-    result.modems = rows.records();
+    for (const Record& row : rows.records())
+        (row.value(kImeiKey).isEmpty() ? result.unanswered : result.modems) << row;
     return result;
 }
 
@@ -235,6 +327,10 @@ QString detailsOf(const Record& r) {
                  r.value(kNetworkOperatorKey), r.value(kSignalKey));
     if (const QString iccid = r.value(kIccidKey); !iccid.isEmpty())
         text += QStringLiteral("ICCID : %1\r\n").arg(iccid);
+    if (const QString slot = r.value(kSlotKey); !slot.isEmpty())
+        text += QStringLiteral("Slot : %1\r\n").arg(slot);
+    if (const QString status = r.value(kPortStatusKey); !status.isEmpty())
+        text += QStringLiteral("Status : %1\r\n").arg(status);
     return text;
 }
 

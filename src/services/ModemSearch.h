@@ -1,10 +1,12 @@
 #pragma once
-// Finding the modems attached: every modem port is opened, asked whether it can send messages
-// and for its IMEI and its SIM's ICCID, and described in one record per modem (the keys of
-// device/DeviceRecord.h). The device window and the command line both search through here; what the operator
-// is told of the outcome is theirs to show.
+// Finding the modems attached: the ports are grouped by modem (gsm/ModemPortGroups.h), every
+// port of a modem is opened at once and asked whether it can send messages and for its IMEI;
+// the first port in the modem's order that answers is read for the rest (its SIM's ICCID
+// among it) and described in one record per modem (the keys of device/DeviceRecord.h). The device window and
+// the command line both search through here; what the operator is told of the outcome is theirs to show.
 #include "DeviceSettingsMemory.h"
 #include "core/Record.h"
+#include "gsm/ModemPortGroups.h"
 
 #include <QStringList>
 
@@ -24,20 +26,32 @@ struct Listener {
 };
 
 struct Result {
-    RecordList modems;   // one per modem, in discovery order
-    QStringList denied;  // the ports this user may not open
-    bool noPort = false; // there was nothing to probe
+    RecordList modems;     // one per modem that answered, in discovery order
+    RecordList unanswered; // modems of a known slot none of whose ports answered (no IMEI)
+    QStringList denied;    // the ports this user may not open
+    bool noPort = false;   // there was nothing to probe
     // What the operator is told of it: that nothing was found, the ports denied.
     QStringList alerts() const;
 };
 
-// Modems answer at their own pace: this many are probed side by side.
-inline constexpr int kParallelProbes = 4;
+// Modems answer at their own pace and a modem bank holds up to 32 modules: all of them are
+// probed side by side (each with all its ports), so the search takes about as long as its
+// slowest modem.
+inline constexpr int kParallelModems = 32;
 
-// Probes the paths; two ports of one modem (one IMEI) give one row, the first in discovery
-// order keeping it. A stop lets the probes under way end and starts no more (the first path is
-// probed whatever the stop). The settings kept for a modem's SIM are laid over what it was
-// probed for (DeviceSettingsMemory::layOver) before its record is told.
+// The status of a modem none of whose ports (named) answered.
+QString noAnswerStatus(const QStringList& portNames);
+
+// Probes the modems (search(), below, for paths); two modems of one IMEI (ports the grouping
+// could not join) give one row, the first in discovery order keeping it. A modem of a known
+// slot none of whose ports answers gives a row that says so (in `unanswered`, and told to the
+// listener in its place). A stop lets the probes under way end and starts no more (the first
+// modem is probed whatever the stop). The settings kept for a modem's SIM are laid over what
+// it was probed for (DeviceSettingsMemory::layOver) before its record is told.
+Result searchModems(const QList<ModemPortGroups::Group>& modems, std::stop_token stop = {},
+                    const Listener& listener = {}, const DeviceSettingsMemory::Kept& kept = {});
+
+// searchModems() over the paths grouped by ModemPortGroups::groupsOf.
 Result search(const QStringList& paths, std::stop_token stop = {}, const Listener& listener = {},
               const DeviceSettingsMemory::Kept& kept = {});
 
@@ -46,7 +60,8 @@ Result search(const QStringList& paths, std::stop_token stop = {}, const Listene
 QString nameOf(const Record& modem);
 
 // The details text of a modem ("COM Port : ...\r\n..."), as the device window and the test
-// report show it; a last line "ICCID : ..." when the SIM's number was read.
+// report show it; then "ICCID : ..." when the SIM's number was read, "Slot : ..." for a modem
+// on a known USB slot and "Status : ..." for one that did not answer.
 QString detailsOf(const Record& modem);
 
 // search() over the modem ports attached, then those of BULKSMS_EXTRA_MODEMS.

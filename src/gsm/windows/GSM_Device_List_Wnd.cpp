@@ -88,6 +88,13 @@ void GSM_Device_List_Wnd::showDevice(int row) {
     m_defaultSmscField.clear();
     m_heading.clear();
     m_limits = {};
+    if (record.value(kImeiKey).isEmpty() && !record.value(kPortStatusKey).isEmpty()) {
+        // A modem that answered on none of its ports: what the search found is all there is.
+        m_detailsText = deviceDetailText(record);
+        m_heading = record.value(kPortStatusKey);
+        emit changed();
+        return;
+    }
     emit changed();
 
     m_worker.start([this, path](std::stop_token) {

@@ -6,6 +6,7 @@
 #include "core/Guard.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
+#include "device/DeviceRecord.h"
 #include "gsm/ModemDiscovery.h"
 #include "services/ModemSearch.h"
 
@@ -27,7 +28,11 @@ void GSM_Device_List_Wnd::Find_Ph_Thread(std::stop_token stop) {
     MainThread::post([this] {
         m_worker.join();
         if (!m_ports.isEmpty()) {
-            showDevice(0);
+            // The first modem that answered, rather than one that did not.
+            int first = 0;
+            while (first < m_ports.size() && m_ports.at(first).value(kImeiKey).isEmpty())
+                ++first;
+            showDevice(first < m_ports.size() ? first : 0);
         } else {
             m_settingsEnabled = false;
             // The heading would still say "Searching Device": say what the search found instead.
