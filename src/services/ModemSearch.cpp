@@ -6,6 +6,7 @@
 #include "device/DeviceRecord.h"
 #include "gsm/MFCSMS.h"
 #include "gsm/ModemDiscovery.h"
+#include "gsm/ModemManagerRule.h"
 #include "gsm/ModemProbe.h"
 #include "gsm/SmsMode.h"
 
@@ -124,13 +125,28 @@ void readModes(MFCSMS& s, int fd) {
     }
 }
 
-// Probes one port on the calling thread; true when it described a modem.
-bool probe(int index, const QString& path, Rows& rows, const Listener& listener,
-           const DeviceSettingsMemory::Kept& kept) {
+// Probes one port on the calling thread: how it came out.
+PortOutcome probe(int index, const QString& path, Rows& rows, const Listener& listener,
+                  const DeviceSettingsMemory::Kept& kept) {
+    PortOutcome outcome;
+    outcome.path = path;
+    outcome.place = ModemDiscovery::usbPlaceOf(path);
+    // Looked at before anything opens the port: a program using the line must not have its
+    // commands and ours interleaved, nor its DTR pulsed.
+    outcome.holders = PortHolders::find(path);
+    if (outcome.holders.holder) {
+        Show_NSLog_Message(
+            QStringLiteral("Port %1 skipped: %2").arg(path, PortHolders::words(outcome.holders)));
+        outcome.state = kPortHeld;
+        return outcome;
+    }
     MFCSMS s; // each probe talks to its own modem through its own session
     const int lineFd = s.OpenSerialPort(path);
-    if (lineFd == -1)
-        return false;
+    if (lineFd == -1) {
+        outcome.holders = s.lineHolders().holder ? s.lineHolders() : outcome.holders;
+        outcome.state = outcome.holders.holder ? kPortHeld : kPortNotOpened;
+        return outcome;
+    }
     s.CloseSerialPort(lineFd);
     if (listener.portOpened)
         listener.portOpened();
@@ -139,14 +155,25 @@ bool probe(int index, const QString& path, Rows& rows, const Listener& listener,
     s.initPort_with_decp(path, fd);
     if (s.port() != nullptr)
         s.port()->setReadTimeout(0.5);
-    if (fd < 0 || !Check_Msg_Sending_Supported(s, fd)) {
+    if (fd < 0) {
+        outcome.state = kPortNotOpened;
+        return outcome;
+    }
+    if (!Check_Msg_Sending_Supported(s, fd)) {
         Show_NSLog_Message(QStringLiteral("msg sending support fail"));
-        return false;
+        outcome.state = kPortSilent;
+        return outcome;
     }
     const QString imei = Get_IMEI_Number(s, fd);
     Show_NSLog_Message(QStringLiteral("IMEI: %1").arg(imei));
-    if (imei.isEmpty() || !rows.claim(index, path, imei))
-        return false;
+    if (imei.isEmpty()) {
+        outcome.state = kPortSilent;
+        return outcome;
+    }
+    if (!rows.claim(index, path, imei)) {
+        outcome.state = kPortSameModem;
+        return outcome;
+    }
 
     Show_NSLog_Message(QStringLiteral("Modem found with BSD path: %1\n").arg(path));
     s.sms_capblts = QStringLiteral("Yes");
@@ -162,7 +189,14 @@ bool probe(int index, const QString& path, Rows& rows, const Listener& listener,
         Show_NSLog_Message(
             QStringLiteral("Settings kept for %1 applied").arg(DeviceSettingsMemory::keyOf(record)));
     rows.describe(index, record);
-    return true;
+    outcome.state = kPortReady;
+    outcome.holders = {};
+    return outcome;
+}
+
+bool isModemManagers(const PortOutcome& port) {
+    const auto& who = port.holders.holder ? port.holders.holder : port.holders.suspect;
+    return who && who->name == QLatin1String("ModemManager") && port.state != kPortReady;
 }
 
 } // namespace
@@ -173,7 +207,37 @@ QStringList Result::alerts() const {
         out << QStringLiteral("GSM device not found.");
     if (!denied.isEmpty())
         out << ModemDiscovery::noPermissionMessage(denied);
+    for (const PortOutcome& port : ports) {
+        const bool held = port.state == kPortHeld;
+        // A port that did not open or answer while a hidden ModemManager runs: likely its.
+        if (!held && !(port.holders.suspect && (port.state == kPortNotOpened || port.state == kPortSilent)))
+            continue;
+        out << QStringLiteral("\nThe device %1 is %2. %3")
+                   .arg(port.path, PortHolders::words(port.holders), PortHolders::advice(port.holders));
+    }
     return out;
+}
+
+QList<std::pair<QString, QString>> Result::takenByModemManager() const {
+    QList<std::pair<QString, QString>> ids;
+    for (const PortOutcome& port : ports)
+        if (isModemManagers(port) && !port.place.vendor.isEmpty())
+            ids << std::pair{port.place.vendor, port.place.product};
+    return ids;
+}
+
+QString modemManagerRuleAdvice(const Result& result, const QString& file) {
+    const QList<std::pair<QString, QString>> ids = result.takenByModemManager();
+    const QString text = ModemManagerRule::fileText(ids);
+    if (text.isEmpty())
+        return QString();
+    QString why;
+    if (!ModemManagerRule::write(file, ids, &why))
+        return QStringLiteral("\nThe udev rule for ModemManager could not be written: %1\nThe rule:\n%2")
+            .arg(why, text.trimmed());
+    return QStringLiteral("\nThe udev rule that has ModemManager leave the modem alone is written to %1.\n"
+                          "Install it with:\n%2\nThe rule:\n%3")
+        .arg(file, ModemManagerRule::installCommand(file), text.trimmed());
 }
 
 Result search(const QStringList& paths, std::stop_token stop, const Listener& listener,
@@ -184,8 +248,13 @@ Result search(const QStringList& paths, std::stop_token stop, const Listener& li
     Show_NSLog_Message(QStringLiteral("tot modem: %1\n").arg(count));
     Result result;
     result.noPort = count == 0;
+    for (const QString& path : paths) {
+        PortOutcome port;
+        port.path = path;
+        result.ports << port;
+    }
     Rows rows(listener);
-    std::mutex lock; // over the denied ports
+    std::mutex lock; // over the denied ports and the outcomes
     std::atomic<int> next{0};
     const auto probeWhileAny = [&](std::stop_token) {
         for (int i = next++; i < count; i = next++) {
@@ -195,9 +264,16 @@ Result search(const QStringList& paths, std::stop_token stop, const Listener& li
             if (ModemDiscovery::lacksPermission(path)) {
                 std::lock_guard guard(lock);
                 result.denied << path;
+                result.ports[i].state = kPortDenied;
+                result.ports[i].place = ModemDiscovery::usbPlaceOf(path);
                 continue;
             }
-            Guard::run("ModemSearch::probe", [&] { probe(i, path, rows, listener, kept); });
+            PortOutcome outcome;
+            outcome.path = path;
+            outcome.state = kPortNotOpened; // unless the probe tells more
+            Guard::run("ModemSearch::probe", [&] { outcome = probe(i, path, rows, listener, kept); });
+            std::lock_guard guard(lock);
+            result.ports[i] = outcome;
         }
     };
     std::vector<std::unique_ptr<WorkerThread>> probes;
