@@ -9,18 +9,56 @@
 #include "core/FileUtils.h"
 #include "core/Launch.h"
 #include "device/DeviceRecord.h"
+#include "gsm/ModemManagerRule.h"
 #include "services/ModemSearch.h"
 
 #include <QCommandLineParser>
 #include <QDateTime>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 namespace {
 
-// One line per modem found, with what it reported.
-int listModems(Operator& op) {
+// One JSON object per port searched, for scripts: where it is, how it came out, who holds it,
+// and what its modem told.
+QJsonObject jsonOf(const ModemSearch::PortOutcome& port, const RecordList& modems) {
+    Record modem;
+    for (const Record& r : modems)
+        if (r.value(kPortDetailKey) == port.path)
+            modem = r;
+    QJsonValue holder = QJsonValue::Null;
+    if (const auto& h = port.holders.holder)
+        holder = QJsonObject{{QStringLiteral("name"), h->name}, {QStringLiteral("pid"), h->pid}};
+    return QJsonObject{
+        {QStringLiteral("port"), port.path},
+        {QStringLiteral("slot"), port.place.slot},
+        {QStringLiteral("state"), port.state},
+        {QStringLiteral("holder"), holder},
+        {QStringLiteral("IMEI"), modem.value(kImeiKey)},   // not a record key: a field of the line
+        {QStringLiteral("ICCID"), modem.value(kIccidKey)}, // not a record key: a field of the line
+        {QStringLiteral("operator"), modem.value(kNetworkOperatorKey)},
+        {QStringLiteral("signal"), modem.value(kSignalKey)},
+    };
+}
+
+// One line per modem found, with what it reported (one JSON object per port searched with
+// `json`); then what the operator should know: ports denied or held, and for ModemManager
+// the udev rule that frees the modem, written to the data folder.
+int listModems(Operator& op, const DataFolder& folder, bool json) {
     const ModemSearch::Result found = ModemSearch::findModems();
-    for (const QString& alert : found.alerts())
+    QStringList alerts = found.alerts();
+    if (const QString rule = ModemSearch::modemManagerRuleAdvice(
+            found, folder.Bulk_SMS_Data_Folder_Path() + QLatin1Char('/') + ModemManagerRule::kFileName);
+        !rule.isEmpty())
+        alerts << rule;
+    for (const QString& alert : alerts)
         op.Show_MessageBox(alert);
+    if (json) {
+        for (const ModemSearch::PortOutcome& port : found.ports)
+            printOut(
+                QString::fromUtf8(QJsonDocument(jsonOf(port, found.modems)).toJson(QJsonDocument::Compact)));
+        return found.modems.isEmpty() ? 1 : 0;
+    }
     for (const Record& r : found.modems) {
         // The SIM's number beside the IMEI, when the modem told it.
         const QString imei = r.value(kIccidKey).isEmpty()
@@ -76,7 +114,11 @@ int runDevices(const QStringList& arguments) {
         QStringLiteral("stored"),
         QStringLiteral("List the devices the workers of the campaign store (--database) last told of, on "
                        "every computer."));
-    parser.addOptions({android, serial, stored});
+    const QCommandLineOption json(
+        QStringLiteral("json"),
+        QStringLiteral("GSM modems: one JSON object per port searched, one a line: port, slot (USB path), "
+                       "state, holder ({\"name\", \"pid\"} or null), IMEI, ICCID, operator, signal."));
+    parser.addOptions({android, serial, stored, json});
     if (const std::optional<int> end = parseCommandLine(parser, arguments.mid(1)))
         return *end;
     ConsoleOperator op(false);
@@ -87,5 +129,5 @@ int runDevices(const QStringList& arguments) {
         return listStoredDevices(folder);
     if (parser.isSet(android))
         return listAndroidDevices(folder, parser.value(serial));
-    return listModems(op);
+    return listModems(op, folder, parser.isSet(json));
 }

@@ -1,6 +1,7 @@
 #include "AMSerialPort.h"
 
 #include "core/Clock.h"
+#include "core/Log.h"
 
 #include <QStringDecoder>
 #include <QStringEncoder>
@@ -83,13 +84,34 @@ bool AMSerialPort::openWithMode(bool exclusive) {
     std::lock_guard lock(m_closeLock);
     if (isOpen())
         return true;
+    // Before any open: opening a tty can already disturb its holder (DTR, a hang-up on close).
+    const PortHolders::Roots roots = PortHolders::Roots::system();
+    m_holders = PortHolders::find(m_bsdPath, roots);
+    m_openError = 0;
+    const auto refuse = [&] {
+        Show_NSLog_Message(
+            QStringLiteral("Port ( %1 ) not opened: %2").arg(m_bsdPath, PortHolders::words(m_holders)));
+        m_openError = EBUSY;
+        return false;
+    };
+    if (m_holders.holder)
+        return refuse();
+    auto portLock = std::make_unique<PortLock>(m_bsdPath, roots);
+    if (portLock->held()) {
+        m_holders.holder = portLock->owner();
+        return refuse();
+    }
     const QByteArray path = m_bsdPath.toUtf8();
     // Non-blocking for good: a line without carrier cannot hold the open, and a read cannot
     // wait for ever on bytes that another process holding the device took first. Every read
     // and write waits in poll() up to its own deadline instead.
     const int fd = ::open(path.constData(), O_RDWR | O_NOCTTY | O_NONBLOCK);
-    if (fd < 0)
+    if (fd < 0) {
+        m_openError = errno;
+        if (m_openError != EBUSY)
+            m_holders.suspect.reset(); // refused for another reason than a holder's claim
         return false;
+    }
     termios original{};
     if (::tcgetattr(fd, &original) != 0) {
         ::close(fd);
@@ -112,6 +134,7 @@ bool AMSerialPort::openWithMode(bool exclusive) {
     }
     m_originalOptions = original;
     m_options = raw;
+    m_lock = std::move(portLock);
     m_fileDescriptor.store(fd);
     return true;
 }
@@ -125,6 +148,7 @@ void AMSerialPort::close() {
     ::ioctl(fd, TIOCNXCL);
     ::close(fd);
     m_fileDescriptor.store(-1);
+    m_lock.reset();
 }
 
 void AMSerialPort::fillError(SerialError* error, const SerialError& value) const {

@@ -4,6 +4,9 @@
 // for one read time-out. No read or write waits past its deadline, even when another process
 // holding the device takes the bytes first. Reports by return value and an optional error
 // record; never throws.
+#include "PortHolders.h"
+#include "PortLock.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QStringConverter>
@@ -11,6 +14,7 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <termios.h>
@@ -48,12 +52,18 @@ public:
     AMSerialPort& operator=(const AMSerialPort&) = delete;
 
     // Opens read-write without becoming the controlling terminal, non-blocking, and puts the
-    // line in raw mode (the original attributes come back at close).
+    // line in raw mode (the original attributes come back at close). Another process seen
+    // holding the device (its descriptors, or its live lock file) keeps it from being opened
+    // at all: see holders(). While open, the port holds the device's lock file (PortLock.h).
     bool open();
     // open() with exclusive use (TIOCEXCL): further opens of the device fail while this one
     // holds it (except for the superuser, whom the kernel lets through).
     bool openExclusively();
     void close();
+    // Who held the device at the last open: a holder when that kept the port closed; a suspect
+    // when the open itself was refused by another's exclusive claim (errno of openError()).
+    const PortHolders::Finding& holders() const { return m_holders; }
+    int openError() const { return m_openError; }
     bool isOpen() const { return fileDescriptor() >= 0; }
     int fileDescriptor() const { return m_fileDescriptor.load(); }
 
@@ -140,4 +150,7 @@ private:
     std::mutex m_readLock;
     std::mutex m_writeLock;
     std::mutex m_closeLock;
+    std::unique_ptr<PortLock> m_lock; // while open
+    PortHolders::Finding m_holders;
+    int m_openError = 0;
 };

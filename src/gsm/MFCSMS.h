@@ -34,6 +34,8 @@ public:
     // close restoring what was found. -1 means the device is not working.
     int OpenSerialPort(const QString& bsdPath);
     void CloseSerialPort(int fileDescriptor);
+    // Who held the device when OpenSerialPort last looked (nothing when it was ours).
+    const PortHolders::Finding& lineHolders() const { return m_holders; }
 
     // --- The session port.
     // Opens an AMSerialPort on the path unless the session's port is already on it; the new
@@ -205,6 +207,7 @@ private:
     bool m_sessionStarting = false;      // a port just opened: the first write wakes the modem first
     DefaultSmscLookup m_defaultSmscOf;
     std::map<int, termios> m_lineSetupOriginals; // per descriptor opened by OpenSerialPort
+    PortHolders::Finding m_holders;              // of the last line set-up
     std::mutex m_readLock;
     std::mutex m_writeLock;
     std::mutex m_closeLock;

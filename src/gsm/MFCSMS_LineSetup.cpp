@@ -2,6 +2,8 @@
 // even parity, RTS/CTS, 19200 baud, DTR pulsed), then releases it with the attributes it had.
 #include "MFCSMS.h"
 
+#include "PortHolders.h"
+
 #include "core/Clock.h"
 #include "core/Log.h"
 
@@ -51,7 +53,17 @@ int MFCSMS::OpenSerialPort(const QString& bsdPath) {
 
     // The session's own port may hold this device exclusively: the set-up is ours too, so
     // that claim steps aside for it and is taken again when the set-up closes.
-    if (m_port && m_port->isOpen() && m_port->bsdPath() == bsdPath)
+    const bool ours = m_port && m_port->isOpen() && m_port->bsdPath() == bsdPath;
+    // Another process on the line: not even opened, since the set-up pulses DTR under it.
+    if (!ours) {
+        m_holders = PortHolders::find(bsdPath);
+        if (m_holders.holder) {
+            Show_NSLog_Message(QStringLiteral("Error opening serial port %1 - %2.\n")
+                                   .arg(bsdPath, PortHolders::words(m_holders)));
+            return -1;
+        }
+    }
+    if (ours)
         ::ioctl(m_port->fileDescriptor(), TIOCNXCL);
     fd = ::open(path.constData(), O_RDWR | O_NOCTTY | O_NONBLOCK);
     if (fd < 0) {

@@ -7,8 +7,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <grp.h>
 #include <libudev.h>
+#include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 namespace ModemDiscovery {
 namespace {
@@ -92,13 +95,65 @@ bool lacksPermission(const QString& path) {
     return ::access(QFile::encodeName(path).constData(), R_OK | W_OK) != 0 && errno == EACCES;
 }
 
+QString groupOf(const QString& path) {
+    struct stat st {};
+    if (::stat(QFile::encodeName(path).constData(), &st) != 0)
+        return QString();
+    group entry{};
+    group* found = nullptr;
+    std::vector<char> buffer(16384);
+    if (::getgrgid_r(st.st_gid, &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr)
+        return QString();
+    return QString::fromLocal8Bit(found->gr_name);
+}
+
 QString noPermissionMessage(const QStringList& paths) {
     if (paths.isEmpty())
         return QString();
-    return QStringLiteral("\nYou have no permission to use %1 %2. Add your user to the \"dialout\" group "
-                          "(sudo usermod -aG dialout $USER), log out and in again, then search again.")
+    // The group each device belongs to, in the order first met; a device whose group cannot be
+    // told is left to the usual serial group.
+    QStringList groups;
+    for (const QString& path : paths) {
+        const QString group = groupOf(path);
+        const QString named = group.isEmpty() ? QStringLiteral("dialout") : group;
+        if (!groups.contains(named))
+            groups << named;
+    }
+    QStringList commands;
+    for (const QString& group : groups)
+        commands << QStringLiteral("sudo usermod -aG %1 $USER").arg(group);
+    return QStringLiteral("\nYou have no permission to use %1 %2. Add your user to the %3 %4 (%5), log out "
+                          "and in again, then search again.")
         .arg(paths.size() == 1 ? QStringLiteral("the device") : QStringLiteral("the devices"),
-             paths.join(QStringLiteral(", ")));
+             paths.join(QStringLiteral(", ")),
+             groups.size() == 1 ? QStringLiteral("group") : QStringLiteral("groups"),
+             QStringLiteral("\"%1\"").arg(groups.join(QStringLiteral("\", \""))),
+             commands.join(QStringLiteral("; ")));
+}
+
+UsbPlace usbPlaceOf(const QString& path) {
+    UsbPlace place;
+    struct stat st {};
+    if (::stat(QFile::encodeName(path).constData(), &st) != 0 || !S_ISCHR(st.st_mode))
+        return place;
+    udev* context = udev_new();
+    if (context == nullptr)
+        return place;
+    if (udev_device* device = udev_device_new_from_devnum(context, 'c', st.st_rdev)) {
+        if (udev_device* usb = udev_device_get_parent_with_subsystem_devtype(device, "usb", "usb_device")) {
+            const auto attribute = [&](const char* name) {
+                const char* value = udev_device_get_sysattr_value(usb, name);
+                return value ? QString::fromUtf8(value).trimmed() : QString();
+            };
+            place.vendor = attribute("idVendor");
+            place.product = attribute("idProduct");
+            if (const char* name = udev_device_get_sysname(usb))
+                place.slot = QString::fromUtf8(name);
+        }
+        udev_device_unref(device);
+    }
+    udev_unref(context);
+    return place;
 }
 
 QStringList modemPorts() {

@@ -26,12 +26,25 @@ QStringList extraModemPorts();
 // The port's name as a person reads it: the device path below /dev ("ttyUSB0", "pts/3").
 QString portName(const QString& path);
 
-// True when this user may not open the device for reading and writing (on Linux, serial
-// devices belong to the "dialout" group).
+// True when this user may not open the device for reading and writing.
 bool lacksPermission(const QString& path);
 
-// The one message for devices the user may not open, naming them and the way out; "" for none.
+// The group that owns the device node ("dialout" on most systems, "uucp" on some); "" when the
+// node or its group cannot be found.
+QString groupOf(const QString& path);
+
+// The one message for devices the user may not open, naming them, the group each belongs to
+// and the way in; "" for none.
 QString noPermissionMessage(const QStringList& paths);
+
+// Where a port sits on the USB: its device's ids ("12d1", "1001") and its slot (the USB path,
+// "1-1.2"), from udev; empty where the port is no USB device's (a pseudo-terminal).
+struct UsbPlace {
+    QString vendor;
+    QString product;
+    QString slot;
+};
+UsbPlace usbPlaceOf(const QString& path);
 
 } // namespace ModemDiscovery
 

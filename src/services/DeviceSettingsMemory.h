@@ -26,6 +26,7 @@ public:
     static constexpr int kMaxDevices = 1000;
 
     explicit DeviceSettingsMemory(DataFolder folder);
+    const DataFolder& folder() const { return m_folder; }
 
     // The SIM a device record stands for: "iccid:<digits>" when its ICCID was read, else
     // "imei:<digits>"; "" when it has neither in a plausible form.

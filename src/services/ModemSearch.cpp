@@ -6,6 +6,7 @@
 #include "device/DeviceRecord.h"
 #include "gsm/MFCSMS.h"
 #include "gsm/ModemDiscovery.h"
+#include "gsm/ModemManagerRule.h"
 #include "gsm/ModemPortGroups.h"
 #include "gsm/ModemProbe.h"
 #include "gsm/SmsMode.h"
@@ -143,28 +144,51 @@ void readModes(MFCSMS& s, int fd) {
 
 // One port of a modem: whether it opens, answers as a modem that can send, and its IMEI.
 struct PortLook {
-    explicit PortLook(QString p) : path(std::move(p)) {}
+    explicit PortLook(QString p) : path(std::move(p)) { outcome.path = path; }
     QString path;
     MFCSMS session; // each port talks through its own session
     int fd = -1;
     QString imei; // "" unless the port answers and can send
+    PortOutcome outcome;
 };
 
 void look(PortLook& p, Rows& rows) {
-    const int lineFd = p.session.OpenSerialPort(p.path);
-    if (lineFd == -1)
+    PortOutcome& outcome = p.outcome;
+    outcome.place = ModemDiscovery::usbPlaceOf(p.path);
+    // Looked at before anything opens the port: a program using the line must not have its
+    // commands and ours interleaved, nor its DTR pulsed.
+    outcome.holders = PortHolders::find(p.path);
+    if (outcome.holders.holder) {
+        Show_NSLog_Message(
+            QStringLiteral("Port %1 skipped: %2").arg(p.path, PortHolders::words(outcome.holders)));
+        outcome.state = kPortHeld;
         return;
+    }
+    outcome.state = kPortNotOpened;
+    const int lineFd = p.session.OpenSerialPort(p.path);
+    if (lineFd == -1) {
+        outcome.holders = p.session.lineHolders().holder ? p.session.lineHolders() : outcome.holders;
+        outcome.state = outcome.holders.holder ? kPortHeld : kPortNotOpened;
+        return;
+    }
     p.session.CloseSerialPort(lineFd);
     rows.portOpened();
     p.session.initPort_with_decp(p.path, p.fd);
     if (p.session.port() != nullptr)
         p.session.port()->setReadTimeout(0.5);
-    if (p.fd < 0 || !Check_Msg_Sending_Supported(p.session, p.fd)) {
+    if (p.fd < 0)
+        return;
+    outcome.state = kPortSilent;
+    if (!Check_Msg_Sending_Supported(p.session, p.fd)) {
         Show_NSLog_Message(QStringLiteral("msg sending support fail"));
         return;
     }
     p.imei = Get_IMEI_Number(p.session, p.fd);
     Show_NSLog_Message(QStringLiteral("IMEI: %1").arg(p.imei));
+    if (!p.imei.isEmpty()) {
+        outcome.state = kPortReady;
+        outcome.holders = {};
+    }
 }
 
 // A modem of a known USB slot none of whose ports answered: one row that says so.
@@ -189,21 +213,39 @@ Record unansweredRecord(const ModemPortGroups::Group& modem) {
 
 // Probes every port of one modem at once and describes the modem through the first port, in
 // the modem's order, that answers; the other ports are let go before the long reading.
+// The modem's ports' outcomes go to `ports` from `first` on, in the modem's order.
 void probeModem(int index, const ModemPortGroups::Group& modem, Rows& rows,
-                const DeviceSettingsMemory::Kept& kept, QStringList& denied, std::mutex& deniedLock) {
+                const DeviceSettingsMemory::Kept& kept, Result& result, int first, std::mutex& resultLock) {
     std::vector<std::unique_ptr<PortLook>> looks;
     bool anyDenied = false;
-    for (const QString& path : modem.paths()) {
+    const QStringList paths = modem.paths();
+    for (const QString& path : paths) {
         if (ModemDiscovery::lacksPermission(path)) {
             anyDenied = true;
-            std::lock_guard guard(deniedLock);
-            denied << path;
+            std::lock_guard guard(resultLock);
+            result.denied << path;
+            PortOutcome& denied = result.ports[first + int(paths.indexOf(path))];
+            denied.state = kPortDenied;
+            denied.place = ModemDiscovery::usbPlaceOf(path);
             continue;
         }
         looks.push_back(std::make_unique<PortLook>(path));
     }
     if (looks.empty())
         return;
+    // Every port's outcome is told, whichever way this modem's probe ends.
+    struct Tell {
+        std::vector<std::unique_ptr<PortLook>>& looks;
+        Result& result;
+        const QStringList& paths;
+        int first;
+        std::mutex& lock;
+        ~Tell() {
+            std::lock_guard guard(lock);
+            for (const auto& p : looks)
+                result.ports[first + int(paths.indexOf(p->path))] = p->outcome;
+        }
+    } tell{looks, result, paths, first, resultLock};
     {
         std::vector<std::jthread> others;
         for (std::size_t i = 1; i < looks.size(); ++i)
@@ -213,10 +255,13 @@ void probeModem(int index, const ModemPortGroups::Group& modem, Rows& rows,
     } // every port has had its look
     PortLook* chosen = nullptr;
     for (const auto& p : looks) {
-        if (chosen == nullptr && !p->imei.isEmpty())
+        if (chosen == nullptr && !p->imei.isEmpty()) {
             chosen = p.get();
-        else
-            p->session.closePort();
+            continue;
+        }
+        p->session.closePort();
+        if (!p->imei.isEmpty())
+            p->outcome.state = kPortSameModem;
     }
     if (chosen == nullptr) {
         // A port denied may be the one that answers: the denial is what the operator hears of it.
@@ -225,8 +270,10 @@ void probeModem(int index, const ModemPortGroups::Group& modem, Rows& rows,
         return;
     }
     const QString& path = chosen->path;
-    if (!rows.claim(index, path, chosen->imei))
+    if (!rows.claim(index, path, chosen->imei)) {
+        chosen->outcome.state = kPortSameModem;
         return;
+    }
 
     MFCSMS& s = chosen->session;
     const int fd = chosen->fd;
@@ -256,13 +303,52 @@ QString noAnswerStatus(const QStringList& portNames) {
         .arg(portNames.join(QStringLiteral(", ")));
 }
 
+namespace {
+
+bool isModemManagers(const PortOutcome& port) {
+    const auto& who = port.holders.holder ? port.holders.holder : port.holders.suspect;
+    return who && who->name == QLatin1String("ModemManager") && port.state != kPortReady;
+}
+
+} // namespace
+
 QStringList Result::alerts() const {
     QStringList out;
     if (noPort)
         out << QStringLiteral("GSM device not found.");
     if (!denied.isEmpty())
         out << ModemDiscovery::noPermissionMessage(denied);
+    for (const PortOutcome& port : ports) {
+        const bool held = port.state == kPortHeld;
+        // A port that did not open or answer while a hidden ModemManager runs: likely its.
+        if (!held && !(port.holders.suspect && (port.state == kPortNotOpened || port.state == kPortSilent)))
+            continue;
+        out << QStringLiteral("\nThe device %1 is %2. %3")
+                   .arg(port.path, PortHolders::words(port.holders), PortHolders::advice(port.holders));
+    }
     return out;
+}
+
+QList<std::pair<QString, QString>> Result::takenByModemManager() const {
+    QList<std::pair<QString, QString>> ids;
+    for (const PortOutcome& port : ports)
+        if (isModemManagers(port) && !port.place.vendor.isEmpty())
+            ids << std::pair{port.place.vendor, port.place.product};
+    return ids;
+}
+
+QString modemManagerRuleAdvice(const Result& result, const QString& file) {
+    const QList<std::pair<QString, QString>> ids = result.takenByModemManager();
+    const QString text = ModemManagerRule::fileText(ids);
+    if (text.isEmpty())
+        return QString();
+    QString why;
+    if (!ModemManagerRule::write(file, ids, &why))
+        return QStringLiteral("\nThe udev rule for ModemManager could not be written: %1\nThe rule:\n%2")
+            .arg(why, text.trimmed());
+    return QStringLiteral("\nThe udev rule that has ModemManager leave the modem alone is written to %1.\n"
+                          "Install it with:\n%2\nThe rule:\n%3")
+        .arg(file, ModemManagerRule::installCommand(file), text.trimmed());
 }
 
 Result search(const QStringList& paths, std::stop_token stop, const Listener& listener,
@@ -279,8 +365,17 @@ Result searchModems(const QList<ModemPortGroups::Group>& modems, std::stop_token
     Show_NSLog_Message(QStringLiteral("tot modem: %1\n").arg(count));
     Result result;
     result.noPort = count == 0;
+    QList<int> firstPort; // where each modem's ports begin in result.ports
+    for (const ModemPortGroups::Group& modem : modems) {
+        firstPort << int(result.ports.size());
+        for (const QString& path : modem.paths()) {
+            PortOutcome port;
+            port.path = path;
+            result.ports << port;
+        }
+    }
     Rows rows(listener);
-    std::mutex lock; // over the denied ports
+    std::mutex lock; // over the denied ports and the outcomes
     std::atomic<int> next{0};
     const int modemCount = int(modems.size());
     const auto probeWhileAny = [&](std::stop_token) {
@@ -288,7 +383,7 @@ Result searchModems(const QList<ModemPortGroups::Group>& modems, std::stop_token
             if (i > 0 && stop.stop_requested())
                 return;
             Guard::run("ModemSearch::probe",
-                       [&] { probeModem(i, modems.at(i), rows, kept, result.denied, lock); });
+                       [&] { probeModem(i, modems.at(i), rows, kept, result, firstPort.at(i), lock); });
         }
     };
     std::vector<std::unique_ptr<WorkerThread>> probes;

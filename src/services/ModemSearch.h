@@ -6,7 +6,9 @@
 // the command line both search through here; what the operator is told of the outcome is theirs to show.
 #include "DeviceSettingsMemory.h"
 #include "core/Record.h"
+#include "gsm/ModemDiscovery.h"
 #include "gsm/ModemPortGroups.h"
+#include "gsm/PortHolders.h"
 
 #include <QStringList>
 
@@ -25,14 +27,40 @@ struct Listener {
     std::function<void(int row)> removed; // an earlier port of the same modem takes its place
 };
 
-struct Result {
-    RecordList modems;     // one per modem that answered, in discovery order
-    RecordList unanswered; // modems of a known slot none of whose ports answered (no IMEI)
-    QStringList denied;    // the ports this user may not open
-    bool noPort = false;   // there was nothing to probe
-    // What the operator is told of it: that nothing was found, the ports denied.
-    QStringList alerts() const;
+// How each port searched came out, in words a person or a script reads.
+inline const QString kPortReady = QStringLiteral("ready");              // a modem that can send
+inline const QString kPortHeld = QStringLiteral("held");                // another process has it
+inline const QString kPortDenied = QStringLiteral("no permission");     // this user may not open it
+inline const QString kPortNotOpened = QStringLiteral("not opened");     // the open failed
+inline const QString kPortSilent = QStringLiteral("no answer");         // opened, no modem that sends
+inline const QString kPortSameModem = QStringLiteral("same modem");     // another port of a modem listed
+inline const QString kPortNotSearched = QStringLiteral("not searched"); // the search was stopped first
+
+struct PortOutcome {
+    QString path;
+    QString state = kPortNotSearched;
+    PortHolders::Finding holders; // who has it (held), or who likely has it (not opened, no answer)
+    ModemDiscovery::UsbPlace place;
 };
+
+struct Result {
+    RecordList modems;        // one per modem that answered, in discovery order
+    RecordList unanswered;    // modems of a known slot none of whose ports answered (no IMEI)
+    QStringList denied;       // the ports this user may not open
+    bool noPort = false;      // there was nothing to probe
+    QList<PortOutcome> ports; // every port searched, in discovery order
+    // What the operator is told of it: that nothing was found, the ports denied, the ports
+    // other programs hold and what to do.
+    QStringList alerts() const;
+    // The USB ids of the modems ModemManager holds (or likely holds): those a udev rule could
+    // free.
+    QList<std::pair<QString, QString>> takenByModemManager() const;
+};
+
+// Writes the udev rule that frees the modems ModemManager took to `file` and says how to
+// install it: the file, the command and the rule. "" when no modem needs it; the reason when
+// the file could not be written.
+QString modemManagerRuleAdvice(const Result& result, const QString& file);
 
 // Modems answer at their own pace and a modem bank holds up to 32 modules: all of them are
 // probed side by side (each with all its ports), so the search takes about as long as its

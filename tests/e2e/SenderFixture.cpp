@@ -2,6 +2,7 @@
 
 #include "campaigns/SqliteDatabase.h"
 
+#include <QDir>
 #include <QFileInfo>
 
 #include "FullDisk.h"
@@ -22,6 +23,9 @@ QProcessEnvironment senderEnvironment(const QString& home, const QString& clockS
     env.insert("BULKSMS_RESOURCES", home + "/resources");
     env.insert("BULKSMS_CLOCK_SCALE", clockScale);
     env.insert("BULKSMS_EXTRA_MODEMS", modemPaths.join(':'));
+    // The ports' lock files stay in the test's home, never the machine's lock folder.
+    QDir().mkpath(home + "/locks");
+    env.insert("BULKSMS_LOCK_DIR", home + "/locks");
     return env;
 }
 

@@ -8,6 +8,7 @@
 #include "core/Operator.h"
 #include "device/DeviceRecord.h"
 #include "gsm/ModemDiscovery.h"
+#include "gsm/ModemManagerRule.h"
 #include "services/ModemSearch.h"
 
 void GSM_Device_List_Wnd::Search_dev_Pressed() {
@@ -93,7 +94,16 @@ int GSM_Device_List_Wnd::GetModemPath(const QStringList& paths, std::stop_token 
                                     m_memory ? m_memory->read() : DeviceSettingsMemory::Kept());
         if (count > 0)
             onMain([this] { ++m_progressValue; }); // one past the ports opened: the search is over
-        for (const QString& alert : found.alerts())
+        QStringList alerts = found.alerts();
+        // ModemManager holding a modem: the udev rule that frees it, written to the data folder
+        // with the command that installs it.
+        if (m_memory)
+            if (const QString rule = ModemSearch::modemManagerRuleAdvice(
+                    found, m_memory->folder().Bulk_SMS_Data_Folder_Path() + QLatin1Char('/') +
+                               ModemManagerRule::kFileName);
+                !rule.isEmpty())
+                alerts << rule;
+        for (const QString& alert : alerts)
             m_op.Show_MessageBox(alert);
     });
     if (!completed)
