@@ -87,8 +87,8 @@ QString Get_IMEI_Number(MFCSMS& session, int fd) {
 }
 
 QString Get_ICCID_Number(MFCSMS& session, int fd) {
-    for (const QString& command :
-         {QStringLiteral("AT+CCID\r"), QStringLiteral("AT+QCCID\r"), QStringLiteral("AT^ICCID?\r")}) {
+    for (const QString& command : {QStringLiteral("AT+CCID\r"), QStringLiteral("AT+QCCID\r"),
+                                   QStringLiteral("AT^ICCID?\r"), QStringLiteral("AT+CICCID\r")}) {
         session.setLastResponse(QString());
         if (!session.Write_Command(fd, command))
             return QString(); // the line is lost: no use asking on

@@ -11,7 +11,7 @@ bool Check_Msg_Sending_Supported(MFCSMS& session, int fd);
 // The IMEI ("AT+CGSN", or "AT+GSN" when that is "Undefined"); "" when unreadable.
 QString Get_IMEI_Number(MFCSMS& session, int fd);
 
-// The SIM's ICCID ("AT+CCID", else "AT+QCCID", else "AT^ICCID?": modems name it
+// The SIM's ICCID ("AT+CCID", else "AT+QCCID", else "AT^ICCID?", else "AT+CICCID": modems name it
 // differently); "" when none answers with a plausible one.
 QString Get_ICCID_Number(MFCSMS& session, int fd);
 

@@ -17,7 +17,7 @@ QString clean(const QString& answer, const QStringList& commandWords, bool keepQ
 QString modelName(const QString& cleaned);
 // A leading "IMEI" dropped, trimmed.
 QString imeiDigits(const QString& cleaned);
-// The SIM's ICCID in an answer to "AT+CCID", "AT+QCCID" or "AT^ICCID?" (echo and framing
+// The SIM's ICCID in an answer to "AT+CCID", "AT+QCCID", "AT^ICCID?" or "AT+CICCID" (echo and framing
 // included): "+CCID: 8944...", "+QCCID: ...", "^ICCID: ..." or the bare number. 19 or 20
 // digits beginning "89"; a padding "F" is dropped, and the nibble-swapped form some modems
 // give of the SIM's file ("98..."), read back. "" when the answer holds no such number, or

@@ -97,6 +97,7 @@ TEST(ProbeAnswers, IccidOfEachMakersAnswer) {
         {"padding in lower case", "+CCID: 8944100000000000012f\r\nOK", "8944100000000000012"},
         {"Quectel", "AT+QCCID\r\r\n+QCCID: 89860318760220195372\r\n\r\nOK", "89860318760220195372"},
         {"bare digits", "8944100000000000012\r\n\r\nOK", "8944100000000000012"},
+        {"SIMCom SIM7600", "AT+CICCID\r\r\n+ICCID: 89860318760220195372\r\n\r\nOK", "89860318760220195372"},
         {"Huawei, swapped nibbles", "^ICCID: 98441000000000001032\r\nOK", "89440100000000000123"},
         {"swapped with padding", "^ICCID: 984410000000000010F2\r\nOK", "8944010000000000012"},
         {"among unsolicited lines", "^RSSI: 14\r\n+CCID: 8944100000000000012\r\n+CREG: 1\r\nOK",

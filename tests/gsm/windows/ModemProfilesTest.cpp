@@ -2,6 +2,7 @@
 // one as its maker's manual has it, start-up and periodic reports included, is found by the
 // search, passes the device test, sends in PDU and text mode, hands back delivery reports and
 // has its replies read, all checked against what the virtual network received.
+#include "device/DeviceRecord.h"
 #include "gsm/ModemDevice.h"
 #include "gsm/windows/Automated_GSM_Sending.h"
 #include "gsm/windows/GSM_Device_List_Wnd.h"
@@ -57,6 +58,8 @@ protected:
         ASSERT_EQ(devices.nsPortListData().size(), 1);
         const Record found = devices.nsPortListData().at(0);
         EXPECT_EQ(found.value("Model"), model);
+        // Settings follow the SIM: every family tells its ICCID, each through its own command.
+        EXPECT_FALSE(found.value(kIccidKey).isEmpty());
         Automated_GSM_Sending window(op);
         window.open(devices.nsPortListData().records(), devices.settingsWriter());
         window.setCustomSmscText(kCustom);
