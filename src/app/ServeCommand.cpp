@@ -1,13 +1,11 @@
 #include "ServeCommand.h"
 
-#include "ConsoleOperator.h"
+#include "CommandStore.h"
 #include "ConsoleOutput.h"
 #include "ServeOptions.h"
 #include "StopSignals.h"
 #include "campaigns/CampaignStore.h"
-#include "core/DataFolder.h"
 #include "core/FileUtils.h"
-#include "core/Launch.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -31,16 +29,11 @@ int runServe(const QStringList& arguments) {
         printErr(why);
         return kExitUsage;
     }
-    ConsoleOperator op(true);
-    const DataFolder folder = DataFolder::fromEnvironment();
-    if (!openDataFolder(op, folder))
-        return kExitUsage;
-    const std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(folder, &why);
-    if (!store) {
-        printErr(errorInFileAccessing(why));
-        return kExitDataNotWritten;
-    }
-    ApiServer server(store, folder, *serverOptions);
+    const std::variant<CommandStore, int> opened = openCommandStore();
+    if (const int* status = std::get_if<int>(&opened))
+        return *status;
+    ApiServer server(std::get<CommandStore>(opened).store, std::get<CommandStore>(opened).folder,
+                     *serverOptions);
     if (!server.start(&why)) {
         printErr(why);
         return kExitUsage;

@@ -1,13 +1,11 @@
 #include "WebhooksCommand.h"
 
+#include "CommandStore.h"
 #include "CommandTimes.h"
-#include "ConsoleOperator.h"
 #include "ConsoleOutput.h"
 #include "campaigns/CampaignStore.h"
 #include "campaigns/Webhooks.h"
-#include "core/DataFolder.h"
 #include "core/FileUtils.h"
-#include "core/Launch.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -66,16 +64,11 @@ int runWebhooks(const QStringList& arguments) {
         printErr(kUsage);
         return kExitUsage;
     }
-    ConsoleOperator op(true);
-    const DataFolder folder = DataFolder::fromEnvironment();
-    if (!openDataFolder(op, folder))
-        return kExitUsage;
+    const std::variant<CommandStore, int> opened = openCommandStore();
+    if (const int* status = std::get_if<int>(&opened))
+        return *status;
+    const std::shared_ptr<CampaignStore>& store = std::get<CommandStore>(opened).store;
     QString why;
-    const std::shared_ptr<CampaignStore> store = CampaignStore::forFolder(folder, &why);
-    if (!store) {
-        printErr(errorInFileAccessing(why));
-        return kExitDataNotWritten;
-    }
     if (action == QLatin1String("list"))
         return list(*store, json);
     bool found = false;
