@@ -117,7 +117,13 @@ TEST(ModemProbe, IccidFromWhicheverCommandTheModemTakes) {
          {{"AT+CCID", "\r\n+CCID: 1234\r\n\r\nOK\r\n"}, {"AT+QCCID", quectel}},
          "89860318760220195372",
          {"AT+CCID", "AT+QCCID"}},
-        {"no SIM number at all", {}, true, {}, "", {"AT+CCID", "AT+QCCID", "AT^ICCID?"}},
+        {"SIMCom SIM7600",
+         {},
+         true,
+         {{"AT+CICCID", "\r\n+ICCID: 89860318760220195372\r\n\r\nOK\r\n"}},
+         "89860318760220195372",
+         {"AT+CCID", "AT+QCCID", "AT^ICCID?", "AT+CICCID"}},
+        {"no SIM number at all", {}, true, {}, "", {"AT+CCID", "AT+QCCID", "AT^ICCID?", "AT+CICCID"}},
     };
     for (const auto& c : cases) {
         sim::ModemIdentity identity;
