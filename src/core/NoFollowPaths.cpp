@@ -21,9 +21,11 @@ struct DataTreeRoot {
 DataTreeRoot& dataTreeRoot() {
     // The link rule of every file call in the process, however deep, for the one data tree the
     // program's start names.
+    // Never destroyed: the troubleshooting log's writer may still open its file while the
+    // process exits, after the static objects are gone.
     // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): one per process
-    static DataTreeRoot root;
-    return root;
+    static auto* const root = new DataTreeRoot;
+    return *root;
 }
 
 QString dataTreeRootPath() {
