@@ -24,6 +24,17 @@ QString helpOf(const QCommandLineParser& parser, const QString& command) {
 void printOut(const QString& line) { printLine(stdout, line); }
 void printErr(const QString& line) { printLine(stderr, line); }
 
+std::optional<int> readActionWords(const QStringList& arguments, const QString& usage, QStringList& words,
+                                   bool& json) {
+    words = arguments.mid(2);
+    json = words.removeAll(QStringLiteral("--json")) > 0;
+    if (words.contains(QStringLiteral("--help")) || words.contains(QStringLiteral("-h"))) {
+        printOut(usage);
+        return 0;
+    }
+    return std::nullopt;
+}
+
 std::optional<int> parseCommandLine(QCommandLineParser& parser, const QStringList& arguments) {
     const QString command = arguments.value(0);
     if (!parser.parse(arguments)) {

@@ -23,3 +23,8 @@ constexpr int kExitUsage = 2;
 // ends here: 0 after --help (printed on standard output), 2 after a usage error (told on
 // standard error).
 std::optional<int> parseCommandLine(QCommandLineParser& parser, const QStringList& arguments);
+// The words of a command with actions ("bulksms token create NAME --json"): those after the
+// action's command word, with --json taken out (json set). 0 after --help or -h (the usage
+// printed on standard output): the command ends there.
+std::optional<int> readActionWords(const QStringList& arguments, const QString& usage, QStringList& words,
+                                   bool& json);

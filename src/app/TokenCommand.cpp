@@ -41,13 +41,11 @@ int list(CampaignStore& store, bool json) {
 } // namespace
 
 int runToken(const QStringList& arguments) {
-    QStringList words = arguments.mid(2);
-    const bool json = words.removeAll(QStringLiteral("--json")) > 0;
+    QStringList words;
+    bool json = false;
+    if (const std::optional<int> end = readActionWords(arguments, kUsage, words, json))
+        return *end;
     const QString action = words.value(0);
-    if (words.contains(QStringLiteral("--help")) || words.contains(QStringLiteral("-h"))) {
-        printOut(kUsage);
-        return 0;
-    }
     const bool named = action == QLatin1String("create") || action == QLatin1String("revoke");
     if (!(named && words.size() == 2) && !(action == QLatin1String("list") && words.size() == 1)) {
         printErr(kUsage);

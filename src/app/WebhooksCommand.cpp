@@ -50,13 +50,11 @@ int list(CampaignStore& store, bool json) {
 } // namespace
 
 int runWebhooks(const QStringList& arguments) {
-    QStringList words = arguments.mid(2);
-    const bool json = words.removeAll(QStringLiteral("--json")) > 0;
+    QStringList words;
+    bool json = false;
+    if (const std::optional<int> end = readActionWords(arguments, kUsage, words, json))
+        return *end;
     const QString action = words.value(0);
-    if (words.contains(QStringLiteral("--help")) || words.contains(QStringLiteral("-h"))) {
-        printOut(kUsage);
-        return 0;
-    }
     bool numbered = false;
     const qint64 id = words.value(1).toLongLong(&numbered);
     if (!(action == QLatin1String("enable") && words.size() == 2 && numbered && id > 0) &&

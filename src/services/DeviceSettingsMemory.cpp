@@ -1,5 +1,7 @@
 #include "DeviceSettingsMemory.h"
 
+#include "core/Operator.h"
+
 #include "ModemCheck.h"
 #include "core/SettingsFile.h"
 #include "core/WallClock.h"
@@ -109,6 +111,15 @@ bool DeviceSettingsMemory::keep(const Record& device, QString* error) const {
 bool DeviceSettingsMemory::keepLimits(const Record& device, const DeviceLimits& limits,
                                       QString* error) const {
     return write(device, &limits, error);
+}
+
+bool DeviceSettingsMemory::keepLimitsOrTell(const Record& device, const DeviceLimits& limits,
+                                            Operator& op) const {
+    QString why;
+    if (keepLimits(device, limits, &why))
+        return true;
+    op.Show_MessageBox(notKeptMessage(why));
+    return false;
 }
 
 DeviceLimits DeviceSettingsMemory::limitsOf(const Record& device) const {

@@ -13,6 +13,8 @@
 #include <QHash>
 #include <QString>
 
+class Operator;
+
 class DeviceSettingsMemory {
 public:
     struct Settings {
@@ -41,6 +43,9 @@ public:
     // Writes the SIM's limits (its "limits": minute, hour, day; 0 none) beside the record's
     // mode and service centre, as keep() writes those. False, with why, as keep().
     bool keepLimits(const Record& device, const DeviceLimits& limits, QString* error = nullptr) const;
+    // keepLimits(), the operator told notKeptMessage() when it failed: what a window does when
+    // its limits change.
+    bool keepLimitsOrTell(const Record& device, const DeviceLimits& limits, Operator& op) const;
     // The limits kept for the record's SIM (none when nothing is kept or it names no SIM).
     DeviceLimits limitsOf(const Record& device) const;
 

@@ -249,10 +249,7 @@ void GSM_Device_List_Wnd::setLimits(const DeviceLimits& limits) {
     const Record device = shownRecord();
     if (!m_memory || device.isEmpty() || limits == m_limits)
         return;
-    QString why;
-    if (m_memory->keepLimits(device, limits, &why))
+    if (m_memory->keepLimitsOrTell(device, limits, m_op))
         m_limits = limits;
-    else
-        m_op.Show_MessageBox(DeviceSettingsMemory::notKeptMessage(why));
     emit changed();
 }

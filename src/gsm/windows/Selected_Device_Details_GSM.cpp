@@ -329,10 +329,7 @@ void Selected_Device_Details_GSM::setLimits(const DeviceLimits& limits) {
     const Record device = selectedRecord(shownPath());
     if (!m_memory || device.isEmpty() || limits == m_limits)
         return;
-    QString why;
-    if (m_memory->keepLimits(device, limits, &why))
+    if (m_memory->keepLimitsOrTell(device, limits, m_op))
         m_limits = limits;
-    else
-        m_op.Show_MessageBox(DeviceSettingsMemory::notKeptMessage(why));
     emit changed();
 }
