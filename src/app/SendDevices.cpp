@@ -70,17 +70,6 @@ std::optional<int> wantedModems(const RecordList& found, const QStringList& devi
     return std::nullopt;
 }
 
-ModemChoice modemChoiceOf(const Record& record) {
-    ModemDetails details;
-    details.mode = smsModeFromText(record.value(kSmsModeKey));
-    details.smsc =
-        record.value(kUseCustomSmscKey) == QLatin1String("Y") ? record.value(kCustomSmscKey) : QString();
-    details.capability = record.value(kSmsCapableKey);
-    details.defaultSmsc = record.value(kDefaultSmscKey);
-    details.simKey = DeviceSettingsMemory::keyOf(record);
-    return {record.value(kPortDetailKey), details};
-}
-
 QString textModeRefusal(const QList<std::pair<QString, QString>>& rows, const RunSettings& settings,
                         const QList<ModemChoice>& modems, const RecordList& found) {
     QList<OutgoingMessage> messages;
