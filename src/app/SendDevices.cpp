@@ -89,7 +89,8 @@ QString textModeRefusal(const QList<std::pair<QString, QString>>& rows, const Ru
 
 std::optional<int> chooseModems(Operator& op, const DataFolder& folder, const QStringList& deviceArguments,
                                 RunSettings& settings, QList<DeviceOpener>& openers,
-                                QList<StoredDevice>* chosen, const QList<std::pair<QString, QString>>* rows) {
+                                QList<StoredDevice>* chosen, const QList<std::pair<QString, QString>>* rows,
+                                QList<SmsMode>* modes) {
     const ModemSearch::Result found = ModemSearch::findModems({}, {}, DeviceSettingsMemory(folder).read());
     for (const QString& alert : found.alerts())
         op.Show_MessageBox(alert);
@@ -127,6 +128,9 @@ std::optional<int> chooseModems(Operator& op, const DataFolder& folder, const QS
             return 2;
         }
     settings.loadedDevice = modems.last().path;
+    if (modes)
+        for (const ModemChoice& modem : modems)
+            *modes << modem.details.mode;
     openers = modemOpeners(modems, [&op] { op.Show_MessageBox(kPortNotWorking); });
     return std::nullopt;
 }
