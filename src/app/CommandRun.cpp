@@ -88,6 +88,15 @@ SmsMode runModeOf(const QList<SmsMode>& modes) {
     return modes.first();
 }
 
+void takeNewDevices(CommandRunOptions& how, bool asked, const DataFolder& folder,
+                    const QList<SmsMode>& modes) {
+    how.takeNewDevices = asked;
+    if (asked) {
+        how.keptSettings = DeviceSettingsMemory(folder).read();
+        how.runMode = runModeOf(modes);
+    }
+}
+
 int runCampaign(CampaignRun& campaign, Operator& op, const CommandRunOptions& options) {
     SendingRun& run = campaign.run();
     RunReport results(run, options.format, options.scope);

@@ -39,6 +39,10 @@ inline QCommandLineOption takeNewDevicesOption() {
 
 // The mode of the modems a run opens, for a modem that joins it (Unknown when they differ).
 SmsMode runModeOf(const QList<SmsMode>& modes);
+// Sets how.takeNewDevices (when asked, and the run goes through modems) with the settings kept
+// for the SIMs of the folder and the mode of the run's modems.
+void takeNewDevices(CommandRunOptions& how, bool asked, const DataFolder& folder,
+                    const QList<SmsMode>& modes);
 
 // Starts the run, waits for its end and returns the command's exit status.
 int runCampaign(CampaignRun& campaign, Operator& op, const CommandRunOptions& options);

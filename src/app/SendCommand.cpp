@@ -20,7 +20,6 @@
 #include "list/DefaultCountry.h"
 #include "list/ListNumbers.h"
 #include "list/LoadCounters.h"
-#include "services/DeviceSettingsMemory.h"
 #include "stores/ExportFile.h"
 #include "text/NumberRules.h"
 #include "text/SendWindow.h"
@@ -548,10 +547,6 @@ int runSend(const QStringList& arguments, SendMode mode) {
     how.reportPath = o.value(o.report);
     how.reportFormat = report.format;
     how.reportGroup = report.group;
-    how.takeNewDevices = o.isSet(o.takeNewDevices) && !run.throughAndroid;
-    if (how.takeNewDevices) {
-        how.keptSettings = DeviceSettingsMemory(folder).read();
-        how.runMode = runModeOf(modes);
-    }
+    takeNewDevices(how, o.isSet(o.takeNewDevices) && !run.throughAndroid, folder, modes);
     return runCampaign(campaign, op, how);
 }

@@ -15,7 +15,6 @@
 #include "core/FileUtils.h"
 #include "core/Launch.h"
 #include "core/ReplyOptions.h"
-#include "services/DeviceSettingsMemory.h"
 #include "services/ReplyReader.h"
 
 #include <QCommandLineParser>
@@ -266,11 +265,7 @@ int runWorker(const QStringList& arguments) {
         how.format = o.parser.isSet(o.json) ? RunReport::Format::Json : RunReport::Format::Lines;
         how.scope = RunReport::Scope::Own;
         how.stopOnSignal = false; // the worker's own handler stops the run and the worker
-        how.takeNewDevices = o.parser.isSet(o.takeNewDevices) && road != kAndroidRoad;
-        if (how.takeNewDevices) {
-            how.keptSettings = DeviceSettingsMemory(folder).read();
-            how.runMode = runModeOf(modes);
-        }
+        takeNewDevices(how, o.parser.isSet(o.takeNewDevices) && road != kAndroidRoad, folder, modes);
         const int status = runCampaign(run, op, how);
         current = nullptr;
         devices.idle();

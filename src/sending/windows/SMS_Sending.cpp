@@ -117,19 +117,7 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
             std::make_unique<CampaignRun>(m_window.dataFolder(), std::move(campaign),
                                           modemOpeners(chosenModems(), lineNotWorking), m_op, m_pause, hooks);
         m_run = &m_campaign->run();
-        if (m_window.takeNewModems()) {
-            QList<SmsMode> modes;
-            for (const ModemChoice& modem : chosenModems())
-                modes << modem.details.mode;
-            const SmsMode mode = !modes.isEmpty() && modes.count(modes.first()) == modes.size()
-                                     ? modes.first()
-                                     : SmsMode::Unknown;
-            m_intake = std::make_unique<NewModemIntake>(
-                *m_run, DeviceSettingsMemory(m_window.dataFolder()).read(), mode,
-                [this](const QString& line) {
-                    ui([this, line] { m_portStatuses.insert(QStringLiteral("Plugged in"), line); });
-                });
-        }
+        startIntake();
         watch(*m_run);
         emit changed();
         m_campaign->start();
@@ -148,6 +136,20 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
             },
             [stop] { return stop.stop_requested(); });
     });
+}
+
+void SMS_Sending::startIntake() {
+    if (!m_window.takeNewModems())
+        return;
+    QList<SmsMode> modes;
+    for (const ModemChoice& modem : chosenModems())
+        modes << modem.details.mode;
+    const SmsMode mode =
+        !modes.isEmpty() && modes.count(modes.first()) == modes.size() ? modes.first() : SmsMode::Unknown;
+    m_intake = std::make_unique<NewModemIntake>(
+        *m_run, DeviceSettingsMemory(m_window.dataFolder()).read(), mode, [this](const QString& line) {
+            ui([this, line] { m_portStatuses.insert(QStringLiteral("Plugged in"), line); });
+        });
 }
 
 QList<ModemChoice> SMS_Sending::chosenModems() const {

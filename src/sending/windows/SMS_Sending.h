@@ -117,6 +117,7 @@ private:
     enum class RunState { Idle, Populating, Sending, Finished };
 
     QList<ModemChoice> chosenModems() const;
+    void startIntake(); // when the window asked for modems plugged in while sending
     void watch(SendingRun& run);
     void afterLoading(const QList<SendingItem>& items);
     void afterDevicesReleased();
