@@ -1,6 +1,7 @@
 #pragma once
 // How a run opens the modems it sends through: each on its port, with the settings chosen for
 // it, through a session of its own.
+#include "core/Record.h"
 #include "gsm/ModemDevice.h"
 #include "sending/SendingRun.h"
 
@@ -15,6 +16,9 @@ struct ModemChoice {
     QString path;
     ModemDetails details;
 };
+
+// A modem as the device search (or its window) recorded it, with the settings chosen for it.
+ModemChoice modemChoiceOf(const Record& record);
 
 // One opener per modem, in the order given (at most SendingRun::kMaxDevices).
 // lineNotWorking runs on the run's thread when a port's line itself fails, for the operator to

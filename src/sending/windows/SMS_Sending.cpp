@@ -1,5 +1,8 @@
 #include "SMS_Sending.h"
 
+#include "services/DeviceSettingsMemory.h"
+#include "services/NewModemIntake.h"
+
 #include "Gsm_Bulk_Sms_Wnd.h"
 #include "SendingItemRows.h"
 #include "core/Clock.h"
@@ -37,6 +40,7 @@ SMS_Sending::~SMS_Sending() {
     m_pause.endCountdown();
     joinThreads();
     m_run = nullptr;
+    m_intake.reset();
     m_campaign.reset(); // its threads end before the window state they report to
 }
 
@@ -108,10 +112,12 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
             campaign.rows.append(
                 {recipientNumber(row), row.value(kMessageKey)}); // E.164 when the list has it
         const auto lineNotWorking = [this] { m_op.Show_MessageBox(kPortNotWorking); };
+        m_intake.reset();
         m_campaign =
             std::make_unique<CampaignRun>(m_window.dataFolder(), std::move(campaign),
                                           modemOpeners(chosenModems(), lineNotWorking), m_op, m_pause, hooks);
         m_run = &m_campaign->run();
+        startIntake();
         watch(*m_run);
         emit changed();
         m_campaign->start();
@@ -130,6 +136,20 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
             },
             [stop] { return stop.stop_requested(); });
     });
+}
+
+void SMS_Sending::startIntake() {
+    if (!m_window.takeNewModems())
+        return;
+    QList<SmsMode> modes;
+    for (const ModemChoice& modem : chosenModems())
+        modes << modem.details.mode;
+    const SmsMode mode =
+        !modes.isEmpty() && modes.count(modes.first()) == modes.size() ? modes.first() : SmsMode::Unknown;
+    m_intake = std::make_unique<NewModemIntake>(
+        *m_run, DeviceSettingsMemory(m_window.dataFolder()).read(), mode, [this](const QString& line) {
+            ui([this, line] { m_portStatuses.insert(QStringLiteral("Plugged in"), line); });
+        });
 }
 
 QList<ModemChoice> SMS_Sending::chosenModems() const {
