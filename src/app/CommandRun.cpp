@@ -4,6 +4,7 @@
 #include "StopSignals.h"
 #include "core/FileUtils.h"
 #include "core/Operator.h"
+#include "gsm/ModemHotplug.h"
 #include "sending/ItemReport.h"
 #include "services/NewModemIntake.h"
 #include "stores/ExportFile.h"
@@ -112,9 +113,10 @@ int runCampaign(CampaignRun& campaign, Operator& op, const CommandRunOptions& op
                              progress->finished();
                      });
     QObject::connect(&run, &SendingRun::devicesReleased, &ended, &QEventLoop::quit);
-    // The hot-plug watcher hands the modems it sees to intake->take().
+    // Modems plugged in while it sends are handed to the run, each told in one line.
     std::optional<NewModemIntake> intake;
-    if (options.takeNewDevices)
+    std::optional<ModemHotplug> plugging;
+    if (options.takeNewDevices) {
         intake.emplace(run, options.keptSettings, options.runMode,
                        [json = options.format == RunReport::Format::Json](const QString& line) {
                            if (json)
@@ -124,6 +126,13 @@ int runCampaign(CampaignRun& campaign, Operator& op, const CommandRunOptions& op
                            else
                                printErr(line);
                        });
+        plugging.emplace();
+        QObject::connect(&*plugging, &ModemHotplug::plugged, &ended,
+                         [&intake](const ModemPortGroups::Group& modem) { intake->take(modem); });
+        QObject::connect(&*plugging, &ModemHotplug::storageMode, &ended,
+                         [](const QString& line) { printErr(line); });
+        plugging->start();
+    }
     if (options.stopOnSignal)
         StopSignals::install([&run] {
             run.stop(); // as after Stop: the rest is marked, the record kept
@@ -131,6 +140,7 @@ int runCampaign(CampaignRun& campaign, Operator& op, const CommandRunOptions& op
         });
     campaign.start();
     ended.exec();
+    plugging.reset();
     intake.reset(); // before the run: nothing more joins it
     run.join();
     progress.reset();

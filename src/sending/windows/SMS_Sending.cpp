@@ -1,8 +1,5 @@
 #include "SMS_Sending.h"
 
-#include "services/DeviceSettingsMemory.h"
-#include "services/NewModemIntake.h"
-
 #include "Gsm_Bulk_Sms_Wnd.h"
 #include "SendingItemRows.h"
 #include "core/Clock.h"
@@ -14,7 +11,9 @@
 #include "core/TextUtils.h"
 #include "delivery/DelayedDeliveryPause.h"
 #include "gsm/MFCSMS.h"
+#include "gsm/ModemHotplug.h"
 #include "services/DeviceSettingsMemory.h"
+#include "services/NewModemIntake.h"
 #include "stores/SentItemFile.h"
 
 using namespace std::chrono_literals;
@@ -40,6 +39,7 @@ SMS_Sending::~SMS_Sending() {
     m_pause.endCountdown();
     joinThreads();
     m_run = nullptr;
+    m_plugging.reset();
     m_intake.reset();
     m_campaign.reset(); // its threads end before the window state they report to
 }
@@ -112,6 +112,7 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
             campaign.rows.append(
                 {recipientNumber(row), row.value(kMessageKey)}); // E.164 when the list has it
         const auto lineNotWorking = [this] { m_op.Show_MessageBox(kPortNotWorking); };
+        m_plugging.reset();
         m_intake.reset();
         m_campaign =
             std::make_unique<CampaignRun>(m_window.dataFolder(), std::move(campaign),
@@ -150,6 +151,13 @@ void SMS_Sending::startIntake() {
         *m_run, DeviceSettingsMemory(m_window.dataFolder()).read(), mode, [this](const QString& line) {
             ui([this, line] { m_portStatuses.insert(QStringLiteral("Plugged in"), line); });
         });
+    // The watch lives on the window's thread; the intake probes each modem on a thread of its own.
+    m_plugging = std::make_unique<ModemHotplug>();
+    connect(m_plugging.get(), &ModemHotplug::plugged, this,
+            [this](const ModemPortGroups::Group& modem) { m_intake->take(modem); });
+    connect(m_plugging.get(), &ModemHotplug::storageMode, this,
+            [this](const QString& line) { m_portStatuses.insert(QStringLiteral("Plugged in"), line); });
+    m_plugging->start();
 }
 
 QList<ModemChoice> SMS_Sending::chosenModems() const {

@@ -30,6 +30,7 @@ class Gsm_Bulk_Sms_Wnd;
 class MFCSMS;
 class Operator;
 
+class ModemHotplug;
 class NewModemIntake;
 class SMS_Sending : public DialogController {
     Q_OBJECT
@@ -141,6 +142,7 @@ private:
     SendingRun* m_run = nullptr; // the campaign's run, while there is one
     // Modems plugged in while the run sends, when the window asked for them (goes before the run).
     std::unique_ptr<NewModemIntake> m_intake;
+    std::unique_ptr<ModemHotplug> m_plugging; // while a run that takes in new modems sends
     RecordTable m_table;
     bool m_deliveryReports = false; // asked for by the current run
     bool m_attached = false;        // the run sends a scheduled campaign of the store, not the list
