@@ -42,6 +42,8 @@ QWidget* QtOperator::dialogParent() {
 
 void QtOperator::showAlert(const QString& fullText) {
     QMessageBox box(QMessageBox::NoIcon, kApplicationName, fullText, QMessageBox::Ok, dialogParent());
+    // What an alert says can be copied: a command to run (the udev rule's), a path, a number.
+    box.setTextInteractionFlags(Qt::TextSelectableByMouse);
     box.exec();
 }
 
