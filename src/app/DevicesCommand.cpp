@@ -10,6 +10,7 @@
 #include "core/Launch.h"
 #include "device/DeviceRecord.h"
 #include "gsm/ModemManagerRule.h"
+#include "gsm/SimAnswers.h"
 #include "services/ModemSearch.h"
 
 #include <QCommandLineParser>
@@ -38,6 +39,7 @@ QJsonObject jsonOf(const ModemSearch::PortOutcome& port, const RecordList& modem
         {QStringLiteral("ICCID"), modem.value(kIccidKey)}, // not a record key: a field of the line
         {QStringLiteral("operator"), modem.value(kNetworkOperatorKey)},
         {QStringLiteral("signal"), modem.value(kSignalKey)},
+        {QStringLiteral("network"), modem.value(kNetworkKey)},
     };
 }
 
@@ -71,6 +73,12 @@ int listModems(Operator& op, const DataFolder& folder, bool json) {
                           r.value(kDefaultSmscKey), r.value(kSupportedSmsModesKey)));
         if (const QString slot = r.value(kSlotKey); !slot.isEmpty())
             printOut(QStringLiteral("  Slot : %1").arg(slot));
+        if (const QString network = r.value(kNetworkKey);
+            !network.isEmpty() && network != SimAnswers::registrationText(SimAnswers::Registration::Home))
+            printOut(QStringLiteral("  Network : %1").arg(network));
+        // Why it cannot send: its SIM wants a PIN or is blocked, the network refused it.
+        if (const QString state = r.value(kPortStatusKey); !state.isEmpty())
+            printOut(QStringLiteral("  State : %1").arg(state));
     }
     for (const Record& r : found.unanswered)
         printOut(QStringLiteral("%1\tSlot : %2\t%3")
@@ -116,8 +124,9 @@ int runDevices(const QStringList& arguments) {
                        "every computer."));
     const QCommandLineOption json(
         QStringLiteral("json"),
-        QStringLiteral("GSM modems: one JSON object per port searched, one a line: port, slot (USB path), "
-                       "state, holder ({\"name\", \"pid\"} or null), IMEI, ICCID, operator, signal."));
+        QStringLiteral(
+            "GSM modems: one JSON object per port searched, one a line: port, slot (USB path), "
+            "state, holder ({\"name\", \"pid\"} or null), IMEI, ICCID, operator, signal, network."));
     parser.addOptions({android, serial, stored, json});
     if (const std::optional<int> end = parseCommandLine(parser, arguments.mid(1)))
         return *end;

@@ -138,7 +138,9 @@ std::optional<int> chooseModems(Operator& op, const DataFolder& folder, const QS
             return 2;
         }
     settings.loadedDevice = modems.last().path;
-    openers = modemOpeners(modems, [&op] { op.Show_MessageBox(kPortNotWorking); });
+    openers = modemOpeners(
+        modems, [&op] { op.Show_MessageBox(kPortNotWorking); },
+        [](const QString& path, const QString& status) { err(QStringLiteral("%1: %2").arg(path, status)); });
     return std::nullopt;
 }
 

@@ -16,7 +16,11 @@ struct ModemChoice {
     ModemDetails details;
 };
 
+// What a modem is waiting for as the run readies it ("Searching for a network…"), on its thread.
+using ModemWaiting = std::function<void(const QString& path, const QString& status)>;
+
 // One opener per modem, in the order given (at most SendingRun::kMaxDevices).
 // lineNotWorking runs on the run's thread when a port's line itself fails, for the operator to
 // be told; a modem that does not answer simply stays out of the run.
-QList<DeviceOpener> modemOpeners(const QList<ModemChoice>& modems, std::function<void()> lineNotWorking);
+QList<DeviceOpener> modemOpeners(const QList<ModemChoice>& modems, std::function<void()> lineNotWorking,
+                                 ModemWaiting waiting = {});
