@@ -140,7 +140,10 @@ std::optional<int> chooseModems(Operator& op, const DataFolder& folder, const QS
     settings.loadedDevice = modems.last().path;
     openers = modemOpeners(
         modems, [&op] { op.Show_MessageBox(kPortNotWorking); },
-        [](const QString& path, const QString& status) { err(QStringLiteral("%1: %2").arg(path, status)); });
+        [](const QString& path, const QString& status) {
+            if (!status.isEmpty()) // "" once it no longer waits
+                err(QStringLiteral("%1: %2").arg(path, status));
+        });
     return std::nullopt;
 }
 

@@ -65,7 +65,7 @@ public:
 
     const ModemDetails& details() const { return m_details; }
     // While prepare() waits for a modem still searching for a network: `waiting` is told so
-    // (a status line for the operator), and `stop` ends the wait.
+    // (a status line for the operator; "" once the wait is over), and `stop` ends the wait.
     void setNetworkWait(std::stop_token stop, std::function<void(const QString& status)> waiting) {
         m_stop = std::move(stop);
         m_waiting = std::move(waiting);

@@ -121,8 +121,11 @@ QString awaitNetwork(MFCSMS& session, int fd, std::stop_token stop,
     bool told = false;
     while (true) {
         const std::optional<Registration> r = registration(session, fd);
-        if (!r || SimAnswers::isRegistered(*r) || *r == Registration::Unknown)
+        if (!r || SimAnswers::isRegistered(*r) || *r == Registration::Unknown) {
+            if (told && waiting)
+                waiting(QString()); // the wait is over
             return {};
+        }
         if (*r == Registration::Denied)
             return SimAnswers::registrationText(*r);
         if (std::chrono::steady_clock::now() >= deadline)

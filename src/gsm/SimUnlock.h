@@ -65,7 +65,8 @@ inline constexpr std::chrono::seconds kNetworkPoll{2};
 inline const QString kNoNetwork =
     QStringLiteral("No network found: the modem was still searching after 60 seconds");
 
-// Waits while the modem searches for a network (telling `waiting` once, as it starts to wait):
+// Waits while the modem searches for a network (telling `waiting` once as it starts to wait,
+// and "" once the modem registered after all):
 // "" once it is registered (home or roaming) or does not say, else why it cannot send.
 QString awaitNetwork(MFCSMS& session, int fd, std::stop_token stop,
                      const std::function<void(const QString&)>& waiting);

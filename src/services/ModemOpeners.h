@@ -16,7 +16,8 @@ struct ModemChoice {
     ModemDetails details;
 };
 
-// What a modem is waiting for as the run readies it ("Searching for a network…"), on its thread.
+// What a modem is waiting for as the run readies it ("Searching for a network…"; "" once it no
+// longer waits), on its thread.
 using ModemWaiting = std::function<void(const QString& path, const QString& status)>;
 
 // One opener per modem, in the order given (at most SendingRun::kMaxDevices).

@@ -108,9 +108,18 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
             campaign.rows.append(
                 {recipientNumber(row), row.value(kMessageKey)}); // E.164 when the list has it
         const auto lineNotWorking = [this] { m_op.Show_MessageBox(kPortNotWorking); };
-        m_campaign =
-            std::make_unique<CampaignRun>(m_window.dataFolder(), std::move(campaign),
-                                          modemOpeners(chosenModems(), lineNotWorking), m_op, m_pause, hooks);
+        // A modem still searching for a network says so beside its port until it is on one.
+        const auto waiting = [this](const QString& port, const QString& status) {
+            ui([this, port, status] {
+                if (status.isEmpty())
+                    m_portStatuses.remove(port);
+                else
+                    m_portStatuses.insert(port, status);
+            });
+        };
+        m_campaign = std::make_unique<CampaignRun>(m_window.dataFolder(), std::move(campaign),
+                                                   modemOpeners(chosenModems(), lineNotWorking, waiting),
+                                                   m_op, m_pause, hooks);
         m_run = &m_campaign->run();
         watch(*m_run);
         emit changed();
