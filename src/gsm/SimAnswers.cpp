@@ -1,5 +1,6 @@
 #include "SimAnswers.h"
 
+#include <QRegularExpression>
 #include <QStringList>
 
 namespace SimAnswers {
@@ -76,6 +77,13 @@ QString registrationText(Registration r) {
     case Registration::Unknown: break;
     }
     return QStringLiteral("Unknown");
+}
+
+QString withoutPin(QString text) {
+    // "AT+CPIN=<pin>[,<new pin>]", quoted or not, as typed and as echoed.
+    static const QRegularExpression given(QStringLiteral("(\\+CPIN\\s*=)[^\\r\\n;]*"),
+                                          QRegularExpression::CaseInsensitiveOption);
+    return text.replace(given, QStringLiteral("\\1\"****\""));
 }
 
 } // namespace SimAnswers

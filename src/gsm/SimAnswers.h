@@ -29,4 +29,7 @@ bool isRegistered(Registration r);
 // A person's word for a registration ("Home network", "Roaming", ...).
 QString registrationText(Registration r);
 
+// The text with every PIN given to a SIM ("AT+CPIN=\"1234\"", its echo too) masked, for the log.
+QString withoutPin(QString text);
+
 } // namespace SimAnswers

@@ -78,8 +78,11 @@ TEST_F(SimPinCommandLine, RememberedPinUnlocksTheSim) {
     startPair([](sim::ModemBehaviour& b) { b.simPin = "1234"; });
     ASSERT_TRUE(SimPinKeyring::remember(simKey(0), "1234"));
     int exitCode = -1;
-    run(kTwoRecipients, true, exitCode);
+    run(QStringList(kTwoRecipients) << "--verbose", true, exitCode);
     EXPECT_EQ(exitCode, 0) << errors.toStdString();
+    // The log (on standard error with --verbose) shows the command, never the PIN, nor its echo.
+    EXPECT_TRUE(errors.contains("AT+CPIN=\"****\"")) << errors.toStdString();
+    EXPECT_FALSE(errors.contains("1234"));
     EXPECT_EQ(pinsGiven(0), QStringList{"AT+CPIN=\"1234\""});
     EXPECT_EQ(numbersReceived(0).size() + numbersReceived(1).size(), 2);
     EXPECT_EQ(SimPinKeyring::find(simKey(0)), std::optional<QString>("1234"));

@@ -59,6 +59,20 @@ TEST(SimAnswers, ReadsPinStatesAndRegistrationsOfRealModems) {
     };
     for (const auto& c : registrations)
         EXPECT_EQ(SimAnswers::registrationOf(c.answer), c.registration) << c.answer;
+
+    const struct {
+        const char* logged;
+        const char* masked;
+    } pinsInTheLog[] = {
+        {"AT+CPIN=\"1234\"\r", "AT+CPIN=\"****\"\r"},
+        {"AT+CPIN=1234", "AT+CPIN=\"****\""},                  // unquoted
+        {"at+cpin=\"12345678\",\"0000\"", "at+cpin=\"****\""}, // a PIN and a new one
+        {"AT+CPIN=\"1234\"\r\r\n+CME ERROR: 16", "AT+CPIN=\"****\"\r\r\n+CME ERROR: 16"}, // the echo
+        {"AT+CPIN?;+CPIN=\"1234\";+CREG?", "AT+CPIN?;+CPIN=\"****\";+CREG?"},
+        {"+CPIN: SIM PIN", "+CPIN: SIM PIN"},
+    };
+    for (const auto& c : pinsInTheLog)
+        EXPECT_EQ(SimAnswers::withoutPin(c.logged), c.masked) << c.logged;
 }
 
 // A PIN-locked virtual modem with an open session on it.
