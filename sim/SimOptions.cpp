@@ -53,6 +53,10 @@ struct Flags {
                                    "N"};
     QCommandLineOption log{"log", "Append one JSON line per received message to FILE.", "FILE"};
     QCommandLineOption count{"count", "Serve N modems at once (one path printed per line).", "N"};
+    QCommandLineOption link{"link",
+                            "Make PATH a symbolic link to the pseudo-terminal while it serves (with --count, "
+                            "PATH-1, PATH-2, ... one per modem).",
+                            "PATH"};
     QCommandLineOption charsets{"charsets", "Character sets AT+CSCS=? offers, e.g. GSM,UCS2 (default: all).",
                                 "SET,..."};
     QCommandLineOption reportDelay{"report-delay-ms",
@@ -105,6 +109,7 @@ struct Flags {
                 silentAfter,
                 log,
                 count,
+                link,
                 latency,
                 lateAnswers,
                 charsets,
@@ -184,6 +189,7 @@ SimOptions parse(const QStringList& arguments) {
     text(flags.smsc, id.smsc);
     text(flags.log, options.logPath);
     text(flags.incoming, options.incomingPath);
+    text(flags.link, options.linkPath);
     id.smscAsUcs2 = id.smscAsUcs2 || parser.isSet(flags.smscUcs2);
     b.echo = b.echo && !parser.isSet(flags.noEcho);
     b.cmgsTestAnswersError = b.cmgsTestAnswersError || parser.isSet(flags.cmgsTestError);

@@ -13,6 +13,10 @@ struct SimOptions {
     QString logPath;
     QString incomingPath; // a file of JSON lines the modems follow (IncomingFeed)
     int count = 1;
+    // A symbolic link to the pseudo-terminal, made once it serves and removed at exit, so that
+    // a test can name the modem's path before it starts; with count > 1 each modem's link is
+    // the path with "-1", "-2", ... added.
+    QString linkPath;
     bool help = false;
     QString error; // empty when the arguments were understood
 };

@@ -4,11 +4,15 @@
 #include "StopSignals.h"
 #include "core/FileUtils.h"
 #include "core/Operator.h"
+#include "gsm/ModemHotplug.h"
 #include "sending/ItemReport.h"
+#include "services/NewModemIntake.h"
 #include "stores/ExportFile.h"
 #include "stores/ExportFormats.h"
 
 #include <QEventLoop>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 #include <cstdio>
 #include <unistd.h>
@@ -79,6 +83,21 @@ std::optional<int> writeReport(const SendingRun& run, const CommandRunOptions& o
 
 } // namespace
 
+SmsMode runModeOf(const QList<SmsMode>& modes) {
+    if (modes.isEmpty() || modes.count(modes.first()) != modes.size())
+        return SmsMode::Unknown;
+    return modes.first();
+}
+
+void takeNewDevices(CommandRunOptions& how, bool asked, const DataFolder& folder,
+                    const QList<SmsMode>& modes) {
+    how.takeNewDevices = asked;
+    if (asked) {
+        how.keptSettings = DeviceSettingsMemory(folder).read();
+        how.runMode = runModeOf(modes);
+    }
+}
+
 int runCampaign(CampaignRun& campaign, Operator& op, const CommandRunOptions& options) {
     SendingRun& run = campaign.run();
     RunReport results(run, options.format, options.scope);
@@ -94,6 +113,26 @@ int runCampaign(CampaignRun& campaign, Operator& op, const CommandRunOptions& op
                              progress->finished();
                      });
     QObject::connect(&run, &SendingRun::devicesReleased, &ended, &QEventLoop::quit);
+    // Modems plugged in while it sends are handed to the run, each told in one line.
+    std::optional<NewModemIntake> intake;
+    std::optional<ModemHotplug> plugging;
+    if (options.takeNewDevices) {
+        intake.emplace(run, options.keptSettings, options.runMode,
+                       [json = options.format == RunReport::Format::Json](const QString& line) {
+                           if (json)
+                               printOut(QString::fromUtf8(
+                                   QJsonDocument(QJsonObject{{"event", "device-taken"}, {"text", line}})
+                                       .toJson(QJsonDocument::Compact)));
+                           else
+                               printErr(line);
+                       });
+        plugging.emplace();
+        QObject::connect(&*plugging, &ModemHotplug::plugged, &ended,
+                         [&intake](const ModemPortGroups::Group& modem) { intake->take(modem); });
+        QObject::connect(&*plugging, &ModemHotplug::storageMode, &ended,
+                         [](const QString& line) { printErr(line); });
+        plugging->start();
+    }
     if (options.stopOnSignal)
         StopSignals::install([&run] {
             run.stop(); // as after Stop: the rest is marked, the record kept
@@ -101,6 +140,8 @@ int runCampaign(CampaignRun& campaign, Operator& op, const CommandRunOptions& op
         });
     campaign.start();
     ended.exec();
+    plugging.reset();
+    intake.reset(); // before the run: nothing more joins it
     run.join();
     progress.reset();
     campaign.end();

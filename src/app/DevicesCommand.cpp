@@ -3,18 +3,23 @@
 #include "CommandLineAndroid.h"
 #include "ConsoleOperator.h"
 #include "ConsoleOutput.h"
+#include "StopSignals.h"
 #include "campaigns/CampaignStore.h"
 #include "campaigns/StoredDevices.h"
 #include "core/DataFolder.h"
 #include "core/FileUtils.h"
 #include "core/Launch.h"
 #include "device/DeviceRecord.h"
+#include "gsm/ModemDiscovery.h"
+#include "gsm/ModemHotplug.h"
 #include "gsm/ModemManagerRule.h"
 #include "gsm/SimAnswers.h"
 #include "services/ModemSearch.h"
 
 #include <QCommandLineParser>
 #include <QDateTime>
+#include <QEventLoop>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -43,6 +48,8 @@ QJsonObject jsonOf(const ModemSearch::PortOutcome& port, const RecordList& modem
     };
 }
 
+void printFound(const ModemSearch::Result& found, bool json, const QString& event = {});
+
 // One line per modem found, with what it reported (one JSON object per port searched with
 // `json`); then what the operator should know: ports denied or held, and for ModemManager
 // the udev rule that frees the modem, written to the data folder.
@@ -55,11 +62,58 @@ int listModems(Operator& op, const DataFolder& folder, bool json) {
         alerts << rule;
     for (const QString& alert : alerts)
         op.Show_MessageBox(alert);
+    printFound(found, json);
+    return found.modems.isEmpty() ? 1 : 0;
+}
+
+// Until Ctrl-C: each modem plugged in is searched and printed as a search prints it (its JSON
+// objects with "event": "plugged"); each unplugged gets a line of its ports ("unplugged\tttyUSB4
+// ttyUSB5", or {"event":"unplugged","ports":[...]}); a stick in storage mode, its line on
+// standard error.
+int watchModems(Operator& op, bool json) {
+    QEventLoop loop;
+    ModemHotplug plugging;
+    QObject::connect(&plugging, &ModemHotplug::plugged, &loop,
+                     [&op, json](const ModemPortGroups::Group& modem) {
+                         const ModemSearch::Result found = ModemSearch::searchModems({modem});
+                         for (const QString& alert : found.alerts())
+                             op.Show_MessageBox(alert);
+                         printFound(found, json, QStringLiteral("plugged"));
+                     });
+    QObject::connect(&plugging, &ModemHotplug::unplugged, &loop, [json](const ModemPortGroups::Group& modem) {
+        QStringList ports;
+        for (const QString& path : modem.paths())
+            ports << ModemDiscovery::portName(path);
+        if (json)
+            printOut(QString::fromUtf8(
+                QJsonDocument(
+                    QJsonObject{{QStringLiteral("event"), QStringLiteral("unplugged")},
+                                {QStringLiteral("slot"), modem.slot},
+                                {QStringLiteral("ports"), QJsonArray::fromStringList(modem.paths())}})
+                    .toJson(QJsonDocument::Compact)));
+        else
+            printOut(QStringLiteral("unplugged\t%1").arg(ports.join(QLatin1Char(' '))));
+    });
+    QObject::connect(&plugging, &ModemHotplug::storageMode, &loop,
+                     [](const QString& line) { printErr(line); });
+    StopSignals::install([&loop] {
+        loop.quit();
+        return true;
+    });
+    plugging.start();
+    loop.exec();
+    return 0;
+}
+
+void printFound(const ModemSearch::Result& found, bool json, const QString& event) {
     if (json) {
-        for (const ModemSearch::PortOutcome& port : found.ports)
-            printOut(
-                QString::fromUtf8(QJsonDocument(jsonOf(port, found.modems)).toJson(QJsonDocument::Compact)));
-        return found.modems.isEmpty() ? 1 : 0;
+        for (const ModemSearch::PortOutcome& port : found.ports) {
+            QJsonObject line = jsonOf(port, found.modems);
+            if (!event.isEmpty())
+                line.insert(QStringLiteral("event"), event);
+            printOut(QString::fromUtf8(QJsonDocument(line).toJson(QJsonDocument::Compact)));
+        }
+        return;
     }
     for (const Record& r : found.modems) {
         // The SIM's number beside the IMEI, when the modem told it.
@@ -83,7 +137,6 @@ int listModems(Operator& op, const DataFolder& folder, bool json) {
     for (const Record& r : found.unanswered)
         printOut(QStringLiteral("%1\tSlot : %2\t%3")
                      .arg(r.value(kPortDetailKey), r.value(kSlotKey), r.value(kPortStatusKey)));
-    return found.modems.isEmpty() ? 1 : 0;
 }
 
 // One line per device any worker of the store last told of, on any computer.
@@ -127,7 +180,12 @@ int runDevices(const QStringList& arguments) {
         QStringLiteral(
             "GSM modems: one JSON object per port searched, one a line: port, slot (USB path), "
             "state, holder ({\"name\", \"pid\"} or null), IMEI, ICCID, operator, signal, network."));
-    parser.addOptions({android, serial, stored, json});
+    const QCommandLineOption watch(
+        QStringLiteral("watch"),
+        QStringLiteral("GSM modems: after the list, go on printing each modem plugged in (as the list "
+                       "prints it; with --json its objects carry \"event\": \"plugged\") and each "
+                       "unplugged (\"unplugged\" and its ports), until Ctrl-C."));
+    parser.addOptions({android, serial, stored, json, watch});
     if (const std::optional<int> end = parseCommandLine(parser, arguments.mid(1)))
         return *end;
     ConsoleOperator op(false);
@@ -138,5 +196,6 @@ int runDevices(const QStringList& arguments) {
         return listStoredDevices(folder);
     if (parser.isSet(android))
         return listAndroidDevices(folder, parser.value(serial));
-    return listModems(op, folder, parser.isSet(json));
+    const int listed = listModems(op, folder, parser.isSet(json));
+    return parser.isSet(watch) ? watchModems(op, parser.isSet(json)) : listed;
 }

@@ -445,11 +445,11 @@ bool blankMessagesAccepted(const SendRun& run) {
 
 // The devices chosen, opened by the run: the modems found (those of --device), or the phone.
 std::optional<int> chooseDevices(SendRun& run, QList<DeviceOpener>& openers,
-                                 std::shared_ptr<std::function<void()>> stopRun) {
+                                 std::shared_ptr<std::function<void()>> stopRun, QList<SmsMode>& modes) {
     const SendOptions& o = run.options;
     if (!run.throughAndroid)
         return chooseModems(run.op, run.folder, o.values(o.device), run.campaign.settings, openers, nullptr,
-                            &run.campaign.rows);
+                            &run.campaign.rows, &modes);
     return choosePhone(run.op, run.folder, PhonesAsked{o.values(o.serial), o.isSet(o.allPhones)},
                        o.value(o.mode), run.campaign.settings, openers, std::move(stopRun));
 }
@@ -536,7 +536,8 @@ int runSend(const QStringList& arguments, SendMode mode) {
         return queueCampaign(run);
     QList<DeviceOpener> openers;
     const auto stopRun = std::make_shared<std::function<void()>>();
-    if (const std::optional<int> end = chooseDevices(run, openers, stopRun))
+    QList<SmsMode> modes;
+    if (const std::optional<int> end = chooseDevices(run, openers, stopRun, modes))
         return *end;
     PauseCountdown pause(PauseCountdown::Variant::SendingJob, [](const QString&) {});
     CampaignRun campaign(folder, std::move(run.campaign), std::move(openers), op, pause, {});
@@ -546,5 +547,6 @@ int runSend(const QStringList& arguments, SendMode mode) {
     how.reportPath = o.value(o.report);
     how.reportFormat = report.format;
     how.reportGroup = report.group;
+    takeNewDevices(how, o.isSet(o.takeNewDevices) && !run.throughAndroid, folder, modes);
     return runCampaign(campaign, op, how);
 }

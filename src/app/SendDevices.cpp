@@ -70,17 +70,6 @@ std::optional<int> wantedModems(const RecordList& found, const QStringList& devi
     return std::nullopt;
 }
 
-ModemChoice modemChoiceOf(const Record& record) {
-    ModemDetails details;
-    details.mode = smsModeFromText(record.value(kSmsModeKey));
-    details.smsc =
-        record.value(kUseCustomSmscKey) == QLatin1String("Y") ? record.value(kCustomSmscKey) : QString();
-    details.capability = record.value(kSmsCapableKey);
-    details.defaultSmsc = record.value(kDefaultSmscKey);
-    details.simKey = DeviceSettingsMemory::keyOf(record);
-    return {record.value(kPortDetailKey), details};
-}
-
 QString textModeRefusal(const QList<std::pair<QString, QString>>& rows, const RunSettings& settings,
                         const QList<ModemChoice>& modems, const RecordList& found) {
     QList<OutgoingMessage> messages;
@@ -100,7 +89,8 @@ QString textModeRefusal(const QList<std::pair<QString, QString>>& rows, const Ru
 
 std::optional<int> chooseModems(Operator& op, const DataFolder& folder, const QStringList& deviceArguments,
                                 RunSettings& settings, QList<DeviceOpener>& openers,
-                                QList<StoredDevice>* chosen, const QList<std::pair<QString, QString>>* rows) {
+                                QList<StoredDevice>* chosen, const QList<std::pair<QString, QString>>* rows,
+                                QList<SmsMode>* modes) {
     const ModemSearch::Result found = ModemSearch::findModems({}, {}, DeviceSettingsMemory(folder).read());
     for (const QString& alert : found.alerts())
         op.Show_MessageBox(alert);
@@ -138,6 +128,9 @@ std::optional<int> chooseModems(Operator& op, const DataFolder& folder, const QS
             return 2;
         }
     settings.loadedDevice = modems.last().path;
+    if (modes)
+        for (const ModemChoice& modem : modems)
+            *modes << modem.details.mode;
     openers = modemOpeners(
         modems, [&op] { op.Show_MessageBox(kPortNotWorking); },
         [](const QString& path, const QString& status) {

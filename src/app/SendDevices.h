@@ -3,6 +3,7 @@
 // its settings) or the Android phone, as the run will open them. Each returns an exit status
 // when the command ends here (the reason told on standard error).
 #include "campaigns/StoredDevices.h"
+#include "gsm/SmsMode.h"
 #include "sending/SendingRun.h"
 
 #include <QCommandLineOption>
@@ -16,11 +17,13 @@ class Operator;
 // The modems found come with the settings kept for their SIMs in the data folder (the device
 // windows keep them); --device's own settings go over those. `chosen` (may be null) gets each
 // device chosen as the store shows it. With `rows` (number, message), a message no chosen modem
-// sends as one message ends the command (TextModeLimits.h).
+// sends as one message ends the command (TextModeLimits.h). `modes` (may be null) gets the
+// mode each chosen modem sends in.
 std::optional<int> chooseModems(Operator& op, const DataFolder& folder, const QStringList& deviceArguments,
                                 RunSettings& settings, QList<DeviceOpener>& openers,
                                 QList<StoredDevice>* chosen = nullptr,
-                                const QList<std::pair<QString, QString>>* rows = nullptr);
+                                const QList<std::pair<QString, QString>>* rows = nullptr,
+                                QList<SmsMode>* modes = nullptr);
 // The phones a command was told to send through: --serial (none: the one phone attached), or
 // --all-phones.
 struct PhonesAsked {

@@ -3,6 +3,8 @@
 #include "SendDevices.h"
 #include "sending/SendingRun.h"
 
+#include "CommandRun.h"
+
 #include <QCommandLineOption>
 #include <QCommandLineParser>
 #include <QString>
@@ -126,6 +128,7 @@ struct SendOptions {
     const QCommandLineOption android{
         QStringLiteral("android"),
         QStringLiteral("Send through the Android phone (adb) instead of GSM modems.")};
+    const QCommandLineOption takeNewDevices = takeNewDevicesOption();
     const QCommandLineOption serial = serialOption();
     const QCommandLineOption allPhones = allPhonesOption();
     const QCommandLineOption mode{

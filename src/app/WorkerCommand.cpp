@@ -41,7 +41,8 @@ struct WorkerOptions {
             "Exit status: 0 when stopped or idle, 2 on bad usage or when no device can be used, 4 when the\n"
             "store could not be read or written."));
         parser.addHelpOption();
-        parser.addOptions({device, android, serial, allPhones, mode, untilIdle, json, noReceive, serve});
+        parser.addOptions(
+            {device, android, serial, allPhones, mode, untilIdle, json, noReceive, serve, takeNewDevices});
         parser.addOptions(api.all());
     }
     const QCommandLineOption device{
@@ -54,6 +55,7 @@ struct WorkerOptions {
                                      QStringLiteral("Send the Android campaigns, through the phone (adb).")};
     const QCommandLineOption serial = serialOption();
     const QCommandLineOption allPhones = allPhonesOption();
+    const QCommandLineOption takeNewDevices = takeNewDevicesOption();
     const QCommandLineOption mode{QStringLiteral("mode"), QStringLiteral("Android: standard or classic."),
                                   QStringLiteral("mode"), QStringLiteral("standard")};
     const QCommandLineOption untilIdle{
@@ -242,12 +244,14 @@ int runWorker(const QStringList& arguments) {
         Campaign campaign{settingsOf(next->options, road), {}, 0, next->id};
         QList<DeviceOpener> openers;
         QList<StoredDevice> chosen;
+        QList<SmsMode> modes;
         const auto stopRun = std::make_shared<std::function<void()>>();
         const std::optional<int> refused =
             road == kAndroidRoad
                 ? choosePhone(op, folder, PhonesAsked{o.parser.values(o.serial), o.parser.isSet(o.allPhones)},
                               o.parser.value(o.mode), campaign.settings, openers, stopRun, &chosen)
-                : chooseModems(op, folder, o.parser.values(o.device), campaign.settings, openers, &chosen);
+                : chooseModems(op, folder, o.parser.values(o.device), campaign.settings, openers, &chosen,
+                               nullptr, &modes);
         if (refused)
             return *refused;
         const DelaySchedule pauses = campaign.settings.schedule;
@@ -261,6 +265,7 @@ int runWorker(const QStringList& arguments) {
         how.format = o.parser.isSet(o.json) ? RunReport::Format::Json : RunReport::Format::Lines;
         how.scope = RunReport::Scope::Own;
         how.stopOnSignal = false; // the worker's own handler stops the run and the worker
+        takeNewDevices(how, o.parser.isSet(o.takeNewDevices) && road != kAndroidRoad, folder, modes);
         const int status = runCampaign(run, op, how);
         current = nullptr;
         devices.idle();

@@ -4,6 +4,7 @@
 #include "core/Log.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <algorithm>
 #include <cerrno>
@@ -86,6 +87,14 @@ QStringList extraModemPorts() {
     return paths;
 }
 
+QStringList attachedExtraModemPorts() {
+    QStringList paths;
+    for (const QString& path : extraModemPorts())
+        if (QFileInfo::exists(path)) // follows a link: a dangling one is no modem
+            paths << path;
+    return paths;
+}
+
 QString portName(const QString& path) {
     const QString devices = QStringLiteral("/dev/");
     return path.startsWith(devices) ? path.mid(devices.size()) : path.section(QLatin1Char('/'), -1);
@@ -157,6 +166,14 @@ UsbPlace usbPlaceOf(const QString& path) {
 }
 
 QStringList modemPorts() {
+    QStringList paths = registryModemPorts();
+    for (const QString& extra : attachedExtraModemPorts())
+        if (!paths.contains(extra))
+            paths << extra;
+    return paths;
+}
+
+QStringList registryModemPorts() {
     QList<DeviceProperties> devices;
     if (udev* context = udev_new()) {
         udev_enumerate* enumerate = udev_enumerate_new(context);
@@ -186,11 +203,7 @@ QStringList modemPorts() {
         udev_enumerate_unref(enumerate);
         udev_unref(context);
     }
-    QStringList paths = modemPortsAmong(devices);
-    for (const QString& extra : extraModemPorts())
-        if (!paths.contains(extra))
-            paths << extra;
-    return paths;
+    return modemPortsAmong(devices);
 }
 
 } // namespace ModemDiscovery

@@ -14,14 +14,21 @@ using DeviceProperties = QMap<QString, QString>; // udev properties of one tty d
 // Whether a tty device with these properties is a modem port worth probing.
 bool isModemPort(const DeviceProperties& properties);
 
-// Device paths of the modem ports now attached, registry order then extra paths.
+// Device paths of the modem ports now attached, registry order then the extra paths that exist.
 QStringList modemPorts();
+
+// The registry's part of modemPorts().
+QStringList registryModemPorts();
 
 // The same choice over a given set of devices (what the registry reported), sorted by path.
 QStringList modemPortsAmong(const QList<DeviceProperties>& devices);
 
 // The paths of BULKSMS_EXTRA_MODEMS, each once (ModemPortGroups reads which are one modem).
 QStringList extraModemPorts();
+
+// Those of them that exist now: a virtual modem's path (often a link to its pseudo-terminal)
+// may be named before the modem starts and outlive it; until then and after, it is no modem.
+QStringList attachedExtraModemPorts();
 
 // The port's name as a person reads it: the device path below /dev ("ttyUSB0", "pts/3").
 QString portName(const QString& path);

@@ -85,6 +85,12 @@ void SendingRun::load(QList<std::pair<QString, QString>> rows, std::stop_token s
     toWindow(&SendingRun::loaded, items);
     if (!m_record->anyWaiting() || stop.stop_requested())
         Show_NSLog_Message(QStringLiteral("No item waits for sending, or a stop was asked."));
+    // Set before anything holds the run, so that a device added meanwhile finds them.
+    const int recorded = m_record->size();
+    m_devicesToCome = int(std::min<qsizetype>({m_openers.size(), recorded, kMaxDevices}));
+    // Devices that take batches share the list: each claims its part, the rest goes on
+    // one by one through whoever is left.
+    m_batchShare = (recorded + std::max(1, m_devicesToCome.load()) - 1) / std::max(1, m_devicesToCome.load());
     m_holders = 1; // the dispatcher holds the run open until it has started every device
     spawn(QStringLiteral("send-dispatch"), [this, stop] { dispatch(stop); });
 }
@@ -92,10 +98,6 @@ void SendingRun::load(QList<std::pair<QString, QString>> rows, std::stop_token s
 void SendingRun::dispatch(std::stop_token stop) {
     Guard::run("SendingRun::dispatch", [&] {
         const int rows = m_record->size();
-        m_devicesToCome = int(std::min<qsizetype>({m_openers.size(), rows, kMaxDevices}));
-        // Devices that take batches share the list: each claims its part, the rest goes on
-        // one by one through whoever is left.
-        m_batchShare = (rows + std::max(1, m_devicesToCome.load()) - 1) / std::max(1, m_devicesToCome.load());
         int opened = 0;
         for (const DeviceOpener& open : m_openers) {
             if (stop.stop_requested() || opened + 1 > rows || opened >= kMaxDevices)
@@ -107,33 +109,115 @@ void SendingRun::dispatch(std::stop_token stop) {
                 device = open(stop);
                 m_notOpened += device ? 0 : 1;
             }
-            if (device && m_record->anyWaiting()) {
-                // Counted as active before it stops being to come: devicesInRun() never reads low.
-                ++m_holders;
-                ++m_activeDevices;
-                {
-                    std::lock_guard lock(m_devicesMutex);
-                    m_devices << device.get();
-                }
-                Show_NSLog_Message(device->name() + QStringLiteral(" start thread for sending"));
-                const bool first = m_startedDevices++ == 0;
-                spawn(QStringLiteral("send-%1").arg(opened),
-                      [this, shared = std::shared_ptr<SendingDevice>(std::move(device))] {
-                          runDevice(shared);
-                      });
-                if (first)
-                    toWindow(&SendingRun::sendingStarted);
-            } else if (device) {
-                Show_NSLog_Message(device->name() + QStringLiteral(" no thread needed: nothing waits"));
-                device->close();
+            if (device) {
+                ++m_holders; // the device's thread lets the run go
+                if (!startDevice(std::move(device), QStringLiteral("send-%1").arg(opened), false).isEmpty())
+                    --m_holders; // never the last: the dispatcher holds the run
             }
             --m_devicesToCome;
         }
         m_devicesToCome = 0;
     });
     if (m_startedDevices == 0) // no device took the run: the window still leaves its loading state
-        toWindow(&SendingRun::sendingStarted);
+        tellStarted();
     release({});
+}
+
+void SendingRun::tellStarted() {
+    if (!m_startedTold.exchange(true))
+        toWindow(&SendingRun::sendingStarted);
+}
+
+QString SendingRun::startDevice(std::unique_ptr<SendingDevice> device, const QString& thread,
+                                bool checkTwin) {
+    QString refusal;
+    // Asked outside the devices' lock: the record asks carries() under its own.
+    if (!m_record->anyWaiting())
+        refusal = QStringLiteral("nothing is left to send");
+    if (refusal.isEmpty()) {
+        std::lock_guard lock(m_devicesMutex);
+        const bool twin =
+            checkTwin && std::any_of(m_devices.cbegin(), m_devices.cend(), [&](const SendingDevice* in) {
+                return in->name() == device->name() || in->receiverKey() == device->receiverKey();
+            });
+        if (twin) {
+            refusal = QStringLiteral("it is in the run already");
+        } else {
+            // Counted as active before it stops being to come: devicesInRun() never reads low.
+            ++m_activeDevices;
+            m_devices << device.get();
+        }
+    }
+    if (!refusal.isEmpty()) {
+        Show_NSLog_Message(device->name() + QStringLiteral(" no thread needed: ") + refusal);
+        device->close();
+        return refusal;
+    }
+    Show_NSLog_Message(device->name() + QStringLiteral(" start thread for sending"));
+    const bool first = m_startedDevices++ == 0;
+    spawn(thread, [this, shared = std::shared_ptr<SendingDevice>(std::move(device))] { runDevice(shared); });
+    if (first)
+        tellStarted();
+    return {};
+}
+
+bool SendingRun::addDevice(DeviceOpener open, const QString& key, AddedHook opened) {
+    // Before the record is loaded nothing holds the run; once nothing does, it is over.
+    if (!open || m_stop.stop_requested() || m_holders.load() == 0 || !m_record->anyWaiting())
+        return false;
+    {
+        std::lock_guard lock(m_devicesMutex);
+        const bool listed = !key.isEmpty() &&
+                            (m_addingKeys.contains(key) ||
+                             std::any_of(m_devices.cbegin(), m_devices.cend(), [&](const SendingDevice* in) {
+                                 return in->name() == key || in->receiverKey() == key;
+                             }));
+        if (listed || m_activeDevices + m_devicesToCome + m_adding >= kMaxDevices)
+            return false;
+        // The run must not end while the device opens: it holds the run as a started device
+        // does, unless the last holder let go first.
+        int holders = m_holders.load();
+        do {
+            if (holders == 0)
+                return false;
+        } while (!m_holders.compare_exchange_weak(holders, holders + 1));
+        ++m_adding;
+        m_addingKeys << key;
+    }
+    const int number = ++m_addedDevices;
+    spawn(QStringLiteral("send-added-%1").arg(number),
+          [this, open = std::move(open), key, opened = std::move(opened), number] {
+              openAdded(open, key, opened, QStringLiteral("send-added-%1-run").arg(number));
+          });
+    return true;
+}
+
+void SendingRun::openAdded(const DeviceOpener& open, const QString& key, const AddedHook& opened,
+                           const QString& thread) {
+    const std::stop_token stop = m_stop.get_token();
+    std::unique_ptr<SendingDevice> device;
+    QString refusal;
+    if (stop.stop_requested())
+        refusal = QStringLiteral("the run was stopped");
+    else if (!m_record->anyWaiting())
+        refusal = QStringLiteral("nothing is left to send");
+    else if (!Guard::run("SendingRun::openAdded", [&] { device = open(stop); }) || !device)
+        refusal = QStringLiteral("it did not answer when opened");
+    if (device && stop.stop_requested()) {
+        device->close();
+        refusal = QStringLiteral("the run was stopped");
+    } else if (device) {
+        refusal = startDevice(std::move(device), thread, true);
+    }
+    {
+        std::lock_guard lock(m_devicesMutex);
+        m_addingKeys.removeOne(key);
+    }
+    --m_adding; // after it was counted active, when it was
+    if (opened)
+        Guard::run("SendingRun::addDevice", [&] { opened(refusal); });
+    if (!refusal.isEmpty())
+        release({});
 }
 
 int SendingRun::devicesInRun() const {

@@ -93,6 +93,16 @@ public:
     void stop();
     // Something the run must keep could not be written: nothing more goes to any device.
     void stopForData(const QString& why);
+    // Takes one more device into the run while it sends (a modem plugged in meanwhile): it is
+    // opened on a thread of the run and then sends as the first ones do. `key` (its port, or
+    // its receiverKey when known) keeps a device already in the run from joining twice; the
+    // opened device's name and receiverKey are checked again. False, and nothing done, when
+    // the run is not sending (not started, stopping, over), nothing waits, it already has
+    // kMaxDevices, or the device is in it. Any thread; the run outlives the call.
+    // `opened` (may be empty) hears on the run's thread whether it took its place: "" when it
+    // sends, else why not.
+    using AddedHook = std::function<void(const QString& refusal)>;
+    bool addDevice(DeviceOpener open, const QString& key = {}, AddedHook opened = {});
     // While held (the operator is asked whether to stop) no device takes a new message.
     void hold(bool on) { m_held = on; }
     bool held() const { return m_held; }
@@ -150,6 +160,13 @@ private:
     void load(QList<std::pair<QString, QString>> rows, std::stop_token stop);
     void dispatch(std::stop_token stop);
     void runDevice(const std::shared_ptr<SendingDevice>& device);
+    // Counts an opened device in and gives it its thread; the device is closed when
+    // nothing waits any more, or (checkTwin) a device of its name or receiverKey is in the run:
+    // "" when it started, else why not.
+    QString startDevice(std::unique_ptr<SendingDevice> device, const QString& thread, bool checkTwin);
+    void openAdded(const DeviceOpener& open, const QString& key, const AddedHook& opened,
+                   const QString& thread);
+    void tellStarted();
     void sendFrom(Worker& worker);
     bool sendEach(Worker& worker); // false when the device left the run
     bool restsForItsLimits(Worker& worker);
@@ -202,7 +219,13 @@ private:
     std::atomic<int> m_devicesToCome{0}; // devices the dispatcher has yet to open
     mutable std::mutex m_devicesMutex;
     QList<const SendingDevice*> m_devices; // the started devices still taking items (under the mutex)
-    int m_batchShare = 0; // how many items a device that takes batches claims at once (set before any starts)
+    // How many items a device that takes batches claims at once (set before any starts).
+    std::atomic<int> m_batchShare{0};
+    // Devices being added (opening), and the keys they were added under (under m_devicesMutex).
+    std::atomic<int> m_adding{0};
+    QStringList m_addingKeys;
+    std::atomic<int> m_addedDevices{0};
+    std::atomic<bool> m_startedTold{false};
     std::atomic<int> m_reportingDevices{0};
     std::atomic<int> m_startedDevices{0};
     std::atomic<int> m_notOpened{0};

@@ -47,7 +47,7 @@ bool SendingRun::carries(const SendingDevice& device, const QString& text) const
     const OutgoingMessage message = outgoingMessage({}, text, m_settings);
     if (device.canCarry(message))
         return true;
-    if (m_devicesToCome > 0)
+    if (m_devicesToCome > 0 || m_adding > 0)
         return false; // one still to open may carry it
     std::lock_guard lock(m_devicesMutex);
     return std::none_of(m_devices.cbegin(), m_devices.cend(), [&](const SendingDevice* other) {

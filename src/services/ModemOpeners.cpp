@@ -1,5 +1,19 @@
 #include "ModemOpeners.h"
 
+#include "DeviceSettingsMemory.h"
+#include "device/DeviceRecord.h"
+
+ModemChoice modemChoiceOf(const Record& record) {
+    ModemDetails details;
+    details.mode = smsModeFromText(record.value(kSmsModeKey));
+    details.smsc =
+        record.value(kUseCustomSmscKey) == QLatin1String("Y") ? record.value(kCustomSmscKey) : QString();
+    details.capability = record.value(kSmsCapableKey);
+    details.defaultSmsc = record.value(kDefaultSmscKey);
+    details.simKey = DeviceSettingsMemory::keyOf(record);
+    return {record.value(kPortDetailKey), details};
+}
+
 QList<DeviceOpener> modemOpeners(const QList<ModemChoice>& modems, std::function<void()> lineNotWorking,
                                  ModemWaiting waiting) {
     QList<DeviceOpener> openers;

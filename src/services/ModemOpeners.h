@@ -1,6 +1,7 @@
 #pragma once
 // How a run opens the modems it sends through: each on its port, with the settings chosen for
 // it, through a session of its own.
+#include "core/Record.h"
 #include "gsm/ModemDevice.h"
 #include "sending/SendingRun.h"
 
@@ -15,6 +16,9 @@ struct ModemChoice {
     QString path;
     ModemDetails details;
 };
+
+// A modem as the device search (or its window) recorded it, with the settings chosen for it.
+ModemChoice modemChoiceOf(const Record& record);
 
 // What a modem is waiting for as the run readies it ("Searching for a network…"; "" once it no
 // longer waits), on its thread.

@@ -57,6 +57,12 @@ public:
             m_listener.portOpened();
     }
 
+    void modemProbed() {
+        std::lock_guard guard(m_lock);
+        if (m_listener.modemProbed)
+            m_listener.modemProbed();
+    }
+
     // The row of a modem found on the port of the modem at this discovery index, unless an
     // earlier modem of the same IMEI has it. False when it has.
     bool claim(int index, const QString& path, const QString& imei) {
@@ -424,6 +430,7 @@ Result searchModems(const QList<ModemPortGroups::Group>& modems, std::stop_token
                 return;
             Guard::run("ModemSearch::probe",
                        [&] { probeModem(i, modems.at(i), rows, kept, result, firstPort.at(i), lock); });
+            rows.modemProbed();
         }
     };
     std::vector<std::unique_ptr<WorkerThread>> probes;

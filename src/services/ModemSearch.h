@@ -23,6 +23,7 @@ namespace ModemSearch {
 // search has them. Any of them may be left empty.
 struct Listener {
     std::function<void()> portOpened;                             // one more port answered the line
+    std::function<void()> modemProbed;                            // one more modem's probe is over
     std::function<void(int row, const Record& record)> inserted;  // a modem found: its port and IMEI
     std::function<void(int row, const Record& record)> described; // the row's whole record
     std::function<void(int row)> removed; // an earlier port of the same modem takes its place

@@ -59,9 +59,19 @@ GsmBulkSmsView::GsmBulkSmsView(Gsm_Bulk_Sms_Wnd& controller, StoreWindows& store
     bottomBar()->insertWidget(7, reports);
     connect(reports, &QCheckBox::toggled, this,
             [&controller](bool on) { controller.setDeliveryReports(on); });
+    auto* takeNew = new QCheckBox(QStringLiteral("Take in modems plugged in while sending"), this);
+    takeNew->setObjectName(QStringLiteral("takeNewModems"));
+    takeNew->setToolTip(QStringLiteral("A modem plugged in while the run sends joins it and shares what is "
+                                       "left; the sending window says what became of each."));
+    bottomBar()->insertWidget(8, takeNew);
+    connect(takeNew, &QCheckBox::toggled, this, [&controller](bool on) { controller.setTakeNewModems(on); });
     auto* wait = new QLabel(QStringLiteral("Checking the devices, please wait..."), this);
-    bottomBar()->insertWidget(8, wait);
-    const auto refresh = [ports, wait, retries, reports, &controller] {
+    bottomBar()->insertWidget(9, wait);
+    const auto refresh = [ports, wait, retries, reports, takeNew, &controller] {
+        if (takeNew->isChecked() != controller.takeNewModems()) {
+            const QSignalBlocker block(takeNew);
+            takeNew->setChecked(controller.takeNewModems());
+        }
         if (retries->value() != controller.retries()) {
             const QSignalBlocker block(retries);
             retries->setValue(controller.retries());

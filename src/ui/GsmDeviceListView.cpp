@@ -76,6 +76,10 @@ QWidget* GsmDeviceListView::buildDeviceList() {
     m_list->horizontalHeader()->setStretchLastSection(true);
     m_list->setColumnWidth(0, 28);
     layout->addWidget(m_list, 1);
+    m_plugNotice = new QLabel(group);
+    m_plugNotice->setWordWrap(true);
+    m_plugNotice->setTextInteractionFlags(Qt::TextSelectableByMouse); // the command can be copied
+    layout->addWidget(m_plugNotice);
 
     auto* buttons = new QHBoxLayout();
     m_search = new QPushButton(QStringLiteral("Search"), group);
@@ -192,6 +196,8 @@ void GsmDeviceListView::refresh() {
     m_progress->setValue(qMin(m_controller.progressValue(), m_progress->maximum()));
     m_progress->setVisible(m_controller.searching());
     m_heading->setText(m_controller.heading());
+    m_plugNotice->setText(m_controller.plugNotice());
+    m_plugNotice->setVisible(!m_controller.plugNotice().isEmpty());
     m_comPort->setText(m_controller.comPortField());
     m_path->setText(m_controller.pathField());
     if (m_details->toPlainText() != m_controller.detailsText())
@@ -220,6 +226,16 @@ void GsmDeviceListView::refresh() {
         const QSignalBlocker block(m_list->selectionModel());
         m_list->selectRow(shown);
     }
+}
+
+void GsmDeviceListView::showEvent(QShowEvent* event) {
+    QDialog::showEvent(event);
+    m_controller.watchPlugging();
+}
+
+void GsmDeviceListView::hideEvent(QHideEvent* event) {
+    m_controller.stopWatchingPlugging();
+    QDialog::hideEvent(event);
 }
 
 void GsmDeviceListView::reject() { m_controller.ContinueOfflinePressed(); }

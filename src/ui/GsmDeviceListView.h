@@ -20,6 +20,9 @@ public:
 
 protected:
     void reject() override; // closing the window goes on without a device, after asking
+    // Modems plugged in and out are followed while the window shows.
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
 
 private:
     QWidget* buildDeviceList();
@@ -35,6 +38,7 @@ private:
     QProgressBar* m_progress = nullptr;
     QLabel* m_busy = nullptr;
     QLabel* m_heading = nullptr;
+    QLabel* m_plugNotice = nullptr; // a modem plugged or unplugged, a stick to switch
     QLineEdit* m_comPort = nullptr;
     QLineEdit* m_path = nullptr;
     QPlainTextEdit* m_details = nullptr;

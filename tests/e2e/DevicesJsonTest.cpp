@@ -3,12 +3,15 @@
 #include "SenderFixture.h"
 
 #include <QFile>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
 #include <gtest/gtest.h>
 
 #include <memory>
+
+#include <csignal>
 
 namespace {
 
@@ -71,6 +74,50 @@ TEST_F(DevicesJson, HeldPortsAreNamedWithTheirHolderAndNeverOpened) {
     EXPECT_FALSE(modems.at(1)->commandLog().isEmpty());
     // The stale lock was replaced by ours, and ours went with the port.
     EXPECT_FALSE(QFile::exists(staleLock));
+}
+
+// `--watch`: a modem plugged in after the list is printed as it answers, with its IMEI; one
+// unplugged is told with its port; Ctrl-C ends the watch with success.
+TEST_F(DevicesJson, WatchTellsModemsPluggedAndUnpluggedUntilInterrupted) {
+    const QString late = home.path() + "/late-modem";
+    QProcessEnvironment env = environment();
+    env.insert("BULKSMS_EXTRA_MODEMS", late);
+    QProcess watch;
+    watch.setProcessEnvironment(env);
+    watch.start(QStringLiteral(BULKSMS_EXECUTABLE), {"devices", "--watch", "--json"});
+    ASSERT_TRUE(watch.waitForStarted());
+    const auto nextLine = [&watch]() -> QJsonObject {
+        while (!watch.canReadLine())
+            if (!watch.waitForReadyRead(20000))
+                return {};
+        return QJsonDocument::fromJson(watch.readLine()).object();
+    };
+
+    // The list first: nothing there yet.
+    QByteArray said;
+    for (int i = 0; i < 200 && !said.contains("GSM device not found."); ++i) {
+        watch.waitForReadyRead(100); // standard output: what standard error says arrives meanwhile
+        said += watch.readAllStandardError();
+    }
+    ASSERT_TRUE(said.contains("GSM device not found.")) << said.toStdString();
+
+    startModems(1, sim::ModemBehaviour(), QStringLiteral("35800000000031"));
+    ASSERT_TRUE(QFile::link(modems.back()->devicePath(), late));
+    const QJsonObject plugged = nextLine();
+    EXPECT_EQ(plugged.value("event").toString(), "plugged");
+    EXPECT_EQ(plugged.value("port").toString(), late);
+    EXPECT_EQ(plugged.value("state").toString(), "ready");
+    EXPECT_EQ(plugged.value("IMEI").toString(), "358000000000310");
+
+    ASSERT_TRUE(QFile::remove(late));
+    const QJsonObject unplugged = nextLine();
+    EXPECT_EQ(unplugged.value("event").toString(), "unplugged");
+    EXPECT_EQ(unplugged.value("ports").toArray().first().toString(), late);
+
+    ::kill(pid_t(watch.processId()), SIGINT);
+    ASSERT_TRUE(watch.waitForFinished(20000));
+    EXPECT_EQ(watch.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(watch.exitCode(), 0) << watch.readAllStandardError().toStdString();
 }
 
 } // namespace

@@ -3,6 +3,9 @@
 
 #include <QTemporaryFile>
 
+#include <QFile>
+#include <QTemporaryDir>
+
 #include <gtest/gtest.h>
 
 #include <unistd.h>
@@ -62,12 +65,23 @@ TEST(ModemDiscovery, DevicesKeptFromTheModemManagerAreStillOurs) {
         tty("/dev/ttyUSB4", "option", {{"ID_MM_DEVICE_IGNORE", "1"}, {"ID_MM_PORT_IGNORE", "1"}})));
 }
 
-TEST(ModemDiscovery, ExtraPathsFollowTheRegistryOnce) {
-    qputenv("BULKSMS_EXTRA_MODEMS", "/dev/pts/7::/dev/pts/9:/dev/pts/7");
-    EXPECT_EQ(ModemDiscovery::extraModemPorts(), (QStringList{"/dev/pts/7", "/dev/pts/9"}));
+// Extra paths follow the registry once each; one that does not exist (not yet, or no longer:
+// a link left pointing nowhere) is no modem, and no search should list it as one that failed.
+TEST(ModemDiscovery, ExtraPathsFollowTheRegistryOnceWhileTheyExist) {
+    QTemporaryDir dir;
+    const QString first = dir.filePath("first"), second = dir.filePath("second");
+    const QString missing = dir.filePath("missing"), dangling = dir.filePath("dangling");
+    QFile(first).open(QIODevice::WriteOnly);
+    QFile(second).open(QIODevice::WriteOnly);
+    ASSERT_TRUE(QFile::link(missing, dangling));
+    qputenv("BULKSMS_EXTRA_MODEMS",
+            QStringLiteral("%1::%3:%2:%4:%1").arg(first, second, missing, dangling).toUtf8());
+    EXPECT_EQ(ModemDiscovery::extraModemPorts(), (QStringList{first, missing, second, dangling}));
+    EXPECT_EQ(ModemDiscovery::attachedExtraModemPorts(), (QStringList{first, second}));
     ModemIterator iterator;
     EXPECT_EQ(FindModems(iterator), 0);
-    EXPECT_TRUE(iterator.paths.endsWith("/dev/pts/9"));
+    EXPECT_EQ(iterator.paths.mid(iterator.paths.size() - 2), (QStringList{first, second}));
+    EXPECT_FALSE(iterator.paths.contains(missing) || iterator.paths.contains(dangling));
     qunsetenv("BULKSMS_EXTRA_MODEMS");
 }
 

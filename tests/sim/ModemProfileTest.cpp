@@ -62,6 +62,9 @@ TEST(ModemProfile, ASessionAnswersAsTheManualHasIt) {
         {"sim800", "ATI\r", "\r\nSIM800 R14.18\r\n\r\nOK\r\n"},
         {"sim800", "AT+QCCID\r", "\r\nERROR\r\n"},
         {"sim800", "AT+CMGF=1;+CMGS=\"+447700900555\"\r", "\r\n> "},
+        // worded as its manual's table of CMS codes has them, not as the standard's
+        {"sim800", "AT+CMGF=1;+CMEE=2;+CMGS=\"\"\r", "\r\n+CMS ERROR: invalid text mode\r\n"},
+        {"sim800", "AT+CMGF=0;+CMEE=2;+CMGS=\"\"\r", "\r\n+CMS ERROR: invalid PDU mode\r\n"},
         {"sim7600", "AT+CGMR\r", "\r\n+CGMR: LE11B12SIM7600M22\r\n\r\nOK\r\n"},
         {"sim7600", "AT+CCID\r", "\r\nERROR\r\n"},
         {"sim7600", "AT+CICCID\r", "\r\n+ICCID: 8944901542032375182\r\n\r\nOK\r\n"},

@@ -2,6 +2,7 @@
 #include "sim/MessageLog.h"
 #include "sim/PtyClient.h"
 
+#include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -69,6 +70,34 @@ TEST(SimExecutable, ServesSeveralModemsAndLogsUntilTerminated) {
     EXPECT_TRUE(logged.at(0).complete);
     EXPECT_EQ(logged.at(1).device, paths.at(1));
     EXPECT_FALSE(logged.at(1).complete);
+}
+
+// A test names the modem's path before the modem exists: the link is there once the path is
+// printed, one per modem with --count, gone after a clean stop; a file in the way is kept.
+TEST(SimExecutable, LinksItsPathsWhileItServes) {
+    QTemporaryDir dir;
+    const QString link = dir.filePath("modem");
+    SimProcess sim({"--count", "2", "--link", link, "--no-echo"});
+    const QStringList paths = sim.readPaths(2);
+    ASSERT_EQ(paths.size(), 2);
+    EXPECT_EQ(QFileInfo(link + "-1").symLinkTarget(), paths.at(0));
+    EXPECT_EQ(QFileInfo(link + "-2").symLinkTarget(), paths.at(1));
+    EXPECT_FALSE(QFileInfo::exists(link));
+    PtyClient through(link + "-2");
+    EXPECT_TRUE(through.command("AT\r").contains("OK"));
+    EXPECT_EQ(sim.terminate(), 0);
+    EXPECT_FALSE(QFileInfo(link + "-1").isSymLink());
+    EXPECT_FALSE(QFileInfo(link + "-2").isSymLink());
+
+    QFile inTheWay(link);
+    ASSERT_TRUE(inTheWay.open(QIODevice::WriteOnly));
+    inTheWay.write("kept");
+    inTheWay.close();
+    SimProcess refused({"--link", link});
+    refused.process().waitForFinished(10000);
+    EXPECT_EQ(refused.process().exitCode(), 1);
+    EXPECT_FALSE(QFileInfo(link).isSymLink());
+    EXPECT_EQ(QFileInfo(link).size(), 4);
 }
 
 // Several modems of one SIM number given: each still holds a SIM of its own, padding kept.

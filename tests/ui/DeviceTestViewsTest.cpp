@@ -9,7 +9,10 @@
 #include "ui/AndroidTroubleShootingView.h"
 #include "ui/AutomatedGsmSendingView.h"
 #include "ui/GsmDeviceListView.h"
+
 #include "ui/SelectedDeviceDetailsView.h"
+#include <QFile>
+#include <QTemporaryDir>
 
 #include "ScriptedOperator.h"
 #include "TestEnvironment.h"
@@ -96,6 +99,28 @@ TEST_F(DeviceTestViews, TheDeviceWindowRunsTheTestOfTheShownDevice) {
     for (const sim::ReceivedMessage& m : modem->received())
         EXPECT_EQ(m.mode, "TEXT");
     keepPicture(view, "gsm-device-test");
+}
+
+// While the window shows it follows plugging: a modem plugged gets its row and a line says so.
+TEST_F(DeviceTestViews, TheDeviceWindowFollowsPluggingWhileItShows) {
+    QTemporaryDir dir;
+    const QString link = dir.filePath("stick");
+    qputenv("BULKSMS_EXTRA_MODEMS", link.toUtf8());
+    GsmDeviceListView view(devices, nullptr);
+    view.show();
+    EXPECT_TRUE(devices.watchingPlugging());
+    sim::ModemIdentity id;
+    id.imei = "350000000000777";
+    sim::VirtualModem plugged(id, {});
+    ASSERT_TRUE(plugged.start());
+    ASSERT_TRUE(QFile::link(plugged.devicePath(), link));
+    ASSERT_TRUE(spinUntil([&] { return devices.nsPortListData().size() == 2; }, std::chrono::seconds(30)));
+    qunsetenv("BULKSMS_EXTRA_MODEMS");
+    EXPECT_TRUE(devices.plugNotice().contains("stick")) << devices.plugNotice().toStdString();
+    keepPicture(view, "gsm-device-plugged");
+    view.hide();
+    EXPECT_FALSE(devices.watchingPlugging());
+    devices.waitForWorkers();
 }
 
 TEST_F(DeviceTestViews, TheAutomatedWindowAppliesTheChosenCase) {

@@ -5,6 +5,7 @@
 #include "core/TextUtils.h"
 #include "device/DeviceRecord.h"
 #include "device/TestCaseRecord.h"
+#include "gsm/ModemHotplug.h"
 #include "gsm/SimAnswers.h"
 #include "services/ModemCheck.h"
 #include "services/ModemSearch.h"
@@ -22,10 +23,15 @@ GSM_Device_List_Wnd::~GSM_Device_List_Wnd() {
     Stop_Modem_SRCH = true;
     m_stopTest = true;
     m_worker.requestStop();
+    stopWatchingPlugging();
     waitForWorkers();
 }
 
-void GSM_Device_List_Wnd::waitForWorkers() { m_worker.join(); }
+void GSM_Device_List_Wnd::waitForWorkers() {
+    m_worker.join();
+    for (const auto& probe : m_plugProbes)
+        probe->join();
+}
 
 // ---- records ----
 

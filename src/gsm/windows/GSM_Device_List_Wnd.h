@@ -12,6 +12,7 @@
 #include "core/RecordTable.h"
 #include "core/WorkerThread.h"
 #include "gsm/MFCSMS.h"
+#include "gsm/ModemPortGroups.h"
 #include "gsm/SmsMode.h"
 #include "services/DeviceSettingsMemory.h"
 #include "services/ModemCheck.h"
@@ -21,7 +22,9 @@
 #include <memory>
 #include <optional>
 #include <stop_token>
+#include <vector>
 
+class ModemHotplug;
 class Operator;
 
 class GSM_Device_List_Wnd : public DialogController {
@@ -111,6 +114,16 @@ public:
     int progressValue() const { return m_progressValue; }
     bool progressSheetShown() const { return m_progressSheet; }
 
+    // --- Modems plugged in and out while the window is open (the view starts and stops the
+    // watch as it shows and hides): a modem plugged is probed off this thread and gets its row
+    // at the end of the list, a modem unplugged loses its row; a USB stick in its storage mode
+    // is told how to get out of it. While a search fills the list these wait for its end.
+    void watchPlugging();
+    void stopWatchingPlugging();
+    bool watchingPlugging() const { return m_hotplug != nullptr; }
+    // The latest news of plugging, one line ("" for none).
+    QString plugNotice() const { return m_plugNotice; }
+
     // Waits until no worker of this window runs, running only their hand-offs to this thread.
     void waitForWorkers();
 
@@ -141,6 +154,13 @@ private:
     void finishSelection(const QList<Record>& accepted);
     void Fill_Test_case_List();
     void Chk_Test_Automate_SMS_fun(SendModeTrial::Request request);
+    void modemPlugged(const ModemPortGroups::Group& modem);
+    void modemUnplugged(const ModemPortGroups::Group& modem);
+    // Adds the rows of a modem plugged, unless a row of its port or IMEI is there already.
+    void addPluggedRows(const RecordList& records);
+    // Runs `change` of the list now, or after the search that fills it.
+    void whenListSettled(const std::function<void()>& change);
+    void setPlugNotice(const QString& notice);
 
     Operator& m_op;
     DeviceSelection& m_selection;
@@ -170,6 +190,12 @@ private:
     std::atomic<bool> m_searchedOnce{false}; // a search pass has run to its end
     int m_caseProgress = 0;
     std::atomic<bool> m_stopTest{false};
+
+    std::unique_ptr<ModemHotplug> m_hotplug;
+    std::vector<std::unique_ptr<WorkerThread>> m_plugProbes; // one per modem plugged, kept to be joined
+    bool m_listFilling = false;                  // a search pass is filling the list (main thread)
+    QList<std::function<void()>> m_afterFilling; // plug changes held until it is done
+    QString m_plugNotice;
 };
 
 inline const QString kDeviceListEmpty = QStringLiteral("Device list is empty.");

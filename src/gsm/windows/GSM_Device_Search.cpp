@@ -10,6 +10,7 @@
 #include "device/DeviceRecord.h"
 #include "gsm/ModemDiscovery.h"
 #include "gsm/ModemManagerRule.h"
+#include "gsm/ModemPortGroups.h"
 #include "services/ModemSearch.h"
 
 void GSM_Device_List_Wnd::Search_dev_Pressed() {
@@ -42,9 +43,9 @@ void GSM_Device_List_Wnd::Find_Ph_Thread(std::stop_token stop) {
                 m_progressMax == 0
                     ? QStringLiteral("There was nothing to search: no serial port was found. Plug in "
                                      "the modem (and check its cable), then search again.")
-                    : QStringLiteral("No modem answered on the %1 searched. Check that the modem "
-                                     "is on and not used by another program, then search again.")
-                          .arg(counted(m_progressMax, QStringLiteral("port"), QStringLiteral("ports")));
+                    : QStringLiteral("No answer from the %1 searched. Check that the modem is on "
+                                     "and not used by another program, then search again.")
+                          .arg(counted(m_progressMax, QStringLiteral("modem"), QStringLiteral("modems")));
             emit changed();
         }
     });
@@ -75,15 +76,18 @@ int GSM_Device_List_Wnd::GetModemPath(const QStringList& paths, std::stop_token 
     const bool completed = Guard::run("GSM_Device_List_Wnd::GetModemPath", [&] {
         if (m_session.port() != nullptr && m_session.port()->isOpen())
             m_session.closePort();
-        const int count = int(paths.size());
+        // The progress counts modems: a modem of several ports is one step, however many open.
+        const QList<ModemPortGroups::Group> modems = ModemPortGroups::groupsOf(paths);
+        const int count = int(modems.size());
         onMain([this, count] {
+            m_listFilling = true;
             m_ports.clear();
             m_progressMax = count;
             m_progressValue = 0;
         });
         // Each row appears as its probe finds it, in discovery order.
         ModemSearch::Listener shown;
-        shown.portOpened = [this] { onMain([this] { ++m_progressValue; }); };
+        shown.modemProbed = [this] { onMain([this] { ++m_progressValue; }); };
         shown.inserted = [this](int row, const Record& record) {
             onMain([&] { m_ports.insert(row, record); });
         };
@@ -92,10 +96,8 @@ int GSM_Device_List_Wnd::GetModemPath(const QStringList& paths, std::stop_token 
         };
         shown.removed = [this](int row) { onMain([&] { m_ports.removeRows({row}); }); };
         shown.pins = SimPinDialog::asking(m_op);
-        found = ModemSearch::search(paths, stop, shown,
-                                    m_memory ? m_memory->read() : DeviceSettingsMemory::Kept());
-        if (count > 0)
-            onMain([this] { ++m_progressValue; }); // one past the ports opened: the search is over
+        found = ModemSearch::searchModems(modems, stop, shown,
+                                          m_memory ? m_memory->read() : DeviceSettingsMemory::Kept());
         QStringList alerts = found.alerts();
         // ModemManager holding a modem: the udev rule that frees it, written to the data folder
         // with the command that installs it.
@@ -110,6 +112,13 @@ int GSM_Device_List_Wnd::GetModemPath(const QStringList& paths, std::stop_token 
     });
     if (!completed)
         m_session.closePort();
+    // Modems plugged or unplugged meanwhile change the list it has filled.
+    onMain([this] {
+        m_listFilling = false;
+        const QList<std::function<void()>> held = std::exchange(m_afterFilling, {});
+        for (const auto& change : held)
+            change();
+    });
     m_searchedOnce = true;
     return found.modems.isEmpty() ? 5 : 0;
 }

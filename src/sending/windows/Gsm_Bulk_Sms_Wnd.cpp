@@ -131,6 +131,11 @@ void Gsm_Bulk_Sms_Wnd::setRetries(int retries) {
     emit changed();
 }
 
+void Gsm_Bulk_Sms_Wnd::setTakeNewModems(bool on) {
+    m_takeNewModems = on;
+    emit changed();
+}
+
 void Gsm_Bulk_Sms_Wnd::setDeliveryReports(bool requested) {
     m_deliveryReports = requested;
     emit changed();

@@ -85,6 +85,9 @@ public:
     // shows each message's delivery as the reports come.
     bool deliveryReports() const { return m_deliveryReports; }
     void setDeliveryReports(bool requested);
+    // "Take in modems plugged in while sending": read when a run starts.
+    bool takeNewModems() const { return m_takeNewModems; }
+    void setTakeNewModems(bool on);
 
     // What an unfinished run this window's next run resumes had finished.
     CarriedRun& carriedRun() { return m_carried; }
@@ -130,6 +133,7 @@ private:
     bool m_pleaseWait = false;
     int m_retries = RunSettings::kDefaultRetries;
     bool m_deliveryReports = false;
+    bool m_takeNewModems = false;
     CarriedRun m_carried;
     LastRun m_lastRun;
     bool m_sendInProgress = false; // from Send until the job opens: a second press is ignored

@@ -11,7 +11,9 @@
 #include "core/TextUtils.h"
 #include "delivery/DelayedDeliveryPause.h"
 #include "gsm/MFCSMS.h"
+#include "gsm/ModemHotplug.h"
 #include "services/DeviceSettingsMemory.h"
+#include "services/NewModemIntake.h"
 #include "stores/SentItemFile.h"
 
 using namespace std::chrono_literals;
@@ -37,12 +39,24 @@ SMS_Sending::~SMS_Sending() {
     m_pause.endCountdown();
     joinThreads();
     m_run = nullptr;
+    m_plugging.reset();
+    m_intake.reset();
     m_campaign.reset(); // its threads end before the window state they report to
 }
 
 QList<SendingItem> SMS_Sending::items() const { return m_run ? m_run->record().all() : QList<SendingItem>{}; }
 
 // ---- threads ----
+
+namespace {
+// Sets a port's status beside it; "" takes it away.
+void setPortStatus(QMap<QString, QString>& statuses, const QString& port, const QString& status) {
+    if (status.isEmpty())
+        statuses.remove(port);
+    else
+        statuses.insert(port, status);
+}
+} // namespace
 
 void SMS_Sending::ui(std::function<void()> change) {
     MainThread::post([this, change = std::move(change)] {
@@ -110,17 +124,15 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
         const auto lineNotWorking = [this] { m_op.Show_MessageBox(kPortNotWorking); };
         // A modem still searching for a network says so beside its port until it is on one.
         const auto waiting = [this](const QString& port, const QString& status) {
-            ui([this, port, status] {
-                if (status.isEmpty())
-                    m_portStatuses.remove(port);
-                else
-                    m_portStatuses.insert(port, status);
-            });
+            ui([this, port, status] { setPortStatus(m_portStatuses, port, status); });
         };
+        m_plugging.reset();
+        m_intake.reset();
         m_campaign = std::make_unique<CampaignRun>(m_window.dataFolder(), std::move(campaign),
                                                    modemOpeners(chosenModems(), lineNotWorking, waiting),
                                                    m_op, m_pause, hooks);
         m_run = &m_campaign->run();
+        startIntake();
         watch(*m_run);
         emit changed();
         m_campaign->start();
@@ -139,6 +151,27 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
             },
             [stop] { return stop.stop_requested(); });
     });
+}
+
+void SMS_Sending::startIntake() {
+    if (!m_window.takeNewModems())
+        return;
+    QList<SmsMode> modes;
+    for (const ModemChoice& modem : chosenModems())
+        modes << modem.details.mode;
+    const SmsMode mode =
+        !modes.isEmpty() && modes.count(modes.first()) == modes.size() ? modes.first() : SmsMode::Unknown;
+    m_intake = std::make_unique<NewModemIntake>(
+        *m_run, DeviceSettingsMemory(m_window.dataFolder()).read(), mode, [this](const QString& line) {
+            ui([this, line] { m_portStatuses.insert(QStringLiteral("Plugged in"), line); });
+        });
+    // The watch lives on the window's thread; the intake probes each modem on a thread of its own.
+    m_plugging = std::make_unique<ModemHotplug>();
+    connect(m_plugging.get(), &ModemHotplug::plugged, this,
+            [this](const ModemPortGroups::Group& modem) { m_intake->take(modem); });
+    connect(m_plugging.get(), &ModemHotplug::storageMode, this,
+            [this](const QString& line) { m_portStatuses.insert(QStringLiteral("Plugged in"), line); });
+    m_plugging->start();
 }
 
 QList<ModemChoice> SMS_Sending::chosenModems() const {

@@ -30,11 +30,15 @@ class Gsm_Bulk_Sms_Wnd;
 class MFCSMS;
 class Operator;
 
+class ModemHotplug;
+class NewModemIntake;
 class SMS_Sending : public DialogController {
     Q_OBJECT
 public:
     SMS_Sending(Gsm_Bulk_Sms_Wnd& window, Operator& op, QObject* parent = nullptr);
     ~SMS_Sending() override;
+    // Where a modem plugged in while the run sends goes (null unless the window asked for it).
+    NewModemIntake* modemIntake() const { return m_intake.get(); }
 
     // Starts a run over the window's list and shows the job a second later, until it is closed.
     void Open_SMS_Sending_Dialog();
@@ -114,6 +118,7 @@ private:
     enum class RunState { Idle, Populating, Sending, Finished };
 
     QList<ModemChoice> chosenModems() const;
+    void startIntake(); // when the window asked for modems plugged in while sending
     void watch(SendingRun& run);
     void afterLoading(const QList<SendingItem>& items);
     void afterDevicesReleased();
@@ -135,6 +140,9 @@ private:
     Operator& m_op;
     std::unique_ptr<CampaignRun> m_campaign;
     SendingRun* m_run = nullptr; // the campaign's run, while there is one
+    // Modems plugged in while the run sends, when the window asked for them (goes before the run).
+    std::unique_ptr<NewModemIntake> m_intake;
+    std::unique_ptr<ModemHotplug> m_plugging; // while a run that takes in new modems sends
     RecordTable m_table;
     bool m_deliveryReports = false; // asked for by the current run
     bool m_attached = false;        // the run sends a scheduled campaign of the store, not the list

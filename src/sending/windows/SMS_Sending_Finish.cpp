@@ -7,6 +7,7 @@
 #include "core/Clock.h"
 #include "core/MainThread.h"
 #include "core/Operator.h"
+#include "gsm/ModemHotplug.h"
 
 using namespace std::chrono_literals;
 
@@ -14,6 +15,7 @@ void SMS_Sending::afterDevicesReleased() {
     // The items still waiting were marked when the last device let the run go.
     const bool marked = m_markedAtEnd;
     m_waitingNote.clear(); // nobody waits on a run that has ended
+    m_plugging.reset();    // nothing more can join it
     emit changed();
     spawn(QStringLiteral("sms-finish"), [this, marked] {
         Clock::sleep(2s);

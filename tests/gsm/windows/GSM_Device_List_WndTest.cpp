@@ -9,6 +9,8 @@
 #include "core/Log.h"
 
 #include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
 #include <QTimer>
 
 #include <gtest/gtest.h>
@@ -211,7 +213,7 @@ TEST_F(DeviceWindowTest, ASearchThatFindsNoModemSaysWhy) {
         << window.heading().toStdString();
     qunsetenv("BULKSMS_EXTRA_MODEMS");
     EXPECT_TRUE(window.nsPortListData().isEmpty());
-    EXPECT_TRUE(window.heading().startsWith("No modem answered on the 1 port searched."))
+    EXPECT_TRUE(window.heading().startsWith("No answer from the 1 modem searched."))
         << window.heading().toStdString();
 }
 
@@ -238,6 +240,59 @@ TEST_F(DeviceWindowTest, EightModemsAreSearchedAndSelectedWhileTheWindowStaysRes
     window.waitForWorkers();
     EXPECT_EQ(selection.port_val_str_array, paths());
     EXPECT_LT(watchdog.longestGapMs(), 100);
+}
+
+} // namespace
+
+namespace {
+
+// A modem plugged while the window is open gets its row, probed like any other; unplugged,
+// its row goes and the window says so.
+TEST_F(DeviceWindowTest, AModemPluggedWhileOpenGetsItsRowAndLosesItUnplugged) {
+    attach(identity("350000000000401", "Listed"));
+    EXPECT_EQ(search(), 0);
+    QTemporaryDir dir;
+    const QString link = dir.filePath("stick");
+    qputenv("BULKSMS_EXTRA_MODEMS", link.toUtf8());
+    window.watchPlugging();
+    window.showDevice(0);
+    window.waitForWorkers();
+
+    attach(identity("350000000000402", "Plugged"));
+    ASSERT_TRUE(QFile::link(modems.back()->devicePath(), link));
+    ASSERT_TRUE(spinUntil([&] { return window.nsPortListData().size() == 2; }, std::chrono::seconds(30)));
+    EXPECT_EQ(record(1).value("IMEI"), "350000000000402");
+    EXPECT_EQ(record(1).value("PORT_DETAL"), link);
+    EXPECT_FALSE(record(1).value("ICCID").isEmpty());
+    EXPECT_TRUE(window.plugNotice().contains("Plugged")) << window.plugNotice().toStdString();
+
+    window.showDevice(1);
+    window.waitForWorkers();
+    ASSERT_TRUE(QFile::remove(link));
+    ASSERT_TRUE(spinUntil([&] { return window.nsPortListData().size() == 1; }, std::chrono::seconds(30)));
+    qunsetenv("BULKSMS_EXTRA_MODEMS");
+    EXPECT_EQ(record(0).value("IMEI"), "350000000000401");
+    EXPECT_TRUE(window.plugNotice().startsWith("Unplugged")) << window.plugNotice().toStdString();
+    // The device shown was the one unplugged: nothing of it stays on show.
+    EXPECT_EQ(window.Prev_Index(), -1);
+    EXPECT_TRUE(window.detailsText().isEmpty());
+    EXPECT_FALSE(window.settingsEnabled());
+    window.stopWatchingPlugging();
+    EXPECT_TRUE(op.alerts().isEmpty());
+}
+
+// The search's progress counts modems: a modem of two ports is one step, and the end is reached.
+TEST_F(DeviceWindowTest, ProgressCountsModemsNotPorts) {
+    attach(identity("350000000000501"), [](ModemBehaviour& b) { b.silent = true; });
+    attach(identity("350000000000501"));
+    attach(identity("350000000000502"));
+    qputenv("BULKSMS_EXTRA_MODEMS",
+            QStringLiteral("1-1.1=%1,%2:%3").arg(paths().at(0), paths().at(1), paths().at(2)).toUtf8());
+    EXPECT_EQ(search(), 0);
+    qunsetenv("BULKSMS_EXTRA_MODEMS");
+    EXPECT_EQ(window.nsPortListData().size(), 2);
+    EXPECT_EQ(window.progressMaximum(), 2);
+    EXPECT_EQ(window.progressValue(), 2);
 }
 
 } // namespace
