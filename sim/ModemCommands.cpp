@@ -2,6 +2,8 @@
 
 #include "TextCharset.h"
 
+#include "core/Clock.h"
+
 namespace sim {
 namespace {
 
@@ -39,7 +41,8 @@ bool isIdentityCommand(const QString& name) {
 }
 
 bool isStatusCommand(const QString& name) {
-    static const QStringList names = {"+CBC", "+CSQ", "+COPS", "+CFUN", "+CPIN", "+CREG", "+CGREG", "+CMEE"};
+    static const QStringList names = {"+CBC",  "+CSQ",   "+COPS",  "+CFUN", "+CPIN",
+                                      "+CREG", "+CGREG", "+CEREG", "+CMEE"};
     return names.contains(name);
 }
 
@@ -60,6 +63,10 @@ QString ModemCommands::cmeError(int code) const {
         switch (code) {
         case 3: return QStringLiteral("+CME ERROR: operation not allowed");
         case 4: return QStringLiteral("+CME ERROR: operation not supported");
+        case 10: return QStringLiteral("+CME ERROR: SIM not inserted");
+        case 11: return QStringLiteral("+CME ERROR: SIM PIN required");
+        case 12: return QStringLiteral("+CME ERROR: SIM PUK required");
+        case 16: return QStringLiteral("+CME ERROR: incorrect password");
         default: return QStringLiteral("+CME ERROR: unknown");
         }
     }
@@ -71,7 +78,7 @@ CommandResult ModemCommands::run(const AtCommand& command, const ModemBehaviour&
     if (isIdentityCommand(name))
         return identification(command, behaviour);
     if (isStatusCommand(name))
-        return status(command);
+        return status(command, behaviour);
     if (name.startsWith(u'+'))
         return messaging(command, behaviour);
     return basic(command, behaviour);
@@ -158,7 +165,67 @@ CommandResult ModemCommands::identification(const AtCommand& command, const Mode
                QStringLiteral("IMEI: %1").arg(m_identity.imei), QStringLiteral("+GCAP: +CGSM")});
 }
 
-CommandResult ModemCommands::status(const AtCommand& command) {
+ModemCommands::SimLock& ModemCommands::simLock(const ModemBehaviour& behaviour) {
+    if (!m_sim.known) {
+        m_sim.known = true;
+        m_sim.puk = behaviour.pukLocked;
+        m_sim.pin = !m_sim.puk && !behaviour.simPin.isEmpty();
+        m_sim.readyAt = std::chrono::steady_clock::now();
+    }
+    return m_sim;
+}
+
+std::optional<CommandResult> ModemCommands::simRefusal(const AtCommand& command,
+                                                       const ModemBehaviour& behaviour) {
+    // What needs the SIM: its message store, the service centre it holds, and the network.
+    static const QStringList needingSim = {"+CMGS", "+CMGW", "+CMGL", "+CMGR", "+CMGD",
+                                           "+CPMS", "+CSCA", "+CNMI", "+CMSS", "+CIMI"};
+    const SimLock& sim = simLock(behaviour);
+    if ((!sim.pin && !sim.puk) || command.kind == Kind::Test || !needingSim.contains(command.name))
+        return std::nullopt;
+    return failure(cmeError(sim.puk ? 12 : 11));
+}
+
+CommandResult ModemCommands::pinCommand(const AtCommand& command, const ModemBehaviour& behaviour) {
+    SimLock& sim = simLock(behaviour);
+    if (command.kind == Kind::Read)
+        return ok({sim.puk   ? QStringLiteral("+CPIN: SIM PUK")
+                   : sim.pin ? QStringLiteral("+CPIN: SIM PIN")
+                             : QStringLiteral("+CPIN: READY")});
+    if (command.kind == Kind::Test)
+        return ok();
+    if (command.kind != Kind::Set || command.value(0).isEmpty())
+        return failure(cmeError(4));
+    if (sim.puk)
+        return failure(cmeError(12)); // a PUK is not taken here: unblocking is a phone's job
+    if (!sim.pin)
+        return failure(cmeError(3)); // no PIN is asked for
+    if (command.value(0) == behaviour.simPin) {
+        sim.pin = false;
+        sim.wrongPins = 0;
+        sim.readyAt = std::chrono::steady_clock::now();
+        return ok();
+    }
+    if (++sim.wrongPins >= 3) {
+        sim.pin = false;
+        sim.puk = true;
+    }
+    return failure(cmeError(16));
+}
+
+int ModemCommands::registrationStat(const ModemBehaviour& behaviour) {
+    const SimLock& sim = simLock(behaviour);
+    if (m_settings.cfun != 1 || sim.pin || sim.puk)
+        return 0; // not registered, not searching
+    if (behaviour.registrationDenied)
+        return 3;
+    if (std::chrono::steady_clock::now() <
+        sim.readyAt + Clock::scaled(std::chrono::milliseconds(behaviour.registerAfterMs)))
+        return 2;
+    return behaviour.roaming ? 5 : 1;
+}
+
+CommandResult ModemCommands::status(const AtCommand& command, const ModemBehaviour& behaviour) {
     const QString& name = command.name;
     const Kind kind = command.kind;
     if (name == u"+CMEE") {
@@ -184,7 +251,8 @@ CommandResult ModemCommands::status(const AtCommand& command) {
     }
     if (name == u"+COPS") {
         if (kind == Kind::Read) {
-            if (m_identity.operatorName.isEmpty() || m_settings.cfun != 1)
+            const int stat = registrationStat(behaviour);
+            if (m_identity.operatorName.isEmpty() || (stat != 1 && stat != 5))
                 return ok({QStringLiteral("+COPS: 0")});
             return ok({QStringLiteral("+COPS: 0,0,\"%1\",0").arg(m_identity.operatorName)});
         }
@@ -208,17 +276,12 @@ CommandResult ModemCommands::status(const AtCommand& command) {
         }
         return failure(cmeError(4));
     }
-    if (name == u"+CPIN") {
-        if (kind == Kind::Read)
-            return ok({QStringLiteral("+CPIN: READY")});
-        if (kind == Kind::Test)
-            return ok();
-        return failure(cmeError(3)); // no PIN is asked for
-    }
-    // +CREG, +CGREG: registered on the home network
+    if (name == u"+CPIN")
+        return pinCommand(command, behaviour);
+    // +CREG, +CGREG, +CEREG: as the SIM and the network let the modem register
     if (kind == Kind::Read)
         return ok(
-            {QStringLiteral("%1: %2,%3").arg(name).arg(m_settings.creg).arg(m_settings.cfun == 1 ? 1 : 0)});
+            {QStringLiteral("%1: %2,%3").arg(name).arg(m_settings.creg).arg(registrationStat(behaviour))});
     if (kind == Kind::Test)
         return ok({QStringLiteral("%1: (0-2)").arg(name)});
     if (kind == Kind::Set && numberIn(command.value(0), 0, 2, &m_settings.creg))

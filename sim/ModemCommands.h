@@ -9,6 +9,9 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
+#include <optional>
+
 namespace sim {
 
 struct ModemSettings {
@@ -57,9 +60,25 @@ public:
     // digits with a Luhn check digit (19 digits).
     static QString iccidOf(const ModemIdentity& identity);
 
+    // "+CME ERROR: 11"/"12" for a command the locked SIM keeps from running (its test form
+    // "=?" always runs); nothing when the SIM lets it run.
+    std::optional<CommandResult> simRefusal(const AtCommand& command, const ModemBehaviour& behaviour);
+
 private:
+    // Where the SIM stands; kept over "ATZ", which resets settings, not the SIM.
+    struct SimLock {
+        bool known = false; // taken from the behaviour at the first command
+        bool pin = false;   // "SIM PIN"
+        bool puk = false;   // "SIM PUK"
+        int wrongPins = 0;
+        std::chrono::steady_clock::time_point readyAt; // unlocked: registration starts
+    };
+    SimLock& simLock(const ModemBehaviour& behaviour);
+    CommandResult pinCommand(const AtCommand& command, const ModemBehaviour& behaviour);
+    int registrationStat(const ModemBehaviour& behaviour);
+
     CommandResult identification(const AtCommand& command, const ModemBehaviour& behaviour);
-    CommandResult status(const AtCommand& command);
+    CommandResult status(const AtCommand& command, const ModemBehaviour& behaviour);
     CommandResult messaging(const AtCommand& command, const ModemBehaviour& behaviour);
     CommandResult messageSubmit(const AtCommand& command, const ModemBehaviour& behaviour);
     CommandResult basic(const AtCommand& command, const ModemBehaviour& behaviour);
@@ -67,6 +86,7 @@ private:
 
     const ModemIdentity& m_identity;
     ModemSettings& m_settings;
+    SimLock m_sim;
 };
 
 } // namespace sim

@@ -125,6 +125,17 @@ struct ModemBehaviour {
     QMap<int, QString> cmeTexts;
     // Lines sent by the modem itself after the line was first opened.
     QList<TimedIndication> timedIndications;
+
+    // The SIM (3GPP TS 27.007 8.3, 10.1.19). A PIN locks it until "AT+CPIN=\"<pin>\"" gives
+    // it; each wrong one is "+CME ERROR: 16" and the third blocks the SIM ("SIM PUK").
+    // While locked, commands on messages answer "+CME ERROR: 11" (SIM PIN required).
+    QString simPin;
+    bool pukLocked = false; // blocked from the start: "+CPIN: SIM PUK", "+CME ERROR: 12"
+    // Registration ("+CREG?", "+CEREG?"): searching (2) for this long after the SIM is ready
+    // (scaled clock), then home (1), or roaming (5); denied (3) for ever when told.
+    int registerAfterMs = 0;
+    bool roaming = false;
+    bool registrationDenied = false;
 };
 
 // One accepted message, as the network received it. A concatenated message becomes one

@@ -208,7 +208,9 @@ void ModemSession::runLine(const QByteArray& rawLine, const ModemBehaviour& beha
     }
     QStringList information;
     for (const AtCommand& command : line.commands) {
-        const std::optional<CommandResult> onSim = m_inbox.run(command);
+        std::optional<CommandResult> onSim = m_commands.simRefusal(command, behaviour);
+        if (!onSim)
+            onSim = m_inbox.run(command);
         const CommandResult result = onSim ? *onSim : m_commands.run(command, behaviour);
         information += result.information;
         switch (result.final) {

@@ -4,6 +4,7 @@
 #include "TextCharset.h"
 
 #include <QCommandLineParser>
+#include <QRegularExpression>
 
 namespace sim::SimOptionsParser {
 namespace {
@@ -71,6 +72,15 @@ struct Flags {
                                 "FILE"};
     QCommandLineOption indicationsInside{
         "indications-inside-answers", "Hold each +CMTI for the next answer, between its lines and its OK."};
+    QCommandLineOption pin{"pin", "Lock the SIM until AT+CPIN=\"CODE\"; three wrong PINs block it (SIM PUK).",
+                           "CODE"};
+    QCommandLineOption pukLocked{"puk-locked", "The SIM is blocked (+CPIN: SIM PUK)."};
+    QCommandLineOption registerAfter{"register-after-ms",
+                                     "Search the network (+CREG: 0,2) this long after the SIM is ready "
+                                     "(scaled clock), then register.",
+                                     "ms"};
+    QCommandLineOption roaming{"roaming", "Register as roaming (+CREG: 0,5)."};
+    QCommandLineOption registrationDenied{"registration-denied", "The network refuses the SIM (+CREG: 0,3)."};
     QCommandLineOption help{QStringList{"h", "help"}, "Show this help."};
 
     QList<QCommandLineOption> all() const {
@@ -112,6 +122,11 @@ struct Flags {
                 simFull,
                 incoming,
                 indicationsInside,
+                pin,
+                pukLocked,
+                registerAfter,
+                roaming,
+                registrationDenied,
                 help};
     }
 };
@@ -184,6 +199,21 @@ SimOptions parse(const QStringList& arguments) {
     b.echoOnly = b.echoOnly || parser.isSet(flags.echoOnly);
     b.lateCmgsAnswers = b.lateCmgsAnswers || parser.isSet(flags.lateAnswers);
     b.indicationsInsideAnswers = b.indicationsInsideAnswers || parser.isSet(flags.indicationsInside);
+    b.pukLocked = b.pukLocked || parser.isSet(flags.pukLocked);
+    b.roaming = b.roaming || parser.isSet(flags.roaming);
+    b.registrationDenied = b.registrationDenied || parser.isSet(flags.registrationDenied);
+    if (parser.isSet(flags.pin)) {
+        b.simPin = parser.value(flags.pin);
+        static const QRegularExpression pinPattern(QStringLiteral("^[0-9]{4,8}$"));
+        if (!pinPattern.match(b.simPin).hasMatch())
+            options.error = QStringLiteral("--pin needs 4 to 8 digits, not \"%1\"").arg(b.simPin);
+    }
+    // A locked SIM says so at start-up where the profile's modem reports "+CPIN: READY".
+    if (b.pukLocked || !b.simPin.isEmpty())
+        for (TimedIndication& indication : b.timedIndications)
+            if (indication.line == u"+CPIN: READY")
+                indication.line =
+                    b.pukLocked ? QStringLiteral("+CPIN: SIM PUK") : QStringLiteral("+CPIN: SIM PIN");
 
     const auto number = [&](const QCommandLineOption& o, int low, int high, int& field) {
         if (parser.isSet(o) && !readInt(parser.value(o), low, high, &field) && options.error.isEmpty())
@@ -202,6 +232,7 @@ SimOptions parse(const QStringList& arguments) {
     number(flags.count, 1, 32, options.count);
     number(flags.reportDelay, 0, 600000, b.statusReportDelayMs);
     number(flags.simSize, 1, 255, b.simSize);
+    number(flags.registerAfter, 0, 3600000, b.registerAfterMs);
     if (parser.isSet(flags.simFull)) {
         for (int i = 1; i <= b.simSize; ++i) {
             IncomingMessage kept;

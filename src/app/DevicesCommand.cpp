@@ -13,6 +13,7 @@
 #include "gsm/ModemDiscovery.h"
 #include "gsm/ModemHotplug.h"
 #include "gsm/ModemManagerRule.h"
+#include "gsm/SimAnswers.h"
 #include "services/ModemSearch.h"
 
 #include <QCommandLineParser>
@@ -43,6 +44,7 @@ QJsonObject jsonOf(const ModemSearch::PortOutcome& port, const RecordList& modem
         {QStringLiteral("ICCID"), modem.value(kIccidKey)}, // not a record key: a field of the line
         {QStringLiteral("operator"), modem.value(kNetworkOperatorKey)},
         {QStringLiteral("signal"), modem.value(kSignalKey)},
+        {QStringLiteral("network"), modem.value(kNetworkKey)},
     };
 }
 
@@ -125,6 +127,12 @@ void printFound(const ModemSearch::Result& found, bool json, const QString& even
                           r.value(kDefaultSmscKey), r.value(kSupportedSmsModesKey)));
         if (const QString slot = r.value(kSlotKey); !slot.isEmpty())
             printOut(QStringLiteral("  Slot : %1").arg(slot));
+        if (const QString network = r.value(kNetworkKey);
+            !network.isEmpty() && network != SimAnswers::registrationText(SimAnswers::Registration::Home))
+            printOut(QStringLiteral("  Network : %1").arg(network));
+        // Why it cannot send: its SIM wants a PIN or is blocked, the network refused it.
+        if (const QString state = r.value(kPortStatusKey); !state.isEmpty())
+            printOut(QStringLiteral("  State : %1").arg(state));
     }
     for (const Record& r : found.unanswered)
         printOut(QStringLiteral("%1\tSlot : %2\t%3")
@@ -169,8 +177,9 @@ int runDevices(const QStringList& arguments) {
                        "every computer."));
     const QCommandLineOption json(
         QStringLiteral("json"),
-        QStringLiteral("GSM modems: one JSON object per port searched, one a line: port, slot (USB path), "
-                       "state, holder ({\"name\", \"pid\"} or null), IMEI, ICCID, operator, signal."));
+        QStringLiteral(
+            "GSM modems: one JSON object per port searched, one a line: port, slot (USB path), "
+            "state, holder ({\"name\", \"pid\"} or null), IMEI, ICCID, operator, signal, network."));
     const QCommandLineOption watch(
         QStringLiteral("watch"),
         QStringLiteral("GSM modems: after the list, go on printing each modem plugged in (as the list "

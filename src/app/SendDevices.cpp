@@ -131,7 +131,12 @@ std::optional<int> chooseModems(Operator& op, const DataFolder& folder, const QS
     if (modes)
         for (const ModemChoice& modem : modems)
             *modes << modem.details.mode;
-    openers = modemOpeners(modems, [&op] { op.Show_MessageBox(kPortNotWorking); });
+    openers = modemOpeners(
+        modems, [&op] { op.Show_MessageBox(kPortNotWorking); },
+        [](const QString& path, const QString& status) {
+            if (!status.isEmpty()) // "" once it no longer waits
+                err(QStringLiteral("%1: %2").arg(path, status));
+        });
     return std::nullopt;
 }
 

@@ -26,4 +26,6 @@ inline const QString kSmsCapableKey = QStringLiteral("SMS_CAPABLE");       // "Y
 inline const QString kTestHistoryKey = QStringLiteral("TEST_HISTORY");     // the mode test's outcome per case
 inline const QString kLastTestSmscKey = QStringLiteral("Last_SMSC");       // the custom centre last tested
 // A modem's USB slot ("1-1.4": bus, then the hub ports down to it); "" when not on USB
+// Where the modem stands with the network: "Home network", "Roaming", "Searching for a network…"
+inline const QString kNetworkKey = QStringLiteral("Network");
 inline const QString kSlotKey = QStringLiteral("Slot");

@@ -2,6 +2,7 @@
 #include "MFCSMS.h"
 
 #include "ModemAnswers.h"
+#include "SimAnswers.h"
 #include "core/Clock.h"
 #include "core/Guard.h"
 #include "core/Log.h"
@@ -119,7 +120,8 @@ void MFCSMS::dropStaleInput(int fd) {
     const QString dropped = Trim_Str(ModemAnswers::withoutUnsolicited(decodeAnswer(stale), {}, &unsolicited));
     harvestUnsolicited(fd, unsolicited);
     if (!dropped.isEmpty())
-        Show_NSLog_Message(QStringLiteral("Dropped (%1) \"%2\"\n").arg(fd).arg(dropped));
+        Show_NSLog_Message(
+            QStringLiteral("Dropped (%1) \"%2\"\n").arg(fd).arg(SimAnswers::withoutPin(dropped)));
 }
 
 void MFCSMS::harvestUnsolicited(int fd, const QStringList& lines) {
@@ -145,7 +147,9 @@ void MFCSMS::listenForStatusReports(std::chrono::milliseconds duration) {
         decodeAnswer(std::exchange(m_pendingAnswer, QByteArray())), {}, &unsolicited));
     harvestUnsolicited(m_port->fileDescriptor(), unsolicited);
     if (!rest.isEmpty())
-        Show_NSLog_Message(QStringLiteral("Dropped (%1) \"%2\"\n").arg(m_port->fileDescriptor()).arg(rest));
+        Show_NSLog_Message(QStringLiteral("Dropped (%1) \"%2\"\n")
+                               .arg(m_port->fileDescriptor())
+                               .arg(SimAnswers::withoutPin(rest)));
 }
 
 QList<StatusReport> MFCSMS::takeStatusReports(int fd) {
@@ -179,7 +183,8 @@ bool MFCSMS::Write_Command(int fd, const QString& command_str) {
         dropStaleInput(fd);
         m_lastCommand = command;
     }
-    Show_NSLog_Message(QStringLiteral("Write (%1) \"%2\"\n").arg(fd).arg(command));
+    // A SIM's PIN never reaches the log, neither as written nor in the echo read back.
+    Show_NSLog_Message(QStringLiteral("Write (%1) \"%2\"\n").arg(fd).arg(SimAnswers::withoutPin(command)));
     // The command's bytes are a copy of any length; a failure to make them counts as written,
     // as the session always has: the modem's answer decides.
     return Guard::run(
@@ -202,7 +207,8 @@ bool MFCSMS::Read_Command(int fd, const QString& response_str) {
             QStringList unsolicited;
             m_sLastResponse = Trim_Str(ModemAnswers::withoutUnsolicited(answer, m_lastCommand, &unsolicited));
             harvestUnsolicited(fd, unsolicited);
-            Show_NSLog_Message(QStringLiteral("Read (%1) \"%2\"\n").arg(fd).arg(m_sLastResponse));
+            Show_NSLog_Message(
+                QStringLiteral("Read (%1) \"%2\"\n").arg(fd).arg(SimAnswers::withoutPin(m_sLastResponse)));
             return ModemAnswers::answerHolds(m_sLastResponse, response_str);
         },
         true);

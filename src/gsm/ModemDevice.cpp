@@ -3,6 +3,7 @@
 #include "ConcatenatedSmsAssembler.h"
 #include "MFCSMS.h"
 #include "ModemAnswers.h"
+#include "SimUnlock.h"
 #include "TextModeLimits.h"
 #include "core/Guard.h"
 
@@ -69,6 +70,10 @@ QString ModemDevice::prepare(bool deliveryReports) {
         "ModemDevice::prepare",
         [&] {
             m_prepared = true;
+            // A modem that is not yet on a network would refuse every message.
+            if (QString noNetwork = SimUnlock::awaitNetwork(m_session, m_fd, m_stop, m_waiting);
+                !noNetwork.isEmpty())
+                return noNetwork;
             if (m_details.mode == SmsMode::Pdu)
                 m_session.Prepare_Modem_For_PDU_SMS(m_fd);
             else if (m_details.mode == SmsMode::Text)

@@ -8,7 +8,9 @@
 #include <QString>
 
 #include <chrono>
+#include <functional>
 #include <memory>
+#include <stop_token>
 #include <utility>
 
 class ConcatenatedSmsAssembler;
@@ -62,6 +64,12 @@ public:
     void close() override;
 
     const ModemDetails& details() const { return m_details; }
+    // While prepare() waits for a modem still searching for a network: `waiting` is told so
+    // (a status line for the operator; "" once the wait is over), and `stop` ends the wait.
+    void setNetworkWait(std::stop_token stop, std::function<void(const QString& status)> waiting) {
+        m_stop = std::move(stop);
+        m_waiting = std::move(waiting);
+    }
 
 private:
     ModemDevice(MFCSMS& session, QString path, ModemDetails details, int fd);
@@ -72,6 +80,8 @@ private:
     const ModemDetails m_details;
     const int m_fd;
     bool m_reportsRouted = false;
+    std::stop_token m_stop;
+    std::function<void(const QString&)> m_waiting;
     bool m_prepared = false; // a run readied it (prepare)
     QList<IncomingMessage> readInbox();
     QString takeReceivingNotice() override { return std::exchange(m_receivingNotice, {}); }

@@ -104,8 +104,8 @@ QString signalText(const QString& cleaned) {
     const QString first = cleaned.section(QLatin1Char(','), 0, 0).trimmed();
     bool ok = false;
     const int r = first.toInt(&ok);
-    if (r == 99)
-        return QStringLiteral("Unknown");
+    if (r == 99) // 27.007: "not known or not detectable", no number to show
+        return QStringLiteral("No signal");
     const int value = ok ? r : 0;
     if (value < 9)
         return QStringLiteral("Low (%1)").arg(value);

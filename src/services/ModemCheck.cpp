@@ -105,6 +105,13 @@ Choice choose(Operator& op, const Record& record, int chosen) {
                    ? Choice::Skip
                    : Choice::Stop;
     };
+    // What the search found of its SIM or network (a PIN needed, a SIM blocked, registration
+    // denied): nothing the operator can settle here. The modem stays out, the others go on.
+    if (const QString held = record.value(kPortStatusKey);
+        !held.isEmpty() && !record.value(kImeiKey).isEmpty()) {
+        op.Show_MessageBox(QStringLiteral("%1: %2").arg(record.value(kPortDetailKey), held));
+        return chosen == 1 ? Choice::Stop : Choice::Skip;
+    }
     const Verdict verdict = forRun(record);
     if (verdict.notSmsCapable && !op.Show_YES_NO_MessageBox(QStringLiteral(
                                      "This Device cannot be used for sending Text messages as it does "

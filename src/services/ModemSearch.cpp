@@ -9,6 +9,8 @@
 #include "gsm/ModemManagerRule.h"
 #include "gsm/ModemPortGroups.h"
 #include "gsm/ModemProbe.h"
+#include "gsm/SimAnswers.h"
+#include "gsm/SimPinKeyring.h"
 #include "gsm/SmsMode.h"
 
 #include <atomic>
@@ -103,6 +105,8 @@ public:
         }
     }
 
+    const Listener& listener() const { return m_listener; }
+
     RecordList records() {
         std::lock_guard guard(m_lock);
         RecordList out;
@@ -157,6 +161,40 @@ struct PortLook {
     QString imei; // "" unless the port answers and can send
     PortOutcome outcome;
 };
+
+// How a person tells this modem from the others when asked for its SIM's PIN.
+QString modemForPin(const QString& path, const QString& imei, const ModemPortGroups::Group& modem) {
+    QString text = ModemDiscovery::portName(path);
+    if (!modem.slot.isEmpty())
+        text += QStringLiteral(", slot %1").arg(modem.slot);
+    return text + QStringLiteral(", IMEI %1").arg(imei);
+}
+
+// The SIM's PIN given where it is asked for; "" when the SIM is ready, else why it cannot send.
+// Done before the rest of the probe: a locked SIM keeps the modem from telling its service centre.
+QString openSim(MFCSMS& s, int fd, const QString& path, const QString& imei,
+                const ModemPortGroups::Group& modem, const SimPins& given) {
+    const SimPins pins = given.find || given.ask ? given : SimPinKeyring::pins();
+    const auto simKey = [&] {
+        Record ids{{kIccidKey, Get_ICCID_Number(s, fd)}, {kImeiKey, imei}};
+        return DeviceSettingsMemory::keyOf(ids);
+    };
+    return SimUnlock::unlock(s, fd, simKey, modemForPin(path, imei, modem), pins);
+}
+
+// The network the modem is on, and what keeps it from sending (its SIM, a network that refused
+// it): in its record, and as the state of its port.
+void noteSimAndNetwork(Record& record, MFCSMS& s, int fd, const QString& simProblem, PortOutcome& outcome) {
+    const auto network = simProblem.isEmpty() ? SimUnlock::registration(s, fd) : std::nullopt;
+    if (network)
+        record.insert(kNetworkKey, SimAnswers::registrationText(*network));
+    if (simProblem.isEmpty() && network != SimAnswers::Registration::Denied)
+        return;
+    const QString why = simProblem.isEmpty() ? SimAnswers::registrationText(*network) : simProblem;
+    Show_NSLog_Message(QStringLiteral("%1: %2").arg(record.value(kPortDetailKey), why));
+    record.insert(kPortStatusKey, why);
+    outcome.state = why; // told with the other ports' outcomes as the probe ends
+}
 
 void look(PortLook& p, Rows& rows) {
     PortOutcome& outcome = p.outcome;
@@ -288,11 +326,13 @@ void probeModem(int index, const ModemPortGroups::Group& modem, Rows& rows,
     s.use_cus_smsc = QStringLiteral("N");
     s.Com_Port = ModemDiscovery::portName(path);
     s.Port_Det = path;
+    const QString simProblem = openSim(s, fd, path, chosen->imei, modem, rows.listener().pins);
     Read_Ph_Values_NEW(s, fd);
     readModes(s, fd);
     const QString iccid = Get_ICCID_Number(s, fd);
     Show_NSLog_Message(QStringLiteral("ICCID: %1").arg(iccid));
     Record record = recordFromSession(s, iccid);
+    noteSimAndNetwork(record, s, fd, simProblem, chosen->outcome);
     if (!modem.slot.isEmpty())
         record.insert(kSlotKey, modem.slot);
     if (DeviceSettingsMemory::layOver(record, kept))
@@ -412,6 +452,8 @@ QString nameOf(const Record& modem) {
 }
 
 QString detailsOf(const Record& r) {
+    // The usual case goes unsaid; roaming, a search under way or a refusal are told.
+    static const QString kHomeNetwork = SimAnswers::registrationText(SimAnswers::Registration::Home);
     const QString supported = r.value(kSupportedSmsModesKey);
     QString modes = QStringLiteral("None");
     if (supported.contains(QStringLiteral("PDU")) && supported.contains(QStringLiteral("Text")))
@@ -429,6 +471,8 @@ QString detailsOf(const Record& r) {
                  r.value(kNetworkOperatorKey), r.value(kSignalKey));
     if (const QString iccid = r.value(kIccidKey); !iccid.isEmpty())
         text += QStringLiteral("ICCID : %1\r\n").arg(iccid);
+    if (const QString network = r.value(kNetworkKey); !network.isEmpty() && network != kHomeNetwork)
+        text += QStringLiteral("Network : %1\r\n").arg(network);
     if (const QString slot = r.value(kSlotKey); !slot.isEmpty())
         text += QStringLiteral("Slot : %1\r\n").arg(slot);
     if (const QString status = r.value(kPortStatusKey); !status.isEmpty())

@@ -9,6 +9,7 @@
 #include "gsm/ModemDiscovery.h"
 #include "gsm/ModemPortGroups.h"
 #include "gsm/PortHolders.h"
+#include "gsm/SimUnlock.h"
 
 #include <QStringList>
 
@@ -26,6 +27,8 @@ struct Listener {
     std::function<void(int row, const Record& record)> inserted;  // a modem found: its port and IMEI
     std::function<void(int row, const Record& record)> described; // the row's whole record
     std::function<void(int row)> removed; // an earlier port of the same modem takes its place
+    // Where the PIN of a locked SIM comes from; left empty: the keyring alone, nobody asked.
+    SimPins pins;
 };
 
 // How each port searched came out, in words a person or a script reads.
@@ -89,7 +92,8 @@ Result search(const QStringList& paths, std::stop_token stop = {}, const Listene
 QString nameOf(const Record& modem);
 
 // The details text of a modem ("COM Port : ...\r\n..."), as the device window and the test
-// report show it; then "ICCID : ..." when the SIM's number was read, "Slot : ..." for a modem
+// report show it; then "ICCID : ..." when the SIM's number was read, "Network : ..." (roaming,
+// searching) when the modem is not simply on its home network, "Slot : ..." for a modem
 // on a known USB slot and "Status : ..." for one that did not answer.
 QString detailsOf(const Record& modem);
 

@@ -26,6 +26,7 @@
 #include "SendMsgInfoView.h"
 #include "SendingJobView.h"
 #include "SentItemsView.h"
+#include "SimPinView.h"
 #include "StatusExportOptionView.h"
 #include "TemplatesView.h"
 #include "UpdateExNumView.h"
@@ -101,6 +102,7 @@ void registerStandardViews() {
     addView<UpdateSelNumSmsView, Update_Sel_Num_SMS>();
     addView<LoadNumInfoView, Load_Num_Info>();
     addView<ManuallyAddNumView, Manually_Add_Num>();
+    addView<SimPinView, SimPinDialog>();
     addView<ImportExcelView, Import_Excel>();
     addView<ExcelDynamicMsgView, Excel_Dynamic_Msg>();
     addView<ExcelSmsExampleView, Excel_SMS_Example>();

@@ -31,9 +31,9 @@ TEST(ProbeAnswers, SignalClasses) {
         const char* answer;
         const char* text;
     } cases[] = {
-        {"+CSQ: 99,99", "Unknown"},  {"+CSQ: 14,0", "Medium (14)"}, {"+CSQ: 15,0", "Good (15)"},
-        {"+CSQ: 19,0", "High (19)"}, {"+CSQ: 8,99", "Low (8)"},     {"+CSQ: 9,0", "Medium (9)"},
-        {"+CSQ: 18,0", "Good (18)"}, {"+CSQ: 31,0", "High (31)"},   {"+CSQ: ,", "Low (0)"},
+        {"+CSQ: 99,99", "No signal"}, {"+CSQ: 14,0", "Medium (14)"}, {"+CSQ: 15,0", "Good (15)"},
+        {"+CSQ: 19,0", "High (19)"},  {"+CSQ: 8,99", "Low (8)"},     {"+CSQ: 9,0", "Medium (9)"},
+        {"+CSQ: 18,0", "Good (18)"},  {"+CSQ: 31,0", "High (31)"},   {"+CSQ: ,", "Low (0)"},
     };
     for (const auto& c : cases)
         EXPECT_EQ(signalText(clean(c.answer, kSignalWords)), c.text) << c.answer;

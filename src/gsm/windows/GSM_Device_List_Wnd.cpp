@@ -6,6 +6,7 @@
 #include "device/DeviceRecord.h"
 #include "device/TestCaseRecord.h"
 #include "gsm/ModemHotplug.h"
+#include "gsm/SimAnswers.h"
 #include "services/ModemCheck.h"
 #include "services/ModemSearch.h"
 
@@ -34,7 +35,16 @@ void GSM_Device_List_Wnd::waitForWorkers() {
 
 // ---- records ----
 
-QString GSM_Device_List_Wnd::deviceName(const Record& record) { return ModemSearch::nameOf(record); }
+QString GSM_Device_List_Wnd::deviceName(const Record& record) {
+    QString name = ModemSearch::nameOf(record);
+    // What keeps a modem from sending (its SIM, the network), else roaming: on its row.
+    if (const QString state = record.value(kPortStatusKey);
+        !state.isEmpty() && !record.value(kImeiKey).isEmpty())
+        return QStringLiteral("%1 — %2").arg(name, state);
+    if (record.value(kNetworkKey) == SimAnswers::registrationText(SimAnswers::Registration::Roaming))
+        return QStringLiteral("%1 — %2").arg(name, record.value(kNetworkKey));
+    return name;
+}
 
 int GSM_Device_List_Wnd::rowOf(const QString& path) const {
     for (int row = 0; row < m_ports.size(); ++row)

@@ -2,6 +2,7 @@
 // row shown as it is found.
 #include "GSM_Device_List_Wnd.h"
 
+#include "SimPinDialog.h"
 #include "core/Counted.h"
 #include "core/Guard.h"
 #include "core/MainThread.h"
@@ -94,6 +95,7 @@ int GSM_Device_List_Wnd::GetModemPath(const QStringList& paths, std::stop_token 
             onMain([&] { m_ports.replace(row, record); });
         };
         shown.removed = [this](int row) { onMain([&] { m_ports.removeRows({row}); }); };
+        shown.pins = SimPinDialog::asking(m_op);
         found = ModemSearch::searchModems(modems, stop, shown,
                                           m_memory ? m_memory->read() : DeviceSettingsMemory::Kept());
         QStringList alerts = found.alerts();

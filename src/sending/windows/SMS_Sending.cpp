@@ -48,6 +48,16 @@ QList<SendingItem> SMS_Sending::items() const { return m_run ? m_run->record().a
 
 // ---- threads ----
 
+namespace {
+// Sets a port's status beside it; "" takes it away.
+void setPortStatus(QMap<QString, QString>& statuses, const QString& port, const QString& status) {
+    if (status.isEmpty())
+        statuses.remove(port);
+    else
+        statuses.insert(port, status);
+}
+} // namespace
+
 void SMS_Sending::ui(std::function<void()> change) {
     MainThread::post([this, change = std::move(change)] {
         change();
@@ -112,11 +122,15 @@ void SMS_Sending::Open_SMS_Sending_Dialog() {
             campaign.rows.append(
                 {recipientNumber(row), row.value(kMessageKey)}); // E.164 when the list has it
         const auto lineNotWorking = [this] { m_op.Show_MessageBox(kPortNotWorking); };
+        // A modem still searching for a network says so beside its port until it is on one.
+        const auto waiting = [this](const QString& port, const QString& status) {
+            ui([this, port, status] { setPortStatus(m_portStatuses, port, status); });
+        };
         m_plugging.reset();
         m_intake.reset();
-        m_campaign =
-            std::make_unique<CampaignRun>(m_window.dataFolder(), std::move(campaign),
-                                          modemOpeners(chosenModems(), lineNotWorking), m_op, m_pause, hooks);
+        m_campaign = std::make_unique<CampaignRun>(m_window.dataFolder(), std::move(campaign),
+                                                   modemOpeners(chosenModems(), lineNotWorking, waiting),
+                                                   m_op, m_pause, hooks);
         m_run = &m_campaign->run();
         startIntake();
         watch(*m_run);
