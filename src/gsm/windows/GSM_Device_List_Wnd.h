@@ -138,6 +138,8 @@ signals:
 private:
     void Find_Ph_Thread(std::stop_token stop);
     void Find_Ph_List(std::stop_token stop);
+    // No device is shown: its details, settings, test cases and headings are cleared.
+    void clearShownDevice();
     bool OnGetSelected(const QString& path);
     void Get_And_Fill_Details(const QString& path);
     bool validSmsc(const QString& number);

@@ -89,18 +89,7 @@ void GSM_Device_List_Wnd::modemUnplugged(const ModemPortGroups::Group& modem) {
             gone.prepend(ModemSearch::nameOf(record));
             m_ports.removeRows({row});
             if (m_prevIndex == row) {
-                // The device shown is gone: so are its details and settings.
-                m_prevIndex = -1;
-                m_comPortField.clear();
-                m_pathField.clear();
-                m_detailsText.clear();
-                m_defaultSmscField.clear();
-                m_customSmscText.clear();
-                m_customSmscChecked = false;
-                m_settingsEnabled = false;
-                m_heading.clear();
-                m_testHeading.clear();
-                m_cases.clear();
+                clearShownDevice(); // the device shown is gone: so are its details and settings
             } else if (m_prevIndex > row) {
                 --m_prevIndex;
             }

@@ -51,18 +51,24 @@ void GSM_Device_List_Wnd::Find_Ph_Thread(std::stop_token stop) {
     });
 }
 
+void GSM_Device_List_Wnd::clearShownDevice() {
+    m_prevIndex = -1;
+    m_comPortField.clear();
+    m_pathField.clear();
+    m_detailsText.clear();
+    m_defaultSmscField.clear();
+    m_customSmscText.clear();
+    m_customSmscChecked = false;
+    m_settingsEnabled = false;
+    m_cases.clear();
+    m_heading.clear();
+    m_testHeading.clear();
+}
+
 void GSM_Device_List_Wnd::Find_Ph_List(std::stop_token stop) {
     onMain([this] {
-        m_prevIndex = -1;
+        clearShownDevice();
         m_controlsEnabled = false;
-        m_comPortField.clear();
-        m_pathField.clear();
-        m_detailsText.clear();
-        m_defaultSmscField.clear();
-        m_customSmscText.clear();
-        m_customSmscChecked = false;
-        m_cases.clear();
-        m_testHeading.clear();
         m_heading = QStringLiteral("Searching Device");
     });
     ModemIterator iterator;
