@@ -35,7 +35,12 @@ public:
         bool afterStop; // the run's Stop was asked before the hand-over
         std::chrono::steady_clock::time_point at;
     };
-    QList<Call> calls() const { return locked(m_calls); }
+    // A list of its own, not one sharing the device's: a reader while the run sends must not
+    // hold a block the device's next call may move.
+    QList<Call> calls() const {
+        std::lock_guard lock(m_mutex);
+        return {m_calls.cbegin(), m_calls.cend()};
+    }
     QStringList numbers() const; // handed one at a time, in order
     QList<QStringList> batches() const { return locked(m_batches); }
     int prepared() const { return locked(m_prepared); }

@@ -25,9 +25,10 @@ protected:
     SimPinSearchTest() : VirtualModemsTest(0.05) {}
 
     void SetUp() override {
-        VirtualModemsTest::SetUp();
+        // The keyring's daemons first, started while no modem's thread runs yet.
         QString why;
         ASSERT_TRUE(KeyringSession::start(&why)) << why.toStdString();
+        VirtualModemsTest::SetUp();
     }
     // The search pass as the window runs it, on a worker; the rows it left.
     RecordList search(GSM_Device_List_Wnd& window) {
