@@ -82,6 +82,8 @@ QStringList unlockThroughDialog(const QString& simKey, const QList<Typed>& answe
 TEST(SimPinView, PinIsUsedOnceOrRememberedWhenTicked) {
     ViewRegistry::registerStandardViews();
     QString why;
+    if (KeyringSession::kWindowsSkipped)
+        GTEST_SKIP() << "the thread sanitizer loses track of locks once the keyring was reached";
     ASSERT_TRUE(KeyringSession::start(&why)) << why.toStdString();
     QString outcome;
 

@@ -27,6 +27,8 @@ protected:
     void SetUp() override {
         // The keyring's daemons first, started while no modem's thread runs yet.
         QString why;
+        if (KeyringSession::kWindowsSkipped)
+            GTEST_SKIP() << "the thread sanitizer loses track of locks once the keyring was reached";
         ASSERT_TRUE(KeyringSession::start(&why)) << why.toStdString();
         VirtualModemsTest::SetUp();
     }
