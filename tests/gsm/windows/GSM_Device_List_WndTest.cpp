@@ -31,6 +31,8 @@ ModemBehaviour behaving(const std::function<void(ModemBehaviour&)>& change) {
 
 class DeviceWindowTest : public VirtualModemsTest {
 protected:
+    // Eight modems answer at once here: read time-outs with room for a loaded machine.
+    DeviceWindowTest() : VirtualModemsTest(0.2) {}
     // Runs the search pass on a worker, as the window does, and waits for it.
     int search(std::stop_token stop = {}) {
         std::atomic<int> result{-1};
