@@ -1,10 +1,11 @@
 // What modems answer: the session's judging of every read (final results, refusals,
-// unsolicited codes and status reports), the probe's reading of identity answers, and the
-// text-mode character sets offered.
+// unsolicited codes and status reports), the probe's reading of identity answers, the SIM's
+// and the network's state, and the text-mode character sets offered.
 #include "FuzzInput.h"
 #include "device/DeliveryState.h"
 #include "gsm/ModemAnswers.h"
 #include "gsm/ProbeAnswers.h"
+#include "gsm/SimAnswers.h"
 #include "gsm/StatusReports.h"
 #include "gsm/TextModeCharset.h"
 
@@ -38,6 +39,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     ProbeAnswers::smscNumber(quoted);
     ProbeAnswers::decodeUcs2Hex(answer);
     ProbeAnswers::decodePacked7BitHex(answer);
+    ProbeAnswers::iccidDigits(answer);
+    // The SIM and the network.
+    QString code;
+    SimAnswers::pinStateOf(answer, &code);
+    if (const auto registration = SimAnswers::registrationOf(answer))
+        SimAnswers::registrationText(*registration);
+    SimAnswers::withoutPin(answer);
     // Text mode.
     TextModeCharsets::choose(TextModeCharsets::offered(answer), answer);
     return 0;
