@@ -117,16 +117,36 @@ Port portOf(const QString& path) {
     return port;
 }
 
-enum class Descriptors { None, Holds, IsTheDevice, Hidden };
+enum class Descriptors { None, Holds, IsTheDevice };
 
-// What the process's descriptors say of the port.
-Descriptors descriptorsOf(const Roots& roots, qint64 pid, const Port& port) {
+// What one process's descriptors say of the port.
+Descriptors descriptorsOf(const Process& process, const Port& port) {
+    bool holds = false;
+    for (const Descriptor& d : process.descriptors) {
+        if (d.link == port.path) {
+            holds = true;
+            continue;
+        }
+        if (port.ptyIndex >= 0 && d.ptyIndex == port.ptyIndex)
+            return Descriptors::IsTheDevice;
+        // The same device reached by another name (a link of its own, another mount of /dev).
+        if (port.isDevice && d.isDevice && d.device == port.device)
+            holds = true;
+    }
+    return holds ? Descriptors::Holds : Descriptors::None;
+}
+
+// One process's descriptors: the links, the device numbers of those below /dev, and the
+// pseudo-terminal of each master; nothing, and hidden, when they cannot be read.
+Process readProcess(const Roots& roots, qint64 pid) {
+    Process process;
+    process.pid = pid;
     const QByteArray folder = procPath(roots, pid, "/fd");
     DIR* fds = ::opendir(folder.constData());
-    if (fds == nullptr)
-        return errno == EACCES || errno == EPERM ? Descriptors::Hidden : Descriptors::None;
-    bool holds = false;
-    bool device = false;
+    if (fds == nullptr) {
+        process.hidden = errno == EACCES || errno == EPERM;
+        return process;
+    }
     char target[4096];
     while (const dirent* entry = ::readdir(fds)) {
         if (entry->d_name[0] == '.')
@@ -134,26 +154,20 @@ Descriptors descriptorsOf(const Roots& roots, qint64 pid, const Port& port) {
         const ssize_t n = ::readlinkat(dirfd(fds), entry->d_name, target, sizeof target - 1);
         if (n <= 0)
             continue;
-        const QByteArray link(target, n);
-        if (link == port.path) {
-            holds = true;
-            continue;
-        }
-        if (port.ptyIndex >= 0 && (link == "/dev/ptmx" || link == "/dev/pts/ptmx") &&
-            ptyIndexOfMaster(roots, pid, entry->d_name) == port.ptyIndex) {
-            device = true;
-            continue;
-        }
-        // The same device reached by another name (a link of its own, another mount of /dev).
+        Descriptor d;
+        d.link = QByteArray(target, n);
+        if (d.link == "/dev/ptmx" || d.link == "/dev/pts/ptmx")
+            d.ptyIndex = ptyIndexOfMaster(roots, pid, entry->d_name);
         struct stat st {};
-        if (port.isDevice && link.startsWith("/dev/") && ::fstatat(dirfd(fds), entry->d_name, &st, 0) == 0 &&
-            S_ISCHR(st.st_mode) && st.st_rdev == port.device)
-            holds = true;
+        if (d.link.startsWith("/dev/") && ::fstatat(dirfd(fds), entry->d_name, &st, 0) == 0 &&
+            S_ISCHR(st.st_mode)) {
+            d.device = st.st_rdev;
+            d.isDevice = true;
+        }
+        process.descriptors << d;
     }
     ::closedir(fds);
-    if (device)
-        return Descriptors::IsTheDevice;
-    return holds ? Descriptors::Holds : Descriptors::None;
+    return process;
 }
 
 } // namespace
@@ -210,7 +224,21 @@ std::optional<Holder> modemManager(const Roots& roots) {
     return found;
 }
 
-Finding find(const QString& path, const Roots& roots) {
+Table readTable(const Roots& roots) {
+    Table table;
+    table.roots = roots;
+    forEachProcess(roots, [&](qint64 pid) {
+        if (pid != roots.self)
+            table.processes << readProcess(roots, pid);
+        return true;
+    });
+    return table;
+}
+
+Finding find(const QString& path, const Roots& roots) { return find(path, readTable(roots)); }
+
+Finding find(const QString& path, const Table& table) {
+    const Roots& roots = table.roots;
     Finding finding;
     const QByteArray lock = readSmall(QFile::encodeName(roots.locks + QLatin1Char('/') + lockName(path)), 64);
     if (const qint64 owner = lockOwner(lock); owner != 0 && owner != roots.self && alive(owner, roots)) {
@@ -220,20 +248,17 @@ Finding find(const QString& path, const Roots& roots) {
     const Port port = portOf(path);
     if (port.shared)
         return finding;
-    forEachProcess(roots, [&](qint64 pid) {
-        if (pid == roots.self)
-            return true;
-        switch (descriptorsOf(roots, pid, port)) {
-        case Descriptors::Holds: finding.holder = Holder{pid, commandName(roots, pid)}; return false;
-        case Descriptors::Hidden:
-            if (!finding.suspect && commandName(roots, pid) == kModemManager)
-                finding.suspect = Holder{pid, kModemManager};
-            return true;
-        case Descriptors::IsTheDevice:
-        case Descriptors::None: return true;
+    for (const Process& process : table.processes) {
+        if (process.hidden) {
+            if (!finding.suspect && commandName(roots, process.pid) == kModemManager)
+                finding.suspect = Holder{process.pid, kModemManager};
+            continue;
         }
-        return true;
-    });
+        if (descriptorsOf(process, port) == Descriptors::Holds) {
+            finding.holder = Holder{process.pid, commandName(roots, process.pid)};
+            break;
+        }
+    }
     if (finding.holder)
         finding.suspect.reset();
     return finding;

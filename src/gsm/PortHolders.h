@@ -6,11 +6,14 @@
 // end of a pseudo-terminal (the one holding its master side) is the device, not a holder.
 // Another user's descriptors cannot be read: there a running ModemManager, the usual taker of
 // modem ports, is named as the likely holder. Everything read here is untrusted and only read.
+#include <QByteArray>
 #include <QList>
 #include <QString>
 #include <QtGlobal>
 
 #include <optional>
+
+#include <sys/types.h>
 
 namespace PortHolders {
 
@@ -35,8 +38,29 @@ struct Finding {
     std::optional<Holder> suspect; // not seen, but a ModemManager whose descriptors are hidden
 };
 
+// The processes' descriptors as read once: every port of one search is looked up in the same
+// reading instead of walking the process table again for each (a bank has 64 ports or more).
+struct Descriptor {
+    QByteArray link;  // where it leads ("/dev/ttyUSB0", "/dev/ptmx")
+    dev_t device = 0; // its device number, for a character device below /dev
+    bool isDevice = false;
+    int ptyIndex = -1; // the pseudo-terminal a master descriptor stands for
+};
+struct Process {
+    qint64 pid = 0;
+    bool hidden = false; // another user's: its descriptors cannot be read
+    QList<Descriptor> descriptors;
+};
+struct Table {
+    Roots roots;
+    QList<Process> processes; // this process left out
+};
+Table readTable(const Roots& roots = Roots::system());
+
 // Looks for the holders of the port at `path` (a device path, or a link to one).
 Finding find(const QString& path, const Roots& roots = Roots::system());
+// The same in a table read before (its lock folder is read now).
+Finding find(const QString& path, const Table& table);
 
 // A running ModemManager among the processes, if any: the first one found.
 std::optional<Holder> modemManager(const Roots& roots = Roots::system());

@@ -14,6 +14,7 @@
 #include "gsm/SmsMode.h"
 
 #include <atomic>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -154,9 +155,12 @@ void readModes(MFCSMS& s, int fd) {
 
 // One port of a modem: whether it opens, answers as a modem that can send, and its IMEI.
 struct PortLook {
-    explicit PortLook(QString p) : path(std::move(p)) { outcome.path = path; }
+    PortLook(QString p, const PortHolders::Table& table) : path(std::move(p)), holders(table) {
+        outcome.path = path;
+    }
     QString path;
-    MFCSMS session; // each port talks through its own session
+    const PortHolders::Table& holders; // the processes' descriptors, read once for the search
+    MFCSMS session;                    // each port talks through its own session
     int fd = -1;
     QString imei; // "" unless the port answers and can send
     PortOutcome outcome;
@@ -201,7 +205,7 @@ void look(PortLook& p, Rows& rows) {
     outcome.place = ModemDiscovery::usbPlaceOf(p.path);
     // Looked at before anything opens the port: a program using the line must not have its
     // commands and ours interleaved, nor its DTR pulsed.
-    outcome.holders = PortHolders::find(p.path);
+    outcome.holders = PortHolders::find(p.path, p.holders);
     if (outcome.holders.holder) {
         Show_NSLog_Message(
             QStringLiteral("Port %1 skipped: %2").arg(p.path, PortHolders::words(outcome.holders)));
@@ -259,7 +263,8 @@ Record unansweredRecord(const ModemPortGroups::Group& modem) {
 // the modem's order, that answers; the other ports are let go before the long reading.
 // The modem's ports' outcomes go to `ports` from `first` on, in the modem's order.
 void probeModem(int index, const ModemPortGroups::Group& modem, Rows& rows,
-                const DeviceSettingsMemory::Kept& kept, Result& result, int first, std::mutex& resultLock) {
+                const DeviceSettingsMemory::Kept& kept, Result& result, int first, std::mutex& resultLock,
+                const PortHolders::Table& holders) {
     std::vector<std::unique_ptr<PortLook>> looks;
     bool anyDenied = false;
     const QStringList paths = modem.paths();
@@ -273,7 +278,7 @@ void probeModem(int index, const ModemPortGroups::Group& modem, Rows& rows,
             denied.place = ModemDiscovery::usbPlaceOf(path);
             continue;
         }
-        looks.push_back(std::make_unique<PortLook>(path));
+        looks.push_back(std::make_unique<PortLook>(path, holders));
     }
     if (looks.empty())
         return;
@@ -290,22 +295,49 @@ void probeModem(int index, const ModemPortGroups::Group& modem, Rows& rows,
                 result.ports[first + int(paths.indexOf(p->path))] = p->outcome;
         }
     } tell{looks, result, paths, first, resultLock};
-    {
-        std::vector<std::jthread> others;
-        for (std::size_t i = 1; i < looks.size(); ++i)
-            others.emplace_back(
-                [&looks, &rows, i] { Guard::run("ModemSearch::look", [&] { look(*looks.at(i), rows); }); });
-        Guard::run("ModemSearch::look", [&] { look(*looks.front(), rows); });
-    } // every port has had its look
+    // Every port is looked at side by side. The modem is the first port in its order that
+    // answers: chosen once every port before it has failed, its long reading starts while later
+    // ports still end their looks (a silent one waits out its time-outs). The ports not chosen
+    // are let go as their looks end, and at the latest as the probe ends.
     PortLook* chosen = nullptr;
-    for (const auto& p : looks) {
-        if (chosen == nullptr && !p->imei.isEmpty()) {
-            chosen = p.get();
-            continue;
+    std::mutex doneLock;
+    std::condition_variable doneChanged;
+    std::vector<char> done(looks.size(), 0); // under doneLock
+    struct LetGo {
+        std::vector<std::unique_ptr<PortLook>>& looks;
+        PortLook*& chosen;
+        std::vector<std::jthread> threads;
+        ~LetGo() {
+            threads.clear(); // every look has ended
+            for (const auto& p : looks) {
+                if (p.get() == chosen)
+                    continue;
+                p->session.closePort();
+                if (!p->imei.isEmpty())
+                    p->outcome.state = kPortSameModem;
+            }
         }
-        p->session.closePort();
-        if (!p->imei.isEmpty())
-            p->outcome.state = kPortSameModem;
+    } letGo{looks, chosen, {}};
+    for (std::size_t i = 0; i < looks.size(); ++i)
+        letGo.threads.emplace_back([&, i] {
+            Guard::run("ModemSearch::look", [&] { look(*looks.at(i), rows); });
+            {
+                std::lock_guard guard(doneLock);
+                done[i] = 1;
+            }
+            doneChanged.notify_all();
+        });
+    for (std::size_t i = 0; i < looks.size() && chosen == nullptr; ++i) {
+        std::unique_lock wait(doneLock);
+        doneChanged.wait(wait, [&] { return done[i] != 0; });
+        if (!looks[i]->imei.isEmpty())
+            chosen = looks[i].get();
+    }
+    {
+        std::lock_guard guard(doneLock);
+        for (std::size_t i = 0; i < looks.size(); ++i)
+            if (done[i] != 0 && looks[i].get() != chosen)
+                looks[i]->session.closePort();
     }
     if (chosen == nullptr) {
         // A port denied may be the one that answers: the denial is what the operator hears of it.
@@ -421,6 +453,8 @@ Result searchModems(const QList<ModemPortGroups::Group>& modems, std::stop_token
         }
     }
     Rows rows(listener);
+    // Who holds which port, read once: every port's look-up before it is opened uses it.
+    const PortHolders::Table holders = PortHolders::readTable();
     std::mutex lock; // over the denied ports and the outcomes
     std::atomic<int> next{0};
     const int modemCount = int(modems.size());
@@ -428,8 +462,9 @@ Result searchModems(const QList<ModemPortGroups::Group>& modems, std::stop_token
         for (int i = next++; i < modemCount; i = next++) {
             if (i > 0 && stop.stop_requested())
                 return;
-            Guard::run("ModemSearch::probe",
-                       [&] { probeModem(i, modems.at(i), rows, kept, result, firstPort.at(i), lock); });
+            Guard::run("ModemSearch::probe", [&] {
+                probeModem(i, modems.at(i), rows, kept, result, firstPort.at(i), lock, holders);
+            });
             rows.modemProbed();
         }
     };
