@@ -259,8 +259,62 @@ Record unansweredRecord(const ModemPortGroups::Group& modem) {
                   {kSlotKey, modem.slot}};
 }
 
+// The ports of one modem looked at side by side. The modem is the first port in its order that
+// answers: chosen once every port before it has failed, its long reading starts while later
+// ports still end their looks (a silent one waits out its time-outs). The ports not chosen are
+// let go as their looks end, and at the latest when this goes.
+class SideBySide {
+public:
+    SideBySide(std::vector<std::unique_ptr<PortLook>>& looks, Rows& rows)
+        : m_looks(looks), m_done(looks.size(), 0) {
+        for (std::size_t i = 0; i < looks.size(); ++i)
+            m_threads.emplace_back([this, &rows, i] {
+                Guard::run("ModemSearch::look", [&] { look(*m_looks.at(i), rows); });
+                {
+                    std::lock_guard guard(m_lock);
+                    m_done[i] = 1;
+                }
+                m_changed.notify_all();
+            });
+    }
+    ~SideBySide() {
+        m_threads.clear(); // every look has ended
+        for (const auto& p : m_looks) {
+            if (p.get() == m_chosen)
+                continue;
+            p->session.closePort();
+            if (!p->imei.isEmpty())
+                p->outcome.state = kPortSameModem;
+        }
+    }
+    SideBySide(const SideBySide&) = delete;
+    SideBySide& operator=(const SideBySide&) = delete;
+
+    // The port that stands for the modem; null when none answered.
+    PortLook* choose() {
+        std::unique_lock wait(m_lock);
+        for (std::size_t i = 0; i < m_looks.size() && m_chosen == nullptr; ++i) {
+            m_changed.wait(wait, [&] { return m_done[i] != 0; });
+            if (!m_looks[i]->imei.isEmpty())
+                m_chosen = m_looks[i].get();
+        }
+        for (std::size_t i = 0; i < m_looks.size(); ++i)
+            if (m_done[i] != 0 && m_looks[i].get() != m_chosen)
+                m_looks[i]->session.closePort();
+        return m_chosen;
+    }
+
+private:
+    std::vector<std::unique_ptr<PortLook>>& m_looks;
+    std::mutex m_lock;
+    std::condition_variable m_changed;
+    std::vector<char> m_done; // under m_lock
+    PortLook* m_chosen = nullptr;
+    std::vector<std::jthread> m_threads;
+};
+
 // Probes every port of one modem at once and describes the modem through the first port, in
-// the modem's order, that answers; the other ports are let go before the long reading.
+// the modem's order, that answers; the other ports are let go as their looks end.
 // The modem's ports' outcomes go to `ports` from `first` on, in the modem's order.
 void probeModem(int index, const ModemPortGroups::Group& modem, Rows& rows,
                 const DeviceSettingsMemory::Kept& kept, Result& result, int first, std::mutex& resultLock,
@@ -295,50 +349,8 @@ void probeModem(int index, const ModemPortGroups::Group& modem, Rows& rows,
                 result.ports[first + int(paths.indexOf(p->path))] = p->outcome;
         }
     } tell{looks, result, paths, first, resultLock};
-    // Every port is looked at side by side. The modem is the first port in its order that
-    // answers: chosen once every port before it has failed, its long reading starts while later
-    // ports still end their looks (a silent one waits out its time-outs). The ports not chosen
-    // are let go as their looks end, and at the latest as the probe ends.
-    PortLook* chosen = nullptr;
-    std::mutex doneLock;
-    std::condition_variable doneChanged;
-    std::vector<char> done(looks.size(), 0); // under doneLock
-    struct LetGo {
-        std::vector<std::unique_ptr<PortLook>>& looks;
-        PortLook*& chosen;
-        std::vector<std::jthread> threads;
-        ~LetGo() {
-            threads.clear(); // every look has ended
-            for (const auto& p : looks) {
-                if (p.get() == chosen)
-                    continue;
-                p->session.closePort();
-                if (!p->imei.isEmpty())
-                    p->outcome.state = kPortSameModem;
-            }
-        }
-    } letGo{looks, chosen, {}};
-    for (std::size_t i = 0; i < looks.size(); ++i)
-        letGo.threads.emplace_back([&, i] {
-            Guard::run("ModemSearch::look", [&] { look(*looks.at(i), rows); });
-            {
-                std::lock_guard guard(doneLock);
-                done[i] = 1;
-            }
-            doneChanged.notify_all();
-        });
-    for (std::size_t i = 0; i < looks.size() && chosen == nullptr; ++i) {
-        std::unique_lock wait(doneLock);
-        doneChanged.wait(wait, [&] { return done[i] != 0; });
-        if (!looks[i]->imei.isEmpty())
-            chosen = looks[i].get();
-    }
-    {
-        std::lock_guard guard(doneLock);
-        for (std::size_t i = 0; i < looks.size(); ++i)
-            if (done[i] != 0 && looks[i].get() != chosen)
-                looks[i]->session.closePort();
-    }
+    SideBySide looked(looks, rows);
+    PortLook* const chosen = looked.choose();
     if (chosen == nullptr) {
         // A port denied may be the one that answers: the denial is what the operator hears of it.
         if (!modem.slot.isEmpty() && !anyDenied)
