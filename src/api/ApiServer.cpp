@@ -12,11 +12,10 @@
 #include "campaigns/CampaignStore.h"
 #include "core/Log.h"
 
+#include <algorithm>
 #include <httplib.h>
 
 namespace {
-
-constexpr size_t kThreads = 48;
 
 // What a status means, for the errors the library answers itself.
 QString errorText(int status) {
@@ -60,10 +59,10 @@ bool ApiServer::start(QString* error) {
     httplib::Server& s = *m_server;
     s.set_payload_max_length(size_t(m_options.maxBody));
     s.set_tcp_nodelay(true); // a small answer goes at once, not after the peer's delayed acknowledgement
-    // A client keeps its connection for many requests, and each connection holds a thread of
-    // the pool while it lives: enough threads for the clients a small business runs at once.
     s.set_keep_alive_max_count(1000);
-    s.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
+    s.new_task_queue = [threads = size_t(std::max(1, m_options.threads))] {
+        return new httplib::ThreadPool(threads);
+    };
     s.set_read_timeout(10, 0);
     s.set_write_timeout(10, 0);
     s.set_error_handler([](const httplib::Request&, httplib::Response& res) {

@@ -22,6 +22,9 @@ struct ApiServerOptions {
     QString tlsCert, tlsKey;
     int rateLimit = 20;                       // requests a second per token; 0: none
     qint64 maxBody = qint64(4) * 1024 * 1024; // bytes; a larger body gets 413
+    // A client keeps its connection for many requests, and each connection holds a thread of the
+    // pool while it lives: enough threads for the clients a small business runs at once.
+    int threads = 48;
 };
 
 class ApiServer {

@@ -38,6 +38,7 @@ public:
             if (req.get_header_value("Content-Type") != "application/json")
                 m_badType = true;
         });
+        m_server->new_task_queue = [] { return new httplib::ThreadPool(2); }; // deliveries come one by one
         m_port = m_server->bind_to_any_port("127.0.0.1");
         m_thread = std::thread([this] { m_server->listen_after_bind(); });
         while (!m_server->is_running())
