@@ -68,9 +68,13 @@ protected:
         window.prev_composer_msg = window.composerText();
     }
 
-    // Presses Send and lets the run go to its end; `during` runs on the job once it sends.
-    void send(const std::function<void(SMS_Sending&)>& during = {}) {
+    // Presses Send and lets the run go to its end; `during` runs on the job once it sends,
+    // `fromTheStart` as soon as its window opens (a short run may be over before it sends).
+    void send(const std::function<void(SMS_Sending&)>& during = {},
+              const std::function<void(SMS_Sending&)>& fromTheStart = {}) {
         op.onModal<SMS_Sending>([&](SMS_Sending& job) {
+            if (fromTheStart)
+                fromTheStart(job);
             ASSERT_TRUE(
                 spinUntil([&] { return job.statusLine() == kSendingTitle || job.statusLine() == kFinish; }));
             if (during)
@@ -184,7 +188,7 @@ TEST_F(SendingRunTest, DuplicatesExclusionsAndLongMessages) {
     window.setSkipDuplicates(true);
     addRecipients({"111", "222", "111"}, QString(2000, 'x'));
     QSet<QString> shown; // what the rows said while the 11 parts of each message went
-    send([&](SMS_Sending& job) {
+    send({}, [&](SMS_Sending& job) {
         QObject::connect(&job, &SMS_Sending::changed, &job, [&] {
             for (const Record& row : job.itemTable().records())
                 shown.insert(row.value(kItemCurrentStatusKey));
@@ -474,7 +478,7 @@ TEST_F(SendingRunTest, PausesAfterEveryMessageButNotAfterTheLast) {
     window.setDelayedTimeChoice("5  Seconds");
     addRecipients(numbers(3), "p");
     QStringList labels;
-    send([&](SMS_Sending& job) {
+    send({}, [&](SMS_Sending& job) {
         QObject::connect(&job, &DialogController::changed, &job, [&] {
             if (labels.isEmpty() || labels.last() != job.pauseLabel())
                 labels << job.pauseLabel();
