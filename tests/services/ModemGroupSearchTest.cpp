@@ -82,6 +82,7 @@ TEST_F(ModemGroupSearch, AModemThatNeverAnswersIsOneRowSayingSoInItsPlace) {
     attach(identity("444444444444444"), silent);
     attach(identity("444444444444444"), [](ModemBehaviour& b) { b.cmgsTestAnswersError = true; });
     attach(identity("555555555555555"));
+    attach(identity("666666666666666"), [](ModemBehaviour& b) { b.cmgsTestAnswersError = true; });
     Group dead = modem("1-1.2", 1, 2);
     dead.manufacturer = "Quectel";
     dead.product = "EC25-AF";
@@ -90,7 +91,7 @@ TEST_F(ModemGroupSearch, AModemThatNeverAnswersIsOneRowSayingSoInItsPlace) {
     listener.inserted = [&](int row, const Record& r) { mirror.insert(row, r); };
     listener.described = [&](int row, const Record& r) { mirror.replace(row, r); };
     // A lone port of no known slot that cannot send leaves no row, as before.
-    Group lone = modem("", 2, 1);
+    Group lone = modem("", 4, 1);
 
     const ModemSearch::Result found =
         ModemSearch::searchModems({modem("1-1.1", 0, 1), dead, lone, modem("1-1.3", 3, 1)}, {}, listener);
