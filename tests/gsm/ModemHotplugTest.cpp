@@ -5,6 +5,7 @@
 #include "TestEnvironment.h"
 #include "core/Clock.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -73,8 +74,11 @@ TEST_F(ModemHotplugTest, AModemStartedLaterIsPluggedOnceAndUnpluggedWhenItDies) 
     sim.kill();
     sim.waitForFinished(5000);
     ASSERT_TRUE(spinUntil([&] { return !unplugged.isEmpty(); }));
-    letRescansPass();
     EXPECT_TRUE(QFileInfo(link).isSymLink());
+    // The next pseudo-terminal opened on this machine may get the dead one's number, and the
+    // link would lead to it: a modem plugged in, truly, as far as the watch can tell.
+    QFile::remove(link);
+    letRescansPass();
     ASSERT_EQ(unplugged.size(), 1);
     EXPECT_EQ(unplugged.at(0).paths(), QStringList{link});
     EXPECT_EQ(plugged.size(), 1);
