@@ -29,7 +29,8 @@ class RepliesDuringRunTest : public ::testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(home.folder.Check_Path_And_Create_Files());
-        Clock::setScale(0.02); // read time-outs leave the modems time to answer
+        // Read time-outs leave the modems time to answer while they also hand over replies.
+        Clock::setScale(0.05);
         window.windowDidLoad();
         window.setTextChangeNotifications(true);
         QString why;
