@@ -24,8 +24,10 @@ struct NewModemIntake::Shared {
     }
 };
 
-NewModemIntake::NewModemIntake(SendingRun& run, DeviceSettingsMemory::Kept kept, SmsMode runMode, Told told)
-    : m_run(run), m_kept(std::move(kept)), m_runMode(runMode), m_shared(std::make_shared<Shared>()) {
+NewModemIntake::NewModemIntake(SendingRun& run, DeviceSettingsMemory::Kept kept, SmsMode runMode, Told told,
+                               SimPins pins)
+    : m_run(run), m_kept(std::move(kept)), m_runMode(runMode), m_pins(std::move(pins)),
+      m_shared(std::make_shared<Shared>()) {
     m_shared->told = std::move(told);
 }
 
@@ -79,7 +81,13 @@ void NewModemIntake::probe(const ModemPortGroups::Group& modem) {
         m_shared->tell(notTakenIn(ports, QStringLiteral("the run is over")));
         return;
     }
-    const ModemSearch::Result result = ModemSearch::searchModems({modem}, m_stop.get_token());
+    ModemSearch::Listener listener;
+    listener.pins = m_pins;
+    if (m_pins.ask) // once the intake ends, nobody is asked any more
+        listener.pins.ask = [ask = m_pins.ask, stop = m_stop.get_token()](const SimPinRequest& request) {
+            return stop.stop_requested() ? std::nullopt : ask(request);
+        };
+    const ModemSearch::Result result = ModemSearch::searchModems({modem}, m_stop.get_token(), listener);
     if (m_stop.stop_requested())
         return;
     if (result.modems.isEmpty()) {
@@ -93,6 +101,11 @@ void NewModemIntake::probe(const ModemPortGroups::Group& modem) {
     const QString imei = found.value(kImeiKey);
     const QString name = imei.isEmpty() ? found.value(kPortNameKey)
                                         : QStringLiteral("%1 (IMEI %2)").arg(found.value(kPortNameKey), imei);
+    // A SIM still locked or blocked, a network that denies it: it would refuse every message.
+    if (const QString state = found.value(kPortStatusKey); !state.isEmpty()) {
+        m_shared->tell(notTakenIn(name, state));
+        return;
+    }
     const ModemChoice choice = choiceFor(found);
     {
         std::lock_guard lock(m_shared->mutex);

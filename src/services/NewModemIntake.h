@@ -8,6 +8,7 @@
 #include "ModemOpeners.h"
 #include "core/ThreadGroup.h"
 #include "gsm/ModemPortGroups.h"
+#include "gsm/SimUnlock.h"
 #include "gsm/SmsMode.h"
 
 #include <functional>
@@ -17,9 +18,11 @@
 class NewModemIntake {
 public:
     // Told one line per modem, on the intake's or the run's threads, never after the intake is
-    // gone. `runMode` is the mode of the run's modems (Unknown: each keeps its own).
+    // gone. `runMode` is the mode of the run's modems (Unknown: each keeps its own). A locked
+    // SIM's PIN comes from `pins` (left empty: the keyring alone, nobody asked).
     using Told = std::function<void(const QString& line)>;
-    NewModemIntake(SendingRun& run, DeviceSettingsMemory::Kept kept, SmsMode runMode, Told told);
+    NewModemIntake(SendingRun& run, DeviceSettingsMemory::Kept kept, SmsMode runMode, Told told,
+                   SimPins pins = {});
     // Stops the probes under way and waits for them; a modem already handed to the run stays.
     // Goes before the run does.
     ~NewModemIntake();
@@ -44,6 +47,7 @@ private:
     SendingRun& m_run;
     const DeviceSettingsMemory::Kept m_kept;
     const SmsMode m_runMode;
+    const SimPins m_pins;
     std::shared_ptr<Shared> m_shared; // what a run's thread may still call after the intake ended
     std::stop_source m_stop;
     ThreadGroup m_threads;

@@ -5,6 +5,7 @@
 
 #include "gsm/windows/Automated_GSM_Sending.h"
 #include "gsm/windows/Selected_Device_Details_GSM.h"
+#include "gsm/windows/SimPinDialog.h"
 
 #include "MainThreadWatchdog.h"
 #include "ScriptedOperator.h"
@@ -21,6 +22,7 @@
 #include <QFile>
 
 #include <QSet>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -700,4 +702,50 @@ TEST_F(SendingRunTest, ACaseAppliedFromTheDetailsWindowIsWhatTheNextRunUses) {
     EXPECT_EQ(sent.smsc, "+447700900999");
     EXPECT_EQ(items().at(0).status, "Message sent successfully.");
 }
+
+TEST_F(SendingRunTest, AModemPluggedInWithALockedSimJoinsWithThePinTheOperatorGives) {
+    QTemporaryDir plugs; // where the modem plugged in later appears, as udev would name it
+    const QString plugged = plugs.filePath("ttyUSB7");
+    qputenv("BULKSMS_EXTRA_MODEMS", plugged.toUtf8());
+    ModemBehaviour slow; // leaves work for the modem plugged in
+    slow.networkDelayMs = 4000;
+    sim::ModemIdentity firstId;
+    firstId.imei = "356000000000098";
+    modems.push_back(std::make_unique<VirtualModem>(firstId, slow));
+    VirtualModem& first = *modems.back();
+    ASSERT_TRUE(first.start());
+    selectModem(window.selection(), first.devicePath(), "PDU Mode");
+    chooseDevices();
+    window.setTakeNewModems(true);
+    addRecipients(numbers(16), "Plugged");
+    QStringList asked;
+    send([&](SMS_Sending& job) {
+        ASSERT_TRUE(spinUntil([&] { return !first.received().isEmpty(); }, std::chrono::seconds(30)));
+        op.onModal<SimPinDialog>([&](SimPinDialog& d) {
+            asked << d.heading();
+            d.setPin("2468");
+            d.OKPressed();
+        });
+        ModemBehaviour locked;
+        locked.networkDelayMs = 0;
+        locked.simPin = "2468";
+        sim::ModemIdentity id;
+        id.imei = "356000000000099";
+        modems.push_back(std::make_unique<VirtualModem>(id, locked));
+        ASSERT_TRUE(modems.back()->start());
+        ASSERT_TRUE(QFile::link(modems.back()->devicePath(), plugged));
+        ASSERT_TRUE(spinUntil([&] { return job.portStatuses().value("Plugged in").startsWith("Took in"); },
+                              std::chrono::seconds(30)))
+            << job.portStatuses().value("Plugged in").toStdString();
+    });
+    qunsetenv("BULKSMS_EXTRA_MODEMS");
+    ASSERT_EQ(asked.size(), 1);
+    EXPECT_TRUE(asked.first().contains("ttyUSB7")) << asked.first().toStdString();
+    EXPECT_EQ(modems.at(1)->commandLog().count("AT+CPIN=\"2468\""), 1);
+    EXPECT_FALSE(modems.at(1)->received().isEmpty()); // it took its share
+    EXPECT_EQ(receivedNumbers(), numbers(16));
+    for (const SendingItem& item : items())
+        EXPECT_EQ(item.status, "Message sent successfully.") << item.number.toStdString();
+}
+
 } // namespace

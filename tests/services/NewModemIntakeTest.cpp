@@ -37,10 +37,12 @@ protected:
     }
 
     // A modem on the network whose log every modem of the test shares.
-    sim::VirtualModem& plugIn(const char* imei, int networkDelayMs = 0, bool silent = false) {
+    sim::VirtualModem& plugIn(const char* imei, int networkDelayMs = 0, bool silent = false,
+                              const QString& simPin = {}) {
         ModemBehaviour behaviour;
         behaviour.networkDelayMs = networkDelayMs;
         behaviour.silent = silent;
+        behaviour.simPin = simPin;
         modems.push_back(std::make_unique<sim::VirtualModem>(identity(imei), behaviour, networkLog()));
         EXPECT_TRUE(modems.back()->start());
         return *modems.back();
@@ -153,6 +155,56 @@ TEST_F(NewModemIntakeTest, WhatIsNotTakenInIsToldWithWhy) {
     EXPECT_EQ(lines.last(), NewModemIntake::notTakenIn(ModemDiscovery::portName(modems.back()->devicePath()),
                                                        "the run is over"));
     EXPECT_TRUE(modems.back()->received().isEmpty());
+}
+
+TEST_F(NewModemIntakeTest, ALockedSimIsTakenInWithThePinTheOperatorGivesOrToldAsLocked) {
+    sim::VirtualModem& first = plugIn("356000000000021", 150);
+    const QStringList to = numbers(12);
+    auto run = campaignThrough(first.devicePath(), to);
+    run->start();
+    ASSERT_TRUE(spinUntil([&] { return !first.received().isEmpty(); }, std::chrono::seconds(60)));
+
+    sim::VirtualModem& asked = plugIn("356000000000022", 0, false, "2468");
+    sim::VirtualModem& nobodyAsked = plugIn("356000000000023", 0, false, "1357");
+    QStringList questions;
+    SimPins operatorAnswers;
+    operatorAnswers.find = [](const QString&) { return std::optional<QString>(); };
+    operatorAnswers.ask = [&](const SimPinRequest& request) -> std::optional<SimPinAnswer> {
+        std::lock_guard lock(mutex);
+        questions << request.modem;
+        return SimPinAnswer{"2468", false};
+    };
+    SimPins keyringOnly;
+    keyringOnly.find = operatorAnswers.find;
+    {
+        NewModemIntake withOperator(run->run(), {}, SmsMode::Pdu, keep(), operatorAnswers);
+        NewModemIntake unattended(run->run(), {}, SmsMode::Pdu, keep(), keyringOnly);
+        withOperator.take(groupOf(asked.devicePath()));
+        unattended.take(groupOf(nobodyAsked.devicePath()));
+        withOperator.join();
+        unattended.join();
+        finish(*run);
+    }
+
+    const QString askedPort = ModemDiscovery::portName(asked.devicePath());
+    ASSERT_EQ(questions.size(), 1);
+    EXPECT_TRUE(questions.first().contains(askedPort)) << questions.first().toStdString();
+    EXPECT_EQ(asked.commandLog().count("AT+CPIN=\"2468\""), 1);
+    EXPECT_FALSE(nobodyAsked.commandLog().join('\n').contains("AT+CPIN=\""));
+    const QStringList lines = told();
+    EXPECT_TRUE(lines.contains(NewModemIntake::takenIn(askedPort + " (IMEI 356000000000022)")))
+        << lines.join('\n').toStdString();
+    EXPECT_TRUE(lines.contains(NewModemIntake::notTakenIn(ModemDiscovery::portName(nobodyAsked.devicePath()) +
+                                                              " (IMEI 356000000000023)",
+                                                          SimUnlock::kPinNeeded)))
+        << lines.join('\n').toStdString();
+    // Every number heard once, the locked modem that was never unlocked sending none.
+    QStringList heard;
+    for (const sim::ReceivedMessage& message : sim::MessageLog::read(networkLog()))
+        heard << message.number;
+    heard.sort();
+    EXPECT_EQ(heard, to);
+    EXPECT_TRUE(nobodyAsked.received().isEmpty());
 }
 
 } // namespace

@@ -12,6 +12,7 @@
 #include "delivery/DelayedDeliveryPause.h"
 #include "gsm/MFCSMS.h"
 #include "gsm/ModemHotplug.h"
+#include "gsm/windows/SimPinDialog.h"
 #include "services/DeviceSettingsMemory.h"
 #include "services/NewModemIntake.h"
 #include "stores/SentItemFile.h"
@@ -162,9 +163,11 @@ void SMS_Sending::startIntake() {
     const SmsMode mode =
         !modes.isEmpty() && modes.count(modes.first()) == modes.size() ? modes.first() : SmsMode::Unknown;
     m_intake = std::make_unique<NewModemIntake>(
-        *m_run, DeviceSettingsMemory(m_window.dataFolder()).read(), mode, [this](const QString& line) {
+        *m_run, DeviceSettingsMemory(m_window.dataFolder()).read(), mode,
+        [this](const QString& line) {
             ui([this, line] { m_portStatuses.insert(QStringLiteral("Plugged in"), line); });
-        });
+        },
+        SimPinDialog::asking(m_op)); // a locked SIM: the operator is asked, as in the device search
     // The watch lives on the window's thread; the intake probes each modem on a thread of its own.
     m_plugging = std::make_unique<ModemHotplug>();
     connect(m_plugging.get(), &ModemHotplug::plugged, this,
