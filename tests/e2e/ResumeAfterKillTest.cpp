@@ -57,11 +57,14 @@ TEST_F(ResumeAfterKillTest, EveryRecipientOnceWhateverMomentTheRunIsKilled) {
             if (!begun && attempt > 0 && anyReceived())
                 break;
             // Now and then the disk is full: the resumed run's record fits in part, or not at all
-            // (a write-ahead file of about 35 kB per message).
-            const bool fullDisk = begun && QRandomGenerator::global()->bounded(4) == 0;
-            const qint64 limit =
-                fullDisk ? QRandomGenerator::global()->bounded(qint64(4096), largestStoreFile() + 150000)
-                         : -1;
+            // (a write-ahead file of about 35 kB per message). The first resume always meets one
+            // that leaves no room at all, so that a slow machine's few resumes cannot miss it.
+            const bool firstFullDisk = begun && fullDisks == 0;
+            const bool fullDisk = firstFullDisk || (begun && QRandomGenerator::global()->bounded(4) == 0);
+            const qint64 limit = firstFullDisk ? 4096
+                                               : (fullDisk ? QRandomGenerator::global()->bounded(
+                                                                 qint64(4096), largestStoreFile() + 150000)
+                                                           : -1);
             auto process = start(
                 begun ? QStringList{"send", "--resume", "--resend-unknown", "--yes"} : arguments, limit);
             if (!fullDisk && kills < kKills && killsThisRun < kKillsPerRun) {
