@@ -7,6 +7,7 @@
 
 #include <QDir>
 #include <QProcess>
+#include <QSet>
 #include <QTemporaryDir>
 #include <QThread>
 
@@ -155,10 +156,17 @@ TEST_F(AndroidCommandLineTest, SeveralPhonesShareOneListAndAnUnpluggedOneLeavesI
         singleShot << "--to" << number;
     run(singleShot, exitCode);
     EXPECT_EQ(exitCode, 0) << errors.toStdString();
+    // Each claims a third; a phone that finished its batch before a slower one claimed goes on
+    // one by one with what is left, so the thirds may come out a message or two apart.
     QMap<QString, int> perPhone;
-    for (const QJsonObject& m : server->log().events("message"))
+    QSet<QString> heard;
+    for (const QJsonObject& m : server->log().events("message")) {
         ++perPhone[m.value("serial").toString()];
-    EXPECT_EQ(perPhone, (QMap<QString, int>{{"R58AAAA0001", 10}, {"R58BBBB0002", 10}, {"R58CCCC0003", 10}}));
+        heard << m.value("number").toString();
+    }
+    EXPECT_EQ(heard.size(), 30);
+    EXPECT_EQ(server->log().events("message").size(), 30); // none twice
+    EXPECT_EQ(perPhone.keys(), (QStringList{"R58AAAA0001", "R58BBBB0002", "R58CCCC0003"}));
     EXPECT_EQ(server->log().events("read").size(), 3); // one list file each
 }
 
